@@ -1,0 +1,201 @@
+/*
+ * XML files, read by pugixml. Nothing else in the tree knows that library.
+ *
+ * The file is opened here, not by the library: it must be a regular file, and its descriptor must not
+ * reach a shell's child. An element's handle is the library's own pointer to it.
+ */
+#include "xml.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <limits>
+#include <new>
+#include <pugixml.hpp>
+
+namespace {
+
+class OwnedFd {
+  public:
+    explicit OwnedFd(int fd) : fd_(fd) {}
+    ~OwnedFd() {
+        if (fd_ >= 0) {
+            close(fd_);
+        }
+    }
+    OwnedFd(const OwnedFd &) = delete;
+    OwnedFd &operator=(const OwnedFd &) = delete;
+    int get() const { return fd_; }
+
+  private:
+    const int fd_;
+};
+
+/* A file's bytes, which the elements of its document point into. */
+class FileBytes {
+  public:
+    FileBytes() = default;
+    ~FileBytes() { free(data_); }
+    FileBytes(const FileBytes &) = delete;
+    FileBytes &operator=(const FileBytes &) = delete;
+
+    /* Reads up to capacity bytes, or fewer when the file has become shorter. Once only. */
+    bool read_from(int fd, size_t capacity) {
+        data_ = static_cast<char *>(malloc(capacity + 1));
+        if (data_ == nullptr) {
+            return false;
+        }
+        while (size_ < capacity) {
+            const ssize_t got = read(fd, data_ + size_, capacity - size_);
+            if (got == 0) {
+                return true;
+            }
+            if (got < 0 && errno != EINTR) {
+                return false;
+            }
+            size_ += got > 0 ? static_cast<size_t>(got) : 0;
+        }
+        return true;
+    }
+
+    char *data() { return data_; }
+    size_t size() const { return size_; }
+
+  private:
+    char *data_ = nullptr;
+    size_t size_ = 0;
+};
+
+/* Opening without waiting: a named pipe would hold the caller until somebody writes to it. */
+bool read_file(const char *path, FileBytes *bytes) {
+    const OwnedFd fd(open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+    struct stat found;
+    if (fd.get() < 0 || fstat(fd.get(), &found) != 0 || !S_ISREG(found.st_mode)) {
+        return false;
+    }
+    if (static_cast<uint64_t>(found.st_size) >= std::numeric_limits<size_t>::max()) {
+        return false;
+    }
+    return bytes->read_from(fd.get(), static_cast<size_t>(found.st_size));
+}
+
+bool is_usable(const pugi::xml_parse_result &result) {
+    return result.status == pugi::status_ok || result.status == pugi::status_no_document_element;
+}
+
+pugi::xml_node node_of(xml_node *handle) {
+    return pugi::xml_node(reinterpret_cast<pugi::xml_node_struct *>(handle));
+}
+
+xml_node *handle_of(const pugi::xml_node &node) {
+    return reinterpret_cast<xml_node *>(node.internal_object());
+}
+
+bool is_element(const pugi::xml_node &node) {
+    return node.type() == pugi::node_element;
+}
+
+bool is_text(const pugi::xml_node &node) {
+    return node.type() == pugi::node_pcdata || node.type() == pugi::node_cdata;
+}
+
+pugi::xml_node first_or_next(pugi::xml_node node, bool (*wanted)(const pugi::xml_node &)) {
+    while (node && !wanted(node)) {
+        node = node.next_sibling();
+    }
+    return node;
+}
+
+/* The size of the text in first and all the pieces behind it. */
+size_t whole_length(const pugi::xml_node &first) {
+    size_t length = 0;
+    for (pugi::xml_node piece = first; piece; piece = first_or_next(piece.next_sibling(), is_text)) {
+        length += strlen(piece.value());
+    }
+    return length;
+}
+
+/* Moves the text of all pieces behind first into whole, and the pieces out of the document. */
+void take_pieces(const pugi::xml_node &first, char *whole) {
+    char *end = stpcpy(whole, first.value());
+    pugi::xml_node piece = first_or_next(first.next_sibling(), is_text);
+    while (piece) {
+        end = stpcpy(end, piece.value());
+        const pugi::xml_node next = first_or_next(piece.next_sibling(), is_text);
+        piece.parent().remove_child(piece);
+        piece = next;
+    }
+}
+
+/* A comment or CDATA section breaks a text into pieces. They become one, which the document owns. */
+void join_pieces(pugi::xml_node first) {
+    char *whole = static_cast<char *>(malloc(whole_length(first) + 1));
+    if (whole == nullptr) {
+        return;
+    }
+    take_pieces(first, whole);
+    first.set_value(whole);
+    free(whole);
+}
+
+}  // namespace
+
+struct xml_doc {
+    FileBytes bytes;
+    pugi::xml_document document;
+};
+
+xml_doc *xml_file_parse(const char *path) {
+    void *place = path != nullptr ? malloc(sizeof(xml_doc)) : nullptr;
+    if (place == nullptr) {
+        return nullptr;
+    }
+
+    auto *doc = new (place) xml_doc;
+    FileBytes &bytes = doc->bytes;
+    if (!read_file(path, &bytes) ||
+        !is_usable(doc->document.load_buffer_inplace(bytes.data(), bytes.size()))) {
+        xml_free_doc(doc);
+        return nullptr;
+    }
+    return doc;
+}
+
+xml_node *xml_get_doc_root(xml_doc *doc) {
+    return doc != nullptr ? handle_of(doc->document.document_element()) : nullptr;
+}
+
+xml_node *xml_get_child_node(xml_node *parent, const char *name) {
+    if (name != nullptr) {
+        return handle_of(node_of(parent).child(name));
+    }
+    return handle_of(first_or_next(node_of(parent).first_child(), is_element));
+}
+
+xml_node *xml_get_next_node(xml_node *node) {
+    return handle_of(first_or_next(node_of(node).next_sibling(), is_element));
+}
+
+const char *xml_get_node_name(xml_node *node) {
+    return node_of(node).name();
+}
+
+const char *xml_get_node_value(xml_node *node) {
+    const pugi::xml_node first = first_or_next(node_of(node).first_child(), is_text);
+    if (first_or_next(first.next_sibling(), is_text)) {
+        join_pieces(first);
+    }
+    return first.value();
+}
+
+void xml_free_doc(xml_doc *doc) {
+    if (doc != nullptr) {
+        doc->~xml_doc();
+        free(doc);
+    }
+}

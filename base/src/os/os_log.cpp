@@ -1,0 +1,369 @@
+/*
+ * The two log channels: the debug channel on standard error, and the system log.
+ *
+ * One lock orders the lines of all threads. Nothing here takes memory of its own, so that a line can be
+ * written when there is none.
+ */
+#include "os_log.h"
+
+#include <syslog.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cstdarg>
+#include <cstdio>
+#include <cstdlib>
+#include <ctime>
+#include <iterator>
+#include <mutex>
+
+#include "text_copy.h"
+
+int g_debug_log_enable = 0;
+int g_syslog_level = OS_LOG_WARNING;
+
+namespace {
+
+/* A message's own text, before control characters are spelt out. */
+constexpr size_t kTextMax = 2048;
+
+/* A whole line. Lines of this size reach a pipe in one piece (PIPE_BUF). */
+constexpr size_t kLineMax = 4096;
+
+constexpr size_t kNameMax = 63;
+
+/* However often a line comes, its count shows after this time at the latest. */
+constexpr time_t kCountAfterSeconds = 60;
+
+constexpr char kCutMark[] = "...";
+
+/* System log facilities in the order of the module table's numbers, the first for all other numbers. */
+constexpr int kFacilities[] = {
+    0,          LOG_AUTH,   LOG_AUTHPRIV, LOG_CRON,   LOG_DAEMON, LOG_FTP,    LOG_KERN,
+    LOG_LOCAL0, LOG_LOCAL1, LOG_LOCAL2,   LOG_LOCAL3, LOG_LOCAL4, LOG_LOCAL5, LOG_LOCAL6,
+    LOG_LOCAL7, LOG_LPR,    LOG_MAIL,     LOG_NEWS,   LOG_SYSLOG, LOG_USER,   LOG_UUCP,
+};
+
+class ErrnoKeeper {
+  public:
+    ErrnoKeeper() : kept_(errno) {}
+    ~ErrnoKeeper() { errno = kept_; }
+    ErrnoKeeper(const ErrnoKeeper &) = delete;
+    ErrnoKeeper &operator=(const ErrnoKeeper &) = delete;
+
+  private:
+    const int kept_;
+};
+
+/* One line under construction, always NUL-terminated. What does not fit is cut, and the cut is marked. */
+class Line {
+  public:
+    void clear() {
+        length_ = 0;
+        is_cut_ = false;
+        bytes_[0] = '\0';
+    }
+
+    void add(const char *text) {
+        for (; *text != '\0'; ++text) {
+            add_char(*text);
+        }
+    }
+
+    /* Adds text from outside: whatever it holds, it stays on this line. */
+    void add_escaped(const char *text) {
+        for (; *text != '\0'; ++text) {
+            add_escaped_char(*text);
+        }
+    }
+
+    void add_number(long number) {
+        char digits[24];
+        snprintf(digits, sizeof(digits), "%ld", number);
+        add(digits);
+    }
+
+    /* Says that the text goes on, whether or not this line has room. */
+    void mark_cut() {
+        if (!is_cut_) {
+            is_cut_ = true;
+            append(kCutMark, sizeof(kCutMark) - 1);
+        }
+    }
+
+    /* Ends the line; there is always room for it. */
+    void end() { append("\n", 1); }
+
+    const char *text() const { return bytes_; }
+    size_t length() const { return length_; }
+    bool equals(const Line &other) const {
+        return length_ == other.length_ && memcmp(bytes_, other.bytes_, length_) == 0;
+    }
+
+  private:
+    static constexpr size_t kRoom = kLineMax - sizeof(kCutMark) - 1;
+
+    void append(const char *bytes, size_t count) {
+        memcpy(bytes_ + length_, bytes, count);
+        length_ += count;
+        bytes_[length_] = '\0';
+    }
+
+    void add_char(char c) {
+        if (is_cut_) {
+            return;
+        }
+        if (length_ == kRoom) {
+            mark_cut();
+            return;
+        }
+        append(&c, 1);
+    }
+
+    void add_escaped_char(char c) {
+        const auto byte = static_cast<unsigned char>(c);
+        if (c == '\n') {
+            add("\\n");
+        } else if (c == '\r') {
+            add("\\r");
+        } else if (byte < ' ' || byte == 0x7F) {
+            char escape[5];
+            snprintf(escape, sizeof(escape), "\\x%02x", byte);
+            add(escape);
+        } else {
+            add_char(c);
+        }
+    }
+
+    char bytes_[kLineMax] = "";
+    size_t length_ = 0;
+    bool is_cut_ = false;
+};
+
+/* A way out for lines, and what it takes to fold identical lines that follow each other. */
+struct Channel {
+    void (*write)(int level, const Line &body);
+    Line last;
+    int last_level;
+    long repeats; /* of the last line */
+    long counted; /* how many of them the channel has told of */
+    time_t written_at;
+};
+
+struct LogState {
+    std::mutex mutex;
+    char name[kNameMax + 1] = "unknown";
+    Line body; /* scratch, as the ones below */
+    Line count;
+    Line debug;
+};
+
+std::atomic<uint32_t> g_mask{0};
+LogState g_log; /* all but the mutex under the mutex */
+
+const char *level_name(int level) {
+    static constexpr const char *kNames[] = {"emergency", "alert", "critical", "error",  "warning",
+                                             "notice",    "info",  "debug",    "verbose"};
+    return level >= 0 && level < static_cast<int>(std::size(kNames)) ? kNames[level] : "other";
+}
+
+void add_time(Line *line) {
+    timespec now{};
+    clock_gettime(CLOCK_REALTIME, &now);
+    tm parts{};
+    localtime_r(&now.tv_sec, &parts);
+
+    char text[64];
+    const size_t length = strftime(text, sizeof(text), "%F %T", &parts);
+    snprintf(text + length, sizeof(text) - length, ".%03ld", now.tv_nsec / (1000 * 1000));
+    line->add(text);
+}
+
+void write_debug(int level, const Line &body) {
+    Line &line = g_log.debug;
+    line.clear();
+    add_time(&line);
+    line.add(" ");
+    line.add(level_name(level));
+    line.add(" ");
+    line.add_escaped(g_log.name);
+    line.add(" ");
+    line.add(body.text());
+    line.end();
+    while (write(STDERR_FILENO, line.text(), line.length()) < 0 && errno == EINTR) {
+    }
+}
+
+void write_system(int level, const Line &body) {
+    syslog(std::clamp(level, LOG_EMERG, LOG_DEBUG), "%s", body.text());
+}
+
+Channel g_debug_channel = {write_debug, {}, 0, 0, 0, 0};
+Channel g_system_channel = {write_system, {}, 0, 0, 0, 0};
+
+time_t monotonic_seconds() {
+    timespec now{};
+    clock_gettime(CLOCK_MONOTONIC, &now);
+    return now.tv_sec;
+}
+
+/* Tells of the repeats that the channel has not shown. */
+void write_count(Channel *channel) {
+    if (channel->repeats == channel->counted) {
+        return;
+    }
+    Line &line = g_log.count;
+    line.clear();
+    line.add("last message repeated ");
+    line.add_number(channel->repeats);
+    line.add(channel->repeats == 1 ? " time" : " times");
+    channel->write(channel->last_level, line);
+    channel->counted = channel->repeats;
+}
+
+bool is_power_of_ten(long number) {
+    while (number >= 10 && number % 10 == 0) {
+        number /= 10;
+    }
+    return number == 1;
+}
+
+/* A line that comes for ever stays visible: at 10, 100, 1000 repeats, and when the last sign of it is old. */
+void fold(Channel *channel, time_t now) {
+    ++channel->repeats;
+    const bool is_round = channel->repeats > 1 && is_power_of_ten(channel->repeats);
+    if (is_round || now - channel->written_at >= kCountAfterSeconds) {
+        write_count(channel);
+        channel->written_at = now;
+    }
+}
+
+void put(Channel *channel, int level, const Line &body) {
+    const time_t now = monotonic_seconds();
+    if (level == channel->last_level && body.equals(channel->last)) {
+        fold(channel, now);
+        return;
+    }
+    write_count(channel);
+    channel->last = body;
+    channel->last_level = level;
+    channel->repeats = 0;
+    channel->counted = 0;
+    channel->written_at = now;
+    channel->write(level, body);
+}
+
+/* Lets the next line through, whatever came before. */
+void forget_last(Channel *channel) {
+    write_count(channel);
+    channel->last.clear();
+    channel->repeats = 0;
+    channel->counted = 0;
+}
+
+void drop_line_ends(char *text) {
+    for (size_t length = strlen(text); length > 0; --length) {
+        if (text[length - 1] != '\n' && text[length - 1] != '\r') {
+            return;
+        }
+        text[length - 1] = '\0';
+    }
+}
+
+void print(Channel *channel, int level, const char *file, const char *function, int line, const char *format,
+           va_list args) {
+    const ErrnoKeeper errno_keeper;
+    char text[kTextMax];
+    const int length = vsnprintf(text, sizeof(text), format, args);
+    if (length < 0) {
+        text[0] = '\0';
+    }
+    drop_line_ends(text);
+
+    const std::lock_guard<std::mutex> lock(g_log.mutex);
+    Line &body = g_log.body;
+    body.clear();
+    body.add_escaped(file);
+    body.add(" ");
+    body.add_escaped(function);
+    body.add(":");
+    body.add_number(line);
+    body.add(" ");
+    body.add_escaped(text);
+    if (length >= static_cast<int>(sizeof(text))) {
+        body.mark_cut();
+    }
+    put(channel, level, body);
+}
+
+void read_environment() {
+    const char *debug = getenv("QUOR_DEBUG");
+    if (debug != nullptr && strcmp(debug, "1") == 0) {
+        os_debug_enable();
+    }
+    const char *level = getenv("QUOR_SYSLOG_LEVEL");
+    if (level != nullptr && level[0] >= '0' && level[0] <= '8' && level[1] == '\0') {
+        __atomic_store_n(&g_syslog_level, level[0] - '0', __ATOMIC_RELAXED);
+    }
+}
+
+int facility_of(uint32_t number) {
+    return number < std::size(kFacilities) ? kFacilities[number] : kFacilities[0];
+}
+
+}  // namespace
+
+void os_log_init(const char *name, uint32_t facility) {
+    {
+        const std::lock_guard<std::mutex> lock(g_log.mutex);
+        forget_last(&g_debug_channel);
+        forget_last(&g_system_channel);
+        strsncpy(g_log.name, name != nullptr ? name : "unknown", kNameMax);
+        openlog(g_log.name, LOG_PID, facility_of(facility));
+    }
+    read_environment();
+}
+
+void os_debug_enable(void) {
+    __atomic_store_n(&g_debug_log_enable, 1, __ATOMIC_RELAXED);
+}
+
+void os_mask_set(uint32_t levels) {
+    g_mask.store(levels, std::memory_order_relaxed);
+}
+
+int32_t os_mask_check(int level) {
+    const uint32_t mask = g_mask.load(std::memory_order_relaxed);
+    if (mask == 0) {
+        return 1;
+    }
+    return level >= 0 && level < 32 && (mask >> level & 1u) != 0 ? 1 : 0;
+}
+
+void os_debug_print(int level, const char *file, const char *function, int line, const char *format, ...) {
+    va_list args;
+    va_start(args, format);
+    print(&g_debug_channel, level, file, function, line, format, args);
+    va_end(args);
+}
+
+void os_trace_print(int level, const char *file, const char *function, int line, const char *format, ...) {
+    va_list args;
+    va_start(args, format);
+    print(&g_system_channel, level, file, function, line, format, args);
+    va_end(args);
+}
+
+void os_log_assert(const char *file, const char *function, int line, int condition, const char *text,
+                   const char *message) {
+    if (condition != 0) {
+        return;
+    }
+    if (OS_LOG_TO_DEBUG(OS_LOG_WARNING)) {
+        os_debug_print(OS_LOG_WARNING, file, function, line, "ASSERT(%s) %s", text, message);
+    }
+    if (OS_LOG_TO_SYSTEM(OS_LOG_WARNING)) {
+        os_trace_print(OS_LOG_WARNING, file, function, line, "ASSERT(%s) %s", text, message);
+    }
+}

@@ -1,0 +1,70 @@
+/*
+ * Sleeping, time since boot and one-shot timers.
+ */
+#include "os_time.h"
+
+#include <cerrno>
+#include <ctime>
+#include <limits>
+
+namespace {
+
+constexpr uint32_t kMillisPerSecond = 1000;
+constexpr long kNanosPerMilli = 1000 * 1000;
+constexpr long kNanosPerSecond = 1000 * kNanosPerMilli;
+
+timespec clock_now(clockid_t clock) {
+    timespec now{};
+    clock_gettime(clock, &now);
+    return now;
+}
+
+uint64_t monotonic_ms() {
+    const timespec now = clock_now(CLOCK_MONOTONIC);
+    return static_cast<uint64_t>(now.tv_sec) * kMillisPerSecond +
+           static_cast<uint64_t>(now.tv_nsec / kNanosPerMilli);
+}
+
+/* The monotonic time that lies ahead by so much, or the last one there is. */
+timespec time_ahead(uint32_t seconds, uint32_t milliseconds) {
+    timespec time = clock_now(CLOCK_MONOTONIC);
+    time.tv_nsec += static_cast<long>(milliseconds) * kNanosPerMilli;
+    if (time.tv_nsec >= kNanosPerSecond) {
+        time.tv_nsec -= kNanosPerSecond;
+        time.tv_sec += 1;
+    }
+    if (__builtin_add_overflow(time.tv_sec, seconds, &time.tv_sec)) {
+        time.tv_sec = std::numeric_limits<time_t>::max();
+    }
+    return time;
+}
+
+/* Sleeping up to a point in time, not for a span, keeps signals from making the sleep longer. */
+void sleep_until(const timespec &deadline) {
+    while (clock_nanosleep(CLOCK_MONOTONIC, TIMER_ABSTIME, &deadline, nullptr) == EINTR) {
+    }
+}
+
+}  // namespace
+
+void os_sleep(uint32_t seconds) {
+    sleep_until(time_ahead(seconds, 0));
+}
+
+void os_msleep(uint32_t milliseconds) {
+    sleep_until(time_ahead(milliseconds / kMillisPerSecond, milliseconds % kMillisPerSecond));
+}
+
+uint32_t os_uptime_sec(void) {
+    return static_cast<uint32_t>(clock_now(CLOCK_BOOTTIME).tv_sec);
+}
+
+void os_simple_timer_start(os_simple_timer *timer, uint64_t milliseconds) {
+    if (__builtin_add_overflow(monotonic_ms(), milliseconds, &timer->deadline_ms)) {
+        timer->deadline_ms = std::numeric_limits<uint64_t>::max();
+    }
+}
+
+int32_t os_simple_timer_timeout(const os_simple_timer *timer) {
+    return monotonic_ms() >= timer->deadline_ms ? 1 : 0;
+}
