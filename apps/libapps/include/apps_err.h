@@ -1,0 +1,44 @@
+/*
+ * Result codes, shared by all modules, and their names.
+ */
+#ifndef QUOR_APPS_ERR_H
+#define QUOR_APPS_ERR_H
+
+#include <stdint.h>
+
+#include "enum_name.h"
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+#pragma GCC visibility push(default)
+
+/*
+ * A result code. A word of fixed size, since it travels between processes and may hold a code that this
+ * library has never heard of.
+ */
+typedef int32_t apps_err_e_type;
+
+/* The codes that have a name; apps_err.def lists them. */
+enum {
+#define APPS_ERR_CODE(name, value) name = (value),
+#include "apps_err.def"
+#undef APPS_ERR_CODE
+    APPS_ERR_CODE_COUNT = 104 /* rows of the list; not a code */
+};
+
+/* The name table, in the order of the list. */
+extern const zn_enum_item g_enum_apps_err_e_type[APPS_ERR_CODE_COUNT];
+
+/* Returns the name of a result code, or "unknown"; never null. May be called from any thread. */
+const char *zn_enum_to_str_apps_err_e_type(int32_t value);
+
+/* Returns the result code that has this name, or -1. name: null gives -1. May be called from any thread. */
+int32_t zn_str_to_enum_apps_err_e_type(const char *name);
+
+#pragma GCC visibility pop
+#ifdef __cplusplus
+}
+#endif
+
+#endif

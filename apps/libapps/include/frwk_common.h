@@ -1,0 +1,288 @@
+/*
+ * The core of the framework: a module's identity and start-up, messages between modules, system
+ * commands, waiting, and scanning of texts.
+ *
+ * A module starts with frwk_module_init, registers its handler with frwk_ipc_service_ex or
+ * frwk_ipc_service, and sends with frwk_ipc_send_sync and frwk_ipc_send_async.
+ */
+#ifndef QUOR_FRWK_COMMON_H
+#define QUOR_FRWK_COMMON_H
+
+#include <stdint.h>
+
+#include "apps_err.h"
+#include "apps_message.h"
+#include "frwk_module.h"
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+#pragma GCC visibility push(default)
+
+/* ---- Start-up -------------------------------------------------------------------------------------- */
+
+/*
+ * Called before the process ends on one of the messages E_APPS_MSG_SYS_EXIT to E_APPS_MSG_SYS_SHUTDOWN,
+ * on the thread that received it. msgid: which of them it was.
+ */
+typedef void (*frwk_exit_handler_t)(apps_message_id_e_type msgid);
+
+/*
+ * Makes the process a module. The first call into the framework, made once, from the main thread, before
+ * the process has other threads.
+ *
+ * It applies the module configuration file to the module table, takes the single-instance lock of a
+ * daemon or monitored module, prepares signals, memory and logging, marks the modules of the start-up
+ * list, starts the message service where the module's flags ask for it, runs the device's start hook and
+ * waits the module's delay. The process receives SIGHUP when its parent ends, and ignores SIGPIPE.
+ *
+ * id: 0 to 52. exit_handler: null to end without a call.
+ * It returns when the module is started. On an invalid id, a second instance, or a lock that can't be
+ * had, it prints the reason to standard error and ends the process with status 255.
+ */
+void frwk_module_init(int32_t id, frwk_exit_handler_t exit_handler);
+
+/* ---- Module table ---------------------------------------------------------------------------------- */
+/*
+ * In all of these an id of 53 or more, and so -1, stands for the calling module. They may be called from
+ * any thread; the flag setters change one word at once.
+ */
+
+/* Returns the module's name, or null for an empty slot. The text is the table's. */
+const char *frwk_module_name(int32_t id);
+
+/* Returns the module's display alias, or null for an empty slot. The text is the table's. */
+const char *frwk_module_alias(int32_t id);
+
+/*
+ * Returns the id (1 to 52) of the module with this name, compared byte for byte, or 0 when there is none.
+ * name: null gives 0.
+ */
+int32_t frwk_module_id(const char *name);
+
+/* Returns the extra arguments of the module's program; "" when it has none, never null. */
+const char *frwk_module_cmd(int32_t id);
+
+/*
+ * Marks a module as monitored and returns its row.
+ *
+ * id: 0 to 53, not checked.
+ */
+frwk_module_info *frwk_module_monitor(int32_t id);
+
+/* Sets flag bits of a module and returns its row. */
+frwk_module_info *frwk_module_set(int32_t id, uint32_t bits);
+
+/* Clears flag bits of a module and returns its row. */
+frwk_module_info *frwk_module_unset(int32_t id, uint32_t bits);
+
+/* Returns 1 when the module has any of the flag bits, else 0. */
+int32_t frwk_module_feature(int32_t id, uint32_t bits);
+
+/*
+ * Tells whether a module is switched off by its marker file.
+ *
+ * path: receives the path of the marker file, cut to the buffer; null when it is not wanted.
+ * size: bytes of path, the NUL included; ignored when path is null.
+ * Returns 1 when the marker file exists, else 0.
+ */
+int32_t frwk_module_disabled(int32_t id, char *path, uint32_t size);
+
+/* ---- Serving messages ------------------------------------------------------------------------------ */
+
+/*
+ * A module's request handler.
+ *
+ * It runs on the service thread for messages from other modules, one at a time; on the caller's thread
+ * for a synchronous request of the module to itself; and on a thread of its own for each asynchronous
+ * message to itself. All three may happen at once. Messages 1 to 8 never reach it.
+ *
+ * src: id of the sender, as the sender says. msgid: any number.
+ * data: the body, valid during the call; null when data_len is 0 or less. data_len: bytes.
+ * rsp: the answer's buffer, zeroed for requests of other modules; null for asynchronous messages.
+ * rsp_size: bytes of rsp, all of which travel back. timeout: seconds, as the sender gave them.
+ * Returns the result that a synchronous sender receives. 2 (E_APPS_ERR_TIMEOUT) shows there as a
+ * time-out of the request itself.
+ */
+typedef apps_err_e_type (*frwk_ipc_handler_t)(uint32_t src, apps_message_id_e_type msgid, const void *data,
+                                              int32_t data_len, void *rsp, uint32_t rsp_size,
+                                              uint32_t timeout);
+
+/*
+ * Registers the module's handler, sets the status word to 1, and starts the service if it doesn't run.
+ *
+ * handler: replaces an earlier one. Messages that came before it and wait are released.
+ * wait: non-zero to wait for the service thread, which never ends; the call then does not return.
+ */
+void frwk_ipc_service_ex(frwk_ipc_handler_t handler, int32_t wait);
+
+/* The same, waiting: the usual last call of a module's main thread. */
+void frwk_ipc_service(frwk_ipc_handler_t handler);
+
+/* Sets the status word that frwk_get_module_status of other modules returns. Any thread. */
+void frwk_set_module_status(uint32_t status);
+
+/* ---- Sending messages ------------------------------------------------------------------------------ */
+/*
+ * All of these may be called from any thread, at once. module is 1 to 52. Buffers stay the caller's.
+ */
+
+/*
+ * Sends a request and waits for its answer.
+ *
+ * timeout: seconds; it limits the connect, and how long the receiver waits for its own handler to be
+ * registered. Once the request is written the call waits for the answer without limit.
+ * req, req_len: the body and its bytes; null and 0 for none.
+ * rsp, rsp_size: receives the answer, and its bytes; null and 0 for none. Its content is undefined when
+ * the call fails.
+ * result: receives the handler's result when the call returns 0 or 2, or is left alone; may be null.
+ * A request of the module to itself calls the handler on this thread and returns 0.
+ *
+ * Returns 0 when the request was answered, 1 E_APPS_ERR_MODULE (no such module, or it doesn't run),
+ * 2 E_APPS_ERR_TIMEOUT (the handler said so, or none was registered in time), 3 E_APPS_ERR_PARAM (a
+ * length without a buffer), 5 E_APPS_ERR_MALLOC, 9 E_APPS_ERR_OUTOFBUF (the answer is longer than rsp),
+ * 18 E_APPS_ERR_WRITE, or 19 E_APPS_ERR_READ (the receiver went away without an answer).
+ */
+apps_err_e_type frwk_ipc_send_sync(uint32_t module, apps_message_id_e_type msgid, const void *req,
+                                   uint32_t req_len, void *rsp, uint32_t rsp_size, uint32_t timeout,
+                                   int32_t *result);
+
+/*
+ * Sends a message and does not wait for it to be handled.
+ *
+ * data, len: the body and its bytes, copied; null and 0 for none. timeout: seconds, limits the connect.
+ * A message of the module to itself is handled on a thread of its own.
+ *
+ * Returns 15 E_APPS_ERR_ASYNC when the message was delivered; never 0. Otherwise 1 E_APPS_ERR_MODULE,
+ * 3 E_APPS_ERR_PARAM, 5 E_APPS_ERR_MALLOC, 14 E_APPS_ERR_THREAD (to itself) or 18 E_APPS_ERR_WRITE.
+ */
+apps_err_e_type frwk_ipc_send_async(uint32_t module, apps_message_id_e_type msgid, const void *data,
+                                    uint32_t len, uint32_t timeout);
+
+/* frwk_ipc_send_sync without a body. */
+apps_err_e_type frwk_ipc_msg_get(uint32_t module, apps_message_id_e_type msgid, void *rsp, uint32_t rsp_size,
+                                 uint32_t timeout, int32_t *result);
+
+/* frwk_ipc_send_sync without an answer but the result. */
+apps_err_e_type frwk_ipc_msg_set(uint32_t module, apps_message_id_e_type msgid, const void *data,
+                                 uint32_t len, uint32_t timeout, int32_t *result);
+
+/* frwk_ipc_send_async with a limit of 3 seconds. */
+apps_err_e_type frwk_ipc_msg_notify(uint32_t module, apps_message_id_e_type msgid, const void *data,
+                                    uint32_t len);
+
+/*
+ * Notifies every monitored module but the caller, in the order of their ids. Modules that can't be
+ * reached are passed over.
+ */
+void frwk_ipc_msg_broadcast(apps_message_id_e_type msgid, const void *data, uint32_t len);
+
+/*
+ * Asks a module for its status word: 0 from its start, 1 when its handler is registered, anything else by
+ * its own frwk_set_module_status.
+ *
+ * Returns the word, or 0 when the module can't be asked. It waits as frwk_ipc_send_sync does, with a
+ * limit of 3 seconds.
+ */
+uint32_t frwk_get_module_status(uint32_t module);
+
+/*
+ * Returns 1 when a message is a frequent poll whose trace line stays out of the system log, else 0. Any
+ * thread.
+ */
+int32_t frwk_ipc_msg_debug(apps_message_id_e_type msgid);
+
+/* Returns the port number of a module: its low 16 bits with 0x7F00 set. Any thread. */
+uint16_t frwk_ipc_port(uint32_t module);
+
+/* ---- System commands ------------------------------------------------------------------------------- */
+/*
+ * Requests to the monitor module. They may be called from any thread; each returns 1 when the request was
+ * delivered and 0 otherwise, and does not wait for its effect.
+ */
+
+/* Asks for a reboot of the device. reason: passed on. */
+int32_t frwk_system_reboot(uint32_t reason);
+
+/*
+ * Asks for a reset to factory settings. reason: passed on. The reset flag file is made even when the
+ * request can't be delivered.
+ */
+int32_t frwk_system_reset(uint32_t reason);
+
+/* Asks for a shutdown of the device. reason: passed on. */
+int32_t frwk_system_shutdown(uint32_t reason);
+
+/*
+ * Asks for a module to be enabled.
+ *
+ * module: a monitored module; negative stands for the calling module. Acting on another module takes the
+ * flag FRWK_FLAG_ADMIN, or no flag at all.
+ */
+int32_t frwk_module_enable(int32_t module);
+
+/* Asks for a module to be disabled; as frwk_module_enable. */
+int32_t frwk_module_disable(int32_t module);
+
+/* ---- Waiting and threads --------------------------------------------------------------------------- */
+
+/* Blocks the calling thread for milliseconds; 0 returns at once. */
+void frwk_sleep(uint32_t ms);
+
+/* Parks the calling thread for the life of the process: it never returns. */
+void frwk_keep_running(void);
+
+/*
+ * Starts a thread that releases itself at its end.
+ *
+ * function, argument: what it runs.
+ * Returns its handle, or 0 when it could not be started. Any thread.
+ */
+unsigned long frwk_thread_create(void *(*function)(void *argument), void *argument);
+
+/* ---- Texts ----------------------------------------------------------------------------------------- */
+/*
+ * All of these may be called from any thread. Texts are NUL-terminated; a returned pointer points into
+ * the caller's text.
+ */
+
+/* Returns the first character of text that is neither blank nor tab; null for null. */
+char *frwk_skip_space(const char *text);
+
+/*
+ * Moves over the current token and the blanks and tabs behind it.
+ *
+ * Returns the start of the next token; the empty text when only blanks and tabs follow; null when the
+ * token runs to the end of the text, or text is null.
+ */
+char *frwk_skip_next_space(const char *text);
+
+/*
+ * Copies the text between two markers.
+ *
+ * begin: the copied text starts behind its first occurrence; "" or null for the start of src.
+ * end: the copied text ends before its next occurrence; "" or null for the end of src.
+ * out: receives the text; empty when nothing was copied. size: bytes of out, the NUL included.
+ * Returns 1, or 0 when a marker is missing, the text does not fit, or src or out is null.
+ */
+int32_t frwk_str_pick(const char *src, const char *begin, const char *end, char *out, int32_t size);
+
+/*
+ * Copies the value that follows a name, as in name='value',name2=value2.
+ *
+ * name: searched as a plain text, so it should include its "=" or ":". A value in single or double quotes
+ * ends at the same quote, any other at the next comma, both at the end of src.
+ * out: receives the value; empty when the name is missing. size: bytes of out, the NUL included.
+ * Returns 1, or 0 when the name is missing, the value does not fit, or an argument is null.
+ */
+int32_t frwk_str_pick_value(const char *src, const char *name, char *out, int32_t size);
+
+/* Returns what follows the last "/" or "\" of a path; "" for null or an empty path. */
+const char *frwk_get_filename(const char *path);
+
+#pragma GCC visibility pop
+#ifdef __cplusplus
+}
+#endif
+
+#endif

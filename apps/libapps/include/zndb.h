@@ -1,0 +1,77 @@
+/*
+ * Client of the configuration database, the module zndb: text values under text keys.
+ *
+ * Every call is one request to that module and keeps no state. The calls may be made from any thread; each
+ * waits for the answer, as frwk_ipc_send_sync with a limit of 3 seconds does.
+ */
+#ifndef QUOR_ZNDB_H
+#define QUOR_ZNDB_H
+
+#include <stdint.h>
+
+#include "apps_err.h"
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+#pragma GCC visibility push(default)
+
+#define ZNDB_KEY_LEN 32     /* bytes of the longest key, its NUL included */
+#define ZNDB_VALUE_LEN 1024 /* bytes of the longest value, its NUL included */
+
+/* Results of the calls. */
+typedef enum zndb_ret_e_type {
+    E_ZNDB_RET_SUCCESS = 0,
+    E_ZNDB_RET_FAILURE = 1,   /* a null argument, or the database refused */
+    E_ZNDB_RET_IPC = 2,       /* the database could not be asked */
+    E_ZNDB_RET_NOT_FOUND = 3, /* no such key: get and delete only */
+    E_ZNDB_RET_KEY_LEN = 4,   /* the key has 32 or more characters */
+    E_ZNDB_RET_VALUE_LEN = 5  /* set: 1024 or more characters; get: the value doesn't fit the buffer */
+} zndb_ret_e_type;
+
+/* Sets a value in the plain store. It survives a crash of the database at once, a power cut once saved. */
+int zndb_set(const char *key, const char *value);
+
+/* Sets a value in the perm store. */
+int zndb_set_perm_data(const char *key, const char *value);
+
+/*
+ * Reads a value of the plain store, or its default.
+ *
+ * value: receives the NUL-terminated text; undefined on failure. size: its bytes, the NUL included.
+ */
+int zndb_get(const char *key, char *value, uint32_t size);
+
+/* Reads a value of the perm store; as zndb_get, without defaults. */
+int zndb_get_perm(const char *key, char *value, uint32_t size);
+
+/* Reads a default; as zndb_get. */
+int zndb_get_def(const char *key, char *value, uint32_t size);
+
+/* Deletes a key of the plain store; its default, if any, shows again. */
+int zndb_del(const char *key);
+
+/* Deletes a key of the perm store. */
+int zndb_del_perm(const char *key);
+
+/* Makes what was set and deleted so far survive a power cut. */
+int zndb_save(void);
+
+/* Makes what was set and deleted so far survive a crash of the database in its most compact form. */
+int zndb_save_ram(void);
+
+/* Empties the plain store, so that the defaults show again. */
+int zndb_reset(void);
+
+/*
+ * Translates a result of these calls: 0 to E_APPS_ERR_SUCCESS, 2 to E_APPS_ERR_BUSY, 3 to
+ * E_APPS_ERR_NOTFOUND, 4 and 5 to E_APPS_ERR_OUTOFBUF, anything else to E_APPS_ERR_FAILURE.
+ */
+apps_err_e_type frwk_zndb_error_convert(int code);
+
+#pragma GCC visibility pop
+#ifdef __cplusplus
+}
+#endif
+
+#endif

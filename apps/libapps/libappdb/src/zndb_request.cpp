@@ -1,0 +1,130 @@
+/*
+ * Checks the arguments, builds the body, sends it and translates the answer; the texts are logged here.
+ */
+#include "zndb_request.h"
+
+#include <cstring>
+
+#include "frwk_common.h"
+#include "internal/frwk_log.h"
+#include "zndb_wire.h"
+
+namespace {
+
+/* One request; call is the function whose name its log lines carry. */
+struct Request {
+    const char *call;
+    apps_message_id_e_type msg;
+    const void *body;
+    size_t body_len;
+    char *answer;
+    uint32_t answer_size;
+};
+
+int check_arguments(const char *call, bool all_given, const char *key) {
+    if (!all_given) {
+        FRWK_WARN_AS(call, "Parameter error!");
+        return E_ZNDB_RET_FAILURE;
+    }
+    if (std::strlen(key) >= ZNDB_KEY_LEN) {
+        FRWK_WARN_AS(call, "KEY len >= %d error!", ZNDB_KEY_LEN);
+        return E_ZNDB_RET_KEY_LEN;
+    }
+    return E_ZNDB_RET_SUCCESS;
+}
+
+/* Sends a request. result: what the database answered, when the call returns success. */
+int send_request(const Request &request, int32_t *result) {
+    *result = E_APPS_ERR_SUCCESS;
+    const apps_err_e_type sent = frwk_ipc_send_sync(E_APPS_MODULE_ZNDB, request.msg, request.body,
+                                                    static_cast<uint32_t>(request.body_len), request.answer,
+                                                    request.answer_size, kZndbTimeoutSeconds, result);
+    if (sent != E_APPS_ERR_SUCCESS) {
+        FRWK_WARN_AS(request.call, "IPC error:%d!", sent);
+        return E_ZNDB_RET_IPC;
+    }
+    return E_ZNDB_RET_SUCCESS;
+}
+
+/* What an answer means to the caller when only success and failure count. */
+int plain_outcome(const char *call, int32_t result) {
+    if (result != E_APPS_ERR_SUCCESS) {
+        FRWK_WARN_AS(call, "IPC module error:%d!", result);
+        return E_ZNDB_RET_FAILURE;
+    }
+    return E_ZNDB_RET_SUCCESS;
+}
+
+/* The same when a missing key counts too. */
+int outcome_for_key(const char *call, const char *key, int32_t result) {
+    if (result == E_APPS_ERR_ZNDB_NO_FOUND) {
+        FRWK_WARN_AS(call, "can't found key:%s!", key);
+        return E_ZNDB_RET_NOT_FOUND;
+    }
+    return plain_outcome(call, result);
+}
+
+/* Sends a request whose answer is success or failure. */
+int request_plain_outcome(const Request &request) {
+    int32_t result = 0;
+    const int ret = send_request(request, &result);
+    return ret != E_ZNDB_RET_SUCCESS ? ret : plain_outcome(request.call, result);
+}
+
+}  // namespace
+
+int zndb_set_value(apps_message_id_e_type msg, const char *key, const char *value) {
+    const int ret = check_arguments(__func__, key != nullptr && value != nullptr, key);
+    if (ret != E_ZNDB_RET_SUCCESS) {
+        return ret;
+    }
+    if (std::strlen(value) >= ZNDB_VALUE_LEN) {
+        FRWK_WARN("VALUE len >= %d error!", ZNDB_VALUE_LEN);
+        return E_ZNDB_RET_VALUE_LEN;
+    }
+
+    zndb_kv_t record = {};
+    std::memcpy(record.key, key, std::strlen(key));
+    std::memcpy(record.value, value, std::strlen(value));
+    return request_plain_outcome({__func__, msg, &record, sizeof(record), nullptr, 0});
+}
+
+int zndb_get_value(apps_message_id_e_type msg, const char *key, char *buf, uint32_t size) {
+    int ret = check_arguments(__func__, key != nullptr && buf != nullptr, key);
+    if (ret != E_ZNDB_RET_SUCCESS) {
+        return ret;
+    }
+
+    int32_t result = 0;
+    ret = send_request({__func__, msg, key, std::strlen(key) + 1, buf, size}, &result);
+    if (ret != E_ZNDB_RET_SUCCESS) {
+        return ret;
+    }
+    if (result == E_APPS_ERR_OUTOFBUF) {
+        FRWK_WARN("'%s' VALUE len >= %d error!", key, static_cast<int>(size));
+        return E_ZNDB_RET_VALUE_LEN;
+    }
+    return outcome_for_key(__func__, key, result);
+}
+
+int zndb_del_value(apps_message_id_e_type msg, const char *key) {
+    int ret = check_arguments(__func__, key != nullptr, key);
+    if (ret != E_ZNDB_RET_SUCCESS) {
+        return ret;
+    }
+
+    int32_t result = 0;
+    ret = send_request({__func__, msg, key, std::strlen(key) + 1, nullptr, 0}, &result);
+    if (ret != E_ZNDB_RET_SUCCESS) {
+        return ret;
+    }
+    return outcome_for_key(__func__, key, result);
+}
+
+int zndb_save_value(apps_message_id_e_type msg) {
+    return zndb_request_without_body(__func__, msg);
+}
+
+int zndb_request_without_body(const char *call, apps_message_id_e_type msg) {
+    return request_plain_outcome({call, msg, nullptr, 0, nullptr, 0});
+}

@@ -1,0 +1,32 @@
+/*
+ * The name table of the message identifiers, made from their list.
+ */
+#include "apps_message.h"
+
+extern "C" {
+
+const zn_enum_item g_enum_apps_message_id_e_type[APPS_MESSAGE_ID_COUNT] = {
+#define APPS_MESSAGE_ID(name, value) {name, #name, 0xFFFFFFFFu},
+#include "apps_message.def"
+#undef APPS_MESSAGE_ID
+};
+}
+
+namespace {
+
+#define APPS_MESSAGE_ID(name, value) +1
+constexpr int kListed = 0
+#include "apps_message.def"
+    ;
+#undef APPS_MESSAGE_ID
+static_assert(kListed == APPS_MESSAGE_ID_COUNT, "apps_message.h counts the rows of apps_message.def");
+
+}  // namespace
+
+const char *zn_enum_to_str_apps_message_id_e_type(int32_t value) {
+    return zn_enum_to_string(g_enum_apps_message_id_e_type, APPS_MESSAGE_ID_COUNT, value);
+}
+
+int32_t zn_str_to_enum_apps_message_id_e_type(const char *name) {
+    return zn_string_to_enum(g_enum_apps_message_id_e_type, APPS_MESSAGE_ID_COUNT, name);
+}

@@ -1,0 +1,68 @@
+/*
+ * A record lock on the module's lock file. The file stays open for the life of the process, since closing
+ * any descriptor of it would let the lock go.
+ */
+#include "frwk_common/instance_lock.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+
+#include "internal/frwk_paths.h"
+#include "internal/owned.h"
+#include "internal/shell.h"
+#include "os_file.h"
+
+namespace {
+
+constexpr size_t kLockPathSize = 256;
+
+/* Held until the process ends; never closed. */
+std::FILE *g_s_instance_lock_file = nullptr;
+
+[[noreturn]] void die(const char *format, const char *what) {
+    (void)std::fprintf(stderr, format, what);
+    std::exit(-1);
+}
+
+bool lock_whole_file(std::FILE *file) {
+    struct flock whole = {};
+    whole.l_type = F_WRLCK;
+    whole.l_whence = SEEK_SET;
+    return ::fcntl(::fileno(file), F_SETLK, &whole) >= 0;
+}
+
+bool held_elsewhere(int error) {
+    return error == EAGAIN || error == EACCES;
+}
+
+}  // namespace
+
+void take_instance_lock(const char *module_name) {
+    if (os_file_exist(paths::kLockFolder) == 0) {
+        shell_on_path("mkdir -p", paths::kLockFolder);
+    }
+
+    char path[kLockPathSize];
+    std::snprintf(path, sizeof(path), "%s/%s", paths::kLockFolder, module_name);
+    UniqueFile file(std::fopen(path, "w+e"));
+    if (!file) {
+        die("can't open %s\n", path);
+    }
+
+    if (!lock_whole_file(file.get())) {
+        const bool running = held_elsewhere(errno);
+        file.reset();
+        if (running) {
+            die("the '%s' is already running!\n", module_name);
+        }
+        die("can't lock %s\n", path);
+    }
+
+    (void)std::fprintf(file.get(), "%ld", static_cast<long>(::getpid()));
+    (void)std::fflush(file.get());
+    g_s_instance_lock_file = file.take();
+}

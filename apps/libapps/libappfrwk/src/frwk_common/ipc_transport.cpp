@@ -1,0 +1,160 @@
+/*
+ * Bytes over Unix-domain stream sockets. A pending connection and a silent peer are waited for with poll,
+ * never with a descriptor set, which a descriptor of 1024 or more would overrun.
+ */
+#include "frwk_common/ipc_transport.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <sys/time.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <chrono>
+#include <climits>
+
+#include "frwk_common.h"
+#include "frwk_common/ipc_address.h"
+#include "internal/frwk_log.h"
+#include "internal/owned.h"
+
+namespace {
+
+constexpr uint32_t kMillisecondsPerSecond = 1000;
+
+/* Seconds as poll takes them; more than it can count is as long as it can count. */
+int poll_limit(uint32_t seconds) {
+    constexpr uint32_t kMost = INT_MAX / kMillisecondsPerSecond;
+    return static_cast<int>(std::min(seconds, kMost) * kMillisecondsPerSecond);
+}
+
+bool set_blocking(int fd) {
+    const int flags = ::fcntl(fd, F_GETFL);
+    return flags >= 0 && ::fcntl(fd, F_SETFL, flags & ~O_NONBLOCK) >= 0;
+}
+
+using Clock = std::chrono::steady_clock;
+
+/* How long one blocking call on the socket may wait for its peer; zero for no limit. */
+bool set_send_limit(int fd, Clock::duration limit) {
+    const auto whole = std::chrono::duration_cast<std::chrono::seconds>(limit);
+    const auto rest = std::chrono::duration_cast<std::chrono::microseconds>(limit - whole);
+    timeval value = {};
+    value.tv_sec = static_cast<decltype(value.tv_sec)>(std::min<int64_t>(whole.count(), INT_MAX));
+    value.tv_usec = static_cast<decltype(value.tv_usec)>(rest.count());
+    return ::setsockopt(fd, SOL_SOCKET, SO_SNDTIMEO, &value, sizeof(value)) >= 0;
+}
+
+/*
+ * Waits in the receiver's full queue. The kernel wakes the call when a place is free, which poll can't tell
+ * of a socket that has not connected yet.
+ */
+bool connect_when_free(int fd, const IpcAddress &address, uint32_t timeout) {
+    if (!set_blocking(fd)) {
+        return false;
+    }
+    const auto deadline = Clock::now() + std::chrono::seconds(timeout);
+    do {
+        const auto left = deadline - Clock::now();
+        if (left < std::chrono::microseconds(1) || !set_send_limit(fd, left)) {
+            return false;
+        }
+        if (::connect(fd, address.get(), IpcAddress::size()) == 0) {
+            return set_send_limit(fd, Clock::duration::zero());
+        }
+    } while (errno == EINTR);
+    return false;
+}
+
+/* Waits for a connect in progress. What became of it shows at the first read or write. */
+bool connect_in_progress(int fd, uint32_t timeout) {
+    pollfd writable = {fd, POLLOUT, 0};
+    return ::poll(&writable, 1, poll_limit(timeout)) > 0 && set_blocking(fd);
+}
+
+bool connect_within(int fd, const IpcAddress &address, uint32_t timeout) {
+    if (::connect(fd, address.get(), IpcAddress::size()) == 0) {
+        return set_blocking(fd);
+    }
+    if (errno == EAGAIN) {
+        return connect_when_free(fd, address, timeout);
+    }
+    return errno == EINPROGRESS && connect_in_progress(fd, timeout);
+}
+
+enum class Wait {
+    kReadable,
+    kTimeout,
+    kFailed
+};
+
+Wait wait_readable(int fd, uint32_t seconds) {
+    pollfd readable = {fd, POLLIN, 0};
+    const int result = ::poll(&readable, 1, poll_limit(seconds));
+    if (result > 0) {
+        return Wait::kReadable;
+    }
+    return result == 0 ? Wait::kTimeout : Wait::kFailed;
+}
+
+}  // namespace
+
+int frwk_ipc_connect(uint32_t module, uint32_t timeout) {
+    UniqueFd fd(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+    if (!fd) {
+        FRWK_WARN_ERRNO("socket create error!");
+        return -1;
+    }
+    const IpcAddress address = ipc_address(frwk_module_name(static_cast<int32_t>(module)));
+    return connect_within(fd.get(), address, timeout) ? fd.take() : -1;
+}
+
+int32_t frwk_ipc_recv(int fd, void *buf, uint32_t size, int32_t timeout) {
+    // With a limit, what has arrived is taken at once and only an empty queue is waited for.
+    const int flags = timeout > 0 ? MSG_DONTWAIT : 0;
+    uint32_t total = 0;
+    while (total < size) {
+        errno = 0;
+        const ssize_t count = ::recv(fd, static_cast<char *>(buf) + total, size - total, flags);
+        if (count > 0) {
+            total += static_cast<uint32_t>(count);
+            continue;
+        }
+        if (count < 0 && errno == EINTR) {
+            continue;
+        }
+        if (count == 0 || errno != EAGAIN || timeout <= 0) {
+            FRWK_WARN_ERRNO("socket recv size error!");
+            return static_cast<int32_t>(total);
+        }
+        const Wait waited = wait_readable(fd, static_cast<uint32_t>(timeout));
+        if (waited == Wait::kTimeout) {
+            FRWK_NOTICE("select recv timeout!");
+            return 0;
+        }
+        if (waited == Wait::kFailed) {
+            FRWK_WARN_ERRNO("select recv error!");
+            return -1;
+        }
+    }
+    return static_cast<int32_t>(total);
+}
+
+int32_t frwk_ipc_send(int fd, const void *buf, uint32_t size) {
+    uint32_t total = 0;
+    while (total < size) {
+        errno = 0;
+        const ssize_t count = ::send(fd, static_cast<const char *>(buf) + total, size - total, MSG_NOSIGNAL);
+        if (count > 0) {
+            total += static_cast<uint32_t>(count);
+            continue;
+        }
+        if (count < 0 && errno == EINTR) {
+            continue;
+        }
+        FRWK_WARN_ERRNO("ipc send error!");
+        break;
+    }
+    return static_cast<int32_t>(total);
+}

@@ -1,0 +1,166 @@
+/*
+ * Reads the module configuration file and overrides rows of the module table with what it says.
+ *
+ * The file describes the whole device, so every module's row is updated, not only the calling module's.
+ */
+#include "frwk_common/module_config.h"
+
+#include <strings.h>
+
+#include <algorithm>
+#include <climits>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+
+#include "frwk_common.h"
+#include "internal/frwk_log.h"
+#include "internal/frwk_paths.h"
+#include "os_file.h"
+#include "os_mem.h"
+#include "xml.h"
+
+namespace {
+
+struct Word {
+    const char *text;
+    uint32_t value;
+};
+
+constexpr Word kFlagWords[] = {
+    {"FRWK_FLAG_DAEMON", FRWK_FLAG_DAEMON},     {"FRWK_FLAG_MONITORED", FRWK_FLAG_MONITORED},
+    {"FRWK_FLAG_RUN", FRWK_FLAG_RUN},           {"FRWK_FLAG_BLOCK", FRWK_FLAG_BLOCK},
+    {"FRWK_FLAG_MPSS", FRWK_FLAG_MPSS},         {"FRWK_FLAG_ADMIN", FRWK_FLAG_ADMIN},
+    {"FRWK_FLAG_POWEROFF", FRWK_FLAG_POWEROFF}, {"FRWK_FLAG_PRESTART", FRWK_FLAG_PRESTART},
+    {"FRWK_FLAG_EXTERNAL", FRWK_FLAG_EXTERNAL}, {"FRWK_FLAG_PSEUDO", FRWK_FLAG_PSEUDO},
+};
+
+constexpr Word kFacilityWords[] = {
+    {"AUTH", 1},
+    {"AUTHPRIV", 2},
+    {"CRON", 3},
+    {"OS_LOG_DAEMON", 4},
+    {"FTP", 5},
+    {"KERN", 6},
+    {"OS_LOG_LOCAL0", 7},
+    {"OS_LOG_LOCAL1", 8},
+    {"OS_LOG_LOCAL2", 9},
+    {"OS_LOG_LOCAL3", 10},
+    {"OS_LOG_LOCAL4", 11},
+    {"OS_LOG_LOCAL5", 12},
+    {"OS_LOG_LOCAL6", 13},
+    {"OS_LOG_LOCAL7", 14},
+    {"LPR", 15},
+    {"MAIL", 16},
+    {"NEWS", 17},
+    {"SYSLOG", 18},
+    {"USER", 19},
+    {"UUCP", 20},
+};
+
+uint32_t parse_flags(const char *text) {
+    uint32_t flags = 0;
+    for (const Word &word : kFlagWords) {
+        if (std::strstr(text, word.text) != nullptr) {
+            flags |= word.value;
+        }
+    }
+    return flags;
+}
+
+uint32_t parse_facility(const char *text) {
+    for (const Word &word : kFacilityWords) {
+        if (::strcasecmp(text, word.text) == 0) {
+            return word.value;
+        }
+    }
+    return 0;
+}
+
+/* The device's long has 32 bits: a number beyond them is the nearest that fits. */
+int32_t parse_delay(const char *text) {
+    const long long value = std::strtoll(text, nullptr, 10);
+    return static_cast<int32_t>(std::clamp<long long>(value, INT32_MIN, INT32_MAX));
+}
+
+/*
+ * Texts taken over from the file live as long as the process, even when a second element replaces them:
+ * somebody may hold the first.
+ */
+struct KeptText {
+    KeptText *next;
+    char text[1];
+};
+
+KeptText *g_s_kept_texts = nullptr;
+
+/* Replaces a text of the table; without memory the old one stays. */
+void keep_text(const char *text, const char **place) {
+    const size_t length = std::strlen(text);
+    auto *kept = static_cast<KeptText *>(os_mem_malloc(sizeof(KeptText) + length));
+    if (kept == nullptr) {
+        return;
+    }
+    std::memcpy(kept->text, text, length + 1);
+    kept->next = g_s_kept_texts;
+    g_s_kept_texts = kept;
+    *place = kept->text;
+}
+
+/* Returns the text of a child element, or null when it is absent or empty. */
+const char *child_text(xml_node *module, const char *name) {
+    const char *text = xml_get_node_value(xml_get_child_node(module, name));
+    return text[0] != '\0' ? text : nullptr;
+}
+
+void apply_elements(xml_node *module, frwk_module_info *row) {
+    if (const char *alias = child_text(module, "alias")) {
+        keep_text(alias, &row->alias);
+    }
+    if (const char *flag = child_text(module, "flag")) {
+        row->flag = parse_flags(flag);
+    }
+    if (const char *delay = child_text(module, "delay")) {
+        row->delay = parse_delay(delay);
+    }
+    if (const char *facility = child_text(module, "facility")) {
+        row->facility = parse_facility(facility);
+    }
+    if (const char *cmd = child_text(module, "cmd")) {
+        keep_text(cmd, &row->cmd);
+    }
+}
+
+struct DocumentDeleter {
+    void operator()(xml_doc *doc) const { xml_free_doc(doc); }
+};
+
+}  // namespace
+
+void frwk_load_module_param() {
+    if (os_file_exist(paths::kModuleConfig) == 0) {
+        return;
+    }
+    const std::unique_ptr<xml_doc, DocumentDeleter> doc(xml_file_parse(paths::kModuleConfig));
+    FRWK_ASSERT(doc != nullptr, "((void *)0) != doc", "");
+    xml_node *node = xml_get_doc_root(doc.get());
+    FRWK_ASSERT(node != nullptr, "((void *)0) != node", "");
+
+    int32_t unknown = 0;
+    xml_node *module = xml_get_child_node(node, nullptr);
+    for (; module != nullptr; module = xml_get_next_node(module)) {
+        const char *name = xml_get_node_name(module);
+        int32_t id = frwk_module_id(name);
+        if (id == 0) {
+            // The slots end at the eighth, yet a ninth is written behind them; only the table is a limit.
+            FRWK_ASSERT(FRWK_MODULE_SPARE_COUNT > unknown, "(8) > i", "");
+            id = FRWK_MODULE_SPARE_FIRST + unknown;
+            if (id >= FRWK_MODULE_ROWS) {
+                continue;
+            }
+            ++unknown;
+            keep_text(name, &g_modules_info[id].name);
+        }
+        apply_elements(module, &g_modules_info[id]);
+    }
+}

@@ -1,0 +1,108 @@
+/*
+ * The start-up sequence of every module, step by step.
+ */
+#include <pthread.h>
+#include <sys/prctl.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+
+#include "frwk_common.h"
+#include "frwk_common/instance_lock.h"
+#include "frwk_common/ipc_service.h"
+#include "frwk_common/module_config.h"
+#include "frwk_common/module_run_list.h"
+#include "frwk_common/process_state.h"
+#include "internal/frwk_log.h"
+#include "internal/frwk_paths.h"
+#include "os_file.h"
+#include "os_mem.h"
+#include "os_process.h"
+
+namespace {
+
+constexpr size_t kHookCommandSize = 256;
+
+/* Modules of which only one process may run. */
+constexpr uint32_t kSingleInstanceFlags = FRWK_FLAG_DAEMON | FRWK_FLAG_MONITORED;
+
+/* Serves messages from its start although nobody watches it; the bit has no keyword. */
+constexpr uint32_t kServesUnwatched = 0x4000;
+
+constexpr uint32_t kServingFlags = kSingleInstanceFlags | kServesUnwatched;
+
+bool is_module(int32_t id) {
+    return static_cast<uint32_t>(id) < E_APPS_MODULE_MAX;
+}
+
+/* A dead parent is a dead device session; a peer that left must not kill the process. */
+void prepare_signals() {
+    (void)::prctl(PR_SET_PDEATHSIG, SIGHUP);
+    (void)std::signal(SIGPIPE, SIG_IGN);
+
+    sigset_t broken_pipe;
+    sigemptyset(&broken_pipe);
+    sigaddset(&broken_pipe, SIGPIPE);
+    (void)::pthread_sigmask(SIG_BLOCK, &broken_pipe, nullptr);
+}
+
+void prepare_memory(const frwk_module_memory &memory) {
+    const os_mem_settings settings = {memory.warn_at, memory.refuse_at, memory.pool, memory.pool_block,
+                                      memory.pool_total};
+    const bool given = settings.warn_at != 0 || settings.refuse_at != 0 || settings.pool != 0 ||
+                       settings.pool_block != 0 || settings.pool_total != 0;
+    os_mem_init(given ? &settings : nullptr);
+}
+
+void prepare_log(const frwk_module_info &row) {
+    os_log_init(row.name, row.facility);
+    if (row.flag == 0) {
+        os_debug_enable();
+    }
+}
+
+void run_start_hook(const char *name) {
+    if (os_file_exist(paths::kStartHook) == 0) {
+        return;
+    }
+    char command[kHookCommandSize];
+    std::snprintf(command, sizeof(command), "apps_init %s %d", name, static_cast<int>(::getpid()));
+    os_system(command);
+}
+
+}  // namespace
+
+void frwk_module_init(int32_t id, frwk_exit_handler_t exit_handler) {
+    if (!is_module(id)) {
+        (void)std::fprintf(stderr, "invalid module id=%d\n", id);
+        std::exit(-1);
+    }
+
+    // Before the file, which may set the flag again.
+    if (id == E_APPS_MODULE_ATFWD_DAEMON) {
+        frwk_module_unset(id, FRWK_FLAG_MONITORED);
+    }
+    frwk_load_module_param();
+
+    const frwk_module_info &row = g_modules_info[id];
+    const char *name = row.name != nullptr ? row.name : "";
+    if (frwk_module_feature(id, kSingleInstanceFlags) != 0) {
+        take_instance_lock(name);
+    }
+    prepare_signals();
+    reset_process_state(id, exit_handler);
+    prepare_memory(row.memory);
+    prepare_log(row);
+    frwk_load_module_run();
+
+    if (frwk_module_feature(id, kServingFlags) != 0) {
+        frwk_ipc_init();
+        FRWK_VERBOSE("******** '%s' module init complete ********", name);
+    }
+    run_start_hook(name);
+    if (row.delay != 0) {
+        frwk_sleep(static_cast<uint32_t>(row.delay));
+    }
+}

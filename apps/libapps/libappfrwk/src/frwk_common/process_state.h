@@ -1,0 +1,22 @@
+/*
+ * Every process-wide word of the framework, and the one function that resets them.
+ *
+ * Each word is written by one thread and read by others without further order between them.
+ */
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <cstdio>
+
+#include "frwk_common.h"
+
+extern std::atomic<int32_t> g_s_module_id;                /* the calling module */
+extern std::atomic<frwk_exit_handler_t> g_s_exit_handler; /* null: end without a call */
+extern std::atomic<int> g_s_ipcs_fd;                      /* listening socket, -1 for none */
+extern std::atomic<unsigned long> g_s_ipc_thread;         /* service thread, 0 for none */
+extern std::atomic<frwk_ipc_handler_t> g_s_ipc_handler;   /* null until registered */
+extern std::atomic<uint32_t> g_s_module_status;           /* status word */
+
+/* Sets the state of a module that has just started. */
+void reset_process_state(int32_t id, frwk_exit_handler_t exit_handler);

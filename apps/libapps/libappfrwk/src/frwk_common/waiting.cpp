@@ -1,0 +1,43 @@
+/*
+ * Sleeping, parking for ever, and starting the threads that run meanwhile. No state of its own; any thread.
+ */
+#include "frwk_common.h"
+#include "os_thread.h"
+#include "os_time.h"
+
+namespace {
+
+constexpr uint32_t kMsPerSecond = 1000;
+
+/* Between two tries to park when the system refuses. */
+constexpr uint32_t kParkRetryMs = 1000;
+
+}  // namespace
+
+void frwk_sleep(uint32_t ms) {
+    if (ms >= kMsPerSecond) {
+        os_sleep(ms / kMsPerSecond);
+    }
+    if (ms % kMsPerSecond != 0) {
+        os_msleep(ms % kMsPerSecond);
+    }
+}
+
+void frwk_keep_running(void) {
+    os_sem *never_posted = os_sem_create(0);
+
+    /* A module whose main thread came back would end, so no failure may lead out of here. */
+    for (;;) {
+        if (never_posted == nullptr || os_sem_wait(never_posted) != 0) {
+            frwk_sleep(kParkRetryMs);
+        }
+    }
+}
+
+unsigned long frwk_thread_create(void *(*function)(void *argument), void *argument) {
+    os_thread_t thread = 0;
+    if (os_thread_create(&thread, nullptr, function, argument) != 0) {
+        return 0;
+    }
+    return thread;
+}

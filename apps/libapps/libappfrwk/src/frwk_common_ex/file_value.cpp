@@ -1,0 +1,111 @@
+/*
+ * Values in small files, such as sysfs nodes and flags: written and read in one call each, since a node
+ * takes every write as a value of its own. No state; any thread.
+ */
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+
+#include "frwk_common.h"
+#include "frwk_common_ex.h"
+#include "internal/frwk_log.h"
+#include "internal/owned.h"
+
+namespace {
+
+constexpr mode_t kNewFileMode = 0666;
+constexpr int kRetries = 10;
+constexpr uint32_t kRetryPauseMs = 500;
+
+/* Opens a file for both ways; nothing owned when that fails. */
+UniqueFd open_value_file(const char *path, int flags) {
+    UniqueFd fd(::open(path, O_RDWR | O_CLOEXEC | flags, kNewFileMode));
+    /* A process that closed its standard input would hand out 0, which no file of a value may be. */
+    if (fd.get() < 1) {
+        FRWK_WARN("open %s fialed!", path);
+        fd.reset();
+    }
+    return fd;
+}
+
+/* Repeats a call that a signal interrupted; otherwise its result, with errno 0 unless it failed. */
+template <typename Call>
+int32_t uninterrupted(Call call) {
+    ssize_t result;
+    do {
+        errno = 0;
+        result = call();
+    } while (result < 0 && errno == EINTR);
+    return static_cast<int32_t>(result);
+}
+
+/* Makes the attempt until it gives 0, and returns the last one's result. */
+template <typename Attempt>
+int32_t retry_file_value(const char *path, Attempt attempt) {
+    int32_t result = attempt();
+    for (int retries = 0; result != 0 && retries < kRetries; ++retries) {
+        const int cause = errno;
+        FRWK_WARN("write %s failed :%s, sleep 500ms\n", path, std::strerror(cause));
+        frwk_sleep(kRetryPauseMs);
+        result = attempt();
+    }
+    return result;
+}
+
+}  // namespace
+
+int32_t frwk_set_file_value(const char *path, const void *data, int32_t length) {
+    if (path == nullptr || length < 0 || (data == nullptr && length > 0)) {
+        return -1;
+    }
+
+    const UniqueFd fd = open_value_file(path, O_CREAT | O_TRUNC);
+    if (!fd) {
+        return -1;
+    }
+
+    const int32_t written =
+        uninterrupted([&] { return ::write(fd.get(), data, static_cast<size_t>(length)); });
+    if (written != length) {
+        const int cause = errno;
+        FRWK_WARN("write %s fialed! ret is %d, value len is %d, errno is %d", path, written, length, cause);
+        return -1;
+    }
+    return 0;
+}
+
+int32_t frwk_get_file_value(const char *path, void *buffer, int32_t length) {
+    if (path == nullptr || buffer == nullptr || length < 0) {
+        return -1;
+    }
+
+    const UniqueFd fd = open_value_file(path, 0);
+    if (!fd) {
+        return -1;
+    }
+
+    const int32_t taken =
+        uninterrupted([&] { return ::read(fd.get(), buffer, static_cast<size_t>(length)); });
+    if (taken <= 0) {
+        const int cause = errno;
+        FRWK_WARN("read %s fialed! ret is %d, errno is %d", path, taken, cause);
+        return -1;
+    }
+    return 0;
+}
+
+int32_t frwk_set_file_value_ex(const char *path, const void *data, int32_t length) {
+    if (path == nullptr || data == nullptr || length < 1) {
+        return -1;
+    }
+    return retry_file_value(path, [&] { return frwk_set_file_value(path, data, length); });
+}
+
+int32_t frwk_get_file_value_ex(const char *path, void *buffer, int32_t length) {
+    if (path == nullptr || buffer == nullptr || length < 1) {
+        return -1;
+    }
+    return retry_file_value(path, [&] { return frwk_get_file_value(path, buffer, length); });
+}

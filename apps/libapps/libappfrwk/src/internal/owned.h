@@ -1,0 +1,83 @@
+/*
+ * Owners of the resources that the framework holds: each releases what it holds at the end of its scope,
+ * keeps errno while it does, and accepts having nothing to release.
+ */
+#pragma once
+
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <utility>
+
+#include "os_mem.h"
+#include "os_process.h"
+
+/*
+ * The sole owner of a handle. Traits: Handle, kNone (what stands for no handle) and release(handle).
+ */
+template <typename Traits>
+class Owned {
+  public:
+    using Handle = typename Traits::Handle;
+
+    Owned() = default;
+    explicit Owned(Handle handle) : handle_(handle) {}
+    Owned(const Owned &) = delete;
+    Owned &operator=(const Owned &) = delete;
+    Owned(Owned &&other) noexcept : handle_(other.take()) {}
+    Owned &operator=(Owned &&other) noexcept {
+        reset(other.take());
+        return *this;
+    }
+    ~Owned() { reset(); }
+
+    Handle get() const { return handle_; }
+    explicit operator bool() const { return handle_ != Traits::kNone; }
+
+    /* Hands the handle over to the caller. */
+    [[nodiscard]] Handle take() { return std::exchange(handle_, Traits::kNone); }
+
+    /* Releases what is held and holds handle instead. */
+    void reset(Handle handle = Traits::kNone) {
+        const Handle old = std::exchange(handle_, handle);
+        if (old == Traits::kNone) {
+            return;
+        }
+        const int kept = errno;
+        Traits::release(old);
+        errno = kept;
+    }
+
+  private:
+    Handle handle_ = Traits::kNone;
+};
+
+struct FdTraits {
+    using Handle = int;
+    static constexpr Handle kNone = -1;
+    static void release(Handle fd) { ::close(fd); }
+};
+
+struct FileTraits {
+    using Handle = std::FILE *;
+    static constexpr Handle kNone = nullptr;
+    static void release(Handle file) { (void)std::fclose(file); }
+};
+
+struct PipeTraits {
+    using Handle = std::FILE *;
+    static constexpr Handle kNone = nullptr;
+    static void release(Handle stream) { os_pclose(stream); }
+};
+
+struct BlockTraits {
+    using Handle = void *;
+    static constexpr Handle kNone = nullptr;
+    static void release(Handle block) { os_mem_free(block); }
+};
+
+using UniqueFd = Owned<FdTraits>;
+using UniqueFile = Owned<FileTraits>;
+using UniquePipe = Owned<PipeTraits>;  /* a stream of os_popen */
+using OwnedBlock = Owned<BlockTraits>; /* a block of os_mem_malloc */
