@@ -1,0 +1,246 @@
+#include "database.h"
+
+#include <cerrno>
+#include <cstring>
+
+#include "entry_line.h"
+#include "os_log.h"
+#include "store_file.h"
+#include "zndb_paths.h"
+
+namespace {
+
+using Change = JournalRecord::Change;
+
+class Lock {
+  public:
+    explicit Lock(os_mutex *mutex) : mutex_(mutex) { os_mutex_lock(mutex_); }
+    Lock(const Lock &) = delete;
+    Lock &operator=(const Lock &) = delete;
+    ~Lock() { os_mutex_unlock(mutex_); }
+
+  private:
+    os_mutex *const mutex_;
+};
+
+apps_err_e_type refuse_text(std::string_view key, const char *problem) {
+    OS_LOG(OS_LOG_WARNING, "'%s' refused: %s", std::string(key).c_str(), problem);
+    return E_APPS_ERR_ZNDB_ARG;
+}
+
+apps_err_e_type check_texts(std::string_view key, std::string_view value) {
+    if (const char *problem = key_problem(key)) {
+        return refuse_text(key, problem);
+    }
+    if (const char *problem = value_problem(value)) {
+        return refuse_text(key, problem);
+    }
+    return E_APPS_ERR_SUCCESS;
+}
+
+/* Adds what leads from a store's file to its present values. */
+void add_pending(StoreId id, const Store &store, std::vector<JournalRecord> &records) {
+    if (store.cleared()) {
+        records.push_back({id, Change::kClear, {}, {}});
+    }
+    for (const std::string &key : store.changed_keys()) {
+        if (const std::string *value = store.find(key)) {
+            records.push_back({id, Change::kSet, key, *value});
+        } else {
+            records.push_back({id, Change::kErase, key, {}});
+        }
+    }
+}
+
+}  // namespace
+
+apps_err_e_type result_of_errno(int error) {
+    switch (error) {
+        case 0:
+            return E_APPS_ERR_SUCCESS;
+        case ENOSPC:
+        case EDQUOT:
+        case EFBIG:
+            return E_APPS_ERR_NOSPACE;
+        case EROFS:
+        case EACCES:
+        case EPERM:
+            return E_APPS_ERR_ZNDB_READ_ONLY;
+        case ENOMEM:
+            return E_APPS_ERR_ZNDB_MEM;
+        default:
+            return E_APPS_ERR_ZNDB_OTHER;
+    }
+}
+
+Database::Database()
+    : mutex_(os_mutex_create()),
+      held_{{zndb_paths::kPlainFile, {}, false},
+            {zndb_paths::kPermFile, {}, false},
+            {zndb_paths::kFactoryFile, {}, false}},
+      journal_(zndb_paths::kJournalFile) {}
+
+Database::~Database() {
+    os_mutex_close(mutex_);
+}
+
+void Database::load() {
+    const Lock lock(mutex_);
+    (void)load_store(zndb_paths::kDefaultsFile, defaults_);
+    for (Held &held : held_) {
+        held.unread = load_store(held.path, held.store) != 0;
+    }
+    (void)open_journal(); /* or at the first change */
+}
+
+const std::string *Database::find(StoreId id, std::string_view key) const {
+    const std::string *value = store(id).find(key);
+    if (value != nullptr || id == StoreId::kPerm) {
+        return value;
+    }
+    value = store(StoreId::kFactory).find(key);
+    return value != nullptr ? value : defaults_.find(key);
+}
+
+apps_err_e_type Database::get(StoreId id, std::string_view key, char *buffer, uint32_t size) {
+    const Lock lock(mutex_);
+    const std::string *value = find(id, key);
+    if (value == nullptr) {
+        OS_LOG(OS_LOG_VERBOSE, "'%s' is missing", std::string(key).c_str());
+        return E_APPS_ERR_ZNDB_NO_FOUND;
+    }
+    if (value->size() >= size) {
+        OS_LOG(OS_LOG_WARNING, "'%s' refused: %zu characters don't fit %u bytes", std::string(key).c_str(),
+               value->size(), size);
+        return E_APPS_ERR_OUTOFBUF;
+    }
+    std::memcpy(buffer, value->c_str(), value->size() + 1);
+    OS_LOG(OS_LOG_VERBOSE, "'%s' read", std::string(key).c_str());
+    return E_APPS_ERR_SUCCESS;
+}
+
+/* No change is possible without the journal, so reading it late gives the same as reading it at the start. */
+apps_err_e_type Database::open_journal() {
+    return result_of_errno(journal_.open([this](const JournalRecord &record) { apply(record); }));
+}
+
+void Database::apply(const JournalRecord &record) {
+    Held &held = held_[static_cast<size_t>(record.store)];
+    switch (record.change) {
+        case Change::kSet:
+            held.store.set(record.key, record.value);
+            break;
+        case Change::kErase:
+            held.store.erase(record.key);
+            break;
+        case Change::kClear:
+            held.store.clear();
+            held.unread = false; /* nothing of the file is wanted any more */
+            break;
+    }
+}
+
+apps_err_e_type Database::change(const JournalRecord &record) {
+    const int error = journal_.append(record);
+    if (error != 0) {
+        return result_of_errno(error);
+    }
+    apply(record);
+    OS_LOG(OS_LOG_VERBOSE, "'%s' changed", std::string(record.key).c_str());
+    if (journal_.overgrown()) {
+        (void)shorten_journal();
+    }
+    return E_APPS_ERR_SUCCESS;
+}
+
+apps_err_e_type Database::set(StoreId id, std::string_view key, std::string_view value) {
+    const Lock lock(mutex_);
+    apps_err_e_type result = check_texts(key, value);
+    if (result == E_APPS_ERR_SUCCESS) {
+        result = open_journal();
+    }
+    if (result != E_APPS_ERR_SUCCESS) {
+        return result;
+    }
+    if (!store(id).has_room_for(key)) {
+        OS_LOG(OS_LOG_WARNING, "'%s' refused: the store is full", std::string(key).c_str());
+        return E_APPS_ERR_ZNDB_MEM;
+    }
+
+    const std::string *present = store(id).find(key);
+    if (present != nullptr && *present == value) {
+        return E_APPS_ERR_SUCCESS;
+    }
+    return change({id, Change::kSet, key, value});
+}
+
+apps_err_e_type Database::erase(StoreId id, std::string_view key) {
+    const Lock lock(mutex_);
+    const apps_err_e_type result = open_journal();
+    if (result != E_APPS_ERR_SUCCESS) {
+        return result;
+    }
+    if (store(id).find(key) == nullptr) {
+        OS_LOG(OS_LOG_VERBOSE, "'%s' is missing", std::string(key).c_str());
+        return E_APPS_ERR_ZNDB_NO_FOUND;
+    }
+    return change({id, Change::kErase, key, {}});
+}
+
+apps_err_e_type Database::reset() {
+    const Lock lock(mutex_);
+    const apps_err_e_type result = open_journal();
+    return result == E_APPS_ERR_SUCCESS ? change({StoreId::kPlain, Change::kClear, {}, {}}) : result;
+}
+
+apps_err_e_type Database::save_one(Held &held) {
+    if (!held.store.changed()) {
+        return E_APPS_ERR_SUCCESS;
+    }
+    if (held.unread) {
+        OS_LOG(OS_LOG_WARNING, "%s could not be read and is not replaced", held.path);
+        return E_APPS_ERR_ZNDB_OTHER;
+    }
+    const int error = save_store(held.path, held.store);
+    if (error == 0) {
+        held.store.mark_saved();
+    }
+    return result_of_errno(error);
+}
+
+apps_err_e_type Database::save() {
+    const Lock lock(mutex_);
+    const apps_err_e_type opened = open_journal();
+    if (opened != E_APPS_ERR_SUCCESS) {
+        return opened;
+    }
+    const apps_err_e_type plain = save_one(held_[static_cast<size_t>(StoreId::kPlain)]);
+    const apps_err_e_type perm = save_one(held_[static_cast<size_t>(StoreId::kPerm)]);
+    (void)shorten_journal(); /* records that the files hold by now do no harm */
+    return plain != E_APPS_ERR_SUCCESS ? plain : perm;
+}
+
+apps_err_e_type Database::save_factory() {
+    const Lock lock(mutex_);
+    const apps_err_e_type opened = open_journal();
+    if (opened != E_APPS_ERR_SUCCESS) {
+        return opened;
+    }
+    const apps_err_e_type result = save_one(held_[static_cast<size_t>(StoreId::kFactory)]);
+    (void)shorten_journal();
+    return result;
+}
+
+std::vector<JournalRecord> Database::pending() const {
+    std::vector<JournalRecord> records;
+    for (const StoreId id : kStoreIds) {
+        add_pending(id, store(id), records);
+    }
+    return records;
+}
+
+apps_err_e_type Database::save_ram() {
+    const Lock lock(mutex_);
+    const apps_err_e_type opened = open_journal();
+    return opened == E_APPS_ERR_SUCCESS ? result_of_errno(shorten_journal()) : opened;
+}

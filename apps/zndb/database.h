@@ -1,0 +1,86 @@
+/*
+ * The database: its stores, their files and the journal, put together. Knows nothing of messages.
+ *
+ * Every function may be called from any thread. Results are those that a client receives; every refusal
+ * has been logged, values never are.
+ */
+#pragma once
+
+#include <cstdint>
+#include <string_view>
+#include <vector>
+
+#include "apps_err.h"
+#include "journal.h"
+#include "journal_record.h"
+#include "os_thread.h"
+#include "store.h"
+
+class Database {
+  public:
+    Database();
+    Database(const Database &) = delete;
+    Database &operator=(const Database &) = delete;
+    ~Database();
+
+    /* Reads the files and the journal. Once, before anything else. */
+    void load();
+
+    /*
+     * Reads a value: kPlain falls back to kFactory, and that to the defaults; kPerm to nothing.
+     *
+     * buffer, size: receives the NUL-terminated text; unchanged on failure.
+     * Returns 0, E_APPS_ERR_ZNDB_NO_FOUND, or E_APPS_ERR_OUTOFBUF.
+     */
+    apps_err_e_type get(StoreId id, std::string_view key, char *buffer, uint32_t size);
+
+    /*
+     * Sets a value in a store. It is in the journal when the call returns 0; otherwise nothing has changed:
+     * E_APPS_ERR_ZNDB_ARG for a text that a line can't hold, E_APPS_ERR_ZNDB_MEM for a full store, or what
+     * result_of_errno says.
+     */
+    apps_err_e_type set(StoreId id, std::string_view key, std::string_view value);
+
+    /* Deletes a key of this store; E_APPS_ERR_ZNDB_NO_FOUND when it has none. Otherwise as set. */
+    apps_err_e_type erase(StoreId id, std::string_view key);
+
+    /* Empties the plain store; as set. */
+    apps_err_e_type reset();
+
+    /* Writes the plain and the perm file, where they have changed. Tries both, returns the first failure. */
+    apps_err_e_type save();
+
+    /* Writes the file of the factory overlay, where it has changed. */
+    apps_err_e_type save_factory();
+
+    /* Writes the journal in its shortest form. */
+    apps_err_e_type save_ram();
+
+  private:
+    struct Held {
+        const char *path;
+        Store store;
+        bool unread; /* there is a file, but it could not be read: it must not be replaced */
+    };
+
+    const Store &store(StoreId id) const { return held_[static_cast<size_t>(id)].store; }
+    const std::string *find(StoreId id, std::string_view key) const;
+    apps_err_e_type open_journal();
+    void apply(const JournalRecord &record);
+    apps_err_e_type change(const JournalRecord &record);
+    apps_err_e_type save_one(Held &held);
+    std::vector<JournalRecord> pending() const;
+    int shorten_journal() { return journal_.rewrite(pending()); }
+
+    os_mutex *const mutex_; /* protects everything below */
+    Held held_[3];          /* by StoreId */
+    Store defaults_;
+    Journal journal_;
+};
+
+/*
+ * What a client is told when a file can't be written: E_APPS_ERR_NOSPACE for a full disk,
+ * E_APPS_ERR_ZNDB_READ_ONLY where writing isn't allowed, E_APPS_ERR_ZNDB_MEM without memory, otherwise
+ * E_APPS_ERR_ZNDB_OTHER; 0 for 0.
+ */
+apps_err_e_type result_of_errno(int error);

@@ -1,0 +1,104 @@
+#include "file_steps.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+
+namespace {
+
+constexpr mode_t kFolderMode = 0755;
+constexpr mode_t kFileMode = 0600;
+
+std::string folder_of(const std::string &path) {
+    const size_t slash = path.rfind('/');
+    if (slash == std::string::npos) {
+        return ".";
+    }
+    return slash == 0 ? "/" : path.substr(0, slash);
+}
+
+int file_kind_error(int fd) {
+    struct stat info = {};
+    if (::fstat(fd, &info) != 0) {
+        return errno;
+    }
+    if (S_ISDIR(info.st_mode)) {
+        return EISDIR;
+    }
+    return S_ISREG(info.st_mode) ? 0 : EINVAL;
+}
+
+/* Makes one folder whose parent exists; a new one's name must survive a power cut too. */
+int make_one_folder(const std::string &path) {
+    if (::mkdir(path.c_str(), kFolderMode) == 0) {
+        return sync_folder_of(path);
+    }
+    return errno == EEXIST ? 0 : errno;
+}
+
+}  // namespace
+
+void OwnedFd::reset(int fd) {
+    const int old = std::exchange(fd_, fd);
+    if (old >= 0) {
+        const int kept = errno;
+        (void)::close(old);
+        errno = kept;
+    }
+}
+
+int open_file(const std::string &path, int flags, OwnedFd &fd) {
+    OwnedFd opened(::open(path.c_str(), flags | O_CLOEXEC | O_NONBLOCK, kFileMode));
+    if (!opened) {
+        return errno;
+    }
+    const int error = file_kind_error(opened.get());
+    if (error == 0) {
+        fd = std::move(opened);
+    }
+    return error;
+}
+
+int write_all(int fd, const char *text, size_t length) {
+    while (length > 0) {
+        const ssize_t count = ::write(fd, text, length);
+        if (count < 0 && errno == EINTR) {
+            continue;
+        }
+        if (count < 0) {
+            return errno;
+        }
+        if (count == 0) {
+            return ENOSPC;
+        }
+        text += count;
+        length -= static_cast<size_t>(count);
+    }
+    return 0;
+}
+
+int make_folder_of(const std::string &path) {
+    const std::string folder = folder_of(path);
+    if (::access(folder.c_str(), F_OK) == 0) {
+        return 0;
+    }
+    for (size_t slash = folder.find('/', 1); slash != std::string::npos;
+         slash = folder.find('/', slash + 1)) {
+        const int error = make_one_folder(folder.substr(0, slash));
+        if (error != 0) {
+            return error;
+        }
+    }
+    return make_one_folder(folder);
+}
+
+int sync_folder_of(const std::string &path) {
+    const OwnedFd folder(::open(folder_of(path).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (!folder) {
+        return errno;
+    }
+    /* Some file systems keep names safe by themselves and refuse with EINVAL. */
+    return ::fsync(folder.get()) == 0 || errno == EINVAL ? 0 : errno;
+}

@@ -1,0 +1,66 @@
+#include "journal_record.h"
+
+#include "entry_line.h"
+#include "line_reader.h"
+#include "zndb.h"
+
+/* Two letters, a key, '=' and a value. */
+static_assert(kLineMax >= 2 + ZNDB_KEY_LEN - 1 + 1 + ZNDB_VALUE_LEN - 1);
+
+namespace {
+
+/* In the order of StoreId and of JournalRecord::Change. */
+constexpr std::string_view kStoreLetters = "PMF";
+constexpr std::string_view kChangeSigns = "+-!";
+
+const char *parse_texts(std::string_view text, JournalRecord &record) {
+    Entry entry;
+    switch (record.change) {
+        case JournalRecord::Change::kSet:
+            if (const char *problem = parse_entry(text, entry)) {
+                return problem;
+            }
+            record.key = entry.key;
+            record.value = entry.value;
+            return nullptr;
+        case JournalRecord::Change::kErase:
+            record.key = text;
+            return key_problem(text);
+        case JournalRecord::Change::kClear:
+            break;
+    }
+    return text.empty() ? nullptr : "a text follows the sign";
+}
+
+}  // namespace
+
+std::string format_record(const JournalRecord &record) {
+    std::string line;
+    line += kStoreLetters[static_cast<size_t>(record.store)];
+    line += kChangeSigns[static_cast<size_t>(record.change)];
+    line += record.key;
+    if (record.change == JournalRecord::Change::kSet) {
+        line += '=';
+        line += record.value;
+    }
+    line += '\n';
+    return line;
+}
+
+const char *parse_record(std::string_view line, JournalRecord &record) {
+    if (line.size() < 2) {
+        return "it is too short";
+    }
+    const size_t store = kStoreLetters.find(line[0]);
+    const size_t change = kChangeSigns.find(line[1]);
+    if (store == std::string_view::npos || change == std::string_view::npos) {
+        return "store or change is unknown";
+    }
+
+    JournalRecord read = {static_cast<StoreId>(store), static_cast<JournalRecord::Change>(change), {}, {}};
+    if (const char *problem = parse_texts(line.substr(2), read)) {
+        return problem;
+    }
+    record = read;
+    return nullptr;
+}

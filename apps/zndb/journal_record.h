@@ -1,0 +1,46 @@
+/*
+ * One change as a line of the journal. A letter names the store, a sign the change:
+ *
+ *   P+key=value   set        P plain
+ *   M-key         delete     M perm
+ *   F!            clear      F factory overlay
+ *
+ * Pure text; knows nothing of files.
+ */
+#pragma once
+
+#include <string>
+#include <string_view>
+
+/* The stores that can be changed. */
+enum class StoreId {
+    kPlain,
+    kPerm,
+    kFactory
+};
+
+inline constexpr StoreId kStoreIds[] = {StoreId::kPlain, StoreId::kPerm, StoreId::kFactory};
+
+/* A change; the texts are someone else's. */
+struct JournalRecord {
+    enum class Change {
+        kSet,
+        kErase,
+        kClear
+    };
+
+    StoreId store;
+    Change change;
+    std::string_view key;   /* empty for kClear */
+    std::string_view value; /* kSet only */
+};
+
+/* Returns the record's line, its LF included. The texts must be such as a line can hold. */
+std::string format_record(const JournalRecord &record);
+
+/*
+ * Reads a line, its LF not included.
+ * record: receives the change, whose texts point into line; unchanged on failure.
+ * Returns null, or what is wrong with the line.
+ */
+const char *parse_record(std::string_view line, JournalRecord &record);

@@ -1,0 +1,60 @@
+#include "replacement_file.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+
+#include "zndb_paths.h"
+
+namespace {
+
+constexpr size_t kBufferSize = 16384;
+
+}  // namespace
+
+ReplacementFile::ReplacementFile(const std::string &path)
+    : path_(path), temporary_(path + zndb_paths::kTemporarySuffix) {
+    error_ = make_folder_of(path_);
+    if (error_ == 0) {
+        (void)::unlink(temporary_.c_str()); /* of a writer that was killed */
+        error_ = open_file(temporary_, O_RDWR | O_APPEND | O_CREAT | O_EXCL, fd_);
+    }
+}
+
+ReplacementFile::~ReplacementFile() {
+    if (!in_place_) {
+        (void)::unlink(temporary_.c_str());
+    }
+}
+
+void ReplacementFile::flush() {
+    if (error_ == 0) {
+        error_ = write_all(fd_.get(), buffer_.data(), buffer_.size());
+    }
+    buffer_.clear();
+}
+
+void ReplacementFile::add(std::string_view text) {
+    buffer_.append(text);
+    size_ += text.size();
+    if (buffer_.size() >= kBufferSize) {
+        flush();
+    }
+}
+
+int ReplacementFile::put_in_place(Outlives outlives) {
+    flush();
+    if (error_ != 0) {
+        return error_;
+    }
+    if (outlives == Outlives::kPowerCut && ::fsync(fd_.get()) != 0) {
+        return errno;
+    }
+    if (::rename(temporary_.c_str(), path_.c_str()) != 0) {
+        return errno;
+    }
+    in_place_ = true;
+    return outlives == Outlives::kPowerCut ? sync_folder_of(path_) : 0;
+}

@@ -1,0 +1,52 @@
+/*
+ * A new content for a file that is the old one or the new one at every moment, never half: a temporary
+ * file beside it takes its place when it is complete. One thread at a time.
+ */
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+#include "file_steps.h"
+
+class ReplacementFile {
+  public:
+    /* What the new content has to outlive once it is in place. */
+    enum class Outlives {
+        kCrash,
+        kPowerCut
+    };
+
+    /* Opens the temporary file, readable by nobody else, and makes missing folders. */
+    explicit ReplacementFile(const std::string &path);
+    ReplacementFile(const ReplacementFile &) = delete;
+    ReplacementFile &operator=(const ReplacementFile &) = delete;
+    /* Removes the temporary file unless it was put in place. */
+    ~ReplacementFile();
+
+    /* Adds to the content. A failure is kept for put_in_place. */
+    void add(std::string_view text);
+
+    /*
+     * Puts the new content in the file's place. Returns 0, or the errno value of the first failure; then
+     * the file has its old content, unless only its folder could not be synced.
+     */
+    int put_in_place(Outlives outlives);
+
+    uint64_t size() const { return size_; }
+
+    /* Hands over the descriptor, open for reading and appending. */
+    OwnedFd take() { return std::move(fd_); }
+
+  private:
+    void flush();
+
+    const std::string path_;
+    const std::string temporary_;
+    OwnedFd fd_;
+    std::string buffer_;
+    uint64_t size_ = 0;
+    int error_ = 0;
+    bool in_place_ = false;
+};

@@ -1,0 +1,113 @@
+#include "zndb_handler.h"
+
+#include <cstring>
+#include <string_view>
+
+#include "os_log.h"
+#include "zndb_wire.h"
+
+namespace {
+
+using Answer = apps_err_e_type (*)(Database &database, StoreId id, const ZndbMessage &message);
+
+/* A message that the database answers; id counts only where the message is about one store. */
+struct Row {
+    apps_message_id_e_type msgid;
+    Answer answer;
+    StoreId id;
+};
+
+apps_err_e_type refuse_body(const ZndbMessage &message) {
+    OS_LOG(OS_LOG_WARNING, "message %d of module %u refused: its body of %d bytes has the wrong form",
+           message.msgid, message.src, message.data_len);
+    return E_APPS_ERR_ZNDB_ARG;
+}
+
+/* The text of a field that must hold a NUL. Returns false when it doesn't. */
+bool field_text(const char *field, size_t size, std::string_view &text) {
+    const void *end = std::memchr(field, '\0', size);
+    if (end == nullptr) {
+        return false;
+    }
+    text = {field, static_cast<size_t>(static_cast<const char *>(end) - field)};
+    return true;
+}
+
+/* The body of a get or delete: a key that is not empty, with its NUL, and nothing behind it. */
+bool key_body(const ZndbMessage &message, std::string_view &key) {
+    if (message.data == nullptr || message.data_len < 2 || message.data_len > ZNDB_KEY_LEN) {
+        return false;
+    }
+    const auto size = static_cast<size_t>(message.data_len);
+    return field_text(static_cast<const char *>(message.data), size, key) && key.size() + 1 == size;
+}
+
+apps_err_e_type answer_set(Database &database, StoreId id, const ZndbMessage &message) {
+    if (message.data == nullptr || message.data_len != static_cast<int32_t>(sizeof(zndb_kv_t))) {
+        return refuse_body(message);
+    }
+    const auto *body = static_cast<const char *>(message.data);
+    std::string_view key;
+    std::string_view value;
+    if (!field_text(body + offsetof(zndb_kv_t, key), ZNDB_KEY_LEN, key) ||
+        !field_text(body + offsetof(zndb_kv_t, value), ZNDB_VALUE_LEN, value)) {
+        return refuse_body(message);
+    }
+    return database.set(id, key, value);
+}
+
+apps_err_e_type answer_get(Database &database, StoreId id, const ZndbMessage &message) {
+    std::string_view key;
+    if (!key_body(message, key)) {
+        return refuse_body(message);
+    }
+    auto *buffer = static_cast<char *>(message.rsp);
+    return database.get(id, key, buffer, buffer != nullptr ? message.rsp_size : 0);
+}
+
+apps_err_e_type answer_del(Database &database, StoreId id, const ZndbMessage &message) {
+    std::string_view key;
+    return key_body(message, key) ? database.erase(id, key) : refuse_body(message);
+}
+
+apps_err_e_type answer_save(Database &database, StoreId id, const ZndbMessage &message) {
+    if (message.data_len > 0) {
+        return refuse_body(message);
+    }
+    return id == StoreId::kFactory ? database.save_factory() : database.save();
+}
+
+apps_err_e_type answer_save_ram(Database &database, StoreId, const ZndbMessage &message) {
+    return message.data_len > 0 ? refuse_body(message) : database.save_ram();
+}
+
+apps_err_e_type answer_reset(Database &database, StoreId, const ZndbMessage &message) {
+    return message.data_len > 0 ? refuse_body(message) : database.reset();
+}
+
+constexpr Row kRows[] = {
+    {E_APPS_MSG_ZNDB_SET, answer_set, StoreId::kPlain},
+    {E_APPS_MSG_ZNDB_GET, answer_get, StoreId::kPlain},
+    {E_APPS_MSG_ZNDB_SAVE, answer_save, StoreId::kPlain},
+    {E_APPS_MSG_ZNDB_FACTOR_SET, answer_set, StoreId::kFactory},
+    {E_APPS_MSG_ZNDB_FACTOR_SAVE, answer_save, StoreId::kFactory},
+    {E_APPS_MSG_ZNDB_SET_PERM, answer_set, StoreId::kPerm},
+    {E_APPS_MSG_ZNDB_GET_PERM, answer_get, StoreId::kPerm},
+    {E_APPS_MSG_ZNDB_GET_DEF, answer_get, StoreId::kFactory},
+    {E_APPS_MSG_ZNDB_DEL, answer_del, StoreId::kPlain},
+    {E_APPS_MSG_ZNDB_DEL_PERM, answer_del, StoreId::kPerm},
+    {E_APPS_MSG_ZNDB_SAVE_RAM, answer_save_ram, StoreId::kPlain},
+    {E_APPS_MSG_ZNDB_RESET, answer_reset, StoreId::kPlain},
+};
+
+}  // namespace
+
+apps_err_e_type zndb_handle(Database &database, const ZndbMessage &message) {
+    for (const Row &row : kRows) {
+        if (row.msgid == message.msgid) {
+            return row.answer(database, row.id, message);
+        }
+    }
+    OS_LOG(OS_LOG_WARNING, "message %d of module %u refused: it is unknown", message.msgid, message.src);
+    return E_APPS_ERR_UNSUPPORTED;
+}

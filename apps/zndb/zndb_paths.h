@@ -1,0 +1,19 @@
+/*
+ * Every path that the database service uses.
+ */
+#pragma once
+
+namespace zndb_paths {
+
+inline constexpr char kPlainFile[] = "/m_data/usr/db/user_data.txt";
+inline constexpr char kPermFile[] = "/m_data/usr_permanent/db/perm_data.txt";
+inline constexpr char kDefaultsFile[] = "/m_webui/usr/db/default_data.txt";
+inline constexpr char kFactoryFile[] = "/m_data/factor/factor_data.txt";
+
+/* On tmpfs: outlives the service, not the power. */
+inline constexpr char kJournalFile[] = "/tmp/m_tmp/zndb/journal";
+
+/* Added to a file's path while its successor is being written. */
+inline constexpr char kTemporarySuffix[] = ".tmp";
+
+}  // namespace zndb_paths
