@@ -1,0 +1,38 @@
+# What every target is compiled and linked with.
+
+set(CMAKE_CXX_STANDARD 17)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_C_STANDARD 99)
+set(CMAKE_C_EXTENSIONS OFF)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+set(CMAKE_C_VISIBILITY_PRESET hidden)
+set(CMAKE_CXX_VISIBILITY_PRESET hidden)
+set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
+set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+set(THREADS_PREFER_PTHREAD_FLAG ON)
+find_package(Threads REQUIRED)
+
+# Log lines and assertions carry file names, never the path of the machine that built them. 64-bit file
+# offsets everywhere, or a 32-bit build can't stat files with large inode numbers.
+add_compile_options(-Wall -Wextra -Wconversion -Wshadow -Werror
+  "-ffile-prefix-map=${PROJECT_SOURCE_DIR}/=")
+add_compile_definitions(_GNU_SOURCE _FILE_OFFSET_BITS=64)
+add_link_options(-Wl,--as-needed)
+
+if(QUOR_SANITIZE)
+  add_compile_options("-fsanitize=${QUOR_SANITIZE}" -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  add_link_options("-fsanitize=${QUOR_SANITIZE}")
+endif()
+
+# Makes a library with an undefined symbol fail to link. A sanitizer's own functions are only in the program,
+# so sanitized libraries can't be held to it.
+set(QUOR_NO_UNDEFINED "")
+if(NOT QUOR_SANITIZE)
+  set(QUOR_NO_UNDEFINED -Wl,-z,defs)
+endif()
+
+# The libraries of the device do without exceptions and type information.
+function(quor_device_code target)
+  target_compile_options(${target} PRIVATE $<$<COMPILE_LANGUAGE:CXX>:-fno-exceptions -fno-rtti>)
+endfunction()
