@@ -1,0 +1,106 @@
+/*
+ * Stand-ins for single functions, put in their place when a test program is linked (-Wl,--wrap=NAME).
+ *
+ * A program that links doubles_libc or doubles_base calls the functions named there through a Double each.
+ * Without a stand-in the call goes on to the real function:
+ *
+ *     doubles::libc::socket.stand_in([](int, int, int) { errno = EMFILE; return -1; });
+ *     ...
+ *     EXPECT_EQ(1u, doubles::libc::socket.calls());
+ *     doubles::restore_all();
+ *
+ * A stand-in may call the real function: doubles::libc::recv.real(fd, buf, len, flags). Only calls from
+ * object files that are linked into the program are led through a Double, never those between functions of
+ * one source file or inside shared libraries. Every function here may be called from any thread; a
+ * stand-in must stand concurrent calls and may still be running when restore() returns.
+ */
+#pragma once
+
+#include <atomic>
+#include <functional>
+#include <utility>
+
+namespace doubles {
+
+/* What all doubles have in common. They are constants of the program: usable before main and after it. */
+class AnyDouble {
+  public:
+    AnyDouble(const AnyDouble &) = delete;
+    AnyDouble &operator=(const AnyDouble &) = delete;
+
+    /* Takes the stand-in away: calls go to the real function again. */
+    void restore() { current_.store(nullptr, std::memory_order_release); }
+
+    /* Calls since the start or the last restore_all, whoever answered them. */
+    unsigned calls() const { return calls_.load(std::memory_order_acquire); }
+
+    /* Starts the count afresh. */
+    void forget_calls() { calls_.store(0, std::memory_order_release); }
+
+  protected:
+    constexpr AnyDouble() = default;
+    ~AnyDouble() = default;
+
+    void count_call() {
+        enrol();
+        calls_.fetch_add(1, std::memory_order_acq_rel);
+    }
+    void enrol();
+
+    std::atomic<const void *> current_{nullptr};
+
+  private:
+    friend void restore_all();
+
+    std::atomic<unsigned> calls_{0};
+    std::atomic<bool> enrolled_{false};
+    AnyDouble *next_ = nullptr;
+};
+
+/* Takes every stand-in of the program away and sets every count to 0. */
+void restore_all();
+
+template <typename Signature>
+class Double;
+
+template <typename Result, typename... Args>
+class Double<Result(Args...)> : public AnyDouble {
+  public:
+    using Function = std::function<Result(Args...)>;
+
+    constexpr explicit Double(Result (*function)(Args...)) : real_(function) {}
+
+    /* From now on answers calls with function, until restore() or the next stand_in(). */
+    void stand_in(Function function) {
+        enrol();
+        current_.store(keep(std::move(function)), std::memory_order_release);
+    }
+
+    /* The real function, past any stand-in; not counted. */
+    Result real(Args... args) const { return real_(args...); }
+
+    Result operator()(Args... args) {
+        count_call();
+        const auto *function = static_cast<const Function *>(current_.load(std::memory_order_acquire));
+        return function != nullptr ? (*function)(args...) : real_(args...);
+    }
+
+  private:
+    struct Kept {
+        Function function;
+        Kept *next;
+    };
+
+    /* Stand-ins live until the program ends, since a thread may be inside one that was just replaced. */
+    const Function *keep(Function function) {
+        Kept *kept = new Kept{std::move(function), kept_.load()};
+        while (!kept_.compare_exchange_weak(kept->next, kept)) {
+        }
+        return &kept->function;
+    }
+
+    Result (*const real_)(Args...);
+    std::atomic<Kept *> kept_{nullptr};
+};
+
+}  // namespace doubles

@@ -1,0 +1,69 @@
+/*
+ * Doubles of the system library's functions. Link doubles_libc.
+ *
+ * Variadic functions take their finished arguments: open a mode (0 when none was passed), fcntl one
+ * argument as a pointer (only meaningful where the command has one), syslog the formatted text.
+ * open, fcntl and fopen stand for their 64-bit-offset twins too.
+ */
+#pragma once
+
+#include <poll.h>
+#include <pthread.h>
+#include <semaphore.h>
+#include <stdio.h>
+#include <sys/socket.h>
+#include <sys/types.h>
+#include <time.h>
+
+#include "doubles/double.h"
+
+namespace doubles::libc {
+
+extern Double<int(int, int, int)> socket;
+extern Double<int(int, const sockaddr *, socklen_t)> bind;
+extern Double<int(int, int)> listen;
+extern Double<int(int, sockaddr *, socklen_t *, int)> accept4;
+extern Double<int(int, const sockaddr *, socklen_t)> connect;
+extern Double<int(int, int, int, const void *, socklen_t)> setsockopt;
+extern Double<int(int, int, int, void *, socklen_t *)> getsockopt;
+extern Double<int(pollfd *, nfds_t, int)> poll;
+extern Double<ssize_t(int, void *, size_t, int)> recv;
+extern Double<ssize_t(int, const void *, size_t, int)> send;
+
+extern Double<int(const char *, int, mode_t)> open;
+extern Double<int(int, int, void *)> fcntl;
+extern Double<ssize_t(int, void *, size_t)> read;
+extern Double<ssize_t(int, const void *, size_t)> write;
+extern Double<int(int)> close;
+extern Double<int(int)> fsync;
+extern Double<int(int, mode_t)> fchmod;
+extern Double<int(const char *, const char *)> rename;
+extern Double<int(const char *)> unlink;
+extern Double<int(const char *, mode_t)> mkdir;
+extern Double<void()> sync;
+
+extern Double<FILE *(const char *, const char *)> fopen;
+extern Double<size_t(void *, size_t, size_t, FILE *)> fread;
+extern Double<size_t(const void *, size_t, size_t, FILE *)> fwrite;
+extern Double<int(FILE *)> fflush;
+extern Double<int(FILE *)> fclose;
+extern Double<FILE *(const char *, const char *)> popen;
+extern Double<int(const char *)> system;
+
+extern Double<void *(size_t)> malloc;
+extern Double<void *(size_t, size_t)> calloc;
+
+extern Double<int(pthread_t *, const pthread_attr_t *, void *(*)(void *), void *)> pthread_create;
+extern Double<int(pthread_attr_t *)> pthread_attr_init;
+extern Double<int(pthread_mutex_t *, const pthread_mutexattr_t *)> pthread_mutex_init;
+extern Double<int(sem_t *, int, unsigned)> sem_init;
+extern Double<int(sem_t *)> sem_wait;
+
+extern Double<int(clockid_t, timespec *)> clock_gettime;
+extern Double<int(clockid_t, int, const timespec *, timespec *)> clock_nanosleep;
+extern Double<int(const timespec *, timespec *)> nanosleep;
+
+extern Double<void(const char *, int, int)> openlog;
+extern Double<void(int, const char *)> syslog;
+
+}  // namespace doubles::libc

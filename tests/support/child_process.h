@@ -1,0 +1,78 @@
+/*
+ * A program that a test starts, talks to, watches and ends. For one thread at a time.
+ *
+ * The program's standard input and output are pipes to the test; what it prints to standard error is kept
+ * and may be read at any time. No other descriptor of the test reaches it.
+ */
+#pragma once
+
+#include <sys/types.h>
+
+#include <chrono>
+#include <csignal>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "support/wait_until.h"
+
+class ChildProcess {
+  public:
+    /*
+     * Starts a program.
+     *
+     * command: the program, looked for as a shell does, and its arguments.
+     * environment: "NAME=value" entries on top of the test's own environment.
+     */
+    explicit ChildProcess(const std::vector<std::string> &command,
+                          const std::vector<std::string> &environment = {});
+
+    /* Kills the program if it still runs. */
+    ~ChildProcess();
+
+    ChildProcess(const ChildProcess &) = delete;
+    ChildProcess &operator=(const ChildProcess &) = delete;
+
+    pid_t pid() const { return pid_; }
+
+    /* Writes a line to the program's input. */
+    void write_line(const std::string &line);
+
+    /* Ends the program's input. */
+    void close_input();
+
+    /* Takes the next line of its output, without the line end; nothing when none comes in time. */
+    std::optional<std::string> read_line(std::chrono::milliseconds limit = kPatience);
+
+    /* Everything it has printed to standard error so far. */
+    std::string errors() const;
+
+    /* Waits until its standard error has the text. */
+    bool wait_for_error(const std::string &text, std::chrono::milliseconds limit = kPatience) const;
+
+    void send_signal(int number);
+
+    /* Ends it with SIGKILL and waits for its end. */
+    void kill();
+
+    bool running();
+
+    /* Waits for its end. Returns its exit status, 128 and the signal's number, or -1 when it still runs. */
+    int exit_status(std::chrono::milliseconds limit = kPatience);
+
+    /* Open descriptors, as the kernel lists them. */
+    size_t descriptors() const;
+
+  private:
+    void start(const std::vector<std::string> &command, const std::vector<std::string> &environment,
+               int input, int output);
+    bool reap();
+    std::optional<std::string> take_line();
+
+    pid_t pid_ = -1;
+    int input_ = -1;
+    int output_ = -1;
+    int errors_ = -1;
+    int status_ = -1;
+    std::string pending_;
+};

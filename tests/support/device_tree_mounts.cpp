@@ -1,0 +1,289 @@
+// Builds the private root folder. Every entry of "/" shows the host's, except:
+//
+//   /m_data, /m_webui   fresh and empty but for the folders that the device's image brings along
+//   /tmp                fresh; the host's entries are bound in, so that a build folder there stays in reach
+//   /tmp/m_tmp          fresh and empty
+//   /etc, /usr/bin      fresh folders of symbolic links to a read-only view of the host's; entries may be
+//                       added, replaced and removed, the host's configuration of modules is not among them
+//   /dev                fresh, with the plain devices bound in; there is no log socket, so that nothing
+//                       reaches the host's system log
+//
+// Folders are bound recursively: in a user namespace the kernel refuses to show a folder without the mounts
+// that the host has below it. Trees may be nested.
+
+#include "device_tree_mounts.h"
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <sched.h>
+#include <sys/mount.h>
+#include <sys/stat.h>
+#include <sys/statvfs.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <initializer_list>
+#include <memory>
+#include <string>
+
+namespace device_tree {
+namespace {
+
+// While the root is being built: the host's root, and the folder that keeps the originals.
+const char kHost[] = "/.host";
+const char kOriginals[] = "/.originals";
+
+struct CloseFolder {
+    void operator()(DIR *folder) const { closedir(folder); }
+};
+using Folder = std::unique_ptr<DIR, CloseFolder>;
+
+using Names = std::initializer_list<const char *>;
+
+bool contains(Names names, const std::string &name) {
+    return std::find(names.begin(), names.end(), name) != names.end();
+}
+
+// Calls visit with the name of each entry of a folder but those in the skip list.
+template <typename Visit>
+void for_each_entry(const std::string &path, Names skip, Visit visit) {
+    const Folder folder(opendir(path.c_str()));
+    if (!folder) {
+        refuse("read", path.c_str());
+    }
+    while (const dirent *entry = readdir(folder.get())) {
+        const std::string name = entry->d_name;
+        if (name != "." && name != ".." && !contains(skip, name)) {
+            visit(name);
+        }
+    }
+}
+
+void write_text(const char *path, const std::string &text) {
+    const int fd = open(path, O_WRONLY | O_CLOEXEC);
+    if (fd < 0 || write(fd, text.data(), text.size()) != static_cast<ssize_t>(text.size())) {
+        refuse("write", path);
+    }
+    close(fd);
+}
+
+void make_folder(const std::string &path, mode_t mode = 0755) {
+    if ((mkdir(path.c_str(), mode) != 0 && errno != EEXIST) || chmod(path.c_str(), mode) != 0) {
+        refuse("make folder", path.c_str());
+    }
+}
+
+void make_file(const std::string &path) {
+    const int fd = open(path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0644);
+    if (fd < 0) {
+        refuse("make file", path.c_str());
+    }
+    close(fd);
+}
+
+void make_link(const std::string &target, const std::string &path) {
+    if (symlink(target.c_str(), path.c_str()) != 0) {
+        refuse("make link", path.c_str());
+    }
+}
+
+void mount_fresh(const std::string &path, const char *mode = "mode=0755") {
+    if (mount("tmpfs", path.c_str(), "tmpfs", MS_NOSUID | MS_NODEV, mode) != 0) {
+        refuse("mount a tmpfs on", path.c_str());
+    }
+}
+
+bool bind(const std::string &from, const std::string &to) {
+    return mount(from.c_str(), to.c_str(), nullptr, MS_BIND | MS_REC, nullptr) == 0;
+}
+
+// A bound folder keeps the flags of the file system it lies on; in a user namespace none may be dropped.
+unsigned long kept_flags(const std::string &path) {
+    struct statvfs info {};
+    if (statvfs(path.c_str(), &info) != 0) {
+        refuse("look at", path.c_str());
+    }
+
+    const struct {
+        unsigned long found, kept;
+    } pairs[] = {{ST_NOSUID, MS_NOSUID},   {ST_NODEV, MS_NODEV},           {ST_NOEXEC, MS_NOEXEC},
+                 {ST_NOATIME, MS_NOATIME}, {ST_NODIRATIME, MS_NODIRATIME}, {ST_RELATIME, MS_RELATIME}};
+    unsigned long flags = 0;
+    for (const auto &pair : pairs) {
+        flags |= (info.f_flag & pair.found) != 0 ? pair.kept : 0;
+    }
+    return flags;
+}
+
+void bind_read_only(const std::string &from, const std::string &to) {
+    make_folder(to);
+    const unsigned long flags = MS_REMOUNT | MS_BIND | MS_RDONLY | kept_flags(from);
+    if (!bind(from, to) || mount(nullptr, to.c_str(), nullptr, flags, nullptr) != 0) {
+        refuse("bind", to.c_str());
+    }
+}
+
+void copy_link(const std::string &from, const std::string &to) {
+    char target[4096];
+    const ssize_t length = readlink(from.c_str(), target, sizeof(target));
+    if (length > 0) {
+        make_link(std::string(target, static_cast<size_t>(length)), to);
+    }
+}
+
+// Shows one host entry at a path that doesn't exist yet. An entry that is gone by now, or that can't be
+// bound, is left out.
+void show(const std::string &from, const std::string &to) {
+    struct stat info {};
+    if (lstat(from.c_str(), &info) != 0) {
+        return;
+    }
+
+    if (S_ISLNK(info.st_mode)) {
+        copy_link(from, to);
+        return;
+    }
+    if (S_ISDIR(info.st_mode)) {
+        make_folder(to);
+    } else {
+        make_file(to);
+    }
+    if (!bind(from, to)) {
+        (void)remove(to.c_str());
+    }
+}
+
+// Where the originals of /etc and /usr stay: a name that an outer tree hasn't taken.
+std::string originals_folder() {
+    std::string path = kOriginals;
+    while (access((kHost + path).c_str(), F_OK) == 0) {
+        path += "_";
+    }
+    make_folder(path);
+    return path;
+}
+
+// Lays a fresh folder of links over a path; original is the read-only folder that the links point into.
+void mount_stand_in(const std::string &path, const std::string &original, Names skip) {
+    mount_fresh(path);
+    for_each_entry(original, skip,
+                   [&](const std::string &name) { make_link(original + "/" + name, path + "/" + name); });
+}
+
+// All of /usr is kept, not only /usr/bin, since some programs look for their files beside themselves.
+void build_writable_folders() {
+    const std::string originals = originals_folder();
+    bind_read_only(std::string(kHost) + "/etc", originals + "/etc");
+    bind_read_only(std::string(kHost) + "/usr", originals + "/usr");
+
+    make_folder("/etc");
+    mount_stand_in("/etc", originals + "/etc",
+                   {"quor_apps_cfg.xml", "quor_apps_startup", "quor_product.key"});
+    mount_stand_in("/usr/bin", originals + "/usr/bin", {"apps_init"});
+}
+
+void build_tmp() {
+    make_folder("/tmp", 01777);
+    mount_fresh("/tmp", "mode=1777");
+    const std::string host = std::string(kHost) + "/tmp/";
+    for_each_entry(host, {"m_tmp"}, [&](const std::string &name) { show(host + name, "/tmp/" + name); });
+    make_folder("/tmp/m_tmp");
+}
+
+void build_dev() {
+    make_folder("/dev");
+    mount_fresh("/dev");
+    const std::string host = std::string(kHost) + "/dev/";
+    for (const char *name : {"null", "zero", "full", "random", "urandom", "tty", "ptmx", "pts"}) {
+        show(host + name, std::string("/dev/") + name);
+    }
+    make_folder("/dev/shm", 01777);
+    make_link("/proc/self/fd", "/dev/fd");
+    make_link("/proc/self/fd/0", "/dev/stdin");
+    make_link("/proc/self/fd/1", "/dev/stdout");
+    make_link("/proc/self/fd/2", "/dev/stderr");
+}
+
+void build_device_folders() {
+    make_folder("/m_data");
+    mount_fresh("/m_data");
+    for (const char *name : {"/m_data/usr", "/m_data/usr_permanent", "/m_data/factor"}) {
+        make_folder(name);
+    }
+
+    make_folder("/m_webui");
+    mount_fresh("/m_webui");
+    make_folder("/m_webui/usr");
+    make_folder("/m_webui/usr/db");
+}
+
+void show_host_folders() {
+    for_each_entry(kHost, {"m_data", "m_webui", "tmp", "dev", "etc"},
+                   [](const std::string &name) { show(std::string(kHost) + "/" + name, "/" + name); });
+}
+
+// Root is enough where it may mount. Anyone else, and root in a container, needs a user namespace, in
+// which the own user and group stand for themselves.
+void unshare_namespaces() {
+    if (unshare(CLONE_NEWNS) == 0) {
+        return;
+    }
+
+    const std::string user = std::to_string(geteuid());
+    const std::string group = std::to_string(getegid());
+    if (unshare(CLONE_NEWUSER | CLONE_NEWNS) != 0) {
+        refuse("namespaces are not allowed here:", "unshare");
+    }
+    write_text("/proc/self/setgroups", "deny");
+    write_text("/proc/self/uid_map", user + " " + user + " 1");
+    write_text("/proc/self/gid_map", group + " " + group + " 1");
+}
+
+// Makes an empty tmpfs the root, with the host's root at kHost. It is mounted over /tmp for a moment only,
+// and nobody outside sees that.
+void switch_root() {
+    if (mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0) {
+        refuse("namespaces are not allowed here:", "mount");
+    }
+    mount_fresh("/tmp");
+    const std::string host = std::string("/tmp") + kHost;
+    make_folder(host);
+    if (syscall(SYS_pivot_root, "/tmp", host.c_str()) != 0 || chdir("/") != 0) {
+        refuse("change the", "root folder");
+    }
+}
+
+void drop_host() {
+    if (umount2(kHost, MNT_DETACH) != 0 || rmdir(kHost) != 0) {
+        refuse("unmount", kHost);
+    }
+}
+
+}  // namespace
+
+void refuse(const char *what, const char *detail) {
+    (void)fprintf(stderr, "device-tree: %s %s: %s\n", what, detail, strerror(errno));
+    exit(2);
+}
+
+void enter_private_root() {
+    unshare_namespaces();
+    switch_root();
+
+    const mode_t before = umask(0);
+    show_host_folders();
+    build_writable_folders();
+    build_tmp();
+    build_dev();
+    build_device_folders();
+    umask(before);
+
+    drop_host();
+}
+
+}  // namespace device_tree
