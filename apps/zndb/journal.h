@@ -13,7 +13,7 @@
 #include "journal_record.h"
 
 /* A journal of this many bytes or fewer is never overgrown. */
-inline constexpr uint64_t kJournalSmall = 256 * 1024;
+inline constexpr uint64_t kJournalSmall = uint64_t{256} * 1024;
 
 class Journal {
   public:

@@ -99,7 +99,10 @@ int load_store(const std::string &path, Store &store) {
 int save_store(const std::string &path, const Store &store) {
     ReplacementFile file(path);
     for (const auto &[key, value] : store.values()) {
-        file.add(key + "=" + value + "\n");
+        file.add(key);
+        file.add("=");
+        file.add(value);
+        file.add("\n");
     }
     const int error = file.put_in_place(ReplacementFile::Outlives::kPowerCut);
     if (error != 0) {

@@ -13,8 +13,8 @@ using Answer = apps_err_e_type (*)(Database &database, StoreId id, const ZndbMes
 /* A message that the database answers; id counts only where the message is about one store. */
 struct Row {
     apps_message_id_e_type msgid;
-    Answer answer;
     StoreId id;
+    Answer answer;
 };
 
 apps_err_e_type refuse_body(const ZndbMessage &message) {
@@ -86,18 +86,18 @@ apps_err_e_type answer_reset(Database &database, StoreId, const ZndbMessage &mes
 }
 
 constexpr Row kRows[] = {
-    {E_APPS_MSG_ZNDB_SET, answer_set, StoreId::kPlain},
-    {E_APPS_MSG_ZNDB_GET, answer_get, StoreId::kPlain},
-    {E_APPS_MSG_ZNDB_SAVE, answer_save, StoreId::kPlain},
-    {E_APPS_MSG_ZNDB_FACTOR_SET, answer_set, StoreId::kFactory},
-    {E_APPS_MSG_ZNDB_FACTOR_SAVE, answer_save, StoreId::kFactory},
-    {E_APPS_MSG_ZNDB_SET_PERM, answer_set, StoreId::kPerm},
-    {E_APPS_MSG_ZNDB_GET_PERM, answer_get, StoreId::kPerm},
-    {E_APPS_MSG_ZNDB_GET_DEF, answer_get, StoreId::kFactory},
-    {E_APPS_MSG_ZNDB_DEL, answer_del, StoreId::kPlain},
-    {E_APPS_MSG_ZNDB_DEL_PERM, answer_del, StoreId::kPerm},
-    {E_APPS_MSG_ZNDB_SAVE_RAM, answer_save_ram, StoreId::kPlain},
-    {E_APPS_MSG_ZNDB_RESET, answer_reset, StoreId::kPlain},
+    {E_APPS_MSG_ZNDB_SET, StoreId::kPlain, answer_set},
+    {E_APPS_MSG_ZNDB_GET, StoreId::kPlain, answer_get},
+    {E_APPS_MSG_ZNDB_SAVE, StoreId::kPlain, answer_save},
+    {E_APPS_MSG_ZNDB_FACTOR_SET, StoreId::kFactory, answer_set},
+    {E_APPS_MSG_ZNDB_FACTOR_SAVE, StoreId::kFactory, answer_save},
+    {E_APPS_MSG_ZNDB_SET_PERM, StoreId::kPerm, answer_set},
+    {E_APPS_MSG_ZNDB_GET_PERM, StoreId::kPerm, answer_get},
+    {E_APPS_MSG_ZNDB_GET_DEF, StoreId::kFactory, answer_get},
+    {E_APPS_MSG_ZNDB_DEL, StoreId::kPlain, answer_del},
+    {E_APPS_MSG_ZNDB_DEL_PERM, StoreId::kPerm, answer_del},
+    {E_APPS_MSG_ZNDB_SAVE_RAM, StoreId::kPlain, answer_save_ram},
+    {E_APPS_MSG_ZNDB_RESET, StoreId::kPlain, answer_reset},
 };
 
 }  // namespace

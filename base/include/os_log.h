@@ -78,17 +78,18 @@ void os_log_assert(const char *file, const char *function, int line, int conditi
                    const char *message);
 
 /* Whether each channel takes a message of a level. */
-#define OS_LOG_TO_DEBUG(level) (__atomic_load_n(&g_debug_log_enable, __ATOMIC_RELAXED) && os_mask_check(level))
+#define OS_LOG_TO_DEBUG(level) \
+    (__atomic_load_n(&g_debug_log_enable, __ATOMIC_RELAXED) && os_mask_check(level))
 #define OS_LOG_TO_SYSTEM(level) (__atomic_load_n(&g_syslog_level, __ATOMIC_RELAXED) >= (level))
 
 /* Logs a message on the debug channel only. */
-#define OS_LOG_QUIET(level, ...)                                                       \
-    do {                                                                               \
-        if (OS_LOG_TO_DEBUG(level)) {                                                  \
-            const int os_log_errno = errno;                                            \
-            os_debug_print((level), __FILE_NAME__, __func__, __LINE__, __VA_ARGS__);   \
-            errno = os_log_errno;                                                      \
-        }                                                                              \
+#define OS_LOG_QUIET(level, ...)                                                     \
+    do {                                                                             \
+        if (OS_LOG_TO_DEBUG(level)) {                                                \
+            const int os_log_errno = errno;                                          \
+            os_debug_print((level), __FILE_NAME__, __func__, __LINE__, __VA_ARGS__); \
+            errno = os_log_errno;                                                    \
+        }                                                                            \
     } while (0)
 
 /* Logs a message under the name of another function, for steps that several functions share. */

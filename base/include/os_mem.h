@@ -17,7 +17,7 @@ extern "C" {
 #pragma GCC visibility push(default)
 
 /* The largest single block, in bytes. A length that came from outside the process can't ask for more. */
-#define OS_MEM_BLOCK_MAX (64u * 1024u * 1024u)
+#define OS_MEM_BLOCK_MAX (64u << 20)
 
 /* A module's memory settings, as its row of the module table gives them. */
 typedef struct os_mem_settings {
@@ -30,12 +30,12 @@ typedef struct os_mem_settings {
 
 /* What a process holds and held, as it travels in the answer to a memory query: 24 bytes. */
 typedef struct os_mem_usage_t {
-    uint32_t live_bytes;  /* bytes held now */
-    uint32_t peak_bytes;  /* most bytes held at once */
-    uint32_t live_blocks; /* blocks held now */
+    uint32_t live_bytes;   /* bytes held now */
+    uint32_t peak_bytes;   /* most bytes held at once */
+    uint32_t live_blocks;  /* blocks held now */
     uint32_t total_blocks; /* blocks ever handed out */
-    uint32_t refused;     /* requests refused, for size, limit or lack of memory */
-    uint32_t warn_at;     /* the setting */
+    uint32_t refused;      /* requests refused, for size, limit or lack of memory */
+    uint32_t warn_at;      /* the setting */
 } os_mem_usage_t;
 
 /*

@@ -96,13 +96,13 @@ typedef struct frwk_module_memory {
 
 /* One row of the module table. */
 typedef struct frwk_module_info {
-    const char *name;          /* lower case; null in an empty slot */
-    const char *alias;         /* for people; null in an empty slot */
-    uint32_t flag;             /* FRWK_FLAG_* and bits without a name */
-    int32_t delay;             /* milliseconds to wait at the end of start-up, 0 = none */
-    uint32_t facility;         /* of the system log: 1 to 20, 0 = none given */
+    const char *name;  /* lower case; null in an empty slot */
+    const char *alias; /* for people; null in an empty slot */
+    uint32_t flag;     /* FRWK_FLAG_* and bits without a name */
+    int32_t delay;     /* milliseconds to wait at the end of start-up, 0 = none */
+    uint32_t facility; /* of the system log: 1 to 20, 0 = none given */
     frwk_module_memory memory;
-    const char *cmd;           /* extra arguments of the module's program; null = none */
+    const char *cmd; /* extra arguments of the module's program; null = none */
 } frwk_module_info;
 
 /*

@@ -11,6 +11,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <charconv>
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
@@ -32,11 +33,13 @@ constexpr size_t kTextMax = 2048;
 constexpr size_t kLineMax = 4096;
 
 constexpr size_t kNameMax = 63;
+constexpr long kNanosPerMilli = 1000L * 1000L;
 
 /* However often a line comes, its count shows after this time at the latest. */
 constexpr time_t kCountAfterSeconds = 60;
 
 constexpr char kCutMark[] = "...";
+constexpr char kHexDigits[] = "0123456789abcdef";
 
 /* System log facilities in the order of the module table's numbers, the first for all other numbers. */
 constexpr int kFacilities[] = {
@@ -79,8 +82,8 @@ class Line {
     }
 
     void add_number(long number) {
-        char digits[24];
-        snprintf(digits, sizeof(digits), "%ld", number);
+        char digits[24] = "";
+        std::to_chars(std::begin(digits), std::end(digits) - 1, number);
         add(digits);
     }
 
@@ -128,8 +131,7 @@ class Line {
         } else if (c == '\r') {
             add("\\r");
         } else if (byte < ' ' || byte == 0x7F) {
-            char escape[5];
-            snprintf(escape, sizeof(escape), "\\x%02x", byte);
+            const char escape[] = {'\\', 'x', kHexDigits[byte >> 4], kHexDigits[byte & 0xF], '\0'};
             add(escape);
         } else {
             add_char(c);
@@ -176,7 +178,7 @@ void add_time(Line *line) {
 
     char text[64];
     const size_t length = strftime(text, sizeof(text), "%F %T", &parts);
-    snprintf(text + length, sizeof(text) - length, ".%03ld", now.tv_nsec / (1000 * 1000));
+    static_cast<void>(snprintf(text + length, sizeof(text) - length, ".%03ld", now.tv_nsec / kNanosPerMilli));
     line->add(text);
 }
 

@@ -110,10 +110,10 @@ char *os_mem_strdup(const char *text) {
     if (text == nullptr) {
         return nullptr;
     }
-    const size_t length = strlen(text);
-    auto *copy = static_cast<char *>(os_mem_malloc(length + 1));
+    const size_t size = strlen(text) + 1;
+    auto *copy = static_cast<char *>(os_mem_malloc(size));
     if (copy != nullptr) {
-        memcpy(copy, text, length);
+        memcpy(copy, text, size);
     }
     return copy;
 }

@@ -10,8 +10,8 @@
 namespace {
 
 constexpr uint32_t kMillisPerSecond = 1000;
-constexpr long kNanosPerMilli = 1000 * 1000;
-constexpr long kNanosPerSecond = 1000 * kNanosPerMilli;
+constexpr long kNanosPerMilli = 1000L * 1000L;
+constexpr long kNanosPerSecond = 1000L * kNanosPerMilli;
 
 timespec clock_now(clockid_t clock) {
     timespec now{};

@@ -6,7 +6,7 @@
 extern "C" {
 
 const zn_enum_item g_enum_apps_err_e_type[APPS_ERR_CODE_COUNT] = {
-#define APPS_ERR_CODE(name, value) {name, #name, 0xFFFFFFFFu},
+#define APPS_ERR_CODE(name, value) {(name), #name, 0xFFFFFFFFu},
 #include "apps_err.def"
 #undef APPS_ERR_CODE
 };

@@ -6,7 +6,7 @@
 extern "C" {
 
 const zn_enum_item g_enum_apps_message_id_e_type[APPS_MESSAGE_ID_COUNT] = {
-#define APPS_MESSAGE_ID(name, value) {name, #name, 0xFFFFFFFFu},
+#define APPS_MESSAGE_ID(name, value) {(name), #name, 0xFFFFFFFFu},
 #include "apps_message.def"
 #undef APPS_MESSAGE_ID
 };

@@ -47,7 +47,7 @@ void take_instance_lock(const char *module_name) {
     }
 
     char path[kLockPathSize];
-    std::snprintf(path, sizeof(path), "%s/%s", paths::kLockFolder, module_name);
+    (void)std::snprintf(path, sizeof(path), "%s/%s", paths::kLockFolder, module_name);
     UniqueFile file(std::fopen(path, "w+e"));
     if (!file) {
         die("can't open %s\n", path);

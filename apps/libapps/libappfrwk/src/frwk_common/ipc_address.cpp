@@ -14,7 +14,7 @@ constexpr uint32_t kPortBits = 0x7F00;
 IpcAddress ipc_address(const char *name) {
     IpcAddress address = {};
     address.un.sun_family = AF_UNIX;
-    std::snprintf(address.un.sun_path, sizeof(address.un.sun_path), "%s/%s", paths::kIpcFolder,
+    (void)std::snprintf(address.un.sun_path, sizeof(address.un.sun_path), "%s/%s", paths::kIpcFolder,
                   name != nullptr ? name : "");
     return address;
 }

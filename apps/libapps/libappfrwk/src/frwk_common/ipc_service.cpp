@@ -77,7 +77,7 @@ bool receive_body(int fd, const frwk_ipc_header &header, IpcBuffer *body) {
         return false;
     }
     if (frwk_ipc_recv(fd, body->data(), size, kIpcReceiveLimitSeconds) != header.data_len) {
-        FRWK_WARN("recv ipc body error!");
+        FRWK_WARN("ipc recv body error!");
         return false;
     }
     return true;

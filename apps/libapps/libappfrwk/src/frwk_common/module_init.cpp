@@ -68,7 +68,7 @@ void run_start_hook(const char *name) {
         return;
     }
     char command[kHookCommandSize];
-    std::snprintf(command, sizeof(command), "apps_init %s %d", name, static_cast<int>(::getpid()));
+    (void)std::snprintf(command, sizeof(command), "apps_init %s %d", name, static_cast<int>(::getpid()));
     os_system(command);
 }
 

@@ -15,7 +15,7 @@
  */
 inline void shell_on_path(const char *verb, const char *path) {
     char command[128];
-    std::snprintf(command, sizeof(command), "%s %s", verb, path);
+    (void)std::snprintf(command, sizeof(command), "%s %s", verb, path);
     os_system(command);
     ::sync();
 }
