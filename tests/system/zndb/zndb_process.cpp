@@ -1,0 +1,108 @@
+#include "system/zndb/zndb_process.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <vector>
+
+#include "frwk_common.h"
+
+namespace {
+
+constexpr int32_t kNoAnswer = -1000;
+
+/* The database logs what it refuses to its standard error. */
+const std::vector<std::string> kEnvironment = {"QUOR_DEBUG=1"};
+
+/* A module without a service, of which any number may run. */
+void become_module() {
+    static const bool done = [] {
+        frwk_module_init(E_APPS_MODULE_MONITOR_TOOL, nullptr);
+        return true;
+    }();
+    ASSERT_TRUE(done);
+}
+
+bool serves() {
+    return frwk_get_module_status(E_APPS_MODULE_ZNDB) == 1;
+}
+
+std::string outcome(int ret, const char *value) {
+    return ret == 0 ? value : "ret " + std::to_string(ret);
+}
+
+}  // namespace
+
+ZndbTest::ZndbTest() {
+    become_module();
+    for (const char *folder : {"/m_data/usr/db", "/m_data/usr_permanent/db", "/tmp/m_tmp/zndb"}) {
+        std::filesystem::remove_all(folder);
+    }
+    for (const char *path : {zndb_paths::kDefaultsFile, zndb_paths::kFactoryFile}) {
+        std::filesystem::remove(path);
+    }
+    std::filesystem::create_directories("/m_data/usr/db");
+}
+
+void ZndbTest::start() {
+    zndb_ = std::make_unique<ChildProcess>(std::vector<std::string>{ZNDB_PROGRAM}, kEnvironment);
+    ASSERT_TRUE(wait_until(serves)) << zndb_->errors();
+}
+
+void ZndbTest::start_after(const std::string &command) {
+    std::vector<std::string> words = {"unshare", "--mount"};
+    if (geteuid() != 0) {
+        words.emplace_back("--map-root-user");
+    }
+    for (const std::string &word :
+         {std::string("sh"), std::string("-c"), command + " && exec " ZNDB_PROGRAM}) {
+        words.push_back(word);
+    }
+    zndb_ = std::make_unique<ChildProcess>(words, kEnvironment);
+    ASSERT_TRUE(wait_until(serves)) << zndb_->errors();
+}
+
+void ZndbTest::restart() {
+    zndb_->kill();
+    start();
+}
+
+void ZndbTest::cut_power() {
+    zndb_->kill();
+    std::filesystem::remove_all("/tmp/m_tmp/zndb");
+    start();
+}
+
+std::string ZndbTest::file_of_zndb(const std::string &path) const {
+    return file_text("/proc/" + std::to_string(zndb_->pid()) + "/root" + path);
+}
+
+std::string plain(const std::string &key) {
+    char value[ZNDB_VALUE_LEN] = "";
+    return outcome(zndb_get(key.c_str(), value, sizeof(value)), value);
+}
+
+std::string perm(const std::string &key) {
+    char value[ZNDB_VALUE_LEN] = "";
+    return outcome(zndb_get_perm(key.c_str(), value, sizeof(value)), value);
+}
+
+std::string def(const std::string &key) {
+    char value[ZNDB_VALUE_LEN] = "";
+    return outcome(zndb_get_def(key.c_str(), value, sizeof(value)), value);
+}
+
+int32_t ask_zndb(int32_t msgid, const std::string &body) {
+    int32_t result = kNoAnswer;
+    const void *data = body.empty() ? nullptr : body.data();
+    (void)frwk_ipc_msg_set(E_APPS_MODULE_ZNDB, msgid, data, static_cast<uint32_t>(body.size()), 3, &result);
+    return result;
+}
+
+std::string set_body(const std::string &key, const std::string &value) {
+    std::string bytes(1056, '\0');
+    std::copy(key.begin(), key.end(), bytes.begin());
+    std::copy(value.begin(), value.end(), bytes.begin() + 32);
+    return bytes;
+}

@@ -1,0 +1,47 @@
+/*
+ * The database's program as a process of its own, and a test that asks it as a module does.
+ */
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+
+#include "support/child_process.h"
+#include "zndb.h"
+#include "zndb_paths.h"
+
+class ZndbTest : public testing::Test {
+  protected:
+    /* Makes the test's process a module and removes what another test left. */
+    ZndbTest();
+
+    /* Starts the database and waits until it serves. */
+    void start();
+
+    /* The same with a shell command run before, in a mount namespace of its own. */
+    void start_after(const std::string &command);
+
+    /* Kills it with SIGKILL, and starts it anew. */
+    void restart();
+
+    /* Kills it as a power cut does: what is on tmpfs is gone. */
+    void cut_power();
+
+    /* A file as the database sees it; "" when there is none. */
+    std::string file_of_zndb(const std::string &path) const;
+
+    std::unique_ptr<ChildProcess> zndb_;
+};
+
+/* The value that a get finds, or "ret N". */
+std::string plain(const std::string &key);
+std::string perm(const std::string &key);
+std::string def(const std::string &key);
+
+/* Sends a request past the client. Returns the database's result, or -1000 when there was no answer. */
+int32_t ask_zndb(int32_t msgid, const std::string &body);
+
+/* The body of a set, put together by hand. */
+std::string set_body(const std::string &key, const std::string &value);

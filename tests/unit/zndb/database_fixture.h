@@ -1,0 +1,53 @@
+/*
+ * A database on files that are fresh for each test, with the faults of libc at hand.
+ */
+#pragma once
+
+#include <memory>
+#include <string>
+#include <string_view>
+
+#include "database.h"
+#include "unit/zndb/zndb_files.h"
+
+inline const std::string kPlainFile = "/m_data/usr/db/user_data.txt";
+inline const std::string kPermFile = "/m_data/usr_permanent/db/perm_data.txt";
+inline const std::string kDefaultsFile = "/m_webui/usr/db/default_data.txt";
+inline const std::string kFactoryFile = "/m_data/factor/factor_data.txt";
+inline const std::string kJournalFile = "/tmp/m_tmp/zndb/journal";
+
+class DatabaseFixture : public DiskTest {
+  protected:
+    void SetUp() override {
+        for (const std::string &path : {kPlainFile, kPermFile, kDefaultsFile, kFactoryFile}) {
+            std::filesystem::remove_all(path);
+            std::filesystem::remove_all(path + ".tmp");
+        }
+        std::filesystem::remove_all("/tmp/m_tmp/zndb");
+        restart();
+    }
+
+    /* As after SIGKILL: nothing is left but the files and the journal. */
+    void restart() {
+        database_ = std::make_unique<Database>();
+        database_->load();
+    }
+
+    /* As after a power cut: tmpfs is gone too. */
+    void cut_power() {
+        std::filesystem::remove_all("/tmp/m_tmp/zndb");
+        restart();
+    }
+
+    /* The value, or "result N". */
+    std::string get(StoreId id, std::string_view key) {
+        char value[1024];
+        const int32_t result = database_->get(id, key, value, sizeof(value));
+        return result == 0 ? value : "result " + std::to_string(result);
+    }
+    std::string plain(std::string_view key) { return get(StoreId::kPlain, key); }
+    std::string perm(std::string_view key) { return get(StoreId::kPerm, key); }
+    std::string def(std::string_view key) { return get(StoreId::kFactory, key); }
+
+    std::unique_ptr<Database> database_;
+};

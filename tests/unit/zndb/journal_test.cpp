@@ -1,0 +1,286 @@
+#include "journal.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <string>
+#include <vector>
+
+#include "unit/zndb/zndb_files.h"
+
+namespace {
+
+using Change = JournalRecord::Change;
+
+const std::string kFolder = "/tmp/m_tmp/zndb";
+const std::string kPath = kFolder + "/journal";
+const std::string kTemporary = kPath + ".tmp";
+
+const JournalRecord kSetA = {StoreId::kPlain, Change::kSet, "a", "1"};
+const JournalRecord kSetB = {StoreId::kPerm, Change::kSet, "b", "2"};
+
+class JournalTest : public DiskTest {
+  protected:
+    void SetUp() override { std::filesystem::remove_all(kFolder); }
+
+    /* Opens a journal; the records that it hands out are in replayed_, as lines. */
+    int open(Journal &journal) {
+        return journal.open([this](const JournalRecord &record) { replayed_ += format_record(record); });
+    }
+
+    std::string replayed_;
+};
+
+/* ---- Opening --------------------------------------------------------------------------------------- */
+
+TEST_F(JournalTest, MakesItsFolderAndAFileThatOnlyTheOwnerReads) {
+    Journal journal(kPath);
+    EXPECT_EQ(0, open(journal));
+    EXPECT_EQ("", content_of(kPath));
+    EXPECT_EQ(0600u, mode_of(kPath));
+    EXPECT_EQ("", replayed_);
+    EXPECT_EQ(0u, doubles::libc::system.calls());
+}
+
+TEST_F(JournalTest, HandsOutWhatIsThereInOrder) {
+    put_file(kPath, "P+a=1\nM-b\nF+c= = \nP!\nP+a=2\n");
+    Journal journal(kPath);
+    EXPECT_EQ(0, open(journal));
+    EXPECT_EQ("P+a=1\nM-b\nF+c= = \nP!\nP+a=2\n", replayed_);
+}
+
+TEST_F(JournalTest, OpeningTwiceHandsOutOnce) {
+    put_file(kPath, "P+a=1\n");
+    Journal journal(kPath);
+    EXPECT_EQ(0, open(journal));
+    EXPECT_EQ(0, open(journal));
+    EXPECT_EQ("P+a=1\n", replayed_);
+}
+
+TEST_F(JournalTest, ADamagedLineIsReportedAndPassedOver) {
+    put_file(kPath, "P+a=1\nrubbish\nP+k=" + std::string(5000, 'v') + "\nM+b=2\n");
+    Journal journal(kPath);
+    EXPECT_EQ(0, open(journal));
+    EXPECT_EQ("P+a=1\nM+b=2\n", replayed_);
+    EXPECT_EQ((std::vector<std::string>{kPath + " line 2 skipped: store or change is unknown",
+                                        kPath + " line 3 skipped: it is too long"}),
+              warnings(log_));
+}
+
+TEST_F(JournalTest, ATornLastLineIsDroppedAndCutOffBeforeTheNextRecord) {
+    put_file(kPath, "P+a=1\nP+b=tor");
+    Journal journal(kPath);
+    EXPECT_EQ(0, open(journal));
+    EXPECT_EQ("P+a=1\n", replayed_);
+    EXPECT_EQ((std::vector<std::string>{kPath + ": the last line was cut off and is dropped"}),
+              warnings(log_));
+    EXPECT_EQ(0, journal.append(kSetB));
+    EXPECT_EQ("P+a=1\nM+b=2\n", content_of(kPath));
+}
+
+TEST_F(JournalTest, ALineWithoutItsEndIsTornHoweverWholeItLooks) {
+    put_file(kPath, "P+a=1");
+    Journal journal(kPath);
+    EXPECT_EQ(0, open(journal));
+    EXPECT_EQ("", replayed_);
+    EXPECT_EQ(0, journal.append(kSetB));
+    EXPECT_EQ("M+b=2\n", content_of(kPath));
+}
+
+TEST_F(JournalTest, AFileThatCantBeOpenedIsReportedAndTriedAgain) {
+    put_file(kPath, "P+a=1\n");
+    fail_open(kPath, EMFILE);
+    Journal journal(kPath);
+    EXPECT_EQ(EMFILE, open(journal));
+    EXPECT_TRUE(log_.contains("can't open " + kPath + " errno=24")) << log_.text();
+    end_faults();
+    EXPECT_EQ(0, open(journal));
+    EXPECT_EQ("P+a=1\n", replayed_);
+}
+
+TEST_F(JournalTest, AFailedReadIsReportedAndTriedAgain) {
+    put_file(kPath, "P+a=1\n");
+    doubles::libc::read.stand_in([](int, void *, size_t) -> ssize_t {
+        errno = EIO;
+        return -1;
+    });
+    Journal journal(kPath);
+    EXPECT_EQ(EIO, open(journal));
+    doubles::libc::read.restore();
+    EXPECT_EQ(0, open(journal));
+    EXPECT_EQ("P+a=1\n", replayed_);
+}
+
+TEST_F(JournalTest, AFolderInItsPlaceIsAnError) {
+    std::filesystem::create_directories(kPath);
+    Journal journal(kPath);
+    EXPECT_EQ(EISDIR, open(journal));
+}
+
+TEST_F(JournalTest, APipeInItsPlaceIsAnError) {
+    std::filesystem::create_directories(kFolder);
+    ASSERT_EQ(0, ::mkfifo(kPath.c_str(), 0600));
+    Journal journal(kPath);
+    EXPECT_EQ(EINVAL, open(journal));
+}
+
+TEST_F(JournalTest, ALinkInItsPlaceIsNotFollowed) {
+    const std::string victim = "/tmp/m_tmp/victim";
+    put_file(victim, "precious");
+    std::filesystem::create_directories(kFolder);
+    ASSERT_EQ(0, ::symlink(victim.c_str(), kPath.c_str()));
+    Journal journal(kPath);
+    EXPECT_EQ(ELOOP, open(journal));
+    EXPECT_EQ("precious", content_of(victim));
+}
+
+/* ---- Appending ------------------------------------------------------------------------------------- */
+
+class OpenJournal : public JournalTest {
+  protected:
+    void SetUp() override {
+        JournalTest::SetUp();
+        ASSERT_EQ(0, open(journal_));
+        ASSERT_EQ(0, journal_.append(kSetA));
+    }
+
+    Journal journal_{kPath};
+};
+
+TEST_F(OpenJournal, EachRecordIsOneWriteToTheFilesEnd) {
+    EXPECT_EQ(1u, doubles::libc::write.calls());
+    EXPECT_EQ(0, journal_.append(kSetB));
+    EXPECT_EQ(2u, doubles::libc::write.calls());
+    EXPECT_EQ("P+a=1\nM+b=2\n", content_of(kPath));
+}
+
+TEST_F(OpenJournal, TheFileIsOpenForAppending) {
+    int seen = 0;
+    doubles::libc::open.stand_in([&seen](const char *path, int flags, mode_t mode) {
+        seen = flags;
+        return doubles::libc::open.real(path, flags, mode);
+    });
+    Journal other(kPath);
+    EXPECT_EQ(0, open(other));
+    EXPECT_NE(0, seen & O_APPEND);
+    EXPECT_NE(0, seen & O_CLOEXEC);
+}
+
+TEST_F(OpenJournal, ARecordOutlivesTheProcessThatWroteIt) {
+    Journal next(kPath);
+    EXPECT_EQ(0, open(next));
+    EXPECT_EQ("P+a=1\n", replayed_);
+}
+
+TEST_F(OpenJournal, AFullDiskRefusesTheRecordAndKeepsNoHalfLine) {
+    limit_disk(3);
+    EXPECT_EQ(ENOSPC, journal_.append(kSetB));
+    EXPECT_EQ("P+a=1\n", content_of(kPath));
+    EXPECT_TRUE(log_.contains("can't write " + kPath + " errno=28")) << log_.text();
+    end_faults();
+    EXPECT_EQ(0, journal_.append(kSetB));
+    EXPECT_EQ("P+a=1\nM+b=2\n", content_of(kPath));
+}
+
+TEST_F(OpenJournal, AHalfLineThatCantBeCutOffIsCutBeforeTheNextRecord) {
+    limit_disk(3);
+    truncate_double.stand_in([](int, off_t) {
+        errno = EIO;
+        return -1;
+    });
+    EXPECT_EQ(ENOSPC, journal_.append(kSetB));
+    EXPECT_EQ("P+a=1\nM+b", content_of(kPath));
+    doubles::libc::write.restore();
+    EXPECT_EQ(EIO, journal_.append(kSetB));
+    EXPECT_EQ("P+a=1\nM+b", content_of(kPath));
+    truncate_double.restore();
+    EXPECT_EQ(0, journal_.append(kSetB));
+    EXPECT_EQ("P+a=1\nM+b=2\n", content_of(kPath));
+}
+
+TEST_F(OpenJournal, ARecordInTwoShortWritesIsWhole) {
+    doubles::libc::write.stand_in([](int fd, const void *data, size_t size) {
+        return doubles::libc::write.real(fd, data, (size + 1) / 2);
+    });
+    EXPECT_EQ(0, journal_.append(kSetB));
+    EXPECT_EQ("P+a=1\nM+b=2\n", content_of(kPath));
+}
+
+TEST_F(OpenJournal, NoLogLineHoldsAValue) {
+    limit_disk(0);
+    EXPECT_EQ(ENOSPC, journal_.append({StoreId::kPlain, Change::kSet, "k", "secret"}));
+    EXPECT_FALSE(log_.contains("secret"));
+}
+
+/* ---- Rewriting ------------------------------------------------------------------------------------- */
+
+TEST_F(OpenJournal, RewritingReplacesAllRecords) {
+    EXPECT_EQ(0, journal_.rewrite({kSetB}));
+    EXPECT_EQ("M+b=2\n", content_of(kPath));
+    EXPECT_EQ(0600u, mode_of(kPath));
+    EXPECT_FALSE(exists(kTemporary));
+}
+
+TEST_F(OpenJournal, RecordsGoToTheRewrittenFile) {
+    EXPECT_EQ(0, journal_.rewrite({kSetB}));
+    EXPECT_EQ(0, journal_.append(kSetA));
+    EXPECT_EQ("M+b=2\nP+a=1\n", content_of(kPath));
+}
+
+TEST_F(OpenJournal, AFailedRewriteLeavesTheJournalAsItWas) {
+    fail_rename(EIO);
+    EXPECT_EQ(EIO, journal_.rewrite({kSetB}));
+    EXPECT_TRUE(log_.contains("can't rewrite " + kPath)) << log_.text();
+    EXPECT_EQ("P+a=1\n", content_of(kPath));
+    EXPECT_FALSE(exists(kTemporary));
+    EXPECT_EQ(0, journal_.append(kSetB));
+    EXPECT_EQ("P+a=1\nM+b=2\n", content_of(kPath));
+}
+
+TEST_F(OpenJournal, AFullDiskLeavesTheJournalAsItWas) {
+    limit_disk(2);
+    EXPECT_EQ(ENOSPC, journal_.rewrite({kSetB}));
+    EXPECT_EQ("P+a=1\n", content_of(kPath));
+    EXPECT_FALSE(exists(kTemporary));
+}
+
+TEST_F(OpenJournal, EmptyingTakesNoRoom) {
+    limit_disk(0);
+    EXPECT_EQ(0, journal_.rewrite({}));
+    EXPECT_EQ("", content_of(kPath));
+    end_faults();
+    EXPECT_EQ(0, journal_.append(kSetB));
+    EXPECT_EQ("M+b=2\n", content_of(kPath));
+}
+
+TEST_F(OpenJournal, AFailedEmptyingLeavesTheJournalAsItWas) {
+    truncate_double.stand_in([](int, off_t) {
+        errno = EIO;
+        return -1;
+    });
+    EXPECT_EQ(EIO, journal_.rewrite({}));
+    EXPECT_EQ("P+a=1\n", content_of(kPath));
+}
+
+TEST_F(OpenJournal, IsOvergrownAboveALimitAndTwiceTheSizeOfItsLastRewrite) {
+    const std::string value(1000, 'v');
+    const JournalRecord big = {StoreId::kPlain, Change::kSet, "k", value};
+    const std::vector<JournalRecord> many(400, big);
+    while (!journal_.overgrown()) {
+        ASSERT_EQ(0, journal_.append(big));
+    }
+    EXPECT_GT(std::filesystem::file_size(kPath), kJournalSmall);
+    EXPECT_LE(std::filesystem::file_size(kPath), kJournalSmall + 1010);
+
+    ASSERT_EQ(0, journal_.rewrite(many));
+    EXPECT_FALSE(journal_.overgrown());
+    const auto rewritten = std::filesystem::file_size(kPath);
+    while (!journal_.overgrown()) {
+        ASSERT_EQ(0, journal_.append(big));
+    }
+    EXPECT_GT(std::filesystem::file_size(kPath), 2 * rewritten);
+}
+
+}  // namespace

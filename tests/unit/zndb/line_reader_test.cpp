@@ -1,0 +1,119 @@
+#include "line_reader.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "file_steps.h"
+#include "unit/zndb/zndb_files.h"
+
+namespace {
+
+struct Seen {
+    std::string text;
+    uint64_t number;
+    uint64_t end;
+    bool fits;
+    bool ended;
+};
+
+class LineReaderTest : public DiskTest {
+  protected:
+    /* All lines of a file with this content. */
+    std::vector<Seen> lines_of(const std::string &content) {
+        put_file("/tmp/m_tmp/lines", content);
+        OwnedFd fd;
+        EXPECT_EQ(0, open_file("/tmp/m_tmp/lines", O_RDONLY, fd));
+        LineReader reader(fd.get());
+        std::vector<Seen> seen;
+        Line line = {};
+        while (reader.next(line)) {
+            seen.push_back({std::string(line.text), line.number, line.end, line.fits, line.ended});
+        }
+        error_ = reader.error();
+        return seen;
+    }
+
+    int error_ = -1;
+};
+
+TEST_F(LineReaderTest, AnEmptyFileHasNoLine) {
+    EXPECT_TRUE(lines_of("").empty());
+    EXPECT_EQ(0, error_);
+}
+
+TEST_F(LineReaderTest, NumbersLinesAndTellsWhereTheyEnd) {
+    const std::vector<Seen> seen = lines_of("ab\n\nc");
+    ASSERT_EQ(3u, seen.size());
+    EXPECT_EQ("ab", seen[0].text);
+    EXPECT_EQ(1u, seen[0].number);
+    EXPECT_EQ(3u, seen[0].end);
+    EXPECT_TRUE(seen[0].ended);
+    EXPECT_EQ("", seen[1].text);
+    EXPECT_EQ(4u, seen[1].end);
+    EXPECT_EQ("c", seen[2].text);
+    EXPECT_EQ(3u, seen[2].number);
+    EXPECT_EQ(5u, seen[2].end);
+    EXPECT_FALSE(seen[2].ended);
+}
+
+TEST_F(LineReaderTest, HandsOutTheLongestLineWhole) {
+    const std::string longest(kLineMax, 'x');
+    const std::vector<Seen> seen = lines_of(longest + "\n" + longest + "y\nz\n");
+    ASSERT_EQ(3u, seen.size());
+    EXPECT_EQ(longest, seen[0].text);
+    EXPECT_TRUE(seen[0].fits);
+    EXPECT_EQ(longest, seen[1].text);
+    EXPECT_FALSE(seen[1].fits);
+    EXPECT_EQ("z", seen[2].text);
+    EXPECT_TRUE(seen[2].fits);
+}
+
+TEST_F(LineReaderTest, KeepsLinesWholeWhateverReadGives) {
+    doubles::libc::read.stand_in(
+        [](int fd, void *data, size_t) { return doubles::libc::read.real(fd, data, 1); });
+    const std::vector<Seen> seen = lines_of("key=value\nb\n");
+    ASSERT_EQ(2u, seen.size());
+    EXPECT_EQ("key=value", seen[0].text);
+    EXPECT_EQ("b", seen[1].text);
+}
+
+TEST_F(LineReaderTest, ReadsOnAfterASignal) {
+    bool interrupted = false;
+    doubles::libc::read.stand_in([&interrupted](int fd, void *data, size_t size) -> ssize_t {
+        if (!interrupted) {
+            interrupted = true;
+            errno = EINTR;
+            return -1;
+        }
+        return doubles::libc::read.real(fd, data, size);
+    });
+    EXPECT_EQ(1u, lines_of("a\n").size());
+    EXPECT_EQ(0, error_);
+}
+
+TEST_F(LineReaderTest, AnOldEintrDoesNotOutliveTheEnd) {
+    doubles::libc::read.stand_in([](int, void *, size_t) -> ssize_t {
+        errno = EINTR;
+        return 0;
+    });
+    EXPECT_TRUE(lines_of("a\n").empty());
+    EXPECT_EQ(0, error_);
+}
+
+TEST_F(LineReaderTest, AFailedReadEndsTheLinesAndIsTold) {
+    unsigned reads = 0;
+    doubles::libc::read.stand_in([&reads](int fd, void *data, size_t) -> ssize_t {
+        if (++reads > 1) {
+            errno = EIO;
+            return -1;
+        }
+        return doubles::libc::read.real(fd, data, 4);
+    });
+    EXPECT_EQ(1u, lines_of("a\nbcdef\n").size());
+    EXPECT_EQ(EIO, error_);
+}
+
+}  // namespace

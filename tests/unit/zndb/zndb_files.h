@@ -1,0 +1,106 @@
+/*
+ * Files and faults for the tests of the database service.
+ */
+#pragma once
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <string>
+#include <vector>
+
+#include "doubles/libc_doubles.h"
+#include "doubles/log_capture.h"
+#include "os_log.h"
+#include "unit/zndb/truncate_double.h"
+
+/* The whole content; "" when there is no file. */
+inline std::string content_of(const std::string &path) {
+    std::ifstream file(path, std::ios::binary);
+    return std::string(std::istreambuf_iterator<char>(file), {});
+}
+
+/* Writes a file and the folders that it takes. */
+inline void put_file(const std::string &path, const std::string &content) {
+    std::filesystem::create_directories(std::filesystem::path(path).parent_path());
+    std::ofstream(path, std::ios::binary) << content;
+}
+
+inline bool exists(const std::string &path) {
+    return std::filesystem::exists(std::filesystem::symlink_status(path));
+}
+
+inline mode_t mode_of(const std::string &path) {
+    struct stat info = {};
+    return ::stat(path.c_str(), &info) == 0 ? info.st_mode & 07777 : 0;
+}
+
+/* The texts logged at the warning level. */
+inline std::vector<std::string> warnings(const LogCapture &log) {
+    std::vector<std::string> texts;
+    for (const LogLine &line : log.system_lines()) {
+        if (line.level <= OS_LOG_WARNING) {
+            texts.push_back(line.text);
+        }
+    }
+    return texts;
+}
+
+/* From now on the disk takes this many bytes more; then write fails as on a full disk. */
+inline void limit_disk(size_t room) {
+    doubles::libc::write.stand_in([room](int fd, const void *data, size_t size) mutable -> ssize_t {
+        const size_t taken = std::min(room, size);
+        room -= taken;
+        if (taken == 0 && size > 0) {
+            errno = ENOSPC;
+            return -1;
+        }
+        return doubles::libc::write.real(fd, data, taken);
+    });
+}
+
+/* From now on renaming fails. */
+inline void fail_rename(int error) {
+    doubles::libc::rename.stand_in([error](const char *, const char *) {
+        errno = error;
+        return -1;
+    });
+}
+
+/* From now on opening a path fails. */
+inline void fail_open(const std::string &refused, int error) {
+    doubles::libc::open.stand_in([refused, error](const char *path, int flags, mode_t mode) {
+        if (path == refused) {
+            errno = error;
+            return -1;
+        }
+        return doubles::libc::open.real(path, flags, mode);
+    });
+}
+
+inline void end_faults() {
+    doubles::libc::write.restore();
+    doubles::libc::read.restore();
+    doubles::libc::open.restore();
+    doubles::libc::rename.restore();
+    doubles::libc::fsync.restore();
+    doubles::libc::mkdir.restore();
+    truncate_double.restore();
+}
+
+/* A test in which the disk may fail. The log is captured all the while. */
+class DiskTest : public testing::Test {
+  protected:
+    DiskTest() {
+        doubles::libc::write.forget_calls();
+        doubles::libc::system.forget_calls();
+    }
+    ~DiskTest() override { end_faults(); }
+
+    LogCapture log_;
+};
