@@ -1,0 +1,77 @@
+/*
+ * wlan: a module that keeps something, a radio channel, checks what it is asked, tells another module what
+ * happens, and says how it is doing with a status word of its own.
+ */
+#include <stdio.h>
+#include <stdlib.h>
+
+#include "frwk_common.h"
+#include "message_text.h"
+
+/* What frwk_get_module_status of other modules shows. 0 and 1 are the framework's own. */
+enum {
+    STATUS_RADIO_ON = 2
+};
+
+/* Only the service thread comes here, since this module sends no messages to itself. */
+static int g_channel = 1;
+
+static apps_err_e_type set_channel(const char *text) {
+    const long channel = strtol(text, NULL, 10);
+    if (channel < 1 || channel > 177) {
+        return E_APPS_ERR_PARAM;
+    }
+    g_channel = (int)channel;
+    return E_APPS_ERR_SUCCESS;
+}
+
+static apps_err_e_type get_channel(void *rsp, uint32_t rsp_size) {
+    if (rsp_size == 0) {
+        return E_APPS_ERR_OUTOFBUF;
+    }
+    snprintf(rsp, rsp_size, "channel %d", g_channel);
+    return E_APPS_ERR_SUCCESS;
+}
+
+/* Passes the news on. A notice doesn't wait for the router, so the two can't wait for each other. */
+static apps_err_e_type clients_changed(const void *data, int32_t data_len) {
+    frwk_ipc_msg_notify(E_APPS_MODULE_ROUTER, E_APPS_MSG_ROUTER_WIFI_NUM_CHANGED, data, (uint32_t)data_len);
+    return E_APPS_ERR_SUCCESS;
+}
+
+static apps_err_e_type handle(uint32_t src, apps_message_id_e_type msgid, const void *data, int32_t data_len,
+                              void *rsp, uint32_t rsp_size, uint32_t timeout) {
+    char text[64];
+    (void)src;
+    (void)timeout;
+
+    message_text(data, data_len, text, sizeof(text));
+    switch (msgid) {
+        case E_APPS_MSG_WLAN_AP_WORK_CHANNEL_SET:
+            return set_channel(text);
+
+        case E_APPS_MSG_WLAN_AP_WORK_CHANNEL_GET:
+            return get_channel(rsp, rsp_size);
+
+        case E_APPS_MSG_WLAN_CLIENT_NUM_CHANGE:
+            printf("%s clients\n", text);
+            return clients_changed(data, data_len);
+
+        case E_APPS_MSG_SYS_LANGUAGE_CHANGE:
+            printf("the language is now %s\n", text);
+            return E_APPS_ERR_SUCCESS;
+
+        default:
+            return E_APPS_ERR_UNSUPPORTED;
+    }
+}
+
+int main(void) {
+    setvbuf(stdout, NULL, _IOLBF, 0);
+
+    frwk_module_init(E_APPS_MODULE_WLAN, NULL);
+    frwk_ipc_service_ex(handle, 0); /* messages are handled on a thread of the framework's */
+    frwk_set_module_status(STATUS_RADIO_ON);
+    frwk_keep_running();
+    return 0;
+}
