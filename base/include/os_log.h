@@ -37,13 +37,14 @@ extern int g_debug_log_enable;
 extern int g_syslog_level;
 
 /*
- * Names the process in both channels, opens the system log and reads QUOR_DEBUG and QUOR_SYSLOG_LEVEL.
+ * Names the process in both channels, opens the system log and reads QUOR_DEBUG and QUOR_SYSLOG_LEVEL, which
+ * were read when the library was loaded, once more.
  * May be called again at any time; a variable that is not set, or is neither "1" nor one digit from 0 to 8,
  * changes nothing.
  *
  * name: copied, at most 63 characters; null stands for "unknown".
  * facility: 1 AUTH, 2 AUTHPRIV, 3 CRON, 4 DAEMON, 5 FTP, 6 KERN, 7 to 14 LOCAL0 to LOCAL7, 15 LPR,
- *           16 MAIL, 17 NEWS, 18 SYSLOG, 19 USER, 20 UUCP; anything else leaves the choice to syslog(3).
+ *           16 MAIL, 17 NEWS, 18 SYSLOG, 19 USER, 20 UUCP; anything else is USER.
  */
 void os_log_init(const char *name, uint32_t facility);
 

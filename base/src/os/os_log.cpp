@@ -43,7 +43,7 @@ constexpr char kHexDigits[] = "0123456789abcdef";
 
 /* System log facilities in the order of the module table's numbers, the first for all other numbers. */
 constexpr int kFacilities[] = {
-    0,          LOG_AUTH,   LOG_AUTHPRIV, LOG_CRON,   LOG_DAEMON, LOG_FTP,    LOG_KERN,
+    LOG_USER,   LOG_AUTH,   LOG_AUTHPRIV, LOG_CRON,   LOG_DAEMON, LOG_FTP,    LOG_KERN,
     LOG_LOCAL0, LOG_LOCAL1, LOG_LOCAL2,   LOG_LOCAL3, LOG_LOCAL4, LOG_LOCAL5, LOG_LOCAL6,
     LOG_LOCAL7, LOG_LPR,    LOG_MAIL,     LOG_NEWS,   LOG_SYSLOG, LOG_USER,   LOG_UUCP,
 };
@@ -308,6 +308,11 @@ void read_environment() {
     if (level != nullptr && level[0] >= '0' && level[0] <= '8' && level[1] == '\0') {
         __atomic_store_n(&g_syslog_level, level[0] - '0', __ATOMIC_RELAXED);
     }
+}
+
+/* What a module logs before it has a name, such as a bad configuration file, must be seen too. */
+__attribute__((constructor)) void read_environment_at_load() {
+    read_environment();
 }
 
 int facility_of(uint32_t number) {
