@@ -29,10 +29,16 @@ typedef enum zndb_ret_e_type {
     E_ZNDB_RET_VALUE_LEN = 5  /* set: 1024 or more characters; get: the value doesn't fit the buffer */
 } zndb_ret_e_type;
 
-/* Sets a value in the plain store. It survives a crash of the database at once, a power cut once saved. */
+/*
+ * Sets a value in the plain store. It survives a crash of the database at once, a power cut once saved.
+ *
+ * key: 1 to 31 characters without CR, LF and '=', the first neither '#', blank nor tab.
+ * value: up to 1023 characters without CR and LF.
+ * The database refuses other texts with E_ZNDB_RET_FAILURE; nothing has changed then.
+ */
 int zndb_set(const char *key, const char *value);
 
-/* Sets a value in the perm store. */
+/* Sets a value in the perm store; as zndb_set. */
 int zndb_set_perm_data(const char *key, const char *value);
 
 /*
@@ -48,19 +54,22 @@ int zndb_get_perm(const char *key, char *value, uint32_t size);
 /* Reads a default; as zndb_get. */
 int zndb_get_def(const char *key, char *value, uint32_t size);
 
-/* Deletes a key of the plain store; its default, if any, shows again. */
+/* Deletes a key of the plain store; its default, if any, shows again. Kept as a set value is. */
 int zndb_del(const char *key);
 
 /* Deletes a key of the perm store. */
 int zndb_del_perm(const char *key);
 
-/* Makes what was set and deleted so far survive a power cut. */
+/* Makes what was changed in the plain and the perm store so far survive a power cut. */
 int zndb_save(void);
 
-/* Makes what was set and deleted so far survive a crash of the database in its most compact form. */
+/*
+ * Shortens what the database keeps in RAM of the changes that are not saved. They survive its crash before
+ * and after, and no power cut.
+ */
 int zndb_save_ram(void);
 
-/* Empties the plain store, so that the defaults show again. */
+/* Empties the plain store, so that the defaults show again. Kept as a set value is. */
 int zndb_reset(void);
 
 /*
