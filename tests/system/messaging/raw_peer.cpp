@@ -130,6 +130,7 @@ void RawConnection::close() {
 
 RawServer::RawServer(const std::string &module, int backlog) : path_(socket_path(module)) {
     ::mkdir("/tmp/m_tmp/ipc", 0777);
+    ::unlink(path_.c_str());
     fd_ = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
     const sockaddr_un address = address_of(path_);
     if (::bind(fd_, reinterpret_cast<const sockaddr *>(&address), sizeof(address)) != 0 ||

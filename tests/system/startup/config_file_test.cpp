@@ -15,6 +15,7 @@
 namespace {
 
 constexpr int kTool = 0;
+constexpr size_t kTenMegabytes = size_t{10} << 20;
 
 std::string root(const std::string &modules) {
     return "<modules>" + modules + "</modules>";
@@ -201,14 +202,13 @@ TEST_F(ModuleConfigFile, AHundredThousandLevelsAreNoHarm) {
 }
 
 TEST_F(ModuleConfigFile, AFlagWordOfTenMegabytesIsSearchedToItsEnd) {
-    const std::string padding(10 * 1024 * 1024, 'x');
+    const std::string padding(kTenMegabytes, 'x');
     const auto tool = tool_with(root(with_flag("wlan", padding + "FRWK_FLAG_ADMIN")));
     EXPECT_EQ("wlan WLAN 0x0020 0 14 null", tool->ask("row 5"));
 }
 
 TEST_F(ModuleConfigFile, AnAliasOfTenMegabytesIsKept) {
-    const auto tool =
-        tool_with(root("<wlan><alias>" + std::string(10 * 1024 * 1024, 'x') + "</alias></wlan>"));
+    const auto tool = tool_with(root("<wlan><alias>" + std::string(kTenMegabytes, 'x') + "</alias></wlan>"));
     EXPECT_EQ("id=5", tool->ask("id wlan"));
     EXPECT_EQ("wlan x", tool->ask("row 5").substr(0, 6));
 }

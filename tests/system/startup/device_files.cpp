@@ -3,6 +3,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <filesystem>
+
 #include "support/wait_until.h"
 
 namespace {
@@ -10,6 +12,9 @@ namespace {
 constexpr char kConfig[] = "/etc/quor_apps_cfg.xml";
 constexpr char kStartupList[] = "/etc/quor_apps_startup";
 constexpr char kStartHook[] = "/usr/bin/apps_init";
+
+/* Where modules keep their locks and sockets. */
+constexpr char kRunFolder[] = "/tmp/m_tmp";
 
 }  // namespace
 
@@ -30,4 +35,7 @@ void DeviceFiles::remove_all() {
     ::unlink(kConfig);
     ::unlink(kStartupList);
     ::unlink(kStartHook);
+    for (const auto &entry : std::filesystem::directory_iterator(kRunFolder)) {
+        std::filesystem::remove_all(entry.path());
+    }
 }

@@ -9,7 +9,7 @@
 
 class DeviceFiles : public testing::Test {
   protected:
-    /* Starts without any of them, and leaves none behind. */
+    /* Starts without any of them and without traces of earlier modules, and leaves none behind. */
     DeviceFiles() { remove_all(); }
     ~DeviceFiles() override { remove_all(); }
 

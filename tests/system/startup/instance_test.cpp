@@ -24,14 +24,7 @@ std::string refusal_of(int id) {
     return module.errors();
 }
 
-class Instance : public DeviceFiles {
-  protected:
-    ~Instance() override {
-        ::unlink(kLock);
-        ::rmdir(kLock);
-        ::unlink("/tmp/m_tmp/lock");
-    }
-};
+class Instance : public DeviceFiles {};
 
 TEST_F(Instance, ASecondOneIsRefused) {
     ModuleProcess first(5);

@@ -213,15 +213,11 @@ TEST_F(ProcessSetup, APlainFileInThePlaceOfTheSocketIsReplaced) {
 }
 
 TEST_F(ProcessSetup, ASocketThatCanNotBeMadeIsAssertedAndTheModuleRunsOn) {
-    ASSERT_EQ(0, ::system("rm -rf /tmp/m_tmp/ipc"));
     ASSERT_TRUE(write_text("/tmp/m_tmp/ipc", ""));
-    {
-        ModuleProcess wlan(5);
-        EXPECT_TRUE(wlan.process().wait_for_error("socket bind error! errno="));
-        EXPECT_TRUE(wlan.process().wait_for_error("ASSERT(0 <= g_s_ipcs_fd)"));
-        EXPECT_EQ("wlan WLAN 0x1222 0 14 null", wlan.ask("row 5"));
-    }
-    ::unlink("/tmp/m_tmp/ipc");
+    ModuleProcess wlan(5);
+    EXPECT_TRUE(wlan.process().wait_for_error("socket bind error! errno="));
+    EXPECT_TRUE(wlan.process().wait_for_error("ASSERT(0 <= g_s_ipcs_fd)"));
+    EXPECT_EQ("wlan WLAN 0x1222 0 14 null", wlan.ask("row 5"));
 }
 
 TEST_F(ProcessSetup, NoDescriptorOfTheModuleReachesItsChildren) {
@@ -231,21 +227,18 @@ TEST_F(ProcessSetup, NoDescriptorOfTheModuleReachesItsChildren) {
     EXPECT_NE(std::string::npos, open_files.find("pipe:")) << open_files;
     EXPECT_EQ(std::string::npos, open_files.find("socket:")) << open_files;
     EXPECT_EQ(std::string::npos, open_files.find("/tmp/m_tmp/lock")) << open_files;
-    ::unlink("/tmp/m_tmp/hook");
 }
 
 TEST_F(ProcessSetup, TheStartHookGetsTheNameAndTheProcessIdAndIsWaitedFor) {
     write_start_hook("sleep 0.3\necho \"$@\" > /tmp/m_tmp/hook\n");
     ModuleProcess wlan(5);
     EXPECT_EQ("wlan " + std::to_string(wlan.pid()) + "\n", file_text("/tmp/m_tmp/hook"));
-    ::unlink("/tmp/m_tmp/hook");
 }
 
 TEST_F(ProcessSetup, TheStartHookRunsForAToolToo) {
     write_start_hook("echo \"$1\" > /tmp/m_tmp/hook\n");
     ModuleProcess tool(0);
     EXPECT_EQ("tool\n", file_text("/tmp/m_tmp/hook"));
-    ::unlink("/tmp/m_tmp/hook");
 }
 
 TEST_F(ProcessSetup, AStartHookThatFailsIsNoHarm) {
@@ -258,7 +251,6 @@ TEST_F(ProcessSetup, TheServiceRunsBeforeTheStartHook) {
     write_start_hook("test -S /tmp/m_tmp/ipc/wlan && echo served > /tmp/m_tmp/hook\n");
     ModuleProcess wlan(5);
     EXPECT_EQ("served\n", file_text("/tmp/m_tmp/hook"));
-    ::unlink("/tmp/m_tmp/hook");
 }
 
 }  // namespace

@@ -13,6 +13,8 @@
 namespace {
 
 constexpr int kTool = 0;
+constexpr size_t kFiveMegabytes = size_t{5} << 20;
+constexpr size_t kLargestBlock = size_t{64} << 20;
 
 /* A list of exactly so many bytes: blanks and line ends, and the name of wlan at its very end. */
 std::string list_of_size(size_t size) {
@@ -70,19 +72,19 @@ TEST_F(StartupList, ListsAroundTheSizeOfTheFixedBufferAreReadToTheirEnd) {
 }
 
 TEST_F(StartupList, AListOf5MegabytesIsReadToItsEnd) {
-    EXPECT_EQ("run: 5", marked_by(list_of_size(5 * 1024 * 1024)));
+    EXPECT_EQ("run: 5", marked_by(list_of_size(kFiveMegabytes)));
 }
 
 TEST_F(StartupList, AMillionNamesAreRead) {
     std::string list;
-    while (list.size() < 5 * 1024 * 1024) {
+    while (list.size() < kFiveMegabytes) {
         list += "router dbm\n";
     }
     EXPECT_EQ("run: 3 12", marked_by(list));
 }
 
 TEST_F(StartupList, AListAboveTheLargestBlockIsPassedOver) {
-    write_startup_list(list_of_size(64 * 1024 * 1024 + 1));
+    write_startup_list(list_of_size(kLargestBlock + 1));
     ModuleProcess tool(kTool);
     EXPECT_EQ("run:", tool.ask("run"));
     EXPECT_TRUE(tool.process().wait_for_error("alloc for load apps run cfg file failed!"));

@@ -281,7 +281,7 @@ TEST_F(OsLog, PassesOnlyTheLevelsOfTheMask) {
 }
 
 TEST_F(OsLog, OpensTheSystemLogWithNameAndFacility) {
-    const int facilities[] = {0,          LOG_AUTH,   LOG_AUTHPRIV, LOG_CRON,   LOG_DAEMON, LOG_FTP,
+    const int facilities[] = {LOG_USER,   LOG_AUTH,   LOG_AUTHPRIV, LOG_CRON,   LOG_DAEMON, LOG_FTP,
                               LOG_KERN,   LOG_LOCAL0, LOG_LOCAL1,   LOG_LOCAL2, LOG_LOCAL3, LOG_LOCAL4,
                               LOG_LOCAL5, LOG_LOCAL6, LOG_LOCAL7,   LOG_LPR,    LOG_MAIL,   LOG_NEWS,
                               LOG_SYSLOG, LOG_USER,   LOG_UUCP};
@@ -293,10 +293,10 @@ TEST_F(OsLog, OpensTheSystemLogWithNameAndFacility) {
     EXPECT_EQ(LOG_PID, opened_log().options);
 }
 
-TEST_F(OsLog, LeavesAnUnknownFacilityToTheSystemLog) {
+TEST_F(OsLog, TakesAnUnknownFacilityForAUsersProgram) {
     for (const uint32_t number : {21u, 255u, UINT32_MAX}) {
         os_log_init("wlan", number);
-        EXPECT_EQ(0, opened_log().facility) << number;
+        EXPECT_EQ(LOG_USER, opened_log().facility) << number;
     }
 }
 

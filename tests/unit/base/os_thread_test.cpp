@@ -1,10 +1,10 @@
 #include "os_thread.h"
 
 #include <semaphore.h>
-#include <climits>
 
 #include <atomic>
 #include <cerrno>
+#include <climits>
 #include <vector>
 
 #include "doubles/faults_test_fixture.h"

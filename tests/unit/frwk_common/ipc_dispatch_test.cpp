@@ -9,7 +9,8 @@
 #include "doubles/base_doubles.h"
 #include "unit/frwk_common/child.h"
 #include "unit/frwk_common/log_checks.h"
-#include "unit/frwk_common/module_test.h"
+#include "unit/frwk_common/memory_usage.h"
+#include "unit/frwk_common/module_fixture.h"
 #include "unit/frwk_common/test_handler.h"
 
 namespace base = doubles::base;
@@ -352,12 +353,6 @@ void *make_record(const Bytes &bytes) {
     void *record = os_mem_malloc(bytes.size());
     std::memcpy(record, bytes.data(), bytes.size());
     return record;
-}
-
-uint32_t live_blocks() {
-    os_mem_usage_t usage;
-    os_mem_usage(&usage);
-    return usage.live_blocks;
 }
 
 }  // namespace

@@ -12,7 +12,7 @@
 #include "doubles/libc_doubles.h"
 #include "unit/frwk_common/files.h"
 #include "unit/frwk_common/log_checks.h"
-#include "unit/frwk_common/module_test.h"
+#include "unit/frwk_common/module_fixture.h"
 #include "unit/frwk_common/test_peer.h"
 
 namespace libc = doubles::libc;
@@ -27,15 +27,11 @@ bool is_open(int fd) {
     return fcntl(fd, F_GETFD) != -1;
 }
 
-/* Whether somebody listens at a path. */
-bool answers(const char *path) {
-    const int fd = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    sockaddr_un address = {};
-    address.sun_family = AF_UNIX;
-    (void)std::snprintf(address.sun_path, sizeof(address.sun_path), "%s", path);
-    const bool connected = ::connect(fd, reinterpret_cast<const sockaddr *>(&address), sizeof(address)) == 0;
+/* Whether somebody listens under the module's name. */
+bool answers() {
+    const int fd = connect_to("router");
     (void)close(fd);
-    return connected;
+    return fd >= 0;
 }
 
 class IpcListenerTest : public ModuleTest {
@@ -76,7 +72,7 @@ class IpcListenerTest : public ModuleTest {
 
 TEST_F(IpcListenerTest, ListensUnderTheModulesOwnName) {
     ASSERT_GE(make(), 0) << log_.text();
-    EXPECT_TRUE(answers(kFile));
+    EXPECT_TRUE(answers());
     EXPECT_EQ(log_.text(), "");
 }
 
@@ -162,7 +158,7 @@ TEST_F(IpcListenerTest, ReplacesTheSocketOfAnEarlierRun) {
         earlier.stop();
         ASSERT_TRUE(exists(kFile));
         ASSERT_GE(make(), 0) << log_.text();
-        EXPECT_TRUE(answers(kFile));
+        EXPECT_TRUE(answers());
     }
     EXPECT_EQ(log_.text(), "");
 }
@@ -170,7 +166,7 @@ TEST_F(IpcListenerTest, ReplacesTheSocketOfAnEarlierRun) {
 TEST_F(IpcListenerTest, ReplacesAPlainFile) {
     write_file(kFile, "not a socket");
     ASSERT_GE(make(), 0) << log_.text();
-    EXPECT_TRUE(answers(kFile));
+    EXPECT_TRUE(answers());
 }
 
 TEST_F(IpcListenerTest, ReportsASocketThatCanNotBeMade) {
@@ -192,7 +188,7 @@ TEST_F(IpcListenerTest, IgnoresARefusedReuseOfTheAddress) {
     ASSERT_GE(make(), 0);
     EXPECT_TRUE(logged_once(log_, kWarningLevel, "frwk_ipc_socket",
                             with_errno("set socket reuse address error!", ENOPROTOOPT)));
-    EXPECT_TRUE(answers(kFile));
+    EXPECT_TRUE(answers());
 }
 
 TEST_F(IpcListenerTest, ReportsAFailedBindAndClosesTheSocket) {

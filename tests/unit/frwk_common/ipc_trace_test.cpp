@@ -5,7 +5,7 @@
 
 #include "doubles/base_doubles.h"
 #include "unit/frwk_common/log_checks.h"
-#include "unit/frwk_common/module_test.h"
+#include "unit/frwk_common/module_fixture.h"
 
 namespace {
 

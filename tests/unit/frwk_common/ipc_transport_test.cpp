@@ -1,12 +1,11 @@
 /*
- * Opening a connection, and exact-length reads and writes, with every fault that the system can produce.
+ * Exact-length reads and writes, with every fault that the system can produce.
  */
 #include "frwk_common/ipc_transport.h"
 
 #include <fcntl.h>
 #include <poll.h>
 #include <sys/resource.h>
-#include <sys/un.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -15,58 +14,20 @@
 #include <vector>
 
 #include "doubles/libc_doubles.h"
-#include "unit/frwk_common/files.h"
 #include "unit/frwk_common/io_faults.h"
 #include "unit/frwk_common/log_checks.h"
-#include "unit/frwk_common/module_test.h"
+#include "unit/frwk_common/module_fixture.h"
 #include "unit/frwk_common/test_peer.h"
 
 namespace libc = doubles::libc;
 
 namespace {
 
-constexpr uint32_t kWlan = 5;
-
 using Clock = std::chrono::steady_clock;
-
-bool is_open(int fd) {
-    return fcntl(fd, F_GETFD) != -1;
-}
 
 class IpcTransportTest : public ModuleTest {
   protected:
     LogCapture log_;
-};
-
-class IpcConnectTest : public IpcTransportTest {
-  protected:
-    IpcConnectTest() { make_ipc_folder(); }
-
-    /* Notes which descriptor the library gets, and fails its connect. */
-    void connect_fails_with(int error) {
-        libc::socket.stand_in([this](int family, int type, int protocol) {
-            return made_ = libc::socket.real(family, type, protocol);
-        });
-        libc::connect.stand_in([error](int, const sockaddr *, socklen_t) {
-            errno = error;
-            return -1;
-        });
-    }
-    /* Answers the wait for the connection. */
-    void wait_gives(int result, int error = 0) {
-        libc::poll.stand_in([this, result, error](pollfd *fds, nfds_t count, int limit) {
-            waited_events_ = fds[0].events;
-            waited_count_ = count;
-            wait_limit_ = limit;
-            errno = error;
-            return result;
-        });
-    }
-
-    int made_ = -1;
-    int wait_limit_ = -2;
-    short waited_events_ = 0;
-    nfds_t waited_count_ = 0;
 };
 
 class IpcRecvTest : public IpcTransportTest {
@@ -102,213 +63,7 @@ class IpcSendTest : public IpcTransportTest {
     SocketPair pair_;
 };
 
-/* Fills a listener's queue: connects, without a wait, until the next one would have to wait. */
-std::vector<int> fill_queue(const char *module_name) {
-    sockaddr_un address = {};
-    address.sun_family = AF_UNIX;
-    (void)std::snprintf(address.sun_path, sizeof(address.sun_path), "%s", socket_path(module_name).c_str());
-    std::vector<int> held;
-    for (;;) {
-        const int fd = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
-        if (::connect(fd, reinterpret_cast<const sockaddr *>(&address), sizeof(address)) != 0) {
-            (void)close(fd);
-            return held;
-        }
-        held.push_back(fd);
-    }
-}
-
-void close_all(const std::vector<int> &fds) {
-    for (const int fd : fds) {
-        (void)close(fd);
-    }
-}
-
 }  // namespace
-
-/* ---- Opening a connection -------------------------------------------------------------------------- */
-
-TEST_F(IpcConnectTest, ReachesTheModulesListener) {
-    const TestListener wlan("wlan");
-    ASSERT_TRUE(wlan.ok());
-    const int fd = frwk_ipc_connect(kWlan, 3);
-    ASSERT_GE(fd, 0) << log_.text();
-    const int peer = wlan.accept();
-    EXPECT_TRUE(write_bytes(fd, text_bytes("hello")));
-    EXPECT_EQ(read_bytes(peer, 5), text_bytes("hello"));
-    EXPECT_EQ(log_.text(), "");
-    close_all({fd, peer});
-}
-
-TEST_F(IpcConnectTest, ReturnsABlockingDescriptorThatIsClosedOnExec) {
-    const TestListener wlan("wlan");
-    const int fd = frwk_ipc_connect(kWlan, 3);
-    ASSERT_GE(fd, 0);
-    EXPECT_EQ(fcntl(fd, F_GETFL) & O_NONBLOCK, 0);
-    EXPECT_EQ(fcntl(fd, F_GETFD) & FD_CLOEXEC, FD_CLOEXEC);
-    (void)close(fd);
-}
-
-TEST_F(IpcConnectTest, HandsOverTheWholeAddress) {
-    const TestListener wlan("wlan");
-    socklen_t length = 0;
-    std::string path;
-    libc::connect.stand_in([&](int fd, const sockaddr *address, socklen_t size) {
-        length = size;
-        path = reinterpret_cast<const sockaddr_un *>(address)->sun_path;
-        return libc::connect.real(fd, address, size);
-    });
-    const int fd = frwk_ipc_connect(kWlan, 3);
-    EXPECT_GE(fd, 0);
-    EXPECT_EQ(length, 110u);
-    EXPECT_EQ(path, "/tmp/m_tmp/ipc/wlan");
-    (void)close(fd);
-}
-
-TEST_F(IpcConnectTest, ReportsASocketThatCanNotBeMade) {
-    libc::socket.stand_in([](int, int, int) {
-        errno = ENFILE;
-        return -1;
-    });
-    EXPECT_EQ(frwk_ipc_connect(kWlan, 3), -1);
-    EXPECT_TRUE(logged_once(log_, kWarningLevel, with_errno("socket create error!", ENFILE)));
-    EXPECT_EQ(libc::connect.calls(), 0u);
-}
-
-TEST_F(IpcConnectTest, FailsAtOnceAndSilentlyWhenTheModuleNeverRan) {
-    (void)unlink("/tmp/m_tmp/ipc/wlan");
-    EXPECT_EQ(frwk_ipc_connect(kWlan, 3600), -1);
-    EXPECT_EQ(libc::poll.calls(), 0u);
-    EXPECT_EQ(log_.text(), "");
-}
-
-TEST_F(IpcConnectTest, FailsAtOnceAndSilentlyWhenTheModuleEnded) {
-    TestListener wlan("wlan");
-    wlan.stop();
-    EXPECT_EQ(frwk_ipc_connect(kWlan, 3600), -1);
-    EXPECT_EQ(libc::poll.calls(), 0u);
-    EXPECT_EQ(log_.text(), "");
-}
-
-TEST_F(IpcConnectTest, FailsAtOnceOnAnyOtherError) {
-    for (const int error : {ENOENT, ECONNREFUSED, EACCES, EPROTOTYPE, ENOTSOCK}) {
-        connect_fails_with(error);
-        EXPECT_EQ(frwk_ipc_connect(kWlan, 3600), -1) << error;
-        EXPECT_FALSE(is_open(made_)) << error;
-    }
-    EXPECT_EQ(libc::poll.calls(), 0u);
-    EXPECT_EQ(log_.text(), "");
-}
-
-TEST_F(IpcConnectTest, FailsForAnEmptySlot) {
-    EXPECT_EQ(frwk_ipc_connect(40, 3), -1);
-}
-
-TEST_F(IpcConnectTest, WaitsForAConnectInProgress) {
-    connect_fails_with(EINPROGRESS);
-    wait_gives(1);
-    const int fd = frwk_ipc_connect(kWlan, 7);
-    EXPECT_EQ(fd, made_);
-    EXPECT_EQ(wait_limit_, 7000);
-    EXPECT_EQ(waited_events_, POLLOUT);
-    EXPECT_EQ(waited_count_, 1u);
-    EXPECT_EQ(fcntl(fd, F_GETFL) & O_NONBLOCK, 0);
-    (void)close(fd);
-}
-
-TEST_F(IpcConnectTest, GivesUpAConnectThatIsStillInProgressAtTheLimit) {
-    connect_fails_with(EINPROGRESS);
-    wait_gives(0);
-    EXPECT_EQ(frwk_ipc_connect(kWlan, 1), -1);
-    EXPECT_FALSE(is_open(made_));
-    EXPECT_EQ(log_.text(), "");
-}
-
-TEST_F(IpcConnectTest, GivesUpWhenTheWaitFails) {
-    connect_fails_with(EINPROGRESS);
-    wait_gives(-1, EINTR);
-    EXPECT_EQ(frwk_ipc_connect(kWlan, 1), -1);
-    EXPECT_FALSE(is_open(made_));
-}
-
-TEST_F(IpcConnectTest, TriesAConnectInProgressOnceWithoutALimit) {
-    connect_fails_with(EINPROGRESS);
-    wait_gives(0);
-    EXPECT_EQ(frwk_ipc_connect(kWlan, 0), -1);
-    EXPECT_EQ(wait_limit_, 0);
-}
-
-TEST_F(IpcConnectTest, WaitsAsLongAsItCanForAHugeLimit) {
-    connect_fails_with(EINPROGRESS);
-    wait_gives(0);
-    EXPECT_EQ(frwk_ipc_connect(kWlan, UINT32_MAX), -1);
-    EXPECT_GE(wait_limit_, INT32_MAX / 1000 * 1000);
-}
-
-TEST_F(IpcConnectTest, TriesAFullQueueOnceWithoutALimit) {
-    const TestListener wlan("wlan", 0);
-    const std::vector<int> queued = fill_queue("wlan");
-    EXPECT_EQ(frwk_ipc_connect(kWlan, 0), -1);
-    EXPECT_EQ(log_.text(), "");
-    close_all(queued);
-}
-
-TEST_F(IpcConnectTest, WaitsAtAFullQueueUpToTheLimit) {
-    const TestListener wlan("wlan", 0);
-    const std::vector<int> queued = fill_queue("wlan");
-    const auto start = Clock::now();
-    EXPECT_EQ(frwk_ipc_connect(kWlan, 1), -1);
-    EXPECT_GE(Clock::now() - start, std::chrono::milliseconds(900));
-    close_all(queued);
-}
-
-TEST_F(IpcConnectTest, TakesItsPlaceInAFullQueueWhenOneGetsFree) {
-    const TestListener wlan("wlan", 0);
-    const std::vector<int> queued = fill_queue("wlan");
-    libc::connect.forget_calls();
-    std::thread receiver([&wlan] {
-        while (libc::connect.calls() < 2) {
-            std::this_thread::yield();
-        }
-        (void)close(wlan.accept());
-    });
-    const int fd = frwk_ipc_connect(kWlan, kPeerLimitSeconds);
-    EXPECT_GE(fd, 0);
-    EXPECT_EQ(fcntl(fd, F_GETFL) & O_NONBLOCK, 0);
-    receiver.join();
-    close_all(queued);
-    (void)close(fd);
-}
-
-TEST_F(IpcConnectTest, LeavesNoTimeLimitOnAConnectionThatWaited) {
-    const TestListener wlan("wlan", 0);
-    const std::vector<int> queued = fill_queue("wlan");
-    libc::connect.forget_calls();
-    std::thread receiver([&wlan] {
-        while (libc::connect.calls() < 2) {
-            std::this_thread::yield();
-        }
-        (void)close(wlan.accept());
-    });
-    const int fd = frwk_ipc_connect(kWlan, kPeerLimitSeconds);
-    receiver.join();
-    timeval limit = {1, 1};
-    socklen_t size = sizeof(limit);
-    ASSERT_EQ(getsockopt(fd, SOL_SOCKET, SO_SNDTIMEO, &limit, &size), 0);
-    EXPECT_EQ(limit.tv_sec, 0);
-    EXPECT_EQ(limit.tv_usec, 0);
-    close_all(queued);
-    (void)close(fd);
-}
-
-TEST_F(IpcConnectTest, LeaksNoDescriptorInAThousandFailures) {
-    (void)unlink("/tmp/m_tmp/ipc/wlan");
-    const size_t before = open_descriptors();
-    for (int i = 0; i < 1000; ++i) {
-        EXPECT_EQ(frwk_ipc_connect(kWlan, 3), -1);
-    }
-    EXPECT_EQ(open_descriptors(), before);
-}
 
 /* ---- Reading --------------------------------------------------------------------------------------- */
 
@@ -555,7 +310,7 @@ TEST_F(IpcSendTest, SurvivesAPeerThatIsGone) {
 }
 
 TEST_F(IpcSendTest, WritesMoreThanTheQueueHoldsWhileThePeerReads) {
-    const Bytes bytes = pattern(4 * 1024 * 1024);
+    const Bytes bytes = pattern(size_t{4} * 1024 * 1024);
     Bytes read;
     std::thread peer([&] { read = read_bytes(pair_.test(), bytes.size()); });
     EXPECT_EQ(send(bytes), static_cast<int32_t>(bytes.size()));

@@ -9,7 +9,7 @@
 #include "doubles/base_doubles.h"
 #include "unit/frwk_common/files.h"
 #include "unit/frwk_common/log_checks.h"
-#include "unit/frwk_common/module_test.h"
+#include "unit/frwk_common/module_fixture.h"
 
 namespace base = doubles::base;
 
@@ -225,7 +225,7 @@ TEST_F(ModuleConfigTest, FlagWordsAreFoundInsideLongerWords) {
 }
 
 TEST_F(ModuleConfigTest, FlagTextOfTenMegabytes) {
-    EXPECT_EQ(flags_of(std::string(10 * 1024 * 1024, 'F') + "FRWK_FLAG_MPSS"), 0x10u);
+    EXPECT_EQ(flags_of(std::string(10u << 20, 'F') + "FRWK_FLAG_MPSS"), 0x10u);
 }
 
 /* ---- Delay ----------------------------------------------------------------------------------------- */

@@ -12,7 +12,7 @@
 #include "unit/frwk_common/child.h"
 #include "unit/frwk_common/files.h"
 #include "unit/frwk_common/log_checks.h"
-#include "unit/frwk_common/module_test.h"
+#include "unit/frwk_common/module_fixture.h"
 
 namespace base = doubles::base;
 namespace libc = doubles::libc;
@@ -301,14 +301,7 @@ TEST_F(ModuleInitTest, StoresTheModuleAndItsExitHandler) {
 
 TEST_F(ModuleInitTest, ModuleServesWithoutAHandlerAndWithStatusZero) {
     const std::string report = report_of(E_APPS_MODULE_WLAN, [] {
-        const int fd = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-        sockaddr_un address = {};
-        address.sun_family = AF_UNIX;
-        (void)std::snprintf(address.sun_path, sizeof(address.sun_path), "%s", socket_path("wlan").c_str());
-        (void)::connect(fd, reinterpret_cast<const sockaddr *>(&address), sizeof(address));
-        write_bytes(fd, words({3, 6, 0, 3, 4, 0}));
-        const Bytes answer = read_to_end(fd);
-        return yes_or_no(answer == words({0, 4, 0}));
+        return yes_or_no(ask_module("wlan", words({3, 6, 0, 3, 4, 0})) == words({0, 4, 0}));
     });
     EXPECT_EQ(report, "yes");
 }

@@ -10,7 +10,7 @@
 #include "doubles/libc_doubles.h"
 #include "unit/frwk_common/files.h"
 #include "unit/frwk_common/log_checks.h"
-#include "unit/frwk_common/module_test.h"
+#include "unit/frwk_common/module_fixture.h"
 
 namespace base = doubles::base;
 
@@ -133,11 +133,11 @@ TEST_F(ModuleRunListTest, AListOf513BytesIsReadThroughTheHeap) {
 }
 
 TEST_F(ModuleRunListTest, AListOfFiveMegabytesIsReadWhole) {
-    EXPECT_EQ(load(list_of(5 * 1024 * 1024)), (Ids{3, 5}));
+    EXPECT_EQ(load(list_of(5u << 20)), (Ids{3, 5}));
 }
 
 TEST_F(ModuleRunListTest, ASingleNameOfFiveMegabytesIsNone) {
-    EXPECT_EQ(load(std::string(5 * 1024 * 1024, 'w')), Ids{0});
+    EXPECT_EQ(load(std::string(5u << 20, 'w')), Ids{0});
 }
 
 TEST_F(ModuleRunListTest, GivesItsBlockAndItsFileBack) {
@@ -161,7 +161,7 @@ TEST_F(ModuleRunListTest, ReportsThatThereIsNoMemory) {
 
 TEST_F(ModuleRunListTest, RefusesAListThatIsLargerThanAnyBlock) {
     write_file(kFile, "wlan\n");
-    ASSERT_EQ(truncate(kFile, 65 * 1024 * 1024), 0);
+    ASSERT_EQ(truncate(kFile, 65u << 20), 0);
     EXPECT_EQ(load_what_is_there(), Ids{});
     EXPECT_TRUE(logged_once(log_, kWarningLevel, kLoader, "alloc for load apps run cfg file failed!"));
 }

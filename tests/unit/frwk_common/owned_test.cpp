@@ -9,6 +9,8 @@
 #include <string>
 #include <type_traits>
 
+#include "unit/frwk_common/memory_usage.h"
+
 namespace {
 
 int open_null() {
@@ -36,12 +38,6 @@ class OwnedTest : public ::testing::Test {
   protected:
     OwnedTest() { Spy::released.clear(); }
 };
-
-uint32_t live_blocks() {
-    os_mem_usage_t usage;
-    os_mem_usage(&usage);
-    return usage.live_blocks;
-}
 
 }  // namespace
 

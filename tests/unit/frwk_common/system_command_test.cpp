@@ -7,7 +7,7 @@
 #include "doubles/libc_doubles.h"
 #include "unit/frwk_common/files.h"
 #include "unit/frwk_common/log_checks.h"
-#include "unit/frwk_common/module_test.h"
+#include "unit/frwk_common/module_fixture.h"
 #include "unit/frwk_common/test_handler.h"
 #include "unit/frwk_common/test_peer.h"
 

@@ -125,6 +125,34 @@ class SocketPair {
     int fds_[2] = {-1, -1};
 };
 
+inline sockaddr_un socket_address(const std::string &module_name) {
+    sockaddr_un address = {};
+    address.sun_family = AF_UNIX;
+    (void)std::snprintf(address.sun_path, sizeof(address.sun_path), "%s", socket_path(module_name).c_str());
+    return address;
+}
+
+/* A connection to a module's socket, which the caller closes, or -1. flags: SOCK_NONBLOCK or nothing. */
+inline int connect_to(const std::string &module_name, int flags = 0) {
+    const sockaddr_un address = socket_address(module_name);
+    const int fd = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | flags, 0);
+    if (::connect(fd, reinterpret_cast<const sockaddr *>(&address), sizeof(address)) != 0) {
+        (void)close(fd);
+        return -1;
+    }
+    limit_waits(fd);
+    return fd;
+}
+
+/* What a module answers to a request. */
+inline Bytes ask_module(const std::string &module_name, const Bytes &sent) {
+    const int fd = connect_to(module_name);
+    (void)write_bytes(fd, sent);
+    Bytes answer = read_to_end(fd);
+    (void)close(fd);
+    return answer;
+}
+
 /* The listening socket of a module that is not there. */
 class TestListener {
   public:
@@ -132,9 +160,7 @@ class TestListener {
         : path_(socket_path(module_name)) {
         make_ipc_folder();
         (void)unlink(path_.c_str());
-        sockaddr_un address = {};
-        address.sun_family = AF_UNIX;
-        (void)std::snprintf(address.sun_path, sizeof(address.sun_path), "%s", path_.c_str());
+        const sockaddr_un address = socket_address(module_name);
         fd_ = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
         ok_ = fd_ >= 0 && ::bind(fd_, reinterpret_cast<const sockaddr *>(&address), sizeof(address)) == 0 &&
               ::listen(fd_, backlog) == 0;
