@@ -15,7 +15,7 @@ IpcAddress ipc_address(const char *name) {
     IpcAddress address = {};
     address.un.sun_family = AF_UNIX;
     (void)std::snprintf(address.un.sun_path, sizeof(address.un.sun_path), "%s/%s", paths::kIpcFolder,
-                  name != nullptr ? name : "");
+                        name != nullptr ? name : "");
     return address;
 }
 

@@ -77,7 +77,8 @@ int32_t frwk_module_disabled(int32_t id, char *path, uint32_t size) {
     const bool wanted = path != nullptr && size > 0;
     char *marker = wanted ? path : own;
     const char *name = frwk_module_name(id);
-    (void)std::snprintf(marker, wanted ? size : sizeof(own), "%s/%s", paths::kDisabledModules, text_or_empty(name));
+    (void)std::snprintf(marker, wanted ? size : sizeof(own), "%s/%s", paths::kDisabledModules,
+                        text_or_empty(name));
 
     // Without a name the path is that of the folder, which disables nobody.
     return name != nullptr ? os_file_exist(marker) : 0;
