@@ -1,0 +1,47 @@
+/*
+ * The device cipher: secrets as text that only a device with the same key can read, and that nobody can
+ * alter unnoticed.
+ *
+ * The key is the 32 bytes of "/etc/quor_product.key", which comes with the product's image and is the same
+ * on all devices of a kind. Without that file it is "/m_data/usr_permanent/device.key", made of random bytes
+ * at the first use; a warning then says that backups stay on this device. A key file that can't be read or
+ * has another size is refused with a warning: it is neither mended nor passed over.
+ *
+ * Every function may be called from any thread and reads the key file at each call. The first use of a
+ * device may wait for the kernel to gather randomness.
+ */
+#ifndef QUOR_CIPHER_H
+#define QUOR_CIPHER_H
+
+#include <stdint.h>
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+#pragma GCC visibility push(default)
+
+/*
+ * Enciphers bytes.
+ *
+ * data: length bytes; null gives null. A length of 0 is a secret like any other.
+ * Returns the base64 text of 40 + length bytes, with its NUL, which the caller frees with os_mem_free. No
+ * two calls give the same text. Null when there is no key or no such block.
+ */
+char *zn_encrypt_data(const void *data, uint32_t length);
+
+/*
+ * Deciphers what zn_encrypt_data wrote.
+ *
+ * text: length characters; null gives null.
+ * count: receives the number of bytes; null gives null. Unchanged on failure.
+ * Returns the bytes, which the caller wipes and frees with os_mem_free. Null when the text was altered, cut
+ * or made with another key, or when there is no key or no such block.
+ */
+void *zn_decrypt_data(const char *text, uint32_t length, uint32_t *count);
+
+#pragma GCC visibility pop
+#ifdef __cplusplus
+}
+#endif
+
+#endif

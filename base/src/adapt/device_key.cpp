@@ -1,0 +1,172 @@
+/*
+ * Key files: read whole or refused, made once or taken as another process made them.
+ */
+#include "device_key.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+#include "os_log.h"
+#include "owned_fd.h"
+#include "sodium_ready.h"
+
+namespace device_key {
+
+namespace {
+
+constexpr char kProductKey[] = "/etc/quor_product.key";
+constexpr char kFolder[] = "/m_data/usr_permanent";
+constexpr char kDeviceKey[] = "/m_data/usr_permanent/device.key";
+constexpr char kUnfinished[] = "/m_data/usr_permanent/device.key.XXXXXX";
+
+static_assert(kKeySize == crypto_kdf_KEYBYTES);
+static_assert(sizeof(Use) - 1 == crypto_kdf_CONTEXTBYTES);
+
+enum class KeyFile {
+    kTaken,
+    kMissing,
+    kRefused
+};
+
+/* The bytes of a key file, and one more to tell that it is too long. */
+struct FileBytes {
+    unsigned char bytes[kKeySize + 1];
+    size_t size = 0;
+
+    ~FileBytes() { sodium_memzero(bytes, sizeof(bytes)); }
+};
+
+void warn(const char *function, const char *what, const char *path) {
+    const int cause = errno;
+    OS_LOG_AS(function, OS_LOG_WARNING, "can't %s %s, errno=%d, cause: %s", what, path, cause,
+              strerror(cause));
+}
+
+bool read_bytes(int fd, FileBytes *file) {
+    while (file->size < sizeof(file->bytes)) {
+        const ssize_t got = read(fd, file->bytes + file->size, sizeof(file->bytes) - file->size);
+        if (got == 0) {
+            return true;
+        }
+        if (got < 0 && errno != EINTR) {
+            return false;
+        }
+        file->size += got > 0 ? static_cast<size_t>(got) : 0;
+    }
+    return true;
+}
+
+/* Opening without waiting: a named pipe would hold the caller until somebody writes to it. */
+KeyFile read_key(const char *path, Key *key) {
+    const OwnedFd fd(open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+    if (!fd && errno == ENOENT) {
+        return KeyFile::kMissing;
+    }
+    FileBytes file;
+    if (!fd || !read_bytes(fd.get(), &file)) {
+        warn(__func__, "read the key file", path);
+        return KeyFile::kRefused;
+    }
+    if (file.size != kKeySize) {
+        OS_LOG(OS_LOG_WARNING, "the key file %s is refused: it must hold exactly %zu bytes", path, kKeySize);
+        return KeyFile::kRefused;
+    }
+
+    memcpy(key->bytes, file.bytes, kKeySize);
+    return KeyFile::kTaken;
+}
+
+bool write_bytes(int fd, const Key &key) {
+    size_t written = 0;
+    while (written < kKeySize) {
+        const ssize_t put = write(fd, key.bytes + written, kKeySize - written);
+        if (put < 0 && errno != EINTR) {
+            return false;
+        }
+        written += put > 0 ? static_cast<size_t>(put) : 0;
+    }
+    return true;
+}
+
+bool write_key(int fd, const Key &key) {
+    return fchmod(fd, S_IRUSR | S_IWUSR) == 0 && write_bytes(fd, key) && fsync(fd) == 0;
+}
+
+void sync_folder() {
+    const OwnedFd fd(open(kFolder, O_RDONLY | O_CLOEXEC | O_DIRECTORY));
+    if (!fd || fsync(fd.get()) != 0) {
+        warn(__func__, "sync the folder", kFolder);
+    }
+}
+
+/* Gives the finished file its name, unless another process was first. */
+bool publish(const char *unfinished) {
+    if (link(unfinished, kDeviceKey) == 0) {
+        sync_folder();
+        OS_LOG(OS_LOG_WARNING, "%s is missing, made %s: backups can be restored on this device only",
+               kProductKey, kDeviceKey);
+        return true;
+    }
+    return errno == EEXIST;
+}
+
+/* Writes a random key to a file of its own, so that a power cut never leaves half a key under the name. */
+bool make_key_file() {
+    char path[sizeof(kUnfinished)];
+    memcpy(path, kUnfinished, sizeof(path));
+    const OwnedFd fd(mkostemp(path, O_CLOEXEC));
+    if (!fd) {
+        warn(__func__, "make the key file", kDeviceKey);
+        return false;
+    }
+
+    Key key;
+    randombytes_buf(key.bytes, kKeySize);
+    const bool made = write_key(fd.get(), key) && publish(path);
+    if (!made) {
+        warn(__func__, "make the key file", kDeviceKey);
+    }
+    unlink(path);
+    return made;
+}
+
+/* Whoever made it, the key in use is the one in the file. */
+KeyFile read_device_key(Key *key) {
+    const KeyFile found = read_key(kDeviceKey, key);
+    if (found != KeyFile::kMissing) {
+        return found;
+    }
+    return make_key_file() ? read_key(kDeviceKey, key) : KeyFile::kRefused;
+}
+
+bool read_any_key(Key *key) {
+    KeyFile found = read_key(kProductKey, key);
+    if (found == KeyFile::kMissing) {
+        found = read_device_key(key);
+    }
+    return found == KeyFile::kTaken;
+}
+
+}  // namespace
+
+Key::Key() : bytes{} {}
+
+Key::~Key() {
+    sodium_memzero(bytes, kKeySize);
+}
+
+bool derive(const Use &use, Key *key) {
+    Key device;
+    if (!sodium_ready() || !read_any_key(&device)) {
+        return false;
+    }
+    return crypto_kdf_derive_from_key(key->bytes, kKeySize, 1, use, device.bytes) == 0;
+}
+
+}  // namespace device_key
