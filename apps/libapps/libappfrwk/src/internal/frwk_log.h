@@ -11,6 +11,7 @@
 #define FRWK_WARN_AS(function, ...) OS_LOG_AS(function, OS_LOG_WARNING, __VA_ARGS__)
 #define FRWK_NOTICE(...) OS_LOG(OS_LOG_NOTICE, __VA_ARGS__)
 #define FRWK_DEBUG(...) OS_LOG(OS_LOG_DEBUG, __VA_ARGS__)
+#define FRWK_DEBUG_AS(function, ...) OS_LOG_AS(function, OS_LOG_DEBUG, __VA_ARGS__)
 #define FRWK_VERBOSE(...) OS_LOG(OS_LOG_VERBOSE, __VA_ARGS__)
 #define FRWK_WARN_ERRNO(text) OS_LOG_ERRNO(text)
 #define FRWK_ASSERT(condition, text, message) OS_LOG_ASSERT(condition, text, message)

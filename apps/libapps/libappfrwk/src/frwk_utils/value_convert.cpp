@@ -1,0 +1,105 @@
+/*
+ * Variables as texts and texts as variables, by the table of data types. Pure functions; any thread.
+ */
+#include <strings.h>
+
+#include <cstring>
+
+#include "frwk_utils.h"
+#include "frwk_utils/data_type.h"
+#include "internal/frwk_log.h"
+#include "internal/owned.h"
+#include "text_copy.h"
+
+namespace {
+
+TypeOutcome convert(const DataType &type, const char *text, void *out, uint32_t size) {
+    if (type.is_text()) {
+        return store_text(type, text, out, size);
+    }
+    if (size < type.variable.size) {
+        return {E_APPS_ERR_OUTOFBUF, type.fits};
+    }
+
+    TypedValue value;
+    if (!type.read(text, &value)) {
+        return {E_APPS_ERR_PARAM, type.text_range.check};
+    }
+    return store_number(type, type.text_range, value, out);
+}
+
+/* Writes a number's text to number; a text is its own. */
+const char *text_of(const DataType &type, const void *value, char (&number)[kNumberTextSize]) {
+    if (type.is_text()) {
+        return value != nullptr ? static_cast<const char *>(value) : "";
+    }
+    type.variable.format(value, number);
+    return number;
+}
+
+}  // namespace
+
+apps_err_e_type frwk_str_to_value(int32_t type, const char *text, void *out, uint32_t size) {
+    const DataType *row = find_data_type(type);
+    if (row == nullptr) {
+        FRWK_WARN("unsupported data type[%d].", type);
+        return E_APPS_ERR_PARAM;
+    }
+    if (out == nullptr && size > 0) {
+        FRWK_WARN("parameter is null!");
+        return E_APPS_ERR_PARAM;
+    }
+
+    const TypeOutcome outcome = convert(*row, text != nullptr ? text : "", out, size);
+    if (outcome.result != E_APPS_ERR_SUCCESS) {
+        FRWK_ASSERT(false, outcome.failed.condition, outcome.failed.message);
+    }
+    return outcome.result;
+}
+
+apps_err_e_type frwk_value_to_str(int32_t type, const void *value, char *buf, int32_t size) {
+    if (buf == nullptr) {
+        FRWK_WARN("parameter is null!");
+        return E_APPS_ERR_PARAM;
+    }
+    const DataType *row = find_data_type(type);
+    if (row == nullptr) {
+        FRWK_WARN("unsupported data type[%d].", type);
+        return E_APPS_ERR_PARAM;
+    }
+    if (value == nullptr && !row->is_text()) {
+        FRWK_WARN("parameter is null!");
+        return E_APPS_ERR_PARAM;
+    }
+
+    char number[kNumberTextSize];
+    const char *text = text_of(*row, value, number);
+    const size_t length = std::strlen(text);
+    if (size <= 0 || length >= static_cast<size_t>(size)) {
+        FRWK_ASSERT(false, "size > len", "out of buf");
+        return E_APPS_ERR_OUTOFBUF;
+    }
+    strsncpy(buf, text, length);
+    return E_APPS_ERR_SUCCESS;
+}
+
+int32_t frwk_check_enum_value(const char *list, const char *text) {
+    if (list == nullptr || text == nullptr) {
+        FRWK_WARN("parameter is null!");
+        return 0;
+    }
+
+    const OwnedBlock copy(os_mem_strdup(list)); /* the walk cuts it into words */
+    if (!copy) {
+        FRWK_WARN("DUP enum string failed!");
+        return 0;
+    }
+
+    char *rest = static_cast<char *>(copy.get());
+    while (const char *word = strsep(&rest, ",")) {
+        if (strcasecmp(word, text) == 0) {
+            return 1;
+        }
+    }
+    return 0;
+}

@@ -1,0 +1,122 @@
+/*
+ * Bytes that the configuration database keeps encoded, so that they survive as text (base64) or stay secret
+ * (cipher).
+ *
+ * Neither the bytes nor the stored text is ever logged, and decoded bytes are wiped before they are freed.
+ */
+#include <algorithm>
+#include <cstring>
+
+#include "base64.h"
+#include "cipher.h"
+#include "frwk_utils.h"
+#include "internal/frwk_log.h"
+#include "internal/owned.h"
+#include "zndb.h"
+
+namespace {
+
+struct Encoding {
+    int32_t type;
+    char *(*encode)(const void *data, uint32_t length);
+    void *(*decode)(const char *text, uint32_t length, uint32_t *count);
+    const char *name; /* as the log calls it */
+    const char *encode_error;
+    const char *decode_error;
+};
+
+constexpr Encoding kEncodings[] = {
+    {FRWK_DATA_TYPE_BASE64, base64_encrypt, base64_decrypt, "base64", "base64 encrypt error!",
+     "base64 decrypt error!"},
+    {FRWK_DATA_TYPE_CIPHER, zn_encrypt_data, zn_decrypt_data, "xzn", "xzn encrypt error!",
+     "xzn decrypt error!"},
+};
+
+constexpr char kGotBlock[] = "((void *)0) != val";
+
+/* The encoding that a type stands for, or null. */
+const Encoding *encoding_of(int32_t type) {
+    for (const Encoding &encoding : kEncodings) {
+        if (encoding.type == type) {
+            return &encoding;
+        }
+    }
+    return nullptr;
+}
+
+/* Where decoded bytes go. */
+struct Destination {
+    char *data;
+    int32_t size;
+};
+
+/* Hands decoded bytes over, all or none. */
+apps_err_e_type deliver(const char *call, const Encoding &encoding, const void *bytes, uint32_t count,
+                        const Destination &to) {
+    if (to.size < 0 || count > static_cast<uint32_t>(to.size)) {
+        FRWK_WARN_AS(call, "%s decrypt len(%d,%d) out of buf!", encoding.name, static_cast<int>(count),
+                     to.size);
+        return E_APPS_ERR_OUTOFBUF;
+    }
+    std::memcpy(to.data, bytes, count);
+    if (count < static_cast<uint32_t>(to.size)) {
+        to.data[count] = '\0';
+    }
+    return E_APPS_ERR_SUCCESS;
+}
+
+apps_err_e_type decode(const char *call, const Encoding &encoding, const char *text, const Destination &to) {
+    uint32_t count = 0;
+    const OwnedBlock val(encoding.decode(text, static_cast<uint32_t>(std::strlen(text)), &count));
+    os_log_assert(__FILE_NAME__, call, __LINE__, static_cast<bool>(val), kGotBlock, encoding.decode_error);
+    if (!val) {
+        return E_APPS_ERR_FORMAT;
+    }
+
+    const apps_err_e_type ret = deliver(call, encoding, val.get(), count, to);
+    explicit_bzero(val.get(), count);
+    return ret;
+}
+
+}  // namespace
+
+apps_err_e_type frwk_zndb_get_key_value_decrypt(const char *key, int32_t type, void *out, int32_t size) {
+    if (out == nullptr) {
+        FRWK_WARN("Parameter error!"); /* as the request says of a null key */
+        return E_APPS_ERR_FAILURE;
+    }
+
+    char text[ZNDB_VALUE_LEN] = {};
+    const int got = zndb_get(key, text, sizeof(text));
+    if (got != E_ZNDB_RET_SUCCESS) {
+        return frwk_zndb_error_convert(got);
+    }
+
+    const Encoding *encoding = encoding_of(type);
+    if (encoding == nullptr) {
+        return frwk_str_to_value(type, text, out, static_cast<uint32_t>(std::max(size, 0)));
+    }
+    const Destination to = {static_cast<char *>(out), size};
+    if (text[0] != '\0') {
+        return decode(__func__, *encoding, text, to);
+    }
+    if (size > 0) {
+        to.data[0] = '\0';
+    }
+    return E_APPS_ERR_SUCCESS;
+}
+
+apps_err_e_type frwk_zndb_set_key_value_encrypt(const char *key, int32_t type, const void *data,
+                                                uint32_t length) {
+    const Encoding *encoding = encoding_of(type);
+    if (encoding == nullptr) {
+        return frwk_zndb_set_key_value(key, type, data);
+    }
+
+    const OwnedBlock val(encoding->encode(data, length));
+    FRWK_ASSERT(static_cast<bool>(val), kGotBlock, encoding->encode_error);
+    if (!val) {
+        return E_APPS_ERR_INTERNAL;
+    }
+    return frwk_zndb_error_convert(zndb_set(key, static_cast<const char *>(val.get())));
+}
