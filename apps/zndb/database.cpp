@@ -1,6 +1,7 @@
 #include "database.h"
 
 #include <cerrno>
+#include <cstdlib>
 #include <cstring>
 
 #include "entry_line.h"
@@ -36,6 +37,16 @@ apps_err_e_type check_texts(std::string_view key, std::string_view value) {
         return refuse_text(key, problem);
     }
     return E_APPS_ERR_SUCCESS;
+}
+
+/* A database without its lock would lose data silently; the process is only just starting. */
+os_mutex *make_mutex() {
+    os_mutex *mutex = os_mutex_create();
+    if (mutex == nullptr) {
+        OS_LOG(OS_LOG_WARNING, "no memory for the lock of the database, ending");
+        std::exit(EXIT_FAILURE);
+    }
+    return mutex;
 }
 
 /* Adds what leads from a store's file to its present values. */
@@ -74,7 +85,7 @@ apps_err_e_type result_of_errno(int error) {
 }
 
 Database::Database()
-    : mutex_(os_mutex_create()),
+    : mutex_(make_mutex()),
       held_{{zndb_paths::kPlainFile, {}, false},
             {zndb_paths::kPermFile, {}, false},
             {zndb_paths::kFactoryFile, {}, false}},

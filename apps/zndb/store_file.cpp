@@ -45,6 +45,8 @@ bool means_nothing(std::string_view text) {
     return text.empty() || text[0] == '#';
 }
 
+constexpr char kStoreIsFull[] = "the store is full";
+
 /* Takes one line into the store. Returns null, or why it can't be taken. */
 const char *load_line(const Line &line, Store &store) {
     const std::string_view text = without_cr(line.text);
@@ -59,7 +61,7 @@ const char *load_line(const Line &line, Store &store) {
         return problem;
     }
     if (!store.has_room_for(entry.key)) {
-        return "the store is full";
+        return kStoreIsFull;
     }
     store.load(entry.key, entry.value);
     return nullptr;
@@ -69,13 +71,17 @@ int load_lines(int fd, const std::string &path, Store &store) {
     LineReader reader(fd);
     SkippedLines skipped(path);
     Line line = {};
+    bool overflowed = false;
     while (reader.next(line)) {
         if (const char *problem = load_line(line, store)) {
+            overflowed = overflowed || problem == kStoreIsFull;
             skipped.report(line, problem);
         }
     }
     skipped.report_rest();
-    return reader.error();
+
+    // A file that holds more than the store must not be replaced by what the store holds.
+    return overflowed ? EOVERFLOW : reader.error();
 }
 
 }  // namespace
