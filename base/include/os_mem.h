@@ -1,6 +1,6 @@
 /*
- * Tracked memory: every block that a module takes is counted, and limits hold for each block and for
- * the process as a whole.
+ * Tracked memory: every block taken here is counted, and limits hold for each block and for all of them
+ * together.
  *
  * Not a pool: the three pool settings are recorded and logged, the blocks come from the C library.
  * Every function may be called from any thread.

@@ -21,8 +21,8 @@ typedef struct xml_node xml_node;
  * Reads a whole file.
  *
  * Returns the document, which the caller frees with xml_free_doc, or null when the file can't be read,
- * is no regular file, or is not well-formed. A file in which no element begins (empty, blank, comments only)
- * gives a document without a root.
+ * is no regular file, is larger than OS_MEM_BLOCK_MAX, or is not well-formed. A file in which no element
+ * begins (empty, blank, comments only) gives a document without a root.
  */
 xml_doc *xml_file_parse(const char *path);
 

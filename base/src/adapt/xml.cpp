@@ -14,9 +14,10 @@
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
-#include <limits>
 #include <new>
 #include <pugixml.hpp>
+
+#include "os_mem.h"
 
 namespace {
 
@@ -78,7 +79,7 @@ bool read_file(const char *path, FileBytes *bytes) {
     if (fd.get() < 0 || fstat(fd.get(), &found) != 0 || !S_ISREG(found.st_mode)) {
         return false;
     }
-    if (static_cast<uint64_t>(found.st_size) >= std::numeric_limits<size_t>::max()) {
+    if (static_cast<uint64_t>(found.st_size) > OS_MEM_BLOCK_MAX) {
         return false;
     }
     return bytes->read_from(fd.get(), static_cast<size_t>(found.st_size));
