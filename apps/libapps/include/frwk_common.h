@@ -112,7 +112,8 @@ typedef apps_err_e_type (*frwk_ipc_handler_t)(uint32_t src, apps_message_id_e_ty
  * Registers the module's handler, sets the status word to 1, and starts the service if it doesn't run.
  *
  * handler: replaces an earlier one. Messages that came before it and wait are released.
- * wait: non-zero to wait for the service thread, which never ends; the call then does not return.
+ * wait: non-zero to wait for the service thread, which never ends; the call then returns only when the
+ * thread could not be started. One thread at a time may call it.
  */
 void frwk_ipc_service_ex(frwk_ipc_handler_t handler, int32_t wait);
 

@@ -145,11 +145,32 @@ TEST_F(IpcAcceptTest, TriesAgainAtOnceAfterAFailedAccept) {
 }
 
 TEST_F(IpcAcceptTest, DropsAConnectionItHasNoDescriptorFor) {
-    // The first accept of the loop fails; the next call is the one that takes the connection and drops it.
-    start_with_failing_accepts(1, EMFILE);
+    // After the first failure a peer is waited for, at the second it is there; the third takes and drops it.
+    start_with_failing_accepts(2, EMFILE);
     EXPECT_EQ(ask_module("router", request(4)), Bytes());
     EXPECT_EQ(ask_module("router", request(4)), words({0, 4, 0}));
-    EXPECT_EQ(log_.count(with_errno("ipc accept error!", EMFILE)), 1u) << log_.text();
+    EXPECT_EQ(log_.count(with_errno("ipc accept error!", EMFILE)), 2u) << log_.text();
+}
+
+TEST_F(IpcAcceptTest, ServesThePeerThatComesWhenADescriptorIsFreeAgain) {
+    // The kernel looks for a descriptor first, so the accept of an empty queue fails too.
+    std::promise<void> waiting;
+    libc::poll.stand_in([&waiting](pollfd *fds, nfds_t count, int limit) {
+        if (limit < 0) {
+            waiting.set_value();
+        }
+        return libc::poll.real(fds, count, limit);
+    });
+    start_with_failing_accepts(1, EMFILE);
+    waiting.get_future().wait();
+    EXPECT_EQ(ask_module("router", request(4)), words({0, 4, 0}));
+}
+
+TEST_F(IpcAcceptTest, PausesAfterAnErrorThatLasts) {
+    base::os_msleep.stand_in([](uint32_t) {});
+    start_with_failing_accepts(3, ENOMEM);
+    EXPECT_EQ(ask_module("router", request(4)), words({0, 4, 0}));
+    EXPECT_EQ(base::os_msleep.calls(), 3u);
 }
 
 TEST_F(IpcAcceptTest, DoesNotSpinWithoutAListener) {

@@ -14,6 +14,7 @@ const zn_enum_item g_enum_apps_err_e_type[APPS_ERR_CODE_COUNT] = {
 
 namespace {
 
+// NOLINTNEXTLINE(bugprone-macro-parentheses): the rows are the terms of one sum.
 #define APPS_ERR_CODE(name, value) +1
 constexpr int kListed = 0
 #include "apps_err.def"

@@ -14,6 +14,7 @@ const zn_enum_item g_enum_apps_message_id_e_type[APPS_MESSAGE_ID_COUNT] = {
 
 namespace {
 
+// NOLINTNEXTLINE(bugprone-macro-parentheses): the rows are the terms of one sum.
 #define APPS_MESSAGE_ID(name, value) +1
 constexpr int kListed = 0
 #include "apps_message.def"

@@ -3,6 +3,7 @@
  */
 #include "frwk_common/ipc_dispatch.h"
 
+#include <atomic>
 #include <cstdlib>
 #include <cstring>
 
@@ -43,7 +44,12 @@ apps_err_e_type answer(const Message &m, const void *words, uint32_t size) {
     return E_APPS_ERR_SUCCESS;
 }
 
+/* The first of these messages ends the process; one that comes on another thread meanwhile waits for that. */
 [[noreturn]] apps_err_e_type end_process(const Message &m) {
+    static std::atomic_flag ending = ATOMIC_FLAG_INIT;
+    if (ending.test_and_set()) {
+        frwk_keep_running();
+    }
     const frwk_exit_handler_t exit_handler = g_s_exit_handler;
     if (exit_handler != nullptr) {
         exit_handler(m.msgid);

@@ -18,6 +18,10 @@
 
 namespace {
 
+/* The steps of a send log under the name of the call. */
+constexpr char kSync[] = "frwk_ipc_send_sync";
+constexpr char kAsync[] = "frwk_ipc_send_async";
+
 constexpr uint32_t kHeaderSize = sizeof(frwk_ipc_header);
 
 using IpcBuffer = SmallBuffer<kIpcFixedBuffer>;
@@ -54,38 +58,39 @@ void lay_out(void *request, const frwk_ipc_header &header, const Body &body) {
 }
 
 /* What every send checks before it does anything. Returns 0, or the result of the send. */
-apps_err_e_type check_request(uint32_t module, const Body &body, const void *rsp, uint32_t rsp_size) {
+apps_err_e_type check_request(const char *caller, uint32_t module, const Body &body, const void *rsp,
+                              uint32_t rsp_size) {
     if (!is_destination(module)) {
-        FRWK_WARN("invalid module id=%d", static_cast<int>(module));
+        FRWK_WARN_AS(caller, "invalid module id=%d", static_cast<int>(module));
         return E_APPS_ERR_MODULE;
     }
     if ((body.len != 0 && body.data == nullptr) || (rsp_size != 0 && rsp == nullptr)) {
-        FRWK_WARN("invalid request arguments!");
+        FRWK_WARN_AS(caller, "invalid request arguments!");
         return E_APPS_ERR_PARAM;
     }
     return E_APPS_ERR_SUCCESS;
 }
 
 /* Opens a connection and writes one request. Returns 0 with the connection, or the result of the send. */
-apps_err_e_type send_request(uint32_t module, const frwk_ipc_header &header, const Body &body,
-                             UniqueFd *connection) {
+apps_err_e_type send_request(const char *caller, uint32_t module, const frwk_ipc_header &header,
+                             const Body &body, UniqueFd *connection) {
     UniqueFd fd(frwk_ipc_connect(module, header.timeout));
     if (!fd) {
         const char *name = frwk_module_name(static_cast<int32_t>(module));
-        FRWK_WARN("ipc connect to module [%s] failed!", name != nullptr ? name : "");
+        FRWK_WARN_AS(caller, "ipc connect to module [%s] failed!", name != nullptr ? name : "");
         return E_APPS_ERR_MODULE;
     }
 
     IpcBuffer request;
     const std::optional<uint32_t> size = checked_add(kHeaderSize, body.len);
     if (!request.reserve(size)) {
-        FRWK_WARN("alloc failed for ipc req!");
+        FRWK_WARN_AS(caller, "alloc failed for ipc req!");
         return E_APPS_ERR_MALLOC;
     }
 
     lay_out(request.data(), header, body);
     if (frwk_ipc_send(fd.get(), request.data(), *size) != static_cast<int32_t>(*size)) {
-        FRWK_WARN("ipc send req msg failed!");
+        FRWK_WARN_AS(caller, "ipc send req msg failed!");
         return E_APPS_ERR_WRITE;
     }
     *connection = std::move(fd);
@@ -97,17 +102,17 @@ apps_err_e_type send_request(uint32_t module, const frwk_ipc_header &header, con
 apps_err_e_type receive_answer(int fd, void *rsp, uint32_t rsp_size, int32_t *handler_result) {
     frwk_ipc_rsp_header header = {};
     if (frwk_ipc_recv(fd, &header, sizeof(header), 0) != static_cast<int32_t>(sizeof(header))) {
-        FRWK_WARN("ipc recv rsp header failed!");
+        FRWK_WARN_AS(kSync, "ipc recv rsp header failed!");
         return E_APPS_ERR_READ;
     }
     if (header.rsp_len > 0) {
         const auto len = static_cast<uint32_t>(header.rsp_len);
         if (len > rsp_size) {
-            FRWK_WARN("ipc recv rsp buffer not big enough!");
+            FRWK_WARN_AS(kSync, "ipc recv rsp buffer not big enough!");
             return E_APPS_ERR_OUTOFBUF;
         }
         if (frwk_ipc_recv(fd, rsp, len, 0) != header.rsp_len) {
-            FRWK_WARN("ipc recv rsp data failed!");
+            FRWK_WARN_AS(kSync, "ipc recv rsp data failed!");
             return E_APPS_ERR_READ;
         }
     }
@@ -126,14 +131,14 @@ apps_err_e_type handle_on_own_thread(const frwk_ipc_header &header, const Body &
     const std::optional<uint32_t> size = checked_add(kHeaderSize, body.len);
     OwnedBlock record(size ? os_mem_malloc(*size) : nullptr);
     if (!record) {
-        FRWK_WARN("alloc for async msg failed!");
+        FRWK_WARN_AS(kAsync, "alloc for async msg failed!");
         return E_APPS_ERR_MALLOC;
     }
     lay_out(record.get(), header, body);
 
     os_thread_t thread = 0;
     if (os_thread_create(&thread, nullptr, frwk_ipc_msg_async_handle, record.get()) != 0) {
-        FRWK_WARN("create async msg handle thread error!");
+        FRWK_WARN_AS(kAsync, "create async msg handle thread error!");
         return E_APPS_ERR_THREAD;
     }
     (void)record.take();
@@ -146,7 +151,7 @@ apps_err_e_type frwk_ipc_send_sync(uint32_t module, apps_message_id_e_type msgid
                                    uint32_t req_len, void *rsp, uint32_t rsp_size, uint32_t timeout,
                                    int32_t *result) {
     const Body body = {req, req_len};
-    const apps_err_e_type refused = check_request(module, body, rsp, rsp_size);
+    const apps_err_e_type refused = check_request(kSync, module, body, rsp, rsp_size);
     if (refused != E_APPS_ERR_SUCCESS) {
         return refused;
     }
@@ -160,7 +165,7 @@ apps_err_e_type frwk_ipc_send_sync(uint32_t module, apps_message_id_e_type msgid
     }
 
     UniqueFd connection;
-    const apps_err_e_type sent = send_request(module, header, body, &connection);
+    const apps_err_e_type sent = send_request(kSync, module, header, body, &connection);
     if (sent != E_APPS_ERR_SUCCESS) {
         return sent;
     }
@@ -177,7 +182,7 @@ apps_err_e_type frwk_ipc_send_sync(uint32_t module, apps_message_id_e_type msgid
 apps_err_e_type frwk_ipc_send_async(uint32_t module, apps_message_id_e_type msgid, const void *data,
                                     uint32_t len, uint32_t timeout) {
     const Body body = {data, len};
-    const apps_err_e_type refused = check_request(module, body, nullptr, 0);
+    const apps_err_e_type refused = check_request(kAsync, module, body, nullptr, 0);
     if (refused != E_APPS_ERR_SUCCESS) {
         return refused;
     }
@@ -189,7 +194,7 @@ apps_err_e_type frwk_ipc_send_async(uint32_t module, apps_message_id_e_type msgi
     }
 
     UniqueFd connection;
-    const apps_err_e_type sent = send_request(module, header, body, &connection);
+    const apps_err_e_type sent = send_request(kAsync, module, header, body, &connection);
     return sent == E_APPS_ERR_SUCCESS ? E_APPS_ERR_ASYNC : sent;
 }
 

@@ -6,6 +6,7 @@
 #include "frwk_common/ipc_service.h"
 
 #include <fcntl.h>
+#include <poll.h>
 #include <sys/socket.h>
 
 #include <cerrno>
@@ -32,14 +33,14 @@ constexpr uint32_t kAcceptPauseMs = 100;
 constexpr uint32_t kStatusServing = 1;
 
 /*
- * A descriptor kept in reserve. Out of descriptors, accept fails at once and for ever while the connection
- * stays in the queue: giving up the reserve makes room to take that connection and drop it.
+ * A descriptor kept in reserve. Out of descriptors, accept fails for ever while a connection stays in the
+ * queue: giving up the reserve makes room to take that connection and drop it.
  */
 class SpareFd {
   public:
     SpareFd() { open(); }
 
-    /* Drops the first connection of the queue. Returns false when that was not possible either. */
+    /* Drops the first connection of a queue that is not empty. Returns false when it could not be taken. */
     bool shed(int listener) {
         fd_.reset();
         const bool dropped = static_cast<bool>(UniqueFd(::accept4(listener, nullptr, nullptr, SOCK_CLOEXEC)));
@@ -57,12 +58,49 @@ bool out_of_descriptors(int error) {
     return error == EMFILE || error == ENFILE;
 }
 
-/* Without a socket, or with nothing to give up, trying again at once would only burn the processor. */
-void recover_from_failed_accept(int listener, int error, SpareFd *spare) {
-    if (listener < 0 || (out_of_descriptors(error) && !spare->shed(listener))) {
-        frwk_sleep(kAcceptPauseMs);
-    }
+bool concerns_one_connection(int error) {
+    return error == EINTR || error == ECONNABORTED;
 }
+
+/* Waits as long as it takes for a connection in the queue. Returns false when that can't be waited for. */
+bool wait_for_peer(int listener) {
+    pollfd queue = {listener, POLLIN, 0};
+    return ::poll(&queue, 1, -1) > 0;
+}
+
+/* What the loop does after failed accepts. */
+class AcceptRecovery {
+  public:
+    void after_success() { retried_ = false; }
+
+    /*
+     * The kernel looks for a descriptor before it looks into the queue, so without one an empty queue fails
+     * too: first a peer is waited for and accepted anew, and only when there is still no descriptor for it is
+     * it dropped. What can't be helped is tried again after a pause, since doing so at once would only burn
+     * the processor.
+     */
+    void after_failure(int listener, int error) {
+        if (concerns_one_connection(error)) {
+            return;
+        }
+        if (listener < 0 || !out_of_descriptors(error) || !make_way(listener)) {
+            frwk_sleep(kAcceptPauseMs);
+        }
+    }
+
+  private:
+    bool make_way(int listener) {
+        const bool retry = !retried_;
+        retried_ = retry;
+        return retry ? wait_for_peer(listener) : spare_.shed(listener);
+    }
+
+    SpareFd spare_;
+    bool retried_ = false; /* since the last success or drop */
+};
+
+/* The steps of an exchange log under its name. */
+constexpr char kExchange[] = "frwk_ipc_handle";
 
 using IpcBuffer = SmallBuffer<kIpcFixedBuffer>;
 
@@ -73,11 +111,11 @@ bool receive_body(int fd, const frwk_ipc_header &header, IpcBuffer *body) {
     }
     const auto size = static_cast<uint32_t>(header.data_len);
     if (!body->reserve(size)) {
-        FRWK_WARN("alloc for ipc recv body error!");
+        FRWK_WARN_AS(kExchange, "alloc for ipc recv body error!");
         return false;
     }
     if (frwk_ipc_recv(fd, body->data(), size, kIpcReceiveLimitSeconds) != header.data_len) {
-        FRWK_WARN("ipc recv body error!");
+        FRWK_WARN_AS(kExchange, "ipc recv body error!");
         return false;
     }
     return true;
@@ -87,7 +125,7 @@ bool receive_body(int fd, const frwk_ipc_header &header, IpcBuffer *body) {
 bool prepare_answer(const frwk_ipc_header &header, IpcBuffer *answer) {
     const std::optional<uint32_t> size = checked_add(header.rsp_size, sizeof(frwk_ipc_rsp_header));
     if (!answer->reserve(size)) {
-        FRWK_WARN("alloc for ipc rsp error!");
+        FRWK_WARN_AS(kExchange, "alloc for ipc rsp error!");
         return false;
     }
     if (!answer->on_heap()) {
@@ -109,7 +147,7 @@ void send_answer(int fd, uint32_t rsp_size, apps_err_e_type result, unsigned cha
 
     const uint32_t size = rsp_size + static_cast<uint32_t>(sizeof(rsp_header));
     if (frwk_ipc_send(fd, answer, size) != static_cast<int32_t>(size)) {
-        FRWK_WARN("send ipc rsp error!");
+        FRWK_WARN_AS(kExchange, "send ipc rsp error!");
     }
 }
 
@@ -152,25 +190,28 @@ void frwk_ipc_handle(int fd) {
 }
 
 void *frwk_ipc_loop(void *) {
-    SpareFd spare;
+    AcceptRecovery recovery;
     for (;;) {
         const int listener = g_s_ipcs_fd;
         const UniqueFd connection(::accept4(listener, nullptr, nullptr, SOCK_CLOEXEC));
         if (connection) {
+            recovery.after_success();
             frwk_ipc_handle(connection.get());
             continue;
         }
         const int error = errno;
         FRWK_WARN_ERRNO("ipc accept error!");
-        recover_from_failed_accept(listener, error, &spare);
+        recovery.after_failure(listener, error);
     }
 }
 
 void frwk_ipc_init() {
-    g_s_ipcs_fd = frwk_ipc_socket();
+    // A second try after a failure makes only what is missing: peers may already wait on the socket.
+    if (g_s_ipcs_fd < 0) {
+        g_s_ipcs_fd = frwk_ipc_socket();
+    }
     FRWK_ASSERT(g_s_ipcs_fd >= 0, "0 <= g_s_ipcs_fd", "");
 
-    // A second try after a failed socket finds the thread waiting for one.
     if (g_s_ipc_thread == 0) {
         const bool started = start_service_thread();
         FRWK_ASSERT(started, "0 == ret", "");

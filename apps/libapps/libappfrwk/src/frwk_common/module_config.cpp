@@ -94,17 +94,20 @@ struct KeptText {
 
 KeptText *g_s_kept_texts = nullptr;
 
-/* Replaces a text of the table; without memory the old one stays. */
-void keep_text(const char *text, const char **place) {
+/* Replaces a text of the table. Returns false, logged, without memory: then the old one stays. */
+bool keep_text(const char *text, const char **place) {
     const size_t length = std::strlen(text);
     auto *kept = static_cast<KeptText *>(os_mem_malloc(sizeof(KeptText) + length));
     if (kept == nullptr) {
-        return;
+        FRWK_WARN_AS("frwk_load_module_param", "no memory for the text '%.64s' of the module configuration",
+                     text);
+        return false;
     }
     std::memcpy(kept->text, text, length + 1);
     kept->next = g_s_kept_texts;
     g_s_kept_texts = kept;
     *place = kept->text;
+    return true;
 }
 
 /* Returns the text of a child element, or null when it is absent or empty. */
@@ -115,7 +118,7 @@ const char *child_text(xml_node *module, const char *name) {
 
 void apply_elements(xml_node *module, frwk_module_info *row) {
     if (const char *alias = child_text(module, "alias")) {
-        keep_text(alias, &row->alias);
+        (void)keep_text(alias, &row->alias);
     }
     if (const char *flag = child_text(module, "flag")) {
         row->flag = parse_flags(flag);
@@ -127,7 +130,7 @@ void apply_elements(xml_node *module, frwk_module_info *row) {
         row->facility = parse_facility(facility);
     }
     if (const char *cmd = child_text(module, "cmd")) {
-        keep_text(cmd, &row->cmd);
+        (void)keep_text(cmd, &row->cmd);
     }
 }
 
@@ -159,7 +162,9 @@ void frwk_load_module_param() {
                 continue;
             }
             ++unknown;
-            keep_text(name, &g_modules_info[id].name);
+            if (!keep_text(name, &g_modules_info[id].name)) {
+                continue;
+            }
         }
         apply_elements(module, &g_modules_info[id]);
     }

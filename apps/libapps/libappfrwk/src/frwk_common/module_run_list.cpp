@@ -30,13 +30,17 @@ void mark_modules(char *text) {
 }  // namespace
 
 void frwk_load_module_run() {
+    const uint64_t size = os_file_size(paths::kStartupList);
+    if (size == 0 && os_file_exist(paths::kStartupList) != 0) {
+        return;  // Empty, or no file at all: opening a pipe would wait for its writer.
+    }
+
     UniqueFile file(std::fopen(paths::kStartupList, "re"));
     if (!file) {
         FRWK_WARN("can't found apps run cfg file(%s)!", paths::kStartupList);
         return;
     }
 
-    const uint64_t size = os_file_size(paths::kStartupList);
     SmallBuffer<kFixedListSize> buffer;
     if (size >= UINT32_MAX || !buffer.reserve(static_cast<uint32_t>(size) + 1)) {
         FRWK_WARN("alloc for load apps run cfg file failed!");

@@ -1,13 +1,12 @@
 /*
- * Every process-wide word of the framework, and the one function that resets them.
+ * The process-wide words that threads share, and the one function that resets them.
  *
- * Each word is written by one thread and read by others without further order between them.
+ * Each word is written and read for itself, without further order between them.
  */
 #pragma once
 
 #include <atomic>
 #include <cstdint>
-#include <cstdio>
 
 #include "frwk_common.h"
 

@@ -1,5 +1,5 @@
 /*
- * Shell actions on the device's fixed paths: nothing from outside the process becomes part of a command.
+ * Shell actions on the device's fixed paths: nothing from outside the process becomes part of these commands.
  */
 #pragma once
 
