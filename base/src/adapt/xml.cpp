@@ -18,24 +18,9 @@
 #include <pugixml.hpp>
 
 #include "os_mem.h"
+#include "owned_fd.h"
 
 namespace {
-
-class OwnedFd {
-  public:
-    explicit OwnedFd(int fd) : fd_(fd) {}
-    ~OwnedFd() {
-        if (fd_ >= 0) {
-            close(fd_);
-        }
-    }
-    OwnedFd(const OwnedFd &) = delete;
-    OwnedFd &operator=(const OwnedFd &) = delete;
-    int get() const { return fd_; }
-
-  private:
-    const int fd_;
-};
 
 /* A file's bytes, which the elements of its document point into. */
 class FileBytes {
