@@ -86,7 +86,7 @@ bool write_bytes(int fd, const Key &key) {
     size_t written = 0;
     while (written < kKeySize) {
         const ssize_t put = write(fd, key.bytes + written, kKeySize - written);
-        if (put < 0 && errno != EINTR) {
+        if (put == 0 || (put < 0 && errno != EINTR)) {
             return false;
         }
         written += put > 0 ? static_cast<size_t>(put) : 0;
@@ -113,7 +113,11 @@ bool publish(const char *unfinished) {
                kProductKey, kDeviceKey);
         return true;
     }
-    return errno == EEXIST;
+    if (errno != EEXIST) {
+        return false;
+    }
+    sync_folder(); /* the other process may not have come to it yet */
+    return true;
 }
 
 /* Writes a random key to a file of its own, so that a power cut never leaves half a key under the name. */

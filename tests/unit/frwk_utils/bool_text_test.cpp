@@ -93,7 +93,7 @@ TEST(StrToBool, RefusesEveryOtherTextAndLeavesTheByteAlone) {
         uint8_t value = kUntouched;
         EXPECT_EQ(frwk_str_to_bool(text, &value), 0);
         EXPECT_EQ(value, kUntouched);
-        EXPECT_TRUE(logged_once(log, kWarningLevel, "frwk_str_to_bool",
+        EXPECT_TRUE(logged_once(log, kDebugLevel, "frwk_str_to_bool",
                                 std::string("invalid bool value=") + text + "!"));
     }
 }

@@ -232,6 +232,12 @@ TEST(JsonItem, ReportsAMissingMember) {
         logged_once(log, kWarningLevel, "frwk_get_json_item_value", "can't found json object(other)!"));
 }
 
+TEST(JsonItem, LooksForTheMemberBeforeItLooksAtTheDestination) {
+    const OwnedJson object = object_with("1");
+    EXPECT_EQ(frwk_get_json_item_value(object.get(), FRWK_DATA_TYPE_INT, "other", nullptr, 4),
+              E_APPS_ERR_NOTFOUND);
+}
+
 TEST(JsonItem, FindsNoMemberInWhatIsNoObject) {
     for (const char *text : {"[1]", "1", "\"v\"", "null"}) {
         const OwnedJson root(json_parse(text));

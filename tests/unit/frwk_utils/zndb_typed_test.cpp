@@ -97,6 +97,28 @@ TEST_F(ZndbTyped, ReadsATextStraightIntoTheCallersBuffer) {
     }
 }
 
+TEST_F(ZndbTyped, ReadsNothingIntoABufferOfSize0) {
+    store("key", "12");
+    std::string out(8, 'U');
+    for (const NumberCase &number : kNumbers) {
+        EXPECT_EQ(E_APPS_ERR_OUTOFBUF, frwk_zndb_get_key_value("key", number.type, out.data(), 0))
+            << number.type;
+    }
+    EXPECT_EQ(E_APPS_ERR_OUTOFBUF, frwk_zndb_get_key_value("key", FRWK_DATA_TYPE_STRING, out.data(), 0));
+    EXPECT_EQ(std::string(8, 'U'), out);
+}
+
+TEST_F(ZndbTyped, ShowsAValueThatIsNoBooleanAtDebugLevelsOnly) {
+    store("key", "correct horse");
+    const LogCapture log;
+    EXPECT_EQ(0, frwk_zndb_get_bool("key"));
+    for (const auto &line : log.system_lines()) {
+        if (line.level < kDebugLevel) {
+            EXPECT_EQ(std::string::npos, line.text.find("horse")) << line.text;
+        }
+    }
+}
+
 TEST_F(ZndbTyped, WritesATextAsItStands) {
     const std::string text(1023, 'x');
     for (const int32_t type : {FRWK_DATA_TYPE_STRING, FRWK_DATA_TYPE_STRING_EX}) {

@@ -55,7 +55,7 @@ int32_t frwk_str_to_bool(const char *text, uint8_t *out) {
     const char *word = text != nullptr ? text : ""; /* a key that holds nothing reads as off */
     const bool value = is_one_of(kTrueWords, word);
     if (!value && !is_one_of(kFalseWords, word)) {
-        FRWK_WARN("invalid bool value=%s!", word);
+        FRWK_DEBUG("invalid bool value=%s!", word); /* a secret, when the caller has the type wrong */
         return 0;
     }
     if (out != nullptr) {

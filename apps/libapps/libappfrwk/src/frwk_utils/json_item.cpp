@@ -25,7 +25,7 @@ TypeOutcome extract(const DataType &type, const json_item *member, void *out, ui
 
 apps_err_e_type frwk_get_json_item_value(const json_item *object, int32_t type, const char *name, void *out,
                                          uint32_t size) {
-    if (object == nullptr || name == nullptr || (out == nullptr && size > 0)) {
+    if (object == nullptr || name == nullptr) {
         FRWK_WARN("parameter is null!");
         return E_APPS_ERR_PARAM;
     }
@@ -39,6 +39,10 @@ apps_err_e_type frwk_get_json_item_value(const json_item *object, int32_t type, 
         return frwk_str_to_value(type, json_get_string(member), out, size);
     }
 
+    if (out == nullptr && size > 0) {
+        FRWK_WARN("parameter is null!");
+        return E_APPS_ERR_PARAM;
+    }
     const DataType *row = find_data_type(type);
     if (row == nullptr) {
         FRWK_WARN("unsupported data type[%d].", type);

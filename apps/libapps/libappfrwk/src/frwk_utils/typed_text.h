@@ -4,15 +4,17 @@
 #pragma once
 
 #include "frwk_utils.h"
+#include "frwk_utils/data_type.h"
 #include "internal/frwk_log.h"
 
 /* Whether a variable of this type is the text itself. */
 inline bool is_text_type(int32_t type) {
-    return type == FRWK_DATA_TYPE_STRING || type == FRWK_DATA_TYPE_STRING_EX;
+    const DataType *row = find_data_type(type);
+    return row != nullptr && row->is_text();
 }
 
 /* Bytes of the longest text of a number or a boolean, the NUL included. */
-inline constexpr int kTypedTextSize = 64;
+inline constexpr int kTypedTextSize = kNumberTextSize;
 
 class TypedText {
   public:

@@ -98,7 +98,9 @@ apps_err_e_type frwk_zndb_get_key_value_decrypt(const char *key, int32_t type, v
     }
     const Destination to = {static_cast<char *>(out), size};
     if (text[0] != '\0') {
-        return decode(__func__, *encoding, text, to);
+        const apps_err_e_type ret = decode(__func__, *encoding, text, to);
+        explicit_bzero(text, sizeof(text));
+        return ret;
     }
     if (size > 0) {
         to.data[0] = '\0';
@@ -118,5 +120,8 @@ apps_err_e_type frwk_zndb_set_key_value_encrypt(const char *key, int32_t type, c
     if (!val) {
         return E_APPS_ERR_INTERNAL;
     }
-    return frwk_zndb_error_convert(zndb_set(key, static_cast<const char *>(val.get())));
+    auto *text = static_cast<char *>(val.get());
+    const int set = zndb_set(key, text);
+    explicit_bzero(text, std::strlen(text)); /* base64 is as readable as what it stands for */
+    return frwk_zndb_error_convert(set);
 }
