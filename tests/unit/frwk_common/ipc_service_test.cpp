@@ -316,6 +316,16 @@ TEST_F(IpcStartTest, RegistrationTriesAgainToOpenASocketThatFailed) {
     EXPECT_GE(g_s_ipcs_fd, 0);
 }
 
+TEST_F(IpcStartTest, ASecondTryAfterAFailedThreadKeepsTheSocketThatPeersMayWaitOn) {
+    thread_start_gives(EAGAIN);
+    frwk_ipc_init();
+    const int listener = g_s_ipcs_fd;
+    thread_start_gives(0);
+    frwk_ipc_service_ex(TestHandler::handle, 0);
+    EXPECT_EQ(g_s_ipcs_fd, listener);
+    EXPECT_EQ(g_s_ipc_thread, kThread);
+}
+
 TEST_F(IpcStartTest, RegistrationReplacesTheHandler) {
     frwk_ipc_service_ex(slow_handler, 0);
     frwk_ipc_service_ex(TestHandler::handle, 0);

@@ -127,6 +127,7 @@ TEST_F(StoreFile, AFileWithMoreKeysThanAStoreHoldsCountsAsUnread) {
         content += std::to_string(i) + "=\n";
     }
     EXPECT_EQ(kStoreKeysMax, loaded(content).values().size());
+    EXPECT_EQ(EOVERFLOW, error_);
     EXPECT_EQ((std::vector<std::string>{
                   kPath + " line 16385 skipped: the store is full",
                   "can't read " + kPath + " errno=75, cause: Value too large for defined data type"}),
