@@ -111,6 +111,15 @@ TEST_F(StartupList, BinaryBytesAreNoHarm) {
     EXPECT_EQ("run: 0", marked_by(binary));
 }
 
+TEST_F(StartupList, APipeInItsPlaceIsNotWaitedFor) {
+    ASSERT_EQ(0, ::mkfifo("/etc/quor_apps_startup", 0644));
+    {
+        ModuleProcess tool(kTool);
+        EXPECT_EQ("run:", tool.ask("run"));
+    }
+    ::unlink("/etc/quor_apps_startup");
+}
+
 TEST_F(StartupList, AFolderInItsPlaceIsNoHarm) {
     ASSERT_EQ(0, ::mkdir("/etc/quor_apps_startup", 0755));
     {
