@@ -110,8 +110,12 @@ void os_log_assert(const char *file, const char *function, int line, int conditi
 #define OS_LOG(level, ...) OS_LOG_AS(__func__, level, __VA_ARGS__)
 
 /* Logs, as a warning, a failure that left its cause in errno. */
-#define OS_LOG_ERRNO(text) \
-    OS_LOG(OS_LOG_WARNING, "%s errno=%d, cause: %s", (text), os_log_errno, strerror(os_log_errno))
+#define OS_LOG_ERRNO(text) OS_LOG_ERRNO_AS(__func__, text)
+
+/* The same under the name of another function. */
+#define OS_LOG_ERRNO_AS(function, text)                                                 \
+    OS_LOG_AS(function, OS_LOG_WARNING, "%s errno=%d, cause: %s", (text), os_log_errno, \
+              strerror(os_log_errno))
 
 /* Reports a condition that does not hold; execution goes on. text and message: see os_log_assert. */
 #define OS_LOG_ASSERT(condition, text, message) \

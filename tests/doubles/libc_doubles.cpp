@@ -20,6 +20,8 @@ int __real_setsockopt(int, int, int, const void *, socklen_t);
 int __real_getsockopt(int, int, int, void *, socklen_t *);
 int __real_poll(pollfd *, nfds_t, int);
 ssize_t __real_recv(int, void *, size_t, int);
+ssize_t __real_recvmsg(int, msghdr *, int);
+int __real_sched_yield();
 ssize_t __real_send(int, const void *, size_t, int);
 ssize_t __real_read(int, void *, size_t);
 ssize_t __real_write(int, const void *, size_t);
@@ -85,6 +87,8 @@ Double<int(int, int, int, const void *, socklen_t)> setsockopt(__real_setsockopt
 Double<int(int, int, int, void *, socklen_t *)> getsockopt(__real_getsockopt);
 Double<int(pollfd *, nfds_t, int)> poll(__real_poll);
 Double<ssize_t(int, void *, size_t, int)> recv(__real_recv);
+Double<ssize_t(int, msghdr *, int)> recvmsg(__real_recvmsg);
+Double<int()> sched_yield(__real_sched_yield);
 Double<ssize_t(int, const void *, size_t, int)> send(__real_send);
 Double<ssize_t(int, void *, size_t)> read(__real_read);
 Double<ssize_t(int, const void *, size_t)> write(__real_write);
@@ -154,6 +158,12 @@ int __wrap_poll(pollfd *a, nfds_t b, int c) {
     return doubles::libc::poll(a, b, c);
 }
 
+ssize_t __wrap_recvmsg(int a, msghdr *b, int c) {
+    return doubles::libc::recvmsg(a, b, c);
+}
+int __wrap_sched_yield() {
+    return doubles::libc::sched_yield();
+}
 ssize_t __wrap_recv(int a, void *b, size_t c, int d) {
     return doubles::libc::recv(a, b, c, d);
 }

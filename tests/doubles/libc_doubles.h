@@ -9,6 +9,7 @@
 
 #include <poll.h>
 #include <pthread.h>
+#include <sched.h>
 #include <semaphore.h>
 #include <stdio.h>
 #include <sys/socket.h>
@@ -28,7 +29,9 @@ extern Double<int(int, int, int, const void *, socklen_t)> setsockopt;
 extern Double<int(int, int, int, void *, socklen_t *)> getsockopt;
 extern Double<int(pollfd *, nfds_t, int)> poll;
 extern Double<ssize_t(int, void *, size_t, int)> recv;
+extern Double<ssize_t(int, msghdr *, int)> recvmsg;
 extern Double<ssize_t(int, const void *, size_t, int)> send;
+extern Double<int()> sched_yield;
 
 extern Double<int(const char *, int, mode_t)> open;
 extern Double<int(int, int, void *)> fcntl;

@@ -238,6 +238,76 @@ TEST_F(IpcRecvTest, WaitsOnDescriptorsAbove1024) {
     (void)close(high);
 }
 
+TEST_F(IpcRecvTest, GivesASenderItsTurnOnceBeforeItWaits) {
+    write_bytes(pair_.test(), pattern(10));
+    wait_gives(0);
+    EXPECT_EQ(recv(24, 3), 0);
+    EXPECT_EQ(libc::sched_yield.calls(), 1u);
+    EXPECT_EQ(limits_, (std::vector<int>{3000}));
+}
+
+TEST_F(IpcRecvTest, NeedsNoWaitWhenTheSenderWritesInItsTurn) {
+    libc::sched_yield.stand_in([this] {
+        write_bytes(pair_.test(), pattern(24));
+        return 0;
+    });
+    EXPECT_EQ(recv(24, 3), 24);
+    EXPECT_EQ(libc::poll.calls(), 0u);
+}
+
+TEST_F(IpcRecvTest, GivesNoTurnAwayWhenTheBytesAreThere) {
+    write_bytes(pair_.test(), pattern(24));
+    EXPECT_EQ(recv(24, 3), 24);
+    EXPECT_EQ(libc::sched_yield.calls(), 0u);
+}
+
+TEST_F(IpcRecvTest, TakesWhatHasArrivedBehindTheLeast) {
+    write_bytes(pair_.test(), pattern(100));
+    Bytes bytes(64);
+    EXPECT_EQ(frwk_ipc_recv_some(pair_.subject(), bytes.data(), 24, 64, 3), 64);
+    EXPECT_EQ(bytes, slice(pattern(100), 0, 64));
+    EXPECT_EQ(frwk_ipc_recv_some(pair_.subject(), bytes.data(), 24, 64, 3), 36);
+    EXPECT_EQ(io_faults::reads(), 2u);
+}
+
+TEST_F(IpcRecvTest, ReadsAHeadAndWhatFollowsAtOnce) {
+    write_bytes(pair_.test(), pattern(30));
+    Bytes head(8);
+    Bytes rest(40);
+    EXPECT_EQ(frwk_ipc_recv_parts(pair_.subject(), head.data(), 8, rest.data(), 40), 30);
+    EXPECT_EQ(head, slice(pattern(30), 0, 8));
+    EXPECT_EQ(slice(rest, 0, 22), slice(pattern(30), 8, 22));
+    EXPECT_EQ(io_faults::reads(), 1u);
+}
+
+TEST_F(IpcRecvTest, PutsAHeadThatComesInPiecesTogether) {
+    write_bytes(pair_.test(), pattern(30));
+    io_faults::on_read([](const io_faults::Transfer &real, int fd, void *buf, size_t size) {
+        return real(fd, buf, std::min<size_t>(size, 5));
+    });
+    Bytes head(8);
+    Bytes rest(40);
+    EXPECT_EQ(frwk_ipc_recv_parts(pair_.subject(), head.data(), 8, rest.data(), 40), 10);
+    EXPECT_EQ(head, slice(pattern(30), 0, 8));
+    EXPECT_EQ(slice(rest, 0, 2), slice(pattern(30), 8, 2));
+}
+
+TEST_F(IpcRecvTest, ReadsAHeadAloneWhenNothingElseIsWanted) {
+    write_bytes(pair_.test(), pattern(30));
+    Bytes head(8);
+    EXPECT_EQ(frwk_ipc_recv_parts(pair_.subject(), head.data(), 8, nullptr, 0), 8);
+    EXPECT_EQ(head, slice(pattern(30), 0, 8));
+}
+
+TEST_F(IpcRecvTest, HasAShortHeadWhenThePeerCloses) {
+    write_bytes(pair_.test(), pattern(5));
+    pair_.close_test();
+    Bytes head(8);
+    Bytes rest(40);
+    EXPECT_EQ(frwk_ipc_recv_parts(pair_.subject(), head.data(), 8, rest.data(), 40), 5);
+    EXPECT_EQ(log_.count("socket recv size error! errno="), 1u) << log_.text();
+}
+
 /* ---- Writing --------------------------------------------------------------------------------------- */
 
 TEST_F(IpcSendTest, WritesAllBytes) {

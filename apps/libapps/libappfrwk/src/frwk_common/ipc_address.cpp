@@ -1,6 +1,6 @@
 #include "frwk_common/ipc_address.h"
 
-#include <cstdio>
+#include <cstring>
 
 #include "frwk_common.h"
 #include "internal/frwk_paths.h"
@@ -14,8 +14,13 @@ constexpr uint32_t kPortBits = 0x7F00;
 IpcAddress ipc_address(const char *name) {
     IpcAddress address = {};
     address.un.sun_family = AF_UNIX;
-    (void)std::snprintf(address.un.sun_path, sizeof(address.un.sun_path), "%s/%s", paths::kIpcFolder,
-                        name != nullptr ? name : "");
+    constexpr size_t kFolder = sizeof(paths::kIpcFolder) - 1;
+    constexpr size_t kRoom = sizeof(address.un.sun_path) - 1 - kFolder - 1;
+    std::memcpy(address.un.sun_path, paths::kIpcFolder, kFolder);
+    address.un.sun_path[kFolder] = '/';
+    if (name != nullptr) {
+        std::memcpy(address.un.sun_path + kFolder + 1, name, strnlen(name, kRoom));
+    }
     return address;
 }
 

@@ -97,11 +97,23 @@ apps_err_e_type send_request(const char *caller, uint32_t module, const frwk_ipc
     return E_APPS_ERR_SUCCESS;
 }
 
+/* Reads what is still missing of len bytes. Returns false, logged, when it can't be had. */
+bool receive_rest(int fd, void *buf, uint32_t received, uint32_t len) {
+    if (received >= len) {
+        return true;
+    }
+    const uint32_t missing = len - received;
+    return frwk_ipc_recv(fd, static_cast<char *>(buf) + received, missing, 0) ==
+           static_cast<int32_t>(missing);
+}
+
 /* Reads the answer into the caller's buffer. Returns 0 with the handler's result, or the result of the send.
  */
 apps_err_e_type receive_answer(int fd, void *rsp, uint32_t rsp_size, int32_t *handler_result) {
     frwk_ipc_rsp_header header = {};
-    if (frwk_ipc_recv(fd, &header, sizeof(header), 0) != static_cast<int32_t>(sizeof(header))) {
+    constexpr int32_t kHeadSize = sizeof(header);
+    const int32_t count = frwk_ipc_recv_parts(fd, &header, sizeof(header), rsp, rsp_size);
+    if (count < kHeadSize) {
         FRWK_WARN_AS(kSync, "ipc recv rsp header failed!");
         return E_APPS_ERR_READ;
     }
@@ -111,7 +123,7 @@ apps_err_e_type receive_answer(int fd, void *rsp, uint32_t rsp_size, int32_t *ha
             FRWK_WARN_AS(kSync, "ipc recv rsp buffer not big enough!");
             return E_APPS_ERR_OUTOFBUF;
         }
-        if (frwk_ipc_recv(fd, rsp, len, 0) != header.rsp_len) {
+        if (!receive_rest(fd, rsp, static_cast<uint32_t>(count - kHeadSize), len)) {
             FRWK_WARN_AS(kSync, "ipc recv rsp data failed!");
             return E_APPS_ERR_READ;
         }

@@ -10,6 +10,7 @@
 #include <sys/socket.h>
 
 #include <cerrno>
+#include <cstddef>
 #include <cstring>
 #include <optional>
 
@@ -104,22 +105,70 @@ constexpr char kExchange[] = "frwk_ipc_handle";
 
 using IpcBuffer = SmallBuffer<kIpcFixedBuffer>;
 
-/* Reads the body that the header announces. Returns false, logged, when it can't be had whole. */
-bool receive_body(int fd, const frwk_ipc_header &header, IpcBuffer *body) {
-    if (header.data_len <= 0) {
+/*
+ * A request as it arrives: the header and as much of the body as has a place here come with one read where
+ * they are there already. A body without a place here moves to a block of its own.
+ */
+class Request {
+  public:
+    /* Returns false when no whole header came. */
+    bool receive_header(int fd) {
+        const int32_t count =
+            frwk_ipc_recv_some(fd, bytes_, sizeof(header_), sizeof(bytes_), kIpcReceiveLimitSeconds);
+        if (count < static_cast<int32_t>(sizeof(header_))) {
+            return false;
+        }
+        std::memcpy(&header_, bytes_, sizeof(header_));
+        early_ = static_cast<uint32_t>(count) - static_cast<uint32_t>(sizeof(header_));
         return true;
     }
-    const auto size = static_cast<uint32_t>(header.data_len);
-    if (!body->reserve(size)) {
-        FRWK_WARN_AS(kExchange, "alloc for ipc recv body error!");
-        return false;
+
+    /* Returns false, logged, when the body that the header announces can't be had whole. */
+    bool receive_body(int fd) {
+        if (header_.data_len <= 0) {
+            return true;
+        }
+        const auto size = static_cast<uint32_t>(header_.data_len);
+        if (!make_room(size)) {
+            FRWK_WARN_AS(kExchange, "alloc for ipc recv body error!");
+            return false;
+        }
+        if (early_ >= size) {
+            return true;
+        }
+        const uint32_t missing = size - early_;
+        if (frwk_ipc_recv(fd, body_ + early_, missing, kIpcReceiveLimitSeconds) !=
+            static_cast<int32_t>(missing)) {
+            FRWK_WARN_AS(kExchange, "ipc recv body error!");
+            return false;
+        }
+        return true;
     }
-    if (frwk_ipc_recv(fd, body->data(), size, kIpcReceiveLimitSeconds) != header.data_len) {
-        FRWK_WARN_AS(kExchange, "ipc recv body error!");
-        return false;
+
+    const frwk_ipc_header &header() const { return header_; }
+    const void *body() const { return header_.data_len > 0 ? body_ : nullptr; }
+
+  private:
+    bool make_room(uint32_t size) {
+        body_ = bytes_ + sizeof(header_);
+        if (size <= kIpcFixedBuffer) {
+            return true;
+        }
+        block_.reset(os_mem_malloc(size));
+        if (!block_) {
+            return false;
+        }
+        std::memcpy(block_.get(), body_, early_);
+        body_ = static_cast<unsigned char *>(block_.get());
+        return true;
     }
-    return true;
-}
+
+    frwk_ipc_header header_ = {};
+    uint32_t early_ = 0; /* bytes of the body that came with the header */
+    unsigned char *body_ = nullptr;
+    OwnedBlock block_;
+    alignas(std::max_align_t) unsigned char bytes_[sizeof(frwk_ipc_header) + kIpcFixedBuffer];
+};
 
 /* Makes room for the answer, its header included, all zero: what a handler leaves alone arrives as zeros. */
 bool prepare_answer(const frwk_ipc_header &header, IpcBuffer *answer) {
@@ -136,9 +185,8 @@ bool prepare_answer(const frwk_ipc_header &header, IpcBuffer *answer) {
 
 apps_err_e_type dispatch(const frwk_ipc_header &header, const void *body, void *rsp) {
     const bool answered = header.async == 0;
-    return frwk_ipc_msg_handle(header.src, header.msgid, header.data_len > 0 ? body : nullptr,
-                               header.data_len, answered ? rsp : nullptr, answered ? header.rsp_size : 0,
-                               header.timeout);
+    return frwk_ipc_msg_handle(header.src, header.msgid, body, header.data_len, answered ? rsp : nullptr,
+                               answered ? header.rsp_size : 0, header.timeout);
 }
 
 void send_answer(int fd, uint32_t rsp_size, apps_err_e_type result, unsigned char *answer) {
@@ -168,22 +216,21 @@ bool start_service_thread() {
 }  // namespace
 
 void frwk_ipc_handle(int fd) {
-    frwk_ipc_header header = {};
-    if (frwk_ipc_recv(fd, &header, sizeof(header), kIpcReceiveLimitSeconds) !=
-        static_cast<int32_t>(sizeof(header))) {
+    Request request;
+    if (!request.receive_header(fd)) {
         FRWK_WARN("recv ipc header error!");
         return;
     }
+    const frwk_ipc_header &header = request.header();
     frwk_ipc_trace(IpcTrace::kAnswered, static_cast<int32_t>(header.src), -1, header.msgid);
 
-    IpcBuffer body;
     IpcBuffer answer;
-    if (!receive_body(fd, header, &body) || !prepare_answer(header, &answer)) {
+    if (!request.receive_body(fd) || !prepare_answer(header, &answer)) {
         return;
     }
 
     unsigned char *rsp = answer.data() + sizeof(frwk_ipc_rsp_header);
-    const apps_err_e_type result = dispatch(header, body.data(), rsp);
+    const apps_err_e_type result = dispatch(header, request.body(), rsp);
     if (header.async == 0) {
         send_answer(fd, header.rsp_size, result, answer.data());
     }

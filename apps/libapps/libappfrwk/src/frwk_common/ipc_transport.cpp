@@ -6,8 +6,10 @@
 
 #include <fcntl.h>
 #include <poll.h>
+#include <sched.h>
 #include <sys/socket.h>
 #include <sys/time.h>
+#include <sys/uio.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -29,9 +31,9 @@ int poll_limit(uint32_t seconds) {
     return static_cast<int>(std::min(seconds, kMost) * kMillisecondsPerSecond);
 }
 
+/* The flags of a socket that was just made are known: none but the one to take away. */
 bool set_blocking(int fd) {
-    const int flags = ::fcntl(fd, F_GETFL);
-    return flags >= 0 && ::fcntl(fd, F_SETFL, flags & ~O_NONBLOCK) >= 0;
+    return ::fcntl(fd, F_SETFL, 0) >= 0;
 }
 
 using Clock = std::chrono::steady_clock;
@@ -98,6 +100,49 @@ Wait wait_readable(int fd, uint32_t seconds) {
     return result == 0 ? Wait::kTimeout : Wait::kFailed;
 }
 
+/*
+ * Reads until at least this many bytes are there. take: reads what it has room for behind the bytes so far,
+ * with the flags of recv. Results as frwk_ipc_recv.
+ */
+template <typename Take>
+int32_t read_at_least(int fd, uint32_t least, int32_t timeout, Take take) {
+    // With a limit, what has arrived is taken at once and only an empty queue is waited for.
+    const int flags = timeout > 0 ? MSG_DONTWAIT : 0;
+    bool yielded = false;
+    uint32_t total = 0;
+    while (total < least) {
+        errno = 0;
+        const ssize_t count = take(total, flags);
+        if (count > 0) {
+            total += static_cast<uint32_t>(count);
+            continue;
+        }
+        if (count < 0 && errno == EINTR) {
+            continue;
+        }
+        if (count == 0 || errno != EAGAIN || timeout <= 0) {
+            FRWK_WARN_ERRNO_AS("frwk_ipc_recv", "socket recv size error!");
+            return static_cast<int32_t>(total);
+        }
+        // A connection is accepted before its sender has written: mostly the sender only needs its turn.
+        if (!yielded) {
+            yielded = true;
+            (void)::sched_yield();
+            continue;
+        }
+        const Wait waited = wait_readable(fd, static_cast<uint32_t>(timeout));
+        if (waited == Wait::kTimeout) {
+            FRWK_NOTICE_AS("frwk_ipc_recv", "select recv timeout!");
+            return 0;
+        }
+        if (waited == Wait::kFailed) {
+            FRWK_WARN_ERRNO_AS("frwk_ipc_recv", "select recv error!");
+            return -1;
+        }
+    }
+    return static_cast<int32_t>(total);
+}
+
 }  // namespace
 
 int frwk_ipc_connect(uint32_t module, uint32_t timeout) {
@@ -111,34 +156,23 @@ int frwk_ipc_connect(uint32_t module, uint32_t timeout) {
 }
 
 int32_t frwk_ipc_recv(int fd, void *buf, uint32_t size, int32_t timeout) {
-    // With a limit, what has arrived is taken at once and only an empty queue is waited for.
-    const int flags = timeout > 0 ? MSG_DONTWAIT : 0;
-    uint32_t total = 0;
-    while (total < size) {
-        errno = 0;
-        const ssize_t count = ::recv(fd, static_cast<char *>(buf) + total, size - total, flags);
-        if (count > 0) {
-            total += static_cast<uint32_t>(count);
-            continue;
-        }
-        if (count < 0 && errno == EINTR) {
-            continue;
-        }
-        if (count == 0 || errno != EAGAIN || timeout <= 0) {
-            FRWK_WARN_ERRNO("socket recv size error!");
-            return static_cast<int32_t>(total);
-        }
-        const Wait waited = wait_readable(fd, static_cast<uint32_t>(timeout));
-        if (waited == Wait::kTimeout) {
-            FRWK_NOTICE("select recv timeout!");
-            return 0;
-        }
-        if (waited == Wait::kFailed) {
-            FRWK_WARN_ERRNO("select recv error!");
-            return -1;
-        }
-    }
-    return static_cast<int32_t>(total);
+    return frwk_ipc_recv_some(fd, buf, size, size, timeout);
+}
+
+int32_t frwk_ipc_recv_some(int fd, void *buf, uint32_t least, uint32_t most, int32_t timeout) {
+    return read_at_least(fd, least, timeout, [fd, buf, most](uint32_t total, int flags) {
+        return ::recv(fd, static_cast<char *>(buf) + total, most - total, flags);
+    });
+}
+
+int32_t frwk_ipc_recv_parts(int fd, void *head, uint32_t head_size, void *rest, uint32_t rest_size) {
+    return read_at_least(fd, head_size, 0, [=](uint32_t total, int flags) {
+        iovec parts[2] = {{static_cast<char *>(head) + total, head_size - total}, {rest, rest_size}};
+        msghdr message = {};
+        message.msg_iov = parts;
+        message.msg_iovlen = rest_size > 0 ? 2 : 1;
+        return ::recvmsg(fd, &message, flags);
+    });
 }
 
 int32_t frwk_ipc_send(int fd, const void *buf, uint32_t size) {
