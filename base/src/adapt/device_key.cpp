@@ -12,6 +12,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "file_io.h"
 #include "os_log.h"
 #include "owned_fd.h"
 #include "sodium_ready.h"
@@ -48,28 +49,13 @@ void warn(const char *function, const char *what, const char *path) {
               strerror(cause));
 }
 
-bool read_bytes(int fd, FileBytes *file) {
-    while (file->size < sizeof(file->bytes)) {
-        const ssize_t got = read(fd, file->bytes + file->size, sizeof(file->bytes) - file->size);
-        if (got == 0) {
-            return true;
-        }
-        if (got < 0 && errno != EINTR) {
-            return false;
-        }
-        file->size += got > 0 ? static_cast<size_t>(got) : 0;
-    }
-    return true;
-}
-
-/* Opening without waiting: a named pipe would hold the caller until somebody writes to it. */
 KeyFile read_key(const char *path, Key *key) {
-    const OwnedFd fd(open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+    const OwnedFd fd(file_io::open_for_reading(path));
     if (!fd && errno == ENOENT) {
         return KeyFile::kMissing;
     }
     FileBytes file;
-    if (!fd || !read_bytes(fd.get(), &file)) {
+    if (!fd || !file_io::read_up_to(fd.get(), file.bytes, sizeof(file.bytes), &file.size)) {
         warn(__func__, "read the key file", path);
         return KeyFile::kRefused;
     }
@@ -82,20 +68,9 @@ KeyFile read_key(const char *path, Key *key) {
     return KeyFile::kTaken;
 }
 
-bool write_bytes(int fd, const Key &key) {
-    size_t written = 0;
-    while (written < kKeySize) {
-        const ssize_t put = write(fd, key.bytes + written, kKeySize - written);
-        if (put == 0 || (put < 0 && errno != EINTR)) {
-            return false;
-        }
-        written += put > 0 ? static_cast<size_t>(put) : 0;
-    }
-    return true;
-}
-
 bool write_key(int fd, const Key &key) {
-    return fchmod(fd, S_IRUSR | S_IWUSR) == 0 && write_bytes(fd, key) && fsync(fd) == 0;
+    return fchmod(fd, S_IRUSR | S_IWUSR) == 0 && file_io::write_all(fd, key.bytes, kKeySize) &&
+           fsync(fd) == 0;
 }
 
 void sync_folder() {

@@ -6,17 +6,13 @@
  */
 #include "xml.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
-#include <cerrno>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <new>
 #include <pugixml.hpp>
 
+#include "file_io.h"
 #include "os_mem.h"
 #include "owned_fd.h"
 
@@ -33,20 +29,7 @@ class FileBytes {
     /* Reads up to capacity bytes, or fewer when the file has become shorter. Once only. */
     bool read_from(int fd, size_t capacity) {
         data_ = static_cast<char *>(malloc(capacity + 1));
-        if (data_ == nullptr) {
-            return false;
-        }
-        while (size_ < capacity) {
-            const ssize_t got = read(fd, data_ + size_, capacity - size_);
-            if (got == 0) {
-                return true;
-            }
-            if (got < 0 && errno != EINTR) {
-                return false;
-            }
-            size_ += got > 0 ? static_cast<size_t>(got) : 0;
-        }
-        return true;
+        return data_ != nullptr && file_io::read_up_to(fd, data_, capacity, &size_);
     }
 
     char *data() { return data_; }
@@ -57,11 +40,10 @@ class FileBytes {
     size_t size_ = 0;
 };
 
-/* Opening without waiting: a named pipe would hold the caller until somebody writes to it. */
 bool read_file(const char *path, FileBytes *bytes) {
-    const OwnedFd fd(open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+    const OwnedFd fd(file_io::open_for_reading(path));
     struct stat found;
-    if (fd.get() < 0 || fstat(fd.get(), &found) != 0 || !S_ISREG(found.st_mode)) {
+    if (!fd || !file_io::is_regular_file(fd.get(), &found)) {
         return false;
     }
     if (static_cast<uint64_t>(found.st_size) > OS_MEM_BLOCK_MAX) {

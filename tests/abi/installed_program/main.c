@@ -13,6 +13,7 @@
 #include "frwk_utils.h"
 #include "json.h"
 #include "list.h"
+#include "md5.h"
 #include "os_file.h"
 #include "os_log.h"
 #include "os_mem.h"

@@ -22,6 +22,7 @@
 #include "doubles/log_capture.h"
 #include "os_log.h"
 #include "unit/base/key_files.h"
+#include "unit/base/open_descriptors.h"
 
 namespace {
 
@@ -46,14 +47,6 @@ std::string hex(const std::string &bytes) {
         digits += "0123456789abcdef"[static_cast<unsigned char>(byte) & 0xF];
     }
     return digits;
-}
-
-int open_descriptors() {
-    int count = 0;
-    for (int fd = 0; fd < 256; ++fd) {
-        count += fcntl(fd, F_GETFD) >= 0 ? 1 : 0;
-    }
-    return count;
 }
 
 class DeviceKey : public FaultsTest {

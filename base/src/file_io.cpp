@@ -1,0 +1,56 @@
+#include "file_io.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
+
+namespace file_io {
+
+int open_for_reading(const char *path) {
+    return open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+}
+
+bool is_regular_file(int fd, struct stat *found) {
+    if (fstat(fd, found) != 0) {
+        return false;
+    }
+    if (!S_ISREG(found->st_mode)) {
+        errno = EINVAL;
+        return false;
+    }
+    return true;
+}
+
+bool read_up_to(int fd, void *to, size_t room, size_t *count) {
+    *count = 0;
+    while (*count < room) {
+        const ssize_t got = read(fd, static_cast<unsigned char *>(to) + *count, room - *count);
+        if (got == 0) {
+            return true;
+        }
+        if (got < 0 && errno != EINTR) {
+            return false;
+        }
+        *count += got > 0 ? static_cast<size_t>(got) : 0;
+    }
+    return true;
+}
+
+bool write_all(int fd, const void *from, size_t size) {
+    size_t written = 0;
+    while (written < size) {
+        const ssize_t put = write(fd, static_cast<const unsigned char *>(from) + written, size - written);
+        if (put == 0) {
+            errno = ENOSPC;
+            return false;
+        }
+        if (put < 0 && errno != EINTR) {
+            return false;
+        }
+        written += put > 0 ? static_cast<size_t>(put) : 0;
+    }
+    return true;
+}
+
+}  // namespace file_io
