@@ -1,6 +1,11 @@
 /*
  * Shell commands. The text is run by the shell as it stands: the caller quotes what came from outside.
  *
+ * A command starts with no signal blocked and every signal at its default, whatever the module ignores, but
+ * for SIGINT and SIGQUIT, which it ignores where the module does. So a command whose reader has gone ends.
+ * While a module ignores SIGCHLD, the system keeps no wait status: where one is due, the functions wait for
+ * the command's end all the same and return -1 with errno ECHILD.
+ *
  * Every function may be called from any thread.
  */
 #ifndef QUOR_OS_PROCESS_H
@@ -15,22 +20,27 @@ extern "C" {
 #pragma GCC visibility push(default)
 
 /*
- * Runs a command and waits without limit for its end.
+ * Runs a command and waits without limit for its end; SIGINT and SIGQUIT are the command's alone meanwhile.
  *
- * Returns what system(3) returns: the wait status, or -1 when no process could be started or command is
- * null.
+ * Returns what system(3) returns: the wait status, that of "exit 127" when there is no shell, or -1 with
+ * errno set when no process could be started, its status can't be had, or command is null.
  */
 int32_t os_system(const char *command);
 
 /*
  * Starts a command with a pipe to its output ("r") or input ("w").
  *
- * Returns the stream, which is closed on exec and which the caller closes with os_pclose, or null with
- * errno set (EINVAL for a null command or another mode).
+ * Returns the stream, which is closed on exec and which the caller closes with os_pclose and nothing else,
+ * or null with errno set (EINVAL for a null command or another mode).
  */
 FILE *os_popen(const char *command, const char *mode);
 
-/* Closes a stream of os_popen, waits for its command and returns the wait status, or -1. */
+/*
+ * Closes a stream of os_popen and waits without limit for its command.
+ *
+ * Returns the wait status, or -1 with errno set: EINVAL for null; ECHILD for a stream of another origin,
+ * which is closed as well, and where the status can't be had.
+ */
 int32_t os_pclose(FILE *stream);
 
 #pragma GCC visibility pop

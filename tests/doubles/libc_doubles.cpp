@@ -36,8 +36,12 @@ size_t __real_fread(void *, size_t, size_t, FILE *);
 size_t __real_fwrite(const void *, size_t, size_t, FILE *);
 int __real_fflush(FILE *);
 int __real_fclose(FILE *);
-FILE *__real_popen(const char *, const char *);
+FILE *__real_fdopen(int, const char *);
 int __real_system(const char *);
+int __real_pipe2(int *, int);
+int __real_posix_spawn(pid_t *, const char *, const posix_spawn_file_actions_t *, const posix_spawnattr_t *,
+                       char *const *, char *const *);
+pid_t __real_waitpid(pid_t, int *, int);
 void *__real_malloc(size_t);
 void *__real_calloc(size_t, size_t);
 int __real_pthread_create(pthread_t *, const pthread_attr_t *, void *(*)(void *), void *);
@@ -103,8 +107,13 @@ Double<size_t(void *, size_t, size_t, FILE *)> fread(__real_fread);
 Double<size_t(const void *, size_t, size_t, FILE *)> fwrite(__real_fwrite);
 Double<int(FILE *)> fflush(__real_fflush);
 Double<int(FILE *)> fclose(__real_fclose);
-Double<FILE *(const char *, const char *)> popen(__real_popen);
+Double<FILE *(int, const char *)> fdopen(__real_fdopen);
 Double<int(const char *)> system(__real_system);
+Double<int(int *, int)> pipe2(__real_pipe2);
+Double<int(pid_t *, const char *, const posix_spawn_file_actions_t *, const posix_spawnattr_t *,
+           char *const *, char *const *)>
+    posix_spawn(__real_posix_spawn);
+Double<pid_t(pid_t, int *, int)> waitpid(__real_waitpid);
 Double<void *(size_t)> malloc(__real_malloc);
 Double<void *(size_t, size_t)> calloc(__real_calloc);
 Double<int(pthread_t *, const pthread_attr_t *, void *(*)(void *), void *)> pthread_create(
@@ -224,12 +233,25 @@ int __wrap_fclose(FILE *a) {
     return doubles::libc::fclose(a);
 }
 
-FILE *__wrap_popen(const char *a, const char *b) {
-    return doubles::libc::popen(a, b);
+FILE *__wrap_fdopen(int a, const char *b) {
+    return doubles::libc::fdopen(a, b);
 }
 
 int __wrap_system(const char *a) {
     return doubles::libc::system(a);
+}
+
+int __wrap_pipe2(int *a, int b) {
+    return doubles::libc::pipe2(a, b);
+}
+
+int __wrap_posix_spawn(pid_t *a, const char *b, const posix_spawn_file_actions_t *c,
+                       const posix_spawnattr_t *d, char *const *e, char *const *f) {
+    return doubles::libc::posix_spawn(a, b, c, d, e, f);
+}
+
+pid_t __wrap_waitpid(pid_t a, int *b, int c) {
+    return doubles::libc::waitpid(a, b, c);
 }
 
 void *__wrap_malloc(size_t a) {

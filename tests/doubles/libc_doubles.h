@@ -11,6 +11,7 @@
 #include <pthread.h>
 #include <sched.h>
 #include <semaphore.h>
+#include <spawn.h>
 #include <stdio.h>
 #include <sys/socket.h>
 #include <sys/types.h>
@@ -50,8 +51,13 @@ extern Double<size_t(void *, size_t, size_t, FILE *)> fread;
 extern Double<size_t(const void *, size_t, size_t, FILE *)> fwrite;
 extern Double<int(FILE *)> fflush;
 extern Double<int(FILE *)> fclose;
-extern Double<FILE *(const char *, const char *)> popen;
+extern Double<FILE *(int, const char *)> fdopen;
 extern Double<int(const char *)> system;
+extern Double<int(int *, int)> pipe2;
+extern Double<int(pid_t *, const char *, const posix_spawn_file_actions_t *, const posix_spawnattr_t *,
+                  char *const *, char *const *)>
+    posix_spawn;
+extern Double<pid_t(pid_t, int *, int)> waitpid;
 
 extern Double<void *(size_t)> malloc;
 extern Double<void *(size_t, size_t)> calloc;

@@ -1,23 +1,97 @@
 /*
- * Shell commands.
+ * Shell commands, and the open pipes to them.
+ *
+ * A stream and its shell belong together in the registry, since a stream can't say whose pipe it is.
  */
 #include "os_process.h"
+
+#include <fcntl.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <memory>
+#include <mutex>
+#include <utility>
+
+#include "owned_fd.h"
+#include "shell_child.h"
 
 namespace {
 
-/* The mode with close-on-exec, or null for a mode that a pipe does not have. */
-const char *pipe_mode(const char *mode) {
-    if (mode == nullptr) {
-        return nullptr;
+/* What system(3) returns when the shell can't be run, as if it had ended so. */
+constexpr int kNoShellStatus = 127 << 8;
+
+/* An open pipe. */
+struct PipeEntry {
+    FILE *stream = nullptr;
+    pid_t shell = -1;
+    PipeEntry *next = nullptr;
+};
+
+struct FreeEntry {
+    void operator()(PipeEntry *entry) const { free(entry); }
+};
+
+/* From the C library, not from the tracked memory: a module at its limit can still ask a tool. */
+using OwnedEntry = std::unique_ptr<PipeEntry, FreeEntry>;
+
+struct CloseStream {
+    void operator()(FILE *stream) const {
+        const int kept = errno;
+        (void)fclose(stream);
+        errno = kept;
     }
-    if (strcmp(mode, "r") == 0) {
-        return "re";
+};
+
+using OwnedStream = std::unique_ptr<FILE, CloseStream>;
+
+/* The open pipes, newest first, under the mutex. */
+struct PipeRegistry {
+    std::mutex mutex;
+    PipeEntry *first = nullptr;
+};
+
+PipeRegistry g_pipes;
+
+void enter_pipe(OwnedEntry entry) {
+    const std::lock_guard<std::mutex> lock(g_pipes.mutex);
+    entry->next = g_pipes.first;
+    g_pipes.first = entry.release();
+}
+
+/* Takes a pipe out. Returns its shell, or -1 for a stream that is no pipe. */
+pid_t leave_pipe(const FILE *stream) {
+    const std::lock_guard<std::mutex> lock(g_pipes.mutex);
+    PipeEntry **place = &g_pipes.first;
+    while (*place != nullptr && (*place)->stream != stream) {
+        place = &(*place)->next;
     }
-    return strcmp(mode, "w") == 0 ? "we" : nullptr;
+    if (*place == nullptr) {
+        return -1;
+    }
+    const OwnedEntry entry(*place);
+    *place = entry->next;
+    return entry->shell;
+}
+
+/* No process: -1, as when memory is short. No shell: a status. */
+int start_failure() {
+    return errno == EAGAIN || errno == ENOMEM ? -1 : kNoShellStatus;
+}
+
+bool is_mode(const char *mode) {
+    return mode != nullptr && (strcmp(mode, "r") == 0 || strcmp(mode, "w") == 0);
+}
+
+/* fd: taken over. */
+OwnedStream open_stream(int fd, const char *mode) {
+    OwnedStream stream(fdopen(fd, mode));
+    if (!stream) {
+        const OwnedFd unused(fd);
+    }
+    return stream;
 }
 
 }  // namespace
@@ -27,16 +101,37 @@ int32_t os_system(const char *command) {
         errno = EINVAL;
         return -1;
     }
-    return system(command);
+
+    const ForegroundWait wait;
+    const pid_t shell = start_shell(command, -1, -1);
+    return shell >= 0 ? wait_for_shell(shell) : start_failure();
 }
 
 FILE *os_popen(const char *command, const char *mode) {
-    const char *checked_mode = pipe_mode(mode);
-    if (command == nullptr || checked_mode == nullptr) {
+    if (command == nullptr || !is_mode(mode)) {
         errno = EINVAL;
         return nullptr;
     }
-    return popen(command, checked_mode);
+
+    OwnedEntry entry(static_cast<PipeEntry *>(calloc(1, sizeof(PipeEntry))));
+    int ends[2];
+    if (!entry || pipe2(ends, O_CLOEXEC) != 0) {
+        return nullptr;
+    }
+    const bool reading = *mode == 'r';
+    const OwnedFd shells_end(ends[reading ? 1 : 0]);
+    OwnedStream stream = open_stream(ends[reading ? 0 : 1], mode);
+    if (!stream) {
+        return nullptr;
+    }
+
+    entry->stream = stream.get();
+    entry->shell = start_shell(command, shells_end.get(), reading ? STDOUT_FILENO : STDIN_FILENO);
+    if (entry->shell < 0) {
+        return nullptr;
+    }
+    enter_pipe(std::move(entry));
+    return stream.release();
 }
 
 int32_t os_pclose(FILE *stream) {
@@ -44,5 +139,12 @@ int32_t os_pclose(FILE *stream) {
         errno = EINVAL;
         return -1;
     }
-    return pclose(stream);
+
+    const pid_t shell = leave_pipe(stream);
+    (void)fclose(stream);
+    if (shell < 0) {
+        errno = ECHILD;
+        return -1;
+    }
+    return wait_for_shell(shell);
 }

@@ -2,9 +2,13 @@
 
 #include <fcntl.h>
 #include <sys/wait.h>
+#include <unistd.h>
 
+#include <atomic>
 #include <cerrno>
 #include <fstream>
+#include <thread>
+#include <vector>
 
 #include "doubles/faults_test_fixture.h"
 #include "doubles/libc_doubles.h"
@@ -24,6 +28,39 @@ std::string read_all(FILE *stream) {
     return all;
 }
 
+void fail_to_start(int cause) {
+    doubles::libc::posix_spawn.stand_in([cause](pid_t *, const char *, const posix_spawn_file_actions_t *,
+                                                const posix_spawnattr_t *, char *const *,
+                                                char *const *) { return cause; });
+}
+
+int lowest_free_descriptor() {
+    const int fd = dup(STDERR_FILENO);
+    close(fd);
+    return fd;
+}
+
+/* Descriptors 0 and 1 are free meanwhile, so that a pipe gets them. */
+class StandardDescriptorsClosed {
+  public:
+    StandardDescriptorsClosed() : input_(dup(STDIN_FILENO)), output_(dup(STDOUT_FILENO)) {
+        close(STDIN_FILENO);
+        close(STDOUT_FILENO);
+    }
+    ~StandardDescriptorsClosed() {
+        dup2(input_, STDIN_FILENO);
+        dup2(output_, STDOUT_FILENO);
+        close(input_);
+        close(output_);
+    }
+    StandardDescriptorsClosed(const StandardDescriptorsClosed &) = delete;
+    StandardDescriptorsClosed &operator=(const StandardDescriptorsClosed &) = delete;
+
+  private:
+    const int input_;
+    const int output_;
+};
+
 }  // namespace
 
 TEST_F(OsProcess, ReturnsTheWaitStatusOfACommand) {
@@ -42,16 +79,36 @@ TEST_F(OsProcess, HandsTheTextToTheShellAsItStands) {
 }
 
 TEST_F(OsProcess, ReturnsMinusOneWhenNoProcessCanBeStarted) {
-    doubles::libc::system.stand_in([](const char *) {
-        errno = EAGAIN;
-        return -1;
+    for (const int cause : {EAGAIN, ENOMEM}) {
+        fail_to_start(cause);
+        errno = 0;
+        EXPECT_EQ(-1, os_system("true"));
+        EXPECT_EQ(cause, errno);
+    }
+}
+
+TEST_F(OsProcess, AMissingShellCountsAsAShellThatEndedWith127) {
+    fail_to_start(ENOENT);
+    const int status = os_system("true");
+    ASSERT_TRUE(WIFEXITED(status));
+    EXPECT_EQ(127, WEXITSTATUS(status));
+}
+
+TEST_F(OsProcess, AnInterruptedWaitGoesOn) {
+    doubles::libc::waitpid.stand_in([](pid_t pid, int *status, int options) {
+        if (doubles::libc::waitpid.calls() < 3) {
+            errno = EINTR;
+            return -1;
+        }
+        return doubles::libc::waitpid.real(pid, status, options);
     });
-    EXPECT_EQ(-1, os_system("true"));
+    EXPECT_EQ(0, os_system("true"));
+    EXPECT_EQ(3u, doubles::libc::waitpid.calls());
 }
 
 TEST_F(OsProcess, RefusesANullCommand) {
     EXPECT_EQ(-1, os_system(nullptr));
-    EXPECT_EQ(0u, doubles::libc::system.calls());
+    EXPECT_EQ(0u, doubles::libc::posix_spawn.calls());
 }
 
 TEST_F(OsProcess, ReadsTheOutputOfACommand) {
@@ -80,12 +137,91 @@ TEST_F(OsProcess, ClosesItsPipesOnExec) {
 }
 
 TEST_F(OsProcess, PassesOnThatNoPipeCanBeHad) {
-    doubles::libc::popen.stand_in([](const char *, const char *) -> FILE * {
+    doubles::libc::pipe2.stand_in([](int *, int) {
         errno = EMFILE;
-        return nullptr;
+        return -1;
     });
     EXPECT_EQ(nullptr, os_popen("true", "r"));
     EXPECT_EQ(EMFILE, errno);
+}
+
+TEST_F(OsProcess, AFailedPipeLeavesNothingOpen) {
+    const int before = lowest_free_descriptor();
+
+    fail_to_start(EAGAIN);
+    EXPECT_EQ(nullptr, os_popen("true", "r"));
+    EXPECT_EQ(EAGAIN, errno);
+    doubles::libc::posix_spawn.restore();
+
+    doubles::libc::fdopen.stand_in([](int, const char *) -> FILE * {
+        errno = ENOMEM;
+        return nullptr;
+    });
+    EXPECT_EQ(nullptr, os_popen("true", "r"));
+    EXPECT_EQ(ENOMEM, errno);
+    doubles::libc::fdopen.restore();
+
+    doubles::libc::calloc.stand_in([](size_t, size_t) -> void * {
+        errno = ENOMEM;
+        return nullptr;
+    });
+    EXPECT_EQ(nullptr, os_popen("true", "r"));
+    doubles::libc::calloc.restore();
+
+    EXPECT_EQ(before, lowest_free_descriptor());
+}
+
+TEST_F(OsProcess, ClosesAStreamOfAnotherOriginAndSaysSo) {
+    const int before = lowest_free_descriptor();
+    FILE *stream = fopen("/dev/null", "r");
+    ASSERT_NE(nullptr, stream);
+    EXPECT_EQ(-1, os_pclose(stream));
+    EXPECT_EQ(ECHILD, errno);
+    EXPECT_EQ(before, lowest_free_descriptor());
+}
+
+TEST_F(OsProcess, PipesMayBeClosedInAnyOrder) {
+    FILE *streams[4] = {};
+    for (int i = 0; i < 4; ++i) {
+        streams[i] = os_popen(("exit " + std::to_string(i)).c_str(), "r");
+        ASSERT_NE(nullptr, streams[i]);
+    }
+    for (const int i : {2, 0, 3, 1}) {
+        EXPECT_EQ(i, WEXITSTATUS(os_pclose(streams[i])));
+    }
+}
+
+TEST_F(OsProcess, ThreadsMayRunCommandsAtTheSameTime) {
+    std::atomic<int> right{0};
+    std::vector<std::thread> threads;
+    for (int id = 0; id < 8; ++id) {
+        threads.emplace_back([id, &right] {
+            const std::string command = "exit " + std::to_string(id);
+            for (int round = 0; round < 5; ++round) {
+                FILE *stream = os_popen(command.c_str(), round % 2 == 0 ? "r" : "w");
+                right += WEXITSTATUS(os_system(command.c_str())) == id ? 1 : 0;
+                right += WEXITSTATUS(os_pclose(stream)) == id ? 1 : 0;
+            }
+        });
+    }
+    for (std::thread &thread : threads) {
+        thread.join();
+    }
+    EXPECT_EQ(80, right);
+}
+
+TEST_F(OsProcess, APipeWorksWithoutStandardInputAndOutput) {
+    const StandardDescriptorsClosed closed;
+    FILE *stream = os_popen("echo out", "r");
+    const std::string out = stream != nullptr ? read_all(stream) : "no pipe";
+    const int read_status = os_pclose(stream);
+    stream = os_popen("read word; test \"$word\" = in", "w");
+    const bool written = stream != nullptr && fputs("in\n", stream) >= 0;
+    const int write_status = os_pclose(stream);
+    EXPECT_EQ("out\n", out);
+    EXPECT_EQ(0, read_status);
+    EXPECT_TRUE(written);
+    EXPECT_EQ(0, write_status);
 }
 
 TEST_F(OsProcess, RefusesOtherModesAndNull) {
@@ -97,5 +233,5 @@ TEST_F(OsProcess, RefusesOtherModesAndNull) {
     EXPECT_EQ(nullptr, os_popen("true", nullptr));
     EXPECT_EQ(nullptr, os_popen(nullptr, "r"));
     EXPECT_EQ(-1, os_pclose(nullptr));
-    EXPECT_EQ(0u, doubles::libc::popen.calls());
+    EXPECT_EQ(0u, doubles::libc::posix_spawn.calls());
 }

@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <csignal>
 #include <string>
 
 #include "doubles/libc_doubles.h"
@@ -43,6 +44,22 @@ TEST_F(CommandValue, AnEndlessOutputIsCutOff) {
     char buffer[4] = "";
     EXPECT_EQ(0, frwk_get_popen_value_ex("yes 2>/dev/null", buffer, sizeof(buffer)));
     EXPECT_EQ("y\ny\n", std::string(buffer, 4));
+}
+
+TEST_F(CommandValue, AnEndlessShellLoopIsCutOffInAModuleToo) {
+    const auto before = std::signal(SIGPIPE, SIG_IGN);
+    sigset_t broken_pipe;
+    sigset_t mask_before;
+    sigemptyset(&broken_pipe);
+    sigaddset(&broken_pipe, SIGPIPE);
+    pthread_sigmask(SIG_BLOCK, &broken_pipe, &mask_before);
+
+    char buffer[4] = "";
+    EXPECT_EQ(0, frwk_get_popen_value_ex("while :; do echo x; done", buffer, sizeof(buffer)));
+    EXPECT_EQ("x\nx\n", std::string(buffer, 4));
+
+    pthread_sigmask(SIG_SETMASK, &mask_before, nullptr);
+    (void)std::signal(SIGPIPE, before);
 }
 
 TEST_F(CommandValue, BadArgumentsAreRefusedAtOnce) {
