@@ -394,7 +394,7 @@ TEST_F(ModuleInitTest, ReportsNothingOfTheKindWithoutAService) {
     EXPECT_EQ(report, "0");
 }
 
-/* ---- Start-up list, hook, delay -------------------------------------------------------------------- */
+/* ---- Start-up list, delay -------------------------------------------------------------------------- */
 
 TEST_F(ModuleInitTest, MarksTheModulesOfTheStartupList) {
     write_file(kStartupList, "router\r\n\r\n  wlan\r\n dbm\r\n");
@@ -423,36 +423,6 @@ TEST_F(ModuleInitTest, GoesOnWithoutMemoryForTheStartupList) {
                    std::to_string(log.count("module init complete"));
         }).report;
     EXPECT_EQ(report, "1 1");
-}
-
-TEST_F(ModuleInitTest, RunsTheHookWithItsNameAndProcessIdAndWaitsForIt) {
-    write_file(kHook, "#!/bin/sh\necho \"$# $1 $2\" >/tmp/m_tmp/hook_ran\n");
-    ASSERT_EQ(chmod(kHook, 0755), 0);
-    const std::string report = report_of(E_APPS_MODULE_MONITOR_TOOL, [] {
-        return yes_or_no(read_file("/tmp/m_tmp/hook_ran") ==
-                         "2 monitor_tool " + std::to_string(getpid()) + "\n");
-    });
-    EXPECT_EQ(report, "yes") << read_file("/tmp/m_tmp/hook_ran");
-    remove_node("/tmp/m_tmp/hook_ran");
-}
-
-TEST_F(ModuleInitTest, CallsTheHookByItsFixedText) {
-    write_file(kHook, "");
-    const std::string report =
-        run_in_child([] {
-            std::string command;
-            base::os_system.stand_in([&command](const char *text) {
-                command = text;
-                return 0;
-            });
-            frwk_module_init(E_APPS_MODULE_LOGTOOL, nullptr);
-            return yes_or_no(command == "apps_init logtool " + std::to_string(getpid()));
-        }).report;
-    EXPECT_EQ(report, "yes");
-}
-
-TEST_F(ModuleInitTest, RunsNothingWithoutAHook) {
-    EXPECT_EQ(report_of(E_APPS_MODULE_TOOL, [] { return std::to_string(base::os_system.calls()); }), "0");
 }
 
 TEST_F(ModuleInitTest, DoesNotSleepWithoutADelay) {

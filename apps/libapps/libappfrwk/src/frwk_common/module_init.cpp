@@ -17,6 +17,7 @@
 #include "frwk_common/process_state.h"
 #include "internal/frwk_log.h"
 #include "internal/frwk_paths.h"
+#include "internal/shell_command.h"
 #include "os_file.h"
 #include "os_mem.h"
 #include "os_process.h"
@@ -67,9 +68,13 @@ void run_start_hook(const char *name) {
     if (os_file_exist(paths::kStartHook) == 0) {
         return;
     }
-    char command[kHookCommandSize];
-    (void)std::snprintf(command, sizeof(command), "apps_init %s %d", name, static_cast<int>(::getpid()));
-    os_system(command);
+    ShellCommand<kHookCommandSize> command;
+    command.add("apps_init ").add_word(name).add(" %d", static_cast<int>(::getpid()));
+    if (!command.complete()) {
+        FRWK_WARN("start hook not run: the module's name is too long");
+        return;
+    }
+    os_system(command.text());
 }
 
 }  // namespace

@@ -1,21 +1,25 @@
 /*
- * Shell actions on the device's fixed paths: nothing from outside the process becomes part of these commands.
+ * Shell actions on paths.
  */
 #pragma once
 
 #include <unistd.h>
 
-#include <cstdio>
-
+#include "internal/frwk_log.h"
+#include "internal/shell_command.h"
 #include "os_process.h"
 
 /*
  * Runs a command on a path and syncs the file systems, so that its effect survives a power cut.
- * verb: such as "mkdir -p". path: one of the fixed paths.
+ * verb: such as "mkdir -p". path: any; one that is too long for the command is reported, and nothing is run.
  */
 inline void shell_on_path(const char *verb, const char *path) {
-    char command[128];
-    (void)std::snprintf(command, sizeof(command), "%s %s", verb, path);
-    os_system(command);
+    ShellCommand<512> command;
+    command.add("%s ", verb).add_word(path);
+    if (!command.complete()) {
+        FRWK_WARN("'%s' not run: the path is too long", verb);
+        return;
+    }
+    os_system(command.text());
     ::sync();
 }
