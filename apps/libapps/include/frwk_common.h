@@ -1,5 +1,5 @@
 /*
- * The core of the framework: a module's identity and start-up, messages between modules, system
+ * The core of the framework: a module's identity and start-up, messages between modules, events, system
  * commands, waiting, and scanning of texts.
  *
  * A module starts with frwk_module_init, registers its handler with frwk_ipc_service_ex or
@@ -195,6 +195,50 @@ int32_t frwk_ipc_msg_debug(apps_message_id_e_type msgid);
 
 /* Returns the port number of a module: its low 16 bits with 0x7F00 set. Any thread. */
 uint16_t frwk_ipc_port(uint32_t module);
+
+/* ---- Events ---------------------------------------------------------------------------------------- */
+/*
+ * A module subscribes to an event by its key, and any module that publishes the event reaches it with a
+ * message, without knowing it. Subscriptions lie in files: they outlive the module's process and end only
+ * with frwk_ipc_msg_unsub or frwk_ipc_init_sub.
+ *
+ * event: the key, such as the name of the event's message. It is the name of a file, so it must not be empty,
+ * "." or "..", nor hold a "/"; it is cut after 105 characters.
+ *
+ * All of these may be called from any thread. Subscribing and unsubscribing wait, without limit, while
+ * another thread or process of the device does the same.
+ */
+
+/* Ends every subscription, or makes the folder of subscriptions where there is none: the device's start. */
+void frwk_ipc_init_sub(void);
+
+/* The same for the folder that is used while the other one is missing. */
+void frwk_ipc_init_sub_ex(void);
+
+/*
+ * Subscribes the calling module to an event; once, however often it is called.
+ *
+ * Returns 0, 17 E_APPS_ERR_BUSY (the lock of the subscriptions can't be had) or 12 E_APPS_ERR_IO (the event's
+ * file can't be opened, or the key names none).
+ */
+apps_err_e_type frwk_ipc_msg_sub(const char *event);
+
+/*
+ * Ends the calling module's subscription of an event. It removes the first line that has the module's name
+ * in it, even if that is a longer name.
+ *
+ * Returns 0, also when it was not subscribed, 17 E_APPS_ERR_BUSY, 12 E_APPS_ERR_IO, 5 E_APPS_ERR_MALLOC, or
+ * 18 E_APPS_ERR_WRITE (the other subscriptions of the event were not written back whole).
+ */
+apps_err_e_type frwk_ipc_msg_unsub(const char *event);
+
+/*
+ * Sends a message to every subscriber of an event but the calling module, each with frwk_ipc_msg_notify.
+ * Subscribers that can't be reached are passed over.
+ *
+ * data, len: the body and its bytes; null and 0 for none. The buffer stays the caller's.
+ */
+void frwk_ipc_msg_pub(const char *event, apps_message_id_e_type msgid, const void *data, uint32_t len);
 
 /* ---- System commands ------------------------------------------------------------------------------- */
 /*

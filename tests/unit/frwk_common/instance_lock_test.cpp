@@ -6,7 +6,6 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
-#include <sys/wait.h>
 
 #include <cerrno>
 #include <cstdint>
@@ -16,6 +15,7 @@
 #include "doubles/libc_doubles.h"
 #include "unit/frwk_common/child.h"
 #include "unit/frwk_common/files.h"
+#include "unit/frwk_common/lock_holder.h"
 
 namespace base = doubles::base;
 namespace libc = doubles::libc;
@@ -64,18 +64,6 @@ int lock_descriptor() {
     return -1;
 }
 
-/* The process that holds a lock on the whole file, as another process sees it; 0 for none. */
-pid_t holder_of(const char *path) {
-    const int fd = open(path, O_RDWR | O_CLOEXEC);
-    struct flock lock = {};
-    lock.l_type = F_WRLCK;
-    lock.l_whence = SEEK_SET;
-    const int result = fcntl(fd, F_GETLK, &lock);
-    (void)close(fd);
-    const bool whole = lock.l_type == F_WRLCK && lock.l_start == 0 && lock.l_len == 0;
-    return result == 0 && whole && lock.l_type != F_UNLCK ? lock.l_pid : 0;
-}
-
 void refuse_lock(int error) {
     libc::fcntl.stand_in([error](int fd, int command, void *argument) {
         if (command == F_SETLK) {
@@ -86,36 +74,10 @@ void refuse_lock(int error) {
     });
 }
 
-/* A process that holds the lock until it is told to end. */
-class Holder {
+/* A process that is wlan until it is told to end. */
+class Holder : public LockHolder {
   public:
-    Holder() {
-        pid_ = fork();
-        if (pid_ == 0) {
-            take_instance_lock("wlan");
-            (void)write_bytes(pair_.subject(), Bytes(1));
-            pair_.close_test();
-            (void)read_bytes(pair_.subject(), 1);
-            _exit(0);
-        }
-        (void)read_bytes(pair_.test(), 1);
-    }
-    Holder(const Holder &) = delete;
-    Holder &operator=(const Holder &) = delete;
-    ~Holder() { end(); }
-
-    pid_t pid() const { return pid_; }
-    void end() {
-        if (pid_ > 0) {
-            (void)write_bytes(pair_.test(), Bytes(1));
-            (void)waitpid(pid_, nullptr, 0);
-            pid_ = -1;
-        }
-    }
-
-  private:
-    SocketPair pair_;
-    pid_t pid_ = -1;
+    Holder() : LockHolder([] { take_instance_lock("wlan"); }) {}
 };
 
 }  // namespace

@@ -20,6 +20,7 @@ void fill_all_words() {
     g_s_ipc_thread = 7;
     g_s_ipc_handler = handler;
     g_s_module_status = 6;
+    g_s_sub_lock_file = stderr;
 }
 
 class ProcessStateTest : public testing::Test {
@@ -36,6 +37,7 @@ TEST_F(ProcessStateTest, IsThatOfAToolWithoutServiceBeforeTheStart) {
     EXPECT_EQ(g_s_ipc_thread, 0u);
     EXPECT_EQ(g_s_ipc_handler, nullptr);
     EXPECT_EQ(g_s_module_status, 0u);
+    EXPECT_EQ(g_s_sub_lock_file, nullptr);
 }
 
 TEST_F(ProcessStateTest, StartSetsEveryWord) {
@@ -47,6 +49,7 @@ TEST_F(ProcessStateTest, StartSetsEveryWord) {
     EXPECT_EQ(g_s_ipc_thread, 0u);
     EXPECT_EQ(g_s_ipc_handler, nullptr);
     EXPECT_EQ(g_s_module_status, 0u);
+    EXPECT_EQ(g_s_sub_lock_file, nullptr);
 }
 
 TEST_F(ProcessStateTest, StartKeepsTheExitHandler) {

@@ -4,13 +4,12 @@
  */
 #include "frwk_common/instance_lock.h"
 
-#include <fcntl.h>
 #include <unistd.h>
 
-#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 
+#include "frwk_common/record_lock.h"
 #include "internal/frwk_paths.h"
 #include "internal/owned.h"
 #include "internal/shell.h"
@@ -28,17 +27,6 @@ std::FILE *g_s_instance_lock_file = nullptr;
     std::exit(-1);
 }
 
-bool lock_whole_file(std::FILE *file) {
-    struct flock whole = {};
-    whole.l_type = F_WRLCK;
-    whole.l_whence = SEEK_SET;
-    return ::fcntl(::fileno(file), F_SETLK, &whole) >= 0;
-}
-
-bool held_elsewhere(int error) {
-    return error == EAGAIN || error == EACCES;
-}
-
 }  // namespace
 
 void take_instance_lock(const char *module_name) {
@@ -53,12 +41,13 @@ void take_instance_lock(const char *module_name) {
         die("can't open %s\n", path);
     }
 
-    if (!lock_whole_file(file.get())) {
-        const bool running = held_elsewhere(errno);
+    const RecordLock lock = lock_whole_file(file.get());
+    if (lock == RecordLock::kHeldElsewhere) {
         file.reset();
-        if (running) {
-            die("the '%s' is already running!\n", module_name);
-        }
+        die("the '%s' is already running!\n", module_name);
+    }
+    if (lock == RecordLock::kFailed) {
+        file.reset();
         die("can't lock %s\n", path);
     }
 

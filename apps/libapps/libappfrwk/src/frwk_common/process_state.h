@@ -7,6 +7,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <cstdio>
 
 #include "frwk_common.h"
 
@@ -16,6 +17,7 @@ extern std::atomic<int> g_s_ipcs_fd;                      /* listening socket, -
 extern std::atomic<unsigned long> g_s_ipc_thread;         /* service thread, 0 for none */
 extern std::atomic<frwk_ipc_handler_t> g_s_ipc_handler;   /* null until registered */
 extern std::atomic<uint32_t> g_s_module_status;           /* status word */
+extern std::atomic<std::FILE *> g_s_sub_lock_file; /* stream that holds the subscription lock, or null */
 
 /* Sets the state of a module that has just started. */
 void reset_process_state(int32_t id, frwk_exit_handler_t exit_handler);

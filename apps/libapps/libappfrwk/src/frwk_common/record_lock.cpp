@@ -1,0 +1,19 @@
+/*
+ * The one way in which the framework locks files.
+ */
+#include "frwk_common/record_lock.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
+
+RecordLock lock_whole_file(std::FILE *file) {
+    struct flock whole = {};
+    whole.l_type = F_WRLCK;
+    whole.l_whence = SEEK_SET;
+    if (::fcntl(::fileno(file), F_SETLK, &whole) >= 0) {
+        return RecordLock::kHeld;
+    }
+    return errno == EAGAIN || errno == EACCES ? RecordLock::kHeldElsewhere : RecordLock::kFailed;
+}

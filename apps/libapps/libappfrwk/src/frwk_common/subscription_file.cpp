@@ -1,0 +1,179 @@
+/*
+ * Publishers read without the lock, so every change of a file reaches it in one write.
+ */
+#include "frwk_common/subscription_file.h"
+
+#include <fcntl.h>
+#include <strings.h>
+#include <sys/uio.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <optional>
+#include <string_view>
+
+#include "internal/frwk_paths.h"
+#include "internal/small_buffer.h"
+#include "os_file.h"
+#include "text_copy.h"
+
+namespace {
+
+constexpr mode_t kNewFileMode = 0666;
+
+/* Longer lines are taken in pieces of this many characters, the line end counted. */
+constexpr size_t kLineChars = 62;
+
+/* Files that fill less than this need no heap. */
+constexpr uint32_t kFixedTextSize = 512;
+
+constexpr size_t kNowhere = std::string_view::npos;
+
+using TextBuffer = SmallBuffer<kFixedTextSize>;
+
+/* Whether a name in a folder is that of a file there, and neither the folder itself nor a way out of it. */
+bool is_file_name(std::string_view name) {
+    return !name.empty() && name != "." && name != ".." && name.find('/') == kNowhere;
+}
+
+bool lists(const SubscriptionFile &file, const char *name) {
+    if (file.is_empty()) {
+        return false;  // Or a pipe in its place, on which opening it would wait.
+    }
+    SubscriptionLines lines(file);
+    while (const char *line = lines.next()) {
+        if (::strcasecmp(line, name) == 0) {
+            return true;
+        }
+    }
+    return false;
+}
+
+bool append_line(const UniqueFd &fd, const char *name) {
+    char line_end = '\n';
+    const size_t length = std::strlen(name);
+    const iovec line[] = {{const_cast<char *>(name), length}, {&line_end, 1}};
+    return ::writev(fd.get(), line, 2) == static_cast<ssize_t>(length + 1);
+}
+
+/* Reads up to size bytes; nothing when that fails, since a rewrite would lose what was not read. */
+std::optional<std::string_view> read_text(const SubscriptionFile &file, char *text, size_t size) {
+    const UniqueFd fd = file.open(O_RDONLY);
+    if (!fd) {
+        return std::nullopt;
+    }
+    size_t taken = 0;
+    ssize_t count = 1;
+    while (taken < size && count > 0) {
+        count = ::read(fd.get(), text + taken, size - taken);
+        taken += count > 0 ? static_cast<size_t>(count) : 0;
+    }
+    return count >= 0 ? std::optional<std::string_view>({text, taken}) : std::nullopt;
+}
+
+/* Replaces the content of a file by two texts that lie one behind the other. */
+Removal rewrite(const SubscriptionFile &file, std::string_view start, size_t end_size) {
+    const UniqueFd fd = file.open(O_RDWR | O_CREAT | O_TRUNC);
+    if (!fd) {
+        return Removal::kNotOpened;
+    }
+
+    const size_t size = start.size() + end_size;
+    if (size == 0) {
+        (void)::unlink(file.path());
+        ::sync();
+        return Removal::kRemoved;
+    }
+    const ssize_t written = ::write(fd.get(), start.data(), size);
+    if (written == static_cast<ssize_t>(size)) {
+        return Removal::kRemoved;
+    }
+    const bool start_short = !start.empty() && written < static_cast<ssize_t>(start.size());
+    return start_short ? Removal::kStartShort : Removal::kEndShort;
+}
+
+}  // namespace
+
+SubscriptionFile::SubscriptionFile(const char *event) {
+    const bool usual = os_file_exist(paths::kSubscribeFolder) != 0;
+    const std::string_view folder = usual ? paths::kSubscribeFolder : paths::kSubscribeFolderEx;
+    (void)std::snprintf(path_, sizeof(path_), "%s/%s", folder.data(), event != nullptr ? event : "");
+    names_a_file_ = is_file_name(path_ + folder.size() + 1);
+}
+
+uint64_t SubscriptionFile::size() const {
+    return names_a_file_ ? os_file_size(path_) : 0;
+}
+
+UniqueFd SubscriptionFile::open(int flags) const {
+    if (!names_a_file_) {
+        errno = EINVAL;
+        return UniqueFd();
+    }
+    return UniqueFd(::open(path_, flags | O_CLOEXEC, kNewFileMode));
+}
+
+SubscriptionLines::SubscriptionLines(const SubscriptionFile &file) : fd_(file.open(O_RDONLY)) {}
+
+const char *SubscriptionLines::next() {
+    size_t length = 0;
+    while (length < kLineChars && fill()) {
+        const char taken = block_[used_++];
+        line_[length++] = taken;
+        if (taken == '\n') {
+            break;
+        }
+    }
+    if (length == 0) {
+        return nullptr;
+    }
+    line_[length] = '\0';
+    return strdern(line_, length);
+}
+
+/* Whether there is a next byte in the block, which is read anew when it is used up. */
+bool SubscriptionLines::fill() {
+    if (used_ == filled_) {
+        const ssize_t taken = ::read(fd_.get(), block_, sizeof(block_));
+        used_ = 0;
+        filled_ = taken > 0 ? static_cast<size_t>(taken) : 0;
+    }
+    return used_ < filled_;
+}
+
+Addition add_subscriber(const SubscriptionFile &file, const char *name) {
+    if (lists(file, name)) {
+        return Addition::kListed;
+    }
+
+    const UniqueFd fd = file.open(O_RDWR | O_CREAT | O_APPEND);
+    return fd && append_line(fd, name) ? Addition::kAdded : Addition::kNotAdded;
+}
+
+Removal remove_subscriber(const SubscriptionFile &file, const char *name) {
+    if (file.is_empty()) {
+        return Removal::kNotListed;
+    }
+
+    const uint64_t size = file.size();
+    TextBuffer buffer;
+    if (size >= UINT32_MAX || !buffer.reserve(static_cast<uint32_t>(size) + 1)) {
+        return Removal::kNoMemory;
+    }
+    char *bytes = reinterpret_cast<char *>(buffer.data());
+    const std::optional<std::string_view> text = read_text(file, bytes, static_cast<size_t>(size));
+    if (!text) {
+        return Removal::kNotOpened;
+    }
+
+    const size_t found = *name != '\0' ? text->find(name) : kNowhere;
+    if (found == kNowhere) {
+        return Removal::kNotListed;
+    }
+    const size_t line_end = text->find('\n', found);
+    const size_t rest = line_end != kNowhere ? line_end + 1 : text->size();
+    std::memmove(bytes + found, bytes + rest, text->size() - rest);
+    return rewrite(file, text->substr(0, found), text->size() - rest);
+}
