@@ -304,6 +304,18 @@ typedef struct frwk_profile_t {
  */
 apps_err_e_type frwk_parse_profile_str(char *text, frwk_profile_t *profile);
 
+/* ---- Capabilities ---------------------------------------------------------------------------------- */
+/* Fixed answers of this product build: 1 or 0. */
+
+/* Whether it is a pv build: it is not. */
+int32_t frwk_utils_is_pv_version(void);
+
+/* Whether it has the modem side (MPSS): it has. */
+int32_t frwk_utils_is_mpss_support(void);
+
+/* Whether it supports the soft access point: it does. */
+int32_t frwk_utils_is_softap_support(void);
+
 #pragma GCC visibility pop
 #ifdef __cplusplus
 }
