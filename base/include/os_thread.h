@@ -42,6 +42,14 @@ int32_t os_thread_create(os_thread_t *thread, const os_thread_attr *attr, os_thr
 /* Waits without limit for a joinable thread to end, and releases it. thread: 0 gives ESRCH. */
 int32_t os_thread_join(os_thread_t thread);
 
+/*
+ * Asks a thread to end, which it does at its next wait or other cancellation point. The call doesn't wait
+ * for that, and what the thread holds is not released.
+ *
+ * thread: a thread that has not been released yet; 0 gives ESRCH.
+ */
+int32_t os_thread_cancel(os_thread_t thread);
+
 /* A lock for the threads of one process; not recursive. */
 typedef struct os_mutex os_mutex;
 

@@ -13,6 +13,7 @@ void *__real_os_mem_malloc(size_t);
 char *__real_os_mem_strdup(const char *);
 void __real_os_mem_init(const os_mem_settings *);
 int32_t __real_os_thread_create(os_thread_t *, const os_thread_attr *, os_thread_entry, void *);
+int32_t __real_os_thread_cancel(os_thread_t);
 int32_t __real_os_thread_join(os_thread_t);
 os_mutex *__real_os_mutex_create();
 os_sem *__real_os_sem_create(uint32_t);
@@ -53,6 +54,7 @@ Double<char *(const char *)> os_mem_strdup(__real_os_mem_strdup);
 Double<void(const os_mem_settings *)> os_mem_init(__real_os_mem_init);
 Double<int32_t(os_thread_t *, const os_thread_attr *, os_thread_entry, void *)> os_thread_create(
     __real_os_thread_create);
+Double<int32_t(os_thread_t)> os_thread_cancel(__real_os_thread_cancel);
 Double<int32_t(os_thread_t)> os_thread_join(__real_os_thread_join);
 Double<os_mutex *()> os_mutex_create(__real_os_mutex_create);
 Double<os_sem *(uint32_t)> os_sem_create(__real_os_sem_create);
@@ -91,6 +93,10 @@ void __wrap_os_mem_init(const os_mem_settings *a) {
 
 int32_t __wrap_os_thread_create(os_thread_t *a, const os_thread_attr *b, os_thread_entry c, void *d) {
     return doubles::base::os_thread_create(a, b, c, d);
+}
+
+int32_t __wrap_os_thread_cancel(os_thread_t a) {
+    return doubles::base::os_thread_cancel(a);
 }
 
 int32_t __wrap_os_thread_join(os_thread_t a) {

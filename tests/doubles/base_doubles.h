@@ -21,6 +21,7 @@ extern Double<void *(size_t)> os_mem_malloc;
 extern Double<char *(const char *)> os_mem_strdup;
 extern Double<void(const os_mem_settings *)> os_mem_init;
 extern Double<int32_t(os_thread_t *, const os_thread_attr *, os_thread_entry, void *)> os_thread_create;
+extern Double<int32_t(os_thread_t)> os_thread_cancel;
 extern Double<int32_t(os_thread_t)> os_thread_join;
 extern Double<os_mutex *()> os_mutex_create;
 extern Double<os_sem *(uint32_t)> os_sem_create;

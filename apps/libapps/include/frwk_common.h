@@ -1,6 +1,6 @@
 /*
- * The core of the framework: a module's identity and start-up, messages between modules, events, system
- * commands, waiting, and scanning of texts.
+ * The core of the framework: a module's identity and start-up, messages between modules, events, queues
+ * between threads, system commands, waiting, and scanning of texts.
  *
  * A module starts with frwk_module_init, registers its handler with frwk_ipc_service_ex or
  * frwk_ipc_service, and sends with frwk_ipc_send_sync and frwk_ipc_send_async.
@@ -239,6 +239,49 @@ apps_err_e_type frwk_ipc_msg_unsub(const char *event);
  * data, len: the body and its bytes; null and 0 for none. The buffer stays the caller's.
  */
 void frwk_ipc_msg_pub(const char *event, apps_message_id_e_type msgid, const void *data, uint32_t len);
+
+/* ---- Queues ---------------------------------------------------------------------------------------- */
+/*
+ * Named queues inside one process. Each has a thread of its own that hands the messages to a handler, one
+ * call a message, in the order in which a sender sent them, never two at once. A queue lives until the
+ * process ends. Names are compared in upper or lower case alike.
+ *
+ * Both calls may be made from any thread, at once, and from a handler. A queue takes messages only once it
+ * is there, so it is best created before the threads that send to it are started.
+ */
+
+/* How a thread is started; see os_thread.h of the base library. */
+struct os_thread_attr;
+
+/*
+ * A queue's handler. It may send, also to its own queue.
+ *
+ * msgid: as sent. data: valid during the call, not to be read when size is 0. size: bytes.
+ */
+typedef void (*frwk_itc_handler_t)(uint32_t msgid, const void *data, int32_t size);
+
+/*
+ * Creates a queue and starts its thread.
+ *
+ * name: up to 63 characters; copied. attr: read during the call only; null for a detached thread with the
+ * system's stack size. handler: not null.
+ * Returns E_APPS_ERR_SUCCESS; E_APPS_ERR_PARAM for a null name or handler; E_APPS_ERR_OUTOFBUF for a longer
+ * name; E_APPS_ERR_BUSY when there is a queue of this name; E_APPS_ERR_MALLOC without memory;
+ * E_APPS_ERR_THREAD when the thread can't be started. On failure nothing is left behind; messages that were
+ * sent meanwhile are dropped.
+ */
+apps_err_e_type frwk_itc_create(const char *name, const struct os_thread_attr *attr,
+                                frwk_itc_handler_t handler);
+
+/*
+ * Puts a message into a queue. It never waits for the handler.
+ *
+ * msgid: any number. data, size: copied; null and 0 for none.
+ * Returns E_APPS_ERR_SUCCESS; E_APPS_ERR_PARAM for null data of a size; E_APPS_ERR_NOTEXIST when there is no
+ * queue of this name; E_APPS_ERR_MALLOC when there is no memory for the message, as there is none for a
+ * negative size.
+ */
+apps_err_e_type frwk_itc_send(const char *name, uint32_t msgid, const void *data, int32_t size);
 
 /* ---- System commands ------------------------------------------------------------------------------- */
 /*

@@ -94,6 +94,13 @@ int32_t os_thread_join(os_thread_t thread) {
     return pthread_join(thread, nullptr);
 }
 
+int32_t os_thread_cancel(os_thread_t thread) {
+    if (thread == 0) {
+        return ESRCH;
+    }
+    return pthread_cancel(thread);
+}
+
 os_mutex *os_mutex_create(void) {
     auto *mutex = static_cast<os_mutex *>(calloc(1, sizeof(os_mutex)));
     if (mutex == nullptr) {

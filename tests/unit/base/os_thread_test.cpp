@@ -32,6 +32,11 @@ void *post(void *sem) {
     return nullptr;
 }
 
+void *wait_for(void *sem) {
+    os_sem_wait(static_cast<os_sem *>(sem));
+    return nullptr;
+}
+
 /* Starts a thread in name only, and notes what it was asked for with. */
 struct StartRequest {
     int detach_state = -1;
@@ -119,12 +124,22 @@ TEST_F(OsThread, RefusesAStackThatIsTooSmall) {
     EXPECT_EQ(42u, thread);
 }
 
-TEST_F(OsThread, RefusesNullAndJoinsNoThread) {
+TEST_F(OsThread, EndsAThreadThatWaits) {
+    os_sem *never_posted = os_sem_create(0);
+    os_thread_t thread = 0;
+    ASSERT_EQ(0, os_thread_create(&thread, &kJoinable, wait_for, never_posted));
+    EXPECT_EQ(0, os_thread_cancel(thread));
+    EXPECT_EQ(0, os_thread_join(thread));
+    os_sem_close(never_posted);
+}
+
+TEST_F(OsThread, RefusesNullAndNeitherJoinsNorEndsNoThread) {
     os_thread_t thread = 42;
     EXPECT_EQ(EINVAL, os_thread_create(nullptr, nullptr, set_flag, nullptr));
     EXPECT_EQ(EINVAL, os_thread_create(&thread, nullptr, nullptr, nullptr));
     EXPECT_EQ(42u, thread);
     EXPECT_EQ(ESRCH, os_thread_join(0));
+    EXPECT_EQ(ESRCH, os_thread_cancel(0));
 }
 
 namespace {

@@ -1,0 +1,256 @@
+/*
+ * Queues between the threads of one process: the registry of queues, and the thread of each.
+ *
+ * Senders hold the registry's lock as readers until their message is in the queue, so that a queue whose
+ * thread could not be started is taken back only when nobody is about to use it. A handler runs with no lock
+ * held. The semaphore counts the times that a queue went from empty to not empty: its thread takes all
+ * messages at once, and more wake-ups would find nothing.
+ */
+#include "frwk_common/itc_queue.h"
+
+#include <pthread.h>
+#include <strings.h>
+
+#include <cstring>
+#include <optional>
+
+#include "frwk_common.h"
+#include "internal/frwk_log.h"
+#include "internal/owned.h"
+#include "internal/small_buffer.h"
+#include "list.h"
+#include "os_mem.h"
+#include "os_thread.h"
+#include "text_copy.h"
+
+namespace {
+
+/* The steps of a creation log under the name of the call. */
+constexpr char kCreate[] = "frwk_itc_create";
+
+constexpr size_t kNameSize = 64;
+
+struct ItcObject {
+    list_node link; /* in the registry; first, since it stands for the object there */
+    char name[kNameSize];
+    frwk_itc_handler_t handler;
+    os_thread_t thread;
+    list_node queue; /* of ItcRecord; guarded by lock */
+    os_mutex *lock;
+    os_sem *sem;
+};
+
+/* A message, followed by its data. */
+struct ItcRecord {
+    list_node link; /* in a queue; first, since it stands for the record there */
+    uint32_t msgid;
+    int32_t size;
+};
+
+/* Every queue of the process, and what guards the list. A creator does not starve behind steady senders. */
+list_node g_s_itc_list = {&g_s_itc_list, &g_s_itc_list};
+pthread_rwlock_t g_registry_lock = PTHREAD_RWLOCK_WRITER_NONRECURSIVE_INITIALIZER_NP;
+
+/* Holds the registry's lock: pthread_rwlock_rdlock to use the list, pthread_rwlock_wrlock to change it. */
+class RegistryLock {
+  public:
+    explicit RegistryLock(int (*lock)(pthread_rwlock_t *)) { lock(&g_registry_lock); }
+    ~RegistryLock() { pthread_rwlock_unlock(&g_registry_lock); }
+    RegistryLock(const RegistryLock &) = delete;
+    RegistryLock &operator=(const RegistryLock &) = delete;
+};
+
+/* Takes the first record off a list; null when it has none. */
+ItcRecord *take_first(list_node *records) {
+    if (list_empty(records) != 0) {
+        return nullptr;
+    }
+    list_node *first = records->next;
+    list_del(first);
+    return reinterpret_cast<ItcRecord *>(first);
+}
+
+/* Owns a queue that nobody else uses: one that has no thread, and is not or no more in the registry. */
+struct ItcTraits {
+    using Handle = ItcObject *;
+    static constexpr Handle kNone = nullptr;
+    static void release(Handle itc) {
+        while (ItcRecord *record = take_first(&itc->queue)) {
+            os_mem_free(record);
+        }
+        os_mutex_close(itc->lock);
+        os_sem_close(itc->sem);
+        os_mem_free(itc);
+    }
+};
+
+using OwnedItc = Owned<ItcTraits>;
+
+/* The registry's lock must be held. Returns null when there is no queue of this name. */
+ItcObject *find(const char *name) {
+    for (list_node *node = g_s_itc_list.next; node != &g_s_itc_list; node = node->next) {
+        auto *itc = reinterpret_cast<ItcObject *>(node);
+        if (strcasecmp(itc->name, name) == 0) {
+            return itc;
+        }
+    }
+    return nullptr;
+}
+
+/* Makes a queue without a thread; nothing owned when there is no memory for all of it. */
+OwnedItc make_object(const char *name, frwk_itc_handler_t handler) {
+    auto *made = static_cast<ItcObject *>(os_mem_malloc(sizeof(ItcObject)));
+    if (made == nullptr) {
+        return OwnedItc();
+    }
+    strsncpy(made->name, name, kNameSize - 1);
+    made->handler = handler;
+    made->thread = 0;
+    list_init(&made->queue);
+    made->lock = os_mutex_create();
+    made->sem = os_sem_create(0);
+
+    OwnedItc itc(made);
+    if (made->lock == nullptr || made->sem == nullptr) {
+        itc.reset();
+    }
+    return itc;
+}
+
+/* Adds a new queue to the registry, before its thread starts. */
+apps_err_e_type add_object(const char *name, frwk_itc_handler_t handler, ItcObject **added) {
+    const RegistryLock changing(pthread_rwlock_wrlock);
+    if (find(name) != nullptr) {
+        FRWK_WARN_AS(kCreate, "repeat create itc object(%s)!", name);
+        return E_APPS_ERR_BUSY;
+    }
+
+    OwnedItc itc = make_object(name, handler);
+    if (!itc) {
+        FRWK_WARN_AS(kCreate, "alloc itc object failed!");
+        return E_APPS_ERR_MALLOC;
+    }
+    *added = itc.take();
+    list_add(&g_s_itc_list, &(*added)->link);
+    return E_APPS_ERR_SUCCESS;
+}
+
+/* Takes a queue without a thread back, with what was sent to it meanwhile. */
+void remove_object(ItcObject *itc) {
+    const OwnedItc removed(itc);
+    {
+        const RegistryLock changing(pthread_rwlock_wrlock);
+        list_del(&itc->link);
+    }
+    if (itc->thread != 0) {
+        os_thread_cancel(itc->thread);
+    }
+}
+
+/* Copies a message into a record; null when there is no memory, or a size that nothing can have. */
+ItcRecord *make_record(uint32_t msgid, const void *data, int32_t size) {
+    const std::optional<uint32_t> room = checked_add(sizeof(ItcRecord), static_cast<uint32_t>(size));
+    if (size < 0 || !room) {
+        return nullptr;
+    }
+    auto *record = static_cast<ItcRecord *>(os_mem_malloc(*room));
+    if (record == nullptr) {
+        return nullptr;
+    }
+    *record = {{}, msgid, size};
+    if (size > 0) {
+        std::memcpy(record + 1, data, static_cast<size_t>(size));
+    }
+    return record;
+}
+
+/* Appends a record, and wakes the thread unless earlier records do. */
+void put(ItcObject *itc, ItcRecord *record) {
+    os_mutex_lock(itc->lock);
+    const bool was_empty = list_empty(&itc->queue) != 0;
+    list_add(&itc->queue, &record->link);
+    os_mutex_unlock(itc->lock);
+
+    if (was_empty) {
+        os_sem_post(itc->sem);
+    }
+}
+
+/* Moves all records of a queue, in their order, to an empty list. */
+void take_all(ItcObject *itc, list_node *records) {
+    list_init(records);
+    os_mutex_lock(itc->lock);
+    list_add(&itc->queue, records); /* into the ring of records, and the queue's own head out of it */
+    list_del(&itc->queue);
+    list_init(&itc->queue);
+    os_mutex_unlock(itc->lock);
+}
+
+void handle_all(ItcObject *itc) {
+    list_node records;
+    take_all(itc, &records);
+    while (ItcRecord *record = take_first(&records)) {
+        itc->handler(record->msgid, record + 1, record->size);
+        os_mem_free(record);
+    }
+}
+
+}  // namespace
+
+void *frwk_itc_main(void *itc) {
+    FRWK_ASSERT(itc != nullptr, "NULL != itc", "");
+    if (itc == nullptr) {
+        return nullptr;
+    }
+    auto *object = static_cast<ItcObject *>(itc);
+    for (;;) {
+        os_sem_wait(object->sem);
+        handle_all(object);
+    }
+}
+
+apps_err_e_type frwk_itc_create(const char *name, const struct os_thread_attr *attr,
+                                frwk_itc_handler_t handler) {
+    if (name == nullptr || handler == nullptr) {
+        FRWK_WARN("invalid itc parameter!");
+        return E_APPS_ERR_PARAM;
+    }
+    if (strnlen(name, kNameSize) == kNameSize) {
+        FRWK_WARN("itc name(%s) is too long!", name);
+        return E_APPS_ERR_OUTOFBUF;
+    }
+
+    ItcObject *itc = nullptr;
+    const apps_err_e_type refused = add_object(name, handler, &itc);
+    if (refused != E_APPS_ERR_SUCCESS) {
+        return refused;
+    }
+    if (os_thread_create(&itc->thread, attr, frwk_itc_main, itc) != 0) {
+        FRWK_WARN("create itc(%s) thread failed!", name);
+        remove_object(itc);
+        return E_APPS_ERR_THREAD;
+    }
+    return E_APPS_ERR_SUCCESS;
+}
+
+apps_err_e_type frwk_itc_send(const char *name, uint32_t msgid, const void *data, int32_t size) {
+    if (name == nullptr || (data == nullptr && size > 0)) {
+        FRWK_WARN("invalid itc parameter!");
+        return E_APPS_ERR_PARAM;
+    }
+
+    const RegistryLock sending(pthread_rwlock_rdlock);
+    ItcObject *itc = find(name);
+    if (itc == nullptr) {
+        FRWK_WARN("itc(%s) has not been registered!", name);
+        return E_APPS_ERR_NOTEXIST;
+    }
+
+    ItcRecord *record = make_record(msgid, data, size);
+    if (record == nullptr) {
+        FRWK_WARN("alloc for itc send failed! msgid:%d, data_size:%d", static_cast<int>(msgid), size);
+        return E_APPS_ERR_MALLOC;
+    }
+    put(itc, record);
+    return E_APPS_ERR_SUCCESS;
+}
