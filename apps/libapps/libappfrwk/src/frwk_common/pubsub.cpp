@@ -25,9 +25,9 @@ void init_folder(const char *folder) {
         shell_on_path("mkdir -p", folder);
         return;
     }
-    char content[64];
-    (void)std::snprintf(content, sizeof(content), "%s/*", folder);
-    shell_on_path("rm -rf", content);
+    char command[64];
+    (void)std::snprintf(command, sizeof(command), "rm -rf %s/*", folder);  // one of two fixed folders
+    shell_and_sync(command);
 }
 
 }  // namespace

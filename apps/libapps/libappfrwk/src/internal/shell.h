@@ -9,6 +9,12 @@
 #include "internal/shell_command.h"
 #include "os_process.h"
 
+/* Runs a fixed command and syncs the file systems. */
+inline void shell_and_sync(const char *command) {
+    os_system(command);
+    ::sync();
+}
+
 /*
  * Runs a command on a path and syncs the file systems, so that its effect survives a power cut.
  * verb: such as "mkdir -p". path: any; one that is too long for the command is reported, and nothing is run.
@@ -20,6 +26,5 @@ inline void shell_on_path(const char *verb, const char *path) {
         FRWK_WARN("'%s' not run: the path is too long", verb);
         return;
     }
-    os_system(command.text());
-    ::sync();
+    shell_and_sync(command.text());
 }
