@@ -4,6 +4,9 @@
 // /m_webui, /tmp/m_tmp, /etc/quor_*, /usr/bin/apps_init) are fresh and writable there, and nothing of the
 // host is touched. For tests and the demo; not a sandbox, since all other files are the host's own.
 //
+// QUOR_EMULATOR in the environment names a program that runs what is built for 32-bit ARM (qemu-arm); it is
+// then used for every such program in the tree.
+//
 // The status is the command's, or 128 and the number of the signal that ended it; 126 or 127 when it can't
 // be run. Where the tree can't be made, as where namespaces are not allowed, and for a wrong usage, it is 2.
 

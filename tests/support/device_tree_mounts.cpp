@@ -31,6 +31,8 @@
 #include <memory>
 #include <string>
 
+#include "device_tree_emulator.h"
+
 namespace device_tree {
 namespace {
 
@@ -227,10 +229,10 @@ void show_host_folders() {
                    [](const std::string &name) { show(std::string(kHost) + "/" + name, "/" + name); });
 }
 
-// Root is enough where it may mount. Anyone else, and root in a container, needs a user namespace, in
-// which the own user and group stand for themselves.
-void unshare_namespaces() {
-    if (unshare(CLONE_NEWNS) == 0) {
+// Root is enough where it may mount. Anyone else, root in a container, and an emulator, which must not reach
+// the host's other processes, needs a user namespace, in which the own user and group stand for themselves.
+void unshare_namespaces(bool own_user_namespace) {
+    if (!own_user_namespace && unshare(CLONE_NEWNS) == 0) {
         return;
     }
 
@@ -247,9 +249,6 @@ void unshare_namespaces() {
 // Makes an empty tmpfs the root, with the host's root at kHost. It is mounted over /tmp for a moment only,
 // and nobody outside sees that.
 void switch_root() {
-    if (mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0) {
-        refuse("namespaces are not allowed here:", "mount");
-    }
     mount_fresh("/tmp");
     const std::string host = std::string("/tmp") + kHost;
     make_folder(host);
@@ -272,7 +271,14 @@ void refuse(const char *what, const char *detail) {
 }
 
 void enter_private_root() {
-    unshare_namespaces();
+    const char *emulator = getenv("QUOR_EMULATOR");
+    unshare_namespaces(emulator != nullptr);
+    if (mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0) {
+        refuse("namespaces are not allowed here:", "mount");
+    }
+    if (emulator != nullptr) {
+        register_emulator(emulator);
+    }
     switch_root();
 
     const mode_t before = umask(0);
