@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <utility>
 
 class OwnedFd {
   public:
@@ -23,6 +24,9 @@ class OwnedFd {
     int get() const { return fd_; }
     explicit operator bool() const { return fd_ >= 0; }
 
+    /* Hands the descriptor over to the caller. */
+    [[nodiscard]] int take() { return std::exchange(fd_, -1); }
+
   private:
-    const int fd_;
+    int fd_;
 };

@@ -3,28 +3,22 @@
  */
 #include "device_key.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <cerrno>
-#include <cstdio>
-#include <cstdlib>
 #include <cstring>
 
 #include "file_io.h"
 #include "os_log.h"
 #include "owned_fd.h"
 #include "sodium_ready.h"
+#include "unfinished_file.h"
 
 namespace device_key {
 
 namespace {
 
 constexpr char kProductKey[] = "/etc/quor_product.key";
-constexpr char kFolder[] = "/m_data/usr_permanent";
 constexpr char kDeviceKey[] = "/m_data/usr_permanent/device.key";
-constexpr char kUnfinished[] = "/m_data/usr_permanent/device.key.XXXXXX";
+constexpr char kKind[] = "device.key"; /* what the name of an unfinished key file begins with */
 
 static_assert(kKeySize == crypto_kdf_KEYBYTES);
 static_assert(sizeof(Use) - 1 == crypto_kdf_CONTEXTBYTES);
@@ -68,22 +62,9 @@ KeyFile read_key(const char *path, Key *key) {
     return KeyFile::kTaken;
 }
 
-bool write_key(int fd, const Key &key) {
-    return fchmod(fd, S_IRUSR | S_IWUSR) == 0 && file_io::write_all(fd, key.bytes, kKeySize) &&
-           fsync(fd) == 0;
-}
-
-void sync_folder() {
-    const OwnedFd fd(open(kFolder, O_RDONLY | O_CLOEXEC | O_DIRECTORY));
-    if (!fd || fsync(fd.get()) != 0) {
-        warn(__func__, "sync the folder", kFolder);
-    }
-}
-
 /* Gives the finished file its name, unless another process was first. */
-bool publish(const char *unfinished) {
-    if (link(unfinished, kDeviceKey) == 0) {
-        sync_folder();
+bool publish(UnfinishedFile *file) {
+    if (file->become_target()) {
         OS_LOG(OS_LOG_WARNING, "%s is missing, made %s: backups can be restored on this device only",
                kProductKey, kDeviceKey);
         return true;
@@ -91,37 +72,37 @@ bool publish(const char *unfinished) {
     if (errno != EEXIST) {
         return false;
     }
-    sync_folder(); /* the other process may not have come to it yet */
+    file->sync_folder(); /* the other process may not have come to it yet */
     return true;
 }
 
 /* Writes a random key to a file of its own, so that a power cut never leaves half a key under the name. */
 bool make_key_file() {
-    char path[sizeof(kUnfinished)];
-    memcpy(path, kUnfinished, sizeof(path));
-    const OwnedFd fd(mkostemp(path, O_CLOEXEC));
-    if (!fd) {
-        warn(__func__, "make the key file", kDeviceKey);
-        return false;
-    }
-
     Key key;
     randombytes_buf(key.bytes, kKeySize);
-    const bool made = write_key(fd.get(), key) && publish(path);
+    UnfinishedFile file(kDeviceKey, kKind);
+    const bool made = file && file_io::write_all(file.fd(), key.bytes, kKeySize) && publish(&file);
     if (!made) {
         warn(__func__, "make the key file", kDeviceKey);
     }
-    unlink(path);
     return made;
 }
 
 /* Whoever made it, the key in use is the one in the file. */
+KeyFile read_made_key(Key *key) {
+    const KeyFile found = read_key(kDeviceKey, key);
+    if (found == KeyFile::kMissing) {
+        OS_LOG(OS_LOG_WARNING, "the key file %s vanished as soon as it was made", kDeviceKey);
+    }
+    return found;
+}
+
 KeyFile read_device_key(Key *key) {
     const KeyFile found = read_key(kDeviceKey, key);
     if (found != KeyFile::kMissing) {
         return found;
     }
-    return make_key_file() ? read_key(kDeviceKey, key) : KeyFile::kRefused;
+    return make_key_file() ? read_made_key(key) : KeyFile::kRefused;
 }
 
 bool read_any_key(Key *key) {

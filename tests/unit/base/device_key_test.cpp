@@ -11,6 +11,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <csignal>
 #include <cstring>
 #include <optional>
 #include <string>
@@ -288,6 +289,46 @@ TEST_F(DeviceKey, AKeyThatAnotherProcessMadeMeanwhileIsTaken) {
     EXPECT_EQ("", log().text());
     ASSERT_TRUE(first);
     EXPECT_EQ(first, derived());
+}
+
+TEST_F(DeviceKey, AKeyFileThatVanishesAsSoonAsItIsMadeIsAWarning) {
+    doubles::libc::fsync.stand_in([](int fd) {
+        if (doubles::libc::fsync.calls() == 2) {
+            (void)unlink(kDeviceKeyPath);
+        }
+        return doubles::libc::fsync.real(fd);
+    });
+    EXPECT_FALSE(derived());
+    EXPECT_EQ(1u,
+              log().count("the key file /m_data/usr_permanent/device.key vanished as soon as it was made"))
+        << log().text();
+    doubles::libc::fsync.restore();
+    EXPECT_TRUE(derived());
+}
+
+TEST_F(DeviceKey, WhatAKilledProcessLeftIsRemovedAtTheNextMaking) {
+    const pid_t pid = fork();
+    if (pid == 0) {
+        doubles::libc::fsync.stand_in([](int) { return raise(SIGKILL); });
+        _exit(derived() ? 1 : 2);
+    }
+    int status = 0;
+    ASSERT_EQ(pid, waitpid(pid, &status, 0));
+    ASSERT_TRUE(WIFSIGNALED(status));
+    ASSERT_EQ(1u, permanent_files().size());
+    EXPECT_EQ(0u, permanent_files().front().find("device.key.unfinished."));
+
+    EXPECT_TRUE(derived());
+    EXPECT_EQ(std::vector<std::string>{"device.key"}, permanent_files());
+}
+
+/* A copy that somebody keeps beside the key is none of ours. */
+TEST_F(DeviceKey, ACopyOfTheKeyStaysAtTheNextMaking) {
+    const std::string copy = std::string(kDeviceKeyPath) + ".backup";
+    write_key_file(copy.c_str(), some_key());
+    EXPECT_TRUE(derived());
+    EXPECT_EQ(some_key(), key_file_bytes(copy.c_str()));
+    EXPECT_EQ(2u, permanent_files().size());
 }
 
 TEST_F(DeviceKey, ProcessesThatMakeTheKeyAtOnceEndWithOneKey) {

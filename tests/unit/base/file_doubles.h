@@ -1,0 +1,21 @@
+/*
+ * Doubles that only files with a temporary twin need, and of the wiping of memory.
+ */
+#pragma once
+
+#include <sys/stat.h>
+#include <sys/types.h>
+
+#include "doubles/double.h"
+
+namespace doubles::files {
+
+extern Double<int(char *, int)> mkostemp;
+extern Double<int(int, int)> flock;
+extern Double<int(int, struct stat *)> fstat;
+extern Double<int(int, uid_t, gid_t)> fchown;
+extern Double<int(const char *, const char *)> link;
+extern Double<char *(const char *, char *)> realpath;
+extern Double<void(void *, size_t)> sodium_memzero;
+
+}  // namespace doubles::files
