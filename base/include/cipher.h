@@ -1,6 +1,6 @@
 /*
- * The device cipher: secrets as text that only a device with the same key can read, and that nobody can
- * alter unnoticed.
+ * The device cipher: secrets as text, and whole files, that only a device with the same key can read, and
+ * that nobody can alter unnoticed.
  *
  * The key is the 32 bytes of "/etc/quor_product.key", which comes with the product's image and is the same
  * on all devices of a kind. Without that file it is "/m_data/usr_permanent/device.key", made of random bytes
@@ -38,6 +38,32 @@ char *zn_encrypt_data(const void *data, uint32_t length);
  * or made with another key, or when there is no key or no such block.
  */
 void *zn_decrypt_data(const char *text, uint32_t length, uint32_t *count);
+
+/*
+ * Enciphers a file in place.
+ *
+ * At every moment, a power cut or a kill included, the file is the old or the new one as a whole: the new one
+ * is written beside it as "cipher.unfinished.XXXXXX", readable by its owner only, and takes its place when it
+ * is on the disk. So the folder must be writable and have room for both. It takes a quarter of a megabyte of
+ * memory whatever the size. Owner and access rights are kept; where the caller may not give the file to its
+ * owner, it becomes the caller's alone. Other hard links to the file keep the old content.
+ *
+ * path: of a regular file, or a symbolic link to one, which stays a link; null gives 0. Nobody else may write
+ * to the file meanwhile.
+ * Returns 1. Returns 0 when there is no key, or a step failed, which is logged; then the file is as it was
+ * and nothing stays beside it.
+ */
+int32_t zn_encrypt_file_ex(const char *path);
+
+/*
+ * Deciphers in place a file that zn_encrypt_file_ex wrote. All said there holds here.
+ *
+ * The file is replaced only when its last byte has proved right. Until then what was read of it lies beside
+ * it, where only its owner can read it.
+ * Returns 1. Returns 0, which is logged, also when the file was altered, cut, extended or made with another
+ * key, or is not enciphered.
+ */
+int32_t zn_decrypt_file_ex(const char *path);
 
 #pragma GCC visibility pop
 #ifdef __cplusplus

@@ -25,6 +25,7 @@ struct Key {
 /* A use of the device's key. Texts and files that exist depend on its letters. */
 using Use = char[9];
 inline constexpr Use kForValues = "values-1";
+inline constexpr Use kForFiles = "files--1";
 
 /*
  * Derives the key of one use, and makes the device's key before when it has none.

@@ -1,0 +1,93 @@
+/*
+ * Files under the device cipher: the new form is written beside the file and takes its place when it is
+ * whole.
+ */
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <climits>
+#include <cstdlib>
+#include <cstring>
+
+#include "cipher.h"
+#include "cipher_stream.h"
+#include "device_key.h"
+#include "file_io.h"
+#include "os_log.h"
+#include "owned_fd.h"
+#include "unfinished_file.h"
+
+namespace {
+
+using cipher_stream::Result;
+using Change = Result (*)(int from, int to, const device_key::Key &key);
+
+/* What the name of an unfinished file begins with. */
+constexpr char kKind[] = "cipher";
+
+constexpr mode_t kAccessBits = S_IRWXU | S_IRWXG | S_IRWXO;
+
+/* Gives the owner and access rights of one file to another. Rights of others go where the owner can't. */
+bool copy_access(const struct stat &from, int to) {
+    const bool same_owner = fchown(to, from.st_uid, from.st_gid) == 0;
+    return fchmod(to, from.st_mode & (same_owner ? kAccessBits : S_IRWXU)) == 0;
+}
+
+/* path: of the file itself, without symbolic links. */
+Result replace_file(const char *path, Change change, const device_key::Key &key) {
+    const OwnedFd file(file_io::open_for_reading(path));
+    struct stat info;
+    if (!file || !file_io::is_regular_file(file.get(), &info)) {
+        return Result::kFailed;
+    }
+    UnfinishedFile changed(path, kKind);
+    if (!changed) {
+        return Result::kFailed;
+    }
+
+    const Result result = change(file.get(), changed.fd(), key);
+    if (result != Result::kDone) {
+        return result;
+    }
+    return copy_access(info, changed.fd()) && changed.replace_target() ? Result::kDone : Result::kFailed;
+}
+
+int32_t report(const char *function, const char *path, Result result) {
+    const int cause = errno;
+    if (result == Result::kFailed) {
+        OS_LOG_AS(function, OS_LOG_WARNING, "%s stays as it is, errno=%d, cause: %s", path, cause,
+                  strerror(cause));
+    }
+    if (result == Result::kRefused) {
+        OS_LOG_AS(function, OS_LOG_WARNING,
+                  "%s is refused: it is no enciphered file, was altered or cut, or has another key", path);
+    }
+    return result == Result::kDone ? 1 : 0;
+}
+
+/* Follows symbolic links, so that the file changes and not the link. */
+int32_t change_file(const char *function, const char *path, Change change) {
+    if (path == nullptr) {
+        return 0;
+    }
+    char resolved[PATH_MAX];
+    if (realpath(path, resolved) == nullptr) {
+        return report(function, path, Result::kFailed);
+    }
+    device_key::Key key;
+    if (!device_key::derive(device_key::kForFiles, &key)) {
+        return 0;
+    }
+    return report(function, path, replace_file(resolved, change, key));
+}
+
+}  // namespace
+
+int32_t zn_encrypt_file_ex(const char *path) {
+    return change_file(__func__, path, cipher_stream::encipher);
+}
+
+int32_t zn_decrypt_file_ex(const char *path) {
+    return change_file(__func__, path, cipher_stream::decipher);
+}

@@ -1,0 +1,104 @@
+/*
+ * A file of a test's own, under the product's key, and what may become of it.
+ */
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "cipher.h"
+#include "doubles/faults_test_fixture.h"
+#include "os_mem.h"
+#include "unit/base/key_files.h"
+#include "unit/base/open_descriptors.h"
+#include "unit/base/temp_folder.h"
+
+/* Bytes in front of the chunks, of a full chunk's content, and of each chunk's seal. */
+inline constexpr size_t kBeginningSize = 36;
+inline constexpr size_t kChunkSize = 65536;
+inline constexpr size_t kSealSize = 17;
+inline constexpr size_t kSealedChunkSize = kChunkSize + kSealSize;
+
+/* The same bytes for each size, and no two chunks alike. */
+inline std::string some_content(size_t size) {
+    std::mt19937 random(4713);
+    std::string content(size, '\0');
+    for (char &byte : content) {
+        byte = static_cast<char>(random());
+    }
+    return content;
+}
+
+class FileCipherTest : public FaultsTest {
+  protected:
+    void SetUp() override {
+        FaultsTest::SetUp();
+        remove_key_files();
+        write_key_file(kProductKeyPath, some_key());
+        descriptors_before_ = open_descriptors();
+        os_mem_usage(&before_);
+    }
+
+    /* No call of a test leaves a block or a descriptor behind. */
+    void TearDown() override {
+        FaultsTest::TearDown();
+        remove_key_files();
+        os_mem_usage_t after = {};
+        os_mem_usage(&after);
+        EXPECT_EQ(before_.live_blocks, after.live_blocks);
+        EXPECT_EQ(descriptors_before_, open_descriptors());
+    }
+
+    std::string path() const { return folder_.path("file"); }
+
+    void put(const std::string &content) const { folder_.file("file", content); }
+
+    std::string content() const { return key_file_bytes(path().c_str()); }
+
+    int32_t encipher() const { return zn_encrypt_file_ex(path().c_str()); }
+
+    int32_t decipher() const { return zn_decrypt_file_ex(path().c_str()); }
+
+    /* The enciphered form of a content. */
+    std::string enciphered(const std::string &plain) const {
+        put(plain);
+        EXPECT_EQ(1, encipher());
+        return content();
+    }
+
+    /* What a file with these bytes is deciphered to. */
+    std::string deciphered(const std::string &bytes) const {
+        put(bytes);
+        EXPECT_EQ(1, decipher());
+        return content();
+    }
+
+    /* Whether a file with these bytes is not deciphered, stays as it is, and stands alone. */
+    bool is_refused(const std::string &bytes) const {
+        put(bytes);
+        return decipher() == 0 && content() == bytes && stands_alone();
+    }
+
+    /* The names in the file's folder. */
+    std::vector<std::string> names() const {
+        std::vector<std::string> names;
+        for (const auto &entry : std::filesystem::directory_iterator(folder_.path())) {
+            names.push_back(entry.path().filename());
+        }
+        return names;
+    }
+
+    bool stands_alone() const { return names() == std::vector<std::string>{"file"}; }
+
+    const TempFolder folder_;
+
+  private:
+    os_mem_usage_t before_ = {};
+    int descriptors_before_ = 0;
+};
