@@ -156,6 +156,18 @@ TEST(Json, IntegersAreExact) {
     EXPECT_EQ(kInt64Min, int64_of("-9223372036854775808"));
 }
 
+/* A string keeps the sign, and so does a number with a point. An integer has no zero but one. */
+TEST(Json, MinusZeroIsZero) {
+    EXPECT_EQ(0, int64_of("-0"));
+    EXPECT_EQ(0.0, double_of("-0"));
+    EXPECT_EQ(0, int64_of("-0.0"));
+    EXPECT_EQ(0.0, double_of("-0.0"));
+    EXPECT_TRUE(std::signbit(double_of("-0.0")));
+    EXPECT_TRUE(std::signbit(double_of("-0e7")));
+    EXPECT_EQ("-0", string_of("\"-0\""));
+    EXPECT_EQ(nullptr, parse("-00"));
+}
+
 TEST(Json, IntegersBeyondTheLimitsGiveTheLimit) {
     for (const char *text : {"9223372036854775808", "9999999999999999999", "18446744073709551615",
                              "18446744073709551616", "100000000000000000000", "1e19", "1e300", "1e400"}) {
@@ -177,6 +189,20 @@ TEST(Json, NumbersWithAPointOrAnExponentLoseTheirFraction) {
     EXPECT_EQ(0, int64_of("-0.0"));
     EXPECT_EQ(kInt64Max, int64_of("9.223372036854775808e18"));
     EXPECT_EQ(kInt64Min, int64_of("-9.223372036854775808e18"));
+}
+
+/* Doubles lie 1024 apart below 2^63, and 2048 above. */
+TEST(Json, DoublesNextToTheLimitsOfIntegersAreNotRoundedIntoThem) {
+    EXPECT_EQ(kInt64Max - 1023, int64_of("9223372036854774784.0"));
+    EXPECT_EQ(kInt64Max - 1023, int64_of("9.223372036854774784e18"));
+    EXPECT_EQ(kInt64Max - 1023, int64_of("9223372036854775295.9"));
+    EXPECT_EQ(kInt64Max, int64_of("9223372036854775807.0"));
+    EXPECT_EQ(kInt64Max, int64_of("9223372036854775808.0"));
+    EXPECT_EQ(kInt64Max, int64_of("9223372036854777856.0"));
+    EXPECT_EQ(kInt64Min + 1024, int64_of("-9223372036854774784.0"));
+    EXPECT_EQ(kInt64Min, int64_of("-9223372036854775808.0"));
+    EXPECT_EQ(kInt64Min, int64_of("-9223372036854775809.0"));
+    EXPECT_EQ(kInt64Min, int64_of("-9223372036854777856.0"));
 }
 
 TEST(Json, DoublesAreTheNearestToTheNumber) {

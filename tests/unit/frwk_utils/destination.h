@@ -43,6 +43,17 @@ class Destination {
         return testing::AssertionSuccess();
     }
 
+    /* Whether every byte is as in another destination, those around the variable too. */
+    testing::AssertionResult same_as(const Destination &other) const {
+        for (size_t i = 0; i < sizeof(bytes_); ++i) {
+            if (bytes_[i] != other.bytes_[i]) {
+                return testing::AssertionFailure()
+                       << "byte " << static_cast<long>(i) - static_cast<long>(kOffset) << " differs";
+            }
+        }
+        return testing::AssertionSuccess();
+    }
+
     testing::AssertionResult untouched() const { return only_wrote(0); }
 
   private:

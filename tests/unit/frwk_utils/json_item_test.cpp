@@ -54,6 +54,8 @@ const Member kMembers[] = {
     {"0", 0, 0},
     {"1", 1, 1},
     {"-1", -1, -1},
+    {"-0", 0, 0},
+    {"-0.0", 0, -0.0},
     {"2", 2, 2},
     {"255", 255, 255},
     {"256", 256, 256},
@@ -76,6 +78,11 @@ const Member kMembers[] = {
     {"9223372036854775807", INT64_MAX, 9223372036854775808.0},
     {"-9223372036854775808", INT64_MIN, -9223372036854775808.0},
     {"9223372036854775808", INT64_MAX, 9223372036854775808.0},
+    {"9223372036854774784.0", INT64_MAX - 1023, 9223372036854774784.0},
+    {"9223372036854775808.0", INT64_MAX, 9223372036854775808.0},
+    {"-9223372036854774784.0", INT64_MIN + 1024, -9223372036854774784.0},
+    {"-9223372036854775808.0", INT64_MIN, -9223372036854775808.0},
+    {"-9223372036854777856.0", INT64_MIN, -9223372036854777856.0},
     {"18446744073709551616", INT64_MAX, 18446744073709551616.0},
     {"-18446744073709551616", INT64_MIN, -18446744073709551616.0},
     {"1e3", 1000, 1000},
@@ -303,6 +310,17 @@ TEST(JsonItem, CopiesAStringThatFits) {
     EXPECT_TRUE(answer.destination.only_wrote(4));
 }
 
+TEST(JsonItem, KeepsTheSignOfAZeroThatIsAText) {
+    const Answer text = read_member("\"-0\"", FRWK_DATA_TYPE_STRING, 3);
+    EXPECT_EQ(text.result, E_APPS_ERR_SUCCESS);
+    EXPECT_EQ(text.destination.text(), "-0");
+    EXPECT_TRUE(text.destination.only_wrote(3));
+
+    const Answer number = read_member("\"-0\"", FRWK_DATA_TYPE_INT, 4);
+    EXPECT_EQ(number.result, E_APPS_ERR_SUCCESS);
+    EXPECT_EQ(number.destination.value<int32_t>(), 0);
+}
+
 TEST(JsonItem, KeepsAnEmbeddedQuote) {
     const Answer answer = read_member("\"a\\\"b\"", FRWK_DATA_TYPE_STRING, 8);
     EXPECT_EQ(answer.result, E_APPS_ERR_SUCCESS);
@@ -329,7 +347,7 @@ TEST(JsonItem, NeedsAByteForTheEmptyText) {
 
 TEST(JsonItem, RefusesUnsupportedTypesOfEveryKindOfMember) {
     for (const char *value : {"1", "1.5", "\"1\"", "null", "{}", "[]"}) {
-        for (const int32_t type : {0, 2, 5, 18, 19, 20, -1}) {
+        for (const int32_t type : {0, 2, 5, 18, 19, 20, -1, 255, 256, 65537, INT32_MAX, INT32_MIN}) {
             SCOPED_TRACE(std::string(value) + " as " + std::to_string(type));
             const Answer answer = read_member(value, type, kLargestSize);
             EXPECT_EQ(answer.result, E_APPS_ERR_PARAM);
@@ -343,17 +361,16 @@ TEST(JsonItem, RefusesUnsupportedTypesOfEveryKindOfMember) {
 TEST(JsonItem, ReadsStringsAsTextsOfEveryType) {
     const std::string too_long(400, '9');
     for (const std::string &text :
-         {std::string(), std::string("1"), std::string("-1"), std::string(" on"), std::string("off"),
-          std::string("0012"), std::string("1.5"), std::string("nan"), std::string("-inf"),
-          std::string("-32768"), too_long}) {
+         {std::string(), std::string("1"), std::string("-1"), std::string("-0"), std::string("-0.0"),
+          std::string(" on"), std::string("off"), std::string("0012"), std::string("1.5"), std::string("nan"),
+          std::string("-inf"), std::string("-32768"), too_long}) {
         for (int32_t type = 0; type <= 20; ++type) {
             for (uint32_t size = 0; size <= kLargestSize; ++size) {
                 SCOPED_TRACE(text + " as " + std::to_string(type) + " into " + std::to_string(size));
                 const Answer answer = read_member("\"" + text + "\"", type, size);
                 Destination expected;
                 EXPECT_EQ(answer.result, frwk_str_to_value(type, text.c_str(), expected.out(), size));
-                EXPECT_EQ(answer.destination.text(), expected.text());
-                EXPECT_EQ(answer.destination.value<uint64_t>(), expected.value<uint64_t>());
+                EXPECT_TRUE(answer.destination.same_as(expected));
             }
         }
     }
