@@ -136,7 +136,7 @@ TEST_F(FileCipherKilled, AtRandomMomentsOfManyChanges) {
     constexpr int kRounds = 25;
     constexpr unsigned kLongest = 4000; /* microseconds */
     std::mt19937 random(4715);
-    const std::string plain = some_content(1u << 20);
+    const std::string plain = some_content(5 * kChunkSize);
     for (int round = 0; round < kRounds; ++round) {
         put(plain);
         const pid_t pid = start([this] {

@@ -8,8 +8,8 @@
 #include <unistd.h>
 
 #include <fstream>
-#include <iterator>
 #include <memory>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -31,8 +31,9 @@ inline void write_key_file(const char *path, const std::string &bytes) {
 }
 
 inline std::string key_file_bytes(const char *path) {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+    std::ostringstream bytes;
+    bytes << std::ifstream(path, std::ios::binary).rdbuf();
+    return bytes.str();
 }
 
 /* The names in the folder of permanent files. */
