@@ -16,11 +16,14 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <random>
 #include <sstream>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "frwk_common.h"
@@ -237,6 +240,57 @@ std::string show_run(const Words &) {
     return ids;
 }
 
+/* The key of an event; "-" stands for the empty key. */
+std::string event_of(const Words &words) {
+    return words.text(1) == "-" ? "" : words.text(1);
+}
+
+std::string subscribe(const Words &words) {
+    return returned(frwk_ipc_msg_sub(event_of(words).c_str()));
+}
+
+std::string unsubscribe(const Words &words) {
+    return returned(frwk_ipc_msg_unsub(event_of(words).c_str()));
+}
+
+std::string publish(const Words &words) {
+    const std::string body = body_of(words.text(3));
+    frwk_ipc_msg_pub(event_of(words).c_str(), words.number(2), data_of(body), length_of(body));
+    return "done";
+}
+
+std::string publish_burst(const Words &words) {
+    for (uint32_t i = 0; i < words.count(3); ++i) {
+        frwk_ipc_msg_pub(event_of(words).c_str(), words.number(2), &i, sizeof(i));
+    }
+    return "done";
+}
+
+/* Subscribes and unsubscribes at random. Returns how many calls failed, and whether the last subscribed. */
+std::string churn(const Words &words) {
+    const std::string event = event_of(words);
+    std::mt19937 random(words.count(3));
+    uint32_t failed = 0;
+    bool listed = false;
+    for (uint32_t i = 0; i < words.count(2); ++i) {
+        listed = random() % 2 == 0;
+        failed += (listed ? frwk_ipc_msg_sub(event.c_str()) : frwk_ipc_msg_unsub(event.c_str())) != 0 ? 1 : 0;
+    }
+    return "failed=" + std::to_string(failed) + " listed=" + std::to_string(listed ? 1 : 0);
+}
+
+std::string churn_in_threads(const Words &words) {
+    std::vector<std::thread> threads;
+    std::atomic<uint32_t> failed{0};
+    for (uint32_t i = 0; i < words.count(4); ++i) {
+        threads.emplace_back([&words, &failed] { failed += churn(words).find("failed=0") == 0 ? 0 : 1; });
+    }
+    for (std::thread &thread : threads) {
+        thread.join();
+    }
+    return "failed=" + std::to_string(failed);
+}
+
 struct Command {
     const char *name;
     std::string (*act)(const Words &words);
@@ -258,6 +312,12 @@ constexpr Command kCommands[] = {
     {"id", find_id},                /* id NAME */
     {"row", show_row},              /* row INDEX */
     {"run", show_run},              /* run */
+    {"sub", subscribe},             /* sub EVENT */
+    {"unsub", unsubscribe},         /* unsub EVENT */
+    {"pub", publish},               /* pub EVENT MESSAGE BODY */
+    {"pub-burst", publish_burst},   /* pub-burst EVENT MESSAGE COUNT */
+    {"churn", churn},               /* churn EVENT COUNT SEED */
+    {"threads", churn_in_threads},  /* threads EVENT COUNT SEED THREADS */
 };
 
 std::string carry_out(const std::string &line) {

@@ -22,6 +22,9 @@ inline constexpr char kSubscribeFolderEx[] = "/m_webui/subscribe";
 inline constexpr char kLinkFile[] = "/m_data/usr/subscribe/link";
 inline constexpr char kSubscribeLockFile[] = "/tmp/m_tmp/lock/subscribe";
 
+/* What subscribing and unsubscribing report of a file that can't be opened, before its cause. */
+inline constexpr char kNotOpened[] = "can't open event key file!";
+
 /* Keys that name no file of the folder. */
 inline constexpr const char *kKeysThatNameNoFile[] = {nullptr,      "",    ".",           "..",
                                                       "../escaped", "a/b", "/m_data/usr", "sub/"};
@@ -62,6 +65,18 @@ class SubscriptionTest : public ModuleTest {
         EXPECT_EQ(g_s_sub_lock_file, nullptr);
         remove_folders();
         remove_tree(kSubscribeLockFile);
+    }
+
+    /* What becomes of a file when the module subscribes, or unsubscribes. */
+    static std::string after_sub(const std::string &content) {
+        write_file(kLinkFile, content);
+        EXPECT_EQ(frwk_ipc_msg_sub("link"), 0);
+        return read_file(kLinkFile);
+    }
+    static std::string after_unsub(const std::string &content) {
+        write_file(kLinkFile, content);
+        EXPECT_EQ(frwk_ipc_msg_unsub("link"), 0);
+        return read_file(kLinkFile);
     }
 
     static void remove_folders() {
