@@ -133,12 +133,16 @@ const char *SubscriptionLines::next() {
     return strdern(line_, length);
 }
 
-/* Whether there is a next byte in the block, which is read anew when it is used up. */
+/*
+ * Whether there is a next byte in the block, which is read anew when it is used up. A block that was not full
+ * is the last one: behind it, a file that was changed meanwhile would show the middle of a line.
+ */
 bool SubscriptionLines::fill() {
-    if (used_ == filled_) {
+    if (used_ == filled_ && !last_block_) {
         const ssize_t taken = ::read(fd_.get(), block_, sizeof(block_));
         used_ = 0;
         filled_ = taken > 0 ? static_cast<size_t>(taken) : 0;
+        last_block_ = filled_ < sizeof(block_);
     }
     return used_ < filled_;
 }

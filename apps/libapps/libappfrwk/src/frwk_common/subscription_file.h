@@ -56,6 +56,7 @@ class SubscriptionLines {
     UniqueFd fd_;
     size_t used_ = 0;
     size_t filled_ = 0;
+    bool last_block_ = false;
     char block_[kBlockSize];
     char line_[kLineSize];
 };
