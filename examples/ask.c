@@ -4,6 +4,8 @@
  *     ask sync MODULE MESSAGE [TEXT]     waits for the result and the answer
  *     ask async MODULE MESSAGE [TEXT]    only delivers the message
  *     ask broadcast MESSAGE [TEXT]       delivers it to every module that is monitored
+ *     ask publish EVENT [TEXT]           sends the message of that name to whoever subscribed to it
+ *     ask init-events                    ends all subscriptions, as the device does when it starts
  *     ask status MODULE                  the module's status word
  *     ask set KEY VALUE                  the configuration database
  *     ask get KEY
@@ -50,6 +52,16 @@ static void broadcast(const char *message, const char *text) {
     printf("sent to all\n");
 }
 
+static void publish(const char *event, const char *text) {
+    frwk_ipc_msg_pub(event, zn_str_to_enum_apps_message_id_e_type(event), text, length_of(text));
+    printf("published\n");
+}
+
+static void init_events(void) {
+    frwk_ipc_init_sub();
+    printf("nobody is subscribed\n");
+}
+
 static void get_key(const char *key) {
     char value[ZNDB_VALUE_LEN];
     const int result = zndb_get(key, value, sizeof(value));
@@ -72,6 +84,10 @@ static int carry_out(int count, char **words) {
         ask_async(words[1], words[2], words[3]);
     } else if (strcmp(verb, "broadcast") == 0 && (count == 2 || count == 3)) {
         broadcast(words[1], words[2]);
+    } else if (strcmp(verb, "publish") == 0 && (count == 2 || count == 3)) {
+        publish(words[1], words[2]);
+    } else if (strcmp(verb, "init-events") == 0 && count == 1) {
+        init_events();
     } else if (strcmp(verb, "status") == 0 && count == 2) {
         printf("status %u\n", frwk_get_module_status((uint32_t)frwk_module_id(words[1])));
     } else if (strcmp(verb, "set") == 0 && count == 3) {
@@ -81,7 +97,8 @@ static int carry_out(int count, char **words) {
     } else if (strcmp(verb, "save") == 0 && count == 1) {
         show_stored(zndb_save());
     } else {
-        fprintf(stderr, "usage: ask sync|async|broadcast|status|set|get|save ..., see ask.c\n");
+        fprintf(stderr,
+                "usage: ask sync|async|broadcast|publish|init-events|status|set|get|save ..., see ask.c\n");
         return 2;
     }
     return 0;

@@ -53,6 +53,9 @@ start() {
     echo "  $1 runs as process $pid"
 }
 
+echo "The device starts: no module is subscribed to an event"
+expect 'nobody is subscribed' ask init-events
+
 echo "Three modules start, each a process of its own"
 start zndb 1
 zndb=$pid
@@ -76,6 +79,11 @@ echo "A broadcast"
 expect 'sent to all' ask broadcast E_APPS_MSG_SYS_LANGUAGE_CHANGE English
 hears router 'the language is now English'
 hears wlan 'the language is now English'
+
+echo "An event: wlan subscribed to it, router didn't, and its publisher knows neither"
+expect 'wlan' cat /m_data/usr/subscribe/E_APPS_MSG_ROUTER_ETH_STATE_CHANGED
+expect 'published' ask publish E_APPS_MSG_ROUTER_ETH_STATE_CHANGED unplugged
+hears wlan 'the cable is unplugged'
 
 echo "Status words: 0 not running, 1 serving, others by the module itself"
 expect 'status 1' ask status router

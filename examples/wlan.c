@@ -1,6 +1,6 @@
 /*
  * wlan: a module that keeps something, a radio channel, checks what it is asked, tells another module what
- * happens, and says how it is doing with a status word of its own.
+ * happens, hears of an event that it subscribed to, and says how it is doing with a status word of its own.
  */
 #include <stdio.h>
 #include <stdlib.h>
@@ -57,6 +57,10 @@ static apps_err_e_type handle(uint32_t src, apps_message_id_e_type msgid, const 
             printf("%s clients\n", text);
             return clients_changed(data, data_len);
 
+        case E_APPS_MSG_ROUTER_ETH_STATE_CHANGED:
+            printf("the cable is %s\n", text);
+            return E_APPS_ERR_SUCCESS;
+
         case E_APPS_MSG_SYS_LANGUAGE_CHANGE:
             printf("the language is now %s\n", text);
             return E_APPS_ERR_SUCCESS;
@@ -71,6 +75,7 @@ int main(void) {
 
     frwk_module_init(E_APPS_MODULE_WLAN, NULL);
     frwk_ipc_service_ex(handle, 0); /* messages are handled on a thread of the framework's */
+    frwk_ipc_msg_sub("E_APPS_MSG_ROUTER_ETH_STATE_CHANGED");
     frwk_set_module_status(STATUS_RADIO_ON);
     frwk_keep_running();
     return 0;
