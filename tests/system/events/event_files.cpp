@@ -1,8 +1,6 @@
 #include "event_files.h"
 
-#include <fcntl.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <cstdlib>
 #include <sstream>
@@ -23,14 +21,4 @@ std::vector<std::string> subscribers() {
         names.push_back(name);
     }
     return names;
-}
-
-pid_t lock_holder() {
-    const int fd = ::open(kEventLock, O_RDWR | O_CLOEXEC);
-    struct flock asked = {};
-    asked.l_type = F_WRLCK;
-    asked.l_whence = SEEK_SET;
-    const int result = ::fcntl(fd, F_GETLK, &asked);
-    ::close(fd);
-    return result == 0 && asked.l_type != F_UNLCK ? asked.l_pid : 0;
 }

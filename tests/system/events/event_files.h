@@ -20,6 +20,3 @@ class EventFiles : public testing::Test {
 
 /* The lines of the event's file. What is no line, since its end is missing, fails the test. */
 std::vector<std::string> subscribers();
-
-/* The process that holds the lock of the subscriptions; 0 for none. */
-pid_t lock_holder();

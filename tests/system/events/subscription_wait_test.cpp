@@ -14,6 +14,7 @@
 
 #include "event_files.h"
 #include "support/module_process.h"
+#include "support/record_lock_holder.h"
 
 namespace {
 
@@ -59,7 +60,7 @@ class SubscriptionWait : public EventFiles {
         return wait_until([module] {
             module->process().send_signal(SIGSTOP);
             const bool stopped = wait_until([module] { return is_stopped(module->pid()); });
-            if (stopped && lock_holder() == module->pid()) {
+            if (stopped && record_lock_holder(kEventLock) == module->pid()) {
                 return true;
             }
             module->process().send_signal(SIGCONT);

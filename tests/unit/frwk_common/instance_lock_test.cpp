@@ -13,6 +13,7 @@
 
 #include "doubles/base_doubles.h"
 #include "doubles/libc_doubles.h"
+#include "support/record_lock_holder.h"
 #include "unit/frwk_common/child.h"
 #include "unit/frwk_common/files.h"
 #include "unit/frwk_common/lock_holder.h"
@@ -98,7 +99,7 @@ TEST_F(InstanceLockTest, ReplacesTheContentOfAnEarlierRun) {
 
 TEST_F(InstanceLockTest, LocksTheWholeFileForWriting) {
     const Holder first;
-    EXPECT_EQ(holder_of(kFile), first.pid());
+    EXPECT_EQ(record_lock_holder(kFile), first.pid());
 }
 
 TEST_F(InstanceLockTest, IsClosedOnExec) {
@@ -131,7 +132,7 @@ TEST_F(InstanceLockTest, IsFreeWhenTheFirstProcessHasEnded) {
 TEST_F(InstanceLockTest, StaysWithTheFirstProcessAfterASecondTried) {
     const Holder first;
     take();
-    EXPECT_EQ(holder_of(kFile), first.pid());
+    EXPECT_EQ(record_lock_holder(kFile), first.pid());
     expect_ended(take(), "the 'wlan' is already running!\n");
 }
 

@@ -1,9 +1,8 @@
 /*
- * Record locks as other processes hold and see them.
+ * A lock in the hands of another process.
  */
 #pragma once
 
-#include <fcntl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -11,18 +10,6 @@
 #include <functional>
 
 #include "unit/frwk_common/test_peer.h"
-
-/* The process that holds a lock on the whole file, as another process sees it; 0 for none. */
-inline pid_t holder_of(const char *path) {
-    const int fd = open(path, O_RDWR | O_CLOEXEC);
-    struct flock lock = {};
-    lock.l_type = F_WRLCK;
-    lock.l_whence = SEEK_SET;
-    const int result = fcntl(fd, F_GETLK, &lock);
-    (void)close(fd);
-    const bool whole = lock.l_type == F_WRLCK && lock.l_start == 0 && lock.l_len == 0;
-    return result == 0 && whole ? lock.l_pid : 0;
-}
 
 /* A process that holds a lock until it is told to end, or is killed. */
 class LockHolder {

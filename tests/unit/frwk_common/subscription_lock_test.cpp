@@ -10,6 +10,7 @@
 #include <thread>
 #include <vector>
 
+#include "support/record_lock_holder.h"
 #include "unit/frwk_common/child.h"
 #include "unit/frwk_common/lock_holder.h"
 #include "unit/frwk_common/subscription_fixture.h"
@@ -26,7 +27,8 @@ class SubscriptionLockTest : public SubscriptionTest {
   protected:
     /* How a process of its own sees the lock. */
     static pid_t holder() {
-        const ChildEnd end = run_in_child([] { return std::to_string(holder_of(kSubscribeLockFile)); });
+        const ChildEnd end =
+            run_in_child([] { return std::to_string(record_lock_holder(kSubscribeLockFile)); });
         return static_cast<pid_t>(std::strtol(end.report.c_str(), nullptr, 10));
     }
 };
