@@ -1,6 +1,6 @@
 /*
- * Values as texts and as JSON members, typed settings and the records that modules share, checks of
- * addresses and host names, and escaping. The calls may be made from any thread.
+ * Values as texts and as JSON members, typed settings and the records that modules share, the device's own
+ * settings, checks of addresses and host names, and escaping. The calls may be made from any thread.
  */
 #ifndef QUOR_FRWK_UTILS_H
 #define QUOR_FRWK_UTILS_H
@@ -303,6 +303,56 @@ typedef struct frwk_profile_t {
  * IP type word that is unknown; E_APPS_ERR_OUTOFBUF for an item longer than its member.
  */
 apps_err_e_type frwk_parse_profile_str(char *text, frwk_profile_t *profile);
+
+/* ---- Device settings ------------------------------------------------------------------------------- */
+/*
+ * Settings that several modules share. Each call waits for the database as those of zndb.h do, and for the
+ * commands that it runs.
+ */
+
+/*
+ * Brings back a debug mode that was set to last: sets "device_debug_mode" and runs the debug-mode script with
+ * "start". For the one module that starts the device up.
+ *
+ * Returns 1, whatever came of it.
+ */
+int32_t frwk_debug_mode_init(void);
+
+/*
+ * Switches the device's debug mode: sets "device_debug_mode" to "true" or "false", then runs the debug-mode
+ * script with "start" or "stop".
+ *
+ * enable: 0 switches it off, anything else on.
+ * mode: how long it lasts: "rom" and "perm" over reboots, "perm" in the permanent area, and "ram", "" or null
+ * until the next reboot, in upper or lower case; any other word leaves that as it was. Ignored when enable
+ * is 0.
+ * Returns 1, also when the script fails; 0 when the database refused, and then nothing was done.
+ */
+int32_t frwk_debug_mode_set(int32_t enable, const char *mode);
+
+/*
+ * Changes the language of the web interface, saves it, and publishes E_APPS_MSG_SYS_LANGUAGE_CHANGE, without
+ * data, to the modules that subscribed to the event of this name.
+ *
+ * language: one of those in "webs_language_support", in upper or lower case; stored as it is given.
+ * Returns 1, or 0 when it is null, empty or not in the list, or the database refused.
+ */
+int32_t frwk_language_change(const char *language);
+
+/*
+ * The same for the language of the user agreement, those in "webs_usragree_lang_support", and
+ * E_APPS_MSG_SYS_USRAGREE_LANGUAGE_CHANGE.
+ */
+int32_t frwk_user_agreement_language_change(const char *language);
+
+/*
+ * Writes the trace mask of the modem service from the files in "/m_data/usr/trace", each named after a module
+ * that is to be traced; without the file "mal_service" there, or with nothing to trace, removes it. Modules
+ * that are not in the start-up list, or are disabled, don't count.
+ *
+ * Returns 1, or 0 when the mask can't be written; then there is none.
+ */
+int32_t frwk_set_mals_tracemask(void);
 
 /* ---- Capabilities ---------------------------------------------------------------------------------- */
 /* Fixed answers of this product build: 1 or 0. */

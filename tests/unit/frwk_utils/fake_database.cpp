@@ -3,9 +3,15 @@
  */
 #include "unit/frwk_utils/fake_database.h"
 
+#include <algorithm>
 #include <cstring>
 
 namespace {
+
+int result_of(const char *call) {
+    const auto single = fake_database().results.find(call);
+    return single != fake_database().results.end() ? single->second : fake_database().result;
+}
 
 int set(const char *call, std::map<std::string, std::string> *store, const char *key, const char *value) {
     if (key == nullptr || value == nullptr) {
@@ -18,14 +24,20 @@ int set(const char *call, std::map<std::string, std::string> *store, const char 
         return E_ZNDB_RET_VALUE_LEN;
     }
     fake_database().requests.push_back({call, key, value, nullptr, 0});
-    if (fake_database().result == E_ZNDB_RET_SUCCESS) {
+    const int result = result_of(call);
+    if (result == E_ZNDB_RET_SUCCESS) {
         (*store)[key] = value;
     }
-    return fake_database().result;
+    return result;
 }
 
 /* Like the transport, it writes to the buffer only what fits. */
 int answer(const char *key, char *value, uint32_t size) {
+    const std::string &raw = fake_database().raw_answer;
+    if (!raw.empty()) {
+        std::memcpy(value, raw.data(), std::min<size_t>(raw.size(), size));
+        return E_ZNDB_RET_SUCCESS;
+    }
     const auto found = fake_database().plain.find(key);
     if (found == fake_database().plain.end()) {
         return E_ZNDB_RET_NOT_FOUND;
@@ -60,5 +72,11 @@ int zndb_get(const char *key, char *value, uint32_t size) {
         return E_ZNDB_RET_KEY_LEN;
     }
     fake_database().requests.push_back({__func__, key, "", value, size});
-    return fake_database().result != E_ZNDB_RET_SUCCESS ? fake_database().result : answer(key, value, size);
+    const int result = result_of(__func__);
+    return result != E_ZNDB_RET_SUCCESS ? result : answer(key, value, size);
+}
+
+int zndb_save() {
+    fake_database().requests.push_back({__func__, "", "", nullptr, 0});
+    return result_of(__func__);
 }

@@ -25,7 +25,9 @@ struct DatabaseRequest {
 struct FakeDatabase {
     std::map<std::string, std::string> plain;
     std::map<std::string, std::string> perm;
-    int result = E_ZNDB_RET_SUCCESS; /* when it is another, every request fails with it */
+    int result = E_ZNDB_RET_SUCCESS;    /* when it is another, every request fails with it */
+    std::map<std::string, int> results; /* of single calls, such as "zndb_save" */
+    std::string raw_answer;             /* when there is one, what a get finds, without a NUL */
     std::vector<DatabaseRequest> requests;
 };
 

@@ -14,6 +14,14 @@ inline constexpr char kSubscribeLock[] = "/tmp/m_tmp/lock/subscribe";
 inline constexpr char kIpcFolder[] = "/tmp/m_tmp/ipc";
 inline constexpr char kSubscribeFolder[] = "/m_data/usr/subscribe";
 inline constexpr char kSubscribeFolderEx[] = "/m_webui/subscribe";
+inline constexpr char kDebugScript[] = "/m_data/usr/debug_mode.sh";
+inline constexpr char kDebugScriptOfImage[] = "/m_webui/usr/debug_mode.sh";
+inline constexpr char kDebugMarker[] = "/m_data/usr/device_debug_mode";
+inline constexpr char kDebugMarkerPermanent[] = "/m_data/usr_permanent/device_debug_mode";
+inline constexpr char kTraceFolder[] = "/m_data/usr/trace";
+inline constexpr char kTraceSwitch[] = "/m_data/usr/trace/mal_service";
+inline constexpr char kTraceMaskFolder[] = "/m_data/usr/mask";
+inline constexpr char kTraceMask[] = "/m_data/usr/mask/mal_service";
 inline constexpr char kResetFlag[] = "/m_data/usr_permanent/reset_flag";
 
 }  // namespace paths

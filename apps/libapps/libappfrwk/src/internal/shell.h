@@ -16,15 +16,25 @@ inline void shell_and_sync(const char *command) {
 }
 
 /*
- * Runs a command on a path and syncs the file systems, so that its effect survives a power cut.
- * verb: such as "mkdir -p". path: any; one that is too long for the command is reported, and nothing is run.
+ * Runs a command on a path, such as "mkdir -p" on one of the device's folders.
+ *
+ * path: any; one that is too long for the command is reported.
+ * Returns whether the command was run.
  */
-inline void shell_on_path(const char *verb, const char *path) {
+inline bool run_on_path(const char *verb, const char *path) {
     ShellCommand<512> command;
     command.add("%s ", verb).add_word(path);
     if (!command.complete()) {
         FRWK_WARN("'%s' not run: the path is too long", verb);
-        return;
+        return false;
     }
-    shell_and_sync(command.text());
+    os_system(command.text());
+    return true;
+}
+
+/* The same, and then syncs the file systems, so that its effect survives a power cut. */
+inline void shell_on_path(const char *verb, const char *path) {
+    if (run_on_path(verb, path)) {
+        ::sync();
+    }
 }

@@ -1,0 +1,85 @@
+/*
+ * The device's languages, of the web interface and of the user agreement: each is checked against its list
+ * of supported ones, saved, and announced. No state of its own; any thread.
+ */
+#include <strings.h>
+
+#include <cstring>
+
+#include "frwk_common.h"
+#include "frwk_utils.h"
+#include "internal/frwk_log.h"
+#include "zndb.h"
+
+namespace {
+
+struct Setting {
+    const char *call; /* that the log names */
+    const char *kind; /* the word for it in the log */
+    const char *list_key;
+    const char *current_key;
+    apps_message_id_e_type news;
+};
+
+constexpr Setting kWebLanguage = {"frwk_language_change", "", "webs_language_support", "webs_language",
+                                  E_APPS_MSG_SYS_LANGUAGE_CHANGE};
+constexpr Setting kAgreementLanguage = {"frwk_user_agreement_language_change", "user agreement ",
+                                        "webs_usragree_lang_support", "webs_usragree_language",
+                                        E_APPS_MSG_SYS_USRAGREE_LANGUAGE_CHANGE};
+
+/* Whether a list such as "en#English,zh#Chinese" has the language. Blanks belong to an item. */
+bool has_language(const char *list, const char *language) {
+    const size_t length = std::strlen(language);
+    const char *item = list;
+    for (;;) {
+        if (std::strcspn(item, ",#") == length && strncasecmp(item, language, length) == 0) {
+            return true;
+        }
+        item += std::strcspn(item, ",");
+        if (*item == '\0') {
+            return false;
+        }
+        ++item;
+    }
+}
+
+bool save(const Setting &setting, const char *language) {
+    return zndb_set(setting.current_key, language) == E_ZNDB_RET_SUCCESS && zndb_save() == E_ZNDB_RET_SUCCESS;
+}
+
+void announce(apps_message_id_e_type news) {
+    frwk_ipc_msg_pub(zn_enum_to_str_apps_message_id_e_type(news), news, nullptr, 0);
+}
+
+int32_t change(const Setting &setting, const char *language) {
+    if (language == nullptr || language[0] == '\0') {
+        FRWK_WARN_AS(setting.call, "invalid input language!");
+        return 0;
+    }
+
+    char list[ZNDB_VALUE_LEN + 1] = {}; /* one more, so that a list that comes without its NUL still ends */
+    if (zndb_get(setting.list_key, list, ZNDB_VALUE_LEN) != E_ZNDB_RET_SUCCESS) {
+        FRWK_WARN_AS(setting.call, "zndb get %ssupported language failed!", setting.kind);
+        return 0;
+    }
+    if (!has_language(list, language)) {
+        FRWK_WARN_AS(setting.call, "invalid %slanguage=%s", setting.kind, language);
+        return 0;
+    }
+    if (!save(setting, language)) {
+        FRWK_WARN_AS(setting.call, "save %slanguage '%s' to zndb failed!", setting.kind, language);
+        return 0;
+    }
+    announce(setting.news);
+    return 1;
+}
+
+}  // namespace
+
+int32_t frwk_language_change(const char *language) {
+    return change(kWebLanguage, language);
+}
+
+int32_t frwk_user_agreement_language_change(const char *language) {
+    return change(kAgreementLanguage, language);
+}
