@@ -27,6 +27,7 @@
 #include <vector>
 
 #include "frwk_common.h"
+#include "frwk_utils.h"
 
 namespace {
 
@@ -291,6 +292,14 @@ std::string churn_in_threads(const Words &words) {
     return "failed=" + std::to_string(failed);
 }
 
+std::string change_language(const Words &words) {
+    return returned(frwk_language_change(words.text(1).c_str()));
+}
+
+std::string agree_language(const Words &words) {
+    return returned(frwk_user_agreement_language_change(words.text(1).c_str()));
+}
+
 struct Command {
     const char *name;
     std::string (*act)(const Words &words);
@@ -318,6 +327,8 @@ constexpr Command kCommands[] = {
     {"pub-burst", publish_burst},   /* pub-burst EVENT MESSAGE COUNT */
     {"churn", churn},               /* churn EVENT COUNT SEED */
     {"threads", churn_in_threads},  /* threads EVENT COUNT SEED THREADS */
+    {"language", change_language},  /* language LANGUAGE */
+    {"agreement", agree_language},  /* agreement LANGUAGE */
 };
 
 std::string carry_out(const std::string &line) {
