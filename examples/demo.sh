@@ -75,6 +75,13 @@ expect 'delivered' ask async wlan E_APPS_MSG_WLAN_CLIENT_NUM_CHANGE 3
 hears wlan '3 clients'
 hears router 'wlan has 3 clients'
 
+echo "A queue: wlan takes two scans for a thread of its own, and answers on"
+expect 'result E_APPS_ERR_SUCCESS, answer ""' ask sync wlan E_APPS_MSG_WLAN_SCAN_TRIGGER 1
+expect 'result E_APPS_ERR_SUCCESS, answer ""' ask sync wlan E_APPS_MSG_WLAN_SCAN_TRIGGER 6
+expect 'result E_APPS_ERR_SUCCESS, answer "channel 36"' ask sync wlan E_APPS_MSG_WLAN_AP_WORK_CHANNEL_GET
+hears wlan 'channel 1 is scanned'
+hears wlan 'channel 6 is scanned'
+
 echo "A broadcast"
 expect 'sent to all' ask broadcast E_APPS_MSG_SYS_LANGUAGE_CHANGE English
 hears router 'the language is now English'

@@ -1,12 +1,16 @@
 /*
  * wlan: a module that keeps something, a radio channel, checks what it is asked, tells another module what
- * happens, hears of an event that it subscribed to, and says how it is doing with a status word of its own.
+ * happens, hears of an event that it subscribed to, does what takes long on a thread of its own, and says how
+ * it is doing with a status word.
  */
 #include <stdio.h>
 #include <stdlib.h>
 
 #include "frwk_common.h"
 #include "message_text.h"
+
+/* The queue of what takes long. Its thread leaves the service thread free for other messages. */
+static const char kRadioQueue[] = "radio";
 
 /* What frwk_get_module_status of other modules shows. 0 and 1 are the framework's own. */
 enum {
@@ -39,6 +43,15 @@ static apps_err_e_type clients_changed(const void *data, int32_t data_len) {
     return E_APPS_ERR_SUCCESS;
 }
 
+/* Called on the queue's thread, for one scan after the other in the order they were asked for. */
+static void scan(uint32_t msgid, const void *data, int32_t size) {
+    char text[64];
+    (void)msgid;
+
+    frwk_sleep(200);
+    printf("channel %s is scanned\n", message_text(data, size, text, sizeof(text)));
+}
+
 static apps_err_e_type handle(uint32_t src, apps_message_id_e_type msgid, const void *data, int32_t data_len,
                               void *rsp, uint32_t rsp_size, uint32_t timeout) {
     char text[64];
@@ -52,6 +65,9 @@ static apps_err_e_type handle(uint32_t src, apps_message_id_e_type msgid, const 
 
         case E_APPS_MSG_WLAN_AP_WORK_CHANNEL_GET:
             return get_channel(rsp, rsp_size);
+
+        case E_APPS_MSG_WLAN_SCAN_TRIGGER:
+            return frwk_itc_send(kRadioQueue, (uint32_t)msgid, data, data_len);
 
         case E_APPS_MSG_WLAN_CLIENT_NUM_CHANGE:
             printf("%s clients\n", text);
@@ -74,6 +90,7 @@ int main(void) {
     setvbuf(stdout, NULL, _IOLBF, 0);
 
     frwk_module_init(E_APPS_MODULE_WLAN, NULL);
+    frwk_itc_create(kRadioQueue, NULL, scan);
     frwk_ipc_service_ex(handle, 0); /* messages are handled on a thread of the framework's */
     frwk_ipc_msg_sub("E_APPS_MSG_ROUTER_ETH_STATE_CHANGED");
     frwk_set_module_status(STATUS_RADIO_ON);
