@@ -37,3 +37,17 @@ endif()
 function(quor_device_code target)
   target_compile_options(${target} PRIVATE $<$<COMPILE_LANGUAGE:CXX>:-fno-exceptions -fno-rtti>)
 endfunction()
+
+# Finishes a shared library of the product: it exports what map lists, carries a SONAME, and its public headers
+# are the files in the folder include.
+function(quor_shared_library target map)
+  add_library(quorapps::${target} ALIAS ${target})
+  target_include_directories(${target} INTERFACE
+    $<BUILD_INTERFACE:${CMAKE_CURRENT_SOURCE_DIR}/include>
+    $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/quorapps>)
+  target_link_options(${target} PRIVATE
+    "-Wl,--version-script=${CMAKE_CURRENT_SOURCE_DIR}/${map}" ${QUOR_NO_UNDEFINED})
+  set_target_properties(${target} PROPERTIES
+    VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR} LINKER_LANGUAGE CXX
+    LINK_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/${map})
+endfunction()

@@ -1,4 +1,4 @@
-# What `cmake --install` puts in place: the two libraries with their SONAME links, the public headers (in
+# What `cmake --install` puts in place: the three libraries with their SONAME links, the public headers (in
 # include/quorapps), and what pkg-config and find_package need to find them. All of it may be moved to
 # another prefix afterwards. The database service installs itself, from apps/zndb.
 
@@ -7,12 +7,13 @@ include(CMakePackageConfigHelpers)
 set(quor_package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/quorapps)
 set(quor_pkgconfig_dir ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 
-install(TARGETS quorapps quorbase EXPORT quorapps
+install(TARGETS quorapps quorbase mal EXPORT quorapps
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
-install(DIRECTORY apps/libapps/include/ base/include/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/quorapps
+install(DIRECTORY apps/libapps/include/ base/include/ modem/include/
+  DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/quorapps
   FILES_MATCHING PATTERN "*.h" PATTERN "*.def")
 
-# find_package(quorapps) gives quorapps::quorapps and quorapps::quorbase.
+# find_package(quorapps) gives quorapps::quorapps, quorapps::quorbase and quorapps::mal.
 install(EXPORT quorapps NAMESPACE quorapps:: FILE quorappsTargets.cmake DESTINATION ${quor_package_dir})
 configure_package_config_file(cmake/quorappsConfig.cmake.in ${PROJECT_BINARY_DIR}/quorappsConfig.cmake
   INSTALL_DESTINATION ${quor_package_dir}
@@ -24,7 +25,7 @@ install(FILES ${PROJECT_BINARY_DIR}/quorappsConfig.cmake ${PROJECT_BINARY_DIR}/q
 
 # The pkg-config files find their prefix from where they lie themselves.
 file(RELATIVE_PATH quor_prefix_from_pkgconfig /prefix/${quor_pkgconfig_dir} /prefix)
-foreach(name IN ITEMS quorapps quorbase)
+foreach(name IN ITEMS quorapps quorbase mal)
   configure_file(cmake/${name}.pc.in ${PROJECT_BINARY_DIR}/${name}.pc @ONLY)
   install(FILES ${PROJECT_BINARY_DIR}/${name}.pc DESTINATION ${quor_pkgconfig_dir})
 endforeach()

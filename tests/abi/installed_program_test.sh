@@ -29,12 +29,12 @@ InstallsAndMoves() {
 
 HasEveryHeaderAndTheSonameLinks() {
     local name
-    for name in quorapps quorbase; do
+    for name in quorapps quorbase mal; do
         [ -L "$prefix/$LIBDIR/lib$name.so" ] && [ -L "$prefix/$LIBDIR/lib$name.so.1" ]
         [ -f "$(readlink -f "$prefix/$LIBDIR/lib$name.so")" ]
         readelf -d "$prefix/$LIBDIR/lib$name.so" | grep "SONAME.*\[lib$name.so.1\]" > /dev/null
     done
-    diff <(names "$here/../../apps/libapps/include" "$here/../../base/include") <(names "$headers")
+    diff <(names "$here/../../"{apps/libapps,base,modem}/include) <(names "$headers")
 }
 
 ProgramIncludesEveryHeader() {

@@ -1,6 +1,6 @@
 /*
  * A module written in C99 against the installed library. It includes every public header, starts as the
- * router, sends itself a synchronous and an asynchronous message, and prints what happened.
+ * router, sends itself a synchronous and an asynchronous message, asks the modem, and prints what happened.
  */
 #include "apps_err.h"
 #include "apps_message.h"
@@ -12,6 +12,7 @@
 #include "frwk_module.h"
 #include "frwk_utils.h"
 #include "json.h"
+#include "libmal.h"
 #include "list.h"
 #include "md5.h"
 #include "os_file.h"
@@ -67,5 +68,6 @@ int main(void) {
     printf("async: %s\n", zn_enum_to_str_apps_err_e_type(sent));
 
     printf("database: %d\n", zndb_set("key", "value"));
+    printf("modem: %d\n", (int)libmal_get_mpss_status());
     return 0;
 }

@@ -1,0 +1,58 @@
+#include "simulation_file.h"
+
+#include <algorithm>
+#include <climits>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+
+#include "libmal.h"
+
+namespace {
+
+struct CloseFile {
+    void operator()(std::FILE *file) const { (void)std::fclose(file); }
+};
+using OpenFile = std::unique_ptr<std::FILE, CloseFile>;
+
+/* A line up to its end; what doesn't fit is passed over, so that it is never taken for a line of its own. */
+bool read_line(std::FILE *file, char *line, size_t size) {
+    int next = std::fgetc(file);
+    if (next == EOF) {
+        return false;
+    }
+    size_t length = 0;
+    for (; next != EOF && next != '\n'; next = std::fgetc(file)) {
+        if (length + 1 < size) {
+            line[length++] = static_cast<char>(next);
+        }
+    }
+    line[length] = '\0';
+    return true;
+}
+
+/* Returns the value when the line is one of the key, else null. */
+const char *value_of(const char *line, const char *key) {
+    const size_t length = std::strlen(key);
+    return std::strncmp(line, key, length) == 0 && line[length] == '=' ? line + length + 1 : nullptr;
+}
+
+}  // namespace
+
+SimulatedValue::SimulatedValue(const char *key) {
+    const OpenFile file(std::fopen(MAL_SIMULATION_FILE, "re"));
+    char line[128];
+    while (!known_ && file && read_line(file.get(), line, sizeof(line))) {
+        const char *value = value_of(line, key);
+        if (value != nullptr) {
+            const size_t length = std::min(std::strcspn(value, "\r"), kSimulationValueMax);
+            std::memcpy(text_, value, length);
+            known_ = true;
+        }
+    }
+}
+
+int SimulatedValue::number() const {
+    return static_cast<int>(std::clamp<long long>(std::strtoll(text_, nullptr, 10), INT_MIN, INT_MAX));
+}
