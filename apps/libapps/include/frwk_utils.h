@@ -1,6 +1,7 @@
 /*
  * Values as texts and as JSON members, typed settings and the records that modules share, the device's own
- * settings, checks of addresses and host names, and escaping. The calls may be made from any thread.
+ * settings, checks of addresses and host names, escaping, and product data. The calls may be made from any
+ * thread unless they say otherwise.
  */
 #ifndef QUOR_FRWK_UTILS_H
 #define QUOR_FRWK_UTILS_H
@@ -365,6 +366,21 @@ int32_t frwk_utils_is_mpss_support(void);
 
 /* Whether it supports the soft access point: it does. */
 int32_t frwk_utils_is_softap_support(void);
+
+/* ---- Product data ------------------------------------------------------------------------------ */
+
+/*
+ * Stores the settings of a product data file in the plain store, one request for each line key=value.
+ *
+ * Nothing is saved, and what becomes of the requests is not looked at. Comments begin with '#' in the first
+ * column. A line is read in pieces of 1056 characters, each a line of its own; a full piece is skipped, and
+ * so is a line without '='.
+ *
+ * path: of the file.
+ * Returns 0 when the file was read to its end, or -1 when path is null or the file can't be opened. It waits
+ * as the calls of zndb.h do, once a line.
+ */
+int32_t frwk_specify_path_db_adapt(const char *path);
 
 #pragma GCC visibility pop
 #ifdef __cplusplus

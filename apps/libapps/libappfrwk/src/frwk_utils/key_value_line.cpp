@@ -1,0 +1,66 @@
+#include "frwk_utils/key_value_line.h"
+
+#include <cstring>
+
+#include "frwk_common.h"
+#include "internal/frwk_log.h"
+#include "text_copy.h"
+
+bool KeyValueFile::read_line() {
+    if (std::fgets(line_, static_cast<int>(sizeof(line_)), file_.get()) == nullptr) {
+        if (rules_.end_note != nullptr) {
+            FRWK_DEBUG_AS(rules_.call, "%s", rules_.end_note);
+        }
+        return false;
+    }
+    if (line_[0] == '\0' && rules_.nul_note != nullptr) {
+        FRWK_WARN_AS(rules_.call, "%s", rules_.nul_note);
+        return false;
+    }
+    return true;
+}
+
+bool KeyValueFile::is_skipped(const char *text) const {
+    const char first = rules_.comment_place == CommentPlace::kFirstByte ? line_[0] : text[0];
+    if (first != '\0' && first != '#') {
+        return false;
+    }
+    if (rules_.skip_note != nullptr) {
+        FRWK_DEBUG_AS(rules_.call, "%s", rules_.skip_note);
+    }
+    return true;
+}
+
+bool KeyValueFile::split(char *text, KeyValue *pair) const {
+    if (std::strlen(text) >= kLineMax) {
+        FRWK_DEBUG_AS(rules_.call, "buf is %s too long\n", text);  // May hold a secret.
+        return false;
+    }
+    char *equals = std::strchr(text, '=');
+    if (equals == nullptr) {
+        FRWK_WARN_AS(rules_.call, "not found '='\n");
+        return false;
+    }
+    *equals = '\0';
+    *pair = {text, equals + 1};
+    return true;
+}
+
+bool KeyValueFile::open(const char *path) {
+    file_.reset(std::fopen(path, "re"));
+    if (!file_) {
+        FRWK_WARN_AS(rules_.call, "file(%s) not find\n", path);
+    }
+    return static_cast<bool>(file_);
+}
+
+bool KeyValueFile::next(KeyValue *pair) {
+    while (read_line()) {
+        char *text = frwk_skip_space(line_);
+        strdern(text, std::strlen(text));
+        if (!is_skipped(text) && split(text, pair)) {
+            return true;
+        }
+    }
+    return false;
+}
