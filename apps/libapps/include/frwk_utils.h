@@ -1,7 +1,7 @@
 /*
  * Values as texts and as JSON members, typed settings and the records that modules share, the device's own
- * settings, checks of addresses and host names, escaping, and product data. The calls may be made from any
- * thread unless they say otherwise.
+ * settings, checks of addresses and host names, escaping, and the adaptation to the SIM and the product. The
+ * calls may be made from any thread unless they say otherwise.
  */
 #ifndef QUOR_FRWK_UTILS_H
 #define QUOR_FRWK_UTILS_H
@@ -367,7 +367,21 @@ int32_t frwk_utils_is_mpss_support(void);
 /* Whether it supports the soft access point: it does. */
 int32_t frwk_utils_is_softap_support(void);
 
-/* ---- Product data ------------------------------------------------------------------------------ */
+/* ---- Operator and product data --------------------------------------------------------------------- */
+
+/*
+ * Adapts the device to the operator of the inserted SIM: finds the operator's file and, unless it is applied
+ * already, replaces the settings of the last one in the perm store. docs/sim-adaptation.md tells the rules.
+ *
+ * The setting "mnet_sim_subnet_adapt_status" tells how it stands: 0 under way, 1 adapted and a reboot
+ * follows, 2 finished. Nothing else is reported; one thread of the device at a time may call it.
+ *
+ * type: 0 for a check at run time, which never reboots; anything else for the adaptation at boot, which asks
+ * the monitor for a reboot with reason 801 when it changed something.
+ * It sleeps on the calling thread: up to 10 seconds for the SIM and 20 for its PLMN, without limit while the
+ * modem side is not up. So it must not be called from a message handler.
+ */
+void frwk_sim_subnet_handle(int32_t type);
 
 /*
  * Stores the settings of a product data file in the plain store, one request for each line key=value.

@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <map>
 #include <string>
 #include <vector>
@@ -29,6 +30,7 @@ struct FakeDatabase {
     std::map<std::string, int> results; /* of single calls, such as "zndb_save" */
     std::string raw_answer;             /* when there is one, what a get finds, without a NUL */
     std::vector<DatabaseRequest> requests;
+    std::function<void(const DatabaseRequest &)> seen; /* called for each request, before it is carried out */
 };
 
 /* The program's one database. */

@@ -23,5 +23,6 @@ inline constexpr char kTraceSwitch[] = "/m_data/usr/trace/mal_service";
 inline constexpr char kTraceMaskFolder[] = "/m_data/usr/mask";
 inline constexpr char kTraceMask[] = "/m_data/usr/mask/mal_service";
 inline constexpr char kResetFlag[] = "/m_data/usr_permanent/reset_flag";
+inline constexpr char kSubnetFolder[] = "/m_webui/usr/db/subnet";
 
 }  // namespace paths
