@@ -217,6 +217,15 @@ std::string disable(const Words &words) {
     return returned(frwk_module_disable(words.number(1)));
 }
 
+std::string adapt_to_sim(const Words &words) {
+    frwk_sim_subnet_handle(words.number(1));
+    return "done";
+}
+
+std::string apply_product(const Words &words) {
+    return returned(frwk_specify_path_db_adapt(words.text(1).c_str()));
+}
+
 std::string find_id(const Words &words) {
     return "id=" + std::to_string(frwk_module_id(words.text(1).c_str()));
 }
@@ -318,6 +327,8 @@ constexpr Command kCommands[] = {
     {"shutdown", shut_down},        /* shutdown REASON */
     {"enable", enable},             /* enable MODULE */
     {"disable", disable},           /* disable MODULE */
+    {"adapt", adapt_to_sim},        /* adapt TYPE */
+    {"product", apply_product},     /* product PATH */
     {"id", find_id},                /* id NAME */
     {"row", show_row},              /* row INDEX */
     {"run", show_run},              /* run */
