@@ -10,6 +10,8 @@
  *     ask set KEY VALUE                  the configuration database
  *     ask get KEY
  *     ask save
+ *     ask get-perm KEY                   its perm store
+ *     ask adapt                          adapts the device to its SIM, and prints the adaptation's status
  *
  * The status is 0 when the request was made, whatever its result; 2 for a wrong usage.
  */
@@ -17,6 +19,7 @@
 #include <string.h>
 
 #include "frwk_common.h"
+#include "frwk_utils.h"
 #include "zndb.h"
 
 enum {
@@ -62,9 +65,9 @@ static void init_events(void) {
     printf("nobody is subscribed\n");
 }
 
-static void get_key(const char *key) {
+static void get_key(int (*get)(const char *key, char *value, uint32_t size), const char *key) {
     char value[ZNDB_VALUE_LEN];
-    const int result = zndb_get(key, value, sizeof(value));
+    const int result = get(key, value, sizeof(value));
     if (result == E_ZNDB_RET_SUCCESS) {
         printf("%s\n", value);
     } else {
@@ -74,6 +77,13 @@ static void get_key(const char *key) {
 
 static void show_stored(int result) {
     printf("%s\n", zn_enum_to_str_apps_err_e_type(frwk_zndb_error_convert(result)));
+}
+
+static void adapt_to_sim(void) {
+    uint32_t status = 0;
+    frwk_sim_subnet_handle(0);
+    frwk_zndb_get_key_value("mnet_sim_subnet_adapt_status", FRWK_DATA_TYPE_UINT, &status, sizeof(status));
+    printf("status %u\n", status);
 }
 
 static int carry_out(int count, char **words) {
@@ -93,12 +103,17 @@ static int carry_out(int count, char **words) {
     } else if (strcmp(verb, "set") == 0 && count == 3) {
         show_stored(zndb_set(words[1], words[2]));
     } else if (strcmp(verb, "get") == 0 && count == 2) {
-        get_key(words[1]);
+        get_key(zndb_get, words[1]);
+    } else if (strcmp(verb, "get-perm") == 0 && count == 2) {
+        get_key(zndb_get_perm, words[1]);
+    } else if (strcmp(verb, "adapt") == 0 && count == 1) {
+        adapt_to_sim();
     } else if (strcmp(verb, "save") == 0 && count == 1) {
         show_stored(zndb_save());
     } else {
         fprintf(stderr,
-                "usage: ask sync|async|broadcast|publish|init-events|status|set|get|save ..., see ask.c\n");
+                "usage: ask sync|async|broadcast|publish|init-events|status|set|get|save|get-perm|adapt ..., "
+                "see ask.c\n");
         return 2;
     }
     return 0;

@@ -53,6 +53,13 @@ start() {
     echo "  $1 runs as process $pid"
 }
 
+# insert_sim MCC MNC: what the simulated modem says from now on
+modem=/m_data/usr/modem/sim.conf
+insert_sim() {
+    printf '%s\n' sim_status=2 "mcc=$1" "mnc=$2" spn= > $modem
+    echo "  a SIM of operator $1 $2 is inserted"
+}
+
 echo "The device starts: no module is subscribed to an event"
 expect 'nobody is subscribed' ask init-events
 
@@ -109,6 +116,19 @@ expect 'not read: E_APPS_ERR_BUSY' ask get lan_ip
 rm /tmp/m_tmp/zndb/journal # as a power cut would: only what was saved is left
 start zndb 1
 expect '192.168.0.1' ask get lan_ip
+
+echo "Another SIM: the settings of its operator take the old ones' place"
+operators=/m_webui/usr/db/subnet
+mkdir -p $operators/00101 $operators/00102 "$(dirname "$modem")"
+echo 'wan_apn=internet.one' > $operators/00101/custom_data.txt
+echo 'wan_apn=internet.two' > $operators/00102/custom_data.txt
+expect 'E_APPS_ERR_SUCCESS' ask set mnet_sim_subnet_switch on
+insert_sim 001 01
+expect 'status 2' ask adapt
+expect 'internet.one' ask get-perm wan_apn
+insert_sim 001 02
+expect 'status 2' ask adapt
+expect 'internet.two' ask get-perm wan_apn
 
 echo "A second wlan is refused"
 status=0
