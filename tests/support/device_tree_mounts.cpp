@@ -5,8 +5,8 @@
 //   /tmp/m_tmp          fresh and empty
 //   /etc, /usr/bin      fresh folders of symbolic links to a read-only view of the host's; entries may be
 //                       added, replaced and removed, the host's configuration of modules is not among them
-//   /dev                fresh, with the plain devices bound in; there is no log socket, so that nothing
-//                       reaches the host's system log
+//   /dev                fresh, with the plain devices bound in and terminals of its own; there is no log
+//                       socket, so that nothing reaches the host's system log
 //
 // Folders are bound recursively: in a user namespace the kernel refuses to show a folder without the mounts
 // that the host has below it. Trees may be nested.
@@ -197,11 +197,21 @@ void build_tmp() {
     make_folder("/tmp/m_tmp");
 }
 
+// Terminals of the tree's own: the host's can't be opened where they are bound in.
+void build_terminals() {
+    make_folder("/dev/pts");
+    if (mount("devpts", "/dev/pts", "devpts", MS_NOSUID | MS_NOEXEC, "newinstance,ptmxmode=0666,mode=0620") !=
+        0) {
+        refuse("mount a devpts on", "/dev/pts");
+    }
+    make_link("pts/ptmx", "/dev/ptmx");
+}
+
 void build_dev() {
     make_folder("/dev");
     mount_fresh("/dev");
     const std::string host = std::string(kHost) + "/dev/";
-    for (const char *name : {"null", "zero", "full", "random", "urandom", "tty", "ptmx", "pts"}) {
+    for (const char *name : {"null", "zero", "full", "random", "urandom", "tty"}) {
         show(host + name, std::string("/dev/") + name);
     }
     make_folder("/dev/shm", 01777);
@@ -209,6 +219,7 @@ void build_dev() {
     make_link("/proc/self/fd/0", "/dev/stdin");
     make_link("/proc/self/fd/1", "/dev/stdout");
     make_link("/proc/self/fd/2", "/dev/stderr");
+    build_terminals();
 }
 
 void build_device_folders() {

@@ -84,6 +84,10 @@ HasThePlainDevices() {
         head -c 4 /dev/urandom > /dev/null; echo out > /dev/stdout' | grep -q out
 }
 
+HasTerminalsOfItsOwn() {
+    "$launcher" -- sh -ec 'test "$(ls /dev/pts)" = ptmx; script --quiet --command "test -t 1" /dev/null'
+}
+
 KeepsTheWorkingFolder() {
     local folder
     folder=$(mktemp -d)
