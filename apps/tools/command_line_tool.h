@@ -1,0 +1,52 @@
+/*
+ * The frame of every command-line tool: its commands, their help, what is said of a wrong command line, the
+ * words that the shell completes, and the exit code. Exceptions end here.
+ */
+#pragma once
+
+#include <CLI/CLI.hpp>
+#include <functional>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "exit_code.h"
+
+/* The option, beyond those of --help, with which the shell's completion asks: --complete WORD... */
+inline constexpr char kCompleteOption[] = "--complete";
+
+class CommandLineTool {
+  public:
+    using Run = std::function<ExitCode()>;
+    using Words = std::function<std::vector<std::string>()>;
+
+    CommandLineTool(const std::string &name, const std::string &purpose, const std::string &examples);
+
+    /*
+     * Adds a command and returns it, for its arguments and options.
+     *
+     * examples: command lines, each with its line end; shown as they are. run: carries it out.
+     */
+    CLI::App &add(const std::string &name, const std::string &purpose, const std::string &examples, Run run);
+
+    /* Tells what may stand for an argument, or for an option's value, of this name: "KEY", "MODULE". */
+    void complete(const std::string &argument, Words words);
+
+    /* Parses and runs; returns the exit status. */
+    int main(int argc, char **argv);
+
+  private:
+    ExitCode parse_and_run(int argc, char **argv);
+    ExitCode run_chosen();
+    ExitCode refuse_command_line(const CLI::ParseError &error) const;
+    std::string problem_with(const std::string &word) const;
+    const CLI::App &chosen() const;
+
+    CLI::App app_;
+    std::map<const CLI::App *, Run> runs_;
+    std::map<std::string, Words> words_;
+};
+
+/* The names of an app's commands, and the names of its options ("--json"). */
+std::vector<std::string> command_names(const CLI::App &app);
+std::vector<std::string> option_names(const CLI::App &app);

@@ -1,0 +1,23 @@
+#include "complaint.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+
+#include "terminal.h"
+
+ExitCode complain(ExitCode code, const std::string &text) {
+    (void)std::fflush(stdout); /* what went well before comes first */
+    const std::string line = styled(Stream::kError, Style::kAlert, program_invocation_short_name) + ": " +
+                             shown_text(Stream::kError, text) + "\n";
+    (void)std::fwrite(line.data(), 1, line.size(), stderr);
+    return code;
+}
+
+std::string code_text(apps_err_e_type code) {
+    return std::to_string(code) + " " + zn_enum_to_str_apps_err_e_type(code);
+}
+
+std::string errno_text(const std::string &what, int error) {
+    return what + ": " + std::strerror(error);
+}

@@ -1,0 +1,84 @@
+#include "terminal.h"
+
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <string_view>
+
+namespace {
+
+constexpr size_t kPlainColumns = 80;
+constexpr size_t kFewestColumns = 20;
+
+int descriptor_of(Stream stream) {
+    return stream == Stream::kOutput ? STDOUT_FILENO : STDERR_FILENO;
+}
+
+bool takes_colours(Stream stream) {
+    const char *wish = std::getenv("NO_COLOR");
+    const char *kind = std::getenv("TERM");
+    const bool refused = wish != nullptr && *wish != '\0';
+    return is_terminal(stream) && !refused && kind != nullptr && std::string_view(kind) != "dumb";
+}
+
+const char *sequence_of(Style style) {
+    switch (style) {
+        case Style::kStrong:
+            return "\033[1m";
+        case Style::kFaint:
+            return "\033[2m";
+        case Style::kAlert:
+            return "\033[1;31m";
+        case Style::kGood:
+            return "\033[32m";
+        case Style::kPlain:
+            break;
+    }
+    return "";
+}
+
+bool is_control(char character) {
+    const auto code = static_cast<unsigned char>(character);
+    return code < 0x20 || code == 0x7F;
+}
+
+std::string spelt_out(char character) {
+    char text[8];
+    (void)std::snprintf(text, sizeof(text), "\\x%02x", static_cast<unsigned>(character) & 0xFFu);
+    return text;
+}
+
+}  // namespace
+
+bool is_terminal(Stream stream) {
+    return ::isatty(descriptor_of(stream)) == 1;
+}
+
+size_t output_columns() {
+    winsize size = {};
+    if (::ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) != 0 || size.ws_col == 0) {
+        return kPlainColumns;
+    }
+    return std::max<size_t>(size.ws_col, kFewestColumns);
+}
+
+std::string styled(Stream stream, Style style, const std::string &text) {
+    if (style == Style::kPlain || !takes_colours(stream)) {
+        return text;
+    }
+    return sequence_of(style) + text + "\033[0m";
+}
+
+std::string shown_text(Stream stream, const std::string &text) {
+    if (!is_terminal(stream)) {
+        return text;
+    }
+    std::string shown;
+    for (const char character : text) {
+        shown += is_control(character) ? spelt_out(character) : std::string(1, character);
+    }
+    return shown;
+}

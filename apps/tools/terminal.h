@@ -1,0 +1,30 @@
+/*
+ * What a tool knows of the terminal it prints to. Anything else, a file or a pipe, gets plain text in full.
+ */
+#pragma once
+
+#include <cstddef>
+#include <string>
+
+enum class Stream {
+    kOutput,
+    kError
+};
+enum class Style {
+    kPlain,
+    kStrong,
+    kFaint,
+    kAlert,
+    kGood
+};
+
+bool is_terminal(Stream stream);
+
+/* Characters that a line of standard output may have: the terminal's, or 80. Never below 20. */
+size_t output_columns();
+
+/* The text with a style around it, on a terminal that takes colours and unless NO_COLOR is set. */
+std::string styled(Stream stream, Style style, const std::string &text);
+
+/* The text; for a terminal with its control characters spelt out, since it may come from anywhere. */
+std::string shown_text(Stream stream, const std::string &text);

@@ -1,0 +1,101 @@
+#include "text_file.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <memory>
+
+#include "complaint.h"
+
+namespace {
+
+constexpr size_t kLargest = size_t{64} * 1024 * 1024;
+constexpr mode_t kOwnerOnly = 0600;
+
+class OpenFile {
+  public:
+    explicit OpenFile(int fd) : fd_(fd) {}
+    ~OpenFile() {
+        if (fd_ > STDERR_FILENO) {
+            ::close(fd_);
+        }
+    }
+    OpenFile(const OpenFile &) = delete;
+    OpenFile &operator=(const OpenFile &) = delete;
+    int fd() const { return fd_; }
+
+  private:
+    int fd_;
+};
+
+std::string cant_read(const std::string &path, int error) {
+    return errno_text("can't read " + path, error);
+}
+
+std::string cant_write(const std::string &path, int error) {
+    return errno_text("can't write " + path, error);
+}
+
+std::string read_all(int fd, const std::string &path, std::string *text) {
+    char piece[65536];
+    std::string all;
+    for (;;) {
+        const ssize_t count = ::read(fd, piece, sizeof(piece));
+        if (count < 0) {
+            return cant_read(path, errno);
+        }
+        if (count == 0) {
+            break;
+        }
+        all.append(piece, static_cast<size_t>(count));
+        if (all.size() > kLargest) {
+            return cant_read(path, EFBIG);
+        }
+    }
+    *text = std::move(all);
+    return "";
+}
+
+bool write_all(int fd, const std::string &text) {
+    for (size_t done = 0; done < text.size();) {
+        const ssize_t count = ::write(fd, text.data() + done, text.size() - done);
+        if (count < 0) {
+            return false;
+        }
+        done += static_cast<size_t>(count);
+    }
+    return true;
+}
+
+}  // namespace
+
+bool file_exists(const std::string &path) {
+    return ::access(path.c_str(), F_OK) == 0;
+}
+
+std::string read_text_file(const std::string &path, std::string *text) {
+    if (path == kStandardStream) {
+        return read_all(STDIN_FILENO, "standard input", text);
+    }
+    const OpenFile file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY));
+    return file.fd() < 0 ? cant_read(path, errno) : read_all(file.fd(), path, text);
+}
+
+std::string write_private_file(const std::string &path, const std::string &text) {
+    const bool is_new = !file_exists(path);
+    const OpenFile file(
+        ::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | O_NOCTTY, kOwnerOnly));
+    if (file.fd() < 0) {
+        return cant_write(path, errno);
+    }
+    if (write_all(file.fd(), text)) {
+        return "";
+    }
+    const int error = errno;
+    if (is_new) {
+        (void)::unlink(path.c_str());
+    }
+    return cant_write(path, error);
+}

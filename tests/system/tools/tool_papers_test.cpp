@@ -1,0 +1,71 @@
+/*
+ * What comes with each tool: its man page says everything that its help says, and bash completes its words.
+ */
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "support/wait_until.h"
+#include "system/tools/tool_run.h"
+
+namespace {
+
+class ToolPapers : public testing::TestWithParam<const char *> {
+  protected:
+    std::string page() const { return std::string(TOOLS_SOURCE "/man/") + GetParam() + ".1"; }
+
+    std::vector<std::string> completions(const std::string &words) const {
+        const ToolEnd end = run_shell(std::string("$TOOLS/") + GetParam() + " --complete " + words);
+        EXPECT_EQ(0, end.status) << end.errors;
+        std::istringstream lines(end.output);
+        std::vector<std::string> all;
+        for (std::string line; std::getline(lines, line);) {
+            all.push_back(line);
+        }
+        return all;
+    }
+};
+
+std::string escaped(std::string name) {
+    for (size_t at = 0; (at = name.find('-', at)) != std::string::npos; at += 2) {
+        name.insert(at, "\\");
+    }
+    return name;
+}
+
+TEST_P(ToolPapers, TheManPageIsWellFormed) {
+    const ToolEnd end = run_shell("groff -man -Tascii -ww -z " + page() + " 2>&1");
+    EXPECT_EQ(0, end.status);
+    EXPECT_EQ("", end.output);
+}
+
+TEST_P(ToolPapers, TheManPageHasEveryCommandAndEveryOption) {
+    const std::string text = file_text(page());
+    const std::vector<std::string> commands = completions("''");
+    EXPECT_FALSE(commands.empty());
+    for (const std::string &command : commands) {
+        EXPECT_NE(std::string::npos, text.find("\n\\fB" + escaped(command) + "\\fP")) << command;
+        for (const std::string &option : completions(command + " --")) {
+            EXPECT_NE(std::string::npos, text.find(escaped(option))) << command << " " << option;
+        }
+    }
+}
+
+TEST_P(ToolPapers, BashCompletesItsCommands) {
+    const std::string name = GetParam();
+    const ToolEnd end =
+        run_shell(". " TOOLS_SOURCE "/completion/tool_completion.bash; PATH=$TOOLS:$PATH; COMP_WORDS=(" +
+                  name + " ''); COMP_CWORD=1; _quor_tool " + name +
+                  "; printf '%s\\n' \"${COMPREPLY[@]}\"; complete -p " + name);
+    EXPECT_EQ("", end.errors);
+    std::string expected;
+    for (const std::string &command : completions("''")) {
+        expected += command + "\n";
+    }
+    EXPECT_EQ(expected + "complete -o default -F _quor_tool " + name + "\n", end.output);
+}
+
+INSTANTIATE_TEST_SUITE_P(, ToolPapers, testing::Values("zndb_tool"),
+                         [](const auto &param) { return std::string(param.param); });
+
+}  // namespace
