@@ -35,13 +35,11 @@ ExitCode finish_output(ExitCode code) {
 
 }  // namespace
 
-CommandLineTool::CommandLineTool(const std::string &name, const std::string &purpose,
-                                 const std::string &examples)
-    : app_(purpose, name) {
+CommandLineTool::CommandLineTool(const ToolWords &words) : app_(words.purpose, words.name) {
     app_.require_subcommand(1);
     app_.formatter(std::make_shared<HelpText>());
     app_.set_help_flag("-h,--help", "Show this help");
-    app_.footer(with_heading(examples));
+    app_.footer(with_heading(words.examples));
 }
 
 CLI::App &CommandLineTool::add(const std::string &name, const std::string &purpose,
@@ -56,13 +54,9 @@ void CommandLineTool::complete(const std::string &argument, Words words) {
     words_[argument] = std::move(words);
 }
 
-int CommandLineTool::main(int argc, char **argv) {
+ExitCode CommandLineTool::run(int argc, char **argv) {
     (void)std::signal(SIGPIPE, SIG_IGN); /* a closed pipe is a failed write, not a death without words */
-    try {
-        return static_cast<int>(finish_output(parse_and_run(argc, argv)));
-    } catch (const std::exception &error) {
-        return static_cast<int>(complain(ExitCode::kRefused, error.what()));
-    }
+    return finish_output(parse_and_run(argc, argv));
 }
 
 ExitCode CommandLineTool::parse_and_run(int argc, char **argv) {
@@ -114,6 +108,17 @@ std::string CommandLineTool::problem_with(const std::string &word) const {
 const CLI::App &CommandLineTool::chosen() const {
     const auto parsed = app_.get_subcommands();
     return parsed.empty() ? app_ : *parsed.front();
+}
+
+int run_tool(const ToolWords &words, void (*declare)(CommandLineTool &tool), int argc, char **argv) noexcept {
+    try {
+        CommandLineTool tool(words);
+        declare(tool);
+        return static_cast<int>(tool.run(argc, argv));
+    } catch (const std::exception &error) {
+        (void)std::fprintf(stderr, "%s: %s\n", words.name, error.what());
+    }
+    return static_cast<int>(ExitCode::kRefused);
 }
 
 std::vector<std::string> command_names(const CLI::App &app) {

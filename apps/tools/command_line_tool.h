@@ -15,12 +15,19 @@
 /* The option, beyond those of --help, with which the shell's completion asks: --complete WORD... */
 inline constexpr char kCompleteOption[] = "--complete";
 
+/* What a tool is, in its help. */
+struct ToolWords {
+    const char *name;
+    const char *purpose;
+    const char *examples; /* command lines, each with its line end */
+};
+
 class CommandLineTool {
   public:
     using Run = std::function<ExitCode()>;
     using Words = std::function<std::vector<std::string>()>;
 
-    CommandLineTool(const std::string &name, const std::string &purpose, const std::string &examples);
+    explicit CommandLineTool(const ToolWords &words);
 
     /*
      * Adds a command and returns it, for its arguments and options.
@@ -32,8 +39,8 @@ class CommandLineTool {
     /* Tells what may stand for an argument, or for an option's value, of this name: "KEY", "MODULE". */
     void complete(const std::string &argument, Words words);
 
-    /* Parses and runs; returns the exit status. */
-    int main(int argc, char **argv);
+    /* Parses and runs. */
+    ExitCode run(int argc, char **argv);
 
   private:
     ExitCode parse_and_run(int argc, char **argv);
@@ -46,6 +53,13 @@ class CommandLineTool {
     std::map<const CLI::App *, Run> runs_;
     std::map<std::string, Words> words_;
 };
+
+/*
+ * The whole of a tool's main.
+ *
+ * declare: adds its commands. Returns the exit status.
+ */
+int run_tool(const ToolWords &words, void (*declare)(CommandLineTool &tool), int argc, char **argv) noexcept;
 
 /* The names of an app's commands, and the names of its options ("--json"). */
 std::vector<std::string> command_names(const CLI::App &app);

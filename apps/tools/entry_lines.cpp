@@ -56,7 +56,7 @@ std::string unsendable_value(const std::string &value) {
 std::string format_entries(const Entries &entries) {
     std::string text;
     for (const auto &[key, value] : entries) {
-        text += key + "=" + value + "\n";
+        text.append(key).append("=").append(value).append("\n");
     }
     return text;
 }

@@ -62,7 +62,7 @@ std::string commands(const CLI::App *app, size_t width) {
 }  // namespace
 
 std::string HelpText::make_help(const CLI::App *app, std::string name, CLI::AppFormatMode) const {
-    const size_t width = std::min(output_columns(), kWidest);
+    const size_t width = std::min(columns_of(Stream::kOutput), kWidest);
     std::string text = wrapped(app->get_description(), width, 0) + "\n" + usage(app, name, width);
     text += options(app, true, width) + options(app, false, width) + commands(app, width);
     return text + (app->get_footer().empty() ? "" : "\n" + app->get_footer());

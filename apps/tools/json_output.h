@@ -20,6 +20,9 @@ Json json_number(int64_t number);
 /* A text; bytes that are no UTF-8 become U+FFFD. */
 Json json_text(const std::string &text);
 
+/* The value of a text that is JSON, null when it isn't. */
+Json json_parsed(const std::string &text);
+
 /* A number or a boolean as it is written, or a text when it is neither (such as "inf"). */
 Json json_word(const std::string &word);
 

@@ -65,7 +65,7 @@ std::string read_if_there(const std::string &path, std::string *text) {
 std::string read_files(const StoreFiles &files, Entries &entries) {
     for (const std::string &path : files.paths) {
         std::string text;
-        const std::string problem = read_if_there(path, &text);
+        std::string problem = read_if_there(path, &text);
         if (!problem.empty()) {
             return problem;
         }

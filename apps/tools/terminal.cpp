@@ -57,9 +57,9 @@ bool is_terminal(Stream stream) {
     return ::isatty(descriptor_of(stream)) == 1;
 }
 
-size_t output_columns() {
+size_t columns_of(Stream stream) {
     winsize size = {};
-    if (::ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) != 0 || size.ws_col == 0) {
+    if (::ioctl(descriptor_of(stream), TIOCGWINSZ, &size) != 0 || size.ws_col == 0) {
         return kPlainColumns;
     }
     return std::max<size_t>(size.ws_col, kFewestColumns);

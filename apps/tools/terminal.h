@@ -20,8 +20,8 @@ enum class Style {
 
 bool is_terminal(Stream stream);
 
-/* Characters that a line of standard output may have: the terminal's, or 80. Never below 20. */
-size_t output_columns();
+/* Characters that a line may have: the terminal's, or 80. Never below 20. */
+size_t columns_of(Stream stream);
 
 /* The text with a style around it, on a terminal that takes colours and unless NO_COLOR is set. */
 std::string styled(Stream stream, Style style, const std::string &text);

@@ -52,7 +52,7 @@ std::string TextTable::text(size_t columns) const {
 }
 
 void TextTable::print() const {
-    const std::string all = text(is_terminal(Stream::kOutput) ? output_columns() : 0);
+    const std::string all = text(is_terminal(Stream::kOutput) ? columns_of(Stream::kOutput) : 0);
     const size_t header_end = all.find('\n');
     const std::string shown =
         styled(Stream::kOutput, Style::kStrong, all.substr(0, header_end)) + all.substr(header_end);

@@ -141,17 +141,21 @@ std::vector<std::string> known_keys() {
     return keys;
 }
 
-}  // namespace
+constexpr ToolWords kWords = {"zndb_tool", "Reads and changes the device's configuration database.",
+                              "zndb_tool set --save lan_ip 192.168.0.1\n"
+                              "zndb_tool get lan_ip\n"
+                              "zndb_tool dump --json\n"};
 
-int main(int argc, char **argv) {
-    CommandLineTool tool("zndb_tool", "Reads and changes the device's configuration database.",
-                         "zndb_tool set --save lan_ip 192.168.0.1\n"
-                         "zndb_tool get lan_ip\n"
-                         "zndb_tool dump --json\n");
+void declare(CommandLineTool &tool) {
     add_value_commands(tool);
     add_saving_commands(tool);
     add_store_commands(tool);
     tool.complete("KEY", known_keys);
     tool.complete("TYPE", type_names);
-    return tool.main(argc, argv);
+}
+
+}  // namespace
+
+int main(int argc, char **argv) {
+    return run_tool(kWords, declare, argc, argv);
 }

@@ -5,44 +5,15 @@
 #include <sys/stat.h>
 
 #include <string>
-#include <vector>
 
-#include "system/tools/tool_run.h"
+#include "system/tools/tool_checks.h"
 #include "system/zndb/zndb_process.h"
 
 namespace {
 
-using Words = std::vector<std::string>;
-
 const std::string kExported = "/tmp/exported.txt";
 
-ToolEnd zndb_tool(Words words, const std::string &input = "") {
-    words.insert(words.begin(), "zndb_tool");
-    return run_tool(words, input);
-}
-
-/* Expects success, and gives what was printed. */
-std::string output_of(const Words &words, const std::string &input = "") {
-    const ToolEnd end = zndb_tool(words, input);
-    EXPECT_EQ(0, end.status) << end.errors;
-    EXPECT_EQ("", end.errors);
-    return end.output;
-}
-
-void expect_failure(int status, const std::string &errors, const Words &words,
-                    const std::string &input = "") {
-    const ToolEnd end = zndb_tool(words, input);
-    EXPECT_EQ(status, end.status);
-    EXPECT_EQ("zndb_tool: " + errors + "\n", end.errors);
-    EXPECT_EQ("", end.output);
-}
-
-void expect_usage(const std::string &error, const Words &words) {
-    const ToolEnd end = zndb_tool(words);
-    EXPECT_EQ(2, end.status);
-    EXPECT_EQ(0u, end.errors.find("zndb_tool: " + error + "\n")) << end.errors;
-    EXPECT_NE(std::string::npos, end.errors.find("--help'\n")) << end.errors;
-}
+const ToolChecks kTool("zndb_tool");
 
 class ZndbTool : public ZndbTest {
   protected:
@@ -55,116 +26,117 @@ class ZndbTool : public ZndbTest {
 // ---- get, set, del ----
 
 TEST_F(ZndbTool, SetsAndGetsAValue) {
-    EXPECT_EQ("", output_of({"set", "lan_ip", "192.168.0.1"}));
-    EXPECT_EQ("192.168.0.1\n", output_of({"get", "lan_ip"}));
+    EXPECT_EQ("", kTool.output_of({"set", "lan_ip", "192.168.0.1"}));
+    EXPECT_EQ("192.168.0.1\n", kTool.output_of({"get", "lan_ip"}));
     EXPECT_EQ("192.168.0.1", plain("lan_ip"));
 }
 
 TEST_F(ZndbTool, SetsAndGetsInThePermStore) {
-    EXPECT_EQ("", output_of({"set", "--perm", "serial", "0815"}));
-    EXPECT_EQ("0815\n", output_of({"get", "--perm", "serial"}));
+    EXPECT_EQ("", kTool.output_of({"set", "--perm", "serial", "0815"}));
+    EXPECT_EQ("0815\n", kTool.output_of({"get", "--perm", "serial"}));
     EXPECT_EQ("0815", perm("serial"));
     EXPECT_EQ("ret 3", plain("serial"));
 }
 
 TEST_F(ZndbTool, SetsADefaultThatAPlainGetFallsBackTo) {
-    EXPECT_EQ("", output_of({"set", "--default", "ssid", "home"}));
-    EXPECT_EQ("home\n", output_of({"get", "--default", "ssid"}));
-    EXPECT_EQ("home\n", output_of({"get", "ssid"}));
+    EXPECT_EQ("", kTool.output_of({"set", "--default", "ssid", "home"}));
+    EXPECT_EQ("home\n", kTool.output_of({"get", "--default", "ssid"}));
+    EXPECT_EQ("home\n", kTool.output_of({"get", "ssid"}));
 }
 
 TEST_F(ZndbTool, GetsSeveralSettingsAsLinesOfKeyAndValue) {
     EXPECT_EQ(0, zndb_set("a", "1"));
     EXPECT_EQ(0, zndb_set("b", ""));
-    EXPECT_EQ("a=1\nb=\n", output_of({"get", "a", "b"}));
+    EXPECT_EQ("a=1\nb=\n", kTool.output_of({"get", "a", "b"}));
 }
 
 TEST_F(ZndbTool, GetsJsonWithNumbersWhereTheTypeIsOne) {
     EXPECT_EQ(0, zndb_set("mtu", "1500"));
     EXPECT_EQ(0, zndb_set("name", "a \"quoted\" \xFF name"));
-    EXPECT_EQ("{\n  \"mtu\": 1500\n}\n", output_of({"get", "--type", "uint", "--json", "mtu"}));
+    EXPECT_EQ("{\n  \"mtu\": 1500\n}\n", kTool.output_of({"get", "--type", "uint", "--json", "mtu"}));
     EXPECT_EQ("{\n  \"mtu\": \"1500\",\n  \"name\": \"a \\\"quoted\\\" \xEF\xBF\xBD name\"\n}\n",
-              output_of({"get", "--json", "mtu", "name"}));
+              kTool.output_of({"get", "--json", "mtu", "name"}));
 }
 
 TEST_F(ZndbTool, TakesTheValueFromItsInputWhenNoneIsGiven) {
-    EXPECT_EQ("", output_of({"set", "key"}, "from input"));
+    EXPECT_EQ("", kTool.output_of({"set", "key"}, "from input"));
     EXPECT_EQ("from input", plain("key"));
 }
 
 TEST_F(ZndbTool, SetsAnEmptyValueAndOneThatBeginsWithADash) {
-    EXPECT_EQ("", output_of({"set", "empty", ""}));
+    EXPECT_EQ("", kTool.output_of({"set", "empty", ""}));
     EXPECT_EQ("", plain("empty"));
-    EXPECT_EQ("", output_of({"set", "--", "dash", "--save"}));
+    EXPECT_EQ("", kTool.output_of({"set", "--", "dash", "--save"}));
     EXPECT_EQ("--save", plain("dash"));
 }
 
 TEST_F(ZndbTool, RefusesAValueThatTheTypeCannotHold) {
-    expect_failure(2, "'70000' is no ushort: out of its range", {"set", "--type", "ushort", "port", "70000"});
-    expect_failure(2, "'8o' is no ushort", {"set", "--type", "ushort", "port", "8o"});
-    expect_failure(2, "'perhaps' is no bool", {"set", "--type", "bool", "flag", "perhaps"});
+    kTool.expect_failure(2, "'70000' is no ushort: out of its range",
+                         {"set", "--type", "ushort", "port", "70000"});
+    kTool.expect_failure(2, "'8o' is no ushort", {"set", "--type", "ushort", "port", "8o"});
+    kTool.expect_failure(2, "'perhaps' is no bool", {"set", "--type", "bool", "flag", "perhaps"});
     EXPECT_EQ("ret 3", plain("port"));
 }
 
 TEST_F(ZndbTool, StoresATypedValueAsModulesWriteIt) {
-    EXPECT_EQ("", output_of({"set", "--type", "bool", "flag", "enable"}));
+    EXPECT_EQ("", kTool.output_of({"set", "--type", "bool", "flag", "enable"}));
     EXPECT_EQ("true", plain("flag"));
-    EXPECT_EQ("", output_of({"set", "--type", "double", "gain", "1.5"}));
+    EXPECT_EQ("", kTool.output_of({"set", "--type", "double", "gain", "1.5"}));
     EXPECT_EQ("1.500000", plain("gain"));
 }
 
 TEST_F(ZndbTool, SaysWhenAStoredTextIsNotOfTheType) {
     EXPECT_EQ(0, zndb_set("flag", "perhaps"));
-    expect_failure(1, "get 'flag' failed: 'perhaps' is no bool: 3 E_APPS_ERR_PARAM",
-                   {"get", "--type", "bool", "flag"});
+    kTool.expect_failure(1, "get 'flag' failed: 'perhaps' is no bool: 3 E_APPS_ERR_PARAM",
+                         {"get", "--type", "bool", "flag"});
 }
 
 TEST_F(ZndbTool, SetsAndGetsAListItemByItem) {
-    EXPECT_EQ("", output_of({"set", "--list", "dns", "a,b", "c&d", ""}));
+    EXPECT_EQ("", kTool.output_of({"set", "--list", "dns", "a,b", "c&d", ""}));
     EXPECT_EQ("a&#39;b,c&amp;d,", plain("dns"));
-    EXPECT_EQ("a,b\nc&d\n\n", output_of({"get", "--list", "dns"}));
-    EXPECT_EQ("c&d\n", output_of({"get", "--item", "2", "dns"}));
+    EXPECT_EQ("a,b\nc&d\n\n", kTool.output_of({"get", "--list", "dns"}));
+    EXPECT_EQ("c&d\n", kTool.output_of({"get", "--item", "2", "dns"}));
     EXPECT_EQ("{\n  \"dns\": [\n    \"a,b\",\n    \"c&d\",\n    \"\"\n  ]\n}\n",
-              output_of({"get", "--list", "--json", "dns"}));
+              kTool.output_of({"get", "--list", "--json", "dns"}));
 }
 
 TEST_F(ZndbTool, ReplacesAnItemOfAListOrAddsOne) {
     EXPECT_EQ(0, zndb_set("ports", "80,443"));
-    EXPECT_EQ("", output_of({"set", "--item", "2", "--type", "uint", "ports", "8443"}));
-    EXPECT_EQ("", output_of({"set", "--item", "3", "ports", "22"}));
+    EXPECT_EQ("", kTool.output_of({"set", "--item", "2", "--type", "uint", "ports", "8443"}));
+    EXPECT_EQ("", kTool.output_of({"set", "--item", "3", "ports", "22"}));
     EXPECT_EQ("80,8443,22", plain("ports"));
-    EXPECT_EQ("", output_of({"set", "--item", "1", "fresh", "x"}));
+    EXPECT_EQ("", kTool.output_of({"set", "--item", "1", "fresh", "x"}));
     EXPECT_EQ("x", plain("fresh"));
 }
 
 TEST_F(ZndbTool, SaysHowManyItemsThereAre) {
     EXPECT_EQ(0, zndb_set("ports", "80,443"));
-    expect_failure(1, "'ports' has 2 items", {"get", "--item", "3", "ports"});
-    expect_failure(2, "'ports' has 2 items", {"set", "--item", "4", "ports", "1"});
+    kTool.expect_failure(1, "'ports' has 2 items", {"get", "--item", "3", "ports"});
+    kTool.expect_failure(2, "'ports' has 2 items", {"set", "--item", "4", "ports", "1"});
 }
 
 TEST_F(ZndbTool, SeveralValuesTakeList) {
-    expect_failure(2, "several values make a list: give --list, or quote the value",
-                   {"set", "name", "a", "b"});
+    kTool.expect_failure(2, "several values make a list: give --list, or quote the value",
+                         {"set", "name", "a", "b"});
 }
 
 TEST_F(ZndbTool, KeepsASecretEnciphered) {
-    EXPECT_EQ("", output_of({"set", "--secret", "wifi_key"}, "correct horse"));
+    EXPECT_EQ("", kTool.output_of({"set", "--secret", "wifi_key"}, "correct horse"));
     EXPECT_EQ(std::string::npos, plain("wifi_key").find("correct horse"));
-    EXPECT_EQ("correct horse\n", output_of({"get", "--secret", "wifi_key"}));
+    EXPECT_EQ("correct horse\n", kTool.output_of({"get", "--secret", "wifi_key"}));
 }
 
 TEST_F(ZndbTool, SaysWhenASecretIsNone) {
     EXPECT_EQ(0, zndb_set("wifi_key", "not a secret"));
-    expect_failure(1, "get 'wifi_key' failed: 4 E_APPS_ERR_FORMAT", {"get", "--secret", "wifi_key"});
+    kTool.expect_failure(1, "get 'wifi_key' failed: 4 E_APPS_ERR_FORMAT", {"get", "--secret", "wifi_key"});
 }
 
 TEST_F(ZndbTool, DeletesSettings) {
     EXPECT_EQ(0, zndb_set("a", "1"));
     EXPECT_EQ(0, zndb_set("b", "2"));
     EXPECT_EQ(0, zndb_set_perm_data("c", "3"));
-    EXPECT_EQ("", output_of({"del", "a", "b"}));
-    EXPECT_EQ("", output_of({"del", "--perm", "c"}));
+    EXPECT_EQ("", kTool.output_of({"del", "a", "b"}));
+    EXPECT_EQ("", kTool.output_of({"del", "--perm", "c"}));
     EXPECT_EQ("ret 3", plain("a"));
     EXPECT_EQ("ret 3", plain("b"));
     EXPECT_EQ("ret 3", perm("c"));
@@ -173,38 +145,39 @@ TEST_F(ZndbTool, DeletesSettings) {
 TEST_F(ZndbTool, OffersTheNearestKeyForOneThatIsMissing) {
     EXPECT_EQ(0, zndb_set("lan_ip", "1"));
     const std::string rest = " 'lanip' failed: 2001 E_APPS_ERR_ZNDB_NO_FOUND; did you mean 'lan_ip'?";
-    expect_failure(1, "get" + rest, {"get", "lanip"});
-    expect_failure(1, "del" + rest, {"del", "lanip"});
-    expect_failure(1, "get 'other' failed: 2001 E_APPS_ERR_ZNDB_NO_FOUND", {"get", "other"});
-    expect_failure(1, "get 'lanip' failed: 7 E_APPS_ERR_NOTFOUND; did you mean 'lan_ip'?",
-                   {"get", "--secret", "lanip"});
+    kTool.expect_failure(1, "get" + rest, {"get", "lanip"});
+    kTool.expect_failure(1, "del" + rest, {"del", "lanip"});
+    kTool.expect_failure(1, "get 'other' failed: 2001 E_APPS_ERR_ZNDB_NO_FOUND", {"get", "other"});
+    kTool.expect_failure(1, "get 'lanip' failed: 7 E_APPS_ERR_NOTFOUND; did you mean 'lan_ip'?",
+                         {"get", "--secret", "lanip"});
 }
 
 TEST_F(ZndbTool, SaysWhatTheDatabaseHoldsAgainstATextThatNoFileCanHold) {
     const std::string rest =
         " failed: 2004 E_APPS_ERR_ZNDB_ARG; a setting is one line, and a key has no '=' nor '#' or blank in "
         "front";
-    expect_failure(1, "set 'a=b'" + rest, {"set", "a=b", "1"});
-    expect_failure(1, "set 'a'" + rest, {"set", "a", "two\nlines"});
+    kTool.expect_failure(1, "set 'a=b'" + rest, {"set", "a=b", "1"});
+    kTool.expect_failure(1, "set 'a'" + rest, {"set", "a", "two\nlines"});
 }
 
 TEST_F(ZndbTool, RefusesKeysAndValuesThatAreTooLongBeforeAsking) {
     const std::string key(32, 'k');
-    expect_failure(2, "'" + key + "': the key has more than 31 characters", {"get", key});
-    expect_failure(2, "'" + key + "': the key has more than 31 characters", {"del", key});
-    expect_failure(2, "'k': the value has more than 1023 characters", {"set", "k", std::string(1024, 'v')});
-    expect_failure(2, "'': the key is empty", {"set", "", "v"});
-    expect_failure(2, "'k': the value holds a NUL", {"set", "k"}, std::string("a\0b", 3));
-    EXPECT_EQ("", output_of({"set", std::string(31, 'k'), std::string(1023, 'v')}));
+    kTool.expect_failure(2, "'" + key + "': the key has more than 31 characters", {"get", key});
+    kTool.expect_failure(2, "'" + key + "': the key has more than 31 characters", {"del", key});
+    kTool.expect_failure(2, "'k': the value has more than 1023 characters",
+                         {"set", "k", std::string(1024, 'v')});
+    kTool.expect_failure(2, "'': the key is empty", {"set", "", "v"});
+    kTool.expect_failure(2, "'k': the value holds a NUL", {"set", "k"}, std::string("a\0b", 3));
+    EXPECT_EQ("", kTool.output_of({"set", std::string(31, 'k'), std::string(1023, 'v')}));
 }
 
 // ---- save, reset ----
 
 TEST_F(ZndbTool, SavedChangesSurviveAPowerCut) {
-    EXPECT_EQ("", output_of({"set", "a", "1"}));
-    EXPECT_EQ("", output_of({"save"}));
-    EXPECT_EQ("", output_of({"set", "--save", "b", "2"}));
-    EXPECT_EQ("", output_of({"set", "c", "3"}));
+    EXPECT_EQ("", kTool.output_of({"set", "a", "1"}));
+    EXPECT_EQ("", kTool.output_of({"save"}));
+    EXPECT_EQ("", kTool.output_of({"set", "--save", "b", "2"}));
+    EXPECT_EQ("", kTool.output_of({"set", "c", "3"}));
     cut_power();
     EXPECT_EQ("1", plain("a"));
     EXPECT_EQ("2", plain("b"));
@@ -212,8 +185,8 @@ TEST_F(ZndbTool, SavedChangesSurviveAPowerCut) {
 }
 
 TEST_F(ZndbTool, SavesTheFactoryOverlayWhenAsked) {
-    EXPECT_EQ("", output_of({"set", "--default", "ssid", "home"}));
-    EXPECT_EQ("", output_of({"save", "--default"}));
+    EXPECT_EQ("", kTool.output_of({"set", "--default", "ssid", "home"}));
+    EXPECT_EQ("", kTool.output_of({"save", "--default"}));
     cut_power();
     EXPECT_EQ("home", def("ssid"));
 }
@@ -221,20 +194,20 @@ TEST_F(ZndbTool, SavesTheFactoryOverlayWhenAsked) {
 TEST_F(ZndbTool, SaveRamShortensTheJournal) {
     EXPECT_EQ(0, zndb_set("k", "1"));
     EXPECT_EQ(0, zndb_set("k", "2"));
-    EXPECT_EQ("", output_of({"save", "--ram"}));
+    EXPECT_EQ("", kTool.output_of({"save", "--ram"}));
     EXPECT_EQ("P+k=2\n", file_text("/tmp/m_tmp/zndb/journal"));
 }
 
 TEST_F(ZndbTool, ASaveThatFailsShowsTheDatabasesCode) {
     start_after("mkdir -p /m_data/usr/db && mount -t tmpfs -o ro tmpfs /m_data/usr/db");
     EXPECT_EQ(0, zndb_set("k", "v"));
-    expect_failure(1, "save failed: 2006 E_APPS_ERR_ZNDB_READ_ONLY", {"save"});
+    kTool.expect_failure(1, "save failed: 2006 E_APPS_ERR_ZNDB_READ_ONLY", {"save"});
 }
 
 TEST_F(ZndbTool, ResetsThePlainStore) {
     EXPECT_EQ(0, zndb_set("k", "v"));
     EXPECT_EQ(0, zndb_set_perm_data("p", "pv"));
-    EXPECT_EQ("", output_of({"reset", "--save"}));
+    EXPECT_EQ("", kTool.output_of({"reset", "--save"}));
     EXPECT_EQ("ret 3", plain("k"));
     EXPECT_EQ("pv", perm("p"));
 }
@@ -248,18 +221,18 @@ TEST_F(ZndbTool, DumpsEveryStoreSavedOrNot) {
     EXPECT_EQ(0, zndb_del("gone"));
     EXPECT_EQ(0, zndb_set("unsaved", "a=b"));
     EXPECT_EQ(0, zndb_set_perm_data("p", "2"));
-    EXPECT_EQ("", output_of({"set", "--default", "d", "3"}));
+    EXPECT_EQ("", kTool.output_of({"set", "--default", "d", "3"}));
     EXPECT_EQ(
         "# plain: /m_data/usr/db/user_data.txt\nsaved=1\nunsaved=a=b\n"
         "# perm: /m_data/usr_permanent/db/perm_data.txt\np=2\n"
         "# default: /m_webui/usr/db/default_data.txt, /m_data/factor/factor_data.txt\nd=3\n",
-        output_of({"dump"}));
+        kTool.output_of({"dump"}));
 }
 
 TEST_F(ZndbTool, DumpsOneStoreAsJson) {
     EXPECT_EQ(0, zndb_set("k", "v"));
     EXPECT_EQ(0, zndb_set_perm_data("p", "2"));
-    EXPECT_EQ("{\n  \"perm\": {\n    \"p\": \"2\"\n  }\n}\n", output_of({"dump", "--perm", "--json"}));
+    EXPECT_EQ("{\n  \"perm\": {\n    \"p\": \"2\"\n  }\n}\n", kTool.output_of({"dump", "--perm", "--json"}));
 }
 
 TEST_F(ZndbTool, DumpsAResetStoreAndOneWhoseDatabaseIsGone) {
@@ -268,19 +241,19 @@ TEST_F(ZndbTool, DumpsAResetStoreAndOneWhoseDatabaseIsGone) {
     EXPECT_EQ(0, zndb_reset());
     EXPECT_EQ(0, zndb_set("new", "2"));
     zndb_->kill();
-    EXPECT_EQ("new=2\n", output_of({"export"}));
+    EXPECT_EQ("new=2\n", kTool.output_of({"export"}));
 }
 
 TEST_F(ZndbTool, AStoreThatCannotBeReadIsSaidSo) {
     ASSERT_EQ(0, ::mkdir("/m_data/usr/db/user_data.txt", 0700));
-    expect_failure(1, "can't read /m_data/usr/db/user_data.txt: Is a directory", {"dump"});
-    expect_failure(1, "can't read /m_data/usr/db/user_data.txt: Is a directory", {"export"});
+    kTool.expect_failure(1, "can't read /m_data/usr/db/user_data.txt: Is a directory", {"dump"});
+    kTool.expect_failure(1, "can't read /m_data/usr/db/user_data.txt: Is a directory", {"export"});
 }
 
 TEST_F(ZndbTool, ExportsAStoreToAFileThatOnlyItsOwnerReads) {
     EXPECT_EQ(0, zndb_set("b", "2"));
     EXPECT_EQ(0, zndb_set("a", "1=1"));
-    EXPECT_EQ("", output_of({"export", kExported}));
+    EXPECT_EQ("", kTool.output_of({"export", kExported}));
     EXPECT_EQ("a=1=1\nb=2\n", file_text(kExported));
     struct stat info = {};
     ASSERT_EQ(0, ::stat(kExported.c_str(), &info));
@@ -290,40 +263,40 @@ TEST_F(ZndbTool, ExportsAStoreToAFileThatOnlyItsOwnerReads) {
 TEST_F(ZndbTool, ImportsWhatItExported) {
     EXPECT_EQ(0, zndb_set("a", "1"));
     EXPECT_EQ(0, zndb_set("b", ""));
-    EXPECT_EQ("", output_of({"export", kExported}));
+    EXPECT_EQ("", kTool.output_of({"export", kExported}));
     EXPECT_EQ(0, zndb_reset());
-    EXPECT_EQ("", output_of({"import", "--save", kExported}));
+    EXPECT_EQ("", kTool.output_of({"import", "--save", kExported}));
     EXPECT_EQ("1", plain("a"));
     EXPECT_EQ("", plain("b"));
     EXPECT_EQ("a=1\nb=\n", file_text("/m_data/usr/db/user_data.txt"));
 }
 
 TEST_F(ZndbTool, ImportsItsInputIntoAnotherStore) {
-    EXPECT_EQ("", output_of({"import", "--perm", "-"}, "# a comment\r\n\r\nk=v\r"));
+    EXPECT_EQ("", kTool.output_of({"import", "--perm", "-"}, "# a comment\r\n\r\nk=v\r"));
     EXPECT_EQ("v", perm("k"));
 }
 
 TEST_F(ZndbTool, ImportsNothingOfAFileWithABadLine) {
     ASSERT_TRUE(write_text(kExported, "good=1\nbad\n" + std::string(32, 'k') + "=1\n"));
-    expect_failure(2,
-                   kExported + ":2: there is no '='\nzndb_tool: " + kExported +
-                       ":3: the key has more than 31 characters\nzndb_tool: nothing was imported",
-                   {"import", kExported});
+    kTool.expect_failure(2,
+                         kExported + ":2: there is no '='\nzndb_tool: " + kExported +
+                             ":3: the key has more than 31 characters\nzndb_tool: nothing was imported",
+                         {"import", kExported});
     EXPECT_EQ("ret 3", plain("good"));
 }
 
 TEST_F(ZndbTool, SaysHowFarAnImportCameWhenTheDatabaseRefuses) {
     ASSERT_TRUE(write_text(kExported, "good=1\n bad=1\nlater=1\n"));
-    expect_failure(1,
-                   kExported + ":2: set ' bad' failed: 2004 E_APPS_ERR_ZNDB_ARG\n" +
-                       "zndb_tool: 1 of 3 settings were imported",
-                   {"import", kExported});
+    kTool.expect_failure(1,
+                         kExported + ":2: set ' bad' failed: 2004 E_APPS_ERR_ZNDB_ARG\n" +
+                             "zndb_tool: 1 of 3 settings were imported",
+                         {"import", kExported});
 }
 
 TEST_F(ZndbTool, FilesThatCannotBeUsedAreWrongUsage) {
-    expect_failure(2, "can't read /no/file: No such file or directory", {"import", "/no/file"});
-    expect_failure(2, "can't read /tmp: Is a directory", {"import", "/tmp"});
-    expect_failure(2, "can't write /no/file: No such file or directory", {"export", "/no/file"});
+    kTool.expect_failure(2, "can't read /no/file: No such file or directory", {"import", "/no/file"});
+    kTool.expect_failure(2, "can't read /tmp: Is a directory", {"import", "/tmp"});
+    kTool.expect_failure(2, "can't write /no/file: No such file or directory", {"export", "/no/file"});
 }
 
 // ---- the command line, the terminal, the end ----
@@ -331,39 +304,39 @@ TEST_F(ZndbTool, FilesThatCannotBeUsedAreWrongUsage) {
 TEST_F(ZndbTool, ADatabaseThatDoesNotRunIsNotReachable) {
     zndb_->kill();
     const std::string rest = " failed: zndb is not running: 1 E_APPS_ERR_MODULE";
-    expect_failure(3, "get 'k'" + rest, {"get", "k"});
-    expect_failure(3, "get 'k'" + rest, {"get", "--secret", "k"});
-    expect_failure(3, "set 'k'" + rest, {"set", "k", "v"});
-    expect_failure(3, "set 'k'" + rest, {"set", "--secret", "k", "v"});
-    expect_failure(3, "set 'k'" + rest, {"set", "--save", "k", "v"});
-    expect_failure(3, "del 'k'" + rest, {"del", "k"});
-    expect_failure(3, "save" + rest, {"save"});
-    expect_failure(3, "reset" + rest, {"reset"});
-    expect_failure(3, "-:1: set 'k'" + rest + "\nzndb_tool: 0 of 1 settings were imported", {"import", "-"},
-                   "k=v");
+    kTool.expect_failure(3, "get 'k'" + rest, {"get", "k"});
+    kTool.expect_failure(3, "get 'k'" + rest, {"get", "--secret", "k"});
+    kTool.expect_failure(3, "set 'k'" + rest, {"set", "k", "v"});
+    kTool.expect_failure(3, "set 'k'" + rest, {"set", "--secret", "k", "v"});
+    kTool.expect_failure(3, "set 'k'" + rest, {"set", "--save", "k", "v"});
+    kTool.expect_failure(3, "del 'k'" + rest, {"del", "k"});
+    kTool.expect_failure(3, "save" + rest, {"save"});
+    kTool.expect_failure(3, "reset" + rest, {"reset"});
+    kTool.expect_failure(3, "-:1: set 'k'" + rest + "\nzndb_tool: 0 of 1 settings were imported",
+                         {"import", "-"}, "k=v");
 }
 
 TEST_F(ZndbTool, WrongNamesGetTheNearestRightOne) {
-    expect_usage("unknown command 'gte'; did you mean 'get'?", {"gte", "k"});
-    expect_usage("unknown command 'frobnicate'", {"frobnicate"});
-    expect_usage("unknown option '--prem'; did you mean '--perm'?", {"get", "--prem", "k"});
-    expect_usage("--type: unknown type 'unit'; did you mean 'uint'?", {"get", "--type", "unit", "k"});
+    kTool.expect_usage("unknown command 'gte'; did you mean 'get'?", {"gte", "k"});
+    kTool.expect_usage("unknown command 'frobnicate'", {"frobnicate"});
+    kTool.expect_usage("unknown option '--prem'; did you mean '--perm'?", {"get", "--prem", "k"});
+    kTool.expect_usage("--type: unknown type 'unit'; did you mean 'uint'?", {"get", "--type", "unit", "k"});
 }
 
 TEST_F(ZndbTool, WrongUsageIsExplained) {
-    expect_usage("a command is missing", {});
-    expect_usage("KEY is required", {"get"});
-    expect_usage("one argument too many: 'x'", {"reset", "x"});
-    expect_usage("--perm excludes --secret", {"set", "--secret", "--perm", "k"});
-    expect_usage("unknown option '--default'", {"del", "--default", "k"});
-    expect_usage("unknown option '-5'; write -- before arguments that begin with '-'", {"reset", "-5"});
+    kTool.expect_usage("a command is missing", {});
+    kTool.expect_usage("KEY is required", {"get"});
+    kTool.expect_usage("one argument too many: 'x'", {"reset", "x"});
+    kTool.expect_usage("--perm excludes --secret", {"set", "--secret", "--perm", "k"});
+    kTool.expect_usage("unknown option '--default'", {"del", "--default", "k"});
+    kTool.expect_usage("unknown option '-5'; write -- before arguments that begin with '-'", {"reset", "-5"});
 }
 
 TEST_F(ZndbTool, ShowsHelpWithExamples) {
-    const std::string help = output_of({"--help"});
+    const std::string help = kTool.output_of({"--help"});
     for (const char *command : {"get", "set", "del", "save", "reset", "dump", "export", "import"}) {
         EXPECT_NE(std::string::npos, help.find(std::string("\n  ") + command + " ")) << command;
-        const std::string own = output_of({command, "--help"});
+        const std::string own = kTool.output_of({command, "--help"});
         EXPECT_NE(std::string::npos, own.find(std::string("\n  zndb_tool ") + command)) << own;
         EXPECT_NE(std::string::npos, own.find("\nExamples:\n")) << own;
     }
@@ -382,14 +355,14 @@ TEST_F(ZndbTool, OutputThatCannotBeWrittenIsAFailure) {
 
 TEST_F(ZndbTool, OnATerminalControlCharactersAreSpeltOut) {
     EXPECT_EQ(0, zndb_set("k", "\033[2Jgone"));
-    EXPECT_EQ("\033[2Jgone\n", output_of({"get", "k"}));
+    EXPECT_EQ("\033[2Jgone\n", kTool.output_of({"get", "k"}));
     EXPECT_EQ("\\x1b[2Jgone\r\n", run_on_terminal({"zndb_tool", "get", "k"}, {}).output);
 }
 
 TEST_F(ZndbTool, ColoursAreForTerminalsOnly) {
     EXPECT_EQ(0, zndb_set("k", "v"));
     EXPECT_NE(std::string::npos, run_on_terminal({"zndb_tool", "dump"}, {}).output.find("\033[1mk\033[0m=v"));
-    EXPECT_EQ(std::string::npos, output_of({"dump"}).find('\033'));
+    EXPECT_EQ(std::string::npos, kTool.output_of({"dump"}).find('\033'));
 }
 
 TEST_F(ZndbTool, HelpFitsATerminalOf40Columns) {
@@ -412,7 +385,7 @@ TEST_F(ZndbTool, ASecretThatIsTypedIsNotShown) {
     const ToolEnd end = run_on_terminal({"zndb_tool", "set", "--secret", "wifi_key"}, typing);
     EXPECT_EQ(0, end.status) << end.output;
     EXPECT_EQ(std::string::npos, end.output.find("horse"));
-    EXPECT_EQ("correct horse\n", output_of({"get", "--secret", "wifi_key"}));
+    EXPECT_EQ("correct horse\n", kTool.output_of({"get", "--secret", "wifi_key"}));
 }
 
 TEST_F(ZndbTool, CtrlCWhileTypingChangesNothing) {
@@ -427,11 +400,11 @@ TEST_F(ZndbTool, CtrlCWhileTypingChangesNothing) {
 TEST_F(ZndbTool, CompletesCommandsOptionsTypesAndKeys) {
     EXPECT_EQ(0, zndb_set("lan_ip", "1"));
     EXPECT_EQ(0, zndb_set_perm_data("lan_mac", "1"));
-    EXPECT_EQ("dump\n", output_of({"--complete", "du"}));
-    EXPECT_EQ("--help\n--perm\n--default\n--json\n", output_of({"--complete", "dump", "--"}));
-    EXPECT_EQ("uchar\nushort\nuint\nulong\nullong\n", output_of({"--complete", "get", "--type", "u"}));
-    EXPECT_EQ("lan_ip\nlan_mac\n", output_of({"--complete", "get", "--perm", "other", "lan"}));
-    EXPECT_EQ("", output_of({"--complete", "import", ""}));
+    EXPECT_EQ("dump\n", kTool.output_of({"--complete", "du"}));
+    EXPECT_EQ("--help\n--perm\n--default\n--json\n", kTool.output_of({"--complete", "dump", "--"}));
+    EXPECT_EQ("uchar\nushort\nuint\nulong\nullong\n", kTool.output_of({"--complete", "get", "--type", "u"}));
+    EXPECT_EQ("lan_ip\nlan_mac\n", kTool.output_of({"--complete", "get", "--perm", "other", "lan"}));
+    EXPECT_EQ("", kTool.output_of({"--complete", "import", ""}));
 }
 
 }  // namespace

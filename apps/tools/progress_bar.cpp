@@ -1,0 +1,43 @@
+#include "progress_bar.h"
+
+#include <algorithm>
+#include <cstdio>
+
+#include "terminal.h"
+
+namespace {
+
+constexpr size_t kWidestBar = 40;
+constexpr char kWipe[] = "\r\033[K";
+
+}  // namespace
+
+std::string progress_line(double done, const std::string &note, size_t columns) {
+    const double share = std::clamp(done, 0.0, 1.0);
+    char percent[8];
+    (void)std::snprintf(percent, sizeof(percent), "%3d%%", static_cast<int>(share * 100));
+    const std::string text = std::string(percent) + " " + note;
+    const size_t taken = text.size() + 3; /* the bar's ends and a blank */
+    if (columns <= taken) {
+        return text.substr(0, columns);
+    }
+    std::string bar(std::min(columns - taken, kWidestBar), ' ');
+    const auto filled = static_cast<size_t>(share * static_cast<double>(bar.size()));
+    bar.replace(0, filled, filled, '#');
+    return "[" + bar + "] " + text;
+}
+
+ProgressBar::ProgressBar() : visible_(is_terminal(Stream::kError)) {}
+
+ProgressBar::~ProgressBar() {
+    if (visible_) {
+        (void)std::fputs(kWipe, stderr);
+    }
+}
+
+void ProgressBar::show(double done, const std::string &note) const {
+    if (visible_) {
+        const std::string line = progress_line(done, note, columns_of(Stream::kError) - 1);
+        (void)std::fputs((kWipe + line).c_str(), stderr);
+    }
+}

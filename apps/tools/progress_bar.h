@@ -1,0 +1,26 @@
+/*
+ * How far something has come, on the terminal of standard error; nothing elsewhere.
+ */
+#pragma once
+
+#include <cstddef>
+#include <string>
+
+/* A bar and a note in one line of so many columns. done: from 0 to 1. */
+std::string progress_line(double done, const std::string &note, size_t columns);
+
+class ProgressBar {
+  public:
+    ProgressBar();
+
+    /* Wipes the bar. */
+    ~ProgressBar();
+
+    ProgressBar(const ProgressBar &) = delete;
+    ProgressBar &operator=(const ProgressBar &) = delete;
+
+    void show(double done, const std::string &note) const;
+
+  private:
+    bool visible_;
+};

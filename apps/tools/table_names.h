@@ -1,0 +1,36 @@
+/*
+ * Names that people give to a tool: modules, messages and result codes, by name or by number. What is unknown
+ * is explained, with the nearest right name.
+ */
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "apps_err.h"
+#include "apps_message.h"
+
+/* A number, or what is wrong with the word that should be one. */
+struct Named {
+    int64_t number;
+    std::string problem; /* "" when there is none */
+};
+
+/* A module that can be sent to: its name or alias, in upper or lower case, or its id. */
+Named find_module(const std::string &word);
+
+/* A message: its name, with or without its E_APPS_MSG_, in upper or lower case, or its number. */
+Named find_message(const std::string &word);
+
+/* A result code: its name, with or without its E_APPS_ERR_, in upper or lower case, or its number. */
+Named find_code(const std::string &word);
+
+std::vector<std::string> module_names();
+std::vector<std::string> message_names();
+
+/* "wlan", or the number of a module that has no name. */
+std::string module_text(uint32_t module);
+
+/* "5004 E_APPS_MSG_WLAN_..." */
+std::string message_text(apps_message_id_e_type msgid);

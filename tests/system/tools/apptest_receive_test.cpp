@@ -1,0 +1,203 @@
+/*
+ * apptest receives: it subscribes to events and plays modules for real ones.
+ */
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <string>
+
+#include "frwk_module.h"
+#include "support/module_process.h"
+#include "support/wait_until.h"
+#include "system/tools/tool_checks.h"
+
+namespace {
+
+const ToolChecks kAppTest("apptest");
+
+const char kEvents[] = "/m_data/usr/subscribe";
+const char kSocket[] = "/tmp/m_tmp/ipc/apptest";
+
+/* apptest in the background, serving. */
+class Serving {
+  public:
+    explicit Serving(std::vector<std::string> words, const std::string &module = "apptest")
+        : process_(command(std::move(words)), {"QUOR_DEBUG=0"}) {
+        const std::string socket = "/tmp/m_tmp/ipc/" + module;
+        EXPECT_TRUE(wait_until([&] { return std::filesystem::exists(socket); })) << process_.errors();
+    }
+
+    std::string line() { return process_.read_line().value_or("no line"); }
+    ChildProcess &process() { return process_; }
+
+    int interrupt() {
+        process_.send_signal(SIGINT);
+        return process_.exit_status();
+    }
+
+  private:
+    static std::vector<std::string> command(std::vector<std::string> words) {
+        words.insert(words.begin(), tool_path("apptest"));
+        return words;
+    }
+
+    ChildProcess process_;
+};
+
+bool is_subscribed(const std::string &event) {
+    return wait_until([&] { return file_text(std::string(kEvents) + "/" + event) == "apptest\n"; });
+}
+
+class AppTestReceive : public testing::Test {
+  protected:
+    AppTestReceive() {
+        std::filesystem::create_directories(kEvents);
+        std::filesystem::create_directories("/tmp/m_tmp/lock");
+    }
+
+    /* Waits until the module that is played answers. */
+    void wait_for_module(const std::string &id) {
+        EXPECT_TRUE(wait_until([&] { return router_.ask("status " + id) == "status=1"; }));
+    }
+
+    ModuleProcess router_{E_APPS_MODULE_ROUTER};
+};
+
+TEST_F(AppTestReceive, PrintsWhatArrivesUntilThereIsEnough) {
+    Serving subscriber({"subscribe", "--count", "2", "weather", "E_APPS_MSG_SYS_LANGUAGE_CHANGE"});
+    ASSERT_TRUE(is_subscribed("weather"));
+    ASSERT_TRUE(is_subscribed("E_APPS_MSG_SYS_LANGUAGE_CHANGE"));
+    EXPECT_EQ("ret=15", router_.ask("async 49 5004 3 text:rain"));
+    EXPECT_EQ("ret=15", router_.ask("async 49 9 3 int:255"));
+    EXPECT_EQ("router 5004 E_APPS_MSG_WLAN_WIRELESS_MACFILTER_CONFIG 4 bytes: rain", subscriber.line());
+    EXPECT_EQ("router 9 E_APPS_MSG_SYS_LANGUAGE_CHANGE 4 bytes: ff000000", subscriber.line());
+    EXPECT_EQ(0, subscriber.process().exit_status());
+    EXPECT_EQ("", subscriber.process().errors());
+}
+
+TEST_F(AppTestReceive, PrintsJsonOneObjectALine) {
+    Serving subscriber({"subscribe", "--json", "weather"});
+    ASSERT_TRUE(is_subscribed("weather"));
+    EXPECT_EQ("ret=15", router_.ask("async 49 9 3 text:a"));
+    EXPECT_EQ(
+        "{\"from\":\"router\",\"message\":9,\"name\":\"E_APPS_MSG_SYS_LANGUAGE_CHANGE\",\"length\":1,"
+        "\"hex\":\"61\",\"text\":\"a\"}",
+        subscriber.line());
+    EXPECT_EQ("ret=15", router_.ask("async 49 9 3 -"));
+    EXPECT_EQ(
+        "{\"from\":\"router\",\"message\":9,\"name\":\"E_APPS_MSG_SYS_LANGUAGE_CHANGE\",\"length\":0,"
+        "\"hex\":\"\",\"text\":\"\"}",
+        subscriber.line());
+}
+
+TEST_F(AppTestReceive, CtrlCEndsTheSubscriptionsAndLeavesNothingBehind) {
+    Serving subscriber({"subscribe", "weather", "traffic"});
+    ASSERT_TRUE(is_subscribed("weather"));
+    ASSERT_TRUE(is_subscribed("traffic"));
+    EXPECT_EQ(0, subscriber.interrupt());
+    EXPECT_EQ("", subscriber.process().errors());
+    EXPECT_TRUE(std::filesystem::is_empty(kEvents));
+    EXPECT_FALSE(std::filesystem::exists(kSocket));
+}
+
+TEST_F(AppTestReceive, AMessageThatEndsItLeavesNothingBehindEither) {
+    Serving subscriber({"subscribe", "weather"});
+    ASSERT_TRUE(is_subscribed("weather"));
+    EXPECT_EQ("ret=15", router_.ask("async 49 1 3 -"));
+    EXPECT_EQ(0, subscriber.process().exit_status());
+    EXPECT_TRUE(std::filesystem::is_empty(kEvents));
+    EXPECT_FALSE(std::filesystem::exists(kSocket));
+}
+
+TEST_F(AppTestReceive, SaysHowManyCameInTime) {
+    kAppTest.expect_failure(1, "0 of 3 messages came in time",
+                            {"subscribe", "--count", "3", "--seconds", "0.01", "weather"});
+    EXPECT_EQ("", kAppTest.output_of({"subscribe", "--seconds", "0.01", "weather"}));
+    EXPECT_TRUE(std::filesystem::is_empty(kEvents));
+}
+
+TEST_F(AppTestReceive, AnEventThatCannotBeSubscribedTakesTheOthersBack) {
+    kAppTest.expect_failure(
+        1,
+        "subscribe 'a/b' failed: 12 E_APPS_ERR_IO; the folder of subscriptions or of locks "
+        "is missing, or the event's name can't be a file's",
+        {"subscribe", "weather", "a/b"});
+    EXPECT_TRUE(std::filesystem::is_empty(kEvents));
+    EXPECT_FALSE(std::filesystem::exists(kSocket));
+}
+
+TEST_F(AppTestReceive, ASecondSubscriberDoesNotTakeTheFirstOnesMessages) {
+    Serving subscriber({"subscribe", "weather"});
+    ASSERT_TRUE(is_subscribed("weather"));
+    kAppTest.expect_failure(1, "apptest runs already", {"subscribe", "weather"});
+    EXPECT_EQ("ret=15", router_.ask("async 49 9 3 -"));
+    EXPECT_EQ("router 9 E_APPS_MSG_SYS_LANGUAGE_CHANGE 0 bytes", subscriber.line());
+}
+
+TEST_F(AppTestReceive, AReaderThatLeavesEndsIt) {
+    const ToolEnd end = run_shell(
+        "mkfifo /tmp/closed.$$; exec 3<>/tmp/closed.$$ 4>/tmp/closed.$$ 3<&-; "
+        "$TOOLS/apptest serve wlan >&4 & until [ -S /tmp/m_tmp/ipc/wlan ]; do sleep 0.01; done; "
+        "$TOOLS/apptest call wlan 5004; wait $!");
+    EXPECT_EQ(1, end.status);
+    EXPECT_EQ("apptest: can't write the output: Broken pipe\n", end.errors);
+}
+
+TEST_F(AppTestReceive, PlaysAModuleWithOneAnswerForEverything) {
+    Serving wlan({"serve", "wlan", "--answer", "0 text=hello", "--count", "1"}, "wlan");
+    wait_for_module("5");
+    EXPECT_EQ("hello\n", kAppTest.output_of({"call", "wlan", "5004", "you"}));
+    EXPECT_EQ("apptest 5004 E_APPS_MSG_WLAN_WIRELESS_MACFILTER_CONFIG 3 bytes: you", wlan.line());
+    EXPECT_EQ(0, wlan.process().exit_status());
+    EXPECT_FALSE(std::filesystem::exists("/tmp/m_tmp/ipc/wlan"));
+}
+
+TEST_F(AppTestReceive, PlaysAModuleAsScripted) {
+    ASSERT_TRUE(write_text("/tmp/answers.txt",
+                           "# what wlan says\n5004 0 text=one client\n5004 0 text=two clients\n"
+                           "5005 busy delay=1\n5006 0 hex=01 02\n5007 0 int=3\n* unsupported echo\n"));
+    Serving wlan({"serve", "wlan", "--script", "/tmp/answers.txt"}, "wlan");
+    wait_for_module("5");
+    EXPECT_EQ("one client\n", kAppTest.output_of({"call", "wlan", "5004"}));
+    EXPECT_EQ("two clients\n", kAppTest.output_of({"call", "wlan", "5004"}));
+    EXPECT_EQ("two clients\n", kAppTest.output_of({"call", "wlan", "5004"}));
+    EXPECT_EQ(1, kAppTest.run({"call", "wlan", "5005"}).status);
+    EXPECT_EQ("00000000  01 02                                            ..\n",
+              kAppTest.output_of({"call", "wlan", "5006", "--room", "2"}));
+    EXPECT_EQ("00000000  03                                               .\n(3 zero bytes)\n",
+              kAppTest.output_of({"call", "wlan", "5007", "--room", "4"}));
+    const ToolEnd end = kAppTest.run({"call", "wlan", "5010", "back"});
+    EXPECT_EQ("back\n", end.output);
+    EXPECT_EQ(
+        "apptest: call wlan 5010 E_APPS_MSG_WLAN_RESET_WPS_AP_PIN_CODE failed: 8 E_APPS_ERR_UNSUPPORTED\n",
+        end.errors);
+    EXPECT_EQ(0, wlan.interrupt());
+    EXPECT_FALSE(std::filesystem::exists("/tmp/m_tmp/ipc/wlan"));
+}
+
+TEST_F(AppTestReceive, AnAnswerThatDoesNotFitTheSendersRoomIsRefused) {
+    const Serving wlan({"serve", "wlan", "--answer", "0 text=too long"}, "wlan");
+    wait_for_module("5");
+    kAppTest.expect_failure(1,
+                            "call wlan 5004 E_APPS_MSG_WLAN_WIRELESS_MACFILTER_CONFIG failed: "
+                            "9 E_APPS_ERR_OUTOFBUF",
+                            {"call", "wlan", "5004", "--room", "4"});
+}
+
+TEST_F(AppTestReceive, DoesNotPlayAModuleThatRuns) {
+    kAppTest.expect_failure(1, "router runs already", {"serve", "router"});
+    EXPECT_EQ("status=1", router_.ask("status 3"));
+}
+
+TEST_F(AppTestReceive, AScriptThatMakesNoSenseIsWrongUsage) {
+    ASSERT_TRUE(write_text("/tmp/answers.txt", "5004 0\n5005 bsuy\n"));
+    kAppTest.expect_failure(2, "/tmp/answers.txt:2: unknown result code 'bsuy'; did you mean 'BUSY'?",
+                            {"serve", "wlan", "--script", "/tmp/answers.txt"});
+    kAppTest.expect_failure(2, "can't read /no/file: No such file or directory",
+                            {"serve", "wlan", "--script", "/no/file"});
+    kAppTest.expect_failure(2, "--answer: unknown answer 'txt=x': delay=, text=, hex=, int= or echo",
+                            {"serve", "wlan", "--answer", "0 txt=x"});
+    kAppTest.expect_failure(2, "unknown module 'wlna'; did you mean 'wlan'?", {"serve", "wlna"});
+}
+
+}  // namespace

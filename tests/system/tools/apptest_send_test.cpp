@@ -1,0 +1,180 @@
+/*
+ * apptest sends: single messages of every kind, to real modules.
+ */
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <string>
+
+#include "frwk_module.h"
+#include "support/module_process.h"
+#include "support/wait_until.h"
+#include "system/tools/tool_checks.h"
+
+namespace {
+
+const ToolChecks kAppTest("apptest");
+
+/* Messages that the scripted module answers in a way of its own. */
+const char kEcho[] = "40000";
+const char kReturn[] = "40001";
+const char kFill[] = "40003";
+
+class AppTestSend : public testing::Test {
+  protected:
+    /* The message as the module's handler recorded it: from apptest. */
+    void expect_message(const std::string &rest) {
+        EXPECT_TRUE(wlan_.wait_for_message("49 " + rest)) << testing::PrintToString(wlan_.messages());
+    }
+
+    ModuleProcess wlan_{E_APPS_MODULE_WLAN};
+};
+
+TEST_F(AppTestSend, CallsByNameAliasOrNumber) {
+    EXPECT_EQ("hello\n", kAppTest.output_of({"call", "wlan", kEcho, "hello"}));
+    EXPECT_EQ("hello\n", kAppTest.output_of({"call", "WLAN", kEcho, "hello"}));
+    EXPECT_EQ("hello\n", kAppTest.output_of({"call", "5", "0x9c40", "hello"}));
+    EXPECT_EQ("", kAppTest.output_of({"call", "wlan", "sys_probe"}));
+    EXPECT_EQ("", kAppTest.output_of({"call", "wlan", "E_APPS_MSG_SYS_PROBE"}));
+}
+
+TEST_F(AppTestSend, SendsTheBodyAsTextHexNumbersOrFile) {
+    (void)kAppTest.output_of({"call", "wlan", "5004", "--nul", "ab"});
+    expect_message("5004 3 616200");
+    (void)kAppTest.output_of({"call", "wlan", "5004", "--hex", "00 ff:10"});
+    expect_message("5004 3 00ff10");
+    (void)kAppTest.output_of({"call", "wlan", "5004", "--int", "--", "1,-2"});
+    expect_message("5004 8 01000000feffffff");
+    (void)kAppTest.output_of({"call", "wlan", "5004", "--file", "-"}, "line");
+    expect_message("5004 5 6c696e650a");
+    ASSERT_TRUE(write_text("/tmp/body.hex", "0102"));
+    (void)kAppTest.output_of({"call", "wlan", "5004", "--hex", "--file", "/tmp/body.hex"});
+    expect_message("5004 2 0102");
+}
+
+TEST_F(AppTestSend, ShowsBytesThatAreNoText) {
+    EXPECT_EQ(
+        "00000000  a5 a5 a5 a5 a5 a5 a5 a5 a5 a5 a5 a5 a5 a5 a5 a5  ................\n"
+        "00000010  a5 a5                                            ..\n",
+        kAppTest.output_of({"call", "wlan", kFill, "--room", "18"}));
+    EXPECT_EQ("00000000  68 69                                            hi\n(6 zero bytes)\n",
+              kAppTest.output_of({"call", "wlan", kEcho, "hi", "--room", "8", "--dump"}));
+}
+
+TEST_F(AppTestSend, ShowsTheAnswerAsJson) {
+    std::string output = kAppTest.output_of({"call", "wlan", kEcho, "{\"on\": true}", "--json"});
+    const size_t begin = output.find("  \"microseconds\": ");
+    ASSERT_NE(std::string::npos, begin) << output;
+    output.erase(begin, output.find('\n', begin) + 1 - begin);
+    EXPECT_EQ(
+        "{\n"
+        "  \"result\": 0,\n"
+        "  \"name\": \"E_APPS_ERR_SUCCESS\",\n"
+        "  \"hex\": \"7b226f6e223a20747275657d\",\n"
+        "  \"text\": \"{\\\"on\\\": true}\",\n"
+        "  \"value\": {\n"
+        "    \"on\": true\n"
+        "  }\n"
+        "}\n",
+        output);
+}
+
+TEST_F(AppTestSend, ShowsTheCodeThatTheModuleReturned) {
+    kAppTest.expect_failure(1, "call wlan 40001 unknown failed: 7 E_APPS_ERR_NOTFOUND",
+                            {"call", "wlan", kReturn, "--int", "7"});
+    kAppTest.expect_failure(1, "call wlan 40001 unknown failed: 777 unknown",
+                            {"call", "wlan", kReturn, "--int", "777"});
+}
+
+TEST_F(AppTestSend, AModuleThatGoesAwayWithoutAnAnswerIsNotReachable) {
+    kAppTest.expect_failure(3,
+                            "call wlan 1 E_APPS_MSG_SYS_EXIT failed: wlan went away without an answer: "
+                            "19 E_APPS_ERR_READ",
+                            {"call", "wlan", "sys_exit"});
+}
+
+TEST_F(AppTestSend, SendsAndNotifies) {
+    EXPECT_EQ("", kAppTest.output_of({"send", "--timeout", "5", "wlan", "5005", "x"}));
+    expect_message("5005 1 78");
+    EXPECT_EQ("", kAppTest.output_of({"notify", "wlan", "5006", "y"}));
+    expect_message("5006 1 79");
+}
+
+TEST_F(AppTestSend, BroadcastsToEveryMonitoredModule) {
+    const ModuleProcess router(E_APPS_MODULE_ROUTER);
+    EXPECT_EQ("", kAppTest.output_of({"broadcast", "sys_device_offline", "z"}));
+    expect_message("13 1 7a");
+    EXPECT_TRUE(router.wait_for_message("49 13 1 7a"));
+}
+
+TEST_F(AppTestSend, PublishesToTheSubscribersOfAnEvent) {
+    std::filesystem::create_directories("/m_data/usr/subscribe");
+    ASSERT_TRUE(write_text("/m_data/usr/subscribe/E_APPS_MSG_SYS_LANGUAGE_CHANGE", "wlan\n"));
+    ASSERT_TRUE(write_text("/m_data/usr/subscribe/weather", "wlan\n"));
+    EXPECT_EQ("", kAppTest.output_of({"publish", "E_APPS_MSG_SYS_LANGUAGE_CHANGE", "en"}));
+    expect_message("9 2 656e");
+    EXPECT_EQ("", kAppTest.output_of({"publish", "--message", "5004", "weather", "--int", "1"}));
+    expect_message("5004 4 01000000");
+    kAppTest.expect_failure(2, "unknown message 'weather'", {"publish", "weather"});
+}
+
+TEST_F(AppTestSend, AModuleThatDoesNotRunIsNotReachable) {
+    for (const char *command : {"call", "send", "notify"}) {
+        kAppTest.expect_failure(3,
+                                std::string(command) +
+                                    " router 3004 E_APPS_MSG_ROUTER_HOSTS_INFO_REQ "
+                                    "failed: router is not running: 1 E_APPS_ERR_MODULE",
+                                {command, "router", "router_hosts_info_req"});
+    }
+}
+
+TEST_F(AppTestSend, WrongNamesGetTheNearestRightOne) {
+    kAppTest.expect_failure(2, "unknown module 'wlna'; did you mean 'wlan'?", {"call", "wlna", "6"});
+    kAppTest.expect_failure(2, "there is no module 45", {"call", "45", "6"});
+    kAppTest.expect_failure(2, "unknown message 'sys_staus'; did you mean 'SYS_STATUS'?",
+                            {"call", "wlan", "sys_staus"});
+    kAppTest.expect_failure(2, "unknown message 'xyz'", {"send", "wlan", "xyz"});
+    kAppTest.expect_usage("unknown command 'cal'; did you mean 'call'?", {"cal"});
+}
+
+TEST_F(AppTestSend, BodiesThatMakeNoSenseAreWrongUsage) {
+    kAppTest.expect_failure(2, "'0g' is no byte in hexadecimal", {"call", "wlan", "5004", "--hex", "000g"});
+    kAppTest.expect_failure(2, "'0' is no byte in hexadecimal", {"send", "wlan", "5004", "--hex", "000"});
+    kAppTest.expect_failure(2, "'1x' is no number of 32 bits", {"notify", "wlan", "5004", "--int", "1x"});
+    kAppTest.expect_failure(2, "can't read /no/file: No such file or directory",
+                            {"broadcast", "5004", "--file", "/no/file"});
+    kAppTest.expect_usage("BODY excludes --file", {"call", "wlan", "5004", "x", "--file", "y"});
+    kAppTest.expect_usage("--room: Value 67108865 not in range 0 to 67108864",
+                          {"call", "wlan", "5004", "--room", "67108865"});
+}
+
+TEST_F(AppTestSend, ListsMessages) {
+    EXPECT_EQ("NUMBER  NAME\n6       E_APPS_MSG_SYS_STATUS\n",
+              kAppTest.output_of({"messages", "SYS_STATUS"}));
+    EXPECT_EQ("[\n  {\n    \"number\": 7,\n    \"name\": \"E_APPS_MSG_SYS_PROBE\"\n  }\n]\n",
+              kAppTest.output_of({"messages", "--json", "SYS_PROBE"}));
+}
+
+TEST_F(AppTestSend, ATableFitsATerminalOf40Columns) {
+    TerminalOptions narrow;
+    narrow.columns = 40;
+    const std::string table = run_on_terminal({"apptest", "messages", "MWWAN"}, narrow).output;
+    EXPECT_NE(std::string::npos, table.find("3022    E_APPS_MSG_ROUTER_NOTIFY_MWWAN_~\r\n")) << table;
+}
+
+TEST_F(AppTestSend, CtrlCEndsACallThatIsNotAnswered) {
+    ChildProcess call({tool_path("apptest"), "call", "wlan", "40002", "--int", "60000"}, {"QUOR_DEBUG=0"});
+    expect_message("40002 4 60ea0000");
+    call.send_signal(SIGINT);
+    EXPECT_EQ(128 + SIGINT, call.exit_status());
+}
+
+TEST_F(AppTestSend, CompletesModulesAndMessages) {
+    EXPECT_EQ("wlan\nwebserver\n", kAppTest.output_of({"--complete", "call", "w"}));
+    EXPECT_EQ("E_APPS_MSG_SYS_STATUS\n",
+              kAppTest.output_of({"--complete", "call", "wlan", "E_APPS_MSG_SYS_ST"}));
+    EXPECT_EQ("E_APPS_MSG_SYS_PROBE\n",
+              kAppTest.output_of({"--complete", "publish", "--message", "E_APPS_MSG_SYS_P"}));
+}
+
+}  // namespace
