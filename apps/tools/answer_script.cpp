@@ -49,7 +49,7 @@ std::string parse_delay(const std::string &word, uint32_t *delay) {
 std::string parse_answer(std::string text, ScriptedAnswer *answer) {
     std::string rest;
     if (behind(text, "delay=", &rest)) {
-        const std::string problem = parse_delay(take_word(&rest), &answer->delay);
+        std::string problem = parse_delay(take_word(&rest), &answer->delay);
         if (!problem.empty()) {
             return problem;
         }

@@ -17,7 +17,8 @@ namespace {
 /* Made before a handler is registered, and never freed: handlers may still run while the process ends. */
 Arrivals *g_arrivals = nullptr;
 AnswerScript *g_script = nullptr;
-std::vector<std::string> *g_subscribed = nullptr;
+std::mutex g_subscribed_lock;
+std::vector<std::string> *g_subscribed = nullptr; /* g_subscribed_lock */
 std::mutex g_script_lock;
 
 std::string body_of(const void *data, int32_t length) {
@@ -88,12 +89,24 @@ ExitCode unsubscribe(const std::string &event) {
                : complain(ExitCode::kRefused, "unsubscribe '" + event + "' failed: " + code_text(code));
 }
 
-/* Ends the subscriptions that were made. */
+/* Noted first: a message may end the process at any moment, and then they end too. */
+void note_subscription(const std::string &event) {
+    const std::lock_guard<std::mutex> lock(g_subscribed_lock);
+    g_subscribed->push_back(event);
+}
+
+void forget_last_subscription() {
+    const std::lock_guard<std::mutex> lock(g_subscribed_lock);
+    g_subscribed->pop_back();
+}
+
 ExitCode unsubscribe_all(ExitCode code) {
+    const std::lock_guard<std::mutex> lock(g_subscribed_lock);
     for (const std::string &event : *g_subscribed) {
         const ExitCode ended = unsubscribe(event);
         code = code == ExitCode::kDone ? ended : code;
     }
+    g_subscribed->clear();
     return code;
 }
 
@@ -105,11 +118,12 @@ void unsubscribe_at_exit(apps_message_id_e_type) noexcept {
 
 ExitCode subscribe_all(const std::vector<std::string> &events) {
     for (const std::string &event : events) {
+        note_subscription(event);
         const ExitCode code = subscribe(event);
         if (code != ExitCode::kDone) {
+            forget_last_subscription();
             return code;
         }
-        g_subscribed->push_back(event);
     }
     return ExitCode::kDone;
 }

@@ -18,6 +18,8 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
+constexpr int64_t kLongestWait = 1000000; /* milliseconds; then it looks again */
+
 void print_line(const Arrival &arrival) {
     const std::string body =
         arrival.body.empty() ? "" : ": " + shown_text(Stream::kOutput, body_line(arrival.body));
@@ -43,7 +45,7 @@ void print_object(const Arrival &arrival) {
 /* Milliseconds until a moment, -1 for no limit. */
 int left_until(Clock::time_point end, bool limited) {
     const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(end - Clock::now()).count();
-    return limited ? static_cast<int>(std::clamp<int64_t>(left + 1, 0, 1000 * 1000)) : -1;
+    return limited ? static_cast<int>(std::clamp<int64_t>(left + 1, 0, kLongestWait)) : -1;
 }
 
 }  // namespace

@@ -45,7 +45,7 @@ size_t LatencyHistogram::slot_of(uint64_t microseconds) {
         step >>= 1;
         ++power;
     }
-    return std::min<size_t>(power * kSteps + step, kSteps * kPowers - 1);
+    return std::min(power * kSteps + static_cast<size_t>(step), kSteps * kPowers - 1);
 }
 
 uint64_t LatencyHistogram::highest_in(size_t slot) {
