@@ -89,17 +89,6 @@ ExitCode unsubscribe(const std::string &event) {
                : complain(ExitCode::kRefused, "unsubscribe '" + event + "' failed: " + code_text(code));
 }
 
-/* Noted first: a message may end the process at any moment, and then they end too. */
-void note_subscription(const std::string &event) {
-    const std::lock_guard<std::mutex> lock(g_subscribed_lock);
-    g_subscribed->push_back(event);
-}
-
-void forget_last_subscription() {
-    const std::lock_guard<std::mutex> lock(g_subscribed_lock);
-    g_subscribed->pop_back();
-}
-
 ExitCode unsubscribe_all(ExitCode code) {
     const std::lock_guard<std::mutex> lock(g_subscribed_lock);
     for (const std::string &event : *g_subscribed) {
@@ -116,12 +105,20 @@ void unsubscribe_at_exit(apps_message_id_e_type) noexcept {
     remove_service_socket(E_APPS_MODULE_APPTEST);
 }
 
+/* A message that ends the process meanwhile finds every subscription that was made. */
+ExitCode subscribe_and_note(const std::string &event) {
+    const std::lock_guard<std::mutex> lock(g_subscribed_lock);
+    const ExitCode code = subscribe(event);
+    if (code == ExitCode::kDone) {
+        g_subscribed->push_back(event);
+    }
+    return code;
+}
+
 ExitCode subscribe_all(const std::vector<std::string> &events) {
     for (const std::string &event : events) {
-        note_subscription(event);
-        const ExitCode code = subscribe(event);
+        const ExitCode code = subscribe_and_note(event);
         if (code != ExitCode::kDone) {
-            forget_last_subscription();
             return code;
         }
     }
