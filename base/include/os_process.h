@@ -43,6 +43,21 @@ FILE *os_popen(const char *command, const char *mode);
  */
 int32_t os_pclose(FILE *stream);
 
+/*
+ * Opens a scope for the calling thread: whatever its commands leave running, in the background or detached,
+ * can be ended with os_command_scope_close. Not nested: a second opening begins afresh.
+ */
+void os_command_scope_open(void);
+
+/*
+ * Ends the scope and kills every process that a command of it left running. Commands of other threads and
+ * of other times are not touched; neither is a process that clears its environment. Without a scope nothing
+ * happens. Waits until the killed processes are gone, a second at most.
+ *
+ * Returns 0, or -1 when a process was still there then.
+ */
+int32_t os_command_scope_close(void);
+
 #pragma GCC visibility pop
 #ifdef __cplusplus
 }

@@ -22,6 +22,13 @@ void os_msleep(uint32_t milliseconds);
 /* Seconds since boot, time asleep included. */
 uint32_t os_uptime_sec(void);
 
+/*
+ * Time since boot, time asleep included, in two numbers
+ *
+ * seconds: receives whole seconds. nanoseconds: receives the rest, below a second.
+ */
+void os_uptime(long *seconds, long *nanoseconds);
+
 /* A timer that is asked whether it has run out; it needs no release. */
 typedef struct os_simple_timer {
     uint64_t deadline_ms; /* on the monotonic clock */

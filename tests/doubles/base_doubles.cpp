@@ -28,6 +28,9 @@ int32_t __real_os_file_exist(const char *);
 void __real_os_log_init(const char *, uint32_t);
 void __real_os_debug_enable();
 void __real_os_log_assert(const char *, const char *, int, int, const char *, const char *);
+void __real_os_uptime(long *, long *);
+int32_t __real_zn_bf_init(zn_bf_t *, uint32_t);
+int32_t __real_zn_bf_grow(zn_bf_t *, uint32_t);
 xml_doc *__real_xml_file_parse(const char *);
 xml_node *__real_xml_get_doc_root(xml_doc *);
 void __real_os_debug_print(int, const char *, const char *, int, const char *, ...);
@@ -70,6 +73,9 @@ Double<void(const char *, uint32_t)> os_log_init(__real_os_log_init);
 Double<void()> os_debug_enable(__real_os_debug_enable);
 Double<void(const char *, const char *, int, int, const char *, const char *)> os_log_assert(
     __real_os_log_assert);
+Double<void(long *, long *)> os_uptime(__real_os_uptime);
+Double<int32_t(zn_bf_t *, uint32_t)> zn_bf_init(__real_zn_bf_init);
+Double<int32_t(zn_bf_t *, uint32_t)> zn_bf_grow(__real_zn_bf_grow);
 Double<xml_doc *(const char *)> xml_file_parse(__real_xml_file_parse);
 Double<xml_node *(xml_doc *)> xml_get_doc_root(__real_xml_get_doc_root);
 Double<void(int, const char *, const char *, int, const char *)> os_debug_print(real_debug_print);
@@ -153,6 +159,18 @@ void __wrap_os_debug_enable() {
 
 void __wrap_os_log_assert(const char *a, const char *b, int c, int d, const char *e, const char *f) {
     doubles::base::os_log_assert(a, b, c, d, e, f);
+}
+
+void __wrap_os_uptime(long *a, long *b) {
+    doubles::base::os_uptime(a, b);
+}
+
+int32_t __wrap_zn_bf_init(zn_bf_t *a, uint32_t b) {
+    return doubles::base::zn_bf_init(a, b);
+}
+
+int32_t __wrap_zn_bf_grow(zn_bf_t *a, uint32_t b) {
+    return doubles::base::zn_bf_grow(a, b);
 }
 
 xml_doc *__wrap_xml_file_parse(const char *a) {

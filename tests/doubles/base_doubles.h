@@ -6,6 +6,7 @@
  */
 #pragma once
 
+#include "byte_buffer.h"
 #include "doubles/double.h"
 #include "os_file.h"
 #include "os_log.h"
@@ -36,6 +37,9 @@ extern Double<int32_t(const char *)> os_file_exist;
 extern Double<void(const char *, uint32_t)> os_log_init;
 extern Double<void()> os_debug_enable;
 extern Double<void(const char *, const char *, int, int, const char *, const char *)> os_log_assert;
+extern Double<void(long *, long *)> os_uptime;
+extern Double<int32_t(zn_bf_t *, uint32_t)> zn_bf_init;
+extern Double<int32_t(zn_bf_t *, uint32_t)> zn_bf_grow;
 extern Double<xml_doc *(const char *)> xml_file_parse;
 extern Double<xml_node *(xml_doc *)> xml_get_doc_root;
 

@@ -42,6 +42,7 @@ int __real_pipe2(int *, int);
 int __real_posix_spawn(pid_t *, const char *, const posix_spawn_file_actions_t *, const posix_spawnattr_t *,
                        char *const *, char *const *);
 pid_t __real_waitpid(pid_t, int *, int);
+int __real_kill(pid_t, int);
 void *__real_malloc(size_t);
 void *__real_calloc(size_t, size_t);
 int __real_pthread_create(pthread_t *, const pthread_attr_t *, void *(*)(void *), void *);
@@ -114,6 +115,7 @@ Double<int(pid_t *, const char *, const posix_spawn_file_actions_t *, const posi
            char *const *, char *const *)>
     posix_spawn(__real_posix_spawn);
 Double<pid_t(pid_t, int *, int)> waitpid(__real_waitpid);
+Double<int(pid_t, int)> kill(__real_kill);
 Double<void *(size_t)> malloc(__real_malloc);
 Double<void *(size_t, size_t)> calloc(__real_calloc);
 Double<int(pthread_t *, const pthread_attr_t *, void *(*)(void *), void *)> pthread_create(
@@ -252,6 +254,10 @@ int __wrap_posix_spawn(pid_t *a, const char *b, const posix_spawn_file_actions_t
 
 pid_t __wrap_waitpid(pid_t a, int *b, int c) {
     return doubles::libc::waitpid(a, b, c);
+}
+
+int __wrap_kill(pid_t a, int b) {
+    return doubles::libc::kill(a, b);
 }
 
 void *__wrap_malloc(size_t a) {

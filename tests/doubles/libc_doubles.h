@@ -58,6 +58,7 @@ extern Double<int(pid_t *, const char *, const posix_spawn_file_actions_t *, con
                   char *const *, char *const *)>
     posix_spawn;
 extern Double<pid_t(pid_t, int *, int)> waitpid;
+extern Double<int(pid_t, int)> kill;
 
 extern Double<void *(size_t)> malloc;
 extern Double<void *(size_t, size_t)> calloc;

@@ -59,6 +59,12 @@ uint32_t os_uptime_sec(void) {
     return static_cast<uint32_t>(clock_now(CLOCK_BOOTTIME).tv_sec);
 }
 
+void os_uptime(long *seconds, long *nanoseconds) {
+    const timespec now = clock_now(CLOCK_BOOTTIME);
+    *seconds = static_cast<long>(now.tv_sec);
+    *nanoseconds = now.tv_nsec;
+}
+
 void os_simple_timer_start(os_simple_timer *timer, uint64_t milliseconds) {
     if (__builtin_add_overflow(monotonic_ms(), milliseconds, &timer->deadline_ms)) {
         timer->deadline_ms = std::numeric_limits<uint64_t>::max();

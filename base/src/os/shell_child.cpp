@@ -5,12 +5,13 @@
 
 #include <spawn.h>
 #include <sys/wait.h>
-#include <unistd.h>
 
 #include <cerrno>
 #include <csignal>
 #include <iterator>
 #include <mutex>
+
+#include "command_scope.h"
 
 namespace {
 
@@ -108,12 +109,17 @@ class StartSettings {
 
 pid_t start_shell(const char *command, int fd, int standard_fd) {
     const StartSettings settings(fd, standard_fd);
+    const auto environment = command_environment();
+    if (!environment) {
+        return -1;
+    }
+
     int error = settings.error();
     pid_t shell = -1;
     if (error == 0) {
         const char *const arguments[] = {"sh", "-c", command, nullptr};
         error = posix_spawn(&shell, kShell, settings.actions(), settings.attr(),
-                            const_cast<char *const *>(arguments), environ);
+                            const_cast<char *const *>(arguments), environment.get());
     }
     if (error != 0) {
         errno = error;

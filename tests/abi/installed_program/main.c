@@ -5,6 +5,7 @@
 #include "apps_err.h"
 #include "apps_message.h"
 #include "base64.h"
+#include "byte_buffer.h"
 #include "cipher.h"
 #include "enum_name.h"
 #include "frwk_common.h"

@@ -35,6 +35,16 @@ class OsTime : public FaultsTest {
 
 }  // namespace
 
+TEST_F(OsTime, TellsTheUptimeToTheNanosecond) {
+    stop_clock(123'456, 987'654'321);
+    long seconds = 0;
+    long nanoseconds = 0;
+    os_uptime(&seconds, &nanoseconds);
+    EXPECT_EQ(123'456, seconds);
+    EXPECT_EQ(987'654'321, nanoseconds);
+    EXPECT_EQ(std::vector<clockid_t>{CLOCK_BOOTTIME}, asked_);
+}
+
 TEST_F(OsTime, SleepsWholeSeconds) {
     stop_clock(100, 900);
     os_sleep(3);

@@ -1,0 +1,152 @@
+// What commands leave running, and its end.
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <string>
+#include <thread>
+
+#include "doubles/faults_test_fixture.h"
+#include "doubles/libc_doubles.h"
+#include "os_process.h"
+#include "support/wait_until.h"
+#include "unit/base/temp_folder.h"
+
+namespace {
+
+/* A process that is gone, reaped or not. */
+bool has_ended(pid_t pid) {
+    const std::string stat = file_text("/proc/" + std::to_string(pid) + "/stat");
+    return stat.empty() || stat.find(") Z ") != std::string::npos;
+}
+
+class CommandScope : public FaultsTest {
+  protected:
+    /* Runs a command that leaves a process running and writes its number to "$PID". */
+    pid_t leave(const std::string &command) {
+        const std::string file = folder_.path("pid");
+        EXPECT_EQ(0, os_system(("PID=" + file + "; " + command).c_str()));
+        EXPECT_TRUE(wait_until([&file] { return file_text(file).find('\n') != std::string::npos; }))
+            << command;
+        const pid_t pid = atoi(file_text(file).c_str());
+        EXPECT_GT(pid, 0) << command;
+        EXPECT_FALSE(has_ended(pid)) << command;
+        unlink(file.c_str());
+        return pid;
+    }
+
+    const TempFolder folder_;
+};
+
+}  // namespace
+
+TEST_F(CommandScope, EndsWhatACommandLeftInTheBackground) {
+    os_command_scope_open();
+    const pid_t left = leave("sleep 1000 & echo $! >$PID");
+    EXPECT_EQ(0, os_command_scope_close());
+    EXPECT_TRUE(has_ended(left));
+}
+
+TEST_F(CommandScope, EndsADetachedDaemonThatIgnoresSignals) {
+    os_command_scope_open();
+    const pid_t left = leave(
+        "export PID; setsid sh -c 'trap \"\" HUP TERM; (echo $$ >$PID; cd /; sleep 1000; :)' "
+        "</dev/null >/dev/null 2>&1 &");
+    EXPECT_EQ(0, os_command_scope_close());
+    EXPECT_TRUE(has_ended(left));
+}
+
+TEST_F(CommandScope, EndsATreeThatKeepsGrowing) {
+    os_command_scope_open();
+    const pid_t left = leave("(while :; do sleep 0.01 & sleep 0.01; done) & echo $! >$PID");
+    EXPECT_EQ(0, os_command_scope_close());
+    EXPECT_TRUE(has_ended(left));
+}
+
+TEST_F(CommandScope, EndsWhatAPipesCommandLeft) {
+    os_command_scope_open();
+    FILE *stream = os_popen("sleep 1000 >/dev/null & echo $!", "r");
+    char text[16] = "";
+    EXPECT_NE(nullptr, fgets(text, sizeof(text), stream));
+    EXPECT_EQ(0, os_pclose(stream));
+    EXPECT_FALSE(has_ended(atoi(text)));
+    EXPECT_EQ(0, os_command_scope_close());
+    EXPECT_TRUE(has_ended(atoi(text)));
+}
+
+TEST_F(CommandScope, FindsItsMarkInALargeEnvironment) {
+    setenv("QUOR_TEST_PADDING", std::string(100'000, 'x').c_str(), 1);
+    os_command_scope_open();
+    const pid_t left = leave("sleep 1000 & echo $! >$PID");
+    unsetenv("QUOR_TEST_PADDING");
+    EXPECT_EQ(0, os_command_scope_close());
+    EXPECT_TRUE(has_ended(left));
+}
+
+TEST_F(CommandScope, TouchesNothingOfOtherTimesAndThreads) {
+    const pid_t before = leave("sleep 1000 & echo $! >$PID");
+    os_command_scope_open();
+    pid_t beside = 0;
+    std::thread([this, &beside] {
+        os_command_scope_open();
+        beside = leave("sleep 1000 & echo $! >$PID");
+    }).join();
+    EXPECT_EQ(0, os_command_scope_close());
+    const pid_t after = leave("sleep 1000 & echo $! >$PID");
+    EXPECT_EQ(0, os_command_scope_close());
+
+    for (const pid_t other : {before, beside, after}) {
+        EXPECT_FALSE(has_ended(other));
+        kill(other, SIGKILL);
+    }
+}
+
+TEST_F(CommandScope, ASecondOpeningBeginsAfresh) {
+    os_command_scope_open();
+    const pid_t first = leave("sleep 1000 & echo $! >$PID");
+    os_command_scope_open();
+    const pid_t second = leave("sleep 1000 & echo $! >$PID");
+    EXPECT_EQ(0, os_command_scope_close());
+    EXPECT_FALSE(has_ended(first));
+    EXPECT_TRUE(has_ended(second));
+    kill(first, SIGKILL);
+}
+
+TEST_F(CommandScope, CommandsOutsideOfAScopeCarryNoMark) {
+    EXPECT_NE(0, os_system("env | grep -q ^QUOR_COMMAND_"));
+    os_command_scope_open();
+    EXPECT_EQ(0, os_system("env | grep -q ^QUOR_COMMAND_"));
+    EXPECT_EQ(0, os_command_scope_close());
+    EXPECT_NE(0, os_system("env | grep -q ^QUOR_COMMAND_"));
+}
+
+TEST_F(CommandScope, CommandsSeeTheModulesOwnEnvironment) {
+    setenv("QUOR_TEST_WORD", "a b", 1);
+    EXPECT_EQ(0, os_system("test \"$QUOR_TEST_WORD\" = 'a b'"));
+    unsetenv("QUOR_TEST_WORD");
+}
+
+TEST_F(CommandScope, WithoutMemoryNoCommandIsStarted) {
+    doubles::libc::calloc.stand_in([](size_t, size_t) -> void * {
+        errno = ENOMEM;
+        return nullptr;
+    });
+    EXPECT_EQ(-1, os_system("true"));
+    EXPECT_EQ(ENOMEM, errno);
+    EXPECT_EQ(0u, doubles::libc::posix_spawn.calls());
+}
+
+TEST_F(CommandScope, SaysSoWhenAProcessWillNotGo) {
+    os_command_scope_open();
+    const pid_t left = leave("sleep 1000 & echo $! >$PID");
+    doubles::libc::kill.stand_in([](pid_t, int) { return 0; });
+    doubles::libc::clock_gettime.stand_in([](clockid_t, timespec *now) {
+        *now = {static_cast<time_t>(doubles::libc::clock_gettime.calls() / 5), 0};
+        return 0;
+    });
+    EXPECT_EQ(-1, os_command_scope_close());
+    doubles::restore_all();
+    EXPECT_FALSE(has_ended(left));
+    kill(left, SIGKILL);
+}
