@@ -9,6 +9,7 @@ inline constexpr char kModuleConfig[] = "/etc/quor_apps_cfg.xml";
 inline constexpr char kStartupList[] = "/etc/quor_apps_startup";
 inline constexpr char kStartHook[] = "/usr/bin/apps_init";
 inline constexpr char kDisabledModules[] = "/m_data/factor/apps_disable";
+inline constexpr char kTempFolder[] = "/tmp/m_tmp";
 inline constexpr char kLockFolder[] = "/tmp/m_tmp/lock";
 inline constexpr char kSubscribeLock[] = "/tmp/m_tmp/lock/subscribe";
 inline constexpr char kIpcFolder[] = "/tmp/m_tmp/ipc";

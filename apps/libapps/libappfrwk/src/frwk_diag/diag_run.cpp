@@ -1,0 +1,113 @@
+/*
+ * One run of a diagnostic: the tool prints to a private file, the file becomes a text.
+ */
+#include <sys/types.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+
+#include "frwk_diag.h"
+#include "frwk_diag/diag_command.h"
+#include "internal/frwk_log.h"
+#include "internal/frwk_paths.h"
+#include "os_file.h"
+#include "os_process.h"
+#include "os_time.h"
+
+namespace {
+
+/* Waits for the tool, and ends what it leaves behind, so that nothing prints to the file any more. */
+void run_tool(const char *command) {
+    os_command_scope_open();
+    os_system(command);
+    os_command_scope_close();
+}
+
+/* The size of an open file, which is then at its beginning; one that no buffer holds is cut to 32 bits. */
+uint32_t file_size(std::FILE *file) {
+    (void)::fseeko(file, 0, SEEK_END);
+    const off_t size = ::ftello(file);
+    (void)::fseeko(file, 0, SEEK_SET);
+    return static_cast<uint32_t>(std::clamp<off_t>(size, 0, 0x7fffffff));
+}
+
+apps_err_e_type read_output(frwk_diag_ctx *ctx) {
+    const uint32_t size = file_size(ctx->fp);
+    if (zn_bf_grow(&ctx->buf, size) == 0) {
+        FRWK_WARN("grow buffer failed!");
+        return E_APPS_ERR_MALLOC;
+    }
+    errno = 0;
+    if (std::fread(ctx->buf.data, 1, size, ctx->fp) < size) {
+        FRWK_WARN_ERRNO("read nslookup log file error");
+        return E_APPS_ERR_IO;
+    }
+    ctx->buf.data[size] = '\0';
+    ctx->buf.length = size;
+    return E_APPS_ERR_SUCCESS;
+}
+
+}  // namespace
+
+uint32_t frwk_diag_init(frwk_diag_ctx *ctx) {
+    if (ctx == nullptr) {
+        FRWK_WARN("invalid parameter!");
+        return 0;
+    }
+
+    ctx->fp = nullptr;
+    std::memset(ctx->path, 0, sizeof(ctx->path));
+    if (zn_bf_init(&ctx->buf, 0) == 0) {
+        FRWK_WARN("init buffer failed!");
+        return 0;
+    }
+    return 1;
+}
+
+apps_err_e_type frwk_diag_exec(int32_t type, const frwk_diag_req *req, frwk_diag_ctx *ctx) {
+    if (req == nullptr || ctx == nullptr) {
+        FRWK_WARN("Parameter is null!");
+        return E_APPS_ERR_PARAM;
+    }
+    const char *name = diag_name(type);
+    if (name == nullptr) {
+        FRWK_WARN("invalid diag type=%d!", type);
+        return E_APPS_ERR_PARAM;
+    }
+
+    long seconds = 0;
+    long nanoseconds = 0;
+    os_uptime(&seconds, &nanoseconds);
+    (void)std::snprintf(ctx->path, sizeof(ctx->path), "%s/%s_%ld_%ld.txt", paths::kTempFolder, name, seconds,
+                        nanoseconds);
+    DiagCommand command;
+    if (!add_diag_command(type, *req, ctx->path, &command)) {
+        return E_APPS_ERR_PARAM;
+    }
+    run_tool(command.text());
+
+    ctx->fp = std::fopen(ctx->path, "re");
+    if (ctx->fp == nullptr) {
+        FRWK_WARN_ERRNO("open diag log file error!");
+        return E_APPS_ERR_IO;
+    }
+    return read_output(ctx);
+}
+
+void frwk_diag_free(frwk_diag_ctx *ctx) {
+    if (ctx == nullptr) {
+        return;
+    }
+    if (ctx->fp != nullptr) {
+        (void)std::fclose(ctx->fp);
+        ctx->fp = nullptr;
+    }
+    if (ctx->path[0] != '\0' && os_file_exist(ctx->path) != 0) {
+        (void)::unlink(ctx->path);
+    }
+    std::memset(ctx->path, 0, sizeof(ctx->path));
+    zn_bf_free(&ctx->buf);
+}
