@@ -27,8 +27,8 @@ typedef struct json_item json_item;
  * Reads a text that holds one JSON value of any kind.
  *
  * text: UTF-8, NUL-terminated; null gives null. Of an object's members with the same name the last one
- * counts. A text with the character U+0000 in a string or name (written \u0000) is refused, since what
- * follows it would be lost; half a surrogate pair (\ud800) reads as U+FFFD.
+ * counts. A text with an escaped U+0000 in a string or name is refused, since what follows it would be
+ * lost; half a surrogate pair reads as U+FFFD.
  * Returns the root, which the caller frees with json_free, or null when the text is not JSON, is longer
  * than JSON_TEXT_MAX, has more values than JSON_ITEMS_MAX, nests deeper than JSON_DEPTH_MAX, or there is no
  * memory to begin with. The value null is an item like any other.
