@@ -1,5 +1,5 @@
 /*
- * Sleeping, time since boot and one-shot timers, all on monotonic time.
+ * Sleeping, time since boot and one-shot timers, all on monotonic time; and the time of day.
  *
  * Every function may be called from any thread.
  */
@@ -7,6 +7,7 @@
 #define QUOR_OS_TIME_H
 
 #include <stdint.h>
+#include <sys/time.h>
 
 #ifdef __cplusplus
 extern "C" {
@@ -28,6 +29,14 @@ uint32_t os_uptime_sec(void);
  * seconds: receives whole seconds. nanoseconds: receives the rest, below a second.
  */
 void os_uptime(long *seconds, long *nanoseconds);
+
+/*
+ * Reads the time of day, which may jump when the clock is set: for showing and seeding, not for measuring.
+ *
+ * now: receives seconds since 1970 and microseconds; not null.
+ * Returns what gettimeofday(2) returns: 0, or -1 with errno set.
+ */
+int32_t os_gettimeofday(struct timeval *now);
 
 /* A timer that is asked whether it has run out; it needs no release. */
 typedef struct os_simple_timer {

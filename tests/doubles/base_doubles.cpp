@@ -24,6 +24,8 @@ void __real_os_sleep(uint32_t);
 void __real_os_msleep(uint32_t);
 void __real_os_simple_timer_start(os_simple_timer *, uint64_t);
 int32_t __real_os_simple_timer_timeout(const os_simple_timer *);
+uint32_t __real_os_uptime_sec();
+int32_t __real_os_gettimeofday(timeval *);
 int32_t __real_os_file_exist(const char *);
 void __real_os_log_init(const char *, uint32_t);
 void __real_os_debug_enable();
@@ -68,6 +70,8 @@ Double<void(uint32_t)> os_sleep(__real_os_sleep);
 Double<void(uint32_t)> os_msleep(__real_os_msleep);
 Double<void(os_simple_timer *, uint64_t)> os_simple_timer_start(__real_os_simple_timer_start);
 Double<int32_t(const os_simple_timer *)> os_simple_timer_timeout(__real_os_simple_timer_timeout);
+Double<uint32_t()> os_uptime_sec(__real_os_uptime_sec);
+Double<int32_t(timeval *)> os_gettimeofday(__real_os_gettimeofday);
 Double<int32_t(const char *)> os_file_exist(__real_os_file_exist);
 Double<void(const char *, uint32_t)> os_log_init(__real_os_log_init);
 Double<void()> os_debug_enable(__real_os_debug_enable);
@@ -143,6 +147,14 @@ void __wrap_os_simple_timer_start(os_simple_timer *a, uint64_t b) {
 
 int32_t __wrap_os_simple_timer_timeout(const os_simple_timer *a) {
     return doubles::base::os_simple_timer_timeout(a);
+}
+
+uint32_t __wrap_os_uptime_sec() {
+    return doubles::base::os_uptime_sec();
+}
+
+int32_t __wrap_os_gettimeofday(timeval *a) {
+    return doubles::base::os_gettimeofday(a);
 }
 
 int32_t __wrap_os_file_exist(const char *a) {

@@ -33,6 +33,8 @@ extern Double<void(uint32_t)> os_sleep;
 extern Double<void(uint32_t)> os_msleep;
 extern Double<void(os_simple_timer *, uint64_t)> os_simple_timer_start;
 extern Double<int32_t(const os_simple_timer *)> os_simple_timer_timeout;
+extern Double<uint32_t()> os_uptime_sec;
+extern Double<int32_t(timeval *)> os_gettimeofday;
 extern Double<int32_t(const char *)> os_file_exist;
 extern Double<void(const char *, uint32_t)> os_log_init;
 extern Double<void()> os_debug_enable;

@@ -54,6 +54,7 @@ int __real_clock_gettime(clockid_t, timespec *);
 int __real_clock_nanosleep(clockid_t, int, const timespec *, timespec *);
 int __real_nanosleep(const timespec *, timespec *);
 void __real_openlog(const char *, int, int);
+int __real_sysinfo(struct sysinfo *);
 int __real_open64(const char *, int, ...);
 int __real_fcntl64(int, int, ...);
 FILE *__real_fopen64(const char *, const char *);
@@ -128,6 +129,7 @@ Double<int(clockid_t, timespec *)> clock_gettime(__real_clock_gettime);
 Double<int(clockid_t, int, const timespec *, timespec *)> clock_nanosleep(__real_clock_nanosleep);
 Double<int(const timespec *, timespec *)> nanosleep(__real_nanosleep);
 Double<void(const char *, int, int)> openlog(__real_openlog);
+Double<int(struct ::sysinfo *)> sysinfo(__real_sysinfo);
 Double<int(const char *, int, mode_t)> open(real_open);
 Double<int(int, int, void *)> fcntl(real_fcntl);
 Double<FILE *(const char *, const char *)> fopen(__real_fopen64);
@@ -302,6 +304,10 @@ int __wrap_nanosleep(const timespec *a, timespec *b) {
 
 void __wrap_openlog(const char *a, int b, int c) {
     doubles::libc::openlog(a, b, c);
+}
+
+int __wrap_sysinfo(struct sysinfo *a) {
+    return doubles::libc::sysinfo(a);
 }
 
 int __wrap_open64(const char *path, int flags, ...) {

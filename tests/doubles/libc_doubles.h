@@ -14,6 +14,7 @@
 #include <spawn.h>
 #include <stdio.h>
 #include <sys/socket.h>
+#include <sys/sysinfo.h>
 #include <sys/types.h>
 #include <time.h>
 
@@ -75,5 +76,7 @@ extern Double<int(const timespec *, timespec *)> nanosleep;
 
 extern Double<void(const char *, int, int)> openlog;
 extern Double<void(int, const char *)> syslog;
+
+extern Double<int(struct ::sysinfo *)> sysinfo;
 
 }  // namespace doubles::libc

@@ -1,5 +1,5 @@
 /*
- * Sleeping, time since boot and one-shot timers.
+ * Sleeping, time since boot, one-shot timers and the time of day.
  */
 #include "os_time.h"
 
@@ -63,6 +63,10 @@ void os_uptime(long *seconds, long *nanoseconds) {
     const timespec now = clock_now(CLOCK_BOOTTIME);
     *seconds = static_cast<long>(now.tv_sec);
     *nanoseconds = now.tv_nsec;
+}
+
+int32_t os_gettimeofday(struct timeval *now) {
+    return gettimeofday(now, nullptr);
 }
 
 void os_simple_timer_start(os_simple_timer *timer, uint64_t milliseconds) {

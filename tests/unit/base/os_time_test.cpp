@@ -131,3 +131,14 @@ TEST_F(OsTime, NeverRunsTheLongestTimerOut) {
     EXPECT_EQ(std::numeric_limits<uint64_t>::max(), timer.deadline_ms);
     EXPECT_EQ(0, os_simple_timer_timeout(&timer));
 }
+
+TEST_F(OsTime, TellsTheTimeOfDay) {
+    timeval now = {};
+    const time_t before = time(nullptr);
+    EXPECT_EQ(0, os_gettimeofday(&now));
+    const time_t after = time(nullptr);
+    EXPECT_GE(now.tv_sec, before);
+    EXPECT_LE(now.tv_sec, after);
+    EXPECT_GE(now.tv_usec, 0);
+    EXPECT_LT(now.tv_usec, 1'000'000);
+}

@@ -7,10 +7,10 @@
 #include <string>
 #include <vector>
 
+#include "doubles/base_doubles.h"
 #include "doubles/log_capture.h"
 #include "frwk_utils.h"
 #include "unit/frwk_common/log_checks.h"
-#include "unit/frwk_utils/encoding_doubles.h"
 #include "unit/frwk_utils/fake_database.h"
 
 namespace {

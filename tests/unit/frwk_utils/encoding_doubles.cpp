@@ -1,5 +1,5 @@
 /*
- * Where calls of the encodings and the uptime arrive, and how they go on.
+ * Where calls of the encodings arrive, and how they go on.
  */
 #include "unit/frwk_utils/encoding_doubles.h"
 
@@ -9,7 +9,6 @@ char *__real_base64_encrypt(const void *, uint32_t);
 void *__real_base64_decrypt(const char *, uint32_t, uint32_t *);
 char *__real_zn_encrypt_data(const void *, uint32_t);
 void *__real_zn_decrypt_data(const char *, uint32_t, uint32_t *);
-uint32_t __real_os_uptime_sec();
 
 }  // extern "C"
 
@@ -19,7 +18,6 @@ Double<char *(const void *, uint32_t)> base64_encrypt(__real_base64_encrypt);
 Double<void *(const char *, uint32_t, uint32_t *)> base64_decrypt(__real_base64_decrypt);
 Double<char *(const void *, uint32_t)> zn_encrypt_data(__real_zn_encrypt_data);
 Double<void *(const char *, uint32_t, uint32_t *)> zn_decrypt_data(__real_zn_decrypt_data);
-Double<uint32_t()> os_uptime_sec(__real_os_uptime_sec);
 
 }  // namespace doubles::base
 
@@ -39,10 +37,6 @@ char *__wrap_zn_encrypt_data(const void *a, uint32_t b) {
 
 void *__wrap_zn_decrypt_data(const char *a, uint32_t b, uint32_t *c) {
     return doubles::base::zn_decrypt_data(a, b, c);
-}
-
-uint32_t __wrap_os_uptime_sec() {
-    return doubles::base::os_uptime_sec();
 }
 
 }  // extern "C"

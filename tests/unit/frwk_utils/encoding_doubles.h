@@ -1,12 +1,11 @@
 /*
- * Doubles of the base library's encodings and of its uptime.
+ * Doubles of the base library's encodings.
  */
 #pragma once
 
 #include "base64.h"
 #include "cipher.h"
 #include "doubles/double.h"
-#include "os_time.h"
 
 namespace doubles::base {
 
@@ -14,6 +13,5 @@ extern Double<char *(const void *, uint32_t)> base64_encrypt;
 extern Double<void *(const char *, uint32_t, uint32_t *)> base64_decrypt;
 extern Double<char *(const void *, uint32_t)> zn_encrypt_data;
 extern Double<void *(const char *, uint32_t, uint32_t *)> zn_decrypt_data;
-extern Double<uint32_t()> os_uptime_sec;
 
 }  // namespace doubles::base
