@@ -7,13 +7,11 @@
 
 #include <strings.h>
 
-#include <algorithm>
-#include <climits>
-#include <cstdlib>
 #include <cstring>
 #include <memory>
 
 #include "frwk_common.h"
+#include "internal/decimal.h"
 #include "internal/frwk_log.h"
 #include "internal/frwk_paths.h"
 #include "os_file.h"
@@ -77,12 +75,6 @@ uint32_t parse_facility(const char *text) {
     return 0;
 }
 
-/* The device's long has 32 bits: a number beyond them is the nearest that fits. */
-int32_t parse_delay(const char *text) {
-    const long long value = std::strtoll(text, nullptr, 10);
-    return static_cast<int32_t>(std::clamp<long long>(value, INT32_MIN, INT32_MAX));
-}
-
 /*
  * Texts taken over from the file live as long as the process, even when a second element replaces them:
  * somebody may hold the first.
@@ -124,7 +116,7 @@ void apply_elements(xml_node *module, frwk_module_info *row) {
         row->flag = parse_flags(flag);
     }
     if (const char *delay = child_text(module, "delay")) {
-        row->delay = parse_delay(delay);
+        row->delay = decimal_number(delay);
     }
     if (const char *facility = child_text(module, "facility")) {
         row->facility = parse_facility(facility);

@@ -3,7 +3,6 @@
  */
 #include "frwk_utils/data_type.h"
 
-#include <algorithm>
 #include <cfloat>
 #include <cmath>
 #include <cstdio>
@@ -12,13 +11,13 @@
 #include <limits>
 #include <type_traits>
 
+#include "internal/decimal.h"
 #include "text_copy.h"
 
 namespace {
 
-/* The long of a device has 32 bits, and so has what is read as one here. */
 bool read_long(const char *text, TypedValue *value) {
-    value->integer = std::clamp<int64_t>(std::strtoll(text, nullptr, 10), INT32_MIN, INT32_MAX);
+    value->integer = decimal_number(text);
     return true;
 }
 
