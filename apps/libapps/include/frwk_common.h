@@ -1,6 +1,6 @@
 /*
  * The core of the framework: a module's identity and start-up, messages between modules, events, queues
- * between threads, system commands, waiting, and scanning of texts.
+ * between threads, system commands, waiting, scanning of texts, and questions about the running system.
  *
  * A module starts with frwk_module_init, registers its handler with frwk_ipc_service_ex or
  * frwk_ipc_service, and sends with frwk_ipc_send_sync and frwk_ipc_send_async.
@@ -367,6 +367,123 @@ int32_t frwk_str_pick_value(const char *src, const char *name, char *out, int32_
 
 /* Returns what follows the last "/" or "\" of a path; "" for null or an empty path. */
 const char *frwk_get_filename(const char *path);
+
+/* ---- System ---------------------------------------------------------------------------------------- */
+/*
+ * What a module learns about the running system. All of these may be called from any thread, except where
+ * they share state as they say. Those that run a tool wait for its end, without limit. On failure they log
+ * the cause and leave their outputs as they are.
+ */
+
+/*
+ * Keeps the reason of the next reboot, which frwk_reboot_reason_get returns after it.
+ *
+ * reason: any number; its meaning is the modules' own.
+ * Returns 0, or what system(3) returns when the file can't be written. It waits until the reason is on the
+ * disk.
+ */
+int32_t frwk_reboot_reason_save(int32_t reason);
+
+/* Returns the reason that was kept last; 0 when there is none or it can't be read. */
+int32_t frwk_reboot_reason_get(void);
+
+/* Returns 1 when a reset to factory settings was asked for and is not completed, else 0. */
+int32_t frwk_system_reset_check(void);
+
+/*
+ * Marks a reset to factory settings as completed; harmless when none was asked for. It waits until that is
+ * on the disk.
+ */
+void frwk_system_reset_complete(void);
+
+/*
+ * Returns the seconds since boot, less the setting "device_uptime_offset" where that is above 0 and below
+ * them. The setting is asked for until it was read once in the process.
+ */
+uint32_t frwk_uptime(void);
+
+/* The system's memory and processes. Amounts of memory are cut to their low 32 bits. */
+typedef struct frwk_sysinfo {
+    uint32_t uptime;     /* seconds, as frwk_uptime returns them */
+    uint32_t total_ram;  /* bytes */
+    uint32_t free_ram;   /* bytes */
+    uint32_t shared_ram; /* bytes */
+    uint32_t buffer_ram; /* bytes */
+    uint32_t total_swap; /* bytes */
+    uint32_t free_swap;  /* bytes */
+    uint32_t used_ram;   /* bytes: total less free */
+    uint32_t mem_unit;   /* bytes of the kernel's unit of memory */
+    uint32_t procs;      /* number of processes */
+} frwk_sysinfo;
+
+/*
+ * Fills the record. info: unchanged when the kernel gives no information; null when it is not wanted.
+ *
+ * Returns the uptime.
+ */
+uint32_t frwk_get_sysinfo(frwk_sysinfo *info);
+
+/* How busy the processors are, in per cent. */
+typedef struct frwk_cpustate {
+    uint32_t usr;   /* programs */
+    uint32_t nic;   /* programs with a lowered priority */
+    uint32_t sys;   /* the kernel */
+    uint32_t idle;  /* nothing */
+    uint32_t usage; /* 100 less idle */
+} frwk_cpustate;
+
+/*
+ * Reads the state of the processors from "top -n1".
+ *
+ * state: unchanged when top can't be run or prints no line of it; a member that the line doesn't name keeps
+ * what it holds, and usage follows from idle in any case. null does nothing.
+ */
+void frwk_get_cpustate_top(frwk_cpustate *state);
+
+/* The same from "mpstat -u 1 1", averaged over the second that the call takes. */
+void frwk_get_cpustate_mpstat(frwk_cpustate *state);
+
+/* frwk_get_cpustate_mpstat. */
+void frwk_get_cpustate(frwk_cpustate *state);
+
+/*
+ * Reads a column of a partition's line in the output of df, such as its use in per cent.
+ *
+ * name: a part of the line, as grep searches for it; the first line counts. column: 1 for the first.
+ * result: receives the number without its last character, which is the per-cent sign in the column of the
+ * use; so any other column loses its last digit.
+ * Returns 0, or -1 when an argument is null, the name is empty or longer than the command has room for
+ * (80 bytes have), or there is no such line; result is then unchanged.
+ */
+int32_t frwk_get_partion_info(const char *name, int32_t column, int32_t *result);
+
+/*
+ * Reads the hardware id from the kernel's command line, "hardware.id=" there.
+ *
+ * buffer: receives at most size - 1 bytes of it, and a NUL behind them when it is shorter than that; the
+ * last byte is never written, so zero it before the call. Unchanged when there is no id.
+ * size: bytes of buffer.
+ */
+void frwk_get_hardware_id(char *buffer, uint32_t size);
+
+/*
+ * Reads the name of a process.
+ *
+ * pid: 0 or less stands for the calling process.
+ * buffer: receives the name, cut to size - 1 bytes, and its NUL; unchanged when there is no such process.
+ * null stands for one of 64 bytes that the whole process shares: it is empty when there is no such process,
+ * and one thread at a time may use it. size: bytes of buffer.
+ * Returns the buffer, or null when no command can be run.
+ */
+const char *frwk_get_process_name(int32_t pid, char *buffer, uint32_t size);
+
+/*
+ * Returns a random number from 1 to max; no secret, calls within one microsecond return the same.
+ *
+ * max: 0 for a bound that is itself chosen at random; 0x80000000 and above stand for 0x7FFFFFFF.
+ * It seeds and uses the process's rand, and other threads see that.
+ */
+uint32_t frwk_random(uint32_t max);
 
 #pragma GCC visibility pop
 #ifdef __cplusplus

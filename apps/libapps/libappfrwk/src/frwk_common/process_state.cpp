@@ -7,6 +7,7 @@ std::atomic<unsigned long> g_s_ipc_thread{0};
 std::atomic<frwk_ipc_handler_t> g_s_ipc_handler{nullptr};
 std::atomic<uint32_t> g_s_module_status{0};
 std::atomic<std::FILE *> g_s_sub_lock_file{nullptr};
+std::atomic<int32_t> g_s_uptime_offset{-1};
 
 void reset_process_state(int32_t id, frwk_exit_handler_t exit_handler) {
     g_s_ipcs_fd = -1;
@@ -14,6 +15,7 @@ void reset_process_state(int32_t id, frwk_exit_handler_t exit_handler) {
     g_s_ipc_handler = nullptr;
     g_s_module_status = 0;
     g_s_sub_lock_file = nullptr;
+    g_s_uptime_offset = -1;
     g_s_module_id = id;
     g_s_exit_handler = exit_handler;
 }

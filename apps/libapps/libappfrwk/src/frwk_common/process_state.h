@@ -18,6 +18,7 @@ extern std::atomic<unsigned long> g_s_ipc_thread;         /* service thread, 0 f
 extern std::atomic<frwk_ipc_handler_t> g_s_ipc_handler;   /* null until registered */
 extern std::atomic<uint32_t> g_s_module_status;           /* status word */
 extern std::atomic<std::FILE *> g_s_sub_lock_file; /* stream that holds the subscription lock, or null */
+extern std::atomic<int32_t> g_s_uptime_offset;     /* seconds, -1 until read from the settings */
 
 /* Sets the state of a module that has just started. */
 void reset_process_state(int32_t id, frwk_exit_handler_t exit_handler);

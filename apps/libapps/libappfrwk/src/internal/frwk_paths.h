@@ -25,5 +25,7 @@ inline constexpr char kTraceMaskFolder[] = "/m_data/usr/mask";
 inline constexpr char kTraceMask[] = "/m_data/usr/mask/mal_service";
 inline constexpr char kResetFlag[] = "/m_data/usr_permanent/reset_flag";
 inline constexpr char kSubnetFolder[] = "/m_webui/usr/db/subnet";
+inline constexpr char kRebootReason[] = "/m_data/usr_permanent/reboot_reason";
+inline constexpr char kKernelCommandLine[] = "/proc/cmdline";
 
 }  // namespace paths

@@ -1,0 +1,60 @@
+/*
+ * What survives a restart: the reason of the last reboot, and the flag of a reset that is not completed.
+ * frwk_system_reset makes the flag. No state but the two files; any thread.
+ */
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+
+#include "frwk_common.h"
+#include "internal/decimal.h"
+#include "internal/frwk_log.h"
+#include "internal/frwk_paths.h"
+#include "internal/owned.h"
+#include "internal/shell_command.h"
+#include "os_file.h"
+#include "os_process.h"
+
+namespace {
+
+/* What is read of a reason file, whose number has 11 characters at most. */
+constexpr size_t kReasonLength = 31;
+
+}  // namespace
+
+int32_t frwk_reboot_reason_save(int32_t reason) {
+    ShellCommand<256> command;
+    command.add("echo -n %d > ", reason).add_word(paths::kRebootReason);
+    const int32_t result = os_system(command.text());
+    ::sync();
+    return result;
+}
+
+int32_t frwk_reboot_reason_get(void) {
+    if (!os_file_exist(paths::kRebootReason)) {
+        FRWK_DEBUG("reboot reason file not exist!");
+        return 0;
+    }
+
+    const UniqueFile file(std::fopen(paths::kRebootReason, "re"));
+    if (!file) {
+        FRWK_WARN_ERRNO("fopen reboot reason file error!");
+        return 0;
+    }
+
+    char text[kReasonLength + 1] = {};
+    (void)std::fread(text, 1, kReasonLength, file.get());
+    return decimal_number(text);
+}
+
+int32_t frwk_system_reset_check(void) {
+    return os_file_exist(paths::kResetFlag);
+}
+
+void frwk_system_reset_complete(void) {
+    if (::unlink(paths::kResetFlag) != 0 && errno != ENOENT) {
+        FRWK_WARN_ERRNO("remove reset flag file error!");
+    }
+    ::sync();
+}

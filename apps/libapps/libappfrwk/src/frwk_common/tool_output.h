@@ -1,0 +1,32 @@
+/*
+ * The output of a system tool, line by line. For one thread.
+ */
+#pragma once
+
+#include <cstddef>
+
+#include "internal/owned.h"
+
+class ToolOutput {
+  public:
+    /* Starts a shell command; the end of the scope waits for its end. */
+    explicit ToolOutput(const char *command) : stream_(os_popen(command, "r")) {}
+
+    /* Whether the command could be started. */
+    explicit operator bool() const { return static_cast<bool>(stream_); }
+
+    /*
+     * Reads the next line with its line end. What doesn't fit is passed over by the next call.
+     *
+     * line: receives at most size - 1 bytes and a NUL; unchanged at the end of the output.
+     * size: 1 or more.
+     * Returns false at the end of the output.
+     */
+    bool next_line(char *line, size_t size);
+
+  private:
+    bool skip_rest();
+
+    UniquePipe stream_;
+    bool in_line_ = false; /* a line was begun and has not ended */
+};

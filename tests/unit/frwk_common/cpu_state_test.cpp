@@ -1,0 +1,197 @@
+/*
+ * The state of the processors from outputs of several versions of top and mpstat, and from broken ones. The
+ * recorded outputs lie in tests/recorded.
+ */
+#include <string>
+
+#include "frwk_common.h"
+#include "unit/frwk_common/cpu_states.h"
+#include "unit/frwk_common/tool_fixture.h"
+
+namespace {
+
+using Probe = void (*)(frwk_cpustate *);
+
+constexpr char kWholeTop[] = "CPU: 3% usr 1% sys 0% nic 95% idle 0% io\n";
+constexpr char kWholeMpstat[] = "Average:     all    3.99    0.00    1.01    0.00   95.00\n";
+
+class CpuState : public ToolTest {
+  protected:
+    frwk_cpustate of(Probe probe, const std::string &output) {
+        tool_prints(output);
+        frwk_cpustate state = kUntouchedState;
+        probe(&state);
+        return state;
+    }
+
+    /* The log has one line that tells why, under the probe's name. */
+    void expect_no_state(Probe probe, const std::string &function, const std::string &tool,
+                         const std::string &output) {
+        log_.clear();
+        EXPECT_EQ(kUntouchedState, of(probe, output)) << output;
+        EXPECT_TRUE(
+            logged_once(log_, kWarningLevel, function, "no cpu state in the output of " + tool + "!"));
+        EXPECT_FALSE(log_.contains("usage=")) << log_.text();
+    }
+};
+
+struct Recording {
+    const char *file;
+    frwk_cpustate state;
+};
+
+void PrintTo(const Recording &recording, std::ostream *out) {
+    *out << recording.file;
+}
+
+std::string name_of(const testing::TestParamInfo<Recording> &info) {
+    std::string name;
+    for (const char c : std::string(info.param.file)) {
+        name += isalnum(static_cast<unsigned char>(c)) != 0 ? c : '_';
+    }
+    return name;
+}
+
+/* Members that a version's line doesn't name keep what they held, and usage is 100 less idle, in 32 bits. */
+constexpr uint32_t kKept = kUntouchedState.usr;
+
+class TopRecording : public ToolTest, public testing::WithParamInterface<Recording> {};
+class MpstatRecording : public ToolTest, public testing::WithParamInterface<Recording> {};
+
+}  // namespace
+
+/* ---- Recorded outputs ------------------------------------------------------------------------------ */
+
+TEST_P(TopRecording, GivesItsState) {
+    tool_prints_recording(GetParam().file);
+    frwk_cpustate state = kUntouchedState;
+    frwk_get_cpustate_top(&state);
+    EXPECT_EQ(GetParam().state, state);
+}
+
+INSTANTIATE_TEST_SUITE_P(CpuState, TopRecording,
+                         testing::Values(Recording{"top/busybox-1.35-screen.txt", {3, 0, 1, 95, 5}},
+                                         Recording{"top/busybox-1.35-batch.txt", {0, 0, 0, 100, 0}},
+                                         Recording{"top/busybox-1.22-decimals.txt", {12, 0, 8, 77, 23}},
+                                         Recording{"top/busybox-1.13.txt", {100, 0, 0, 0, 100}},
+                                         Recording{"top/busybox-1.10-short.txt", {2, 1, 5, 92, 8}},
+                                         Recording{"top/bsd.txt", {kKept, 0, 3, 94, 6}},
+                                         Recording{"top/procps-4.0-batch.txt", kUntouchedState},
+                                         Recording{"top/procps-3.2.txt", kUntouchedState},
+                                         Recording{"top/toybox-0.8.txt", kUntouchedState}),
+                         name_of);
+
+TEST_P(MpstatRecording, GivesItsState) {
+    tool_prints_recording(GetParam().file);
+    frwk_cpustate state = kUntouchedState;
+    frwk_get_cpustate_mpstat(&state);
+    EXPECT_EQ(GetParam().state, state);
+}
+
+INSTANTIATE_TEST_SUITE_P(CpuState, MpstatRecording,
+                         testing::Values(Recording{"mpstat/sysstat-12.6.txt", {13, 1, 4, 77, 23}},
+                                         Recording{"mpstat/sysstat-12.6-comma.txt", {1, 92, 6, 0, 100}},
+                                         Recording{"mpstat/sysstat-11.4-am-pm.txt", {0, 0, 0, 100, 0}},
+                                         Recording{"mpstat/sysstat-10.0.txt", {99, 0, 0, 0, 100}},
+                                         Recording{"mpstat/sysstat-8.1-interrupts.txt", {5, 0, 12, 82, 18}},
+                                         Recording{"mpstat/tabs.txt", {7, 0, 3, 89, 11}},
+                                         Recording{"mpstat/sysstat-12.6-german.txt", kUntouchedState},
+                                         Recording{"mpstat/sysstat-12.6-french.txt", kUntouchedState},
+                                         Recording{"mpstat/sysstat-7.0-usage.txt", kUntouchedState}),
+                         name_of);
+
+/* ---- The steps ------------------------------------------------------------------------------------- */
+
+TEST_F(CpuState, TopsLineWithoutCommasIsReadAndLogged) {
+    EXPECT_EQ((frwk_cpustate{3, 0, 1, 95, 5}), of(frwk_get_cpustate_top, kWholeTop));
+    EXPECT_EQ(std::vector<std::string>{"top -n1"}, commands_);
+    EXPECT_TRUE(
+        logged_once(log_, kDebugLevel, "frwk_get_cpustate_top", "CPU: 3% usr 1% sys 0% nic 95% idle 0% io"));
+    EXPECT_TRUE(
+        logged_once(log_, kDebugLevel, "frwk_get_cpustate_top", "usage=5, usr=3, sys=1, nic=0, idle=95"));
+}
+
+TEST_F(CpuState, MpstatsLineIsRead) {
+    EXPECT_EQ((frwk_cpustate{3, 0, 1, 95, 5}), of(frwk_get_cpustate_mpstat, kWholeMpstat));
+    EXPECT_EQ(std::vector<std::string>{"mpstat -u 1 1"}, commands_);
+    EXPECT_TRUE(
+        logged_once(log_, kDebugLevel, "frwk_get_cpustate_mpstat", "usage=5, usr=3, sys=1, nic=0, idle=95"));
+}
+
+TEST_F(CpuState, TheGeneralProbeIsThatOfMpstat) {
+    EXPECT_EQ((frwk_cpustate{3, 0, 1, 95, 5}), of(frwk_get_cpustate, kWholeMpstat));
+    EXPECT_EQ(std::vector<std::string>{"mpstat -u 1 1"}, commands_);
+}
+
+TEST_F(CpuState, AToolThatCanNotBeStartedLeavesTheState) {
+    no_tool_starts();
+    frwk_cpustate state = kUntouchedState;
+    frwk_get_cpustate_top(&state);
+    frwk_get_cpustate_mpstat(&state);
+    EXPECT_EQ(kUntouchedState, state);
+    EXPECT_TRUE(logged_once(log_, kWarningLevel, "frwk_get_cpustate_top", "execute top cmd error!"));
+    EXPECT_TRUE(logged_once(log_, kWarningLevel, "frwk_get_cpustate_mpstat", "execute mpstat cmd error!"));
+}
+
+TEST_F(CpuState, AToolThatPrintsNothingLeavesTheState) {
+    expect_no_state(frwk_get_cpustate_top, "frwk_get_cpustate_top", "top", "");
+    expect_no_state(frwk_get_cpustate_mpstat, "frwk_get_cpustate_mpstat", "mpstat", "");
+}
+
+TEST_F(CpuState, OnlyOtherLinesLeaveTheState) {
+    expect_no_state(frwk_get_cpustate_top, "frwk_get_cpustate_top", "top",
+                    "Mem: 1K used\n\nLoad average: 1\n");
+    expect_no_state(frwk_get_cpustate_mpstat, "frwk_get_cpustate_mpstat", "mpstat",
+                    "03:30:08 all 1 2 3 4\nAverage: CPU %usr\nAverage: 0 1 2 3 4\n");
+}
+
+TEST_F(CpuState, NulBytesLeaveTheState) {
+    expect_no_state(frwk_get_cpustate_top, "frwk_get_cpustate_top", "top", std::string(4096, '\0'));
+    expect_no_state(frwk_get_cpustate_mpstat, "frwk_get_cpustate_mpstat", "mpstat",
+                    std::string(1, '\0') + kWholeMpstat);
+}
+
+TEST_F(CpuState, TheRestOfALongLineIsNoLine) {
+    expect_no_state(frwk_get_cpustate_top, "frwk_get_cpustate_top", "top", std::string(256, ' ') + kWholeTop);
+    expect_no_state(frwk_get_cpustate_top, "frwk_get_cpustate_top", "top", std::string(512, 'x') + kWholeTop);
+    EXPECT_EQ((frwk_cpustate{3, 0, 1, 95, 5}),
+              of(frwk_get_cpustate_top, std::string(1000000, 'x') + "\n" + kWholeTop));
+}
+
+TEST_F(CpuState, ALineIsCutAt256Bytes) {
+    const std::string blanks(256 - sizeof("CPU: 3% usr") - sizeof("95% idl") + 2, ' ');
+    EXPECT_EQ((frwk_cpustate{3, kKept, kKept, 95, 5}),
+              of(frwk_get_cpustate_top, "CPU: 3% usr" + blanks.substr(1) + "95% idle 1% sys\n"));
+}
+
+TEST_F(CpuState, TheFirstStateLineCounts) {
+    EXPECT_EQ((frwk_cpustate{3, 0, 1, 95, 5}),
+              of(frwk_get_cpustate_top, std::string(kWholeTop) + "CPU: 9% usr 9% sys 9% nic 9% idle\n"));
+    EXPECT_EQ((frwk_cpustate{3, 0, 1, 95, 5}),
+              of(frwk_get_cpustate_mpstat, std::string(kWholeMpstat) + "Average: all 9 9 9 9 9\n"));
+}
+
+TEST_F(CpuState, HalfALineOfTopFillsWhatItNames) {
+    EXPECT_EQ((frwk_cpustate{3, kKept, kKept, kKept, 100 - kKept}),
+              of(frwk_get_cpustate_top, "CPU:   3% usr   1"));
+}
+
+TEST_F(CpuState, HalfALineOfMpstatKeepsIdleAndSaysSo) {
+    EXPECT_EQ((frwk_cpustate{3, 0, 1, kKept, 100 - kKept}),
+              of(frwk_get_cpustate_mpstat, "Average:     all    3.99    0.00    1.01    "));
+    EXPECT_TRUE(logged_once(log_, kWarningLevel, "frwk_get_cpustate_mpstat",
+                            "separate char is not whitespace or table!"));
+}
+
+TEST_F(CpuState, ALineEndOfAnotherSystemIsNoBlank) {
+    EXPECT_EQ((frwk_cpustate{3, 0, 1, 95, 5}),
+              of(frwk_get_cpustate_mpstat, "Average: all 3.99 0.00 1.01 0.00 95.00 \r\n"));
+}
+
+TEST_F(CpuState, WithoutARecordNothingIsRun) {
+    no_tool_starts();
+    frwk_get_cpustate_top(nullptr);
+    frwk_get_cpustate_mpstat(nullptr);
+    frwk_get_cpustate(nullptr);
+    EXPECT_TRUE(commands_.empty());
+}
