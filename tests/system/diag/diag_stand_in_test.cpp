@@ -12,6 +12,7 @@
 #include <string>
 #include <thread>
 
+#include "support/tool_folder.h"
 #include "support/wait_until.h"
 #include "system/diag/diagnosis.h"
 #include "unit/frwk_diag/diag_requests.h"

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "support/child_process.h"
+#include "support/tool_folder.h"
 #include "support/tool_record.h"
 #include "support/wait_until.h"
 #include "system/diag/diagnosis.h"

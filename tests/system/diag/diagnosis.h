@@ -1,5 +1,5 @@
 /*
- * A diagnostic from its request to its text, and the folder from which it takes its tools.
+ * A diagnostic from its request to its text.
  */
 #pragma once
 
@@ -23,23 +23,4 @@ class Diagnosis {
   private:
     frwk_diag_ctx context_;
     int32_t result_;
-};
-
-/* A folder in front of all others in PATH, until the end of the scope. */
-class ToolFolder {
-  public:
-    ToolFolder();
-    ~ToolFolder();
-    ToolFolder(const ToolFolder &) = delete;
-    ToolFolder &operator=(const ToolFolder &) = delete;
-
-    /* Makes a tool: a shell script with this body, or another program under this name. */
-    void put_script(const std::string &name, const std::string &body) const;
-    void put_link(const std::string &name, const std::string &program) const;
-
-    /* From now on there are no other tools. */
-    void hide_others() const;
-
-  private:
-    std::string path_before_;
 };

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "support/tool_record.h"
 #include "system/probes/probe_process.h"
 
 namespace {
@@ -33,50 +34,54 @@ class CpuTools : public ProbeTest {
 TEST_F(CpuTools, BusyboxTopIsRead) {
     use_busybox("top");
     expect_state(ask({"top"}));
+    record_tool("processors", "top of busybox", kBusyboxVersion);
 }
 
 TEST_F(CpuTools, MpstatIsRead) {
     expect_state(ask({"mpstat"}));
+    record_tool("processors", "mpstat of sysstat", "mpstat -V");
 }
 
 TEST_F(CpuTools, ATopThatNeedsATerminalLeavesTheState) {
     ASSERT_EQ(0, access("/usr/bin/top", X_OK)) << "procps is not installed";
     EXPECT_EQ(kUntouched, ask({"top"}));
     EXPECT_NE(std::string::npos, errors_.find("no cpu state in the output of top!")) << errors_;
+    record_tool("processors", "top of procps, which needs a terminal: no state", "top -V");
 }
 
 TEST_F(CpuTools, AMissingToolLeavesTheState) {
-    hide_tools();
+    tools_.hide_others();
     EXPECT_EQ(kUntouched, ask({"top"}));
     EXPECT_EQ(kUntouched, ask({"mpstat"}));
 }
 
 TEST_F(CpuTools, AToolThatPrintsNothingLeavesTheState) {
-    use_script("top", "exit 0");
-    use_script("mpstat", "exit 1");
+    tools_.put_script("top", "exit 0");
+    tools_.put_script("mpstat", "exit 1");
     EXPECT_EQ(kUntouched, ask({"top"}));
     EXPECT_EQ(kUntouched, ask({"mpstat"}));
 }
 
 TEST_F(CpuTools, AToolThatDiesInItsLineFillsWhatItPrinted) {
-    use_script("top", "printf %s 'CPU:   3% usr   1% sy'; kill -9 $$");
+    tools_.put_script("top", "printf %s 'CPU:   3% usr   1% sy'; kill -9 $$");
     EXPECT_EQ("3 7777 7777 7777 " + std::to_string(uint32_t{100} - 7777), ask({"top"}));
-    use_script("mpstat", "printf %s 'Average:     all    3.00    2.0'; kill -9 $$");
+    tools_.put_script("mpstat", "printf %s 'Average:     all    3.00    2.0'; kill -9 $$");
     EXPECT_EQ("3 2 7777 7777 " + std::to_string(uint32_t{100} - 7777), ask({"mpstat"}));
     EXPECT_NE(std::string::npos, errors_.find("separate char is not whitespace or table!")) << errors_;
 }
 
 TEST_F(CpuTools, AToolOfAnotherLanguageLeavesTheState) {
-    use_script("mpstat", "echo 'Durchschn.:  all    0,00   90,00    7,50    1,50    1,00'");
+    tools_.put_script("mpstat", "echo 'Durchschn.:  all    0,00   90,00    7,50    1,50    1,00'");
     EXPECT_EQ(kUntouched, ask({"mpstat"}));
 }
 
 TEST_F(CpuTools, AToolThatPrintsForEverEndsWithItsReader) {
-    use_script("top", "echo 'CPU:  3% usr  1% sys  0% nic 95% idle'; exec yes");
+    tools_.put_script("top", "echo 'CPU:  3% usr  1% sys  0% nic 95% idle'; exec yes");
     EXPECT_EQ("3 0 1 95 5", ask({"top"}));
 }
 
 TEST_F(CpuTools, AToolThatPrintsNulBytesAndMuchElseIsReadOn) {
-    use_script("top", "head -c 20000000 /dev/zero; echo; echo 'CPU:  3% usr  1% sys  0% nic 95% idle'");
+    tools_.put_script("top",
+                      "head -c 20000000 /dev/zero; echo; echo 'CPU:  3% usr  1% sys  0% nic 95% idle'");
     EXPECT_EQ("3 0 1 95 5", ask({"top"}));
 }

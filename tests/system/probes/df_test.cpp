@@ -3,6 +3,7 @@
  */
 #include <string>
 
+#include "support/tool_record.h"
 #include "system/probes/probe_process.h"
 
 namespace {
@@ -27,26 +28,28 @@ class Df : public ProbeTest {
 
 TEST_F(Df, CoreutilsIsRead) {
     expect_columns();
+    record_tool("partition", "df of coreutils", "df --version");
 }
 
 TEST_F(Df, BusyboxIsRead) {
     use_busybox("df");
     expect_columns();
+    record_tool("partition", "df of busybox", kBusyboxVersion);
 }
 
 TEST_F(Df, AMissingDfIsAFailure) {
-    use_script("df", "exit 127");
+    tools_.put_script("df", "exit 127");
     EXPECT_EQ("-1 7777", ask({"partition", "/m_data", "5"}));
-    hide_tools();
+    tools_.hide_others();
     EXPECT_EQ("-1 7777", ask({"partition", "/m_data", "5"}));
 }
 
 TEST_F(Df, ANameWithBlanksAndQuotesIsFound) {
-    use_script("df", "echo \"my 'disk' 1 2 3 42% /\"");
+    tools_.put_script("df", "echo \"my 'disk' 1 2 3 42% /\"");
     EXPECT_EQ("0 42", ask({"partition", "my 'disk'", "6"}));
 }
 
 TEST_F(Df, ANameThatBeginsWithAHyphenIsFound) {
-    use_script("df", "echo '--help 1 2 3 42% /'");
+    tools_.put_script("df", "echo '--help 1 2 3 42% /'");
     EXPECT_EQ("0 42", ask({"partition", "--help", "5"}));
 }

@@ -1,11 +1,14 @@
 /*
  * What the probes say against what the kernel's files say.
  */
+#include <unistd.h>
+
 #include <fstream>
 #include <string>
 #include <vector>
 
 #include "support/child_process.h"
+#include "support/tool_record.h"
 #include "support/wait_until.h"
 #include "system/probes/probe_process.h"
 
@@ -28,6 +31,13 @@ class KernelFiles : public ProbeTest {
         kProcs,
         kMembers
     };
+
+    /* The name of the test's process. */
+    static std::string own_name() {
+        std::string name;
+        std::getline(std::ifstream("/proc/self/comm"), name);
+        return name;
+    }
 
     static uint32_t low_bytes(const std::string &name) {
         std::ifstream file("/proc/meminfo");
@@ -71,6 +81,13 @@ TEST_F(KernelFiles, AnotherProcessHasItsName) {
     const std::string pid = std::to_string(sleeper.pid());
     ASSERT_TRUE(wait_until([&] { return file_text("/proc/" + pid + "/comm") == "sleep\n"; }));
     EXPECT_EQ("sleep", ask({"process-name", pid}));
+    record_tool("process name", "cat of coreutils", "cat --version");
+}
+
+TEST_F(KernelFiles, AnotherProcessHasItsNameByBusybox) {
+    use_busybox("cat");
+    EXPECT_EQ(own_name(), ask({"process-name", std::to_string(getpid())}));
+    record_tool("process name", "cat of busybox", kBusyboxVersion);
 }
 
 TEST_F(KernelFiles, TheModuleHasItsOwnName) {

@@ -1,13 +1,10 @@
 #include "system/probes/probe_process.h"
 
-#include <sys/stat.h>
 #include <unistd.h>
 
-#include <cstdlib>
-#include <filesystem>
 #include <sstream>
 
-#include "support/wait_until.h"
+#include "support/child_process.h"
 
 namespace {
 
@@ -19,25 +16,8 @@ std::vector<std::string> with_program(std::vector<std::string> words, const std:
 
 }  // namespace
 
-ProbeTest::ProbeTest() : path_(std::string(kTools) + ":" + getenv("PATH")) {
-    std::filesystem::remove_all(kTools);
-    std::filesystem::create_directory(kTools);
-}
-
-void ProbeTest::use_busybox(const std::string &tool) {
-    constexpr char kBusybox[] = "/usr/bin/busybox";
-    ASSERT_TRUE(std::filesystem::exists(kBusybox)) << "busybox is not installed";
-    std::filesystem::create_symlink(kBusybox, std::string(kTools) + "/" + tool);
-}
-
-void ProbeTest::use_script(const std::string &tool, const std::string &script) {
-    const std::string path = std::string(kTools) + "/" + tool;
-    ASSERT_TRUE(write_text(path, "#!/bin/sh\n" + script + "\n"));
-    ASSERT_EQ(0, chmod(path.c_str(), 0755));
-}
-
 std::string ProbeTest::answer(const std::vector<std::string> &command) {
-    ChildProcess process(command, {"PATH=" + path_, "LC_ALL=C", "QUOR_DEBUG=1"});
+    ChildProcess process(command, {"LC_ALL=C", "QUOR_DEBUG=1"});
     process.close_input();
     const std::string line = process.read_line().value_or("(no answer)");
     EXPECT_EQ(0, process.exit_status()) << process.errors();

@@ -1,5 +1,5 @@
 /*
- * A module that asks one probe, in a process of its own, and the tools that it finds.
+ * A module that asks one probe, in a process of its own, with the tools that the test gives it.
  */
 #pragma once
 
@@ -8,21 +8,12 @@
 #include <string>
 #include <vector>
 
-#include "support/child_process.h"
+#include "support/tool_folder.h"
 
 class ProbeTest : public testing::Test {
   protected:
-    /* An empty folder for tools, before all others on the path. */
-    ProbeTest();
-
     /* Puts an applet of busybox before the tool of that name. */
-    void use_busybox(const std::string &tool);
-
-    /* Puts a shell script before the tool of that name. */
-    void use_script(const std::string &tool, const std::string &script);
-
-    /* Leaves nothing on the path but the shell's own commands and the folder for tools. */
-    void hide_tools() { path_ = kTools; }
+    void use_busybox(const std::string &tool) { tools_.put_link(tool, "/usr/bin/busybox"); }
 
     /* Asks a probe: the line that it answered, and in errors_ what it logged. It ends by itself. */
     std::string ask(const std::vector<std::string> &probe);
@@ -30,15 +21,15 @@ class ProbeTest : public testing::Test {
     /* The same after a shell command, in a mount namespace of its own. */
     std::string ask_after(const std::string &command, const std::vector<std::string> &probe);
 
+    const ToolFolder tools_;
     std::string errors_;
 
   private:
-    static constexpr char kTools[] = "/tmp/m_tmp/tools";
-
     std::string answer(const std::vector<std::string> &command);
-
-    std::string path_;
 };
+
+/* A command whose first line tells busybox's version, for the table of what was tried. */
+inline constexpr char kBusyboxVersion[] = "busybox | sed 's, multi-call binary.,,'";
 
 /* The numbers of a line. */
 std::vector<long long> numbers_of(const std::string &line);
