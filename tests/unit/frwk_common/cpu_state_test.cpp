@@ -1,6 +1,6 @@
 /*
- * The state of the processors from outputs of several versions of top and mpstat, and from broken ones. The
- * recorded outputs lie in tests/recorded.
+ * The state of the processors: the steps from a tool to the record. Outputs of several versions have tests of
+ * their own.
  */
 #include <string>
 
@@ -35,72 +35,10 @@ class CpuState : public ToolTest {
     }
 };
 
-struct Recording {
-    const char *file;
-    frwk_cpustate state;
-};
-
-void PrintTo(const Recording &recording, std::ostream *out) {
-    *out << recording.file;
-}
-
-std::string name_of(const testing::TestParamInfo<Recording> &info) {
-    std::string name;
-    for (const char c : std::string(info.param.file)) {
-        name += isalnum(static_cast<unsigned char>(c)) != 0 ? c : '_';
-    }
-    return name;
-}
-
-/* Members that a version's line doesn't name keep what they held, and usage is 100 less idle, in 32 bits. */
+/* What half a line leaves alone keeps this, and usage is 100 less idle, in 32 bits. */
 constexpr uint32_t kKept = kUntouchedState.usr;
 
-class TopRecording : public ToolTest, public testing::WithParamInterface<Recording> {};
-class MpstatRecording : public ToolTest, public testing::WithParamInterface<Recording> {};
-
 }  // namespace
-
-/* ---- Recorded outputs ------------------------------------------------------------------------------ */
-
-TEST_P(TopRecording, GivesItsState) {
-    tool_prints_recording(GetParam().file);
-    frwk_cpustate state = kUntouchedState;
-    frwk_get_cpustate_top(&state);
-    EXPECT_EQ(GetParam().state, state);
-}
-
-INSTANTIATE_TEST_SUITE_P(CpuState, TopRecording,
-                         testing::Values(Recording{"top/busybox-1.35-screen.txt", {3, 0, 1, 95, 5}},
-                                         Recording{"top/busybox-1.35-batch.txt", {0, 0, 0, 100, 0}},
-                                         Recording{"top/busybox-1.22-decimals.txt", {12, 0, 8, 77, 23}},
-                                         Recording{"top/busybox-1.13.txt", {100, 0, 0, 0, 100}},
-                                         Recording{"top/busybox-1.10-short.txt", {2, 1, 5, 92, 8}},
-                                         Recording{"top/bsd.txt", {kKept, 0, 3, 94, 6}},
-                                         Recording{"top/procps-4.0-batch.txt", kUntouchedState},
-                                         Recording{"top/procps-3.2.txt", kUntouchedState},
-                                         Recording{"top/toybox-0.8.txt", kUntouchedState}),
-                         name_of);
-
-TEST_P(MpstatRecording, GivesItsState) {
-    tool_prints_recording(GetParam().file);
-    frwk_cpustate state = kUntouchedState;
-    frwk_get_cpustate_mpstat(&state);
-    EXPECT_EQ(GetParam().state, state);
-}
-
-INSTANTIATE_TEST_SUITE_P(CpuState, MpstatRecording,
-                         testing::Values(Recording{"mpstat/sysstat-12.6.txt", {13, 1, 4, 77, 23}},
-                                         Recording{"mpstat/sysstat-12.6-comma.txt", {1, 92, 6, 0, 100}},
-                                         Recording{"mpstat/sysstat-11.4-am-pm.txt", {0, 0, 0, 100, 0}},
-                                         Recording{"mpstat/sysstat-10.0.txt", {99, 0, 0, 0, 100}},
-                                         Recording{"mpstat/sysstat-8.1-interrupts.txt", {5, 0, 12, 82, 18}},
-                                         Recording{"mpstat/tabs.txt", {7, 0, 3, 89, 11}},
-                                         Recording{"mpstat/sysstat-12.6-german.txt", kUntouchedState},
-                                         Recording{"mpstat/sysstat-12.6-french.txt", kUntouchedState},
-                                         Recording{"mpstat/sysstat-7.0-usage.txt", kUntouchedState}),
-                         name_of);
-
-/* ---- The steps ------------------------------------------------------------------------------------- */
 
 TEST_F(CpuState, TopsLineWithoutCommasIsReadAndLogged) {
     EXPECT_EQ((frwk_cpustate{3, 0, 1, 95, 5}), of(frwk_get_cpustate_top, kWholeTop));

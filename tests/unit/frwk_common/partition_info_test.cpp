@@ -1,6 +1,6 @@
 /*
- * A partition's line of df: the command that looks for it, and the number in a column. The recorded outputs
- * lie in tests/recorded.
+ * A partition's line of df: the command that looks for it, and the number in a column. Outputs of several
+ * versions have tests of their own.
  */
 #include <string>
 
@@ -186,43 +186,3 @@ TEST_F(PartitionInfo, ANameWithoutRoomRunsNothing) {
     EXPECT_EQ(1u, commands_.size());
     EXPECT_EQ(kUntouched, number_);
 }
-
-/* ---- Recorded outputs ------------------------------------------------------------------------------ */
-
-namespace {
-
-struct Use {
-    const char *file;
-    const char *partition;
-    int32_t column;
-    int32_t number; /* kUntouched when there is none */
-};
-
-void PrintTo(const Use &use, std::ostream *out) {
-    *out << use.file << " " << use.partition << " " << use.column;
-}
-
-class DfRecording : public PartitionInfo, public testing::WithParamInterface<Use> {};
-
-}  // namespace
-
-TEST_P(DfRecording, GivesItsNumber) {
-    const Use &use = GetParam();
-    tool_prints_recording(use.file);
-    EXPECT_EQ(use.number == kUntouched ? -1 : 0, ask(use.partition, use.column));
-    EXPECT_EQ(use.number, number_);
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    PartitionInfo, DfRecording,
-    testing::Values(
-        Use{"df/coreutils-9.1.txt", "/m_data", 5, 48}, Use{"df/coreutils-9.1.txt", "mmcblk0p8", 5, 100},
-        Use{"df/coreutils-9.1.txt", "/dev/root", 5, 25}, Use{"df/coreutils-9.1.txt", "/m_data", 4, 101351},
-        Use{"df/coreutils-9.1.txt", "mmcblk1p1", 5, kUntouched},
-        Use{"df/coreutils-9.1-german.txt", "/m_data", 5, 48}, Use{"df/busybox-1.35.txt", "ubi1:m_data", 5, 9},
-        Use{"df/busybox-1.35.txt", "ubi2", 5, kUntouched},
-        /* a long device name has a line of its own, so a column is missing */
-        Use{"df/busybox-1.19-wrapped.txt", "by-partlabel/m_data", 5, 0},
-        Use{"df/busybox-1.19-wrapped.txt", " /m_data", 4, 46},
-        /* no per-cent sign: the block size's last digit goes */
-        Use{"df/toolbox-4.4.txt", "/m_data", 5, 409}));

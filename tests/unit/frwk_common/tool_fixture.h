@@ -23,11 +23,17 @@ class ToolTest : public testing::Test {
         tool_prints_file(kOutput);
     }
 
-    /* The same with a file of tests/recorded. */
-    void tool_prints_recording(const std::string &name) {
-        const std::string path = std::string(RECORDED_OUTPUTS) + "/" + name;
+    /* The same with the text of a file. */
+    void tool_prints_file(const std::string &path) {
         ASSERT_TRUE(exists(path)) << path;
-        tool_prints_file(path);
+        doubles::base::os_popen.stand_in([this, path](const char *command, const char *mode) {
+            commands_.emplace_back(command);
+            const std::string words = command;
+            const size_t first_end = words.find(' ');
+            const bool is_pipeline = words.find('|') != std::string::npos;
+            const std::string rest = is_pipeline ? words.substr(first_end) : "";
+            return doubles::base::os_popen.real(("cat " + path + rest).c_str(), mode);
+        });
     }
 
     /* From now on no command can be started. */
@@ -43,15 +49,4 @@ class ToolTest : public testing::Test {
 
   private:
     static constexpr char kOutput[] = "/tmp/m_tmp/tool_output";
-
-    void tool_prints_file(const std::string &path) {
-        doubles::base::os_popen.stand_in([this, path](const char *command, const char *mode) {
-            commands_.emplace_back(command);
-            const std::string words = command;
-            const size_t first_end = words.find(' ');
-            const bool is_pipeline = words.find('|') != std::string::npos;
-            const std::string rest = is_pipeline ? words.substr(first_end) : "";
-            return doubles::base::os_popen.real(("cat " + path + rest).c_str(), mode);
-        });
-    }
 };
