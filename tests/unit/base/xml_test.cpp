@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <cstring>
@@ -243,6 +244,17 @@ TEST_F(Xml, RefusesWhatIsNoRegularFile) {
     EXPECT_EQ(nullptr, xml_file_parse(folder_.path("pipe").c_str()));
     EXPECT_EQ(nullptr, xml_file_parse("/dev/zero"));
     EXPECT_EQ(nullptr, xml_file_parse(""));
+}
+
+TEST_F(Xml, RefusesAFileAbove64MiBWithoutReadingIt) {
+    const std::string path = folder_.file("x", "<r/>");
+    ASSERT_EQ(0, truncate(path.c_str(), (off_t{64} << 20) + 1));
+    EXPECT_EQ(nullptr, xml_file_parse(path.c_str()));
+    EXPECT_EQ(0u, doubles::libc::read.calls());
+
+    ASSERT_EQ(0, truncate(path.c_str(), off_t{64} << 20));
+    Doc(xml_file_parse(path.c_str()));
+    EXPECT_NE(0u, doubles::libc::read.calls());
 }
 
 TEST_F(Xml, OpensItsFileForItselfOnlyAndClosesIt) {
