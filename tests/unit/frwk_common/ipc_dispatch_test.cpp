@@ -4,6 +4,7 @@
 #include "frwk_common/ipc_dispatch.h"
 
 #include <algorithm>
+#include <future>
 #include <numeric>
 
 #include "doubles/base_doubles.h"
@@ -102,6 +103,41 @@ TEST_F(IpcDispatchTest, ExitMessagesEndAProcessWithoutAnExitHandler) {
         EXPECT_EQ(end.report, "") << msgid;
         EXPECT_EQ(end.errors, "") << msgid;
     }
+}
+
+namespace {
+
+/* Set once a second message that ends the process waits for the first. */
+std::promise<void> g_second_waits;
+
+void *send_second_exit(void *) {
+    (void)frwk_ipc_msg_handle(5, 2, nullptr, 0, nullptr, 0, 3);
+    (void)std::fprintf(stderr, "the second came back\n");
+    return nullptr;
+}
+
+/* Takes so long that a second message comes meanwhile. */
+void report_after_a_second_message(apps_message_id_e_type msgid) {
+    base::os_sem_wait.stand_in([](os_sem *never_posted) {
+        g_second_waits.set_value();
+        return base::os_sem_wait.real(never_posted);
+    });
+    (void)frwk_thread_create(send_second_exit, nullptr);
+    g_second_waits.get_future().wait();
+    report_exit_message(msgid);
+}
+
+}  // namespace
+
+TEST_F(IpcDispatchTest, OfTwoExitMessagesAtOnceTheFirstAloneCallsTheExitHandler) {
+    const ChildEnd end = run_in_child([] {
+        reset_process_state(E_APPS_MODULE_ROUTER, report_after_a_second_message);
+        dispatch(1);
+        return std::string("came back");
+    });
+    EXPECT_EQ(end.status, 0);
+    EXPECT_EQ(end.report, "");
+    EXPECT_EQ(end.errors, "exit 1\n");
 }
 
 /* ---- Messages 5 to 8 ------------------------------------------------------------------------------- */

@@ -160,6 +160,26 @@ TEST_F(ModuleConfigTest, WithoutMemoryTheOldTextsStay) {
     EXPECT_STREQ(row(39).name, "start_third_app");
 }
 
+TEST_F(ModuleConfigTest, AnUnknownModuleWhoseNameHasNoMemoryIsPassedOver) {
+    base::os_mem_malloc.stand_in([](size_t size) -> void * {
+        return base::os_mem_malloc.calls() == 1 ? nullptr : base::os_mem_malloc.real(size);
+    });
+    base::os_mem_malloc.forget_calls();
+    const frwk_module_info before = row(39);
+    load(
+        "<radius><alias>R</alias><delay>7</delay><flag>FRWK_FLAG_RUN</flag></radius>"
+        "<tacacs><delay>8</delay></tacacs>");
+    EXPECT_STREQ(row(39).name, before.name);
+    EXPECT_STREQ(row(39).alias, before.alias);
+    EXPECT_EQ(row(39).delay, before.delay);
+    EXPECT_EQ(row(39).flag, before.flag);
+    EXPECT_EQ(frwk_module_id("radius"), 0);
+    EXPECT_EQ(frwk_module_id("tacacs"), 40);
+    EXPECT_EQ(row(40).delay, 8);
+    EXPECT_TRUE(logged_once(log_, kWarningLevel, "frwk_load_module_param",
+                            "no memory for the text 'radius' of the module configuration"));
+}
+
 TEST_F(ModuleConfigTest, NamesAreComparedByteForByte) {
     load("<WLAN><delay>7</delay></WLAN>");
     EXPECT_EQ(row(kWlan).delay, 0);
