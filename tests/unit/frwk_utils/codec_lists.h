@@ -1,5 +1,5 @@
 /*
- * A codec list that is being written, and one that is being read.
+ * A codec list that is being written, one that is being read, and whole ones.
  */
 #pragma once
 
@@ -9,6 +9,7 @@
 #include <cstring>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "frwk_utils.h"
 
@@ -73,4 +74,19 @@ class Reader {
 
 inline std::string first_item(const std::string &list) {
     return Reader(list).take();
+}
+
+/* A list of items that need no escaping. */
+inline std::string joined(const std::vector<std::string> &items) {
+    std::string list;
+    for (size_t i = 0; i < items.size(); ++i) {
+        list += (i == 0 ? "" : ",") + items[i];
+    }
+    return list;
+}
+
+/* The same with another item at an index. */
+inline std::string list_with(std::vector<std::string> items, size_t index, const std::string &item) {
+    items.at(index) = item;
+    return joined(items);
 }

@@ -45,16 +45,31 @@ std::vector<std::string> items_of(const std::string &list, size_t count) {
 }
 
 template <typename Number>
+void expect_back(int32_t type, Number in) {
+    List list(64);
+    ASSERT_EQ(E_APPS_ERR_SUCCESS, frwk_zndb_add_value(list.buf(), type, &in, 1)) << in;
+    Number out = 77;
+    ASSERT_EQ(E_APPS_ERR_SUCCESS, frwk_zndb_get_value(list.buf()->data, type, &out, sizeof(out), nullptr))
+        << in;
+    ASSERT_EQ(in, out) << "type " << type;
+}
+
+template <typename Number>
 void expect_round_trip(int32_t type, std::mt19937_64 *random) {
     for (int i = 0; i < 200; ++i) {
-        auto in = static_cast<Number>((*random)());
-        in = in == std::numeric_limits<Number>::min() ? Number{1} : in;
-        List list(64);
-        ASSERT_EQ(E_APPS_ERR_SUCCESS, frwk_zndb_add_value(list.buf(), type, &in, 1));
-        Number out = 0;
-        ASSERT_EQ(E_APPS_ERR_SUCCESS,
-                  frwk_zndb_get_value(list.buf()->data, type, &out, sizeof(out), nullptr));
-        ASSERT_EQ(in, out) << "type " << type;
+        const auto in = static_cast<Number>((*random)());
+        expect_back(type, in == std::numeric_limits<Number>::min() ? Number{1} : in);
+    }
+}
+
+/* Real numbers that six decimals hold: multiples of 1/64 below so many bits. */
+template <typename Real>
+void expect_real_round_trip(int32_t type, int bits, std::mt19937_64 *random) {
+    for (int i = 0; i < 200; ++i) {
+        const auto units = static_cast<int64_t>((*random)() >> (64 - bits));
+        const Real in = static_cast<Real>(units) / 64;
+        expect_back(type, in);
+        expect_back(type, -in);
     }
 }
 
@@ -107,4 +122,27 @@ TEST(CodecListRoundTrip, BringsBackNumbersOfEveryType) {
     expect_round_trip<uint32_t>(FRWK_DATA_TYPE_ULONG, &random);
     expect_round_trip<int64_t>(FRWK_DATA_TYPE_LLONG, &random);
     expect_round_trip<uint64_t>(FRWK_DATA_TYPE_ULLONG, &random);
+}
+
+TEST(CodecListRoundTrip, BringsBackBothTruthValues) {
+    expect_back<uint8_t>(FRWK_DATA_TYPE_BOOL, 0);
+    expect_back<uint8_t>(FRWK_DATA_TYPE_BOOL, 1);
+}
+
+TEST(CodecListRoundTrip, BringsBackTheOutermostNumbers) {
+    expect_back<int16_t>(FRWK_DATA_TYPE_SHORT, -INT16_MAX);
+    expect_back<int32_t>(FRWK_DATA_TYPE_INT, -INT32_MAX);
+    expect_back<int32_t>(FRWK_DATA_TYPE_LONG, INT32_MIN);
+    expect_back<int64_t>(FRWK_DATA_TYPE_LLONG, INT64_MIN);
+    expect_back<int64_t>(FRWK_DATA_TYPE_LLONG, INT64_MAX);
+    expect_back<uint64_t>(FRWK_DATA_TYPE_ULLONG, 0);
+    expect_back<uint64_t>(FRWK_DATA_TYPE_ULLONG, UINT64_MAX);
+}
+
+TEST(CodecListRoundTrip, BringsBackRealNumbersThatSixDecimalsHold) {
+    std::mt19937_64 random(20240607);
+    expect_real_round_trip<float>(FRWK_DATA_TYPE_FLOAT, 24, &random);
+    expect_real_round_trip<double>(FRWK_DATA_TYPE_DOUBLE, 53, &random);
+    expect_back<float>(FRWK_DATA_TYPE_FLOAT, 16777216.0f);
+    expect_back<double>(FRWK_DATA_TYPE_DOUBLE, 0.0);
 }

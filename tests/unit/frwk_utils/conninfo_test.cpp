@@ -11,6 +11,7 @@
 #include "doubles/log_capture.h"
 #include "frwk_utils.h"
 #include "unit/frwk_common/log_checks.h"
+#include "unit/frwk_utils/codec_lists.h"
 #include "unit/frwk_utils/fake_database.h"
 
 namespace {
@@ -64,20 +65,6 @@ const std::vector<ItemCase> kItemCases = {
 
 /* A number that an int refuses; as a uint it is accepted like any other. */
 constexpr char kRefusedInt[] = "-2147483648";
-
-std::string joined(const std::vector<std::string> &items) {
-    std::string list;
-    for (size_t i = 0; i < items.size(); ++i) {
-        list += (i == 0 ? "" : ",") + items[i];
-    }
-    return list;
-}
-
-std::string list_with(size_t index, const std::string &item) {
-    std::vector<std::string> items = kItems;
-    items[index] = item;
-    return joined(items);
-}
 
 /* The whole record, whatever its members are. */
 std::string bytes_of(const frwk_conninfo_t &info) {
@@ -153,7 +140,7 @@ TEST_F(Conninfo, TerminatesEveryTextOfARecordThatHeldOtherBytes) {
 
 TEST_F(Conninfo, CountsConnectedInAnyCaseAsConnected) {
     for (const char *word : {"connected", "CONNECTED", "Connected"}) {
-        store("wan", list_with(0, word));
+        store("wan", list_with(kItems, 0, word));
         EXPECT_EQ(1, read_info().connected) << word;
         EXPECT_EQ(600u, read_info().uptime);
     }
@@ -161,7 +148,7 @@ TEST_F(Conninfo, CountsConnectedInAnyCaseAsConnected) {
 
 TEST_F(Conninfo, CountsAnyOtherStatusAsNotConnected) {
     for (const char *word : {"connecting", "disconnected", "connected ", " connected", "connecte", "", "1"}) {
-        store("wan", list_with(0, word));
+        store("wan", list_with(kItems, 0, word));
         frwk_conninfo_t info = filled_with('U');
         EXPECT_EQ(E_APPS_ERR_SUCCESS, frwk_zndb_get_conninfo("wan", &info));
         EXPECT_EQ(0, info.connected) << word;
@@ -170,7 +157,7 @@ TEST_F(Conninfo, CountsAnyOtherStatusAsNotConnected) {
 }
 
 TEST_F(Conninfo, WrapsWhenTheConnectionCameUpAfterNow) {
-    store("wan", list_with(1, "1001"));
+    store("wan", list_with(kItems, 1, "1001"));
     EXPECT_EQ(UINT32_MAX, read_info().uptime);
 }
 
@@ -194,7 +181,7 @@ TEST_F(Conninfo, ReadsATextThatEndsInAComma) {
 }
 
 TEST_F(Conninfo, DecodesItsItems) {
-    store("wan", list_with(11, "a&amp;b&#39;c"));
+    store("wan", list_with(kItems, 11, "a&amp;b&#39;c"));
     EXPECT_STREQ("a&b,c", read_info().iface);
 }
 
@@ -202,7 +189,7 @@ TEST_F(Conninfo, TakesATextAsLongAsItsMember) {
     for (size_t i = 1; i < kItems.size(); ++i) {
         if (kItemCases[i].longest != 0) {
             const std::string longest(kItemCases[i].longest, 'x');
-            store("wan", list_with(i, longest));
+            store("wan", list_with(kItems, i, longest));
             EXPECT_EQ(longest, shown(read_info())[i]);
         }
     }
@@ -216,7 +203,7 @@ TEST_F(Conninfo, StopsAtTheFirstItemThatCanNotBeRead) {
         const LogCapture log;
         const bool number = kItemCases[i].longest == 0;
         const std::string bad = number ? kRefusedInt : std::string(kItemCases[i].longest + 1, 'x');
-        store("wan", list_with(i, bad));
+        store("wan", list_with(kItems, i, bad));
         const frwk_conninfo_t info = read_info(number ? E_APPS_ERR_PARAM : E_APPS_ERR_OUTOFBUF);
 
         std::vector<std::string> expected = expected_shown(i);
@@ -228,7 +215,7 @@ TEST_F(Conninfo, StopsAtTheFirstItemThatCanNotBeRead) {
 }
 
 TEST_F(Conninfo, LeavesTheMembersBehindABadItemAlone) {
-    store("wan", list_with(3, std::string(16, 'x')));
+    store("wan", list_with(kItems, 3, std::string(16, 'x')));
     frwk_conninfo_t info = filled_with('U');
     EXPECT_EQ(E_APPS_ERR_OUTOFBUF, frwk_zndb_get_conninfo("wan", &info));
     EXPECT_STREQ("00:11:22:33:44:55", info.macaddr);
@@ -237,7 +224,7 @@ TEST_F(Conninfo, LeavesTheMembersBehindABadItemAlone) {
 }
 
 TEST_F(Conninfo, AcceptsTheLargestConnectTime) {
-    store("wan", list_with(1, "4294967295"));
+    store("wan", list_with(kItems, 1, "4294967295"));
     EXPECT_EQ(kUptime + 1, read_info().uptime);
 }
 

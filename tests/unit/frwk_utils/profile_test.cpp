@@ -10,6 +10,7 @@
 #include "doubles/log_capture.h"
 #include "frwk_utils.h"
 #include "unit/frwk_common/log_checks.h"
+#include "unit/frwk_utils/codec_lists.h"
 
 namespace {
 
@@ -26,20 +27,6 @@ struct ItemCase {
 const std::vector<ItemCase> kItemCases = {{"profilename", 50}, {"apn", 150},     {"username", 127},
                                           {"password", 127},   {"authmode", 31}, {"iptype", 31},
                                           {"readonly", 32}};
-
-std::string joined(const std::vector<std::string> &items) {
-    std::string list;
-    for (size_t i = 0; i < items.size(); ++i) {
-        list += (i == 0 ? "" : ",") + items[i];
-    }
-    return list;
-}
-
-std::string list_with(size_t index, const std::string &item) {
-    std::vector<std::string> items = kItems;
-    items[index] = item;
-    return joined(items);
-}
 
 /* The whole record, whatever its members are. */
 std::string bytes_of(const frwk_profile_t &profile) {
@@ -85,7 +72,7 @@ TEST(Profile, KnowsTheAuthenticationWordsInAnyCase) {
     const std::vector<std::pair<std::string, int32_t>> words = {
         {"none", 0}, {"pap", 1}, {"chap", 2}, {"pap_chap", 3}, {"NONE", 0}, {"Pap", 1}, {"PAP_CHAP", 3}};
     for (const auto &[word, value] : words) {
-        EXPECT_EQ(value, parse(list_with(4, word)).authmode) << word;
+        EXPECT_EQ(value, parse(list_with(kItems, 4, word)).authmode) << word;
     }
 }
 
@@ -93,14 +80,14 @@ TEST(Profile, KnowsTheIpTypeWordsInAnyCase) {
     const std::vector<std::pair<std::string, int32_t>> words = {{"ipv4", 1}, {"ipv6", 2}, {"ipv4v6", 3},
                                                                 {"IPv4", 1}, {"IPV6", 2}, {"IPv4v6", 3}};
     for (const auto &[word, value] : words) {
-        EXPECT_EQ(value, parse(list_with(5, word)).iptype) << word;
+        EXPECT_EQ(value, parse(list_with(kItems, 5, word)).iptype) << word;
     }
 }
 
 TEST(Profile, RefusesAnUnknownAuthenticationWord) {
     for (const char *word : {"pap-chap", "", "0", "pap ", " pap", "pap_chap_", "papchap", "ipv4"}) {
         const LogCapture log;
-        const frwk_profile_t profile = parse(list_with(4, word), E_APPS_ERR_FAILURE);
+        const frwk_profile_t profile = parse(list_with(kItems, 4, word), E_APPS_ERR_FAILURE);
         EXPECT_STREQ("hunter2", profile.password);
         EXPECT_EQ(0x55555555, profile.authmode);
         EXPECT_EQ(0x55555555, profile.iptype);
@@ -113,7 +100,7 @@ TEST(Profile, RefusesAnUnknownAuthenticationWord) {
 TEST(Profile, RefusesAnUnknownIpTypeWord) {
     for (const char *word : {"ipv5", "", "3", "ipv4 ", "ipv6v4", "ipv", "pap"}) {
         const LogCapture log;
-        const frwk_profile_t profile = parse(list_with(5, word), E_APPS_ERR_FAILURE);
+        const frwk_profile_t profile = parse(list_with(kItems, 5, word), E_APPS_ERR_FAILURE);
         EXPECT_EQ(2, profile.authmode);
         EXPECT_EQ(0x55555555, profile.iptype);
         EXPECT_TRUE(unchanged(profile.readonly));
@@ -145,24 +132,24 @@ TEST(Profile, RefusesNullArgumentsAndAnEmptyTextWithoutALine) {
 
 TEST(Profile, RefusesANameOf51Characters) {
     const LogCapture log;
-    const frwk_profile_t profile = parse(list_with(0, std::string(51, 'n')), E_APPS_ERR_OUTOFBUF);
+    const frwk_profile_t profile = parse(list_with(kItems, 0, std::string(51, 'n')), E_APPS_ERR_OUTOFBUF);
     EXPECT_TRUE(unchanged(profile.profilename));
     EXPECT_TRUE(logged_once(log, kWarningLevel, kCall, "frwk_zndb_get_value:get profilename error!!!"));
 }
 
 TEST(Profile, TakesAnItemAsLongAsItsMember) {
-    EXPECT_EQ(std::string(50, 'n'), parse(list_with(0, std::string(50, 'n'))).profilename);
-    EXPECT_EQ(std::string(150, 'a'), parse(list_with(1, std::string(150, 'a'))).apn);
-    EXPECT_EQ(std::string(127, 'u'), parse(list_with(2, std::string(127, 'u'))).username);
-    EXPECT_EQ(std::string(127, 'p'), parse(list_with(3, std::string(127, 'p'))).password);
-    EXPECT_EQ(std::string(32, 'r'), parse(list_with(6, std::string(32, 'r'))).readonly);
+    EXPECT_EQ(std::string(50, 'n'), parse(list_with(kItems, 0, std::string(50, 'n'))).profilename);
+    EXPECT_EQ(std::string(150, 'a'), parse(list_with(kItems, 1, std::string(150, 'a'))).apn);
+    EXPECT_EQ(std::string(127, 'u'), parse(list_with(kItems, 2, std::string(127, 'u'))).username);
+    EXPECT_EQ(std::string(127, 'p'), parse(list_with(kItems, 3, std::string(127, 'p'))).password);
+    EXPECT_EQ(std::string(32, 'r'), parse(list_with(kItems, 6, std::string(32, 'r'))).readonly);
 }
 
 TEST(Profile, StopsAtTheFirstItemThatIsTooLong) {
     for (size_t i = 0; i < kItems.size(); ++i) {
         const LogCapture log;
         const frwk_profile_t profile =
-            parse(list_with(i, std::string(kItemCases[i].longest + 1, 'x')), E_APPS_ERR_OUTOFBUF);
+            parse(list_with(kItems, i, std::string(kItemCases[i].longest + 1, 'x')), E_APPS_ERR_OUTOFBUF);
         EXPECT_TRUE(logged_once(log, kWarningLevel, kCall, failure_of(i)));
         EXPECT_EQ(i < 1, unchanged(profile.profilename));
         EXPECT_EQ(i < 2, unchanged(profile.apn));
@@ -188,7 +175,7 @@ TEST(Profile, NeverLogsThePassword) {
     (void)parse(joined(kItems));
     EXPECT_FALSE(log.contains("hunter2")) << log.text();
 
-    (void)parse(list_with(3, "hunter2" + std::string(121, '!')), E_APPS_ERR_OUTOFBUF);
+    (void)parse(list_with(kItems, 3, "hunter2" + std::string(121, '!')), E_APPS_ERR_OUTOFBUF);
     EXPECT_FALSE(log.contains("hunter2")) << log.text();
     EXPECT_TRUE(logged_once(log, kDebugLevel, "convert zndb value(******) failed!"));
 }
