@@ -6,7 +6,8 @@
  * One message is one line: a line end at its end is dropped, any other control character is spelt out
  * ("\n", "\r", "\x1b"), and what is too long ends in "...". Identical lines that follow each other are
  * folded into a count of all repeats so far, "last message repeated 10 times", which is shown at 10, 100,
- * 1000 and so on, when another line comes, and at the first repeat after a minute without a sign of it.
+ * 1000 and so on, when another line comes, at the first repeat after a minute without a sign of it, and when
+ * the process ends by exit.
  * Every function and macro may be used from any thread.
  */
 #ifndef QUOR_OS_LOG_H

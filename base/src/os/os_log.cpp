@@ -11,7 +11,6 @@
 
 #include <algorithm>
 #include <atomic>
-#include <charconv>
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
@@ -19,6 +18,7 @@
 #include <iterator>
 #include <mutex>
 
+#include "log_line.h"
 #include "text_copy.h"
 
 int g_debug_log_enable = 0;
@@ -29,17 +29,11 @@ namespace {
 /* A message's own text, before control characters are spelt out. */
 constexpr size_t kTextMax = 2048;
 
-/* A whole line. Lines of this size reach a pipe in one piece (PIPE_BUF). */
-constexpr size_t kLineMax = 4096;
-
 constexpr size_t kNameMax = 63;
 constexpr long kNanosPerMilli = 1000L * 1000L;
 
 /* However often a line comes, its count shows after this time at the latest. */
 constexpr time_t kCountAfterSeconds = 60;
-
-constexpr char kCutMark[] = "...";
-constexpr char kHexDigits[] = "0123456789abcdef";
 
 /* System log facilities in the order of the module table's numbers, the first for all other numbers. */
 constexpr int kFacilities[] = {
@@ -59,106 +53,23 @@ class ErrnoKeeper {
     const int kept_;
 };
 
-/* One line under construction, always NUL-terminated. What does not fit is cut, and the cut is marked. */
-class Line {
-  public:
-    void clear() {
-        length_ = 0;
-        is_cut_ = false;
-        bytes_[0] = '\0';
-    }
-
-    void add(const char *text) {
-        for (; *text != '\0'; ++text) {
-            add_char(*text);
-        }
-    }
-
-    /* Adds text from outside: whatever it holds, it stays on this line. */
-    void add_escaped(const char *text) {
-        for (; *text != '\0'; ++text) {
-            add_escaped_char(*text);
-        }
-    }
-
-    void add_number(long number) {
-        char digits[24] = "";
-        std::to_chars(std::begin(digits), std::end(digits) - 1, number);
-        add(digits);
-    }
-
-    /* Says that the text goes on, whether or not this line has room. */
-    void mark_cut() {
-        if (!is_cut_) {
-            is_cut_ = true;
-            append(kCutMark, sizeof(kCutMark) - 1);
-        }
-    }
-
-    /* Ends the line; there is always room for it. */
-    void end() { append("\n", 1); }
-
-    const char *text() const { return bytes_; }
-    size_t length() const { return length_; }
-    bool equals(const Line &other) const {
-        return length_ == other.length_ && memcmp(bytes_, other.bytes_, length_) == 0;
-    }
-
-  private:
-    static constexpr size_t kRoom = kLineMax - sizeof(kCutMark) - 1;
-
-    void append(const char *bytes, size_t count) {
-        memcpy(bytes_ + length_, bytes, count);
-        length_ += count;
-        bytes_[length_] = '\0';
-    }
-
-    void add_char(char c) {
-        if (is_cut_) {
-            return;
-        }
-        if (length_ == kRoom) {
-            mark_cut();
-            return;
-        }
-        append(&c, 1);
-    }
-
-    void add_escaped_char(char c) {
-        const auto byte = static_cast<unsigned char>(c);
-        if (c == '\n') {
-            add("\\n");
-        } else if (c == '\r') {
-            add("\\r");
-        } else if (byte < ' ' || byte == 0x7F) {
-            const char escape[] = {'\\', 'x', kHexDigits[byte >> 4], kHexDigits[byte & 0xF], '\0'};
-            add(escape);
-        } else {
-            add_char(c);
-        }
-    }
-
-    char bytes_[kLineMax] = "";
-    size_t length_ = 0;
-    bool is_cut_ = false;
-};
-
 /* A way out for lines, and what it takes to fold identical lines that follow each other. */
 struct Channel {
-    void (*write)(int level, const Line &body);
-    Line last;
+    void (*write)(int level, const LogText &body);
+    LogText last;
     int last_level;
     long repeats; /* of the last line */
     long counted; /* how many of them the channel has told of */
     time_t written_at;
+    pid_t counted_by; /* the process that counted the last repeat */
 };
 
 struct LogState {
     std::mutex mutex;
     char name[kNameMax + 1] = "unknown";
-    Line body; /* scratch, as the ones below */
-    Line count;
-    Line debug;
+    LogText body; /* scratch, as the ones below */
+    LogText count;
+    LogText debug;
 };
 
 std::atomic<uint32_t> g_mask{0};
@@ -170,7 +81,7 @@ const char *level_name(int level) {
     return level >= 0 && level < static_cast<int>(std::size(kNames)) ? kNames[level] : "other";
 }
 
-void add_time(Line *line) {
+void add_time(LogText *line) {
     timespec now{};
     clock_gettime(CLOCK_REALTIME, &now);
     tm parts{};
@@ -182,8 +93,8 @@ void add_time(Line *line) {
     line->add(text);
 }
 
-void write_debug(int level, const Line &body) {
-    Line &line = g_log.debug;
+void write_debug(int level, const LogText &body) {
+    LogText &line = g_log.debug;
     line.clear();
     add_time(&line);
     line.add(" ");
@@ -197,12 +108,12 @@ void write_debug(int level, const Line &body) {
     }
 }
 
-void write_system(int level, const Line &body) {
+void write_system(int level, const LogText &body) {
     syslog(std::clamp(level, LOG_EMERG, LOG_DEBUG), "%s", body.text());
 }
 
-Channel g_debug_channel = {write_debug, {}, 0, 0, 0, 0};
-Channel g_system_channel = {write_system, {}, 0, 0, 0, 0};
+Channel g_debug_channel = {write_debug, {}, 0, 0, 0, 0, 0};
+Channel g_system_channel = {write_system, {}, 0, 0, 0, 0, 0};
 
 time_t monotonic_seconds() {
     timespec now{};
@@ -215,7 +126,7 @@ void write_count(Channel *channel) {
     if (channel->repeats == channel->counted) {
         return;
     }
-    Line &line = g_log.count;
+    LogText &line = g_log.count;
     line.clear();
     line.add("last message repeated ");
     line.add_number(channel->repeats);
@@ -234,6 +145,7 @@ bool is_power_of_ten(long number) {
 /* A line that comes for ever stays visible: at 10, 100, 1000 repeats, and when the last sign of it is old. */
 void fold(Channel *channel, time_t now) {
     ++channel->repeats;
+    channel->counted_by = getpid();
     const bool is_round = channel->repeats > 1 && is_power_of_ten(channel->repeats);
     if (is_round || now - channel->written_at >= kCountAfterSeconds) {
         write_count(channel);
@@ -241,7 +153,7 @@ void fold(Channel *channel, time_t now) {
     }
 }
 
-void put(Channel *channel, int level, const Line &body) {
+void put(Channel *channel, int level, const LogText &body) {
     const time_t now = monotonic_seconds();
     if (level == channel->last_level && body.equals(channel->last)) {
         fold(channel, now);
@@ -284,7 +196,7 @@ void print(Channel *channel, int level, const char *file, const char *function, 
     drop_line_ends(text);
 
     const std::lock_guard<std::mutex> lock(g_log.mutex);
-    Line &body = g_log.body;
+    LogText &body = g_log.body;
     body.clear();
     body.add_escaped(file);
     body.add(" ");
@@ -313,6 +225,25 @@ void read_environment() {
 /* What a module logs before it has a name, such as a bad configuration file, must be seen too. */
 __attribute__((constructor)) void read_environment_at_load() {
     read_environment();
+}
+
+/* A child that was forked ends with its parent's counts, which are not its own. */
+void tell_last_count(Channel *channel) {
+    if (channel->counted_by == getpid()) {
+        write_count(channel);
+    }
+}
+
+/*
+ * Repeats that were not counted yet would be lost with the process. Everything here outlives the destructors.
+ * A thread that is killed in the middle of a line keeps the lock, and so there is no waiting for it.
+ */
+__attribute__((destructor)) void tell_last_counts_at_exit() {
+    const std::unique_lock<std::mutex> lock(g_log.mutex, std::try_to_lock);
+    if (lock.owns_lock()) {
+        tell_last_count(&g_debug_channel);
+        tell_last_count(&g_system_channel);
+    }
 }
 
 int facility_of(uint32_t number) {

@@ -1,3 +1,7 @@
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdlib>
 #include <ctime>
 #include <thread>
 
@@ -147,4 +151,61 @@ TEST_F(OsLogFold, LosesNoRepeatOfManyThreads) {
     const Texts found = texts();
     ASSERT_EQ(6u, found.size());
     EXPECT_EQ("last message repeated 1599 times", found[4]);
+}
+
+namespace {
+
+/* Processes of their own, whose debug channel is their standard error. */
+class OsLogFoldDeathTest : public FaultsTest {
+  protected:
+    static void say(const char *text, int times) {
+        for (int i = 0; i < times; ++i) {
+            os_debug_print(OS_LOG_WARNING, "f", "f", 1, "%s", text);
+        }
+    }
+};
+
+}  // namespace
+
+TEST_F(OsLogFoldDeathTest, TellsItsCountWhenTheProcessEnds) {
+    const auto end = [] {
+        say("a", 4);
+        std::exit(0);
+    };
+    EXPECT_EXIT(end(), testing::ExitedWithCode(0), "f:1 a\n.*last message repeated 3 times\n$");
+}
+
+TEST_F(OsLogFoldDeathTest, TellsNoCountTwiceWhenTheProcessEnds) {
+    const auto end = [] {
+        say("a", 11);
+        std::exit(0);
+    };
+    EXPECT_EXIT(end(), testing::ExitedWithCode(0), "f:1 a\n[^\n]*last message repeated 10 times\n$");
+}
+
+TEST_F(OsLogFoldDeathTest, AForkedChildDoesNotTellItsParentsCount) {
+    const auto end = [] {
+        say("a", 4);
+        const pid_t child = fork();
+        if (child == 0) {
+            std::exit(0);
+        }
+        int status = -1;
+        waitpid(child, &status, 0);
+        say("b", 1);
+        std::_Exit(status);
+    };
+    EXPECT_EXIT(end(), testing::ExitedWithCode(0),
+                "f:1 a\n[^\n]*last message repeated 3 times\n[^\n]*f:1 b\n$");
+}
+
+TEST_F(OsLogFoldDeathTest, AThreadThatEndsInTheMiddleOfALineDoesNotKeepTheProcess) {
+    const auto end = [] {
+        doubles::libc::write.stand_in([](int, const void *, size_t) -> ssize_t {
+            doubles::libc::write.restore();
+            std::exit(0);
+        });
+        say("a", 1);
+    };
+    EXPECT_EXIT(end(), testing::ExitedWithCode(0), "^$");
 }
