@@ -6,6 +6,7 @@
 
 #include "entry_line.h"
 #include "os_log.h"
+#include "replacement_file.h"
 #include "store_file.h"
 #include "zndb_paths.h"
 
@@ -63,6 +64,12 @@ void add_pending(StoreId id, const Store &store, std::vector<JournalRecord> &rec
     }
 }
 
+void drop_leftover(const char *path) {
+    if (remove_leftover(path)) {
+        OS_LOG(OS_LOG_NOTICE, "a half-written successor of %s is removed", path);
+    }
+}
+
 }  // namespace
 
 apps_err_e_type result_of_errno(int error) {
@@ -99,9 +106,19 @@ void Database::load() {
     const Lock lock(mutex_);
     (void)load_store(zndb_paths::kDefaultsFile, defaults_);
     for (Held &held : held_) {
-        held.unread = load_store(held.path, held.store) != 0;
+        load_one(held);
     }
+    drop_leftover(zndb_paths::kJournalFile);
     (void)open_journal(); /* or at the first change */
+}
+
+void Database::load_one(Held &held) {
+    drop_leftover(held.path);
+    held.unread = load_store(held.path, held.store) != 0;
+    if (held.unread) {
+        OS_LOG(OS_LOG_WARNING, "%s is given up: its store goes on with %zu keys of it and is not saved",
+               held.path, held.store.values().size());
+    }
 }
 
 const std::string *Database::find(StoreId id, std::string_view key) const {

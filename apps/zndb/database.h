@@ -65,6 +65,7 @@ class Database {
 
     const Store &store(StoreId id) const { return held_[static_cast<size_t>(id)].store; }
     const std::string *find(StoreId id, std::string_view key) const;
+    void load_one(Held &held);
     apps_err_e_type open_journal();
     void apply(const JournalRecord &record);
     apps_err_e_type change(const JournalRecord &record);

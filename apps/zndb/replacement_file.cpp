@@ -12,13 +12,20 @@ namespace {
 
 constexpr size_t kBufferSize = 16384;
 
+std::string temporary_of(const std::string &path) {
+    return path + zndb_paths::kTemporarySuffix;
+}
+
 }  // namespace
 
-ReplacementFile::ReplacementFile(const std::string &path)
-    : path_(path), temporary_(path + zndb_paths::kTemporarySuffix) {
+bool remove_leftover(const std::string &path) {
+    return ::unlink(temporary_of(path).c_str()) == 0;
+}
+
+ReplacementFile::ReplacementFile(const std::string &path) : path_(path), temporary_(temporary_of(path)) {
     error_ = make_folder_of(path_);
     if (error_ == 0) {
-        (void)::unlink(temporary_.c_str()); /* of a writer that was killed */
+        (void)remove_leftover(path_);
         error_ = open_file(temporary_, O_RDWR | O_APPEND | O_CREAT | O_EXCL, fd_);
     }
 }

@@ -10,6 +10,13 @@
 
 #include "file_steps.h"
 
+/*
+ * Removes what a writer that was killed left beside a file. Only while nobody writes one.
+ *
+ * Returns whether there was something.
+ */
+bool remove_leftover(const std::string &path);
+
 class ReplacementFile {
   public:
     /* What the new content has to outlive once it is in place. */

@@ -500,45 +500,6 @@ TEST_F(DatabaseTest, ErrnoValuesHaveTheirResults) {
     }
 }
 
-/* ---- Files that can't be read ---------------------------------------------------------------------- */
-
-TEST_F(DatabaseTest, AFileThatCouldNotBeReadIsNotReplaced) {
-    put_file(kPlainFile, "precious=1\n");
-    fail_open(kPlainFile, EIO);
-    restart();
-    end_faults();
-    EXPECT_EQ(0, database_->set(P, "k", "v"));
-    EXPECT_EQ(2007, database_->save());
-    EXPECT_EQ("precious=1\n", content_of(kPlainFile));
-    EXPECT_TRUE(log_.contains(kPlainFile + " could not be read and is not replaced")) << log_.text();
-    restart();
-    EXPECT_EQ("1", plain("precious"));
-    EXPECT_EQ("v", plain("k"));
-    EXPECT_EQ(0, database_->save());
-}
-
-TEST_F(DatabaseTest, AResetGivesUpAFileThatCouldNotBeRead) {
-    put_file(kPlainFile, "broken=1\n");
-    fail_open(kPlainFile, EIO);
-    restart();
-    end_faults();
-    EXPECT_EQ(0, database_->reset());
-    EXPECT_EQ(0, database_->save());
-    EXPECT_EQ("", content_of(kPlainFile));
-}
-
-TEST_F(DatabaseTest, FoldersInThePlaceOfFilesAreSurvived) {
-    for (const std::string &path : {kPlainFile, kPermFile, kDefaultsFile, kFactoryFile}) {
-        std::filesystem::create_directories(path);
-    }
-    restart();
-    EXPECT_EQ(0, database_->set(P, "k", "v"));
-    EXPECT_EQ("v", plain("k"));
-    EXPECT_EQ(2007, database_->save());
-    restart();
-    EXPECT_EQ("v", plain("k"));
-}
-
 /* ---- Logs and threads ------------------------------------------------------------------------------ */
 
 TEST_F(DatabaseTest, SuccessIsLoggedAtTheVerboseLevelAndWithoutTheValue) {

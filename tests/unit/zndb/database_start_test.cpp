@@ -1,0 +1,159 @@
+/*
+ * What a database makes of the files that it finds when it starts.
+ */
+#include <cstdlib>
+#include <string>
+
+#include "doubles/base_doubles.h"
+#include "unit/zndb/database_fixture.h"
+
+namespace {
+
+constexpr StoreId P = StoreId::kPlain;
+constexpr StoreId M = StoreId::kPerm;
+constexpr StoreId F = StoreId::kFactory;
+
+const std::string kMissing = "result 2001";
+
+class DatabaseStart : public DatabaseFixture {
+  protected:
+    /* Starts on a file that can not be opened. */
+    void start_with_broken(const std::string &path, const std::string &content) {
+        put_file(path, content);
+        fail_open(path, EIO);
+        log_.clear();
+        restart();
+        end_faults();
+    }
+};
+
+/* ---- Files that can't be read ---------------------------------------------------------------------- */
+
+TEST_F(DatabaseStart, AFileThatCouldNotBeReadIsNotReplaced) {
+    put_file(kPlainFile, "precious=1\n");
+    fail_open(kPlainFile, EIO);
+    restart();
+    end_faults();
+    EXPECT_EQ(0, database_->set(P, "k", "v"));
+    EXPECT_EQ(2007, database_->save());
+    EXPECT_EQ("precious=1\n", content_of(kPlainFile));
+    EXPECT_TRUE(log_.contains(kPlainFile + " could not be read and is not replaced")) << log_.text();
+    restart();
+    EXPECT_EQ("1", plain("precious"));
+    EXPECT_EQ("v", plain("k"));
+    EXPECT_EQ(0, database_->save());
+}
+
+TEST_F(DatabaseStart, AResetGivesUpAFileThatCouldNotBeRead) {
+    put_file(kPlainFile, "broken=1\n");
+    fail_open(kPlainFile, EIO);
+    restart();
+    end_faults();
+    EXPECT_EQ(0, database_->reset());
+    EXPECT_EQ(0, database_->save());
+    EXPECT_EQ("", content_of(kPlainFile));
+}
+
+TEST_F(DatabaseStart, FoldersInThePlaceOfFilesAreSurvived) {
+    for (const std::string &path : {kPlainFile, kPermFile, kDefaultsFile, kFactoryFile}) {
+        std::filesystem::create_directories(path);
+    }
+    restart();
+    EXPECT_EQ(0, database_->set(P, "k", "v"));
+    EXPECT_EQ("v", plain("k"));
+    EXPECT_EQ(2007, database_->save());
+    restart();
+    EXPECT_EQ("v", plain("k"));
+}
+
+TEST_F(DatabaseStart, AFileThatIsGivenUpIsToldAtOnce) {
+    for (const std::string &path : {kPlainFile, kPermFile, kFactoryFile}) {
+        start_with_broken(path, "precious=1\n");
+        EXPECT_EQ((std::vector<std::string>{
+                      "can't read " + path + " errno=5, cause: Input/output error",
+                      path + " is given up: its store goes on with 0 keys of it and is not saved"}),
+                  warnings(log_));
+        std::filesystem::remove(path);
+    }
+}
+
+TEST_F(DatabaseStart, AFileThatIsGivenUpHalfWayKeepsWhatWasRead) {
+    put_file(kPermFile, "a=1\nb=2\n");
+    doubles::libc::read.stand_in([](int fd, void *data, size_t) -> ssize_t {
+        if (doubles::libc::read.calls() > 1) {
+            errno = EIO;
+            return -1;
+        }
+        return doubles::libc::read.real(fd, data, 4);
+    });
+    doubles::libc::read.forget_calls();
+    restart();
+    end_faults();
+    EXPECT_TRUE(
+        log_.contains(kPermFile + " is given up: its store goes on with 1 keys of it and is not saved"))
+        << log_.text();
+    EXPECT_EQ("1", perm("a"));
+    EXPECT_EQ(0, database_->set(M, "k", "v"));
+    EXPECT_EQ(2007, database_->save());
+    EXPECT_EQ("a=1\nb=2\n", content_of(kPermFile));
+}
+
+TEST_F(DatabaseStart, AnOverlayThatIsGivenUpIsNotReplaced) {
+    start_with_broken(kFactoryFile, "precious=1\n");
+    EXPECT_EQ(0, database_->set(F, "k", "v"));
+    EXPECT_EQ(2007, database_->save_factory());
+    EXPECT_EQ("precious=1\n", content_of(kFactoryFile));
+}
+
+TEST_F(DatabaseStart, MissingFilesAreNotGivenUp) {
+    log_.clear();
+    restart();
+    EXPECT_TRUE(warnings(log_).empty()) << log_.text();
+}
+
+/* ---- What a killed save left ----------------------------------------------------------------------- */
+
+TEST_F(DatabaseStart, HalfWrittenSuccessorsAreRemoved) {
+    const std::vector<std::string> paths = {kPlainFile, kPermFile, kFactoryFile, kJournalFile};
+    for (const std::string &path : paths) {
+        put_file(path + ".tmp", "k=half");
+    }
+    put_file(kPlainFile, "k=whole\n");
+    log_.clear();
+    restart();
+    for (const std::string &path : paths) {
+        EXPECT_FALSE(exists(path + ".tmp")) << path;
+        EXPECT_EQ(1u, log_.count("a half-written successor of " + path + " is removed")) << log_.text();
+    }
+    EXPECT_EQ("whole", plain("k"));
+    EXPECT_TRUE(warnings(log_).empty()) << log_.text();
+}
+
+TEST_F(DatabaseStart, ALinkInASuccessorsPlaceLosesNothingButItself) {
+    put_file("/m_data/usr/db/victim", "precious");
+    std::filesystem::create_symlink("/m_data/usr/db/victim", kPlainFile + ".tmp");
+    restart();
+    EXPECT_FALSE(exists(kPlainFile + ".tmp"));
+    EXPECT_EQ("precious", content_of("/m_data/usr/db/victim"));
+}
+
+TEST_F(DatabaseStart, ASuccessorThatCanNotBeRemovedIsNoObstacle) {
+    std::filesystem::create_directories(kPlainFile + ".tmp");
+    put_file(kPlainFile, "k=v\n");
+    restart();
+    EXPECT_EQ("v", plain("k"));
+}
+
+/* ---- No lock --------------------------------------------------------------------------------------- */
+
+TEST(DatabaseStartDeathTest, ADatabaseWithoutItsLockEndsTheProcess) {
+    const auto start = [] {
+        os_debug_enable();
+        doubles::base::os_mutex_create.stand_in([]() -> os_mutex * { return nullptr; });
+        const Database database;
+    };
+    EXPECT_EXIT(start(), testing::ExitedWithCode(EXIT_FAILURE),
+                "no memory for the lock of the database, ending");
+}
+
+}  // namespace
