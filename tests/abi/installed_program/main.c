@@ -10,6 +10,7 @@
 #include "enum_name.h"
 #include "frwk_common.h"
 #include "frwk_common_ex.h"
+#include "frwk_dbrm.h"
 #include "frwk_diag.h"
 #include "frwk_module.h"
 #include "frwk_utils.h"

@@ -14,6 +14,9 @@ int note(const DatabaseRequest &request) {
     if (fake_database().seen) {
         fake_database().seen(request);
     }
+    if (fake_database().requests.size() <= fake_database().spared) {
+        return E_ZNDB_RET_SUCCESS;
+    }
     const auto single = fake_database().results.find(request.call);
     return single != fake_database().results.end() ? single->second : fake_database().result;
 }
@@ -98,4 +101,12 @@ int zndb_del_perm(const char *key) {
 
 int zndb_save() {
     return note({__func__, "", "", nullptr, 0});
+}
+
+int zndb_reset() {
+    const int result = note({__func__, "", "", nullptr, 0});
+    if (result == E_ZNDB_RET_SUCCESS) {
+        fake_database().plain.clear();
+    }
+    return result;
 }

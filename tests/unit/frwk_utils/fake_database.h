@@ -27,6 +27,7 @@ struct FakeDatabase {
     std::map<std::string, std::string> plain;
     std::map<std::string, std::string> perm;
     int result = E_ZNDB_RET_SUCCESS;    /* when it is another, every request fails with it */
+    size_t spared = 0;                  /* requests from the first on that don't fail */
     std::map<std::string, int> results; /* of single calls, such as "zndb_save" */
     std::string raw_answer;             /* when there is one, what a get finds, without a NUL */
     std::vector<DatabaseRequest> requests;

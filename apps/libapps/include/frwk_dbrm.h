@@ -1,0 +1,62 @@
+/*
+ * The device's user configuration as one file: written on one device, brought back on another of its kind.
+ *
+ * A backup holds the database's user data as it was last saved, the data manager's database, and the web
+ * accounts when the key "webs_backup_account" is "true". It is enciphered as cipher.h tells and bound to the
+ * key "device_product_name"; docs/backup-format.md has its bytes.
+ *
+ * Both calls work on the calling thread, ask the module zndb, and tell no other module: whoever calls them
+ * reboots the device or the modules concerned. There is no lock: one caller at a time.
+ */
+#ifndef QUOR_FRWK_DBRM_H
+#define QUOR_FRWK_DBRM_H
+
+#include "apps_err.h"
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+#pragma GCC visibility push(default)
+
+/*
+ * Writes a backup. It grows in a file beside its target, PATH.unfinished, and takes the target's name when it is
+ * whole: after a crash there is never a part of one under that name, and the next call to the same target
+ * clears up. Changes of the configuration that are not saved yet (zndb_save) are not in it.
+ *
+ * path: where to; what was there is replaced. Null gives E_APPS_ERR_PARAM.
+ * Returns E_APPS_ERR_SUCCESS, or, with nothing left at path:
+ *   E_APPS_ERR_IO        path can't be created, or a source can't be opened
+ *   E_APPS_ERR_READ      a source became shorter while it was read
+ *   E_APPS_ERR_WRITE     the disk is full
+ *   E_APPS_ERR_FORMAT    a source, or all of them together, have 4 GiB or more
+ *   E_APPS_ERR_INTERNAL  the product's name, the digest or the cipher's key is not to be had, or the disk is
+ *                        full while the backup is being enciphered
+ */
+apps_err_e_type frwk_dbrm_backup(const char *path);
+
+/*
+ * Brings a backup back: empties the user configuration and applies every record of the backup.
+ *
+ * Until the backup has been deciphered and checked nothing on the device changes. From then on there is no way
+ * back: after a failure the configuration is empty, or has the records applied so far.
+ *
+ * path: the backup, which is consumed: deciphered in place and removed once records are applied. A file that
+ * was refused stays, as it came where it could not be deciphered. Null gives E_APPS_ERR_PARAM.
+ * Returns E_APPS_ERR_SUCCESS, or
+ *   E_APPS_ERR_INTERNAL  it can't be deciphered: altered, cut, extended, of a device with another key; or the
+ *                        product's name or the digest is not to be had, or the database refuses to be emptied
+ *   E_APPS_ERR_FORMAT    it is of another product, or wrong inside
+ *   E_APPS_ERR_IO        it can't be opened or cut, or a file to bring back can't be created
+ *   E_APPS_ERR_READ      a record is shorter than it says
+ *   E_APPS_ERR_WRITE     the disk is full; the file that didn't fit is gone
+ *   E_APPS_ERR_MALLOC    no memory for a database's text
+ *   E_APPS_ERR_PROCESS   the database refuses a key or to save
+ */
+apps_err_e_type frwk_dbrm_restore(const char *path);
+
+#pragma GCC visibility pop
+#ifdef __cplusplus
+}
+#endif
+
+#endif

@@ -1,0 +1,139 @@
+/*
+ * Writing a backup. It grows in a file of its own and takes its name when it is complete and enciphered:
+ * killed at any moment, there is never a part of a backup under that name.
+ *
+ * No lock: one caller at a time for one target.
+ */
+#include <cstdio>
+#include <cstring>
+
+#include "cipher.h"
+#include "frwk_dbrm.h"
+#include "frwk_dbrm/backup_format.h"
+#include "frwk_dbrm/backup_io.h"
+#include "frwk_dbrm/backup_record.h"
+#include "frwk_dbrm/backup_trailer.h"
+#include "frwk_dbrm/growing_backup.h"
+#include "internal/frwk_log.h"
+#include "internal/frwk_paths.h"
+#include "os_file.h"
+#include "zndb.h"
+
+namespace {
+
+constexpr char kAccountKey[] = "webs_backup_account";
+constexpr char kYes[] = "true";
+constexpr size_t kAnswerSize = 8;
+
+/* When a source becomes part of a backup. */
+enum class Wanted {
+    kAlways,
+    kWithAccounts,         /* when the device is set to back up its web accounts */
+    kWithAccountsIfPresent /* the same, and there is such a file */
+};
+
+struct Source {
+    const char *path;
+    uint32_t type;
+    Wanted wanted;
+};
+
+/* What a backup is made of, in the order of its records. */
+constexpr Source kSources[] = {
+    {paths::kUserData, FRWK_DBRM_DATA_DB, Wanted::kAlways},
+    {paths::kWebAccounts, FRWK_DBRM_DATA_FILE, Wanted::kWithAccounts},
+    {paths::kWebKeys, FRWK_DBRM_DATA_FILE, Wanted::kWithAccountsIfPresent},
+    {paths::kDataManager, FRWK_DBRM_DATA_FILE, Wanted::kAlways},
+};
+
+bool backs_up_accounts() {
+    char answer[kAnswerSize] = "";
+    return zndb_get(kAccountKey, answer, sizeof(answer)) == E_ZNDB_RET_SUCCESS &&
+           std::strncmp(answer, kYes, sizeof(answer)) == 0;
+}
+
+bool is_wanted(const Source &source, bool accounts) {
+    switch (source.wanted) {
+        case Wanted::kWithAccounts:
+            return accounts;
+        case Wanted::kWithAccountsIfPresent:
+            return accounts && os_file_exist(source.path);
+        case Wanted::kAlways:
+            break;
+    }
+    return true;
+}
+
+/* Writes the records of a backup. */
+apps_err_e_type frwk_dbrm_backup_process(std::FILE *out) {
+    const bool accounts = backs_up_accounts();
+    for (const Source &source : kSources) {
+        if (!is_wanted(source, accounts)) {
+            continue;
+        }
+        const apps_err_e_type ret = frwk_dbrm_backup_file(out, source.path, source.type);
+        if (ret != E_APPS_ERR_SUCCESS) {
+            FRWK_WARN("backup file '%s' failed!", source.path);
+            return ret;
+        }
+    }
+    return E_APPS_ERR_SUCCESS;
+}
+
+/* Writes the body of a backup. */
+apps_err_e_type frwk_dbrm_backup_process(const GrowingBackup &growing) {
+    UniqueFile out = growing.create();
+    if (!out) {
+        FRWK_WARN_ERRNO("create backup file error!");
+        return E_APPS_ERR_IO;
+    }
+
+    const apps_err_e_type ret = frwk_dbrm_backup_process(out.get());
+    if (ret != E_APPS_ERR_SUCCESS) {
+        return ret;
+    }
+    if (!backup_io::finish(std::move(out))) {
+        FRWK_WARN_ERRNO("write backup target file error!");
+        return E_APPS_ERR_WRITE;
+    }
+    return E_APPS_ERR_SUCCESS;
+}
+
+/* Makes a whole backup and gives it its name. */
+apps_err_e_type frwk_dbrm_backup(GrowingBackup *growing) {
+    apps_err_e_type ret = frwk_dbrm_backup_process(*growing);
+    if (ret != E_APPS_ERR_SUCCESS) {
+        FRWK_WARN("backup process failed!");
+        return ret;
+    }
+    ret = frwk_dbrm_pack(growing->path());
+    if (ret != E_APPS_ERR_SUCCESS) {
+        FRWK_WARN("backup compression failed!");
+        return ret;
+    }
+
+    if (!zn_encrypt_file_ex(growing->path())) {
+        FRWK_WARN("encrypt backup file failed!");
+        return E_APPS_ERR_INTERNAL;
+    }
+    if (!growing->take_place()) {
+        FRWK_WARN_ERRNO("create backup file error!");
+        return E_APPS_ERR_IO;
+    }
+    return E_APPS_ERR_SUCCESS;
+}
+
+}  // namespace
+
+apps_err_e_type frwk_dbrm_backup(const char *path) {
+    if (path == nullptr) {
+        return E_APPS_ERR_PARAM;
+    }
+
+    GrowingBackup growing(path);
+    const apps_err_e_type ret = frwk_dbrm_backup(&growing);
+    if (ret != E_APPS_ERR_SUCCESS && os_file_exist(path)) {
+        (void)std::remove(path);
+    }
+    return ret;
+}

@@ -1,0 +1,66 @@
+#include "frwk_dbrm/backup_io.h"
+
+#include <algorithm>
+#include <cerrno>
+
+namespace backup_io {
+
+namespace {
+
+constexpr uint32_t kChunkSize = 1024;
+
+UniqueFile without_buffer(std::FILE *opened) {
+    UniqueFile file(opened);
+    if (file) {
+        (void)std::setvbuf(file.get(), nullptr, _IONBF, 0);
+    }
+    return file;
+}
+
+}  // namespace
+
+UniqueFile open_to_write(const char *path, const char *mode) {
+    return without_buffer(std::fopen(path, mode));
+}
+
+UniqueFile write_to(UniqueFd fd, const char *mode) {
+    UniqueFile file = without_buffer(fd ? ::fdopen(fd.get(), mode) : nullptr);
+    if (file) {
+        (void)fd.take();
+    }
+    return file;
+}
+
+std::optional<uint64_t> seek_to_end(std::FILE *file) {
+    if (::fseeko(file, 0, SEEK_END) != 0) {
+        return std::nullopt;
+    }
+    const off_t size = ::ftello(file);
+    return size < 0 ? std::nullopt : std::optional<uint64_t>(static_cast<uint64_t>(size));
+}
+
+bool read_all(std::FILE *file, void *bytes, size_t size) {
+    errno = 0;
+    return std::fread(bytes, 1, size, file) == size;
+}
+
+Copied copy(std::FILE *from, std::FILE *to, uint32_t length) {
+    unsigned char chunk[kChunkSize];
+    for (uint32_t left = length; left > 0;) {
+        const uint32_t size = std::min(left, kChunkSize);
+        if (!read_all(from, chunk, size)) {
+            return Copied::kShortRead;
+        }
+        if (std::fwrite(chunk, 1, size, to) != size) {
+            return Copied::kShortWrite;
+        }
+        left -= size;
+    }
+    return Copied::kAll;
+}
+
+bool finish(UniqueFile file) {
+    return std::fflush(file.get()) == 0 && std::fclose(file.take()) == 0;
+}
+
+}  // namespace backup_io

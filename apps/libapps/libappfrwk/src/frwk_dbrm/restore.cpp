@@ -1,0 +1,122 @@
+/*
+ * Bringing a backup back: deciphered and checked before anything on the device changes, then the
+ * configuration is emptied and built up again, record by record.
+ *
+ * No lock: one caller at a time.
+ */
+#include <cstdio>
+
+#include "cipher.h"
+#include "frwk_dbrm.h"
+#include "frwk_dbrm/backup_format.h"
+#include "frwk_dbrm/backup_io.h"
+#include "frwk_dbrm/backup_trailer.h"
+#include "frwk_dbrm/restore_record.h"
+#include "internal/frwk_log.h"
+#include "zndb.h"
+
+using backup_format::RecordHeader;
+using backup_format::RecordHeaderBytes;
+
+namespace {
+
+/* The steps of the record walk log under its name. */
+constexpr char kProcess[] = "frwk_dbrm_restore_process";
+
+apps_err_e_type restore_file(std::FILE *file, const RecordHeader &record) {
+    const apps_err_e_type ret = frwk_dbrm_restore_file(file, record);
+    if (ret != E_APPS_ERR_SUCCESS) {
+        FRWK_WARN_AS(kProcess, "restore file '%s' failed!", record.name);
+    }
+    return ret;
+}
+
+apps_err_e_type restore_db(std::FILE *file, const RecordHeader &record) {
+    const apps_err_e_type ret = frwk_dbrm_restore_db(file, record);
+    if (ret != E_APPS_ERR_SUCCESS) {
+        FRWK_WARN_AS(kProcess, "restore db '%s' failed!", record.name);
+    }
+    return ret;
+}
+
+/* Brings back one record. A name without an end is none that a device wrote. */
+apps_err_e_type restore_record(std::FILE *file, RecordHeader *record) {
+    if (record->type != FRWK_DBRM_DATA_FILE && record->type != FRWK_DBRM_DATA_DB) {
+        FRWK_WARN_AS(kProcess, "invalid data type=%u!", record->type);
+        return E_APPS_ERR_FORMAT;
+    }
+    if (!backup_format::terminate_name(record)) {
+        FRWK_WARN_AS(kProcess, "invalid data name '%s'!", record->name);
+        return E_APPS_ERR_FORMAT;
+    }
+    return record->type == FRWK_DBRM_DATA_FILE ? restore_file(file, *record) : restore_db(file, *record);
+}
+
+/* Brings back the records that the file's next remaining bytes hold. 64 bits, so that no length wraps. */
+apps_err_e_type restore_records(std::FILE *file, uint64_t remaining) {
+    while (remaining != 0) {
+        RecordHeaderBytes bytes;
+        if (!backup_io::read_all(file, bytes.data(), bytes.size())) {
+            FRWK_WARN_ERRNO_AS(kProcess, "read data hdr error!");
+            return E_APPS_ERR_READ;
+        }
+        RecordHeader record = backup_format::record_header_from(bytes);
+        const apps_err_e_type ret = restore_record(file, &record);
+        if (ret != E_APPS_ERR_SUCCESS) {
+            return ret;
+        }
+        remaining -= uint64_t{record.length} + bytes.size();
+    }
+    return E_APPS_ERR_SUCCESS;
+}
+
+apps_err_e_type restore_all_records(std::FILE *file) {
+    const std::optional<uint64_t> size = backup_io::seek_to_end(file);
+    if (!size || std::fseek(file, 0, SEEK_SET) != 0) {
+        FRWK_WARN_ERRNO_AS(kProcess, "read data hdr error!");
+        return E_APPS_ERR_READ;
+    }
+    return restore_records(file, *size);
+}
+
+/* Brings back all records of a checked body, and removes it. */
+apps_err_e_type frwk_dbrm_restore_process(const char *path) {
+    UniqueFile file(std::fopen(path, "rbe"));
+    if (!file) {
+        FRWK_WARN_ERRNO("open restore file error!");
+        return E_APPS_ERR_IO;
+    }
+
+    const apps_err_e_type ret = restore_all_records(file.get());
+    file.reset();
+    (void)std::remove(path);
+    return ret;
+}
+
+}  // namespace
+
+apps_err_e_type frwk_dbrm_restore(const char *path) {
+    if (path == nullptr) {
+        return E_APPS_ERR_PARAM;
+    }
+    if (!zn_decrypt_file_ex(path)) {
+        FRWK_WARN("decrypt restore file error!");
+        return E_APPS_ERR_INTERNAL;
+    }
+
+    apps_err_e_type ret = frwk_dbrm_unpack(path);
+    if (ret != E_APPS_ERR_SUCCESS) {
+        FRWK_WARN("decompression failed!");
+        return ret;
+    }
+    if (zndb_reset() != E_ZNDB_RET_SUCCESS || zndb_save() != E_ZNDB_RET_SUCCESS) {
+        FRWK_WARN("zndb reset user data failed!");
+        return E_APPS_ERR_INTERNAL;
+    }
+
+    ret = frwk_dbrm_restore_process(path);
+    if (ret != E_APPS_ERR_SUCCESS) {
+        FRWK_WARN("restore process failed!");
+    }
+    return ret;
+}

@@ -1,0 +1,47 @@
+/*
+ * Where calls of the file cipher, the digest and truncate arrive, and how they go on.
+ */
+#include "unit/frwk_dbrm/dbrm_doubles.h"
+
+extern "C" {
+
+int32_t __real_zn_encrypt_file_ex(const char *);
+int32_t __real_zn_decrypt_file_ex(const char *);
+int32_t __real_md5_encrypt_file(const char *, uint8_t *);
+int __real_truncate64(const char *, off_t);
+
+}  // extern "C"
+
+namespace doubles::base {
+
+Double<int32_t(const char *)> zn_encrypt_file_ex(__real_zn_encrypt_file_ex);
+Double<int32_t(const char *)> zn_decrypt_file_ex(__real_zn_decrypt_file_ex);
+Double<int32_t(const char *, uint8_t *)> md5_encrypt_file(__real_md5_encrypt_file);
+
+}  // namespace doubles::base
+
+namespace doubles::libc {
+
+Double<int(const char *, off_t)> truncate(__real_truncate64);
+
+}  // namespace doubles::libc
+
+extern "C" {
+
+int32_t __wrap_zn_encrypt_file_ex(const char *a) {
+    return doubles::base::zn_encrypt_file_ex(a);
+}
+
+int32_t __wrap_zn_decrypt_file_ex(const char *a) {
+    return doubles::base::zn_decrypt_file_ex(a);
+}
+
+int32_t __wrap_md5_encrypt_file(const char *a, uint8_t *b) {
+    return doubles::base::md5_encrypt_file(a, b);
+}
+
+int __wrap_truncate64(const char *a, off_t b) {
+    return doubles::libc::truncate(a, b);
+}
+
+}  // extern "C"

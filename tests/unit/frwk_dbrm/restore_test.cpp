@@ -1,0 +1,230 @@
+/*
+ * Whole restores: what is asked of the database and when, and what is left when one fails.
+ */
+#include "frwk_dbrm.h"
+#include "unit/frwk_dbrm/dbrm_fixture.h"
+
+namespace {
+
+using backup_bytes::header;
+using backup_bytes::packed;
+using backup_bytes::record;
+
+using Requests = std::vector<std::string>;
+
+/* What a restore asks before it comes to the first record. */
+const Requests kUpToReset = {"zndb_get", "zndb_reset", "zndb_save"};
+
+constexpr char kFile[] = "/m_data/usr/www/restored";
+
+class Restore : public DbrmTest {
+  protected:
+    void expect_warning(const char *function, const std::string &text) {
+        EXPECT_TRUE(logged_once(log(), kWarningLevel, function, text));
+    }
+
+    /* Restores a body, and expects it to fail in the record walk. */
+    void expect_walk_failure(const std::string &body, apps_err_e_type expected) {
+        write(kBackup, packed(body, kMagic));
+        EXPECT_EQ(expected, frwk_dbrm_restore(kBackup));
+        expect_warning("frwk_dbrm_restore", "restore process failed!");
+        EXPECT_FALSE(exists(kBackup));
+    }
+
+    Requests with(Requests more) {
+        Requests all = kUpToReset;
+        all.insert(all.end(), more.begin(), more.end());
+        return all;
+    }
+};
+
+TEST_F(Restore, EmptiesTheDatabaseAndAppliesEveryRecordInOrder) {
+    write(kBackup, packed(record(2, kUserData, "a=1\nb=2\n") + record(1, kFile, "bytes") +
+                              record(2, "/another.db", "c=3\n"),
+                          kMagic));
+    EXPECT_EQ(E_APPS_ERR_SUCCESS, frwk_dbrm_restore(kBackup));
+    EXPECT_EQ(with({"zndb_set a=1", "zndb_set b=2", "zndb_save", "zndb_set c=3", "zndb_save"}), requests());
+    EXPECT_EQ("bytes", file_text(kFile));
+    EXPECT_FALSE(exists(kBackup));
+    EXPECT_FALSE(exists(kUserData));
+}
+
+TEST_F(Restore, OfABackupWithoutRecordsEmptiesTheDatabase) {
+    write(kBackup, packed("", kMagic));
+    EXPECT_EQ(E_APPS_ERR_SUCCESS, frwk_dbrm_restore(kBackup));
+    EXPECT_EQ(kUpToReset, requests());
+    EXPECT_FALSE(exists(kBackup));
+}
+
+TEST_F(Restore, BringsBackWhatABackupWrote) {
+    store("webs_backup_account", "true");
+    write(kUserData, "x=1\n");
+    write(kAccounts, "accounts");
+    write(kKeys, std::string(5000, '\0'));
+    ASSERT_EQ(E_APPS_ERR_SUCCESS, frwk_dbrm_backup(kBackup));
+    write(kAccounts, "other");
+    write(kDataManager, "made since");
+    std::filesystem::remove(kKeys);
+
+    EXPECT_EQ(E_APPS_ERR_SUCCESS, frwk_dbrm_restore(kBackup));
+    EXPECT_EQ("1", stored("x"));
+    EXPECT_EQ("accounts", file_text(kAccounts));
+    EXPECT_EQ(std::string(5000, '\0'), file_text(kKeys));
+    EXPECT_FALSE(exists(kDataManager));
+}
+
+TEST_F(Restore, RefusesANullPath) {
+    EXPECT_EQ(E_APPS_ERR_PARAM, frwk_dbrm_restore(nullptr));
+    EXPECT_TRUE(requests().empty());
+}
+
+TEST_F(Restore, ThatCanNotBeDecipheredChangesNothing) {
+    doubles::base::zn_decrypt_file_ex.stand_in([](const char *path) {
+        EXPECT_STREQ(kBackup, path);
+        return 0;
+    });
+    write(kBackup, "uploaded");
+    EXPECT_EQ(E_APPS_ERR_INTERNAL, frwk_dbrm_restore(kBackup));
+    expect_warning("frwk_dbrm_restore", "decrypt restore file error!");
+    EXPECT_TRUE(requests().empty());
+    EXPECT_EQ("uploaded", file_text(kBackup));
+}
+
+TEST_F(Restore, OfABadTrailerChangesNothingAndTheFileStays) {
+    write(kBackup, packed(record(1, kFile, "bytes"), kMagic + 1));
+    EXPECT_EQ(E_APPS_ERR_FORMAT, frwk_dbrm_restore(kBackup));
+    expect_warning("frwk_dbrm_restore", "decompression failed!");
+    EXPECT_EQ(Requests{"zndb_get"}, requests());
+    EXPECT_TRUE(exists(kBackup));
+    EXPECT_FALSE(exists(kFile));
+}
+
+TEST_F(Restore, EndsWithTheCodeOfTheTrailersCheck) {
+    database().plain.clear();
+    write(kBackup, packed("", kMagic));
+    EXPECT_EQ(E_APPS_ERR_INTERNAL, frwk_dbrm_restore(kBackup));
+    expect_warning("frwk_dbrm_restore", "decompression failed!");
+}
+
+TEST_F(Restore, EndsWhereTheDatabaseCanNotBeEmptied) {
+    database().result = E_ZNDB_RET_FAILURE;
+    database().spared = 1;
+    write(kBackup, packed(record(1, kFile, "bytes"), kMagic));
+    EXPECT_EQ(E_APPS_ERR_INTERNAL, frwk_dbrm_restore(kBackup));
+    expect_warning("frwk_dbrm_restore", "zndb reset user data failed!");
+    EXPECT_EQ((Requests{"zndb_get", "zndb_reset"}), requests());
+    EXPECT_TRUE(exists(kBackup));
+    EXPECT_FALSE(exists(kFile));
+}
+
+TEST_F(Restore, EndsWhereTheEmptyDatabaseCanNotBeSaved) {
+    database().result = E_ZNDB_RET_FAILURE;
+    database().spared = 2;
+    write(kBackup, packed(record(1, kFile, "bytes"), kMagic));
+    EXPECT_EQ(E_APPS_ERR_INTERNAL, frwk_dbrm_restore(kBackup));
+    expect_warning("frwk_dbrm_restore", "zndb reset user data failed!");
+    EXPECT_EQ(kUpToReset, requests());
+    EXPECT_TRUE(exists(kBackup));
+    EXPECT_FALSE(exists(kFile));
+}
+
+TEST_F(Restore, OfABodyThatCanNotBeOpenedAgainLeavesItThere) {
+    write(kBackup, packed(record(1, kFile, "bytes"), kMagic));
+    doubles::libc::fopen.stand_in([](const char *path, const char *mode) -> FILE * {
+        if (fake_database().requests.size() == kUpToReset.size()) {
+            errno = EMFILE;
+            return nullptr;
+        }
+        return doubles::libc::fopen.real(path, mode);
+    });
+    EXPECT_EQ(E_APPS_ERR_IO, frwk_dbrm_restore(kBackup));
+    doubles::libc::fopen.restore();
+    expect_warning("frwk_dbrm_restore_process", with_errno("open restore file error!", EMFILE));
+    expect_warning("frwk_dbrm_restore", "restore process failed!");
+    EXPECT_TRUE(exists(kBackup));
+}
+
+TEST_F(Restore, NamesTheFileThatFailed) {
+    expect_walk_failure(header(1, kFile, 100) + "too short", E_APPS_ERR_READ);
+    expect_warning("frwk_dbrm_restore_process", std::string("restore file '") + kFile + "' failed!");
+    EXPECT_FALSE(exists(kFile));
+}
+
+TEST_F(Restore, NamesTheDatabaseThatFailed) {
+    expect_walk_failure(header(2, kUserData, 100) + "a=1\n", E_APPS_ERR_READ);
+    expect_warning("frwk_dbrm_restore_process", std::string("restore db '") + kUserData + "' failed!");
+    EXPECT_EQ(kUpToReset, requests());
+}
+
+TEST_F(Restore, KeepsWhatWasAppliedBeforeAFailure) {
+    expect_walk_failure(record(2, kUserData, "a=1\n") + record(1, kFile, "bytes") + header(7, "/x", 0),
+                        E_APPS_ERR_FORMAT);
+    EXPECT_EQ("1", stored("a"));
+    EXPECT_EQ("bytes", file_text(kFile));
+}
+
+TEST_F(Restore, RefusesAnyOtherType) {
+    for (const uint32_t type : {0u, 3u, 0x01000000u, 0xFFFFFFFFu}) {
+        log().clear();
+        database().requests.clear();
+        store("device_product_name", "a");
+        expect_walk_failure(record(type, kFile, "bytes"), E_APPS_ERR_FORMAT);
+        expect_warning("frwk_dbrm_restore_process", "invalid data type=" + std::to_string(type) + "!");
+        EXPECT_FALSE(exists(kFile));
+    }
+}
+
+TEST_F(Restore, RefusesANameWithoutItsEnd) {
+    const std::string name = "/m_data/usr/" + std::string(116, 'n');
+    for (const uint32_t type : {1u, 2u}) {
+        log().clear();
+        store("device_product_name", "a");
+        expect_walk_failure(record(type, name, "a=1\n"), E_APPS_ERR_FORMAT);
+        expect_warning("frwk_dbrm_restore_process", "invalid data name '" + name.substr(0, 127) + "'!");
+        EXPECT_FALSE(exists(name.substr(0, 127)));
+    }
+}
+
+TEST_F(Restore, OfAHeaderThatIsCutIsAReadError) {
+    for (const size_t size : {1u, 4u, 132u, 135u}) {
+        log().clear();
+        store("device_product_name", "a");
+        expect_walk_failure(record(1, kFile, "bytes") + header(1, kFile, 0).substr(0, size), E_APPS_ERR_READ);
+        expect_warning("frwk_dbrm_restore_process", with_errno("read data hdr error!", 0));
+        EXPECT_EQ("bytes", file_text(kFile));
+    }
+}
+
+TEST_F(Restore, OfARecordThatClaims4GiBIsAReadErrorForAFile) {
+    expect_walk_failure(header(1, kFile, 0xFFFFFFFF) + "bytes", E_APPS_ERR_READ);
+    expect_warning("frwk_dbrm_restore_file", with_errno("read restore source file error!", 0));
+    EXPECT_FALSE(exists(kFile));
+}
+
+TEST_F(Restore, OfARecordThatClaims4GiBHasNoMemoryForADatabase) {
+    expect_walk_failure(header(2, kUserData, 0xFFFFFFFF) + "a=1\n", E_APPS_ERR_MALLOC);
+    expect_warning("frwk_dbrm_restore_db", "alloc read buffer[0] failed!");
+}
+
+/* 136 and such a length are 0 in 32 bits: the walk must neither end there nor go round for ever. */
+TEST_F(Restore, OfALengthThatWrapsTheRestOfTheBodyIsAReadError) {
+    expect_walk_failure(header(1, kFile, 0xFFFFFFFF - 135) + header(1, kFile, 0), E_APPS_ERR_READ);
+    expect_warning("frwk_dbrm_restore_file", with_errno("read restore source file error!", 0));
+}
+
+TEST_F(Restore, LeavesNoDescriptorOpenWhateverFails) {
+    const auto open_files = [] {
+        return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {});
+    };
+    const auto before = open_files();
+    const std::string bodies[] = {header(9, "/x", 0), header(1, kFile, 9), header(2, kFile, 9), "x",
+                                  record(1, kFile, "bytes")};
+    for (const std::string &body : bodies) {
+        write(kBackup, packed(body, kMagic));
+        store("device_product_name", "a");
+        (void)frwk_dbrm_restore(kBackup);
+    }
+    EXPECT_EQ(before, open_files());
+}
+
+}  // namespace
