@@ -19,11 +19,12 @@ extern "C" {
 #pragma GCC visibility push(default)
 
 /*
- * Writes a backup. It grows in a file beside its target, PATH.unfinished, and takes the target's name when it is
- * whole: after a crash there is never a part of one under that name, and the next call to the same target
+ * Writes a backup. It grows in a file beside its target, PATH.unfinished, and takes the target's name when it
+ * is whole: after a crash there is never a part of one under that name, and the next call to the same target
  * clears up. Changes of the configuration that are not saved yet (zndb_save) are not in it.
  *
- * path: where to; what was there is replaced. Null gives E_APPS_ERR_PARAM.
+ * path: where to; what was there is replaced, by a file that only its owner can read. Null gives
+ * E_APPS_ERR_PARAM.
  * Returns E_APPS_ERR_SUCCESS, or, with nothing left at path:
  *   E_APPS_ERR_IO        path can't be created, or a source can't be opened
  *   E_APPS_ERR_READ      a source became shorter while it was read
@@ -37,8 +38,8 @@ apps_err_e_type frwk_dbrm_backup(const char *path);
 /*
  * Brings a backup back: empties the user configuration and applies every record of the backup.
  *
- * Until the backup has been deciphered and checked nothing on the device changes. From then on there is no way
- * back: after a failure the configuration is empty, or has the records applied so far.
+ * Until the backup has been deciphered and checked nothing on the device changes. From then on there is no
+ * way back: after a failure the configuration is empty, or has the records applied so far.
  *
  * path: the backup, which is consumed: deciphered in place and removed once records are applied. A file that
  * was refused stays, as it came where it could not be deciphered. Null gives E_APPS_ERR_PARAM.

@@ -9,13 +9,12 @@
 #include <fstream>
 #include <random>
 #include <string>
-#include <thread>
 
+#include "support/killer.h"
 #include "system/zndb/zndb_process.h"
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
 using std::chrono::microseconds;
 
 #if defined(__SANITIZE_THREAD__) || defined(__SANITIZE_ADDRESS__)
@@ -68,22 +67,6 @@ std::string large_file(const std::string &path) {
     std::ifstream(path, std::ios::binary).read(content.data(), static_cast<std::streamsize>(content.size()));
     return content;
 }
-
-/* Kills a process after a while, to the microsecond: a sleep would always be too long. */
-class Killer {
-  public:
-    Killer(pid_t pid, microseconds delay)
-        : thread_([pid, delay] {
-              const auto due = Clock::now() + delay;
-              while (Clock::now() < due) {
-              }
-              ::kill(pid, SIGKILL);
-          }) {}
-    ~Killer() { thread_.join(); }
-
-  private:
-    std::thread thread_;
-};
 
 class ZndbCrash : public ZndbTest {
   protected:
