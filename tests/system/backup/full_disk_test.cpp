@@ -103,11 +103,8 @@ TEST_F(FullDisk, OfTheDatabaseEndsTheRestoreWhenItSaves) {
     ASSERT_EQ(E_APPS_ERR_SUCCESS, frwk_dbrm_backup(kBackup));
 
     zndb_->kill();
-    std::filesystem::remove_all("/tmp/m_tmp/zndb");
-    write_file(kUserData, std::string("device_product_name=") + kProduct + "\n");
-    start_after("mkdir /tmp/small_db && mv " + std::string(kUserData) +
-                " /tmp/small_db && mount -t tmpfs -o size=16k tmpfs /m_data/usr/db && cp "
-                "/tmp/small_db/user_data.txt /m_data/usr/db");
+    write_file(zndb_paths::kDefaultsFile, settings.substr(0, settings.find('\n') + 1));
+    start_after("mount -t tmpfs -o size=16k tmpfs /m_data/usr/db");
     EXPECT_EQ(E_APPS_ERR_PROCESS, frwk_dbrm_restore(kBackup));
     EXPECT_EQ(std::string(1000, 'v'), plain("key99"));
     EXPECT_EQ(std::vector<std::string>(), names_in(kFolder));
