@@ -7,6 +7,7 @@
 #include "near_name.h"
 #include "store_files.h"
 #include "typed_word.h"
+#include "zndb_backup_commands.h"
 #include "zndb_options.h"
 #include "zndb_store_commands.h"
 #include "zndb_value_commands.h"
@@ -129,6 +130,17 @@ void add_store_commands(CommandLineTool &tool) {
     add_save(imported);
 }
 
+void add_backup_commands(CommandLineTool &tool) {
+    CLI::App &backup = tool.add("backup", "Write the device's user configuration to a file, enciphered",
+                                "zndb_tool backup --save /tmp/router.bak\n", run(back_up));
+    backup.add_option("FILE", g_options.file, "Where to; what was there is replaced")->required();
+    backup.add_flag("--save", g_options.save, "Save first: a backup holds saved settings only");
+
+    CLI::App &restored = tool.add("restore", "Bring a backup back, in the place of the user configuration",
+                                  "zndb_tool restore /tmp/router.bak\n", run(restore));
+    restored.add_option("FILE", g_options.file, "The backup, of this device or one of its kind")->required();
+}
+
 std::vector<std::string> known_keys() {
     std::vector<std::string> keys;
     for (const Store store : {Store::kPlain, Store::kPerm, Store::kDefault}) {
@@ -150,6 +162,7 @@ void declare(CommandLineTool &tool) {
     add_value_commands(tool);
     add_saving_commands(tool);
     add_store_commands(tool);
+    add_backup_commands(tool);
     tool.complete("KEY", known_keys);
     tool.complete("TYPE", type_names);
 }

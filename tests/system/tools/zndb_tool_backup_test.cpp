@@ -1,0 +1,140 @@
+/*
+ * zndb_tool carries the user configuration to a file and back.
+ */
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <string>
+
+#include "support/child_process.h"
+#include "support/wait_until.h"
+#include "system/tools/tool_checks.h"
+#include "system/zndb/zndb_process.h"
+#include "unit/base/key_files.h"
+
+namespace {
+
+const ToolChecks kTool("zndb_tool");
+
+const std::string kFolder = "/m_data/usr/exchange";
+const std::string kBackup = kFolder + "/router.bak";
+constexpr size_t kLarge = size_t{32} << 20; /* takes a while to encipher */
+const std::string kDatabase = "/m_data/usr/dbm/database.db";
+
+class ZndbToolBackup : public ZndbTest {
+  protected:
+    ZndbToolBackup() {
+        for (const char *folder : {kFolder.c_str(), "/m_data/usr/dbm"}) {
+            std::filesystem::remove_all(folder);
+            std::filesystem::create_directories(folder);
+        }
+        remove_key_files();
+        write_key_file(kProductKeyPath, some_key());
+        EXPECT_TRUE(write_text(kDatabase, "data"));
+        start();
+        EXPECT_EQ(0, zndb_set("device_product_name", "QR-100"));
+        EXPECT_EQ(0, zndb_set("ssid", "home"));
+        EXPECT_EQ(0, zndb_save());
+    }
+
+    ~ZndbToolBackup() override { remove_key_files(); }
+
+    /* A device of another kind reads none of the files that this one enciphered. */
+    static void change_key() { write_key_file(kProductKeyPath, some_key(1)); }
+};
+
+size_t files_in(const std::string &folder) {
+    const std::filesystem::directory_iterator files(folder);
+    return static_cast<size_t>(std::distance(begin(files), end(files)));
+}
+
+bool copies_are_left() {
+    for (const auto &entry : std::filesystem::directory_iterator("/tmp/m_tmp")) {
+        if (entry.path().filename().string().find("zndb_tool") == 0) {
+            return true;
+        }
+    }
+    return false;
+}
+
+TEST_F(ZndbToolBackup, BringsBackWhatItBackedUp) {
+    EXPECT_EQ("", kTool.output_of({"backup", kBackup}));
+    EXPECT_EQ(0, zndb_set("ssid", "changed"));
+    EXPECT_EQ(0, zndb_set("new", "1"));
+    ASSERT_TRUE(write_text(kDatabase, "changed"));
+    EXPECT_EQ("", kTool.output_of({"restore", kBackup}));
+    EXPECT_EQ("home", plain("ssid"));
+    EXPECT_EQ("ret 3", plain("new"));
+    EXPECT_EQ("data", file_text(kDatabase));
+}
+
+TEST_F(ZndbToolBackup, SavesFirstWhenAsked) {
+    EXPECT_EQ(0, zndb_set("ssid", "unsaved"));
+    EXPECT_EQ("", kTool.output_of({"backup", "--save", kBackup}));
+    EXPECT_EQ(0, zndb_reset());
+    EXPECT_EQ(0, zndb_set("device_product_name", "QR-100"));
+    EXPECT_EQ("", kTool.output_of({"restore", kBackup}));
+    EXPECT_EQ("unsaved", plain("ssid"));
+}
+
+TEST_F(ZndbToolBackup, LeavesNothingBesideTheBackup) {
+    EXPECT_EQ("", kTool.output_of({"backup", kBackup}));
+    const std::string bytes = file_text(kBackup);
+    EXPECT_EQ("", kTool.output_of({"restore", kBackup}));
+    EXPECT_EQ(1u, files_in(kFolder));
+    EXPECT_EQ(bytes, file_text(kBackup));
+    EXPECT_FALSE(copies_are_left());
+}
+
+TEST_F(ZndbToolBackup, AFailedBackupLeavesTheOldOne) {
+    ASSERT_TRUE(write_text(kBackup, "old"));
+    EXPECT_EQ(0, zndb_del("device_product_name"));
+    kTool.expect_failure(1, "backup to " + kBackup + " failed: 21 E_APPS_ERR_INTERNAL", {"backup", kBackup});
+    EXPECT_EQ("old", file_text(kBackup));
+    EXPECT_EQ(1u, files_in(kFolder));
+}
+
+TEST_F(ZndbToolBackup, CtrlCLeavesNoPartOfABackup) {
+    ASSERT_TRUE(write_text(kDatabase, std::string(kLarge, 'x')));
+    ASSERT_TRUE(write_text(kBackup, "old"));
+    ChildProcess backup({tool_path("zndb_tool"), "backup", kBackup}, {"QUOR_DEBUG=0"});
+    ASSERT_TRUE(wait_until([] { return files_in(kFolder) > 1; })) << backup.errors();
+    backup.send_signal(SIGINT);
+    EXPECT_EQ(128 + SIGINT, backup.exit_status());
+    EXPECT_EQ("old", file_text(kBackup));
+    EXPECT_EQ(1u, files_in(kFolder));
+}
+
+TEST_F(ZndbToolBackup, ABackupThatCannotBeWrittenIsRefused) {
+    kTool.expect_failure(1, "backup to /no/file failed: 12 E_APPS_ERR_IO", {"backup", "/no/file"});
+    kTool.expect_failure(2, "can't write " + kFolder + ": Is a directory", {"backup", kFolder});
+    EXPECT_FALSE(std::filesystem::exists(kFolder + ".part"));
+}
+
+TEST_F(ZndbToolBackup, ABackupOfAnotherKindOfDeviceChangesNothing) {
+    EXPECT_EQ("", kTool.output_of({"backup", kBackup}));
+    EXPECT_EQ(0, zndb_set("ssid", "kept"));
+    change_key();
+    kTool.expect_failure(1,
+                         "restore of " + kBackup +
+                             " failed: 21 E_APPS_ERR_INTERNAL; it is damaged, or of another kind of device",
+                         {"restore", kBackup});
+    EXPECT_EQ("kept", plain("ssid"));
+    EXPECT_FALSE(copies_are_left());
+}
+
+TEST_F(ZndbToolBackup, AFileThatCannotBeReadIsWrongUsage) {
+    kTool.expect_failure(2, "can't read /no/file: No such file or directory", {"restore", "/no/file"});
+    EXPECT_FALSE(copies_are_left());
+}
+
+TEST_F(ZndbToolBackup, WithoutTheDatabaseNothingIsTouched) {
+    EXPECT_EQ("", kTool.output_of({"backup", kBackup}));
+    zndb_->kill();
+    const std::string rest = " failed: zndb is not running: 1 E_APPS_ERR_MODULE";
+    kTool.expect_failure(3, "backup" + rest, {"backup", kFolder + "/other"});
+    kTool.expect_failure(3, "restore" + rest, {"restore", kBackup});
+    EXPECT_EQ(1u, files_in(kFolder));
+}
+
+}  // namespace
