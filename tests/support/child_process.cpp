@@ -80,6 +80,11 @@ int left_until(Clock::time_point deadline) {
 
 }  // namespace
 
+bool has_ended(pid_t pid) {
+    const std::string stat = file_text("/proc/" + std::to_string(pid) + "/stat");
+    return stat.empty() || stat.find(") Z ") != std::string::npos;
+}
+
 ChildProcess::ChildProcess(const std::vector<std::string> &command,
                            const std::vector<std::string> &environment) {
     int input = -1;

@@ -16,6 +16,9 @@
 
 #include "support/wait_until.h"
 
+/* Whether a process, of whoever's, is gone, reaped or not. */
+bool has_ended(pid_t pid);
+
 class ChildProcess {
   public:
     /*

@@ -12,6 +12,7 @@
 #include <string>
 #include <thread>
 
+#include "support/child_process.h"
 #include "support/tool_folder.h"
 #include "support/wait_until.h"
 #include "system/diag/diagnosis.h"
@@ -48,10 +49,6 @@ std::string seen(int32_t type, const frwk_diag_req &req) {
     return diagnosis.text();
 }
 
-std::string option(unsigned combination, unsigned bit, const std::string &words) {
-    return (combination & bit) != 0 ? words : "";
-}
-
 bool exists(const std::string &path) {
     return access(path.c_str(), F_OK) == 0;
 }
@@ -62,12 +59,6 @@ pid_t noted_process() {
     const pid_t pid = atoi(file_text(kPidFile).c_str());
     EXPECT_GT(pid, 0);
     return pid;
-}
-
-/* A process that is gone, reaped or not. */
-bool has_ended(pid_t pid) {
-    const std::string stat = file_text("/proc/" + std::to_string(pid) + "/stat");
-    return stat.empty() || stat.find(") Z ") != std::string::npos;
 }
 
 /* A file system of its own over the output folder, until the end of the scope. */
@@ -85,12 +76,9 @@ class SmallOutputFolder {
 
 TEST_F(DiagStandIn, PingGetsEveryCombinationOfOptions) {
     for (unsigned combination = 0; combination < 16; ++combination) {
-        frwk_diag_req req = ping_of("8.8.8.8", option(combination, 8, "rmnet0"));
-        req.ping.count = (combination & 1) != 0 ? 4 : 0;
-        req.ping.size = (combination & 2) != 0 ? 1400 : 0;
-        req.ping.deadline = (combination & 4) != 0 ? 10 : 0;
-        EXPECT_EQ("<ping><-W><1>" + option(combination, 1, "<-c><4>") + option(combination, 2, "<-s><1400>") +
-                      option(combination, 4, "<-w><10>") + option(combination, 8, "<-I><rmnet0>") +
+        const frwk_diag_req req = ping_with(combination);
+        EXPECT_EQ("<ping><-W><1>" + option(combination, 0, "<-c><4>") + option(combination, 1, "<-s><1400>") +
+                      option(combination, 2, "<-w><10>") + option(combination, 3, "<-I><rmnet0>") +
                       "<8.8.8.8>",
                   seen(FRWK_DIAG_TYPE_PING, req));
     }
@@ -98,12 +86,9 @@ TEST_F(DiagStandIn, PingGetsEveryCombinationOfOptions) {
 
 TEST_F(DiagStandIn, TracerouteGetsEveryCombinationOfOptions) {
     for (unsigned combination = 0; combination < 8; ++combination) {
-        frwk_diag_req req = traceroute_of("fe80::1");
-        req.traceroute.queries = (combination & 1) != 0 ? 2 : 0;
-        req.traceroute.max_hops = (combination & 2) != 0 ? 12 : 0;
-        req.traceroute.wait = (combination & 4) != 0 ? 3 : 0;
-        EXPECT_EQ("<traceroute><-n>" + option(combination, 1, "<-q><2>") +
-                      option(combination, 2, "<-m><12>") + option(combination, 4, "<-w><3>") + "<fe80::1>",
+        const frwk_diag_req req = traceroute_with(combination);
+        EXPECT_EQ("<traceroute><-n>" + option(combination, 0, "<-q><2>") +
+                      option(combination, 1, "<-m><12>") + option(combination, 2, "<-w><3>") + "<fe80::1>",
                   seen(FRWK_DIAG_TYPE_TRACEROUTE, req));
     }
 }
@@ -116,12 +101,9 @@ TEST_F(DiagStandIn, NslookupGetsAServerOrNone) {
 
 TEST_F(DiagStandIn, IperfGetsEveryCombinationOfOptions) {
     for (unsigned combination = 0; combination < 8; ++combination) {
-        frwk_diag_req req = iperf_of("iperf.example.com");
-        req.iperf.udp = (combination & 1) != 0 ? 1 : 0;
-        req.iperf.port = (combination & 2) != 0 ? 5202 : 0;
-        req.iperf.time = (combination & 4) != 0 ? 7 : 0;
-        EXPECT_EQ("<iperf3>" + option(combination, 1, "<-u>") + "<-c><iperf.example.com>" +
-                      option(combination, 2, "<-p><5202>") + option(combination, 4, "<-t><7>"),
+        const frwk_diag_req req = iperf_with(combination);
+        EXPECT_EQ("<iperf3>" + option(combination, 0, "<-u>") + "<-c><iperf.example.com>" +
+                      option(combination, 1, "<-p><5202>") + option(combination, 2, "<-t><7>"),
                   seen(FRWK_DIAG_TYPE_IPERF, req));
     }
 }

@@ -10,16 +10,11 @@
 #include "doubles/faults_test_fixture.h"
 #include "doubles/libc_doubles.h"
 #include "os_process.h"
+#include "support/child_process.h"
 #include "support/wait_until.h"
 #include "unit/base/temp_folder.h"
 
 namespace {
-
-/* A process that is gone, reaped or not. */
-bool has_ended(pid_t pid) {
-    const std::string stat = file_text("/proc/" + std::to_string(pid) + "/stat");
-    return stat.empty() || stat.find(") Z ") != std::string::npos;
-}
 
 class CommandScope : public FaultsTest {
   protected:

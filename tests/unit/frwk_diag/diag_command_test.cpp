@@ -25,11 +25,6 @@ std::string command_of(int32_t type, const frwk_diag_req &req) {
     return text.substr(0, tool);
 }
 
-/* text when the bit of a combination is set. */
-std::string option(unsigned combination, unsigned bit, const std::string &text) {
-    return (combination & bit) != 0 ? text : "";
-}
-
 }  // namespace
 
 TEST(DiagCommand, NamesItsFourTypes) {
@@ -44,24 +39,18 @@ TEST(DiagCommand, NamesItsFourTypes) {
 
 TEST(DiagCommand, PingTakesEveryCombinationOfOptions) {
     for (unsigned combination = 0; combination < 16; ++combination) {
-        frwk_diag_req req = ping_of("8.8.8.8", option(combination, 8, "rmnet0"));
-        req.ping.count = (combination & 1) != 0 ? 4 : 0;
-        req.ping.size = (combination & 2) != 0 ? 1400 : 0;
-        req.ping.deadline = (combination & 4) != 0 ? 10 : 0;
-        EXPECT_EQ("ping -W 1" + option(combination, 1, " -c 4") + option(combination, 2, " -s 1400") +
-                      option(combination, 4, " -w 10") + option(combination, 8, " -I rmnet0") + " 8.8.8.8",
+        const frwk_diag_req req = ping_with(combination);
+        EXPECT_EQ("ping -W 1" + option(combination, 0, " -c 4") + option(combination, 1, " -s 1400") +
+                      option(combination, 2, " -w 10") + option(combination, 3, " -I rmnet0") + " 8.8.8.8",
                   command_of(FRWK_DIAG_TYPE_PING, req));
     }
 }
 
 TEST(DiagCommand, TracerouteTakesEveryCombinationOfOptions) {
     for (unsigned combination = 0; combination < 8; ++combination) {
-        frwk_diag_req req = traceroute_of("fe80::1");
-        req.traceroute.queries = (combination & 1) != 0 ? 2 : 0;
-        req.traceroute.max_hops = (combination & 2) != 0 ? 12 : 0;
-        req.traceroute.wait = (combination & 4) != 0 ? 3 : 0;
-        EXPECT_EQ("traceroute -n" + option(combination, 1, " -q 2") + option(combination, 2, " -m 12") +
-                      option(combination, 4, " -w 3") + " fe80::1",
+        const frwk_diag_req req = traceroute_with(combination);
+        EXPECT_EQ("traceroute -n" + option(combination, 0, " -q 2") + option(combination, 1, " -m 12") +
+                      option(combination, 2, " -w 3") + " fe80::1",
                   command_of(FRWK_DIAG_TYPE_TRACEROUTE, req));
     }
 }
@@ -79,12 +68,9 @@ TEST(DiagCommand, NslookupWithoutAServerHasTwoBlanks) {
 
 TEST(DiagCommand, IperfTakesEveryCombinationOfOptions) {
     for (unsigned combination = 0; combination < 8; ++combination) {
-        frwk_diag_req req = iperf_of("iperf.example.com");
-        req.iperf.udp = (combination & 1) != 0 ? 1 : 0;
-        req.iperf.port = (combination & 2) != 0 ? 5202 : 0;
-        req.iperf.time = (combination & 4) != 0 ? 7 : 0;
-        EXPECT_EQ("iperf3" + option(combination, 1, " -u") + " -c iperf.example.com" +
-                      option(combination, 2, " -p 5202") + option(combination, 4, " -t 7"),
+        const frwk_diag_req req = iperf_with(combination);
+        EXPECT_EQ("iperf3" + option(combination, 0, " -u") + " -c iperf.example.com" +
+                      option(combination, 1, " -p 5202") + option(combination, 2, " -t 7"),
                   command_of(FRWK_DIAG_TYPE_IPERF, req));
     }
 }
