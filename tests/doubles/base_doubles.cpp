@@ -17,6 +17,7 @@ int32_t __real_os_thread_cancel(os_thread_t);
 int32_t __real_os_thread_join(os_thread_t);
 os_mutex *__real_os_mutex_create();
 os_sem *__real_os_sem_create(uint32_t);
+int32_t __real_os_sem_post(os_sem *);
 int32_t __real_os_sem_wait(os_sem *);
 int32_t __real_os_system(const char *);
 FILE *__real_os_popen(const char *, const char *);
@@ -63,6 +64,7 @@ Double<int32_t(os_thread_t)> os_thread_cancel(__real_os_thread_cancel);
 Double<int32_t(os_thread_t)> os_thread_join(__real_os_thread_join);
 Double<os_mutex *()> os_mutex_create(__real_os_mutex_create);
 Double<os_sem *(uint32_t)> os_sem_create(__real_os_sem_create);
+Double<int32_t(os_sem *)> os_sem_post(__real_os_sem_post);
 Double<int32_t(os_sem *)> os_sem_wait(__real_os_sem_wait);
 Double<int32_t(const char *)> os_system(__real_os_system);
 Double<FILE *(const char *, const char *)> os_popen(__real_os_popen);
@@ -119,6 +121,10 @@ os_mutex *__wrap_os_mutex_create() {
 
 os_sem *__wrap_os_sem_create(uint32_t a) {
     return doubles::base::os_sem_create(a);
+}
+
+int32_t __wrap_os_sem_post(os_sem *a) {
+    return doubles::base::os_sem_post(a);
 }
 
 int32_t __wrap_os_sem_wait(os_sem *a) {

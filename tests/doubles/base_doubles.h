@@ -26,6 +26,7 @@ extern Double<int32_t(os_thread_t)> os_thread_cancel;
 extern Double<int32_t(os_thread_t)> os_thread_join;
 extern Double<os_mutex *()> os_mutex_create;
 extern Double<os_sem *(uint32_t)> os_sem_create;
+extern Double<int32_t(os_sem *)> os_sem_post;
 extern Double<int32_t(os_sem *)> os_sem_wait;
 extern Double<int32_t(const char *)> os_system;
 extern Double<FILE *(const char *, const char *)> os_popen;

@@ -3,8 +3,10 @@
  */
 #include <cerrno>
 #include <climits>
+#include <cstdlib>
 
 #include "frwk_common/itc_queue.h"
+#include "unit/frwk_common/child.h"
 #include "unit/frwk_common/itc_fixture.h"
 #include "unit/frwk_common/log_checks.h"
 
@@ -77,6 +79,16 @@ void send_to_self(uint32_t msgid, const void *, int32_t) {
         EXPECT_EQ(0, frwk_itc_send(g_own_queue, msgid + 1, nullptr, 0));
     }
     ItcRecorder::handle(msgid, "end", 3);
+}
+
+/* Creates another queue and sends it what it got. */
+void pass_to_new_queue(uint32_t msgid, const void *data, int32_t size) {
+    EXPECT_EQ(0, frwk_itc_create("made by a handler", nullptr, ItcRecorder::handle));
+    EXPECT_EQ(0, frwk_itc_send("made by a handler", msgid, data, size));
+}
+
+void end_process(uint32_t msgid, const void *, int32_t) {
+    std::exit(static_cast<int>(msgid));
 }
 
 }  // namespace
@@ -274,6 +286,42 @@ TEST_F(ItcQueueTest, AHandlerMaySendToItsOwnQueue) {
     const std::vector<ItcMessage> expected = {{1, "begin", 5}, {1, "end", 3},   {2, "begin", 5},
                                               {2, "end", 3},   {3, "begin", 5}, {3, "end", 3}};
     EXPECT_EQ(expected, ItcRecorder::wait_for(6));
+}
+
+TEST_F(ItcQueueTest, AHandlerMayCreateAQueue) {
+    ASSERT_EQ(0, frwk_itc_create(name_.c_str(), nullptr, pass_to_new_queue));
+    EXPECT_EQ(0, send_text(name_, 5, "hello"));
+    EXPECT_EQ((std::vector<ItcMessage>{{5, "hello", 5}}), ItcRecorder::wait_for(1));
+}
+
+TEST_F(ItcQueueTest, AHandlerMayEndTheProcess) {
+    const ChildEnd end = run_in_child([this]() -> std::string {
+        (void)frwk_itc_create(name_.c_str(), nullptr, end_process);
+        (void)send_text(name_, 77, "hello");
+        (void)send_text(name_, 78, "too late");
+        frwk_keep_running();
+        return "";
+    });
+    EXPECT_EQ(77, end.status) << end.errors;
+    EXPECT_EQ("", end.errors);
+}
+
+TEST_F(ItcQueueTest, EachMessageWakesTheThreadOnce) {
+    hold_threads();
+    ASSERT_EQ(0, create());
+    for (uint32_t i = 0; i < 10; ++i) {
+        ASSERT_EQ(0, send_text(name_, i, "message"));
+    }
+    EXPECT_EQ(10u, base::os_sem_post.calls());
+}
+
+TEST_F(ItcQueueTest, AMessageWhoseWakeUpGotLostIsDeliveredBeforeTheNext) {
+    ASSERT_EQ(0, create());
+    base::os_sem_post.stand_in([](os_sem *) { return EOVERFLOW; });
+    EXPECT_EQ(0, send_text(name_, 1, "first"));
+    base::os_sem_post.restore();
+    EXPECT_EQ(0, send_text(name_, 2, "second"));
+    EXPECT_EQ((std::vector<ItcMessage>{{1, "first", 5}, {2, "second", 6}}), ItcRecorder::wait_for(2));
 }
 
 /* ---- Sends that fail ------------------------------------------------------------------------------- */

@@ -3,8 +3,8 @@
  *
  * Senders hold the registry's lock as readers until their message is in the queue, so that a queue whose
  * thread could not be started is taken back only when nobody is about to use it. A handler runs with no lock
- * held. The semaphore counts the times that a queue went from empty to not empty: its thread takes all
- * messages at once, and more wake-ups would find nothing.
+ * held. Each message posts the semaphore, and each wake-up empties the queue: a wake-up too many finds
+ * nothing, and one that got lost is made up for by the next message.
  */
 #include "frwk_common/itc_queue.h"
 
@@ -164,32 +164,24 @@ ItcRecord *make_record(uint32_t msgid, const void *data, int32_t size) {
     return record;
 }
 
-/* Appends a record, and wakes the thread unless earlier records do. */
+/* Appends a record and wakes the thread. */
 void put(ItcObject *itc, ItcRecord *record) {
     os_mutex_lock(itc->lock);
-    const bool was_empty = list_empty(&itc->queue) != 0;
     list_add(&itc->queue, &record->link);
     os_mutex_unlock(itc->lock);
-
-    if (was_empty) {
-        os_sem_post(itc->sem);
-    }
+    os_sem_post(itc->sem);
 }
 
-/* Moves all records of a queue, in their order, to an empty list. */
-void take_all(ItcObject *itc, list_node *records) {
-    list_init(records);
+/* Takes the first record off a queue; null when it has none. */
+ItcRecord *get(ItcObject *itc) {
     os_mutex_lock(itc->lock);
-    list_add(&itc->queue, records); /* into the ring of records, and the queue's own head out of it */
-    list_del(&itc->queue);
-    list_init(&itc->queue);
+    ItcRecord *record = take_first(&itc->queue);
     os_mutex_unlock(itc->lock);
+    return record;
 }
 
 void handle_all(ItcObject *itc) {
-    list_node records;
-    take_all(itc, &records);
-    while (ItcRecord *record = take_first(&records)) {
+    while (ItcRecord *record = get(itc)) {
         itc->handler(record->msgid, record + 1, record->size);
         os_mem_free(record);
     }
