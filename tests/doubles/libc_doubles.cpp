@@ -25,6 +25,7 @@ int __real_sched_yield();
 ssize_t __real_send(int, const void *, size_t, int);
 ssize_t __real_read(int, void *, size_t);
 ssize_t __real_write(int, const void *, size_t);
+ssize_t __real_writev(int, const iovec *, int);
 int __real_close(int);
 int __real_fsync(int);
 int __real_fchmod(int, mode_t);
@@ -98,6 +99,7 @@ Double<int()> sched_yield(__real_sched_yield);
 Double<ssize_t(int, const void *, size_t, int)> send(__real_send);
 Double<ssize_t(int, void *, size_t)> read(__real_read);
 Double<ssize_t(int, const void *, size_t)> write(__real_write);
+Double<ssize_t(int, const iovec *, int)> writev(__real_writev);
 Double<int(int)> close(__real_close);
 Double<int(int)> fsync(__real_fsync);
 Double<int(int, mode_t)> fchmod(__real_fchmod);
@@ -191,6 +193,10 @@ ssize_t __wrap_read(int a, void *b, size_t c) {
 
 ssize_t __wrap_write(int a, const void *b, size_t c) {
     return doubles::libc::write(a, b, c);
+}
+
+ssize_t __wrap_writev(int a, const iovec *b, int c) {
+    return doubles::libc::writev(a, b, c);
 }
 
 int __wrap_close(int a) {

@@ -16,6 +16,7 @@
 #include <sys/socket.h>
 #include <sys/sysinfo.h>
 #include <sys/types.h>
+#include <sys/uio.h>
 #include <time.h>
 
 #include "doubles/double.h"
@@ -39,6 +40,7 @@ extern Double<int(const char *, int, mode_t)> open;
 extern Double<int(int, int, void *)> fcntl;
 extern Double<ssize_t(int, void *, size_t)> read;
 extern Double<ssize_t(int, const void *, size_t)> write;
+extern Double<ssize_t(int, const iovec *, int)> writev;
 extern Double<int(int)> close;
 extern Double<int(int)> fsync;
 extern Double<int(int, mode_t)> fchmod;

@@ -7,11 +7,27 @@
 
 #include <cstdlib>
 #include <string>
+#include <vector>
 
 #include "event_files.h"
 #include "support/module_process.h"
 
 namespace {
+
+/* A module that alone sees a folder of subscriptions that was mounted and then filled by a command. */
+ChildProcess module_on_own_folder(int id, const std::string &options, const std::string &fill) {
+    const std::string mount = "mount -t tmpfs -o " + options + " tmpfs /m_data/usr/subscribe";
+    std::vector<std::string> words = {"unshare", "--mount"};
+    if (::geteuid() != 0) {
+        words.emplace_back("--map-root-user");
+    }
+    const std::string script = mount + " && cd /m_data/usr/subscribe && " + fill + " && exec \"$@\"";
+    words.insert(words.end(), {"sh", "-c", script, "sh"});
+    for (const std::string &word : module_command(id)) {
+        words.push_back(word);
+    }
+    return ChildProcess(words, {"QUOR_DEBUG=1"});
+}
 
 class BadEvent : public EventFiles {
   protected:
@@ -64,10 +80,15 @@ TEST_F(BadEvent, AFileThatThePlaceForbidsToOpenCanNotBeSubscribedTo) {
     EXPECT_TRUE(logged("can't open event key file! errno=40, cause: Too many levels of symbolic links"));
 }
 
-TEST_F(BadEvent, AFullDeviceIsReported) {
-    ASSERT_EQ(0, ::symlink("/dev/full", kEventFile));
-    EXPECT_EQ("ret=12", router_.ask("sub link"));
-    EXPECT_TRUE(logged("can't open event key file! errno=28, cause: No space left on device"));
+/* The name "wlan" would have room there, its line end not. */
+TEST_F(BadEvent, OnAFullDeviceNothingIsWritten) {
+    ChildProcess wlan = module_on_own_folder(5, "size=4k", "yes voice | head -c 4092 > link");
+    ASSERT_EQ("started", wlan.read_line());
+    for (int round = 0; round < 2; ++round) {
+        wlan.write_line("sub link");
+        EXPECT_EQ("ret=12", wlan.read_line()) << wlan.errors();
+    }
+    EXPECT_TRUE(wlan.wait_for_error("can't open event key file! errno=28, cause: No space left on device"));
 }
 
 TEST_F(BadEvent, AFileOfOneMegabyteIsReadToItsEnd) {

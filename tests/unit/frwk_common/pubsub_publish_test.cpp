@@ -195,6 +195,16 @@ TEST_F(PublishTest, AKeyThatNamesNoFileCanNotBeOpened) {
     (void)unlink("/m_data/usr/escaped");
 }
 
+TEST_F(PublishTest, AKeyThatNamesALinkLeadsNowhere) {
+    write_file("/m_data/usr/escaped", "wlan\n");
+    ASSERT_EQ(symlink("/m_data/usr/escaped", kLinkFile), 0);
+    frwk_ipc_msg_pub("link", 3001, "up", 2);
+    EXPECT_TRUE(
+        logged_once(log_, kWarningLevel, kPub, "open envent key(/m_data/usr/subscribe/link) file failed!"));
+    expect_nobody_reached();
+    (void)unlink("/m_data/usr/escaped");
+}
+
 TEST_F(PublishTest, UsesTheOtherFolderWhileTheFirstIsMissing) {
     remove_tree(kSubscribeFolder);
     write_file("/m_webui/subscribe/link", "wlan\n");

@@ -8,6 +8,8 @@
 
 #include "unit/frwk_common/subscription_fixture.h"
 
+namespace libc = doubles::libc;
+
 namespace {
 
 constexpr char kSub[] = "frwk_ipc_msg_sub";
@@ -114,10 +116,36 @@ TEST_F(SubscribeTest, FailsWithoutAnyFolder) {
 }
 
 TEST_F(SubscribeTest, FailsWhenTheNameCanNotBeWritten) {
-    ASSERT_EQ(symlink("/dev/full", kLinkFile), 0);
+    write_file(kLinkFile, "wlan\n");
+    libc::writev.stand_in([](int, const iovec *, int) -> ssize_t {
+        errno = EDQUOT;
+        return -1;
+    });
     EXPECT_EQ(frwk_ipc_msg_sub("link"), 12);
-    EXPECT_TRUE(logged_once(log_, kWarningLevel, kSub, with_errno(kNotOpened, ENOSPC)));
+    EXPECT_TRUE(logged_once(log_, kWarningLevel, kSub, with_errno(kNotOpened, EDQUOT)));
     EXPECT_FALSE(log_.contains(kSubscribed));
+    EXPECT_EQ(read_file(kLinkFile), "wlan\n");
+}
+
+TEST_F(SubscribeTest, LeavesNoPartOfALineThatCanNotBeWrittenWhole) {
+    for (const char *list : {"wlan\n", ""}) {
+        write_file(kLinkFile, list);
+        log_.clear();
+        libc::writev.stand_in([](int fd, const iovec *line, int) {
+            errno = 0;
+            return libc::writev.real(fd, line, 1);
+        });
+        EXPECT_EQ(frwk_ipc_msg_sub("link"), 12);
+        EXPECT_TRUE(logged_once(log_, kWarningLevel, kSub, with_errno(kNotOpened, ENOSPC)));
+        EXPECT_FALSE(log_.contains(kSubscribed));
+        EXPECT_EQ(read_file(kLinkFile), list);
+    }
+}
+
+TEST_F(SubscribeTest, IsWrittenInOneCall) {
+    EXPECT_EQ(frwk_ipc_msg_sub("link"), 0);
+    EXPECT_EQ(libc::writev.calls(), 1u);
+    EXPECT_EQ(libc::write.calls(), 0u);
 }
 
 TEST_F(SubscribeTest, DoesNotWaitForAPipeInPlaceOfTheFile) {
@@ -133,6 +161,20 @@ TEST_F(SubscribeTest, AKeyThatNamesNoFileCanNotBeOpened) {
         EXPECT_TRUE(logged_once(log_, kWarningLevel, kSub, with_errno(kNotOpened, EINVAL)));
     }
     EXPECT_FALSE(exists("/m_data/usr/escaped"));
+}
+
+TEST_F(SubscribeTest, AKeyThatNamesALinkLeadsNowhere) {
+    ASSERT_EQ(symlink("/m_data/usr/escaped", kLinkFile), 0);
+    EXPECT_EQ(frwk_ipc_msg_sub("link"), 12);
+    EXPECT_TRUE(logged_once(log_, kWarningLevel, kSub, with_errno(kNotOpened, ELOOP)));
+    EXPECT_FALSE(exists("/m_data/usr/escaped"));
+}
+
+TEST_F(SubscribeTest, AKeyIsCutWhereItsPathEndsBeforeItIsChecked) {
+    const std::string key(105, 'k');
+    EXPECT_EQ(frwk_ipc_msg_sub((key + "/../escaped").c_str()), 0);
+    EXPECT_EQ(read_file("/m_data/usr/subscribe/" + key), "router\n");
+    EXPECT_EQ(frwk_ipc_msg_sub((key.substr(0, 103) + "/../escaped").c_str()), 12);
 }
 
 TEST_F(SubscribeTest, AKeyMayHoldDots) {

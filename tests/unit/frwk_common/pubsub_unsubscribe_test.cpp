@@ -237,6 +237,15 @@ TEST_F(UnsubscribeTest, AKeyThatNamesNoFileCanNotBeOpened) {
     (void)unlink("/m_data/usr/escaped");
 }
 
+TEST_F(UnsubscribeTest, AKeyThatNamesALinkLeadsNowhere) {
+    write_file("/m_data/usr/escaped", "router\n");
+    ASSERT_EQ(symlink("/m_data/usr/escaped", kLinkFile), 0);
+    EXPECT_EQ(frwk_ipc_msg_unsub("link"), 12);
+    EXPECT_TRUE(logged_once(log_, kWarningLevel, kUnsub, with_errno(kNotOpened, ELOOP)));
+    EXPECT_EQ(read_file("/m_data/usr/escaped"), "router\n");
+    (void)unlink("/m_data/usr/escaped");
+}
+
 TEST_F(UnsubscribeTest, LetsTheLockGoWhateverTheResult) {
     write_file(kLinkFile, "router\n");
     refuse_to_open(O_TRUNC, EROFS);

@@ -51,11 +51,19 @@ bool lists(const SubscriptionFile &file, const char *name) {
     return false;
 }
 
-bool append_line(const UniqueFd &fd, const char *name) {
+/* Adds a line to a file of so many bytes: all of it or, when the disk is full, nothing. */
+bool append_line(const UniqueFd &fd, uint64_t size, const char *name) {
     char line_end = '\n';
     const size_t length = std::strlen(name);
     const iovec line[] = {{const_cast<char *>(name), length}, {&line_end, 1}};
-    return ::writev(fd.get(), line, 2) == static_cast<ssize_t>(length + 1);
+    const ssize_t written = ::writev(fd.get(), line, 2);
+    if (written == static_cast<ssize_t>(length + 1)) {
+        return true;
+    }
+    if (written >= 0) {
+        errno = ::ftruncate(fd.get(), static_cast<off_t>(size)) == 0 ? ENOSPC : EIO;
+    }
+    return false;
 }
 
 /* Reads up to size bytes; nothing when that fails, since a rewrite would lose what was not read. */
@@ -112,7 +120,7 @@ UniqueFd SubscriptionFile::open(int flags) const {
         errno = EINVAL;
         return UniqueFd();
     }
-    return UniqueFd(::open(path_, flags | O_CLOEXEC, kNewFileMode));
+    return UniqueFd(::open(path_, flags | O_NOFOLLOW | O_CLOEXEC, kNewFileMode));  // a link leads elsewhere
 }
 
 SubscriptionLines::SubscriptionLines(const SubscriptionFile &file) : fd_(file.open(O_RDONLY)) {}
@@ -152,8 +160,9 @@ Addition add_subscriber(const SubscriptionFile &file, const char *name) {
         return Addition::kListed;
     }
 
+    const uint64_t size = file.size();
     const UniqueFd fd = file.open(O_RDWR | O_CREAT | O_APPEND);
-    return fd && append_line(fd, name) ? Addition::kAdded : Addition::kNotAdded;
+    return fd && append_line(fd, size, name) ? Addition::kAdded : Addition::kNotAdded;
 }
 
 Removal remove_subscriber(const SubscriptionFile &file, const char *name) {

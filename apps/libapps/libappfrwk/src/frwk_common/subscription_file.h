@@ -23,7 +23,10 @@ class SubscriptionFile {
     /* Bytes of the file; 0 when it is missing, or the key names no file. */
     uint64_t size() const;
 
-    /* Opens it; nothing owned, and errno set, when that fails. It does for a key that names no file. */
+    /*
+     * Opens it; nothing owned, and errno set, when that fails. It does for a key that names no file, or a
+     * symbolic link.
+     */
     UniqueFd open(int flags) const;
 
   private:
