@@ -203,13 +203,16 @@ uint16_t frwk_ipc_port(uint32_t module);
  * with frwk_ipc_msg_unsub or frwk_ipc_init_sub.
  *
  * event: the key, such as the name of the event's message. It is the name of a file, so it must not be empty,
- * "." or "..", nor hold a "/"; it is cut after 105 characters.
+ * "." or "..", nor hold a "/"; it is cut after 105 characters, 108 in the folder of frwk_ipc_init_sub_ex.
  *
  * All of these may be called from any thread. Subscribing and unsubscribing wait, without limit, while
  * another thread or process of the device does the same.
  */
 
-/* Ends every subscription, or makes the folder of subscriptions where there is none: the device's start. */
+/*
+ * Ends every subscription, or makes the folder of subscriptions where there is none: the device's start. Keys
+ * that begin with "." keep their subscribers.
+ */
 void frwk_ipc_init_sub(void);
 
 /* The same for the folder that is used while the other one is missing. */
@@ -219,7 +222,7 @@ void frwk_ipc_init_sub_ex(void);
  * Subscribes the calling module to an event; once, however often it is called.
  *
  * Returns 0, 17 E_APPS_ERR_BUSY (the lock of the subscriptions can't be had) or 12 E_APPS_ERR_IO (the event's
- * file can't be opened, or the key names none).
+ * file can't be opened or written, or the key names none).
  */
 apps_err_e_type frwk_ipc_msg_sub(const char *event);
 

@@ -49,6 +49,12 @@ TEST_F(SubscriptionFolderTest, InitClearsTheFolder) {
     EXPECT_TRUE(exists("/m_webui/subscribe/link"));
 }
 
+TEST_F(SubscriptionFolderTest, InitKeepsTheSubscribersOfAKeyThatBeginsWithADot) {
+    write_file("/m_data/usr/subscribe/.link", "router\n");
+    frwk_ipc_init_sub();
+    EXPECT_EQ(read_file("/m_data/usr/subscribe/.link"), "router\n");
+}
+
 TEST_F(SubscriptionFolderTest, InitMakesTheFolder) {
     remove_tree(kSubscribeFolder);
     EXPECT_EQ(steps_of(frwk_ipc_init_sub), "mkdir -p /m_data/usr/subscribe;sync;");
