@@ -89,7 +89,8 @@ TEST_F(StartHook, IsRunWithTheLongestNameThatFits) {
 }
 
 TEST_F(StartHook, IsNotRunWithACutName) {
-    for (const std::string &name : {std::string(241, 'n'), std::string(241, ';'), std::string(5000, 'n')}) {
+    /* without room even for a process id of one digit */
+    for (const std::string &name : {std::string(244, 'n'), std::string(244, ';'), std::string(5000, 'n')}) {
         const ChildEnd end = run_in_child([&name] {
             const LogCapture log;
             g_modules_info[E_APPS_MODULE_LOGTOOL].name = name.c_str();
