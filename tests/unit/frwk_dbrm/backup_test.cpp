@@ -124,6 +124,33 @@ TEST_F(Backup, TakesItsNameOnlyWhenItIsEnciphered) {
     EXPECT_EQ("enciphered", file_text(kBackup));
 }
 
+TEST_F(Backup, OutlastsAPowerCutUnderItsName) {
+    std::string synced;
+    doubles::libc::fsync.stand_in([&synced](int fd) {
+        EXPECT_TRUE(exists(kBackup));
+        synced = std::filesystem::read_symlink("/proc/self/fd/" + std::to_string(fd));
+        return doubles::libc::fsync.real(fd);
+    });
+    EXPECT_EQ(E_APPS_ERR_SUCCESS, frwk_dbrm_backup(kBackup));
+    EXPECT_EQ("/m_data/usr", synced);
+}
+
+TEST_F(Backup, InAFolderThatCanNotBeSyncedIsABackup) {
+    doubles::libc::fsync.stand_in([](int) {
+        errno = EINVAL;
+        return -1;
+    });
+    EXPECT_EQ(E_APPS_ERR_SUCCESS, frwk_dbrm_backup(kBackup));
+    EXPECT_EQ(packed(user_record() + manager_record(), kMagic), file_text(kBackup));
+}
+
+TEST_F(Backup, TakesAPathWithoutAFolder) {
+    std::filesystem::current_path("/m_data/usr");
+    EXPECT_EQ(E_APPS_ERR_SUCCESS, frwk_dbrm_backup("backup.bin"));
+    std::filesystem::current_path("/");
+    EXPECT_EQ(packed(user_record() + manager_record(), kMagic), file_text(kBackup));
+}
+
 TEST_F(Backup, RefusesANullPath) {
     EXPECT_EQ(E_APPS_ERR_PARAM, frwk_dbrm_backup(nullptr));
     EXPECT_TRUE(database().requests.empty());
@@ -137,10 +164,10 @@ TEST_F(Backup, OfAPathThatCanNotBeCreatedIsAnIoError) {
 }
 
 TEST_F(Backup, InAFoldersPlaceIsAnIoErrorAndTheFolderStays) {
-    std::filesystem::create_directories(std::string(kBackup) + "/inside");
+    std::filesystem::create_directory(kBackup);
     EXPECT_EQ(E_APPS_ERR_IO, frwk_dbrm_backup(kBackup));
     expect_warning("frwk_dbrm_backup_process", with_errno("create backup file error!", EISDIR));
-    EXPECT_TRUE(exists(std::string(kBackup) + "/inside"));
+    EXPECT_TRUE(std::filesystem::is_directory(kBackup));
 }
 
 TEST_F(Backup, OfAPathThatIsTooLongIsAnIoError) {

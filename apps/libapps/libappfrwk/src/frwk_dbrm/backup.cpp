@@ -4,6 +4,8 @@
  *
  * No lock: one caller at a time for one target.
  */
+#include <unistd.h>
+
 #include <cstdio>
 #include <cstring>
 
@@ -133,7 +135,7 @@ apps_err_e_type frwk_dbrm_backup(const char *path) {
     GrowingBackup growing(path);
     const apps_err_e_type ret = frwk_dbrm_backup(&growing);
     if (ret != E_APPS_ERR_SUCCESS && os_file_exist(path)) {
-        (void)std::remove(path);
+        (void)::unlink(path); /* never a folder, which is no backup */
     }
     return ret;
 }

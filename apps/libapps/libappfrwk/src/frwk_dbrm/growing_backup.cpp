@@ -1,6 +1,7 @@
 #include "frwk_dbrm/growing_backup.h"
 
 #include <fcntl.h>
+#include <libgen.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -17,6 +18,16 @@ constexpr char kSuffix[] = ".unfinished";
 bool can_be_written(const char *path) {
     const UniqueFd present(::open(path, O_RDWR | O_CLOEXEC | O_NONBLOCK));
     return present || errno == ENOENT;
+}
+
+/* Makes a file's name outlast a power cut, where the file system can. */
+void sync_folder_of(const char *path) {
+    char folder[PATH_MAX];
+    (void)std::snprintf(folder, sizeof(folder), "%s", path);
+    const UniqueFd fd(::open(::dirname(folder), O_RDONLY | O_CLOEXEC | O_DIRECTORY));
+    if (fd) {
+        (void)::fsync(fd.get());
+    }
 }
 
 }  // namespace
@@ -50,5 +61,8 @@ UniqueFile GrowingBackup::create() const {
 
 bool GrowingBackup::take_place() {
     in_place_ = std::rename(path_, target_) == 0;
+    if (in_place_) {
+        sync_folder_of(target_);
+    }
     return in_place_;
 }

@@ -22,7 +22,7 @@ class GrowingBackup {
     /* Creates the file, to write to. Nothing, with errno set, where the target could not be written to. */
     UniqueFile create() const;
 
-    /* Gives it the target's name. False, with errno set, when that fails. */
+    /* Gives it the target's name, on the disk as well. False, with errno set, when that fails. */
     bool take_place();
 
     const char *path() const { return path_; }
