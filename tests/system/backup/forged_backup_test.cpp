@@ -152,6 +152,15 @@ TEST_F(ForgedBackup, AnEmptyFileIsRefused) {
     expect_nothing_asked_or_changed(10);
 }
 
+TEST_F(ForgedBackup, AMissingFileAndAFolderAreRefused) {
+    make_backup(10);
+    EXPECT_EQ(E_APPS_ERR_INTERNAL, frwk_dbrm_restore(kUpload.c_str()));
+    std::filesystem::create_directory(kUpload);
+    EXPECT_EQ(E_APPS_ERR_INTERNAL, frwk_dbrm_restore(kUpload.c_str()));
+    EXPECT_TRUE(std::filesystem::is_directory(kUpload));
+    expect_nothing_asked_or_changed(10);
+}
+
 TEST_F(ForgedBackup, APlainBodyIsRefused) {
     make_backup(10);
     EXPECT_TRUE(refused(deciphered(kBackup)));

@@ -5,6 +5,7 @@
 
 #include <unistd.h>
 
+#include "frwk_dbrm/backup_format.h"
 #include "unit/frwk_dbrm/dbrm_fixture.h"
 
 namespace {
@@ -45,6 +46,17 @@ TEST_F(DeviceMagic, OfAnEmptyNameIs0) {
     uint32_t magic = 1;
     EXPECT_NE(0, frwk_dbrm_get_magic(&magic));
     EXPECT_EQ(0u, magic);
+}
+
+TEST_F(DeviceMagic, TakesANameOf63CharactersAndNoLongerOne) {
+    store("device_product_name", std::string(63, 'n'));
+    uint32_t magic = 1;
+    EXPECT_NE(0, frwk_dbrm_get_magic(&magic));
+    EXPECT_EQ(backup_format::magic_of(std::string(63, 'n')), magic);
+
+    store("device_product_name", std::string(64, 'n'));
+    EXPECT_EQ(0, frwk_dbrm_get_magic(&magic));
+    expect_warning("frwk_dbrm_get_magic", "zndb get product name failed!");
 }
 
 TEST_F(DeviceMagic, IsLeftAloneWithoutAName) {

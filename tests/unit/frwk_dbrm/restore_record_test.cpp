@@ -77,6 +77,13 @@ TEST_F(RestoreFile, WritesEveryByte) {
     }
 }
 
+TEST_F(RestoreFile, BringsBackAFileOfTheLongestName) {
+    const std::string folder = "/m_data/usr/" + std::string(60, 'd') + "/";
+    const std::string name = folder + std::string(127 - folder.size(), 'f');
+    EXPECT_EQ(E_APPS_ERR_SUCCESS, restore_file(name, "data"));
+    EXPECT_EQ("data", file_text(name));
+}
+
 TEST_F(RestoreFile, NotesWhatItBringsBack) {
     EXPECT_EQ(E_APPS_ERR_SUCCESS, restore_file(kTarget, "data"));
     expect_note("frwk_dbrm_restore_file", std::string("restore file '") + kTarget + "' coming...");
