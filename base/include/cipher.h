@@ -44,8 +44,8 @@ void *zn_decrypt_data(const char *text, uint32_t length, uint32_t *count);
  *
  * At every moment, a power cut or a kill included, the file is the old or the new one as a whole: the new one
  * is written beside it as "cipher.unfinished.XXXXXX", readable by its owner only, and takes its place when it
- * is on the disk. So the folder must be writable and have room for both. It takes a quarter of a megabyte of
- * memory whatever the size. Owner and access rights are kept; where the caller may not give the file to its
+ * is on the disk. So the folder must be writable and have room for both. It takes little more than 128 KiB of
+ * memory, whatever the size. Owner and access rights are kept; where the caller may not give the file to its
  * owner, it becomes the caller's alone. Other hard links to the file keep the old content.
  *
  * path: of a regular file, or a symbolic link to one, which stays a link; null gives 0. Nobody else may write

@@ -21,7 +21,8 @@ extern "C" {
 /*
  * Writes a backup. It grows in a file beside its target, PATH.unfinished, and takes the target's name when it
  * is whole: after a crash there is never a part of one under that name, and the next call to the same target
- * clears up. Changes of the configuration that are not saved yet (zndb_save) are not in it.
+ * clears up. When the call has succeeded the backup outlasts a power cut. Changes of the configuration that
+ * are not saved yet (zndb_save) are not in it.
  *
  * path: where to; what was there is replaced, by a file that only its owner can read. Null gives
  * E_APPS_ERR_PARAM.
@@ -41,8 +42,11 @@ apps_err_e_type frwk_dbrm_backup(const char *path);
  * Until the backup has been deciphered and checked nothing on the device changes. From then on there is no
  * way back: after a failure the configuration is empty, or has the records applied so far.
  *
- * path: the backup, which is consumed: deciphered in place and removed once records are applied. A file that
- * was refused stays, as it came where it could not be deciphered. Null gives E_APPS_ERR_PARAM.
+ * path: the backup, which is consumed: deciphered in place, and removed as soon as records have been looked
+ * at, whatever came of them. A file that was refused before stays: as it came where it could not be
+ * deciphered, otherwise in the clear and no use for another restore, so that the caller does well to remove
+ * it and to keep the backup elsewhere. Null gives E_APPS_ERR_PARAM.
+ *
  * Returns E_APPS_ERR_SUCCESS, or
  *   E_APPS_ERR_INTERNAL  it can't be deciphered: altered, cut, extended, of a device with another key; or the
  *                        product's name or the digest is not to be had, or the database refuses to be emptied
