@@ -62,10 +62,11 @@ ExitCode refused(const std::string &what, apps_err_e_type code) {
     return complain(ExitCode::kRefused, what + " failed: " + code_text(code));
 }
 
-/* Why a restore failed decides what is left of the configuration. */
-const char *restore_hint(apps_err_e_type code) {
-    return code == E_APPS_ERR_INTERNAL || code == E_APPS_ERR_FORMAT
-               ? "; it is damaged, or of another kind of device"
+/* A backup that is gone was begun to be applied: what is left of the configuration is uncertain. */
+const char *restore_hint(const std::string &copy, apps_err_e_type code) {
+    const bool refused = code == E_APPS_ERR_INTERNAL || code == E_APPS_ERR_FORMAT;
+    return refused && ::access(copy.c_str(), F_OK) == 0
+               ? "; it is damaged, or of another kind of device, or the database failed"
                : "; the configuration may be incomplete";
 }
 
@@ -120,8 +121,8 @@ ExitCode restore(const ZndbOptions &options) {
     }
     const apps_err_e_type ret = frwk_dbrm_restore(copy.path().c_str());
     if (ret != E_APPS_ERR_SUCCESS) {
-        return complain(ExitCode::kRefused,
-                        "restore of " + options.file + " failed: " + code_text(ret) + restore_hint(ret));
+        return complain(ExitCode::kRefused, "restore of " + options.file + " failed: " + code_text(ret) +
+                                                restore_hint(copy.path(), ret));
     }
     return ExitCode::kDone;
 }

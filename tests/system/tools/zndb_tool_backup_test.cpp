@@ -6,6 +6,8 @@
 #include <filesystem>
 #include <string>
 
+#include "cipher.h"
+#include "support/backup_bytes.h"
 #include "support/child_process.h"
 #include "support/wait_until.h"
 #include "system/tools/tool_checks.h"
@@ -19,6 +21,7 @@ const ToolChecks kTool("zndb_tool");
 const std::string kFolder = "/m_data/usr/exchange";
 const std::string kBackup = kFolder + "/router.bak";
 constexpr size_t kLarge = size_t{32} << 20; /* takes a while to encipher */
+constexpr uint32_t kMagic = 0x3A54D70D;     /* of the product QR-100 */
 const std::string kDatabase = "/m_data/usr/dbm/database.db";
 
 class ZndbToolBackup : public ZndbTest {
@@ -117,9 +120,21 @@ TEST_F(ZndbToolBackup, ABackupOfAnotherKindOfDeviceChangesNothing) {
     change_key();
     kTool.expect_failure(1,
                          "restore of " + kBackup +
-                             " failed: 21 E_APPS_ERR_INTERNAL; it is damaged, or of another kind of device",
+                             " failed: 21 E_APPS_ERR_INTERNAL; it is damaged, or of another kind of device, "
+                             "or the database failed",
                          {"restore", kBackup});
     EXPECT_EQ("kept", plain("ssid"));
+    EXPECT_FALSE(copies_are_left());
+}
+
+TEST_F(ZndbToolBackup, ABackupThatIsWrongInsideMayHaveChangedSomething) {
+    const std::string body = backup_bytes::record(3, kDatabase, "of no known type");
+    ASSERT_TRUE(write_text(kBackup, backup_bytes::packed(body, kMagic)));
+    ASSERT_EQ(1, zn_encrypt_file_ex(kBackup.c_str()));
+    kTool.expect_failure(
+        1, "restore of " + kBackup + " failed: 4 E_APPS_ERR_FORMAT; the configuration may be incomplete",
+        {"restore", kBackup});
+    EXPECT_EQ("ret 3", plain("ssid"));
     EXPECT_FALSE(copies_are_left());
 }
 
