@@ -26,6 +26,9 @@ namespace {
 constexpr uint64_t kPatienceMs = 1000;
 constexpr uint32_t kPauseMs = 1;
 
+/* A process that was becoming another program at the first look is one or the other at the next. */
+constexpr int kLooksWithoutAny = 2;
+
 constexpr size_t kMarkSize = 96;
 
 /* The calling thread's scope. */
@@ -62,12 +65,40 @@ bool file_has(int fd, const char *text) {
     return false;
 }
 
+constexpr size_t kEntrySize = 40;
+
+void entry_path(pid_t pid, const char *entry, char (&path)[kEntrySize]) {
+    (void)snprintf(path, sizeof(path), "/proc/%ld/%s", static_cast<long>(pid), entry);
+}
+
+OwnedFd open_entry(pid_t pid, const char *entry) {
+    char path[kEntrySize];
+    entry_path(pid, entry, path);
+    return OwnedFd(open(path, O_RDONLY | O_CLOEXEC));
+}
+
 /* A process that has ended shows an empty environment, even before it is reaped. */
 bool carries_mark(pid_t pid) {
-    char path[32];
-    (void)snprintf(path, sizeof(path), "/proc/%ld/environ", static_cast<long>(pid));
-    const OwnedFd environment(open(path, O_RDONLY | O_CLOEXEC));
+    const OwnedFd environment = open_entry(pid, "environ");
     return environment && file_has(environment.get(), g_scope.mark);
+}
+
+/* Whether there is a program behind a process: not once it has ended, and not for the kernel's own. */
+bool runs_program(pid_t pid) {
+    char path[kEntrySize];
+    char first = '\0';
+    entry_path(pid, "exe", path);
+    return readlink(path, &first, sizeof(first)) > 0;
+}
+
+/*
+ * Whether a process is about to become another program: for a moment it shows neither its arguments nor its
+ * environment then, so nobody can tell whether it carries the mark.
+ */
+bool is_between_programs(pid_t pid) {
+    char first = '\0';
+    const OwnedFd arguments = open_entry(pid, "cmdline");
+    return arguments && read(arguments.get(), &first, sizeof(first)) == 0 && runs_program(pid);
 }
 
 /* The process that an entry of /proc stands for, or 0. */
@@ -81,7 +112,7 @@ struct CloseFolder {
     void operator()(DIR *folder) const { closedir(folder); }
 };
 
-/* Returns whether there was any. */
+/* Looks at every process once. Returns whether one was marked, or could not tell. */
 bool kill_marked() {
     const std::unique_ptr<DIR, CloseFolder> processes(opendir("/proc"));
     bool found = false;
@@ -90,9 +121,28 @@ bool kill_marked() {
         if (pid > 0 && carries_mark(pid)) {
             (void)kill(pid, SIGKILL);
             found = true;
+        } else if (pid > 0 && is_between_programs(pid)) {
+            found = true;
         }
     }
     return found;
+}
+
+/* Looks until there is none any more. Returns false when there still is one after all patience. */
+bool end_marked() {
+    os_simple_timer timer;
+    os_simple_timer_start(&timer, kPatienceMs);
+    int without_any = 0;
+    for (;;) {
+        without_any = kill_marked() ? 0 : without_any + 1;
+        if (without_any >= kLooksWithoutAny) {
+            return true;
+        }
+        if (os_simple_timer_timeout(&timer) != 0) {
+            return false;
+        }
+        os_msleep(kPauseMs);
+    }
 }
 
 }  // namespace
@@ -121,13 +171,7 @@ void os_command_scope_open(void) {
 }
 
 int32_t os_command_scope_close(void) {
-    os_simple_timer timer;
-    os_simple_timer_start(&timer, kPatienceMs);
-    bool found = g_scope.used && kill_marked();
-    while (found && os_simple_timer_timeout(&timer) == 0) {
-        os_msleep(kPauseMs);
-        found = kill_marked();
-    }
+    const bool none_left = !g_scope.used || end_marked();
     g_scope = Scope{};
-    return found ? -1 : 0;
+    return none_left ? 0 : -1;
 }

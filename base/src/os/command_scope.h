@@ -1,8 +1,8 @@
 /*
  * The mark that a thread's commands carry between os_command_scope_open and os_command_scope_close.
  *
- * It is a variable of their environment, the one thing that a process hands on to whatever it starts and
- * that no daemon sheds: process group, session, parent and open files all change on the way.
+ * It is a variable of their environment, which a process hands on to whatever it starts. A daemon changes its
+ * process group, session, parent and open files on the way, but has no reason to clear its environment.
  */
 #pragma once
 

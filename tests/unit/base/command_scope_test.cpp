@@ -4,8 +4,10 @@
 #include <unistd.h>
 
 #include <cstdlib>
+#include <filesystem>
 #include <string>
 #include <thread>
+#include <vector>
 
 #include "doubles/faults_test_fixture.h"
 #include "doubles/libc_doubles.h"
@@ -29,6 +31,21 @@ class CommandScope : public FaultsTest {
         EXPECT_FALSE(has_ended(pid)) << command;
         unlink(file.c_str());
         return pid;
+    }
+
+    /* For so many times a process shows nothing of these, as it does while it becomes another program. */
+    static void hide(pid_t pid, const std::vector<std::string> &entries, unsigned times) {
+        doubles::libc::read.stand_in(
+            [pid, entries, times, hidden = 0u](int fd, void *bytes, size_t size) mutable -> ssize_t {
+                const std::string path = std::filesystem::read_symlink("/proc/self/fd/" + std::to_string(fd));
+                for (const std::string &entry : entries) {
+                    if (hidden < times && path == "/proc/" + std::to_string(pid) + "/" + entry) {
+                        ++hidden;
+                        return 0;
+                    }
+                }
+                return doubles::libc::read.real(fd, bytes, size);
+            });
     }
 
     const TempFolder folder_;
@@ -75,6 +92,22 @@ TEST_F(CommandScope, FindsItsMarkInALargeEnvironment) {
     os_command_scope_open();
     const pid_t left = leave("sleep 1000 & echo $! >$PID");
     unsetenv("QUOR_TEST_PADDING");
+    EXPECT_EQ(0, os_command_scope_close());
+    EXPECT_TRUE(has_ended(left));
+}
+
+TEST_F(CommandScope, EndsAProcessThatWasBecomingAnotherProgramAtTheFirstLook) {
+    os_command_scope_open();
+    const pid_t left = leave("sleep 1000 & echo $! >$PID");
+    hide(left, {"environ"}, 1);
+    EXPECT_EQ(0, os_command_scope_close());
+    EXPECT_TRUE(has_ended(left));
+}
+
+TEST_F(CommandScope, EndsAProcessThatBecomesAnotherProgramSlowly) {
+    os_command_scope_open();
+    const pid_t left = leave("sleep 1000 & echo $! >$PID");
+    hide(left, {"environ", "cmdline"}, 20);
     EXPECT_EQ(0, os_command_scope_close());
     EXPECT_TRUE(has_ended(left));
 }
