@@ -71,6 +71,8 @@ TEST_F(CpuTools, AToolThatDiesInItsLineFillsWhatItPrinted) {
 }
 
 TEST_F(CpuTools, AToolOfAnotherLanguageLeavesTheState) {
+    tools_.put_script("top", "echo 'Prozessor:  3% usr  1% sys  0% nic 95% idle'");
+    EXPECT_EQ(kUntouched, ask({"top"}));
     tools_.put_script("mpstat", "echo 'Durchschn.:  all    0,00   90,00    7,50    1,50    1,00'");
     EXPECT_EQ(kUntouched, ask({"mpstat"}));
 }
