@@ -68,7 +68,7 @@ extern "C" int32_t frwk_ipc_send_sync(uint32_t module, int32_t msgid, const void
         *result = seen.result;
     }
     if (rsp != nullptr && seen.result == 0) {
-        std::memcpy(rsp, seen.value.c_str(), seen.value.size() + 1);
+        std::memcpy(rsp, seen.value.c_str(), std::min<size_t>(seen.value.size() + 1, rsp_size));
     }
     return 0;
 }
@@ -193,6 +193,17 @@ TEST_F(ZndbRequest, GetLeavesTheSizeToTheDatabase) {
     EXPECT_EQ(5, zndb_get("k", &value, 0));
     EXPECT_EQ(1, g_transport.requests);
     EXPECT_EQ(0u, g_transport.answer_size);
+}
+
+TEST_F(ZndbRequest, GetEndsAnAnswerThatLacksItsNul) {
+    char value[8];
+    g_transport.value = "12345678";
+    EXPECT_EQ(0, zndb_get("k", value, sizeof(value)));
+    EXPECT_STREQ("1234567", value);
+
+    char alone = 'x';
+    EXPECT_EQ(0, zndb_get("k", &alone, 0));
+    EXPECT_EQ('x', alone);
 }
 
 TEST_F(ZndbRequest, DelSendsTheKeyWithItsNul) {

@@ -104,6 +104,9 @@ int zndb_get_value(apps_message_id_e_type msg, const char *key, char *buf, uint3
         FRWK_WARN("'%s' VALUE len >= %d error!", key, static_cast<int>(size));
         return E_ZNDB_RET_VALUE_LEN;
     }
+    if (result == E_APPS_ERR_SUCCESS && size > 0) {
+        buf[size - 1] = '\0'; /* callers take it for a text, whoever answered in the database's name */
+    }
     return outcome_for_key(__func__, key, result);
 }
 
