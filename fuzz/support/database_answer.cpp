@@ -13,6 +13,7 @@ namespace {
 
 std::string g_answer;
 std::function<void(std::string_view, std::string_view)> g_seen;
+size_t g_changes = 0;
 
 /* A field as a text, which has to end within it. */
 std::string_view field(const char *bytes, size_t size) {
@@ -29,6 +30,11 @@ void take_set(const void *body, uint32_t size) {
     }
 }
 
+bool is_get(apps_message_id_e_type msgid) {
+    return msgid == E_APPS_MSG_ZNDB_GET || msgid == E_APPS_MSG_ZNDB_GET_PERM ||
+           msgid == E_APPS_MSG_ZNDB_GET_DEF;
+}
+
 }  // namespace
 
 void answer_gets_with(std::string_view bytes) {
@@ -39,10 +45,15 @@ void on_set(std::function<void(std::string_view, std::string_view)> seen) {
     g_seen = std::move(seen);
 }
 
+size_t database_changes() {
+    return g_changes;
+}
+
 extern "C" apps_err_e_type __wrap_frwk_ipc_send_sync(uint32_t module, apps_message_id_e_type msgid,
                                                      const void *req, uint32_t req_len, void *rsp,
                                                      uint32_t rsp_size, uint32_t, int32_t *result) {
     FUZZ_CHECK(module == E_APPS_MODULE_ZNDB);
+    g_changes += is_get(msgid) ? 0 : 1;
     if (msgid == E_APPS_MSG_ZNDB_SET || msgid == E_APPS_MSG_ZNDB_SET_PERM) {
         take_set(req, req_len);
     }

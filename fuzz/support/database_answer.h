@@ -3,6 +3,7 @@
  */
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <string>
@@ -13,3 +14,6 @@ void answer_gets_with(std::string_view bytes);
 
 /* Called with every key and value that is set, as the client sent them. */
 void on_set(std::function<void(std::string_view key, std::string_view value)> seen);
+
+/* How many requests so far would have changed the database. */
+size_t database_changes();

@@ -1,0 +1,190 @@
+/*
+ * Whatever a backup holds: forged ones, sealed ones with any records, and those that the device wrote itself.
+ *
+ * The input is a byte that chooses (see Kind), and all bytes of the file, the records in front of the
+ * trailer, or the files to back up with a NUL behind each. Every one is enciphered with the device's key,
+ * since nothing else gets past the cipher. No record leaves its folder of the private device tree.
+ */
+#include <cerrno>
+#include <map>
+#include <vector>
+
+#include "cipher.h"
+#include "frwk_dbrm.h"
+#include "frwk_dbrm/backup_format.h"
+#include "frwk_dbrm/backup_trailer.h"
+#include "internal/frwk_paths.h"
+#include "support/database_answer.h"
+#include "support/fuzz_files.h"
+#include "support/fuzz_input.h"
+#include "support/shell_words.h"
+
+namespace {
+
+constexpr char kRoot[] = "/m_data/usr/";
+constexpr char kBackup[] = "/m_data/usr/backup.bin";
+
+/* Both the product's name and the word that asks for the web accounts. */
+constexpr char kDatabaseSays[] = "true";
+
+constexpr const char *kSources[] = {paths::kUserData, paths::kWebAccounts, paths::kWebKeys,
+                                    paths::kDataManager};
+
+enum class Kind {
+    kForged,  /* the input is the whole file */
+    kSealed,  /* the input is the records; the trailer is right */
+    kWritten, /* the input is what is backed up */
+    kCount
+};
+
+bool is_confined(const char *path) {
+    return std::strncmp(path, kRoot, std::strlen(kRoot)) == 0 && std::strstr(path, "..") == nullptr;
+}
+
+std::string normal(const std::string &path) {
+    return std::filesystem::path(path).lexically_normal();
+}
+
+bool is_result(apps_err_e_type ret) {
+    constexpr apps_err_e_type kResults[] = {E_APPS_ERR_SUCCESS, E_APPS_ERR_INTERNAL, E_APPS_ERR_FORMAT,
+                                            E_APPS_ERR_IO,      E_APPS_ERR_READ,     E_APPS_ERR_WRITE,
+                                            E_APPS_ERR_MALLOC,  E_APPS_ERR_PROCESS};
+    return std::find(std::begin(kResults), std::end(kResults), ret) != std::end(kResults);
+}
+
+/* What the files are that records bring back, the last one of a path counting. */
+std::map<std::string, std::string> files_of(std::string_view records) {
+    std::map<std::string, std::string> files;
+    while (records.size() >= backup_format::kRecordHeaderSize) {
+        backup_format::RecordHeaderBytes bytes;
+        std::memcpy(bytes.data(), records.data(), bytes.size());
+        backup_format::RecordHeader header = backup_format::record_header_from(bytes);
+        FUZZ_CHECK(backup_format::to_bytes(header) == bytes);
+        FUZZ_CHECK(backup_format::terminate_name(&header));
+        records.remove_prefix(bytes.size());
+        FUZZ_CHECK(header.length <= records.size());
+        if (header.type == FRWK_DBRM_DATA_FILE) {
+            files[normal(header.name)] = records.substr(0, header.length);
+        }
+        records.remove_prefix(header.length);
+    }
+    FUZZ_CHECK(records.empty());
+    return files;
+}
+
+void check_files(const std::map<std::string, std::string> &files) {
+    for (const auto &[path, content] : files) {
+        if (!content.empty() && path != kBackup) {
+            FUZZ_CHECK(content_of(path.c_str()) == content);
+        }
+    }
+}
+
+apps_err_e_type restore() {
+    FUZZ_CHECK(zn_encrypt_file_ex(kBackup) == 1);
+    const size_t changes = database_changes();
+    const apps_err_e_type ret = frwk_dbrm_restore(kBackup);
+    FUZZ_CHECK(is_result(ret));
+    FUZZ_CHECK(ret != E_APPS_ERR_SUCCESS || !std::filesystem::exists(kBackup));
+    FUZZ_CHECK(ret != E_APPS_ERR_SUCCESS || database_changes() > changes);
+    return ret;
+}
+
+/* Nothing changes unless the trailer is this product's and counts the bytes. */
+void check_forged(std::string_view bytes) {
+    put_file(kBackup, bytes);
+    const size_t changes = database_changes();
+    (void)restore();
+    if (database_changes() == changes) {
+        FUZZ_CHECK(std::filesystem::exists(kBackup));
+        return;
+    }
+    FUZZ_CHECK(bytes.size() >= backup_format::kTrailerSize);
+    backup_format::TrailerBytes trailer_bytes;
+    bytes.copy(reinterpret_cast<char *>(trailer_bytes.data()), trailer_bytes.size(),
+               bytes.size() - trailer_bytes.size());
+    const backup_format::Trailer trailer = backup_format::trailer_from(trailer_bytes);
+    FUZZ_CHECK(backup_format::to_bytes(trailer) == trailer_bytes);
+    FUZZ_CHECK(trailer.magic == backup_format::magic_of(kDatabaseSays));
+    FUZZ_CHECK(trailer.body_length == bytes.size() - trailer_bytes.size());
+}
+
+/* A sealed backup is walked; when every record was brought back, the files hold what the records do. */
+void check_sealed(std::string_view records) {
+    put_file(kBackup, records);
+    FUZZ_CHECK(frwk_dbrm_pack(kBackup) == E_APPS_ERR_SUCCESS);
+    if (restore() == E_APPS_ERR_SUCCESS) {
+        check_files(files_of(records));
+    }
+}
+
+/* What was backed up comes back, unless the database refuses a line of its own file. */
+void check_written(FuzzInput *input) {
+    std::map<std::string, std::string> files;
+    for (const char *source : kSources) {
+        const std::string_view content = input->text();
+        FUZZ_CHECK(make_folder(std::filesystem::path(source).parent_path().c_str()));
+        put_file(source, content);
+        if (source != paths::kUserData) {
+            files[source] = content;
+        }
+    }
+    FUZZ_CHECK(frwk_dbrm_backup(kBackup) == E_APPS_ERR_SUCCESS);
+    for (const char *source : kSources) {
+        put_file(source, "overwritten since");
+    }
+
+    const apps_err_e_type ret = frwk_dbrm_restore(kBackup);
+    FUZZ_CHECK(ret == E_APPS_ERR_SUCCESS || ret == E_APPS_ERR_PROCESS);
+    if (ret == E_APPS_ERR_SUCCESS) {
+        check_files(files);
+    }
+}
+
+}  // namespace
+
+extern "C" std::FILE *__real_fopen64(const char *path, const char *mode);
+
+extern "C" std::FILE *__wrap_fopen64(const char *path, const char *mode) {
+    if (!is_confined(path)) {
+        errno = EACCES;
+        return nullptr;
+    }
+    return __real_fopen64(path, mode);
+}
+
+extern "C" int __real_remove(const char *path);
+
+extern "C" int __wrap_remove(const char *path) {
+    return is_confined(path) ? __real_remove(path) : 0;
+}
+
+/* Makes the folder that a record asks for; nothing else is ever run. */
+extern "C" int32_t __wrap_os_system(const char *command) {
+    const std::vector<std::string> words = shell_words(command);
+    FUZZ_CHECK(words.size() == 3 && words[0] == "mkdir" && words[1] == "-p");
+    if (is_confined((words[2] + "/").c_str())) {
+        (void)make_folder(words[2].c_str());
+    }
+    return 0;
+}
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
+    std::error_code ignored;
+    std::filesystem::remove_all("/m_data/usr", ignored);
+    FUZZ_CHECK(make_folder(kRoot) && make_folder("/m_data/usr_permanent"));
+    answer_gets_with(kDatabaseSays);
+    FuzzInput input(data, size);
+    switch (static_cast<Kind>(input.byte() % static_cast<int>(Kind::kCount))) {
+        case Kind::kForged:
+            check_forged(input.rest());
+            break;
+        case Kind::kSealed:
+            check_sealed(input.rest());
+            break;
+        default:
+            check_written(&input);
+            break;
+    }
+    return 0;
+}
