@@ -6,6 +6,7 @@
 #include "json_output.h"
 #include "load_run.h"
 #include "progress_bar.h"
+#include "quantity_text.h"
 #include "table_names.h"
 #include "text_table.h"
 #include "user_signals.h"
@@ -29,12 +30,6 @@ double per_second(const LoadResult &result) {
 std::string rounded(double number) {
     char text[32];
     (void)std::snprintf(text, sizeof(text), "%.1f", number);
-    return text;
-}
-
-std::string milliseconds(double microseconds) {
-    char text[32];
-    (void)std::snprintf(text, sizeof(text), "%.3f ms", microseconds / 1000);
     return text;
 }
 
@@ -69,13 +64,13 @@ void print_table(const LoadResult &result) {
     add_codes(table, "lost", result.lost);
     table.add({"seconds", rounded(result.seconds)});
     table.add({"answers a second", rounded(per_second(result))});
-    table.add({"fastest", milliseconds(static_cast<double>(result.latencies.lowest()))});
-    table.add({"mean", milliseconds(result.latencies.mean())});
+    table.add({"fastest", milliseconds_text(static_cast<double>(result.latencies.lowest()))});
+    table.add({"mean", milliseconds_text(result.latencies.mean())});
     for (const Percentile &percentile : kPercentiles) {
         const uint64_t time = result.latencies.percentile(percentile.percent);
-        table.add({percentile.name, milliseconds(static_cast<double>(time))});
+        table.add({percentile.name, milliseconds_text(static_cast<double>(time))});
     }
-    table.add({"slowest", milliseconds(static_cast<double>(result.latencies.highest()))});
+    table.add({"slowest", milliseconds_text(static_cast<double>(result.latencies.highest()))});
     table.print();
 }
 

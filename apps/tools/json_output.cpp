@@ -38,6 +38,10 @@ Json json_number(int64_t number) {
     return Json(json_object_new_int64(number));
 }
 
+Json json_truth(bool value) {
+    return Json(json_object_new_boolean(value ? 1 : 0));
+}
+
 Json json_text(const std::string &text) {
     const std::string clean = as_utf8(text);
     return Json(json_object_new_string_len(clean.data(), static_cast<int>(clean.size())));

@@ -16,6 +16,7 @@ using Json = std::unique_ptr<json_object, JsonRelease>;
 Json json_members();
 Json json_items();
 Json json_number(int64_t number);
+Json json_truth(bool value);
 
 /* A text; bytes that are no UTF-8 become U+FFFD. */
 Json json_text(const std::string &text);

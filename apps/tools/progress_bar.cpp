@@ -12,6 +12,11 @@ constexpr char kWipe[] = "\r\033[K";
 
 }  // namespace
 
+std::string bar_text(double share, size_t width) {
+    const auto filled = static_cast<size_t>(std::clamp(share, 0.0, 1.0) * static_cast<double>(width));
+    return std::string(filled, '#') + std::string(width - filled, ' ');
+}
+
 std::string progress_line(double done, const std::string &note, size_t columns) {
     const double share = std::clamp(done, 0.0, 1.0);
     char percent[8];
@@ -21,10 +26,7 @@ std::string progress_line(double done, const std::string &note, size_t columns) 
     if (columns <= taken) {
         return text.substr(0, columns);
     }
-    std::string bar(std::min(columns - taken, kWidestBar), ' ');
-    const auto filled = static_cast<size_t>(share * static_cast<double>(bar.size()));
-    bar.replace(0, filled, filled, '#');
-    return "[" + bar + "] " + text;
+    return "[" + bar_text(share, std::min(columns - taken, kWidestBar)) + "] " + text;
 }
 
 ProgressBar::ProgressBar() : visible_(is_terminal(Stream::kError)) {}

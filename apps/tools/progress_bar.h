@@ -6,6 +6,9 @@
 #include <cstddef>
 #include <string>
 
+/* A bar of so many characters, filled with '#' up to its share. share: from 0 to 1. */
+std::string bar_text(double share, size_t width);
+
 /* A bar and a note in one line of so many columns. done: from 0 to 1. */
 std::string progress_line(double done, const std::string &note, size_t columns);
 

@@ -12,6 +12,8 @@ namespace {
 
 constexpr size_t kPlainColumns = 80;
 constexpr size_t kFewestColumns = 20;
+constexpr size_t kPlainRows = 24;
+constexpr size_t kFewestRows = 5;
 
 int descriptor_of(Stream stream) {
     return stream == Stream::kOutput ? STDOUT_FILENO : STDERR_FILENO;
@@ -19,9 +21,19 @@ int descriptor_of(Stream stream) {
 
 bool takes_colours(Stream stream) {
     const char *wish = std::getenv("NO_COLOR");
-    const char *kind = std::getenv("TERM");
     const bool refused = wish != nullptr && *wish != '\0';
-    return is_terminal(stream) && !refused && kind != nullptr && std::string_view(kind) != "dumb";
+    return is_screen(stream) && !refused;
+}
+
+/* All zeros when the stream is no terminal. */
+winsize size_of(Stream stream) {
+    winsize size = {};
+    return ::ioctl(descriptor_of(stream), TIOCGWINSZ, &size) == 0 ? size : winsize{};
+}
+
+/* A terminal may not know its size. */
+size_t known(unsigned short length, size_t fewest, size_t otherwise) {
+    return length == 0 ? otherwise : std::max<size_t>(length, fewest);
 }
 
 const char *sequence_of(Style style) {
@@ -57,12 +69,17 @@ bool is_terminal(Stream stream) {
     return ::isatty(descriptor_of(stream)) == 1;
 }
 
+bool is_screen(Stream stream) {
+    const char *kind = std::getenv("TERM");
+    return is_terminal(stream) && kind != nullptr && std::string_view(kind) != "dumb";
+}
+
 size_t columns_of(Stream stream) {
-    winsize size = {};
-    if (::ioctl(descriptor_of(stream), TIOCGWINSZ, &size) != 0 || size.ws_col == 0) {
-        return kPlainColumns;
-    }
-    return std::max<size_t>(size.ws_col, kFewestColumns);
+    return known(size_of(stream).ws_col, kFewestColumns, kPlainColumns);
+}
+
+size_t rows_of(Stream stream) {
+    return known(size_of(stream).ws_row, kFewestRows, kPlainRows);
 }
 
 std::string styled(Stream stream, Style style, const std::string &text) {

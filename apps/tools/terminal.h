@@ -20,8 +20,14 @@ enum class Style {
 
 bool is_terminal(Stream stream);
 
+/* Whether it is a terminal that can be drawn on. */
+bool is_screen(Stream stream);
+
 /* Characters that a line may have: the terminal's, or 80. Never below 20. */
 size_t columns_of(Stream stream);
+
+/* Lines that fit: the terminal's, or 24. Never below 5. */
+size_t rows_of(Stream stream);
 
 /* The text with a style around it, on a terminal that takes colours and unless NO_COLOR is set. */
 std::string styled(Stream stream, Style style, const std::string &text);

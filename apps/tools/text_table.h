@@ -1,6 +1,6 @@
 /*
- * A table of texts with a header line, for people. On a terminal the widest columns give way until a row fits
- * its width; elsewhere nothing is cut. Pure but for print.
+ * A table of texts with a header line, for people. On a terminal columns are left out, and then the widest
+ * give way, until a row fits its width; elsewhere nothing is cut. Pure but for print.
  */
 #pragma once
 
@@ -10,7 +10,8 @@
 
 class TextTable {
   public:
-    explicit TextTable(std::vector<std::string> header);
+    /* spare: numbers of the columns that are left out where there is no room, the first one first. */
+    explicit TextTable(std::vector<std::string> header, std::vector<size_t> spare = {});
 
     /* cells: one for each column of the header. */
     void add(std::vector<std::string> cells);
@@ -22,7 +23,6 @@ class TextTable {
     void print() const;
 
   private:
-    std::vector<size_t> widths(size_t columns) const;
-
     std::vector<std::vector<std::string>> rows_;
+    std::vector<size_t> spare_;
 };

@@ -103,6 +103,7 @@ ToolEnd run_on_terminal(const std::vector<std::string> &words, const TerminalOpt
     termios settings = {};
     EXPECT_EQ(0, ::tcgetattr(terminal, &settings));
     EXPECT_NE(0u, settings.c_lflag & ECHO) << "the terminal was left silent";
+    EXPECT_NE(0u, settings.c_lflag & ICANON) << "the terminal was left without lines";
     ::close(terminal);
     end.status = WIFSIGNALED(status) ? 128 + WTERMSIG(status) : WEXITSTATUS(status);
     return end;

@@ -28,5 +28,5 @@ struct TerminalOptions {
     std::string type_after; /* "" for at once */
 };
 
-/* Runs a tool on a terminal of its own. The terminal's echo must be on again at its end. */
+/* Runs a tool on a terminal of its own, which must echo and take lines again at its end. */
 ToolEnd run_on_terminal(const std::vector<std::string> &words, const TerminalOptions &options);

@@ -35,4 +35,14 @@ TEST(TextTable, LeavesFourCharactersOfAColumnHoweverNarrowTheTerminal) {
         modules().text(5));
 }
 
+TEST(TextTable, LeavesSpareColumnsOutBeforeItCuts) {
+    TextTable table({"ID", "NAME", "ALIAS", "STATE"}, {2, 0});
+    table.add({"5", "wlan", "WLAN", "running"});
+    EXPECT_EQ("ID  NAME  ALIAS  STATE\n5   wlan  WLAN   running\n", table.text(0));
+    EXPECT_EQ("ID  NAME  ALIAS  STATE\n5   wlan  WLAN   running\n", table.text(24));
+    EXPECT_EQ("ID  NAME  STATE\n5   wlan  running\n", table.text(23));
+    EXPECT_EQ("NAME  STATE\nwlan  running\n", table.text(16));
+    EXPECT_EQ("NAME  STA~\nwlan  run~\n", table.text(5));
+}
+
 }  // namespace

@@ -1,0 +1,22 @@
+/*
+ * Who listens to which event: the files in which modules subscribe, read as a publisher reads them.
+ */
+#pragma once
+
+#include <string>
+#include <vector>
+
+/* An event and the lines of its file. */
+struct EventListeners {
+    std::string event;
+    std::string folder;
+    bool used;                      /* the folder is the one that counts */
+    std::vector<std::string> names; /* in the order of subscription, of modules or not */
+    std::string problem;            /* why its file can't be read, or "" */
+};
+
+/* The names in the text of a subscription file. Pure. */
+std::vector<std::string> subscriber_names(const std::string &text);
+
+/* The events of both folders, each folder's in alphabetical order. */
+std::vector<EventListeners> read_event_listeners();

@@ -1,0 +1,34 @@
+/*
+ * A terminal that a tool draws on again and again. What it showed before comes back at the end.
+ */
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "terminal_mode.h"
+#include "user_signals.h"
+
+class LiveScreen {
+  public:
+    /* Takes the terminal. watch: made before, so that no signal ends the tool while it has it. */
+    explicit LiveScreen(const SignalWatch &watch);
+
+    /* Gives it back as it was. */
+    ~LiveScreen();
+
+    LiveScreen(const LiveScreen &) = delete;
+    LiveScreen &operator=(const LiveScreen &) = delete;
+
+    /* Draws lines without line ends; those that don't fit the terminal are left out. False when it is gone.
+     */
+    bool draw(const std::vector<std::string> &lines) const;
+
+    /* Waits for a key, a signal or the end of the time. Returns the key, or 0. */
+    char wait_for_key(int milliseconds);
+
+  private:
+    const SignalWatch &watch_;
+    const TerminalMode keys_;
+    bool has_keys_;
+};
