@@ -1,5 +1,6 @@
 #include "command_line_tool.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
@@ -119,6 +120,15 @@ int run_tool(const ToolWords &words, void (*declare)(CommandLineTool &tool), int
         (void)std::fprintf(stderr, "%s: %s\n", words.name, error.what());
     }
     return static_cast<int>(ExitCode::kRefused);
+}
+
+CLI::Validator one_of(const std::string &kind, std::vector<std::string> (*words)()) {
+    const auto check = [kind, words](const std::string &word) {
+        const std::vector<std::string> known = words();
+        const bool found = std::find(known.begin(), known.end(), word) != known.end();
+        return found ? "" : unknown_name(kind, word, known);
+    };
+    return CLI::Validator(check, "");
 }
 
 std::vector<std::string> command_names(const CLI::App &app) {

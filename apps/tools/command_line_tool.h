@@ -61,6 +61,9 @@ class CommandLineTool {
  */
 int run_tool(const ToolWords &words, void (*declare)(CommandLineTool &tool), int argc, char **argv) noexcept;
 
+/* The check of an option or argument that is one of some words; a wrong one gets the nearest right one. */
+CLI::Validator one_of(const std::string &kind, std::vector<std::string> (*words)());
+
 /* The names of an app's commands, and the names of its options ("--json"). */
 std::vector<std::string> command_names(const CLI::App &app);
 std::vector<std::string> option_names(const CLI::App &app);

@@ -4,6 +4,7 @@
 #include <iterator>
 
 #include "frwk_common.h"
+#include "module_words.h"
 #include "quantity_text.h"
 #include "text_table.h"
 
@@ -13,14 +14,6 @@ constexpr double kUnknown = -1;
 
 const char *yes_or_no(bool value) {
     return value ? "yes" : "no";
-}
-
-std::string joined(const std::vector<std::string> &words) {
-    std::string all;
-    for (const std::string &word : words) {
-        all += (all.empty() ? "" : " ") + word;
-    }
-    return all;
 }
 
 bool in_startup_list(const ModuleReport &report) {

@@ -6,27 +6,13 @@
 #include "complaint.h"
 #include "frwk_common.h"
 #include "module_report.h"
+#include "module_words.h"
+#include "pair_lines.h"
 #include "quantity_text.h"
 #include "table_names.h"
-#include "terminal.h"
 #include "text_table.h"
-#include "text_wrap.h"
 
 namespace {
-
-constexpr size_t kNameColumns = 18;
-
-/* Reads the names of modules; explains the first that is none. */
-ExitCode read_modules(const std::vector<std::string> &words, std::vector<uint32_t> *modules) {
-    for (const std::string &word : words) {
-        const Named named = find_module(word);
-        if (!named.problem.empty()) {
-            return complain(ExitCode::kUsage, named.problem);
-        }
-        modules->push_back(static_cast<uint32_t>(named.number));
-    }
-    return ExitCode::kDone;
-}
 
 /* Explains why a module did not answer, if it did not. */
 ExitCode report_missing(const VitalSigns &signs, const char *command, uint32_t module) {
@@ -43,12 +29,6 @@ void print_json_reports(const std::vector<ModuleReport> &reports) {
 
 // ---- status ----
 
-void print_pair(const std::string &name, const std::string &value) {
-    const size_t width = is_terminal(Stream::kOutput) ? columns_of(Stream::kOutput) : std::string::npos;
-    const std::string lines = wrapped_pair(name, value.empty() ? "-" : value, width, kNameColumns);
-    (void)std::fputs(lines.c_str(), stdout);
-}
-
 std::string memory_line(const ModuleReport &report) {
     if (!report.signs.memory) {
         return "";
@@ -60,7 +40,7 @@ std::string memory_line(const ModuleReport &report) {
 
 void print_status(const ModuleReport &report) {
     const ModuleFacts &facts = report.facts;
-    (void)std::printf("%s\n", styled(Stream::kOutput, Style::kStrong, facts.name).c_str());
+    print_title(facts.name);
     for (const char *column : {"id", "alias", "flags", "enabled", "startup", "state"}) {
         print_pair(column, cell_of(report, column));
     }

@@ -9,7 +9,6 @@
 #include "monitor_look.h"
 #include "monitor_options.h"
 #include "monitor_top.h"
-#include "near_name.h"
 #include "table_names.h"
 
 namespace {
@@ -28,15 +27,6 @@ CommandLineTool::Run run(Command command) {
         become_module(E_APPS_MODULE_MONITOR_TOOL);
         return command(g_options);
     };
-}
-
-std::string check_column(const std::string &name) {
-    for (const std::string &column : column_names()) {
-        if (name == column) {
-            return "";
-        }
-    }
-    return unknown_name("column", name, column_names());
 }
 
 void add_module(CLI::App &command) {
@@ -60,7 +50,7 @@ void add_json(CLI::App &command) {
 void add_order(CLI::App &command, const std::string &first) {
     command.add_option("--sort", g_options.sort, "The column to sort by (" + first + ")")
         ->type_name("COLUMN")
-        ->check(check_column);
+        ->check(one_of("column", column_names));
     command.add_flag("--reverse", g_options.reverse, "The other way round");
     command.add_flag("--running", g_options.running, "Leave out modules that don't run");
 }

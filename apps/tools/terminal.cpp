@@ -44,6 +44,8 @@ const char *sequence_of(Style style) {
             return "\033[2m";
         case Style::kAlert:
             return "\033[1;31m";
+        case Style::kWarning:
+            return "\033[33m";
         case Style::kGood:
             return "\033[32m";
         case Style::kPlain:

@@ -15,6 +15,7 @@ enum class Style {
     kStrong,
     kFaint,
     kAlert,
+    kWarning,
     kGood
 };
 

@@ -4,7 +4,6 @@
 #include "command_line_tool.h"
 #include "frwk_module.h"
 #include "module_identity.h"
-#include "near_name.h"
 #include "store_files.h"
 #include "typed_word.h"
 #include "zndb_backup_commands.h"
@@ -26,10 +25,6 @@ CommandLineTool::Run run(Command command) {
     };
 }
 
-std::string check_type(const std::string &name) {
-    return type_named(name) != 0 ? "" : unknown_name("type", name, type_names());
-}
-
 void add_store(CLI::App &command, bool with_defaults) {
     CLI::Option *perm =
         command.add_flag("--perm", g_options.perm, "The perm store, which a reset leaves alone");
@@ -42,7 +37,7 @@ void add_store(CLI::App &command, bool with_defaults) {
 void add_value_form(CLI::App &command) {
     CLI::Option *type =
         command.add_option("--type", g_options.type, "What the value is: a string, uint, bool and so on");
-    type->type_name("TYPE")->check(check_type);
+    type->type_name("TYPE")->check(one_of("type", type_names));
     CLI::Option *list = command.add_flag("--list", g_options.list, "The value is a list of items");
     CLI::Option *item = command.add_option("--item", g_options.item, "One item of the list, counted from 1");
     item->type_name("N")->check(CLI::PositiveNumber)->excludes(list);

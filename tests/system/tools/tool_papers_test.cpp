@@ -65,7 +65,7 @@ TEST_P(ToolPapers, BashCompletesItsCommands) {
     EXPECT_EQ(expected + "complete -o default -F _quor_tool " + name + "\n", end.output);
 }
 
-INSTANTIATE_TEST_SUITE_P(, ToolPapers, testing::Values("apptest", "monitor_tool", "zndb_tool"),
+INSTANTIATE_TEST_SUITE_P(, ToolPapers, testing::Values("apptest", "logtool", "monitor_tool", "zndb_tool"),
                          [](const auto &param) { return std::string(param.param); });
 
 }  // namespace
