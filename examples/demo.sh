@@ -117,6 +117,13 @@ rm /tmp/m_tmp/zndb/journal # as a power cut would: only what was saved is left
 start zndb 1
 expect '192.168.0.1' ask get lan_ip
 
+echo "Settings as variables: lcd asks router, and shows the answer as bright as it is set"
+expect '[ 80%] eth0 is up at 1000 Mbit/s' lcd
+expect 'E_APPS_ERR_SUCCESS' ask set lcd_brightness 40
+expect '[ 40%] eth0 is up at 1000 Mbit/s' lcd
+expect 'E_APPS_ERR_SUCCESS' ask set lcd_brightness 999
+expect '[ 80%] eth0 is up at 1000 Mbit/s' lcd
+
 echo "Another SIM: the settings of its operator take the old ones' place"
 operators=/m_webui/usr/db/subnet
 mkdir -p $operators/00101 $operators/00102 "$(dirname "$modem")"
