@@ -41,6 +41,7 @@ class SpawnSettings {
     /* Returns 0 or an errno value. */
     int start(std::vector<std::string> words, pid_t *pid) const {
         std::vector<char *> arguments;
+        arguments.reserve(words.size() + 1);
         for (std::string &word : words) {
             arguments.push_back(word.data());
         }

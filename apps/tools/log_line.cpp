@@ -66,7 +66,7 @@ class Rest {
 
     /* Takes so many characters, and the blanks behind them. */
     std::string take(size_t length) {
-        const std::string taken(text_.substr(0, length));
+        std::string taken(text_.substr(0, length));
         text_.remove_prefix(taken.size());
         text_.remove_prefix(std::min(text_.find_first_not_of(' '), text_.size()));
         return taken;
