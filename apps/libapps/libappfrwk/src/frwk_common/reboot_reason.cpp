@@ -43,8 +43,9 @@ int32_t frwk_reboot_reason_get(void) {
         return 0;
     }
 
-    char text[kReasonLength + 1] = {};
-    (void)std::fread(text, 1, kReasonLength, file.get());
+    char text[kReasonLength + 1];
+    const size_t length = std::fread(text, 1, kReasonLength, file.get());
+    text[length] = '\0';
     return decimal_number(text);
 }
 
