@@ -15,12 +15,17 @@
 #include "frwk_module.h"
 #include "request_outcome.h"
 #include "user_signals.h"
+#include "zndb.h"
 #include "zndb_value_commands.h"
 
 namespace {
 
 /* The backup until it is whole. */
 constexpr char kPartSuffix[] = ".part";
+
+/* What a backup is bound to, and the room that its value takes. */
+constexpr char kProductKey[] = "device_product_name";
+constexpr size_t kProductSize = 64;
 
 /* On tmpfs: what is deciphered never reaches a disk. */
 constexpr char kCopyTemplate[] = "/tmp/m_tmp/zndb_tool.XXXXXX";
@@ -58,8 +63,12 @@ ExitCode check_database(const std::string &what) {
                           what);
 }
 
-ExitCode refused(const std::string &what, apps_err_e_type code) {
-    return complain(ExitCode::kRefused, what + " failed: " + code_text(code));
+/* A backup is bound to the product, so a device that doesn't know its own has none. */
+const char *backup_hint(apps_err_e_type code) {
+    char product[kProductSize] = "";
+    const bool unknown = code == E_APPS_ERR_INTERNAL &&
+                         zndb_get(kProductKey, product, sizeof(product)) == E_ZNDB_RET_NOT_FOUND;
+    return unknown ? "; the device doesn't know its product: device_product_name is not set" : "";
 }
 
 /* A backup that is gone was begun to be applied: what is left of the configuration is uncertain. */
@@ -99,7 +108,8 @@ ExitCode back_up(const ZndbOptions &options) {
     TemporaryFile part(options.file + kPartSuffix);
     const apps_err_e_type ret = frwk_dbrm_backup(part.path().c_str());
     if (ret != E_APPS_ERR_SUCCESS) {
-        return refused("backup to " + options.file, ret);
+        return complain(ExitCode::kRefused,
+                        "backup to " + options.file + " failed: " + code_text(ret) + backup_hint(ret));
     }
     if (!SignalHold::waiting() && !part.become(options.file)) {
         return complain(ExitCode::kUsage, errno_text("can't write " + options.file, errno));

@@ -92,7 +92,11 @@ TEST_F(ZndbToolBackup, LeavesNothingBesideTheBackup) {
 TEST_F(ZndbToolBackup, AFailedBackupLeavesTheOldOne) {
     ASSERT_TRUE(write_text(kBackup, "old"));
     EXPECT_EQ(0, zndb_del("device_product_name"));
-    kTool.expect_failure(1, "backup to " + kBackup + " failed: 21 E_APPS_ERR_INTERNAL", {"backup", kBackup});
+    kTool.expect_failure(1,
+                         "backup to " + kBackup +
+                             " failed: 21 E_APPS_ERR_INTERNAL; the device doesn't know its product: "
+                             "device_product_name is not set",
+                         {"backup", kBackup});
     EXPECT_EQ("old", file_text(kBackup));
     EXPECT_EQ(1u, files_in(kFolder));
 }
