@@ -1,6 +1,7 @@
 #include "user_signals.h"
 
 #include <poll.h>
+#include <pthread.h>
 
 #include <iterator>
 
@@ -9,8 +10,14 @@ namespace {
 constexpr int kSignals[] = {SIGINT, SIGTERM, SIGHUP};
 
 volatile std::sig_atomic_t g_caught = 0;
+pthread_t g_watcher;
 
+/* The kernel may pick a thread of the library, which holds nothing back; the watcher would sleep on. */
 extern "C" void note_signal(int number) {
+    if (::pthread_equal(::pthread_self(), g_watcher) == 0) {
+        (void)::pthread_kill(g_watcher, number);
+        return;
+    }
     g_caught = number;
 }
 
@@ -28,6 +35,7 @@ sigset_t all_signals() {
 SignalWatch::SignalWatch() : before_(), mask_before_(), mask_waiting_() {
     static_assert(sizeof(before_) / sizeof(before_[0]) == std::size(kSignals));
     g_caught = 0;
+    g_watcher = ::pthread_self();
     const sigset_t set = all_signals();
     (void)::pthread_sigmask(SIG_BLOCK, &set, &mask_before_);
     mask_waiting_ = mask_before_;

@@ -1,7 +1,8 @@
 /*
  * Ctrl-C and the other ways in which somebody ends a tool (SIGINT, SIGTERM, SIGHUP): noticed instead of
- * fatal, or held back for a moment, so that nothing is left behind. For the main thread; signals reach it
- * only, when these are made before other threads are.
+ * fatal, or held back for a moment, so that nothing is left behind. For the main thread. A signal that
+ * another thread gets is passed on to the one that watches; holding back works only before there are other
+ * threads.
  */
 #pragma once
 
