@@ -1,0 +1,167 @@
+"""The bars that the library is held to, and what a run says to each."""
+
+import operator
+
+HOLDS = {"<=": operator.le, "<": operator.lt, ">=": operator.ge}
+QUEUE_PEERS = ("GAsyncQueue", "moodycamel", "Boost lock-free")
+
+
+class Bar:
+    """One bar: its words, the figure, and whether that is enough. met is None where something was not measured."""
+
+    def __init__(self, what, bar, figure, met, load):
+        self.what, self.bar, self.figure, self.met, self.load = what, bar, figure, met, load
+
+    def verdict(self):
+        return {True: "met", False: "NOT MET", None: "not measured"}[self.met]
+
+
+def amount(value, unit, digits=2):
+    return "not measured" if value is None else f"{value:,.{digits}f} {unit}".rstrip()
+
+
+def times(value):
+    return amount(value, "×")
+
+
+def judge(what, bar, parts, words):
+    """parts: of (value, limit, figure); a limit of ("<=", x), ("<", x) or (">=", x). All of them must hold."""
+    met = None if any(value is None for value, _, _ in parts) else all(
+        HOLDS[limit[0]](value, limit[1]) for value, limit, _ in parts)
+    loads = [figure.other_load for _, _, figure in parts if figure and figure.other_load is not None]
+    return Bar(what, bar, words, met, max(loads) if loads else None)
+
+
+def versus_floor(figures, measure, case, metric, placement="one core", contestant="quorapps"):
+    own = figures.find(measure, case, placement, contestant)
+    base = figures.find(measure, case, placement, "floor")
+    return (own.ratio(metric, base) if own and base else None), own
+
+
+def round_trip(figures):
+    for case in ("16 to 64 B", "1000 to 1000 B"):
+        median, own = versus_floor(figures, "round trip", case, "median_us")
+        p99, _ = versus_floor(figures, "round trip", case, "p99_us")
+        yield judge(f"synchronous round trip, {case}",
+                    "median at most 1.05 × the floor's, 99th percentile at most 1.2 ×",
+                    [(median, ("<=", 1.05), own), (p99, ("<=", 1.2), own)],
+                    f"median {times(median)}, 99th percentile {times(p99)}")
+
+
+def system_calls(figures):
+    """The few calls beside the round trips, such as a clock's, are no round trip's."""
+    own = figures.find("system calls", "16 to 64 B", "one core", "quorapps")
+    client = own.median("client_calls") if own else None
+    server = own.median("server_calls") if own else None
+    yield judge("system calls a round trip", "client at most 6, server at most 6",
+                [(client, ("<=", 6.05), own), (server, ("<=", 6.05), own)],
+                f"client {amount(client, '')}, server {amount(server, '')}")
+
+
+def body_sizes(figures):
+    """Every size must have been measured, and the least of them counts."""
+    sizes = [figure.case for figure in figures.of("body size") if figure.contestant == "floor"]
+    ratios = [("65536 to 65536 B", *versus_floor(figures, "round trip", "65536 to 65536 B", "rate"))]
+    ratios += [(f"{size} B", *versus_floor(figures, "body size", size, "rate")) for size in sizes]
+    at_64k = ratios[0][1]
+    complete = len(sizes) > 0 and all(ratio is not None for _, ratio, _ in ratios)
+    where, least, own = min(ratios, key=lambda each: each[1]) if complete else ("", None, None)
+    yield judge("65,536 B and the body-size curve", "at least 0.9 × the floor's throughput at every size",
+                [(least, (">=", 0.9), own)],
+                f"{times(at_64k)} from 65,536 to 65,536 B; least {times(least)} {where}".rstrip())
+
+
+def one_way(figures):
+    case = next((figure.case for figure in figures.of("one way")), "")
+    rate, own = versus_floor(figures, "one way", case, "rate")
+    lost = own.worst("lost") if own else None
+    yield judge("asynchronous one-way", "at least 1.0 × the floor, nothing lost in a burst of 100,000",
+                [(rate, (">=", 1.0), own), (lost, ("<=", 0), own)],
+                f"{times(rate)}, lost {amount(lost, '', 0)}")
+
+
+def fan_out(figures):
+    rate, own = versus_floor(figures, "fan-out", "16 subscribers", "rate")
+    lost = own.worst("lost") if own else None
+    yield judge("fan-out to 16", "at least 1.3 × the plain floor, nothing lost",
+                [(rate, (">=", 1.3), own), (lost, ("<=", 0), own)], f"{times(rate)}, lost {amount(lost, '', 0)}")
+
+
+def clients(figures):
+    rate, own = versus_floor(figures, "clients", "52", "rate")
+    p99, _ = versus_floor(figures, "clients", "52", "p99_us")
+    yield judge("52 clients", "at least 0.95 × the floor's throughput, worst 99th percentile no worse",
+                [(rate, (">=", 0.95), own), (p99, ("<=", 1.0), own)],
+                f"throughput {times(rate)}, worst 99th percentile {times(p99)}")
+
+
+def database(figures):
+    median, own = versus_floor(figures, "configuration", "16 to 64 B", "median_us", contestant="zndb get")
+    redis = figures.find("configuration", "16 to 64 B", "one core", "Redis, connection a message")
+    versus = own.ratio("median_us", redis) if own and redis else None
+    yield judge("configuration get", "at most 1.15 × the floor's round trip; faster than Redis with a connection "
+                "a message", [(median, ("<=", 1.15), own), (versus, ("<", 1.0), own)],
+                f"{times(median)}; {times(versus)} Redis with a connection a message")
+
+
+def best_queue_peer(figures, case):
+    """The fastest of the peers, where all of them were measured."""
+    found = [figures.find("queue rate", case, "one core", peer) for peer in QUEUE_PEERS]
+    return None if None in found else max(found, key=lambda peer: peer.median("rate"))
+
+
+def queues(figures):
+    parts, words = [], []
+    for senders in ("one sender", "four senders"):
+        own = figures.find("queue rate", senders, "one core", "quorapps")
+        best = best_queue_peer(figures, senders)
+        ratio = own.ratio("rate", best) if own and best else None
+        parts.append((ratio, (">=", 0.9), own))
+        words.append(f"{senders}: {times(ratio)}" + (f" {best.contestant}" if best else ""))
+    own = figures.find("queue wake", "asleep", "one core", "quorapps")
+    bare = figures.find("queue wake", "asleep", "one core", "mutex and semaphore")
+    wake = own.ratio("median_us", bare) if own and bare else None
+    parts.append((wake, ("<=", 1.0), own))
+    yield judge("in-process queue", "at least 0.9 × the best of the peers with one and with four senders; wake-up "
+                "no slower than a bare mutex and semaphore", parts, "; ".join(words) + f"; wake-up {times(wake)}")
+
+
+def conversions(figures):
+    own = figures.find("in process", "from text/int", "one core", "quorapps")
+    value = own.median("ns") if own else None
+    blocks = own.worst("allocations") if own else None
+    yield judge("integer from text", "at most 15 ns, no allocation",
+                [(value, ("<=", 15), own), (blocks, ("<=", 0), own)],
+                f"{amount(value, 'ns', 1)}, allocations {amount(blocks, '', 0)}")
+
+
+def start_up(figures):
+    own = figures.find("start-up", "exec to answer", "one core", "quorapps")
+    answered = own.median("answered_us") / 1000 if own else None
+    served = own.median("served_us") / 1000 if own else None
+    yield judge("start-up to first answer", "under 3 ms, of which the library under 1 ms",
+                [(answered, ("<", 3), own), (served, ("<", 1), own)],
+                f"{amount(answered, 'ms')}, the library {amount(served, 'ms')}")
+
+
+def memory(figures):
+    one = figures.find("memory", "1 module", "free", "quorapps")
+    all_of_them = figures.find("memory", "52 modules", "free", "quorapps")
+    dirty = one.median("private_dirty_kib") if one else None
+    pss = all_of_them.median("pss_kib") / 1024 if all_of_them else None
+    yield judge("idle module", "private dirty memory under 350 KiB on x86-64; 52 idle modules under 30 MiB PSS "
+                "together", [(dirty, ("<", 350), one), (pss, ("<", 30), all_of_them)],
+                f"{amount(dirty, 'KiB', 0)}; 52: {amount(pss, 'MiB', 1)}")
+
+
+def library(figures):
+    own = figures.find("library size", "armhf", "-", "libquorapps")
+    text = own.median("text_bytes") / 1024 if own else None
+    yield judge("libquorapps stripped for armhf", "under 160 KiB of text", [(text, ("<", 160), own)],
+                amount(text, "KiB", 1))
+
+
+def all_bars(figures):
+    groups = (round_trip, system_calls, body_sizes, one_way, fan_out, clients, database, queues, conversions,
+              start_up, memory, library)
+    return [bar for group in groups for bar in group(figures)]

@@ -1,0 +1,77 @@
+"""The figures of a run: what was measured round by round, and the medians and ratios of it."""
+
+import statistics
+
+
+class Figure:
+    """One contestant in one case: the values of each round, by metric."""
+
+    def __init__(self, measure, case, placement, contestant):
+        self.measure = measure
+        self.case = case
+        self.placement = placement
+        self.contestant = contestant
+        self.rounds = {}
+        self.other_load = None  # not asked, as for what no load disturbs
+
+    def add(self, values):
+        for metric, value in values.items():
+            self.rounds.setdefault(metric, []).append(value)
+
+    def median(self, metric):
+        values = self.rounds.get(metric)
+        return statistics.median(values) if values else None
+
+    def worst(self, metric):
+        return max(self.rounds[metric]) if self.rounds.get(metric) else None
+
+    def ratio(self, metric, base):
+        """The median of the ratios, round by round, to another contestant of the same rounds."""
+        own, other = self.rounds.get(metric), base.rounds.get(metric) if base else None
+        if not own or not other:
+            return None
+        return statistics.median(a / b for a, b in zip(own, other) if b)
+
+    def as_json(self):
+        return {
+            "measure": self.measure, "case": self.case, "placement": self.placement,
+            "contestant": self.contestant, "other_load": None if self.other_load is None else round(self.other_load, 4), "rounds": self.rounds,
+        }
+
+    @staticmethod
+    def from_json(data):
+        figure = Figure(data["measure"], data["case"], data["placement"], data["contestant"])
+        figure.rounds = data["rounds"]
+        figure.other_load = data["other_load"]
+        return figure
+
+
+class Figures:
+    """All figures of a run."""
+
+    def __init__(self, machine, quick):
+        self.machine = machine
+        self.quick = quick
+        self.seconds = 0.0
+        self.all = []
+
+    def find(self, measure, case, placement, contestant):
+        for figure in self.all:
+            if (figure.measure, figure.case, figure.placement, figure.contestant) == (
+                    measure, case, placement, contestant):
+                return figure
+        return None
+
+    def of(self, measure):
+        return [figure for figure in self.all if figure.measure == measure]
+
+    def as_json(self):
+        return {"machine": self.machine, "quick": self.quick, "seconds": round(self.seconds, 1),
+                "figures": [figure.as_json() for figure in self.all]}
+
+    @staticmethod
+    def from_json(data):
+        figures = Figures(data["machine"], data["quick"])
+        figures.seconds = data["seconds"]
+        figures.all = [Figure.from_json(each) for each in data["figures"]]
+        return figures

@@ -1,0 +1,104 @@
+"""How soon a module serves, and what it weighs: memory of idle modules, size of the libraries."""
+
+import os
+import shutil
+import subprocess
+import sys
+import time
+
+from figures import Figure
+from processes import FOLDER
+from rounds import Contest
+
+IDLE_IDS = range(1, 53)
+ROUTER_ID = 3
+MODULE_CONFIG = "/etc/quor_apps_cfg.xml"
+SOCKETS = "/tmp/m_tmp/ipc"
+
+# The rows of the module table that are free for a device's own modules: without a name they could not serve.
+SPARE_NAMES = [f"spare{number}" for number in range(7)]
+
+
+def start_up(run):
+    programs = run.programs
+    command = [programs.path("startup-bench"), programs.path("idle-module"), "20" if not run.quick else "5"]
+    for placement in run.placements:
+        contest = Contest(run, "start-up", "exec to answer", placement)
+        contest.enter("quorapps", lambda _: [], lambda _, cores: programs.run(command, cores))
+        contest.hold(run.rounds)
+
+
+def memory(run):
+    """An idle module alone, then 52 of them together, the spare rows of the module table among them."""
+    weigh_modules(run, "1 module", [ROUTER_ID])
+    rows = "".join(f"<{name}><flag>FRWK_FLAG_MONITORED</flag></{name}>" for name in SPARE_NAMES)
+    with open(MODULE_CONFIG, "w", encoding="ascii") as file:
+        file.write(f"<modules>{rows}</modules>\n")
+    try:
+        weigh_modules(run, "52 modules", IDLE_IDS)
+    finally:
+        os.unlink(MODULE_CONFIG)
+
+
+def weigh_modules(run, case, ids):
+    contest = Contest(run, "memory", case, "free")
+    contest.enter("quorapps", lambda cores: idle_modules(run, cores, ids), weigh)
+    contest.hold(run.rounds)
+
+
+def idle_modules(run, cores, ids):
+    """Servers that were killed leave their sockets behind, which the modules of the same names would not take."""
+    for name in os.listdir(SOCKETS) if os.path.isdir(SOCKETS) else []:
+        os.unlink(os.path.join(SOCKETS, name))
+    servers = []
+    for number in ids:
+        server = run.programs.start([run.programs.path("idle-module"), str(number)], cores, quiet=True)
+        servers.append(server)
+        await_sleep(f"/proc/{server.process.pid}/stat")
+    return servers
+
+
+def await_sleep(stat_file):
+    """A module that has started sleeps; one that starts does so at most for a moment."""
+    calm = 0
+    while calm < 5:
+        with open(stat_file, encoding="ascii") as file:
+            calm = calm + 1 if file.read().rsplit(")", 1)[1].split()[0] == "S" else 0
+        time.sleep(0.005)
+
+
+def weigh(servers, _):
+    pss = private_dirty = worst = 0
+    for server in servers:
+        fields = rollup(server.process.pid)
+        pss += fields["Pss"]
+        private_dirty += fields["Private_Dirty"]
+        worst = max(worst, fields["Private_Dirty"])
+    return {"pss_kib": pss, "private_dirty_kib": private_dirty, "worst_private_dirty_kib": worst}
+
+
+def rollup(pid):
+    with open(f"/proc/{pid}/smaps_rollup", encoding="ascii") as file:
+        return {line.split(":")[0]: int(line.split()[1]) for line in file if line.endswith("kB\n")}
+
+
+def library_size(run):
+    """The sections of the stripped libraries, for the build and, where it is built, for 32-bit ARM."""
+    for target, build, prefix in (("x86-64", run.build, ""), ("armhf", run.arm_build, "arm-linux-gnueabihf-")):
+        if build is None or shutil.which(prefix + "size") is None:
+            print(f"left out: library size for {target}, which is not built", file=sys.stderr)
+            continue
+        for library, folder in (("libquorapps", "apps/libapps"), ("libquorbase", "base")):
+            path = os.path.join(build, folder, f"{library}.so.1.0.0")
+            if os.path.exists(path):
+                figure = Figure("library size", target, "-", library)
+                figure.add(stripped_size(path, prefix))
+                run.figures.all.append(figure)
+
+
+def stripped_size(path, prefix):
+    stripped = f"{FOLDER}/stripped.so"
+    subprocess.run([prefix + "strip", "--strip-unneeded", "-o", stripped, path], check=True)
+    sections = subprocess.run([prefix + "size", stripped], check=True, capture_output=True, text=True).stdout
+    text, data, bss = (int(word) for word in sections.splitlines()[1].split()[:3])
+    return {"text_bytes": text, "data_bytes": data, "bss_bytes": bss, "file_bytes": os.path.getsize(stripped)}

@@ -1,0 +1,118 @@
+"""Messages between processes: round trips, bursts, events, many clients, the configuration database."""
+
+import subprocess
+
+from processes import FOLDER, serving_name, start_contestant
+from rounds import Contest
+from syscalls import calls_a_round_trip
+
+SIZES = [(16, 64), (1000, 1000), (65536, 65536)]
+CURVE = [16, 64, 256, 1024, 4096, 16384, 65536, 262144, 1 << 20, 4 << 20, 16 << 20]
+CLIENTS = [1, 2, 4, 8, 16, 32, 52]
+SUBSCRIBERS = 16
+BURST = 100000
+WIRE = ["floor", "naive", "quorapps"]
+
+
+def is_database(contestant):
+    return contestant.startswith("zndb")
+
+
+def case_name(request, answer):
+    return f"{request} to {answer} B"
+
+
+class Messages:
+    def __init__(self, run):
+        self.run = run
+        self.program = run.programs.path("message-bench")
+        names = subprocess.run([self.program, "list"], check=True, capture_output=True, text=True).stdout
+        self.contestants = names.splitlines()
+
+    def serve(self, contestant, **options):
+        return lambda cores: start_contestant(self.run.programs, contestant, cores, **options)
+
+    def ask(self, contestant, request, answer, clients=1):
+        command = [self.program, "ask", contestant, "--request", str(request), "--answer", str(answer),
+                   "--seconds", str(self.run.cell_seconds), "--clients", str(clients)]
+
+        def once(servers, cores):
+            before = sum(server.cpu_seconds() for server in servers)
+            values = self.run.programs.run(command, cores)
+            used = sum(server.cpu_seconds() for server in servers) - before
+            values["server_cpu_us"] = used / values.pop("asked") * 1e6
+            return values
+        return once
+
+    def hold(self, measure, case, placement, entries):
+        contest = Contest(self.run, measure, case, placement)
+        for contestant, start, once in entries:
+            contest.enter(contestant, start, once, server=serving_name(contestant))
+        contest.hold(self.run.rounds)
+
+    def round_trips(self):
+        contestants = [name for name in self.contestants if not is_database(name)]
+        for request, answer in SIZES:
+            for placement in self.run.placements:
+                self.hold("round trip", case_name(request, answer), placement,
+                          [(name, self.serve(name), self.ask(name, request, answer)) for name in contestants])
+
+    def curve(self):
+        for size in CURVE if not self.run.quick else CURVE[::5]:
+            self.hold("body size", str(size), "one core",
+                      [(name, self.serve(name), self.ask(name, size, size)) for name in WIRE])
+
+    def many_clients(self):
+        names = WIRE + [name for name in self.contestants if name.startswith("Redis, ")]
+        for clients in CLIENTS if not self.run.quick else CLIENTS[::3]:
+            for placement in self.run.placements:
+                self.hold("clients", str(clients), placement,
+                          [(name, self.serve(name), self.ask(name, 16, 64, clients)) for name in names])
+
+    def configuration(self):
+        names = ["floor"] + [name for name in self.contestants if is_database(name) or "Redis" in name]
+        for placement in self.run.placements:
+            self.hold("configuration", case_name(16, 64), placement,
+                      [(name, self.serve(name), self.ask(name, 16, 64)) for name in names])
+
+    def tell(self, contestant, count, servers=1, publish=False):
+        counters = self.counters(contestant, publish)
+        command = [self.program, "tell", contestant, "--size", "64", "--count", str(count),
+                   "--servers", str(servers), "--counters", counters] + (["--publish"] if publish else [])
+        return lambda _, cores: self.run.programs.run(command, cores)
+
+    def counters(self, contestant, publish=False):
+        return f"{FOLDER}/counters.{contestant.replace(' ', '_')}{'.publish' if publish else ''}"
+
+    def one_way(self):
+        silent = ("Redis", "zndb")
+        contestants = [name for name in self.contestants
+                       if not name.startswith(silent) and "connection a message" not in name]
+        for placement in self.run.placements:
+            self.hold("one way", f"burst of {BURST}", placement, [
+                (name, self.serve(name, told=True, counters=self.counters(name)), self.tell(name, BURST))
+                for name in contestants])
+
+    def subscribers(self, contestant, publish=False):
+        def start(cores):
+            servers = []
+            for index in range(SUBSCRIBERS):
+                servers += start_contestant(self.run.programs, contestant, cores, index=index,
+                                            counters=self.counters(contestant, publish))
+            return servers
+        return start
+
+    def fan_out(self):
+        events = 2000 if not self.run.quick else 200
+        for placement in self.run.placements:
+            self.hold("fan-out", f"{SUBSCRIBERS} subscribers", placement, [
+                ("floor", self.subscribers("floor"), self.tell("floor", events, SUBSCRIBERS)),
+                ("naive", self.subscribers("naive"), self.tell("naive", events, SUBSCRIBERS)),
+                ("quorapps", self.subscribers("quorapps", True),
+                 self.tell("quorapps", events, SUBSCRIBERS, publish=True))])
+
+    def system_calls(self):
+        """Of the hand-written ones and the library on one core."""
+        self.hold("system calls", case_name(16, 64), "one core", [
+            (name, lambda _: [], lambda _, cores, name=name: calls_a_round_trip(self.run.programs, name, cores))
+            for name in WIRE])

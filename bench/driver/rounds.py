@@ -1,0 +1,59 @@
+"""Runs contestants in turn, round by round, so that what disturbs one disturbs all."""
+
+import sys
+
+from figures import Figure
+from machine import LoadMeter, PLACEMENTS
+from processes import Broken
+
+
+class Contest:
+    """One case in one placement. A contestant that can't be started or breaks is left out, with a line."""
+
+    def __init__(self, run, measure, case, placement):
+        self.run = run
+        self.measure, self.case, self.placement = measure, case, placement
+        self.cores = PLACEMENTS[placement]
+        self.entries = []
+        self.shared = {}
+
+    def enter(self, contestant, start, once, server=None):
+        """start(cores) returns the servers; once(servers, cores) returns the values of one round.
+
+        Contestants that name the same server share it: it is started for the first of them.
+        """
+        try:
+            servers = self.shared[server] if server in self.shared else start(self.cores)
+            if server is not None:
+                self.shared[server] = servers
+        except Broken as broken:
+            print(f"left out: {broken}", file=sys.stderr)
+            return
+        figure = Figure(self.measure, self.case, self.placement, contestant)
+        meter = LoadMeter(self.cores, self.run.programs.live_cpu_seconds)
+        self.entries.append((figure, meter, servers, once))
+
+    def hold(self, rounds):
+        entries = list(self.entries)
+        for number in range(rounds):
+            shift = number % max(1, len(entries))
+            for entry in entries[shift:] + entries[:shift]:
+                self._once(entry)
+        for figure, meter, servers, _ in entries:
+            self.run.programs.stop(servers)
+            figure.other_load = meter.share()
+            if figure.rounds:
+                self.run.figures.all.append(figure)
+
+    def _once(self, entry):
+        figure, meter, servers, once = entry
+        if entry not in self.entries:
+            return
+        try:
+            with meter:
+                values = once(servers, self.cores)
+            figure.add(values)
+        except Broken as broken:
+            print(f"left out: {figure.contestant}: {broken}", file=sys.stderr)
+            figure.rounds.clear()
+            self.entries.remove(entry)

@@ -1,0 +1,64 @@
+"""Queues between threads, and what stays inside one process."""
+
+import json
+import os
+import subprocess
+import sys
+
+from figures import Figure
+from machine import ONE_CORE, LoadMeter
+from processes import RUN_SECONDS, Broken
+from rounds import Contest
+
+MESSAGES = "1000000"
+
+
+class Queues:
+    def __init__(self, run):
+        self.run = run
+        self.program = run.programs.path("queue-bench")
+        names = subprocess.run([self.program, "list"], check=True, capture_output=True, text=True).stdout
+        self.names = names.splitlines()
+
+    def hold(self, measure, case, placement, *arguments):
+        contest = Contest(self.run, measure, case, placement)
+        for name in self.names:
+            command = [self.program, measure.split()[1], name, *arguments]
+            contest.enter(name, lambda _: [],
+                          lambda _, cores, command=command: self.run.programs.run(command, cores))
+        contest.hold(self.run.rounds)
+
+    def all(self):
+        for placement in self.run.placements:
+            for senders, words in (("1", "one sender"), ("4", "four senders")):
+                self.hold("queue rate", words, placement, senders, MESSAGES)
+            self.hold("queue wake", "asleep", placement, "500" if not self.run.quick else "100")
+
+
+def in_process(run):
+    """Conversions and names: one run of the program is a round of all of its cases."""
+    program = run.programs.path("inprocess-bench")
+    if not os.path.exists(program):
+        print("left out: conversions and names, as Google Benchmark is not installed", file=sys.stderr)
+        return
+    figures = {}
+    meter = LoadMeter(ONE_CORE, run.programs.live_cpu_seconds)
+    for _ in range(run.rounds):
+        with meter:
+            measured = google_benchmark(run, program)
+        for each in measured:
+            figure = figures.setdefault(each["name"], Figure("in process", each["name"], "one core", "quorapps"))
+            figure.add({"ns": each["cpu_time"], "allocations": each["allocations"]})
+    for figure in figures.values():
+        figure.other_load = meter.share()
+        run.figures.all.append(figure)
+
+
+def google_benchmark(run, program):
+    seconds = 0.02 if not run.quick else 0.005
+    command = [program, "--benchmark_format=json", f"--benchmark_min_time={seconds}"]
+    child = run.programs.popen(command, ONE_CORE, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True)
+    out, _ = child.communicate(timeout=RUN_SECONDS)
+    if child.returncode != 0:
+        raise Broken(f"{program}: ended with {child.returncode}")
+    return json.loads(out)["benchmarks"]
