@@ -64,10 +64,11 @@ def even_steps(most):
 
 
 def doublings(least, most):
-    """Powers of two, at most a dozen of them."""
-    low, high = math.floor(math.log2(least)), math.ceil(math.log2(most))
+    """Powers of two, of thousands where all is large, at most a dozen of them."""
+    unit = 1000 if least >= 1000 else 1
+    low, high = math.floor(math.log2(least / unit)), math.ceil(math.log2(most / unit))
     stride = max(1, (high - low) // 10)
-    return [2.0 ** i for i in range(low, high + 1, stride)]
+    return [unit * 2.0 ** i for i in range(low, high + stride, stride)]
 
 
 def bar_chart(title, axis, groups, series, values, doubling=False, mark=None):
@@ -105,7 +106,7 @@ def bar_chart(title, axis, groups, series, values, doubling=False, mark=None):
 
 def line_chart(title, across, up, lines, mark=None):
     """lines: {name: [(x, y), ...]}; x on a doubling scale, y from nothing on an even one."""
-    left, height = 80, 440
+    left, top, height = 80, TOP + 20, 460
     drawing = Drawing(height, title)
     drawing.legend(list(lines))
     points = [point for line in lines.values() for point in line]
@@ -115,7 +116,7 @@ def line_chart(title, across, up, lines, mark=None):
     span = math.log2(xs[-1] / xs[0]) if len(xs) > 1 else 1
 
     def place(x, y):
-        return left + room * math.log2(x / xs[0]) / span, end - (end - TOP) * y / most
+        return left + room * math.log2(x / xs[0]) / span, end - (end - top) * y / most
 
     for tick in even_steps(most):
         y = place(xs[0], tick)[1]
@@ -125,7 +126,7 @@ def line_chart(title, across, up, lines, mark=None):
         drawing.text(place(x, 0)[0], end + 16, f"{x:g}" if x < 1024 else f"{x // 1024}K" if x < 1 << 20 else
                      f"{x >> 20}M", "middle")
     drawing.text(left + room / 2, end + 36, across, "middle")
-    drawing.text(left - 6, TOP - 6, up, "start")
+    drawing.text(left - 6, top - 10, up, "start")
     for colour, line in zip(COLOURS, lines.values()):
         drawing.path([place(x, y) for x, y in line], colour)
     if mark is not None:
