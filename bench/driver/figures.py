@@ -34,8 +34,10 @@ class Figure:
 
     def as_json(self):
         return {
-            "measure": self.measure, "case": self.case, "placement": self.placement,
-            "contestant": self.contestant, "other_load": None if self.other_load is None else round(self.other_load, 4), "rounds": self.rounds,
+            "measure": self.measure, "case": self.case, "placement": self.placement, "contestant": self.contestant,
+            "other_load": None if self.other_load is None else round(self.other_load, 4),
+            "medians": {metric: self.median(metric) for metric in self.rounds},
+            "rounds": self.rounds,
         }
 
     @staticmethod

@@ -19,7 +19,8 @@ METRICS = {
 }
 
 HEADINGS = {
-    "median_us": "median µs", "p99_us": "99th µs", "client_cpu_us": "client CPU µs", "server_cpu_us": "server CPU µs",
+    "median_us": "median µs", "p99_us": "99th µs",
+    "client_cpu_us": "client CPU µs", "server_cpu_us": "server CPU µs",
     "client_calls": "client's calls", "server_calls": "server's calls", "rate": "a second", "lost": "lost",
     "failed": "not sent", "ns": "ns", "allocations": "allocations", "answered_us": "to answer µs",
     "loaded_us": "to main µs", "served_us": "main to serving µs", "pss_kib": "PSS KiB",

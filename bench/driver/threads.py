@@ -32,7 +32,7 @@ class Queues:
         for placement in self.run.placements:
             for senders, words in (("1", "one sender"), ("4", "four senders")):
                 self.hold("queue rate", words, placement, senders, MESSAGES)
-            self.hold("queue wake", "asleep", placement, "500" if not self.run.quick else "100")
+            self.hold("queue wake", "asleep", placement, "1000" if not self.run.quick else "100")
 
 
 def in_process(run):
