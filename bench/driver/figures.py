@@ -1,6 +1,7 @@
 """The figures of a run: what was measured round by round, and the medians and ratios of it."""
 
 import statistics
+import sys
 
 
 class Figure:
@@ -56,6 +57,11 @@ class Figures:
         self.quick = quick
         self.seconds = 0.0
         self.all = []
+        self.left_out = []  # what could not be measured, in words
+
+    def leave_out(self, words):
+        print(f"left out: {words}", file=sys.stderr)
+        self.left_out.append(words)
 
     def find(self, measure, case, placement, contestant):
         for figure in self.all:
@@ -69,11 +75,13 @@ class Figures:
 
     def as_json(self):
         return {"machine": self.machine, "quick": self.quick, "seconds": round(self.seconds, 1),
+                "left_out": self.left_out,
                 "figures": [figure.as_json() for figure in self.all]}
 
     @staticmethod
     def from_json(data):
         figures = Figures(data["machine"], data["quick"])
         figures.seconds = data["seconds"]
+        figures.left_out = data["left_out"]
         figures.all = [Figure.from_json(each) for each in data["figures"]]
         return figures

@@ -3,7 +3,6 @@
 import os
 import shutil
 import subprocess
-import sys
 import time
 
 from figures import Figure
@@ -86,7 +85,7 @@ def library_size(run):
     """The sections of the stripped libraries, for the build and, where it is built, for 32-bit ARM."""
     for target, build, prefix in (("x86-64", run.build, ""), ("armhf", run.arm_build, "arm-linux-gnueabihf-")):
         if build is None or shutil.which(prefix + "size") is None:
-            print(f"left out: library size for {target}, which is not built", file=sys.stderr)
+            run.figures.leave_out(f"the size of the libraries for {target}, which are not built")
             continue
         for library, folder in (("libquorapps", "apps/libapps"), ("libquorbase", "base")):
             path = os.path.join(build, folder, f"{library}.so.1.0.0")

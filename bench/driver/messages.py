@@ -4,13 +4,14 @@ import subprocess
 
 from processes import FOLDER, serving_name, start_contestant
 from rounds import Contest
-from syscalls import calls_a_round_trip
+from syscalls import calls_a_round_trip, counter
 
 SIZES = [(16, 64), (1000, 1000), (65536, 65536)]
 CURVE = [16, 64, 256, 1024, 4096, 16384, 65536, 262144, 1 << 20, 4 << 20, 16 << 20]
 CLIENTS = [1, 2, 4, 8, 16, 32, 52]
 SUBSCRIBERS = 16
 BURST = 100000
+PEERS = ["sd-bus", "Redis", "ZeroMQ", "nng"]
 WIRE = ["floor", "naive", "quorapps"]
 
 
@@ -51,6 +52,9 @@ class Messages:
         contest.hold(self.run.rounds)
 
     def round_trips(self):
+        for peer in PEERS:
+            if not any(name.startswith(peer) for name in self.contestants):
+                self.run.figures.leave_out(f"{peer}, whose library is not installed")
         contestants = [name for name in self.contestants if not is_database(name)]
         for request, answer in SIZES:
             for placement in self.run.placements:
@@ -114,6 +118,7 @@ class Messages:
 
     def system_calls(self):
         """Of the hand-written ones and the library on one core."""
+        self.run.figures.machine["calls_counted_by"] = counter()
         self.hold("system calls", case_name(16, 64), "one core", [
             (name, lambda _: [], lambda _, cores, name=name: calls_a_round_trip(self.run.programs, name, cores))
             for name in WIRE])

@@ -31,6 +31,11 @@ class Broken(Exception):
     """A process did not do what it was started for."""
 
 
+def words(command):
+    """A command for a message, without the folders of this machine."""
+    return " ".join(os.path.basename(word) for word in command)
+
+
 class Programs:
     """Starts the programs of one build folder, and knows what still runs."""
 
@@ -59,9 +64,9 @@ class Programs:
         except subprocess.TimeoutExpired:
             child.kill()
             child.communicate()
-            raise Broken(f"{command}: not done in {RUN_SECONDS} s") from None
+            raise Broken(f"{words(command)}: not done in {RUN_SECONDS} s") from None
         if child.returncode != 0:
-            raise Broken(f"{command}: ended with {child.returncode}")
+            raise Broken(f"{words(command)}: ended with {child.returncode}")
         return json.loads(out.splitlines()[-1])
 
     def start(self, command, cores, ready=None, socket=None, quiet=False):
@@ -94,17 +99,17 @@ class Server:
 
     def wait_for_line(self, wanted):
         if not select.select([self.process.stdout], [], [], READY_SECONDS)[0]:
-            raise Broken(f"{self.process.args}: never said '{wanted}'")
+            raise Broken(f"{words(self.process.args)}: never said '{wanted}'")
         line = self.process.stdout.readline().split()
         if not line or line[0] != wanted:
-            raise Broken(f"{self.process.args}: said {line} instead of '{wanted}'")
+            raise Broken(f"{words(self.process.args)}: said {line} instead of '{wanted}'")
         self.pids += [int(word) for word in line[1:]]
 
     def wait_for_socket(self, path):
         end = time.monotonic() + READY_SECONDS
         while not os.path.exists(path):
             if time.monotonic() > end or self.process.poll() is not None:
-                raise Broken(f"{self.process.args}: has no socket {path}")
+                raise Broken(f"{words(self.process.args)}: has no socket {path}")
             time.sleep(0.01)
 
     def cpu_seconds(self):

@@ -42,7 +42,13 @@ def print_text(figures):
     print(textwrap.fill(headline(figures) + " " + EXPLANATION, WIDTH) + "\n")
     for table in measure_tables(figures):
         print(as_text(table))
+    for words in figures.left_out:
+        print(f"left out: {words}")
     print(bars_as_text(bars_table(figures)), end="")
+
+
+def left_out(figures):
+    return ["## Left out\n", "".join(f"- {words}\n" for words in figures.left_out)] if figures.left_out else []
 
 
 def publish(figures, folder):
@@ -51,7 +57,7 @@ def publish(figures, folder):
     parts = ["# Results\n\nMade by `script/bench --record`; not to be edited.\n",
              textwrap.fill(headline(figures), WIDTH) + "\n", textwrap.fill(EXPLANATION, WIDTH) + "\n"]
     with open(os.path.join(folder, "results.md"), "w", encoding="utf-8") as file:
-        file.write("\n".join(parts + [as_markdown(table) for table in tables]))
+        file.write("\n".join(parts + [as_markdown(table) for table in tables] + left_out(figures)))
     for name, drawing in plots(figures).items():
         with open(os.path.join(folder, f"{name}.svg"), "w", encoding="utf-8") as file:
             file.write(drawing)

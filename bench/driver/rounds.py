@@ -1,7 +1,5 @@
 """Runs contestants in turn, round by round, so that what disturbs one disturbs all."""
 
-import sys
-
 from figures import Figure
 from machine import LoadMeter, PLACEMENTS
 from processes import Broken
@@ -27,7 +25,7 @@ class Contest:
             if server is not None:
                 self.shared[server] = servers
         except Broken as broken:
-            print(f"left out: {broken}", file=sys.stderr)
+            self._leave_out(contestant, broken)
             return
         figure = Figure(self.measure, self.case, self.placement, contestant)
         meter = LoadMeter(self.cores, self.run.programs.live_cpu_seconds)
@@ -54,6 +52,9 @@ class Contest:
                 values = once(servers, self.cores)
             figure.add(values)
         except Broken as broken:
-            print(f"left out: {figure.contestant}: {broken}", file=sys.stderr)
+            self._leave_out(figure.contestant, broken)
             figure.rounds.clear()
             self.entries.remove(entry)
+
+    def _leave_out(self, contestant, broken):
+        self.run.figures.leave_out(f"{contestant} ({self.measure}, {self.case}, {self.placement}): {broken}")

@@ -71,6 +71,15 @@ def doublings(least, most):
     return [unit * 2.0 ** i for i in range(low, high + stride, stride)]
 
 
+def upright_grid(drawing, ticks, place, axis):
+    """Lines down the sheet with their numbers below, and what they count."""
+    end = drawing.height - BOTTOM
+    for tick in ticks:
+        drawing.line(place(tick), TOP, place(tick), end)
+        drawing.text(place(tick), end + 16, short(tick), "middle")
+    drawing.text((place(ticks[0]) + place(ticks[-1])) / 2, end + 36, axis, "middle")
+
+
 def bar_chart(title, axis, groups, series, values, doubling=False, mark=None):
     """values[(group, series)]: a number. mark: where to draw a line, such as at the floor."""
     left, thick = 230, 13
@@ -86,11 +95,7 @@ def bar_chart(title, axis, groups, series, values, doubling=False, mark=None):
         share = math.log2(value / low) / math.log2(max(most, ticks[-1]) / low) if doubling else value / most
         return left + room * share
 
-    end = drawing.height - BOTTOM
-    for tick in ticks:
-        drawing.line(place(tick), TOP, place(tick), end)
-        drawing.text(place(tick), end + 16, short(tick), "middle")
-    drawing.text(left + room / 2, end + 36, axis, "middle")
+    upright_grid(drawing, ticks, place, axis)
     for row, group in enumerate(groups):
         y = TOP + row * tall + 5
         drawing.text(left - 8, y + tall / 2, group, "end")
@@ -100,7 +105,7 @@ def bar_chart(title, axis, groups, series, values, doubling=False, mark=None):
                 drawing.box(left, y + i * thick, max(1.0, place(value) - left), thick - 2, COLOURS[i])
                 drawing.text(place(value) + 4, y + i * thick + 10, short(value), size=10)
     if mark is not None:
-        drawing.line(place(mark), TOP, place(mark), end, MARK, "4 3")
+        drawing.line(place(mark), TOP, place(mark), drawing.height - BOTTOM, MARK, "4 3")
     return drawing.svg()
 
 

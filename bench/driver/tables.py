@@ -60,6 +60,8 @@ def headline(figures):
     load = ", ".join(f"{value:.2f}" for value in machine["load_average"])
     rounds = max((len(values) for figure in figures.all for values in figure.rounds.values()), default=0)
     quick = " A quick run: too few rounds to be quoted." if figures.quick else ""
+    counter = machine.get("calls_counted_by")
+    quick += f" System calls were counted by {counter}." if counter else ""
     return (f"{machine['when']}: {machine['cores']} cores of {machine['processor']}, Linux {machine['kernel']}; "
             f"{rounds} rounds, {figures.seconds:.0f} s; load average at the start {load}.{quick}")
 

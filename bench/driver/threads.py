@@ -3,8 +3,8 @@
 import json
 import os
 import subprocess
-import sys
 
+from bars import QUEUE_PEERS
 from figures import Figure
 from machine import ONE_CORE, LoadMeter
 from processes import RUN_SECONDS, Broken
@@ -29,6 +29,9 @@ class Queues:
         contest.hold(self.run.rounds)
 
     def all(self):
+        for peer in QUEUE_PEERS:
+            if peer not in self.names:
+                self.run.figures.leave_out(f"{peer}, whose library is not installed")
         for placement in self.run.placements:
             for senders, words in (("1", "one sender"), ("4", "four senders")):
                 self.hold("queue rate", words, placement, senders, MESSAGES)
@@ -39,7 +42,7 @@ def in_process(run):
     """Conversions and names: one run of the program is a round of all of its cases."""
     program = run.programs.path("inprocess-bench")
     if not os.path.exists(program):
-        print("left out: conversions and names, as Google Benchmark is not installed", file=sys.stderr)
+        run.figures.leave_out("conversions and names, as Google Benchmark is not installed")
         return
     figures = {}
     meter = LoadMeter(ONE_CORE, run.programs.live_cpu_seconds)
@@ -60,5 +63,5 @@ def google_benchmark(run, program):
     child = run.programs.popen(command, ONE_CORE, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True)
     out, _ = child.communicate(timeout=RUN_SECONDS)
     if child.returncode != 0:
-        raise Broken(f"{program}: ended with {child.returncode}")
+        raise Broken(f"{os.path.basename(program)}: ended with {child.returncode}")
     return json.loads(out)["benchmarks"]
