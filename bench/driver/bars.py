@@ -68,7 +68,7 @@ def body_sizes(figures):
     where, least, own = min(ratios, key=lambda each: each[1]) if complete else ("", None, None)
     yield judge("65,536 B and the body-size curve", "at least 0.9 × the floor's throughput at every size",
                 [(least, (">=", 0.9), own)],
-                f"{times(at_64k)} from 65,536 to 65,536 B; least {times(least)} {where}".rstrip())
+                f"{times(at_64k)} from 65,536 to 65,536 B; least {amount(least, f'× at {where}')}")
 
 
 def one_way(figures):
@@ -101,7 +101,7 @@ def database(figures):
     versus = own.ratio("median_us", redis) if own and redis else None
     yield judge("configuration get", "at most 1.15 × the floor's round trip; faster than Redis with a connection "
                 "a message", [(median, ("<=", 1.15), own), (versus, ("<", 1.0), own)],
-                f"{times(median)}; {times(versus)} Redis with a connection a message")
+                f"{times(median)}; {amount(versus, '× Redis with a connection a message')}")
 
 
 def best_queue_peer(figures, case):
@@ -117,7 +117,7 @@ def queues(figures):
         best = best_queue_peer(figures, senders)
         ratio = own.ratio("rate", best) if own and best else None
         parts.append((ratio, (">=", 0.9), own))
-        words.append(f"{senders}: {times(ratio)}" + (f" {best.contestant}" if best else ""))
+        words.append(f"{senders}: {amount(ratio, f'× {best.contestant}' if best else '')}")
     own = figures.find("queue wake", "asleep", "one core", "quorapps")
     bare = figures.find("queue wake", "asleep", "one core", "mutex and semaphore")
     wake = own.ratio("median_us", bare) if own and bare else None
