@@ -21,7 +21,7 @@ def amount(value, unit, digits=2):
 
 
 def times(value):
-    return amount(value, "×")
+    return amount(value, "×", 3)  # a bar may lie between 1.05 and 1.051
 
 
 def judge(what, bar, parts, words):

@@ -45,10 +45,18 @@ MEASURES = {
 
 
 def results(figures):
-    """What goes into the file: the figures, and what they say to the bars."""
+    """What goes into the file: the figures, one to a line, and what they say to the bars."""
     bars = [{"verdict": bar.verdict(), "what": bar.what, "figure": bar.figure, "bar": bar.bar, "other_load": bar.load}
             for bar in all_bars(figures)]
-    return {**figures.as_json(), "bars": bars}
+    parts = {**figures.as_json(), "bars": bars}
+    return "{\n" + ",\n".join(f"{json.dumps(name)}: {lines(part)}" for name, part in parts.items()) + "\n}\n"
+
+
+def lines(part):
+    """JSON with each member of a list of objects on its own line."""
+    if isinstance(part, list) and part:
+        return "[\n" + ",\n".join(json.dumps(each, ensure_ascii=False) for each in part) + "\n]"
+    return json.dumps(part, ensure_ascii=False)
 
 
 def main():
@@ -73,8 +81,7 @@ def main():
             run.programs.stop(list(run.programs.servers))
     run.figures.seconds = time.monotonic() - begin
     with open(options.json, "w", encoding="utf-8") as file:
-        json.dump(results(run.figures), file, indent=1)
-        file.write("\n")
+        file.write(results(run.figures))
 
 
 if __name__ == "__main__":
