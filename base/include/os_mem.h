@@ -55,6 +55,14 @@ void os_mem_init(const os_mem_settings *settings);
 void *os_mem_malloc(size_t size);
 
 /*
+ * Turns the zero fill of the calling thread's blocks off and on again. Without it a block above a KiB may hold
+ * anything; for whoever overwrites all of a block, or needs no more than its place.
+ *
+ * on: 0 = off, else on, as every thread starts.
+ */
+void os_mem_zeroing(int32_t on);
+
+/*
  * Copies a text into a block of its own.
  *
  * text: NUL-terminated; null gives null.

@@ -2,7 +2,9 @@
  * Tracked memory: blocks of the C library, each with its size in front of it.
  *
  * The counters are atomics without a lock around them: each is right for itself at any moment, a set read
- * by os_mem_usage may be a few blocks apart while other threads are at work.
+ * by os_mem_usage may be a few blocks apart while other threads are at work. Since an atomic change costs as
+ * much as the C library's own work on a small block, the live bytes and the live blocks share a word, and the
+ * peak is looked at where the word is about to fall, not each time that it rises.
  */
 #include "os_mem.h"
 
@@ -25,43 +27,61 @@ struct alignas(std::max_align_t) BlockHeader {
 static_assert(sizeof(BlockHeader) % alignof(std::max_align_t) == 0, "blocks suit any type");
 static_assert(OS_MEM_BLOCK_MAX <= std::numeric_limits<size_t>::max() - sizeof(BlockHeader));
 
+/* The live blocks above the live bytes in one word. On 64 bits there is room for more than any device has. */
+constexpr unsigned kByteBits = sizeof(size_t) == sizeof(uint64_t) ? 38 : 32;
+constexpr uint64_t kBytesMask = (uint64_t{1} << kByteBits) - 1;
+constexpr uint64_t kOneBlock = uint64_t{1} << kByteBits;
+
+/* Where the bytes end when no limit is set: never so far that the next block would spill into the count. */
+constexpr uint64_t kMostBytes = kBytesMask - OS_MEM_BLOCK_MAX;
+
 struct MemState {
     std::atomic<uint32_t> warn_at{0};
     std::atomic<uint32_t> refuse_at{0};
     std::atomic<bool> warned{false};
 
-    std::atomic<size_t> live_bytes{0};
-    std::atomic<size_t> peak_bytes{0};
-    std::atomic<uint32_t> live_blocks{0};
+    std::atomic<uint64_t> live{0};
+    std::atomic<uint64_t> peak_bytes{0}; /* up to the last time that live fell */
     std::atomic<uint32_t> total_blocks{0};
     std::atomic<uint32_t> refused{0};
 };
 
 MemState g_mem;
 
-/* Adds size to the live bytes unless that goes past the limit. sum: the live bytes with it. */
-bool reserve(size_t size, size_t *sum) {
-    const size_t limit = g_mem.refuse_at.load();
-    size_t live = g_mem.live_bytes.load();
+/* Whether the calling thread's blocks are zeroed. */
+thread_local bool g_zeroing = true;
+
+/* Counts a block unless that goes past the limit. sum: the live bytes with it. */
+bool reserve(size_t size, uint64_t *sum) {
+    const uint32_t limit = g_mem.refuse_at.load(std::memory_order_relaxed);
+    const uint64_t most = limit != 0 ? limit : kMostBytes;
+    uint64_t live = g_mem.live.load(std::memory_order_relaxed);
     do {
-        if (limit != 0 && (live > limit || size > limit - live)) {
+        *sum = (live & kBytesMask) + size;
+        if (*sum > most) {
             return false;
         }
-    } while (!g_mem.live_bytes.compare_exchange_weak(live, live + size));
-    *sum = live + size;
+    } while (!g_mem.live.compare_exchange_weak(live, live + kOneBlock + size, std::memory_order_relaxed));
     return true;
 }
 
-void keep_peak(size_t live) {
-    size_t peak = g_mem.peak_bytes.load();
-    while (live > peak && !g_mem.peak_bytes.compare_exchange_weak(peak, live)) {
+void keep_peak(uint64_t bytes) {
+    uint64_t peak = g_mem.peak_bytes.load(std::memory_order_relaxed);
+    while (bytes > peak && !g_mem.peak_bytes.compare_exchange_weak(peak, bytes, std::memory_order_relaxed)) {
     }
 }
 
-void warn_once(size_t live) {
-    const uint32_t limit = g_mem.warn_at.load();
-    if (limit != 0 && live > limit && !g_mem.warned.exchange(true)) {
-        OS_LOG(OS_LOG_WARNING, "%zu bytes of memory in use, warning set at %u", live, limit);
+/* Takes a block out of the count; the bytes are at a peak only just before that. */
+void release(size_t size) {
+    const uint64_t before = g_mem.live.fetch_sub(kOneBlock + size, std::memory_order_relaxed);
+    keep_peak(before & kBytesMask);
+}
+
+void warn_once(uint64_t live) {
+    const uint32_t limit = g_mem.warn_at.load(std::memory_order_relaxed);
+    if (limit != 0 && live > limit && !g_mem.warned.load() && !g_mem.warned.exchange(true)) {
+        OS_LOG(OS_LOG_WARNING, "%llu bytes of memory in use, warning set at %u",
+               static_cast<unsigned long long>(live), limit);
     }
 }
 
@@ -71,8 +91,24 @@ void *refuse() {
     return nullptr;
 }
 
-uint32_t as_word(size_t bytes) {
-    return static_cast<uint32_t>(std::min<size_t>(bytes, std::numeric_limits<uint32_t>::max()));
+uint32_t as_word(uint64_t bytes) {
+    return static_cast<uint32_t>(std::min<uint64_t>(bytes, std::numeric_limits<uint32_t>::max()));
+}
+
+/*
+ * Takes a block from the C library. It keeps small ones at hand for each thread, but not for calloc; of large
+ * ones calloc knows which pages are zero because they were never touched.
+ */
+BlockHeader *take(size_t size) {
+    constexpr size_t kSmall = 1024;
+    if (size > kSmall && g_zeroing) {
+        return static_cast<BlockHeader *>(calloc(1, sizeof(BlockHeader) + size));
+    }
+    auto *header = static_cast<BlockHeader *>(malloc(sizeof(BlockHeader) + size));
+    if (header != nullptr && size <= kSmall) {
+        memset(header + 1, 0, size);
+    }
+    return header;
 }
 
 }  // namespace
@@ -87,23 +123,25 @@ void os_mem_init(const os_mem_settings *settings) {
 }
 
 void *os_mem_malloc(size_t size) {
-    size_t live = 0;
+    uint64_t live = 0;
     if (size > OS_MEM_BLOCK_MAX || !reserve(size, &live)) {
         return refuse();
     }
 
-    auto *header = static_cast<BlockHeader *>(calloc(1, sizeof(BlockHeader) + size));
+    BlockHeader *header = take(size);
     if (header == nullptr) {
-        g_mem.live_bytes.fetch_sub(size);
+        g_mem.live.fetch_sub(kOneBlock + size, std::memory_order_relaxed);
         return refuse();
     }
     header->size = size;
 
-    g_mem.live_blocks.fetch_add(1);
-    g_mem.total_blocks.fetch_add(1);
-    keep_peak(live);
+    g_mem.total_blocks.fetch_add(1, std::memory_order_relaxed);
     warn_once(live);
     return header + 1;
+}
+
+void os_mem_zeroing(int32_t on) {
+    g_zeroing = on != 0;
 }
 
 char *os_mem_strdup(const char *text) {
@@ -123,15 +161,16 @@ void os_mem_free(void *block) {
         return;
     }
     BlockHeader *header = static_cast<BlockHeader *>(block) - 1;
-    g_mem.live_bytes.fetch_sub(header->size);
-    g_mem.live_blocks.fetch_sub(1);
+    release(header->size);
     free(header);
 }
 
 void os_mem_usage(os_mem_usage_t *usage) {
-    usage->live_bytes = as_word(g_mem.live_bytes.load());
+    const uint64_t live = g_mem.live.load();
+    keep_peak(live & kBytesMask);
+    usage->live_bytes = as_word(live & kBytesMask);
     usage->peak_bytes = as_word(g_mem.peak_bytes.load());
-    usage->live_blocks = g_mem.live_blocks.load();
+    usage->live_blocks = static_cast<uint32_t>(live >> kByteBits);
     usage->total_blocks = g_mem.total_blocks.load();
     usage->refused = g_mem.refused.load();
     usage->warn_at = g_mem.warn_at.load();

@@ -26,6 +26,7 @@ class ByteBuffer : public FaultsTest {
         buffer_.length += static_cast<uint32_t>(content.size());
     }
     static void no_memory() {
+        doubles::libc::malloc.stand_in([](size_t) -> void * { return nullptr; });
         doubles::libc::calloc.stand_in([](size_t, size_t) -> void * { return nullptr; });
     }
 

@@ -1,5 +1,6 @@
 #include "os_mem.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstddef>
 #include <cstring>
@@ -11,8 +12,22 @@ namespace {
 
 static_assert(sizeof(os_mem_usage_t) == 24);
 
-void *no_memory(size_t, size_t) {
-    return nullptr;
+void no_memory() {
+    doubles::libc::malloc.stand_in([](size_t) { return nullptr; });
+    doubles::libc::calloc.stand_in([](size_t, size_t) { return nullptr; });
+}
+
+/* The C library's memory comes full of something. */
+void dirty_memory() {
+    doubles::libc::malloc.stand_in([](size_t size) {
+        void *block = doubles::libc::malloc.real(size);
+        return block != nullptr ? memset(block, 0xFF, size) : nullptr;
+    });
+}
+
+bool is_filled_with(const void *block, size_t size, unsigned char byte) {
+    const auto *bytes = static_cast<const unsigned char *>(block);
+    return std::all_of(bytes, bytes + size, [byte](unsigned char each) { return each == byte; });
 }
 
 os_mem_usage_t usage_now() {
@@ -74,6 +89,39 @@ TEST_F(OsMem, HandsOutZeros) {
     }
 }
 
+TEST_F(OsMem, HandsOutZerosOfEverySizeWhateverTheMemoryHeld) {
+    dirty_memory();
+    for (const size_t size : {1u, 1023u, 1024u, 1025u, 1u << 20}) {
+        void *block = os_mem_malloc(size);
+        EXPECT_TRUE(is_filled_with(block, size, 0)) << size;
+        os_mem_free(block);
+    }
+}
+
+TEST_F(OsMem, LeavesALargeBlockAsItIsWithoutZeroFill) {
+    dirty_memory();
+    os_mem_zeroing(0);
+    void *plain = os_mem_malloc(5000);
+    os_mem_zeroing(1);
+    void *zeroed = os_mem_malloc(5000);
+    EXPECT_TRUE(is_filled_with(plain, 5000, 0xFF));
+    EXPECT_TRUE(is_filled_with(zeroed, 5000, 0));
+    os_mem_free(plain);
+    os_mem_free(zeroed);
+}
+
+TEST_F(OsMem, ZeroFillIsEachThreadsOwn) {
+    dirty_memory();
+    os_mem_zeroing(0);
+    std::thread other([] {
+        void *block = os_mem_malloc(5000);
+        EXPECT_TRUE(is_filled_with(block, 5000, 0));
+        os_mem_free(block);
+    });
+    other.join();
+    os_mem_zeroing(1);
+}
+
 TEST_F(OsMem, AlignsBlocksForAnyType) {
     for (const size_t size : {0u, 1u, 15u, 17u, 4096u}) {
         void *block = os_mem_malloc(size);
@@ -107,6 +155,12 @@ TEST_F(OsMem, RemembersThePeak) {
     EXPECT_EQ(before_.live_bytes + before_.peak_bytes + 1000, usage_now().peak_bytes);
 }
 
+TEST_F(OsMem, TheBytesHeldNowMayBeThePeak) {
+    void *large = os_mem_malloc(before_.peak_bytes + 1000);
+    EXPECT_EQ(usage_now().live_bytes, usage_now().peak_bytes);
+    os_mem_free(large);
+}
+
 TEST_F(OsMem, GivesABlockForSizeZero) {
     void *block = os_mem_malloc(0);
     EXPECT_NE(nullptr, block);
@@ -136,15 +190,17 @@ TEST_F(OsMem, RefusesABlockAbove64MiB) {
     EXPECT_EQ(before_.refused + 4, usage_now().refused);
     EXPECT_EQ(before_.live_bytes, usage_now().live_bytes);
     EXPECT_EQ(before_.total_blocks, usage_now().total_blocks);
-    EXPECT_EQ(0u, doubles::libc::calloc.calls());
+    EXPECT_EQ(0u, doubles::libc::malloc.calls() + doubles::libc::calloc.calls());
 }
 
 TEST_F(OsMem, CountsARequestWithoutMemoryAsRefused) {
-    doubles::libc::calloc.stand_in(no_memory);
-    errno = 0;
-    EXPECT_EQ(nullptr, os_mem_malloc(100));
-    EXPECT_EQ(ENOMEM, errno);
-    EXPECT_EQ(before_.refused + 1, usage_now().refused);
+    no_memory();
+    for (const size_t size : {100u, 1u << 20}) {
+        errno = 0;
+        EXPECT_EQ(nullptr, os_mem_malloc(size));
+        EXPECT_EQ(ENOMEM, errno);
+    }
+    EXPECT_EQ(before_.refused + 2, usage_now().refused);
     EXPECT_EQ(before_.live_bytes, usage_now().live_bytes);
     EXPECT_EQ(before_.live_blocks, usage_now().live_blocks);
 }

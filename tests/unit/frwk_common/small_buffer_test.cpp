@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstring>
 #include <string>
 
 #include "unit/frwk_common/memory_usage.h"
@@ -54,6 +55,29 @@ TEST(SmallBuffer, StartsABlockWithZeros) {
     ASSERT_TRUE(buffer.on_heap());
     const std::string bytes(reinterpret_cast<const char *>(buffer.data()), 5000);
     EXPECT_EQ(bytes, std::string(5000, '\0'));
+}
+
+TEST(SmallBuffer, TakesAPlainBlockWithTheSameLimits) {
+    const uint32_t before = live_blocks();
+    SmallBuffer<64> buffer;
+    EXPECT_FALSE(buffer.reserve_plain(checked_add(UINT32_MAX, 8)));
+    EXPECT_FALSE(buffer.reserve_plain(OS_MEM_BLOCK_MAX + 1));
+    EXPECT_TRUE(buffer.reserve_plain(64));
+    EXPECT_FALSE(buffer.on_heap());
+    EXPECT_TRUE(buffer.reserve_plain(65));
+    EXPECT_TRUE(buffer.on_heap());
+    EXPECT_EQ(live_blocks(), before + 1);
+}
+
+TEST(SmallBuffer, ABlockAfterAPlainOneStartsWithZeros) {
+    for (int round = 0; round < 2; ++round) {
+        SmallBuffer<64> plain;
+        ASSERT_TRUE(plain.reserve_plain(5000));
+        std::memset(plain.data(), 0xFF, 5000);
+    }
+    SmallBuffer<64> zeroed;
+    ASSERT_TRUE(zeroed.reserve(5000));
+    EXPECT_EQ(std::string(reinterpret_cast<const char *>(zeroed.data()), 5000), std::string(5000, '\0'));
 }
 
 TEST(SmallBuffer, FreesItsBlock) {

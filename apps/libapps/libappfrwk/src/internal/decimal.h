@@ -1,17 +1,59 @@
 /*
  * Decimal numbers in texts from outside.
+ *
+ * They read as strtol and its siblings with base 10: blanks and a sign may come first, any other character
+ * ends the number, no digits at all are 0, and what does not fit is the nearest that does. Unlike them they
+ * ask for no locale and set no errno.
  */
 #pragma once
 
 #include <algorithm>
 #include <cstdint>
-#include <cstdlib>
 
-/*
- * The number that a text begins with; 0 when it begins with none. Blanks and a sign may come first, and any
- * other character ends it. The device's long has 32 bits: a number beyond them is the nearest that fits.
- */
+/* A number's magnitude and sign; the magnitude is the largest one where there are more digits. */
+struct DecimalDigits {
+    uint64_t magnitude;
+    bool negative;
+    bool fits;
+};
+
+inline DecimalDigits decimal_digits(const char *text) {
+    while (*text == ' ' || (*text >= '\t' && *text <= '\r')) {
+        ++text;
+    }
+    DecimalDigits number = {0, *text == '-', true};
+    if (*text == '-' || *text == '+') {
+        ++text;
+    }
+    for (; *text >= '0' && *text <= '9'; ++text) {
+        const auto digit = static_cast<unsigned>(*text - '0');
+        number.fits = number.fits && !__builtin_mul_overflow(number.magnitude, 10u, &number.magnitude) &&
+                      !__builtin_add_overflow(number.magnitude, digit, &number.magnitude);
+    }
+    return number;
+}
+
+/* The number that a text begins with, of 64 bits. */
+inline int64_t decimal_long_number(const char *text) {
+    const DecimalDigits number = decimal_digits(text);
+    constexpr uint64_t kMost = INT64_MAX;
+    if (number.negative) {
+        const bool fits = number.fits && number.magnitude <= kMost;
+        return fits ? -static_cast<int64_t>(number.magnitude) : INT64_MIN;
+    }
+    return static_cast<int64_t>(number.fits ? std::min(number.magnitude, kMost) : kMost);
+}
+
+/* The same of 64 bits without a sign; a minus negates it within them. */
+inline uint64_t decimal_unsigned_number(const char *text) {
+    const DecimalDigits number = decimal_digits(text);
+    if (!number.fits) {
+        return UINT64_MAX;
+    }
+    return number.negative ? -number.magnitude : number.magnitude;
+}
+
+/* The same of 32 bits, which the device's long has. */
 inline int32_t decimal_number(const char *text) {
-    const long long number = std::strtoll(text, nullptr, 10);
-    return static_cast<int32_t>(std::clamp<long long>(number, INT32_MIN, INT32_MAX));
+    return static_cast<int32_t>(std::clamp<int64_t>(decimal_long_number(text), INT32_MIN, INT32_MAX));
 }

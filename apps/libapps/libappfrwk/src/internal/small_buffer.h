@@ -9,6 +9,7 @@
 #include <optional>
 
 #include "internal/owned.h"
+#include "internal/plain_block.h"
 
 /* Adds two sizes; nothing when the sum does not fit 32 bits. */
 inline std::optional<uint32_t> checked_add(uint32_t a, uint32_t b) {
@@ -30,21 +31,26 @@ class SmallBuffer {
      * Makes room for size bytes. Once, before data(). Nothing stands for a size that overflowed.
      * Returns false when there is no such block. The fixed bytes start undefined, a block's zeroed.
      */
-    [[nodiscard]] bool reserve(std::optional<uint32_t> size) {
+    [[nodiscard]] bool reserve(std::optional<uint32_t> size) { return reserve_with(size, os_mem_malloc); }
+
+    /* The same with the bytes of a block undefined too. */
+    [[nodiscard]] bool reserve_plain(std::optional<uint32_t> size) { return reserve_with(size, plain_block); }
+
+    unsigned char *data() { return block_ ? static_cast<unsigned char *>(block_.get()) : fixed_; }
+    bool on_heap() const { return static_cast<bool>(block_); }
+
+  private:
+    bool reserve_with(std::optional<uint32_t> size, void *(*allocate)(size_t size)) {
         if (!size) {
             return false;
         }
         if (*size <= kFixedSize) {
             return true;
         }
-        block_.reset(os_mem_malloc(*size));
+        block_.reset(allocate(*size));
         return static_cast<bool>(block_);
     }
 
-    unsigned char *data() { return block_ ? static_cast<unsigned char *>(block_.get()) : fixed_; }
-    bool on_heap() const { return static_cast<bool>(block_); }
-
-  private:
     OwnedBlock block_;
     alignas(std::max_align_t) unsigned char fixed_[kFixedSize];
 };
