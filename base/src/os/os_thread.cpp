@@ -9,7 +9,9 @@
 #include <pthread.h>
 #include <semaphore.h>
 
+#include <atomic>
 #include <cerrno>
+#include <climits>
 #include <cstdlib>
 #include <type_traits>
 
@@ -19,8 +21,16 @@ struct os_mutex {
     pthread_mutex_t mutex;
 };
 
+/*
+ * A semaphore of the C library behind a balance of its own. As long as a woken waiter has not run, each post
+ * to the C library's is a system call; here it is that only for posts that find somebody waiting, and the
+ * others are credit, which a wait takes without a call. The balance falls with each wait and rises with each
+ * post; below zero it is the waits that went to the C library and that no post has gone after.
+ */
 struct os_sem {
     sem_t sem;
+    std::atomic<int32_t> balance;
+    int32_t most; /* credit beyond this would be a count that the C library's can't have */
 };
 
 namespace {
@@ -137,12 +147,16 @@ os_sem *os_sem_create(uint32_t count) {
         free(sem);
         return nullptr;
     }
+    sem->most = SEM_VALUE_MAX - static_cast<int32_t>(count);
     return sem;
 }
 
 int32_t os_sem_wait(os_sem *sem) {
     if (sem == nullptr) {
         return EINVAL;
+    }
+    if (sem->balance.fetch_sub(1, std::memory_order_acquire) > 0) {
+        return 0;
     }
     while (sem_wait(&sem->sem) != 0) {
         if (errno != EINTR) {
@@ -155,6 +169,16 @@ int32_t os_sem_wait(os_sem *sem) {
 int32_t os_sem_post(os_sem *sem) {
     if (sem == nullptr) {
         return EINVAL;
+    }
+    int32_t before = sem->balance.load(std::memory_order_relaxed);
+    do {
+        if (before >= sem->most) {
+            return EOVERFLOW;
+        }
+    } while (!sem->balance.compare_exchange_weak(before, before + 1, std::memory_order_release,
+                                                 std::memory_order_relaxed));
+    if (before >= 0) {
+        return 0;
     }
     return sem_post(&sem->sem) == 0 ? 0 : errno;
 }

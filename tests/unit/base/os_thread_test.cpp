@@ -5,6 +5,7 @@
 #include <atomic>
 #include <cerrno>
 #include <climits>
+#include <thread>
 #include <vector>
 
 #include "doubles/faults_test_fixture.h"
@@ -215,6 +216,55 @@ TEST_F(OsSem, WakesAWaiter) {
     ASSERT_EQ(0, os_thread_create(&thread, &kJoinable, post, sem));
     EXPECT_EQ(0, os_sem_wait(sem));
     EXPECT_EQ(0, os_thread_join(thread));
+    os_sem_close(sem);
+}
+
+TEST_F(OsSem, KeepsPostsThatNobodyWaitsForYet) {
+    os_sem *sem = os_sem_create(1);
+    for (int i = 0; i < 99; ++i) {
+        EXPECT_EQ(0, os_sem_post(sem));
+    }
+    for (int i = 0; i < 100; ++i) {
+        EXPECT_EQ(0, os_sem_wait(sem));
+    }
+    const unsigned calls = doubles::libc::sem_wait.calls();
+    std::atomic<bool> passed{false};
+    std::thread waiter([sem, &passed] {
+        os_sem_wait(sem);
+        passed = true;
+    });
+    while (doubles::libc::sem_wait.calls() == calls) {
+        std::this_thread::yield();
+    }
+    EXPECT_FALSE(passed);
+    EXPECT_EQ(0, os_sem_post(sem));
+    waiter.join();
+    os_sem_close(sem);
+}
+
+TEST_F(OsSem, LetsThroughAsManyWaitsAsPostsAmongManyThreads) {
+    constexpr int kThreads = 4;
+    constexpr int kRounds = 5000;
+    os_sem *sem = os_sem_create(3);
+    std::vector<std::thread> threads;
+    for (int i = 0; i < kThreads; ++i) {
+        threads.emplace_back([sem] {
+            for (int round = 0; round < kRounds; ++round) {
+                EXPECT_EQ(0, os_sem_wait(sem));
+            }
+        });
+        threads.emplace_back([sem] {
+            for (int round = 0; round < kRounds; ++round) {
+                EXPECT_EQ(0, os_sem_post(sem));
+            }
+        });
+    }
+    for (std::thread &thread : threads) {
+        thread.join();
+    }
+    for (int left = 0; left < 3; ++left) {
+        EXPECT_EQ(0, os_sem_wait(sem));
+    }
     os_sem_close(sem);
 }
 
