@@ -1,16 +1,18 @@
 /*
  * Queues between the threads of one process: the registry of queues, and the thread of each.
  *
- * Senders hold the registry's lock as readers until their message is in the queue, so that a queue whose
- * thread could not be started is taken back only when nobody is about to use it. A handler runs with no lock
- * held. Each message posts the semaphore, and each wake-up empties the queue: a wake-up too many finds
- * nothing, and one that got lost is made up for by the next message.
+ * A queue that has its thread stays for ever, so senders find it without a lock. Of one that is still
+ * without, they hold the registry's lock as readers until their message is in the queue, so that it is taken
+ * back only when nobody is about to use it. A handler runs with no lock held. Each message posts the
+ * semaphore, and each wake-up empties the queue, which the thread takes whole: a wake-up too many sees that
+ * there is nothing, and one that got lost is made up for by the next message.
  */
 #include "frwk_common/itc_queue.h"
 
 #include <pthread.h>
 #include <strings.h>
 
+#include <atomic>
 #include <cstring>
 #include <optional>
 
@@ -25,8 +27,9 @@
 
 namespace {
 
-/* The steps of a creation log under the name of the call. */
+/* The steps of a call log under its name. */
 constexpr char kCreate[] = "frwk_itc_create";
+constexpr char kSend[] = "frwk_itc_send";
 
 constexpr size_t kNameSize = 64;
 
@@ -38,6 +41,8 @@ struct ItcObject {
     list_node queue; /* of ItcRecord; guarded by lock */
     os_mutex *lock;
     os_sem *sem;
+    std::atomic<bool> filled; /* whether the queue has records; changed under lock */
+    ItcObject *next_running;
 };
 
 /* A message, followed by its data. */
@@ -50,6 +55,9 @@ struct ItcRecord {
 /* Every queue of the process, and what guards the list. A creator does not starve behind steady senders. */
 list_node g_s_itc_list = {&g_s_itc_list, &g_s_itc_list};
 pthread_rwlock_t g_registry_lock = PTHREAD_RWLOCK_WRITER_NONRECURSIVE_INITIALIZER_NP;
+
+/* Those of them that have a thread, the newest first; only ever longer. */
+std::atomic<ItcObject *> g_running{nullptr};
 
 /* Holds the registry's lock: pthread_rwlock_rdlock to use the list, pthread_rwlock_wrlock to change it. */
 class RegistryLock {
@@ -86,15 +94,34 @@ struct ItcTraits {
 
 using OwnedItc = Owned<ItcTraits>;
 
+bool is_named(const ItcObject *itc, const char *name) {
+    return strcasecmp(itc->name, name) == 0;
+}
+
+/* Returns null when no queue of this name has a thread. */
+ItcObject *find_running(const char *name) {
+    ItcObject *itc = g_running.load(std::memory_order_acquire);
+    while (itc != nullptr && !is_named(itc, name)) {
+        itc = itc->next_running;
+    }
+    return itc;
+}
+
 /* The registry's lock must be held. Returns null when there is no queue of this name. */
 ItcObject *find(const char *name) {
     for (list_node *node = g_s_itc_list.next; node != &g_s_itc_list; node = node->next) {
         auto *itc = reinterpret_cast<ItcObject *>(node);
-        if (strcasecmp(itc->name, name) == 0) {
+        if (is_named(itc, name)) {
             return itc;
         }
     }
     return nullptr;
+}
+
+void set_running(ItcObject *itc) {
+    const RegistryLock changing(pthread_rwlock_wrlock);
+    itc->next_running = g_running.load(std::memory_order_relaxed);
+    g_running.store(itc, std::memory_order_release);
 }
 
 /* Makes a queue without a thread; nothing owned when there is no memory for all of it. */
@@ -168,23 +195,41 @@ ItcRecord *make_record(uint32_t msgid, const void *data, int32_t size) {
 void put(ItcObject *itc, ItcRecord *record) {
     os_mutex_lock(itc->lock);
     list_add(&itc->queue, &record->link);
+    itc->filled.store(true, std::memory_order_relaxed);
     os_mutex_unlock(itc->lock);
     os_sem_post(itc->sem);
 }
 
-/* Takes the first record off a queue; null when it has none. */
-ItcRecord *get(ItcObject *itc) {
+/* Moves everything from a queue to an empty list. */
+void take_all(ItcObject *itc, list_node *records) {
     os_mutex_lock(itc->lock);
-    ItcRecord *record = take_first(&itc->queue);
+    list_add(&itc->queue, records); /* a second head of the same ring: the first one leaves it */
+    list_del(&itc->queue);
+    itc->filled.store(false, std::memory_order_relaxed);
     os_mutex_unlock(itc->lock);
-    return record;
 }
 
 void handle_all(ItcObject *itc) {
-    while (ItcRecord *record = get(itc)) {
-        itc->handler(record->msgid, record + 1, record->size);
-        os_mem_free(record);
+    while (itc->filled.load(std::memory_order_relaxed)) {
+        list_node records = {&records, &records};
+        take_all(itc, &records);
+        while (ItcRecord *record = take_first(&records)) {
+            itc->handler(record->msgid, record + 1, record->size);
+            os_mem_free(record);
+        }
     }
+}
+
+/* Sends to a queue that stays. */
+apps_err_e_type send_to(ItcObject *itc, uint32_t msgid, const void *data, int32_t size) {
+    ItcRecord *record = make_record(msgid, data, size);
+    if (record == nullptr) {
+        FRWK_WARN_AS(kSend, "alloc for itc send failed! msgid:%d, data_size:%d", static_cast<int>(msgid),
+                     size);
+        return E_APPS_ERR_MALLOC;
+    }
+    put(itc, record);
+    return E_APPS_ERR_SUCCESS;
 }
 
 }  // namespace
@@ -222,6 +267,7 @@ apps_err_e_type frwk_itc_create(const char *name, const struct os_thread_attr *a
         remove_object(itc);
         return E_APPS_ERR_THREAD;
     }
+    set_running(itc);
     return E_APPS_ERR_SUCCESS;
 }
 
@@ -231,18 +277,16 @@ apps_err_e_type frwk_itc_send(const char *name, uint32_t msgid, const void *data
         return E_APPS_ERR_PARAM;
     }
 
+    ItcObject *running = find_running(name);
+    if (running != nullptr) {
+        return send_to(running, msgid, data, size);
+    }
+
     const RegistryLock sending(pthread_rwlock_rdlock);
     ItcObject *itc = find(name);
     if (itc == nullptr) {
         FRWK_WARN("itc(%s) has not been registered!", name);
         return E_APPS_ERR_NOTEXIST;
     }
-
-    ItcRecord *record = make_record(msgid, data, size);
-    if (record == nullptr) {
-        FRWK_WARN("alloc for itc send failed! msgid:%d, data_size:%d", static_cast<int>(msgid), size);
-        return E_APPS_ERR_MALLOC;
-    }
-    put(itc, record);
-    return E_APPS_ERR_SUCCESS;
+    return send_to(itc, msgid, data, size);
 }
