@@ -34,6 +34,7 @@ extern Double<int(pollfd *, nfds_t, int)> poll;
 extern Double<ssize_t(int, void *, size_t, int)> recv;
 extern Double<ssize_t(int, msghdr *, int)> recvmsg;
 extern Double<ssize_t(int, const void *, size_t, int)> send;
+extern Double<ssize_t(int, const msghdr *, int)> sendmsg;
 extern Double<int()> sched_yield;
 
 extern Double<int(const char *, int, mode_t)> open;

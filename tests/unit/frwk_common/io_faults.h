@@ -63,7 +63,17 @@ inline void on_read(const std::function<ssize_t(const Transfer &real, int fd, vo
     });
 }
 
-/* Answers every write of the library; send and write both go there. */
+/* The bytes of all parts of a message, one behind the other. */
+inline std::vector<unsigned char> gather(const msghdr &message) {
+    std::vector<unsigned char> bytes;
+    for (size_t i = 0; i < message.msg_iovlen; ++i) {
+        const auto *part = static_cast<const unsigned char *>(message.msg_iov[i].iov_base);
+        bytes.insert(bytes.end(), part, part + message.msg_iov[i].iov_len);
+    }
+    return bytes;
+}
+
+/* Answers every write of the library: send, sendmsg, with its parts as one buffer, and write all go there. */
 inline void on_write(
     const std::function<ssize_t(const Output &real, int fd, const void *buf, size_t size)> &act) {
     doubles::libc::send.stand_in([act](int fd, const void *buf, size_t size, int flags) {
@@ -71,6 +81,13 @@ inline void on_write(
             return doubles::libc::send.real(its_fd, its_buf, its_size, flags);
         };
         return act(real, fd, buf, size);
+    });
+    doubles::libc::sendmsg.stand_in([act](int fd, const msghdr *message, int flags) {
+        const Output real = [flags](int its_fd, const void *its_buf, size_t its_size) {
+            return doubles::libc::send.real(its_fd, its_buf, its_size, flags);
+        };
+        const std::vector<unsigned char> bytes = gather(*message);
+        return act(real, fd, bytes.data(), bytes.size());
     });
     doubles::libc::write.stand_in([act](int fd, const void *buf, size_t size) {
         const Output real = [](int its_fd, const void *its_buf, size_t its_size) {
@@ -84,7 +101,7 @@ inline unsigned reads() {
     return doubles::libc::recv.calls() + doubles::libc::recvmsg.calls() + doubles::libc::read.calls();
 }
 inline unsigned writes() {
-    return doubles::libc::send.calls() + doubles::libc::write.calls();
+    return doubles::libc::send.calls() + doubles::libc::sendmsg.calls() + doubles::libc::write.calls();
 }
 
 }  // namespace io_faults

@@ -86,6 +86,15 @@ TEST_F(IpcAsyncTest, MessageOf1001BytesTakesOneBlock) {
     EXPECT_EQ(slice(wlan.take_message(), 24, 2000), pattern(1001));
 }
 
+TEST_F(IpcAsyncTest, MessageOfFourMebibytesArrivesWhole) {
+    const TestListener wlan("wlan");
+    Bytes message;
+    std::thread receiver([&] { message = wlan.take_message(); });
+    EXPECT_EQ(tell(kWlan, pattern(size_t{4} << 20)), 15);
+    receiver.join();
+    EXPECT_EQ(slice(message, 24, size_t{5} << 20), pattern(size_t{4} << 20));
+}
+
 TEST_F(IpcAsyncTest, ReportsThatThereIsNoMemory) {
     const TestListener wlan("wlan");
     refuse_blocks();

@@ -253,6 +253,29 @@ TEST_F(IpcConnectTest, LeavesNoTimeLimitOnAConnectionThatWaited) {
     (void)close(fd);
 }
 
+TEST_F(IpcConnectTest, ReachesTheListenerOfOneThatOnlyTellsWithoutAnotherCall) {
+    const TestListener wlan("wlan");
+    libc::fcntl.forget_calls();
+    libc::setsockopt.forget_calls();
+    const int fd = frwk_ipc_connect_to_tell(kWlan, 3);
+    ASSERT_GE(fd, 0);
+    EXPECT_EQ(libc::fcntl.calls() + libc::setsockopt.calls(), 0u);
+    EXPECT_EQ(frwk_ipc_tell(fd, "hello", 5, nullptr, 0), 5);
+    const int peer = wlan.accept();
+    EXPECT_EQ(read_bytes(peer, 5), text_bytes("hello"));
+    close_all({fd, peer});
+}
+
+TEST_F(IpcConnectTest, WaitsAtAFullQueueForOneThatOnlyTellsToo) {
+    const TestListener wlan("wlan", 0);
+    const std::vector<int> queued = fill_queue("wlan");
+    EXPECT_EQ(frwk_ipc_connect_to_tell(kWlan, 0), -1);
+    const auto start = Clock::now();
+    EXPECT_EQ(frwk_ipc_connect_to_tell(kWlan, 1), -1);
+    EXPECT_GE(Clock::now() - start, std::chrono::milliseconds(900));
+    close_all(queued);
+}
+
 TEST_F(IpcConnectTest, LeaksNoDescriptorInAThousandFailures) {
     (void)unlink("/tmp/m_tmp/ipc/wlan");
     const size_t before = open_descriptors();

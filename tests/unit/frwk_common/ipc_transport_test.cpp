@@ -55,6 +55,11 @@ class IpcSendTest : public IpcTransportTest {
     int32_t send(const Bytes &bytes) {
         return frwk_ipc_send(pair_.subject(), bytes.data(), static_cast<uint32_t>(bytes.size()));
     }
+    /* The first bytes as the head, the others behind it. */
+    int32_t tell(const Bytes &bytes, uint32_t head) {
+        const auto rest = static_cast<uint32_t>(bytes.size()) - head;
+        return frwk_ipc_tell(pair_.subject(), bytes.data(), head, bytes.data() + head, rest);
+    }
     Bytes arrived() {
         pair_.close_subject();
         return read_to_end(pair_.test());
@@ -246,6 +251,17 @@ TEST_F(IpcRecvTest, GivesASenderItsTurnOnceBeforeItWaits) {
     EXPECT_EQ(limits_, (std::vector<int>{3000}));
 }
 
+TEST_F(IpcRecvTest, WaitsForTheRestOfALongMessageWithoutALookThatFindsNothing) {
+    write_bytes(pair_.test(), pattern(10));
+    libc::poll.stand_in([this](pollfd *, nfds_t, int) {
+        write_bytes(pair_.test(), pattern(10));
+        return 1;
+    });
+    EXPECT_EQ(recv(50, 3), 50);
+    EXPECT_EQ(libc::poll.calls(), 4u);
+    EXPECT_EQ(io_faults::reads(), 6u); /* one for each piece, and one behind the turn that was given away */
+}
+
 TEST_F(IpcRecvTest, NeedsNoWaitWhenTheSenderWritesInItsTurn) {
     libc::sched_yield.stand_in([this] {
         write_bytes(pair_.test(), pattern(24));
@@ -386,4 +402,69 @@ TEST_F(IpcSendTest, WritesMoreThanTheQueueHoldsWhileThePeerReads) {
     EXPECT_EQ(send(bytes), static_cast<int32_t>(bytes.size()));
     peer.join();
     EXPECT_EQ(read, bytes);
+}
+
+/* ---- Writing in two parts -------------------------------------------------------------------------- */
+
+TEST_F(IpcSendTest, WritesBothPartsInOneCall) {
+    const Bytes bytes = pattern(5024);
+    EXPECT_EQ(tell(bytes, 24), 5024);
+    EXPECT_EQ(io_faults::writes(), 1u);
+    EXPECT_EQ(arrived(), bytes);
+}
+
+TEST_F(IpcSendTest, WritesAHeadAloneWhenNothingFollows) {
+    EXPECT_EQ(tell(pattern(24), 24), 24);
+    EXPECT_EQ(arrived(), pattern(24));
+}
+
+TEST_F(IpcSendTest, GoesOnWhereverAWriteOfTwoPartsStopped) {
+    for (const size_t each : {1u, 23u, 24u, 25u, 99u}) {
+        SocketPair pair;
+        io_faults::on_write([each](const io_faults::Output &real, int fd, const void *buf, size_t size) {
+            return real(fd, buf, std::min(size, each));
+        });
+        const Bytes bytes = pattern(100);
+        EXPECT_EQ(frwk_ipc_tell(pair.subject(), bytes.data(), 24, bytes.data() + 24, 76), 100);
+        pair.close_subject();
+        EXPECT_EQ(read_to_end(pair.test()), bytes) << each;
+    }
+}
+
+TEST_F(IpcSendTest, WaitsOnANonBlockingDescriptorUntilThePeerReads) {
+    ASSERT_EQ(fcntl(pair_.subject(), F_SETFL, O_NONBLOCK), 0);
+    const Bytes bytes = pattern(size_t{4} * 1024 * 1024);
+    Bytes read;
+    std::thread peer([&] { read = read_bytes(pair_.test(), bytes.size()); });
+    EXPECT_EQ(tell(bytes, 24), static_cast<int32_t>(bytes.size()));
+    peer.join();
+    EXPECT_EQ(read, bytes);
+    EXPECT_EQ(log_.text(), "");
+}
+
+TEST_F(IpcSendTest, WaitsWithoutTheTimeLimitThatConnectingLeft) {
+    const timeval limit = {0, 1000};
+    ASSERT_EQ(setsockopt(pair_.subject(), SOL_SOCKET, SO_SNDTIMEO, &limit, sizeof(limit)), 0);
+    const Bytes bytes = pattern(size_t{4} * 1024 * 1024);
+    Bytes read;
+    std::thread peer([&] {
+        while (libc::setsockopt.calls() < 2) {
+            std::this_thread::yield();
+        }
+        read = read_bytes(pair_.test(), bytes.size());
+    });
+    EXPECT_EQ(tell(bytes, 24), static_cast<int32_t>(bytes.size()));
+    peer.join();
+    EXPECT_EQ(read, bytes);
+}
+
+TEST_F(IpcSendTest, ReportsADescriptorThatCanNotBeMadeToWait) {
+    ASSERT_EQ(fcntl(pair_.subject(), F_SETFL, O_NONBLOCK), 0);
+    libc::fcntl.stand_in([](int, int, void *) {
+        errno = EBADF;
+        return -1;
+    });
+    const Bytes bytes = pattern(size_t{4} * 1024 * 1024);
+    EXPECT_LT(tell(bytes, 24), static_cast<int32_t>(bytes.size()));
+    EXPECT_TRUE(logged_once(log_, kWarningLevel, with_errno("ipc send error!", EBADF)));
 }

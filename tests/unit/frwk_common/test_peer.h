@@ -2,7 +2,7 @@
  * The other end of a conversation, played by the test: a module's listening socket, and a peer that
  * answers one request with given bytes.
  *
- * Once connected it uses calls that no stand-in replaces (readv, sendmsg), so that faults meet the library
+ * Once connected it uses calls that no stand-in replaces (readv, sendmmsg), so that faults meet the library
  * only.
  */
 #pragma once
@@ -79,7 +79,9 @@ inline bool write_bytes(int fd, const Bytes &bytes) {
         msghdr message = {};
         message.msg_iov = &piece;
         message.msg_iovlen = 1;
-        const ssize_t count = sendmsg(fd, &message, MSG_NOSIGNAL);
+        mmsghdr one = {message, 0};
+        const ssize_t count =
+            sendmmsg(fd, &one, 1, MSG_NOSIGNAL) == 1 ? static_cast<ssize_t>(one.msg_len) : -1;
         if (count < 0 && errno == EINTR) {
             continue;
         }

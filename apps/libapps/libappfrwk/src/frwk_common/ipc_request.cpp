@@ -1,5 +1,9 @@
 /*
  * Sends requests: one connection a message, the header and the body in one write.
+ *
+ * A small request is laid out in the frame. A larger one is written from where its body lies, since copying
+ * it would take as long as half its way; the block that the copy would fill is taken all the same, untouched:
+ * a module's memory limits hold for what it sends.
  */
 #include <cstring>
 #include <optional>
@@ -71,30 +75,43 @@ apps_err_e_type check_request(const char *caller, uint32_t module, const Body &b
     return E_APPS_ERR_SUCCESS;
 }
 
+/* Writes one request. Returns 0, or the result of the send. */
+apps_err_e_type write_request(const char *caller, int fd, const frwk_ipc_header &header, const Body &body) {
+    IpcBuffer request;
+    const std::optional<uint32_t> size = checked_add(kHeaderSize, body.len);
+    if (!request.reserve_plain(size)) {
+        FRWK_WARN_AS(caller, "alloc failed for ipc req!");
+        return E_APPS_ERR_MALLOC;
+    }
+
+    int32_t written = 0;
+    if (request.on_heap()) {
+        written = frwk_ipc_tell(fd, &header, kHeaderSize, body.data, body.len);
+    } else {
+        lay_out(request.data(), header, body);
+        written = frwk_ipc_tell(fd, request.data(), *size, nullptr, 0);
+    }
+    if (written != static_cast<int32_t>(*size)) {
+        FRWK_WARN_AS(caller, "ipc send req msg failed!");
+        return E_APPS_ERR_WRITE;
+    }
+    return E_APPS_ERR_SUCCESS;
+}
+
 /* Opens a connection and writes one request. Returns 0 with the connection, or the result of the send. */
 apps_err_e_type send_request(const char *caller, uint32_t module, const frwk_ipc_header &header,
                              const Body &body, UniqueFd *connection) {
-    UniqueFd fd(frwk_ipc_connect(module, header.timeout));
+    const auto connect = header.async != 0 ? frwk_ipc_connect_to_tell : frwk_ipc_connect;
+    UniqueFd fd(connect(module, header.timeout));
     if (!fd) {
         const char *name = frwk_module_name(static_cast<int32_t>(module));
         FRWK_WARN_AS(caller, "ipc connect to module [%s] failed!", name != nullptr ? name : "");
         return E_APPS_ERR_MODULE;
     }
 
-    IpcBuffer request;
-    const std::optional<uint32_t> size = checked_add(kHeaderSize, body.len);
-    if (!request.reserve(size)) {
-        FRWK_WARN_AS(caller, "alloc failed for ipc req!");
-        return E_APPS_ERR_MALLOC;
-    }
-
-    lay_out(request.data(), header, body);
-    if (frwk_ipc_send(fd.get(), request.data(), *size) != static_cast<int32_t>(*size)) {
-        FRWK_WARN_AS(caller, "ipc send req msg failed!");
-        return E_APPS_ERR_WRITE;
-    }
+    const apps_err_e_type sent = write_request(caller, fd.get(), header, body);
     *connection = std::move(fd);
-    return E_APPS_ERR_SUCCESS;
+    return sent;
 }
 
 /* Reads what is still missing of len bytes. Returns false, logged, when it can't be had. */

@@ -23,6 +23,7 @@
 #include "frwk_common/process_state.h"
 #include "internal/frwk_log.h"
 #include "internal/owned.h"
+#include "internal/plain_block.h"
 #include "internal/small_buffer.h"
 #include "os_thread.h"
 
@@ -154,7 +155,7 @@ class Request {
         if (size <= kIpcFixedBuffer) {
             return true;
         }
-        block_.reset(os_mem_malloc(size));
+        block_.reset(plain_block(size));
         if (!block_) {
             return false;
         }

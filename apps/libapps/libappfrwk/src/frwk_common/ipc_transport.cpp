@@ -63,7 +63,7 @@ bool connect_when_free(int fd, const IpcAddress &address, uint32_t timeout) {
             return false;
         }
         if (::connect(fd, address.get(), IpcAddress::size()) == 0) {
-            return set_send_limit(fd, Clock::duration::zero());
+            return true;
         }
     } while (errno == EINTR);
     return false;
@@ -72,17 +72,50 @@ bool connect_when_free(int fd, const IpcAddress &address, uint32_t timeout) {
 /* Waits for a connect in progress. What became of it shows at the first read or write. */
 bool connect_in_progress(int fd, uint32_t timeout) {
     pollfd writable = {fd, POLLOUT, 0};
-    return ::poll(&writable, 1, poll_limit(timeout)) > 0 && set_blocking(fd);
+    return ::poll(&writable, 1, poll_limit(timeout)) > 0;
 }
 
-bool connect_within(int fd, const IpcAddress &address, uint32_t timeout) {
+/* What is left to do until a write waits as long as it takes. */
+enum class Connected {
+    kNonBlocking,
+    kLimited,
+    kFailed
+};
+
+Connected connect_within(int fd, const IpcAddress &address, uint32_t timeout) {
     if (::connect(fd, address.get(), IpcAddress::size()) == 0) {
-        return set_blocking(fd);
+        return Connected::kNonBlocking;
     }
     if (errno == EAGAIN) {
-        return connect_when_free(fd, address, timeout);
+        return connect_when_free(fd, address, timeout) ? Connected::kLimited : Connected::kFailed;
     }
-    return errno == EINPROGRESS && connect_in_progress(fd, timeout);
+    const bool connected = errno == EINPROGRESS && connect_in_progress(fd, timeout);
+    return connected ? Connected::kNonBlocking : Connected::kFailed;
+}
+
+bool make_patient(int fd, Connected state) {
+    switch (state) {
+        case Connected::kNonBlocking:
+            return set_blocking(fd);
+        case Connected::kLimited:
+            return set_send_limit(fd, Clock::duration::zero());
+        default:
+            return false;
+    }
+}
+
+/* Opens a connection to a module's socket; no descriptor where that failed. */
+UniqueFd open_connection(uint32_t module, uint32_t timeout, Connected *state) {
+    UniqueFd fd(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+    if (!fd) {
+        FRWK_WARN_ERRNO_AS("frwk_ipc_connect", "socket create error!");
+        return fd;
+    }
+    *state = connect_within(fd.get(), ipc_address(frwk_module_name(static_cast<int32_t>(module))), timeout);
+    if (*state == Connected::kFailed) {
+        fd.reset();
+    }
+    return fd;
 }
 
 enum class Wait {
@@ -113,16 +146,17 @@ int32_t read_at_least(int fd, uint32_t least, int32_t timeout, Take take) {
     while (total < least) {
         errno = 0;
         const ssize_t count = take(total, flags);
-        if (count > 0) {
-            total += static_cast<uint32_t>(count);
-            continue;
-        }
         if (count < 0 && errno == EINTR) {
             continue;
         }
-        if (count == 0 || errno != EAGAIN || timeout <= 0) {
+        if (count == 0 || (count < 0 && (errno != EAGAIN || timeout <= 0))) {
             FRWK_WARN_ERRNO_AS("frwk_ipc_recv", "socket recv size error!");
             return static_cast<int32_t>(total);
+        }
+        total += count > 0 ? static_cast<uint32_t>(count) : 0;
+        // Too few bytes are all that were there, so that one more look would find nothing.
+        if (total >= least || timeout <= 0) {
+            continue;
         }
         // A connection is accepted before its sender has written: mostly the sender only needs its turn.
         if (!yielded) {
@@ -143,16 +177,58 @@ int32_t read_at_least(int fd, uint32_t least, int32_t timeout, Take take) {
     return static_cast<int32_t>(total);
 }
 
+/*
+ * Writes until size bytes have gone. put: writes what is left behind the bytes so far, and returns as send
+ * does. Results as frwk_ipc_send.
+ */
+template <typename Put>
+int32_t write_whole(uint32_t size, Put put) {
+    uint32_t total = 0;
+    while (total < size) {
+        errno = 0;
+        const ssize_t count = put(total, size - total);
+        if (count > 0) {
+            total += static_cast<uint32_t>(count);
+            continue;
+        }
+        if (count < 0 && errno == EINTR) {
+            continue;
+        }
+        FRWK_WARN_ERRNO_AS("frwk_ipc_send", "ipc send error!");
+        break;
+    }
+    return static_cast<int32_t>(total);
+}
+
+/* One write of what is left of two parts behind the first done bytes. */
+ssize_t put_parts(int fd, uint32_t done, const void *head, uint32_t head_size, const void *rest,
+                  uint32_t rest_size) {
+    if (done >= head_size || rest_size == 0) {
+        const bool in_rest = done >= head_size;
+        const void *part = in_rest ? rest : head;
+        const uint32_t begin = in_rest ? done - head_size : done;
+        const uint32_t left = head_size + rest_size - done;
+        return ::send(fd, static_cast<const char *>(part) + begin, left, MSG_NOSIGNAL);
+    }
+    iovec parts[2] = {{static_cast<char *>(const_cast<void *>(head)) + done, head_size - done},
+                      {const_cast<void *>(rest), rest_size}};
+    msghdr message = {};
+    message.msg_iov = parts;
+    message.msg_iovlen = 2;
+    return ::sendmsg(fd, &message, MSG_NOSIGNAL);
+}
+
 }  // namespace
 
 int frwk_ipc_connect(uint32_t module, uint32_t timeout) {
-    UniqueFd fd(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
-    if (!fd) {
-        FRWK_WARN_ERRNO("socket create error!");
-        return -1;
-    }
-    const IpcAddress address = ipc_address(frwk_module_name(static_cast<int32_t>(module)));
-    return connect_within(fd.get(), address, timeout) ? fd.take() : -1;
+    Connected state = Connected::kFailed;
+    UniqueFd fd = open_connection(module, timeout, &state);
+    return fd && make_patient(fd.get(), state) ? fd.take() : -1;
+}
+
+int frwk_ipc_connect_to_tell(uint32_t module, uint32_t timeout) {
+    Connected state = Connected::kFailed;
+    return open_connection(module, timeout, &state).take();
 }
 
 int32_t frwk_ipc_recv(int fd, void *buf, uint32_t size, int32_t timeout) {
@@ -176,19 +252,20 @@ int32_t frwk_ipc_recv_parts(int fd, void *head, uint32_t head_size, void *rest, 
 }
 
 int32_t frwk_ipc_send(int fd, const void *buf, uint32_t size) {
-    uint32_t total = 0;
-    while (total < size) {
-        errno = 0;
-        const ssize_t count = ::send(fd, static_cast<const char *>(buf) + total, size - total, MSG_NOSIGNAL);
-        if (count > 0) {
-            total += static_cast<uint32_t>(count);
-            continue;
+    return write_whole(size, [fd, buf](uint32_t total, uint32_t left) {
+        return ::send(fd, static_cast<const char *>(buf) + total, left, MSG_NOSIGNAL);
+    });
+}
+
+int32_t frwk_ipc_tell(int fd, const void *head, uint32_t head_size, const void *rest, uint32_t rest_size) {
+    bool patient = false;
+    return write_whole(head_size + rest_size, [=, &patient](uint32_t total, uint32_t) {
+        ssize_t count = put_parts(fd, total, head, head_size, rest, rest_size);
+        if (count < 0 && errno == EAGAIN && !patient) {
+            patient = true;
+            const bool made = set_blocking(fd) && set_send_limit(fd, Clock::duration::zero());
+            count = made ? put_parts(fd, total, head, head_size, rest, rest_size) : -1;
         }
-        if (count < 0 && errno == EINTR) {
-            continue;
-        }
-        FRWK_WARN_ERRNO("ipc send error!");
-        break;
-    }
-    return static_cast<int32_t>(total);
+        return count;
+    });
 }
