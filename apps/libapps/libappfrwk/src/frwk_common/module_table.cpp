@@ -39,7 +39,8 @@ int32_t frwk_module_id(const char *name) {
     }
     for (int32_t id = E_APPS_MODULE_MIN + 1; id < E_APPS_MODULE_MAX; ++id) {
         const char *candidate = g_modules_info[id].name;
-        if (candidate != nullptr && std::strcmp(candidate, name) == 0) {
+        // Most names differ in their first character, which costs less to see than a call.
+        if (candidate != nullptr && *candidate == *name && std::strcmp(candidate, name) == 0) {
             return id;
         }
     }

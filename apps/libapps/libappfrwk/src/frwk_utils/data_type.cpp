@@ -4,10 +4,12 @@
 #include "frwk_utils/data_type.h"
 
 #include <cfloat>
+#include <charconv>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <iterator>
 #include <limits>
 #include <type_traits>
 
@@ -24,19 +26,19 @@ bool read_long(const char *text, TypedValue *value) {
 /* An unsigned long may have a minus, which negates it within its 32 bits. Too long a number is the largest.
  */
 bool read_ulong(const char *text, TypedValue *value) {
-    const int64_t number = std::strtoll(text, nullptr, 10);
+    const int64_t number = decimal_long_number(text);
     const bool fits = number >= -int64_t{UINT32_MAX} && number <= int64_t{UINT32_MAX};
     value->integer = fits ? static_cast<uint32_t>(number) : UINT32_MAX;
     return true;
 }
 
 bool read_llong(const char *text, TypedValue *value) {
-    value->integer = std::strtoll(text, nullptr, 10);
+    value->integer = decimal_long_number(text);
     return true;
 }
 
 bool read_ullong(const char *text, TypedValue *value) {
-    value->integer = static_cast<int64_t>(std::strtoull(text, nullptr, 10));
+    value->integer = static_cast<int64_t>(decimal_unsigned_number(text));
     return true;
 }
 
@@ -98,16 +100,14 @@ void format(const void *variable, char (&text)[kNumberTextSize]) {
     const T value = load<T>(variable);
     if constexpr (std::is_floating_point_v<T>) {
         (void)std::snprintf(text, sizeof(text), "%f", static_cast<double>(value));
-    } else if constexpr (std::is_signed_v<T>) {
-        (void)std::snprintf(text, sizeof(text), "%lld", static_cast<long long>(value));
     } else {
-        (void)std::snprintf(text, sizeof(text), "%llu", static_cast<unsigned long long>(value));
+        *std::to_chars(text, text + sizeof(text) - 1, value).ptr = '\0';
     }
 }
 
 void format_bool(const void *variable, char (&text)[kNumberTextSize]) {
     const char *word = frwk_bool_to_str(FRWK_BOOL_STYLE_TRUE_FALSE, load<uint8_t>(variable));
-    (void)std::snprintf(text, sizeof(text), "%s", word);
+    strsncpy(text, word, sizeof(text) - 1);
 }
 
 template <typename T>
@@ -154,15 +154,32 @@ constexpr DataType kDataTypes[] = {
 
 #undef SIZE_CHECK
 
+constexpr uint8_t kNoRow = 0xff;
+
+/* The row of each code, so that no conversion walks the table. */
+struct RowOfCode {
+    uint8_t rows[FRWK_DATA_TYPE_DOUBLE + 1];
+};
+
+constexpr RowOfCode make_row_of_code() {
+    RowOfCode made = {};
+    for (uint8_t &row : made.rows) {
+        row = kNoRow;
+    }
+    for (uint8_t row = 0; row < std::size(kDataTypes); ++row) {
+        made.rows[kDataTypes[row].code] = row;
+    }
+    return made;
+}
+
+constexpr RowOfCode kRowOfCode = make_row_of_code();
+
 }  // namespace
 
 const DataType *find_data_type(int32_t code) {
-    for (const DataType &each : kDataTypes) {
-        if (each.code == code) {
-            return &each;
-        }
-    }
-    return nullptr;
+    const auto index = static_cast<uint32_t>(code);
+    const uint8_t row = index < std::size(kRowOfCode.rows) ? kRowOfCode.rows[index] : kNoRow;
+    return row != kNoRow ? &kDataTypes[row] : nullptr;
 }
 
 TypeOutcome store_number(const DataType &type, const TypeRange &range, const TypedValue &value, void *out) {

@@ -17,6 +17,10 @@ struct DecimalDigits {
     bool fits;
 };
 
+inline bool is_digit(char c) {
+    return c >= '0' && c <= '9';
+}
+
 inline DecimalDigits decimal_digits(const char *text) {
     while (*text == ' ' || (*text >= '\t' && *text <= '\r')) {
         ++text;
@@ -25,7 +29,11 @@ inline DecimalDigits decimal_digits(const char *text) {
     if (*text == '-' || *text == '+') {
         ++text;
     }
-    for (; *text >= '0' && *text <= '9'; ++text) {
+    constexpr int kAlwaysFit = 19;
+    for (int digits = 0; digits < kAlwaysFit && is_digit(*text); ++digits, ++text) {
+        number.magnitude = number.magnitude * 10 + static_cast<unsigned>(*text - '0');
+    }
+    for (; is_digit(*text); ++text) {
         const auto digit = static_cast<unsigned>(*text - '0');
         number.fits = number.fits && !__builtin_mul_overflow(number.magnitude, 10u, &number.magnitude) &&
                       !__builtin_add_overflow(number.magnitude, digit, &number.magnitude);
