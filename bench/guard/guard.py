@@ -1,0 +1,201 @@
+#!/usr/bin/env python3
+"""Counts what the library's hot paths take, and holds that against the record. script/bench-guard runs it.
+
+  guard.py BUILD [--record]
+
+A path is gone a few times and then many more times; the difference is what it takes, without the start of the
+program. Instructions are counted by callgrind, system calls by strace. Both are the same each time, however
+busy the machine is. Runs in a device tree of its own, where it plays the modules on the other side.
+"""
+
+import os
+import platform
+import re
+import socket
+import struct
+import subprocess
+import sys
+import threading
+
+HERE = os.path.dirname(os.path.abspath(__file__))
+RECORD = os.path.join(HERE, "..", "guard.txt")
+SOCKETS = "/tmp/m_tmp/ipc"
+EVENT_FILE = "/m_data/usr/subscribe/guard"
+HEADER = struct.Struct("=IiIIIi")
+FEW, MANY = 20, 100
+SLACK = 1.05
+PEERS = ["wlan", "zndb"]
+SERVER = "router"
+SERVED = {"serve": 64, "serve-64k": 65536}
+PATHS = ["sync", "sync-64k", "async", "config-get", "publish", "serve", "serve-64k", "queue", "text-to-number",
+         "number-to-text", "names"]
+PATIENCE = 120
+
+
+def read_whole(connection, size):
+    parts = []
+    while size > 0:
+        part = connection.recv(size)
+        if not part:
+            return None
+        parts.append(part)
+        size -= len(part)
+    return b"".join(parts)
+
+
+def answer(connection):
+    with connection:
+        header = read_whole(connection, HEADER.size)
+        if header is None:
+            return
+        _, _, one_way, _, answer_size, length = HEADER.unpack(header)
+        if read_whole(connection, max(length, 0)) is not None and not one_way:
+            connection.sendall(struct.pack("=ii", 0, answer_size) + bytes(answer_size))
+
+
+def serve(listener):
+    while True:
+        answer(listener.accept()[0])
+
+
+def play_peers():
+    """The modules that the paths send to. Their queues hold all that is sent, so that nobody waits for a place."""
+    os.makedirs(SOCKETS, exist_ok=True)
+    for name in PEERS:
+        listener = socket.socket(socket.AF_UNIX)
+        listener.bind(f"{SOCKETS}/{name}")
+        listener.listen(2 * MANY)
+        threading.Thread(target=serve, args=[listener], daemon=True).start()
+    os.makedirs(os.path.dirname(EVENT_FILE), exist_ok=True)
+    with open(EVENT_FILE, "w", encoding="ascii") as file:
+        file.write(f"{PEERS[0]}\n")
+
+
+def request(message, size):
+    body = bytes(size)
+    connection = socket.socket(socket.AF_UNIX)
+    connection.connect(f"{SOCKETS}/{SERVER}")
+    connection.sendall(HEADER.pack(51, message, 0, 3, size, len(body)) + body)
+    return connection
+
+
+def ask_server(child, size, count):
+    """Its first request waits until the others are in its queue. The last message ends it."""
+    if child.stdout.readline().strip() != b"ready":
+        return
+    held = [request(5001, 64)] + [request(5001, size) for _ in range(count)] + [request(1, 0)]
+    child.stdin.write(b"g")
+    child.stdin.flush()
+    child.wait(PATIENCE)
+    del held
+
+
+def run(tool, program, path, count):
+    if os.path.exists(f"{SOCKETS}/{SERVER}"):
+        os.unlink(f"{SOCKETS}/{SERVER}")
+    with subprocess.Popen(tool + [program, path, str(count)], stdin=subprocess.PIPE, stdout=subprocess.PIPE,
+                          stderr=subprocess.PIPE) as child:
+        if path in SERVED:
+            ask_server(child, SERVED[path], count)
+        _, errors = child.communicate(timeout=PATIENCE)
+        if child.returncode != 0:
+            sys.exit(f"guard: {path}: ended with {child.returncode}\n{errors.decode()}")
+        return errors.decode()
+
+
+def instructions(program, path, count):
+    said = run(["valgrind", "--tool=callgrind", "--callgrind-out-file=/dev/null"], program, path, count)
+    return int(re.search(r"Collected : (\d+)", said).group(1))
+
+
+def system_calls(program, path, count):
+    output = "/tmp/m_tmp/guard.strace"
+    run(["strace", "-f", "-c", "-o", output], program, path, count)
+    with open(output, encoding="ascii") as file:
+        return int(file.read().splitlines()[-1].split()[3])
+
+
+def each(count, program, path):
+    return (count(program, path, MANY) - count(program, path, FEW)) / (MANY - FEW)
+
+
+def measure(program):
+    play_peers()
+    found = {}
+    for path in PATHS:
+        found[path] = (round(each(instructions, program, path)), abs(round(each(system_calls, program, path), 1)))
+        print(f"{path:16} {found[path][0]:8} instructions {found[path][1]:6} system calls", flush=True)
+    return found
+
+
+def toolchain():
+    compiler = subprocess.run(["g++", "-dumpfullversion"], check=True, capture_output=True, text=True)
+    return f"{platform.machine()}, g++ {compiler.stdout.strip()}, {' '.join(platform.libc_ver())}"
+
+
+def parse(text):
+    rows = [line.split() for line in text.splitlines() if line and not line.startswith("#")]
+    return {row[0]: (int(row[1]), float(row[2])) for row in rows}
+
+
+def recorded_for(text):
+    return re.search(r"^# for (.*)$", text, re.MULTILINE).group(1)
+
+
+def growth(found, record, compare_instructions=True):
+    """What found takes more of than record allows, as {path: words}."""
+    grown = {}
+    for path, (count, calls) in found.items():
+        if path not in record:
+            grown[path] = "has no record"
+        elif calls > record[path][1]:
+            grown[path] = f"{record[path][1]} system calls before, {calls} now"
+        elif compare_instructions and count > record[path][0] * SLACK:
+            grown[path] = f"{record[path][0]} instructions before, {count} now"
+    return grown
+
+
+def check_itself(found):
+    """A guard that can't bark is none: what was found has to be too much for a record that is a bit lower."""
+    lower = {path: (count / SLACK - 1, calls) for path, (count, calls) in found.items()}
+    fewer_calls = {path: (count, calls - 0.1) for path, (count, calls) in found.items()}
+    near = {path: (count / SLACK + 1, calls) for path, (count, calls) in found.items()}
+    everything = set(found)
+    if set(growth(found, lower)) != everything or set(growth(found, fewer_calls)) != everything:
+        sys.exit("guard: growth would not be seen")
+    if growth(found, near) or growth(found, found) or set(growth(found, {})) != everything:
+        sys.exit("guard: growth is seen where there is none")
+
+
+def write_record(found):
+    with open(RECORD, "w", encoding="ascii") as file:
+        file.write("# What the hot paths take each: instructions, system calls. Written by script/bench-guard --record.\n")
+        file.write(f"# for {toolchain()}\n")
+        for path, (count, calls) in found.items():
+            file.write(f"{path:16} {count:8} {calls:6}\n")
+
+
+def hold_against_record(found):
+    with open(RECORD, encoding="ascii") as file:
+        text = file.read()
+    same = recorded_for(text) == toolchain()
+    if not same:
+        print(f"recorded for {recorded_for(text)}, this is {toolchain()}: only system calls are compared")
+    grown = growth(found, parse(text), same)
+    for path, words in grown.items():
+        print(f"guard: {path}: {words}")
+    if grown:
+        sys.exit("guard: if it must be so, run script/bench-guard --record and tell why in CHANGELOG.md")
+
+
+def main():
+    found = measure(os.path.join(sys.argv[1], "bin", "hot-paths"))
+    check_itself(found)
+    if sys.argv[2:] == ["--record"]:
+        write_record(found)
+    else:
+        hold_against_record(found)
+
+
+if __name__ == "__main__":
+    main()
