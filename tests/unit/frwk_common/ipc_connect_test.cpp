@@ -201,6 +201,7 @@ TEST_F(IpcConnectTest, TriesAFullQueueOnceWithoutALimit) {
     const TestListener wlan("wlan", 0);
     const std::vector<int> queued = fill_queue("wlan");
     EXPECT_EQ(frwk_ipc_connect(kWlan, 0), -1);
+    EXPECT_EQ(libc::sched_yield.calls(), 0u);
     EXPECT_EQ(log_.text(), "");
     close_all(queued);
 }
@@ -219,7 +220,7 @@ TEST_F(IpcConnectTest, TakesItsPlaceInAFullQueueWhenOneGetsFree) {
     const std::vector<int> queued = fill_queue("wlan");
     libc::connect.forget_calls();
     std::thread receiver([&wlan] {
-        while (libc::connect.calls() < 2) {
+        while (libc::connect.calls() < 3) {
             std::this_thread::yield();
         }
         (void)close(wlan.accept());
@@ -232,12 +233,28 @@ TEST_F(IpcConnectTest, TakesItsPlaceInAFullQueueWhenOneGetsFree) {
     (void)close(fd);
 }
 
+TEST_F(IpcConnectTest, GivesAReceiverWithAFullQueueItsTurnBeforeItWaits) {
+    const TestListener wlan("wlan", 0);
+    const std::vector<int> queued = fill_queue("wlan");
+    libc::connect.forget_calls();
+    libc::sched_yield.stand_in([&wlan] {
+        (void)close(wlan.accept());
+        return 0;
+    });
+    const int fd = frwk_ipc_connect(kWlan, kPeerLimitSeconds);
+    EXPECT_GE(fd, 0);
+    EXPECT_EQ(libc::connect.calls(), 2u);
+    EXPECT_EQ(fcntl(fd, F_GETFL) & O_NONBLOCK, 0);
+    close_all(queued);
+    (void)close(fd);
+}
+
 TEST_F(IpcConnectTest, LeavesNoTimeLimitOnAConnectionThatWaited) {
     const TestListener wlan("wlan", 0);
     const std::vector<int> queued = fill_queue("wlan");
     libc::connect.forget_calls();
     std::thread receiver([&wlan] {
-        while (libc::connect.calls() < 2) {
+        while (libc::connect.calls() < 3) {
             std::this_thread::yield();
         }
         (void)close(wlan.accept());
