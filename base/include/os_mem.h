@@ -55,8 +55,8 @@ void os_mem_init(const os_mem_settings *settings);
 void *os_mem_malloc(size_t size);
 
 /*
- * Turns the zero fill of the calling thread's blocks off and on again. Without it a block above a KiB may hold
- * anything; for whoever overwrites all of a block, or needs no more than its place.
+ * Turns the zero fill of the calling thread's blocks off and on again. Without it a block above a KiB may
+ * hold anything; for whoever overwrites all of a block, or needs no more than its place.
  *
  * on: 0 = off, else on, as every thread starts.
  */

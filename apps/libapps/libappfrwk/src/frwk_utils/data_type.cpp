@@ -166,8 +166,8 @@ constexpr RowOfCode make_row_of_code() {
     for (uint8_t &row : made.rows) {
         row = kNoRow;
     }
-    for (uint8_t row = 0; row < std::size(kDataTypes); ++row) {
-        made.rows[kDataTypes[row].code] = row;
+    for (size_t row = 0; row < std::size(kDataTypes); ++row) {
+        made.rows[kDataTypes[row].code] = static_cast<uint8_t>(row);
     }
     return made;
 }
