@@ -95,13 +95,23 @@ T load(const void *variable) {
     return copy;
 }
 
+/* The number that a small one is written as, so that there is code for few of them. */
+template <typename T>
+using WholeNumber = std::conditional_t<sizeof(T) == sizeof(int64_t), T,
+                                       std::conditional_t<std::is_signed_v<T>, int32_t, uint32_t>>;
+
+template <typename T>
+void write_whole_number(T value, char (&text)[kNumberTextSize]) {
+    *std::to_chars(text, text + sizeof(text) - 1, value).ptr = '\0';
+}
+
 template <typename T>
 void format(const void *variable, char (&text)[kNumberTextSize]) {
     const T value = load<T>(variable);
     if constexpr (std::is_floating_point_v<T>) {
         (void)std::snprintf(text, sizeof(text), "%f", static_cast<double>(value));
     } else {
-        *std::to_chars(text, text + sizeof(text) - 1, value).ptr = '\0';
+        write_whole_number<WholeNumber<T>>(value, text);
     }
 }
 

@@ -10,36 +10,15 @@
 #include <algorithm>
 #include <cstdint>
 
-/* A number's magnitude and sign; the magnitude is the largest one where there are more digits. */
+/* A number's magnitude and sign; the magnitude means nothing where it doesn't fit. */
 struct DecimalDigits {
     uint64_t magnitude;
     bool negative;
     bool fits;
 };
 
-inline bool is_digit(char c) {
-    return c >= '0' && c <= '9';
-}
-
-inline DecimalDigits decimal_digits(const char *text) {
-    while (*text == ' ' || (*text >= '\t' && *text <= '\r')) {
-        ++text;
-    }
-    DecimalDigits number = {0, *text == '-', true};
-    if (*text == '-' || *text == '+') {
-        ++text;
-    }
-    constexpr int kAlwaysFit = 19;
-    for (int digits = 0; digits < kAlwaysFit && is_digit(*text); ++digits, ++text) {
-        number.magnitude = number.magnitude * 10 + static_cast<unsigned>(*text - '0');
-    }
-    for (; is_digit(*text); ++text) {
-        const auto digit = static_cast<unsigned>(*text - '0');
-        number.fits = number.fits && !__builtin_mul_overflow(number.magnitude, 10u, &number.magnitude) &&
-                      !__builtin_add_overflow(number.magnitude, digit, &number.magnitude);
-    }
-    return number;
-}
+/* Reads the number that a text begins with. */
+DecimalDigits decimal_digits(const char *text);
 
 /* The number that a text begins with, of 64 bits. */
 inline int64_t decimal_long_number(const char *text) {
