@@ -1,0 +1,58 @@
+/*
+ * How a function is put in front of one of the C library. The program exports it, so that every library of
+ * the process calls it in place of the real one, which it finds behind itself.
+ */
+#pragma once
+
+#include <dlfcn.h>
+
+#include <cerrno>
+#include <cstdlib>
+
+#include "faults/injector.h"
+
+namespace faults {
+
+template <typename Function>
+Function real_function(const char *name) {
+    void *found = ::dlsym(RTLD_NEXT, name);
+    if (found == nullptr) {
+        std::abort();
+    }
+    return reinterpret_cast<Function>(found);
+}
+
+/* What a call that is made to fail returns. */
+template <typename Result>
+Result refuse(const Fault &fault, Result result) {
+    errno = fault.error;
+    return result;
+}
+
+/* The bytes that a call may take which is made to be short. */
+inline size_t part_of(size_t size) {
+    return size > 1 ? size / 2 : size;
+}
+
+}  // namespace faults
+
+/* Begins the definition of a function of the C library; real is the one behind it. */
+#define QUOR_IN_FRONT(RESULT, NAME, PARAMS)                                                            \
+    extern "C" __attribute__((visibility("default"))) RESULT in_front_of_##NAME PARAMS __asm__(#NAME); \
+    extern "C" RESULT in_front_of_##NAME PARAMS
+
+#define QUOR_REAL(RESULT, NAME, PARAMS) \
+    static const auto real = faults::real_function<RESULT(*) PARAMS>(#NAME)
+
+/* A function that is carried out, or not and then gives FAILURE. */
+#define QUOR_PASS(RESULT, NAME, FAILURE, PARAMS, ARGUMENTS)           \
+    QUOR_IN_FRONT(RESULT, NAME, PARAMS) {                             \
+        QUOR_REAL(RESULT, NAME, PARAMS);                              \
+        const faults::Fault fault = faults::take(faults::Call::NAME); \
+        if (fault.way != faults::Fault::Way::kNone) {                 \
+            return faults::refuse<RESULT>(fault, FAILURE);            \
+        }                                                             \
+        const auto result = real ARGUMENTS;                           \
+        faults::carried_out(faults::Call::NAME, -1);                  \
+        return result;                                                \
+    }

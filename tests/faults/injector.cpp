@@ -1,0 +1,174 @@
+/*
+ * The state lies in memory that forked children share, so that their calls are seen. Nothing here takes
+ * memory between watch() and end().
+ */
+#include "faults/injector.h"
+
+#include <link.h>
+#include <sys/mman.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cerrno>
+#include <cstring>
+
+namespace faults {
+
+namespace {
+
+constexpr size_t kMostCalls = 1 << 16;
+constexpr size_t kNever = SIZE_MAX;
+
+/* json-c uses some of its small blocks without a look at them: its end, not ours. */
+constexpr char kFragileLibrary[] = "/libjson-c.so";
+
+struct Shared {
+    std::atomic<Who> who;
+    std::atomic<size_t> count;
+    size_t at;
+    Call kind; /* of which the call that fails is the one at that place; kNone: of all */
+    std::atomic<size_t> count_of_kind;
+    size_t variant;
+    std::atomic<bool> struck;
+    Call failed;
+    Fault fault;
+    std::atomic<Call> calls[kMostCalls];
+};
+
+struct Range {
+    uintptr_t start = 0;
+    uintptr_t end = 0;
+};
+
+Shared *g_shared = nullptr;
+Range g_fragile;
+std::atomic<long> g_live_blocks{0};
+std::atomic<void (*)(Call, int)> g_observer{nullptr};
+thread_local bool t_is_watcher = false;
+thread_local bool t_is_observing = false;
+
+int find_fragile(dl_phdr_info *info, size_t, void *) {
+    if (std::strstr(info->dlpi_name, kFragileLibrary) == nullptr) {
+        return 0;
+    }
+    for (size_t i = 0; i < info->dlpi_phnum; ++i) {
+        const auto &segment = info->dlpi_phdr[i];
+        if (segment.p_type == PT_LOAD && (segment.p_flags & PF_X) != 0) {
+            g_fragile.start = info->dlpi_addr + segment.p_vaddr;
+            g_fragile.end = g_fragile.start + segment.p_memsz;
+        }
+    }
+    return 1;
+}
+
+__attribute__((constructor)) void prepare() {
+    void *memory = ::mmap(nullptr, sizeof(Shared), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
+    if (memory != MAP_FAILED) {
+        g_shared = static_cast<Shared *>(memory);
+    }
+    (void)::dl_iterate_phdr(find_fragile, nullptr);
+}
+
+bool is_the_one(Call call, size_t index) {
+    if (g_shared->kind == Call::kNone) {
+        return index == g_shared->at;
+    }
+    return call == g_shared->kind && g_shared->count_of_kind.fetch_add(1) == g_shared->at;
+}
+
+Fault strike(Call call) {
+    const CallRow &row = row_of(call);
+    g_shared->failed = call;
+    g_shared->fault = row.faults[std::min(g_shared->variant, row.count - 1)];
+    g_shared->struck = true;
+    return g_shared->fault;
+}
+
+}  // namespace
+
+void watch_kind(Who who, Call kind, size_t nth, size_t variant) {
+    t_is_watcher = true;
+    g_shared->count = 0;
+    g_shared->count_of_kind = 0;
+    g_shared->kind = kind;
+    g_shared->at = nth;
+    g_shared->variant = variant;
+    g_shared->struck = false;
+    g_shared->who = who;
+}
+
+void watch(Who who, size_t at, size_t variant) {
+    watch_kind(who, Call::kNone, at, variant);
+}
+
+void watch(Who who) {
+    watch(who, kNever, 0);
+}
+
+void stop_watching() {
+    g_shared->who = Who::kNobody;
+}
+
+Trace end() {
+    stop_watching();
+    Trace trace;
+    const size_t count = std::min(g_shared->count.load(), kMostCalls);
+    trace.calls.assign(g_shared->calls, g_shared->calls + count);
+    trace.struck = g_shared->struck;
+    if (trace.struck) {
+        trace.failed = g_shared->failed;
+        trace.fault = g_shared->fault;
+    }
+    return trace;
+}
+
+bool watched() {
+    if (g_shared == nullptr || t_is_observing) {
+        return false;
+    }
+    const Who who = g_shared->who;
+    return who != Who::kNobody && (who == Who::kCaller) == t_is_watcher;
+}
+
+Fault take(Call call) {
+    if (!watched()) {
+        return {};
+    }
+    const size_t index = g_shared->count.fetch_add(1);
+    if (index < kMostCalls) {
+        g_shared->calls[index] = call;
+    }
+    return is_the_one(call, index) ? strike(call) : Fault{};
+}
+
+Fault take_memory(Call call, const void *caller) {
+    const auto address = reinterpret_cast<uintptr_t>(caller);
+    const bool fragile = address >= g_fragile.start && address < g_fragile.end;
+    return fragile ? Fault{} : take(call);
+}
+
+void set_observer(void (*observer)(Call call, int fd)) {
+    g_observer = observer;
+}
+
+void carried_out(Call call, int fd) {
+    void (*observer)(Call, int) = g_observer;
+    if (observer == nullptr || !watched()) {
+        return;
+    }
+    const int kept = errno;
+    t_is_observing = true;
+    observer(call, fd);
+    t_is_observing = false;
+    errno = kept;
+}
+
+long live_blocks() {
+    return g_live_blocks;
+}
+
+void count_block(long change) {
+    g_live_blocks.fetch_add(change, std::memory_order_relaxed);
+}
+
+}  // namespace faults

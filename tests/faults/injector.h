@@ -1,0 +1,62 @@
+/*
+ * Counts the calls that one run makes into the C library, and makes one of them fail.
+ *
+ * Between watch() and end() the calls of the threads in question are counted. What the test's own code, its
+ * other threads and its helpers do is not. One run at a time; a child that the run forks goes on counting.
+ */
+#pragma once
+
+#include <vector>
+
+#include "faults/libc_call.h"
+
+namespace faults {
+
+/* Whose calls count. */
+enum class Who : uint8_t {
+    kNobody,
+    kCaller, /* the thread that called watch */
+    kOthers  /* every other thread of the process, such as its service thread */
+};
+
+/* Counts from now on. at, variant: the call that fails, counted from 0, and which of its faults it meets. */
+void watch(Who who);
+void watch(Who who, size_t at, size_t variant);
+
+/* The same, for the call that is the nth of its kind, counted from 0. */
+void watch_kind(Who who, Call kind, size_t nth, size_t variant);
+
+struct Trace {
+    std::vector<Call> calls;
+    bool struck = false; /* a call was made to fail */
+    Call failed = Call::kNone;
+    Fault fault;
+};
+
+/* Counts no longer. */
+Trace end();
+
+/* Counts no longer, in a child: the trace is its parent's. */
+void stop_watching();
+
+/* Sees each counted call when it was carried out, until null takes its place. fd: of fsync, else -1. */
+void set_observer(void (*observer)(Call call, int fd));
+
+/* For the functions that stand in front of the C library: counts a call and says what becomes of it. */
+Fault take(Call call);
+
+/* The same for memory. caller: the code that asks for it; what a library asks for that can't bear a refusal
+ * is not counted. */
+Fault take_memory(Call call, const void *caller);
+
+/* Tells the observer. */
+void carried_out(Call call, int fd);
+
+/* Whether calls of this thread are counted now. */
+bool watched();
+
+/* Blocks of memory that were taken and not given back, in the whole process; constant under a sanitizer. */
+long live_blocks();
+void count_block(long change);
+
+}  // namespace faults

@@ -1,0 +1,28 @@
+/*
+ * What a call may leave behind: blocks of memory, descriptors and files.
+ */
+#pragma once
+
+#include <set>
+#include <string>
+
+#include "os_mem.h"
+
+namespace faults {
+
+struct Holdings {
+    long blocks;        /* of the C library */
+    uint32_t tracked;   /* of the base library's allocator */
+    size_t descriptors; /* open ones */
+};
+
+/* As it is now. Takes no memory. */
+Holdings holdings();
+
+/* Waits a little for other threads to let go. Returns "" or what there is more of than before. */
+std::string grown_since(const Holdings &before);
+
+/* The paths of all files in the device's own folders. */
+std::set<std::string> device_files();
+
+}  // namespace faults

@@ -1,0 +1,48 @@
+/*
+ * The calls into the C library that are counted and made to fail, and the ways in which each of them can.
+ */
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+namespace faults {
+
+enum class Call : uint8_t {
+#define QUOR_CALL(name, ...) name,
+#include "faults/libc_calls.def"
+#undef QUOR_CALL
+    kNone
+};
+
+/* What becomes of one call. */
+struct Fault {
+    enum class Way : uint8_t {
+        kNone,  /* it is carried out */
+        kFails, /* it is not carried out and fails with error */
+        kShort, /* about half of the bytes, at least one where it was given any */
+        kEnds   /* no byte, as at the end of a file or of a connection */
+    };
+
+    Way way = Way::kNone;
+    int error = 0;
+};
+
+inline constexpr size_t kMostFaults = 4;
+
+/* A call's name and its faults, of which count are there. */
+struct CallRow {
+    const char *name;
+    size_t count;
+    Fault faults[kMostFaults];
+};
+
+const CallRow &row_of(Call call);
+
+/* Whether it asks for memory; all others count as system calls. */
+bool is_allocation(Call call);
+
+/* As a failed test names it: "EIO", "short", "end". */
+const char *name_of(const Fault &fault);
+
+}  // namespace faults

@@ -1,0 +1,166 @@
+/*
+ * In front of the functions for descriptors, files and folders.
+ */
+#include <dirent.h>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <sys/uio.h>
+#include <unistd.h>
+
+#include <cstdarg>
+#include <cstdlib>
+
+#include "faults/in_front.h"
+
+using faults::Call;
+using faults::Fault;
+
+namespace {
+
+bool takes_mode(int flags) {
+    return (flags & (O_CREAT | __O_TMPFILE)) != 0;
+}
+
+/* Whether the name is that of a process in /proc which belongs to another group than this one's. */
+bool is_strange_process(const char *name) {
+    const pid_t pid = static_cast<pid_t>(std::strtol(name, nullptr, 10));
+    return pid > 0 && ::getpgid(pid) != ::getpgrp();
+}
+
+/* Reads or writes all, a part, or nothing. */
+template <typename Transfer>
+ssize_t transfer(Call call, size_t size, Transfer real) {
+    const Fault fault = faults::take(call);
+    switch (fault.way) {
+        case Fault::Way::kFails:
+            return faults::refuse<ssize_t>(fault, -1);
+        case Fault::Way::kEnds:
+            return 0;
+        case Fault::Way::kShort:
+            size = faults::part_of(size);
+            break;
+        case Fault::Way::kNone:
+            break;
+    }
+    const ssize_t result = real(size);
+    faults::carried_out(call, -1);
+    return result;
+}
+
+}  // namespace
+
+QUOR_IN_FRONT(int, open64, (const char *path, int flags, ...)) {
+    static const auto real = faults::real_function<int (*)(const char *, int, ...)>("open64");
+    mode_t mode = 0;
+    if (takes_mode(flags)) {
+        va_list rest;
+        va_start(rest, flags);
+        mode = va_arg(rest, mode_t);
+        va_end(rest);
+    }
+    const Fault fault = faults::take(Call::open64);
+    if (fault.way != Fault::Way::kNone) {
+        return faults::refuse(fault, -1);
+    }
+    const int fd = real(path, flags, mode);
+    faults::carried_out(Call::open64, -1);
+    return fd;
+}
+
+/* Nobody makes files this way. */
+QUOR_IN_FRONT(int, openat64, (int folder, const char *path, int flags, ...)) {
+    static const auto real = faults::real_function<int (*)(int, const char *, int, ...)>("openat64");
+    const Fault fault = faults::take(Call::openat64);
+    return fault.way == Fault::Way::kNone ? real(folder, path, flags) : faults::refuse(fault, -1);
+}
+
+QUOR_IN_FRONT(ssize_t, read, (int fd, void *to, size_t size)) {
+    QUOR_REAL(ssize_t, read, (int, void *, size_t));
+    return transfer(Call::read, size, [=](size_t part) { return real(fd, to, part); });
+}
+
+QUOR_IN_FRONT(ssize_t, write, (int fd, const void *from, size_t size)) {
+    QUOR_REAL(ssize_t, write, (int, const void *, size_t));
+    return transfer(Call::write, size, [=](size_t part) { return real(fd, from, part); });
+}
+
+/* Short: the first of the pieces alone. */
+QUOR_IN_FRONT(ssize_t, writev, (int fd, const iovec *pieces, int count)) {
+    QUOR_REAL(ssize_t, writev, (int, const iovec *, int));
+    return transfer(Call::writev, static_cast<size_t>(count),
+                    [=](size_t part) { return real(fd, pieces, static_cast<int>(part)); });
+}
+
+/* The descriptor is closed in any case, as on Linux. */
+QUOR_IN_FRONT(int, close, (int fd)) {
+    QUOR_REAL(int, close, (int));
+    const Fault fault = faults::take(Call::close);
+    const int result = real(fd);
+    return fault.way == Fault::Way::kNone ? result : faults::refuse(fault, -1);
+}
+
+QUOR_IN_FRONT(int, fsync, (int fd)) {
+    QUOR_REAL(int, fsync, (int));
+    const Fault fault = faults::take(Call::fsync);
+    if (fault.way != Fault::Way::kNone) {
+        return faults::refuse(fault, -1);
+    }
+    const int result = real(fd);
+    faults::carried_out(Call::fsync, fd);
+    return result;
+}
+
+/* Can't fail. The disks of the machine that runs the tests are left in peace. */
+QUOR_IN_FRONT(void, sync, ()) {
+    QUOR_REAL(void, sync, ());
+    if (!faults::watched()) {
+        real();
+    }
+    faults::carried_out(Call::kNone, -1);
+}
+
+QUOR_IN_FRONT(int, fcntl64, (int fd, int command, ...)) {
+    static const auto real = faults::real_function<int (*)(int, int, ...)>("fcntl64");
+    va_list rest;
+    va_start(rest, command);
+    void *argument = va_arg(rest, void *);
+    va_end(rest);
+    const Fault fault = faults::take(Call::fcntl64);
+    return fault.way == Fault::Way::kNone ? real(fd, command, argument) : faults::refuse(fault, -1);
+}
+
+QUOR_PASS(int, mkostemp64, -1, (char *path, int flags), (path, flags))
+QUOR_PASS(int, ftruncate64, -1, (int fd, off_t size), (fd, size))
+QUOR_PASS(int, truncate64, -1, (const char *path, off_t size), (path, size))
+QUOR_PASS(int, flock, -1, (int fd, int operation), (fd, operation))
+QUOR_PASS(int, fstat64, -1, (int fd, struct stat *found), (fd, found))
+QUOR_PASS(int, stat64, -1, (const char *path, struct stat *found), (path, found))
+QUOR_PASS(int, access, -1, (const char *path, int mode), (path, mode))
+QUOR_PASS(int, fchmod, -1, (int fd, mode_t mode), (fd, mode))
+QUOR_PASS(int, fchown, -1, (int fd, uid_t owner, gid_t group), (fd, owner, group))
+QUOR_PASS(int, rename, -1, (const char *from, const char *to), (from, to))
+QUOR_PASS(int, link, -1, (const char *from, const char *to), (from, to))
+QUOR_PASS(int, unlink, -1, (const char *path), (path))
+QUOR_PASS(int, unlinkat, -1, (int folder, const char *path, int flags), (folder, path, flags))
+QUOR_PASS(int, remove, -1, (const char *path), (path))
+QUOR_PASS(int, mkdir, -1, (const char *path, mode_t mode), (path, mode))
+QUOR_PASS(char *, realpath, nullptr, (const char *path, char *resolved), (path, resolved))
+QUOR_PASS(ssize_t, readlink, -1, (const char *path, char *to, size_t size), (path, to, size))
+QUOR_PASS(DIR *, opendir, nullptr, (const char *path), (path))
+
+/* Of the processes of the machine a counted call sees those of the test alone, or no two runs were alike. */
+QUOR_IN_FRONT(dirent *, readdir64, (DIR * folder)) {
+    QUOR_REAL(dirent *, readdir64, (DIR *));
+    if (!faults::watched()) {
+        return real(folder);
+    }
+    const Fault fault = faults::take(Call::readdir64);
+    if (fault.way != Fault::Way::kNone) {
+        return faults::refuse<dirent *>(fault, nullptr);
+    }
+    dirent *entry = real(folder);
+    while (entry != nullptr && is_strange_process(entry->d_name)) {
+        entry = real(folder);
+    }
+    return entry;
+}

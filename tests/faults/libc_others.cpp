@@ -1,0 +1,109 @@
+/*
+ * In front of the functions for sockets, processes, threads and time. Nobody sleeps long while calls are
+ * counted.
+ */
+#include <poll.h>
+#include <pthread.h>
+#include <semaphore.h>
+#include <spawn.h>
+#include <sys/socket.h>
+#include <sys/sysinfo.h>
+#include <sys/wait.h>
+#include <time.h>
+
+#include "faults/in_front.h"
+
+using faults::Call;
+using faults::Fault;
+
+namespace {
+
+template <typename Transfer>
+ssize_t transfer(Call call, size_t size, Transfer real) {
+    const Fault fault = faults::take(call);
+    switch (fault.way) {
+        case Fault::Way::kFails:
+            return faults::refuse<ssize_t>(fault, -1);
+        case Fault::Way::kEnds:
+            return 0;
+        case Fault::Way::kShort:
+            return real(faults::part_of(size));
+        case Fault::Way::kNone:
+            break;
+    }
+    return real(size);
+}
+
+}  // namespace
+
+QUOR_IN_FRONT(ssize_t, recv, (int fd, void *to, size_t size, int flags)) {
+    QUOR_REAL(ssize_t, recv, (int, void *, size_t, int));
+    return transfer(Call::recv, size, [=](size_t part) { return real(fd, to, part, flags); });
+}
+
+/* Short: a part of the first piece alone. */
+QUOR_IN_FRONT(ssize_t, recvmsg, (int fd, msghdr *message, int flags)) {
+    QUOR_REAL(ssize_t, recvmsg, (int, msghdr *, int));
+    return transfer(Call::recvmsg, message->msg_iov[0].iov_len, [=](size_t part) {
+        if (part == message->msg_iov[0].iov_len) {
+            return real(fd, message, flags);
+        }
+        message->msg_iov[0].iov_len = part;
+        message->msg_iovlen = 1;
+        return real(fd, message, flags);
+    });
+}
+
+QUOR_IN_FRONT(ssize_t, send, (int fd, const void *from, size_t size, int flags)) {
+    QUOR_REAL(ssize_t, send, (int, const void *, size_t, int));
+    return transfer(Call::send, size, [=](size_t part) { return real(fd, from, part, flags); });
+}
+
+QUOR_PASS(int, socket, -1, (int domain, int type, int protocol), (domain, type, protocol))
+QUOR_PASS(int, bind, -1, (int fd, const sockaddr *address, socklen_t size), (fd, address, size))
+QUOR_PASS(int, listen, -1, (int fd, int backlog), (fd, backlog))
+QUOR_PASS(int, setsockopt, -1, (int fd, int level, int name, const void *value, socklen_t size),
+          (fd, level, name, value, size))
+QUOR_PASS(int, accept4, -1, (int fd, sockaddr *address, socklen_t *size, int flags),
+          (fd, address, size, flags))
+QUOR_PASS(int, connect, -1, (int fd, const sockaddr *address, socklen_t size), (fd, address, size))
+QUOR_PASS(int, poll, -1, (pollfd * fds, nfds_t count, int timeout), (fds, count, timeout))
+
+QUOR_PASS(int, pipe2, -1, (int *ends, int flags), (ends, flags))
+QUOR_PASS(int, posix_spawn, fault.error,
+          (pid_t * pid, const char *path, const posix_spawn_file_actions_t *actions,
+           const posix_spawnattr_t *attributes, char *const *arguments, char *const *environment),
+          (pid, path, actions, attributes, arguments, environment))
+QUOR_PASS(int, posix_spawn_file_actions_init, fault.error, (posix_spawn_file_actions_t * actions), (actions))
+QUOR_PASS(int, posix_spawn_file_actions_adddup2, fault.error,
+          (posix_spawn_file_actions_t * actions, int from, int to), (actions, from, to))
+QUOR_PASS(int, posix_spawnattr_init, fault.error, (posix_spawnattr_t * attributes), (attributes))
+QUOR_PASS(pid_t, waitpid, -1, (pid_t pid, int *status, int options), (pid, status, options))
+QUOR_PASS(int, pthread_create, fault.error,
+          (pthread_t * thread, const pthread_attr_t *attributes, void *(*entry)(void *), void *argument),
+          (thread, attributes, entry, argument))
+QUOR_PASS(int, pthread_attr_init, fault.error, (pthread_attr_t * attributes), (attributes))
+QUOR_PASS(int, pthread_attr_setstacksize, fault.error, (pthread_attr_t * attributes, size_t size),
+          (attributes, size))
+QUOR_PASS(int, pthread_mutex_init, fault.error,
+          (pthread_mutex_t * mutex, const pthread_mutexattr_t *attributes), (mutex, attributes))
+QUOR_PASS(int, sem_init, -1, (sem_t * sem, int shared, unsigned value), (sem, shared, value))
+QUOR_PASS(int, sem_wait, -1, (sem_t * sem), (sem))
+QUOR_PASS(int, sysinfo, -1, (struct sysinfo * info), (info))
+
+QUOR_IN_FRONT(int, clock_nanosleep, (clockid_t clock, int flags, const timespec *time, timespec *left)) {
+    QUOR_REAL(int, clock_nanosleep, (clockid_t, int, const timespec *, timespec *));
+    if (!faults::watched()) {
+        return real(clock, flags, time, left);
+    }
+    const Fault fault = faults::take(Call::clock_nanosleep);
+    if (fault.way == Fault::Way::kNone) {
+        constexpr timespec kMoment = {0, 1000000};
+        (void)real(clock, 0, &kMoment, nullptr);
+        return 0;
+    }
+    if (left != nullptr) {
+        *left = {};
+    }
+    return fault.error;
+}

@@ -1,0 +1,219 @@
+/*
+ * The one procedure for every function: a good run counts its calls, then each of them fails once in each of
+ * its ways, and after each of these runs a good one must be as good as the first.
+ */
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <iterator>
+#include <sstream>
+
+#include "faults/leaks.h"
+#include "faults/log_tap.h"
+#include "faults/scenario.h"
+
+namespace faults {
+
+namespace {
+
+/* More of them only say the same. */
+constexpr int kMostComplaints = 4;
+
+/* Holds for every function. */
+const Exception kOfAll[] = {
+    {{Call::stat64}, Waived::kEffect, "os_file_exist says no and os_file_size 0, and nobody learns why"},
+    {{Call::stat64}, Waived::kWarning, "the same"},
+    {{Call::getc, Call::fgets}, Waived::kEffect, "lines that end early ended", Fault::Way::kEnds},
+    {{Call::stat64}, Waived::kFile, "a folder that seems to be missing leads into the other one"},
+};
+
+/* A run and what came of it. */
+struct Outcome {
+    long result = 0;
+    Trace trace;
+    bool effect = false;
+    int warnings = 0;
+    std::string log;
+    std::string grown;
+};
+
+class Runner {
+  public:
+    explicit Runner(const Scenario &scenario) : scenario_(scenario) {}
+
+    Tally run() {
+        learn();
+        for (size_t at = 0; at < good_.trace.calls.size() && complaints_ < kMostComplaints; ++at) {
+            for (size_t variant = 0; variant < row_of(good_.trace.calls[at]).count; ++variant) {
+                fail_at(at, variant);
+            }
+        }
+        return tally();
+    }
+
+  private:
+    /* The first run fills what the process keeps for good, the second counts. */
+    void learn() {
+        const auto count = [this] { watch(scenario_.who); };
+        good_.result = run_once(count).result;
+        good_ = run_once(count);
+        files_after_ = device_files();
+        files_after_.merge(files_before_);
+        require(good_.effect, good_, "has no effect");
+        require(good_.grown.empty(), good_, "keeps" + good_.grown);
+        require(good_.trace.calls.empty() == scenario_.is_quiet || !memory_is_watched(), good_,
+                "makes an unexpected number of calls");
+    }
+
+    template <typename Watch>
+    Outcome run_once(Watch start_watching) {
+        scenario_.prepare();
+        files_before_ = device_files();
+        start_log();
+        Outcome outcome;
+        const Holdings before = holdings();
+        start_watching();
+        outcome.result = scenario_.call();
+        outcome.trace = end();
+        scenario_.release();
+        const bool may_keep = scenario_.keeps && (!learnt() || outcome.result == good_.result);
+        outcome.grown = may_keep ? "" : grown_since_without(before, outcome.trace);
+        outcome.warnings = warnings();
+        outcome.log = logged_text();
+        outcome.effect = (!learnt() || outcome.result == good_.result) && scenario_.verify();
+        return outcome;
+    }
+
+    /* Not so under a sanitizer, where a function that only asks for memory makes no call. */
+    static bool memory_is_watched() { return live_blocks() != 0; }
+
+    bool learnt() const { return !good_.trace.calls.empty(); }
+
+    /* The trace is the test's own. */
+    static std::string grown_since_without(Holdings before, const Trace &trace) {
+        before.blocks += trace.calls.capacity() > 0 ? 1 : 0;
+        return grown_since(before);
+    }
+
+    void fail_at(size_t at, size_t variant) {
+        const auto injected = [this, at, variant] { watch(scenario_.who, at, variant); };
+        at_ = at;
+        Outcome outcome = run_once(injected);
+        faults_ += outcome.trace.struck ? 1 : 0;
+        if (!outcome.grown.empty()) {
+            outcome = run_once(injected); /* what a process keeps for good it keeps once */
+        }
+        check(outcome);
+        check_files(outcome);
+        check_next(outcome);
+    }
+
+    void check(const Outcome &outcome) {
+        const bool succeeded = outcome.result == good_.result;
+        const bool warned = outcome.warnings > good_.warnings || says_more(outcome.log);
+        require(outcome.grown.empty(), outcome, "leaves" + outcome.grown);
+        if (succeeded) {
+            const bool told = warned && scenario_.reports == Reports::kLog;
+            require(outcome.effect || told || is_waived(Waived::kEffect, outcome), outcome,
+                    "succeeds without effect");
+            return;
+        }
+        const auto &failures = scenario_.failures;
+        const bool known = std::find(failures.begin(), failures.end(), outcome.result) != failures.end();
+        require(known, outcome, "is no result of this function");
+        require(warned || is_waived(Waived::kWarning, outcome), outcome, "fails without a line in the log");
+    }
+
+    void check_files(const Outcome &outcome) {
+        if (is_waived(Waived::kFile, outcome)) {
+            return;
+        }
+        for (const std::string &file : device_files()) {
+            const bool expected = files_after_.count(file) != 0 || files_before_.count(file) != 0;
+            require(expected, outcome, "leaves " + file);
+        }
+    }
+
+    void check_next(const Outcome &outcome) {
+        const Outcome next = run_once([this] { watch(scenario_.who); });
+        require(next.result == good_.result, outcome, "spoils the next call's result");
+        require(next.effect, outcome, "spoils the next call's effect");
+    }
+
+    void require(bool holds, const Outcome &outcome, const std::string &complaint) {
+        if (!holds) {
+            ++complaints_;
+            ADD_FAILURE() << story(outcome) << complaint;
+        }
+    }
+
+    /* Whether there is a line that a good run does not log. */
+    bool says_more(const std::string &log) const {
+        std::istringstream lines(log);
+        for (std::string line; std::getline(lines, line);) {
+            if (good_.log.find(line) == std::string::npos) {
+                return true;
+            }
+        }
+        return false;
+    }
+
+    bool is_waived(Waived waived, const Outcome &outcome) const {
+        const auto applies = [&](const Exception &exception) {
+            const auto &calls = exception.calls;
+            const bool this_way =
+                exception.way == Fault::Way::kNone || exception.way == outcome.trace.fault.way;
+            return exception.waived == waived && this_way &&
+                   (calls.empty() ||
+                    std::find(calls.begin(), calls.end(), outcome.trace.failed) != calls.end());
+        };
+        const auto &own = scenario_.exceptions;
+        return std::any_of(own.begin(), own.end(), applies) ||
+               std::any_of(std::begin(kOfAll), std::end(kOfAll), applies);
+    }
+
+    std::string story(const Outcome &outcome) const {
+        std::ostringstream text;
+        text << scenario_.function << " returned " << outcome.result;
+        if (outcome.trace.struck) {
+            text << " when call " << at_ << ", " << row_of(outcome.trace.failed).name << ", met "
+                 << name_of(outcome.trace.fault);
+        }
+        text << ", and logged:\n" << outcome.log << "This ";
+        return text.str();
+    }
+
+    Tally tally() const {
+        const auto &calls = good_.trace.calls;
+        Tally tally;
+        tally.allocations = static_cast<size_t>(std::count_if(calls.begin(), calls.end(), is_allocation));
+        tally.system_calls = calls.size() - tally.allocations;
+        tally.faults = faults_;
+        return tally;
+    }
+
+    const Scenario &scenario_;
+    Outcome good_;
+    std::set<std::string> files_before_;
+    std::set<std::string> files_after_;
+    size_t at_ = 0;
+    size_t faults_ = 0;
+    int complaints_ = 0;
+};
+
+}  // namespace
+
+Tally run_scenario(const Scenario &scenario) {
+    return Runner(scenario).run();
+}
+
+void run_scenarios(const std::vector<Scenario> &scenarios) {
+    for (const Scenario &scenario : scenarios) {
+        const Tally tally = run_scenario(scenario);
+        std::printf("%-40s %6zu %6zu %6zu\n", scenario.function, tally.allocations, tally.system_calls,
+                    tally.faults);
+    }
+}
+
+}  // namespace faults

@@ -1,0 +1,114 @@
+/*
+ * The procedure itself: what a function does wrong is found.
+ */
+#include <fcntl.h>
+#include <gtest/gtest-spi.h>
+#include <unistd.h>
+
+#include <string>
+
+#include "faults/scenario.h"
+#include "os_log.h"
+#include "os_mem.h"
+
+namespace faults {
+
+namespace {
+
+constexpr char kPath[] = "/tmp/m_tmp/wrong";
+bool g_written = false;
+
+enum class Wrong {
+    kNothing,
+    kSilent,
+    kLeaks,
+    kUnknownResult,
+    kHidesIt,
+    kLeavesItsFile
+};
+
+long fail(Wrong wrong) {
+    if (wrong != Wrong::kSilent) {
+        OS_LOG(OS_LOG_WARNING, "can't write");
+    }
+    return wrong == Wrong::kUnknownResult ? 5 : -1;
+}
+
+/* Writes a byte to a file, wrong in one way when that fails. */
+long write_file(Wrong wrong) {
+    g_written = false;
+    const int fd = ::open(kPath, O_WRONLY | O_CREAT | O_CLOEXEC, 0600);
+    if (fd < 0) {
+        return fail(wrong);
+    }
+    g_written = ::write(fd, "x", 1) == 1;
+    if (!g_written && wrong == Wrong::kLeaks) {
+        return fail(wrong);
+    }
+    (void)::close(fd);
+    if (!g_written && wrong != Wrong::kLeavesItsFile) {
+        (void)::unlink(kPath);
+    }
+    return g_written || wrong == Wrong::kHidesIt ? 0 : fail(wrong);
+}
+
+/* Nothing is checked of files that a good run leaves too, so they are told apart by their removal. */
+Scenario writing(Wrong wrong) {
+    return Scenario("write_file")
+        .prepared([] { (void)::unlink(kPath); })
+        .called([wrong] { return write_file(wrong); })
+        .released([] {
+            if (g_written) {
+                (void)::unlink(kPath);
+            }
+        })
+        .verified([] { return g_written; })
+        .failing({-1})
+        .except({Call::write}, Waived::kEffect, "a byte that was not written is left out", Fault::Way::kEnds);
+}
+
+/* Whether the first complaint about the function is this one. */
+testing::AssertionResult complains(Wrong wrong, const std::string &complaint) {
+    testing::TestPartResultArray complaints;
+    {
+        testing::ScopedFakeTestPartResultReporter reporter(
+            testing::ScopedFakeTestPartResultReporter::INTERCEPT_ONLY_CURRENT_THREAD, &complaints);
+        (void)run_scenario(writing(wrong));
+    }
+    const std::string first = complaints.size() > 0 ? complaints.GetTestPartResult(0).message() : "nothing";
+    if (first.find(complaint) == std::string::npos) {
+        return testing::AssertionFailure() << "found " << first;
+    }
+    return testing::AssertionSuccess();
+}
+
+}  // namespace
+
+TEST(RunScenario, CountsAndFailsEveryCall) {
+    const Tally tally = run_scenario(writing(Wrong::kNothing));
+    EXPECT_EQ(3u, tally.system_calls);
+    EXPECT_EQ(0u, tally.allocations);
+    EXPECT_EQ(3u + 4u + 1u, tally.faults); /* open, write, close */
+}
+
+TEST(RunScenario, FindsAFailureWithoutALine) {
+    EXPECT_TRUE(complains(Wrong::kSilent, "fails without a line in the log"));
+}
+
+TEST(RunScenario, FindsALeak) {
+    EXPECT_TRUE(complains(Wrong::kLeaks, "leaves 1 descriptors"));
+}
+
+TEST(RunScenario, FindsAResultThatTheHeaderDoesNotName) {
+    EXPECT_TRUE(complains(Wrong::kUnknownResult, "is no result of this function"));
+}
+
+TEST(RunScenario, FindsASuccessWithoutEffect) {
+    EXPECT_TRUE(complains(Wrong::kHidesIt, "succeeds without effect"));
+}
+
+TEST(RunScenario, FindsAFileThatIsLeftBehind) {
+    EXPECT_TRUE(complains(Wrong::kLeavesItsFile, "leaves /tmp/m_tmp/wrong"));
+}
+
+}  // namespace faults
