@@ -111,4 +111,7 @@ void frwk_ipc_msg_pub(const char *event, apps_message_id_e_type msgid, const voi
             (void)frwk_ipc_msg_notify(static_cast<uint32_t>(id), msgid, data, len);
         }
     }
+    if (lines.error() != 0) {
+        FRWK_WARN("read event key(%s) file failed!", file.path());
+    }
 }

@@ -16,6 +16,7 @@
 
 #include "internal/frwk_paths.h"
 #include "internal/small_buffer.h"
+#include "internal/uninterrupted.h"
 #include "os_file.h"
 #include "text_copy.h"
 
@@ -38,17 +39,22 @@ bool is_file_name(std::string_view name) {
     return !name.empty() && name != "." && name != ".." && name.find('/') == kNowhere;
 }
 
-bool lists(const SubscriptionFile &file, const char *name) {
+/* Whether a line of the file is this name; nothing, and errno set, when it can't be read to its end. */
+std::optional<bool> lists(const SubscriptionFile &file, const char *name) {
     if (file.is_empty()) {
         return false;  // Or a pipe in its place, on which opening it would wait.
     }
     SubscriptionLines lines(file);
+    if (!lines) {
+        return std::nullopt;
+    }
     while (const char *line = lines.next()) {
         if (::strcasecmp(line, name) == 0) {
             return true;
         }
     }
-    return false;
+    errno = lines.error();
+    return errno == 0 ? std::optional<bool>(false) : std::nullopt;
 }
 
 /* Adds a line to a file of so many bytes: all of it or, when the disk is full, nothing. */
@@ -56,7 +62,7 @@ bool append_line(const UniqueFd &fd, uint64_t size, const char *name) {
     char line_end = '\n';
     const size_t length = std::strlen(name);
     const iovec line[] = {{const_cast<char *>(name), length}, {&line_end, 1}};
-    const ssize_t written = ::writev(fd.get(), line, 2);
+    const ssize_t written = uninterrupted([&] { return ::writev(fd.get(), line, 2); });
     if (written == static_cast<ssize_t>(length + 1)) {
         return true;
     }
@@ -75,7 +81,7 @@ std::optional<std::string_view> read_text(const SubscriptionFile &file, char *te
     size_t taken = 0;
     ssize_t count = 1;
     while (taken < size && count > 0) {
-        count = ::read(fd.get(), text + taken, size - taken);
+        count = uninterrupted([&] { return ::read(fd.get(), text + taken, size - taken); });
         taken += count > 0 ? static_cast<size_t>(count) : 0;
     }
     return count >= 0 ? std::optional<std::string_view>({text, taken}) : std::nullopt;
@@ -94,7 +100,7 @@ Removal rewrite(const SubscriptionFile &file, std::string_view start, size_t end
         ::sync();
         return Removal::kRemoved;
     }
-    const ssize_t written = ::write(fd.get(), start.data(), size);
+    const ssize_t written = uninterrupted([&] { return ::write(fd.get(), start.data(), size); });
     if (written == static_cast<ssize_t>(size)) {
         return Removal::kRemoved;
     }
@@ -147,7 +153,8 @@ const char *SubscriptionLines::next() {
  */
 bool SubscriptionLines::fill() {
     if (used_ == filled_ && !last_block_) {
-        const ssize_t taken = ::read(fd_.get(), block_, sizeof(block_));
+        const ssize_t taken = uninterrupted([this] { return ::read(fd_.get(), block_, sizeof(block_)); });
+        error_ = taken < 0 ? errno : 0;
         used_ = 0;
         filled_ = taken > 0 ? static_cast<size_t>(taken) : 0;
         last_block_ = filled_ < sizeof(block_);
@@ -156,7 +163,11 @@ bool SubscriptionLines::fill() {
 }
 
 Addition add_subscriber(const SubscriptionFile &file, const char *name) {
-    if (lists(file, name)) {
+    const std::optional<bool> listed = lists(file, name);
+    if (!listed) {
+        return Addition::kNotAdded;
+    }
+    if (*listed) {
         return Addition::kListed;
     }
 

@@ -50,6 +50,9 @@ class SubscriptionLines {
     /* The next line without its end, valid until the next call; null at the end of the file. */
     const char *next();
 
+    /* 0, or the errno value of what made an end of the file before its time. */
+    int error() const { return error_; }
+
   private:
     static constexpr size_t kBlockSize = 4096;
     static constexpr size_t kLineSize = 64;
@@ -60,6 +63,7 @@ class SubscriptionLines {
     size_t used_ = 0;
     size_t filled_ = 0;
     bool last_block_ = false;
+    int error_ = 0;
     char block_[kBlockSize];
     char line_[kLineSize];
 };

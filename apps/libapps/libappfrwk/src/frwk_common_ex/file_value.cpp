@@ -12,6 +12,7 @@
 #include "frwk_common_ex.h"
 #include "internal/frwk_log.h"
 #include "internal/owned.h"
+#include "internal/uninterrupted.h"
 
 namespace {
 
@@ -28,17 +29,6 @@ UniqueFd open_value_file(const char *path, int flags) {
         fd.reset();
     }
     return fd;
-}
-
-/* Repeats a call that a signal interrupted; otherwise its result, with errno 0 unless it failed. */
-template <typename Call>
-int32_t uninterrupted(Call call) {
-    ssize_t result;
-    do {
-        errno = 0;
-        result = call();
-    } while (result < 0 && errno == EINTR);
-    return static_cast<int32_t>(result);
 }
 
 /* Makes the attempt until it gives 0, and returns the last one's result. */
@@ -66,8 +56,8 @@ int32_t frwk_set_file_value(const char *path, const void *data, int32_t length) 
         return -1;
     }
 
-    const int32_t written =
-        uninterrupted([&] { return ::write(fd.get(), data, static_cast<size_t>(length)); });
+    const auto written = static_cast<int32_t>(
+        uninterrupted([&] { return ::write(fd.get(), data, static_cast<size_t>(length)); }));
     if (written != length) {
         const int cause = errno;
         FRWK_WARN("write %s fialed! ret is %d, value len is %d, errno is %d", path, written, length, cause);
@@ -86,8 +76,8 @@ int32_t frwk_get_file_value(const char *path, void *buffer, int32_t length) {
         return -1;
     }
 
-    const int32_t taken =
-        uninterrupted([&] { return ::read(fd.get(), buffer, static_cast<size_t>(length)); });
+    const auto taken = static_cast<int32_t>(
+        uninterrupted([&] { return ::read(fd.get(), buffer, static_cast<size_t>(length)); }));
     if (taken <= 0) {
         const int cause = errno;
         FRWK_WARN("read %s fialed! ret is %d, errno is %d", path, taken, cause);

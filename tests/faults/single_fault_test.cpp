@@ -1,0 +1,92 @@
+/*
+ * Single faults that once did harm: nobody was told, or something was lost.
+ */
+#include <algorithm>
+#include <cstring>
+#include <filesystem>
+
+#include "faults/faulty_device.h"
+#include "faults/log_tap.h"
+#include "frwk_common.h"
+#include "frwk_dbrm.h"
+#include "frwk_diag.h"
+#include "frwk_utils.h"
+#include "libmal.h"
+#include "os_process.h"
+#include "support/wait_until.h"
+#include "unit/base/key_files.h"
+#include "zndb.h"
+
+namespace faults {
+
+namespace {
+
+constexpr char kEvent[] = "E_APPS_MSG_TEST";
+constexpr char kSubscribers[] = "/m_data/usr/subscribe/E_APPS_MSG_TEST";
+constexpr char kBackup[] = "/m_data/usr/exchange/backup.bin";
+
+/* Makes one call of a kind fail in the call under test, and returns what that gives. */
+class SingleFault : public FaultyDevice {
+  protected:
+    void SetUp() override { start_log(); }
+
+    template <typename Tested>
+    static long fail_first(Call kind, int error, Tested tested) {
+        return fail_nth(kind, 0, error, tested);
+    }
+
+    template <typename Tested>
+    static long fail_nth(Call kind, size_t nth, int error, Tested tested) {
+        watch_kind(Who::kCaller, kind, nth, variant_of(kind, error));
+        const long result = tested();
+        EXPECT_TRUE(end().struck);
+        return result;
+    }
+
+    static bool logged(const std::string &text) { return logged_text().find(text) != std::string::npos; }
+
+  private:
+    static size_t variant_of(Call kind, int error) {
+        const CallRow &row = row_of(kind);
+        const auto *found = std::find_if(row.faults, row.faults + row.count,
+                                         [error](const Fault &fault) { return fault.error == error; });
+        EXPECT_NE(row.faults + row.count, found) << row.name;
+        return static_cast<size_t>(found - row.faults);
+    }
+};
+
+}  // namespace
+
+TEST_F(SingleFault, AListOfSubscribersThatCannotBeReadGetsNoSecondLine) {
+    put_text(kSubscribers, "monitor_tool\n");
+    EXPECT_EQ(E_APPS_ERR_IO, fail_first(Call::read, EIO, [] { return frwk_ipc_msg_sub(kEvent); }));
+    EXPECT_TRUE(logged("can't open event key file!"));
+    EXPECT_EQ("monitor_tool\n", file_text(kSubscribers));
+}
+
+TEST_F(SingleFault, AListOfSubscribersThatCannotBeOpenedGetsNoSecondLine) {
+    put_text(kSubscribers, "monitor_tool\n");
+    EXPECT_EQ(E_APPS_ERR_IO, fail_first(Call::open64, EMFILE, [] { return frwk_ipc_msg_sub(kEvent); }));
+    EXPECT_EQ("monitor_tool\n", file_text(kSubscribers));
+}
+
+TEST_F(SingleFault, ASignalWhileSubscribersAreWrittenBackLosesNone) {
+    const auto unsubscribe = [] {
+        put_text(kSubscribers, "sms\nmonitor_tool\n");
+        return frwk_ipc_msg_unsub(kEvent);
+    };
+    /* The file is put with a stream, which is not what fails. */
+    EXPECT_EQ(E_APPS_ERR_SUCCESS, fail_first(Call::write, EINTR, unsubscribe));
+    EXPECT_EQ("sms\n", file_text(kSubscribers));
+}
+
+TEST_F(SingleFault, APublisherTellsThatSubscribersCannotBeRead) {
+    put_text(kSubscribers, "sms\n");
+    (void)fail_first(Call::read, EIO, [] {
+        frwk_ipc_msg_pub(kEvent, 40100, nullptr, 0);
+        return 0;
+    });
+    EXPECT_TRUE(logged("read event key(" + std::string(kSubscribers) + ") file failed!"));
+}
+
+}  // namespace faults
