@@ -89,4 +89,18 @@ TEST_F(SingleFault, APublisherTellsThatSubscribersCannotBeRead) {
     EXPECT_TRUE(logged("read event key(" + std::string(kSubscribers) + ") file failed!"));
 }
 
+TEST_F(SingleFault, ACommandThatCannotBeRunIsLogged) {
+    (void)fail_first(Call::posix_spawn, EAGAIN, [] {
+        frwk_ipc_init_sub();
+        return 0;
+    });
+    EXPECT_TRUE(logged("'rm -rf /m_data/usr/subscribe/*' failed, status=-1"));
+}
+
+TEST_F(SingleFault, AReasonThatCannotBeReadIsLogged) {
+    put_text("/m_data/usr_permanent/reboot_reason", "801");
+    EXPECT_EQ(0, fail_first(Call::fread, EIO, [] { return frwk_reboot_reason_get(); }));
+    EXPECT_TRUE(logged("read reboot reason file error!"));
+}
+
 }  // namespace faults

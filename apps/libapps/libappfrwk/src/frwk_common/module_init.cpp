@@ -17,10 +17,9 @@
 #include "frwk_common/process_state.h"
 #include "internal/frwk_log.h"
 #include "internal/frwk_paths.h"
-#include "internal/shell_command.h"
+#include "internal/shell.h"
 #include "os_file.h"
 #include "os_mem.h"
-#include "os_process.h"
 
 namespace {
 
@@ -74,7 +73,7 @@ void run_start_hook(const char *name) {
         FRWK_WARN("start hook not run: the module's name is too long");
         return;
     }
-    os_system(command.text());
+    (void)run_shell(command.text());
 }
 
 }  // namespace

@@ -48,6 +48,9 @@ void frwk_load_module_run() {
     }
     char *text = reinterpret_cast<char *>(buffer.data());
     text[std::fread(text, 1, static_cast<size_t>(size), file.get())] = '\0';
+    if (std::ferror(file.get())) {
+        FRWK_WARN_ERRNO("read apps run cfg file error!");
+    }
     file.reset();
 
     mark_modules(text);

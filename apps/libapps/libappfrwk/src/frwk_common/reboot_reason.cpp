@@ -12,9 +12,8 @@
 #include "internal/frwk_log.h"
 #include "internal/frwk_paths.h"
 #include "internal/owned.h"
-#include "internal/shell_command.h"
+#include "internal/shell.h"
 #include "os_file.h"
-#include "os_process.h"
 
 namespace {
 
@@ -26,7 +25,7 @@ constexpr size_t kReasonLength = 31;
 int32_t frwk_reboot_reason_save(int32_t reason) {
     ShellCommand<256> command;
     command.add("echo -n %d > ", reason).add_word(paths::kRebootReason);
-    const int32_t result = os_system(command.text());
+    const int32_t result = run_shell(command.text());
     ::sync();
     return result;
 }
@@ -46,6 +45,10 @@ int32_t frwk_reboot_reason_get(void) {
     char text[kReasonLength + 1];
     const size_t length = std::fread(text, 1, kReasonLength, file.get());
     text[length] = '\0';
+    if (std::ferror(file.get())) {
+        FRWK_WARN_ERRNO("read reboot reason file error!");
+        return 0;
+    }
     return decimal_number(text);
 }
 

@@ -6,7 +6,7 @@
 #include "frwk_dbrm/database_text.h"
 #include "internal/frwk_log.h"
 #include "internal/owned.h"
-#include "internal/shell_command.h"
+#include "internal/shell.h"
 #include "internal/small_buffer.h"
 #include "os_mem.h"
 #include "zndb.h"
@@ -35,7 +35,7 @@ void make_folder_of(const char *name) {
     ShellCommand<kCommandSize> command;
     command.add("mkdir -p ").add_word(folder);
     if (command.complete()) {
-        (void)os_system(command.text());
+        (void)run_shell(command.text());
     }
 }
 

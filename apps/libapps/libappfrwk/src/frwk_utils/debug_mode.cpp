@@ -14,7 +14,6 @@
 #include "internal/frwk_paths.h"
 #include "internal/shell.h"
 #include "os_file.h"
-#include "os_process.h"
 #include "zndb.h"
 
 namespace {
@@ -89,7 +88,7 @@ int32_t frwk_debug_mode_shell(int32_t start) {
     char command[kCommandSize];
     (void)std::snprintf(command, sizeof(command), "%s %s", script, start != 0 ? "start" : "stop");
     FRWK_DEBUG("%s", command);
-    return os_system(command);
+    return run_shell(command);
 }
 
 int32_t frwk_debug_mode_init(void) {

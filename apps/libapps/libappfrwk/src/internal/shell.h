@@ -9,9 +9,22 @@
 #include "internal/shell_command.h"
 #include "os_process.h"
 
+/*
+ * Runs a command, which has to be a safe one. A failure is logged.
+ *
+ * Returns what system(3) does.
+ */
+inline int32_t run_shell(const char *command) {
+    const int32_t status = os_system(command);
+    if (status != 0) {
+        FRWK_WARN("'%s' failed, status=%d", command, status);
+    }
+    return status;
+}
+
 /* Runs a fixed command and syncs the file systems. */
 inline void shell_and_sync(const char *command) {
-    os_system(command);
+    (void)run_shell(command);
     ::sync();
 }
 
@@ -28,7 +41,7 @@ inline bool run_on_path(const char *verb, const char *path) {
         FRWK_WARN("'%s' not run: the path is too long", verb);
         return false;
     }
-    os_system(command.text());
+    (void)run_shell(command.text());
     return true;
 }
 
