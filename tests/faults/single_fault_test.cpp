@@ -97,6 +97,14 @@ TEST_F(SingleFault, ACommandThatCannotBeRunIsLogged) {
     EXPECT_TRUE(logged("'rm -rf /m_data/usr/subscribe/*' failed, status=-1"));
 }
 
+TEST_F(SingleFault, AThreadThatCannotBeStartedIsLogged) {
+    const auto start = [] {
+        return static_cast<long>(frwk_thread_create([](void *argument) { return argument; }, nullptr));
+    };
+    EXPECT_EQ(0, fail_first(Call::pthread_create, EAGAIN, start));
+    EXPECT_TRUE(logged("can't start a thread, errno=11"));
+}
+
 TEST_F(SingleFault, AReasonThatCannotBeReadIsLogged) {
     put_text("/m_data/usr_permanent/reboot_reason", "801");
     EXPECT_EQ(0, fail_first(Call::fread, EIO, [] { return frwk_reboot_reason_get(); }));

@@ -1,7 +1,10 @@
 /*
  * Sleeping, parking for ever, and starting the threads that run meanwhile. No state of its own; any thread.
  */
+#include <cstring>
+
 #include "frwk_common.h"
+#include "internal/frwk_log.h"
 #include "os_thread.h"
 #include "os_time.h"
 
@@ -36,7 +39,9 @@ void frwk_keep_running(void) {
 
 unsigned long frwk_thread_create(void *(*function)(void *argument), void *argument) {
     os_thread_t thread = 0;
-    if (os_thread_create(&thread, nullptr, function, argument) != 0) {
+    const int32_t error = os_thread_create(&thread, nullptr, function, argument);
+    if (error != 0) {
+        FRWK_WARN("can't start a thread, errno=%d, cause: %s", error, std::strerror(error));
         return 0;
     }
     return thread;
