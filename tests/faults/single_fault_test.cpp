@@ -105,6 +105,18 @@ TEST_F(SingleFault, AThreadThatCannotBeStartedIsLogged) {
     EXPECT_TRUE(logged("can't start a thread, errno=11"));
 }
 
+TEST_F(SingleFault, APartOfAToolsLineIsNoValue) {
+    tools_.put_script("df", "echo 'data 1 2 3 45%'\n");
+    static int32_t use = 0;
+    const auto ask = [] {
+        use = -1;
+        return frwk_get_partion_info("data", 5, &use);
+    };
+    EXPECT_EQ(-1, fail_nth(Call::getc, 2, EIO, ask));
+    EXPECT_EQ(-1, use);
+    EXPECT_TRUE(logged("read the output of a command error!"));
+}
+
 TEST_F(SingleFault, AReasonThatCannotBeReadIsLogged) {
     put_text("/m_data/usr_permanent/reboot_reason", "801");
     EXPECT_EQ(0, fail_first(Call::fread, EIO, [] { return frwk_reboot_reason_get(); }));

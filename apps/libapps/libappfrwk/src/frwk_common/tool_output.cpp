@@ -3,6 +3,8 @@
 #include <cerrno>
 #include <cstdio>
 
+#include "internal/frwk_log.h"
+
 namespace {
 
 /* The next byte, or EOF; a signal in between is no end. */
@@ -19,6 +21,14 @@ int next_byte(std::FILE *stream) {
 
 }  // namespace
 
+bool ToolOutput::failed() const {
+    const bool failed = std::ferror(stream_.get()) != 0;
+    if (failed) {
+        FRWK_WARN_ERRNO_AS("os_popen", "read the output of a command error!");
+    }
+    return failed;
+}
+
 /* Returns false at the end of the output. */
 bool ToolOutput::skip_rest() {
     while (in_line_) {
@@ -33,6 +43,7 @@ bool ToolOutput::skip_rest() {
 
 bool ToolOutput::next_line(char *line, size_t size) {
     if (!skip_rest()) {
+        (void)failed();
         return false;
     }
 
@@ -48,9 +59,10 @@ bool ToolOutput::next_line(char *line, size_t size) {
             break;
         }
     }
+    const bool whole = !failed();
     if (length == 0) {
         return false;
     }
-    line[length] = '\0';
-    return true;
+    line[whole ? length : 0] = '\0';
+    return whole;
 }

@@ -20,11 +20,13 @@ class ToolOutput {
      *
      * line: receives at most size - 1 bytes and a NUL; unchanged at the end of the output.
      * size: 1 or more.
-     * Returns false at the end of the output.
+     * Returns false at the end of the output, and, logged, when reading fails: a part of a line is no line,
+     * and leaves an empty one.
      */
     bool next_line(char *line, size_t size);
 
   private:
+    bool failed() const;
     bool skip_rest();
 
     UniquePipe stream_;
