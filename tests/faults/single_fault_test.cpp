@@ -123,4 +123,31 @@ TEST_F(SingleFault, AReasonThatCannotBeReadIsLogged) {
     EXPECT_TRUE(logged("read reboot reason file error!"));
 }
 
+TEST_F(SingleFault, AProductFileThatCannotBeReadToItsEndIsLogged) {
+    put_text("/m_data/usr/product.txt", "first=1\n");
+    start_database();
+    (void)fail_first(Call::fgets, EIO, [] { return frwk_specify_path_db_adapt("/m_data/usr/product.txt"); });
+    EXPECT_TRUE(logged("read data file error!"));
+}
+
+TEST_F(SingleFault, AnOperatorFileThatWasNotReadWholeIsAppliedAgain) {
+    put_text(MAL_SIMULATION_FILE, "mpss=1\nsim_status=2\nmcc=262\nmnc=01\nspn=\n");
+    put_text("/m_webui/usr/db/subnet/26201/custom_data.txt", "first=1\nsecond=2\n");
+    start_database();
+    const auto adapt = [] {
+        zndb_set("mnet_sim_subnet_switch", "on");
+        for (const char *key : {"first", "second", "mnet_sim_subnet_plmn", "mnet_sim_subnet_md5"}) {
+            zndb_del_perm(key);
+        }
+        frwk_sim_subnet_handle(0);
+        return 0;
+    };
+    (void)fail_nth(Call::fgets, 1, EIO, adapt);
+    EXPECT_EQ("1", stored_perm("first"));
+    EXPECT_EQ("", stored_perm("second"));
+
+    frwk_sim_subnet_handle(0);
+    EXPECT_EQ("2", stored_perm("second"));
+}
+
 }  // namespace faults

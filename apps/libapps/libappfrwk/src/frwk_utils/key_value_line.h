@@ -10,6 +10,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdio>
 
 #include "internal/owned.h"
 
@@ -45,6 +46,9 @@ class KeyValueFile {
 
     /* Hands out the next pair of the opened file. Returns false when there is none. */
     [[nodiscard]] bool next(KeyValue *pair);
+
+    /* Whether reading failed, logged, before the file's end: there may be more pairs. */
+    bool failed() const { return std::ferror(file_.get()) != 0; }
 
   private:
     static constexpr size_t kLineMax = 1056;

@@ -83,10 +83,10 @@ int32_t frwk_sim_subnet_adapt_process(SubnetAction action, const frwk_sim_subnet
     }
 
     const int32_t result = act_on_all(action, &file);
-    if (action == SubnetAction::kAdd) {
-        note_applied_file(info, path);
-    } else {
+    if (action == SubnetAction::kDelete) {
         forget_applied_file();
+    } else if (!file.failed()) { /* or the next check applies it again, whole */
+        note_applied_file(info, path);
     }
     (void)zndb_save();
     return result;
