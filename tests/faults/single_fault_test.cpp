@@ -123,6 +123,21 @@ TEST_F(SingleFault, AReasonThatCannotBeReadIsLogged) {
     EXPECT_TRUE(logged("read reboot reason file error!"));
 }
 
+TEST_F(SingleFault, AnOutputOfUnknownSizeIsNoEmptyOne) {
+    tools_.put_script("ping", "echo answers\n");
+    const auto diagnose = [] {
+        frwk_diag_req req = {};
+        std::strcpy(req.ping.target, "host");
+        frwk_diag_ctx ctx;
+        frwk_diag_init(&ctx);
+        const long result = frwk_diag_exec(FRWK_DIAG_TYPE_PING, &req, &ctx);
+        frwk_diag_free(&ctx);
+        return result;
+    };
+    EXPECT_EQ(E_APPS_ERR_IO, fail_first(Call::ftello64, EIO, diagnose));
+    EXPECT_TRUE(logged("read nslookup log file error"));
+}
+
 TEST_F(SingleFault, AProductFileThatCannotBeReadToItsEndIsLogged) {
     put_text("/m_data/usr/product.txt", "first=1\n");
     start_database();

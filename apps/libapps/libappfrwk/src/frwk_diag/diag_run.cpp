@@ -8,6 +8,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <optional>
 
 #include "frwk_diag.h"
 #include "frwk_diag/diag_command.h"
@@ -26,24 +27,39 @@ void run_tool(const char *command) {
     os_command_scope_close();
 }
 
-/* The size of an open file, which is then at its beginning; one that no buffer holds is cut to 32 bits. */
-uint32_t file_size(std::FILE *file) {
-    (void)::fseeko(file, 0, SEEK_END);
+/*
+ * The size of an open file, which is then at its beginning; nothing, and errno set, when it can't be had. One
+ * that no buffer holds is cut to 32 bits.
+ */
+std::optional<uint32_t> file_size(std::FILE *file) {
+    if (::fseeko(file, 0, SEEK_END) != 0) {
+        return std::nullopt;
+    }
     const off_t size = ::ftello(file);
-    (void)::fseeko(file, 0, SEEK_SET);
-    return static_cast<uint32_t>(std::clamp<off_t>(size, 0, 0x7fffffff));
+    if (size < 0 || ::fseeko(file, 0, SEEK_SET) != 0) {
+        return std::nullopt;
+    }
+    return static_cast<uint32_t>(std::min<off_t>(size, 0x7fffffff));
+}
+
+apps_err_e_type refuse_output() {
+    FRWK_WARN_ERRNO_AS("read_output", "read nslookup log file error");
+    return E_APPS_ERR_IO;
 }
 
 apps_err_e_type read_output(frwk_diag_ctx *ctx) {
-    const uint32_t size = file_size(ctx->fp);
+    const std::optional<uint32_t> found = file_size(ctx->fp);
+    if (!found) {
+        return refuse_output();
+    }
+    const uint32_t size = *found;
     if (zn_bf_grow(&ctx->buf, size) == 0) {
         FRWK_WARN("grow buffer failed!");
         return E_APPS_ERR_MALLOC;
     }
     errno = 0;
     if (std::fread(ctx->buf.data, 1, size, ctx->fp) < size) {
-        FRWK_WARN_ERRNO("read nslookup log file error");
-        return E_APPS_ERR_IO;
+        return refuse_output();
     }
     ctx->buf.data[size] = '\0';
     ctx->buf.length = size;
