@@ -165,4 +165,14 @@ TEST_F(SingleFault, AnOperatorFileThatWasNotReadWholeIsAppliedAgain) {
     EXPECT_EQ("2", stored_perm("second"));
 }
 
+TEST_F(SingleFault, WhatACommandLeftBehindEndsThoughProcessesCannotBeListedAtOnce) {
+    const auto run_and_close = [] {
+        os_command_scope_open();
+        os_system("sleep 1000 & echo $! >/m_data/usr/pid");
+        return static_cast<long>(os_command_scope_close());
+    };
+    EXPECT_EQ(0, fail_first(Call::opendir, EMFILE, run_and_close));
+    EXPECT_TRUE(wait_until([] { return has_ended(std::stoi(file_text("/m_data/usr/pid"))); }));
+}
+
 }  // namespace faults

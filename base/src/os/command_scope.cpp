@@ -48,8 +48,19 @@ void make_mark() {
                    seconds, nanoseconds);
 }
 
+enum class Answer {
+    kNo,
+    kYes,
+    kUnknown /* the system can't tell just now */
+};
+
+/* A process that has ended meanwhile, or belongs to another user, is none of the scope's. */
+Answer no_unless_out_of_means() {
+    return errno == ENOENT || errno == ESRCH || errno == EACCES ? Answer::kNo : Answer::kUnknown;
+}
+
 /* Whether the text stands in the file, read to its end in parts. */
-bool file_has(int fd, const char *text) {
+Answer file_has(int fd, const char *text) {
     char part[4096];
     const size_t length = strlen(text);
     size_t kept = 0;
@@ -57,12 +68,12 @@ bool file_has(int fd, const char *text) {
     while ((got = read(fd, part + kept, sizeof(part) - kept)) > 0) {
         const size_t held = kept + static_cast<size_t>(got);
         if (memmem(part, held, text, length) != nullptr) {
-            return true;
+            return Answer::kYes;
         }
         kept = std::min(held, length - 1);
         memmove(part, part + held - kept, kept);
     }
-    return false;
+    return got == 0 ? Answer::kNo : no_unless_out_of_means();
 }
 
 constexpr size_t kEntrySize = 40;
@@ -78,9 +89,9 @@ OwnedFd open_entry(pid_t pid, const char *entry) {
 }
 
 /* A process that has ended shows an empty environment, even before it is reaped. */
-bool carries_mark(pid_t pid) {
+Answer carries_mark(pid_t pid) {
     const OwnedFd environment = open_entry(pid, "environ");
-    return environment && file_has(environment.get(), g_scope.mark);
+    return environment ? file_has(environment.get(), g_scope.mark) : no_unless_out_of_means();
 }
 
 /* Whether there is a program behind a process: not once it has ended, and not for the kernel's own. */
@@ -112,20 +123,38 @@ struct CloseFolder {
     void operator()(DIR *folder) const { closedir(folder); }
 };
 
+/* Kills a process that is marked. Returns whether it was, or could not tell. */
+bool kill_if_marked(pid_t pid) {
+    const Answer marked = carries_mark(pid);
+    if (marked == Answer::kYes) {
+        (void)kill(pid, SIGKILL);
+    }
+    return marked != Answer::kNo || is_between_programs(pid);
+}
+
+/* The next process in /proc; 0 at its end, with errno set when that came too early. */
+pid_t next_process(DIR *processes) {
+    pid_t pid = 0;
+    const dirent *entry = nullptr;
+    do {
+        errno = 0;
+        entry = readdir(processes);
+        pid = entry != nullptr ? process_of(entry->d_name) : 0;
+    } while (entry != nullptr && pid == 0);
+    return pid;
+}
+
 /* Looks at every process once. Returns whether one was marked, or could not tell. */
 bool kill_marked() {
     const std::unique_ptr<DIR, CloseFolder> processes(opendir("/proc"));
-    bool found = false;
-    while (const dirent *entry = processes ? readdir(processes.get()) : nullptr) {
-        const pid_t pid = process_of(entry->d_name);
-        if (pid > 0 && carries_mark(pid)) {
-            (void)kill(pid, SIGKILL);
-            found = true;
-        } else if (pid > 0 && is_between_programs(pid)) {
-            found = true;
-        }
+    if (!processes) {
+        return true;
     }
-    return found;
+    bool found = false;
+    while (const pid_t pid = next_process(processes.get())) {
+        found = kill_if_marked(pid) || found;
+    }
+    return found || errno != 0;
 }
 
 /* Looks until there is none any more. Returns false when there still is one after all patience. */
