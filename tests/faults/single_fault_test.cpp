@@ -165,6 +165,20 @@ TEST_F(SingleFault, AnOperatorFileThatWasNotReadWholeIsAppliedAgain) {
     EXPECT_EQ("2", stored_perm("second"));
 }
 
+TEST_F(SingleFault, ARestoredBackupThatCannotBeRemovedIsLogged) {
+    put_text(kProductKeyPath, some_key());
+    put_text("/m_data/usr/db/user_data.txt", "device_product_name=QR-100\n");
+    put_text("/m_data/usr/dbm/database.db", "d");
+    std::filesystem::create_directories("/m_data/usr/exchange");
+    start_database();
+    const auto restore = [] {
+        EXPECT_EQ(E_APPS_ERR_SUCCESS, frwk_dbrm_backup(kBackup));
+        return static_cast<long>(frwk_dbrm_restore(kBackup));
+    };
+    EXPECT_EQ(E_APPS_ERR_SUCCESS, fail_first(Call::remove, EIO, restore));
+    EXPECT_TRUE(logged("remove restore file error!"));
+}
+
 TEST_F(SingleFault, WhatACommandLeftBehindEndsThoughProcessesCannotBeListedAtOnce) {
     const auto run_and_close = [] {
         os_command_scope_open();

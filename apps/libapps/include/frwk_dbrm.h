@@ -40,7 +40,8 @@ apps_err_e_type frwk_dbrm_backup(const char *path);
  * Brings a backup back: empties the user configuration and applies every record of the backup.
  *
  * Until the backup has been deciphered and checked nothing on the device changes. From then on there is no
- * way back: after a failure the configuration is empty, or has the records applied so far.
+ * way back: after a failure the configuration is empty, or has the records applied so far. When the call has
+ * returned, what it brought back outlasts a power cut.
  *
  * path: the backup, which is consumed: deciphered in place, and removed as soon as records have been looked
  * at, whatever came of them. A file that was refused before stays: as it came where it could not be

@@ -1,5 +1,7 @@
 #include "frwk_dbrm/backup_io.h"
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <cerrno>
 
@@ -61,6 +63,14 @@ Copied copy(std::FILE *from, std::FILE *to, uint32_t length) {
 
 bool finish(UniqueFile file) {
     return std::fflush(file.get()) == 0 && std::fclose(file.take()) == 0;
+}
+
+bool finish_on_disk(UniqueFile file) {
+    if (std::fflush(file.get()) != 0) {
+        return false;
+    }
+    const bool synced = ::fsync(::fileno(file.get())) == 0 || errno == EINVAL;
+    return synced && finish(std::move(file));
 }
 
 }  // namespace backup_io

@@ -39,4 +39,7 @@ Copied copy(std::FILE *from, std::FILE *to, uint32_t length);
 /* Writes out and closes a file; false when not all of it was written. */
 bool finish(UniqueFile file);
 
+/* The same, and then the content outlasts a power cut, where there is a disk under the file. */
+bool finish_on_disk(UniqueFile file);
+
 }  // namespace backup_io

@@ -4,6 +4,8 @@
  *
  * No lock: one caller at a time.
  */
+#include <unistd.h>
+
 #include <cstdio>
 
 #include "cipher.h"
@@ -89,7 +91,10 @@ apps_err_e_type frwk_dbrm_restore_process(const char *path) {
 
     const apps_err_e_type ret = restore_all_records(file.get());
     file.reset();
-    (void)std::remove(path);
+    ::sync(); /* the files' names, and those of new folders, before their only other copy is gone */
+    if (std::remove(path) != 0) {
+        FRWK_WARN_ERRNO("remove restore file error!");
+    }
     return ret;
 }
 

@@ -46,7 +46,7 @@ apps_err_e_type fill(std::FILE *backup, UniqueFile target, uint32_t length) {
         FRWK_WARN_ERRNO_AS(kRestoreFile, "read restore source file error!");
         return E_APPS_ERR_READ;
     }
-    if (copied == backup_io::Copied::kShortWrite || !backup_io::finish(std::move(target))) {
+    if (copied == backup_io::Copied::kShortWrite || !backup_io::finish_on_disk(std::move(target))) {
         FRWK_WARN_ERRNO_AS(kRestoreFile, "write restore target file error!");
         return E_APPS_ERR_WRITE;
     }
