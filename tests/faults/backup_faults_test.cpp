@@ -1,0 +1,130 @@
+/*
+ * Backup and restore, and the runs of diagnostics.
+ */
+#include <cstring>
+#include <filesystem>
+
+#include "faults/faulty_device.h"
+#include "frwk_dbrm.h"
+#include "frwk_diag.h"
+#include "support/wait_until.h"
+#include "unit/base/key_files.h"
+#include "zndb.h"
+
+namespace faults {
+
+namespace {
+
+using BackupFaults = FaultyDevice;
+
+constexpr char kBackup[] = "/m_data/usr/exchange/backup.bin";
+constexpr char kKeptBackup[] = "/m_data/usr/kept/backup.bin";
+constexpr char kDataManager[] = "/m_data/usr/dbm/database.db";
+constexpr char kUserData[] = "/m_data/usr/db/user_data.txt";
+
+const std::vector<long> kBackupFailures = {E_APPS_ERR_IO, E_APPS_ERR_READ, E_APPS_ERR_WRITE,
+                                           E_APPS_ERR_FORMAT, E_APPS_ERR_INTERNAL};
+const std::vector<long> kRestoreFailures = {E_APPS_ERR_INTERNAL, E_APPS_ERR_FORMAT, E_APPS_ERR_IO,
+                                            E_APPS_ERR_READ,     E_APPS_ERR_WRITE,  E_APPS_ERR_MALLOC,
+                                            E_APPS_ERR_PROCESS};
+
+void put_device() {
+    put_text("/etc/quor_product.key", some_key());
+    put_text(kUserData, "device_product_name=QR-100\nkey=value\n");
+    put_text(kDataManager, std::string(1500, 'd'));
+    for (const char *folder : {kBackup, kKeptBackup}) {
+        std::filesystem::create_directories(std::filesystem::path(folder).parent_path());
+    }
+}
+
+/* The device as it is before a restore, but for the name that the backup is bound to. */
+void change_device() {
+    zndb_set("device_product_name", "QR-100");
+    zndb_set("key", "another");
+    zndb_save();
+    put_text(kDataManager, "another");
+    std::filesystem::copy_file(kKeptBackup, kBackup, std::filesystem::copy_options::overwrite_existing);
+}
+
+bool is_restored() {
+    return stored("key") == "value" && file_text(kDataManager) == std::string(1500, 'd');
+}
+
+std::vector<Scenario> backup() {
+    return {
+        Scenario("frwk_dbrm_backup")
+            .prepared([] { std::filesystem::remove(kBackup); })
+            .called([] { return frwk_dbrm_backup(kBackup); })
+            .verified([] { return std::filesystem::exists(kBackup); })
+            .failing(kBackupFailures),
+    };
+}
+
+std::vector<Scenario> restore() {
+    return {
+        Scenario("frwk_dbrm_restore")
+            .prepared(change_device)
+            .called([] { return frwk_dbrm_restore(kBackup); })
+            .verified([] { return is_restored() && !std::filesystem::exists(kBackup); })
+            .failing(kRestoreFailures)
+            .reporting(Reports::kLog),
+    };
+}
+
+frwk_diag_ctx g_ctx;
+frwk_diag_req g_req;
+bool g_answer = false;
+
+void make_context() {
+    frwk_diag_free(&g_ctx);
+    frwk_diag_init(&g_ctx);
+}
+
+std::vector<Scenario> diagnostics() {
+    return {
+        Scenario("frwk_diag_init").called([] { return frwk_diag_init(&g_ctx); }).quiet(),
+        Scenario("frwk_diag_exec")
+            .prepared(make_context)
+            .called([] { return frwk_diag_exec(FRWK_DIAG_TYPE_PING, &g_req, &g_ctx); })
+            .released([] {
+                g_answer = g_ctx.buf.data != nullptr && std::strcmp(g_ctx.buf.data, "answers\n") == 0;
+                frwk_diag_free(&g_ctx);
+            })
+            .verified([] { return g_answer; })
+            .failing({E_APPS_ERR_IO, E_APPS_ERR_MALLOC}),
+        Scenario("frwk_diag_free")
+            .prepared([] {
+                make_context();
+                frwk_diag_exec(FRWK_DIAG_TYPE_PING, &g_req, &g_ctx);
+            })
+            .called([] {
+                frwk_diag_free(&g_ctx);
+                return 0;
+            })
+            .verified([] { return g_ctx.fp == nullptr && g_ctx.buf.data == nullptr; })
+            .except({Call::unlink}, Waived::kFile, "a file that can't be removed stays"),
+    };
+}
+
+}  // namespace
+
+TEST_F(BackupFaults, Backup) {
+    put_device();
+    start_database();
+    run_scenarios(backup());
+}
+
+TEST_F(BackupFaults, Restore) {
+    put_device();
+    start_database();
+    ASSERT_EQ(E_APPS_ERR_SUCCESS, frwk_dbrm_backup(kKeptBackup));
+    run_scenarios(restore());
+}
+
+TEST_F(BackupFaults, Diagnostics) {
+    tools_.put_script("ping", "echo answers\n");
+    std::strcpy(g_req.ping.target, "host");
+    run_scenarios(diagnostics());
+}
+
+}  // namespace faults

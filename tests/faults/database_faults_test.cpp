@@ -1,0 +1,194 @@
+/*
+ * The client of the database and the typed settings on top of it.
+ */
+#include <cstring>
+#include <filesystem>
+
+#include "faults/faulty_device.h"
+#include "frwk_utils.h"
+#include "support/wait_until.h"
+#include "unit/base/key_files.h"
+#include "zndb.h"
+
+namespace faults {
+
+namespace {
+
+using DatabaseFaults = FaultyDevice;
+
+char g_value[ZNDB_VALUE_LEN];
+int32_t g_number = 0;
+frwk_conninfo_t g_info;
+
+void clear_value() {
+    std::memset(g_value, 0, sizeof(g_value));
+    g_number = 0;
+}
+
+bool got(const char *text) {
+    return std::strcmp(g_value, text) == 0;
+}
+
+/* Results of a call that got no answer, or one that it can't use. */
+const std::vector<long> kNoAnswer = {E_ZNDB_RET_FAILURE, E_ZNDB_RET_IPC};
+const std::vector<long> kNotTyped = {E_APPS_ERR_FAILURE, E_APPS_ERR_BUSY};
+
+constexpr char kSavedFile[] = "/m_data/usr/db/user_data.txt";
+constexpr char kDefaultsFile[] = "/m_webui/usr/db/default_data.txt";
+
+/* A value of the plain store to be read. */
+std::function<void()> with(const char *value) {
+    return [value] {
+        clear_value();
+        zndb_set("key", value);
+    };
+}
+
+std::vector<Scenario> writing() {
+    return {
+        Scenario("zndb_set")
+            .prepared([] { zndb_del("key"); })
+            .called([] { return zndb_set("key", "value"); })
+            .verified([] { return stored("key") == "value"; })
+            .failing(kNoAnswer),
+        Scenario("zndb_set_perm_data")
+            .prepared([] { zndb_del_perm("key"); })
+            .called([] { return zndb_set_perm_data("key", "value"); })
+            .verified([] { return stored_perm("key") == "value"; })
+            .failing(kNoAnswer),
+        Scenario("zndb_del")
+            .prepared(with("value"))
+            .called([] { return zndb_del("key"); })
+            .verified([] { return stored("key").empty(); })
+            .failing(kNoAnswer),
+        Scenario("zndb_del_perm")
+            .prepared([] { zndb_set_perm_data("key", "value"); })
+            .called([] { return zndb_del_perm("key"); })
+            .verified([] { return stored_perm("key").empty(); })
+            .failing(kNoAnswer),
+        Scenario("zndb_reset")
+            .prepared(with("value"))
+            .called([] { return zndb_reset(); })
+            .verified([] { return stored("key").empty(); })
+            .failing(kNoAnswer),
+        Scenario("zndb_save")
+            .prepared([] {
+                std::filesystem::remove(kSavedFile);
+                zndb_set("key", stored("key") == "1" ? "2" : "1");
+            })
+            .called([] { return zndb_save(); })
+            .verified([] { return file_text(kSavedFile) == "key=" + stored("key") + "\n"; })
+            .failing(kNoAnswer),
+        Scenario("zndb_save_ram").called([] { return zndb_save_ram(); }).failing(kNoAnswer),
+    };
+}
+
+std::vector<Scenario> reading() {
+    return {
+        Scenario("zndb_get")
+            .prepared(with("value"))
+            .called([] { return zndb_get("key", g_value, sizeof(g_value)); })
+            .verified([] { return got("value"); })
+            .failing(kNoAnswer),
+        Scenario("zndb_get_perm")
+            .prepared([] {
+                clear_value();
+                zndb_set_perm_data("key", "value");
+            })
+            .called([] { return zndb_get_perm("key", g_value, sizeof(g_value)); })
+            .verified([] { return got("value"); })
+            .failing(kNoAnswer),
+        Scenario("zndb_get_def")
+            .prepared(clear_value)
+            .called([] { return zndb_get_def("default", g_value, sizeof(g_value)); })
+            .verified([] { return got("of the image"); })
+            .failing(kNoAnswer),
+    };
+}
+
+std::vector<Scenario> typed() {
+    return {
+        Scenario("frwk_zndb_get_key_value")
+            .prepared(with("17"))
+            .called([] {
+                return frwk_zndb_get_key_value("key", FRWK_DATA_TYPE_INT, &g_number, sizeof(g_number));
+            })
+            .verified([] { return g_number == 17; })
+            .failing(kNotTyped),
+        Scenario("frwk_zndb_get_bool")
+            .prepared(with("true"))
+            .called([] { return frwk_zndb_get_bool("key") ? 1 : 0; })
+            .failing({0}),
+        Scenario("frwk_zndb_set_key_value")
+            .prepared([] {
+                g_number = 17;
+                zndb_del("key");
+            })
+            .called([] { return frwk_zndb_set_key_value("key", FRWK_DATA_TYPE_INT, &g_number); })
+            .verified([] { return stored("key") == "17"; })
+            .failing(kNotTyped),
+        Scenario("frwk_zndb_set_key_perm_value")
+            .prepared([] {
+                g_number = 17;
+                zndb_del_perm("key");
+            })
+            .called([] { return frwk_zndb_set_key_perm_value("key", FRWK_DATA_TYPE_INT, &g_number); })
+            .verified([] { return stored_perm("key") == "17"; })
+            .failing(kNotTyped),
+        Scenario("frwk_zndb_get_conninfo")
+            .prepared([] {
+                g_info = {};
+                zndb_set("key", "1,60,00:11:22:33:44:55,10.0.0.2");
+            })
+            .called([] { return frwk_zndb_get_conninfo("key", &g_info); })
+            .verified([] { return std::strcmp(g_info.ipaddr, "10.0.0.2") == 0; })
+            .failing(kNotTyped),
+    };
+}
+
+std::vector<Scenario> encoded() {
+    return {
+        Scenario("frwk_zndb_set_key_value_encrypt")
+            .prepared([] { zndb_del("key"); })
+            .called([] { return frwk_zndb_set_key_value_encrypt("key", FRWK_DATA_TYPE_CIPHER, "secret", 6); })
+            .verified([] { return !stored("key").empty(); })
+            .failing({E_APPS_ERR_INTERNAL, E_APPS_ERR_BUSY, E_APPS_ERR_FAILURE}),
+        Scenario("frwk_zndb_get_key_value_decrypt")
+            .prepared([] {
+                clear_value();
+                frwk_zndb_set_key_value_encrypt("key", FRWK_DATA_TYPE_CIPHER, "secret", 6);
+            })
+            .called([] {
+                return frwk_zndb_get_key_value_decrypt("key", FRWK_DATA_TYPE_CIPHER, g_value,
+                                                       sizeof(g_value));
+            })
+            .verified([] { return got("secret"); })
+            .failing({E_APPS_ERR_FORMAT, E_APPS_ERR_BUSY, E_APPS_ERR_FAILURE}),
+    };
+}
+
+}  // namespace
+
+TEST_F(DatabaseFaults, Writing) {
+    start_database();
+    run_scenarios(writing());
+}
+
+TEST_F(DatabaseFaults, Reading) {
+    put_text(kDefaultsFile, "default=of the image\n");
+    start_database();
+    run_scenarios(reading());
+}
+
+TEST_F(DatabaseFaults, TypedSettings) {
+    start_database();
+    run_scenarios(typed());
+}
+
+TEST_F(DatabaseFaults, EncodedSettings) {
+    put_text("/etc/quor_product.key", some_key());
+    start_database();
+    run_scenarios(encoded());
+}
+
+}  // namespace faults

@@ -1,0 +1,127 @@
+/*
+ * No exported function is forgotten: each has a scenario, is shown to make no call, or is left out for a
+ * reason that stands here.
+ */
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <regex>
+#include <string>
+#include <vector>
+
+#include "support/wait_until.h"
+
+namespace faults {
+
+namespace {
+
+struct LeftOut {
+    const char *name;
+    const char *reason;
+};
+
+constexpr LeftOut kLeftOut[] = {
+    {"frwk_ipc_service", "never returns; its steps are those of frwk_ipc_service_ex"},
+    {"frwk_keep_running", "never returns; without a semaphore it sleeps instead"},
+    {"g_enum_apps_err_e_type", "a table"},
+    {"g_enum_apps_message_id_e_type", "a table"},
+    {"g_modules_info", "a table"},
+};
+
+/* Of the base library: what can't fail, or shows no failure. */
+constexpr LeftOut kLeftOutOfBase[] = {
+    {"g_debug_log_enable", "a variable"},
+    {"g_syslog_level", "a variable"},
+    {"os_debug_print", "led aside here; a channel that can't be written to loses its line"},
+    {"os_trace_print", "the same"},
+    {"os_log_assert", "the same"},
+    {"os_log_init", "the same"},
+    {"os_command_scope_open", "reads a clock"},
+    {"os_debug_enable", "sets a variable"},
+    {"os_gettimeofday", "reads a clock"},
+    {"os_mask_check", "reads a variable"},
+    {"os_mask_set", "sets a variable"},
+    {"os_mem_free", "can't fail"},
+    {"os_mem_init", "sets variables"},
+    {"os_mem_usage", "reads variables"},
+    {"os_mutex_close", "can't fail"},
+    {"os_mutex_lock", "can't fail on a mutex that is there"},
+    {"os_mutex_unlock", "the same"},
+    {"os_sem_close", "can't fail"},
+    {"os_sem_post", "can't fail below two thousand million posts"},
+    {"os_simple_timer_start", "reads a clock"},
+    {"os_simple_timer_timeout", "the same"},
+    {"os_thread_attr_init", "sets variables"},
+    {"os_thread_cancel", "can't fail on a thread that is there"},
+    {"os_thread_join", "the same"},
+    {"os_uptime", "reads a clock"},
+    {"os_uptime_sec", "the same"},
+};
+
+/* Texts, lists, and what was parsed already. */
+const std::regex kPureInBase(
+    "json_(free|get_.*|is_string)|list_.*|str(dern|sncpy)|xml_(free_doc|get_.*)|zn_bf_free|"
+    "zn_enum_to_string|zn_string_to_enum");
+
+std::vector<std::string> exported(const std::string &map) {
+    std::vector<std::string> names;
+    std::ifstream file(std::string(PROJECT) + map);
+    const std::regex name("    (\\w+);");
+    for (std::string line; std::getline(file, line);) {
+        std::smatch found;
+        if (std::regex_match(line, found, name)) {
+            names.push_back(found[1]);
+        }
+    }
+    return names;
+}
+
+/* Every table of this folder in one text. */
+std::string all_tables() {
+    std::string text;
+    for (const auto &entry : std::filesystem::directory_iterator(std::string(PROJECT) + "/tests/faults")) {
+        const std::string name = entry.path().filename();
+        if (name.find("_test.cpp") != std::string::npos && name != "exported_functions_test.cpp") {
+            text += file_text(entry.path());
+        }
+    }
+    return text;
+}
+
+template <size_t kCount>
+bool is_left_out(const LeftOut (&list)[kCount], const std::string &name) {
+    for (const LeftOut &each : list) {
+        if (name == each.name) {
+            return true;
+        }
+    }
+    return false;
+}
+
+bool has_scenario(const std::string &tables, const std::string &name) {
+    return tables.find("\"" + name + "\"") != std::string::npos;
+}
+
+}  // namespace
+
+TEST(ExportedFunctions, OfTheFrameworkAllMeetFaults) {
+    const std::string tables = all_tables();
+    const std::vector<std::string> names = exported("/apps/libapps/libquorapps.map");
+    EXPECT_GT(names.size(), 100u);
+    for (const std::string &name : names) {
+        EXPECT_TRUE(has_scenario(tables, name) != is_left_out(kLeftOut, name)) << name;
+    }
+}
+
+TEST(ExportedFunctions, OfTheBaseLibraryAllThatCanFailMeetFaults) {
+    const std::string tables = all_tables();
+    const std::vector<std::string> names = exported("/base/libquorbase.map");
+    EXPECT_GT(names.size(), 60u);
+    for (const std::string &name : names) {
+        const bool left_out = is_left_out(kLeftOutOfBase, name) || std::regex_match(name, kPureInBase);
+        EXPECT_TRUE(has_scenario(tables, name) != left_out) << name;
+    }
+}
+
+}  // namespace faults

@@ -1,0 +1,186 @@
+/*
+ * What modules ask about the system, values in files and of commands, and what survives a restart.
+ */
+#include <cstring>
+#include <filesystem>
+
+#include "faults/faulty_device.h"
+#include "frwk_common.h"
+#include "frwk_common_ex.h"
+#include "support/wait_until.h"
+
+namespace faults {
+
+namespace {
+
+using SystemFaults = FaultyDevice;
+
+constexpr char kReason[] = "/m_data/usr_permanent/reboot_reason";
+constexpr char kResetFlag[] = "/m_data/usr_permanent/reset_flag";
+constexpr char kNode[] = "/m_data/usr/node";
+
+frwk_cpustate g_state;
+frwk_sysinfo g_info;
+char g_text[64];
+int32_t g_number = 0;
+
+void forget() {
+    g_state = {};
+    g_info = {};
+    g_number = 0;
+    std::memset(g_text, 0, sizeof(g_text));
+}
+
+bool is_text(const char *text) {
+    return std::strcmp(g_text, text) == 0;
+}
+
+void use_stand_ins(const ToolFolder &tools) {
+    tools.put_script("top", "echo 'CPU: 3% usr 1% sys 0% nic 95% idle'\n");
+    tools.put_script("mpstat", "echo 'Average: all 3.00 0.00 1.00 0.00 0.00 0.00 0.00 0.00 0.00 95.00'\n");
+    tools.put_script("df", "echo 'data 1 2 3 45%'\n");
+}
+
+std::vector<Scenario> tools() {
+    const auto state_is_there = [] { return g_state.usr == 3 && g_state.usage == 5; };
+    const auto cpu = [&](const char *name, void (*ask)(frwk_cpustate *)) {
+        return Scenario(name)
+            .prepared(forget)
+            .called([ask] {
+                ask(&g_state);
+                return 0;
+            })
+            .verified(state_is_there)
+            .reporting(Reports::kLog);
+    };
+    return {
+        cpu("frwk_get_cpustate_top", frwk_get_cpustate_top),
+        cpu("frwk_get_cpustate_mpstat", frwk_get_cpustate_mpstat),
+        cpu("frwk_get_cpustate", frwk_get_cpustate),
+        Scenario("frwk_get_partion_info")
+            .prepared(forget)
+            .called([] { return frwk_get_partion_info("data", 5, &g_number); })
+            .verified([] { return g_number == 45; })
+            .failing({-1}),
+        Scenario("frwk_get_process_name")
+            .prepared(forget)
+            .called([] { return frwk_get_process_name(0, g_text, sizeof(g_text)) != nullptr ? 1 : 0; })
+            .verified([] { return is_text("faults"); })
+            .failing({0})
+            .reporting(Reports::kLog),
+        Scenario("frwk_get_popen_value_ex")
+            .prepared(forget)
+            .called([] { return frwk_get_popen_value_ex("echo -n printed", g_text, sizeof(g_text)); })
+            .verified([] { return is_text("printed"); })
+            .failing({-1}),
+    };
+}
+
+std::vector<Scenario> kernel() {
+    return {
+        Scenario("frwk_get_sysinfo")
+            .prepared(forget)
+            .called([] { return frwk_get_sysinfo(&g_info) != 0 ? 1 : 0; })
+            .verified([] { return g_info.total_ram != 0; })
+            .reporting(Reports::kLog),
+        Scenario("frwk_get_hardware_id")
+            .prepared(forget)
+            .called([] {
+                frwk_get_hardware_id(g_text, sizeof(g_text));
+                return 0;
+            })
+            .verified(
+                [] { return is_text("") || file_text("/proc/cmdline").find(g_text) != std::string::npos; })
+            .reporting(Reports::kLog),
+    };
+}
+
+std::vector<Scenario> uptime() {
+    return {
+        Scenario("frwk_uptime").called([] { return frwk_uptime() > 0 ? 1 : 0; }),
+    };
+}
+
+std::vector<Scenario> restart() {
+    return {
+        Scenario("frwk_reboot_reason_save")
+            .prepared([] { std::filesystem::remove(kReason); })
+            .called([] { return frwk_reboot_reason_save(801); })
+            .verified([] { return file_text(kReason) == "801"; })
+            .failing({-1, 127 << 8}),
+        Scenario("frwk_reboot_reason_get")
+            .prepared([] { put_text(kReason, "801"); })
+            .called([] { return frwk_reboot_reason_get(); })
+            .failing({0})
+            .except({Call::fread}, Waived::kWarning, "an empty file holds no reason", Fault::Way::kEnds),
+        Scenario("frwk_system_reset_check")
+            .prepared([] { put_text(kResetFlag, ""); })
+            .called([] { return frwk_system_reset_check(); })
+            .failing({0}),
+        Scenario("frwk_system_reset_complete")
+            .prepared([] { put_text(kResetFlag, ""); })
+            .called([] {
+                frwk_system_reset_complete();
+                return 0;
+            })
+            .verified([] { return !std::filesystem::exists(kResetFlag); })
+            .reporting(Reports::kLog),
+    };
+}
+
+std::vector<Scenario> file_values() {
+    return {
+        Scenario("frwk_set_file_value")
+            .prepared([] { put_text(kNode, "old"); })
+            .called([] { return frwk_set_file_value(kNode, "new", 3); })
+            .verified([] { return file_text(kNode) == "new"; })
+            .failing({-1}),
+        Scenario("frwk_set_file_value_ex")
+            .prepared([] { put_text(kNode, "old"); })
+            .called([] { return frwk_set_file_value_ex(kNode, "new", 3); })
+            .verified([] { return file_text(kNode) == "new"; })
+            .failing({-1}),
+        Scenario("frwk_get_file_value")
+            .prepared([] {
+                forget();
+                put_text(kNode, "x");
+            })
+            .called([] { return frwk_get_file_value(kNode, g_text, 1); })
+            .verified([] { return is_text("x"); })
+            .failing({-1}),
+        Scenario("frwk_get_file_value_ex")
+            .prepared([] {
+                forget();
+                put_text(kNode, "x");
+            })
+            .called([] { return frwk_get_file_value_ex(kNode, g_text, 1); })
+            .verified([] { return is_text("x"); })
+            .failing({-1}),
+    };
+}
+
+}  // namespace
+
+TEST_F(SystemFaults, Tools) {
+    use_stand_ins(tools_);
+    run_scenarios(tools());
+}
+
+TEST_F(SystemFaults, Kernel) {
+    run_scenarios(kernel());
+}
+
+TEST_F(SystemFaults, Uptime) {
+    start_database();
+    run_scenarios(uptime());
+}
+
+TEST_F(SystemFaults, Restart) {
+    run_scenarios(restart());
+}
+
+TEST_F(SystemFaults, FileValues) {
+    run_scenarios(file_values());
+}
+
+}  // namespace faults
