@@ -1,0 +1,226 @@
+#include "powercut/disk_history.h"
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <set>
+
+#include "faults/injector.h"
+
+namespace powercut {
+
+namespace {
+
+constexpr size_t kPage = 4096;
+constexpr size_t kSector = 512;
+
+/* The beginning of the first, and what the other has behind it. */
+std::string torn_at(const std::string &before, const std::string &now, size_t place) {
+    std::string torn = now.substr(0, std::min(place, now.size()));
+    const std::string rest = before.size() > place ? before.substr(place) : "";
+    return torn + rest;
+}
+
+/* The contents that a file may have which was before synced, and is now written but not synced. */
+std::set<std::string> torn_contents(const std::string &before, const std::string &now) {
+    std::set<std::string> contents = {before, now, ""};
+    contents.insert(now.substr(0, now.size() / 2 / kSector * kSector));
+    contents.insert(std::string(now.size(), '\0')); /* its size alone */
+    for (size_t place = kPage; place < std::max(now.size(), before.size()); place += kPage) {
+        contents.insert(torn_at(before, now, place));
+        contents.insert(torn_at(now, before, place));
+    }
+    return contents;
+}
+
+/* Names of one folder as in the other map. */
+void take_folder(Names *names, const Names &from, const std::string &folder) {
+    for (auto each = names->begin(); each != names->end();) {
+        each = folder_of(each->first) == folder ? names->erase(each) : std::next(each);
+    }
+    for (const auto &[path, entry] : from) {
+        if (folder_of(path) == folder) {
+            (*names)[path] = entry;
+        }
+    }
+}
+
+std::string text_of(const DiskImage &image) {
+    std::string text;
+    for (const auto &[path, entry] : image.names) {
+        text += path + (entry.is_folder ? "/" : "=" + image.contents.at(entry.file)) + '\0';
+    }
+    return text;
+}
+
+/* Disks, each once. */
+class DiskSet {
+  public:
+    void add(const DiskImage &image) {
+        if (seen_.insert(text_of(image)).second) {
+            images_.push_back(image);
+        }
+    }
+    std::vector<DiskImage> take() { return std::move(images_); }
+
+  private:
+    std::set<std::string> seen_;
+    std::vector<DiskImage> images_;
+};
+
+}  // namespace
+
+/* Looks at the disk behind each call into the C library. */
+class Recorder {
+  public:
+    explicit Recorder(DiskHistory *history) : history_(history) {
+        current_ = this;
+        faults::set_observer(look);
+        faults::watch(faults::Who::kCaller);
+    }
+    ~Recorder() {
+        (void)faults::end();
+        faults::set_observer(nullptr);
+        current_ = nullptr;
+    }
+    Recorder(const Recorder &) = delete;
+    Recorder &operator=(const Recorder &) = delete;
+
+  private:
+    using Step = DiskHistory::Step;
+
+    static void look(faults::Call call, int fd) { current_->add(call, fd); }
+
+    void add(faults::Call call, int fd) {
+        DiskImage image = read_disk(history_->folders_);
+        auto &steps = history_->steps_;
+        const DiskImage &last = steps.empty() ? history_->before_ : steps.back().image;
+        if (!(image == last)) {
+            steps.push_back({Step::Kind::kChange, 0, "", image});
+        }
+        if (call == faults::Call::fsync) {
+            steps.push_back(sync_of(fd, std::move(image)));
+        } else if (call == faults::Call::kNone) {
+            steps.push_back({Step::Kind::kSyncAll, 0, "", std::move(image)});
+        }
+    }
+
+    static Step sync_of(int fd, DiskImage image) {
+        struct stat found = {};
+        (void)::fstat(fd, &found);
+        if (!S_ISDIR(found.st_mode)) {
+            return {Step::Kind::kSyncFile, static_cast<uint64_t>(found.st_ino), "", std::move(image)};
+        }
+        const std::string folder =
+            std::filesystem::read_symlink("/proc/self/fd/" + std::to_string(fd)).string();
+        return {Step::Kind::kSyncFolder, 0, folder, std::move(image)};
+    }
+
+    static Recorder *current_;
+    DiskHistory *const history_;
+};
+
+Recorder *Recorder::current_ = nullptr;
+
+/* What is safe behind a step, and what is not. */
+class Volatile {
+  public:
+    explicit Volatile(const DiskImage &before) : now_(before), safe_(before.contents), names_{before.names} {}
+
+    void take(const DiskHistory::Step &step) {
+        using Kind = DiskHistory::Step::Kind;
+        now_ = step.image;
+        if (!(names_.back() == now_.names)) {
+            names_.push_back(now_.names);
+        }
+        switch (step.kind) {
+            case Kind::kChange:
+                break;
+            case Kind::kSyncFile:
+                safe_[step.file] = now_.contents[step.file];
+                break;
+            case Kind::kSyncFolder:
+                for (Names &names : names_) {
+                    take_folder(&names, now_.names, step.folder);
+                }
+                break;
+            case Kind::kSyncAll:
+                safe_ = now_.contents;
+                names_ = {now_.names};
+                break;
+        }
+    }
+
+    /* Adds every disk that may be left now. */
+    void add_disks(DiskSet *disks) const {
+        for (const Names &names : names_) {
+            DiskImage image;
+            image.names = names;
+            std::vector<uint64_t> files;
+            for (const auto &[path, entry] : names) {
+                if (!entry.is_folder) {
+                    files.push_back(entry.file);
+                }
+            }
+            add_contents(files, 0, &image, disks);
+        }
+    }
+
+  private:
+    /* All contents of the files from one on, together with each other. */
+    void add_contents(const std::vector<uint64_t> &files, size_t from, DiskImage *image,
+                      DiskSet *disks) const {
+        if (from == files.size()) {
+            disks->add(*image);
+            return;
+        }
+        for (const std::string &content : possible(files[from])) {
+            image->contents[files[from]] = content;
+            add_contents(files, from + 1, image, disks);
+        }
+    }
+
+    /* A file that was removed is not written any more; its last content was the one that counts. */
+    std::set<std::string> possible(uint64_t file) const {
+        const auto safe = safe_.find(file);
+        const std::string before = safe != safe_.end() ? safe->second : "";
+        const auto now = now_.contents.find(file);
+        const std::string last = now != now_.contents.end() ? now->second : before;
+        return before == last ? std::set<std::string>{last} : torn_contents(before, last);
+    }
+
+    DiskImage now_;
+    Contents safe_;
+    std::vector<Names> names_; /* that may be there, the oldest first */
+};
+
+DiskHistory::DiskHistory(std::vector<std::string> folders, const std::function<void()> &call)
+    : folders_(std::move(folders)), before_(read_disk(folders_)) {
+    const Recorder recorder(this);
+    call();
+}
+
+std::vector<DiskImage> DiskHistory::during() const {
+    DiskSet disks;
+    Volatile state(before_);
+    state.add_disks(&disks);
+    for (const Step &step : steps_) {
+        state.take(step);
+        state.add_disks(&disks);
+    }
+    return disks.take();
+}
+
+std::vector<DiskImage> DiskHistory::afterwards() const {
+    DiskSet disks;
+    Volatile state(before_);
+    for (const Step &step : steps_) {
+        state.take(step);
+    }
+    state.add_disks(&disks);
+    return disks.take();
+}
+
+}  // namespace powercut

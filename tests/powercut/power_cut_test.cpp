@@ -1,0 +1,339 @@
+/*
+ * Every file that the library and the database service replace.
+ */
+#include "powercut/power_cut.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+#include "cipher.h"
+#include "database.h"
+#include "faults/faulty_device.h"
+#include "frwk_common.h"
+#include "frwk_dbrm.h"
+#include "frwk_utils.h"
+#include "os_mem.h"
+#include "support/random_bytes.h"
+#include "support/wait_until.h"
+#include "unit/base/key_files.h"
+#include "zndb.h"
+#include "zndb_paths.h"
+
+namespace powercut {
+
+namespace {
+
+using faults::put_text;
+
+class PowerCuts : public faults::FaultyDevice {};
+
+/* ---- The database's files ------------------------------------------------------------------------- */
+
+constexpr char kJournalFolder[] = "/tmp/m_tmp/zndb";
+
+/* Longer than two pages, so that there is something to tear. */
+std::string lines_with(const std::string &value) {
+    std::string lines;
+    for (int i = 0; i < 12; ++i) {
+        lines += "key" + std::to_string(i) + "=" + std::string(900, value[0]) + "\n";
+    }
+    return lines;
+}
+
+/* The first letters of all values of a store, as the service finds them at its start. */
+std::string read_store(StoreId store) {
+    std::filesystem::remove_all(kJournalFolder);
+    Database database;
+    database.load();
+    std::string letters;
+    for (int i = 0; i < 12; ++i) {
+        char value[ZNDB_VALUE_LEN] = "";
+        const bool there = database.get(store, "key" + std::to_string(i), value, sizeof(value)) == 0;
+        letters += there ? value[0] : '-';
+    }
+    return letters;
+}
+
+void change_and_save(StoreId store) {
+    Database database;
+    database.load();
+    for (int i = 0; i < 12; ++i) {
+        (void)database.set(store, "key" + std::to_string(i), std::string(900, 'n'));
+    }
+    EXPECT_EQ(0, store == StoreId::kFactory ? database.save_factory() : database.save());
+}
+
+PowerCut saving(const char *name, StoreId store, const std::string &path) {
+    return {name,
+            {std::filesystem::path(path).parent_path()},
+            [path] {
+                std::filesystem::remove_all(kJournalFolder);
+                put_text(path, lines_with("o"));
+            },
+            [store] { change_and_save(store); },
+            [store] { return read_store(store); }};
+}
+
+PowerCut first_saving() {
+    PowerCut first = saving("the first save of the perm store", StoreId::kPerm, zndb_paths::kPermFile);
+    first.folders = {"/m_data/usr_permanent"};
+    first.prepare = [] {
+        std::filesystem::remove_all(kJournalFolder);
+        std::filesystem::remove_all("/m_data/usr_permanent/db");
+    };
+    return first;
+}
+
+/* ---- Enciphered files ----------------------------------------------------------------------------- */
+
+constexpr char kFolder[] = "/m_data/usr/exchange";
+constexpr char kFile[] = "/m_data/usr/exchange/file";
+constexpr char kCopy[] = "/m_data/usr/kept/copy";
+
+/* The bytes under the cipher of a file; "" when it is none. */
+std::string deciphered(const char *path) {
+    std::filesystem::create_directories("/m_data/usr/kept");
+    std::filesystem::copy_file(path, kCopy, std::filesystem::copy_options::overwrite_existing);
+    return zn_decrypt_file_ex(kCopy) != 0 ? file_text(kCopy) : "";
+}
+
+std::string kind_of_file() {
+    const std::string plain = random_bytes(10000);
+    if (file_text(kFile) == plain) {
+        return "plain";
+    }
+    return deciphered(kFile) == plain ? "enciphered" : "broken";
+}
+
+void put_plain_file() {
+    std::filesystem::remove_all(kFolder);
+    put_text(kFile, random_bytes(10000));
+}
+
+PowerCut enciphering() {
+    return {"zn_encrypt_file_ex", {kFolder}, put_plain_file, [] { zn_encrypt_file_ex(kFile); }, kind_of_file};
+}
+
+PowerCut deciphering() {
+    const auto prepare = [] {
+        put_plain_file();
+        zn_encrypt_file_ex(kFile);
+    };
+    return {"zn_decrypt_file_ex", {kFolder}, prepare, [] { zn_decrypt_file_ex(kFile); }, kind_of_file};
+}
+
+/* ---- The device's key ----------------------------------------------------------------------------- */
+
+std::string g_sealed;
+
+std::string seal() {
+    char *text = zn_encrypt_data("data", 4);
+    std::string sealed = text != nullptr ? text : "";
+    os_mem_free(text);
+    return sealed;
+}
+
+/* Whether there is the key of the call, or none and another can be made. */
+std::string read_key() {
+    if (!std::filesystem::exists(kDeviceKeyPath)) {
+        return seal().empty() ? "unusable" : "no key";
+    }
+    uint32_t size = 0;
+    void *data = zn_decrypt_data(g_sealed.data(), static_cast<uint32_t>(g_sealed.size()), &size);
+    const bool fits = data != nullptr;
+    os_mem_free(data);
+    return fits ? "the key" : "unusable";
+}
+
+PowerCut making_a_key() {
+    return {"the device's own key",
+            {kPermanentFolder},
+            [] {
+                remove_key_files();
+                std::filesystem::create_directories(kPermanentFolder);
+            },
+            [] { g_sealed = seal(); },
+            read_key};
+}
+
+/* ---- Backup and restore --------------------------------------------------------------------------- */
+
+constexpr char kBackup[] = "/m_data/usr/exchange/backup.bin";
+constexpr char kDataManager[] = "/m_data/usr/dbm/database.db";
+
+std::string read_backup() {
+    if (!std::filesystem::exists(kBackup)) {
+        return "none";
+    }
+    const std::string body = deciphered(kBackup);
+    for (const char letter : {'o', 'n'}) {
+        if (body.find(std::string(9000, letter)) != std::string::npos) {
+            return std::string(1, letter);
+        }
+    }
+    return "broken";
+}
+
+PowerCut backing_up() {
+    return {"frwk_dbrm_backup",
+            {kFolder},
+            [] {
+                put_text(kDataManager, std::string(9000, 'o'));
+                EXPECT_EQ(0, frwk_dbrm_backup(kBackup));
+                put_text(kDataManager, std::string(9000, 'n'));
+            },
+            [] { EXPECT_EQ(0, frwk_dbrm_backup(kBackup)); },
+            read_backup};
+}
+
+std::string read_restored() {
+    const std::string text = file_text(kDataManager);
+    for (const char letter : {'o', 'n'}) {
+        if (text == std::string(9000, letter)) {
+            return std::string(1, letter);
+        }
+    }
+    return "a part";
+}
+
+/* A restore has no way back, so that a part of a file is what a power cut in its middle may leave. */
+PowerCut restoring() {
+    return {"frwk_dbrm_restore",
+            {"/m_data/usr/dbm"},
+            [] {
+                put_text(kDataManager, std::string(9000, 'n'));
+                EXPECT_EQ(0, frwk_dbrm_backup(kBackup));
+                put_text(kDataManager, std::string(9000, 'o'));
+            },
+            [] { EXPECT_EQ(0, frwk_dbrm_restore(kBackup)); },
+            read_restored,
+            {"a part"}};
+}
+
+/* ---- Small files ---------------------------------------------------------------------------------- */
+
+constexpr char kReason[] = "/m_data/usr_permanent/reboot_reason";
+constexpr char kResetFlag[] = "/m_data/usr_permanent/reset_flag";
+constexpr char kSubscription[] = "/m_data/usr/subscribe/E_APPS_MSG_TEST";
+constexpr char kMask[] = "/m_data/usr/mask/mal_service";
+constexpr char kMarker[] = "/m_data/usr/device_debug_mode";
+
+std::string presence(const char *path) {
+    return std::filesystem::exists(path) ? "there" : "missing";
+}
+
+/* The shell writes the reason in place: between two of them there may be none. */
+PowerCut keeping_a_reason() {
+    return {"frwk_reboot_reason_save",
+            {kPermanentFolder},
+            [] { put_text(kReason, "7"); },
+            [] { frwk_reboot_reason_save(801); },
+            [] { return std::to_string(frwk_reboot_reason_get()); },
+            {"0"}};
+}
+
+PowerCut asking_for_a_reset() {
+    return {"frwk_system_reset",
+            {kPermanentFolder},
+            [] { std::filesystem::remove(kResetFlag); },
+            [] { frwk_system_reset(1); },
+            [] { return presence(kResetFlag); }};
+}
+
+PowerCut completing_a_reset() {
+    return {"frwk_system_reset_complete",
+            {kPermanentFolder},
+            [] { put_text(kResetFlag, ""); },
+            frwk_system_reset_complete,
+            [] { return presence(kResetFlag); }};
+}
+
+PowerCut clearing_subscriptions() {
+    return {"frwk_ipc_init_sub",
+            {"/m_data/usr/subscribe"},
+            [] { put_text(kSubscription, "sms\n"); },
+            frwk_ipc_init_sub,
+            [] { return presence(kSubscription); }};
+}
+
+PowerCut ending_the_last_subscription() {
+    return {"frwk_ipc_msg_unsub, the last one",
+            {"/m_data/usr/subscribe"},
+            [] { put_text(kSubscription, "monitor_tool\n"); },
+            [] { frwk_ipc_msg_unsub("E_APPS_MSG_TEST"); },
+            [] { return file_text(kSubscription).empty() ? "nobody" : "somebody"; }};
+}
+
+/* Put together anew from the trace files at each call, and written in place. */
+PowerCut writing_the_mask() {
+    return {"frwk_set_mals_tracemask",
+            {"/m_data/usr/mask"},
+            [] { put_text(kMask, "sms,mpss,lib,base,and more"); },
+            [] { frwk_set_mals_tracemask(); },
+            [] { return file_text(kMask).substr(0, file_text(kMask).find('\0')); },
+            {""}};
+}
+
+PowerCut marking_the_debug_mode() {
+    return {"frwk_debug_mode_set",
+            {"/m_data/usr"},
+            [] { std::filesystem::remove(kMarker); },
+            [] { frwk_debug_mode_set(1, "rom"); },
+            [] { return presence(kMarker); }};
+}
+
+}  // namespace
+
+TEST_F(PowerCuts, LeaveTheDatabaseOldOrNew) {
+    check_power_cuts(saving("the plain store", StoreId::kPlain, zndb_paths::kPlainFile));
+    check_power_cuts(saving("the perm store", StoreId::kPerm, zndb_paths::kPermFile));
+    check_power_cuts(saving("the factory overlay", StoreId::kFactory, zndb_paths::kFactoryFile));
+    check_power_cuts(first_saving());
+}
+
+TEST_F(PowerCuts, LeaveAFileEncipheredOrNot) {
+    put_text(kProductKeyPath, some_key());
+    check_power_cuts(enciphering());
+    check_power_cuts(deciphering());
+}
+
+TEST_F(PowerCuts, LeaveNoKeyOrAWholeOne) {
+    check_power_cuts(making_a_key());
+}
+
+TEST_F(PowerCuts, LeaveTheOldOrTheNewBackup) {
+    put_text(kProductKeyPath, some_key());
+    put_text(zndb_paths::kPlainFile, "device_product_name=QR-100\n");
+    std::filesystem::create_directories(kFolder);
+    start_database();
+    check_power_cuts(backing_up());
+}
+
+TEST_F(PowerCuts, LoseNothingThatWasRestored) {
+    put_text(kProductKeyPath, some_key());
+    put_text(zndb_paths::kPlainFile, "device_product_name=QR-100\n");
+    std::filesystem::create_directories(kFolder);
+    start_database();
+    check_power_cuts(restoring());
+}
+
+TEST_F(PowerCuts, LeaveSmallFilesOldOrNew) {
+    check_power_cuts(keeping_a_reason());
+    check_power_cuts(asking_for_a_reset());
+    check_power_cuts(completing_a_reset());
+    check_power_cuts(clearing_subscriptions());
+    check_power_cuts(ending_the_last_subscription());
+}
+
+TEST_F(PowerCuts, LeaveDeviceSettingsOldOrNew) {
+    for (const char *path : {"/m_data/usr/trace/mal_service", "/m_data/usr/trace/sms"}) {
+        put_text(path, "");
+    }
+    frwk_module_set(E_APPS_MODULE_SMS, FRWK_FLAG_RUN);
+    check_power_cuts(writing_the_mask());
+    start_database();
+    check_power_cuts(marking_the_debug_mode());
+}
+
+}  // namespace powercut
