@@ -19,5 +19,5 @@ std::string code_text(apps_err_e_type code) {
 }
 
 std::string errno_text(const std::string &what, int error) {
-    return what + ": " + std::strerror(error);
+    return what + ": " + std::strerror(error);  // NOLINT(concurrency-mt-unsafe)
 }

@@ -101,7 +101,9 @@ constexpr Column kColumns[] = {
 };
 
 /* Left out on a narrow terminal: alias, flags, startup, enabled, id. */
-const std::vector<size_t> kSpareColumns = {2, 9, 8, 7, 0};
+std::vector<size_t> spare_columns() {
+    return {2, 9, 8, 7, 0};
+}
 
 const Column &column_named(const std::string &name) {
     const auto *found = std::find_if(std::begin(kColumns), std::end(kColumns),
@@ -237,7 +239,7 @@ void print_reports(const std::vector<ModuleReport> &reports) {
     for (const Column &column : kColumns) {
         header.emplace_back(column.heading);
     }
-    TextTable table(header, kSpareColumns);
+    TextTable table(header, spare_columns());
     for (const ModuleReport &report : reports) {
         std::vector<std::string> cells;
         for (const Column &column : kColumns) {

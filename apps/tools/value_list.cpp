@@ -1,6 +1,8 @@
 #include "value_list.h"
 
 #include <algorithm>
+#include <cstring>
+#include <utility>
 
 #include "frwk_utils.h"
 
@@ -22,7 +24,8 @@ std::vector<std::string> split_list(const std::string &text) {
         std::string decoded(text.size() + 1, '\0');
         (void)frwk_zndb_get_value(next, FRWK_DATA_TYPE_STRING, decoded.data(),
                                   static_cast<uint32_t>(decoded.size()), &next);
-        item = decoded.c_str();
+        decoded.resize(std::strlen(decoded.c_str()));
+        item = std::move(decoded);
     }
     return items;
 }

@@ -45,7 +45,7 @@ os_mutex *make_mutex() {
     os_mutex *mutex = os_mutex_create();
     if (mutex == nullptr) {
         OS_LOG(OS_LOG_WARNING, "no memory for the lock of the database, ending");
-        std::exit(EXIT_FAILURE);
+        std::exit(EXIT_FAILURE);  // NOLINT(concurrency-mt-unsafe): no handler runs yet
     }
     return mutex;
 }

@@ -116,7 +116,7 @@ void os_log_assert(const char *file, const char *function, int line, int conditi
 /* The same under the name of another function. */
 #define OS_LOG_ERRNO_AS(function, text)                                                 \
     OS_LOG_AS(function, OS_LOG_WARNING, "%s errno=%d, cause: %s", (text), os_log_errno, \
-              strerror(os_log_errno))
+              strerror(os_log_errno) /* NOLINT(concurrency-mt-unsafe) */)
 
 /* Reports a condition that does not hold; execution goes on. text and message: see os_log_assert. */
 #define OS_LOG_ASSERT(condition, text, message) \

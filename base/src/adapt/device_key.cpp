@@ -40,7 +40,7 @@ struct FileBytes {
 void warn(const char *function, const char *what, const char *path) {
     const int cause = errno;
     OS_LOG_AS(function, OS_LOG_WARNING, "can't %s %s, errno=%d, cause: %s", what, path, cause,
-              strerror(cause));
+              strerror(cause));  // NOLINT(concurrency-mt-unsafe)
 }
 
 KeyFile read_key(const char *path, Key *key) {

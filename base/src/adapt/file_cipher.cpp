@@ -57,7 +57,7 @@ int32_t report(const char *function, const char *path, Result result) {
     const int cause = errno;
     if (result == Result::kFailed) {
         OS_LOG_AS(function, OS_LOG_WARNING, "%s stays as it is, errno=%d, cause: %s", path, cause,
-                  strerror(cause));
+                  strerror(cause));  // NOLINT(concurrency-mt-unsafe)
     }
     if (result == Result::kRefused) {
         OS_LOG_AS(function, OS_LOG_WARNING,

@@ -24,7 +24,7 @@ std::FILE *g_s_instance_lock_file = nullptr;
 
 [[noreturn]] void die(const char *format, const char *what) {
     (void)std::fprintf(stderr, format, what);
-    std::exit(-1);
+    std::exit(-1);  // NOLINT(concurrency-mt-unsafe): there are no other threads yet
 }
 
 }  // namespace

@@ -81,7 +81,7 @@ void run_start_hook(const char *name) {
 void frwk_module_init(int32_t id, frwk_exit_handler_t exit_handler) {
     if (!is_module(id)) {
         (void)std::fprintf(stderr, "invalid module id=%d\n", id);
-        std::exit(-1);
+        std::exit(-1);  // NOLINT(concurrency-mt-unsafe): there are no other threads yet
     }
 
     // Before the file, which may set the flag again.

@@ -33,14 +33,15 @@ bool try_command(const char *command, char *buffer, size_t size) {
     const UniquePipe output(os_popen(command, "r"));
     if (!output) {
         const int cause = errno;
-        FRWK_WARN("popen :%s failed:%s \n", command, std::strerror(cause));
+        FRWK_WARN("popen :%s failed:%s \n", command, std::strerror(cause));  // NOLINT(concurrency-mt-unsafe)
         return false;
     }
 
     read_block(output.get(), buffer, size);
     if (buffer[0] == '\0') {
         const int cause = errno;
-        FRWK_WARN("fread %s failed :%s, sleep 500ms\n", command, std::strerror(cause));
+        FRWK_WARN("fread %s failed :%s, sleep 500ms\n", command,
+                  std::strerror(cause));  // NOLINT(concurrency-mt-unsafe)
         return false;
     }
     return true;

@@ -37,7 +37,8 @@ int32_t retry_file_value(const char *path, Attempt attempt) {
     int32_t result = attempt();
     for (int retries = 0; result != 0 && retries < kRetries; ++retries) {
         const int cause = errno;
-        FRWK_WARN("write %s failed :%s, sleep 500ms\n", path, std::strerror(cause));
+        FRWK_WARN("write %s failed :%s, sleep 500ms\n", path,
+                  std::strerror(cause));  // NOLINT(concurrency-mt-unsafe)
         frwk_sleep(kRetryPauseMs);
         result = attempt();
     }

@@ -23,6 +23,7 @@ inline std::optional<uint32_t> checked_add(uint32_t a, uint32_t b) {
 template <uint32_t kFixedSize>
 class SmallBuffer {
   public:
+    // cppcheck-suppress uninitMemberVar ; it is about to be written, and zeroing it would cost each message
     SmallBuffer() = default;
     SmallBuffer(const SmallBuffer &) = delete;
     SmallBuffer &operator=(const SmallBuffer &) = delete;
