@@ -26,6 +26,12 @@ if(QUOR_SANITIZE)
   add_link_options("-fsanitize=${QUOR_SANITIZE}")
 endif()
 
+# Counts how often each line and branch is run; threads count at once.
+if(QUOR_COVERAGE)
+  add_compile_options(--coverage -fprofile-update=atomic)
+  add_link_options(--coverage)
+endif()
+
 # Makes a library with an undefined symbol fail to link. A sanitizer's own functions are only in the program,
 # so sanitized libraries can't be held to it.
 set(QUOR_NO_UNDEFINED "")

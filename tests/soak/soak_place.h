@@ -1,0 +1,18 @@
+/*
+ * Where the process of a soak's module stands. Written before there are threads.
+ */
+#pragma once
+
+#include "soak_board.h"
+
+namespace soak {
+
+struct Place {
+    Board *board = nullptr;
+    uint32_t module = 0;
+    uint32_t generation = 0; /* of this process */
+};
+
+inline Place g_place;
+
+}  // namespace soak

@@ -1,0 +1,40 @@
+/*
+ * The settings that a module keeps in the database, and who was alive meanwhile.
+ */
+#pragma once
+
+#include <cstdint>
+
+#include "soak_board.h"
+
+namespace soak {
+
+/* This module's part of the board. */
+Module &own();
+
+/* Tells whether a module served all the time since this was made. */
+class Liveness {
+  public:
+    explicit Liveness(uint32_t module);
+
+    bool lived() const;
+    uint32_t module() const { return module_; }
+    uint32_t generation() const { return generation_; }
+
+  private:
+    uint32_t module_;
+    uint32_t generation_;
+};
+
+/* Reads one of the module's settings and compares. */
+void get_setting(uint32_t key);
+
+/* Sets one to the value of a step, or finds out what became of an earlier set of it. */
+void change_setting(uint32_t key, uint64_t number);
+
+void save_settings();
+
+/* What a get of a module's setting shows: whether it is one of the values that it may have. */
+bool is_possible(const Board &board, uint32_t module, uint32_t key, int ret, const char *value);
+
+}  // namespace soak

@@ -1,0 +1,59 @@
+/*
+ * What must hold of a soak whenever its modules stand still: nothing that was acknowledged is lost,
+ * subscriptions are as they were left, settings are the last acknowledged ones, and no process grows. For one
+ * thread.
+ */
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <vector>
+
+#include "soak_fleet.h"
+
+namespace soak {
+
+/* A process as the kernel accounts it. */
+struct Footprint {
+    uint64_t resident_kib;
+    uint64_t written_kib; /* of these, heap and stacks: what the process wrote itself */
+    size_t descriptors;
+};
+
+/* One tenth of a run. */
+struct Sample {
+    uint64_t steps;
+    double seconds;
+    uint64_t kills;
+    std::array<Footprint, kModules> footprints;
+};
+
+/*
+ * How far a module may grow between the second tenth and the last, and the database between the seventh and
+ * the last: its settings may still get longer, up to 1 KiB each.
+ */
+constexpr uint64_t kGrowthKib = 64;
+constexpr uint64_t kDatabaseGrowthKib = (kModules - 2) * kKeys + kGrowthKib;
+
+/* Live blocks of the tracked memory of a module that stands still. */
+uint32_t live_blocks(uint32_t module);
+
+/* Every message that was acknowledged to a module that still lives was received; waits for those under way.
+ */
+void check_messages(Board &board);
+
+/* The files of the events name those that subscribed and no others. */
+void check_subscriptions(Board &board);
+
+/* The database has every setting as it was acknowledged. */
+void check_settings(Board &board);
+
+Sample take_sample(const Fleet &fleet);
+
+/* No long-lived process has grown from the second sample to the last, nor the database in its last life. */
+void check_footprints(Board &board, const std::vector<Sample> &samples);
+
+void print_samples(const std::vector<Sample> &samples);
+void print_totals(const Board &board, const Fleet &fleet, double seconds);
+
+}  // namespace soak
