@@ -29,6 +29,7 @@ endif()
 # Counts how often each line and branch is run; threads count at once.
 if(QUOR_COVERAGE)
   add_compile_options(--coverage -fprofile-update=atomic)
+  add_compile_definitions(QUOR_COVERAGE)
   add_link_options(--coverage)
 endif()
 

@@ -28,5 +28,5 @@ int main() {
     g_s_database = new Database;
     g_s_database->load();
     frwk_ipc_service(answer_message);
-    return 1; /* there is no service thread */
+    return 1;  // GCOVR_EXCL_LINE: there is no service thread
 }

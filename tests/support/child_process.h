@@ -70,6 +70,7 @@ class ChildProcess {
     void start(const std::vector<std::string> &command, const std::vector<std::string> &environment,
                int input, int output);
     bool reap();
+    void end_counted();
     std::optional<std::string> take_line();
 
     pid_t pid_ = -1;

@@ -17,6 +17,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -391,6 +392,9 @@ int main(int argc, char **argv) {
         }
     }
 
+#ifdef QUOR_COVERAGE
+    (void)std::signal(SIGTERM, [](int) { std::exit(0); }); /* with the counters written */
+#endif
     frwk_module_init(id, exit_handler);
     if (registered) {
         frwk_ipc_service_ex(handle, 0);

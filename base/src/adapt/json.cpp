@@ -28,7 +28,7 @@ struct FreeTokener {
 };
 
 struct FreeObject {
-    void operator()(json_object *object) const { json_object_put(object); }
+    void operator()(json_object *object) const { json_object_put(object); }  // GCOVR_EXCL_LINE: inlined
 };
 
 using Tokener = std::unique_ptr<json_tokener, FreeTokener>;

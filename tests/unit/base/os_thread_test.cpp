@@ -91,6 +91,16 @@ TEST_F(OsThread, AsksForWhatTheAttributesSay) {
     EXPECT_EQ(99u, thread);
 }
 
+TEST_F(OsThread, AsksForADetachedThreadWithAStackOfItsOwn) {
+    StartRequest request;
+    request.note();
+    os_thread_t thread = 0;
+    const os_thread_attr attr = {1, 256 * 1024};
+    EXPECT_EQ(0, os_thread_create(&thread, &attr, set_flag, nullptr));
+    EXPECT_EQ(PTHREAD_CREATE_DETACHED, request.detach_state);
+    EXPECT_EQ(256u * 1024u, request.stack_size);
+}
+
 TEST_F(OsThread, AsksForADetachedThreadWithoutAttributes) {
     StartRequest request;
     request.note();
