@@ -95,12 +95,9 @@ std::vector<Scenario> threads() {
             .failing({ENOMEM, EAGAIN})
             .except({}, Waived::kWarning, kNoChannel),
         Scenario("os_sem_wait")
-            .prepared([] {
-                static os_sem *sem = os_sem_create(0);
-                g_other = sem;
-                os_sem_post(sem);
-            })
-            .called([] { return os_sem_wait(static_cast<os_sem *>(g_other)); }),
+            .prepared([] { g_other = os_sem_create(1); })
+            .called([] { return os_sem_wait(static_cast<os_sem *>(g_other)); })
+            .released([] { os_sem_close(static_cast<os_sem *>(g_other)); }),
         Scenario("os_sleep").called([] {
             os_sleep(1);
             return 0;

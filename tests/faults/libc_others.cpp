@@ -34,6 +34,19 @@ ssize_t transfer(Call call, size_t size, Transfer real) {
     return real(size);
 }
 
+/* Short: a part of the first piece alone. */
+template <typename Pass>
+ssize_t transfer_message(Call call, msghdr *message, Pass pass) {
+    const size_t whole = message->msg_iov[0].iov_len;
+    return transfer(call, whole, [=](size_t part) {
+        iovec piece = {message->msg_iov[0].iov_base, part};
+        msghdr shorter = *message;
+        shorter.msg_iov = &piece;
+        shorter.msg_iovlen = 1;
+        return pass(part == whole ? message : &shorter);
+    });
+}
+
 }  // namespace
 
 QUOR_IN_FRONT(ssize_t, recv, (int fd, void *to, size_t size, int flags)) {
@@ -41,17 +54,15 @@ QUOR_IN_FRONT(ssize_t, recv, (int fd, void *to, size_t size, int flags)) {
     return transfer(Call::recv, size, [=](size_t part) { return real(fd, to, part, flags); });
 }
 
-/* Short: a part of the first piece alone. */
 QUOR_IN_FRONT(ssize_t, recvmsg, (int fd, msghdr *message, int flags)) {
     QUOR_REAL(ssize_t, recvmsg, (int, msghdr *, int));
-    return transfer(Call::recvmsg, message->msg_iov[0].iov_len, [=](size_t part) {
-        if (part == message->msg_iov[0].iov_len) {
-            return real(fd, message, flags);
-        }
-        message->msg_iov[0].iov_len = part;
-        message->msg_iovlen = 1;
-        return real(fd, message, flags);
-    });
+    return transfer_message(Call::recvmsg, message, [=](msghdr *given) { return real(fd, given, flags); });
+}
+
+QUOR_IN_FRONT(ssize_t, sendmsg, (int fd, const msghdr *message, int flags)) {
+    QUOR_REAL(ssize_t, sendmsg, (int, const msghdr *, int));
+    msghdr own = *message;
+    return transfer_message(Call::sendmsg, &own, [=](msghdr *given) { return real(fd, given, flags); });
 }
 
 QUOR_IN_FRONT(ssize_t, send, (int fd, const void *from, size_t size, int flags)) {

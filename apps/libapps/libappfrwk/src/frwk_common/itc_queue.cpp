@@ -205,6 +205,7 @@ void take_all(ItcObject *itc, list_node *records) {
     os_mutex_lock(itc->lock);
     list_add(&itc->queue, records); /* a second head of the same ring: the first one leaves it */
     list_del(&itc->queue);
+    list_init(&itc->queue);
     itc->filled.store(false, std::memory_order_relaxed);
     os_mutex_unlock(itc->lock);
 }
