@@ -36,6 +36,9 @@ os_mem_usage_t usage_now() {
     return usage;
 }
 
+/* Before the first block of the process. */
+const os_mem_usage_t g_at_start = usage_now();
+
 /* Blocks that other tests of the process left count too, so every test looks at differences. */
 class OsMem : public LogChannelsTest {
   protected:
@@ -76,6 +79,11 @@ void run_in_threads(int count, void (*work)()) {
 }
 
 }  // namespace
+
+TEST(OsMemAtStart, HasCountedNothing) {
+    const os_mem_usage_t nothing{};
+    EXPECT_EQ(0, std::memcmp(&nothing, &g_at_start, sizeof(nothing)));
+}
 
 TEST_F(OsMem, HandsOutZeros) {
     for (int round = 0; round < 2; ++round) {
