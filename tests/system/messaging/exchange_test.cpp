@@ -41,6 +41,14 @@ TEST(Exchange, AnAsyncMessageIsDelivered) {
     EXPECT_TRUE(router.wait_for_message("5 9002 0 -"));
 }
 
+TEST(Exchange, ABodyOfOneByteArrives) {
+    ModuleProcess router(3);
+    ModuleProcess wlan(5);
+    EXPECT_EQ("ret=0 result=0 rsp=78", wlan.ask("sync 3 40000 3 1 text:x"));
+    EXPECT_EQ("ret=15", wlan.ask("async 3 9001 3 text:y"));
+    EXPECT_TRUE(router.wait_for_message("5 9001 1 79"));
+}
+
 TEST(Exchange, AnyMessageNumberReachesTheHandler) {
     ModuleProcess router(3);
     ModuleProcess wlan(5);
