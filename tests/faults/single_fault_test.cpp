@@ -165,6 +165,33 @@ TEST_F(SingleFault, AnOperatorFileThatWasNotReadWholeIsAppliedAgain) {
     EXPECT_EQ("2", stored_perm("second"));
 }
 
+/* A device that starts adapts and reboots: with a file that lies on a bad block it must do so once. */
+TEST_F(SingleFault, AnOperatorFileThatCanNeverBeReadWholeIsAppliedOnce) {
+    put_text(MAL_SIMULATION_FILE, "mpss=1\nsim_status=2\nmcc=262\nmnc=01\nspn=\n");
+    put_text("/m_webui/usr/db/subnet/26201/custom_data.txt", "first=1\nsecond=2\n");
+    start_database();
+    const auto adapt = [] {
+        zndb_set("mnet_sim_subnet_switch", "on");
+        for (const char *key :
+             {"first", "mnet_sim_subnet_plmn", "mnet_sim_subnet_path", "mnet_sim_subnet_md5"}) {
+            zndb_del_perm(key);
+        }
+        frwk_sim_subnet_handle(0);
+        return 0;
+    };
+    (void)fail_nth(Call::fgets, 1, EIO, adapt);
+    EXPECT_EQ("/m_webui/usr/db/subnet/26201/custom_data.txt", stored_perm("mnet_sim_subnet_path"));
+    EXPECT_EQ("", stored_perm("mnet_sim_subnet_md5"));
+
+    const auto adapt_again = [] {
+        zndb_del_perm("first");
+        frwk_sim_subnet_handle(0);
+        return 0;
+    };
+    (void)fail_first(Call::open64, EMFILE, adapt_again); /* the digest can't be had either */
+    EXPECT_EQ("", stored_perm("first"));
+}
+
 TEST_F(SingleFault, ARestoredBackupThatCannotBeRemovedIsLogged) {
     put_text(kProductKeyPath, some_key());
     put_text("/m_data/usr/db/user_data.txt", "device_product_name=QR-100\n");

@@ -10,7 +10,8 @@ bool KeyValueFile::read_line() {
     if (std::fgets(line_, static_cast<int>(sizeof(line_)), file_.get()) == nullptr) {
         if (failed()) {
             FRWK_WARN_ERRNO_AS(rules_.call, "read data file error!");
-        } else if (rules_.end_note != nullptr) {
+        }
+        if (rules_.end_note != nullptr) {
             FRWK_DEBUG_AS(rules_.call, "%s", rules_.end_note);
         }
         return false;

@@ -54,10 +54,11 @@ void forget_applied_file() {
     }
 }
 
-void note_applied_file(const frwk_sim_subnet_sim_info_t &info, const char *path) {
+/* whole: else no digest is noted, so that the file is applied again once it can be read. */
+void note_applied_file(const frwk_sim_subnet_sim_info_t &info, const char *path, bool whole) {
     (void)zndb_set_perm_data(subnet_settings::kPlmn, info.plmn);
     (void)zndb_set_perm_data(subnet_settings::kSpn, info.spn);
-    (void)zndb_set_perm_data(subnet_settings::kMd5, info.md5);
+    (void)zndb_set_perm_data(subnet_settings::kMd5, whole ? info.md5 : "");
     (void)zndb_set_perm_data(subnet_settings::kPath, path);
 }
 
@@ -85,8 +86,8 @@ int32_t frwk_sim_subnet_adapt_process(SubnetAction action, const frwk_sim_subnet
     const int32_t result = act_on_all(action, &file);
     if (action == SubnetAction::kDelete) {
         forget_applied_file();
-    } else if (!file.failed()) { /* or the next check applies it again, whole */
-        note_applied_file(info, path);
+    } else {
+        note_applied_file(info, path, !file.failed());
     }
     (void)zndb_save();
     return result;
