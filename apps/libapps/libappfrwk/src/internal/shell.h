@@ -10,13 +10,14 @@
 #include "os_process.h"
 
 /*
- * Runs a command, which has to be a safe one. A failure is logged.
+ * Runs a command, which has to be a safe one. One that could not be run is logged; what it thinks of its own
+ * work is its caller's business.
  *
  * Returns what system(3) does.
  */
 inline int32_t run_shell(const char *command) {
     const int32_t status = os_system(command);
-    if (status != 0) {
+    if (status == -1) {
         FRWK_WARN("'%s' failed, status=%d", command, status);
     }
     return status;
