@@ -15,6 +15,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <iterator>
 
 #include "os_process.h"
 #include "os_time.h"
@@ -54,9 +55,14 @@ enum class Answer {
     kUnknown /* the system can't tell just now */
 };
 
-/* A process that has ended meanwhile, or belongs to another user, is none of the scope's. */
+/*
+ * A process that has ended meanwhile, or belongs to another user, is none of the scope's. Which errno tells
+ * that depends on how /proc is mounted.
+ */
 Answer no_unless_out_of_means() {
-    return errno == ENOENT || errno == ESRCH || errno == EACCES ? Answer::kNo : Answer::kUnknown;
+    constexpr int kNotOurs[] = {ENOENT, ESRCH, EACCES, EPERM};
+    const bool not_ours = std::find(std::begin(kNotOurs), std::end(kNotOurs), errno) != std::end(kNotOurs);
+    return not_ours ? Answer::kNo : Answer::kUnknown;
 }
 
 /* Whether the text stands in the file, read to its end in parts. */
