@@ -58,9 +58,9 @@ void *os_mem_malloc(size_t size);
  * Turns the zero fill of the calling thread's blocks off and on again. Without it a block above a KiB may
  * hold anything; for whoever overwrites all of a block, or needs no more than its place.
  *
- * on: 0 = off, else on, as every thread starts.
+ * on: 0 = off, else on, as every thread starts. Returns what it was before, 0 or 1.
  */
-void os_mem_zeroing(int32_t on);
+int32_t os_mem_zeroing(int32_t on);
 
 /*
  * Copies a text into a block of its own.

@@ -27,8 +27,9 @@ struct alignas(std::max_align_t) BlockHeader {
 static_assert(sizeof(BlockHeader) % alignof(std::max_align_t) == 0, "blocks suit any type");
 static_assert(OS_MEM_BLOCK_MAX <= std::numeric_limits<size_t>::max() - sizeof(BlockHeader));
 
-/* The live blocks above the live bytes in one word. On 64 bits there is room for more than any device has. */
-constexpr unsigned kByteBits = sizeof(size_t) == sizeof(uint64_t) ? 38 : 32;
+/* The live blocks above the live bytes in one word. On 64 bits there is room for 64 GiB in 268 million
+ * blocks. */
+constexpr unsigned kByteBits = sizeof(size_t) == sizeof(uint64_t) ? 36 : 32;
 constexpr uint64_t kBytesMask = (uint64_t{1} << kByteBits) - 1;
 constexpr uint64_t kOneBlock = uint64_t{1} << kByteBits;
 
@@ -140,8 +141,10 @@ void *os_mem_malloc(size_t size) {
     return header + 1;
 }
 
-void os_mem_zeroing(int32_t on) {
+int32_t os_mem_zeroing(int32_t on) {
+    const bool before = g_zeroing;
     g_zeroing = on != 0;
+    return before ? 1 : 0;
 }
 
 char *os_mem_strdup(const char *text) {

@@ -108,9 +108,9 @@ TEST_F(OsMem, HandsOutZerosOfEverySizeWhateverTheMemoryHeld) {
 
 TEST_F(OsMem, LeavesALargeBlockAsItIsWithoutZeroFill) {
     dirty_memory();
-    os_mem_zeroing(0);
+    EXPECT_EQ(1, os_mem_zeroing(0));
     void *plain = os_mem_malloc(5000);
-    os_mem_zeroing(1);
+    EXPECT_EQ(0, os_mem_zeroing(1));
     void *zeroed = os_mem_malloc(5000);
     EXPECT_TRUE(is_filled_with(plain, 5000, 0xFF));
     EXPECT_TRUE(is_filled_with(zeroed, 5000, 0));

@@ -9,15 +9,15 @@
 #include "os_mem.h"
 
 /* A device's own base library may come without it: then every block is zeroed. */
-extern "C" void os_mem_zeroing(int32_t on) __attribute__((weak));
+extern "C" int32_t os_mem_zeroing(int32_t on) __attribute__((weak));
 
 /* As os_mem_malloc, but the block may hold anything. */
 inline void *plain_block(size_t size) {
     if (os_mem_zeroing == nullptr) {
         return os_mem_malloc(size);
     }
-    os_mem_zeroing(0);
+    const int32_t before = os_mem_zeroing(0);
     void *block = os_mem_malloc(size);
-    os_mem_zeroing(1);
+    (void)os_mem_zeroing(before);
     return block;
 }
