@@ -1,43 +1,87 @@
 #!/usr/bin/env python3
 """Whether each growth of the record is told of. script/bench-guard runs it.
 
-  notes.py BASE CHANGELOG
+  notes.py FOLDER
 
-Where bench/guard.txt allows a path more than the file BASE does, the changelog needs a line that begins with
-"- guard: PATH" in its first section, the one of what is not released yet.
+A path may take what it took at the least since the last release that has a record, in any version of
+bench/guard.txt that was committed. Where the record allows it more, or has lost the path, the changelog needs a line
+that begins with "- guard: PATH" in its first section, the one of what is not released yet.
 """
 
+import os
 import re
 import sys
 
-from guard import RECORD, growth, parse
+import history
+from guard import RECORD, growth, parse, recorded_for
+
+UNKNOWN = float("inf")
 
 
 def first_section(changelog):
     return re.split(r"^## ", changelog, flags=re.MULTILINE)[1]
 
 
-def untold(record, base, changelog):
-    """The growths that the changelog doesn't tell of."""
+def lowest(versions, toolchain):
+    """The least that each path took. Instructions count only where the same toolchain made them."""
+    least = {}
+    for text in versions:
+        same = recorded_for(text) == toolchain
+        for path, (count, calls) in parse(text).items():
+            known = least.get(path, (UNKNOWN, UNKNOWN))
+            least[path] = (min(known[0], count if same else UNKNOWN), min(known[1], calls))
+    return least
+
+
+def untold(record, versions, changelog):
+    """What the changelog doesn't tell of, as {path: words}."""
     told = re.findall(r"^- guard: ([\w-]+)", first_section(changelog), flags=re.MULTILINE)
-    known = {path: counts for path, counts in record.items() if path in base}
-    return {path: words for path, words in growth(known, base).items() if path not in told}
+    base, now = lowest(versions, recorded_for(record)), parse(record)
+    found = growth({path: counts for path, counts in now.items() if path in base}, base)
+    found.update({path: "counted before, not now" for path in base if path not in now})
+    return {path: words for path, words in found.items() if path not in told}
+
+
+def record_of(*rows, toolchain="here"):
+    return f"# for {toolchain}\n" + "".join(f"{row}\n" for row in rows)
 
 
 def check_itself():
-    base, record = {"a": (100, 5.0), "b": (100, 5.0)}, {"a": (106, 5.0), "b": (100, 6.0), "new": (1, 1.0)}
-    silent, half, full = "## 1\n", "## 1\n- guard: a, for x\n## 0\n- guard: b\n", "## 1\n- guard: a\n- guard: b\n"
-    if [len(untold(record, base, text)) for text in (silent, half, full)] != [2, 1, 0]:
+    """What was won once may not be given back in silence, nor may a path go."""
+    base = [record_of("a 100 5.0", "b 200 9.0", "gone 1 1.0"), record_of("a 150 5.0", "b 100 5.0"),
+            record_of("a 10 5.0", "b 10 5.0", toolchain="elsewhere")]
+    record = record_of("a 106 5.0", "b 100 6.0", "new 1 1.0")
+    silent, some, full = "## 1\n", "## 1\n- guard: a, for x\n## 0\n- guard: b\n", "".join(
+        f"{line}\n" for line in ("## 1", "- guard: a", "- guard: b", "- guard: gone"))
+    found = [sorted(untold(record, base, text)) for text in (silent, some, full)]
+    if found != [["a", "b", "gone"], ["b", "gone"], []] or untold(base[0], base[:1], silent):
         sys.exit("guard: notes are not looked for")
+
+
+def earlier_records(folder):
+    if not os.path.exists(os.path.join(folder, ".git")):
+        print("guard: no notes are looked for, as this is no clone")
+        return []
+    history.check_itself()
+    known = history.History(folder)
+    if known.is_shallow():
+        print(f"guard: a shallow clone: notes are looked for only against what it has of {history.NAME}")
+    return known.versions()
+
+
+def read(path):
+    with open(path, encoding="utf-8") as file:
+        return file.read()
 
 
 def main():
     check_itself()
-    texts = []
-    for path in (RECORD, sys.argv[1], sys.argv[2]):
-        with open(path, encoding="utf-8") as file:
-            texts.append(file.read())
-    missing = untold(parse(texts[0]), parse(texts[1]), texts[2])
+    folder = sys.argv[1]
+    try:
+        versions = earlier_records(folder)
+    except history.NoHistory as missing:
+        sys.exit(f"guard: earlier records can't be read: {missing}")
+    missing = untold(read(RECORD), versions, read(os.path.join(folder, "CHANGELOG.md")))
     for path, words in missing.items():
         print(f"guard: {path}: {words}, and CHANGELOG.md has no line '- guard: {path}' about it")
     sys.exit(1 if missing else 0)
