@@ -7,6 +7,7 @@ import resource
 import time
 
 TICK = os.sysconf("SC_CLK_TCK")
+LEAST_METERED = 1.0  # seconds; in less the ticks of /proc/stat weigh more than what they count
 BUSY_FIELDS = (0, 1, 2, 5, 6, 7)  # user, nice, system, irq, softirq, steal
 
 ALL_CORES = sorted(os.sched_getaffinity(0))
@@ -63,9 +64,9 @@ class LoadMeter:
         self.wall += time.monotonic() - now
 
     def share(self):
-        """0 for a machine of our own, 1 where others would take all there is."""
-        if self.wall == 0:
-            return 0.0
+        """0 for a machine of our own, 1 where others would take all there is, None where it was too short to say."""
+        if self.wall < LEAST_METERED:
+            return None
         return min(1.0, max(0.0, self.other / (self.wall * len(self.cores))))
 
 

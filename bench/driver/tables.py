@@ -35,7 +35,7 @@ RATIOS = ("median_us", "p99_us", "rate")
 EXPLANATION = (
     "Medians over the rounds. A ratio (×) is the median of the ratios round by round, to the floor, or for queues to "
     "mutex and semaphore. The 99th percentile of many clients is that of the worst. Others: how busy the cores were "
-    "meanwhile with work that is not the benchmark's.")
+    "meanwhile with work that is not the benchmark's; \"-\" where that was too short to be metered.")
 
 
 class Table:
