@@ -54,7 +54,7 @@ class Sender {
         }
     }
 
-    /* Returns how many sends failed. */
+    /* Returns how many sends failed; of a publication nobody learns that. */
     unsigned long send(unsigned long events) {
         unsigned long failed = 0;
         for (unsigned long i = 0; i < events; ++i) {
@@ -75,6 +75,17 @@ class Sender {
     const Bytes message_;
     std::vector<std::unique_ptr<Client>> clients_;
 };
+
+/* What was refused is not lost, where the sender learns of it. */
+void print_counts(const OneWay &plan, uint64_t arrived, unsigned long failed, double seconds) {
+    const unsigned long sent = plan.count * plan.servers;
+    const auto lost = static_cast<long long>(sent - failed) - static_cast<long long>(arrived);
+    if (!plan.publish) {
+        (void)std::printf("{\"failed\": %lu, ", failed);
+    }
+    (void)std::printf("%s\"sent\": %lu, \"lost\": %lld, \"seconds\": %.6f, \"rate\": %.1f}\n",
+                      plan.publish ? "{" : "", sent, lost, seconds, static_cast<double>(arrived) / seconds);
+}
 
 }  // namespace
 
@@ -101,10 +112,5 @@ void measure_one_way(const OneWay &plan) {
     const auto begin = Clock::now();
     const unsigned long failed = sender.send(plan.count);
     const auto end = wait_for_all(plan, wanted);
-    const double seconds = std::chrono::duration<double>(end - begin).count();
-    const uint64_t arrived = received(plan) - already;
-    (void)std::printf("{\"sent\": %lu, \"failed\": %lu, \"lost\": %lld, \"seconds\": %.6f, \"rate\": %.1f}\n",
-                      plan.count * plan.servers, failed,
-                      static_cast<long long>(wanted - already) - static_cast<long long>(arrived), seconds,
-                      static_cast<double>(arrived) / seconds);
+    print_counts(plan, received(plan) - already, failed, std::chrono::duration<double>(end - begin).count());
 }

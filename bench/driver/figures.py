@@ -24,7 +24,8 @@ class Figure:
         return statistics.median(values) if values else None
 
     def worst(self, metric):
-        return max(self.rounds[metric]) if self.rounds.get(metric) else None
+        """The value farthest from nothing: fewer than none are lost when the messages of one round come in the next."""
+        return max(self.rounds[metric], key=abs) if self.rounds.get(metric) else None
 
     def ratio(self, metric, base):
         """The median of the ratios, round by round, to another contestant of the same rounds."""
