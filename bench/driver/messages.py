@@ -63,8 +63,9 @@ class Messages:
 
     def curve(self):
         for size in CURVE if not self.run.quick else CURVE[::5]:
-            self.hold("body size", str(size), "one core",
-                      [(name, self.serve(name), self.ask(name, size, size)) for name in WIRE])
+            for placement in self.run.placements:
+                self.hold("body size", str(size), placement,
+                          [(name, self.serve(name), self.ask(name, size, size)) for name in WIRE])
 
     def many_clients(self):
         names = WIRE + [name for name in self.contestants if name.startswith("Redis, ")]
@@ -119,6 +120,9 @@ class Messages:
     def system_calls(self):
         """Of the hand-written ones and the library on one core."""
         self.run.figures.machine["calls_counted_by"] = counter()
-        self.hold("system calls", case_name(16, 64), "one core", [
-            (name, lambda _: [], lambda _, cores, name=name: calls_a_round_trip(self.run.programs, name, cores))
-            for name in WIRE])
+        for sizes in SIZES:
+            self.hold("system calls", case_name(*sizes), "one core",
+                      [(name, lambda _: [], self.count_calls(name, sizes)) for name in WIRE])
+
+    def count_calls(self, contestant, sizes):
+        return lambda _, cores: calls_a_round_trip(self.run.programs, contestant, cores, sizes)
