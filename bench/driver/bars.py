@@ -50,7 +50,7 @@ def round_trip(figures):
 
 
 def system_calls(figures):
-    """The few calls beside the round trips, such as a clock's, are no round trip's."""
+    """A mean, so a little above six is six: at times a server wakes before its client has written and looks again."""
     parts, words = [], []
     for case in SIZES:
         own = figures.find("system calls", case, "one core", "quorapps")
