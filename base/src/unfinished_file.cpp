@@ -63,6 +63,7 @@ bool is_like(const char *candidate, const char *name) {
 
 void remove_leftovers(const char *path, const char *name) {
     const OwnedFolder folder(opendir(path));
+    // cppcheck-suppress readdirCalled ; a stream of one thread, and readdir_r is withdrawn
     while (const dirent *entry = folder ? readdir(folder.get()) : nullptr) {
         if (is_like(entry->d_name, name)) {
             remove_leftover(folder, entry->d_name);

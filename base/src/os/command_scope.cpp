@@ -144,6 +144,7 @@ pid_t next_process(DIR *processes) {
     const dirent *entry = nullptr;
     do {
         errno = 0;
+        // cppcheck-suppress readdirCalled ; a stream of one thread, and readdir_r is withdrawn
         entry = readdir(processes);
         pid = entry != nullptr ? process_of(entry->d_name) : 0;
     } while (entry != nullptr && pid == 0);

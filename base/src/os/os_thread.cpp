@@ -40,6 +40,7 @@ constexpr os_thread_attr kDefaultAttr = {1, 0};
 /* The system's form of a thread's attributes. */
 class PosixAttr {
   public:
+    // cppcheck-suppress uninitMemberVar ; pthread_attr_init fills the member
     PosixAttr() : init_error_(pthread_attr_init(&attr_)) {}
     ~PosixAttr() {
         if (init_error_ == 0) {

@@ -45,6 +45,7 @@ class SpareFd {
     /* Drops the first connection of a queue that is not empty. Returns false when it could not be taken. */
     bool shed(int listener) {
         fd_.reset();
+        // cppcheck-suppress nullPointer ; accept4 takes null for a peer's address that is not wanted
         const bool dropped = static_cast<bool>(UniqueFd(::accept4(listener, nullptr, nullptr, SOCK_CLOEXEC)));
         open();
         return dropped;
@@ -241,6 +242,7 @@ void *frwk_ipc_loop(void *) {
     AcceptRecovery recovery;
     for (;;) {
         const int listener = g_s_ipcs_fd;
+        // cppcheck-suppress nullPointer ; accept4 takes null for a peer's address that is not wanted
         const UniqueFd connection(::accept4(listener, nullptr, nullptr, SOCK_CLOEXEC));
         if (connection) {
             recovery.after_success();
