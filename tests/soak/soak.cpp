@@ -79,14 +79,14 @@ class Reaper {
         if (victim_ != 0 && done >= revive_at_) {
             revive();
         }
-        if (victim_ == 0 && done >= next_ && done < messages_ / 20 * 19) {
+        if (victim_ == 0 && done >= next_ && done < killing_ends()) {
             victim_ = next_victim();
             fleet_.kill(victim_);
             revive_at_ = done + kDownFor;
             next_ = done + kKillEvery;
         }
         /* In the second half the database lives on, so that its memory can be watched too. */
-        if (done >= next_database_ && done < messages_ / 2) {
+        if (done >= next_database_ && done < database_killing_ends()) {
             fleet_.kill(soak::kDatabase);
             fleet_.revive(soak::kDatabase);
             next_database_ = done + kKillDatabaseEvery;
@@ -100,7 +100,22 @@ class Reaper {
         }
     }
 
+    /* A machine that is busy looks late and kills less often, but not half as often. */
+    void check() {
+        const uint64_t least = killing_ends() / kKillEvery / 2;
+        const uint64_t least_database = database_killing_ends() / kKillDatabaseEvery / 2;
+        if (fleet_.kills() < least || fleet_.database_kills() < least_database) {
+            soak::complain(&board_, "%llu modules killed, the database %llu times",
+                           static_cast<unsigned long long>(fleet_.kills()),
+                           static_cast<unsigned long long>(fleet_.database_kills()));
+        }
+    }
+
   private:
+    /* The last of the killed is back for a while before the end. */
+    uint64_t killing_ends() const { return messages_ / 20 * 19; }
+    uint64_t database_killing_ends() const { return messages_ / 2; }
+
     uint32_t next_victim() {
         for (;;) {
             const auto module =
@@ -168,16 +183,16 @@ soak::Sample run_tenth(soak::Board &board, soak::Fleet &fleet, Reaper &reaper, u
     const std::chrono::duration<double> seconds = Clock::now() - begin;
 
     check_all(board);
-    soak::Sample sample = soak::take_sample(fleet);
+    soak::Sample sample = soak::take_sample(board, fleet);
     sample.steps = steps_done(board) - before;
     sample.seconds = seconds.count();
     return sample;
 }
 
-std::vector<uint32_t> live_blocks() {
+std::vector<uint32_t> live_blocks(soak::Board &board) {
     std::vector<uint32_t> blocks;
     for (uint32_t module = 1; module < soak::kModules; ++module) {
-        blocks.push_back(soak::is_mortal(module) ? 0 : soak::live_blocks(module));
+        blocks.push_back(soak::is_mortal(module) ? 0 : soak::live_blocks(board, module));
     }
     return blocks;
 }
@@ -207,19 +222,21 @@ int run(const Options &options) {
 
     const uint64_t messages = board.quota * (soak::kModules - 2);
     const Clock::time_point begin = Clock::now();
-    const std::vector<uint32_t> blocks = live_blocks();
+    const std::vector<uint32_t> blocks = live_blocks(board);
     Reaper reaper(board, fleet, messages);
     std::vector<soak::Sample> samples;
     for (uint64_t tenth = 1; tenth <= kTenths; ++tenth) {
         samples.push_back(run_tenth(board, fleet, reaper, messages * tenth / kTenths));
     }
     soak::check_footprints(board, samples);
-    if (live_blocks() != blocks) {
+    if (live_blocks(board) != blocks) {
         soak::complain(&board, "a module that stands still holds more or fewer blocks than at its start");
     }
     fleet.kill(soak::kDatabase);
     fleet.revive(soak::kDatabase);
     soak::check_settings(board);
+    soak::check_counts(board, messages);
+    reaper.check();
     const std::chrono::duration<double> seconds = Clock::now() - begin;
     return report(board, fleet, samples, seconds.count());
 }

@@ -1,5 +1,5 @@
 /*
- * What a soak tells.
+ * What a soak counted, and what it tells of it.
  */
 #include <algorithm>
 #include <cstdio>
@@ -87,7 +87,40 @@ uint64_t notices_received(const Board &board) {
     return total;
 }
 
+/* Of ten thousand messages. */
+struct Least {
+    const char *name;
+    Count Module::*count;
+    uint64_t share;
+};
+
+constexpr Least kLeast[] = {
+    {"synchronous requests", &Module::syncs, 2500},
+    {"asynchronous messages", &Module::asyncs, 1250},
+    {"events published", &Module::publications, 250},
+    {"notices of the churning events", &Module::churn_notices, 500},
+    {"subscriptions begun or ended", &Module::changes, 35},
+    {"settings read", &Module::gets, 600},
+    {"settings set", &Module::sets, 400},
+};
+constexpr uint64_t kLeastNotices = 500;
+
+void check_least(Board &board, const char *name, uint64_t count, uint64_t least) {
+    if (count < least) {
+        complain(&board, "%s: %llu, fewer than %llu", name, static_cast<unsigned long long>(count),
+                 static_cast<unsigned long long>(least));
+    }
+}
+
 }  // namespace
+
+void check_counts(Board &board, uint64_t messages) {
+    const uint64_t unit = messages / 10000;
+    for (const Least &each : kLeast) {
+        check_least(board, each.name, sum(board, each.count), unit * each.share);
+    }
+    check_least(board, "notices of the steady event", notices_received(board), unit * kLeastNotices);
+}
 
 void print_samples(const std::vector<Sample> &samples) {
     std::printf(

@@ -104,7 +104,7 @@ void check_setting(Board &board, uint32_t module, uint32_t key) {
     }
 }
 
-/* The number behind a name in the kernel's summary of a process's memory. */
+/* The number behind a name in the kernel's summary of a process's memory; 0 when it is not there. */
 uint64_t kib_of(const std::string &text, const std::string &name) {
     const size_t at = text.find("\n" + name + ":");
     return at == std::string::npos ? 0 : std::strtoull(text.c_str() + at + name.size() + 2, nullptr, 10);
@@ -120,9 +120,15 @@ size_t settled_descriptors(const Fleet &fleet, uint32_t module) {
     return fewest;
 }
 
-Footprint footprint_of(const Fleet &fleet, uint32_t module) {
+/* No process has nothing of any of the three: what could not be read is no process that did not grow. */
+Footprint footprint_of(Board &board, const Fleet &fleet, uint32_t module) {
     const std::string text = file_text("/proc/" + std::to_string(fleet.pid(module)) + "/smaps_rollup");
-    return {kib_of(text, "Rss"), kib_of(text, "Anonymous"), settled_descriptors(fleet, module)};
+    const Footprint footprint = {kib_of(text, "Rss"), kib_of(text, "Anonymous"),
+                                 settled_descriptors(fleet, module)};
+    if (footprint.resident_kib == 0 || footprint.written_kib == 0 || footprint.descriptors == 0) {
+        complain(&board, "module %u: its memory or its descriptors can't be read", module);
+    }
+    return footprint;
 }
 
 void check_footprint(Board &board, const Footprint &early, const Footprint &late, uint32_t module,
@@ -144,12 +150,15 @@ bool is_long_lived(uint32_t module) {
 
 }  // namespace
 
-uint32_t live_blocks(uint32_t module) {
+uint32_t live_blocks(Board &board, uint32_t module) {
     os_mem_usage_t usage = {};
     int32_t result = 0;
     const apps_err_e_type ret =
         frwk_ipc_msg_get(module, E_APPS_MSG_SYS_MEMORY, &usage, sizeof(usage), 10, &result);
-    return ret == E_APPS_ERR_SUCCESS && result == 0 ? usage.live_blocks : UINT32_MAX;
+    if (ret != E_APPS_ERR_SUCCESS || result != 0) {
+        complain(&board, "module %u does not tell its blocks: %d, %d", module, ret, result);
+    }
+    return usage.live_blocks;
 }
 
 void check_messages(Board &board) {
@@ -178,11 +187,11 @@ void check_settings(Board &board) {
     }
 }
 
-Sample take_sample(const Fleet &fleet) {
+Sample take_sample(Board &board, const Fleet &fleet) {
     Sample sample = {};
     sample.kills = fleet.kills() + fleet.database_kills();
     for (uint32_t module = 1; module < kModules; ++module) {
-        sample.footprints[module] = footprint_of(fleet, module);
+        sample.footprints[module] = footprint_of(board, fleet, module);
     }
     return sample;
 }

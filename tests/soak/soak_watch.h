@@ -35,8 +35,8 @@ struct Sample {
 constexpr uint64_t kGrowthKib = 64;
 constexpr uint64_t kDatabaseGrowthKib = (kModules - 2) * kKeys + kGrowthKib;
 
-/* Live blocks of the tracked memory of a module that stands still. */
-uint32_t live_blocks(uint32_t module);
+/* Live blocks of the tracked memory of a module that stands still; complains when it does not tell. */
+uint32_t live_blocks(Board &board, uint32_t module);
 
 /* Every message that was acknowledged to a module that still lives was received; waits for those under way.
  */
@@ -48,10 +48,14 @@ void check_subscriptions(Board &board);
 /* The database has every setting as it was acknowledged. */
 void check_settings(Board &board);
 
-Sample take_sample(const Fleet &fleet);
+/* Complains of a process that can't be looked at. */
+Sample take_sample(Board &board, const Fleet &fleet);
 
 /* No long-lived process has grown from the second sample to the last, nor the database in its last life. */
 void check_footprints(Board &board, const std::vector<Sample> &samples);
+
+/* Of each kind of traffic there was at least about half of what so many messages bring. */
+void check_counts(Board &board, uint64_t messages);
 
 void print_samples(const std::vector<Sample> &samples);
 void print_totals(const Board &board, const Fleet &fleet, double seconds);
