@@ -13,6 +13,7 @@
 #include <string>
 
 #include "support/wait_until.h"
+#include "unit/zndb/descriptor_doubles.h"
 
 namespace {
 
@@ -67,6 +68,19 @@ TEST_F(FileSteps, OnlyARegularFileIsOpened) {
     EXPECT_FALSE(fd);
     EXPECT_EQ(0, open_file(kFolder + "/file", O_RDONLY, fd));
     EXPECT_TRUE(fd);
+}
+
+TEST_F(FileSteps, AFileWhoseKindIsNotToldIsNotOpened) {
+    ASSERT_EQ(0, make_folder_of(kFolder + "/file"));
+    ASSERT_TRUE(write_text(kFolder + "/file", "x"));
+    fstat_double.stand_in([](int, struct stat *) {
+        errno = EIO;
+        return -1;
+    });
+    OwnedFd fd;
+    EXPECT_EQ(EIO, open_file(kFolder + "/file", O_RDONLY, fd));
+    EXPECT_FALSE(fd);
+    doubles::restore_all();
 }
 
 TEST_F(FileSteps, AllBytesAreWrittenOrTheErrorIsTold) {

@@ -17,7 +17,7 @@
 #include "doubles/libc_doubles.h"
 #include "doubles/log_capture.h"
 #include "os_log.h"
-#include "unit/zndb/truncate_double.h"
+#include "unit/zndb/descriptor_doubles.h"
 
 /* The whole content; "" when there is no file. */
 inline std::string content_of(const std::string &path) {

@@ -75,8 +75,8 @@ apps_err_e_type restore_records(std::FILE *file, uint64_t remaining) {
 apps_err_e_type restore_all_records(std::FILE *file) {
     const std::optional<uint64_t> size = backup_io::seek_to_end(file);
     if (!size || std::fseek(file, 0, SEEK_SET) != 0) {
-        FRWK_WARN_ERRNO_AS(kProcess, "read data hdr error!");  // GCOVR_EXCL_LINE: as for seek_to_end
-        return E_APPS_ERR_READ;                                // GCOVR_EXCL_LINE
+        FRWK_WARN_ERRNO_AS(kProcess, "read data hdr error!");
+        return E_APPS_ERR_READ;
     }
     return restore_records(file, *size);
 }
