@@ -46,8 +46,6 @@ const char *sequence_of(Style style) {
             return "\033[1;31m";
         case Style::kWarning:
             return "\033[33m";
-        case Style::kGood:
-            return "\033[32m";
         case Style::kPlain:
             break;
     }
@@ -85,10 +83,11 @@ size_t rows_of(Stream stream) {
 }
 
 std::string styled(Stream stream, Style style, const std::string &text) {
-    if (style == Style::kPlain || !takes_colours(stream)) {
+    const std::string sequence = sequence_of(style);
+    if (sequence.empty() || !takes_colours(stream)) {
         return text;
     }
-    return sequence_of(style) + text + "\033[0m";
+    return sequence + text + "\033[0m";
 }
 
 std::string shown_text(Stream stream, const std::string &text) {

@@ -15,8 +15,7 @@ enum class Style {
     kStrong,
     kFaint,
     kAlert,
-    kWarning,
-    kGood
+    kWarning
 };
 
 bool is_terminal(Stream stream);

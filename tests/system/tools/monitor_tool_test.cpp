@@ -113,6 +113,9 @@ TEST_F(MonitorTool, SortsByAColumn) {
     EXPECT_EQ("lcd", second({"list", "--running", "--reverse"}));
     EXPECT_EQ("lcd", second({"list", "--running", "--sort", "name"}));
     EXPECT_EQ("wlan", second({"list", "--sort", "status"}));
+    hang_wlan();
+    EXPECT_EQ("lcd", second({"list", "--running", "--sort", "time", "--timeout", "0.2"}));
+    EXPECT_EQ("lcd", second({"list", "--running", "--sort", "memory", "--timeout", "0.2"}));
 }
 
 TEST_F(MonitorTool, ListsAsJson) {

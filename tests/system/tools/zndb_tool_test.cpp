@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
+#include <filesystem>
 #include <string>
 
 #include "system/tools/tool_checks.h"
@@ -61,6 +62,10 @@ TEST_F(ZndbTool, GetsJsonWithNumbersWhereTheTypeIsOne) {
 TEST_F(ZndbTool, TakesTheValueFromItsInputWhenNoneIsGiven) {
     EXPECT_EQ("", kTool.output_of({"set", "key"}, "from input"));
     EXPECT_EQ("from input", plain("key"));
+}
+
+TEST_F(ZndbTool, SetsNothingWhenItsInputEndsAtOnce) {
+    kTool.expect_failure(2, "no value for 'key'", {"set", "key"});
 }
 
 TEST_F(ZndbTool, SetsAnEmptyValueAndOneThatBeginsWithADash) {
@@ -248,6 +253,17 @@ TEST_F(ZndbTool, AStoreThatCannotBeReadIsSaidSo) {
     ASSERT_EQ(0, ::mkdir("/m_data/usr/db/user_data.txt", 0700));
     kTool.expect_failure(1, "can't read /m_data/usr/db/user_data.txt: Is a directory", {"dump"});
     kTool.expect_failure(1, "can't read /m_data/usr/db/user_data.txt: Is a directory", {"export"});
+}
+
+TEST_F(ZndbTool, AnExportThatDoesNotFitIsSaidSo) {
+    EXPECT_EQ(0, zndb_set("new", "2"));
+    kTool.expect_failure(2, "can't write /dev/full: No space left on device", {"export", "/dev/full"});
+}
+
+TEST_F(ZndbTool, AFileAbove64MiBIsNotImported) {
+    ASSERT_TRUE(write_text(kExported, ""));
+    std::filesystem::resize_file(kExported, (64u << 20) + 1);
+    kTool.expect_failure(2, "can't read " + kExported + ": File too large", {"import", kExported});
 }
 
 TEST_F(ZndbTool, ExportsAStoreToAFileThatOnlyItsOwnerReads) {
