@@ -130,6 +130,12 @@ TEST_F(LogShow, ColoursAndSpeltOutControlsAreForTerminalsOnly) {
               run_on_terminal({"logtool", "show", "--file", kLog}, {}).output);
 }
 
+TEST_F(LogShow, AnInformationHasNoColourOnATerminal) {
+    ASSERT_TRUE(write_text(kLog, "Nov 21 04:40:00 box local7.info wlan[7]: up\n"));
+    EXPECT_EQ("\033[2mNov 21 04:40:00\033[0m info \033[1mwlan[7]:\033[0m up\r\n",
+              run_on_terminal({"logtool", "show", "--file", kLog}, {}).output);
+}
+
 TEST_F(LogShow, FindsTheSystemsLogFile) {
     EXPECT_EQ("from messages\n",
               with_own_logs("echo from messages > /var/log/messages && echo from syslog > /var/log/syslog && "
