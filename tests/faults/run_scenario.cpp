@@ -60,6 +60,7 @@ class Runner {
         good_ = run_once(count);
         files_after_ = device_files();
         files_after_.merge(files_before_);
+        require(!is_failure(good_.result), good_, "fails in a good run");
         require(good_.effect, good_, "has no effect");
         require(good_.grown.empty(), good_, "keeps" + good_.grown);
         require(good_.trace.calls.empty() == scenario_.is_quiet || !memory_is_watched(), good_,
@@ -83,6 +84,11 @@ class Runner {
         outcome.log = logged_text();
         outcome.effect = (!learnt() || outcome.result == good_.result) && scenario_.verify();
         return outcome;
+    }
+
+    bool is_failure(long result) const {
+        const auto &failures = scenario_.failures;
+        return std::find(failures.begin(), failures.end(), result) != failures.end();
     }
 
     /* Not so under a sanitizer, where a function that only asks for memory makes no call. */
@@ -119,9 +125,7 @@ class Runner {
                     "succeeds without effect");
             return;
         }
-        const auto &failures = scenario_.failures;
-        const bool known = std::find(failures.begin(), failures.end(), outcome.result) != failures.end();
-        require(known, outcome, "is no result of this function");
+        require(is_failure(outcome.result), outcome, "is no result of this function");
         require(warned || is_waived(Waived::kWarning, outcome), outcome, "fails without a line in the log");
     }
 

@@ -68,18 +68,22 @@ Scenario writing(Wrong wrong) {
 }
 
 /* Whether the first complaint about the function is this one. */
-testing::AssertionResult complains(Wrong wrong, const std::string &complaint) {
+testing::AssertionResult complains(const Scenario &scenario, const std::string &complaint) {
     testing::TestPartResultArray complaints;
     {
         testing::ScopedFakeTestPartResultReporter reporter(
             testing::ScopedFakeTestPartResultReporter::INTERCEPT_ONLY_CURRENT_THREAD, &complaints);
-        (void)run_scenario(writing(wrong));
+        (void)run_scenario(scenario);
     }
     const std::string first = complaints.size() > 0 ? complaints.GetTestPartResult(0).message() : "nothing";
     if (first.find(complaint) == std::string::npos) {
         return testing::AssertionFailure() << "found " << first;
     }
     return testing::AssertionSuccess();
+}
+
+testing::AssertionResult complains(Wrong wrong, const std::string &complaint) {
+    return complains(writing(wrong), complaint);
 }
 
 }  // namespace
@@ -93,6 +97,12 @@ TEST(RunScenario, CountsAndFailsEveryCall) {
 
 TEST(RunScenario, FindsAFailureWithoutALine) {
     EXPECT_TRUE(complains(Wrong::kSilent, "fails without a line in the log"));
+}
+
+TEST(RunScenario, FindsAGoodRunThatFails) {
+    const auto never_opens = [] { return ::access("/tmp/m_tmp/missing", F_OK) == 0 ? 1L : 0L; };
+    const Scenario always_failing = Scenario("access").called(never_opens).failing({0});
+    EXPECT_TRUE(complains(always_failing, "fails in a good run"));
 }
 
 TEST(RunScenario, FindsALeak) {
