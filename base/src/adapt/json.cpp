@@ -66,10 +66,14 @@ bool feed_as_double(json_tokener *tokener, const char *from, const char *to) {
     return feed(tokener, from, static_cast<size_t>(to - from)) && feed(tokener, ".0", 2);
 }
 
-/* Returns the root, or null with *ok false; a null with *ok true is the value null. */
+/*
+ * Returns the root, or null with *ok false; a null with *ok true is the value null. Where the library gives
+ * up before its first character, for lack of memory, it calls that a success too.
+ */
 Object finish(json_tokener *tokener, const char *from, const char *end, bool *ok) {
     Object root(json_tokener_parse_ex(tokener, from, static_cast<int>(end - from) + 1));
-    *ok = json_tokener_get_error(tokener) == json_tokener_success;
+    const bool has_read = root || json_tokener_get_parse_end(tokener) > 0;
+    *ok = has_read && json_tokener_get_error(tokener) == json_tokener_success;
     return root;
 }
 
