@@ -28,6 +28,7 @@ using BaseFaults = FaultyDevice;
 
 constexpr char kFile[] = "/m_data/usr/file";
 constexpr char kCopy[] = "/m_data/usr/copy";
+constexpr char kContentDigest[] = "9a0364b9e99bb480dd25e1f0284c8555"; /* of "content" */
 constexpr char kNoChannel[] = "the base library reports by its result; the caller logs";
 constexpr char kSeesAnEnd[] = "a file that is shorter than its size has been cut meanwhile";
 
@@ -40,6 +41,7 @@ FILE *g_pipe = nullptr;
 os_thread_t g_thread = 0;
 char g_text[MD5_TEXT_SIZE];
 uint32_t g_size = 0;
+std::string g_kept;
 
 long is_there(const void *made) {
     return made != nullptr ? 1 : 0;
@@ -59,21 +61,42 @@ void free_block() {
     g_block = nullptr;
 }
 
+/* Keeps what the call handed out, for a look at it, and frees it. */
+void keep_block(size_t size) {
+    g_kept = g_block != nullptr ? std::string(static_cast<const char *>(g_block), size) : "";
+    free_block();
+}
+
+void keep_text() {
+    keep_block(g_block != nullptr ? std::strlen(static_cast<const char *>(g_block)) : 0);
+}
+
+void keep_data() {
+    keep_block(g_size);
+}
+
+std::function<bool()> kept(const char *expected) {
+    return [expected] { return g_kept == expected; };
+}
+
 std::vector<Scenario> memory() {
     return {
         makes(
             "os_mem_malloc", [] { return is_there(g_block = os_mem_malloc(100)); }, free_block),
         makes(
-            "os_mem_strdup", [] { return is_there(g_block = os_mem_strdup("text")); }, free_block),
+            "os_mem_strdup", [] { return is_there(g_block = os_mem_strdup("text")); }, keep_text)
+            .verified(kept("text")),
         makes(
             "zn_bf_init", [] { return zn_bf_init(&g_buffer, 100); }, [] { zn_bf_free(&g_buffer); }),
         makes(
             "zn_bf_grow", [] { return zn_bf_grow(&g_buffer, 200); }, [] { zn_bf_free(&g_buffer); }),
         makes(
-            "base64_encrypt", [] { return is_there(g_block = base64_encrypt("data", 4)); }, free_block),
+            "base64_encrypt", [] { return is_there(g_block = base64_encrypt("data", 4)); }, keep_text)
+            .verified(kept("ZGF0YQ==")),
         makes(
             "base64_decrypt", [] { return is_there(g_block = base64_decrypt("ZGF0YQ==", 8, &g_size)); },
-            free_block),
+            keep_data)
+            .verified(kept("data")),
     };
 }
 
@@ -118,11 +141,14 @@ std::vector<Scenario> processes() {
             .failing({-1, 127 << 8})
             .except({}, Waived::kWarning, kNoChannel),
         makes(
-            "os_popen", [] { return is_there(g_pipe = os_popen("true", "r")); },
+            "os_popen", [] { return is_there(g_pipe = os_popen("echo said", "r")); },
             [] {
+                char line[16] = "";
+                g_kept = g_pipe != nullptr && std::fgets(line, sizeof(line), g_pipe) != nullptr ? line : "";
                 os_pclose(g_pipe);
                 g_pipe = nullptr;
-            }),
+            })
+            .verified(kept("said\n")),
         Scenario("os_pclose").prepared([] { g_pipe = os_popen("true", "r"); }).called([] {
             return os_pclose(g_pipe);
         }),
@@ -153,9 +179,10 @@ std::vector<Scenario> files() {
             .except({Call::read}, Waived::kEffect, kSeesAnEnd, Fault::Way::kEnds),
         Scenario("md5_encrypt_file_str")
             .called([] { return md5_encrypt_file_str(kCopy, g_text); })
-            .verified([] { return std::strlen(g_text) == MD5_TEXT_SIZE - 1; })
+            .verified([] { return std::strcmp(g_text, kContentDigest) == 0; })
             .failing({0})
-            .except({}, Waived::kWarning, kNoChannel),
+            .except({}, Waived::kWarning, kNoChannel)
+            .except({Call::read}, Waived::kEffect, kSeesAnEnd, Fault::Way::kEnds),
         makes(
             "os_file_exist", [] { return os_file_exist(kCopy); }, [] {}),
         makes(
@@ -163,23 +190,41 @@ std::vector<Scenario> files() {
         makes(
             "xml_file_parse", [] { return is_there(g_doc = xml_file_parse("/m_data/usr/doc.xml")); },
             [] {
+                xml_node *child =
+                    g_doc != nullptr ? xml_get_child_node(xml_get_doc_root(g_doc), "child") : nullptr;
+                g_kept = child != nullptr ? xml_get_node_value(child) : "";
                 xml_free_doc(g_doc);
                 g_doc = nullptr;
             })
+            .verified(kept("text"))
             .except({}, Waived::kEffect, kSeesAnEnd, Fault::Way::kEnds),
         makes(
-            "json_parse", [] { return is_there(g_json = json_parse("{\"key\": [1, \"text\", 2.5]}")); },
+            "json_parse",
+            [] { return is_there(g_json = json_parse("{\"list\": [1, 2.5], \"key\": \"text\"}")); },
             [] {
+                const json_item *item = json_get_object_item(g_json, "key");
+                g_kept = item != nullptr ? json_get_string(item) : "";
                 json_free(g_json);
                 g_json = nullptr;
-            }),
+            })
+            .verified(kept("text")),
     };
+}
+
+/* The data under the cipher. */
+std::string opened(const std::string &text) {
+    uint32_t size = 0;
+    void *data = zn_decrypt_data(text.data(), static_cast<uint32_t>(text.size()), &size);
+    const std::string bytes = data != nullptr ? std::string(static_cast<const char *>(data), size) : "";
+    os_mem_free(data);
+    return bytes;
 }
 
 std::vector<Scenario> ciphers() {
     return {
         makes(
-            "zn_encrypt_data", [] { return is_there(g_block = zn_encrypt_data("data", 4)); }, free_block),
+            "zn_encrypt_data", [] { return is_there(g_block = zn_encrypt_data("data", 4)); }, keep_text)
+            .verified([] { return opened(g_kept) == "data"; }),
         makes(
             "zn_decrypt_data",
             [] {
@@ -187,29 +232,36 @@ std::vector<Scenario> ciphers() {
                 return is_there(g_block =
                                     zn_decrypt_data(text, static_cast<uint32_t>(std::strlen(text)), &g_size));
             },
-            free_block),
+            keep_data)
+            .verified(kept("data")),
         makes(
-            "the device's own key", [] { return is_there(g_block = zn_encrypt_data("data", 4)); }, free_block)
+            "the device's own key", [] { return is_there(g_block = zn_encrypt_data("data", 4)); }, keep_text)
             .prepared(remove_key_files)
-            .verified([] { return key_file_bytes(kDeviceKeyPath).size() == 32; })
+            .verified([] { return key_file_bytes(kDeviceKeyPath).size() == 32 && opened(g_kept) == "data"; })
             .except({Call::unlink}, Waived::kFile, "what can't be removed stays until the next key is made"),
     };
+}
+
+/* Longer than what is enciphered at once. */
+const std::string &long_text() {
+    static const std::string text(70000, 'p');
+    return text;
 }
 
 std::vector<Scenario> file_ciphers() {
     return {
         makes(
             "zn_encrypt_file_ex", [] { return zn_encrypt_file_ex(kFile); }, [] {})
-            .prepared([] { put_text(kFile, std::string(70000, 'p')); })
-            .verified([] { return file_text(kFile).size() > 70000; })
+            .prepared([] { put_text(kFile, long_text()); })
+            .verified([] { return deciphered(kFile, kCopy) == long_text(); })
             .except({Call::read}, Waived::kEffect, kSeesAnEnd, Fault::Way::kEnds),
         makes(
             "zn_decrypt_file_ex", [] { return zn_decrypt_file_ex(kFile); }, [] {})
             .prepared([] {
-                put_text(kFile, std::string(70000, 'p'));
+                put_text(kFile, long_text());
                 zn_encrypt_file_ex(kFile);
             })
-            .verified([] { return file_text(kFile) == std::string(70000, 'p'); }),
+            .verified([] { return file_text(kFile) == long_text(); }),
     };
 }
 

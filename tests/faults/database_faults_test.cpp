@@ -146,12 +146,19 @@ std::vector<Scenario> typed() {
     };
 }
 
+/* The stored value without its cipher. */
+std::string decoded() {
+    char text[16] = "";
+    frwk_zndb_get_key_value_decrypt("key", FRWK_DATA_TYPE_CIPHER, text, sizeof(text));
+    return text;
+}
+
 std::vector<Scenario> encoded() {
     return {
         Scenario("frwk_zndb_set_key_value_encrypt")
             .prepared([] { zndb_del("key"); })
             .called([] { return frwk_zndb_set_key_value_encrypt("key", FRWK_DATA_TYPE_CIPHER, "secret", 6); })
-            .verified([] { return !stored("key").empty(); })
+            .verified([] { return decoded() == "secret"; })
             .failing({E_APPS_ERR_INTERNAL, E_APPS_ERR_BUSY, E_APPS_ERR_FAILURE}),
         Scenario("frwk_zndb_get_key_value_decrypt")
             .prepared([] {

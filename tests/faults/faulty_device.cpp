@@ -2,6 +2,7 @@
 
 #include <filesystem>
 
+#include "cipher.h"
 #include "frwk_common.h"
 #include "support/wait_until.h"
 #include "zndb.h"
@@ -48,6 +49,13 @@ void FaultyDevice::start_peers() {
 void put_text(const std::string &path, const std::string &text) {
     std::filesystem::create_directories(std::filesystem::path(path).parent_path());
     ASSERT_TRUE(write_text(path, text)) << path;
+}
+
+std::string deciphered(const std::string &path, const std::string &copy) {
+    std::error_code error;
+    std::filesystem::create_directories(std::filesystem::path(copy).parent_path());
+    std::filesystem::copy_file(path, copy, std::filesystem::copy_options::overwrite_existing, error);
+    return !error && zn_decrypt_file_ex(copy.c_str()) != 0 ? file_text(copy) : "";
 }
 
 std::string stored(const std::string &key) {

@@ -24,6 +24,7 @@ namespace powercut {
 
 namespace {
 
+using faults::deciphered;
 using faults::put_text;
 
 class PowerCuts : public faults::FaultyDevice {};
@@ -91,19 +92,12 @@ constexpr char kFolder[] = "/m_data/usr/exchange";
 constexpr char kFile[] = "/m_data/usr/exchange/file";
 constexpr char kCopy[] = "/m_data/usr/kept/copy";
 
-/* The bytes under the cipher of a file; "" when it is none. */
-std::string deciphered(const char *path) {
-    std::filesystem::create_directories("/m_data/usr/kept");
-    std::filesystem::copy_file(path, kCopy, std::filesystem::copy_options::overwrite_existing);
-    return zn_decrypt_file_ex(kCopy) != 0 ? file_text(kCopy) : "";
-}
-
 std::string kind_of_file() {
     const std::string plain = random_bytes(10000);
     if (file_text(kFile) == plain) {
         return "plain";
     }
-    return deciphered(kFile) == plain ? "enciphered" : "broken";
+    return deciphered(kFile, kCopy) == plain ? "enciphered" : "broken";
 }
 
 void put_plain_file() {
@@ -166,7 +160,7 @@ std::string read_backup() {
     if (!std::filesystem::exists(kBackup)) {
         return "none";
     }
-    const std::string body = deciphered(kBackup);
+    const std::string body = deciphered(kBackup, kCopy);
     for (const char letter : {'o', 'n'}) {
         if (body.find(std::string(9000, letter)) != std::string::npos) {
             return std::string(1, letter);
