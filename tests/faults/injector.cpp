@@ -17,7 +17,6 @@ namespace faults {
 namespace {
 
 constexpr size_t kMostCalls = 1 << 16;
-constexpr size_t kNever = SIZE_MAX;
 
 /* json-c uses some of its small blocks without a look at them: its end, not ours. */
 constexpr char kFragileLibrary[] = "/libjson-c.so";
@@ -25,8 +24,8 @@ constexpr char kFragileLibrary[] = "/libjson-c.so";
 struct Shared {
     std::atomic<Who> who;
     std::atomic<size_t> count;
-    size_t at;
-    Call kind; /* of which the call that fails is the one at that place; kNone: of all */
+    Call kind; /* of which a call fails; kNone: none does */
+    size_t at; /* its place among its kind */
     std::atomic<size_t> count_of_kind;
     size_t variant;
     std::atomic<bool> struck;
@@ -69,17 +68,14 @@ __attribute__((constructor)) void prepare() {
     (void)::dl_iterate_phdr(find_fragile, nullptr);
 }
 
-bool is_the_one(Call call, size_t index) {
-    if (g_shared->kind == Call::kNone) {
-        return index == g_shared->at;
-    }
+bool is_the_one(Call call) {
     return call == g_shared->kind && g_shared->count_of_kind.fetch_add(1) == g_shared->at;
 }
 
 Fault strike(Call call) {
     const CallRow &row = row_of(call);
     g_shared->failed = call;
-    g_shared->fault = row.faults[std::min(g_shared->variant, row.count - 1)];
+    g_shared->fault = row.faults[g_shared->variant];
     g_shared->struck = true;
     return g_shared->fault;
 }
@@ -97,12 +93,8 @@ void watch_kind(Who who, Call kind, size_t nth, size_t variant) {
     g_shared->who = who;
 }
 
-void watch(Who who, size_t at, size_t variant) {
-    watch_kind(who, Call::kNone, at, variant);
-}
-
 void watch(Who who) {
-    watch(who, kNever, 0);
+    watch_kind(who, Call::kNone, 0, 0);
 }
 
 void stop_watching() {
@@ -138,7 +130,7 @@ Fault take(Call call) {
     if (index < kMostCalls) {
         g_shared->calls[index] = call;
     }
-    return is_the_one(call, index) ? strike(call) : Fault{};
+    return is_the_one(call) ? strike(call) : Fault{};
 }
 
 Fault take_memory(Call call, const void *caller) {

@@ -19,11 +19,11 @@ enum class Who : uint8_t {
     kOthers  /* every other thread of the process, such as its service thread */
 };
 
-/* Counts from now on. at, variant: the call that fails, counted from 0, and which of its faults it meets. */
+/* Counts from now on. */
 void watch(Who who);
-void watch(Who who, size_t at, size_t variant);
 
-/* The same, for the call that is the nth of its kind, counted from 0. */
+/* The same, and makes the call fail that is the nth of its kind, counted from 0. variant: which of its faults
+ * it meets. */
 void watch_kind(Who who, Call kind, size_t nth, size_t variant);
 
 struct Trace {

@@ -105,6 +105,17 @@ TEST(RunScenario, FindsAGoodRunThatFails) {
     EXPECT_TRUE(complains(always_failing, "fails in a good run"));
 }
 
+TEST(RunScenario, FindsACallThatNeverComesToFail) {
+    static int runs = 0;
+    runs = 0;
+    const auto opens_at_first = [] {
+        const bool learning = ++runs <= 6;
+        return learning && ::access("/tmp", F_OK) != 0 ? 1L : 0L;
+    };
+    const Scenario changing = Scenario("access").called(opens_at_first);
+    EXPECT_TRUE(complains(changing, "never meets EIO in call 0, access"));
+}
+
 TEST(RunScenario, FindsALeak) {
     EXPECT_TRUE(complains(Wrong::kLeaks, "leaves 1 descriptors"));
 }

@@ -59,6 +59,9 @@ struct Scenario {
     /* A good call keeps memory or descriptors for the life of the process. */
     Scenario &keeping() { return set(keeps, true); }
 
+    /* Not every good call makes the same calls: the last ones may not come again to be failed. */
+    Scenario &varying() { return set(varies, true); }
+
     /* A good call makes no call that could fail, where nearly all do. */
     Scenario &quiet() { return set(is_quiet, true); }
 
@@ -81,6 +84,7 @@ struct Scenario {
     Reports reports = Reports::kResult;
     bool keeps = false;
     bool is_quiet = false;
+    bool varies = false;
     Who who = Who::kCaller;
 
   private:

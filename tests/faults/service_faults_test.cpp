@@ -87,11 +87,13 @@ std::vector<Scenario> serving() {
         Scenario("the service, small requests")
             .called(exchange_twice<16>)
             .failing({kOneLost})
-            .on_other_threads(),
+            .on_other_threads()
+            .varying(),
         Scenario("the service, large requests")
             .called(exchange_twice<3000>)
             .failing({kOneLost})
-            .on_other_threads(),
+            .on_other_threads()
+            .varying(),
     };
 }
 
