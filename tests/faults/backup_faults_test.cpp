@@ -67,6 +67,7 @@ std::vector<Scenario> backup() {
             .prepared([] { std::filesystem::remove(kBackup); })
             .called([] { return frwk_dbrm_backup(kBackup); })
             .verified(is_whole_backup)
+            .unchanged([] { return !std::filesystem::exists(kBackup); })
             .failing(kBackupFailures)
             .except({Call::read}, Waived::kEffect, "nobody else cuts the file in which a backup grows",
                     Fault::Way::kEnds),

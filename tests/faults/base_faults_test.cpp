@@ -29,6 +29,7 @@ using BaseFaults = FaultyDevice;
 constexpr char kFile[] = "/m_data/usr/file";
 constexpr char kCopy[] = "/m_data/usr/copy";
 constexpr char kContentDigest[] = "9a0364b9e99bb480dd25e1f0284c8555"; /* of "content" */
+constexpr char kTookPlace[] = "the whole new file is in its place; that its name is safe is what failed";
 constexpr char kNoChannel[] = "the base library reports by its result; the caller logs";
 constexpr char kSeesAnEnd[] = "a file that is shorter than its size has been cut meanwhile";
 
@@ -115,6 +116,7 @@ std::vector<Scenario> threads() {
                     &g_thread, nullptr, [](void *argument) { return argument; }, nullptr);
             })
             .verified([] { return g_thread != 0; })
+            .unchanged([] { return g_thread == 0; })
             .failing({ENOMEM, EAGAIN})
             .except({}, Waived::kWarning, kNoChannel),
         Scenario("os_sem_wait")
@@ -175,12 +177,15 @@ std::vector<Scenario> files() {
                 return result;
             })
             .verified([] { return g_size == 0x9a; })
+            .unchanged([] { return g_size == 0; })
             .failing({0})
             .except({}, Waived::kWarning, kNoChannel)
             .except({Call::read}, Waived::kEffect, kSeesAnEnd, Fault::Way::kEnds),
         Scenario("md5_encrypt_file_str")
             .called([] { return md5_encrypt_file_str(kCopy, g_text); })
+            .prepared([] { g_text[0] = '\0'; })
             .verified([] { return std::strcmp(g_text, kContentDigest) == 0; })
+            .unchanged([] { return g_text[0] == '\0'; })
             .failing({0})
             .except({}, Waived::kWarning, kNoChannel)
             .except({Call::read}, Waived::kEffect, kSeesAnEnd, Fault::Way::kEnds),
@@ -255,6 +260,8 @@ std::vector<Scenario> file_ciphers() {
             "zn_encrypt_file_ex", [] { return zn_encrypt_file_ex(kFile); }, [] {})
             .prepared([] { put_text(kFile, long_text()); })
             .verified([] { return deciphered(kFile, kCopy) == long_text(); })
+            .unchanged([] { return file_text(kFile) == long_text(); })
+            .except({Call::fsync}, Waived::kChange, kTookPlace)
             .except({Call::read}, Waived::kEffect, kSeesAnEnd, Fault::Way::kEnds),
         makes(
             "zn_decrypt_file_ex", [] { return zn_decrypt_file_ex(kFile); }, [] {})
@@ -262,7 +269,9 @@ std::vector<Scenario> file_ciphers() {
                 put_text(kFile, long_text());
                 zn_encrypt_file_ex(kFile);
             })
-            .verified([] { return file_text(kFile) == long_text(); }),
+            .verified([] { return file_text(kFile) == long_text(); })
+            .unchanged([] { return deciphered(kFile, kCopy) == long_text(); })
+            .except({Call::fsync}, Waived::kChange, kTookPlace),
     };
 }
 

@@ -56,23 +56,28 @@ std::vector<Scenario> subscribing() {
             .prepared([] { put_text(kFile, "sms\n"); })
             .called([] { return frwk_ipc_msg_sub(kEvent); })
             .verified([] { return file_text(kFile) == "sms\nmonitor_tool\n"; })
+            .unchanged([] { return file_text(kFile) == "sms\n"; })
             .failing(kSubFailures),
         Scenario("frwk_ipc_msg_sub, again")
             .prepared([] { put_text(kFile, "sms\nmonitor_tool\n"); })
             .called([] { return frwk_ipc_msg_sub(kEvent); })
             .verified([] { return file_text(kFile) == "sms\nmonitor_tool\n"; })
+            .unchanged([] { return file_text(kFile) == "sms\nmonitor_tool\n"; })
             .failing(kSubFailures)
             .except({Call::read}, Waived::kEffect, kEmptied, Fault::Way::kEnds),
         Scenario("frwk_ipc_msg_unsub")
             .prepared([many] { put_text(kFile, "sms\nmonitor_tool\n" + many); })
             .called([] { return frwk_ipc_msg_unsub(kEvent); })
             .verified([many] { return file_text(kFile) == "sms\n" + many; })
+            .unchanged([many] { return file_text(kFile) == "sms\nmonitor_tool\n" + many; })
+            .except({Call::write}, Waived::kChange, "the list is written back in place, as far as it gets")
             .failing(kUnsubFailures)
             .except({Call::read}, Waived::kEffect, kEmptied, Fault::Way::kEnds),
         Scenario("frwk_ipc_msg_unsub, the last one")
             .prepared([] { put_text(kFile, "monitor_tool\n"); })
             .called([] { return frwk_ipc_msg_unsub(kEvent); })
             .verified([] { return file_text(kFile).empty(); })
+            .unchanged([] { return file_text(kFile) == "monitor_tool\n"; })
             .failing(kUnsubFailures)
             .except({Call::read}, Waived::kEffect, kEmptied, Fault::Way::kEnds),
     };

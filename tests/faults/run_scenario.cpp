@@ -39,6 +39,7 @@ struct Outcome {
     long result = 0;
     Trace trace;
     bool effect = false;
+    bool unchanged = true;
     int warnings = 0;
     std::string log;
     std::string grown;
@@ -101,6 +102,7 @@ class Runner {
         outcome.warnings = warnings();
         outcome.log = logged_text();
         outcome.effect = (!learnt() || outcome.result == good_.result) && scenario_.verify();
+        outcome.unchanged = !is_failure(outcome.result) || scenario_.is_unchanged();
         return outcome;
     }
 
@@ -183,6 +185,8 @@ class Runner {
             return;
         }
         require(is_failure(outcome.result), outcome, "is no result of this function");
+        require(outcome.unchanged || is_waived(Waived::kChange, outcome), outcome,
+                "fails, and leaves a change");
         require(warned || is_waived(Waived::kWarning, outcome), outcome, "fails without a line in the log");
     }
 

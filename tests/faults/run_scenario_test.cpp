@@ -17,6 +17,7 @@ namespace {
 
 constexpr char kPath[] = "/tmp/m_tmp/wrong";
 bool g_written = false;
+bool g_told = false; /* an output of the call */
 
 enum class Wrong {
     kNothing,
@@ -24,6 +25,7 @@ enum class Wrong {
     kLeaks,
     kUnknownResult,
     kHidesIt,
+    kTellsABitOfIt,
     kLeavesItsFile
 };
 
@@ -37,6 +39,7 @@ long fail(Wrong wrong) {
 /* Writes a byte to a file, wrong in one way when that fails. */
 long write_file(Wrong wrong) {
     g_written = false;
+    g_told = false;
     const int fd = ::open(kPath, O_WRONLY | O_CREAT | O_CLOEXEC, 0600);
     if (fd < 0) {
         return fail(wrong);
@@ -46,6 +49,7 @@ long write_file(Wrong wrong) {
         return fail(wrong);
     }
     (void)::close(fd);
+    g_told = g_written || wrong == Wrong::kTellsABitOfIt;
     if (!g_written && wrong != Wrong::kLeavesItsFile) {
         (void)::unlink(kPath);
     }
@@ -63,6 +67,7 @@ Scenario writing(Wrong wrong) {
             }
         })
         .verified([] { return g_written; })
+        .unchanged([] { return !g_told; })
         .failing({-1})
         .except({Call::write}, Waived::kEffect, "a byte that was not written is left out", Fault::Way::kEnds);
 }
@@ -126,6 +131,10 @@ TEST(RunScenario, FindsAResultThatTheHeaderDoesNotName) {
 
 TEST(RunScenario, FindsASuccessWithoutEffect) {
     EXPECT_TRUE(complains(Wrong::kHidesIt, "succeeds without effect"));
+}
+
+TEST(RunScenario, FindsAFailureThatChangesAnOutput) {
+    EXPECT_TRUE(complains(Wrong::kTellsABitOfIt, "fails, and leaves a change"));
 }
 
 TEST(RunScenario, FindsAFileThatIsLeftBehind) {

@@ -15,7 +15,8 @@ namespace faults {
 enum class Waived {
     kEffect,  /* the good result stands although the effect is not there, or is another */
     kWarning, /* a failing result comes without a line in the log */
-    kFile     /* a file is left behind */
+    kFile,    /* a file is left behind */
+    kChange   /* what a failed call leaves alone has changed */
 };
 
 struct Exception {
@@ -51,6 +52,9 @@ struct Scenario {
     /* Whether the effect of a good call is there: what was read, written, or arrived. */
     Scenario &verified(std::function<bool()> step) { return set(verify, std::move(step)); }
 
+    /* Whether what a failed call leaves alone is as it was: its outputs, a file that it replaces. */
+    Scenario &unchanged(std::function<bool()> step) { return set(is_unchanged, std::move(step)); }
+
     /* Results of a failed call that its header names. */
     Scenario &failing(std::vector<long> results) { return set(failures, std::move(results)); }
 
@@ -79,6 +83,7 @@ struct Scenario {
     std::function<long()> call;
     std::function<void()> release = [] {};
     std::function<bool()> verify = [] { return true; };
+    std::function<bool()> is_unchanged = [] { return true; };
     std::vector<long> failures;
     std::vector<Exception> exceptions;
     Reports reports = Reports::kResult;

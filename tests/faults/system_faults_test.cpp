@@ -61,17 +61,20 @@ std::vector<Scenario> tools() {
             .prepared(forget)
             .called([] { return frwk_get_partion_info("data", 5, &g_number); })
             .verified([] { return g_number == 45; })
+            .unchanged([] { return g_number == 0; })
             .failing({-1}),
         Scenario("frwk_get_process_name")
             .prepared(forget)
             .called([] { return frwk_get_process_name(0, g_text, sizeof(g_text)) != nullptr ? 1 : 0; })
             .verified([] { return is_text("faults"); })
+            .unchanged([] { return is_text(""); })
             .failing({0})
             .reporting(Reports::kLog),
         Scenario("frwk_get_popen_value_ex")
             .prepared(forget)
             .called([] { return frwk_get_popen_value_ex("echo -n printed", g_text, sizeof(g_text)); })
             .verified([] { return is_text("printed"); })
+            .unchanged([] { return is_text(""); })
             .failing({-1}),
     };
 }
@@ -147,6 +150,7 @@ std::vector<Scenario> file_values() {
             })
             .called([] { return frwk_get_file_value(kNode, g_text, 1); })
             .verified([] { return is_text("x"); })
+            .unchanged([] { return is_text(""); })
             .failing({-1}),
         Scenario("frwk_get_file_value_ex")
             .prepared([] {
@@ -155,6 +159,7 @@ std::vector<Scenario> file_values() {
             })
             .called([] { return frwk_get_file_value_ex(kNode, g_text, 1); })
             .verified([] { return is_text("x"); })
+            .unchanged([] { return is_text(""); })
             .failing({-1}),
     };
 }
