@@ -121,6 +121,23 @@ TEST(RunScenario, FindsACallThatNeverComesToFail) {
     EXPECT_TRUE(complains(changing, "never meets EIO in call 0, access"));
 }
 
+TEST(RunScenario, TakesNoOtherNumberForANewLine) {
+    static int runs = 0;
+    const auto hides_it = [] {
+        OS_LOG(OS_LOG_WARNING, "run %d", ++runs);
+        g_written = ::access("/tmp", F_OK) == 0;
+        return 0L;
+    };
+    const Scenario chatty =
+        Scenario("access").called(hides_it).verified([] { return g_written; }).reporting(Reports::kLog);
+    EXPECT_TRUE(complains(chatty, "succeeds without effect"));
+}
+
+TEST(RunScenario, LetsNoFunctionWithResultsReportByTheLogAlone) {
+    const Scenario both = writing(Wrong::kNothing).reporting(Reports::kLog);
+    EXPECT_TRUE(complains(both, "has results, and reports by the log alone"));
+}
+
 TEST(RunScenario, FindsALeak) {
     EXPECT_TRUE(complains(Wrong::kLeaks, "leaves 1 descriptors"));
 }

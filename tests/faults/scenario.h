@@ -13,11 +13,16 @@ namespace faults {
 
 /* What is not asked of a run in which certain calls fail. */
 enum class Waived {
-    kEffect,  /* the good result stands although the effect is not there, or is another */
-    kWarning, /* a failing result comes without a line in the log */
-    kFile,    /* a file is left behind */
-    kChange   /* what a failed call leaves alone has changed */
+    kEffect,         /* the good result stands although the effect is not there, or is another */
+    kEffectIfLogged, /* the same, and a line in the log tells */
+    kWarning,        /* a failing result comes without a line in the log */
+    kFile,           /* a file is left behind */
+    kChange          /* what a failed call leaves alone has changed */
 };
+
+/* The calls that start a shell. */
+inline const std::vector<Call> kShellCalls = {Call::posix_spawnattr_init, Call::posix_spawn_file_actions_init,
+                                              Call::calloc, Call::posix_spawn};
 
 struct Exception {
     std::vector<Call> calls; /* those that fail; none: any */
@@ -29,7 +34,7 @@ struct Exception {
 /* What tells that a call failed. */
 enum class Reports {
     kResult, /* its result */
-    kLog     /* a line in the log, as of a function without a result, or one that goes on as well as it can */
+    kLog     /* a line in the log: the function has no result that could tell */
 };
 
 /*

@@ -101,8 +101,7 @@ std::vector<Scenario> service() {
         Scenario("frwk_ipc_service_ex")
             .prepared(clear_folders)
             .called([] { return in_child(start_service); })
-            .failing({kSocket})
-            .reporting(Reports::kLog),
+            .failing({kSocket}),
     };
 }
 
