@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <map>
 #include <set>
 
 #include "faults/injector.h"
@@ -35,6 +36,12 @@ std::set<std::string> torn_contents(const std::string &before, const std::string
     return contents;
 }
 
+/* A file that is cut is as it was or cut, its other bytes stay; anything else may tear. */
+std::set<std::string> changing_contents(const std::string &before, const std::string &now) {
+    const bool cut = before.compare(0, now.size(), now) == 0;
+    return cut ? std::set<std::string>{before, now} : torn_contents(before, now);
+}
+
 /* Names of one folder as in the other map. */
 void take_folder(Names *names, const Names &from, const std::string &folder) {
     for (auto each = names->begin(); each != names->end();) {
@@ -45,6 +52,16 @@ void take_folder(Names *names, const Names &from, const std::string &folder) {
             (*names)[path] = entry;
         }
     }
+}
+
+std::set<std::string> folders_of(const std::vector<Names> &states) {
+    std::set<std::string> folders;
+    for (const Names &names : states) {
+        for (const auto &[path, entry] : names) {
+            folders.insert(folder_of(path));
+        }
+    }
+    return folders;
 }
 
 std::string text_of(const DiskImage &image) {
@@ -135,11 +152,17 @@ class Volatile {
         if (!(names_.back() == now_.names)) {
             names_.push_back(now_.names);
         }
+        for (const auto &[file, content] : now_.contents) {
+            if (content != last_content(file)) {
+                unsynced_[file].push_back(content);
+            }
+        }
         switch (step.kind) {
             case Kind::kChange:
                 break;
             case Kind::kSyncFile:
                 safe_[step.file] = now_.contents[step.file];
+                unsynced_.erase(step.file);
                 break;
             case Kind::kSyncFolder:
                 for (Names &names : names_) {
@@ -148,6 +171,7 @@ class Volatile {
                 break;
             case Kind::kSyncAll:
                 safe_ = now_.contents;
+                unsynced_.clear();
                 names_ = {now_.names};
                 break;
         }
@@ -155,7 +179,7 @@ class Volatile {
 
     /* Adds every disk that may be left now. */
     void add_disks(DiskSet *disks) const {
-        for (const Names &names : names_) {
+        for (const Names &names : possible_names()) {
             DiskImage image;
             image.names = names;
             std::vector<uint64_t> files;
@@ -169,6 +193,25 @@ class Volatile {
     }
 
   private:
+    /* Each folder as it was at one moment, together with each other. */
+    std::vector<Names> possible_names() const {
+        std::vector<Names> all = {names_.back()};
+        for (const std::string &folder : folders_of(names_)) {
+            std::vector<Names> with_folder;
+            for (const Names &names : all) {
+                for (const Names &state : names_) {
+                    Names changed = names;
+                    take_folder(&changed, state, folder);
+                    if (std::find(with_folder.begin(), with_folder.end(), changed) == with_folder.end()) {
+                        with_folder.push_back(std::move(changed));
+                    }
+                }
+            }
+            all = std::move(with_folder);
+        }
+        return all;
+    }
+
     /* All contents of the files from one on, together with each other. */
     void add_contents(const std::vector<uint64_t> &files, size_t from, DiskImage *image,
                       DiskSet *disks) const {
@@ -182,17 +225,35 @@ class Volatile {
         }
     }
 
-    /* A file that was removed is not written any more; its last content was the one that counts. */
-    std::set<std::string> possible(uint64_t file) const {
+    std::string safe_content(uint64_t file) const {
         const auto safe = safe_.find(file);
-        const std::string before = safe != safe_.end() ? safe->second : "";
-        const auto now = now_.contents.find(file);
-        const std::string last = now != now_.contents.end() ? now->second : before;
-        return before == last ? std::set<std::string>{last} : torn_contents(before, last);
+        return safe != safe_.end() ? safe->second : "";
+    }
+
+    std::string last_content(uint64_t file) const {
+        const auto states = unsynced_.find(file);
+        return states != unsynced_.end() ? states->second.back() : safe_content(file);
+    }
+
+    /* Of each step since the file was safe, though the last one brought the same bytes back. */
+    std::set<std::string> possible(uint64_t file) const {
+        std::string before = safe_content(file);
+        std::set<std::string> contents = {before};
+        const auto states = unsynced_.find(file);
+        if (states == unsynced_.end()) {
+            return contents;
+        }
+        for (const std::string &now : states->second) {
+            contents.merge(changing_contents(before, now));
+            before = now;
+        }
+        return contents;
     }
 
     DiskImage now_;
     Contents safe_;
+    std::map<uint64_t, std::vector<std::string>>
+        unsynced_;             /* what each file was since it was safe, in order */
     std::vector<Names> names_; /* that may be there, the oldest first */
 };
 

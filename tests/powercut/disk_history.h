@@ -2,9 +2,10 @@
  * What a call did to the disk, step by step, and what a power cut may leave of it.
  *
  * The model: what was written to a file is safe once the file was synced; until then it may be there, or not,
- * or torn. Names that were made, moved or removed in a folder are safe once the folder was synced; until then
- * the last ones may be lost, in their order, whatever became of the contents. So a new name can show an
- * unwritten file.
+ * or torn, and so may be each state that it went through; of a file that was only cut the other bytes stay.
+ * Names that were made, moved or removed in a folder are safe once the folder was synced; until then the last
+ * ones may be lost, in their order, whatever became of the contents and of the names in other folders. So a
+ * new name can show an unwritten file.
  */
 #pragma once
 

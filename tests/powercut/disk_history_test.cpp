@@ -98,6 +98,20 @@ TEST(DiskHistory, AFileThatWasRemovedMayComeBack) {
     EXPECT_EQ((Texts{"old", "none"}), contents_on(history.afterwards()));
 }
 
+TEST(DiskHistory, NamesOfTwoFoldersHaveNoOrder) {
+    put_old_file();
+    const std::string other = std::string(kFolder) + "/other";
+    std::filesystem::create_directories(other);
+    const DiskHistory history({kFolder}, [&other] {
+        std::filesystem::create_hard_link(kFile, other + "/copy");
+        (void)::unlink(kFile);
+    });
+    const std::vector<DiskImage> disks = history.afterwards();
+    EXPECT_TRUE(std::any_of(disks.begin(), disks.end(), [&other](const DiskImage &disk) {
+        return disk.names.count(kFile) == 0 && disk.names.count(other + "/copy") == 0;
+    }));
+}
+
 TEST(DiskHistory, SyncingEverythingIsEnough) {
     put_old_file();
     const DiskHistory history({kFolder}, [] {
@@ -105,6 +119,19 @@ TEST(DiskHistory, SyncingEverythingIsEnough) {
         ::sync();
     });
     EXPECT_EQ((Texts{"new"}), contents_on(history.afterwards()));
+}
+
+TEST(DiskHistory, WhatIsWrittenAgainWithTheSameBytesMayBeLost) {
+    put_old_file();
+    ASSERT_TRUE(write_text(kFile, "new"));
+    const DiskHistory history({kFolder}, [] { write_new(kFile, false); });
+    EXPECT_EQ((Texts{"new", "", kZeros}), contents_on(history.afterwards()));
+}
+
+TEST(DiskHistory, AFileThatIsCutKeepsItsOtherBytes) {
+    put_old_file();
+    const DiskHistory history({kFolder}, [] { (void)::truncate(kFile, 2); });
+    EXPECT_EQ((Texts{"old", "ol"}), contents_on(history.afterwards()));
 }
 
 TEST(DiskHistory, PagesAreTornOneByOne) {

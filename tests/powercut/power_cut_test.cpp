@@ -181,6 +181,14 @@ PowerCut backing_up() {
             read_backup};
 }
 
+/* Whether a file with the bytes is under the backup's name, enciphered or already deciphered. */
+bool has_backup_of(char letter) {
+    const std::string bytes(9000, letter);
+    const std::string file = std::filesystem::exists(kBackup) ? file_text(kBackup) : "";
+    return file.find(bytes) != std::string::npos ||
+           deciphered(kBackup, kCopy).find(bytes) != std::string::npos;
+}
+
 std::string read_restored() {
     const std::string text = file_text(kDataManager);
     for (const char letter : {'o', 'n'}) {
@@ -188,13 +196,16 @@ std::string read_restored() {
             return std::string(1, letter);
         }
     }
-    return "a part";
+    return has_backup_of('n') ? "a part, and the backup" : "a part";
 }
 
-/* A restore has no way back, so that a part of a file is what a power cut in its middle may leave. */
+/*
+ * A restore has no way back, so that a part of a file is what a power cut in its middle may leave; but then
+ * what it came from is still there.
+ */
 PowerCut restoring() {
     return {"frwk_dbrm_restore",
-            {"/m_data/usr/dbm"},
+            {"/m_data/usr/dbm", kFolder},
             [] {
                 put_text(kDataManager, std::string(9000, 'n'));
                 EXPECT_EQ(0, frwk_dbrm_backup(kBackup));
@@ -202,7 +213,19 @@ PowerCut restoring() {
             },
             [] { EXPECT_EQ(0, frwk_dbrm_restore(kBackup)); },
             read_restored,
-            {"a part"}};
+            {"a part, and the backup"}};
+}
+
+/* Its name is new, and must be safe before that of the backup is gone. */
+PowerCut restoring_a_missing_file() {
+    PowerCut missing = restoring();
+    missing.name = "frwk_dbrm_restore, of a missing file";
+    missing.prepare = [] {
+        put_text(kDataManager, std::string(9000, 'n'));
+        EXPECT_EQ(0, frwk_dbrm_backup(kBackup));
+        std::filesystem::remove(kDataManager);
+    };
+    return missing;
 }
 
 /* ---- Small files ---------------------------------------------------------------------------------- */
@@ -310,6 +333,7 @@ TEST_F(PowerCuts, LoseNothingThatWasRestored) {
     std::filesystem::create_directories(kFolder);
     start_database();
     check_power_cuts(restoring());
+    check_power_cuts(restoring_a_missing_file());
 }
 
 TEST_F(PowerCuts, LeaveSmallFilesOldOrNew) {
