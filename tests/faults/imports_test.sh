@@ -17,7 +17,7 @@ known=$(
 
 status=0
 for library in "$@"; do
-    for call in $("$nm" -D --undefined-only "$library" | sed -n 's/.* \([a-z][a-z0-9_]*\)@GLIBC_.*/\1/p'); do
+    for call in $("$nm" -D --undefined-only "$library" | sed -n 's/.* \([a-z_][a-z0-9_]*\)@GLIBC_.*/\1/p'); do
         if ! echo "$known" | grep -qw "$call"; then
             echo "$library: $call is neither made to fail nor known not to"
             status=1

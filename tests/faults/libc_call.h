@@ -28,7 +28,7 @@ struct Fault {
     int error = 0;
 };
 
-inline constexpr size_t kMostFaults = 4;
+inline constexpr size_t kMostFaults = 5;
 
 /* A call's name and its faults, of which count are there. */
 struct CallRow {
