@@ -12,7 +12,7 @@ namespace faults {
 namespace {
 
 constexpr int kMostDescriptors = 256;
-constexpr std::chrono::milliseconds kLimit{500};
+constexpr std::chrono::milliseconds kLimit{2000};
 
 size_t open_descriptors() {
     size_t count = 0;
