@@ -34,6 +34,26 @@ inline size_t part_of(size_t size) {
     return size > 1 ? size / 2 : size;
 }
 
+/* Reads or writes all, a part, or nothing. */
+template <typename Transfer>
+ssize_t transfer(Call call, size_t size, Transfer real) {
+    const Fault fault = take(call);
+    switch (fault.way) {
+        case Fault::Way::kFails:
+            return refuse<ssize_t>(fault, -1);
+        case Fault::Way::kEnds:
+            return 0;
+        case Fault::Way::kShort:
+            size = part_of(size);
+            break;
+        case Fault::Way::kNone:
+            break;
+    }
+    const ssize_t result = real(size);
+    carried_out(call, -1);
+    return result;
+}
+
 }  // namespace faults
 
 /* Begins the definition of a function of the C library; real is the one behind it. */

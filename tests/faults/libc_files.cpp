@@ -14,6 +14,7 @@
 
 using faults::Call;
 using faults::Fault;
+using faults::transfer;
 
 namespace {
 
@@ -25,26 +26,6 @@ bool takes_mode(int flags) {
 bool is_strange_process(const char *name) {
     const pid_t pid = static_cast<pid_t>(std::strtol(name, nullptr, 10));
     return pid > 0 && ::getpgid(pid) != ::getpgrp();
-}
-
-/* Reads or writes all, a part, or nothing. */
-template <typename Transfer>
-ssize_t transfer(Call call, size_t size, Transfer real) {
-    const Fault fault = faults::take(call);
-    switch (fault.way) {
-        case Fault::Way::kFails:
-            return faults::refuse<ssize_t>(fault, -1);
-        case Fault::Way::kEnds:
-            return 0;
-        case Fault::Way::kShort:
-            size = faults::part_of(size);
-            break;
-        case Fault::Way::kNone:
-            break;
-    }
-    const ssize_t result = real(size);
-    faults::carried_out(call, -1);
-    return result;
 }
 
 }  // namespace

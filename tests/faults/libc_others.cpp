@@ -15,24 +15,9 @@
 
 using faults::Call;
 using faults::Fault;
+using faults::transfer;
 
 namespace {
-
-template <typename Transfer>
-ssize_t transfer(Call call, size_t size, Transfer real) {
-    const Fault fault = faults::take(call);
-    switch (fault.way) {
-        case Fault::Way::kFails:
-            return faults::refuse<ssize_t>(fault, -1);
-        case Fault::Way::kEnds:
-            return 0;
-        case Fault::Way::kShort:
-            return real(faults::part_of(size));
-        case Fault::Way::kNone:
-            break;
-    }
-    return real(size);
-}
 
 /* Short: a part of the first piece alone. */
 template <typename Pass>

@@ -145,19 +145,30 @@ TEST_F(SingleFault, AProductFileThatCannotBeReadToItsEndIsLogged) {
     EXPECT_TRUE(logged("read data file error!"));
 }
 
-TEST_F(SingleFault, AnOperatorFileThatWasNotReadWholeIsAppliedAgain) {
+// ---- the adaptation to the SIM's operator ----
+
+constexpr char kOperatorFile[] = "/m_webui/usr/db/subnet/26201/custom_data.txt";
+
+void insert_sim() {
     put_text(MAL_SIMULATION_FILE, "mpss=1\nsim_status=2\nmcc=262\nmnc=01\nspn=\n");
-    put_text("/m_webui/usr/db/subnet/26201/custom_data.txt", "first=1\nsecond=2\n");
+    put_text(kOperatorFile, "first=1\nsecond=2\n");
+}
+
+/* As on a device that never adapted. */
+long adapt_anew() {
+    zndb_set("mnet_sim_subnet_switch", "on");
+    for (const char *key :
+         {"first", "second", "mnet_sim_subnet_plmn", "mnet_sim_subnet_path", "mnet_sim_subnet_md5"}) {
+        zndb_del_perm(key);
+    }
+    frwk_sim_subnet_handle(0);
+    return 0;
+}
+
+TEST_F(SingleFault, AnOperatorFileThatWasNotReadWholeIsAppliedAgain) {
+    insert_sim();
     start_database();
-    const auto adapt = [] {
-        zndb_set("mnet_sim_subnet_switch", "on");
-        for (const char *key : {"first", "second", "mnet_sim_subnet_plmn", "mnet_sim_subnet_md5"}) {
-            zndb_del_perm(key);
-        }
-        frwk_sim_subnet_handle(0);
-        return 0;
-    };
-    (void)fail_nth(Call::fgets, 1, EIO, adapt);
+    (void)fail_nth(Call::fgets, 1, EIO, adapt_anew);
     EXPECT_EQ("1", stored_perm("first"));
     EXPECT_EQ("", stored_perm("second"));
 
@@ -167,20 +178,10 @@ TEST_F(SingleFault, AnOperatorFileThatWasNotReadWholeIsAppliedAgain) {
 
 /* A device that starts adapts and reboots: with a file that lies on a bad block it must do so once. */
 TEST_F(SingleFault, AnOperatorFileThatCanNeverBeReadWholeIsAppliedOnce) {
-    put_text(MAL_SIMULATION_FILE, "mpss=1\nsim_status=2\nmcc=262\nmnc=01\nspn=\n");
-    put_text("/m_webui/usr/db/subnet/26201/custom_data.txt", "first=1\nsecond=2\n");
+    insert_sim();
     start_database();
-    const auto adapt = [] {
-        zndb_set("mnet_sim_subnet_switch", "on");
-        for (const char *key :
-             {"first", "mnet_sim_subnet_plmn", "mnet_sim_subnet_path", "mnet_sim_subnet_md5"}) {
-            zndb_del_perm(key);
-        }
-        frwk_sim_subnet_handle(0);
-        return 0;
-    };
-    (void)fail_nth(Call::fgets, 1, EIO, adapt);
-    EXPECT_EQ("/m_webui/usr/db/subnet/26201/custom_data.txt", stored_perm("mnet_sim_subnet_path"));
+    (void)fail_nth(Call::fgets, 1, EIO, adapt_anew);
+    EXPECT_EQ(kOperatorFile, stored_perm("mnet_sim_subnet_path"));
     EXPECT_EQ("", stored_perm("mnet_sim_subnet_md5"));
 
     const auto adapt_again = [] {
