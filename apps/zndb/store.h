@@ -34,6 +34,9 @@ class Store {
     /* Deletes a key; nothing happens when it isn't there. */
     void erase(std::string_view key);
 
+    /* Counts a key as changed that is as it was: its file may hold something else. */
+    void mark_changed(std::string_view key) { changed_keys_.emplace(key); }
+
     /* Deletes all keys. */
     void clear();
 

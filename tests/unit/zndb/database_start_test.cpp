@@ -54,6 +54,22 @@ TEST_F(DatabaseStart, AResetGivesUpAFileThatCouldNotBeRead) {
     EXPECT_EQ("", content_of(kPlainFile));
 }
 
+/* The save shortens the journal, and the delete must stay in it. */
+TEST_F(DatabaseStart, ADeleteOutlivesAStartThatCouldNotReadTheFile) {
+    put_file(kPermFile, "deleted=1\nkept=1\n");
+    restart();
+    EXPECT_EQ(0, database_->erase(M, "deleted"));
+    fail_open(kPermFile, EMFILE);
+    restart();
+    end_faults();
+    EXPECT_EQ(2007, database_->save());
+    restart();
+    EXPECT_EQ(kMissing, perm("deleted"));
+    EXPECT_EQ("1", perm("kept"));
+    EXPECT_EQ(0, database_->save());
+    EXPECT_EQ("kept=1\n", content_of(kPermFile));
+}
+
 TEST_F(DatabaseStart, FoldersInThePlaceOfFilesAreSurvived) {
     for (const std::string &path : {kPlainFile, kPermFile, kDefaultsFile, kFactoryFile}) {
         std::filesystem::create_directories(path);

@@ -40,6 +40,13 @@ TEST(Store, DeletingAMissingKeyChangesNothing) {
     EXPECT_FALSE(store.changed());
 }
 
+TEST(Store, AMissingKeyCanCountAsChanged) {
+    Store store;
+    store.mark_changed("k");
+    EXPECT_EQ(nullptr, store.find("k"));
+    EXPECT_EQ((Store::Keys{"k"}), store.changed_keys());
+}
+
 TEST(Store, ClearingForgetsEarlierChanges) {
     Store store;
     store.load("a", "v");
