@@ -109,7 +109,7 @@ void Database::load() {
         load_one(held);
     }
     drop_leftover(zndb_paths::kJournalFile);
-    (void)open_journal(); /* or at the first change */
+    (void)open_journal(); /* or at the first request */
 }
 
 void Database::load_one(Held &held) {
@@ -132,6 +132,7 @@ const std::string *Database::find(StoreId id, std::string_view key) const {
 
 apps_err_e_type Database::get(StoreId id, std::string_view key, char *buffer, uint32_t size) {
     const Lock lock(mutex_);
+    (void)open_journal(); /* the files have an answer all the same */
     const std::string *value = find(id, key);
     if (value == nullptr) {
         OS_LOG(OS_LOG_VERBOSE, "'%s' is missing", std::string(key).c_str());
@@ -147,7 +148,10 @@ apps_err_e_type Database::get(StoreId id, std::string_view key, char *buffer, ui
     return E_APPS_ERR_SUCCESS;
 }
 
-/* No change is possible without the journal, so reading it late gives the same as reading it at the start. */
+/*
+ * Every request tries it, so that a journal that could not be read at the start is missing in no answer once
+ * it can be. No change is possible without it, so reading it late gives the same as reading it at the start.
+ */
 apps_err_e_type Database::open_journal() {
     return result_of_errno(journal_.open([this](const JournalRecord &record) { apply(record); }));
 }

@@ -294,6 +294,18 @@ TEST_F(DatabaseTest, AJournalThatComesBackIsReadBeforeTheNextChange) {
     EXPECT_EQ("P+a=1\nP+b=2\n", content_of(kJournalFile));
 }
 
+TEST_F(DatabaseTest, AJournalThatComesBackIsReadBeforeTheNextAnswer) {
+    put_file(kPlainFile, "a=saved\n");
+    restart();
+    database_->set(P, "a", "1");
+    fail_open(kJournalFile, EMFILE);
+    restart();
+    EXPECT_EQ("saved", plain("a"));
+    EXPECT_TRUE(log_.contains("can't open " + kJournalFile)) << log_.text();
+    end_faults();
+    EXPECT_EQ("1", plain("a"));
+}
+
 TEST_F(DatabaseTest, SaveRamLeavesTheLastStateOfEachChangedKey) {
     put_file(kPlainFile, "same=1\ngone=1\n");
     restart();
