@@ -30,12 +30,19 @@ int file_kind_error(int fd) {
     return S_ISREG(info.st_mode) ? 0 : EINVAL;
 }
 
-/* Makes one folder whose parent exists; a new one's name must survive a power cut too. */
+/*
+ * Makes one folder whose parent exists; a new one's name must survive a power cut too. One that might not is
+ * taken back: the next save would find it there and take its name for safe.
+ */
 int make_one_folder(const std::string &path) {
-    if (::mkdir(path.c_str(), kFolderMode) == 0) {
-        return sync_folder_of(path);
+    if (::mkdir(path.c_str(), kFolderMode) != 0) {
+        return errno == EEXIST ? 0 : errno;
     }
-    return errno == EEXIST ? 0 : errno;
+    const int error = sync_folder_of(path);
+    if (error != 0) {
+        (void)::rmdir(path.c_str());
+    }
+    return error;
 }
 
 }  // namespace

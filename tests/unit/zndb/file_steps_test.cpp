@@ -12,6 +12,7 @@
 #include <filesystem>
 #include <string>
 
+#include "doubles/libc_doubles.h"
 #include "support/wait_until.h"
 #include "unit/zndb/descriptor_doubles.h"
 
@@ -51,6 +52,21 @@ TEST_F(FileSteps, AFolderBelowAFileCanNotBeMade) {
     ASSERT_EQ(0, make_folder_of(kFolder + "/x"));
     ASSERT_TRUE(write_text(kFolder + "/file", "x"));
     EXPECT_EQ(ENOTDIR, make_folder_of(kFolder + "/file/a/b"));
+}
+
+/* Or the next one who needs it would not know that its name may be lost. */
+TEST_F(FileSteps, AFolderWhoseNameCanNotBeSyncedIsTakenBack) {
+    doubles::libc::fsync.stand_in([](int) {
+        errno = EIO;
+        return -1;
+    });
+    EXPECT_EQ(EIO, make_folder_of(kFolder + "/a/file"));
+    doubles::libc::fsync.restore();
+    EXPECT_FALSE(fs::exists(kFolder));
+
+    doubles::libc::fsync.forget_calls();
+    EXPECT_EQ(0, make_folder_of(kFolder + "/a/file"));
+    EXPECT_EQ(2u, doubles::libc::fsync.calls());
 }
 
 TEST_F(FileSteps, AFolderThatIsNotThereCanNotBeSynced) {
