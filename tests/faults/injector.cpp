@@ -101,6 +101,20 @@ void stop_watching() {
     g_shared->who = Who::kNobody;
 }
 
+Fault met() {
+    return g_shared->struck ? g_shared->fault : Fault{};
+}
+
+Unwatched::Unwatched() : who_(g_shared->who.exchange(Who::kNobody)) {}
+
+Unwatched::~Unwatched() {
+    resume();
+}
+
+void Unwatched::resume() const {
+    g_shared->who = who_;
+}
+
 Trace end() {
     stop_watching();
     Trace trace;

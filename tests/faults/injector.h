@@ -36,8 +36,34 @@ struct Trace {
 /* Counts no longer. */
 Trace end();
 
-/* Counts no longer, in a child: the trace is its parent's. */
+/* Counts no longer, in a child: the trace is its parent's. In the parent, what a child that ended left on. */
 void stop_watching();
+
+/* What the call that was made to fail met; nothing while none was. */
+Fault met();
+
+/* The test's own steps before and after a call, in the middle of a run: they are not counted. */
+class Unwatched {
+  public:
+    Unwatched();
+    Unwatched(const Unwatched &) = delete;
+    Unwatched &operator=(const Unwatched &) = delete;
+    ~Unwatched();
+
+    /* The call itself, which is counted. */
+    template <typename Tested>
+    long watched(Tested tested) const {
+        resume();
+        const long result = tested();
+        stop_watching();
+        return result;
+    }
+
+  private:
+    void resume() const;
+
+    const Who who_;
+};
 
 /* Sees each counted call when it was carried out, until null takes its place. fd: of fsync, else -1. */
 void set_observer(void (*observer)(Call call, int fd));

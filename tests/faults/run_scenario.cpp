@@ -111,6 +111,7 @@ class Runner {
         start_watching();
         outcome.result = scenario_.call();
         outcome.trace = end();
+        leave_out_others(outcome.trace.calls);
         scenario_.release();
         const bool may_keep = scenario_.keeps && (!learnt() || outcome.result == good_.result);
         outcome.grown = may_keep ? "" : grown_since_without(before, outcome.trace);
@@ -119,6 +120,15 @@ class Runner {
         outcome.effect = (!learnt() || outcome.result == good_.result) && scenario_.verify();
         outcome.unchanged = !is_failure(outcome.result) || scenario_.is_unchanged();
         return outcome;
+    }
+
+    /* Keeps the calls that this scenario is about. */
+    void leave_out_others(std::vector<Call> &calls) const {
+        const Failing which = scenario_.failing_calls;
+        const auto is_another = [which](Call call) {
+            return which != Failing::kAll && is_allocation(call) != (which == Failing::kAllocations);
+        };
+        calls.erase(std::remove_if(calls.begin(), calls.end(), is_another), calls.end());
     }
 
     bool is_failure(long result) const {

@@ -31,6 +31,13 @@ struct Exception {
     Fault::Way way = Fault::Way::kNone; /* in which they fail; kNone: any */
 };
 
+/* Which of the calls are made to fail. */
+enum class Failing {
+    kAll,
+    kSystemCalls, /* the caller ends without memory */
+    kAllocations
+};
+
 /* What tells that a call failed. */
 enum class Reports {
     kResult, /* its result */
@@ -74,6 +81,9 @@ struct Scenario {
     /* A good call makes no call that could fail, where nearly all do. */
     Scenario &quiet() { return set(is_quiet, true); }
 
+    /* Of the calls these alone count. */
+    Scenario &only(Failing which) { return set(failing_calls, which); }
+
     /* Calls of other threads of the process count. */
     Scenario &on_other_threads() { return set(who, Who::kOthers); }
 
@@ -92,6 +102,7 @@ struct Scenario {
     std::vector<long> failures;
     std::vector<Exception> exceptions;
     Reports reports = Reports::kResult;
+    Failing failing_calls = Failing::kAll;
     bool keeps = false;
     bool is_quiet = false;
     bool varies = false;

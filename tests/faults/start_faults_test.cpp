@@ -2,12 +2,12 @@
  * Start-up, which a process does once: each call is made in a child.
  */
 #include <fcntl.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <filesystem>
 
 #include "faults/faulty_device.h"
+#include "faults/in_child.h"
 #include "frwk_common.h"
 #include "support/wait_until.h"
 
@@ -30,19 +30,6 @@ enum Missing {
 };
 
 constexpr int kEnded = 255;
-
-/* Runs a step in a child. Returns its exit status. wait4 is none of the calls that fail. */
-template <typename Step>
-long in_child(Step step) {
-    const pid_t child = ::fork();
-    if (child == 0) {
-        const int missing = step();
-        ::_exit(missing);
-    }
-    int status = 0;
-    (void)::wait4(child, &status, 0, nullptr);
-    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-}
 
 bool serves(const char *name) {
     return std::filesystem::is_socket(std::string(kSocketFolder) + "/" + name);

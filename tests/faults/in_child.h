@@ -1,0 +1,39 @@
+/*
+ * For calls that may end the process.
+ */
+#pragma once
+
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <exception>
+
+namespace faults {
+
+/* Status of a child whose C++ code got no memory. */
+inline constexpr int kStarved = 100;
+
+/*
+ * In a child: calls what ends with the process where it gets no memory, since it knows no exceptions. Here
+ * the frames above it belong to the tests, which do.
+ */
+template <typename Tested>
+long end_if_starved(Tested tested) noexcept {
+    std::set_terminate([] { ::_exit(kStarved); });
+    return tested();
+}
+
+/* Runs a step in a child. Returns its exit status. wait4 is none of the calls that fail. */
+template <typename Step>
+long in_child(Step step) {
+    const pid_t child = ::fork();
+    if (child == 0) {
+        const long status = step();
+        ::_exit(static_cast<int>(status));
+    }
+    int status = 0;
+    (void)::wait4(child, &status, 0, nullptr);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+}  // namespace faults

@@ -1,0 +1,25 @@
+/*
+ * What must hold in the middle of a run and does not: the run goes on, and the test fails at its end.
+ */
+#pragma once
+
+#include <string>
+
+#include "faults/zndb/zndb_world.h"
+
+namespace faults {
+
+/* Begins another run. */
+void forget_flaw();
+
+/* Whether none was noted. */
+bool is_flawless();
+
+/* Notes a flaw, the first one of a run only, and logs it for the failed test's message. */
+void note_flaw(const std::string &text);
+void note_flaw_unless(bool holds, const std::string &text);
+
+/* The first difference is a flaw. */
+void compare_answers(const Answers &expected, const Answers &found, const std::string &where);
+
+}  // namespace faults

@@ -1,0 +1,201 @@
+#include "faults/zndb/zndb_request.h"
+
+#include <filesystem>
+
+#include "faults/faulty_device.h"
+#include "faults/in_child.h"
+#include "faults/leaks.h"
+#include "faults/log_tap.h"
+#include "faults/zndb/flaw.h"
+#include "zndb_paths.h"
+
+namespace faults {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+/* Status of a child whose service went on. */
+constexpr long kRefused = 101;
+
+/* One run: what is there before, and what must be there when the request is done. */
+class Run {
+  public:
+    explicit Run(const ZndbRequest &request)
+        : request_(request), before_(answers_after_crash()), after_(before_) {
+        for (const auto &[key, value] : request.changes) {
+            after_[key] = value;
+        }
+    }
+
+    void start(Database &database) const {
+        const std::string journal = zndb_paths::kJournalFile;
+        if (request_.late_journal) {
+            fs::rename(journal, journal + ".aside");
+            fs::create_directory(journal);
+        }
+        database.load();
+        if (request_.late_journal) {
+            fs::remove(journal);
+            fs::rename(journal + ".aside", journal);
+        }
+        for (const auto &[path, text] : request_.unfinished) {
+            put_text(path, text);
+        }
+    }
+
+    long ask(Database &database) const {
+        return send(database, request_.msgid, request_.key, request_.value);
+    }
+
+    void check_refusal(long result, int lines) const {
+        const bool is_missing = result == E_APPS_ERR_ZNDB_NO_FOUND;
+        note_flaw_unless(is_missing || result == result_of_errno(met().error), "names no cause, or another");
+        note_flaw_unless(lines == 1, "logs " + std::to_string(lines) + " lines of a refusal");
+    }
+
+    void check_live(Database &database, bool done) const {
+        compare_answers(done ? after_ : before_, answers_of(database), "the service");
+        check_successor(done);
+        check_files(done);
+    }
+
+    void check_successor(bool done) const {
+        const int lines = warnings();
+        compare_answers(done ? after_ : before_, answers_after_crash(), "its successor");
+        note_flaw_unless(warnings() == lines, "leaves files that are reported as damaged");
+    }
+
+    /* Whether the request was done before the service ended. */
+    bool check_old_or_new(bool done) const {
+        const Answers found = answers_after_crash();
+        const bool is_old = !done && found == before_;
+        if (!is_old) {
+            compare_answers(after_, found, "its successor");
+        }
+        check_files(done);
+        return !is_old;
+    }
+
+    void check_files(bool done) const {
+        for (const char *path : {zndb_paths::kPlainFile, zndb_paths::kPermFile, zndb_paths::kFactoryFile,
+                                 zndb_paths::kDefaultsFile}) {
+            const std::string text = text_of(path);
+            const bool is_new = text == text_in(request_.saved, path, text_before(path));
+            note_flaw_unless(is_new || (!done && text == text_before(path)),
+                             "leaves another content in " + std::string(path));
+        }
+    }
+
+    /* One that another writer left may stay where it can't be removed. */
+    void check_unfinished(bool done) const {
+        for (const auto &[path, text] : unfinished_files()) {
+            const bool is_old = text == text_in(request_.unfinished, path, "(none)");
+            const bool is_used_up = done && request_.saved.count(fs::path(path).replace_extension()) != 0;
+            note_flaw_unless(is_old && !is_used_up, "leaves " + path);
+        }
+    }
+
+    void check_another(Database &database) {
+        note_flaw_unless(send(database, E_APPS_MSG_ZNDB_SET, "next", "1") == 0, "spoils the next set");
+        after_["plain next"] = "1";
+        compare_answers(after_, answers_of(database), "the service at the end");
+        check_successor(true);
+    }
+
+  private:
+    static std::string text_in(const Files &files, const std::string &path, const std::string &otherwise) {
+        const auto found = files.find(path);
+        return found != files.end() ? found->second : otherwise;
+    }
+
+    std::string text_before(const std::string &path) const { return text_in(request_.files, path, "(none)"); }
+
+    const ZndbRequest &request_;
+    const Answers before_;
+    Answers after_;
+};
+
+long run_faulty(const ZndbRequest &request) {
+    const Unwatched own;
+    Run run(request);
+    Database database;
+    run.start(database);
+
+    const size_t descriptors = holdings().descriptors + (request.late_journal ? 1 : 0);
+    const int lines = warnings();
+    const long result = own.watched([&] { return run.ask(database); });
+    const bool done = result == 0;
+    if (!done) {
+        run.check_refusal(result, warnings() - lines);
+    }
+    note_flaw_unless(holdings().descriptors <= descriptors, "holds one more descriptor");
+    run.check_unfinished(done);
+    run.check_live(database, done);
+
+    if (!done) {
+        note_flaw_unless(run.ask(database) == 0, "refuses the request again");
+        run.check_live(database, true);
+    }
+    run.check_another(database);
+    note_flaw_unless(request.value.empty() || logged_text().find(request.value) == std::string::npos,
+                     "logs the value");
+    return result;
+}
+
+/* In a child. */
+long ask_starved(const Run &run, const Unwatched &own) {
+    Database database;
+    run.start(database);
+    const auto ask = [&] { return end_if_starved([&] { return run.ask(database); }); };
+    return own.watched(ask) == 0 ? 0 : kRefused;
+}
+
+long run_starved(const ZndbRequest &request) {
+    const Unwatched own;
+    Run run(request);
+    const long status = in_child([&] { return ask_starved(run, own); });
+    stop_watching();
+
+    const bool done = run.check_old_or_new(status == 0);
+    Database successor;
+    successor.load();
+    note_flaw_unless(unfinished_files().empty(), "leaves a file that a start does not remove");
+    if (!done) {
+        note_flaw_unless(run.ask(successor) == 0, "spoils the request to its successor");
+    }
+    run.check_another(successor);
+    return status;
+}
+
+}  // namespace
+
+Scenario with_files(const char *name, const Files &files) {
+    return Scenario(name)
+        .prepared([files] {
+            forget_flaw();
+            put_files(files);
+        })
+        .verified(is_flawless)
+        .unchanged(is_flawless);
+}
+
+Scenario faulty(const ZndbRequest &request) {
+    return with_files(request.name, request.files)
+        .called([request] { return run_faulty(request); })
+        .failing(request.refusals)
+        .except({Call::read}, Waived::kEffect, kCutMeanwhile, Fault::Way::kEnds)
+        .except({Call::read}, Waived::kChange, kCutMeanwhile, Fault::Way::kEnds)
+        .only(Failing::kSystemCalls);
+}
+
+Scenario starved(const ZndbRequest &request) {
+    Scenario scenario = with_files(request.name, request.files);
+    return (request.takes_memory ? scenario : scenario.quiet())
+        .called([request] { return run_starved(request); })
+        .failing({kStarved})
+        .except({}, Waived::kWarning, "its end is what tells")
+        .only(Failing::kAllocations);
+}
+
+}  // namespace faults

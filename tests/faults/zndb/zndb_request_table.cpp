@@ -1,0 +1,176 @@
+#include "faults/zndb/zndb_request_table.h"
+
+#include "zndb_paths.h"
+
+namespace faults {
+
+namespace {
+
+using zndb_paths::kFactoryFile;
+using zndb_paths::kJournalFile;
+using zndb_paths::kPermFile;
+using zndb_paths::kPlainFile;
+
+const std::string kMissing = "result 2001";
+
+/* The files with another journal. */
+Files with_journal(const std::string &text) {
+    Files files = all_files();
+    files[kJournalFile] = text;
+    return files;
+}
+
+/* Those of a device that has never saved anything. */
+Files without_stores() {
+    Files files = all_files();
+    for (const char *path : {kPlainFile, kPermFile, kFactoryFile}) {
+        files.erase(path);
+    }
+    return files;
+}
+
+/* More than a journal may be before it is shortened. */
+std::string overgrown_journal() {
+    std::string text;
+    while (text.size() <= kJournalSmall) {
+        text += "P+other=" + std::string(1000, 'o') + "\n";
+    }
+    return text + "P+answered=j\nM+answered=j\nF+answered=j\n";
+}
+
+const std::string kPlainSaved = "answered=j\nkept=p\nkey=old\n" + long_lines() + "shared=p\n";
+const std::string kPermSaved = "answered=j\nkept=m\nkey=old\n";
+const std::string kFactorySaved = "answered=j\nfactory=f\nshared=f\n";
+
+/* The same request under other circumstances. */
+ZndbRequest on(const Files &files, ZndbRequest request) {
+    request.files = files;
+    return request;
+}
+
+ZndbRequest beside(const Files &unfinished, ZndbRequest request) {
+    request.unfinished = unfinished;
+    return request;
+}
+
+ZndbRequest late(ZndbRequest request) {
+    request.late_journal = true;
+    return request;
+}
+
+ZndbRequest without_memory(ZndbRequest request) {
+    request.takes_memory = false;
+    return request;
+}
+
+/* ---- Requests ------------------------------------------------------------------------------------- */
+
+ZndbRequest set(const char *name) {
+    return {name, E_APPS_MSG_ZNDB_SET, "key", "hidden", {{"plain key", "hidden"}}};
+}
+
+ZndbRequest del(const char *name) {
+    return {name, E_APPS_MSG_ZNDB_DEL, "shared", "", {{"plain shared", "f"}}};
+}
+
+ZndbRequest reset(const char *name) {
+    return {name,
+            E_APPS_MSG_ZNDB_RESET,
+            "",
+            "",
+            {{"plain kept", kMissing},
+             {"plain key", kMissing},
+             {"plain long10", kMissing},
+             {"plain long27", kMissing},
+             {"plain shared", "f"}}};
+}
+
+ZndbRequest save(const char *name) {
+    return {name, E_APPS_MSG_ZNDB_SAVE, "", "", {}, {{kPlainFile, kPlainSaved}, {kPermFile, kPermSaved}}};
+}
+
+ZndbRequest save_of(const char *name, const Files &saved) {
+    return {name, E_APPS_MSG_ZNDB_SAVE, "", "", {}, saved};
+}
+
+ZndbRequest factory_save(const char *name) {
+    return {name, E_APPS_MSG_ZNDB_FACTOR_SAVE, "", "", {}, {{kFactoryFile, kFactorySaved}}};
+}
+
+ZndbRequest save_ram(const char *name) {
+    return {name, E_APPS_MSG_ZNDB_SAVE_RAM};
+}
+
+ZndbRequest get(const char *name, apps_message_id_e_type msgid, const char *key) {
+    return {name, msgid, key};
+}
+
+}  // namespace
+
+std::vector<ZndbRequest> zndb_changes() {
+    return {
+        set("zndb: set, plain"),
+        {"zndb: set, perm", E_APPS_MSG_ZNDB_SET_PERM, "key", "hidden", {{"perm key", "hidden"}}},
+        {"zndb: set, overlay", E_APPS_MSG_ZNDB_FACTOR_SET, "key", "hidden", {{"default key", "hidden"}}},
+        {"zndb: set, a new key", E_APPS_MSG_ZNDB_SET, "other", "hidden", {{"plain other", "hidden"}}},
+        on(with_journal("P+answered=j\nM+answered=j\nF+answered=j\nP+key=ha"),
+           set("zndb: set, torn journal")),
+        on(with_journal(overgrown_journal()), set("zndb: set, overgrown journal")),
+        late(set("zndb: set, journal opened late")),
+        del("zndb: delete, plain"),
+        {"zndb: delete, perm", E_APPS_MSG_ZNDB_DEL_PERM, "kept", "", {{"perm kept", kMissing}}},
+        late(del("zndb: delete, journal opened late")),
+        without_memory(reset("zndb: reset")),
+        late(reset("zndb: reset, journal opened late")),
+    };
+}
+
+std::vector<ZndbRequest> zndb_saves() {
+    return {
+        save("zndb: save"),
+        on(with_journal("P+answered=j\n"), save_of("zndb: save, plain alone", {{kPlainFile, kPlainSaved}})),
+        on(with_journal("M+answered=j\nM-deleted\n"),
+           save_of("zndb: save, perm alone", {{kPermFile, kPermSaved}})),
+        on(with_journal("P!\nP+key=1\n"), save_of("zndb: save, after a reset", {{kPlainFile, "key=1\n"}})),
+        without_memory(on(with_journal(""), save_of("zndb: save, no change", {}))),
+        on(without_stores(),
+           save_of("zndb: save, the first", {{kPlainFile, "answered=j\n"}, {kPermFile, "answered=j\n"}})),
+        beside(leftovers(), save("zndb: save, beside leftovers")),
+        late(save("zndb: save, journal opened late")),
+    };
+}
+
+std::vector<ZndbRequest> zndb_other_saves() {
+    return {
+        factory_save("zndb: factory save"),
+        on(without_stores(), {"zndb: factory save, the first",
+                              E_APPS_MSG_ZNDB_FACTOR_SAVE,
+                              "",
+                              "",
+                              {},
+                              {{kFactoryFile, "answered=j\n"}}}),
+        beside(leftovers(), factory_save("zndb: factory save, beside leftovers")),
+        late(factory_save("zndb: factory save, journal opened late")),
+        save_ram("zndb: save-ram"),
+        without_memory(on(with_journal(""), save_ram("zndb: save-ram, no change"))),
+        beside(leftovers(), save_ram("zndb: save-ram, beside leftovers")),
+        late(save_ram("zndb: save-ram, journal opened late")),
+    };
+}
+
+std::vector<ZndbRequest> zndb_readings() {
+    return {
+        get("zndb: get, plain", E_APPS_MSG_ZNDB_GET, "key"),
+        get("zndb: get, perm", E_APPS_MSG_ZNDB_GET_PERM, "key"),
+        get("zndb: get, default", E_APPS_MSG_ZNDB_GET_DEF, "image"),
+    };
+}
+
+/* Without its journal the service answers from the files, which lack the key. */
+ZndbRequest zndb_late_reading() {
+    ZndbRequest reading = late(get("zndb: get, journal opened late", E_APPS_MSG_ZNDB_GET, "answered"));
+    reading.refusals = {E_APPS_ERR_ZNDB_NO_FOUND};
+    return reading;
+}
+
+}  // namespace faults

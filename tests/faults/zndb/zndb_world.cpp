@@ -1,0 +1,128 @@
+#include "faults/zndb/zndb_world.h"
+
+#include <cstring>
+#include <filesystem>
+
+#include "faults/faulty_device.h"
+#include "support/wait_until.h"
+#include "zndb_paths.h"
+#include "zndb_wire.h"
+
+namespace faults {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr const char *kPaths[] = {zndb_paths::kPlainFile, zndb_paths::kPermFile, zndb_paths::kFactoryFile,
+                                  zndb_paths::kDefaultsFile, zndb_paths::kJournalFile};
+
+constexpr const char *kKeys[] = {"answered", "deleted", "factory", "image", "kept",  "key",
+                                 "long10",   "long27",  "next",    "other", "shared"};
+
+struct Reading {
+    const char *store;
+    apps_message_id_e_type msgid;
+};
+
+constexpr Reading kReadings[] = {{"plain ", E_APPS_MSG_ZNDB_GET},
+                                 {"perm ", E_APPS_MSG_ZNDB_GET_PERM},
+                                 {"default ", E_APPS_MSG_ZNDB_GET_DEF}};
+
+bool carries_value(apps_message_id_e_type msgid) {
+    return msgid == E_APPS_MSG_ZNDB_SET || msgid == E_APPS_MSG_ZNDB_SET_PERM ||
+           msgid == E_APPS_MSG_ZNDB_FACTOR_SET;
+}
+
+std::string answer_for(Database &database, apps_message_id_e_type msgid, const std::string &key) {
+    char value[ZNDB_VALUE_LEN] = "";
+    const auto length = static_cast<int32_t>(key.size() + 1);
+    const long result = zndb_handle(database, {0, msgid, key.c_str(), length, value, sizeof(value)});
+    return result == 0 ? value : "result " + std::to_string(result);
+}
+
+}  // namespace
+
+std::string long_lines() {
+    std::string lines;
+    for (int number = 10; number < 28; ++number) {
+        lines += "long" + std::to_string(number) + "=" + std::string(1000, 'l') + "\n";
+    }
+    return lines;
+}
+
+Files all_files() {
+    return {{zndb_paths::kDefaultsFile, "image=d\nshared=d\n"},
+            {zndb_paths::kFactoryFile, "factory=f\nshared=f\n"},
+            {zndb_paths::kPlainFile, "# made by hand\nshared=p\n" + long_lines() + "kept=p\nkey=old\n"},
+            {zndb_paths::kPermFile, "deleted=m\nkept=m\nkey=old\n"},
+            {zndb_paths::kJournalFile, "P+answered=j\nM+answered=j\nF+answered=j\nM-deleted\n"}};
+}
+
+void put_files(const Files &files) {
+    for (const char *path : kPaths) {
+        fs::remove_all(fs::path(path).parent_path());
+    }
+    for (const auto &[path, text] : files) {
+        put_text(path, text);
+    }
+}
+
+std::string text_of(const std::string &path) {
+    return fs::exists(path) ? file_text(path) : "(none)";
+}
+
+Files leftovers() {
+    Files files;
+    for (const char *path : kPaths) {
+        if (path != zndb_paths::kDefaultsFile) {
+            files[std::string(path) + zndb_paths::kTemporarySuffix] = "key=ha";
+        }
+    }
+    return files;
+}
+
+Files unfinished_files() {
+    Files found;
+    for (const char *path : kPaths) {
+        const std::string unfinished = std::string(path) + zndb_paths::kTemporarySuffix;
+        if (fs::exists(unfinished)) {
+            found[unfinished] = file_text(unfinished);
+        }
+    }
+    return found;
+}
+
+long send(Database &database, apps_message_id_e_type msgid, const std::string &key,
+          const std::string &value) {
+    zndb_kv_t body = {};
+    std::strcpy(body.key, key.c_str());
+    std::strcpy(body.value, value.c_str());
+    const size_t length = carries_value(msgid) ? sizeof(body) : key.empty() ? 0 : key.size() + 1;
+    char answer[ZNDB_VALUE_LEN];
+    return zndb_handle(database, {0, msgid, length > 0 ? &body : nullptr, static_cast<int32_t>(length),
+                                  answer, sizeof(answer)});
+}
+
+Answers answers_of(Database &database) {
+    Answers answers;
+    for (const Reading &reading : kReadings) {
+        for (const char *key : kKeys) {
+            answers[std::string(reading.store) + key] = answer_for(database, reading.msgid, key);
+        }
+    }
+    return answers;
+}
+
+Answers answers_after_crash() {
+    const Files unfinished = unfinished_files();
+    Database database;
+    database.load();
+    Answers answers = answers_of(database);
+    for (const auto &[path, text] : unfinished) {
+        put_text(path, text);
+    }
+    return answers;
+}
+
+}  // namespace faults
