@@ -44,6 +44,7 @@ ssize_t transfer(Call call, size_t size, Transfer real) {
         case Fault::Way::kEnds:
             return 0;
         case Fault::Way::kShort:
+        case Fault::Way::kFills:
             size = part_of(size);
             break;
         case Fault::Way::kNone:

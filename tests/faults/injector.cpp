@@ -68,16 +68,22 @@ __attribute__((constructor)) void prepare() {
     (void)::dl_iterate_phdr(find_fragile, nullptr);
 }
 
-bool is_the_one(Call call) {
-    return call == g_shared->kind && g_shared->count_of_kind.fetch_add(1) == g_shared->at;
-}
-
 Fault strike(Call call) {
     const CallRow &row = row_of(call);
     g_shared->failed = call;
     g_shared->fault = row.faults[g_shared->variant];
     g_shared->struck = true;
     return g_shared->fault;
+}
+
+/* What becomes of the nth call of the kind in question. */
+Fault fault_of(Call call, size_t nth) {
+    if (nth == g_shared->at) {
+        return strike(call);
+    }
+    const Fault &earlier = g_shared->fault;
+    const bool is_next = g_shared->struck && nth == g_shared->at + 1;
+    return is_next && earlier.way == Fault::Way::kFills ? Fault{Fault::Way::kFails, earlier.error} : Fault{};
 }
 
 }  // namespace
@@ -144,7 +150,7 @@ Fault take(Call call) {
     if (index < kMostCalls) {
         g_shared->calls[index] = call;
     }
-    return is_the_one(call) ? strike(call) : Fault{};
+    return call == g_shared->kind ? fault_of(call, g_shared->count_of_kind.fetch_add(1)) : Fault{};
 }
 
 Fault take_memory(Call call, const void *caller) {

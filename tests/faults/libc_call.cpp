@@ -19,6 +19,10 @@ constexpr Fault ends() {
     return {Fault::Way::kEnds, 0};
 }
 
+constexpr Fault fills() {
+    return {Fault::Way::kFills, ENOSPC};
+}
+
 template <typename... Faults>
 constexpr CallRow make_row(const char *name, Faults... faults) {
     return {name, sizeof...(faults), {faults...}};
@@ -48,6 +52,8 @@ const char *name_of(const Fault &fault) {
             return "short";
         case Fault::Way::kEnds:
             return "end";
+        case Fault::Way::kFills:
+            return "a disk that is full behind a part";
         default:
             return strerrorname_np(fault.error);
     }

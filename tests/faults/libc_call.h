@@ -21,7 +21,8 @@ struct Fault {
         kNone,  /* it is carried out */
         kFails, /* it is not carried out and fails with error */
         kShort, /* about half of the bytes, at least one where it was given any */
-        kEnds   /* no byte, as at the end of a file or of a connection */
+        kEnds,  /* no byte, as at the end of a file or of a connection */
+        kFills  /* as kShort, and the next call of its kind fails with error: the disk is full */
     };
 
     Way way = Way::kNone;

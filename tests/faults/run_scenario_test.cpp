@@ -5,6 +5,7 @@
 #include <gtest/gtest-spi.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <string>
 
 #include "faults/scenario.h"
@@ -97,7 +98,25 @@ TEST(RunScenario, CountsAndFailsEveryCall) {
     const Tally tally = run_scenario(writing(Wrong::kNothing));
     EXPECT_EQ(3u, tally.system_calls);
     EXPECT_EQ(0u, tally.allocations);
-    EXPECT_EQ(4u + 4u + 3u, tally.faults); /* open, write, close */
+    EXPECT_EQ(4u + 5u + 3u, tally.faults); /* open, write, close */
+}
+
+/* One byte goes out, then none. */
+TEST(RunScenario, LetsADiskBeFullBehindAPart) {
+    static bool stopped_half_way = false;
+    stopped_half_way = false;
+    const auto write_two = [] {
+        const int fd = ::open(kPath, O_WRONLY | O_CREAT | O_CLOEXEC, 0600);
+        ssize_t size = 0;
+        for (ssize_t count = 1; fd >= 0 && count > 0 && size<2; size += count> 0 ? count : 0) {
+            count = ::write(fd, "xx", static_cast<size_t>(2 - size));
+            stopped_half_way = stopped_half_way || (count < 0 && errno == ENOSPC && size == 1);
+        }
+        (void)::close(fd);
+        return size == 2 ? 0 : fail(Wrong::kNothing);
+    };
+    (void)run_scenario(Scenario("write_two").called(write_two).failing({-1}));
+    EXPECT_TRUE(stopped_half_way);
 }
 
 TEST(RunScenario, FindsAFailureWithoutALine) {
