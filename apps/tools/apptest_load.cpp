@@ -157,9 +157,6 @@ ExitCode load_module(const AppTestOptions &options) {
     } else {
         print_table(result);
     }
-    if (signal_number != 0) {
-        (void)std::fflush(stdout);
-        (void)::raise(signal_number);
-    }
+    end_by_signal(signal_number);
     return judge(result, module_text(envelope.module));
 }

@@ -68,18 +68,16 @@ ExitCode start_serving(uint32_t module, frwk_ipc_handler_t handler, frwk_exit_ha
 
 // ---- subscribe ----
 
-std::string subscription_hint(apps_err_e_type code) {
-    return code == E_APPS_ERR_IO || code == E_APPS_ERR_BUSY
-               ? "; the folder of subscriptions or of locks is missing, or the event's name can't be a file's"
-               : "";
-}
+/* What the two ways of failing mean, E_APPS_ERR_BUSY and E_APPS_ERR_IO. */
+constexpr char kSubscriptionHint[] =
+    "; the folder of subscriptions or of locks is missing, or the event's name can't be a file's";
 
 ExitCode subscribe(const std::string &event) {
     const apps_err_e_type code = frwk_ipc_msg_sub(event.c_str());
     return code == E_APPS_ERR_SUCCESS
                ? ExitCode::kDone
                : complain(ExitCode::kRefused,
-                          "subscribe '" + event + "' failed: " + code_text(code) + subscription_hint(code));
+                          "subscribe '" + event + "' failed: " + code_text(code) + kSubscriptionHint);
 }
 
 ExitCode unsubscribe(const std::string &event) {

@@ -2,7 +2,6 @@
 
 #include <unistd.h>
 
-#include <csignal>
 #include <cstdio>
 
 #include "terminal_mode.h"
@@ -54,8 +53,6 @@ bool read_input_line(const std::string &prompt, bool hidden, std::string *line) 
         got = hidden ? ask_hidden(watch, prompt, line) : ask_openly(watch, prompt, line);
         signal_number = SignalWatch::caught();
     }
-    if (signal_number != 0) {
-        (void)::raise(signal_number);
-    }
+    end_by_signal(signal_number);
     return got;
 }

@@ -74,9 +74,10 @@ void LogFile::close() {
 bool LogFile::is_another() const {
     struct stat own = {};
     struct stat named = {};
-    if (fd_ <= STDERR_FILENO || ::fstat(fd_, &own) != 0) {
+    if (fd_ <= STDERR_FILENO) {
         return false;
     }
+    (void)::fstat(fd_, &own);
     const bool moved =
         ::stat(path_.c_str(), &named) != 0 || own.st_dev != named.st_dev || own.st_ino != named.st_ino;
     return moved || own.st_size < at_;

@@ -1,6 +1,5 @@
 #include "log_show.h"
 
-#include <csignal>
 #include <iterator>
 
 #include "complaint.h"
@@ -121,9 +120,7 @@ ExitCode show_journal(const LogOptions &options, const std::vector<std::string> 
             return show.run(true);
         }
     }
-    if (signal_number != 0) {
-        (void)::raise(signal_number);
-    }
+    end_by_signal(signal_number);
     return code;
 }
 

@@ -58,19 +58,12 @@ bool is_real(const std::string &word) {
     return !word.empty() && std::isspace(static_cast<unsigned char>(word[0])) == 0 && *end == '\0';
 }
 
-/* Whether the word is written as values of the kind are. */
+/* Whether the word is written as values of the kind are. kind: not text, which is written in any way. */
 bool is_written_as(Kind kind, const std::string &word) {
-    switch (kind) {
-        case Kind::kBool:
-            return !word.empty() && frwk_str_to_bool(word.c_str(), nullptr) == 1;
-        case Kind::kInteger:
-            return !canonical_integer(word).empty();
-        case Kind::kReal:
-            return is_real(word);
-        case Kind::kText:
-            break;
+    if (kind == Kind::kBool) {
+        return !word.empty() && frwk_str_to_bool(word.c_str(), nullptr) == 1;
     }
-    return true;
+    return kind == Kind::kInteger ? !canonical_integer(word).empty() : is_real(word);
 }
 
 /* A text to a variable of the type and back. */

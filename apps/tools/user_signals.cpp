@@ -3,6 +3,7 @@
 #include <poll.h>
 #include <pthread.h>
 
+#include <cstdio>
 #include <iterator>
 
 namespace {
@@ -63,6 +64,13 @@ bool SignalWatch::wait(int fd, int milliseconds) const {
 
 int SignalWatch::caught() {
     return g_caught;
+}
+
+void end_by_signal(int number) {
+    if (number != 0) {
+        (void)std::fflush(stdout);
+        (void)::raise(number);
+    }
 }
 
 SignalHold::SignalHold() : before_() {

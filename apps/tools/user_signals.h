@@ -36,6 +36,9 @@ class SignalWatch {
     sigset_t mask_waiting_;
 };
 
+/* Has a signal that was caught take its usual effect, which ends the process. number: 0 for none. */
+void end_by_signal(int number);
+
 /* While it lives, the signals wait; at its end they take effect. */
 class SignalHold {
   public:

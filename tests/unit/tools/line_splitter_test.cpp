@@ -35,4 +35,11 @@ TEST(LineSplitter, CutsLinesThatNeverEnd) {
     EXPECT_EQ(Lines({std::string(kLongest, 'x'), "next"}), lines_after(splitter, "\nnext\n"));
 }
 
+TEST(LineSplitter, KeepsWholeLinesHoweverManyWait) {
+    LineSplitter splitter;
+    const std::string line(kLongest, 'x');
+    splitter.add((line + "\nnext").data(), line.size() + 5);
+    EXPECT_EQ(Lines({line, "next"}), lines_after(splitter, "\n"));
+}
+
 }  // namespace

@@ -33,6 +33,15 @@ TEST(LogLine, TakesLinesWithFacilityAndLevelApart) {
     EXPECT_EQ("Nov 21 04:40:00|wlan|123|error|text", parsed("Nov 21 04:40:00 local7.err wlan[123]: text"));
 }
 
+TEST(LogLine, ANumberIsNoLevelInALog) {
+    EXPECT_EQ("Nov 21 04:40:00||||local7.4 box text", parsed("Nov 21 04:40:00 local7.4 box text"));
+    EXPECT_EQ("Nov 21 04:40:00||||4 wlan text", parsed("Nov 21 04:40:00 4 wlan text"));
+}
+
+TEST(LogLine, ALevelWithoutANameBehindItIsTaken) {
+    EXPECT_EQ("Nov 21 04:40:00|||error|no name", parsed("Nov 21 04:40:00 local7.err no name"));
+}
+
 TEST(LogLine, TakesTimesWithTheirZone) {
     EXPECT_EQ("2026-11-21T04:40:00.123456+00:00|wlan|1||text",
               parsed("2026-11-21T04:40:00.123456+00:00 box wlan[1]: text"));
@@ -41,7 +50,9 @@ TEST(LogLine, TakesTimesWithTheirZone) {
 TEST(LogLine, TakesAPriorityInFront) {
     EXPECT_EQ("Nov 21 04:40:00|wlan|1|warning|text", parsed("<188>Nov 21 04:40:00 wlan[1]: text"));
     EXPECT_EQ("||||<1888>x", parsed("<1888>x"));
-    EXPECT_EQ("||||<x>", parsed("<x>"));
+    for (const char *text : {"<x>", "<>", "<1234>", "<", "<1"}) {
+        EXPECT_EQ(std::string("||||") + text, parsed(text));
+    }
 }
 
 TEST(LogLine, TakesLinesOfTheDebugChannelApart) {
@@ -55,6 +66,7 @@ TEST(LogLine, WhatIsOfNoKnownFormIsAllText) {
     EXPECT_EQ("Nov 21 04:40:00||||no tag here", parsed("Nov 21 04:40:00 no tag here"));
     EXPECT_EQ("Nov 21 04:40:00||||:", parsed("Nov 21 04:40:00 :"));
     EXPECT_EQ("Nov 21 04:40:00||||", parsed("Nov 21 04:40:00"));
+    EXPECT_EQ("||||Nov x1 04:40:00 a b: c", parsed("Nov x1 04:40:00 a b: c"));
     EXPECT_EQ("||||Nov 21 04:4x:00 a b: c", parsed("Nov 21 04:4x:00 a b: c"));
 }
 

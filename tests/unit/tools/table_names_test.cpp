@@ -37,7 +37,9 @@ TEST(TableNames, FindsAMessageWithOrWithoutItsPrefixOrByAnyNumber) {
     EXPECT_EQ("unknown message 'sys_sttus'; did you mean 'SYS_STATUS'?", shown(find_message("sys_sttus")));
     EXPECT_EQ("unknown message 'E_APPS_MSG_SYS_STATS'; did you mean 'SYS_STATUS'?",
               shown(find_message("E_APPS_MSG_SYS_STATS")));
-    EXPECT_EQ("unknown message '2147483648'", shown(find_message("2147483648")));
+    for (const char *word : {"2147483648", "-2147483649", "99999999999999999999"}) {
+        EXPECT_EQ(std::string("unknown message '") + word + "'", shown(find_message(word)));
+    }
 }
 
 TEST(TableNames, FindsAResultCode) {

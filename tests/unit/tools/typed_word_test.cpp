@@ -76,4 +76,9 @@ TEST(TypedWord, ShowsAStoredTextAsModulesReadIt) {
     EXPECT_EQ("'300' is no byte: 3 E_APPS_ERR_PARAM", shown("byte", "300"));
 }
 
+TEST(TypedWord, ATypeOfNoNameIsATextThatNoModuleReads) {
+    EXPECT_EQ("any", stored("unit", "any"));
+    EXPECT_EQ("'any' is no string: 3 E_APPS_ERR_PARAM", shown("unit", "any"));
+}
+
 }  // namespace

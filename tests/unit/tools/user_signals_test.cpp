@@ -33,4 +33,29 @@ TEST(SignalWatch, ASignalOfItsOwnThreadIsHeldBackUntilItWaits) {
     EXPECT_EQ(SIGTERM, SignalWatch::caught());
 }
 
+std::atomic<int> g_signals{0};
+
+TEST(EndBySignal, HasASignalTakeItsUsualEffect) {
+    const auto before = std::signal(SIGTERM, [](int) { ++g_signals; });
+    end_by_signal(0);
+    EXPECT_EQ(0, g_signals);
+    end_by_signal(SIGTERM);
+    EXPECT_EQ(1, g_signals);
+    (void)std::signal(SIGTERM, before);
+}
+
+TEST(SignalHold, KnowsOfASignalThatWaits) {
+    const auto before = std::signal(SIGTERM, [](int) { ++g_signals; });
+    g_signals = 0;
+    {
+        const SignalHold hold;
+        EXPECT_FALSE(SignalHold::waiting());
+        ASSERT_EQ(0, std::raise(SIGTERM));
+        EXPECT_TRUE(SignalHold::waiting());
+        EXPECT_EQ(0, g_signals);
+    }
+    EXPECT_EQ(1, g_signals);
+    (void)std::signal(SIGTERM, before);
+}
+
 }  // namespace
