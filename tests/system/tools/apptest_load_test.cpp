@@ -66,6 +66,9 @@ TEST_F(AppTestLoad, CountsTheCodesOfRefusedRequests) {
     EXPECT_EQ(1, end.status);
     EXPECT_EQ(5, number_of(end.output, "refused 7 E_APPS_ERR_NOTFOUND"));
     EXPECT_EQ("apptest: 5 requests were refused by wlan\n", end.errors);
+    const std::string json =
+        kAppTest.run({"load", "wlan", "40001", "--int", "7", "--count", "5", "--json"}).output;
+    EXPECT_NE(std::string::npos, json.find("\"refused\": {\n    \"E_APPS_ERR_NOTFOUND\": 5\n  }")) << json;
 }
 
 TEST_F(AppTestLoad, CountsRequestsThatWereLost) {
@@ -101,6 +104,10 @@ TEST_F(AppTestLoad, ShowsItsProgressOnATerminalOnly) {
     EXPECT_NE(std::string::npos, end.output.find("\r\033[K[")) << end.output;
     EXPECT_NE(std::string::npos, end.output.find("% ")) << end.output;
     EXPECT_NE(std::string::npos, end.output.find("\r\033[K\033[1mLOAD\033[0m\r\n")) << end.output;
+}
+
+TEST_F(AppTestLoad, AModuleOfNoNameIsWrongUsage) {
+    kAppTest.expect_failure(2, "unknown module 'wlna'; did you mean 'wlan'?", {"load", "wlna", "6"});
 }
 
 TEST_F(AppTestLoad, NumbersOutOfRangeAreWrongUsage) {

@@ -126,6 +126,14 @@ TEST_F(AppTestReceive, AnEventThatCannotBeSubscribedTakesTheOthersBack) {
     EXPECT_FALSE(std::filesystem::exists(kSocket));
 }
 
+TEST_F(AppTestReceive, ASubscriptionThatCannotBeEndedIsSaidSo) {
+    Serving subscriber({"subscribe", "weather"});
+    ASSERT_TRUE(is_subscribed("weather"));
+    std::filesystem::remove_all("/tmp/m_tmp/lock");
+    EXPECT_EQ(1, subscriber.interrupt());
+    EXPECT_EQ("apptest: unsubscribe 'weather' failed: 17 E_APPS_ERR_BUSY\n", subscriber.process().errors());
+}
+
 TEST_F(AppTestReceive, ASecondSubscriberDoesNotTakeTheFirstOnesMessages) {
     Serving subscriber({"subscribe", "weather"});
     ASSERT_TRUE(is_subscribed("weather"));
@@ -150,6 +158,14 @@ TEST_F(AppTestReceive, PlaysAModuleWithOneAnswerForEverything) {
     EXPECT_EQ("apptest 5004 E_APPS_MSG_WLAN_WIRELESS_MACFILTER_CONFIG 3 bytes: you", wlan.line());
     EXPECT_EQ(0, wlan.process().exit_status());
     EXPECT_FALSE(std::filesystem::exists("/tmp/m_tmp/ipc/wlan"));
+}
+
+TEST_F(AppTestReceive, AMessageThatNobodyWaitsForIsTakenAllTheSame) {
+    Serving wlan({"serve", "wlan", "--answer", "0 text=hello", "--count", "1"}, "wlan");
+    wait_for_module("5");
+    EXPECT_EQ("", kAppTest.output_of({"send", "wlan", "5004", "you"}));
+    EXPECT_EQ("apptest 5004 E_APPS_MSG_WLAN_WIRELESS_MACFILTER_CONFIG 3 bytes: you", wlan.line());
+    EXPECT_EQ(0, wlan.process().exit_status());
 }
 
 TEST_F(AppTestReceive, PlaysAModuleAsScripted) {

@@ -79,6 +79,13 @@ TEST_F(AppTestSend, ShowsTheAnswerAsJson) {
         output);
 }
 
+TEST_F(AppTestSend, ShowsWhatTheAnswerIsInJson) {
+    const std::string bytes = kAppTest.output_of({"call", "wlan", kFill, "--room", "2", "--json"});
+    EXPECT_NE(std::string::npos, bytes.find("  \"hex\": \"a5a5\"\n}\n")) << bytes;
+    const std::string text = kAppTest.output_of({"call", "wlan", kEcho, "plain", "--json"});
+    EXPECT_NE(std::string::npos, text.find("  \"text\": \"plain\"\n}\n")) << text;
+}
+
 TEST_F(AppTestSend, ShowsTheCodeThatTheModuleReturned) {
     kAppTest.expect_failure(1, "call wlan 40001 unknown failed: 7 E_APPS_ERR_NOTFOUND",
                             {"call", "wlan", kReturn, "--int", "7"});
@@ -173,6 +180,9 @@ TEST_F(AppTestSend, CompletesModulesAndMessages) {
     EXPECT_EQ("wlan\nwebserver\n", kAppTest.output_of({"--complete", "call", "w"}));
     EXPECT_EQ("E_APPS_MSG_SYS_STATUS\n",
               kAppTest.output_of({"--complete", "call", "wlan", "E_APPS_MSG_SYS_ST"}));
+    EXPECT_EQ("wlan\n", kAppTest.output_of({"--complete", "call", "--timeout", "5", "wl"}));
+    EXPECT_EQ("wlan\n", kAppTest.output_of({"--complete", "call", "--no-such", "wl"}));
+    EXPECT_EQ("", kAppTest.output_of({"--complete", "call", "wlan", "6", "body", "too many", ""}));
     EXPECT_EQ("E_APPS_MSG_SYS_PROBE\n",
               kAppTest.output_of({"--complete", "publish", "--message", "E_APPS_MSG_SYS_P"}));
 }

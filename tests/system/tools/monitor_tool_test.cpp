@@ -4,13 +4,13 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <memory>
 #include <sstream>
 #include <string>
 
 #include "frwk_module.h"
 #include "support/module_process.h"
 #include "support/wait_until.h"
+#include "system/tools/monitor_fixture.h"
 #include "system/tools/tool_checks.h"
 
 namespace {
@@ -18,55 +18,6 @@ namespace {
 namespace fs = std::filesystem;
 
 const ToolChecks kTool("monitor_tool");
-
-const char kEvents[] = "/m_data/usr/subscribe";
-const char kEventsEx[] = "/m_webui/subscribe";
-const char kResetFlag[] = "/m_data/usr_permanent/reset_flag";
-
-std::vector<std::string> lines_of(const std::string &text) {
-    std::istringstream lines(text);
-    std::vector<std::string> all;
-    for (std::string line; std::getline(lines, line);) {
-        all.push_back(line);
-    }
-    return all;
-}
-
-/* The line of a module in the list, its blanks single, and its time, which nobody knows, as T. */
-std::string row_of(const std::string &list, const std::string &name) {
-    for (const std::string &line : lines_of(list)) {
-        std::istringstream words(line);
-        std::string all;
-        for (std::string word, before; words >> word; before = word) {
-            const bool time = word.find('.') != std::string::npos;
-            all += (all.empty() ? "" : " ") + (time ? "T" : word);
-        }
-        if (all.find(" " + name + " ") != std::string::npos) {
-            return all;
-        }
-    }
-    return "no row";
-}
-
-class MonitorTool : public testing::Test {
-  protected:
-    MonitorTool() {
-        for (const char *folder : {kEvents, kEventsEx}) {
-            fs::remove_all(folder);
-        }
-        fs::remove("/etc/quor_apps_startup");
-        fs::remove_all("/m_data/factor/apps_disable");
-        fs::remove(kResetFlag);
-    }
-
-    void start_monitor() { monitor_ = std::make_unique<ModuleProcess>(E_APPS_MODULE_MONITOR); }
-
-    /* It takes messages and never answers. */
-    void hang_wlan() { wlan_.process().send_signal(SIGSTOP); }
-
-    ModuleProcess wlan_{E_APPS_MODULE_WLAN};
-    std::unique_ptr<ModuleProcess> monitor_;
-};
 
 // ---- list ----
 
@@ -98,6 +49,14 @@ TEST_F(MonitorTool, AProcessThatTakesNoMessagesIsSilent) {
     fs::remove("/tmp/m_tmp/ipc/wlan");
     EXPECT_EQ("5 wlan WLAN silent yes no MONITORED ADMIN PSEUDO 0x1000",
               row_of(kTool.output_of({"list"}), "wlan"));
+    EXPECT_EQ(2u, lines_of(kTool.output_of({"list", "--running"})).size());
+}
+
+TEST_F(MonitorTool, ALockThatNobodyHoldsIsNoProcess) {
+    fs::create_directories("/tmp/m_tmp/lock");
+    ASSERT_TRUE(write_text("/tmp/m_tmp/lock/lcd", ""));
+    EXPECT_EQ("20 lcd LCD stopped yes no MONITORED POWEROFF PRESTART",
+              row_of(kTool.output_of({"list"}), "lcd"));
 }
 
 TEST_F(MonitorTool, SortsByAColumn) {
@@ -129,18 +88,8 @@ TEST_F(MonitorTool, ListsAsJson) {
     EXPECT_NE(std::string::npos, output.find(",\n    \"status\": 1,\n    \"memory\": {\n"
                                              "      \"live_bytes\": 0,\n"))
         << output;
-}
-
-TEST_F(MonitorTool, TheListFitsATerminalOf40Columns) {
-    TerminalOptions narrow;
-    narrow.columns = 40;
-    const ToolEnd end = run_on_terminal({"monitor_tool", "list"}, narrow);
-    EXPECT_EQ(0, end.status);
-    EXPECT_NE(std::string::npos, end.output.find("STATUS  MEMORY  TIME\033[0m\r\n")) << end.output;
-    const std::vector<std::string> lines = lines_of(end.output);
-    for (size_t i = 1; i < lines.size(); ++i) {
-        EXPECT_LE(lines[i].size(), 41u) << lines[i];
-    }
+    EXPECT_NE(std::string::npos,
+              kTool.output_of({"list", "--json"}).find("\"name\": \"lcd\",\n    \"alias\": \"LCD\",\n"));
 }
 
 // ---- status, probe, memory ----
@@ -185,6 +134,13 @@ TEST_F(MonitorTool, ProbesModules) {
     EXPECT_EQ("router answered in ", lines[0].substr(0, 19));
     EXPECT_EQ("wlan answered in ", lines[1].substr(0, 17));
     EXPECT_EQ(" ms", lines[1].substr(lines[1].size() - 3));
+}
+
+TEST_F(MonitorTool, AProbePrintsOnlyWhoAnswered) {
+    const ToolEnd end = kTool.run({"probe", "wlan", "lcd"});
+    EXPECT_EQ(3, end.status);
+    EXPECT_EQ(1u, lines_of(end.output).size());
+    EXPECT_EQ("monitor_tool: probe lcd failed: lcd is not running: 1 E_APPS_ERR_MODULE\n", end.errors);
 }
 
 TEST_F(MonitorTool, AProbeSaysWhoDidNotAnswer) {
@@ -245,6 +201,27 @@ TEST_F(MonitorTool, ShowsBothFoldersOfEventsAndWhichCounts) {
     fs::create_directories(kEvents);
     EXPECT_EQ("# /m_webui/subscribe, not used while the other folder exists\n  weather     lcd\n",
               kTool.output_of({"events"}));
+}
+
+TEST_F(MonitorTool, AnEventThatNobodyListensToIsOneToo) {
+    fs::create_directories(kEvents);
+    ASSERT_TRUE(write_text(std::string(kEvents) + "/weather", "\n"));
+    EXPECT_EQ("# /m_data/usr/subscribe\n  weather     -\n", kTool.output_of({"events"}));
+    ASSERT_TRUE(write_text(std::string(kEvents) + "/weather", "nobody\n"));
+    EXPECT_NE(std::string::npos,
+              kTool.output_of({"events", "--json"})
+                  .find("    \"modules\": [\n    ],\n    \"unknown\": [\n      \"nobody\"\n    ]\n"));
+}
+
+TEST_F(MonitorTool, AnEventThatCannotBeReadIsSaidSo) {
+    fs::create_directories(kEvents);
+    ASSERT_TRUE(write_text(std::string(kEvents) + "/weather", "wlan\n"));
+    ASSERT_TRUE(write_text(std::string(kEvents) + "/wide", ""));
+    fs::resize_file(std::string(kEvents) + "/wide", (64u << 20) + 1);
+    const ToolEnd end = kTool.run({"events", "weather"});
+    EXPECT_EQ(1, end.status);
+    EXPECT_EQ("# /m_data/usr/subscribe\n  weather     wlan\n", end.output);
+    EXPECT_EQ("monitor_tool: can't read /m_data/usr/subscribe/wide: File too large\n", end.errors);
 }
 
 TEST_F(MonitorTool, NothingButFilesIsAnEvent) {
@@ -311,70 +288,6 @@ TEST_F(MonitorTool, AMonitorThatHangsHangsNobody) {
                          {"reboot", "--timeout", "0.1"});
 }
 
-TEST_F(MonitorTool, AsksAtATerminal) {
-    start_monitor();
-    TerminalOptions typing;
-    typing.type_after = "shut the device down? [y/N] ";
-    typing.typed = "n\n";
-    const ToolEnd no = run_on_terminal({"monitor_tool", "shutdown"}, typing);
-    EXPECT_EQ(1, no.status);
-    EXPECT_NE(std::string::npos, no.output.find("nothing was done")) << no.output;
-    typing.typed = "\003";
-    EXPECT_EQ(128 + SIGINT, run_on_terminal({"monitor_tool", "shutdown"}, typing).status);
-    EXPECT_TRUE(monitor_->messages().empty());
-    typing.typed = "Yes\n";
-    EXPECT_EQ(0, run_on_terminal({"monitor_tool", "shutdown"}, typing).status);
-    EXPECT_TRUE(monitor_->wait_for_message("51 1003 4 00000000"));
-    const ToolEnd unasked = run_on_terminal({"monitor_tool", "reboot", "--yes"}, {});
-    EXPECT_EQ("the monitor was asked to reboot the device\r\n", unasked.output);
-}
-
-// ---- top ----
-
-/* What a terminal shows between the change to a screen of its own and the change back. */
-std::string screen_of(const std::string &output) {
-    const std::string enter = "\033[?1049h\033[?25l";
-    const std::string leave = "\033[?25h\033[?1049l";
-    EXPECT_EQ(0u, output.find(enter));
-    EXPECT_EQ(output.size() - leave.size(), output.rfind(leave));
-    return output.substr(enter.size(), output.size() - enter.size() - leave.size());
-}
-
-TEST_F(MonitorTool, TopDrawsUntilQAndLeavesTheTerminalAsItWas) {
-    TerminalOptions typing;
-    typing.type_after = "q quits";
-    typing.typed = "srq";
-    const ToolEnd end = run_on_terminal({"monitor_tool", "top", "--interval", "60", "--running"}, typing);
-    EXPECT_EQ(0, end.status);
-    const std::string screen = screen_of(end.output);
-    EXPECT_NE(std::string::npos, screen.find("\033[H1 of 1 modules run, by memory\033[K\r\n")) << screen;
-    EXPECT_NE(std::string::npos, screen.find("\r\nwlan     running      0 ")) << screen;
-    EXPECT_NE(std::string::npos, screen.find("\033[H1 of 1 modules run, by time\033[K\r\n")) << screen;
-}
-
-TEST_F(MonitorTool, TopLooksAgainAndEndsWithCtrlC) {
-    hang_wlan();
-    TerminalOptions typing;
-    typing.columns = 40;
-    typing.type_after = "\033[H0 of 1 modules run, by time";
-    typing.typed = "\003";
-    const ToolEnd end = run_on_terminal(
-        {"monitor_tool", "top", "--interval", "0.01", "--running", "--sort", "time", "--timeout", "0.05"},
-        typing);
-    EXPECT_EQ(0, end.status);
-    for (std::string line : lines_of(screen_of(end.output))) {
-        line.erase(line.find("\033[K"));
-        EXPECT_LE(line.size(), 40u + sizeof("\033[H") + sizeof("\033[1m\033[0m")) << line;
-    }
-}
-
-TEST_F(MonitorTool, TopPrintsOnceWhereThereIsNoTerminal) {
-    const std::string output = kTool.output_of({"top", "--running"});
-    EXPECT_EQ(2u, lines_of(output).size());
-    EXPECT_NE("no row", row_of(output, "wlan"));
-    EXPECT_EQ(std::string::npos, output.find('\033'));
-}
-
 // ---- the command line ----
 
 TEST_F(MonitorTool, WrongNamesGetTheNearestRightOne) {
@@ -391,6 +304,11 @@ TEST_F(MonitorTool, CompletesModulesAndColumns) {
     EXPECT_EQ("wlan\n", kTool.output_of({"--complete", "status", "wl"}));
     EXPECT_EQ("webserver\n", kTool.output_of({"--complete", "probe", "wlan", "we"}));
     EXPECT_EQ("state\nstatus\nstartup\n", kTool.output_of({"--complete", "list", "--sort", "st"}));
+}
+
+TEST_F(MonitorTool, SaysWhatItDoesWhenTheDebugChannelIsOn) {
+    EXPECT_NE("", run_shell("QUOR_DEBUG=1 $TOOLS/monitor_tool list").errors);
+    EXPECT_EQ("", run_shell("QUOR_DEBUG=0 $TOOLS/monitor_tool list").errors);
 }
 
 TEST_F(MonitorTool, OutputThatCannotBeWrittenIsAFailure) {

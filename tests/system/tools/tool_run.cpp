@@ -34,14 +34,17 @@ ToolEnd run_to_end(const std::vector<std::string> &command, const std::string &i
     return end;
 }
 
-[[noreturn]] void become_tool(std::vector<std::string> words) {
+/* entries: on top of what a tool sees of its environment at a terminal. */
+[[noreturn]] void become_tool(std::vector<std::string> words, std::vector<std::string> entries) {
+    entries.insert(entries.begin(), {"TERM=xterm", "QUOR_DEBUG=0"});
+    for (std::string &entry : entries) {
+        (void)::putenv(entry.data());
+    }
     std::vector<char *> arguments;
     for (std::string &word : words) {
         arguments.push_back(word.data());
     }
     arguments.push_back(nullptr);
-    (void)::setenv("TERM", "xterm", 1);
-    (void)::setenv("QUOR_DEBUG", "0", 1);
     (void)::execv(arguments[0], arguments.data());
     ::_exit(127);
 }
@@ -52,6 +55,9 @@ std::string talk(int terminal, TerminalOptions options) {
     char piece[4096];
     for (;;) {
         if (!options.typed.empty() && shown.find(options.type_after) != std::string::npos) {
+            if (options.before_typing) {
+                options.before_typing();
+            }
             EXPECT_EQ(static_cast<ssize_t>(options.typed.size()),
                       ::write(terminal, options.typed.data(), options.typed.size()));
             options.typed.clear();
@@ -90,7 +96,7 @@ ToolEnd run_on_terminal(const std::vector<std::string> &words, const TerminalOpt
     int terminal = -1;
     const pid_t pid = ::forkpty(&terminal, nullptr, nullptr, &size);
     if (pid == 0) {
-        become_tool(command);
+        become_tool(command, options.environment);
     }
     if (pid < 0) {
         ADD_FAILURE() << "there are no terminals: " << std::strerror(errno);

@@ -3,6 +3,7 @@
  */
 #pragma once
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -26,6 +27,8 @@ struct TerminalOptions {
     unsigned short columns = 80;
     std::string typed;      /* once the screen shows the text below; Ctrl-C is "\003" */
     std::string type_after; /* "" for at once */
+    std::function<void()> before_typing;
+    std::vector<std::string> environment; /* "NAME=value" */
 };
 
 /* Runs a tool on a terminal of its own, which must echo and take lines again at its end. */

@@ -2,6 +2,7 @@
  * zndb_tool carries the user configuration to a file and back.
  */
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <filesystem>
 #include <string>
@@ -145,6 +146,18 @@ TEST_F(ZndbToolBackup, ABackupThatIsWrongInsideMayHaveChangedSomething) {
 TEST_F(ZndbToolBackup, AFileThatCannotBeReadIsWrongUsage) {
     kTool.expect_failure(2, "can't read /no/file: No such file or directory", {"restore", "/no/file"});
     EXPECT_FALSE(copies_are_left());
+}
+
+TEST_F(ZndbToolBackup, ARestoreNeedsRoomForItsCopy) {
+    EXPECT_EQ("", kTool.output_of({"backup", kBackup}));
+    const std::string user = geteuid() == 0 ? "" : "--map-root-user ";
+    const ToolEnd end = run_shell("unshare --mount " + user +
+                                  "bash -c 'mount --bind /tmp/m_tmp /tmp/m_tmp && mount -o "
+                                  "remount,bind,ro /tmp/m_tmp && $TOOLS/zndb_tool restore " +
+                                  kBackup + "'");
+    EXPECT_EQ(2, end.status);
+    EXPECT_EQ("zndb_tool: can't make a copy in /tmp/m_tmp: Read-only file system\n", end.errors);
+    EXPECT_EQ("home", plain("ssid"));
 }
 
 TEST_F(ZndbToolBackup, WithoutTheDatabaseNothingIsTouched) {

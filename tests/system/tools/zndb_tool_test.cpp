@@ -238,6 +238,7 @@ TEST_F(ZndbTool, DumpsOneStoreAsJson) {
     EXPECT_EQ(0, zndb_set("k", "v"));
     EXPECT_EQ(0, zndb_set_perm_data("p", "2"));
     EXPECT_EQ("{\n  \"perm\": {\n    \"p\": \"2\"\n  }\n}\n", kTool.output_of({"dump", "--perm", "--json"}));
+    EXPECT_EQ("{\n  \"default\": {\n  }\n}\n", kTool.output_of({"dump", "--default", "--json"}));
 }
 
 TEST_F(ZndbTool, DumpsAResetStoreAndOneWhoseDatabaseIsGone) {
@@ -253,6 +254,7 @@ TEST_F(ZndbTool, AStoreThatCannotBeReadIsSaidSo) {
     ASSERT_EQ(0, ::mkdir("/m_data/usr/db/user_data.txt", 0700));
     kTool.expect_failure(1, "can't read /m_data/usr/db/user_data.txt: Is a directory", {"dump"});
     kTool.expect_failure(1, "can't read /m_data/usr/db/user_data.txt: Is a directory", {"export"});
+    kTool.expect_failure(1, "get 'k' failed: 2001 E_APPS_ERR_ZNDB_NO_FOUND", {"get", "k"});
 }
 
 TEST_F(ZndbTool, AnExportThatDoesNotFitIsSaidSo) {
@@ -315,7 +317,7 @@ TEST_F(ZndbTool, FilesThatCannotBeUsedAreWrongUsage) {
     kTool.expect_failure(2, "can't write /no/file: No such file or directory", {"export", "/no/file"});
 }
 
-// ---- the command line, the terminal, the end ----
+// ---- the command line, the end ----
 
 TEST_F(ZndbTool, ADatabaseThatDoesNotRunIsNotReachable) {
     zndb_->kill();
@@ -325,6 +327,7 @@ TEST_F(ZndbTool, ADatabaseThatDoesNotRunIsNotReachable) {
     kTool.expect_failure(3, "set 'k'" + rest, {"set", "k", "v"});
     kTool.expect_failure(3, "set 'k'" + rest, {"set", "--secret", "k", "v"});
     kTool.expect_failure(3, "set 'k'" + rest, {"set", "--save", "k", "v"});
+    kTool.expect_failure(3, "get 'k'" + rest, {"set", "--item", "1", "k", "v"});
     kTool.expect_failure(3, "del 'k'" + rest, {"del", "k"});
     kTool.expect_failure(3, "save" + rest, {"save"});
     kTool.expect_failure(3, "reset" + rest, {"reset"});
@@ -346,6 +349,7 @@ TEST_F(ZndbTool, WrongUsageIsExplained) {
     kTool.expect_usage("--perm excludes --secret", {"set", "--secret", "--perm", "k"});
     kTool.expect_usage("unknown option '--default'", {"del", "--default", "k"});
     kTool.expect_usage("unknown option '-5'; write -- before arguments that begin with '-'", {"reset", "-5"});
+    kTool.expect_usage("unknown option '-x'", {"reset", "-x"});
 }
 
 TEST_F(ZndbTool, ShowsHelpWithExamples) {
@@ -370,50 +374,6 @@ TEST_F(ZndbTool, OutputThatCannotBeWrittenIsAFailure) {
     EXPECT_EQ("zndb_tool: can't write the output: Broken pipe\n", closed.errors);
 }
 
-TEST_F(ZndbTool, OnATerminalControlCharactersAreSpeltOut) {
-    EXPECT_EQ(0, zndb_set("k", "\033[2Jgone"));
-    EXPECT_EQ("\033[2Jgone\n", kTool.output_of({"get", "k"}));
-    EXPECT_EQ("\\x1b[2Jgone\r\n", run_on_terminal({"zndb_tool", "get", "k"}, {}).output);
-}
-
-TEST_F(ZndbTool, ColoursAreForTerminalsOnly) {
-    EXPECT_EQ(0, zndb_set("k", "v"));
-    EXPECT_NE(std::string::npos, run_on_terminal({"zndb_tool", "dump"}, {}).output.find("\033[1mk\033[0m=v"));
-    EXPECT_EQ(std::string::npos, kTool.output_of({"dump"}).find('\033'));
-}
-
-TEST_F(ZndbTool, HelpFitsATerminalOf40Columns) {
-    TerminalOptions narrow;
-    narrow.columns = 40;
-    for (const char *command : {"set", "get", "import"}) {
-        std::string help = run_on_terminal({"zndb_tool", command, "--help"}, narrow).output;
-        help.resize(help.find("Examples:"));
-        size_t begin = 0;
-        for (size_t end = 0; (end = help.find("\r\n", begin)) != std::string::npos; begin = end + 2) {
-            EXPECT_LE(end - begin, 40u) << help.substr(begin, end - begin);
-        }
-    }
-}
-
-TEST_F(ZndbTool, ASecretThatIsTypedIsNotShown) {
-    TerminalOptions typing;
-    typing.type_after = "value of wifi_key: ";
-    typing.typed = "correct horse\n";
-    const ToolEnd end = run_on_terminal({"zndb_tool", "set", "--secret", "wifi_key"}, typing);
-    EXPECT_EQ(0, end.status) << end.output;
-    EXPECT_EQ(std::string::npos, end.output.find("horse"));
-    EXPECT_EQ("correct horse\n", kTool.output_of({"get", "--secret", "wifi_key"}));
-}
-
-TEST_F(ZndbTool, CtrlCWhileTypingChangesNothing) {
-    TerminalOptions typing;
-    typing.type_after = "value of wifi_key: ";
-    typing.typed = "correct\003";
-    const ToolEnd end = run_on_terminal({"zndb_tool", "set", "--secret", "wifi_key"}, typing);
-    EXPECT_EQ(130, end.status) << end.output;
-    EXPECT_EQ("ret 3", plain("wifi_key"));
-}
-
 TEST_F(ZndbTool, CompletesCommandsOptionsTypesAndKeys) {
     EXPECT_EQ(0, zndb_set("lan_ip", "1"));
     EXPECT_EQ(0, zndb_set_perm_data("lan_mac", "1"));
@@ -422,6 +382,7 @@ TEST_F(ZndbTool, CompletesCommandsOptionsTypesAndKeys) {
     EXPECT_EQ("uchar\nushort\nuint\nulong\nullong\n", kTool.output_of({"--complete", "get", "--type", "u"}));
     EXPECT_EQ("lan_ip\nlan_mac\n", kTool.output_of({"--complete", "get", "--perm", "other", "lan"}));
     EXPECT_EQ("", kTool.output_of({"--complete", "import", ""}));
+    EXPECT_EQ(kTool.output_of({"--complete", ""}), kTool.output_of({"--complete"}));
 }
 
 }  // namespace

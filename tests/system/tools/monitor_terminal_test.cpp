@@ -1,0 +1,193 @@
+/*
+ * monitor_tool at a terminal: tables that fit, questions, and the screen that refreshes.
+ */
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <string>
+
+#include "support/wait_until.h"
+#include "system/tools/monitor_fixture.h"
+#include "system/tools/tool_checks.h"
+
+namespace {
+
+const ToolChecks kTool("monitor_tool");
+
+using MonitorAtATerminal = MonitorTool;
+
+/* A terminal whose other end the test holds, and lets go of. */
+class Terminal {
+  public:
+    Terminal() : fd_(::posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC)) {
+        EXPECT_EQ(0, ::grantpt(fd_));
+        EXPECT_EQ(0, ::unlockpt(fd_));
+    }
+    ~Terminal() { hang_up(); }
+    Terminal(const Terminal &) = delete;
+    Terminal &operator=(const Terminal &) = delete;
+
+    std::string path() const {
+        char name[64] = "";
+        EXPECT_EQ(0, ::ptsname_r(fd_, name, sizeof(name)));
+        return name;
+    }
+
+    /* Waits until it shows the text. */
+    bool wait_for(const std::string &text) {
+        char piece[4096];
+        for (std::string shown; shown.find(text) == std::string::npos;) {
+            const ssize_t count = ::read(fd_, piece, sizeof(piece));
+            if (count <= 0) {
+                return false;
+            }
+            shown.append(piece, static_cast<size_t>(count));
+        }
+        return true;
+    }
+
+    void hang_up() {
+        if (fd_ >= 0) {
+            ::close(fd_);
+            fd_ = -1;
+        }
+    }
+
+  private:
+    int fd_;
+};
+
+/* What a terminal shows between the change to a screen of its own and the change back. */
+std::string screen_of(const std::string &output) {
+    const std::string enter = "\033[?1049h\033[?25l";
+    const std::string leave = "\033[?25h\033[?1049l";
+    EXPECT_EQ(0u, output.find(enter));
+    EXPECT_EQ(output.size() - leave.size(), output.rfind(leave));
+    return output.substr(enter.size(), output.size() - enter.size() - leave.size());
+}
+
+TEST_F(MonitorAtATerminal, TheListFitsATerminalOf40Columns) {
+    TerminalOptions narrow;
+    narrow.columns = 40;
+    const ToolEnd end = run_on_terminal({"monitor_tool", "list"}, narrow);
+    EXPECT_EQ(0, end.status);
+    EXPECT_NE(std::string::npos, end.output.find("STATUS  MEMORY  TIME\033[0m\r\n")) << end.output;
+    const std::vector<std::string> lines = lines_of(end.output);
+    for (size_t i = 1; i < lines.size(); ++i) {
+        EXPECT_LE(lines[i].size(), 41u) << lines[i];
+    }
+}
+
+TEST_F(MonitorAtATerminal, AsksAtATerminal) {
+    start_monitor();
+    TerminalOptions typing;
+    typing.type_after = "shut the device down? [y/N] ";
+    typing.typed = "n\n";
+    const ToolEnd no = run_on_terminal({"monitor_tool", "shutdown"}, typing);
+    EXPECT_EQ(1, no.status);
+    EXPECT_NE(std::string::npos, no.output.find("nothing was done")) << no.output;
+    typing.typed = "\003";
+    EXPECT_EQ(128 + SIGINT, run_on_terminal({"monitor_tool", "shutdown"}, typing).status);
+    EXPECT_TRUE(monitor_->messages().empty());
+    typing.typed = "Yes\n";
+    EXPECT_EQ(0, run_on_terminal({"monitor_tool", "shutdown"}, typing).status);
+    EXPECT_TRUE(monitor_->wait_for_message("51 1003 4 00000000"));
+    const ToolEnd unasked = run_on_terminal({"monitor_tool", "reboot", "--yes"}, {});
+    EXPECT_EQ("the monitor was asked to reboot the device\r\n", unasked.output);
+}
+
+TEST_F(MonitorAtATerminal, TopDrawsUntilQAndLeavesTheTerminalAsItWas) {
+    TerminalOptions typing;
+    typing.type_after = "q quits";
+    typing.typed = "srq";
+    const ToolEnd end = run_on_terminal({"monitor_tool", "top", "--interval", "60", "--running"}, typing);
+    EXPECT_EQ(0, end.status);
+    const std::string screen = screen_of(end.output);
+    EXPECT_NE(std::string::npos, screen.find("\033[H1 of 1 modules run, by memory\033[K\r\n")) << screen;
+    EXPECT_NE(std::string::npos, screen.find("\r\nwlan     running      0 ")) << screen;
+    EXPECT_NE(std::string::npos, screen.find("\033[H1 of 1 modules run, by time\033[K\r\n")) << screen;
+}
+
+TEST_F(MonitorAtATerminal, TopLooksAgainAndEndsWithCtrlC) {
+    hang_wlan();
+    TerminalOptions typing;
+    typing.columns = 40;
+    typing.type_after = "\033[H0 of 1 modules run, by time";
+    typing.typed = "\003";
+    const ToolEnd end = run_on_terminal(
+        {"monitor_tool", "top", "--interval", "0.01", "--running", "--sort", "time", "--timeout", "0.05"},
+        typing);
+    EXPECT_EQ(0, end.status);
+    for (std::string line : lines_of(screen_of(end.output))) {
+        line.erase(line.find("\033[K"));
+        EXPECT_LE(line.size(), 40u + sizeof("\033[H") + sizeof("\033[1m\033[0m")) << line;
+    }
+}
+
+TEST_F(MonitorAtATerminal, TopPrintsOnceWhereNothingCanBeDrawn) {
+    const std::string output = kTool.output_of({"top", "--running"});
+    EXPECT_EQ(2u, lines_of(output).size());
+    EXPECT_NE("no row", row_of(output, "wlan"));
+    EXPECT_EQ(std::string::npos, output.find('\033'));
+    EXPECT_EQ(lines_of(kTool.output_of({"list"})).size(),
+              lines_of(kTool.output_of({"top", "--sort", "id"})).size());
+    TerminalOptions dumb;
+    dumb.environment = {"TERM=dumb"};
+    EXPECT_EQ(std::string::npos, run_on_terminal({"monitor_tool", "top"}, dumb).output.find('\033'));
+}
+
+TEST_F(MonitorAtATerminal, TopEndsWithCtrlCBetweenTwoLooks) {
+    TerminalOptions typing;
+    typing.type_after = "q quits";
+    typing.typed = "\003";
+    const ToolEnd end = run_on_terminal({"monitor_tool", "top", "--interval", "60"}, typing);
+    EXPECT_EQ(0, end.status);
+    EXPECT_NE(std::string::npos, screen_of(end.output).find(" modules run, by memory"));
+}
+
+TEST_F(MonitorAtATerminal, ATerminalThatGoesAwayEndsTop) {
+    Terminal terminal;
+    ChildProcess top(
+        {"bash", "-c",
+         "exec " + tool_path("monitor_tool") + " top --interval 0.01 < /dev/null > " + terminal.path()},
+        {"QUOR_DEBUG=0", "TERM=xterm"});
+    EXPECT_TRUE(terminal.wait_for("q quits"));
+    terminal.hang_up();
+    EXPECT_EQ(1, top.exit_status());
+    EXPECT_EQ("monitor_tool: can't write the output: Input/output error\n", top.errors());
+}
+
+TEST_F(MonitorAtATerminal, NoAnswerToItsQuestionIsNo) {
+    start_monitor();
+    TerminalOptions typing;
+    typing.type_after = "[y/N] ";
+    typing.typed = "\004";
+    const ToolEnd end = run_on_terminal({"monitor_tool", "reboot"}, typing);
+    EXPECT_EQ(1, end.status);
+    EXPECT_NE(std::string::npos, end.output.find("nothing was done")) << end.output;
+}
+
+TEST_F(MonitorAtATerminal, AMonitorThatGoesAwayMeanwhileIsSaidSo) {
+    start_monitor();
+    TerminalOptions typing;
+    typing.type_after = "[y/N] ";
+    typing.before_typing = [this] { monitor_->process().kill(); };
+    typing.typed = "y\n";
+    const ToolEnd end = run_on_terminal({"monitor_tool", "reboot"}, typing);
+    EXPECT_EQ(3, end.status);
+    EXPECT_NE(std::string::npos, end.output.find("reboot failed: monitor went away")) << end.output;
+}
+
+TEST_F(MonitorAtATerminal, EventsFitIt) {
+    std::filesystem::create_directories(kEvents);
+    ASSERT_TRUE(write_text(std::string(kEvents) + "/weather", "wlan\nrouter\nlcd\n"));
+    TerminalOptions narrow;
+    narrow.columns = 24;
+    EXPECT_EQ("\033[2m# /m_data/usr/subscribe\033[0m\r\n  weather\r\n      wlan router lcd\r\n",
+              run_on_terminal({"monitor_tool", "events"}, narrow).output);
+}
+
+}  // namespace
