@@ -3,6 +3,9 @@
  */
 #include "frwk_common/module_run_list.h"
 
+#include <fcntl.h>
+
+#include <cerrno>
 #include <set>
 #include <string>
 
@@ -13,6 +16,7 @@
 #include "unit/frwk_common/module_fixture.h"
 
 namespace base = doubles::base;
+namespace libc = doubles::libc;
 
 namespace {
 
@@ -180,6 +184,18 @@ TEST_F(ModuleRunListTest, ReportsAMissingList) {
     EXPECT_EQ(load_what_is_there(), Ids{});
     EXPECT_TRUE(
         logged_once(log_, kWarningLevel, kLoader, "can't found apps run cfg file(/etc/quor_apps_startup)!"));
+}
+
+TEST_F(ModuleRunListTest, AListThatCannotBeReadIsReported) {
+    libc::fread.stand_in([](void *text, size_t size, size_t count, FILE *file) {
+        const int folder = ::open("/", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+        (void)::dup2(folder, ::fileno(file));
+        (void)::close(folder);
+        return libc::fread.real(text, size, count, file);
+    });
+    EXPECT_EQ(load("wlan\n"), Ids{});
+    EXPECT_TRUE(
+        logged_once(log_, kWarningLevel, kLoader, with_errno("read apps run cfg file error!", EISDIR)));
 }
 
 TEST_F(ModuleRunListTest, AFolderInPlaceOfTheListMarksNoModule) {
