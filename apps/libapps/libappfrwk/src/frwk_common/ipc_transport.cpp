@@ -101,15 +101,9 @@ Connected connect_within(int fd, const IpcAddress &address, uint32_t timeout) {
     return connected ? Connected::kNonBlocking : Connected::kFailed;
 }
 
+/* state: not a failure. */
 bool make_patient(int fd, Connected state) {
-    switch (state) {
-        case Connected::kNonBlocking:
-            return set_blocking(fd);
-        case Connected::kLimited:
-            return set_send_limit(fd, Clock::duration::zero());
-        default:
-            return false;
-    }
+    return state == Connected::kLimited ? set_send_limit(fd, Clock::duration::zero()) : set_blocking(fd);
 }
 
 /* Opens a connection to a module's socket; no descriptor where that failed. */
