@@ -189,6 +189,17 @@ TEST_F(OsMem, HandsOutABlockOf64MiB) {
     os_mem_free(block);
 }
 
+TEST_F(OsMem, AsksTheCLibraryForTheBlockAndAHeaderOnly) {
+    size_t asked = 0;
+    doubles::libc::calloc.stand_in([&asked](size_t count, size_t size) {
+        asked = count * size;
+        return doubles::libc::calloc.real(count, size);
+    });
+    os_mem_free(os_mem_malloc(100000));
+    EXPECT_GE(asked, 100000u);
+    EXPECT_LE(asked, 100000u + 2 * alignof(std::max_align_t));
+}
+
 TEST_F(OsMem, RefusesABlockAbove64MiB) {
     for (const size_t size : {size_t{OS_MEM_BLOCK_MAX} + 1, size_t{UINT32_MAX}, SIZE_MAX - 8, SIZE_MAX}) {
         errno = 0;

@@ -3,6 +3,7 @@
  */
 #include <sys/stat.h>
 
+#include <climits>
 #include <cstring>
 
 #include "frwk_dbrm.h"
@@ -172,6 +173,16 @@ TEST_F(Backup, InAFoldersPlaceIsAnIoErrorAndTheFolderStays) {
 
 TEST_F(Backup, OfAPathThatIsTooLongIsAnIoError) {
     const std::string path = "/m_data/usr/" + std::string(5000, 'p');
+    EXPECT_EQ(E_APPS_ERR_IO, frwk_dbrm_backup(path.c_str()));
+    expect_warning("frwk_dbrm_backup_process", with_errno("create backup file error!", ENAMETOOLONG));
+}
+
+TEST_F(Backup, OfAPathWithoutRoomForTheUnfinishedFilesNameIsAnIoError) {
+    std::string path = "/m_data/usr/";
+    while (path.size() < PATH_MAX - 4) {
+        path += "./";
+    }
+    path += "p";
     EXPECT_EQ(E_APPS_ERR_IO, frwk_dbrm_backup(path.c_str()));
     expect_warning("frwk_dbrm_backup_process", with_errno("create backup file error!", ENAMETOOLONG));
 }
