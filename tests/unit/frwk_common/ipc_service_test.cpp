@@ -164,6 +164,7 @@ TEST_F(IpcAcceptTest, ServesThePeerThatComesWhenADescriptorIsFreeAgain) {
     start_with_failing_accepts(1, EMFILE);
     waiting.get_future().wait();
     EXPECT_EQ(ask_module("router", request(4)), words({0, 4, 0}));
+    EXPECT_EQ(base::os_msleep.calls() + base::os_sleep.calls(), 0u);
 }
 
 TEST_F(IpcAcceptTest, PausesAfterAnErrorThatLasts) {
