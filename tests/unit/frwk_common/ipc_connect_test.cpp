@@ -56,6 +56,17 @@ class IpcConnectTest : public ModuleTest {
         });
     }
 
+    /* Waiting for a place in a full queue can't begin: nothing is left of the connection, and nothing told.
+     */
+    void expect_no_wait_at_a_full_queue() {
+        connect_fails_with(EAGAIN);
+        const size_t before = open_descriptors();
+        EXPECT_EQ(frwk_ipc_connect(kWlan, 3600), -1);
+        EXPECT_EQ(open_descriptors(), before);
+        EXPECT_EQ(libc::connect.calls(), 2u);
+        EXPECT_EQ(log_.text(), "");
+    }
+
     LogCapture log_;
     int made_ = -1;
     int wait_limit_ = -2;
@@ -268,6 +279,47 @@ TEST_F(IpcConnectTest, LeavesNoTimeLimitOnAConnectionThatWaited) {
     EXPECT_EQ(limit.tv_usec, 0);
     close_all(queued);
     (void)close(fd);
+}
+
+TEST_F(IpcConnectTest, WaitsAtAFullQueueForTheRestOfTheLimitAfterASignal) {
+    const TestListener wlan("wlan");
+    libc::connect.stand_in([](int fd, const sockaddr *address, socklen_t size) {
+        if (libc::connect.calls() > 3) {
+            return libc::connect.real(fd, address, size);
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        errno = libc::connect.calls() == 3 ? EINTR : EAGAIN;
+        return -1;
+    });
+    std::vector<std::chrono::microseconds> limits;
+    libc::setsockopt.stand_in([&limits](int fd, int level, int name, const void *value, socklen_t size) {
+        const auto *limit = static_cast<const timeval *>(value);
+        limits.push_back(std::chrono::seconds(limit->tv_sec) + std::chrono::microseconds(limit->tv_usec));
+        return libc::setsockopt.real(fd, level, name, value, size);
+    });
+    const int fd = frwk_ipc_connect(kWlan, kPeerLimitSeconds);
+    EXPECT_GE(fd, 0) << log_.text();
+    ASSERT_EQ(limits.size(), 3u); /* the last takes the limit away */
+    EXPECT_LE(limits[0], std::chrono::seconds(kPeerLimitSeconds));
+    EXPECT_LE(limits[1], limits[0] - std::chrono::milliseconds(1));
+    EXPECT_EQ(limits[2].count(), 0);
+    (void)close(fd);
+}
+
+TEST_F(IpcConnectTest, GivesUpAFullQueueWhenTheSocketCanNotBeMadeToWait) {
+    libc::fcntl.stand_in([](int, int, void *) {
+        errno = EIO;
+        return -1;
+    });
+    expect_no_wait_at_a_full_queue();
+}
+
+TEST_F(IpcConnectTest, GivesUpAFullQueueWhenTheWaitCanNotBeLimited) {
+    libc::setsockopt.stand_in([](int, int, int, const void *, socklen_t) {
+        errno = EDOM;
+        return -1;
+    });
+    expect_no_wait_at_a_full_queue();
 }
 
 TEST_F(IpcConnectTest, ReachesTheListenerOfOneThatOnlyTellsWithoutAnotherCall) {

@@ -180,6 +180,10 @@ TEST_F(IpcDispatchTest, StatusNeedsFourBytes) {
     EXPECT_EQ(dispatch_for_answer(6, &rsp), 0);
 }
 
+TEST_F(IpcDispatchTest, StatusNeedsABuffer) {
+    EXPECT_EQ(frwk_ipc_msg_handle(5, 6, nullptr, 0, nullptr, 4, 3), 3);
+}
+
 TEST_F(IpcDispatchTest, StatusWritesFourBytesOnly) {
     frwk_set_module_status(7);
     Bytes rsp = pattern(12);

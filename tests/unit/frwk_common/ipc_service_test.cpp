@@ -167,6 +167,26 @@ TEST_F(IpcAcceptTest, ServesThePeerThatComesWhenADescriptorIsFreeAgain) {
     EXPECT_EQ(base::os_msleep.calls() + base::os_sleep.calls(), 0u);
 }
 
+TEST_F(IpcAcceptTest, ServesThePeerThatComesWhenTheSystemHasADescriptorAgain) {
+    start_with_failing_accepts(1, ENFILE);
+    EXPECT_EQ(ask_module("router", request(4)), words({0, 4, 0}));
+    EXPECT_EQ(base::os_msleep.calls() + base::os_sleep.calls(), 0u);
+}
+
+TEST_F(IpcAcceptTest, PausesWhenItCanNotWaitForAPeer) {
+    base::os_msleep.stand_in([](uint32_t) {});
+    libc::poll.stand_in([](pollfd *fds, nfds_t count, int limit) {
+        if (limit < 0) {
+            errno = ENOMEM;
+            return -1;
+        }
+        return libc::poll.real(fds, count, limit);
+    });
+    start_with_failing_accepts(1, EMFILE);
+    EXPECT_EQ(ask_module("router", request(4)), words({0, 4, 0}));
+    EXPECT_EQ(base::os_msleep.calls(), 1u);
+}
+
 TEST_F(IpcAcceptTest, PausesAfterAnErrorThatLasts) {
     base::os_msleep.stand_in([](uint32_t) {});
     start_with_failing_accepts(3, ENOMEM);

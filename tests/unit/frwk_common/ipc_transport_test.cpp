@@ -222,6 +222,14 @@ TEST_F(IpcRecvTest, WorksOnANonBlockingDescriptor) {
     peer.join();
 }
 
+TEST_F(IpcRecvTest, TakesAnEmptyNonBlockingDescriptorForAFailureWithoutALimit) {
+    ASSERT_EQ(fcntl(pair_.subject(), F_SETFL, O_NONBLOCK), 0);
+    write_bytes(pair_.test(), pattern(10));
+    EXPECT_EQ(recv(24, 0), 10);
+    EXPECT_TRUE(logged_once(log_, kWarningLevel, with_errno("socket recv size error!", EAGAIN)));
+    EXPECT_EQ(libc::poll.calls(), 0u);
+}
+
 TEST_F(IpcRecvTest, WaitsOnDescriptorsAbove1024) {
     rlimit limit = {};
     ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &limit), 0);
@@ -312,6 +320,15 @@ TEST_F(IpcRecvTest, ReadsAHeadAloneWhenNothingElseIsWanted) {
     write_bytes(pair_.test(), pattern(30));
     Bytes head(8);
     EXPECT_EQ(frwk_ipc_recv_parts(pair_.subject(), head.data(), 8, nullptr, 0), 8);
+    EXPECT_EQ(head, slice(pattern(30), 0, 8));
+}
+
+/* The kernel may refuse an address beyond the process even for a part of no bytes. */
+TEST_F(IpcRecvTest, ReadsAHeadAloneWhereverTheRestWouldBe) {
+    write_bytes(pair_.test(), pattern(30));
+    Bytes head(8);
+    auto *nowhere = reinterpret_cast<void *>(UINTPTR_MAX);
+    EXPECT_EQ(frwk_ipc_recv_parts(pair_.subject(), head.data(), 8, nowhere, 0), 8);
     EXPECT_EQ(head, slice(pattern(30), 0, 8));
 }
 
@@ -467,4 +484,33 @@ TEST_F(IpcSendTest, ReportsADescriptorThatCanNotBeMadeToWait) {
     const Bytes bytes = pattern(size_t{4} * 1024 * 1024);
     EXPECT_LT(tell(bytes, 24), static_cast<int32_t>(bytes.size()));
     EXPECT_TRUE(logged_once(log_, kWarningLevel, with_errno("ipc send error!", EBADF)));
+}
+
+TEST_F(IpcSendTest, ReportsADescriptorWhoseTimeLimitCanNotBeTakenAway) {
+    io_faults::on_write([](const io_faults::Output &, int, const void *, size_t) -> ssize_t {
+        errno = EAGAIN;
+        return -1;
+    });
+    libc::setsockopt.stand_in([](int, int, int, const void *, socklen_t) {
+        errno = EDOM;
+        return -1;
+    });
+    EXPECT_EQ(tell(pattern(100), 24), 0);
+    EXPECT_EQ(io_faults::writes(), 1u);
+    EXPECT_TRUE(logged_once(log_, kWarningLevel, with_errno("ipc send error!", EDOM)));
+}
+
+TEST_F(IpcSendTest, MakesADescriptorWaitOnceOnly) {
+    unsigned tries = 0;
+    io_faults::on_write([&](const io_faults::Output &real, int fd, const void *buf, size_t) -> ssize_t {
+        if (++tries == 2) {
+            return real(fd, buf, 4);
+        }
+        errno = EAGAIN;
+        return -1;
+    });
+    EXPECT_EQ(tell(pattern(100), 24), 4);
+    EXPECT_EQ(tries, 3u);
+    EXPECT_TRUE(logged_once(log_, kWarningLevel, with_errno("ipc send error!", EAGAIN)));
+    EXPECT_EQ(arrived(), slice(pattern(100), 0, 4));
 }

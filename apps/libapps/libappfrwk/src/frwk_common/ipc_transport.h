@@ -33,7 +33,7 @@ int32_t frwk_ipc_recv_some(int fd, void *buf, uint32_t least, uint32_t most, int
 
 /*
  * Reads the whole head and, with it, what has arrived behind it, without a limit.
- * rest, rest_size: receives the bytes behind the head; 0 for none wanted.
+ * rest, rest_size: receives the bytes behind the head; with a size of 0 none, and rest may be anything.
  * Returns the bytes read, those of the head included; fewer than head_size as frwk_ipc_recv.
  */
 int32_t frwk_ipc_recv_parts(int fd, void *head, uint32_t head_size, void *rest, uint32_t rest_size);
