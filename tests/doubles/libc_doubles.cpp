@@ -29,6 +29,7 @@ ssize_t __real_write(int, const void *, size_t);
 ssize_t __real_writev(int, const iovec *, int);
 int __real_close(int);
 int __real_fsync(int);
+int __real_ftruncate64(int, off_t);
 int __real_fchmod(int, mode_t);
 int __real_rename(const char *, const char *);
 int __real_unlink(const char *);
@@ -104,6 +105,7 @@ Double<ssize_t(int, const void *, size_t)> write(__real_write);
 Double<ssize_t(int, const iovec *, int)> writev(__real_writev);
 Double<int(int)> close(__real_close);
 Double<int(int)> fsync(__real_fsync);
+Double<int(int, off_t)> ftruncate(__real_ftruncate64);
 Double<int(int, mode_t)> fchmod(__real_fchmod);
 Double<int(const char *, const char *)> rename(__real_rename);
 Double<int(const char *)> unlink(__real_unlink);
@@ -210,6 +212,10 @@ int __wrap_close(int a) {
 
 int __wrap_fsync(int a) {
     return doubles::libc::fsync(a);
+}
+
+int __wrap_ftruncate64(int a, off_t b) {
+    return doubles::libc::ftruncate(a, b);
 }
 
 int __wrap_fchmod(int a, mode_t b) {

@@ -44,6 +44,7 @@ extern Double<ssize_t(int, const void *, size_t)> write;
 extern Double<ssize_t(int, const iovec *, int)> writev;
 extern Double<int(int)> close;
 extern Double<int(int)> fsync;
+extern Double<int(int, off_t)> ftruncate;
 extern Double<int(int, mode_t)> fchmod;
 extern Double<int(const char *, const char *)> rename;
 extern Double<int(const char *)> unlink;

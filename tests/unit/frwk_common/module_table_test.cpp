@@ -222,6 +222,13 @@ TEST_F(DisabledModules, CutsThePathToTheBufferAndWritesNothingBehindIt) {
     EXPECT_EQ('#', path[10]);
 }
 
+TEST_F(DisabledModules, ABufferWithoutRoomStaysAsItIs) {
+    char path[] = "##";
+    disable("wlan");
+    EXPECT_EQ(1, frwk_module_disabled(E_APPS_MODULE_WLAN, path, 0));
+    EXPECT_STREQ("##", path);
+}
+
 TEST_F(DisabledModules, ACutPathIsTheOneThatIsLookedFor) {
     char path[sizeof("/m_data/factor")];
     EXPECT_EQ(1, frwk_module_disabled(E_APPS_MODULE_WLAN, path, sizeof(path)));

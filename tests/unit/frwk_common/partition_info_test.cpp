@@ -70,6 +70,13 @@ TEST_F(PartitionInfo, ALineEndIsDroppedBeforeTheLastCharacter) {
     EXPECT_EQ(45, number_);
 }
 
+TEST_F(PartitionInfo, ALineThatBeginsWithANulIs0) {
+    doubles::base::os_popen.stand_in(
+        [](const char *, const char *mode) { return doubles::base::os_popen.real("printf '\\0'", mode); });
+    EXPECT_EQ(0, ask("m_data", 5));
+    EXPECT_EQ(0, number_);
+}
+
 TEST_F(PartitionInfo, AColumnThatIsNotThereIs0) {
     tool_prints("m_data\n");
     EXPECT_EQ(0, ask("m_data", 5));

@@ -142,6 +142,18 @@ TEST_F(SubscribeTest, LeavesNoPartOfALineThatCanNotBeWrittenWhole) {
     }
 }
 
+TEST_F(SubscribeTest, TellsAPartOfALineThatStaysFromAFullDisk) {
+    write_file(kLinkFile, "wlan\n");
+    libc::writev.stand_in([](int fd, const iovec *line, int) { return libc::writev.real(fd, line, 1); });
+    libc::ftruncate.stand_in([](int, off_t) {
+        errno = EFBIG;
+        return -1;
+    });
+    EXPECT_EQ(frwk_ipc_msg_sub("link"), 12);
+    EXPECT_TRUE(logged_once(log_, kWarningLevel, kSub, with_errno(kNotOpened, EIO)));
+    EXPECT_EQ(read_file(kLinkFile), "wlan\nrouter");
+}
+
 TEST_F(SubscribeTest, IsWrittenInOneCall) {
     EXPECT_EQ(frwk_ipc_msg_sub("link"), 0);
     EXPECT_EQ(libc::writev.calls(), 1u);

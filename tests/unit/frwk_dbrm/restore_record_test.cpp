@@ -54,6 +54,13 @@ class RestoreRecord : public DbrmTest {
         });
     }
 
+    static void sync_fails_with(int error) {
+        doubles::libc::fsync.stand_in([error](int) {
+            errno = error;
+            return -1;
+        });
+    }
+
     void expect_warning(const char *function, const std::string &text) {
         EXPECT_TRUE(logged_once(log(), kWarningLevel, function, text));
     }
@@ -200,6 +207,20 @@ TEST_F(RestoreFile, ThatIsLostOnClosingLeavesNoHalfFile) {
     EXPECT_EQ(E_APPS_ERR_WRITE, restore_file(kTarget, "data"));
     EXPECT_FALSE(exists(kTarget));
     expect_warning("frwk_dbrm_restore_file", with_errno("write restore target file error!", EIO));
+}
+
+TEST_F(RestoreFile, ThatTheDiskDoesNotKeepLeavesNoHalfFile) {
+    sync_fails_with(EIO);
+    EXPECT_EQ(E_APPS_ERR_WRITE, restore_file(kTarget, "data"));
+    EXPECT_FALSE(exists(kTarget));
+    expect_warning("frwk_dbrm_restore_file", with_errno("write restore target file error!", EIO));
+}
+
+TEST_F(RestoreFile, WhereNothingCanBeSyncedIsRestored) {
+    sync_fails_with(EINVAL);
+    EXPECT_EQ(E_APPS_ERR_SUCCESS, restore_file(kTarget, "data"));
+    EXPECT_EQ(1u, doubles::libc::fsync.calls());
+    EXPECT_EQ("data", file_text(kTarget));
 }
 
 class RestoreDb : public RestoreRecord {};

@@ -268,6 +268,14 @@ TEST(JsonItem, RefusesNull) {
     EXPECT_EQ(log.count("parameter is null!"), 3u) << log.text();
 }
 
+TEST(JsonItem, HasNoRoomInADestinationOfNoBytes) {
+    const OwnedJson object = object_with("1");
+    const LogCapture log;
+    EXPECT_EQ(frwk_get_json_item_value(object.get(), FRWK_DATA_TYPE_INT, "v", nullptr, 0),
+              E_APPS_ERR_OUTOFBUF);
+    EXPECT_TRUE(log.contains(assertion("size >= sizeof(int)", "int value out of buf"))) << log.text();
+}
+
 TEST(JsonItem, ReadsAMemberOfAMember) {
     const OwnedJson object = object_with("{\"w\":7}");
     const json_item *member = json_get_object_item(object.get(), "v");

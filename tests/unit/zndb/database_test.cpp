@@ -441,7 +441,7 @@ TEST_F(DatabaseTest, ACrashBetweenTheRenameAndTheJournalsCutIsHarmless) {
 
 TEST_F(DatabaseTest, AJournalThatCantBeCutDoesNotFailTheSave) {
     database_->set(P, "k", "1");
-    truncate_double.stand_in([](int, off_t) {
+    doubles::libc::ftruncate.stand_in([](int, off_t) {
         errno = EIO;
         return -1;
     });

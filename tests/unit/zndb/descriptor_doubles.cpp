@@ -2,19 +2,13 @@
 
 extern "C" {
 
-int __real_ftruncate64(int fd, off_t size);
 int __real_fstat64(int fd, struct stat *info);
 
 }  // extern "C"
 
-doubles::Double<int(int, off_t)> truncate_double(__real_ftruncate64);
 doubles::Double<int(int, struct stat *)> fstat_double(__real_fstat64);
 
 extern "C" {
-
-int __wrap_ftruncate64(int fd, off_t size) {
-    return truncate_double(fd, size);
-}
 
 int __wrap_fstat64(int fd, struct stat *info) {
     return fstat_double(fd, info);

@@ -1,12 +1,10 @@
 /*
- * Doubles of what is asked of an open file, which only these tests stand in for.
+ * A double of what is asked of an open file, which only these tests stand in for.
  */
 #pragma once
 
 #include <sys/stat.h>
-#include <sys/types.h>
 
 #include "doubles/double.h"
 
-extern doubles::Double<int(int, off_t)> truncate_double;
 extern doubles::Double<int(int, struct stat *)> fstat_double;

@@ -186,7 +186,7 @@ TEST_F(OpenJournal, AFullDiskRefusesTheRecordAndKeepsNoHalfLine) {
 
 TEST_F(OpenJournal, AHalfLineThatCantBeCutOffIsCutBeforeTheNextRecord) {
     limit_disk(3);
-    truncate_double.stand_in([](int, off_t) {
+    doubles::libc::ftruncate.stand_in([](int, off_t) {
         errno = EIO;
         return -1;
     });
@@ -195,7 +195,7 @@ TEST_F(OpenJournal, AHalfLineThatCantBeCutOffIsCutBeforeTheNextRecord) {
     doubles::libc::write.restore();
     EXPECT_EQ(EIO, journal_.append(kSetB));
     EXPECT_EQ("P+a=1\nM+b", content_of(kPath));
-    truncate_double.restore();
+    doubles::libc::ftruncate.restore();
     EXPECT_EQ(0, journal_.append(kSetB));
     EXPECT_EQ("P+a=1\nM+b=2\n", content_of(kPath));
 }
@@ -256,7 +256,7 @@ TEST_F(OpenJournal, EmptyingTakesNoRoom) {
 }
 
 TEST_F(OpenJournal, AFailedEmptyingLeavesTheJournalAsItWas) {
-    truncate_double.stand_in([](int, off_t) {
+    doubles::libc::ftruncate.stand_in([](int, off_t) {
         errno = EIO;
         return -1;
     });

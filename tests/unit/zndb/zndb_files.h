@@ -90,7 +90,7 @@ inline void end_faults() {
     doubles::libc::rename.restore();
     doubles::libc::fsync.restore();
     doubles::libc::mkdir.restore();
-    truncate_double.restore();
+    doubles::libc::ftruncate.restore();
 }
 
 /* A test in which the disk may fail. The log is captured all the while. */
