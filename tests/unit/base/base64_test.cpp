@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cerrno>
 #include <memory>
 #include <random>
 #include <string>
@@ -204,6 +205,16 @@ TEST_F(Base64, LackOfMemoryGivesNull) {
     EXPECT_EQ(nullptr, base64_encrypt("foo", 3));
     EXPECT_EQ(nullptr, base64_decrypt("Zm9v", 4, &count));
     EXPECT_EQ(kUntouched, count);
+}
+
+/* The longest data is asked for, as any length is whose text is too long, and refused by the memory. */
+TEST_F(Base64, DataAsLongAsABlockIsARefusalThatIsCounted) {
+    errno = 0;
+    EXPECT_EQ(nullptr, base64_encrypt("", OS_MEM_BLOCK_MAX));
+    EXPECT_EQ(ENOMEM, errno);
+    os_mem_usage_t after = {};
+    os_mem_usage(&after);
+    EXPECT_EQ(before_.refused + 1, after.refused);
 }
 
 /* Texts of these lengths fit no block; the data is never read. */

@@ -128,6 +128,13 @@ TEST_F(OsLog, CutsATextThatGrowsWhenItIsSpeltOut) {
     EXPECT_GE(4096u, system_messages()[0].second.size());
 }
 
+TEST_F(OsLog, MarksATextThatIsCutBeforeAndAfterItIsSpeltOutOnce) {
+    print_debug(std::string(5000, '\x01').c_str());
+    const std::string line = debug_lines()[0];
+    EXPECT_EQ("...\n", line.substr(line.size() - 4));
+    EXPECT_NE('.', line[line.size() - 5]);
+}
+
 TEST_F(OsLog, CutsLongNamesOfFilesAndFunctions) {
     const std::string name(5000, 'n');
     os_debug_print(OS_LOG_WARNING, name.c_str(), name.c_str(), 7, "text");

@@ -94,6 +94,14 @@ TEST_F(OsProcess, AMissingShellCountsAsAShellThatEndedWith127) {
     EXPECT_EQ(127, WEXITSTATUS(status));
 }
 
+TEST_F(OsProcess, ACommandRunsWithoutAnEnvironment) {
+    char **const before = environ;
+    environ = nullptr;
+    const int32_t status = os_system("test -z \"$HOME\"");
+    environ = before;
+    EXPECT_EQ(0, status);
+}
+
 TEST_F(OsProcess, AnInterruptedWaitGoesOn) {
     doubles::libc::waitpid.stand_in([](pid_t pid, int *status, int options) {
         if (doubles::libc::waitpid.calls() < 3) {

@@ -302,6 +302,19 @@ TEST_F(OsSem, PassesOnAWaitThatFails) {
     os_sem_close(sem);
 }
 
+/* The wait that failed left its place to the post, which the system's count has no room for. */
+TEST_F(OsSem, PassesOnAPostThatFails) {
+    os_sem *sem = os_sem_create(SEM_VALUE_MAX);
+    ASSERT_NE(nullptr, sem);
+    doubles::libc::sem_wait.stand_in([](sem_t *) {
+        errno = EINVAL;
+        return -1;
+    });
+    EXPECT_EQ(EINVAL, os_sem_wait(sem));
+    EXPECT_EQ(EOVERFLOW, os_sem_post(sem));
+    os_sem_close(sem);
+}
+
 TEST_F(OsSem, CannotBeMadeWithoutMemory) {
     doubles::libc::calloc.stand_in(no_memory);
     EXPECT_EQ(nullptr, os_sem_create(0));

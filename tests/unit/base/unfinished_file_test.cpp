@@ -236,6 +236,17 @@ TEST_F(UnfinishedFiles, ALeftoverThatIsRemovedIsTold) {
         << log.text();
 }
 
+TEST_F(UnfinishedFiles, ALeftoverThatAnotherRemovesFirstIsNotTold) {
+    const LogCapture log;
+    folder_.file(kLeftover, "content");
+    doubles::files::flock.stand_in([this](int fd, int operation) {
+        std::filesystem::remove(folder_.path(kLeftover));
+        return doubles::files::flock.real(fd, operation);
+    });
+    EXPECT_TRUE(UnfinishedFile(target_.c_str(), kKind));
+    EXPECT_EQ("", log.text());
+}
+
 /* Between its making and its lock a file looks like a leftover. */
 TEST_F(UnfinishedFiles, TakenForALeftoverAreMadeAgain) {
     doubles::files::flock.stand_in([this](int fd, int operation) {
