@@ -164,9 +164,6 @@ void Database::apply(const JournalRecord &record) {
             break;
         case Change::kErase:
             held.store.erase(record.key);
-            if (held.unread) {
-                held.store.mark_changed(record.key); /* the file may hold it all the same */
-            }
             break;
         case Change::kClear:
             held.store.clear();

@@ -22,8 +22,8 @@ void Store::erase(std::string_view key) {
     const auto found = values_.find(key);
     if (found != values_.end()) {
         values_.erase(found);
-        changed_keys_.emplace(key);
     }
+    changed_keys_.emplace(key);
 }
 
 void Store::clear() {

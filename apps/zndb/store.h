@@ -31,11 +31,8 @@ class Store {
     /* Sets a value. The caller has asked for room. */
     void set(std::string_view key, std::string_view value);
 
-    /* Deletes a key; nothing happens when it isn't there. */
+    /* Deletes a key. One that isn't there counts as changed all the same: the file may hold it. */
     void erase(std::string_view key);
-
-    /* Counts a key as changed that is as it was: its file may hold something else. */
-    void mark_changed(std::string_view key) { changed_keys_.emplace(key); }
 
     /* Deletes all keys. */
     void clear();

@@ -86,6 +86,29 @@ PowerCut first_saving() {
     return first;
 }
 
+/*
+ * What a service left that was killed behind the rename of its save: the successor's save must make the new
+ * file's name safe, though it finds nothing of the journal's delete left to do.
+ */
+PowerCut saving_after_a_kill() {
+    const std::string path = zndb_paths::kPermFile;
+    PowerCut again = saving("the perm store, after a killed save", StoreId::kPerm, path);
+    const std::string successor = path + zndb_paths::kTemporarySuffix;
+    again.prepare = [path, successor] {
+        const std::string old = lines_with("o");
+        put_text(path, old);
+        put_text(successor, old.substr(old.find('\n') + 1));
+        put_text(zndb_paths::kJournalFile, "M-key0\n");
+    };
+    again.call = [path, successor] {
+        std::filesystem::rename(successor, path);
+        Database database;
+        database.load();
+        EXPECT_EQ(0, database.save());
+    };
+    return again;
+}
+
 /* ---- Enciphered files ----------------------------------------------------------------------------- */
 
 constexpr char kFolder[] = "/m_data/usr/exchange";
@@ -307,6 +330,7 @@ TEST_F(PowerCuts, LeaveTheDatabaseOldOrNew) {
     check_power_cuts(saving("the perm store", StoreId::kPerm, zndb_paths::kPermFile));
     check_power_cuts(saving("the factory overlay", StoreId::kFactory, zndb_paths::kFactoryFile));
     check_power_cuts(first_saving());
+    check_power_cuts(saving_after_a_kill());
 }
 
 TEST_F(PowerCuts, LeaveAFileEncipheredOrNot) {

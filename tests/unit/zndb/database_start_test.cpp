@@ -160,6 +160,70 @@ TEST_F(DatabaseStart, ASuccessorThatCanNotBeRemovedIsNoObstacle) {
     EXPECT_EQ("v", plain("k"));
 }
 
+/* ---- A save whose folder was not synced ------------------------------------------------------------ */
+
+/* From now on no folder can be synced. */
+void fail_folder_sync() {
+    doubles::libc::fsync.stand_in([](int fd) {
+        struct stat info = {};
+        if (::fstat(fd, &info) == 0 && S_ISDIR(info.st_mode)) {
+            errno = EIO;
+            return -1;
+        }
+        return doubles::libc::fsync.real(fd);
+    });
+}
+
+/* The new file is in place by then, so that its successor finds the journal's change done; not so the disk.
+ */
+void expect_saved_again(Database &successor) {
+    doubles::libc::fsync.forget_calls();
+    EXPECT_EQ(0, successor.save());
+    EXPECT_GE(doubles::libc::fsync.calls(), 2u);
+}
+
+TEST_F(DatabaseStart, ADeleteWhoseFolderWasNotSyncedIsSavedByTheSuccessor) {
+    put_file(kPermFile, "deleted=1\nkept=1\n");
+    restart();
+    EXPECT_EQ(0, database_->erase(M, "deleted"));
+    fail_folder_sync();
+    EXPECT_EQ(2007, database_->save());
+    end_faults();
+    EXPECT_EQ("kept=1\n", content_of(kPermFile));
+    restart();
+    EXPECT_EQ("M-deleted\n", content_of(kJournalFile));
+    expect_saved_again(*database_);
+    EXPECT_EQ("kept=1\n", content_of(kPermFile));
+    EXPECT_EQ("", content_of(kJournalFile));
+}
+
+TEST_F(DatabaseStart, ASetOrResetWhoseFolderWasNotSyncedIsSavedByTheSuccessor) {
+    put_file(kPlainFile, "old=1\n");
+    restart();
+    for (const bool resets : {false, true}) {
+        EXPECT_EQ(0, resets ? database_->reset() : database_->set(P, "new", "1"));
+        fail_folder_sync();
+        EXPECT_EQ(2007, database_->save());
+        end_faults();
+        restart();
+        expect_saved_again(*database_);
+    }
+    EXPECT_EQ("", content_of(kPlainFile));
+}
+
+/* Whatever shortens the journal meanwhile. */
+TEST_F(DatabaseStart, ADeleteThatIsNotSavedStaysInTheJournalOfTheSuccessor) {
+    put_file(kPermFile, "deleted=1\n");
+    restart();
+    EXPECT_EQ(0, database_->erase(M, "deleted"));
+    fail_folder_sync();
+    EXPECT_EQ(2007, database_->save());
+    end_faults();
+    restart();
+    EXPECT_EQ(0, database_->save_ram());
+    EXPECT_EQ("M-deleted\n", content_of(kJournalFile));
+}
+
 /* ---- No lock --------------------------------------------------------------------------------------- */
 
 TEST(DatabaseStartDeathTest, ADatabaseWithoutItsLockEndsTheProcess) {

@@ -34,16 +34,11 @@ TEST(Store, SettingAndDeletingAreChanges) {
     EXPECT_FALSE(store.cleared());
 }
 
-TEST(Store, DeletingAMissingKeyChangesNothing) {
+TEST(Store, DeletingAMissingKeyIsAChangeForItsFile) {
     Store store;
     store.erase("k");
-    EXPECT_FALSE(store.changed());
-}
-
-TEST(Store, AMissingKeyCanCountAsChanged) {
-    Store store;
-    store.mark_changed("k");
     EXPECT_EQ(nullptr, store.find("k"));
+    EXPECT_TRUE(store.changed());
     EXPECT_EQ((Store::Keys{"k"}), store.changed_keys());
 }
 
