@@ -22,7 +22,7 @@ constexpr long kRefused = 101;
 class Run {
   public:
     explicit Run(const ZndbRequest &request)
-        : request_(request), before_(answers_after_crash()), after_(before_) {
+        : request_(request), before_(answers_of_files(request.files)), after_(before_) {
         for (const auto &[key, value] : request.changes) {
             after_[key] = value;
         }

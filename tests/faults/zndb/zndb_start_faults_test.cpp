@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <filesystem>
 
 #include "faults/faulty_device.h"
 #include "faults/in_child.h"
@@ -15,6 +16,8 @@
 namespace faults {
 
 namespace {
+
+namespace fs = std::filesystem;
 
 /* What becomes of a start. */
 enum Start : long {
@@ -62,10 +65,18 @@ void change_and_save(Database &database, Answers &expected) {
     }
 }
 
+/* The start that is watched must be the first: an earlier one has made the journal and its folder. */
+void check_journal_is_of(const Files &files) {
+    const bool has_one = files.count(zndb_paths::kJournalFile) != 0;
+    const bool has_folder = fs::exists(fs::path(zndb_paths::kJournalFile).parent_path());
+    note_flaw_unless(has_folder == has_one, "finds what an earlier start has made");
+}
+
 /* A start, and what comes after it: changes, saves, and a start without a fault. */
-long start_service() {
+long start_service(const Files &files) {
     const Unwatched own;
-    Answers expected = answers_after_crash();
+    Answers expected = answers_of_files(files);
+    check_journal_is_of(files);
     Database database;
     (void)own.watched([&] {
         database.load();
@@ -85,7 +96,7 @@ long start_service() {
 
 Scenario start(const char *name, const Files &files) {
     return with_files(name, files)
-        .called(start_service)
+        .called([files] { return start_service(files); })
         .failing({kGivenUp})
         .except({Call::read}, Waived::kEffect, kCutMeanwhile, Fault::Way::kEnds)
         .only(Failing::kSystemCalls);

@@ -125,4 +125,11 @@ Answers answers_after_crash() {
     return answers;
 }
 
+Answers answers_of_files(const Files &files) {
+    put_files(files);
+    const Answers answers = answers_after_crash();
+    put_files(files);
+    return answers;
+}
+
 }  // namespace faults

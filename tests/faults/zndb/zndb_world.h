@@ -49,4 +49,7 @@ Answers answers_of(Database &database);
 /* The same after a crash of the service, by way of a second one. Half-written files stay as they are. */
 Answers answers_after_crash();
 
+/* The same for a service that finds these files. They are put anew, since a start makes the journal. */
+Answers answers_of_files(const Files &files);
+
 }  // namespace faults
