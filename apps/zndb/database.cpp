@@ -150,7 +150,8 @@ apps_err_e_type Database::get(StoreId id, std::string_view key, char *buffer, ui
 
 /*
  * Every request tries it, so that a journal that could not be read at the start is missing in no answer once
- * it can be. No change is possible without it, so reading it late gives the same as reading it at the start.
+ * it can be. It is repeated whole or not at all, and no change is possible without it, so reading it late
+ * gives the same as reading it at the start.
  */
 apps_err_e_type Database::open_journal() {
     return result_of_errno(journal_.open([this](const JournalRecord &record) { apply(record); }));

@@ -16,27 +16,36 @@ int Journal::report(const char *what, int error) const {
     return error;
 }
 
-int Journal::read_records(int fd, const Replay &replay) {
+int Journal::read_lines(int fd, std::vector<KeptLine> &lines) {
     LineReader reader(fd);
     Line line = {};
     size_ = 0;
     torn_ = false;
-    while (reader.next(line)) {
-        if (!line.ended) {
-            torn_ = true;
-            break;
+    while (!torn_ && reader.next(line)) {
+        torn_ = !line.ended;
+        if (!torn_) {
+            size_ = line.end;
+            lines.push_back({std::string(line.text), line.fits});
         }
-        size_ = line.end;
-        JournalRecord record = {};
-        const char *problem = line.fits ? parse_record(line.text, record) : "it is too long";
-        if (problem != nullptr) {
-            OS_LOG(OS_LOG_WARNING, "%s line %llu skipped: %s", path_.c_str(),
-                   static_cast<unsigned long long>(line.number), problem);
-            continue;
-        }
-        replay(record);
     }
     return reader.error();
+}
+
+void Journal::hand_out(const std::vector<KeptLine> &lines, const Replay &replay) const {
+    unsigned long long number = 0;
+    for (const KeptLine &line : lines) {
+        ++number;
+        JournalRecord record = {};
+        const char *problem = line.fits ? parse_record(line.text, record) : "it is too long";
+        if (problem == nullptr) {
+            replay(record);
+        } else {
+            OS_LOG(OS_LOG_WARNING, "%s line %llu skipped: %s", path_.c_str(), number, problem);
+        }
+    }
+    if (torn_) {
+        OS_LOG(OS_LOG_WARNING, "%s: the last line was cut off and is dropped", path_.c_str());
+    }
 }
 
 int Journal::cut_torn_line() {
@@ -56,21 +65,20 @@ int Journal::open(const Replay &replay) {
     }
 
     OwnedFd fd;
+    std::vector<KeptLine> lines;
     int error = make_folder_of(path_);
     if (error == 0) {
         error = open_file(path_, O_RDWR | O_APPEND | O_CREAT | O_NOFOLLOW, fd);
     }
     if (error == 0) {
-        error = read_records(fd.get(), replay);
+        error = read_lines(fd.get(), lines);
     }
     if (error != 0) {
         return report("can't open", error);
     }
 
     fd_ = std::move(fd);
-    if (torn_) {
-        OS_LOG(OS_LOG_WARNING, "%s: the last line was cut off and is dropped", path_.c_str());
-    }
+    hand_out(lines, replay);
     return 0;
 }
 

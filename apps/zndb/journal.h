@@ -24,7 +24,8 @@ class Journal {
     /*
      * Opens the journal and hands out what is in it, in order; makes it when there is none. A damaged line
      * is reported and passed over; a last line that was cut off was never answered, and goes away.
-     * Does nothing once it has succeeded. Returns 0, or an errno value after a log line.
+     * Does nothing once it has succeeded. Returns 0, or an errno value after a log line; then nothing was
+     * handed out, since the first records without the last ones would give values that are long gone.
      */
     int open(const Replay &replay);
 
@@ -44,7 +45,13 @@ class Journal {
     bool overgrown() const { return size_ > overgrown_above_; }
 
   private:
-    int read_records(int fd, const Replay &replay);
+    struct KeptLine {
+        std::string text;
+        bool fits; /* as that of a Line */
+    };
+
+    int read_lines(int fd, std::vector<KeptLine> &lines);
+    void hand_out(const std::vector<KeptLine> &lines, const Replay &replay) const;
     int cut_torn_line();
     int empty();
     int replace(const std::vector<JournalRecord> &records);

@@ -64,4 +64,10 @@ TEST(ZndbMemoryFaults, OtherSaves) {
     run_starved(zndb_other_saves());
 }
 
+/* One that reads the journal takes memory for what is in it; the others take none. */
+TEST(ZndbMemoryFaults, Readings) {
+    run_starved(zndb_readings());
+    run_starved({zndb_late_reading()});
+}
+
 }  // namespace faults

@@ -160,9 +160,9 @@ std::vector<ZndbRequest> zndb_other_saves() {
 
 std::vector<ZndbRequest> zndb_readings() {
     return {
-        get("zndb: get, plain", E_APPS_MSG_ZNDB_GET, "key"),
-        get("zndb: get, perm", E_APPS_MSG_ZNDB_GET_PERM, "key"),
-        get("zndb: get, default", E_APPS_MSG_ZNDB_GET_DEF, "image"),
+        without_memory(get("zndb: get, plain", E_APPS_MSG_ZNDB_GET, "key")),
+        without_memory(get("zndb: get, perm", E_APPS_MSG_ZNDB_GET_PERM, "key")),
+        without_memory(get("zndb: get, default", E_APPS_MSG_ZNDB_GET_DEF, "image")),
     };
 }
 

@@ -306,6 +306,19 @@ TEST_F(DatabaseTest, AJournalThatComesBackIsReadBeforeTheNextAnswer) {
     EXPECT_EQ("1", plain("a"));
 }
 
+/* Its first lines alone would give a value that was replaced long ago. */
+TEST_F(DatabaseTest, AJournalThatIsReadHalfWayIsInNoAnswer) {
+    put_file(kPlainFile, "a=saved\n");
+    put_file(kJournalFile, "P+a=1\n" + some_blocks_of_records() + "P+a=2\n");
+    fail_read_behind(10000);
+    restart();
+    EXPECT_EQ("saved", plain("a"));
+    EXPECT_EQ("saved", plain("a"));
+    EXPECT_EQ(2007, database_->set(P, "a", "3"));
+    end_faults();
+    EXPECT_EQ("2", plain("a"));
+}
+
 TEST_F(DatabaseTest, SaveRamLeavesTheLastStateOfEachChangedKey) {
     put_file(kPlainFile, "same=1\ngone=1\n");
     restart();

@@ -113,6 +113,19 @@ TEST_F(JournalTest, AFailedReadIsReportedAndTriedAgain) {
     EXPECT_EQ("P+a=1\n", replayed_);
 }
 
+TEST_F(JournalTest, OfAJournalThatIsReadHalfWayNothingIsHandedOut) {
+    put_file(kPath, "P+a=1\nrubbish\n" + some_blocks_of_records() + "P+a=2\n");
+    fail_read_behind(10000);
+    Journal journal(kPath);
+    EXPECT_EQ(EIO, open(journal));
+    EXPECT_EQ(EIO, open(journal));
+    EXPECT_EQ("", replayed_);
+    doubles::libc::read.restore();
+    EXPECT_EQ(0, open(journal));
+    EXPECT_EQ("P+a=1\n" + some_blocks_of_records() + "P+a=2\n", replayed_);
+    EXPECT_EQ(1u, log_.count("line 2 skipped")) << log_.text();
+}
+
 TEST_F(JournalTest, AFolderInItsPlaceIsAnError) {
     std::filesystem::create_directories(kPath);
     Journal journal(kPath);

@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -81,6 +82,26 @@ inline void fail_open(const std::string &refused, int error) {
         }
         return doubles::libc::open.real(path, flags, mode);
     });
+}
+
+/* From now on a file can't be read from this place on. */
+inline void fail_read_behind(off_t place) {
+    doubles::libc::read.stand_in([place](int fd, void *data, size_t size) -> ssize_t {
+        if (::lseek(fd, 0, SEEK_CUR) >= place) {
+            errno = EIO;
+            return -1;
+        }
+        return doubles::libc::read.real(fd, data, size);
+    });
+}
+
+/* Lines of a journal that take more than one read. */
+inline std::string some_blocks_of_records() {
+    std::string lines;
+    for (int i = 0; i < 30; ++i) {
+        lines += "P+other=" + std::string(1000, 'o') + "\n";
+    }
+    return lines;
 }
 
 inline void end_faults() {
