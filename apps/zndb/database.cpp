@@ -30,6 +30,11 @@ apps_err_e_type refuse_text(std::string_view key, const char *problem) {
     return E_APPS_ERR_ZNDB_ARG;
 }
 
+apps_err_e_type report_missing(std::string_view key) {
+    OS_LOG(OS_LOG_VERBOSE, "'%s' is missing", std::string(key).c_str());
+    return E_APPS_ERR_ZNDB_NO_FOUND;
+}
+
 apps_err_e_type check_texts(std::string_view key, std::string_view value) {
     if (const char *problem = key_problem(key)) {
         return refuse_text(key, problem);
@@ -135,8 +140,7 @@ apps_err_e_type Database::get(StoreId id, std::string_view key, char *buffer, ui
     (void)open_journal(); /* the files have an answer all the same */
     const std::string *value = find(id, key);
     if (value == nullptr) {
-        OS_LOG(OS_LOG_VERBOSE, "'%s' is missing", std::string(key).c_str());
-        return E_APPS_ERR_ZNDB_NO_FOUND;
+        return report_missing(key);
     }
     if (value->size() >= size) {
         OS_LOG(OS_LOG_WARNING, "'%s' refused: %zu characters don't fit %u bytes", std::string(key).c_str(),
@@ -173,6 +177,11 @@ void Database::apply(const JournalRecord &record) {
     }
 }
 
+bool Database::file_may_differ(StoreId id, std::string_view key) const {
+    const Held &held = held_[static_cast<size_t>(id)];
+    return held.unread && key_problem(key) == nullptr && held.store.changed_keys().count(key) == 0;
+}
+
 apps_err_e_type Database::change(const JournalRecord &record) {
     const int error = journal_.append(record);
     if (error != 0) {
@@ -201,7 +210,7 @@ apps_err_e_type Database::set(StoreId id, std::string_view key, std::string_view
     }
 
     const std::string *present = store(id).find(key);
-    if (present != nullptr && *present == value) {
+    if (present != nullptr && *present == value && !file_may_differ(id, key)) {
         return E_APPS_ERR_SUCCESS;
     }
     return change({id, Change::kSet, key, value});
@@ -209,15 +218,15 @@ apps_err_e_type Database::set(StoreId id, std::string_view key, std::string_view
 
 apps_err_e_type Database::erase(StoreId id, std::string_view key) {
     const Lock lock(mutex_);
-    const apps_err_e_type result = open_journal();
+    apps_err_e_type result = open_journal();
     if (result != E_APPS_ERR_SUCCESS) {
         return result;
     }
-    if (store(id).find(key) == nullptr) {
-        OS_LOG(OS_LOG_VERBOSE, "'%s' is missing", std::string(key).c_str());
-        return E_APPS_ERR_ZNDB_NO_FOUND;
+    const bool is_missing = store(id).find(key) == nullptr;
+    if (!is_missing || file_may_differ(id, key)) {
+        result = change({id, Change::kErase, key, {}});
     }
-    return change({id, Change::kErase, key, {}});
+    return is_missing && result == E_APPS_ERR_SUCCESS ? report_missing(key) : result;
 }
 
 apps_err_e_type Database::reset() {

@@ -41,7 +41,10 @@ class Database {
      */
     apps_err_e_type set(StoreId id, std::string_view key, std::string_view value);
 
-    /* Deletes a key of this store; E_APPS_ERR_ZNDB_NO_FOUND when it has none. Otherwise as set. */
+    /*
+     * Deletes a key of this store; E_APPS_ERR_ZNDB_NO_FOUND when it has none, and none that its file could
+     * bring back when that could not be read. Otherwise as set.
+     */
     apps_err_e_type erase(StoreId id, std::string_view key);
 
     /* Empties the plain store; as set. */
@@ -65,6 +68,9 @@ class Database {
 
     const Store &store(StoreId id) const { return held_[static_cast<size_t>(id)].store; }
     const std::string *find(StoreId id, std::string_view key) const;
+    /* Whether the file may hold another value of the key: it was not read whole, nor the key changed since.
+     */
+    bool file_may_differ(StoreId id, std::string_view key) const;
     void load_one(Held &held);
     apps_err_e_type open_journal();
     void apply(const JournalRecord &record);

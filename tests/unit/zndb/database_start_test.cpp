@@ -70,6 +70,51 @@ TEST_F(DatabaseStart, ADeleteOutlivesAStartThatCouldNotReadTheFile) {
     EXPECT_EQ("kept=1\n", content_of(kPermFile));
 }
 
+/* The store does not have the key, so that the answer is 2001; but the file may. */
+TEST_F(DatabaseStart, ADeleteOfAKeyThatOnlyTheUnreadFileHasLasts) {
+    start_with_broken(kPermFile, "deleted=1\nkept=1\n");
+    EXPECT_EQ(2001, database_->erase(M, "deleted"));
+    EXPECT_EQ(2001, database_->erase(M, "deleted"));
+    EXPECT_EQ("M-deleted\n", content_of(kJournalFile));
+    restart();
+    EXPECT_EQ(kMissing, perm("deleted"));
+    EXPECT_EQ("1", perm("kept"));
+    EXPECT_EQ(0, database_->save());
+    EXPECT_EQ("kept=1\n", content_of(kPermFile));
+}
+
+TEST_F(DatabaseStart, ADeleteThatTheJournalDoesNotTakeIsRefusedWhereTheFileIsUnread) {
+    start_with_broken(kPermFile, "deleted=1\n");
+    limit_disk(0);
+    EXPECT_EQ(6, database_->erase(M, "deleted"));
+    end_faults();
+    restart();
+    EXPECT_EQ("1", perm("deleted"));
+}
+
+/* Its line would be a damaged one. */
+TEST_F(DatabaseStart, ADeleteOfAKeyThatNoFileCanHoldIsNotWrittenDown) {
+    start_with_broken(kPermFile, "kept=1\n");
+    for (const char *key : {"", "a=b", "a\nM!"}) {
+        EXPECT_EQ(2001, database_->erase(M, key)) << key;
+    }
+    EXPECT_EQ("", content_of(kJournalFile));
+}
+
+/* Of two lines with one key the last holds, and may be the one that was not read. */
+TEST_F(DatabaseStart, ASetOfTheValueThatAHalfReadFileBeganWithLasts) {
+    put_file(kPlainFile, "k=1\n" + std::string(20000, '#') + "\nk=2\n");
+    fail_read_behind(10000);
+    restart();
+    end_faults();
+    EXPECT_EQ("1", plain("k"));
+    EXPECT_EQ(0, database_->set(P, "k", "1"));
+    EXPECT_EQ(0, database_->set(P, "k", "1"));
+    EXPECT_EQ("P+k=1\n", content_of(kJournalFile));
+    restart();
+    EXPECT_EQ("1", plain("k"));
+}
+
 TEST_F(DatabaseStart, FoldersInThePlaceOfFilesAreSurvived) {
     for (const std::string &path : {kPlainFile, kPermFile, kDefaultsFile, kFactoryFile}) {
         std::filesystem::create_directories(path);
