@@ -98,9 +98,9 @@ apps_err_e_type result_of_errno(int error) {
 
 Database::Database()
     : mutex_(make_mutex()),
-      held_{{zndb_paths::kPlainFile, {}, false},
-            {zndb_paths::kPermFile, {}, false},
-            {zndb_paths::kFactoryFile, {}, false}},
+      held_{{zndb_paths::kPlainFile, {}, false, false},
+            {zndb_paths::kPermFile, {}, false, false},
+            {zndb_paths::kFactoryFile, {}, false, false}},
       journal_(zndb_paths::kJournalFile) {}
 
 Database::~Database() {
@@ -243,7 +243,8 @@ apps_err_e_type Database::save_one(Held &held) {
         OS_LOG(OS_LOG_WARNING, "%s could not be read and is not replaced", held.path);
         return E_APPS_ERR_ZNDB_OTHER;
     }
-    const int error = save_store(held.path, held.store);
+    const int error = save_store(held.path, held.store, held.folders_are_safe);
+    held.folders_are_safe = error == 0;
     if (error == 0) {
         held.store.mark_saved();
     }

@@ -30,19 +30,12 @@ int file_kind_error(int fd) {
     return S_ISREG(info.st_mode) ? 0 : EINVAL;
 }
 
-/*
- * Makes one folder whose parent exists; a new one's name must survive a power cut too. One that might not is
- * taken back: the next save would find it there and take its name for safe.
- */
+/* Makes one folder whose parent exists; a new one's name must survive a power cut too. */
 int make_one_folder(const std::string &path) {
     if (::mkdir(path.c_str(), kFolderMode) != 0) {
         return errno == EEXIST ? 0 : errno;
     }
-    const int error = sync_folder_of(path);
-    if (error != 0) {
-        (void)::rmdir(path.c_str());
-    }
-    return error;
+    return sync_folder_of(path);
 }
 
 }  // namespace
@@ -108,4 +101,13 @@ int sync_folder_of(const std::string &path) {
     }
     /* Some file systems keep names safe by themselves and refuse with EINVAL. */
     return ::fsync(folder.get()) == 0 || errno == EINVAL ? 0 : errno;
+}
+
+int sync_folders_above(const std::string &path) {
+    int error = 0;
+    for (std::string each = folder_of(path); error == 0 && each != "/" && each != ".";
+         each = folder_of(each)) {
+        error = sync_folder_of(each);
+    }
+    return error;
 }

@@ -46,3 +46,6 @@ int make_folder_of(const std::string &path);
 
 /* Makes the names in the folder of a file survive a power cut. Returns 0 or an errno value. */
 int sync_folder_of(const std::string &path);
+
+/* The same for the name of that folder, and for those above it. */
+int sync_folders_above(const std::string &path);

@@ -102,7 +102,7 @@ int load_store(const std::string &path, Store &store) {
     return error;
 }
 
-int save_store(const std::string &path, const Store &store) {
+int save_store(const std::string &path, const Store &store, bool folders_are_safe) {
     ReplacementFile file(path);
     for (const auto &[key, value] : store.values()) {
         file.add(key);
@@ -110,7 +110,10 @@ int save_store(const std::string &path, const Store &store) {
         file.add(value);
         file.add("\n");
     }
-    const int error = file.put_in_place(ReplacementFile::Outlives::kPowerCut);
+    int error = file.put_in_place(ReplacementFile::Outlives::kPowerCut);
+    if (error == 0 && !folders_are_safe) {
+        error = sync_folders_above(path);
+    }
     if (error != 0) {
         errno = error;
         OS_LOG_ERRNO(("can't save " + path).c_str());

@@ -20,6 +20,8 @@ int load_store(const std::string &path, Store &store);
  * Replaces a file by what the store holds, so that it survives a power cut, and is the old one or the new
  * one at every moment. Missing folders are made.
  *
- * Returns 0, or an errno value after a log line.
+ * folders_are_safe: an earlier call for the path has succeeded. Otherwise folders that are there already may
+ * be new ones, whose names are not on the disk yet, and they are synced too.
+ * Returns 0, or an errno value after a log line; then the next call must not take the folders for safe.
  */
-int save_store(const std::string &path, const Store &store);
+int save_store(const std::string &path, const Store &store, bool folders_are_safe = false);

@@ -86,6 +86,17 @@ PowerCut first_saving() {
     return first;
 }
 
+/* A service was killed when it had made the folder, whose name is not safe yet. */
+PowerCut first_saving_after_a_kill() {
+    PowerCut first = first_saving();
+    first.name = "the first save, after a killed one";
+    first.call = [] {
+        std::filesystem::create_directory("/m_data/usr_permanent/db");
+        change_and_save(StoreId::kPerm);
+    };
+    return first;
+}
+
 /*
  * What a service left that was killed behind the rename of its save: the successor's save must make the new
  * file's name safe, though it finds nothing of the journal's delete left to do.
@@ -330,6 +341,7 @@ TEST_F(PowerCuts, LeaveTheDatabaseOldOrNew) {
     check_power_cuts(saving("the perm store", StoreId::kPerm, zndb_paths::kPermFile));
     check_power_cuts(saving("the factory overlay", StoreId::kFactory, zndb_paths::kFactoryFile));
     check_power_cuts(first_saving());
+    check_power_cuts(first_saving_after_a_kill());
     check_power_cuts(saving_after_a_kill());
 }
 

@@ -2,6 +2,7 @@
  * What a database makes of the files that it finds when it starts.
  */
 #include <cstdlib>
+#include <set>
 #include <string>
 
 #include "doubles/base_doubles.h"
@@ -267,6 +268,59 @@ TEST_F(DatabaseStart, ADeleteThatIsNotSavedStaysInTheJournalOfTheSuccessor) {
     restart();
     EXPECT_EQ(0, database_->save_ram());
     EXPECT_EQ("M-deleted\n", content_of(kJournalFile));
+}
+
+/* ---- Folders whose names may not be on the disk ---------------------------------------------------- */
+
+using Folders = std::set<std::string>;
+
+/* The folders that a save syncs; refused: what can't be. */
+Folders synced_by_save(Database &database, int expected, const std::string &refused = "") {
+    Folders synced;
+    doubles::libc::fsync.stand_in([&](int fd) {
+        const std::string path = std::filesystem::read_symlink("/proc/self/fd/" + std::to_string(fd));
+        if (std::filesystem::is_directory(path)) {
+            synced.insert(path);
+        }
+        errno = EIO;
+        return path == refused ? -1 : 0;
+    });
+    EXPECT_EQ(expected, database.save());
+    doubles::libc::fsync.restore();
+    return synced;
+}
+
+const Folders kAll = {"/", "/m_data", "/m_data/usr_permanent", "/m_data/usr_permanent/db"};
+
+/* Perhaps a service made them that was killed before it had synced their names. */
+TEST_F(DatabaseStart, TheFirstSaveSyncsTheFoldersThatItFinds) {
+    std::filesystem::create_directories("/m_data/usr_permanent/db");
+    EXPECT_EQ(0, database_->set(M, "k", "1"));
+    EXPECT_EQ(kAll, synced_by_save(*database_, 0));
+    EXPECT_EQ(0, database_->set(M, "k", "2"));
+    EXPECT_EQ(Folders{"/m_data/usr_permanent/db"}, synced_by_save(*database_, 0));
+    restart();
+    EXPECT_EQ(0, database_->set(M, "k", "3"));
+    EXPECT_EQ(kAll, synced_by_save(*database_, 0));
+}
+
+TEST_F(DatabaseStart, AFolderWhoseNameCouldNotBeSyncedIsSyncedByTheNextSave) {
+    std::filesystem::remove_all("/m_data/usr_permanent/db");
+    EXPECT_EQ(0, database_->set(M, "k", "1"));
+    (void)synced_by_save(*database_, 2007, "/m_data/usr_permanent");
+    EXPECT_TRUE(log_.contains("can't save " + kPermFile + " errno=5")) << log_.text();
+    (void)synced_by_save(*database_, 2007, "/m_data/usr_permanent");
+    EXPECT_EQ(kAll, synced_by_save(*database_, 0));
+    EXPECT_EQ("", content_of(kJournalFile));
+}
+
+TEST_F(DatabaseStart, AFolderThatIsTakenAwayMeanwhileIsSyncedAgain) {
+    EXPECT_EQ(0, database_->set(M, "k", "1"));
+    EXPECT_EQ(0, database_->save());
+    std::filesystem::remove_all("/m_data/usr_permanent/db");
+    EXPECT_EQ(0, database_->set(M, "k", "2"));
+    (void)synced_by_save(*database_, 2007, "/m_data/usr_permanent");
+    EXPECT_EQ(1u, synced_by_save(*database_, 0).count("/m_data/usr_permanent"));
 }
 
 /* ---- No lock --------------------------------------------------------------------------------------- */

@@ -54,19 +54,21 @@ TEST_F(FileSteps, AFolderBelowAFileCanNotBeMade) {
     EXPECT_EQ(ENOTDIR, make_folder_of(kFolder + "/file/a/b"));
 }
 
-/* Or the next one who needs it would not know that its name may be lost. */
-TEST_F(FileSteps, AFolderWhoseNameCanNotBeSyncedIsTakenBack) {
+TEST_F(FileSteps, ANewFolderWhoseNameCanNotBeSyncedIsAnError) {
     doubles::libc::fsync.stand_in([](int) {
         errno = EIO;
         return -1;
     });
     EXPECT_EQ(EIO, make_folder_of(kFolder + "/a/file"));
     doubles::libc::fsync.restore();
-    EXPECT_FALSE(fs::exists(kFolder));
+}
 
+TEST_F(FileSteps, TheFoldersAboveAPlainNameAndTheRootNeedNoSync) {
     doubles::libc::fsync.forget_calls();
-    EXPECT_EQ(0, make_folder_of(kFolder + "/a/file"));
-    EXPECT_EQ(2u, doubles::libc::fsync.calls());
+    EXPECT_EQ(0, sync_folders_above("file"));
+    EXPECT_EQ(0, sync_folders_above("/file"));
+    EXPECT_EQ(0u, doubles::libc::fsync.calls());
+    EXPECT_EQ(ENOENT, sync_folders_above(kFolder + "/none/file"));
 }
 
 TEST_F(FileSteps, AFolderThatIsNotThereCanNotBeSynced) {

@@ -225,8 +225,12 @@ TEST_F(StoreFile, TheFileIsSyncedBeforeItIsRenamedAndItsFolderAfterwards) {
         steps += "rename;";
         return doubles::libc::rename.real(from, to);
     });
-    EXPECT_EQ(0, save_store(kPath, two_values()));
+    EXPECT_EQ(0, save_store(kPath, two_values(), true));
     EXPECT_EQ("sync file;rename;sync folder;", steps);
+
+    steps.clear();
+    EXPECT_EQ(0, save_store(kPath, two_values(), false));
+    EXPECT_EQ("sync file;rename;sync folder;sync folder;sync folder;sync folder;", steps);
 }
 
 TEST_F(StoreFile, ReplacesWhatAKilledWriterLeft) {
