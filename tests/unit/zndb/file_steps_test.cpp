@@ -110,4 +110,10 @@ TEST_F(FileSteps, AllBytesAreWrittenOrTheErrorIsTold) {
     EXPECT_EQ(EBADF, write_all(-1, "abc", 3));
 }
 
+TEST_F(FileSteps, AWriteThatTakesNothingIsAFullDisk) {
+    doubles::libc::write.stand_in([](int, const void *, size_t) -> ssize_t { return 0; });
+    EXPECT_EQ(ENOSPC, write_all(-1, "abc", 3));
+    doubles::libc::write.restore();
+}
+
 }  // namespace
