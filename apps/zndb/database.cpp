@@ -98,9 +98,7 @@ apps_err_e_type result_of_errno(int error) {
 
 Database::Database()
     : mutex_(make_mutex()),
-      held_{{zndb_paths::kPlainFile, {}, false, false},
-            {zndb_paths::kPermFile, {}, false, false},
-            {zndb_paths::kFactoryFile, {}, false, false}},
+      held_{{zndb_paths::kPlainFile}, {zndb_paths::kPermFile}, {zndb_paths::kFactoryFile}},
       journal_(zndb_paths::kJournalFile) {}
 
 Database::~Database() {

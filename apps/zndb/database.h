@@ -62,9 +62,9 @@ class Database {
   private:
     struct Held {
         const char *path;
-        Store store;
-        bool unread;           /* there is a file, but it could not be read: it must not be replaced */
-        bool folders_are_safe; /* their names are on the disk: the last save has seen to it, or found it so */
+        Store store = {};
+        bool unread = false; /* there is a file, but it could not be read: it must not be replaced */
+        bool folders_are_safe = false; /* their names are on the disk: the last save saw to it */
     };
 
     const Store &store(StoreId id) const { return held_[static_cast<size_t>(id)].store; }
