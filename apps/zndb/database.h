@@ -69,8 +69,7 @@ class Database {
 
     const Store &store(StoreId id) const { return held_[static_cast<size_t>(id)].store; }
     const std::string *find(StoreId id, std::string_view key) const;
-    /* Whether the file may hold another value of the key: it was not read whole, nor the key changed since.
-     */
+    /* Whether the file, which was not read whole, may hold another value of a key that is as it was then. */
     bool file_may_differ(StoreId id, std::string_view key) const;
     void load_one(Held &held);
     apps_err_e_type open_journal();
