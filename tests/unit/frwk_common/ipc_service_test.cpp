@@ -3,6 +3,9 @@
  */
 #include "frwk_common/ipc_service.h"
 
+#include <fcntl.h>
+#include <sys/resource.h>
+
 #include <cerrno>
 #include <future>
 #include <thread>
@@ -10,6 +13,7 @@
 
 #include "doubles/base_doubles.h"
 #include "doubles/libc_doubles.h"
+#include "frwk_common/ipc_listener.h"
 #include "unit/frwk_common/files.h"
 #include "unit/frwk_common/service_fixture.h"
 #include "unit/frwk_common/test_peer.h"
@@ -150,6 +154,34 @@ TEST_F(IpcAcceptTest, DropsAConnectionItHasNoDescriptorFor) {
     EXPECT_EQ(ask_module("router", request(4)), Bytes());
     EXPECT_EQ(ask_module("router", request(4)), words({0, 4, 0}));
     EXPECT_EQ(log_.count(with_errno("ipc accept error!", EMFILE)), 2u) << log_.text();
+}
+
+TEST_F(IpcAcceptTest, DropsEachConnectionWhileThereIsNoDescriptor) {
+    g_s_ipcs_fd = frwk_ipc_socket();
+    const int peers[] = {connect_to("router"), connect_to("router"), connect_to("router")};
+    for (const int peer : peers) {
+        write_bytes(peer, request(4));
+    }
+
+    rlimit usual = {};
+    ASSERT_EQ(0, getrlimit(RLIMIT_NOFILE, &usual));
+    const int first_free = open("/dev/null", O_RDONLY | O_CLOEXEC);
+    const int for_the_spare = dup(first_free);
+    rlimit narrow = usual;
+    narrow.rlim_cur = static_cast<rlim_t>(for_the_spare) + 1;
+    ASSERT_EQ(0, setrlimit(RLIMIT_NOFILE, &narrow));
+    (void)close(for_the_spare);
+    frwk_ipc_init();
+    for (const int peer : peers) {
+        EXPECT_EQ(read_to_end(peer), Bytes());
+    }
+    EXPECT_GE(log_.count(with_errno("ipc accept error!", EMFILE)), 6u) << log_.text();
+
+    (void)close(first_free);
+    ASSERT_EQ(0, setrlimit(RLIMIT_NOFILE, &usual));
+    for (const int peer : peers) {
+        (void)close(peer);
+    }
 }
 
 TEST_F(IpcAcceptTest, ServesThePeerThatComesWhenADescriptorIsFreeAgain) {
