@@ -220,6 +220,13 @@ TEST_F(Cipher, LengthsBeyondABlockGiveNull) {
     EXPECT_EQ(kUntouched, count);
 }
 
+/* Memory is asked for up to the length that fits a block under its seal, though its text would not. */
+TEST_F(Cipher, TheLongestSecretIsRefusedByTheMemory) {
+    fail_block(1);
+    EXPECT_EQ(nullptr, zn_encrypt_data("", OS_MEM_BLOCK_MAX - 40));
+    EXPECT_EQ(1u, doubles::base::os_mem_malloc.calls());
+}
+
 TEST_F(Cipher, EveryLackOfMemoryGivesNull) {
     for (const unsigned which : {1u, 2u}) {
         fail_block(which);
