@@ -1,6 +1,7 @@
 // What commands leave running, and its end.
 #include <gtest/gtest.h>
 #include <signal.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
 #include <cstdlib>
@@ -177,4 +178,24 @@ TEST_F(CommandScope, SaysSoWhenAProcessWillNotGo) {
     doubles::restore_all();
     EXPECT_FALSE(has_ended(left));
     kill(left, SIGKILL);
+}
+
+TEST_F(CommandScope, SaysSoWhenNobodyCanLookForProcesses) {
+    os_command_scope_open();
+    EXPECT_EQ(0, os_system("true"));
+    doubles::libc::clock_gettime.stand_in([](clockid_t, timespec *now) {
+        *now = {static_cast<time_t>(doubles::libc::clock_gettime.calls() / 5), 0};
+        return 0;
+    });
+
+    rlimit usual = {};
+    ASSERT_EQ(0, getrlimit(RLIMIT_NOFILE, &usual));
+    const int first_free = dup(STDERR_FILENO);
+    close(first_free);
+    rlimit none = usual;
+    none.rlim_cur = static_cast<rlim_t>(first_free);
+    ASSERT_EQ(0, setrlimit(RLIMIT_NOFILE, &none));
+    const int32_t closed = os_command_scope_close();
+    ASSERT_EQ(0, setrlimit(RLIMIT_NOFILE, &usual));
+    EXPECT_EQ(-1, closed);
 }

@@ -120,6 +120,26 @@ TEST_F(CommandValue, ALaterAttemptMaySucceed) {
     EXPECT_FALSE(log_.contains("multiple times"));
 }
 
+TEST_F(CommandValue, ASignalWhileItReadsLosesNothing) {
+    static unsigned reads;
+    reads = 0;
+    doubles::base::os_popen.stand_in([](const char *, const char *mode) {
+        const auto read = [](void *, char *bytes, size_t) -> ssize_t {
+            if (++reads == 2) {
+                errno = EINTR;
+                return -1;
+            }
+            *bytes = static_cast<char>('0' + reads);
+            return reads <= 3 ? 1 : 0;
+        };
+        return fopencookie(nullptr, mode, {read, nullptr, nullptr, nullptr});
+    });
+    char buffer[4] = "";
+    EXPECT_EQ(0, frwk_get_popen_value_ex("print", buffer, sizeof(buffer)));
+    EXPECT_STREQ("13", buffer);
+    EXPECT_EQ(1u, doubles::base::os_popen.calls());
+}
+
 TEST_F(CommandValue, AnUnknownCommandGivesNoValue) {
     char buffer[4] = "";
     EXPECT_EQ(-1, frwk_get_popen_value_ex("no_such_command_at_all 2>/dev/null", buffer, sizeof(buffer)));
