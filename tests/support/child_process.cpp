@@ -213,6 +213,14 @@ void ChildProcess::send_signal(int number) {
     }
 }
 
+void ChildProcess::stop() {
+    if (running()) {
+        ::kill(pid_, SIGSTOP);
+        siginfo_t info = {};
+        (void)::waitid(P_PID, static_cast<id_t>(pid_), &info, WSTOPPED | WEXITED | WNOWAIT);
+    }
+}
+
 void ChildProcess::kill() {
     send_signal(SIGKILL);
     exit_status();

@@ -55,6 +55,9 @@ class ChildProcess {
 
     void send_signal(int number);
 
+    /* Stops it, and waits until each of its threads stands still. SIGCONT lets it go on. */
+    void stop();
+
     /* Ends it with SIGKILL and waits for its end. */
     void kill();
 

@@ -65,7 +65,7 @@ class LostDatabase : public BackupSystem {
     /* The database stands still when a request comes; while the restore waits, it gets another signal. */
     apps_err_e_type restore_and_stop_before(unsigned request, int next) {
         const apps_err_e_type ret = restore_and_before(request, [this, next] {
-            zndb_->send_signal(SIGSTOP);
+            zndb_->stop();
             doubles::libc::recvmsg.stand_in([this, next](int fd, msghdr *message, int flags) {
                 doubles::libc::recvmsg.restore();
                 zndb_->send_signal(next);

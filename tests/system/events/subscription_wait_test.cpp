@@ -58,7 +58,7 @@ class SubscriptionWait : public EventFiles {
     static bool stop_with_lock(ModuleProcess *module) {
         module->tell("churn link 1000000000 1");
         return wait_until([module] {
-            module->process().send_signal(SIGSTOP);
+            module->process().stop();
             const bool stopped = wait_until([module] { return is_stopped(module->pid()); });
             if (stopped && record_lock_holder(kEventLock) == module->pid()) {
                 return true;

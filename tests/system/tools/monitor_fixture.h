@@ -58,7 +58,7 @@ class MonitorTool : public testing::Test {
     void start_monitor() { monitor_ = std::make_unique<ModuleProcess>(E_APPS_MODULE_MONITOR); }
 
     /* It takes messages and never answers. */
-    void hang_wlan() { wlan_.process().send_signal(SIGSTOP); }
+    void hang_wlan() { wlan_.process().stop(); }
 
     ModuleProcess wlan_{E_APPS_MODULE_WLAN};
     std::unique_ptr<ModuleProcess> monitor_;

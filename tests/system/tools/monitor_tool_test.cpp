@@ -283,7 +283,7 @@ TEST_F(MonitorTool, WithoutTheMonitorNothingIsDone) {
 
 TEST_F(MonitorTool, AMonitorThatHangsHangsNobody) {
     start_monitor();
-    monitor_->process().send_signal(SIGSTOP);
+    monitor_->process().stop();
     kTool.expect_failure(3, "reboot failed: monitor did not answer in time: 2 E_APPS_ERR_TIMEOUT",
                          {"reboot", "--timeout", "0.1"});
 }
