@@ -332,6 +332,14 @@ TEST_F(IpcRecvTest, ReadsAHeadAloneWhereverTheRestWouldBe) {
     EXPECT_EQ(head, slice(pattern(30), 0, 8));
 }
 
+TEST_F(IpcRecvTest, ReadsARestOfOneByteWithItsHead) {
+    write_bytes(pair_.test(), pattern(9));
+    Bytes head(8);
+    Bytes rest(1);
+    EXPECT_EQ(frwk_ipc_recv_parts(pair_.subject(), head.data(), 8, rest.data(), 1), 9);
+    EXPECT_EQ(head + rest, pattern(9));
+}
+
 TEST_F(IpcRecvTest, HasAShortHeadWhenThePeerCloses) {
     write_bytes(pair_.test(), pattern(5));
     pair_.close_test();
