@@ -77,7 +77,7 @@ bool LogFile::is_another() const {
     if (fd_ <= STDERR_FILENO) {
         return false;
     }
-    (void)::fstat(fd_, &own);
+    (void)::fstat(fd_, &own); /* one that can't be asked any more stays all zeros, and so is another */
     const bool moved =
         ::stat(path_.c_str(), &named) != 0 || own.st_dev != named.st_dev || own.st_ino != named.st_ino;
     return moved || own.st_size < at_;
