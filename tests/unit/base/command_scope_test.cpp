@@ -4,6 +4,8 @@
 #include <sys/resource.h>
 #include <unistd.h>
 
+#include <cerrno>
+#include <climits>
 #include <cstdlib>
 #include <filesystem>
 #include <string>
@@ -36,20 +38,30 @@ class CommandScope : public FaultsTest {
 
     /* For so many times a process shows nothing of these, as it does while it becomes another program. */
     static void hide(pid_t pid, const std::vector<std::string> &entries, unsigned times) {
-        doubles::libc::read.stand_in(
-            [pid, entries, times, hidden = 0u](int fd, void *bytes, size_t size) mutable -> ssize_t {
-                const std::string path = std::filesystem::read_symlink("/proc/self/fd/" + std::to_string(fd));
-                for (const std::string &entry : entries) {
-                    if (hidden < times && path == "/proc/" + std::to_string(pid) + "/" + entry) {
-                        ++hidden;
-                        return 0;
-                    }
-                }
-                return doubles::libc::read.real(fd, bytes, size);
-            });
+        stand_in_for(pid, entries, times, 0, 0);
+    }
+    /* For so many times the environment of a process can't be read, for this reason. */
+    static void refuse_environment(pid_t pid, int error, unsigned times) {
+        stand_in_for(pid, {"environ"}, times, -1, error);
     }
 
     const TempFolder folder_;
+
+  private:
+    static void stand_in_for(pid_t pid, const std::vector<std::string> &entries, unsigned times,
+                             ssize_t result, int error) {
+        doubles::libc::read.stand_in([=, met = 0u](int fd, void *bytes, size_t size) mutable -> ssize_t {
+            const std::string path = std::filesystem::read_symlink("/proc/self/fd/" + std::to_string(fd));
+            for (const std::string &entry : entries) {
+                if (met < times && path == "/proc/" + std::to_string(pid) + "/" + entry) {
+                    ++met;
+                    errno = error;
+                    return result;
+                }
+            }
+            return doubles::libc::read.real(fd, bytes, size);
+        });
+    }
 };
 
 }  // namespace
@@ -111,6 +123,26 @@ TEST_F(CommandScope, EndsAProcessThatBecomesAnotherProgramSlowly) {
     hide(left, {"environ", "cmdline"}, 20);
     EXPECT_EQ(0, os_command_scope_close());
     EXPECT_TRUE(has_ended(left));
+}
+
+TEST_F(CommandScope, EndsAProcessWhoseEnvironmentCannotBeReadAtFirst) {
+    os_command_scope_open();
+    const pid_t left = leave("sleep 1000 & echo $! >$PID");
+    refuse_environment(left, EIO, 20);
+    EXPECT_EQ(0, os_command_scope_close());
+    EXPECT_TRUE(has_ended(left));
+}
+
+TEST_F(CommandScope, AProcessOfAnotherUserIsNoneOfIt) {
+    for (const int error : {EACCES, EPERM}) {
+        os_command_scope_open();
+        const pid_t left = leave("sleep 1000 & echo $! >$PID");
+        refuse_environment(left, error, UINT_MAX);
+        EXPECT_EQ(0, os_command_scope_close());
+        doubles::restore_all();
+        EXPECT_FALSE(has_ended(left));
+        kill(left, SIGKILL);
+    }
 }
 
 TEST_F(CommandScope, TouchesNothingOfOtherTimesAndThreads) {

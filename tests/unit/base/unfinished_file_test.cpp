@@ -123,6 +123,14 @@ TEST_F(UnfinishedFiles, ReplaceTheirTarget) {
     EXPECT_EQ(std::vector<std::string>{"target"}, names());
 }
 
+TEST_F(UnfinishedFiles, ThatReplacedTheirTargetRemoveNothingAnyMore) {
+    {
+        UnfinishedFile file(target_.c_str(), kKind);
+        EXPECT_TRUE(file.replace_target());
+    }
+    EXPECT_EQ(0u, doubles::libc::unlink.calls());
+}
+
 TEST_F(UnfinishedFiles, BecomeATargetThatIsMissing) {
     {
         UnfinishedFile file(target_.c_str(), kKind);

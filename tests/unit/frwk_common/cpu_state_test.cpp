@@ -97,9 +97,15 @@ TEST_F(CpuState, TheRestOfALongLineIsNoLine) {
 }
 
 TEST_F(CpuState, ALineIsCutAt256Bytes) {
-    const std::string blanks(256 - sizeof("CPU: 3% usr") - sizeof("95% idl") + 2, ' ');
+    const auto line_with_the_end_of_idle_at = [](size_t size) {
+        const std::string begin = "CPU: 3% usr";
+        const std::string end = "95% idle";
+        return begin + std::string(size - begin.size() - end.size(), ' ') + end + " 1% sys\n";
+    };
     EXPECT_EQ((frwk_cpustate{3, kKept, kKept, 95, 5}),
-              of(frwk_get_cpustate_top, "CPU: 3% usr" + blanks.substr(1) + "95% idle 1% sys\n"));
+              of(frwk_get_cpustate_top, line_with_the_end_of_idle_at(256)));
+    EXPECT_EQ((frwk_cpustate{3, kKept, kKept, kKept, 100 - kKept}),
+              of(frwk_get_cpustate_top, line_with_the_end_of_idle_at(257)));
 }
 
 TEST_F(CpuState, TheFirstStateLineCounts) {

@@ -204,6 +204,16 @@ TEST_F(IpcAcceptTest, ServesThePeerThatComesWhenTheSystemHasADescriptorAgain) {
     EXPECT_EQ(base::os_msleep.calls() + base::os_sleep.calls(), 0u);
 }
 
+TEST_F(IpcAcceptTest, WaitsForAPeerOfASocketWithTheNumberZero) {
+    const int listener = frwk_ipc_socket();
+    ASSERT_EQ(dup2(listener, 0), 0);
+    (void)close(listener);
+    g_s_ipcs_fd = 0;
+    start_with_failing_accepts(1, EMFILE);
+    EXPECT_EQ(ask_module("router", request(4)), words({0, 4, 0}));
+    EXPECT_EQ(base::os_msleep.calls() + base::os_sleep.calls(), 0u);
+}
+
 TEST_F(IpcAcceptTest, PausesWhenItCanNotWaitForAPeer) {
     base::os_msleep.stand_in([](uint32_t) {});
     libc::poll.stand_in([](pollfd *fds, nfds_t count, int limit) {

@@ -51,7 +51,6 @@ void frwk_load_module_run() {
     if (std::ferror(file.get())) {
         FRWK_WARN_ERRNO("read apps run cfg file error!");
     }
-    file.reset();
 
     mark_modules(text);
 }

@@ -21,9 +21,6 @@ constexpr int kPlmnFailuresMax = 20;
 constexpr uint32_t kRetryMs = 1000;
 constexpr uint32_t kPinRetryMs = 300;
 
-/* The longest PLMN text, and its NUL. */
-constexpr size_t kPlmnTextSize = 9;
-
 bool is_not_ready(int32_t status) {
     return status == MAL_SIM_STATUS_NOT_READY || status == MAL_SIM_STATUS_NOT_READY_3 ||
            status == MAL_SIM_STATUS_NOT_READY_8;
@@ -83,7 +80,7 @@ void read_plmn(frwk_sim_subnet_sim_info_t *info) {
         FRWK_DEBUG_AS(kCall, "sim mnc get db is %s", custom_mnc);
     }
     const char *mnc = custom_mnc[0] != '\0' ? custom_mnc : record.mnc;
-    (void)std::snprintf(info->plmn, kPlmnTextSize, "%.*s%.*s", static_cast<int>(sizeof(record.mcc)),
+    (void)std::snprintf(info->plmn, sizeof(info->plmn), "%.*s%.*s", static_cast<int>(sizeof(record.mcc)),
                         record.mcc, static_cast<int>(sizeof(record.mnc)), mnc);
 }
 
