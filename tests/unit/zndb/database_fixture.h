@@ -16,6 +16,12 @@ inline const std::string kDefaultsFile = "/m_webui/usr/db/default_data.txt";
 inline const std::string kFactoryFile = "/m_data/factor/factor_data.txt";
 inline const std::string kJournalFile = "/tmp/m_tmp/zndb/journal";
 
+/* The stores by the letters that the journal knows them by, and the answer of a key that is in none. */
+inline constexpr StoreId P = StoreId::kPlain;
+inline constexpr StoreId M = StoreId::kPerm;
+inline constexpr StoreId F = StoreId::kFactory;
+inline const std::string kMissing = "result 2001";
+
 class DatabaseFixture : public DiskTest {
   protected:
     void SetUp() override {

@@ -10,12 +10,6 @@
 
 namespace {
 
-constexpr StoreId P = StoreId::kPlain;
-constexpr StoreId M = StoreId::kPerm;
-constexpr StoreId F = StoreId::kFactory;
-
-const std::string kMissing = "result 2001";
-
 class DatabaseStart : public DatabaseFixture {
   protected:
     /* Starts on a file that can not be opened. */

@@ -1,0 +1,168 @@
+/*
+ * Saving: which files are written, what the journal keeps, and what a failure changes.
+ */
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "unit/zndb/database_fixture.h"
+
+namespace {
+
+class DatabaseSave : public DatabaseFixture {};
+
+TEST_F(DatabaseSave, SaveWritesPlainAndPermAndDropsThemFromTheJournal) {
+    database_->set(P, "k", "v");
+    database_->set(M, "pk", "pv");
+    EXPECT_EQ(0, database_->save());
+    EXPECT_EQ("k=v\n", content_of(kPlainFile));
+    EXPECT_EQ("pk=pv\n", content_of(kPermFile));
+    EXPECT_EQ("", content_of(kJournalFile));
+    cut_power();
+    EXPECT_EQ("v", plain("k"));
+    EXPECT_EQ("pv", perm("pk"));
+}
+
+TEST_F(DatabaseSave, SaveKeepsTheOverlaysUnsavedChanges) {
+    database_->set(F, "fk", "fv");
+    database_->set(P, "k", "v");
+    EXPECT_EQ(0, database_->save());
+    EXPECT_EQ("F+fk=fv\n", content_of(kJournalFile));
+    EXPECT_FALSE(exists(kFactoryFile));
+    restart();
+    EXPECT_EQ("fv", def("fk"));
+}
+
+TEST_F(DatabaseSave, FactorSaveWritesTheOverlayAndKeepsTheOthersChanges) {
+    database_->set(F, "fk", "fv");
+    database_->set(P, "k", "v");
+    EXPECT_EQ(0, database_->save_factory());
+    EXPECT_EQ("fk=fv\n", content_of(kFactoryFile));
+    EXPECT_EQ("P+k=v\n", content_of(kJournalFile));
+    EXPECT_FALSE(exists(kPlainFile));
+    cut_power();
+    EXPECT_EQ("fv", def("fk"));
+}
+
+TEST_F(DatabaseSave, FilesWithoutChangesAreNotWritten) {
+    put_file(kPlainFile, "# a comment\nk=v\n");
+    restart();
+    database_->set(M, "pk", "pv");
+    EXPECT_EQ(0, database_->save());
+    EXPECT_EQ("# a comment\nk=v\n", content_of(kPlainFile));
+    EXPECT_EQ("pk=pv\n", content_of(kPermFile));
+    EXPECT_EQ(0, database_->save_factory());
+    EXPECT_FALSE(exists(kFactoryFile));
+}
+
+TEST_F(DatabaseSave, ChangesOfAnEarlierRunAreSaved) {
+    database_->set(P, "k", "v");
+    restart();
+    EXPECT_EQ(0, database_->save());
+    EXPECT_EQ("k=v\n", content_of(kPlainFile));
+}
+
+TEST_F(DatabaseSave, ASavedResetSurvivesAPowerCut) {
+    put_file(kPlainFile, "old=1\n");
+    restart();
+    EXPECT_EQ(0, database_->reset());
+    EXPECT_EQ("old=1\n", content_of(kPlainFile));
+    EXPECT_EQ(0, database_->save());
+    EXPECT_EQ("", content_of(kPlainFile));
+    cut_power();
+    EXPECT_EQ(kMissing, plain("old"));
+}
+
+TEST_F(DatabaseSave, ACrashBetweenTheRenameAndTheJournalsCutIsHarmless) {
+    put_file(kPlainFile, "a=old\nb=old\n");
+    restart();
+    database_->set(P, "a", "1");
+    database_->reset();
+    database_->set(P, "b", "2");
+    database_->set(P, "c", "3");
+    database_->erase(P, "c");
+    const std::string journal = content_of(kJournalFile);
+    EXPECT_EQ(0, database_->save());
+    put_file(kJournalFile, journal);
+    restart();
+    EXPECT_EQ(kMissing, plain("a"));
+    EXPECT_EQ("2", plain("b"));
+    EXPECT_EQ(kMissing, plain("c"));
+    EXPECT_EQ(0, database_->save());
+    EXPECT_EQ("b=2\n", content_of(kPlainFile));
+}
+
+TEST_F(DatabaseSave, AJournalThatCantBeCutDoesNotFailTheSave) {
+    database_->set(P, "k", "1");
+    doubles::libc::ftruncate.stand_in([](int, off_t) {
+        errno = EIO;
+        return -1;
+    });
+    EXPECT_EQ(0, database_->save());
+    EXPECT_EQ("k=1\n", content_of(kPlainFile));
+    EXPECT_EQ("P+k=1\n", content_of(kJournalFile));
+    EXPECT_EQ(1u, warnings(log_).size()) << log_.text();
+    end_faults();
+    EXPECT_EQ(0, database_->set(P, "k", "2"));
+    restart();
+    EXPECT_EQ("2", plain("k"));
+}
+
+TEST_F(DatabaseSave, AFullDiskFailsTheSaveAndNothingElse) {
+    put_file(kPlainFile, "k=old\n");
+    restart();
+    database_->set(P, "k", "new");
+    limit_disk(2);
+    EXPECT_EQ(6, database_->save());
+    EXPECT_EQ("k=old\n", content_of(kPlainFile));
+    EXPECT_EQ("new", plain("k"));
+    restart();
+    EXPECT_EQ("new", plain("k"));
+    end_faults();
+    EXPECT_EQ(0, database_->save());
+    EXPECT_EQ("k=new\n", content_of(kPlainFile));
+}
+
+TEST_F(DatabaseSave, OneStoresFailureDoesNotStopTheOther) {
+    database_->set(P, "k", "v");
+    database_->set(M, "pk", "pv");
+    fail_open(kPlainFile + ".tmp", ENOSPC);
+    EXPECT_EQ(6, database_->save());
+    EXPECT_EQ("pk=pv\n", content_of(kPermFile));
+    EXPECT_EQ("P+k=v\n", content_of(kJournalFile));
+
+    end_faults();
+    database_->set(M, "pk", "new");
+    fail_open(kPermFile + ".tmp", EROFS);
+    EXPECT_EQ(2006, database_->save());
+    EXPECT_EQ("k=v\n", content_of(kPlainFile));
+    EXPECT_EQ("M+pk=new\n", content_of(kJournalFile));
+}
+
+TEST_F(DatabaseSave, SavingWhereWritingIsNotAllowedGives2006) {
+    for (const int error : {EROFS, EACCES, EPERM}) {
+        database_->set(P, "k", std::to_string(error));
+        fail_open(kPlainFile + ".tmp", error);
+        EXPECT_EQ(2006, database_->save());
+        database_->set(F, "k", std::to_string(error));
+        fail_open(kFactoryFile + ".tmp", error);
+        EXPECT_EQ(2006, database_->save_factory());
+        end_faults();
+    }
+}
+
+TEST_F(DatabaseSave, ErrnoValuesHaveTheirResults) {
+    EXPECT_EQ(0, result_of_errno(0));
+    for (const int error : {ENOSPC, EDQUOT, EFBIG}) {
+        EXPECT_EQ(6, result_of_errno(error));
+    }
+    for (const int error : {EROFS, EACCES, EPERM}) {
+        EXPECT_EQ(2006, result_of_errno(error));
+    }
+    EXPECT_EQ(2003, result_of_errno(ENOMEM));
+    for (const int error : {EIO, EISDIR, ENOTDIR, EEXIST, EMFILE}) {
+        EXPECT_EQ(2007, result_of_errno(error));
+    }
+}
+
+}  // namespace
