@@ -98,8 +98,9 @@ int32_t frwk_str_to_bool(const char *text, uint8_t *out);
  *
  * Integers are decimal: leading white space and a sign are accepted, what follows the last digit is
  * ignored, and no digits at all are 0. Numbers beyond the 32 bits of the types int to ulong, or the 64 bits
- * of llong and ullong, are read as the nearest limit. A minus before an unsigned number negates it within
- * its bits, so that "-1" is the largest uint, ulong or ullong. A double beyond a float's range is read as
+ * of llong and ullong, are read as the nearest limit, for unsigned types as the largest whatever the sign. A
+ * minus before an unsigned number negates it within its bits, so that "-1" is the largest uint, ulong or
+ * ullong. A double beyond a float's range is read as
  * an infinite float.
  *
  * type: one of frwk_data_type_e up to FRWK_DATA_TYPE_DOUBLE.
@@ -139,7 +140,7 @@ int32_t frwk_check_enum_value(const char *list, const char *text);
  *
  * A string member is read as frwk_str_to_value reads its text. Any other member counts as its number, and
  * has to lie within the range of the types bool to uint; long and ulong take the lowest 32 bits of its
- * 64-bit integer. As a text such a member is empty.
+ * 64-bit integer. As a text such a member is empty, and fits any size but 0.
  *
  * object: of json_parse; not changed, and no other thread may change it meanwhile.
  * name: the member's name. type, out, size: as for frwk_str_to_value.

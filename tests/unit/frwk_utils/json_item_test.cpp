@@ -276,6 +276,19 @@ TEST(JsonItem, HasNoRoomInADestinationOfNoBytes) {
     EXPECT_TRUE(log.contains(assertion("size >= sizeof(int)", "int value out of buf"))) << log.text();
 }
 
+TEST(JsonItem, ChecksTypeAndSizeBeforeTheDestination) {
+    const OwnedJson object = object_with("1");
+    const LogCapture log;
+    EXPECT_EQ(frwk_get_json_item_value(object.get(), FRWK_DATA_TYPE_INT, "v", nullptr, 3),
+              E_APPS_ERR_OUTOFBUF);
+    EXPECT_EQ(frwk_get_json_item_value(object.get(), FRWK_DATA_TYPE_STRING, "v", nullptr, 1),
+              E_APPS_ERR_PARAM);
+    EXPECT_EQ(log.count("parameter is null!"), 1u) << log.text();
+    EXPECT_EQ(frwk_get_json_item_value(object.get(), FRWK_DATA_TYPE_RESERVED2, "v", nullptr, 4),
+              E_APPS_ERR_PARAM);
+    EXPECT_TRUE(log.contains("unsupported data type[2].")) << log.text();
+}
+
 TEST(JsonItem, ReadsAMemberOfAMember) {
     const OwnedJson object = object_with("{\"w\":7}");
     const json_item *member = json_get_object_item(object.get(), "v");
@@ -343,6 +356,14 @@ TEST(JsonItem, ReadsANumberAsTheEmptyText) {
             EXPECT_EQ(answer.destination.text(), "") << member.text;
             EXPECT_TRUE(answer.destination.only_wrote(1));
         }
+    }
+}
+
+TEST(JsonItem, ReadsANumberAsTheEmptyTextWhateverTheSize) {
+    for (const uint32_t size : {0x7FFFFFFFu, 0x80000000u, UINT32_MAX}) {
+        const Answer answer = read_member("7", FRWK_DATA_TYPE_STRING, size);
+        EXPECT_EQ(answer.result, E_APPS_ERR_SUCCESS) << size;
+        EXPECT_TRUE(answer.destination.only_wrote(1));
     }
 }
 

@@ -76,6 +76,13 @@ TEST(StrToValue, ChecksTheSizeBeforeTheText) {
     }
 }
 
+TEST(StrToValue, ChecksTheSizeBeforeTheDestination) {
+    EXPECT_EQ(frwk_str_to_value(FRWK_DATA_TYPE_INT, "1", nullptr, 3), E_APPS_ERR_OUTOFBUF);
+    EXPECT_EQ(frwk_str_to_value(FRWK_DATA_TYPE_INT, "1", nullptr, 4), E_APPS_ERR_PARAM);
+    EXPECT_EQ(frwk_str_to_value(FRWK_DATA_TYPE_STRING, "abc", nullptr, 3), E_APPS_ERR_OUTOFBUF);
+    EXPECT_EQ(frwk_str_to_value(FRWK_DATA_TYPE_STRING, "abc", nullptr, 4), E_APPS_ERR_PARAM);
+}
+
 TEST(StrToValue, ReadsMinusOneAsTheLargestUint) {
     Destination destination;
     EXPECT_EQ(frwk_str_to_value(FRWK_DATA_TYPE_UINT, "-1", destination.out(), 4), E_APPS_ERR_SUCCESS);

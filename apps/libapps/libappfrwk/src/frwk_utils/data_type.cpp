@@ -192,20 +192,10 @@ const DataType *find_data_type(int32_t code) {
     return row != kNoRow ? &kDataTypes[row] : nullptr;
 }
 
-TypeOutcome store_number(const DataType &type, const TypeRange &range, const TypedValue &value, void *out) {
+bool store_number(const DataType &type, const TypeRange &range, const TypedValue &value, void *out) {
     if (value.integer < range.low || value.integer > range.high) {
-        return {E_APPS_ERR_PARAM, range.check};
+        return false;
     }
     type.variable.store(value, out);
-    return {E_APPS_ERR_SUCCESS, {}};
-}
-
-TypeOutcome store_text(const DataType &type, const char *text, void *out, uint32_t size) {
-    const size_t length = std::strlen(text);
-    const auto room = static_cast<int32_t>(size); /* signed on the device: 2 GiB and more are too small */
-    if (room <= 0 || length >= static_cast<size_t>(room)) {
-        return {E_APPS_ERR_OUTOFBUF, type.fits};
-    }
-    strsncpy(static_cast<char *>(out), text, length);
-    return {E_APPS_ERR_SUCCESS, {}};
+    return true;
 }

@@ -49,17 +49,11 @@ struct DataType {
     bool is_text() const { return variable.size == 0; }
 };
 
-/* What became of a value: the result and, unless it is E_APPS_ERR_SUCCESS, the check that failed. */
-struct TypeOutcome {
-    apps_err_e_type result;
-    TypeCheck failed;
-};
-
 /* Returns the type's row, or null when no variable has that type. */
 const DataType *find_data_type(int32_t code);
 
-/* Stores a number whose type has been found to fit at out. range: one of the type's two. */
-TypeOutcome store_number(const DataType &type, const TypeRange &range, const TypedValue &value, void *out);
-
-/* Stores a text and its NUL. type: a text type. text: not null. */
-TypeOutcome store_text(const DataType &type, const char *text, void *out, uint32_t size);
+/*
+ * Stores a number whose type has been found to fit at out. range: one of the type's two.
+ * Returns false, and out is untouched, when the number is outside of it.
+ */
+bool store_number(const DataType &type, const TypeRange &range, const TypedValue &value, void *out);

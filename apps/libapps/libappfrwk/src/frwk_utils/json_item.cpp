@@ -3,20 +3,31 @@
  */
 #include "json.h"
 
+#include <cstring>
+
 #include "frwk_utils.h"
 #include "frwk_utils/data_type.h"
 #include "internal/frwk_log.h"
+#include "text_copy.h"
 
 namespace {
 
-/* A member that is no string. Some systems' readers keep a text for these too. */
-TypeOutcome extract(const DataType &type, const json_item *member, void *out, uint32_t size) {
+/* The text of a member that is no string: mostly none, but some systems' readers keep one for these too. */
+const char *text_of(const json_item *member) {
+    const char *text = json_get_string(member);
+    return text != nullptr ? text : "";
+}
+
+bool has_room(const DataType &type, const json_item *member, uint32_t size) {
+    return type.is_text() ? std::strlen(text_of(member)) < size : size >= type.variable.size;
+}
+
+/* Returns false, and out is untouched, when the member's number is no value of the type. */
+bool extract(const DataType &type, const json_item *member, void *out) {
     if (type.is_text()) {
-        const char *text = json_get_string(member);
-        return store_text(type, text != nullptr ? text : "", out, size);
-    }
-    if (size < type.variable.size) {
-        return {E_APPS_ERR_OUTOFBUF, type.fits};
+        const char *text = text_of(member);
+        strsncpy(static_cast<char *>(out), text, std::strlen(text));
+        return true;
     }
     return store_number(type, type.json_range, {json_get_int64(member), json_get_double(member)}, out);
 }
@@ -39,19 +50,22 @@ apps_err_e_type frwk_get_json_item_value(const json_item *object, int32_t type, 
         return frwk_str_to_value(type, json_get_string(member), out, size);
     }
 
-    if (out == nullptr && size > 0) {
-        FRWK_WARN("parameter is null!");
-        return E_APPS_ERR_PARAM;
-    }
     const DataType *row = find_data_type(type);
     if (row == nullptr) {
         FRWK_WARN("unsupported data type[%d].", type);
         return E_APPS_ERR_PARAM;
     }
-
-    const TypeOutcome outcome = extract(*row, member, out, size);
-    if (outcome.result != E_APPS_ERR_SUCCESS) {
-        FRWK_ASSERT(false, outcome.failed.condition, outcome.failed.message);
+    if (!has_room(*row, member, size)) {
+        FRWK_ASSERT(false, row->fits.condition, row->fits.message);
+        return E_APPS_ERR_OUTOFBUF;
     }
-    return outcome.result;
+    if (out == nullptr) {
+        FRWK_WARN("parameter is null!");
+        return E_APPS_ERR_PARAM;
+    }
+    if (!extract(*row, member, out)) {
+        FRWK_ASSERT(false, row->json_range.check.condition, row->json_range.check.message);
+        return E_APPS_ERR_PARAM;
+    }
+    return E_APPS_ERR_SUCCESS;
 }

@@ -13,19 +13,22 @@
 
 namespace {
 
-TypeOutcome convert(const DataType &type, const char *text, void *out, uint32_t size) {
-    if (type.is_text()) {
-        return store_text(type, text, out, size);
+/* The size of a text's destination is signed on the device: 2 GiB and more are too small. */
+bool has_room(const DataType &type, const char *text, uint32_t size) {
+    if (!type.is_text()) {
+        return size >= type.variable.size;
     }
-    if (size < type.variable.size) {
-        return {E_APPS_ERR_OUTOFBUF, type.fits};
-    }
+    return static_cast<int32_t>(size) > 0 && std::strlen(text) < size;
+}
 
-    TypedValue value;
-    if (!type.read(text, &value)) {
-        return {E_APPS_ERR_PARAM, type.text_range.check};
+/* Returns false, and out is untouched, when the text is no value of the type. */
+bool convert(const DataType &type, const char *text, void *out) {
+    if (type.is_text()) {
+        strsncpy(static_cast<char *>(out), text, std::strlen(text));
+        return true;
     }
-    return store_number(type, type.text_range, value, out);
+    TypedValue value;
+    return type.read(text, &value) && store_number(type, type.text_range, value, out);
 }
 
 /* Writes a number's text to number; a text is its own. */
@@ -45,16 +48,21 @@ apps_err_e_type frwk_str_to_value(int32_t type, const char *text, void *out, uin
         FRWK_WARN("unsupported data type[%d].", type);
         return E_APPS_ERR_PARAM;
     }
-    if (out == nullptr && size > 0) {
+
+    const char *content = text != nullptr ? text : "";
+    if (!has_room(*row, content, size)) {
+        FRWK_ASSERT(false, row->fits.condition, row->fits.message);
+        return E_APPS_ERR_OUTOFBUF;
+    }
+    if (out == nullptr) {
         FRWK_WARN("parameter is null!");
         return E_APPS_ERR_PARAM;
     }
-
-    const TypeOutcome outcome = convert(*row, text != nullptr ? text : "", out, size);
-    if (outcome.result != E_APPS_ERR_SUCCESS) {
-        FRWK_ASSERT(false, outcome.failed.condition, outcome.failed.message);
+    if (!convert(*row, content, out)) {
+        FRWK_ASSERT(false, row->text_range.check.condition, row->text_range.check.message);
+        return E_APPS_ERR_PARAM;
     }
-    return outcome.result;
+    return E_APPS_ERR_SUCCESS;
 }
 
 apps_err_e_type frwk_value_to_str(int32_t type, const void *value, char *buf, int32_t size) {

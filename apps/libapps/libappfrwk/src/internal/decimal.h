@@ -2,8 +2,8 @@
  * Decimal numbers in texts from outside.
  *
  * They read as strtol and its siblings with base 10: blanks and a sign may come first, any other character
- * ends the number, no digits at all are 0, and what does not fit is the nearest that does. Unlike them they
- * ask for no locale and set no errno.
+ * ends the number, no digits at all are 0, and what does not fit is the nearest that does, or for unsigned
+ * types the largest, whatever its sign. Unlike them they ask for no locale and set no errno.
  */
 #pragma once
 
