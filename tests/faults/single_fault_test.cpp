@@ -117,6 +117,17 @@ TEST_F(SingleFault, APartOfAToolsLineIsNoValue) {
     EXPECT_TRUE(logged("read the output of a command error!"));
 }
 
+TEST_F(SingleFault, APartOfANameIsNoName) {
+    static char name[16];
+    std::strcpy(name, "before");
+    (void)fail_nth(Call::getc, 3, EIO, [] {
+        (void)frwk_get_process_name(0, name, sizeof(name));
+        return 0;
+    });
+    EXPECT_STREQ("before", name);
+    EXPECT_TRUE(logged("read the output of a command error!"));
+}
+
 TEST_F(SingleFault, AReasonThatCannotBeReadIsLogged) {
     put_text("/m_data/usr_permanent/reboot_reason", "801");
     EXPECT_EQ(0, fail_first(Call::fread, EIO, [] { return frwk_reboot_reason_get(); }));

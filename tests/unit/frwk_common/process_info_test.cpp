@@ -219,10 +219,16 @@ TEST_F(ProcessName, IsCutToTheBuffer) {
     EXPECT_TRUE(buffer.untouched_from(4));
 }
 
-TEST_F(ProcessName, ABufferOfOneByteOrNoneIsReturnedAsItIs) {
+TEST_F(ProcessName, ABufferOfOneByteHoldsTheNulAlone) {
     tool_prints("monitor\n");
     Marked buffer;
-    EXPECT_EQ(buffer.bytes, frwk_get_process_name(1, buffer.bytes, 1));
+    EXPECT_STREQ("", frwk_get_process_name(1, buffer.bytes, 1));
+    EXPECT_TRUE(buffer.untouched_from(1));
+}
+
+TEST_F(ProcessName, ABufferOfNoByteIsReturnedAsItIs) {
+    tool_prints("monitor\n");
+    Marked buffer;
     EXPECT_EQ(buffer.bytes, frwk_get_process_name(1, buffer.bytes, 0));
     EXPECT_TRUE(buffer.untouched_from(0));
 }

@@ -82,13 +82,6 @@ TEST_F(ToolOutputTest, ALongLastLineEndsTheOutput) {
     EXPECT_EQ((Lines{"abc"}), lines_of("printf abcdef", 4));
 }
 
-TEST_F(ToolOutputTest, ABufferForTheNulAloneTakesNothing) {
-    ToolOutput output("echo abc");
-    char line[1] = {'#'};
-    EXPECT_FALSE(output.next_line(line, sizeof(line)));
-    EXPECT_EQ('#', line[0]);
-}
-
 TEST_F(ToolOutputTest, ASignalIsNoEnd) {
     const Interruptions interruptions;
     EXPECT_EQ((Lines{"one\n", "two\n"}), lines_of("printf o; sleep 0.05; echo ne; sleep 0.05; echo two", 16));

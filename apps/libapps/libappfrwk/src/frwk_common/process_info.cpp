@@ -22,8 +22,11 @@ constexpr char kHardwareIdKey[] = "hardware.id=";
 constexpr char kValueEnds[] = " \r\n";
 constexpr size_t kCommandLineLength = 2048;
 
+/* More than the kernel's longest name, and its NUL. */
+constexpr size_t kProcessNameSize = 64;
+
 /* The name of a process for callers without a buffer of their own; one thread at a time. */
-char g_s_process_name[64];
+char g_s_process_name[kProcessNameSize];
 
 /* Reads the kernel's command line, cut to what fits; false when there is none. call: as the log names it. */
 bool read_command_line(const char *call, char (&text)[kCommandLineLength + 1]) {
@@ -92,8 +95,11 @@ const char *frwk_get_process_name(int32_t pid, char *buffer, uint32_t size) {
         FRWK_WARN("popen command %s error.", command.text());
         return nullptr;
     }
-    if (size == 0 || !output.next_line(buffer, size)) {
+
+    char name[kProcessNameSize];
+    if (size == 0 || !output.next_line(name, sizeof(name))) {
         return buffer;
     }
+    strsncpy(buffer, name, std::min<size_t>(std::strlen(name), size - 1));
     return strdern(buffer, std::strlen(buffer));
 }

@@ -19,7 +19,7 @@ class ToolOutput {
      * Reads the next line with its line end. What doesn't fit is passed over by the next call.
      *
      * line: receives at most size - 1 bytes and a NUL; unchanged at the end of the output.
-     * size: 1 or more.
+     * size: 2 or more.
      * Returns false at the end of the output, and, logged, when reading fails: a part of a line is no line,
      * and leaves an empty one.
      */
