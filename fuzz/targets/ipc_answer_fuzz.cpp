@@ -47,10 +47,10 @@ void check_delivered(std::string_view answer, const std::vector<char> &rsp, int3
     frwk_ipc_rsp_header header;
     std::memcpy(&header, answer.data(), sizeof(header));
     FUZZ_CHECK(result == header.result);
-    if (header.rsp_len > 0) {
-        const auto length = static_cast<size_t>(header.rsp_len);
-        FUZZ_CHECK(std::memcmp(rsp.data(), answer.data() + sizeof(header), length) == 0);
-    }
+    const size_t length = header.rsp_len > 0 ? static_cast<size_t>(header.rsp_len) : 0;
+    FUZZ_CHECK(length == 0 || std::memcmp(rsp.data(), answer.data() + sizeof(header), length) == 0);
+    FUZZ_CHECK(std::all_of(rsp.begin() + static_cast<ptrdiff_t>(length), rsp.end(),
+                           [](char byte) { return byte == 0; }));
 }
 
 /* Checks that the peer got the request that was to be sent. */

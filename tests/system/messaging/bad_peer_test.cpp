@@ -62,7 +62,7 @@ TEST_F(BadPeer, AnAnswerCutInItsDataIsAFailedRead) {
 }
 
 TEST_F(BadPeer, AnAnswerLongerThanTheRoomIsRefused) {
-    EXPECT_EQ("ret=9 ", answered_with(words({7, 5}) + "abcde").substr(0, 6));
+    EXPECT_EQ("ret=9 rsp=00000000", answered_with(words({7, 5}) + "abcde"));
     EXPECT_TRUE(logged("ipc recv rsp buffer not big enough!"));
 }
 
@@ -82,6 +82,9 @@ TEST_F(BadPeer, AShorterAnswerThanTheRoomIsTaken) {
 
 TEST_F(BadPeer, BytesBehindTheAnswerAreIgnored) {
     EXPECT_EQ("ret=0 result=7 rsp=61626364", answered_with(words({7, 4}) + "abcdefgh"));
+    EXPECT_EQ("ret=0 result=7 rsp=61000000", answered_with(words({7, 1}) + "abcd"));
+    EXPECT_EQ("ret=0 result=7 rsp=00000000", answered_with(words({7, 0}) + "abcd"));
+    EXPECT_EQ("ret=0 result=7 rsp=00000000", answered_with(words({7, 0xFFFFFFFF}) + "abcd"));
 }
 
 TEST_F(BadPeer, APeerThatClosesAtOnceIsAFailedReadOrWrite) {

@@ -174,6 +174,8 @@ TEST_F(PublishTest, EndsWhereTheFileCanNotBeReadFurther) {
     });
     frwk_ipc_msg_pub("link", 3001, "up", 2);
     libc::read.restore();
+    EXPECT_TRUE(logged_once(log_, kWarningLevel, "frwk_ipc_msg_pub",
+                            "read event key(/m_data/usr/subscribe/link) file failed!"));
     expect_nobody_reached();
 }
 

@@ -124,6 +124,13 @@ bool receive_rest(int fd, void *buf, uint32_t received, uint32_t len) {
            static_cast<int32_t>(missing);
 }
 
+/* What a peer sends beyond the len bytes that it announces is no answer. */
+void clear_surplus(void *rsp, uint32_t len, uint32_t received) {
+    if (received > len) {
+        std::memset(static_cast<char *>(rsp) + len, 0, received - len);
+    }
+}
+
 /* Reads the answer into the caller's buffer. Returns 0 with the handler's result, or the result of the send.
  */
 apps_err_e_type receive_answer(int fd, void *rsp, uint32_t rsp_size, int32_t *handler_result) {
@@ -134,16 +141,17 @@ apps_err_e_type receive_answer(int fd, void *rsp, uint32_t rsp_size, int32_t *ha
         FRWK_WARN_AS(kSync, "ipc recv rsp header failed!");
         return E_APPS_ERR_READ;
     }
-    if (header.rsp_len > 0) {
-        const auto len = static_cast<uint32_t>(header.rsp_len);
-        if (len > rsp_size) {
-            FRWK_WARN_AS(kSync, "ipc recv rsp buffer not big enough!");
-            return E_APPS_ERR_OUTOFBUF;
-        }
-        if (!receive_rest(fd, rsp, static_cast<uint32_t>(count - kHeadSize), len)) {
-            FRWK_WARN_AS(kSync, "ipc recv rsp data failed!");
-            return E_APPS_ERR_READ;
-        }
+
+    const auto received = static_cast<uint32_t>(count - kHeadSize);
+    const uint32_t len = header.rsp_len > 0 ? static_cast<uint32_t>(header.rsp_len) : 0;
+    clear_surplus(rsp, len <= rsp_size ? len : 0, received);
+    if (len > rsp_size) {
+        FRWK_WARN_AS(kSync, "ipc recv rsp buffer not big enough!");
+        return E_APPS_ERR_OUTOFBUF;
+    }
+    if (!receive_rest(fd, rsp, received, len)) {
+        FRWK_WARN_AS(kSync, "ipc recv rsp data failed!");
+        return E_APPS_ERR_READ;
     }
     *handler_result = header.result;
     return E_APPS_ERR_SUCCESS;
