@@ -26,10 +26,15 @@ enum Missing {
     kNothing = 0,
     kTexts = 1,
     kRunFlag = 2,
-    kSocket = 4
+    kSocket = 4,
+    kLockText = 8
 };
 
 constexpr int kEnded = 255;
+
+bool has_process_id(const char *lock) {
+    return file_text(std::string(kLockFolder) + "/" + lock) == std::to_string(::getpid());
+}
 
 bool serves(const char *name) {
     return std::filesystem::is_socket(std::string(kSocketFolder) + "/" + name);
@@ -41,7 +46,7 @@ int start_module() {
     const bool has_texts = std::string(frwk_module_alias(-1)) == "Messages";
     const bool is_listed = frwk_module_feature(-1, FRWK_FLAG_RUN) != 0;
     return (has_texts ? kNothing : kTexts) | (is_listed ? kNothing : kRunFlag) |
-           (serves("sms") ? kNothing : kSocket);
+           (serves("sms") ? kNothing : kSocket) | (has_process_id("sms") ? kNothing : kLockText);
 }
 
 apps_err_e_type take(uint32_t, apps_message_id_e_type, const void *, int32_t, void *, uint32_t, uint32_t) {
@@ -75,7 +80,7 @@ std::vector<Scenario> start() {
                 const long missing = in_child(start_module);
                 return missing == kEnded && file_text(kErrors).empty() ? -1 : missing;
             })
-            .failing({kEnded, kTexts, kRunFlag, kTexts | kRunFlag, kSocket})
+            .failing({kEnded, kTexts, kRunFlag, kTexts | kRunFlag, kSocket, kLockText})
             .except({Call::fopen64, Call::fcntl64, Call::malloc}, Waived::kWarning,
                     "without its lock a module ends, and says so on standard error")
             .except({Call::fread}, Waived::kWarning, "a list that ends early has been cut meanwhile",

@@ -5,6 +5,7 @@
 #include "frwk_common/instance_lock.h"
 
 #include <fcntl.h>
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <cerrno>
@@ -17,6 +18,7 @@
 #include "unit/frwk_common/child.h"
 #include "unit/frwk_common/files.h"
 #include "unit/frwk_common/lock_holder.h"
+#include "unit/frwk_common/log_checks.h"
 
 namespace base = doubles::base;
 namespace libc = doubles::libc;
@@ -91,6 +93,20 @@ TEST_F(InstanceLockTest, HoldsTheProcessIdWithoutALineEnd) {
     EXPECT_EQ(end.errors, "");
 }
 
+TEST_F(InstanceLockTest, IsHeldWithoutItsProcessIdOnAFullDisk) {
+    const ChildEnd end = run_in_child([] {
+        const LogCapture log;
+        libc::fflush.stand_in([](FILE *) {
+            errno = ENOSPC;
+            return EOF;
+        });
+        take_instance_lock("wlan");
+        return log.text();
+    });
+    EXPECT_EQ(end.status, 0) << end.errors;
+    EXPECT_THAT(end.report, testing::HasSubstr(with_errno("write instance lock file error!", ENOSPC)));
+}
+
 TEST_F(InstanceLockTest, ReplacesTheContentOfAnEarlierRun) {
     write_file(kFile, "12345678901234567890\nold\n");
     const ChildEnd end = take([] { return read_file(kFile) == std::to_string(getpid()) ? "same" : "other"; });
@@ -133,6 +149,7 @@ TEST_F(InstanceLockTest, StaysWithTheFirstProcessAfterASecondTried) {
     const Holder first;
     take();
     EXPECT_EQ(record_lock_holder(kFile), first.pid());
+    EXPECT_EQ(read_file(kFile), ""); /* opened for a new text before the lock is asked for */
     expect_ended(take(), "the 'wlan' is already running!\n");
 }
 

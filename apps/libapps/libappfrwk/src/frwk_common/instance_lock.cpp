@@ -10,6 +10,7 @@
 #include <cstdlib>
 
 #include "frwk_common/record_lock.h"
+#include "internal/frwk_log.h"
 #include "internal/frwk_paths.h"
 #include "internal/owned.h"
 #include "internal/shell.h"
@@ -51,7 +52,10 @@ void take_instance_lock(const char *module_name) {
         die("can't lock %s\n", path);
     }
 
+    // The lock is what counts: without the process id in its file the module runs all the same.
     (void)std::fprintf(file.get(), "%ld", static_cast<long>(::getpid()));
-    (void)std::fflush(file.get());
+    if (std::fflush(file.get()) != 0 || std::ferror(file.get()) != 0) {
+        FRWK_WARN_ERRNO("write instance lock file error!");
+    }
     g_s_instance_lock_file = file.take();
 }
