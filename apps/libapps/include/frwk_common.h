@@ -134,10 +134,10 @@ void frwk_set_module_status(uint32_t status);
  * timeout: seconds; it limits the connect, and how long the receiver waits for its own handler to be
  * registered. Once the request is written the call waits for the answer without limit.
  * req, req_len: the body and its bytes; null and 0 for none.
- * rsp, rsp_size: receives the answer, and its bytes; null and 0 for none. Its content is undefined when
- * the call fails.
- * result: receives the handler's result when the call returns 0 or 2, or is left alone; may be null.
- * A request of the module to itself calls the handler on this thread and returns 0.
+ * rsp, rsp_size: receives the answer, and its bytes; null and 0 for none. What the answer leaves of it is
+ * unchanged, unless the receiver sends more than the answer that it announces: that is cleared. Its content
+ * is undefined when the call fails. result: receives the handler's result when the call returns 0 or 2, or is
+ * left alone; may be null. A request of the module to itself calls the handler on this thread and returns 0.
  *
  * Returns 0 when the request was answered, 1 E_APPS_ERR_MODULE (no such module, or it doesn't run),
  * 2 E_APPS_ERR_TIMEOUT (the handler said so, or none was registered in time), 3 E_APPS_ERR_PARAM (a
@@ -151,7 +151,8 @@ apps_err_e_type frwk_ipc_send_sync(uint32_t module, apps_message_id_e_type msgid
 /*
  * Sends a message and does not wait for it to be handled.
  *
- * data, len: the body and its bytes, copied; null and 0 for none. timeout: seconds, limits the connect.
+ * data, len: the body and its bytes, copied; null and 0 for none. timeout: seconds, limits the connect; a
+ * body larger than the socket's buffer, about 200 KB, then waits for the receiver to read it, without limit.
  * A message of the module to itself is handled on a thread of its own.
  *
  * Returns 15 E_APPS_ERR_ASYNC when the message was delivered; never 0. Otherwise 1 E_APPS_ERR_MODULE,
@@ -455,8 +456,9 @@ void frwk_get_cpustate(frwk_cpustate *state);
  * name: a part of the line, as grep searches for it; the first line counts. column: 1 for the first.
  * result: receives the number without its last character, which is the per-cent sign in the column of the
  * use; so any other column loses its last digit.
- * Returns 0, or -1 when an argument is null, the name is empty or longer than the command has room for
- * (80 bytes have), or there is no such line; result is then unchanged.
+ * Returns 0, or -1 when an argument is null, the name is empty or longer than the command has room for (80
+ * bytes without a single quote have, with a column of one or two digits), or there is no such line; result is
+ * then unchanged.
  */
 int32_t frwk_get_partion_info(const char *name, int32_t column, int32_t *result);
 
@@ -473,7 +475,8 @@ void frwk_get_hardware_id(char *buffer, uint32_t size);
  * Reads the name of a process.
  *
  * pid: 0 or less stands for the calling process.
- * buffer: receives the name, cut to size - 1 bytes, and its NUL; unchanged when there is no such process.
+ * buffer: receives the name, cut to size - 1 bytes, and its NUL; unchanged when there is no such process, or
+ * its name can't be read.
  * null stands for one of 64 bytes that the whole process shares: it is empty when there is no such process,
  * and one thread at a time may use it. size: bytes of buffer.
  * Returns the buffer, or null when no command can be run.

@@ -149,8 +149,9 @@ TEST(StrPick, WritesNothingIntoABufferWithoutBytes) {
 }
 
 TEST(StrPick, NullTextsGive0) {
-    char out[4];
+    char out[] = "old";
     EXPECT_EQ(0, frwk_str_pick(nullptr, "<", ">", out, sizeof(out)));
+    EXPECT_STREQ("", out);
     EXPECT_EQ(0, frwk_str_pick("<1>", "<", ">", nullptr, 4));
 }
 

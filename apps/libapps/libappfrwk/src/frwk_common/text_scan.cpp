@@ -67,10 +67,13 @@ char *frwk_skip_next_space(const char *text) {
 }
 
 int32_t frwk_str_pick(const char *src, const char *begin, const char *end, char *out, int32_t size) {
-    if (src == nullptr || out == nullptr) {
+    if (out == nullptr) {
         return 0;
     }
     clear_text(out, size);
+    if (src == nullptr) {
+        return 0;
+    }
 
     const char *start = src;
     if (has_text(begin)) {
