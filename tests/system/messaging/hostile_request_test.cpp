@@ -242,6 +242,37 @@ TEST_F(HostileRequest, APeerThatStopsReadingItsAnswerAndDiesIsGivenUp) {
     EXPECT_TRUE(logged("send ipc rsp error!"));
 }
 
+TEST_F(HostileRequest, APeerThatStopsReadingItsAnswerHoldsTheServiceUntilItLeaves) {
+    RawRequest request;
+    request.msgid = kFill;
+    request.rsp_size = 32u * 1024 * 1024;
+    RawConnection first = RawConnection::to("router");
+    first.send(request.bytes());
+    EXPECT_EQ(1000u, first.receive(1000).size());
+
+    request.msgid = kEcho;
+    request.rsp_size = 4;
+    RawConnection second = RawConnection::to("router");
+    second.send(request.bytes());
+    EXPECT_TRUE(second.stays_silent(500ms));
+    first.close();
+    EXPECT_EQ(words({0, 4, 0}), second.receive_rest());
+}
+
+TEST_F(HostileRequest, ARequestThatDripsIsServedHoweverLongItTakes) {
+    RawRequest request;
+    request.msgid = kEcho;
+    request.rsp_size = 4;
+    request.data_len = 4;
+    RawConnection peer = RawConnection::to("router");
+    for (const std::string &piece : {request.bytes().substr(0, 7), request.bytes().substr(7) + "go"}) {
+        peer.send(piece);
+        EXPECT_TRUE(peer.stays_silent(1600ms));
+    }
+    peer.send("od");
+    EXPECT_EQ(words({0, 4}) + "good", peer.receive_rest());
+}
+
 TEST_F(HostileRequest, ASenderThatDoesNotExistIsServed) {
     RawRequest request;
     request.msgid = kEcho;
