@@ -24,12 +24,12 @@ extern "C" {
  * clears up. When the call has succeeded the backup outlasts a power cut. Changes of the configuration that
  * are not saved yet (zndb_save) are not in it.
  *
- * path: where to; what was there is replaced, by a file that only its owner can read. Null gives
- * E_APPS_ERR_PARAM.
+ * path: where to; what was there is replaced, by a file that only its owner can read. Its last part has at
+ * most 244 characters, so that there is room for ".unfinished". Null gives E_APPS_ERR_PARAM.
  * Returns E_APPS_ERR_SUCCESS, or, with nothing left at path:
- *   E_APPS_ERR_IO        path can't be created, or a source can't be opened
- *   E_APPS_ERR_READ      a source became shorter while it was read
- *   E_APPS_ERR_WRITE     the disk is full
+ *   E_APPS_ERR_IO        path is empty or too long or can't be created, or a source can't be opened
+ *   E_APPS_ERR_READ      a source became shorter while it was read, or can't be read
+ *   E_APPS_ERR_WRITE     the disk is full, or fails
  *   E_APPS_ERR_FORMAT    a source, or all of them together, have 4 GiB or more
  *   E_APPS_ERR_INTERNAL  the product's name, the digest or the cipher's key is not to be had, or the disk is
  *                        full while the backup is being enciphered

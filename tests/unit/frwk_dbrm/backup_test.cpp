@@ -164,6 +164,17 @@ TEST_F(Backup, OfAPathThatCanNotBeCreatedIsAnIoError) {
     EXPECT_TRUE(database().requests.empty());
 }
 
+TEST_F(Backup, OfAnEmptyPathIsAnIoErrorAndTouchesNothing) {
+    write("/m_data/usr/.unfinished", "another's");
+    std::filesystem::current_path("/m_data/usr");
+    EXPECT_EQ(E_APPS_ERR_IO, frwk_dbrm_backup(""));
+    std::filesystem::current_path("/");
+    expect_warning("frwk_dbrm_backup_process", with_errno("create backup file error!", ENOENT));
+    expect_warning("frwk_dbrm_backup", "backup process failed!");
+    EXPECT_TRUE(database().requests.empty());
+    EXPECT_EQ("another's", file_text("/m_data/usr/.unfinished"));
+}
+
 TEST_F(Backup, InAFoldersPlaceIsAnIoErrorAndTheFolderStays) {
     std::filesystem::create_directory(kBackup);
     EXPECT_EQ(E_APPS_ERR_IO, frwk_dbrm_backup(kBackup));
@@ -185,6 +196,24 @@ TEST_F(Backup, OfAPathWithoutRoomForTheUnfinishedFilesNameIsAnIoError) {
     path += "p";
     EXPECT_EQ(E_APPS_ERR_IO, frwk_dbrm_backup(path.c_str()));
     expect_warning("frwk_dbrm_backup_process", with_errno("create backup file error!", ENAMETOOLONG));
+}
+
+TEST_F(Backup, TakesANameOf244Characters) {
+    const std::string path = "/m_data/usr/" + std::string(244, 'n');
+    EXPECT_EQ(E_APPS_ERR_SUCCESS, frwk_dbrm_backup(path.c_str()));
+    EXPECT_EQ(packed(user_record() + manager_record(), kMagic), file_text(path));
+}
+
+TEST_F(Backup, OfALongerNameIsAnIoErrorThoughTheNameAloneWouldDo) {
+    for (const size_t length : {245u, 255u}) {
+        log().clear();
+        const std::string path = "/m_data/usr/" + std::string(length, 'n');
+        write(path, "a file may have this name");
+        EXPECT_EQ(E_APPS_ERR_IO, frwk_dbrm_backup(path.c_str()));
+        expect_warning("frwk_dbrm_backup_process", with_errno("create backup file error!", ENAMETOOLONG));
+        expect_warning("frwk_dbrm_backup", "backup process failed!");
+    }
+    EXPECT_TRUE(database().requests.empty());
 }
 
 TEST_F(Backup, NamesTheSourceThatFailed) {

@@ -34,8 +34,8 @@ void sync_folder_of(const char *path) {
 
 GrowingBackup::GrowingBackup(const char *target) : target_(target) {
     const int length = std::snprintf(path_, sizeof(path_), "%s%s", target, kSuffix);
-    if (length < 0 || static_cast<size_t>(length) >= sizeof(path_)) {
-        path_[0] = '\0';
+    if (target[0] == '\0' || length < 0 || static_cast<size_t>(length) >= sizeof(path_)) {
+        path_[0] = '\0'; /* of no target as well, which would else have its file in the working folder */
     }
 }
 
@@ -47,7 +47,7 @@ GrowingBackup::~GrowingBackup() {
 
 UniqueFile GrowingBackup::create() const {
     if (path_[0] == '\0') {
-        errno = ENAMETOOLONG;
+        errno = target_[0] == '\0' ? ENOENT : ENAMETOOLONG;
         return UniqueFile();
     }
     if (!can_be_written(target_)) {

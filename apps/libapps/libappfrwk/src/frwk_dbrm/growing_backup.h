@@ -30,5 +30,5 @@ class GrowingBackup {
   private:
     const char *const target_;
     bool in_place_ = false;
-    char path_[PATH_MAX]; /* empty when it would be too long */
+    char path_[PATH_MAX]; /* empty when it would be too long, and without a target */
 };
