@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cstring>
 
 #include "frwk_dbrm/backup_io.h"
 #include "unit/frwk_dbrm/dbrm_fixture.h"
@@ -148,6 +149,21 @@ TEST_F(RestoreFile, WithABackslashOnlyCutsTheFolderThere) {
     std::filesystem::current_path("/");
     EXPECT_EQ(std::vector<std::string>{"mkdir -p folder"}, commands_);
     EXPECT_EQ("data", file_text("/m_data/usr/www/folder\\target"));
+}
+
+TEST_F(RestoreFile, WithNothingInFrontOfItsSeparatorRunsNoMkdir) {
+    record_commands();
+    doubles::libc::fopen.stand_in([](const char *path, const char *mode) {
+        return doubles::libc::fopen.real(std::strcmp(path, "/target") == 0 ? kTarget : path, mode);
+    });
+    EXPECT_EQ(E_APPS_ERR_SUCCESS, restore_file("/target", "data"));
+    EXPECT_EQ("data", file_text(kTarget));
+
+    std::filesystem::current_path("/m_data/usr/www");
+    EXPECT_EQ(E_APPS_ERR_SUCCESS, restore_file("\\target", "other data"));
+    std::filesystem::current_path("/");
+    EXPECT_EQ("other data", file_text("/m_data/usr/www/\\target"));
+    EXPECT_TRUE(commands_.empty());
 }
 
 TEST_F(RestoreFile, WithBothSeparatorsCutsTheFolderAtTheSlash) {

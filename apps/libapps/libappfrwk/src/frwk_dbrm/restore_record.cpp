@@ -29,6 +29,9 @@ void make_folder_of(const char *name) {
     if (separator == nullptr) {
         return;
     }
+    if (separator == name) {
+        return; /* in the root, which is always there; mkdir has no word for it once the name is cut */
+    }
 
     char folder[backup_format::kNameSize] = "";
     std::memcpy(folder, name, static_cast<size_t>(separator - name));
