@@ -204,16 +204,40 @@ TEST_F(SingleFault, AnOperatorFileThatCanNeverBeReadWholeIsAppliedOnce) {
     EXPECT_EQ("", stored_perm("first"));
 }
 
-TEST_F(SingleFault, ARestoredBackupThatCannotBeRemovedIsLogged) {
-    put_text(kProductKeyPath, some_key());
-    put_text("/m_data/usr/db/user_data.txt", "device_product_name=QR-100\n");
-    put_text("/m_data/usr/dbm/database.db", "d");
-    std::filesystem::create_directories("/m_data/usr/exchange");
-    start_database();
-    const auto restore = [] {
-        EXPECT_EQ(E_APPS_ERR_SUCCESS, frwk_dbrm_backup(kBackup));
-        return static_cast<long>(frwk_dbrm_restore(kBackup));
-    };
+// ---- backups ----
+
+class SingleBackupFault : public SingleFault {
+  protected:
+    void SetUp() override {
+        SingleFault::SetUp();
+        put_text(kProductKeyPath, some_key());
+        put_text("/m_data/usr/db/user_data.txt", "device_product_name=QR-100\n");
+        put_text("/m_data/usr/dbm/database.db", "d");
+        std::filesystem::remove_all("/m_data/usr/exchange");
+        std::filesystem::create_directories("/m_data/usr/exchange");
+        start_database();
+    }
+
+    static long back_up() { return frwk_dbrm_backup(kBackup); }
+    static long restore() { return frwk_dbrm_restore(kBackup); }
+};
+
+TEST_F(SingleBackupFault, ABackupOfUnknownSizeIsNotTakenForTooLarge) {
+    EXPECT_EQ(E_APPS_ERR_WRITE, fail_first(Call::ftello64, EIO, back_up));
+    EXPECT_TRUE(logged("append write backup file error! errno=5"));
+    EXPECT_FALSE(logged("backup file is too large!"));
+    EXPECT_FALSE(std::filesystem::exists(kBackup));
+}
+
+TEST_F(SingleBackupFault, AnUploadOfUnknownSizeIsNotTakenForTooShort) {
+    ASSERT_EQ(E_APPS_ERR_SUCCESS, back_up());
+    EXPECT_EQ(E_APPS_ERR_READ, fail_first(Call::ftello64, EIO, restore));
+    EXPECT_TRUE(logged("read restore file hdr error! errno=5"));
+    EXPECT_FALSE(logged("invalid restore file hdr format!"));
+}
+
+TEST_F(SingleBackupFault, ARestoredBackupThatCannotBeRemovedIsLogged) {
+    ASSERT_EQ(E_APPS_ERR_SUCCESS, back_up());
     EXPECT_EQ(E_APPS_ERR_SUCCESS, fail_first(Call::remove, EIO, restore));
     EXPECT_TRUE(logged("remove restore file error!"));
 }

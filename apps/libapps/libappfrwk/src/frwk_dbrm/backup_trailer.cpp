@@ -33,7 +33,11 @@ apps_err_e_type append(const char *path, Trailer *trailer) {
     }
 
     const std::optional<uint64_t> size = backup_io::seek_to_end(file.get());
-    const std::optional<uint32_t> body_length = size ? backup_format::as_length(*size) : std::nullopt;
+    if (!size) {
+        FRWK_WARN_ERRNO_AS(kPack, "append write backup file error!");
+        return E_APPS_ERR_WRITE;
+    }
+    const std::optional<uint32_t> body_length = backup_format::as_length(*size);
     if (!body_length) {
         FRWK_WARN_AS(kPack, "backup file is too large!");
         return E_APPS_ERR_FORMAT;
@@ -58,7 +62,11 @@ apps_err_e_type read_trailer(const char *path, Trailer *trailer, uint64_t *body_
     }
 
     const std::optional<uint64_t> size = backup_io::seek_to_end(file.get());
-    if (!size || *size < kTrailerSize) {
+    if (!size) {
+        FRWK_WARN_ERRNO_AS(kUnpack, "read restore file hdr error!");
+        return E_APPS_ERR_READ;
+    }
+    if (*size < kTrailerSize) {
         FRWK_WARN_AS(kUnpack, "invalid restore file hdr format!");
         return E_APPS_ERR_FORMAT;
     }

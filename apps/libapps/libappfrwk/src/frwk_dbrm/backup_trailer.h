@@ -20,7 +20,8 @@ int32_t frwk_dbrm_get_magic(uint32_t *magic);
  * Appends the trailer to a file that holds a body.
  *
  * Returns E_APPS_ERR_SUCCESS; INTERNAL without magic or digest; IO when the file can't be opened to append;
- * FORMAT for a body of 4 GiB or more; WRITE when the trailer can't be written. Failures have been logged.
+ * FORMAT for a body of 4 GiB or more; WRITE when its length can't be told or the trailer not be written.
+ * Failures have been logged.
  */
 apps_err_e_type frwk_dbrm_pack(const char *path);
 
