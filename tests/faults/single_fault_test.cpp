@@ -242,6 +242,15 @@ TEST_F(SingleBackupFault, ARestoredBackupThatCannotBeRemovedIsLogged) {
     EXPECT_TRUE(logged("remove restore file error!"));
 }
 
+TEST_F(SingleBackupFault, ALinkToARestoredBackupThatCannotBeRemovedIsLogged) {
+    const char *upload = "/m_data/usr/exchange/upload";
+    ASSERT_EQ(E_APPS_ERR_SUCCESS, frwk_dbrm_backup(upload));
+    std::filesystem::create_symlink(upload, kBackup);
+    EXPECT_EQ(E_APPS_ERR_SUCCESS, fail_nth(Call::remove, 1, EIO, restore));
+    EXPECT_TRUE(logged("remove restore file error!"));
+    EXPECT_FALSE(std::filesystem::exists(upload));
+}
+
 TEST_F(SingleFault, WhatACommandLeftBehindEndsThoughProcessesCannotBeListedAtOnce) {
     const auto run_and_close = [] {
         os_command_scope_open();

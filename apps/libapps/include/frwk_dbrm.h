@@ -44,17 +44,18 @@ apps_err_e_type frwk_dbrm_backup(const char *path);
  * returned, what it brought back outlasts a power cut.
  *
  * path: the backup, which is consumed: deciphered in place, and removed as soon as records have been looked
- * at, whatever came of them. A file that was refused before stays: as it came where it could not be
- * deciphered, otherwise in the clear and no use for another restore, so that the caller does well to remove
- * it and to keep the backup elsewhere. Null gives E_APPS_ERR_PARAM.
+ * at, whatever came of them. A symbolic link is followed: the file that it leads to is deciphered, and both
+ * are removed. A file that was refused before stays: as it came where it could not be deciphered, otherwise
+ * in the clear and no use for another restore, so that the caller does well to remove it, not merely a link
+ * to it, and to keep the backup elsewhere. Null gives E_APPS_ERR_PARAM.
  *
  * Returns E_APPS_ERR_SUCCESS, or
  *   E_APPS_ERR_INTERNAL  it can't be deciphered: altered, cut, extended, of a device with another key; or the
  *                        product's name or the digest is not to be had, or the database refuses to be emptied
  *   E_APPS_ERR_FORMAT    it is of another product, or wrong inside
  *   E_APPS_ERR_IO        it can't be opened or cut, or a file to bring back can't be created
- *   E_APPS_ERR_READ      a record is shorter than it says
- *   E_APPS_ERR_WRITE     the disk is full; the file that didn't fit is gone
+ *   E_APPS_ERR_READ      it can't be read, or a record is shorter than it says
+ *   E_APPS_ERR_WRITE     the disk is full, or fails; the file that didn't fit is gone
  *   E_APPS_ERR_MALLOC    no memory for a database's text
  *   E_APPS_ERR_PROCESS   the database refuses a key or to save
  */

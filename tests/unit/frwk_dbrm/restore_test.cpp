@@ -78,6 +78,47 @@ TEST_F(Restore, RefusesANullPath) {
     EXPECT_TRUE(requests().empty());
 }
 
+TEST_F(Restore, ThroughALinkLeavesNothingInTheClear) {
+    write("/m_data/usr/upload", packed(record(1, kFile, "bytes"), kMagic));
+    std::filesystem::create_symlink("upload", "/m_data/usr/link");
+    std::filesystem::create_symlink("/m_data/usr/link", kBackup);
+    EXPECT_EQ(E_APPS_ERR_SUCCESS, frwk_dbrm_restore(kBackup));
+    EXPECT_EQ("bytes", file_text(kFile));
+    EXPECT_FALSE(exists("/m_data/usr/upload"));
+    EXPECT_FALSE(std::filesystem::is_symlink(kBackup));
+    EXPECT_FALSE(log().contains("remove restore file error!"));
+}
+
+TEST_F(Restore, ThroughALinkThatFailsInARecordLeavesNothingInTheClearEither) {
+    write("/m_data/usr/upload", packed(record(9, kFile, "bytes"), kMagic));
+    std::filesystem::create_symlink("/m_data/usr/upload", kBackup);
+    EXPECT_EQ(E_APPS_ERR_FORMAT, frwk_dbrm_restore(kBackup));
+    EXPECT_FALSE(exists("/m_data/usr/upload"));
+    EXPECT_FALSE(std::filesystem::is_symlink(kBackup));
+}
+
+TEST_F(Restore, OfAPathWithADetourRemovesTheFileAndHasNothingToSay) {
+    write(kBackup, packed(record(1, kFile, "bytes"), kMagic));
+    EXPECT_EQ(E_APPS_ERR_SUCCESS, frwk_dbrm_restore("/m_data/usr/www/../backup.bin"));
+    EXPECT_FALSE(exists(kBackup));
+    EXPECT_FALSE(log().contains("remove restore file error!"));
+}
+
+TEST_F(Restore, OfAPathThatLeadsToNoFileGoesOnWithThePathAsItIs) {
+    std::filesystem::create_symlink("/m_data/usr/missing", "/m_data/usr/link");
+    for (const char *path : {"/m_data/usr/missing", "/m_data/usr/link", ""}) {
+        log().clear();
+        doubles::base::zn_decrypt_file_ex.stand_in([path](const char *given) {
+            EXPECT_STREQ(path, given);
+            return 0;
+        });
+        EXPECT_EQ(E_APPS_ERR_INTERNAL, frwk_dbrm_restore(path));
+        expect_warning("frwk_dbrm_restore", "decrypt restore file error!");
+        EXPECT_EQ(1u, log().system_lines().size()) << log().text();
+    }
+    EXPECT_TRUE(std::filesystem::is_symlink("/m_data/usr/link"));
+}
+
 TEST_F(Restore, ThatCanNotBeDecipheredChangesNothing) {
     doubles::base::zn_decrypt_file_ex.stand_in([](const char *path) {
         EXPECT_STREQ(kBackup, path);

@@ -6,7 +6,11 @@
  */
 #include <unistd.h>
 
+#include <cerrno>
+#include <climits>
 #include <cstdio>
+#include <cstdlib>
+#include <cstring>
 
 #include "cipher.h"
 #include "frwk_dbrm.h"
@@ -21,6 +25,12 @@ using backup_format::RecordHeader;
 using backup_format::RecordHeaderBytes;
 
 namespace {
+
+/* A backup to bring back. The paths differ where the caller's is a link to the file, or a detour. */
+struct Upload {
+    const char *path; /* as the caller gave it */
+    const char *file; /* which is deciphered in place */
+};
 
 /* The steps of the record walk log under its name. */
 constexpr char kProcess[] = "frwk_dbrm_restore_process";
@@ -81,9 +91,22 @@ apps_err_e_type restore_all_records(std::FILE *file) {
     return restore_records(file, *size);
 }
 
+/* Removes the file, which holds the configuration in the clear, and the link that led to it. */
+void remove_upload(const Upload &upload) {
+    if (std::remove(upload.file) != 0) {
+        FRWK_WARN_ERRNO_AS(kProcess, "remove restore file error!");
+    }
+    if (std::strcmp(upload.path, upload.file) == 0) {
+        return;
+    }
+    if (std::remove(upload.path) != 0 && errno != ENOENT) { /* a detour is no link, and gone with the file */
+        FRWK_WARN_ERRNO_AS(kProcess, "remove restore file error!");
+    }
+}
+
 /* Brings back all records of a checked body, and removes it. */
-apps_err_e_type frwk_dbrm_restore_process(const char *path) {
-    UniqueFile file(std::fopen(path, "rbe"));
+apps_err_e_type frwk_dbrm_restore_process(const Upload &upload) {
+    UniqueFile file(std::fopen(upload.file, "rbe"));
     if (!file) {
         FRWK_WARN_ERRNO("open restore file error!");
         return E_APPS_ERR_IO;
@@ -92,8 +115,30 @@ apps_err_e_type frwk_dbrm_restore_process(const char *path) {
     const apps_err_e_type ret = restore_all_records(file.get());
     file.reset();
     ::sync(); /* the files' names, and those of new folders, before their only other copy is gone */
-    if (std::remove(path) != 0) {
-        FRWK_WARN_ERRNO("remove restore file error!");
+    remove_upload(upload);
+    return ret;
+}
+
+/* Deciphers and checks a backup, and puts it in the place of the configuration. */
+apps_err_e_type frwk_dbrm_restore(const Upload &upload) {
+    if (!zn_decrypt_file_ex(upload.file)) {
+        FRWK_WARN("decrypt restore file error!");
+        return E_APPS_ERR_INTERNAL;
+    }
+
+    apps_err_e_type ret = frwk_dbrm_unpack(upload.file);
+    if (ret != E_APPS_ERR_SUCCESS) {
+        FRWK_WARN("decompression failed!");
+        return ret;
+    }
+    if (zndb_reset() != E_ZNDB_RET_SUCCESS || zndb_save() != E_ZNDB_RET_SUCCESS) {
+        FRWK_WARN("zndb reset user data failed!");
+        return E_APPS_ERR_INTERNAL;
+    }
+
+    ret = frwk_dbrm_restore_process(upload);
+    if (ret != E_APPS_ERR_SUCCESS) {
+        FRWK_WARN("restore process failed!");
     }
     return ret;
 }
@@ -104,24 +149,9 @@ apps_err_e_type frwk_dbrm_restore(const char *path) {
     if (path == nullptr) {
         return E_APPS_ERR_PARAM;
     }
-    if (!zn_decrypt_file_ex(path)) {
-        FRWK_WARN("decrypt restore file error!");
-        return E_APPS_ERR_INTERNAL;
-    }
 
-    apps_err_e_type ret = frwk_dbrm_unpack(path);
-    if (ret != E_APPS_ERR_SUCCESS) {
-        FRWK_WARN("decompression failed!");
-        return ret;
-    }
-    if (zndb_reset() != E_ZNDB_RET_SUCCESS || zndb_save() != E_ZNDB_RET_SUCCESS) {
-        FRWK_WARN("zndb reset user data failed!");
-        return E_APPS_ERR_INTERNAL;
-    }
-
-    ret = frwk_dbrm_restore_process(path);
-    if (ret != E_APPS_ERR_SUCCESS) {
-        FRWK_WARN("restore process failed!");
-    }
-    return ret;
+    char resolved[PATH_MAX];
+    const char *file =
+        ::realpath(path, resolved) != nullptr ? resolved : path; /* else the cipher tells why */
+    return frwk_dbrm_restore(Upload{path, file});
 }
