@@ -113,6 +113,25 @@ TEST_F(KeyValueLine, SkipsALineOf1056Characters) {
     }
 }
 
+TEST_F(KeyValueLine, LooksAtTheLengthBeforeTheEqualsSign) {
+    for (const KeyValueRules *rules : kBoth) {
+        const LogCapture log;
+        const std::string line(1056, 'x');
+        EXPECT_EQ(Pairs{"a|1"}, pairs_of(line + "\na=1\n", *rules));
+        EXPECT_TRUE(logged_once(log, kDebugLevel, rules->call, too_long(line)));
+        EXPECT_FALSE(log.contains("not found"));
+    }
+}
+
+TEST_F(KeyValueLine, LooksForACommentBeforeTheLength) {
+    for (const KeyValueRules *rules : kBoth) {
+        const LogCapture log;
+        EXPECT_EQ(Pairs{"a|1"}, pairs_of("#" + std::string(1055, 'x') + "\na=1\n", *rules));
+        EXPECT_FALSE(log.contains("too long"));
+        EXPECT_FALSE(log.contains("not found"));
+    }
+}
+
 TEST_F(KeyValueLine, ReadsALineOf1057CharactersAsTwo) {
     for (const KeyValueRules *rules : kBoth) {
         const LogCapture log;

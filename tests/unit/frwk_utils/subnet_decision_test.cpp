@@ -69,6 +69,12 @@ TEST_F(SubnetDecisions, ASimThatIsNotUsableNeedsNothing) {
     }
 }
 
+TEST_F(SubnetDecisions, ASimThatIsNotUsableIsToldFirstThoughItsFileIsApplied) {
+    applied("46001", kFile, put_operator_file());
+    info_.sim_status = 0;
+    expect(SubnetDecision::kNoNeedAdapt, kNotNormal);
+}
+
 TEST_F(SubnetDecisions, TheFileThatIsAppliedNeedsNothing) {
     applied("46001", kFile, put_operator_file());
     for (const int32_t status : {2, 5}) {
