@@ -379,7 +379,8 @@ int32_t frwk_utils_is_softap_support(void);
  *
  * type: 0 for a check at run time, which never reboots; anything else for the adaptation at boot, which asks
  * the monitor for a reboot with reason 801 when it changed something.
- * It sleeps on the calling thread: up to 10 seconds for the SIM and 20 for its PLMN, without limit while the
+ * It sleeps on the calling thread: up to 10 seconds for the SIM, at run time up to 19 where failures
+ * alternate with a SIM that waits for its PIN; 20 for its PLMN; 2 before a reboot; without limit while the
  * modem side is not up. So it must not be called from a message handler.
  */
 void frwk_sim_subnet_handle(int32_t type);
@@ -388,12 +389,13 @@ void frwk_sim_subnet_handle(int32_t type);
  * Stores the settings of a product data file in the plain store, one request for each line key=value.
  *
  * Nothing is saved, and what becomes of the requests is not looked at. Comments begin with '#' in the first
- * column. A line is read in pieces of 1056 characters, each a line of its own; a full piece is skipped, and
- * so is a line without '='.
+ * column. A line is read in pieces of 1056 characters, each a line of its own. A line without '=' is
+ * skipped, and so is a full piece, unless it is shorter without the blanks at its ends.
  *
  * path: of the file.
- * Returns 0 when the file was read to its end, or -1 when path is null or the file can't be opened. It waits
- * as the calls of zndb.h do, once a line.
+ * Returns 0 when the file was read, or -1 when path is null or the file can't be opened. Where reading fails
+ * on the way, which is logged, it is 0 as well, and the lines behind are not stored. It waits as the calls of
+ * zndb.h do, once a line.
  */
 int32_t frwk_specify_path_db_adapt(const char *path);
 

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <numeric>
 #include <string>
 #include <vector>
 
@@ -156,6 +157,16 @@ TEST_F(SubnetSimInfo, PinStatesDoNotStartTheCountOfFailuresAnew) {
     EXPECT_EQ(1, ask_after(polls, kRunTime).sim_status);
     EXPECT_EQ(10, std::count(timeline().begin(), timeline().end(), "sleep 1000"));
     EXPECT_EQ(10, std::count(timeline().begin(), timeline().end(), "sleep 300"));
+}
+
+TEST_F(SubnetSimInfo, IsWaitedForAtMostNineteenSecondsAtRunTime) {
+    std::vector<ModemPoll> polls;
+    for (int i = 0; i < 20; ++i) {
+        polls.insert(polls.end(), {kPin, kPin, kPin, kNotReady});
+    }
+    EXPECT_EQ(0, ask_after(polls, kRunTime).sim_status);
+    const std::vector<int> waited = pauses();
+    EXPECT_EQ(19000, std::accumulate(waited.begin(), waited.end(), 0));
 }
 
 TEST_F(SubnetSimInfo, AnyOtherStateEndsThePollingUnusable) {

@@ -37,10 +37,11 @@ enum class SubnetAction {
 };
 
 /*
- * Waits until the SIM's state is known and asks a usable one who it is: up to about ten seconds for the state
- * and twenty more for the PLMN.
+ * Waits until the SIM's state is known and asks a usable one who it is: up to ten seconds for the state and
+ * twenty more for the PLMN.
  *
- * type: 0 for a check at run time, which is patient with a SIM that waits for its PIN.
+ * type: 0 for a check at run time, which is patient with a SIM that waits for its PIN: where that alternates
+ * with failures, for up to nineteen seconds.
  * info: zeroed by the caller.
  */
 void frwk_sim_subnet_get_sim_info(int32_t type, frwk_sim_subnet_sim_info_t *info);
