@@ -1,5 +1,5 @@
 /*
- * router: the smallest module that is of use. It answers one question, listens to two events, and refuses
+ * router: the smallest module that is of use. It answers one question, takes two notices, and refuses
  * everything else.
  */
 #include <stdio.h>

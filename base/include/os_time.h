@@ -24,7 +24,7 @@ void os_msleep(uint32_t milliseconds);
 uint32_t os_uptime_sec(void);
 
 /*
- * Time since boot, time asleep included, in two numbers
+ * Time since boot, time asleep included, in two numbers.
  *
  * seconds: receives whole seconds. nanoseconds: receives the rest, below a second.
  */

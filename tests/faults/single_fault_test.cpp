@@ -28,8 +28,6 @@ constexpr char kBackup[] = "/m_data/usr/exchange/backup.bin";
 /* Makes one call of a kind fail in the call under test, and returns what that gives. */
 class SingleFault : public FaultyDevice {
   protected:
-    void SetUp() override { start_log(); }
-
     template <typename Tested>
     static long fail_first(Call kind, int error, Tested tested) {
         return fail_nth(kind, 0, error, tested);
@@ -37,6 +35,7 @@ class SingleFault : public FaultyDevice {
 
     template <typename Tested>
     static long fail_nth(Call kind, size_t nth, int error, Tested tested) {
+        start_log();
         watch_kind(Who::kCaller, kind, nth, variant_of(kind, error));
         const long result = tested();
         EXPECT_TRUE(end().struck);

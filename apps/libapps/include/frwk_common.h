@@ -44,8 +44,8 @@ void frwk_module_init(int32_t id, frwk_exit_handler_t exit_handler);
 
 /* ---- Module table ---------------------------------------------------------------------------------- */
 /*
- * In all of these an id of 53 or more, and so -1, stands for the calling module. They may be called from
- * any thread; the flag setters change one word at once.
+ * In all of these but frwk_module_monitor an id of 53 or more, and so -1, stands for the calling module. They
+ * may be called from any thread; the flag setters change one word at once.
  */
 
 /* Returns the module's name, or null for an empty slot. The text is the table's. */
@@ -66,7 +66,7 @@ const char *frwk_module_cmd(int32_t id);
 /*
  * Marks a module as monitored and returns its row.
  *
- * id: 0 to 53, not checked.
+ * id: 0 to 53, not checked: -1 is not the caller here, and any other id writes outside of the table.
  */
 frwk_module_info *frwk_module_monitor(int32_t id);
 
@@ -132,14 +132,21 @@ void frwk_set_module_status(uint32_t status);
  * Sends a request and waits for its answer.
  *
  * timeout: seconds; it limits the connect, and how long the receiver waits for its own handler to be
- * registered. Once the request is written the call waits for the answer without limit.
- * req, req_len: the body and its bytes; null and 0 for none.
- * rsp, rsp_size: receives the answer, and its bytes; null and 0 for none. What the answer leaves of it is
- * unchanged, unless the receiver sends more than the answer that it announces: that is cleared. Its content
- * is undefined when the call fails. result: receives the handler's result when the call returns 0 or 2, or is
- * left alone; may be null. A request of the module to itself calls the handler on this thread and returns 0.
+ * registered: it waits without limit for messages 1008 and 1009, and not at all for the modules webserver and
+ * tr069, which get the result E_APPS_ERR_PROCESS. Once the request is written the call waits for the answer
+ * without limit.
  *
- * Returns 0 when the request was answered, 1 E_APPS_ERR_MODULE (no such module, or it doesn't run),
+ * req, req_len: the body and its bytes; null and 0 for none.
+ *
+ * rsp, rsp_size: receives the answer, and its bytes; null and 0 for none. What the answer leaves of it is
+ * unchanged, unless the receiver sends more than it announces: that much is cleared. Its content is undefined
+ * when the call fails.
+ *
+ * result: receives the handler's result when the call returns 0 or 2, or is left alone; may be null. A
+ * request of the module to itself calls the handler on this thread and returns 0.
+ *
+ * Returns 0 when the request was answered, 1 E_APPS_ERR_MODULE (no such module, it doesn't run, its queue of
+ * connections stayed full for the time limit, or there is no descriptor),
  * 2 E_APPS_ERR_TIMEOUT (the handler said so, or none was registered in time), 3 E_APPS_ERR_PARAM (a
  * length without a buffer), 5 E_APPS_ERR_MALLOC, 9 E_APPS_ERR_OUTOFBUF (the answer is longer than rsp),
  * 18 E_APPS_ERR_WRITE, or 19 E_APPS_ERR_READ (the receiver went away without an answer).
@@ -155,8 +162,9 @@ apps_err_e_type frwk_ipc_send_sync(uint32_t module, apps_message_id_e_type msgid
  * body larger than the socket's buffer, about 200 KB, then waits for the receiver to read it, without limit.
  * A message of the module to itself is handled on a thread of its own.
  *
- * Returns 15 E_APPS_ERR_ASYNC when the message was delivered; never 0. Otherwise 1 E_APPS_ERR_MODULE,
- * 3 E_APPS_ERR_PARAM, 5 E_APPS_ERR_MALLOC, 14 E_APPS_ERR_THREAD (to itself) or 18 E_APPS_ERR_WRITE.
+ * Returns 15 E_APPS_ERR_ASYNC when the message was delivered; never 0. Otherwise, as of frwk_ipc_send_sync,
+ * 1 E_APPS_ERR_MODULE, 3 E_APPS_ERR_PARAM, 5 E_APPS_ERR_MALLOC, 14 E_APPS_ERR_THREAD (to itself) or 18
+ * E_APPS_ERR_WRITE.
  */
 apps_err_e_type frwk_ipc_send_async(uint32_t module, apps_message_id_e_type msgid, const void *data,
                                     uint32_t len, uint32_t timeout);
@@ -281,9 +289,9 @@ apps_err_e_type frwk_itc_create(const char *name, const struct os_thread_attr *a
  * Puts a message into a queue. It never waits for the handler.
  *
  * msgid: any number. data, size: copied; null and 0 for none.
- * Returns E_APPS_ERR_SUCCESS; E_APPS_ERR_PARAM for null data of a size; E_APPS_ERR_NOTEXIST when there is no
- * queue of this name; E_APPS_ERR_MALLOC when there is no memory for the message, as there is none for a
- * negative size.
+ * Returns E_APPS_ERR_SUCCESS; E_APPS_ERR_PARAM for a null name, or null data of a size; E_APPS_ERR_NOTEXIST
+ * when there is no queue of this name; E_APPS_ERR_MALLOC when there is no memory for the message, as there is
+ * none for a negative size.
  */
 apps_err_e_type frwk_itc_send(const char *name, uint32_t msgid, const void *data, int32_t size);
 

@@ -38,7 +38,7 @@ typedef enum frwk_diag_type_e {
 typedef struct frwk_diag_ping_req {
     int32_t count;                      /* requests to send */
     int32_t size;                       /* bytes of payload */
-    uint32_t deadline;                  /* seconds after which ping ends in any case */
+    uint32_t deadline;                  /* seconds after which ping ends; with no count either, it may not */
     char ifname[FRWK_DIAG_IFNAME_SIZE]; /* interface to send from; empty = any */
     char target[FRWK_DIAG_HOST_SIZE];   /* host */
 } frwk_diag_ping_req;

@@ -256,7 +256,7 @@ apps_err_e_type frwk_zndb_get_value(char *text, int32_t type, void *out, uint32_
 /* The state of a data connection. */
 typedef struct frwk_conninfo_t {
     uint8_t connected;     /* 1 when the connection is up, else 0 */
-    uint32_t uptime;       /* seconds it has been up; 0 when not connected */
+    uint32_t uptime;       /* seconds that it has been up; 0 when not connected */
     char macaddr[18];      /* MAC address */
     char ipaddr[16];       /* IPv4 address */
     char netmask[16];      /* IPv4 netmask */
@@ -278,7 +278,9 @@ typedef struct frwk_conninfo_t {
 /*
  * Reads the state of a data connection from the setting that holds it; one request.
  *
- * A list with fewer than 18 items reads as if empty ones followed.
+ * The list has 18 items: "connected" in upper or lower case, or any other word; the uptime of the device when
+ * the connection came up, in seconds; then macaddr to ipv6dns2 in the order of the record; iface, ifname,
+ * cid, ipv6_prefix, ipv6gw, call_end_type and call_end_code. One with fewer reads as if empty ones followed.
  *
  * Returns E_APPS_ERR_SUCCESS; E_APPS_ERR_PARAM for a null argument or an item out of its range;
  * E_APPS_ERR_OUTOFBUF for an item longer than its member; otherwise what frwk_zndb_get_key_value returns, and
@@ -300,7 +302,10 @@ typedef struct frwk_profile_t {
 /*
  * Reads a connection profile from a list that the caller holds. No request.
  *
- * text: decoded in place, so its content is lost, and no other thread may use it meanwhile.
+ * text: profilename, apn, username, password, the authentication ("none", "pap", "chap" or "pap_chap"), the
+ * IP type ("ipv4", "ipv6" or "ipv4v6") and readonly, the words in upper or lower case. It is decoded in
+ * place, so its content is lost, and no other thread may use it meanwhile.
+ *
  * Returns E_APPS_ERR_SUCCESS; E_APPS_ERR_FAILURE for a null argument, an empty text, or an authentication or
  * IP type word that is unknown; E_APPS_ERR_OUTOFBUF for an item longer than its member.
  */
@@ -322,7 +327,8 @@ int32_t frwk_debug_mode_init(void);
 
 /*
  * Switches the device's debug mode: sets "device_debug_mode" to "true" or "false", then runs the debug-mode
- * script with "start" or "stop".
+ * script with "start" or "stop": /m_data/usr/debug_mode.sh, or where that is missing
+ * /m_webui/usr/debug_mode.sh.
  *
  * enable: 0 switches it off, anything else on.
  * mode: how long it lasts: "rom" and "perm" over reboots, "perm" in the permanent area, and "ram", "" or null
@@ -333,16 +339,19 @@ int32_t frwk_debug_mode_init(void);
 int32_t frwk_debug_mode_set(int32_t enable, const char *mode);
 
 /*
- * Changes the language of the web interface, saves it, and publishes E_APPS_MSG_SYS_LANGUAGE_CHANGE, without
- * data, to the modules that subscribed to the event of this name.
+ * Changes the language of the web interface, "webs_language", saves it, and publishes
+ * E_APPS_MSG_SYS_LANGUAGE_CHANGE, without data, to the modules that subscribed to the event of this name.
  *
- * language: one of those in "webs_language_support", in upper or lower case; stored as it is given.
+ * language: one of those in "webs_language_support", which is a list such as "en#English,zh#Chinese", in
+ * upper or lower case; stored as it is given.
+ *
  * Returns 1, or 0 when it is null, empty or not in the list, or the database refused.
  */
 int32_t frwk_language_change(const char *language);
 
 /*
- * The same for the language of the user agreement, those in "webs_usragree_lang_support", and
+ * The same for the language of the user agreement, "webs_usragree_language", those in
+ * "webs_usragree_lang_support", and
  * E_APPS_MSG_SYS_USRAGREE_LANGUAGE_CHANGE.
  */
 int32_t frwk_user_agreement_language_change(const char *language);
