@@ -60,13 +60,23 @@ void add_pending(StoreId id, const Store &store, std::vector<JournalRecord> &rec
     if (store.cleared()) {
         records.push_back({id, Change::kClear, {}, {}});
     }
-    for (const std::string &key : store.changed_keys()) {
+    for (const auto &change : store.changes()) {
+        const std::string &key = change.first;
         if (const std::string *value = store.find(key)) {
             records.push_back({id, Change::kSet, key, *value});
         } else {
             records.push_back({id, Change::kErase, key, {}});
         }
     }
+}
+
+/* Only a store that has all of its file may replace it. */
+apps_err_e_type check_replaceable(const char *path, const Store &store) {
+    if (store.unread()) {
+        OS_LOG(OS_LOG_WARNING, "%s could not be read and is not replaced", path);
+        return E_APPS_ERR_ZNDB_OTHER;
+    }
+    return E_APPS_ERR_SUCCESS;
 }
 
 void drop_leftover(const char *path) {
@@ -117,8 +127,8 @@ void Database::load() {
 
 void Database::load_one(Held &held) {
     drop_leftover(held.path);
-    held.unread = load_store(held.path, held.store) != 0;
-    if (held.unread) {
+    if (load_store(held.path, held.store) != 0) {
+        held.store.mark_unread();
         OS_LOG(OS_LOG_WARNING, "%s is given up: its store goes on with %zu keys of it and is not saved",
                held.path, held.store.values().size());
     }
@@ -156,28 +166,35 @@ apps_err_e_type Database::get(StoreId id, std::string_view key, char *buffer, ui
  * gives the same as reading it at the start.
  */
 apps_err_e_type Database::open_journal() {
-    return result_of_errno(journal_.open([this](const JournalRecord &record) { apply(record); }));
+    return result_of_errno(journal_.open([this](const JournalRecord &record) { repeat(record); }));
 }
 
 void Database::apply(const JournalRecord &record) {
-    Held &held = held_[static_cast<size_t>(record.store)];
+    Store &changed = store(record.store);
     switch (record.change) {
         case Change::kSet:
-            held.store.set(record.key, record.value);
+            changed.set(record.key, record.value);
             break;
         case Change::kErase:
-            held.store.erase(record.key);
+            changed.erase(record.key);
             break;
         case Change::kClear:
-            held.store.clear();
-            held.unread = false; /* nothing of the file is wanted any more */
+            changed.clear();
             break;
     }
 }
 
+/*
+ * A save of the service before may have put the key into the file, another have taken it out, and neither be
+ * on the disk yet: then a power cut brings either file back, whatever was read now.
+ */
+void Database::repeat(const JournalRecord &record) {
+    apply(record);
+    store(record.store).suspect(record.key);
+}
+
 bool Database::file_may_differ(StoreId id, std::string_view key) const {
-    const Held &held = held_[static_cast<size_t>(id)];
-    return held.unread && key_problem(key) == nullptr && held.store.changed_keys().count(key) == 0;
+    return store(id).unread() && key_problem(key) == nullptr && store(id).changes().count(key) == 0;
 }
 
 apps_err_e_type Database::change(const JournalRecord &record) {
@@ -191,6 +208,15 @@ apps_err_e_type Database::change(const JournalRecord &record) {
         (void)shorten_journal();
     }
     return E_APPS_ERR_SUCCESS;
+}
+
+apps_err_e_type Database::change_key(const JournalRecord &record) {
+    if (!store(record.store).has_room_for_change_of(record.key)) {
+        OS_LOG(OS_LOG_WARNING, "'%s' refused: too many keys have changed since the last save",
+               std::string(record.key).c_str());
+        return E_APPS_ERR_ZNDB_MEM;
+    }
+    return change(record);
 }
 
 apps_err_e_type Database::set(StoreId id, std::string_view key, std::string_view value) {
@@ -211,7 +237,7 @@ apps_err_e_type Database::set(StoreId id, std::string_view key, std::string_view
     if (present != nullptr && *present == value && !file_may_differ(id, key)) {
         return E_APPS_ERR_SUCCESS;
     }
-    return change({id, Change::kSet, key, value});
+    return change_key({id, Change::kSet, key, value});
 }
 
 apps_err_e_type Database::erase(StoreId id, std::string_view key) {
@@ -222,7 +248,7 @@ apps_err_e_type Database::erase(StoreId id, std::string_view key) {
     }
     const bool is_missing = store(id).find(key) == nullptr;
     if (!is_missing || file_may_differ(id, key)) {
-        result = change({id, Change::kErase, key, {}});
+        result = change_key({id, Change::kErase, key, {}});
     }
     return is_missing && result == E_APPS_ERR_SUCCESS ? report_missing(key) : result;
 }
@@ -237,14 +263,16 @@ apps_err_e_type Database::save_one(Held &held) {
     if (!held.store.changed()) {
         return E_APPS_ERR_SUCCESS;
     }
-    if (held.unread) {
-        OS_LOG(OS_LOG_WARNING, "%s could not be read and is not replaced", held.path);
-        return E_APPS_ERR_ZNDB_OTHER;
+    const apps_err_e_type refused = check_replaceable(held.path, held.store);
+    if (refused != E_APPS_ERR_SUCCESS) {
+        return refused;
     }
     const int error = save_store(held.path, held.store, held.folders_are_safe);
     held.folders_are_safe = error == 0;
     if (error == 0) {
         held.store.mark_saved();
+    } else {
+        held.store.suspect_all_changed();
     }
     return result_of_errno(error);
 }

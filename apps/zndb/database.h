@@ -36,8 +36,8 @@ class Database {
 
     /*
      * Sets a value in a store. It is in the journal when the call returns 0; otherwise nothing has changed:
-     * E_APPS_ERR_ZNDB_ARG for a text that a line can't hold, E_APPS_ERR_ZNDB_MEM for a full store, or what
-     * result_of_errno says.
+     * E_APPS_ERR_ZNDB_ARG for a text that a line can't hold, E_APPS_ERR_ZNDB_MEM for a full store or one key
+     * more than may be changed, or what result_of_errno says.
      */
     apps_err_e_type set(StoreId id, std::string_view key, std::string_view value);
 
@@ -50,10 +50,13 @@ class Database {
     /* Empties the plain store; as set. */
     apps_err_e_type reset();
 
-    /* Writes the plain and the perm file, where they have changed. Tries both, returns the first failure. */
+    /*
+     * Writes the plain and the perm file, where they have changed. Tries both, returns the first failure:
+     * E_APPS_ERR_ZNDB_OTHER for a file that was not read, or what result_of_errno says.
+     */
     apps_err_e_type save();
 
-    /* Writes the file of the factory overlay, where it has changed. */
+    /* Writes the file of the factory overlay, where it has changed; as save. */
     apps_err_e_type save_factory();
 
     /* Writes the journal in its shortest form. */
@@ -63,18 +66,20 @@ class Database {
     struct Held {
         const char *path;
         Store store = {};
-        bool unread = false; /* there is a file, but it could not be read: it must not be replaced */
         bool folders_are_safe = false; /* their names are on the disk: the last save saw to it */
     };
 
     const Store &store(StoreId id) const { return held_[static_cast<size_t>(id)].store; }
+    Store &store(StoreId id) { return held_[static_cast<size_t>(id)].store; }
     const std::string *find(StoreId id, std::string_view key) const;
     /* Whether the file, which was not read whole, may hold another value of a key that is as it was then. */
     bool file_may_differ(StoreId id, std::string_view key) const;
     void load_one(Held &held);
     apps_err_e_type open_journal();
     void apply(const JournalRecord &record);
+    void repeat(const JournalRecord &record);
     apps_err_e_type change(const JournalRecord &record);
+    apps_err_e_type change_key(const JournalRecord &record);
     apps_err_e_type save_one(Held &held);
     std::vector<JournalRecord> pending() const;
     int shorten_journal() { return journal_.rewrite(pending()); }

@@ -7,17 +7,22 @@
 #include <cstddef>
 #include <functional>
 #include <map>
-#include <set>
 #include <string>
 #include <string_view>
 
-/* The most keys that a store holds, so that no file or client takes all memory. */
+/* The most keys that a store takes of its file or of clients. */
 inline constexpr size_t kStoreKeysMax = 16384;
+
+/*
+ * The most keys that clients can make changed ones, so that no client takes all memory: all those of a full
+ * file, deleted, and as many new ones. Where the file may hold any key, each deleted one counts.
+ */
+inline constexpr size_t kChangedKeysMax = 2 * kStoreKeysMax;
 
 class Store {
   public:
     using Values = std::map<std::string, std::string, std::less<>>;
-    using Keys = std::set<std::string, std::less<>>;
+    using Changes = std::map<std::string, bool, std::less<>>; /* key, and whether the file may hold it */
 
     /* Returns the key's value, or null when there is none; valid until the next change. */
     const std::string *find(std::string_view key) const;
@@ -25,30 +30,47 @@ class Store {
     /* Whether the key can be set: it is there already, or the store is not full. */
     bool has_room_for(std::string_view key) const;
 
+    /* Whether the key can be set or deleted: it is a changed one already, or there are not too many. */
+    bool has_room_for_change_of(std::string_view key) const;
+
     /* Takes over what the file holds: not a change. */
     void load(std::string_view key, std::string_view value);
 
     /* Sets a value. The caller has asked for room. */
     void set(std::string_view key, std::string_view value);
 
-    /* Deletes a key. One that isn't there counts as changed all the same: the file may hold it. */
+    /*
+     * Deletes a key. One that isn't there counts as changed all the same, since the file may hold it; one
+     * that no file can hold, as it came after the last save, is forgotten.
+     */
     void erase(std::string_view key);
 
-    /* Deletes all keys. */
+    /* Deletes all keys. Nothing of the file is wanted any more, whether it could be read or not. */
     void clear();
 
     /* Declares the present values to be the file's. */
     void mark_saved();
 
+    /* Declares that there is a file which was not read whole: it may hold any key. */
+    void mark_unread() { unread_ = true; }
+    bool unread() const { return unread_; }
+
+    /* Declares that the file may hold the key, if it is a changed one. */
+    void suspect(std::string_view key);
+
+    /* The same for all changed keys: a save that fails may have put its file in place. */
+    void suspect_all_changed();
+
     const Values &values() const { return values_; }
 
     /* What lies between the file and the present values: first cleared or not, then these keys. */
-    bool changed() const { return cleared_ || !changed_keys_.empty(); }
+    bool changed() const { return cleared_ || !changes_.empty(); }
     bool cleared() const { return cleared_; }
-    const Keys &changed_keys() const { return changed_keys_; }
+    const Changes &changes() const { return changes_; }
 
   private:
     Values values_;
-    Keys changed_keys_;
+    Changes changes_;
     bool cleared_ = false;
+    bool unread_ = false;
 };

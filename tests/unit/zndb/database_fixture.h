@@ -22,6 +22,15 @@ inline constexpr StoreId M = StoreId::kPerm;
 inline constexpr StoreId F = StoreId::kFactory;
 inline const std::string kMissing = "result 2001";
 
+/* A file with as many keys, 0 and so on, as a store holds. */
+inline std::string full_file() {
+    std::string content;
+    for (size_t i = 0; i < kStoreKeysMax; ++i) {
+        content += std::to_string(i) + "=\n";
+    }
+    return content;
+}
+
 class DatabaseFixture : public DiskTest {
   protected:
     void SetUp() override {
@@ -43,6 +52,25 @@ class DatabaseFixture : public DiskTest {
     void cut_power() {
         std::filesystem::remove_all("/tmp/m_tmp/zndb");
         restart();
+    }
+
+    /* Starts on a file that can not be opened. */
+    void start_with_broken(const std::string &path, const std::string &content) {
+        put_file(path, content);
+        fail_open(path, EIO);
+        log_.clear();
+        restart();
+        end_faults();
+    }
+
+    /*
+     * Saves, where the files may be on the disk already, as after an earlier save whose folder was not
+     * synced: they must be written and synced all the same.
+     */
+    void expect_saved_again() {
+        doubles::libc::fsync.forget_calls();
+        EXPECT_EQ(0, database_->save());
+        EXPECT_GE(doubles::libc::fsync.calls(), 2u);
     }
 
     /* The value, or "result N". */

@@ -10,17 +10,7 @@
 
 namespace {
 
-class DatabaseStart : public DatabaseFixture {
-  protected:
-    /* Starts on a file that can not be opened. */
-    void start_with_broken(const std::string &path, const std::string &content) {
-        put_file(path, content);
-        fail_open(path, EIO);
-        log_.clear();
-        restart();
-        end_faults();
-    }
-};
+class DatabaseStart : public DatabaseFixture {};
 
 /* ---- Files that can't be read ---------------------------------------------------------------------- */
 
@@ -167,6 +157,30 @@ TEST_F(DatabaseStart, MissingFilesAreNotGivenUp) {
     EXPECT_TRUE(warnings(log_).empty()) << log_.text();
 }
 
+/* ---- What an unread file makes of the limits -------------------------------------------------------- */
+
+TEST_F(DatabaseStart, DeletesOfKeysThatAnUnreadFileMayHoldAreLimited) {
+    start_with_broken(kPlainFile, "kept=1\n");
+    for (size_t i = 0; i < kChangedKeysMax; ++i) {
+        ASSERT_EQ(2001, database_->erase(P, std::to_string(i)));
+    }
+    const auto journal_size = std::filesystem::file_size(kJournalFile);
+    log_.clear();
+    EXPECT_EQ(2003, database_->erase(P, "one more"));
+    EXPECT_EQ(2003, database_->set(P, "one more", "v"));
+    EXPECT_EQ(2u, log_.count("'one more' refused: too many keys have changed since the last save"))
+        << log_.text();
+    EXPECT_EQ(2u, warnings(log_).size()) << log_.text();
+    EXPECT_EQ(kMissing, plain("one more"));
+    EXPECT_EQ(journal_size, std::filesystem::file_size(kJournalFile));
+
+    EXPECT_EQ(0, database_->set(P, "7", "v"));
+    EXPECT_EQ(0, database_->erase(P, "7"));
+    EXPECT_EQ(0, database_->set(M, "one more", "v"));
+    EXPECT_EQ(0, database_->reset());
+    EXPECT_EQ(0, database_->set(P, "one more", "v"));
+}
+
 /* ---- What a killed save left ----------------------------------------------------------------------- */
 
 TEST_F(DatabaseStart, HalfWrittenSuccessorsAreRemoved) {
@@ -202,26 +216,6 @@ TEST_F(DatabaseStart, ASuccessorThatCanNotBeRemovedIsNoObstacle) {
 
 /* ---- A save whose folder was not synced ------------------------------------------------------------ */
 
-/* From now on no folder can be synced. */
-void fail_folder_sync() {
-    doubles::libc::fsync.stand_in([](int fd) {
-        struct stat info = {};
-        if (::fstat(fd, &info) == 0 && S_ISDIR(info.st_mode)) {
-            errno = EIO;
-            return -1;
-        }
-        return doubles::libc::fsync.real(fd);
-    });
-}
-
-/* The new file is in place by then, so that its successor finds the journal's change done; not so the disk.
- */
-void expect_saved_again(Database &successor) {
-    doubles::libc::fsync.forget_calls();
-    EXPECT_EQ(0, successor.save());
-    EXPECT_GE(doubles::libc::fsync.calls(), 2u);
-}
-
 TEST_F(DatabaseStart, ADeleteWhoseFolderWasNotSyncedIsSavedByTheSuccessor) {
     put_file(kPermFile, "deleted=1\nkept=1\n");
     restart();
@@ -232,7 +226,7 @@ TEST_F(DatabaseStart, ADeleteWhoseFolderWasNotSyncedIsSavedByTheSuccessor) {
     EXPECT_EQ("kept=1\n", content_of(kPermFile));
     restart();
     EXPECT_EQ("M-deleted\n", content_of(kJournalFile));
-    expect_saved_again(*database_);
+    expect_saved_again();
     EXPECT_EQ("kept=1\n", content_of(kPermFile));
     EXPECT_EQ("", content_of(kJournalFile));
 }
@@ -246,7 +240,7 @@ TEST_F(DatabaseStart, ASetOrResetWhoseFolderWasNotSyncedIsSavedByTheSuccessor) {
         EXPECT_EQ(2007, database_->save());
         end_faults();
         restart();
-        expect_saved_again(*database_);
+        expect_saved_again();
     }
     EXPECT_EQ("", content_of(kPlainFile));
 }

@@ -158,11 +158,7 @@ TEST_F(Refused, AKeyThatNoStoreCanHoldIsMissing) {
 }
 
 TEST_F(Refused, NewKeysOfAFullStore) {
-    std::string content;
-    for (size_t i = 0; i < kStoreKeysMax; ++i) {
-        content += std::to_string(i) + "=\n";
-    }
-    put_file(kPlainFile, content);
+    put_file(kPlainFile, full_file());
     restart();
     EXPECT_EQ(2003, database_->set(P, "one more", "v"));
     EXPECT_EQ((std::vector<std::string>{"'one more' refused: the store is full"}), warnings(log_));

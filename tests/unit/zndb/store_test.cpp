@@ -6,6 +6,8 @@
 
 namespace {
 
+using Changes = Store::Changes;
+
 TEST(Store, FindsWhatWasSet) {
     Store store;
     EXPECT_EQ(nullptr, store.find("k"));
@@ -29,7 +31,7 @@ TEST(Store, SettingAndDeletingAreChanges) {
     store.set("a", "v");
     store.erase("b");
     EXPECT_EQ(nullptr, store.find("b"));
-    EXPECT_EQ((Store::Keys{"a", "b"}), store.changed_keys());
+    EXPECT_EQ((Changes{{"a", false}, {"b", true}}), store.changes());
     EXPECT_TRUE(store.changed());
     EXPECT_FALSE(store.cleared());
 }
@@ -39,7 +41,7 @@ TEST(Store, DeletingAMissingKeyIsAChangeForItsFile) {
     store.erase("k");
     EXPECT_EQ(nullptr, store.find("k"));
     EXPECT_TRUE(store.changed());
-    EXPECT_EQ((Store::Keys{"k"}), store.changed_keys());
+    EXPECT_EQ((Changes{{"k", true}}), store.changes());
 }
 
 TEST(Store, ClearingForgetsEarlierChanges) {
@@ -49,10 +51,10 @@ TEST(Store, ClearingForgetsEarlierChanges) {
     store.clear();
     EXPECT_TRUE(store.values().empty());
     EXPECT_TRUE(store.cleared());
-    EXPECT_TRUE(store.changed_keys().empty());
+    EXPECT_TRUE(store.changes().empty());
     EXPECT_TRUE(store.changed());
     store.set("c", "v");
-    EXPECT_EQ((Store::Keys{"c"}), store.changed_keys());
+    EXPECT_EQ((Changes{{"c", false}}), store.changes());
 }
 
 TEST(Store, SavingEndsAllChanges) {
@@ -74,6 +76,94 @@ TEST(Store, AFullStoreHasRoomForItsOwnKeysOnly) {
     EXPECT_TRUE(store.has_room_for("0"));
     store.erase("0");
     EXPECT_TRUE(store.has_room_for("one more"));
+}
+
+/* ---- What a deletion leaves ------------------------------------------------------------------------ */
+
+TEST(Store, AKeyThatNoFileHoldsIsForgottenByItsDeletion) {
+    Store store;
+    store.set("k", "1");
+    store.set("k", "2");
+    store.erase("k");
+    EXPECT_FALSE(store.changed());
+}
+
+TEST(Store, AKeyOfTheFileIsNotForgottenHoweverOftenItComesAndGoes) {
+    Store store;
+    store.load("set first", "1");
+    store.load("deleted first", "1");
+    store.set("set first", "2");
+    store.erase("deleted first");
+    store.set("deleted first", "2");
+    for (const char *key : {"set first", "deleted first"}) {
+        store.erase(key);
+    }
+    EXPECT_EQ((Changes{{"deleted first", true}, {"set first", true}}), store.changes());
+}
+
+TEST(Store, AnUnreadFileMayHoldEveryKey) {
+    Store store;
+    EXPECT_FALSE(store.unread());
+    store.mark_unread();
+    EXPECT_TRUE(store.unread());
+    store.set("k", "v");
+    store.erase("k");
+    EXPECT_EQ((Changes{{"k", true}}), store.changes());
+}
+
+TEST(Store, AClearedStoreForgetsEveryDeletedKeyAndItsUnreadFile) {
+    Store store;
+    store.mark_unread();
+    store.load("old", "v");
+    store.clear();
+    EXPECT_FALSE(store.unread());
+    store.set("new", "v");
+    store.suspect("new");
+    store.erase("new");
+    store.erase("old");
+    EXPECT_TRUE(store.changes().empty());
+    EXPECT_TRUE(store.changed());
+}
+
+TEST(Store, ASuspectedKeyIsNotForgotten) {
+    Store store;
+    for (const char *key : {"a", "b"}) {
+        store.set(key, "v");
+    }
+    store.suspect("a");
+    store.suspect("unchanged");
+    for (const char *key : {"a", "b"}) {
+        store.erase(key);
+    }
+    EXPECT_EQ((Changes{{"a", true}}), store.changes());
+}
+
+TEST(Store, OfAllSuspectedKeysNoneIsForgottenUntilTheyAreSaved) {
+    Store store;
+    store.set("a", "v");
+    store.set("b", "v");
+    store.suspect_all_changed();
+    store.set("later", "v");
+    for (const char *key : {"a", "b", "later"}) {
+        store.erase(key);
+    }
+    EXPECT_EQ((Changes{{"a", true}, {"b", true}}), store.changes());
+    store.mark_saved();
+    store.set("a", "v");
+    store.erase("a");
+    EXPECT_FALSE(store.changed());
+}
+
+TEST(Store, ChangedKeysAreLimited) {
+    Store store;
+    for (size_t i = 0; i < kChangedKeysMax; ++i) {
+        ASSERT_TRUE(store.has_room_for_change_of(std::to_string(i)));
+        store.erase(std::to_string(i));
+    }
+    EXPECT_FALSE(store.has_room_for_change_of("one more"));
+    EXPECT_TRUE(store.has_room_for_change_of("0"));
+    store.clear();
+    EXPECT_TRUE(store.has_room_for_change_of("one more"));
 }
 
 }  // namespace

@@ -73,6 +73,18 @@ inline void fail_rename(int error) {
     });
 }
 
+/* From now on no folder can be synced. */
+inline void fail_folder_sync() {
+    doubles::libc::fsync.stand_in([](int fd) {
+        struct stat info = {};
+        if (::fstat(fd, &info) == 0 && S_ISDIR(info.st_mode)) {
+            errno = EIO;
+            return -1;
+        }
+        return doubles::libc::fsync.real(fd);
+    });
+}
+
 /* From now on opening a path fails. */
 inline void fail_open(const std::string &refused, int error) {
     doubles::libc::open.stand_in([refused, error](const char *path, int flags, mode_t mode) {
