@@ -70,11 +70,16 @@ void add_pending(StoreId id, const Store &store, std::vector<JournalRecord> &rec
     }
 }
 
-/* Only a store that has all of its file may replace it. */
+/* Only a store that has all of its file may replace it, and only by one that the next start reads whole. */
 apps_err_e_type check_replaceable(const char *path, const Store &store) {
     if (store.unread()) {
         OS_LOG(OS_LOG_WARNING, "%s could not be read and is not replaced", path);
         return E_APPS_ERR_ZNDB_OTHER;
+    }
+    if (store.overfull()) {
+        OS_LOG(OS_LOG_WARNING, "%s is not replaced: its store has %zu keys, and a file may have %zu", path,
+               store.values().size(), kStoreKeysMax);
+        return E_APPS_ERR_ZNDB_MEM;
     }
     return E_APPS_ERR_SUCCESS;
 }

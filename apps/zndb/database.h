@@ -52,7 +52,8 @@ class Database {
 
     /*
      * Writes the plain and the perm file, where they have changed. Tries both, returns the first failure:
-     * E_APPS_ERR_ZNDB_OTHER for a file that was not read, or what result_of_errno says.
+     * E_APPS_ERR_ZNDB_OTHER for a file that was not read, E_APPS_ERR_ZNDB_MEM for a store with more keys than
+     * a file may have, or what result_of_errno says.
      */
     apps_err_e_type save();
 

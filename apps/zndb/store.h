@@ -10,7 +10,7 @@
 #include <string>
 #include <string_view>
 
-/* The most keys that a store takes of its file or of clients. */
+/* The most keys that a store takes of its file or of clients. The journal can add more: see overfull. */
 inline constexpr size_t kStoreKeysMax = 16384;
 
 /*
@@ -32,6 +32,9 @@ class Store {
 
     /* Whether the key can be set or deleted: it is a changed one already, or there are not too many. */
     bool has_room_for_change_of(std::string_view key) const;
+
+    /* Whether it has more keys than a file may have. */
+    bool overfull() const { return values_.size() > kStoreKeysMax; }
 
     /* Takes over what the file holds: not a change. */
     void load(std::string_view key, std::string_view value);

@@ -181,6 +181,30 @@ TEST_F(DatabaseStart, DeletesOfKeysThatAnUnreadFileMayHoldAreLimited) {
     EXPECT_EQ(0, database_->set(P, "one more", "v"));
 }
 
+/* While its file was unread the store was empty, and took keys that have no place beside those of the file.
+ */
+TEST_F(DatabaseStart, AStoreThatTheJournalOverfillsIsNotSavedUntilItFits) {
+    start_with_broken(kPlainFile, full_file());
+    EXPECT_EQ(0, database_->set(P, "one more", "v"));
+    restart();
+    log_.clear();
+    EXPECT_EQ(2003, database_->save());
+    EXPECT_EQ((std::vector<std::string>{
+                  kPlainFile + " is not replaced: its store has 16385 keys, and a file may have 16384"}),
+              warnings(log_));
+    EXPECT_TRUE(full_file() == content_of(kPlainFile));
+    EXPECT_EQ("P+one more=v\n", content_of(kJournalFile));
+    restart();
+    EXPECT_EQ("v", plain("one more"));
+
+    EXPECT_EQ(0, database_->erase(P, "7"));
+    EXPECT_EQ(0, database_->save());
+    cut_power();
+    EXPECT_EQ("v", plain("one more"));
+    EXPECT_EQ(kMissing, plain("7"));
+    EXPECT_EQ("", plain("8"));
+}
+
 /* ---- What a killed save left ----------------------------------------------------------------------- */
 
 TEST_F(DatabaseStart, HalfWrittenSuccessorsAreRemoved) {

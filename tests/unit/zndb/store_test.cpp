@@ -74,8 +74,13 @@ TEST(Store, AFullStoreHasRoomForItsOwnKeysOnly) {
     }
     EXPECT_FALSE(store.has_room_for("one more"));
     EXPECT_TRUE(store.has_room_for("0"));
+    EXPECT_FALSE(store.overfull());
+    store.load("one more", "");
+    EXPECT_TRUE(store.overfull());
     store.erase("0");
-    EXPECT_TRUE(store.has_room_for("one more"));
+    EXPECT_FALSE(store.overfull());
+    store.erase("1");
+    EXPECT_TRUE(store.has_room_for("another"));
 }
 
 /* ---- What a deletion leaves ------------------------------------------------------------------------ */
