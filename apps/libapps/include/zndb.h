@@ -60,12 +60,19 @@ int zndb_del(const char *key);
 /* Deletes a key of the perm store. */
 int zndb_del_perm(const char *key);
 
-/* Makes what was changed in the plain and the perm store so far survive a power cut. */
+/*
+ * Makes what was changed in the plain and the perm store so far survive a power cut.
+ *
+ * The database then also shortens what it keeps of it in RAM, which takes some room there where anything else
+ * is unsaved, such as a factory value. Without that room it has not become shorter, though this call
+ * succeeds, and the next changes may still be refused.
+ */
 int zndb_save(void);
 
 /*
  * Shortens what the database keeps in RAM of the changes that are not saved. They survive its crash before
- * and after, and no power cut.
+ * and after, and no power cut. Fails, and changes nothing, where RAM has no room for the shorter form beside
+ * the present one.
  */
 int zndb_save_ram(void);
 

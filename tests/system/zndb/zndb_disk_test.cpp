@@ -67,8 +67,8 @@ TEST_F(ZndbDisk, WhatAFullDiskRefusedIsStillInTheJournal) {
     EXPECT_EQ(0, zndb_save());
 }
 
-TEST_F(ZndbDisk, AFullJournalRefusesSetsUntilASaveMakesRoom) {
-    start_after(mount_on("/tmp/m_tmp/zndb", "size=8k"));
+/* Sets until the journal is full. Returns the number of the set that was refused. */
+int fill_journal() {
     int count = 0;
     int32_t result = 0;
     while ((result = set(count, kBig)) == 0 && count < 20) {
@@ -76,12 +76,35 @@ TEST_F(ZndbDisk, AFullJournalRefusesSetsUntilASaveMakesRoom) {
     }
     EXPECT_EQ(kNoSpace, result);
     EXPECT_GE(count, 3);
+    return count;
+}
+
+TEST_F(ZndbDisk, AFullJournalRefusesSetsUntilASaveMakesRoom) {
+    start_after(mount_on("/tmp/m_tmp/zndb", "size=8k"));
+    const int count = fill_journal();
     EXPECT_TRUE(zndb_->wait_for_error("can't write /tmp/m_tmp/zndb/journal errno=28")) << zndb_->errors();
     EXPECT_EQ("ret 3", plain("key" + std::to_string(count)));
     EXPECT_EQ(kBig, plain("key0"));
     EXPECT_EQ('\n', file_of_zndb("/tmp/m_tmp/zndb/journal").back());
 
     EXPECT_EQ(0, save());
+    EXPECT_EQ(0, set(count, kBig));
+    EXPECT_EQ(kBig, plain("key" + std::to_string(count)));
+}
+
+TEST_F(ZndbDisk, AFullJournalTakesSetsAgainOnceTheOverlayIsSavedToo) {
+    start_after(mount_on("/tmp/m_tmp/zndb", "size=8k"));
+    EXPECT_EQ(0, ask_zndb(E_APPS_MSG_ZNDB_FACTOR_SET, set_body("k", "v")));
+    const int count = fill_journal();
+    const std::string journal = file_of_zndb("/tmp/m_tmp/zndb/journal");
+    EXPECT_EQ(0, save());
+    EXPECT_EQ(kNoSpace, set(count, kBig));
+    EXPECT_EQ(journal, file_of_zndb("/tmp/m_tmp/zndb/journal"));
+    EXPECT_EQ("v", def("k"));
+    EXPECT_EQ(kBig, plain("key0"));
+
+    EXPECT_EQ(0, ask_zndb(E_APPS_MSG_ZNDB_FACTOR_SAVE, ""));
+    EXPECT_EQ("k=v\n", file_of_zndb("/m_data/factor/factor_data.txt"));
     EXPECT_EQ(0, set(count, kBig));
     EXPECT_EQ(kBig, plain("key" + std::to_string(count)));
 }

@@ -108,6 +108,42 @@ TEST_F(DatabaseSave, AJournalThatCantBeCutDoesNotFailTheSave) {
     EXPECT_EQ("2", plain("k"));
 }
 
+/* A shorter journal is written beside the full one, and has no room there. */
+TEST_F(DatabaseSave, AFullJournalStaysFullWhileTheOverlayIsUnsaved) {
+    EXPECT_EQ(0, database_->set(F, "fk", "fv"));
+    EXPECT_EQ(0, database_->set(P, "k", "v"));
+    const std::string journal = content_of(kJournalFile);
+    fill_disk_of("/tmp/m_tmp/zndb");
+    EXPECT_EQ(6, database_->set(P, "later", "v"));
+    EXPECT_EQ(0, database_->save());
+    EXPECT_EQ("k=v\n", content_of(kPlainFile));
+    EXPECT_EQ(journal, content_of(kJournalFile));
+    EXPECT_FALSE(exists(kJournalFile + ".tmp"));
+    EXPECT_EQ(6, database_->set(P, "later", "v"));
+    EXPECT_EQ(6, database_->save_ram());
+    EXPECT_EQ("fv", def("fk"));
+
+    EXPECT_EQ(0, database_->save_factory());
+    EXPECT_EQ("fk=fv\n", content_of(kFactoryFile));
+    EXPECT_EQ("", content_of(kJournalFile));
+}
+
+TEST_F(DatabaseSave, AFullJournalLosesNothingAndTakesChangesOnceThereIsRoom) {
+    EXPECT_EQ(0, database_->set(F, "fk", "fv"));
+    EXPECT_EQ(0, database_->set(P, "k", "v"));
+    fill_disk_of("/tmp/m_tmp/zndb");
+    EXPECT_EQ(0, database_->save());
+    restart();
+    EXPECT_EQ("fv", def("fk"));
+    EXPECT_EQ("v", plain("k"));
+    EXPECT_EQ(6, database_->set(P, "later", "v"));
+    end_faults();
+    EXPECT_EQ(0, database_->set(P, "later", "v"));
+    EXPECT_EQ(0, database_->save());
+    EXPECT_EQ("F+fk=fv\n", content_of(kJournalFile));
+    EXPECT_EQ("k=v\nlater=v\n", content_of(kPlainFile));
+}
+
 TEST_F(DatabaseSave, AFullDiskFailsTheSaveAndNothingElse) {
     put_file(kPlainFile, "k=old\n");
     restart();

@@ -65,6 +65,18 @@ inline void limit_disk(size_t room) {
     });
 }
 
+/* From now on the disk that a folder is on takes nothing more, and the others do. */
+inline void fill_disk_of(const std::string &folder) {
+    doubles::libc::write.stand_in([folder](int fd, const void *data, size_t size) -> ssize_t {
+        const std::string path = std::filesystem::read_symlink("/proc/self/fd/" + std::to_string(fd));
+        if (path.rfind(folder + "/", 0) == 0) {
+            errno = ENOSPC;
+            return -1;
+        }
+        return doubles::libc::write.real(fd, data, size);
+    });
+}
+
 /* From now on renaming fails. */
 inline void fail_rename(int error) {
     doubles::libc::rename.stand_in([error](const char *, const char *) {
