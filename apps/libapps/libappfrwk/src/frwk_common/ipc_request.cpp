@@ -5,6 +5,7 @@
  * it would take as long as half its way; the block that the copy would fill is taken all the same, untouched:
  * a module's memory limits hold for what it sends.
  */
+#include <algorithm>
 #include <cstring>
 #include <optional>
 #include <utility>
@@ -127,7 +128,7 @@ bool receive_rest(int fd, void *buf, uint32_t received, uint32_t len) {
 /* What a peer sends beyond the len bytes that it announces is no answer. */
 void clear_surplus(void *rsp, uint32_t len, uint32_t received) {
     if (received > len) {
-        std::memset(static_cast<char *>(rsp) + len, 0, received - len);
+        std::fill_n(static_cast<char *>(rsp) + len, received - len, '\0');
     }
 }
 
