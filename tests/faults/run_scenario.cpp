@@ -53,7 +53,6 @@ struct Outcome {
     Trace trace;
     bool effect = false;
     bool unchanged = true;
-    int warnings = 0;
     std::string log;
     std::string grown;
 };
@@ -115,7 +114,6 @@ class Runner {
         scenario_.release();
         const bool may_keep = scenario_.keeps && (!learnt() || outcome.result == good_.result);
         outcome.grown = may_keep ? "" : grown_since_without(before, outcome.trace);
-        outcome.warnings = warnings();
         outcome.log = logged_text();
         outcome.effect = (!learnt() || outcome.result == good_.result) && scenario_.verify();
         outcome.unchanged = !is_failure(outcome.result) || scenario_.is_unchanged();
@@ -201,7 +199,7 @@ class Runner {
 
     void check(const Outcome &outcome) {
         const bool succeeded = outcome.result == good_.result;
-        const bool warned = outcome.warnings > good_.warnings || says_more(outcome.log);
+        const bool warned = says_more(outcome.log);
         require(outcome.grown.empty(), outcome, "leaves" + outcome.grown);
         if (succeeded) {
             const bool told =

@@ -152,6 +152,19 @@ TEST(RunScenario, TakesNoOtherNumberForANewLine) {
     EXPECT_TRUE(complains(chatty, "succeeds without effect"));
 }
 
+TEST(RunScenario, TakesNoSecondLineOfAGoodRunForANewOne) {
+    const auto says_it_twice = [] {
+        g_written = ::access("/tmp", F_OK) == 0;
+        for (int line = g_written ? 1 : 0; line < 2; ++line) {
+            OS_LOG(OS_LOG_WARNING, "looked");
+        }
+        return 0L;
+    };
+    const Scenario chatty =
+        Scenario("access").called(says_it_twice).verified([] { return g_written; }).reporting(Reports::kLog);
+    EXPECT_TRUE(complains(chatty, "succeeds without effect"));
+}
+
 TEST(RunScenario, LetsNoFunctionWithResultsReportByTheLogAlone) {
     const Scenario both = writing(Wrong::kNothing).reporting(Reports::kLog);
     EXPECT_TRUE(complains(both, "has results, and reports by the log alone"));
