@@ -22,16 +22,24 @@ constexpr char kKeptBackup[] = "/m_data/usr/kept/backup.bin";
 constexpr char kDataManager[] = "/m_data/usr/dbm/database.db";
 constexpr char kUserData[] = "/m_data/usr/db/user_data.txt";
 
+/* Before a restore. */
+constexpr char kOtherValue[] = "another";
+constexpr char kOtherFile[] = "another";
+
 const std::vector<long> kBackupFailures = {E_APPS_ERR_IO, E_APPS_ERR_READ, E_APPS_ERR_WRITE,
                                            E_APPS_ERR_FORMAT, E_APPS_ERR_INTERNAL};
 const std::vector<long> kRestoreFailures = {E_APPS_ERR_INTERNAL, E_APPS_ERR_FORMAT, E_APPS_ERR_IO,
                                             E_APPS_ERR_READ,     E_APPS_ERR_WRITE,  E_APPS_ERR_MALLOC,
                                             E_APPS_ERR_PROCESS};
 
+std::string whole_file() {
+    return std::string(1500, 'd');
+}
+
 void put_device() {
     put_text("/etc/quor_product.key", some_key());
     put_text(kUserData, "device_product_name=QR-100\nkey=value\n");
-    put_text(kDataManager, std::string(1500, 'd'));
+    put_text(kDataManager, whole_file());
     for (const char *folder : {kBackup, kKeptBackup}) {
         std::filesystem::create_directories(std::filesystem::path(folder).parent_path());
     }
@@ -40,9 +48,9 @@ void put_device() {
 /* The device as it is before a restore, but for the name that the backup is bound to. */
 void change_device() {
     zndb_set("device_product_name", "QR-100");
-    zndb_set("key", "another");
+    zndb_set("key", kOtherValue);
     zndb_save();
-    put_text(kDataManager, "another");
+    put_text(kDataManager, kOtherFile);
     std::filesystem::copy_file(kKeptBackup, kBackup, std::filesystem::copy_options::overwrite_existing);
 }
 
@@ -52,13 +60,13 @@ constexpr size_t kBodyFrame = 2 * 136 + 24;
 bool is_whole_backup() {
     const std::string body = deciphered(kBackup, "/m_data/usr/kept/body");
     const std::string database = "device_product_name=QR-100\nkey=value\n";
-    const std::string file(1500, 'd');
+    const std::string file = whole_file();
     return body.size() == kBodyFrame + database.size() + file.size() &&
            body.find(database) != std::string::npos && body.find(file) != std::string::npos;
 }
 
 bool is_restored() {
-    return stored("key") == "value" && file_text(kDataManager) == std::string(1500, 'd');
+    return stored("key") == "value" && file_text(kDataManager) == whole_file();
 }
 
 std::vector<Scenario> backup() {
@@ -74,12 +82,28 @@ std::vector<Scenario> backup() {
     };
 }
 
+/*
+ * Where the backup stands as it came nothing has changed. Where it stands otherwise, no record has been
+ * looked at. Where it is gone, the settings were emptied, and the file may have been replaced: never by a
+ * part.
+ */
+bool is_sound() {
+    const std::string file = file_text(kDataManager);
+    if (std::filesystem::exists(kBackup)) {
+        const bool as_it_came = file_text(kBackup) == file_text(kKeptBackup);
+        return file == kOtherFile && (!as_it_came || stored("key") == kOtherValue);
+    }
+    const bool is_missing = !std::filesystem::exists(kDataManager);
+    return stored("key") != kOtherValue && (is_missing || file == kOtherFile || file == whole_file());
+}
+
 std::vector<Scenario> restore() {
     return {
         Scenario("frwk_dbrm_restore")
             .prepared(change_device)
             .called([] { return frwk_dbrm_restore(kBackup); })
             .verified([] { return is_restored() && !std::filesystem::exists(kBackup); })
+            .unchanged(is_sound)
             .failing(kRestoreFailures)
             .except({Call::remove}, Waived::kEffectIfLogged, "all is restored, and the backup stays"),
     };

@@ -1,6 +1,7 @@
 /*
  * The base library's own functions, where they can fail.
  */
+#include <chrono>
 #include <cstring>
 #include <filesystem>
 
@@ -8,6 +9,7 @@
 #include "byte_buffer.h"
 #include "cipher.h"
 #include "faults/faulty_device.h"
+#include "faults/time_passed.h"
 #include "frwk_utils.h"
 #include "json.h"
 #include "md5.h"
@@ -43,6 +45,7 @@ os_thread_t g_thread = 0;
 char g_text[MD5_TEXT_SIZE];
 uint32_t g_size = 0;
 std::string g_kept;
+std::chrono::nanoseconds g_passed{0};
 
 long is_there(const void *made) {
     return made != nullptr ? 1 : 0;
@@ -123,14 +126,18 @@ std::vector<Scenario> threads() {
             .prepared([] { g_other = os_sem_create(1); })
             .called([] { return os_sem_wait(static_cast<os_sem *>(g_other)); })
             .released([] { os_sem_close(static_cast<os_sem *>(g_other)); }),
-        Scenario("os_sleep").called([] {
-            os_sleep(1);
-            return 0;
-        }),
-        Scenario("os_msleep").called([] {
-            os_msleep(1);
-            return 0;
-        }),
+        Scenario("os_sleep")
+            .called([] {
+                g_passed = time_passed([] { os_sleep(1); });
+                return 0;
+            })
+            .verified([] { return g_passed >= std::chrono::seconds(1); }),
+        Scenario("os_msleep")
+            .called([] {
+                g_passed = time_passed([] { os_msleep(50); });
+                return 0;
+            })
+            .verified([] { return g_passed >= std::chrono::milliseconds(50); }),
     };
 }
 

@@ -18,8 +18,19 @@ namespace {
 
 constexpr size_t kMostCalls = 1 << 16;
 
-/* json-c uses some of its small blocks without a look at them: its end, not ours. */
-constexpr char kFragileLibrary[] = "/libjson-c.so";
+/* What a library does not bear: its end, not ours. */
+struct Fragile {
+    const char *library;
+    bool (*is_call)(Call call);
+};
+
+/* json-c uses some of its small blocks without a look at them. libsodium ends the process where the kernel
+ * has no random bytes, and is not called before it gave some. */
+constexpr Fragile kFragile[] = {
+    {"/libjson-c.so", is_allocation},
+    {"/libsodium.so", [](Call call) { return call == Call::getrandom; }},
+};
+constexpr size_t kFragileCount = sizeof(kFragile) / sizeof(kFragile[0]);
 
 struct Shared {
     std::atomic<Who> who;
@@ -40,24 +51,31 @@ struct Range {
 };
 
 Shared *g_shared = nullptr;
-Range g_fragile;
+Range g_fragile[kFragileCount]; /* their code */
 std::atomic<long> g_live_blocks{0};
 std::atomic<void (*)(Call, int)> g_observer{nullptr};
 thread_local bool t_is_watcher = false;
 thread_local bool t_is_observing = false;
 
-int find_fragile(dl_phdr_info *info, size_t, void *) {
-    if (std::strstr(info->dlpi_name, kFragileLibrary) == nullptr) {
-        return 0;
-    }
-    for (size_t i = 0; i < info->dlpi_phnum; ++i) {
-        const auto &segment = info->dlpi_phdr[i];
+Range code_of(const dl_phdr_info &info) {
+    Range code;
+    for (size_t i = 0; i < info.dlpi_phnum; ++i) {
+        const auto &segment = info.dlpi_phdr[i];
         if (segment.p_type == PT_LOAD && (segment.p_flags & PF_X) != 0) {
-            g_fragile.start = info->dlpi_addr + segment.p_vaddr;
-            g_fragile.end = g_fragile.start + segment.p_memsz;
+            code.start = info.dlpi_addr + segment.p_vaddr;
+            code.end = code.start + segment.p_memsz;
         }
     }
-    return 1;
+    return code;
+}
+
+int find_fragile(dl_phdr_info *info, size_t, void *) {
+    for (size_t i = 0; i < kFragileCount; ++i) {
+        if (std::strstr(info->dlpi_name, kFragile[i].library) != nullptr) {
+            g_fragile[i] = code_of(*info);
+        }
+    }
+    return 0;
 }
 
 __attribute__((constructor)) void prepare() {
@@ -153,10 +171,14 @@ Fault take(Call call) {
     return call == g_shared->kind ? fault_of(call, g_shared->count_of_kind.fetch_add(1)) : Fault{};
 }
 
-Fault take_memory(Call call, const void *caller) {
+Fault take_from(Call call, const void *caller) {
     const auto address = reinterpret_cast<uintptr_t>(caller);
-    const bool fragile = address >= g_fragile.start && address < g_fragile.end;
-    return fragile ? Fault{} : take(call);
+    for (size_t i = 0; i < kFragileCount; ++i) {
+        if (address >= g_fragile[i].start && address < g_fragile[i].end && kFragile[i].is_call(call)) {
+            return {};
+        }
+    }
+    return take(call);
 }
 
 void set_observer(void (*observer)(Call call, int fd)) {

@@ -71,9 +71,9 @@ void set_observer(void (*observer)(Call call, int fd));
 /* For the functions that stand in front of the C library: counts a call and says what becomes of it. */
 Fault take(Call call);
 
-/* The same for memory. caller: the code that asks for it; what a library asks for that can't bear a refusal
- * is not counted. */
-Fault take_memory(Call call, const void *caller);
+/* The same where a library is among the callers that can't bear a refusal; what that one asks for is not
+ * counted. caller: the code that calls. */
+Fault take_from(Call call, const void *caller);
 
 /* Tells the observer. */
 void carried_out(Call call, int fd);

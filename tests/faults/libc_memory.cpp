@@ -18,7 +18,7 @@ using faults::Fault;
 /* counted: whether a block is one more than before. */
 template <typename Allocate>
 void *allocate(Call call, const void *caller, bool counted, Allocate allocate_block) {
-    const Fault fault = faults::take_memory(call, caller);
+    const Fault fault = faults::take_from(call, caller);
     if (fault.way != Fault::Way::kNone) {
         return faults::refuse<void *>(fault, nullptr);
     }

@@ -6,18 +6,40 @@
 #include <pthread.h>
 #include <semaphore.h>
 #include <spawn.h>
+#include <sys/random.h>
 #include <sys/socket.h>
 #include <sys/sysinfo.h>
 #include <sys/wait.h>
 #include <time.h>
 
+#include <algorithm>
+#include <atomic>
+
 #include "faults/in_front.h"
+#include "faults/time_passed.h"
 
 using faults::Call;
 using faults::Fault;
 using faults::transfer;
 
 namespace {
+
+constexpr int64_t kNanosPerSecond = 1000000000;
+
+std::atomic<int64_t> g_cut_off{0}; /* nanoseconds */
+
+int64_t in_nanoseconds(const timespec &time) {
+    return int64_t{time.tv_sec} * kNanosPerSecond + time.tv_nsec;
+}
+
+/* How long a sleep from now on lasts. */
+int64_t length_of_sleep(clockid_t clock, int flags, const timespec &time) {
+    timespec now = {};
+    if ((flags & TIMER_ABSTIME) != 0) {
+        (void)::clock_gettime(clock, &now);
+    }
+    return std::max<int64_t>(in_nanoseconds(time) - in_nanoseconds(now), 0);
+}
 
 /* Short: a part of the first piece alone. */
 template <typename Pass>
@@ -33,6 +55,10 @@ ssize_t transfer_message(Call call, msghdr *message, Pass pass) {
 }
 
 }  // namespace
+
+std::chrono::nanoseconds faults::cut_off_sleeps() {
+    return std::chrono::nanoseconds(g_cut_off);
+}
 
 QUOR_IN_FRONT(ssize_t, recv, (int fd, void *to, size_t size, int flags)) {
     QUOR_REAL(ssize_t, recv, (int, void *, size_t, int));
@@ -87,6 +113,12 @@ QUOR_PASS(int, sem_init, -1, (sem_t * sem, int shared, unsigned value), (sem, sh
 QUOR_PASS(int, sem_wait, -1, (sem_t * sem), (sem))
 QUOR_PASS(int, sysinfo, -1, (struct sysinfo * info), (info))
 
+QUOR_IN_FRONT(ssize_t, getrandom, (void *to, size_t size, unsigned flags)) {
+    QUOR_REAL(ssize_t, getrandom, (void *, size_t, unsigned));
+    const Fault fault = faults::take_from(Call::getrandom, __builtin_return_address(0));
+    return fault.way == Fault::Way::kNone ? real(to, size, flags) : faults::refuse<ssize_t>(fault, -1);
+}
+
 QUOR_IN_FRONT(int, clock_nanosleep, (clockid_t clock, int flags, const timespec *time, timespec *left)) {
     QUOR_REAL(int, clock_nanosleep, (clockid_t, int, const timespec *, timespec *));
     if (!faults::watched()) {
@@ -95,7 +127,9 @@ QUOR_IN_FRONT(int, clock_nanosleep, (clockid_t clock, int flags, const timespec 
     const Fault fault = faults::take(Call::clock_nanosleep);
     if (fault.way == Fault::Way::kNone) {
         constexpr timespec kMoment = {0, 1000000};
+        const int64_t whole = length_of_sleep(clock, flags, *time);
         (void)real(clock, 0, &kMoment, nullptr);
+        g_cut_off += std::max<int64_t>(whole - in_nanoseconds(kMoment), 0);
         return 0;
     }
     if (left != nullptr) {

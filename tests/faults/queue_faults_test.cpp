@@ -2,9 +2,11 @@
  * Queues between threads, threads and waiting.
  */
 #include <atomic>
+#include <chrono>
 #include <cstdio>
 
 #include "faults/faulty_device.h"
+#include "faults/time_passed.h"
 #include "frwk_common.h"
 #include "support/wait_until.h"
 
@@ -18,6 +20,7 @@ constexpr uint32_t kProbe = 7;
 
 std::atomic<int> g_arrived{0};
 std::atomic<int> g_ran{0};
+std::chrono::nanoseconds g_passed{0};
 char g_name[32];
 
 void take(uint32_t msgid, const void *, int32_t) {
@@ -73,10 +76,12 @@ std::vector<Scenario> threads() {
             .called([] { return frwk_thread_create(run, nullptr) != 0 ? 1 : 0; })
             .verified([] { return wait_until([] { return g_ran == 1; }); })
             .failing({0}),
-        Scenario("frwk_sleep").called([] {
-            frwk_sleep(1);
-            return 0;
-        }),
+        Scenario("frwk_sleep")
+            .called([] {
+                g_passed = time_passed([] { frwk_sleep(1050); });
+                return 0;
+            })
+            .verified([] { return g_passed >= std::chrono::milliseconds(1050); }),
     };
 }
 

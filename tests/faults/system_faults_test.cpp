@@ -5,9 +5,13 @@
 #include <filesystem>
 
 #include "faults/faulty_device.h"
+#include "faults/in_child.h"
+#include "faults/stand_in_file.h"
 #include "frwk_common.h"
 #include "frwk_common_ex.h"
+#include "os_time.h"
 #include "support/wait_until.h"
+#include "zndb.h"
 
 namespace faults {
 
@@ -18,6 +22,7 @@ using SystemFaults = FaultyDevice;
 constexpr char kReason[] = "/m_data/usr_permanent/reboot_reason";
 constexpr char kResetFlag[] = "/m_data/usr_permanent/reset_flag";
 constexpr char kNode[] = "/m_data/usr/node";
+constexpr char kCommandLine[] = "/m_data/usr/cmdline";
 
 frwk_cpustate g_state;
 frwk_sysinfo g_info;
@@ -94,15 +99,47 @@ std::vector<Scenario> kernel() {
                 frwk_get_hardware_id(g_text, sizeof(g_text));
                 return 0;
             })
-            .verified(
-                [] { return is_text("") || file_text("/proc/cmdline").find(g_text) != std::string::npos; })
+            .verified([] { return is_text("QR-5G-02"); })
             .reporting(Reports::kLog),
     };
 }
 
+/* Seconds: more than a call takes, so that an uptime tells whether they were subtracted. */
+constexpr uint32_t kUptimeOffset = 10;
+
+/* What a process whose first look meets a fault is told. */
+enum Uptime : long {
+    kLess = 0, /* the time since boot, less the offset */
+    kWhole = 1,
+    kNotReadAgain = 2,
+    kWrong = 3
+};
+
+bool is_between(uint32_t first, uint32_t time, uint32_t last) {
+    return first <= time && time <= last;
+}
+
+Uptime ask_uptime() {
+    const uint32_t before = os_uptime_sec();
+    const uint32_t told = frwk_uptime();
+    const uint32_t after = os_uptime_sec();
+    if (is_between(before - kUptimeOffset, told, after - kUptimeOffset)) {
+        return kLess;
+    }
+    return is_between(before, told, after) ? kWhole : kWrong;
+}
+
+/* Once more: an offset that could not be read is read at the next call. */
+Uptime ask_uptime_twice() {
+    const Uptime first = ask_uptime();
+    stop_watching();
+    return ask_uptime() == kLess ? first : kNotReadAgain;
+}
+
+/* In a child, since a process reads the offset once. */
 std::vector<Scenario> uptime() {
     return {
-        Scenario("frwk_uptime").called([] { return frwk_uptime() > 0 ? 1 : 0; }),
+        Scenario("frwk_uptime").called([] { return in_child(ask_uptime_twice); }).failing({kWhole}),
     };
 }
 
@@ -174,11 +211,14 @@ TEST_F(SystemFaults, Tools) {
 }
 
 TEST_F(SystemFaults, Kernel) {
+    put_text(kCommandLine, "console=ttyS0 hardware.id=QR-5G-02 quiet\n");
+    const StandInFile command_line("/proc/cmdline", kCommandLine);
     run_scenarios(kernel());
 }
 
 TEST_F(SystemFaults, Uptime) {
     start_database();
+    ASSERT_EQ(E_ZNDB_RET_SUCCESS, zndb_set("device_uptime_offset", std::to_string(kUptimeOffset).c_str()));
     run_scenarios(uptime());
 }
 
