@@ -8,7 +8,9 @@
  * has another size is refused with a warning: it is neither mended nor passed over.
  *
  * Every function may be called from any thread and reads the key file at each call. The first use of a
- * device may wait for the kernel to gather randomness.
+ * device may wait for the kernel to gather randomness. Each call asks the kernel for a random byte first;
+ * where it gives none, there is no key, with a warning. libsodium, below, ends the process where the kernel
+ * gives none a moment later; no running kernel stops giving them once it has begun.
  */
 #ifndef QUOR_CIPHER_H
 #define QUOR_CIPHER_H

@@ -122,8 +122,12 @@ Key::~Key() {
 }
 
 bool derive(const Use &use, Key *key) {
+    if (!sodium_ready()) {
+        warn(__func__, "get", "random bytes");
+        return false;
+    }
     Key device;
-    if (!sodium_ready() || !read_any_key(&device)) {
+    if (!read_any_key(&device)) {
         return false;
     }
     return crypto_kdf_derive_from_key(key->bytes, kKeySize, 1, use, device.bytes) == 0;

@@ -4,8 +4,26 @@
 #pragma once
 
 #include <sodium.h>
+#include <sys/random.h>
 
-/* Returns false when the library can't be used. Any thread; the library's own lock lets one go first. */
+#include <cerrno>
+
+/* Whether the kernel gives random bytes; false leaves the cause in errno. May wait until it has gathered
+ * some. */
+inline bool has_random_bytes() {
+    unsigned char byte = 0;
+    ssize_t count = 0;
+    do {
+        count = getrandom(&byte, sizeof(byte), 0);
+    } while (count < 0 && errno == EINTR);
+    return count == 1;
+}
+
+/*
+ * Returns false when the library can't be used, with the cause in errno. It would end the process where the
+ * kernel has no random bytes, so the kernel is asked first. Any thread; the library's own lock lets one go
+ * first.
+ */
 inline bool sodium_ready() {
-    return sodium_init() >= 0;
+    return has_random_bytes() && sodium_init() >= 0;
 }

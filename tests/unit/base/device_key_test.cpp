@@ -22,6 +22,7 @@
 #include "doubles/libc_doubles.h"
 #include "doubles/log_capture.h"
 #include "os_log.h"
+#include "unit/base/file_doubles.h"
 #include "unit/base/key_files.h"
 #include "unit/base/open_descriptors.h"
 
@@ -206,6 +207,31 @@ TEST_F(DeviceKey, InterruptedAndShortReadsAreContinued) {
     });
     EXPECT_EQ(whole, derived());
     ASSERT_TRUE(whole);
+}
+
+/* libsodium would end the process where it asks for them itself. */
+TEST_F(DeviceKey, WithoutRandomBytesThereIsNoKey) {
+    doubles::files::getrandom.stand_in([](void *, size_t, unsigned) -> ssize_t {
+        errno = ENOSYS;
+        return -1;
+    });
+    expect_refused("can't get random bytes, errno=38, cause: Function not implemented");
+    write_key_file(kProductKeyPath, some_key());
+    EXPECT_FALSE(derived());
+    doubles::files::getrandom.restore();
+    EXPECT_TRUE(derived());
+}
+
+TEST_F(DeviceKey, ASignalWhileRandomBytesAreGatheredIsNoLackOfThem) {
+    doubles::files::getrandom.stand_in([](void *to, size_t size, unsigned flags) -> ssize_t {
+        if (doubles::files::getrandom.calls() < 3) {
+            errno = EINTR;
+            return -1;
+        }
+        return doubles::files::getrandom.real(to, size, flags);
+    });
+    EXPECT_TRUE(derived());
+    EXPECT_EQ(3u, doubles::files::getrandom.calls());
 }
 
 TEST_F(DeviceKey, WithoutTheFolderNoKeyIsMade) {

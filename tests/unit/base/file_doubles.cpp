@@ -8,6 +8,7 @@ int __real_fstat64(int, struct stat *);
 int __real_fchown(int, uid_t, gid_t);
 int __real_link(const char *, const char *);
 char *__real_realpath(const char *, char *);
+ssize_t __real_getrandom(void *, size_t, unsigned);
 void __real_sodium_memzero(void *, size_t);
 
 }  // extern "C"
@@ -20,6 +21,7 @@ Double<int(int, struct stat *)> fstat(__real_fstat64);
 Double<int(int, uid_t, gid_t)> fchown(__real_fchown);
 Double<int(const char *, const char *)> link(__real_link);
 Double<char *(const char *, char *)> realpath(__real_realpath);
+Double<ssize_t(void *, size_t, unsigned)> getrandom(__real_getrandom);
 Double<void(void *, size_t)> sodium_memzero(__real_sodium_memzero);
 
 }  // namespace doubles::files
@@ -48,6 +50,10 @@ int __wrap_link(const char *a, const char *b) {
 
 char *__wrap_realpath(const char *a, char *b) {
     return doubles::files::realpath(a, b);
+}
+
+ssize_t __wrap_getrandom(void *a, size_t b, unsigned c) {
+    return doubles::files::getrandom(a, b, c);
 }
 
 void __wrap_sodium_memzero(void *a, size_t b) {

@@ -1,8 +1,9 @@
 /*
- * Doubles that only files with a temporary twin need, and of the wiping of memory.
+ * Doubles that only files with a temporary twin and the cipher need, and of the wiping of memory.
  */
 #pragma once
 
+#include <sys/random.h>
 #include <sys/stat.h>
 #include <sys/types.h>
 
@@ -16,6 +17,7 @@ extern Double<int(int, struct stat *)> fstat;
 extern Double<int(int, uid_t, gid_t)> fchown;
 extern Double<int(const char *, const char *)> link;
 extern Double<char *(const char *, char *)> realpath;
+extern Double<ssize_t(void *, size_t, unsigned)> getrandom;
 extern Double<void(void *, size_t)> sodium_memzero;
 
 }  // namespace doubles::files
