@@ -44,7 +44,8 @@ int32_t os_thread_join(os_thread_t thread);
 
 /*
  * Asks a thread to end, which it does at its next wait or other cancellation point. The call doesn't wait
- * for that, and what the thread holds is not released.
+ * for that, and what the thread holds is not released. For the first one of a process the C library takes
+ * memory, and ends the process where there is none.
  *
  * thread: a thread that has not been released yet; 0 gives ESRCH.
  */
