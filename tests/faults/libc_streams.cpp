@@ -1,6 +1,7 @@
 /*
  * In front of the functions for streams. A stream whose reading or writing fails says so afterwards.
  */
+#include <atomic>
 #include <cstdio>
 #include <cstring>
 
@@ -16,12 +17,13 @@ namespace {
 constexpr int kErrorFlag = 0x0020;
 constexpr int kEndFlag = 0x0010;
 
-/* Of the test's own thread alone. */
-const char *g_path = nullptr;
-const char *g_stand_in = nullptr;
+/* Any thread may open a file meanwhile. */
+std::atomic<const char *> g_path{nullptr};
+std::atomic<const char *> g_stand_in{nullptr};
 
 const char *file_for(const char *path) {
-    return g_path != nullptr && std::strcmp(path, g_path) == 0 ? g_stand_in : path;
+    const char *replaced = g_path;
+    return replaced != nullptr && std::strcmp(path, replaced) == 0 ? g_stand_in.load() : path;
 }
 
 void mark(FILE *stream, const Fault &fault) {
@@ -43,8 +45,8 @@ int next_byte(Call call, int (*real)(FILE *), FILE *stream) {
 }  // namespace
 
 faults::StandInFile::StandInFile(const char *path, const char *stand_in) {
-    g_path = path;
     g_stand_in = stand_in;
+    g_path = path;
 }
 
 faults::StandInFile::~StandInFile() {
