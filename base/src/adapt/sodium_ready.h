@@ -8,8 +8,7 @@
 
 #include <cerrno>
 
-/* Whether the kernel gives random bytes; false leaves the cause in errno. May wait until it has gathered
- * some. */
+/* Whether the kernel gives random bytes, for which it may wait; false leaves the cause in errno. */
 inline bool has_random_bytes() {
     unsigned char byte = 0;
     ssize_t count = 0;
