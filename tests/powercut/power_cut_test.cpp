@@ -215,27 +215,30 @@ PowerCut backing_up() {
             read_backup};
 }
 
-/* Whether a file with the bytes is under the backup's name, enciphered or already deciphered. */
-bool has_backup_of(char letter) {
+/* What is under the backup's name: only an enciphered one, with its trailer, can be restored. */
+std::string read_what_is_restored_from(char letter) {
     const std::string bytes(9000, letter);
-    const std::string file = std::filesystem::exists(kBackup) ? file_text(kBackup) : "";
-    return file.find(bytes) != std::string::npos ||
-           deciphered(kBackup, kCopy).find(bytes) != std::string::npos;
+    if (!std::filesystem::exists(kBackup)) {
+        return "nothing";
+    }
+    if (deciphered(kBackup, kCopy).find(bytes) != std::string::npos) {
+        return "the backup";
+    }
+    return file_text(kBackup).find(bytes) != std::string::npos ? "the backup in the clear" : "nothing";
 }
 
 std::string read_restored() {
-    const std::string text = file_text(kDataManager);
-    for (const char letter : {'o', 'n'}) {
-        if (text == std::string(9000, letter)) {
-            return std::string(1, letter);
-        }
+    if (file_text(kDataManager) == std::string(9000, 'n')) {
+        return "the new";
     }
-    return has_backup_of('n') ? "a part, and the backup" : "a part";
+    const bool is_old = file_text(kDataManager) == std::string(9000, 'o');
+    const std::string found = std::filesystem::exists(kDataManager) ? "a part" : "none";
+    return (is_old ? "the old" : found) + ", and " + read_what_is_restored_from('n');
 }
 
 /*
  * A restore has no way back, so that a part of a file is what a power cut in its middle may leave; but then
- * what it came from is still there.
+ * what it came from is still there, though in the clear, which another restore refuses.
  */
 PowerCut restoring() {
     return {"frwk_dbrm_restore",
@@ -247,7 +250,7 @@ PowerCut restoring() {
             },
             [] { EXPECT_EQ(0, frwk_dbrm_restore(kBackup)); },
             read_restored,
-            {"a part, and the backup"}};
+            {"the old, and the backup in the clear", "a part, and the backup in the clear"}};
 }
 
 /* Its name is new, and must be safe before that of the backup is gone. */
@@ -259,6 +262,7 @@ PowerCut restoring_a_missing_file() {
         EXPECT_EQ(0, frwk_dbrm_backup(kBackup));
         std::filesystem::remove(kDataManager);
     };
+    missing.also = {"none, and the backup in the clear", "a part, and the backup in the clear"};
     return missing;
 }
 
@@ -300,12 +304,13 @@ PowerCut completing_a_reset() {
             [] { return presence(kResetFlag); }};
 }
 
-PowerCut clearing_subscriptions() {
-    return {"frwk_ipc_init_sub",
-            {"/m_data/usr/subscribe"},
-            [] { put_text(kSubscription, "sms\n"); },
-            frwk_ipc_init_sub,
-            [] { return presence(kSubscription); }};
+PowerCut clearing_subscriptions(const char *name, void (*clear)(), const std::string &folder) {
+    const std::string file = folder + "/E_APPS_MSG_TEST";
+    return {name,
+            {folder},
+            [file] { put_text(file, "sms\n"); },
+            clear,
+            [file] { return presence(file.c_str()); }};
 }
 
 PowerCut ending_the_last_subscription() {
@@ -326,11 +331,12 @@ PowerCut writing_the_mask() {
             {""}};
 }
 
-PowerCut marking_the_debug_mode() {
-    return {"frwk_debug_mode_set",
+/* From the other state. */
+PowerCut switching_the_debug_mode(const char *name, int32_t enable) {
+    return {name,
             {"/m_data/usr"},
-            [] { std::filesystem::remove(kMarker); },
-            [] { frwk_debug_mode_set(1, "rom"); },
+            [enable] { enable != 0 ? (void)std::filesystem::remove(kMarker) : put_text(kMarker, ""); },
+            [enable] { frwk_debug_mode_set(enable, "rom"); },
             [] { return presence(kMarker); }};
 }
 
@@ -376,7 +382,9 @@ TEST_F(PowerCuts, LeaveSmallFilesOldOrNew) {
     check_power_cuts(keeping_a_reason());
     check_power_cuts(asking_for_a_reset());
     check_power_cuts(completing_a_reset());
-    check_power_cuts(clearing_subscriptions());
+    check_power_cuts(clearing_subscriptions("frwk_ipc_init_sub", frwk_ipc_init_sub, "/m_data/usr/subscribe"));
+    check_power_cuts(
+        clearing_subscriptions("frwk_ipc_init_sub_ex", frwk_ipc_init_sub_ex, "/m_webui/subscribe"));
     check_power_cuts(ending_the_last_subscription());
 }
 
@@ -387,7 +395,8 @@ TEST_F(PowerCuts, LeaveDeviceSettingsOldOrNew) {
     frwk_module_set(E_APPS_MODULE_SMS, FRWK_FLAG_RUN);
     check_power_cuts(writing_the_mask());
     start_database();
-    check_power_cuts(marking_the_debug_mode());
+    check_power_cuts(switching_the_debug_mode("frwk_debug_mode_set, on", 1));
+    check_power_cuts(switching_the_debug_mode("frwk_debug_mode_set, off", 0));
 }
 
 }  // namespace powercut
