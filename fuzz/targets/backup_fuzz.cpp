@@ -14,6 +14,7 @@
 #include "frwk_dbrm/backup_format.h"
 #include "frwk_dbrm/backup_trailer.h"
 #include "internal/frwk_paths.h"
+#include "md5.h"
 #include "support/database_answer.h"
 #include "support/fuzz_files.h"
 #include "support/fuzz_input.h"
@@ -23,6 +24,7 @@ namespace {
 
 constexpr char kRoot[] = "/m_data/usr/";
 constexpr char kBackup[] = "/m_data/usr/backup.bin";
+constexpr char kBody[] = "/m_data/usr_permanent/body";
 
 /* Both the product's name and the word that asks for the web accounts. */
 constexpr char kDatabaseSays[] = "true";
@@ -90,7 +92,15 @@ apps_err_e_type restore() {
     return ret;
 }
 
-/* Nothing changes unless the trailer is this product's and counts the bytes. */
+/* Whether a digest is that of the bytes. */
+bool is_digest_of(const uint8_t (&digest)[backup_format::kDigestSize], std::string_view bytes) {
+    uint8_t right[MD5_DIGEST_SIZE];
+    put_file(kBody, bytes);
+    FUZZ_CHECK(md5_encrypt_file(kBody, right) == 1);
+    return std::equal(std::begin(digest), std::end(digest), std::begin(right), std::end(right));
+}
+
+/* Nothing changes unless the trailer is this product's, counts the bytes and has their digest. */
 void check_forged(std::string_view bytes) {
     put_file(kBackup, bytes);
     const size_t changes = database_changes();
@@ -107,6 +117,7 @@ void check_forged(std::string_view bytes) {
     FUZZ_CHECK(backup_format::to_bytes(trailer) == trailer_bytes);
     FUZZ_CHECK(trailer.magic == backup_format::magic_of(kDatabaseSays));
     FUZZ_CHECK(trailer.body_length == bytes.size() - trailer_bytes.size());
+    FUZZ_CHECK(is_digest_of(trailer.md5, bytes.substr(0, trailer.body_length)));
 }
 
 /* A sealed backup is walked; when every record was brought back, the files hold what the records do. */
