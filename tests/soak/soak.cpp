@@ -21,6 +21,7 @@
 #include "frwk_common.h"
 #include "os_log.h"
 #include "soak_fleet.h"
+#include "soak_settings.h"
 #include "soak_watch.h"
 
 namespace {
@@ -226,6 +227,9 @@ int run(const Options &options) {
     Reaper reaper(board, fleet, messages);
     std::vector<soak::Sample> samples;
     for (uint64_t tenth = 1; tenth <= kTenths; ++tenth) {
+        if (samples.size() == soak::kDatabaseTenth) {
+            soak::fill_settings(board);
+        }
         samples.push_back(run_tenth(board, fleet, reaper, messages * tenth / kTenths));
     }
     soak::check_footprints(board, samples);

@@ -133,7 +133,8 @@ std::string value_of(uint64_t seed, uint32_t module, uint32_t key, uint64_t numb
     }
     const uint64_t draw = mix(seed, module * kKeys + key, ~number);
     std::string value = std::to_string(number) + "." + std::to_string(draw) + ".";
-    const size_t length = draw % 10 == 0 ? 1023 : value.size() + draw % 80;
+    const bool is_longest = number == kFullLength || draw % 10 == 0;
+    const size_t length = is_longest ? 1023 : value.size() + draw % 80;
     while (value.size() < length) {
         value += static_cast<char>('a' + mix(draw, value.size(), 0) % 26);
     }

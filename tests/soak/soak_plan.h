@@ -77,6 +77,9 @@ bool is_filled(const unsigned char *bytes, uint32_t size, uint64_t start);
 
 std::string key_name(uint32_t module, uint32_t key);
 
+/* A number above those of all steps; its value has the greatest length. */
+constexpr uint64_t kFullLength = uint64_t{1} << 63;
+
 /* The value that a module's step sets; number 0 stands for none. */
 std::string value_of(uint64_t seed, uint32_t module, uint32_t key, uint64_t number);
 

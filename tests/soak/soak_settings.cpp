@@ -32,6 +32,17 @@ void resolve(Setting &setting, uint32_t key, int ret, const char *value) {
     setting.doubtful = 0;
 }
 
+void fill_setting(Board &board, uint32_t module, uint32_t key) {
+    const int ret =
+        zndb_set(key_name(module, key).c_str(), value_of(board.seed, module, key, kFullLength).c_str());
+    if (ret != E_ZNDB_RET_SUCCESS) {
+        complain(&board, "module %u: key %u can't be filled: %d", module, key, ret);
+    }
+    Setting &setting = board.modules[module].settings[key];
+    setting.acknowledged = kFullLength;
+    setting.doubtful = 0;
+}
+
 }  // namespace
 
 Module &own() {
@@ -85,6 +96,14 @@ void change_setting(uint32_t key, uint64_t number) {
     setting.acknowledged = number;
     setting.doubtful = 0;
     ++own().sets;
+}
+
+void fill_settings(Board &board) {
+    for (uint32_t module = 1; module < kModules; ++module) {
+        for (uint32_t key = 0; module != kDatabase && key < kKeys; ++key) {
+            fill_setting(board, module, key);
+        }
+    }
 }
 
 void save_settings() {

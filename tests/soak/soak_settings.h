@@ -34,6 +34,12 @@ void change_setting(uint32_t key, uint64_t number);
 
 void save_settings();
 
+/*
+ * Sets all settings of all modules, which stand still, to the greatest length: from then on the database has
+ * all the memory that it needs.
+ */
+void fill_settings(Board &board);
+
 /* What a get of a module's setting shows: whether it is one of the values that it may have. */
 bool is_possible(const Board &board, uint32_t module, uint32_t key, int ret, const char *value);
 

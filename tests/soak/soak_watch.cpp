@@ -23,9 +23,6 @@ constexpr std::chrono::seconds kArrivalLimit{10};
 constexpr int kLooks = 3;
 constexpr useconds_t kLookMicroseconds = 1000;
 
-/* From here on the database is not killed any more; counted from 0. */
-constexpr size_t kDatabaseTenth = 6;
-
 bool is_current(const Board &board, uint32_t src, uint32_t dst) {
     const uint32_t generation = board.generation[dst];
     const Traffic &traffic = board.traffic[src][dst];
@@ -131,10 +128,9 @@ Footprint footprint_of(Board &board, const Fleet &fleet, uint32_t module) {
     return footprint;
 }
 
-void check_footprint(Board &board, const Footprint &early, const Footprint &late, uint32_t module,
-                     uint64_t growth) {
-    if (late.written_kib > early.written_kib + growth || late.resident_kib > early.resident_kib + growth ||
-        late.descriptors != early.descriptors) {
+void check_footprint(Board &board, const Footprint &early, const Footprint &late, uint32_t module) {
+    if (late.written_kib > early.written_kib + kGrowthKib ||
+        late.resident_kib > early.resident_kib + kGrowthKib || late.descriptors != early.descriptors) {
         complain(&board,
                  "module %u grew: %llu to %llu KiB resident, %llu to %llu written, %zu to %zu descriptors",
                  module, static_cast<unsigned long long>(early.resident_kib),
@@ -199,13 +195,12 @@ Sample take_sample(Board &board, const Fleet &fleet) {
 void check_footprints(Board &board, const std::vector<Sample> &samples) {
     for (uint32_t module = 1; module < kModules && samples.size() > 2; ++module) {
         if (is_long_lived(module)) {
-            check_footprint(board, samples[1].footprints[module], samples.back().footprints[module], module,
-                            kGrowthKib);
+            check_footprint(board, samples[1].footprints[module], samples.back().footprints[module], module);
         }
     }
     if (samples.size() > kDatabaseTenth) {
         check_footprint(board, samples[kDatabaseTenth].footprints[kDatabase],
-                        samples.back().footprints[kDatabase], kDatabase, kDatabaseGrowthKib);
+                        samples.back().footprints[kDatabase], kDatabase);
     }
 }
 

@@ -28,12 +28,11 @@ struct Sample {
     std::array<Footprint, kModules> footprints;
 };
 
-/*
- * How far a module may grow between the second tenth and the last, and the database between the seventh and
- * the last: its settings may still get longer, up to 1 KiB each.
- */
+/* From here on the database is not killed any more, and its settings are filled once; counted from 0. */
+constexpr size_t kDatabaseTenth = 6;
+
+/* How far a module may grow between the second tenth and the last, and the database from its tenth on. */
 constexpr uint64_t kGrowthKib = 64;
-constexpr uint64_t kDatabaseGrowthKib = (kModules - 2) * kKeys + kGrowthKib;
 
 /* Live blocks of the tracked memory of a module that stands still; complains when it does not tell. */
 uint32_t live_blocks(Board &board, uint32_t module);
