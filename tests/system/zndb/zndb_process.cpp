@@ -51,6 +51,7 @@ void ZndbTest::start() {
 }
 
 void ZndbTest::start_after(const std::string &command) {
+    zndb_.reset(); /* or the new one may find the lock taken */
     std::vector<std::string> words = {"unshare", "--mount"};
     if (geteuid() != 0) {
         words.emplace_back("--map-root-user");
