@@ -54,6 +54,17 @@ class HostileRequest : public testing::Test {
         return good.send(request.bytes() + "good") && good.receive_rest() == words({0, 4}) + "good";
     }
 
+    /* A peer that has read the begin of a large answer and reads no more. */
+    static RawConnection stopped_reader() {
+        RawRequest request;
+        request.msgid = kFill;
+        request.rsp_size = 32u * 1024 * 1024;
+        RawConnection peer = RawConnection::to("router");
+        peer.send(request.bytes());
+        EXPECT_EQ(1000u, peer.receive(1000).size());
+        return peer;
+    }
+
     /* What the module says it holds. */
     static Held held() {
         RawConnection query = RawConnection::to("router");
@@ -231,25 +242,14 @@ TEST_F(HostileRequest, APeerMayAskAndLeaveTwoThousandTimes) {
 }
 
 TEST_F(HostileRequest, APeerThatStopsReadingItsAnswerAndDiesIsGivenUp) {
-    RawRequest request;
-    request.msgid = kFill;
-    request.rsp_size = 32u * 1024 * 1024;
-    RawConnection peer = RawConnection::to("router");
-    peer.send(request.bytes());
-    EXPECT_EQ(1000u, peer.receive(1000).size());
-    peer.close();
+    stopped_reader().close();
     EXPECT_TRUE(logged("ipc send error!"));
     EXPECT_TRUE(logged("send ipc rsp error!"));
 }
 
 TEST_F(HostileRequest, APeerThatStopsReadingItsAnswerHoldsTheServiceUntilItLeaves) {
+    RawConnection first = stopped_reader();
     RawRequest request;
-    request.msgid = kFill;
-    request.rsp_size = 32u * 1024 * 1024;
-    RawConnection first = RawConnection::to("router");
-    first.send(request.bytes());
-    EXPECT_EQ(1000u, first.receive(1000).size());
-
     request.msgid = kEcho;
     request.rsp_size = 4;
     RawConnection second = RawConnection::to("router");
