@@ -5,6 +5,7 @@
 
 #include <sodium.h>
 #include <sys/random.h>
+#include <unistd.h>
 
 #include <cerrno>
 
@@ -15,6 +16,9 @@ inline bool has_random_bytes() {
     do {
         count = getrandom(&byte, sizeof(byte), 0);
     } while (count < 0 && errno == EINTR);
+    if (count < 0 && errno == ENOSYS) {
+        return access("/dev/urandom", R_OK) == 0; /* what libsodium reads on a kernel without the call */
+    }
     return count == 1;
 }
 
