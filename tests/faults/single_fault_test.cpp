@@ -235,6 +235,17 @@ TEST_F(SingleBackupFault, AnUploadOfUnknownSizeIsNotTakenForTooShort) {
     EXPECT_FALSE(logged("invalid restore file hdr format!"));
 }
 
+TEST_F(SingleBackupFault, AnUploadWhoseLinkCannotBeFollowedIsLeftAsItIs) {
+    const char *upload = "/m_data/usr/exchange/upload";
+    ASSERT_EQ(E_APPS_ERR_SUCCESS, frwk_dbrm_backup(upload));
+    const std::string bytes = file_text(upload);
+    std::filesystem::create_symlink(upload, kBackup);
+    EXPECT_EQ(E_APPS_ERR_INTERNAL, fail_first(Call::realpath, ENOMEM, restore));
+    EXPECT_TRUE(logged("decrypt restore file error!"));
+    EXPECT_EQ(bytes, file_text(upload));
+    EXPECT_TRUE(std::filesystem::is_symlink(kBackup));
+}
+
 TEST_F(SingleBackupFault, ARestoredBackupThatCannotBeRemovedIsLogged) {
     ASSERT_EQ(E_APPS_ERR_SUCCESS, back_up());
     EXPECT_EQ(E_APPS_ERR_SUCCESS, fail_first(Call::remove, EIO, restore));

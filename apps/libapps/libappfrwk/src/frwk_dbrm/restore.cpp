@@ -150,8 +150,10 @@ apps_err_e_type frwk_dbrm_restore(const char *path) {
         return E_APPS_ERR_PARAM;
     }
 
-    char resolved[PATH_MAX];
-    const char *file =
-        ::realpath(path, resolved) != nullptr ? resolved : path; /* else the cipher tells why */
+    char file[PATH_MAX];
+    if (::realpath(path, file) == nullptr) {
+        FRWK_WARN_ERRNO("decrypt restore file error!");
+        return E_APPS_ERR_INTERNAL;
+    }
     return frwk_dbrm_restore(Upload{path, file});
 }
