@@ -182,6 +182,7 @@ void Database::apply(const JournalRecord &record) {
             break;
         case Change::kErase:
             changed.erase(record.key);
+            ++deletes_;
             break;
         case Change::kClear:
             changed.clear();
@@ -202,6 +203,11 @@ bool Database::file_may_differ(StoreId id, std::string_view key) const {
     return store(id).unread() && key_problem(key) == nullptr && store(id).changes().count(key) == 0;
 }
 
+int Database::shorten_journal() {
+    deletes_ = 0;
+    return journal_.rewrite(pending());
+}
+
 apps_err_e_type Database::change(const JournalRecord &record) {
     const int error = journal_.append(record);
     if (error != 0) {
@@ -209,7 +215,7 @@ apps_err_e_type Database::change(const JournalRecord &record) {
     }
     apply(record);
     OS_LOG(OS_LOG_VERBOSE, "'%s' changed", std::string(record.key).c_str());
-    if (journal_.overgrown()) {
+    if (journal_.overgrown() || deletes_ > kStoreKeysMax) {
         (void)shorten_journal();
     }
     return E_APPS_ERR_SUCCESS;

@@ -83,12 +83,13 @@ class Database {
     apps_err_e_type change_key(const JournalRecord &record);
     apps_err_e_type save_one(Held &held);
     std::vector<JournalRecord> pending() const;
-    int shorten_journal() { return journal_.rewrite(pending()); }
+    int shorten_journal();
 
     os_mutex *const mutex_; /* protects everything below */
     Held held_[3];          /* by StoreId */
     Store defaults_;
     Journal journal_;
+    size_t deletes_ = 0; /* since the journal was written in its shortest form: all would be repeated */
 };
 
 /*

@@ -15,7 +15,9 @@ inline constexpr size_t kStoreKeysMax = 16384;
 
 /*
  * The most keys that clients can make changed ones, so that no client takes all memory: all those of a full
- * file, deleted, and as many new ones. Where the file may hold any key, each deleted one counts.
+ * file, deleted, and as many new ones. Where the file may hold any key, each deleted one counts. A start
+ * repeats the deletes of keys that were forgotten; the journal is shortened often enough for kStoreKeysMax of
+ * these.
  */
 inline constexpr size_t kChangedKeysMax = 2 * kStoreKeysMax;
 

@@ -40,6 +40,24 @@ TEST_F(DatabaseForgetting, KeysThatComeAndGoLeaveNothing) {
     EXPECT_FALSE(exists(kPlainFile));
 }
 
+/* A large journal is shortened seldom for its size, and a successor counts each delete in it as a change. */
+TEST_F(DatabaseForgetting, ASuccessorIsNotHandedMoreDeletesThanAStoreHasKeys) {
+    for (int i = 0; i < 1000; ++i) {
+        ASSERT_EQ(0, database_->set(M, std::to_string(i), std::string(1000, 'v')));
+    }
+    EXPECT_EQ(0, database_->save_ram());
+    set_and_delete_many();
+    restart();
+    EXPECT_EQ(0, database_->save_ram());
+    const std::string journal = content_of(kJournalFile);
+    size_t deletes = 0;
+    for (size_t at = journal.find("P-"); at != std::string::npos; at = journal.find("P-", at + 1)) {
+        ++deletes;
+    }
+    EXPECT_GT(deletes, 0u);
+    EXPECT_LE(deletes, kStoreKeysMax);
+}
+
 TEST_F(DatabaseForgetting, KeysThatComeAndGoAfterASaveOrAResetLeaveNothing) {
     put_file(kPlainFile, "kept=1\n");
     restart();
