@@ -20,7 +20,7 @@ constexpr size_t kMostCalls = 1 << 16;
 
 /* What a library does not bear: its end, not ours. */
 struct Fragile {
-    const char *library;
+    const char *file; /* part of its name */
     bool (*is_call)(Call call);
 };
 
@@ -71,7 +71,7 @@ Range code_of(const dl_phdr_info &info) {
 
 int find_fragile(dl_phdr_info *info, size_t, void *) {
     for (size_t i = 0; i < kFragileCount; ++i) {
-        if (std::strstr(info->dlpi_name, kFragile[i].library) != nullptr) {
+        if (std::strstr(info->dlpi_name, kFragile[i].file) != nullptr) {
             g_fragile[i] = code_of(*info);
         }
     }
