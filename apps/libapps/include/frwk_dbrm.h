@@ -50,8 +50,9 @@ apps_err_e_type frwk_dbrm_backup(const char *path);
  * to it, and to keep the backup elsewhere. Null gives E_APPS_ERR_PARAM.
  *
  * Returns E_APPS_ERR_SUCCESS, or
- *   E_APPS_ERR_INTERNAL  it can't be deciphered: altered, cut, extended, of a device with another key; or the
- *                        product's name or the digest is not to be had, or the database refuses to be emptied
+ *   E_APPS_ERR_INTERNAL  it can't be found or can't be deciphered: altered, cut, extended, of a device with
+ *                        another key; or the product's name or the digest is not to be had, or the database
+ *                        refuses to be emptied
  *   E_APPS_ERR_FORMAT    it is of another product, or wrong inside
  *   E_APPS_ERR_IO        it can't be opened or cut, or a file to bring back can't be created
  *   E_APPS_ERR_READ      it can't be read, or a record is shorter than it says

@@ -100,8 +100,7 @@ int32_t frwk_str_to_bool(const char *text, uint8_t *out);
  * ignored, and no digits at all are 0. Numbers beyond the 32 bits of the types int to ulong, or the 64 bits
  * of llong and ullong, are read as the nearest limit, for unsigned types as the largest whatever the sign. A
  * minus before an unsigned number negates it within its bits, so that "-1" is the largest uint, ulong or
- * ullong. A double beyond a float's range is read as
- * an infinite float.
+ * ullong. A double beyond a float's range is read as an infinite float.
  *
  * type: one of frwk_data_type_e up to FRWK_DATA_TYPE_DOUBLE.
  * text: null is empty.
