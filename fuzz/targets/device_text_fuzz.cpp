@@ -23,8 +23,7 @@ std::string text_of(size_t most) {
     return text.substr(0, text.find('\0'));
 }
 
-/* As much of the id as fits in front of the last byte, which is the caller's, and a NUL where there is room.
- */
+/* As much of the id as fits in front of the caller's last byte, and a NUL where there is room. */
 std::string expected_buffer(uint32_t size) {
     std::string buffer(size, kFill);
     const std::string key = "hardware.id=";

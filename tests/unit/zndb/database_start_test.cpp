@@ -181,8 +181,7 @@ TEST_F(DatabaseStart, DeletesOfKeysThatAnUnreadFileMayHoldAreLimited) {
     EXPECT_EQ(0, database_->set(P, "one more", "v"));
 }
 
-/* While its file was unread the store was empty, and took keys that have no place beside those of the file.
- */
+/* While its file was unread the store took keys that have no place beside those of the file. */
 TEST_F(DatabaseStart, AStoreThatTheJournalOverfillsIsNotSavedUntilItFits) {
     start_with_broken(kPlainFile, full_file());
     EXPECT_EQ(0, database_->set(P, "one more", "v"));
