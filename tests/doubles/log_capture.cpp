@@ -15,6 +15,15 @@ struct LogCapture::State {
     mutable std::mutex mutex;
     mutable std::condition_variable grown;
     std::vector<LogLine> lines;
+    size_t assertions = 0;
+
+    void add_assertion(const LogLine &line) {
+        for (const LogChannel channel : {LogChannel::kDebug, LogChannel::kSystem}) {
+            add({channel, line.level, line.file, line.function, line.line, line.text});
+        }
+        const std::lock_guard<std::mutex> lock(mutex);
+        ++assertions;
+    }
 
     void add(LogLine line) {
         const std::lock_guard<std::mutex> lock(mutex);
@@ -70,9 +79,8 @@ LogCapture::LogCapture()
         if (condition != 0) {
             return;
         }
-        const std::string whole = assertion_text(text, message);
-        state->add({LogChannel::kDebug, OS_LOG_WARNING, file, function, line, whole});
-        state->add({LogChannel::kSystem, OS_LOG_WARNING, file, function, line, whole});
+        state->add_assertion(
+            {LogChannel::kDebug, OS_LOG_WARNING, file, function, line, assertion_text(text, message)});
     });
     __atomic_store_n(&g_debug_log_enable, 1, __ATOMIC_RELAXED);
     __atomic_store_n(&g_syslog_level, OS_LOG_VERBOSE, __ATOMIC_RELAXED);
@@ -100,6 +108,11 @@ bool LogCapture::wait_for(const std::string &text, int seconds) const {
     // On the steady clock the wait is one that the thread sanitizer does not know.
     const auto limit = std::chrono::system_clock::now() + std::chrono::seconds(seconds);
     return state_->grown.wait_until(lock, limit, [this, &text] { return state_->has(text); });
+}
+
+size_t LogCapture::assertions() const {
+    const std::lock_guard<std::mutex> lock(state_->mutex);
+    return state_->assertions;
 }
 
 std::vector<LogLine> LogCapture::debug_lines() const {

@@ -44,6 +44,9 @@ class LogCapture {
     /* Waits until contains(text); false when that took longer than the limit. */
     bool wait_for(const std::string &text, int seconds = 20) const;
 
+    /* How many conditions that don't hold were handed to the base library, which may do anything then. */
+    size_t assertions() const;
+
     std::vector<LogLine> debug_lines() const;
     std::vector<LogLine> system_lines() const;
 

@@ -169,6 +169,7 @@ TEST_F(ModuleSwitchTest, AssertsTheIdOfAToolThatMeansItself) {
     become(E_APPS_MODULE_TOOL);
     expect_refused(-1);
     EXPECT_EQ(log_.count(bad_id()), 2u) << log_.text();
+    EXPECT_EQ(log_.assertions(), 0u);
 }
 
 TEST_F(ModuleSwitchTest, AssertsAModuleThatIsNotMonitored) {
@@ -185,6 +186,7 @@ TEST_F(ModuleSwitchTest, AssertsACallingModuleThatIsNotMonitored) {
     become(E_APPS_MODULE_MONITOR_TOOL);
     expect_refused(-1);
     EXPECT_EQ(log_.count(not_monitored()), 2u) << log_.text();
+    EXPECT_EQ(log_.assertions(), 0u);
 }
 
 TEST_F(ModuleSwitchTest, RefusesOtherModulesWithoutAdminFlag) {

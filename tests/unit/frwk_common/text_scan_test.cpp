@@ -208,6 +208,7 @@ TEST(StrPickValue, AValueThatDoesNotFitIsAsserted) {
     EXPECT_STREQ("", out.text);
     EXPECT_TRUE(out.untouched_from(1));
     EXPECT_EQ(1u, log.count("ASSERT(len < size) OUT OF BUFF!")) << log.text();
+    EXPECT_EQ(0u, log.assertions());
 }
 
 TEST(StrPickValue, AValueOneShorterThanTheBufferFits) {

@@ -129,6 +129,7 @@ TEST(CodecListAdd, RefusesATypeWithoutAText) {
         EXPECT_EQ(0u, list.len());
         EXPECT_TRUE(
             logged_once(log, kWarningLevel, "frwk_zndb_add_value", assertion("E_APPS_ERR_SUCCESS == ret")));
+        EXPECT_EQ(0u, log.assertions());
     }
 }
 

@@ -228,6 +228,18 @@ TEST(JsonReal, ReadsMembersOfEveryKindAsFloat) {
     }
 }
 
+TEST(JsonItem, AFailedCheckIsNoAssertion) {
+    const OwnedJson object = object_with("256");
+    const LogCapture log;
+    Destination destination;
+    EXPECT_EQ(frwk_get_json_item_value(object.get(), FRWK_DATA_TYPE_BYTE, "v", destination.out(), 0),
+              E_APPS_ERR_OUTOFBUF);
+    EXPECT_EQ(frwk_get_json_item_value(object.get(), FRWK_DATA_TYPE_BYTE, "v", destination.out(), 1),
+              E_APPS_ERR_PARAM);
+    EXPECT_EQ(log.count("ASSERT("), 2u) << log.text();
+    EXPECT_EQ(log.assertions(), 0u);
+}
+
 TEST(JsonItem, ReportsAMissingMember) {
     const OwnedJson object(json_parse("{\"v\":1}"));
     const LogCapture log;

@@ -104,6 +104,26 @@ TEST(StrToValue, ReadsANullTextAsTheEmptyText) {
     EXPECT_TRUE(destination.only_wrote(1));
 }
 
+/* Whatever a device's base library does when a condition doesn't hold, a caller's bad value must not bring it
+ * about. */
+TEST(StrToValue, AFailedCheckIsNoAssertion) {
+    const LogCapture log;
+    Destination destination;
+    EXPECT_EQ(frwk_str_to_value(FRWK_DATA_TYPE_BYTE, "1", destination.out(), 0), E_APPS_ERR_OUTOFBUF);
+    EXPECT_EQ(frwk_str_to_value(FRWK_DATA_TYPE_BYTE, "256", destination.out(), 1), E_APPS_ERR_PARAM);
+    EXPECT_EQ(log.count("ASSERT("), 2u) << log.text();
+    EXPECT_EQ(log.assertions(), 0u);
+}
+
+TEST(ValueToStr, AFailedCheckIsNoAssertion) {
+    const LogCapture log;
+    const int32_t value = 100;
+    char text[3];
+    EXPECT_EQ(frwk_value_to_str(FRWK_DATA_TYPE_INT, &value, text, sizeof(text)), E_APPS_ERR_OUTOFBUF);
+    EXPECT_EQ(log.count("ASSERT(size > len) out of buf"), 1u) << log.text();
+    EXPECT_EQ(log.assertions(), 0u);
+}
+
 TEST(StrToValue, RefusesAReservedType) {
     const LogCapture log;
     Destination destination;

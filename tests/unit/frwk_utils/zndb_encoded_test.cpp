@@ -176,6 +176,7 @@ TEST_F(ZndbEncoded, RefusesWhatWasNotEncoded) {
             EXPECT_EQ(std::string(16, 'U'), read.bytes);
             EXPECT_TRUE(logged_once(log, kWarningLevel, "frwk_zndb_get_key_value_decrypt",
                                     assertion(kGotNothing, std::string(encoding.name) + " decrypt error!")));
+            EXPECT_EQ(0u, log.assertions());
         }
     }
 }
@@ -213,6 +214,7 @@ TEST_F(ZndbEncoded, SaysThatAValueCanNotBeEncoded) {
         EXPECT_EQ(E_APPS_ERR_INTERNAL, put(encoding.type, "hello"));
         EXPECT_TRUE(logged_once(log, kWarningLevel, "frwk_zndb_set_key_value_encrypt",
                                 assertion(kGotNothing, std::string(encoding.name) + " encrypt error!")));
+        EXPECT_EQ(0u, log.assertions());
     }
     EXPECT_TRUE(database().requests.empty());
 }

@@ -27,14 +27,14 @@ int32_t switch_module(apps_message_id_e_type msgid, int32_t module) {
     const int32_t id = module < 0 ? self : module;
 
     const bool known = id > E_APPS_MODULE_MIN && id < E_APPS_MODULE_MAX;
-    FRWK_ASSERT(known, "(E_APPS_MODULE_MIN < id) && (E_APPS_MODULE_MAX > id)", "invalid module id");
     if (!known) {
+        FRWK_WARN_FAILED("(E_APPS_MODULE_MIN < id) && (E_APPS_MODULE_MAX > id)", "invalid module id");
         return 0;
     }
 
     const bool monitored = frwk_module_feature(id, FRWK_FLAG_MONITORED) != 0;
-    FRWK_ASSERT(monitored, "frwk_module_feature(id, (0x00000002))", "invalid operation");
     if (!monitored) {
+        FRWK_WARN_FAILED("frwk_module_feature(id, (0x00000002))", "invalid operation");
         return 0;
     }
 

@@ -100,7 +100,7 @@ int32_t frwk_str_pick(const char *src, const char *begin, const char *end, char 
 
 int32_t frwk_str_pick_value(const char *src, const char *name, char *out, int32_t size) {
     if (src == nullptr || name == nullptr || out == nullptr) {
-        FRWK_ASSERT(false, "src && name && out", "parameter is null");
+        FRWK_WARN_FAILED("src && name && out", "parameter is null");
         return 0;
     }
     clear_text(out, size);
@@ -119,7 +119,7 @@ int32_t frwk_str_pick_value(const char *src, const char *name, char *out, int32_
 
     const size_t length = value_length(value, quote);
     if (!fits(length, size)) {
-        FRWK_ASSERT(false, "len < size", "OUT OF BUFF!");
+        FRWK_WARN_FAILED("len < size", "OUT OF BUFF!");
         return 0;
     }
     strsncpy(out, value, length);

@@ -56,7 +56,7 @@ apps_err_e_type frwk_get_json_item_value(const json_item *object, int32_t type, 
         return E_APPS_ERR_PARAM;
     }
     if (!has_room(*row, member, size)) {
-        FRWK_ASSERT(false, row->fits.condition, row->fits.message);
+        FRWK_WARN_FAILED(row->fits.condition, row->fits.message);
         return E_APPS_ERR_OUTOFBUF;
     }
     if (out == nullptr) {
@@ -64,7 +64,7 @@ apps_err_e_type frwk_get_json_item_value(const json_item *object, int32_t type, 
         return E_APPS_ERR_PARAM;
     }
     if (!extract(*row, member, out)) {
-        FRWK_ASSERT(false, row->json_range.check.condition, row->json_range.check.message);
+        FRWK_WARN_FAILED(row->json_range.check.condition, row->json_range.check.message);
         return E_APPS_ERR_PARAM;
     }
     return E_APPS_ERR_SUCCESS;

@@ -33,8 +33,9 @@ class TypedText {
             return E_APPS_ERR_SUCCESS;
         }
         const apps_err_e_type ret = frwk_value_to_str(type, value, formatted_, kTypedTextSize);
-        os_log_assert(__FILE_NAME__, call, __LINE__, ret == E_APPS_ERR_SUCCESS, "E_APPS_ERR_SUCCESS == ret",
-                      "");
+        if (ret != E_APPS_ERR_SUCCESS) {
+            FRWK_WARN_FAILED_AS(call, "E_APPS_ERR_SUCCESS == ret", "");
+        }
         return ret;
     }
 

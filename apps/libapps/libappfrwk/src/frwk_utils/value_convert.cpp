@@ -51,7 +51,7 @@ apps_err_e_type frwk_str_to_value(int32_t type, const char *text, void *out, uin
 
     const char *content = text != nullptr ? text : "";
     if (!has_room(*row, content, size)) {
-        FRWK_ASSERT(false, row->fits.condition, row->fits.message);
+        FRWK_WARN_FAILED(row->fits.condition, row->fits.message);
         return E_APPS_ERR_OUTOFBUF;
     }
     if (out == nullptr) {
@@ -59,7 +59,7 @@ apps_err_e_type frwk_str_to_value(int32_t type, const char *text, void *out, uin
         return E_APPS_ERR_PARAM;
     }
     if (!convert(*row, content, out)) {
-        FRWK_ASSERT(false, row->text_range.check.condition, row->text_range.check.message);
+        FRWK_WARN_FAILED(row->text_range.check.condition, row->text_range.check.message);
         return E_APPS_ERR_PARAM;
     }
     return E_APPS_ERR_SUCCESS;
@@ -84,7 +84,7 @@ apps_err_e_type frwk_value_to_str(int32_t type, const void *value, char *buf, in
     const char *text = text_of(*row, value, number);
     const size_t length = std::strlen(text);
     if (size <= 0 || length >= static_cast<size_t>(size)) {
-        FRWK_ASSERT(false, "size > len", "out of buf");
+        FRWK_WARN_FAILED("size > len", "out of buf");
         return E_APPS_ERR_OUTOFBUF;
     }
     strsncpy(buf, text, length);

@@ -68,8 +68,8 @@ apps_err_e_type deliver(const char *call, const Encoding &encoding, const void *
 apps_err_e_type decode(const char *call, const Encoding &encoding, const char *text, const Destination &to) {
     uint32_t count = 0;
     const OwnedBlock val(encoding.decode(text, static_cast<uint32_t>(std::strlen(text)), &count));
-    os_log_assert(__FILE_NAME__, call, __LINE__, static_cast<bool>(val), kGotBlock, encoding.decode_error);
     if (!val) {
+        FRWK_WARN_FAILED_AS(call, kGotBlock, encoding.decode_error);
         return E_APPS_ERR_FORMAT;
     }
 
@@ -116,8 +116,8 @@ apps_err_e_type frwk_zndb_set_key_value_encrypt(const char *key, int32_t type, c
     }
 
     const OwnedBlock val(encoding->encode(data, length));
-    FRWK_ASSERT(static_cast<bool>(val), kGotBlock, encoding->encode_error);
     if (!val) {
+        FRWK_WARN_FAILED(kGotBlock, encoding->encode_error);
         return E_APPS_ERR_INTERNAL;
     }
     auto *text = static_cast<char *>(val.get());
