@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "doubles/base_doubles.h"
+#include "doubles/dirty_memory.h"
 #include "doubles/libc_doubles.h"
 #include "unit/frwk_common/child.h"
 #include "unit/frwk_common/io_faults.h"
@@ -89,8 +90,9 @@ TEST_F(IpcExchangeTest, FillsUpAShortAnswerWithZeros) {
     EXPECT_EQ(serve(request(100)), words({0, 100}) + text_bytes("abc") + zeros(97));
 }
 
-TEST_F(IpcExchangeTest, GivesTheHandlerABufferOfZeros) {
-    for (const uint32_t size : {1u, 1016u, 1017u, 70000u}) {
+TEST_F(IpcExchangeTest, GivesTheHandlerABufferOfZerosWhateverTheAllocatorLeaves) {
+    hand_out_dirty_blocks();
+    for (const uint32_t size : {1u, 1016u, 1017u, 70000u, 200000u}) {
         SocketPair pair;
         TestHandler::reset();
         std::thread sender([&pair, size] {

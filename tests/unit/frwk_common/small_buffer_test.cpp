@@ -6,10 +6,26 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstring>
 #include <string>
 
+#include "doubles/dirty_memory.h"
 #include "unit/frwk_common/memory_usage.h"
+
+namespace {
+
+class ZeroedBuffer : public testing::Test {
+  protected:
+    void TearDown() override { doubles::restore_all(); }
+
+    /* The bytes of a buffer that asked for so many zeros. */
+    static std::string zeroed(uint32_t size) {
+        SmallBuffer<64> buffer;
+        EXPECT_TRUE(buffer.reserve_zeroed(size));
+        return {reinterpret_cast<const char *>(buffer.data()), size};
+    }
+};
+
+}  // namespace
 
 TEST(CheckedAdd, AddsWhatFits) {
     EXPECT_EQ(checked_add(24, 1000), 1024u);
@@ -49,35 +65,40 @@ TEST(SmallBuffer, TakesOneBlockAboveItsFixedSize) {
     EXPECT_EQ(live_blocks(), before + 1);
 }
 
-TEST(SmallBuffer, StartsABlockWithZeros) {
-    SmallBuffer<64> buffer;
-    ASSERT_TRUE(buffer.reserve(5000));
-    ASSERT_TRUE(buffer.on_heap());
-    const std::string bytes(reinterpret_cast<const char *>(buffer.data()), 5000);
-    EXPECT_EQ(bytes, std::string(5000, '\0'));
+/* From the fixed bytes to blocks that are cleared piece by piece, the last piece of a single byte. */
+TEST_F(ZeroedBuffer, IsZeroWhateverTheAllocatorLeaves) {
+    hand_out_dirty_blocks();
+    for (const uint32_t size : {0u, 1u, 64u, 65u, 5000u, 128u << 10, (128u << 10) + 1, 1000000u}) {
+        EXPECT_EQ(zeroed(size), std::string(size, '\0')) << size;
+    }
 }
 
-TEST(SmallBuffer, TakesAPlainBlockWithTheSameLimits) {
+TEST_F(ZeroedBuffer, IsZeroWhereOnlyItsLastByteIsNot) {
+    doubles::base::os_mem_malloc.stand_in([](size_t size) {
+        auto *block = static_cast<char *>(doubles::base::os_mem_malloc.real(size));
+        block[size - 1] = 'x';
+        return static_cast<void *>(block);
+    });
+    EXPECT_EQ(zeroed(1000000), std::string(1000000, '\0'));
+}
+
+TEST_F(ZeroedBuffer, HasTheSameLimits) {
     const uint32_t before = live_blocks();
     SmallBuffer<64> buffer;
-    EXPECT_FALSE(buffer.reserve_plain(checked_add(UINT32_MAX, 8)));
-    EXPECT_FALSE(buffer.reserve_plain(OS_MEM_BLOCK_MAX + 1));
-    EXPECT_TRUE(buffer.reserve_plain(64));
+    EXPECT_FALSE(buffer.reserve_zeroed(checked_add(UINT32_MAX, 8)));
+    EXPECT_FALSE(buffer.reserve_zeroed(OS_MEM_BLOCK_MAX + 1));
+    EXPECT_TRUE(buffer.reserve_zeroed(64));
     EXPECT_FALSE(buffer.on_heap());
-    EXPECT_TRUE(buffer.reserve_plain(65));
+    EXPECT_TRUE(buffer.reserve_zeroed(65));
     EXPECT_TRUE(buffer.on_heap());
     EXPECT_EQ(live_blocks(), before + 1);
 }
 
-TEST(SmallBuffer, ABlockAfterAPlainOneStartsWithZeros) {
-    for (int round = 0; round < 2; ++round) {
-        SmallBuffer<64> plain;
-        ASSERT_TRUE(plain.reserve_plain(5000));
-        std::memset(plain.data(), 0xFF, 5000);
-    }
-    SmallBuffer<64> zeroed;
-    ASSERT_TRUE(zeroed.reserve(5000));
-    EXPECT_EQ(std::string(reinterpret_cast<const char *>(zeroed.data()), 5000), std::string(5000, '\0'));
+TEST_F(ZeroedBuffer, IsRefusedWithoutMemory) {
+    doubles::base::os_mem_malloc.stand_in([](size_t) -> void * { return nullptr; });
+    SmallBuffer<64> buffer;
+    EXPECT_FALSE(buffer.reserve_zeroed(65));
+    EXPECT_FALSE(buffer.reserve_zeroed(1000000));
 }
 
 TEST(SmallBuffer, FreesItsBlock) {

@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "doubles/dirty_memory.h"
 #include "frwk_dbrm/backup_io.h"
 #include "unit/frwk_dbrm/dbrm_fixture.h"
 
@@ -317,6 +318,12 @@ TEST_F(RestoreDb, OfMoreThanABlockHoldsHasNoMemory) {
     expect_warning("frwk_dbrm_restore_db", "alloc read buffer[67108865] failed!");
     EXPECT_EQ(E_APPS_ERR_MALLOC, restore_db("a=1\n", 0xFFFFFFFE));
     expect_warning("frwk_dbrm_restore_db", "alloc read buffer[4294967295] failed!");
+}
+
+TEST_F(RestoreDb, EndsWhereItsRecordEndsWhateverTheAllocatorLeaves) {
+    hand_out_dirty_blocks();
+    EXPECT_EQ(E_APPS_ERR_SUCCESS, restore_db("a=1\nb=2"));
+    EXPECT_EQ((Requests{"zndb_set a=1", "zndb_set b=2", "zndb_save"}), requests());
 }
 
 TEST_F(RestoreDb, WithoutMemorySaysHowMuchItWanted) {

@@ -80,7 +80,7 @@ apps_err_e_type check_request(const char *caller, uint32_t module, const Body &b
 apps_err_e_type write_request(const char *caller, int fd, const frwk_ipc_header &header, const Body &body) {
     IpcBuffer request;
     const std::optional<uint32_t> size = checked_add(kHeaderSize, body.len);
-    if (!request.reserve_plain(size)) {
+    if (!request.reserve(size)) {
         FRWK_WARN_AS(caller, "alloc failed for ipc req!");
         return E_APPS_ERR_MALLOC;
     }

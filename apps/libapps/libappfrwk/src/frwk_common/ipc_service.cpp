@@ -175,12 +175,9 @@ class Request {
 /* Makes room for the answer, its header included, all zero: what a handler leaves alone arrives as zeros. */
 bool prepare_answer(const frwk_ipc_header &header, IpcBuffer *answer) {
     const std::optional<uint32_t> size = checked_add(header.rsp_size, sizeof(frwk_ipc_rsp_header));
-    if (!answer->reserve(size)) {
+    if (!answer->reserve_zeroed(size)) {
         FRWK_WARN_AS(kExchange, "alloc for ipc rsp error!");
         return false;
-    }
-    if (!answer->on_heap()) {
-        std::memset(answer->data(), 0, *size);
     }
     return true;
 }
@@ -274,7 +271,7 @@ void frwk_ipc_service_ex(frwk_ipc_handler_t handler, int32_t wait) {
         frwk_ipc_init();
     }
     frwk_set_module_status(kStatusServing);
-    if (wait != 0) {
+    if (wait != 0 && g_s_ipc_thread != 0) {
         os_thread_join(g_s_ipc_thread);
     }
 }

@@ -90,6 +90,7 @@ apps_err_e_type frwk_dbrm_restore_db(std::FILE *backup, uint32_t length) {
         FRWK_WARN_ERRNO("read db file error!");
         return E_APPS_ERR_READ;
     }
+    static_cast<char *>(text.get())[length] = '\0';
     return frwk_dbrm_restore_db(static_cast<char *>(text.get()));
 }
 

@@ -6,10 +6,12 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <optional>
 
 #include "internal/owned.h"
 #include "internal/plain_block.h"
+#include "internal/zeroed_block.h"
 
 /* Adds two sizes; nothing when the sum does not fit 32 bits. */
 inline std::optional<uint32_t> checked_add(uint32_t a, uint32_t b) {
@@ -30,12 +32,20 @@ class SmallBuffer {
 
     /*
      * Makes room for size bytes. Once, before data(). Nothing stands for a size that overflowed.
-     * Returns false when there is no such block. The fixed bytes start undefined, a block's zeroed.
+     * Returns false when there is no such block. The bytes start undefined.
      */
-    [[nodiscard]] bool reserve(std::optional<uint32_t> size) { return reserve_with(size, os_mem_malloc); }
+    [[nodiscard]] bool reserve(std::optional<uint32_t> size) { return reserve_with(size, plain_block); }
 
-    /* The same with the bytes of a block undefined too. */
-    [[nodiscard]] bool reserve_plain(std::optional<uint32_t> size) { return reserve_with(size, plain_block); }
+    /* The same with all of the size bytes zero. */
+    [[nodiscard]] bool reserve_zeroed(std::optional<uint32_t> size) {
+        if (!reserve_with(size, zeroed_block)) {
+            return false;
+        }
+        if (!on_heap()) {
+            std::memset(fixed_, 0, *size);
+        }
+        return true;
+    }
 
     unsigned char *data() { return block_ ? static_cast<unsigned char *>(block_.get()) : fixed_; }
     bool on_heap() const { return static_cast<bool>(block_); }

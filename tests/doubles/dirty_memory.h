@@ -1,0 +1,16 @@
+/*
+ * Blocks as an allocator leaves them that zeroes nothing. Link doubles_base.
+ */
+#pragma once
+
+#include <cstring>
+
+#include "doubles/base_doubles.h"
+
+/* From now on every block of the code under test is full of 0xA5, until restore_all. */
+inline void hand_out_dirty_blocks() {
+    doubles::base::os_mem_malloc.stand_in([](size_t size) {
+        void *block = doubles::base::os_mem_malloc.real(size);
+        return block != nullptr ? std::memset(block, 0xA5, size) : nullptr;
+    });
+}
