@@ -5,6 +5,7 @@
 #include <climits>
 #include <cstdlib>
 
+#include "doubles/dirty_memory.h"
 #include "frwk_common/itc_queue.h"
 #include "unit/frwk_common/child.h"
 #include "unit/frwk_common/itc_fixture.h"
@@ -353,6 +354,14 @@ TEST_F(ItcQueueTest, DropsAMessageThatThereIsNoMemoryFor) {
     base::os_mem_malloc.restore();
     EXPECT_EQ(0, send_text(name_, 8, "kept"));
     EXPECT_EQ((std::vector<ItcMessage>{{8, "kept", 4}}), ItcRecorder::wait_for(1));
+}
+
+TEST_F(ItcQueueTest, WorksInMemoryThatNobodyZeroed) {
+    hand_out_dirty_blocks();
+    ASSERT_EQ(0, create());
+    EXPECT_EQ(0, send_text(name_, 8, "one"));
+    EXPECT_EQ(0, send_text(name_, 9, "two"));
+    EXPECT_EQ((std::vector<ItcMessage>{{8, "one", 3}, {9, "two", 3}}), ItcRecorder::wait_for(2));
 }
 
 TEST_F(ItcQueueTest, TakesASizeThatNothingHasForNoMemory) {

@@ -41,7 +41,7 @@ struct ItcObject {
     list_node queue; /* of ItcRecord; guarded by lock */
     os_mutex *lock;
     os_sem *sem;
-    std::atomic<bool> filled; /* whether the queue has records; changed under lock */
+    std::atomic<bool> filled{false}; /* whether the queue has records; changed under lock */
     ItcObject *next_running;
 };
 
@@ -70,10 +70,10 @@ class RegistryLock {
 
 /* Takes the first record off a list; null when it has none. */
 ItcRecord *take_first(list_node *records) {
-    if (list_empty(records) != 0) {
+    list_node *first = records->next;
+    if (first == records) {
         return nullptr;
     }
-    list_node *first = records->next;
     list_del(first);
     return reinterpret_cast<ItcRecord *>(first);
 }
@@ -86,8 +86,12 @@ struct ItcTraits {
         while (ItcRecord *record = take_first(&itc->queue)) {
             os_mem_free(record);
         }
-        os_mutex_close(itc->lock);
-        os_sem_close(itc->sem);
+        if (itc->lock != nullptr) {
+            os_mutex_close(itc->lock);
+        }
+        if (itc->sem != nullptr) {
+            os_sem_close(itc->sem);
+        }
         os_mem_free(itc);
     }
 };
@@ -126,13 +130,13 @@ void set_running(ItcObject *itc) {
 
 /* Makes a queue without a thread; nothing owned when there is no memory for all of it. */
 OwnedItc make_object(const char *name, frwk_itc_handler_t handler) {
-    auto *made = static_cast<ItcObject *>(os_mem_malloc(sizeof(ItcObject)));
-    if (made == nullptr) {
+    void *place = os_mem_malloc(sizeof(ItcObject));
+    if (place == nullptr) {
         return OwnedItc();
     }
+    auto *made = new (place) ItcObject{};
     strsncpy(made->name, name, kNameSize - 1);
     made->handler = handler;
-    made->thread = 0;
     list_init(&made->queue);
     made->lock = os_mutex_create();
     made->sem = os_sem_create(0);
