@@ -3,15 +3,18 @@
  */
 #include "frwk_common/module_config.h"
 
+#include <climits>
 #include <string>
 #include <vector>
 
 #include "doubles/base_doubles.h"
+#include "doubles/libc_doubles.h"
 #include "unit/frwk_common/files.h"
 #include "unit/frwk_common/log_checks.h"
 #include "unit/frwk_common/module_fixture.h"
 
 namespace base = doubles::base;
+namespace libc = doubles::libc;
 
 namespace {
 
@@ -53,6 +56,14 @@ class ModuleConfigTest : public ModuleTest {
         return row(kWlan).flag;
     }
     static frwk_module_info &row(int32_t id) { return g_modules_info[id]; }
+
+    /* Has no memory for the first texts that are kept. The base library has memory all the while. */
+    static void refuse_texts(unsigned count = UINT_MAX) {
+        libc::malloc.forget_calls();
+        libc::malloc.stand_in([count](size_t size) -> void * {
+            return libc::malloc.calls() <= count ? nullptr : libc::malloc.real(size);
+        });
+    }
 
     LogCapture log_;
 };
@@ -149,10 +160,17 @@ TEST_F(ModuleConfigTest, TextsOutliveTheDocument) {
     EXPECT_EQ(std::string(row(6).alias), std::string(5000, 'b'));
 }
 
+TEST_F(ModuleConfigTest, TakesNoTrackedMemoryWhichHasNoSettingsYet) {
+    base::os_mem_malloc.forget_calls();
+    base::os_mem_strdup.forget_calls();
+    load("<wlan><alias>RADIO</alias><cmd>-x</cmd></wlan><radius><alias>R</alias></radius>");
+    EXPECT_STREQ(row(kWlan).alias, "RADIO");
+    EXPECT_EQ(base::os_mem_malloc.calls() + base::os_mem_strdup.calls(), 0u);
+}
+
 TEST_F(ModuleConfigTest, WithoutMemoryTheOldTextsStay) {
-    base::os_mem_malloc.stand_in([](size_t) -> void * { return nullptr; });
-    base::os_mem_strdup.stand_in([](const char *) -> char * { return nullptr; });
     row(kWlan).cmd = "-old";
+    refuse_texts();
     load("<wlan><alias>RADIO</alias><cmd>-x</cmd><delay>7</delay></wlan><radius/>");
     EXPECT_STREQ(row(kWlan).alias, "WLAN");
     EXPECT_STREQ(row(kWlan).cmd, "-old");
@@ -161,10 +179,7 @@ TEST_F(ModuleConfigTest, WithoutMemoryTheOldTextsStay) {
 }
 
 TEST_F(ModuleConfigTest, AnUnknownModuleWhoseNameHasNoMemoryIsPassedOver) {
-    base::os_mem_malloc.stand_in([](size_t size) -> void * {
-        return base::os_mem_malloc.calls() == 1 ? nullptr : base::os_mem_malloc.real(size);
-    });
-    base::os_mem_malloc.forget_calls();
+    refuse_texts(1);
     const frwk_module_info before = row(39);
     load(
         "<radius><alias>R</alias><delay>7</delay><flag>FRWK_FLAG_RUN</flag></radius>"
@@ -442,6 +457,7 @@ TEST_F(ModuleConfigTest, ADocumentThatCanNotBeHadIsAsserted) {
     EXPECT_TRUE(logged_once(log_, kWarningLevel, kLoader, assertion("((void *)0) != doc")));
     EXPECT_TRUE(logged_once(log_, kWarningLevel, kLoader, assertion("((void *)0) != node")));
     EXPECT_EQ(row(kWlan).delay, 0);
+    EXPECT_EQ(base::xml_get_doc_root.calls(), 0u);
 }
 
 TEST_F(ModuleConfigTest, AFolderInPlaceOfTheFileIsAsserted) {

@@ -322,6 +322,39 @@ TEST_F(ModuleInitTest, HandsItsMemorySettingsOverAsOneBlock) {
     EXPECT_EQ(report, "11 12 1 13 14");
 }
 
+/* A base library may keep the pointer and look there whenever it hands out memory. */
+TEST_F(ModuleInitTest, ItsMemorySettingsStayWhereTheyAre) {
+    const std::string report =
+        run_in_child([] {
+            const os_mem_settings *given = nullptr;
+            base::os_mem_init.stand_in([&given](const os_mem_settings *settings) { given = settings; });
+            g_modules_info[52].memory = {11, 12, 1, 13, 14};
+            frwk_module_init(52, nullptr);
+            const auto use_the_stack = [] {
+                volatile char bytes[20000] = {};
+                return bytes[5];
+            };
+            (void)use_the_stack();
+            return std::to_string(given->warn_at) + " " + std::to_string(given->pool_total);
+        }).report;
+    EXPECT_EQ(report, "11 14");
+}
+
+TEST_F(ModuleInitTest, TakesNoMemoryBeforeItsSettingsAreHandedOver) {
+    write_file(kConfig, "<apps><wlan><alias>RADIO</alias><cmd>-x</cmd></wlan><radius/></apps>");
+    write_file(kStartupList, "wlan" + std::string(600, ' '));
+    const std::string report =
+        run_in_child([] {
+            std::string before = "never";
+            base::os_mem_init.stand_in([&before](const os_mem_settings *) {
+                before = std::to_string(base::os_mem_malloc.calls() + base::os_mem_strdup.calls());
+            });
+            frwk_module_init(E_APPS_MODULE_WLAN, nullptr);
+            return before + " " + std::to_string(base::os_mem_malloc.calls()) + " " + frwk_module_alias(-1);
+        }).report;
+    EXPECT_EQ(report, "0 1 RADIO");
+}
+
 TEST_F(ModuleInitTest, HandsOverABlockWithASingleSettingToo) {
     const frwk_module_memory settings[] = {
         {1, 0, 0, 0, 0}, {0, 1, 0, 0, 0}, {0, 0, 1, 0, 0}, {0, 0, 0, 1, 0}, {0, 0, 0, 0, 1}};

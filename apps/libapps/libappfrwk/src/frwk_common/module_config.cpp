@@ -7,6 +7,7 @@
 
 #include <strings.h>
 
+#include <cstdlib>
 #include <cstring>
 #include <memory>
 
@@ -15,7 +16,6 @@
 #include "internal/frwk_log.h"
 #include "internal/frwk_paths.h"
 #include "os_file.h"
-#include "os_mem.h"
 #include "xml.h"
 
 namespace {
@@ -77,7 +77,7 @@ uint32_t parse_facility(const char *text) {
 
 /*
  * Texts taken over from the file live as long as the process, even when a second element replaces them:
- * somebody may hold the first.
+ * somebody may hold the first. They are plain memory, since the module's tracked memory has no settings yet.
  */
 struct KeptText {
     KeptText *next;
@@ -89,7 +89,7 @@ KeptText *g_s_kept_texts = nullptr;
 /* Replaces a text of the table. Returns false, logged, without memory: then the old one stays. */
 bool keep_text(const char *text, const char **place) {
     const size_t length = std::strlen(text);
-    auto *kept = static_cast<KeptText *>(os_mem_malloc(sizeof(KeptText) + length));
+    auto *kept = static_cast<KeptText *>(std::malloc(sizeof(KeptText) + length));
     if (kept == nullptr) {
         FRWK_WARN_AS("frwk_load_module_param", "no memory for the text '%.64s' of the module configuration",
                      text);
@@ -104,8 +104,9 @@ bool keep_text(const char *text, const char **place) {
 
 /* Returns the text of a child element, or null when it is absent or empty. */
 const char *child_text(xml_node *module, const char *name) {
-    const char *text = xml_get_node_value(xml_get_child_node(module, name));
-    return text[0] != '\0' ? text : nullptr;
+    xml_node *child = xml_get_child_node(module, name);
+    const char *text = child != nullptr ? xml_get_node_value(child) : nullptr;
+    return text != nullptr && text[0] != '\0' ? text : nullptr;
 }
 
 void apply_elements(xml_node *module, frwk_module_info *row) {
@@ -138,11 +139,11 @@ void frwk_load_module_param() {
     }
     const std::unique_ptr<xml_doc, DocumentDeleter> doc(xml_file_parse(paths::kModuleConfig));
     FRWK_ASSERT(doc != nullptr, "((void *)0) != doc", "");
-    xml_node *node = xml_get_doc_root(doc.get());
+    xml_node *node = doc != nullptr ? xml_get_doc_root(doc.get()) : nullptr;
     FRWK_ASSERT(node != nullptr, "((void *)0) != node", "");
 
     int32_t unknown = 0;
-    xml_node *module = xml_get_child_node(node, nullptr);
+    xml_node *module = node != nullptr ? xml_get_child_node(node, nullptr) : nullptr;
     for (; module != nullptr; module = xml_get_next_node(module)) {
         const char *name = xml_get_node_name(module);
         int32_t id = frwk_module_id(name);

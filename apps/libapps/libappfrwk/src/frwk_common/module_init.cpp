@@ -48,9 +48,10 @@ void prepare_signals() {
     (void)::pthread_sigmask(SIG_BLOCK, &broken_pipe, nullptr);
 }
 
+/* A base library may keep the settings where they are rather than copy them. */
 void prepare_memory(const frwk_module_memory &memory) {
-    const os_mem_settings settings = {memory.warn_at, memory.refuse_at, memory.pool, memory.pool_block,
-                                      memory.pool_total};
+    static os_mem_settings settings;
+    settings = {memory.warn_at, memory.refuse_at, memory.pool, memory.pool_block, memory.pool_total};
     const bool given = settings.warn_at != 0 || settings.refuse_at != 0 || settings.pool != 0 ||
                        settings.pool_block != 0 || settings.pool_total != 0;
     os_mem_init(given ? &settings : nullptr);
