@@ -8,6 +8,7 @@
 
 #include "byte_buffer.h"
 #include "doubles/double.h"
+#include "enum_name.h"
 #include "os_file.h"
 #include "os_log.h"
 #include "os_mem.h"
@@ -45,6 +46,7 @@ extern Double<int32_t(zn_bf_t *, uint32_t)> zn_bf_init;
 extern Double<int32_t(zn_bf_t *, uint32_t)> zn_bf_grow;
 extern Double<xml_doc *(const char *)> xml_file_parse;
 extern Double<xml_node *(xml_doc *)> xml_get_doc_root;
+extern Double<const char *(const zn_enum_item *, uint32_t, int32_t)> zn_enum_to_string;
 
 /* level, file, function, line, text */
 extern Double<void(int, const char *, const char *, int, const char *)> os_debug_print;

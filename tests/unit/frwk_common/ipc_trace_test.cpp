@@ -52,6 +52,13 @@ TEST_F(IpcTraceTest, ShowsUnknownMessagesByNumber) {
     EXPECT_TRUE(logged_once(log_, kDebugLevel, "#### [ROUTER]==>[WLAN]::[unknown:-3] ####"));
 }
 
+TEST_F(IpcTraceTest, ShowsAMessageThatTheBaseLibraryHasNoWordFor) {
+    doubles::base::zn_enum_to_string.stand_in(
+        [](const zn_enum_item *, uint32_t, int32_t) -> const char * { return nullptr; });
+    frwk_ipc_trace(IpcTrace::kAnswered, -1, 5, 5056);
+    EXPECT_TRUE(logged_once(log_, kDebugLevel, "#### [ROUTER]==>[WLAN]::[unknown:5056] ####"));
+}
+
 TEST_F(IpcTraceTest, KeepsQuietMessagesOutOfTheSystemLog) {
     for (const int32_t msgid : kQuietMessages) {
         log_.clear();

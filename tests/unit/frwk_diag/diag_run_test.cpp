@@ -140,6 +140,15 @@ TEST_F(DiagRun, AnEmptyOutputIsAnEmptyText) {
     EXPECT_EQ(0u, context_.buf.length);
 }
 
+/* It need not take a block for a size that it has already. */
+TEST_F(DiagRun, AnEmptyOutputHasItsNulWhateverTheBufferDoesForNoBytes) {
+    base::zn_bf_grow.stand_in(
+        [](zn_bf_t *buf, uint32_t size) { return size == 0 ? 1 : base::zn_bf_grow.real(buf, size); });
+    output_ = "";
+    EXPECT_EQ(E_APPS_ERR_SUCCESS, ping());
+    EXPECT_STREQ("", context_.buf.data);
+}
+
 TEST_F(DiagRun, NulBytesAreKept) {
     output_ = std::string("a\0b\0", 4);
     EXPECT_EQ(E_APPS_ERR_SUCCESS, ping());

@@ -14,17 +14,26 @@
 #include "frwk_diag/diag_command.h"
 #include "internal/frwk_log.h"
 #include "internal/frwk_paths.h"
+#include "internal/optional_calls.h"
 #include "os_file.h"
 #include "os_process.h"
 #include "os_time.h"
 
 namespace {
 
-/* Waits for the tool, and ends what it leaves behind, so that nothing prints to the file any more. */
+/*
+ * Waits for the tool, and ends what it leaves behind, so that nothing prints to the file any more. With a
+ * base library that can't find that, the tool alone is waited for.
+ */
 void run_tool(const char *command) {
-    os_command_scope_open();
+    const bool scoped = os_command_scope_open != nullptr && os_command_scope_close != nullptr;
+    if (scoped) {
+        os_command_scope_open();
+    }
     os_system(command);
-    os_command_scope_close();
+    if (scoped) {
+        os_command_scope_close();
+    }
 }
 
 /*
@@ -53,7 +62,9 @@ apps_err_e_type read_output(frwk_diag_ctx *ctx) {
         return refuse_output();
     }
     const uint32_t size = *found;
-    if (zn_bf_grow(&ctx->buf, size) == 0) {
+    const uint32_t room =
+        std::max(size, 1u); /* a buffer that is to hold nothing may stay without a byte for the NUL */
+    if (zn_bf_grow(&ctx->buf, room) == 0) {
         FRWK_WARN("grow buffer failed!");
         return E_APPS_ERR_MALLOC;
     }

@@ -1,0 +1,18 @@
+/*
+ * The calls of our own base library that a device's may come without. Each is null there, and whoever makes
+ * it knows how to do without.
+ */
+#pragma once
+
+#include <cstdint>
+
+#include "os_mem.h"
+#include "os_process.h"
+
+extern "C" {
+
+int32_t os_mem_zeroing(int32_t on) __attribute__((weak));
+void os_command_scope_open(void) __attribute__((weak));
+int32_t os_command_scope_close(void) __attribute__((weak));
+
+}  // extern "C"
