@@ -77,7 +77,7 @@ void print_table(const LoadResult &result) {
 Json codes_as_json(const std::map<apps_err_e_type, uint64_t> &counts) {
     Json object = json_members();
     for (const auto &[code, times] : counts) {
-        add_member(object, zn_enum_to_str_apps_err_e_type(code), json_number(static_cast<int64_t>(times)));
+        add_member(object, code_name(code), json_number(static_cast<int64_t>(times)));
     }
     return object;
 }

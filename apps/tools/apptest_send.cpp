@@ -49,7 +49,7 @@ void add_answer(const Json &object, const std::string &answer) {
 void print_json_answer(apps_err_e_type result, int64_t microseconds, const std::string &answer) {
     const Json object = json_members();
     add_member(object, "result", json_number(result));
-    add_member(object, "name", json_text(zn_enum_to_str_apps_err_e_type(result)));
+    add_member(object, "name", json_text(code_name(result)));
     add_member(object, "microseconds", json_number(microseconds));
     add_answer(object, answer);
     print_json(object);

@@ -33,7 +33,7 @@ void print_object(const Arrival &arrival) {
     const Json object = json_members();
     add_member(object, "from", json_text(module_text(arrival.src)));
     add_member(object, "message", json_number(arrival.msgid));
-    add_member(object, "name", json_text(zn_enum_to_str_apps_message_id_e_type(arrival.msgid)));
+    add_member(object, "name", json_text(message_name(arrival.msgid)));
     add_member(object, "length", json_number(static_cast<int64_t>(arrival.body.size())));
     add_member(object, "hex", json_text(hex_of(arrival.body)));
     if (is_text(arrival.body)) {

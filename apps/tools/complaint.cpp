@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <cstring>
 
+#include "table_names.h"
 #include "terminal.h"
 
 ExitCode complain(ExitCode code, const std::string &text) {
@@ -15,7 +16,7 @@ ExitCode complain(ExitCode code, const std::string &text) {
 }
 
 std::string code_text(apps_err_e_type code) {
-    return std::to_string(code) + " " + zn_enum_to_str_apps_err_e_type(code);
+    return std::to_string(code) + " " + code_name(code);
 }
 
 std::string errno_text(const std::string &what, int error) {

@@ -1,14 +1,20 @@
 #include "json_output.h"
 
 #include <cstdio>
+#include <cstring>
 #include <utility>
 
-#include "json.h"
+#include "json_tokens.h"
 #include "utf8.h"
 
 namespace {
 
 constexpr char kReplacement[] = "\xEF\xBF\xBD";
+
+struct TokenerRelease {
+    void operator()(json_tokener *tokener) const { json_tokener_free(tokener); }
+};
+using Tokener = std::unique_ptr<json_tokener, TokenerRelease>;
 
 std::string as_utf8(const std::string &text) {
     std::string clean;
@@ -47,11 +53,16 @@ Json json_text(const std::string &text) {
     return Json(json_object_new_string_len(clean.data(), static_cast<int>(clean.size())));
 }
 
-/* The base library reads to the letter; json-c alone takes the first value and leaves the rest. */
 Json json_parsed(const std::string &text) {
-    json_item *checked = json_parse(text.c_str());
-    json_free(checked);
-    return Json(checked != nullptr ? json_tokener_parse(text.c_str()) : nullptr);
+    const Tokener tokener(json_tokener_new());
+    if (!has_json_tokens(text.c_str()) || !tokener) {
+        return nullptr;
+    }
+    json_tokener_set_flags(tokener.get(), JSON_TOKENER_STRICT | JSON_TOKENER_VALIDATE_UTF8);
+    const int length = static_cast<int>(std::strlen(text.c_str())) + 1; /* its NUL ends a number */
+    Json value(json_tokener_parse_ex(tokener.get(), text.c_str(), length));
+    const bool whole = json_tokener_get_error(tokener.get()) == json_tokener_success;
+    return whole ? std::move(value) : nullptr;
 }
 
 Json json_word(const std::string &word) {

@@ -60,7 +60,7 @@ Json probe_as_json(uint32_t module, const VitalSigns &signs) {
     const apps_err_e_type code = signs.probe.delivered() ? signs.probe.result : signs.probe.sent;
     add_member(object, "name", json_text(module_text(module)));
     add_member(object, "result", json_number(code));
-    add_member(object, "result_name", json_text(zn_enum_to_str_apps_err_e_type(code)));
+    add_member(object, "result_name", json_text(code_name(code)));
     if (signs.probe.delivered()) {
         add_member(object, "microseconds", json_number(signs.microseconds));
     }

@@ -71,6 +71,11 @@ bool is_module(int64_t id) {
            frwk_module_name(static_cast<int32_t>(id)) != nullptr;
 }
 
+/* What a device's base library says of a number without a name may be nothing. */
+std::string name_or_unknown(const char *name) {
+    return name != nullptr ? name : "unknown";
+}
+
 }  // namespace
 
 Named find_module(const std::string &word) {
@@ -114,6 +119,14 @@ std::string module_text(uint32_t module) {
     return known ? frwk_module_name(static_cast<int32_t>(module)) : std::to_string(module);
 }
 
+std::string message_name(apps_message_id_e_type msgid) {
+    return name_or_unknown(zn_enum_to_str_apps_message_id_e_type(msgid));
+}
+
+std::string code_name(apps_err_e_type code) {
+    return name_or_unknown(zn_enum_to_str_apps_err_e_type(code));
+}
+
 std::string message_text(apps_message_id_e_type msgid) {
-    return std::to_string(msgid) + " " + zn_enum_to_str_apps_message_id_e_type(msgid);
+    return std::to_string(msgid) + " " + message_name(msgid);
 }

@@ -32,5 +32,11 @@ std::vector<std::string> message_names();
 /* "wlan", or the number of a module that has no name. */
 std::string module_text(uint32_t module);
 
+/* "E_APPS_MSG_WLAN_...", or "unknown" for a number that no message has. */
+std::string message_name(apps_message_id_e_type msgid);
+
+/* "E_APPS_ERR_...", or "unknown" for a number that no result has. */
+std::string code_name(apps_err_e_type code);
+
 /* "5004 E_APPS_MSG_WLAN_..." */
 std::string message_text(apps_message_id_e_type msgid);
