@@ -126,6 +126,7 @@ void Database::load() {
     for (Held &held : held_) {
         load_one(held);
     }
+    until_reboot_.note_saved(store(StoreId::kPlain));
     drop_leftover(zndb_paths::kJournalFile);
     (void)open_journal(); /* or at the first request */
 }
@@ -270,7 +271,8 @@ apps_err_e_type Database::reset() {
     return result == E_APPS_ERR_SUCCESS ? change({StoreId::kPlain, Change::kClear, {}, {}}) : result;
 }
 
-apps_err_e_type Database::save_one(Held &held) {
+apps_err_e_type Database::save_one(StoreId id) {
+    Held &held = held_[static_cast<size_t>(id)];
     if (!held.store.changed()) {
         return E_APPS_ERR_SUCCESS;
     }
@@ -280,12 +282,15 @@ apps_err_e_type Database::save_one(Held &held) {
     }
     const int error = save_store(held.path, held.store, held.folders_are_safe);
     held.folders_are_safe = error == 0;
-    if (error == 0) {
-        held.store.mark_saved();
-    } else {
+    if (error != 0) {
         held.store.suspect_all_changed();
+        return result_of_errno(error);
     }
-    return result_of_errno(error);
+    held.store.mark_saved();
+    if (id == StoreId::kPlain) {
+        until_reboot_.note_saved(held.store);
+    }
+    return E_APPS_ERR_SUCCESS;
 }
 
 apps_err_e_type Database::save() {
@@ -294,8 +299,8 @@ apps_err_e_type Database::save() {
     if (opened != E_APPS_ERR_SUCCESS) {
         return opened;
     }
-    const apps_err_e_type plain = save_one(held_[static_cast<size_t>(StoreId::kPlain)]);
-    const apps_err_e_type perm = save_one(held_[static_cast<size_t>(StoreId::kPerm)]);
+    const apps_err_e_type plain = save_one(StoreId::kPlain);
+    const apps_err_e_type perm = save_one(StoreId::kPerm);
     (void)shorten_journal(); /* records that the files hold by now do no harm */
     return plain != E_APPS_ERR_SUCCESS ? plain : perm;
 }
@@ -306,9 +311,25 @@ apps_err_e_type Database::save_factory() {
     if (opened != E_APPS_ERR_SUCCESS) {
         return opened;
     }
-    const apps_err_e_type result = save_one(held_[static_cast<size_t>(StoreId::kFactory)]);
+    const apps_err_e_type result = save_one(StoreId::kFactory);
     (void)shorten_journal();
     return result;
+}
+
+apps_err_e_type Database::save_before_power_off() {
+    const Lock lock(mutex_);
+    apps_err_e_type first_failure = open_journal();
+    if (first_failure != E_APPS_ERR_SUCCESS) {
+        return first_failure;
+    }
+    until_reboot_.take_out(store(StoreId::kPlain));
+    for (const StoreId id : kStoreIds) {
+        const apps_err_e_type result = save_one(id);
+        first_failure = first_failure != E_APPS_ERR_SUCCESS ? first_failure : result;
+    }
+    until_reboot_.put_back(store(StoreId::kPlain));
+    (void)shorten_journal();
+    return first_failure;
 }
 
 std::vector<JournalRecord> Database::pending() const {

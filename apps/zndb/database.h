@@ -15,6 +15,7 @@
 #include "journal_record.h"
 #include "os_thread.h"
 #include "store.h"
+#include "until_reboot.h"
 
 class Database {
   public:
@@ -63,6 +64,12 @@ class Database {
     /* Writes the journal in its shortest form. */
     apps_err_e_type save_ram();
 
+    /*
+     * Writes every file whose store has changed, before the device reboots or its power goes off. What lasts
+     * until the reboot stays unsaved. Tries all; otherwise as save.
+     */
+    apps_err_e_type save_before_power_off();
+
   private:
     struct Held {
         const char *path;
@@ -81,13 +88,14 @@ class Database {
     void repeat(const JournalRecord &record);
     apps_err_e_type change(const JournalRecord &record);
     apps_err_e_type change_key(const JournalRecord &record);
-    apps_err_e_type save_one(Held &held);
+    apps_err_e_type save_one(StoreId id);
     std::vector<JournalRecord> pending() const;
     int shorten_journal();
 
     os_mutex *const mutex_; /* protects everything below */
     Held held_[3];          /* by StoreId */
     Store defaults_;
+    UntilReboot until_reboot_;
     Journal journal_;
     size_t deletes_ = 0; /* since the journal was written in its shortest form: all would be repeated */
 };

@@ -42,6 +42,15 @@ void Store::clear() {
     unread_ = false;
 }
 
+void Store::revert(std::string_view key, const std::string *saved) {
+    if (saved != nullptr) {
+        load(key, *saved);
+    } else {
+        values_.erase(std::string(key));
+    }
+    changes_.erase(std::string(key));
+}
+
 void Store::mark_saved() {
     changes_.clear();
     cleared_ = false;

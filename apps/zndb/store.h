@@ -53,6 +53,9 @@ class Store {
     /* Deletes all keys. Nothing of the file is wanted any more, whether it could be read or not. */
     void clear();
 
+    /* Takes a key's change back: it has the file's value, or null for none, and is no changed one. */
+    void revert(std::string_view key, const std::string *saved);
+
     /* Declares the present values to be the file's. */
     void mark_saved();
 

@@ -85,6 +85,11 @@ apps_err_e_type answer_reset(Database &database, StoreId, const ZndbMessage &mes
     return message.data_len > 0 ? refuse_body(message) : database.reset();
 }
 
+/* The monitor's notice may carry anything. */
+apps_err_e_type answer_power_off(Database &database, StoreId, const ZndbMessage &) {
+    return database.save_before_power_off();
+}
+
 constexpr Row kRows[] = {
     {E_APPS_MSG_ZNDB_SET, StoreId::kPlain, answer_set},
     {E_APPS_MSG_ZNDB_GET, StoreId::kPlain, answer_get},
@@ -98,6 +103,7 @@ constexpr Row kRows[] = {
     {E_APPS_MSG_ZNDB_DEL_PERM, StoreId::kPerm, answer_del},
     {E_APPS_MSG_ZNDB_SAVE_RAM, StoreId::kPlain, answer_save_ram},
     {E_APPS_MSG_ZNDB_RESET, StoreId::kPlain, answer_reset},
+    {E_APPS_MSG_MONITOR_FPWROFF_NOTIFY, StoreId::kPlain, answer_power_off},
 };
 
 }  // namespace

@@ -396,7 +396,8 @@ void frwk_sim_subnet_handle(int32_t type);
 /*
  * Stores the settings of a product data file in the plain store, one request for each line key=value.
  *
- * Nothing is saved, and what becomes of the requests is not looked at. Comments begin with '#' in the first
+ * Nothing is saved before the database saves by itself, at a reboot for example, and what becomes of the
+ * requests is not looked at. Comments begin with '#' in the first
  * column. A line is read in pieces of 1056 characters, each a line of its own. A line without '=' is
  * skipped, and so is a full piece, unless it is shorter without the blanks at its ends.
  *

@@ -97,6 +97,12 @@ ZndbRequest factory_save(const char *name) {
     return {name, E_APPS_MSG_ZNDB_FACTOR_SAVE, "", "", {}, {{kFactoryFile, kFactorySaved}}};
 }
 
+ZndbRequest power_off(const char *name) {
+    return {name, E_APPS_MSG_MONITOR_FPWROFF_NOTIFY,
+            "",   "",
+            {},   {{kPlainFile, kPlainSaved}, {kPermFile, kPermSaved}, {kFactoryFile, kFactorySaved}}};
+}
+
 ZndbRequest save_ram(const char *name) {
     return {name, E_APPS_MSG_ZNDB_SAVE_RAM};
 }
@@ -151,6 +157,8 @@ std::vector<ZndbRequest> zndb_other_saves() {
                               {{kFactoryFile, "answered=j\n"}}}),
         beside(leftovers(), factory_save("zndb: factory save, beside leftovers")),
         late(factory_save("zndb: factory save, journal opened late")),
+        power_off("zndb: power-off notice"),
+        late(power_off("zndb: power-off notice, journal opened late")),
         save_ram("zndb: save-ram"),
         without_memory(on(with_journal(""), save_ram("zndb: save-ram, no change"))),
         beside(leftovers(), save_ram("zndb: save-ram, beside leftovers")),

@@ -15,7 +15,7 @@ std::vector<ZndbRequest> zndb_changes();
 
 std::vector<ZndbRequest> zndb_saves();
 
-/* Of the factory overlay and of the journal. */
+/* Of the factory overlay, of all files and of the journal. */
 std::vector<ZndbRequest> zndb_other_saves();
 
 /* Which make no call when the journal is open. */

@@ -31,8 +31,11 @@ void SimDevice::power_on() {
 }
 
 void SimDevice::reboot() {
+    EXPECT_EQ("ret=15", monitor_->ask("async 2 2 3 -"));
+    EXPECT_EQ(0, zndb_->exit_status()) << zndb_->errors();
     module_.reset();
-    cut_power();
+    std::filesystem::remove_all("/tmp/m_tmp/zndb");
+    start();
 }
 
 void SimDevice::start_module(const std::vector<std::string> &environment) {

@@ -49,6 +49,11 @@ TEST_F(SimSwap, WhatTheFirstBootAppliedSurvivesTheReboot) {
     EXPECT_EQ("46001", perm("mnet_sim_subnet_plmn"));
 }
 
+TEST_F(SimSwap, TheStatusReadsOneAfterTheRebootThatFollowsAnAdaptation) {
+    first_boot();
+    EXPECT_EQ("1", status());
+}
+
 TEST_F(SimSwap, TheSecondBootDoesNothing) {
     first_boot();
     adapt(kBoot);
@@ -193,18 +198,41 @@ TEST_F(SimSwap, AMissingMonitorChangesNothingForTheModule) {
     EXPECT_TRUE(logged("ipc connect to module [monitor] failed!"));
 }
 
-TEST_F(SimSwap, ProductDataGoIntoThePlainStoreUnsaved) {
-    power_on();
-    ASSERT_TRUE(write_text("/m_data/usr/product.txt", "#no=1\nmodel=R1\nurl=a=b\n #key=1\nempty=\n"));
-    start_module();
-    EXPECT_EQ("ret=0", module_->ask("product /m_data/usr/product.txt"));
+class ProductData : public SimDevice {
+  protected:
+    void apply() {
+        power_on();
+        ASSERT_TRUE(write_text("/m_data/usr/product.txt", "#no=1\nmodel=R1\nurl=a=b\n #key=1\nempty=\n"));
+        start_module();
+        EXPECT_EQ("ret=0", module_->ask("product /m_data/usr/product.txt"));
+    }
+};
+
+TEST_F(ProductData, GoIntoThePlainStore) {
+    apply();
     EXPECT_EQ("R1", plain("model"));
     EXPECT_EQ("a=b", plain("url"));
     EXPECT_EQ("", plain("empty"));
     EXPECT_EQ("ret 3", plain("no"));
     EXPECT_EQ("ret 3", perm("model"));
     EXPECT_EQ("ret=-1", module_->ask("product /m_data/usr/missing.txt"));
+}
+
+/* Nobody saves them but the database itself. */
+TEST_F(ProductData, SurviveAReboot) {
+    apply();
+    EXPECT_EQ("ret=1", module_->ask("reboot 801"));
+    ASSERT_TRUE(wait_for_reboots(1));
     reboot();
+    EXPECT_EQ("R1", plain("model"));
+    EXPECT_EQ("a=b", plain("url"));
+    EXPECT_EQ("", plain("empty"));
+}
+
+TEST_F(ProductData, DoNotSurviveAPowerCut) {
+    apply();
+    module_.reset();
+    cut_power();
     EXPECT_EQ("ret 3", plain("model"));
 }
 

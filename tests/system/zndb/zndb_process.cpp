@@ -75,6 +75,17 @@ void ZndbTest::cut_power() {
     start();
 }
 
+void ZndbTest::end_by(int32_t msgid) {
+    EXPECT_EQ(kNoAnswer, ask_zndb(msgid, ""));
+    EXPECT_EQ(0, zndb_->exit_status()) << zndb_->errors();
+}
+
+void ZndbTest::come_up_after(int32_t msgid) {
+    end_by(msgid);
+    std::filesystem::remove_all("/tmp/m_tmp/zndb");
+    start();
+}
+
 std::string ZndbTest::file_of_zndb(const std::string &path) const {
     return file_text("/proc/" + std::to_string(zndb_->pid()) + "/root" + path);
 }

@@ -29,6 +29,12 @@ class ZndbTest : public testing::Test {
     /* Kills it as a power cut does: what is on tmpfs is gone. */
     void cut_power();
 
+    /* Ends it by a system message, and expects that it ends well. */
+    void end_by(int32_t msgid);
+
+    /* The same, and starts it on a device that has come up again: what was on tmpfs is gone. */
+    void come_up_after(int32_t msgid);
+
     /* A file as the database sees it; "" when there is none. */
     std::string file_of_zndb(const std::string &path) const;
 

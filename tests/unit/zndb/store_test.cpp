@@ -66,6 +66,19 @@ TEST(Store, SavingEndsAllChanges) {
     EXPECT_EQ("v", *store.find("k"));
 }
 
+TEST(Store, ARevertedKeyIsNoChange) {
+    Store store;
+    store.load("file", "1");
+    for (const char *key : {"file", "new", "kept"}) {
+        store.set(key, "2");
+    }
+    const std::string saved = "1";
+    store.revert("file", &saved);
+    store.revert("new", nullptr);
+    EXPECT_EQ((Store::Values{{"file", "1"}, {"kept", "2"}}), store.values());
+    EXPECT_EQ((Changes{{"kept", false}}), store.changes());
+}
+
 TEST(Store, AFullStoreHasRoomForItsOwnKeysOnly) {
     Store store;
     for (size_t i = 0; i < kStoreKeysMax; ++i) {

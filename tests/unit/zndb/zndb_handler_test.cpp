@@ -94,6 +94,25 @@ TEST_F(ZndbHandler, FactorSaveWritesTheOverlay) {
     EXPECT_FALSE(exists(kPlainFile));
 }
 
+TEST_F(ZndbHandler, ThePowerOffNoticeSavesEveryStoreWhateverItCarries) {
+    for (const std::string &body : {std::string(), std::string(4, '\0')}) {
+        const std::string value = std::to_string(body.size());
+        send(2001, record("k", value));
+        send(2006, record("p", value));
+        send(2004, record("f", value));
+        EXPECT_EQ(0, send(1009, body));
+        EXPECT_EQ("k=" + value + "\n", content_of(kPlainFile));
+        EXPECT_EQ("p=" + value + "\n", content_of(kPermFile));
+        EXPECT_EQ("f=" + value + "\n", content_of(kFactoryFile));
+    }
+}
+
+TEST_F(ZndbHandler, APowerOffNoticeThatCantBeFollowedIsAnsweredWithTheCause) {
+    send(2006, record("p", "v"));
+    fail_open(kPermFile + ".tmp", ENOSPC);
+    EXPECT_EQ(6, send(1009, ""));
+}
+
 TEST_F(ZndbHandler, SaveRamShortensTheJournal) {
     send(2001, record("k", "1"));
     send(2001, record("k", "2"));

@@ -1,0 +1,112 @@
+/*
+ * The save before the power goes off: what it writes, and what it leaves unsaved.
+ */
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "unit/zndb/database_fixture.h"
+
+namespace {
+
+constexpr char kDebugKey[] = "device_debug_mode";
+
+class DatabasePowerOff : public DatabaseFixture {};
+
+TEST_F(DatabasePowerOff, EveryStoreIsSaved) {
+    database_->set(P, "k", "v");
+    database_->set(M, "pk", "pv");
+    database_->set(F, "fk", "fv");
+    EXPECT_EQ(0, database_->save_before_power_off());
+    EXPECT_EQ("k=v\n", content_of(kPlainFile));
+    EXPECT_EQ("pk=pv\n", content_of(kPermFile));
+    EXPECT_EQ("fk=fv\n", content_of(kFactoryFile));
+    EXPECT_EQ("", content_of(kJournalFile));
+}
+
+TEST_F(DatabasePowerOff, WithoutChangesNothingIsWritten) {
+    put_file(kPlainFile, "# by hand\nk=v\n");
+    restart();
+    EXPECT_EQ(0, database_->save_before_power_off());
+    EXPECT_EQ("# by hand\nk=v\n", content_of(kPlainFile));
+    EXPECT_FALSE(exists(kPermFile));
+}
+
+TEST_F(DatabasePowerOff, OneStoresFailureStopsNoOther) {
+    database_->set(P, "k", "v");
+    database_->set(M, "pk", "pv");
+    database_->set(F, "fk", "fv");
+    fail_open(kPermFile + ".tmp", EROFS);
+    EXPECT_EQ(2006, database_->save_before_power_off());
+    EXPECT_EQ("k=v\n", content_of(kPlainFile));
+    EXPECT_EQ("fk=fv\n", content_of(kFactoryFile));
+    EXPECT_EQ("M+pk=pv\n", content_of(kJournalFile));
+    EXPECT_TRUE(log_.contains("can't save " + kPermFile)) << log_.text();
+}
+
+TEST_F(DatabasePowerOff, TheFirstFailureIsTheAnswer) {
+    database_->set(P, "k", "v");
+    database_->set(F, "fk", "fv");
+    doubles::libc::open.stand_in([](const char *path, int flags, mode_t mode) {
+        if (path == kPlainFile + ".tmp" || path == kFactoryFile + ".tmp") {
+            errno = path == kPlainFile + ".tmp" ? ENOSPC : EROFS;
+            return -1;
+        }
+        return doubles::libc::open.real(path, flags, mode);
+    });
+    EXPECT_EQ(6, database_->save_before_power_off());
+}
+
+TEST_F(DatabasePowerOff, WithoutItsJournalNothingIsSaved) {
+    fail_open(kJournalFile, EACCES);
+    restart();
+    EXPECT_EQ(2006, database_->save_before_power_off());
+}
+
+TEST_F(DatabasePowerOff, DebugModeStaysInTheJournalAlone) {
+    put_file(kPlainFile, "device_debug_mode=false\n");
+    restart();
+    database_->set(P, "k", "v");
+    database_->set(P, kDebugKey, "true");
+    EXPECT_EQ(0, database_->save_before_power_off());
+    EXPECT_EQ("device_debug_mode=false\nk=v\n", content_of(kPlainFile));
+    EXPECT_EQ("P+device_debug_mode=true\n", content_of(kJournalFile));
+    EXPECT_EQ("true", plain(kDebugKey));
+    restart();
+    EXPECT_EQ("true", plain(kDebugKey));
+    EXPECT_EQ(0, database_->save_before_power_off());
+    cut_power();
+    EXPECT_EQ("false", plain(kDebugKey));
+}
+
+TEST_F(DatabasePowerOff, DebugModeAloneIsNothingToWrite) {
+    put_file(kPlainFile, "# by hand\nk=v\n");
+    restart();
+    database_->set(P, kDebugKey, "true");
+    EXPECT_EQ(0, database_->save_before_power_off());
+    EXPECT_EQ("# by hand\nk=v\n", content_of(kPlainFile));
+    EXPECT_EQ("P+device_debug_mode=true\n", content_of(kJournalFile));
+}
+
+TEST_F(DatabasePowerOff, DebugModeThatAClientSavedIsTheFilesFromThenOn) {
+    database_->set(P, kDebugKey, "true");
+    EXPECT_EQ(0, database_->save());
+    database_->set(P, kDebugKey, "false");
+    database_->set(P, kDebugKey, "true");
+    database_->set(P, "k", "v");
+    EXPECT_EQ(0, database_->save_before_power_off());
+    EXPECT_EQ("device_debug_mode=true\nk=v\n", content_of(kPlainFile));
+}
+
+TEST_F(DatabasePowerOff, DebugModeOutlivesASaveThatFails) {
+    database_->set(P, "k", "v");
+    database_->set(P, kDebugKey, "true");
+    fail_rename(EIO);
+    EXPECT_EQ(2007, database_->save_before_power_off());
+    end_faults();
+    EXPECT_EQ("true", plain(kDebugKey));
+    EXPECT_EQ(0, database_->save_ram());
+    EXPECT_EQ("P+device_debug_mode=true\nP+k=v\n", content_of(kJournalFile));
+}
+
+}  // namespace
