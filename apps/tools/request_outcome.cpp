@@ -2,6 +2,7 @@
 
 #include "complaint.h"
 #include "frwk_common.h"
+#include "service_socket.h"
 
 namespace {
 
@@ -9,11 +10,11 @@ const void *data_of(const std::string &body) {
     return body.empty() ? nullptr : body.data();
 }
 
-/* What a failed delivery means, in words. */
-const char *delivery_words(apps_err_e_type sent) {
+/* What a failed delivery means, in words. The code of a failed connection doesn't say why it failed. */
+std::string delivery_words(apps_err_e_type sent, uint32_t module) {
     switch (sent) {
         case E_APPS_ERR_MODULE:
-            return "is not running";
+            return absence_words(module);
         case E_APPS_ERR_TIMEOUT:
             return "did not answer in time";
         case E_APPS_ERR_READ:
@@ -66,5 +67,5 @@ ExitCode report_outcome(const RequestOutcome &outcome, uint32_t module, const st
     }
     const char *name = frwk_module_name(static_cast<int32_t>(module));
     return complain(code, what + " failed: " + (name != nullptr ? name : "the module") + " " +
-                              delivery_words(outcome.sent) + ": " + code_text(outcome.sent));
+                              delivery_words(outcome.sent, module) + ": " + code_text(outcome.sent));
 }

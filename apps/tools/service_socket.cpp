@@ -1,13 +1,18 @@
 #include "service_socket.h"
 
+#include <fcntl.h>
+#include <pwd.h>
 #include <sys/socket.h>
+#include <sys/stat.h>
 #include <sys/un.h>
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdio>
 #include <string>
 
 #include "apps_message.h"
+#include "complaint.h"
 #include "frwk_module.h"
 #include "table_names.h"
 
@@ -42,7 +47,52 @@ Connection::Connection(uint32_t module)
     }
 }
 
+std::string owner_name(uid_t user) {
+    const passwd *entry = ::getpwuid(user);  // NOLINT(concurrency-mt-unsafe): the main thread alone reports
+    return entry != nullptr ? entry->pw_name : std::to_string(user);
+}
+
+/* The first folder above a path that this process may not search, or else the path itself. */
+std::string first_closed(const std::string &path) {
+    for (size_t slash = path.find('/', 1); slash != std::string::npos; slash = path.find('/', slash + 1)) {
+        const std::string folder = path.substr(0, slash);
+        if (::faccessat(AT_FDCWD, folder.c_str(), X_OK, AT_EACCESS) != 0) {
+            return folder;
+        }
+    }
+    return path;
+}
+
+/* What stands in the way, whose it is, and what its mode allows. */
+std::string closed_words(const std::string &path) {
+    const std::string closed = first_closed(path);
+    struct stat info = {};
+    const bool known = ::stat(closed.c_str(), &info) == 0;
+    char mode[16];
+    (void)std::snprintf(mode, sizeof(mode), "%04o", static_cast<unsigned>(info.st_mode & 07777));
+    return "no access to " + closed +
+           (known ? " (owner " + owner_name(info.st_uid) + ", mode " + mode + ")" : "");
+}
+
 }  // namespace
+
+std::string absence_words(uint32_t module) {
+    const Connection connection(module);
+    switch (connection.error()) {
+        case 0:
+            return "could not be asked, but listens now";
+        case ENOENT:
+            return "is not running";
+        case ECONNREFUSED:
+            return "is not running any more: nobody listens on its socket";
+        case EAGAIN:
+            return "is busy: its queue of requests is full";
+        case EACCES:
+            return "can't be reached: " + closed_words(socket_path(module));
+        default:
+            return errno_text("can't be reached", connection.error());
+    }
+}
 
 bool is_served(uint32_t module) {
     const Connection connection(module);

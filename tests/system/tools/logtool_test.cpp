@@ -306,7 +306,8 @@ TEST_F(LogDebugMode, IsShownAndSwitched) {
 
 TEST_F(LogDebugMode, NeedsTheDatabase) {
     zndb_->kill();
-    const std::string absent = "debug failed: zndb is not running: 1 E_APPS_ERR_MODULE";
+    const std::string absent =
+        "debug failed: zndb is not running any more: nobody listens on its socket: 1 E_APPS_ERR_MODULE";
     kTool.expect_failure(3, absent, {"debug"});
     kTool.expect_failure(3, absent, {"debug", "on"});
     EXPECT_EQ("", file_text("/tmp/debug_runs"));

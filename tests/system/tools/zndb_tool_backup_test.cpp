@@ -163,7 +163,8 @@ TEST_F(ZndbToolBackup, ARestoreNeedsRoomForItsCopy) {
 TEST_F(ZndbToolBackup, WithoutTheDatabaseNothingIsTouched) {
     EXPECT_EQ("", kTool.output_of({"backup", kBackup}));
     zndb_->kill();
-    const std::string rest = " failed: zndb is not running: 1 E_APPS_ERR_MODULE";
+    const std::string rest =
+        " failed: zndb is not running any more: nobody listens on its socket: 1 E_APPS_ERR_MODULE";
     kTool.expect_failure(3, "backup" + rest, {"backup", kFolder + "/other"});
     kTool.expect_failure(3, "restore" + rest, {"restore", kBackup});
     EXPECT_EQ(1u, files_in(kFolder));

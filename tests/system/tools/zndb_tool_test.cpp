@@ -321,7 +321,8 @@ TEST_F(ZndbTool, FilesThatCannotBeUsedAreWrongUsage) {
 
 TEST_F(ZndbTool, ADatabaseThatDoesNotRunIsNotReachable) {
     zndb_->kill();
-    const std::string rest = " failed: zndb is not running: 1 E_APPS_ERR_MODULE";
+    const std::string rest =
+        " failed: zndb is not running any more: nobody listens on its socket: 1 E_APPS_ERR_MODULE";
     kTool.expect_failure(3, "get 'k'" + rest, {"get", "k"});
     kTool.expect_failure(3, "get 'k'" + rest, {"get", "--secret", "k"});
     kTool.expect_failure(3, "set 'k'" + rest, {"set", "k", "v"});

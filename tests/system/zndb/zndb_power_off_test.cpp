@@ -2,10 +2,7 @@
  * What the database saves by itself: before a reboot, a shutdown and when the power is about to go off, and
  * what it does not.
  */
-#include <fcntl.h>
 #include <gtest/gtest.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
 #include <filesystem>
 #include <string>
@@ -22,16 +19,9 @@ const std::string kPermFile = "/m_data/usr_permanent/db/perm_data.txt";
 const std::string kFactoryFile = "/m_data/factor/factor_data.txt";
 const std::string kJournalFile = "/tmp/m_tmp/zndb/journal";
 constexpr char kDebugKey[] = "device_debug_mode";
-constexpr char kStartHook[] = "/usr/bin/apps_init";
-constexpr char kGate[] = "/tmp/m_tmp/gate";
 
 class ZndbPowerOff : public ZndbTest {
   protected:
-    ~ZndbPowerOff() override {
-        std::filesystem::remove(kStartHook);
-        std::filesystem::remove(kGate);
-    }
-
     /* A change in each of the stores. */
     static void change_all() {
         EXPECT_EQ(0, zndb_set("k", "v"));
@@ -104,17 +94,12 @@ TEST_F(ZndbPowerOff, ASaveThatFailsBeforeARebootIsLoggedAndTheServiceEnds) {
 
 /* The service thread takes the message while the main thread is in the start hook. */
 TEST_F(ZndbPowerOff, ARebootBeforeTheServiceHasLoadedItsFilesSavesTheJournal) {
-    ASSERT_EQ(0, ::mkfifo(kGate, 0600));
-    const int gate = ::open(kGate, O_RDWR | O_CLOEXEC);
-    ASSERT_TRUE(write_text(kStartHook, std::string("#!/bin/sh\nread line < ") + kGate + "\n"));
-    std::filesystem::permissions(kStartHook, std::filesystem::perms::owner_all);
+    const HeldStart held;
     std::filesystem::create_directories("/tmp/m_tmp/zndb");
     ASSERT_TRUE(write_text(kJournalFile, "P+k=v\n"));
-    zndb_ = std::make_unique<ChildProcess>(std::vector<std::string>{ZNDB_PROGRAM});
-    ASSERT_TRUE(wait_until([] { return ask_zndb(E_APPS_MSG_SYS_PROBE, "") == 0; }));
+    start_held();
     end_by(E_APPS_MSG_SYS_REBOOT);
     EXPECT_EQ("k=v\n", file_text(kPlainFile));
-    (void)::close(gate); /* ends the hook */
 }
 
 /* ---- Debug mode, which lasts until the reboot ------------------------------------------------------- */

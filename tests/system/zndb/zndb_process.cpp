@@ -1,5 +1,7 @@
 #include "system/zndb/zndb_process.h"
 
+#include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -14,6 +16,9 @@ constexpr int32_t kNoAnswer = -1000;
 
 /* The database logs what it refuses to its standard error. */
 const std::vector<std::string> kEnvironment = {"QUOR_DEBUG=1"};
+
+constexpr char kStartHook[] = "/usr/bin/apps_init";
+const std::string kGate = "/tmp/m_tmp/gate";
 
 /* A module without a service, of which any number may run. */
 void become_module() {
@@ -34,6 +39,19 @@ std::string outcome(int ret, const char *value) {
 
 }  // namespace
 
+HeldStart::HeldStart() {
+    EXPECT_EQ(0, ::mkfifo(kGate.c_str(), 0600));
+    gate_ = ::open(kGate.c_str(), O_RDWR | O_CLOEXEC);
+    EXPECT_TRUE(write_text(kStartHook, "#!/bin/sh\n[ \"$1\" = zndb ] && read line < " + kGate + "\n"));
+    std::filesystem::permissions(kStartHook, std::filesystem::perms::owner_all);
+}
+
+HeldStart::~HeldStart() {
+    (void)::close(gate_); /* the hook reads the end of its input */
+    std::filesystem::remove(kStartHook);
+    std::filesystem::remove(kGate);
+}
+
 ZndbTest::ZndbTest() {
     become_module();
     for (const char *folder : {"/m_data/usr/db", "/m_data/usr_permanent/db", "/tmp/m_tmp/zndb"}) {
@@ -48,6 +66,11 @@ ZndbTest::ZndbTest() {
 void ZndbTest::start() {
     zndb_ = std::make_unique<ChildProcess>(std::vector<std::string>{ZNDB_PROGRAM}, kEnvironment);
     ASSERT_TRUE(wait_until(serves)) << zndb_->errors();
+}
+
+void ZndbTest::start_held() {
+    zndb_ = std::make_unique<ChildProcess>(std::vector<std::string>{ZNDB_PROGRAM}, kEnvironment);
+    ASSERT_TRUE(wait_until([] { return ask_zndb(E_APPS_MSG_SYS_PROBE, "") == 0; })) << zndb_->errors();
 }
 
 void ZndbTest::start_after(const std::string &command) {

@@ -12,6 +12,18 @@
 #include "zndb.h"
 #include "zndb_paths.h"
 
+/* While it lives, the database stays in its start hook: it takes messages, and has loaded nothing yet. */
+class HeldStart {
+  public:
+    HeldStart();
+    ~HeldStart();
+    HeldStart(const HeldStart &) = delete;
+    HeldStart &operator=(const HeldStart &) = delete;
+
+  private:
+    int gate_;
+};
+
 class ZndbTest : public testing::Test {
   protected:
     /* Makes the test's process a module and removes what another test left. */
@@ -20,7 +32,10 @@ class ZndbTest : public testing::Test {
     /* Starts the database and waits until it serves. */
     void start();
 
-    /* The same with a shell command run before, in a mount namespace of its own. */
+    /* Starts it where its start is held, and waits until it takes messages. */
+    void start_held();
+
+    /* As start, with a shell command run before, in a mount namespace of its own. */
     void start_after(const std::string &command);
 
     /* Kills it with SIGKILL, and starts it anew. */

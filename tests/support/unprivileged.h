@@ -1,0 +1,33 @@
+/*
+ * Root as anybody else: without the right to pass over the modes of files, which a test's user may have.
+ */
+#pragma once
+
+#include <linux/capability.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <string>
+
+/* While it lives, the modes of files hold for this thread. */
+class ModesHold {
+  public:
+    ModesHold() {
+        (void)::syscall(SYS_capget, &header_, before_);
+        __user_cap_data_struct without[2] = {before_[0], before_[1]};
+        without[0].effective &= ~((1u << CAP_DAC_OVERRIDE) | (1u << CAP_DAC_READ_SEARCH));
+        (void)::syscall(SYS_capset, &header_, without);
+    }
+    ~ModesHold() { (void)::syscall(SYS_capset, &header_, before_); }
+    ModesHold(const ModesHold &) = delete;
+    ModesHold &operator=(const ModesHold &) = delete;
+
+  private:
+    __user_cap_header_struct header_ = {_LINUX_CAPABILITY_VERSION_3, 0};
+    __user_cap_data_struct before_[2] = {};
+};
+
+/* What stands in front of a shell command for which the modes of files are to hold: a blank at its end. */
+inline std::string modes_hold() {
+    return ::geteuid() == 0 ? "setpriv --bounding-set=-dac_override,-dac_read_search -- " : "";
+}
