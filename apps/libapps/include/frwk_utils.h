@@ -100,7 +100,8 @@ int32_t frwk_str_to_bool(const char *text, uint8_t *out);
  * ignored, and no digits at all are 0. Numbers beyond the 32 bits of the types int to ulong, or the 64 bits
  * of llong and ullong, are read as the nearest limit, for unsigned types as the largest whatever the sign. A
  * minus before an unsigned number negates it within its bits, so that "-1" is the largest uint, ulong or
- * ullong. A double beyond a float's range is read as an infinite float.
+ * ullong. A real number is read as strtod reads it in the "C" locale, whatever the module's locale; beyond a
+ * float's range it is an infinite float.
  *
  * type: one of frwk_data_type_e up to FRWK_DATA_TYPE_DOUBLE.
  * text: null is empty.
@@ -113,8 +114,8 @@ int32_t frwk_str_to_bool(const char *text, uint8_t *out);
 apps_err_e_type frwk_str_to_value(int32_t type, const char *text, void *out, uint32_t size);
 
 /*
- * Writes a variable as a text: "true" or "false", decimal digits, a real number with six decimals and at
- * most 63 characters (longer ones are cut off), or the text that it is.
+ * Writes a variable as a text: "true" or "false", decimal digits, a real number with a point, whatever the
+ * module's locale, six decimals and at most 63 characters (longer ones are cut off), or the text that it is.
  *
  * type: one of frwk_data_type_e up to FRWK_DATA_TYPE_DOUBLE.
  * value: the variable, aligned or not; for the text types the text itself, and null is empty.

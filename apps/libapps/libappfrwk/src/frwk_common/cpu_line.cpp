@@ -1,10 +1,9 @@
 #include "frwk_common/cpu_line.h"
 
-#include <strings.h>
-
 #include <cstring>
 
 #include "internal/decimal.h"
+#include "internal/letter_case.h"
 
 namespace {
 
@@ -28,7 +27,7 @@ constexpr uint32_t frwk_cpustate::*kMpstatColumns[] = {&frwk_cpustate::usr, &frw
                                                        &frwk_cpustate::sys};
 
 bool begins_with(const char *text, const char *begin) {
-    return ::strncasecmp(text, begin, std::strlen(begin)) == 0;
+    return same_ignoring_case(text, begin, std::strlen(begin));
 }
 
 /* A per cent value; its sign or its fraction ends it. */

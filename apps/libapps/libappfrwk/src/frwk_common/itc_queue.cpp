@@ -10,7 +10,6 @@
 #include "frwk_common/itc_queue.h"
 
 #include <pthread.h>
-#include <strings.h>
 
 #include <atomic>
 #include <cstring>
@@ -18,6 +17,7 @@
 
 #include "frwk_common.h"
 #include "internal/frwk_log.h"
+#include "internal/letter_case.h"
 #include "internal/owned.h"
 #include "internal/small_buffer.h"
 #include "list.h"
@@ -99,7 +99,7 @@ struct ItcTraits {
 using OwnedItc = Owned<ItcTraits>;
 
 bool is_named(const ItcObject *itc, const char *name) {
-    return strcasecmp(itc->name, name) == 0;
+    return same_ignoring_case(itc->name, name);
 }
 
 /* Returns null when no queue of this name has a thread. */

@@ -5,8 +5,6 @@
  */
 #include "frwk_common/module_config.h"
 
-#include <strings.h>
-
 #include <cstdlib>
 #include <cstring>
 #include <memory>
@@ -15,6 +13,7 @@
 #include "internal/decimal.h"
 #include "internal/frwk_log.h"
 #include "internal/frwk_paths.h"
+#include "internal/letter_case.h"
 #include "os_file.h"
 #include "xml.h"
 
@@ -68,7 +67,7 @@ uint32_t parse_flags(const char *text) {
 
 uint32_t parse_facility(const char *text) {
     for (const Word &word : kFacilityWords) {
-        if (::strcasecmp(text, word.text) == 0) {
+        if (same_ignoring_case(text, word.text)) {
             return word.value;
         }
     }

@@ -4,7 +4,6 @@
 #include "frwk_common/subscription_file.h"
 
 #include <fcntl.h>
-#include <strings.h>
 #include <sys/uio.h>
 #include <unistd.h>
 
@@ -15,6 +14,7 @@
 #include <string_view>
 
 #include "internal/frwk_paths.h"
+#include "internal/letter_case.h"
 #include "internal/small_buffer.h"
 #include "internal/uninterrupted.h"
 #include "os_file.h"
@@ -49,7 +49,7 @@ std::optional<bool> lists(const SubscriptionFile &file, const char *name) {
         return std::nullopt;
     }
     while (const char *line = lines.next()) {
-        if (::strcasecmp(line, name) == 0) {
+        if (same_ignoring_case(line, name)) {
             return true;
         }
     }

@@ -1,10 +1,9 @@
 /*
  * The words for a boolean. Pure functions; any thread.
  */
-#include <strings.h>
-
 #include "frwk_utils.h"
 #include "internal/frwk_log.h"
+#include "internal/letter_case.h"
 
 namespace {
 
@@ -37,7 +36,7 @@ const BoolStyle &style_of(int32_t style) {
 template <size_t kCount>
 bool is_one_of(const char *const (&words)[kCount], const char *text) {
     for (const char *word : words) {
-        if (strcasecmp(word, text) == 0) {
+        if (same_ignoring_case(word, text)) {
             return true;
         }
     }

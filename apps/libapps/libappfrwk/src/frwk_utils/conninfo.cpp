@@ -1,12 +1,11 @@
 /*
  * The record of a data connection: what each item of its stored list means. No state.
  */
-#include <strings.h>
-
 #include <iterator>
 
 #include "frwk_utils/record_items.h"
 #include "internal/frwk_log.h"
+#include "internal/letter_case.h"
 #include "os_time.h"
 #include "zndb.h"
 
@@ -17,7 +16,7 @@ frwk_conninfo_t *conninfo_of(void *record) {
 }
 
 apps_err_e_type settle_status(const char *word, void *record) {
-    conninfo_of(record)->connected = strcasecmp(word, "connected") == 0 ? 1 : 0;
+    conninfo_of(record)->connected = same_ignoring_case(word, "connected") ? 1 : 0;
     return E_APPS_ERR_SUCCESS;
 }
 

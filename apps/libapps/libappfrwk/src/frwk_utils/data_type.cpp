@@ -13,6 +13,7 @@
 #include <limits>
 #include <type_traits>
 
+#include "internal/c_locale.h"
 #include "internal/decimal.h"
 #include "text_copy.h"
 
@@ -43,6 +44,7 @@ bool read_ullong(const char *text, TypedValue *value) {
 }
 
 bool read_real(const char *text, TypedValue *value) {
+    const CLocale c_locale;
     value->real = std::strtod(text, nullptr);
     return true;
 }
@@ -109,6 +111,7 @@ template <typename T>
 void format(const void *variable, char (&text)[kNumberTextSize]) {
     const T value = load<T>(variable);
     if constexpr (std::is_floating_point_v<T>) {
+        const CLocale c_locale;
         (void)std::snprintf(text, sizeof(text), "%f", static_cast<double>(value));
     } else {
         write_whole_number<WholeNumber<T>>(value, text);

@@ -4,7 +4,6 @@
  */
 #include "frwk_utils/debug_mode.h"
 
-#include <strings.h>
 #include <unistd.h>
 
 #include <cstdio>
@@ -12,6 +11,7 @@
 #include "frwk_utils.h"
 #include "internal/frwk_log.h"
 #include "internal/frwk_paths.h"
+#include "internal/letter_case.h"
 #include "internal/shell.h"
 #include "os_file.h"
 #include "zndb.h"
@@ -58,7 +58,7 @@ bool remove_markers() {
 /* Returns whether the mode is one that has a marker. */
 bool create_marker(const char *mode) {
     for (const Marker &marker : kMarkers) {
-        if (strcasecmp(mode, marker.mode) == 0) {
+        if (same_ignoring_case(mode, marker.mode)) {
             return run_on_path("touch", marker.path);
         }
     }
@@ -66,7 +66,7 @@ bool create_marker(const char *mode) {
 }
 
 bool lasts_until_reboot(const char *mode) {
-    return mode == nullptr || mode[0] == '\0' || strcasecmp(mode, "ram") == 0;
+    return mode == nullptr || mode[0] == '\0' || same_ignoring_case(mode, "ram");
 }
 
 bool is_marked() {

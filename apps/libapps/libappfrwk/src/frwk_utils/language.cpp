@@ -2,13 +2,12 @@
  * The device's languages, of the web interface and of the user agreement: each is checked against its list
  * of supported ones, saved, and announced. No state of its own; any thread.
  */
-#include <strings.h>
-
 #include <cstring>
 
 #include "frwk_common.h"
 #include "frwk_utils.h"
 #include "internal/frwk_log.h"
+#include "internal/letter_case.h"
 #include "zndb.h"
 
 namespace {
@@ -32,7 +31,7 @@ bool has_language(const char *list, const char *language) {
     const size_t length = std::strlen(language);
     const char *item = list;
     for (;;) {
-        if (std::strcspn(item, ",#") == length && strncasecmp(item, language, length) == 0) {
+        if (std::strcspn(item, ",#") == length && same_ignoring_case(item, language, length)) {
             return true;
         }
         item += std::strcspn(item, ",");

@@ -3,12 +3,11 @@
  *
  * The password is never logged, whatever becomes of it.
  */
-#include <strings.h>
-
 #include <iterator>
 
 #include "frwk_utils/record_items.h"
 #include "internal/frwk_log.h"
+#include "internal/letter_case.h"
 
 namespace {
 
@@ -24,7 +23,7 @@ constexpr Word kIpTypeWords[] = {{"ipv4", 1}, {"ipv6", 2}, {"ipv4v6", 3}};
 template <size_t kCount>
 apps_err_e_type store_word(const Word (&words)[kCount], const char *text, const char *error, int32_t *value) {
     for (const Word &word : words) {
-        if (strcasecmp(text, word.text) == 0) {
+        if (same_ignoring_case(text, word.text)) {
             *value = word.value;
             return E_APPS_ERR_SUCCESS;
         }

@@ -1,13 +1,12 @@
 /*
  * Decides whether the settings of the SIM's operator have to be applied. Changes nothing.
  */
-#include <strings.h>
-
 #include <cstring>
 
 #include "frwk_utils/sim_subnet.h"
 #include "frwk_utils/subnet_settings.h"
 #include "internal/frwk_log.h"
+#include "internal/letter_case.h"
 #include "md5.h"
 #include "os_file.h"
 
@@ -38,7 +37,7 @@ Reasoned decide(const frwk_sim_subnet_sim_info_t &info, const char *path, const 
     if (!is_usable_sim(info.sim_status)) {
         return {SubnetDecision::kNoNeedAdapt, "sim not normal, no need subnet adapt"};
     }
-    if (std::strcmp(path, applied.path) == 0 && strcasecmp(info.md5, applied.md5) == 0) {
+    if (std::strcmp(path, applied.path) == 0 && same_ignoring_case(info.md5, applied.md5)) {
         return {SubnetDecision::kNoNeedAdapt,
                 "sim normal, current_path same with subnet_path, no need adapt"};
     }

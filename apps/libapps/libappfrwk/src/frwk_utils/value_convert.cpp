@@ -1,13 +1,12 @@
 /*
  * Variables as texts and texts as variables, by the table of data types. Pure functions; any thread.
  */
-#include <strings.h>
-
 #include <cstring>
 
 #include "frwk_utils.h"
 #include "frwk_utils/data_type.h"
 #include "internal/frwk_log.h"
+#include "internal/letter_case.h"
 #include "internal/owned.h"
 #include "text_copy.h"
 
@@ -105,7 +104,7 @@ int32_t frwk_check_enum_value(const char *list, const char *text) {
 
     char *rest = static_cast<char *>(copy.get());
     while (const char *word = strsep(&rest, ",")) {
-        if (strcasecmp(word, text) == 0) {
+        if (same_ignoring_case(word, text)) {
             return 1;
         }
     }
