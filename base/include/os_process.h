@@ -58,6 +58,15 @@ void os_command_scope_open(void);
  */
 int32_t os_command_scope_close(void);
 
+/*
+ * Whether the commands of the calling thread answer untranslated, for a reader that looks for fixed words: as
+ * long as it is on, they have LC_ALL=C in their environment, whatever the module's environment says. It is
+ * off at first.
+ *
+ * Returns what it was before, 1 for on, to be set again afterwards.
+ */
+int32_t os_command_untranslated(int32_t on);
+
 #pragma GCC visibility pop
 #ifdef __cplusplus
 }

@@ -168,6 +168,7 @@ const QuietFunction kBaseFunctions[] = {
     {"list_empty", [] { list_empty(&g_head); }},
     {"list_del", [] { list_del(&g_link); }},
     {"os_command_scope_open", [] { os_command_scope_open(); }},
+    {"os_command_untranslated", [] { os_command_untranslated(0); }},
     {"os_debug_enable", [] { os_debug_enable(); }},
     {"os_gettimeofday", [] { os_gettimeofday(&g_time); }},
     {"os_log_assert", [] { os_log_assert("file", "function", 1, 0, "condition", "message"); }},

@@ -13,9 +13,9 @@
 #include <charconv>
 #include <csignal>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <iterator>
+#include <memory>
 
 #include "os_process.h"
 #include "os_time.h"
@@ -183,22 +183,9 @@ bool end_marked() {
 
 }  // namespace
 
-void FreeEnvironment::operator()(char **entries) const {
-    free(entries);
-}
-
-std::unique_ptr<char *, FreeEnvironment> command_environment() {
-    size_t count = 0;
-    while (environ != nullptr && environ[count] != nullptr) {
-        ++count;
-    }
-    std::unique_ptr<char *, FreeEnvironment> entries(static_cast<char **>(calloc(count + 2, sizeof(char *))));
-    if (entries) {
-        std::copy_n(environ, count, entries.get());
-        g_scope.used = g_scope.mark[0] != '\0';
-        entries.get()[count] = g_scope.used ? g_scope.mark : nullptr;
-    }
-    return entries;
+char *command_mark() {
+    g_scope.used = g_scope.mark[0] != '\0';
+    return g_scope.used ? g_scope.mark : nullptr;
 }
 
 void os_command_scope_open(void) {

@@ -6,15 +6,8 @@
  */
 #pragma once
 
-#include <memory>
-
-struct FreeEnvironment {
-    void operator()(char **entries) const;
-};
-
 /*
- * The environment of a command: the process's own, and the thread's mark if it has one.
- *
- * Returns nothing, with errno set, when there is no memory. The entries are borrowed.
+ * The mark for a command that the calling thread is about to start, as an entry of its environment; null
+ * outside of a scope. It stays the scope's.
  */
-std::unique_ptr<char *, FreeEnvironment> command_environment();
+char *command_mark();

@@ -11,7 +11,7 @@
 #include <iterator>
 #include <mutex>
 
-#include "command_scope.h"
+#include "command_environment.h"
 
 namespace {
 

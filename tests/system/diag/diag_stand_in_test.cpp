@@ -74,6 +74,12 @@ class SmallOutputFolder {
 
 }  // namespace
 
+TEST_F(DiagStandIn, AToolIsAskedUntranslated) {
+    setenv("LC_ALL", "de_DE.UTF-8", 1);
+    EXPECT_EQ("C", text_of_ping("printf %s $LC_ALL"));
+    unsetenv("LC_ALL");
+}
+
 TEST_F(DiagStandIn, PingGetsEveryCombinationOfOptions) {
     for (unsigned combination = 0; combination < 16; ++combination) {
         const frwk_diag_req req = ping_with(combination);

@@ -70,6 +70,14 @@ TEST_F(CpuTools, AToolThatDiesInItsLineFillsWhatItPrinted) {
     EXPECT_NE(std::string::npos, errors_.find("separate char is not whitespace or table!")) << errors_;
 }
 
+TEST_F(CpuTools, AToolThatKnowsTheModulesLanguageIsAskedUntranslated) {
+    set_locale("de_DE.UTF-8");
+    tools_.put_script("mpstat",
+                      "case $LC_ALL in C) average=Average: ;; *) average=Durchschn.: ;; esac\n"
+                      "echo \"$average  all  10.00  0.00  20.00  70.00\"");
+    EXPECT_EQ("10 0 20 70 30", ask({"mpstat"}));
+}
+
 TEST_F(CpuTools, AToolOfAnotherLanguageLeavesTheState) {
     tools_.put_script("top", "echo 'Prozessor:  3% usr  1% sys  0% nic 95% idle'");
     EXPECT_EQ(kUntouched, ask({"top"}));

@@ -17,7 +17,7 @@ std::vector<std::string> with_program(std::vector<std::string> words, const std:
 }  // namespace
 
 std::string ProbeTest::answer(const std::vector<std::string> &command) {
-    ChildProcess process(command, {"LC_ALL=C", "QUOR_DEBUG=1"});
+    ChildProcess process(command, environment_);
     process.close_input();
     const std::string line = process.read_line().value_or("(no answer)");
     EXPECT_EQ(0, process.exit_status()) << process.errors();

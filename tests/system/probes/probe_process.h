@@ -12,6 +12,9 @@
 
 class ProbeTest : public testing::Test {
   protected:
+    /* Sets the locale of the module that asks. */
+    void set_locale(const std::string &name) { environment_[0] = "LC_ALL=" + name; }
+
     /* Puts an applet of busybox before the tool of that name. */
     void use_busybox(const std::string &tool) { tools_.put_link(tool, "/usr/bin/busybox"); }
 
@@ -26,6 +29,8 @@ class ProbeTest : public testing::Test {
 
   private:
     std::string answer(const std::vector<std::string> &command);
+
+    std::vector<std::string> environment_ = {"LC_ALL=C", "QUOR_DEBUG=1"};
 };
 
 /* A command whose first line tells busybox's version, for the table of what was tried. */

@@ -4,6 +4,7 @@
 #include <cstdio>
 
 #include "internal/frwk_log.h"
+#include "internal/untranslated.h"
 
 namespace {
 
@@ -19,7 +20,14 @@ int next_byte(std::FILE *stream) {
     }
 }
 
+std::FILE *ask(const char *command) {
+    const Untranslated untranslated;
+    return os_popen(command, "r");
+}
+
 }  // namespace
+
+ToolOutput::ToolOutput(const char *command) : stream_(ask(command)) {}
 
 bool ToolOutput::failed() const {
     const bool failed = std::ferror(stream_.get()) != 0;

@@ -9,8 +9,8 @@
 
 class ToolOutput {
   public:
-    /* Starts a shell command; the end of the scope waits for its end. */
-    explicit ToolOutput(const char *command) : stream_(os_popen(command, "r")) {}
+    /* Starts a shell command, which answers untranslated; the end of the scope waits for its end. */
+    explicit ToolOutput(const char *command);
 
     /* Whether the command could be started. */
     explicit operator bool() const { return static_cast<bool>(stream_); }

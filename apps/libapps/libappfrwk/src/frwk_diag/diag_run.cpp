@@ -15,6 +15,7 @@
 #include "internal/frwk_log.h"
 #include "internal/frwk_paths.h"
 #include "internal/optional_calls.h"
+#include "internal/untranslated.h"
 #include "os_file.h"
 #include "os_process.h"
 #include "os_time.h"
@@ -26,6 +27,7 @@ namespace {
  * base library that can't find that, the tool alone is waited for.
  */
 void run_tool(const char *command) {
+    const Untranslated untranslated;
     const bool scoped = os_command_scope_open != nullptr && os_command_scope_close != nullptr;
     if (scoped) {
         os_command_scope_open();
