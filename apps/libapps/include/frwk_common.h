@@ -34,7 +34,8 @@ typedef void (*frwk_exit_handler_t)(apps_message_id_e_type msgid);
  * It applies the module configuration file to the module table, takes the single-instance lock of a
  * daemon or monitored module, prepares signals, memory and logging, marks the modules of the start-up
  * list, starts the message service where the module's flags ask for it, runs the device's start hook and
- * waits the module's delay. The process receives SIGHUP when its parent ends, and ignores SIGPIPE.
+ * waits the module's delay. The process receives SIGHUP when its parent ends, also where that happens during this
+ * call, and ignores SIGPIPE. Descriptors 0, 1 and 2 are open afterwards, to /dev/null where they were not.
  *
  * id: 0 to 52. exit_handler: null to end without a call.
  * It returns when the module is started. On an invalid id, a second instance, or a lock that can't be

@@ -2,9 +2,6 @@
  * The start of a module, step by step. Each start happens in a process of its own, which reports what it
  * became.
  */
-#include <signal.h>
-#include <sys/prctl.h>
-
 #include <cerrno>
 
 #include "doubles/base_doubles.h"
@@ -262,29 +259,6 @@ TEST_F(ModuleInitTest, GoesOnWithoutASocket) {
                                }).report;
     EXPECT_NE(report.find("create ipc socket error!"), std::string::npos) << report;
     EXPECT_NE(report.find("ASSERT(0 <= g_s_ipcs_fd) "), std::string::npos) << report;
-}
-
-/* ---- Signals --------------------------------------------------------------------------------------- */
-
-TEST_F(ModuleInitTest, IsToldWhenItsParentEnds) {
-    const std::string report = report_of(E_APPS_MODULE_TOOL, [] {
-        int number = 0;
-        (void)prctl(PR_GET_PDEATHSIG, &number);
-        return std::to_string(number);
-    });
-    EXPECT_EQ(report, std::to_string(SIGHUP));
-}
-
-TEST_F(ModuleInitTest, IgnoresAndBlocksSigpipe) {
-    const std::string report = report_of(E_APPS_MODULE_TOOL, [] {
-        struct sigaction action = {};
-        (void)sigaction(SIGPIPE, nullptr, &action);
-        sigset_t blocked;
-        (void)pthread_sigmask(SIG_BLOCK, nullptr, &blocked);
-        return yes_or_no(action.sa_handler == SIG_IGN) + yes_or_no(sigismember(&blocked, SIGPIPE) == 1) +
-               yes_or_no(sigismember(&blocked, SIGTERM) == 1);
-    });
-    EXPECT_EQ(report, "yesyesno");
 }
 
 /* ---- State, memory, log ---------------------------------------------------------------------------- */

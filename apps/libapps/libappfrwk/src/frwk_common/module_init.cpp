@@ -1,6 +1,7 @@
 /*
  * The start-up sequence of every module, step by step.
  */
+#include <fcntl.h>
 #include <pthread.h>
 #include <sys/prctl.h>
 #include <unistd.h>
@@ -18,6 +19,7 @@
 #include "internal/frwk_log.h"
 #include "internal/frwk_paths.h"
 #include "internal/shell.h"
+#include "internal/uninterrupted.h"
 #include "os_file.h"
 #include "os_mem.h"
 
@@ -37,9 +39,30 @@ bool is_module(int32_t id) {
     return static_cast<uint32_t>(id) < E_APPS_MODULE_MAX;
 }
 
-/* A dead parent is a dead device session; a peer that left must not kill the process. */
-void prepare_signals() {
+/* Whatever is opened as 0, 1 or 2 later would receive what libraries and children print there. */
+void open_standard_descriptors() {
+    for (int fd = STDIN_FILENO; fd <= STDERR_FILENO; ++fd) {
+        const bool closed = ::fcntl(fd, F_GETFD) < 0 && errno == EBADF;
+        if (closed && uninterrupted([] { return ::open(paths::kNullDevice, O_RDWR); }) < 0) {
+            FRWK_WARN_ERRNO("open a standard descriptor error!");
+            return;
+        }
+    }
+}
+
+/*
+ * A dead parent is a dead device session. The signal comes for a parent that ends from now on; one that ended
+ * since the start of the module is known by the process that took its place.
+ */
+void watch_parent(pid_t parent) {
     (void)::prctl(PR_SET_PDEATHSIG, SIGHUP);
+    if (::getppid() != parent) {
+        (void)::kill(::getpid(), SIGHUP);
+    }
+}
+
+/* A peer that left must not kill the process. */
+void ignore_broken_pipes() {
     (void)std::signal(SIGPIPE, SIG_IGN);
 
     sigset_t broken_pipe;
@@ -80,6 +103,8 @@ void run_start_hook(const char *name) {
 }  // namespace
 
 void frwk_module_init(int32_t id, frwk_exit_handler_t exit_handler) {
+    const pid_t parent = ::getppid();
+    open_standard_descriptors();
     if (!is_module(id)) {
         (void)std::fprintf(stderr, "invalid module id=%d\n", id);
         std::exit(-1);  // NOLINT(concurrency-mt-unsafe): there are no other threads yet
@@ -96,7 +121,8 @@ void frwk_module_init(int32_t id, frwk_exit_handler_t exit_handler) {
     if (frwk_module_feature(id, kSingleInstanceFlags) != 0) {
         take_instance_lock(name);
     }
-    prepare_signals();
+    watch_parent(parent);
+    ignore_broken_pipes();
     reset_process_state(id, exit_handler);
     prepare_memory(row.memory);
     prepare_log(row);

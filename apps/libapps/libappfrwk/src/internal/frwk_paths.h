@@ -31,5 +31,6 @@ inline constexpr char kResetFlag[] = "/m_data/usr_permanent/reset_flag";
 inline constexpr char kSubnetFolder[] = "/m_webui/usr/db/subnet";
 inline constexpr char kRebootReason[] = "/m_data/usr_permanent/reboot_reason";
 inline constexpr char kKernelCommandLine[] = "/proc/cmdline";
+inline constexpr char kNullDevice[] = "/dev/null";
 
 }  // namespace paths
