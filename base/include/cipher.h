@@ -4,8 +4,9 @@
  *
  * The key is the 32 bytes of "/etc/quor_product.key", which comes with the product's image and is the same
  * on all devices of a kind. Without that file it is "/m_data/usr_permanent/device.key", made of random bytes
- * at the first use; a warning then says that backups stay on this device. A key file that can't be read or
- * has another size is refused with a warning: it is neither mended nor passed over.
+ * at the first use, its folder too when that is missing; a warning then says that backups stay on this
+ * device. A key file that can't be read or has another size is refused with a warning: it is neither mended
+ * nor passed over.
  *
  * Every function may be called from any thread and reads the key file at each call. The first use of a
  * device may wait for the kernel to gather randomness. Each call asks the kernel for a random byte first;

@@ -5,6 +5,8 @@
 
 #include <cerrno>
 
+#include "owned_fd.h"
+
 namespace file_io {
 
 int open_for_reading(const char *path) {
@@ -51,6 +53,11 @@ bool write_all(int fd, const void *from, size_t size) {
         written += put > 0 ? static_cast<size_t>(put) : 0;
     }
     return true;
+}
+
+bool sync_folder(const char *path) {
+    const OwnedFd fd(open(path, O_RDONLY | O_CLOEXEC | O_DIRECTORY));
+    return fd && (fsync(fd.get()) == 0 || errno == EINVAL);
 }
 
 }  // namespace file_io

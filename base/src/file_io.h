@@ -25,4 +25,10 @@ bool read_up_to(int fd, void *to, size_t room, size_t *count);
 /* Writes all bytes; on failure any part of them may have been written. */
 bool write_all(int fd, const void *from, size_t size);
 
+/*
+ * Makes the names in a folder outlast a power cut. Some file systems keep them safe by themselves and refuse
+ * with EINVAL, which is no failure.
+ */
+bool sync_folder(const char *path);
+
 }  // namespace file_io

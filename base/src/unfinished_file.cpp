@@ -150,10 +150,8 @@ bool UnfinishedFile::become_target() {
     return true;
 }
 
-/* Some file systems keep names safe by themselves and refuse with EINVAL. */
 void UnfinishedFile::sync_folder() const {
-    const OwnedFd fd(open(folder_, O_RDONLY | O_CLOEXEC | O_DIRECTORY));
-    if (!fd || (fsync(fd.get()) != 0 && errno != EINVAL)) {
+    if (!file_io::sync_folder(folder_)) {
         OS_LOG(OS_LOG_WARNING, "can't sync the folder %s, errno=%d, cause: %s", folder_, os_log_errno,
                strerror(os_log_errno));  // NOLINT(concurrency-mt-unsafe)
     }

@@ -252,6 +252,15 @@ std::vector<Scenario> ciphers() {
             .prepared(remove_key_files)
             .verified([] { return key_file_bytes(kDeviceKeyPath).size() == 32 && opened(g_kept) == "data"; })
             .except({Call::unlink}, Waived::kFile, "what can't be removed stays until the next key is made"),
+        makes(
+            "the device's own key on a fresh device",
+            [] { return is_there(g_block = zn_encrypt_data("data", 4)); }, keep_text)
+            .prepared([] {
+                remove_key_files();
+                (void)rmdir(kPermanentFolder);
+            })
+            .verified([] { return key_file_bytes(kDeviceKeyPath).size() == 32 && opened(g_kept) == "data"; })
+            .except({Call::unlink}, Waived::kFile, "what can't be removed stays until the next key is made"),
     };
 }
 
@@ -308,7 +317,7 @@ TEST_F(BaseFaults, Ciphers) {
     g_other = text;
     run_scenarios({ciphers()[0], ciphers()[1]});
     os_mem_free(text);
-    run_scenarios({ciphers()[2]});
+    run_scenarios({ciphers()[2], ciphers()[3]});
 }
 
 TEST_F(BaseFaults, FileCiphers) {

@@ -25,6 +25,16 @@ void add_entry(const std::string &path, DiskImage *image) {
     }
 }
 
+/* Leaves the folder itself, on which a file system may be mounted. */
+void empty(const std::string &folder) {
+    if (!std::filesystem::exists(folder)) {
+        return;
+    }
+    for (const auto &entry : std::filesystem::directory_iterator(folder)) {
+        std::filesystem::remove_all(entry);
+    }
+}
+
 }  // namespace
 
 DiskImage read_disk(const std::vector<std::string> &folders) {
@@ -43,7 +53,10 @@ DiskImage read_disk(const std::vector<std::string> &folders) {
 
 void write_disk(const std::vector<std::string> &folders, const DiskImage &image) {
     for (const std::string &folder : folders) {
-        std::filesystem::remove_all(folder);
+        empty(folder);
+        if (image.names.count(folder) == 0) {
+            std::filesystem::remove(folder);
+        }
     }
     for (const auto &[path, entry] : image.names) {
         if (entry.is_folder) {

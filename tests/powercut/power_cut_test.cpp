@@ -185,6 +185,17 @@ PowerCut making_a_key() {
             read_key};
 }
 
+PowerCut making_a_key_on_a_fresh_device() {
+    return {"the device's own key and its folder",
+            {"/m_data"},
+            [] {
+                remove_key_files();
+                std::filesystem::remove_all(kPermanentFolder);
+            },
+            [] { g_sealed = seal(); },
+            read_key};
+}
+
 /* ---- Backup and restore --------------------------------------------------------------------------- */
 
 constexpr char kBackup[] = "/m_data/usr/exchange/backup.bin";
@@ -359,6 +370,7 @@ TEST_F(PowerCuts, LeaveAFileEncipheredOrNot) {
 
 TEST_F(PowerCuts, LeaveNoKeyOrAWholeOne) {
     check_power_cuts(making_a_key());
+    check_power_cuts(making_a_key_on_a_fresh_device());
 }
 
 TEST_F(PowerCuts, LeaveTheOldOrTheNewBackup) {

@@ -3,6 +3,9 @@
  */
 #include "device_key.h"
 
+#include <fcntl.h>
+#include <sys/stat.h>
+
 #include <cerrno>
 #include <cstring>
 
@@ -17,6 +20,9 @@ namespace device_key {
 namespace {
 
 constexpr char kProductKey[] = "/etc/quor_product.key";
+constexpr char kUserPartition[] = "/m_data";
+constexpr char kFolder[] = "/m_data/usr_permanent";
+constexpr mode_t kFolderMode = 0755;
 constexpr char kDeviceKey[] = "/m_data/usr_permanent/device.key";
 constexpr char kKind[] = "device.key"; /* what the name of an unfinished key file begins with */
 
@@ -62,6 +68,20 @@ KeyFile read_key(const char *path, Key *key) {
     return KeyFile::kTaken;
 }
 
+/*
+ * A fresh device may come without the folder. Where it can't be made, neither can the key file, which says
+ * so. Its rights don't depend on the module's umask, since other modules keep their files there.
+ */
+void make_folder() {
+    if (mkdir(kFolder, kFolderMode) != 0) {
+        return;
+    }
+    const OwnedFd folder(open(kFolder, O_RDONLY | O_CLOEXEC | O_DIRECTORY));
+    if (!folder || fchmod(folder.get(), kFolderMode) != 0 || !file_io::sync_folder(kUserPartition)) {
+        warn(__func__, "finish the new folder", kFolder);
+    }
+}
+
 /* Gives the finished file its name, unless another process was first. */
 bool publish(UnfinishedFile *file) {
     if (file->become_target()) {
@@ -80,6 +100,7 @@ bool publish(UnfinishedFile *file) {
 bool make_key_file() {
     Key key;
     randombytes_buf(key.bytes, kKeySize);
+    make_folder();
     UnfinishedFile file(kDeviceKey, kKind);
     const bool made = file && file_io::write_all(file.fd(), key.bytes, kKeySize) && publish(&file);
     if (!made) {

@@ -243,12 +243,65 @@ TEST_F(DeviceKey, ASignalWhileRandomBytesAreGatheredIsNoLackOfThem) {
     EXPECT_EQ(3u, doubles::files::getrandom.calls());
 }
 
-TEST_F(DeviceKey, WithoutTheFolderNoKeyIsMade) {
-    ASSERT_EQ(0, rmdir(kPermanentFolder));
+/* A device whose folder of permanent files is missing, until the end of the scope. */
+class FreshDevice {
+  public:
+    FreshDevice() { EXPECT_EQ(0, rmdir(kPermanentFolder)); }
+    ~FreshDevice() { (void)mkdir(kPermanentFolder, 0755); }
+    FreshDevice(const FreshDevice &) = delete;
+    FreshDevice &operator=(const FreshDevice &) = delete;
+};
+
+mode_t mode_of(const char *path) {
+    struct stat info = {};
+    EXPECT_EQ(0, stat(path, &info)) << path;
+    return info.st_mode & 07777u;
+}
+
+TEST_F(DeviceKey, AMissingFolderIsMadeWhateverTheUmask) {
+    for (const mode_t mask : {0u, 077u}) {
+        const FreshDevice device;
+        const mode_t before = umask(mask);
+        EXPECT_TRUE(derived());
+        umask(before);
+
+        EXPECT_EQ(0755u, mode_of(kPermanentFolder));
+        EXPECT_EQ(0600u, mode_of(kDeviceKeyPath));
+        remove_key_files();
+    }
+}
+
+TEST_F(DeviceKey, AFolderThatIsThereKeepsItsRights) {
+    ASSERT_EQ(0, chmod(kPermanentFolder, 0711));
+    EXPECT_TRUE(derived());
+    EXPECT_EQ(0711u, mode_of(kPermanentFolder));
+    ASSERT_EQ(0, chmod(kPermanentFolder, 0755));
+}
+
+TEST_F(DeviceKey, WhereTheFolderCannotBeMadeThereIsNoKey) {
+    const FreshDevice device;
+    doubles::libc::mkdir.stand_in([](const char *, mode_t) {
+        errno = EROFS;
+        return -1;
+    });
     EXPECT_FALSE(derived());
     EXPECT_EQ(1u, log().count("can't make the key file /m_data/usr_permanent/device.key, errno=2"))
         << log().text();
-    ASSERT_EQ(0, mkdir(kPermanentFolder, 0755));
+    doubles::libc::mkdir.restore();
+}
+
+TEST_F(DeviceKey, ANewFolderThatCannotBeSyncedIsAWarning) {
+    const FreshDevice device;
+    doubles::libc::fsync.stand_in([](int fd) {
+        if (doubles::libc::fsync.calls() > 1) {
+            return doubles::libc::fsync.real(fd);
+        }
+        errno = EIO;
+        return -1;
+    });
+    EXPECT_TRUE(derived());
+    EXPECT_EQ(1u, log().count("can't finish the new folder /m_data/usr_permanent, errno=5")) << log().text();
+    remove_key_files();
 }
 
 /* A step of the making that fails leaves nothing behind, and the next call makes the key. */
