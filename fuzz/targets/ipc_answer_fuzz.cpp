@@ -21,6 +21,7 @@ namespace {
 constexpr uint32_t kBufferMax = 2048;
 constexpr size_t kAnswerMax = 65536;
 constexpr int32_t kUntouched = 0x5A5A5A5A;
+constexpr char kUntouchedByte = 'u';
 constexpr int32_t kMessage = 9001;
 
 int g_sender_end = -1;
@@ -42,6 +43,18 @@ apps_err_e_type expected(std::string_view answer, uint32_t rsp_size) {
     return header.result == E_APPS_ERR_TIMEOUT ? E_APPS_ERR_TIMEOUT : E_APPS_ERR_SUCCESS;
 }
 
+bool untouched_from(const std::vector<char> &rsp, size_t begin) {
+    return std::all_of(rsp.begin() + static_cast<ptrdiff_t>(begin), rsp.end(),
+                       [](char byte) { return byte == kUntouchedByte; });
+}
+
+/* How much of a failed answer may be in the sender's buffer: a large one goes straight there. */
+size_t left_by_failure(std::string_view answer, uint32_t rsp_size) {
+    frwk_ipc_rsp_header header;
+    const bool cut_in_data = answer.size() > sizeof(header) && expected(answer, rsp_size) == E_APPS_ERR_READ;
+    return cut_in_data && rsp_size > kIpcFixedBuffer ? answer.size() - sizeof(header) : 0;
+}
+
 /* Checks what a request that was answered left in the sender's variables. */
 void check_delivered(std::string_view answer, const std::vector<char> &rsp, int32_t result) {
     frwk_ipc_rsp_header header;
@@ -49,8 +62,7 @@ void check_delivered(std::string_view answer, const std::vector<char> &rsp, int3
     FUZZ_CHECK(result == header.result);
     const size_t length = header.rsp_len > 0 ? static_cast<size_t>(header.rsp_len) : 0;
     FUZZ_CHECK(length == 0 || std::memcmp(rsp.data(), answer.data() + sizeof(header), length) == 0);
-    FUZZ_CHECK(std::all_of(rsp.begin() + static_cast<ptrdiff_t>(length), rsp.end(),
-                           [](char byte) { return byte == 0; }));
+    FUZZ_CHECK(untouched_from(rsp, length));
 }
 
 /* Checks that the peer got the request that was to be sent. */
@@ -75,7 +87,7 @@ extern "C" int __wrap_connect(int fd, const sockaddr *, socklen_t) {
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     FuzzInput input(data, size);
-    std::vector<char> rsp(input.number(kBufferMax));
+    std::vector<char> rsp(input.number(kBufferMax), kUntouchedByte);
     const std::vector<char> request(input.number(kBufferMax), 'q');
     const std::string_view answer = input.take(kAnswerMax);
     reset_process_state(E_APPS_MODULE_MONITOR, nullptr);
@@ -99,6 +111,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
         check_delivered(answer, rsp, result);
     } else {
         FUZZ_CHECK(result == kUntouched);
+        FUZZ_CHECK(untouched_from(rsp, left_by_failure(answer, rsp_size)));
     }
     check_request(peer.get(), request, rsp_size);
     return 0;

@@ -20,7 +20,6 @@ int __real_setsockopt(int, int, int, const void *, socklen_t);
 int __real_getsockopt(int, int, int, void *, socklen_t *);
 int __real_poll(pollfd *, nfds_t, int);
 ssize_t __real_recv(int, void *, size_t, int);
-ssize_t __real_recvmsg(int, msghdr *, int);
 ssize_t __real_sendmsg(int, const msghdr *, int);
 int __real_sched_yield();
 ssize_t __real_send(int, const void *, size_t, int);
@@ -96,7 +95,6 @@ Double<int(int, int, int, const void *, socklen_t)> setsockopt(__real_setsockopt
 Double<int(int, int, int, void *, socklen_t *)> getsockopt(__real_getsockopt);
 Double<int(pollfd *, nfds_t, int)> poll(__real_poll);
 Double<ssize_t(int, void *, size_t, int)> recv(__real_recv);
-Double<ssize_t(int, msghdr *, int)> recvmsg(__real_recvmsg);
 Double<ssize_t(int, const msghdr *, int)> sendmsg(__real_sendmsg);
 Double<int()> sched_yield(__real_sched_yield);
 Double<ssize_t(int, const void *, size_t, int)> send(__real_send);
@@ -177,9 +175,6 @@ int __wrap_poll(pollfd *a, nfds_t b, int c) {
     return doubles::libc::poll(a, b, c);
 }
 
-ssize_t __wrap_recvmsg(int a, msghdr *b, int c) {
-    return doubles::libc::recvmsg(a, b, c);
-}
 ssize_t __wrap_sendmsg(int a, const msghdr *b, int c) {
     return doubles::libc::sendmsg(a, b, c);
 }

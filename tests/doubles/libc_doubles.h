@@ -32,7 +32,6 @@ extern Double<int(int, int, int, const void *, socklen_t)> setsockopt;
 extern Double<int(int, int, int, void *, socklen_t *)> getsockopt;
 extern Double<int(pollfd *, nfds_t, int)> poll;
 extern Double<ssize_t(int, void *, size_t, int)> recv;
-extern Double<ssize_t(int, msghdr *, int)> recvmsg;
 extern Double<ssize_t(int, const void *, size_t, int)> send;
 extern Double<ssize_t(int, const msghdr *, int)> sendmsg;
 extern Double<int()> sched_yield;

@@ -65,11 +65,6 @@ QUOR_IN_FRONT(ssize_t, recv, (int fd, void *to, size_t size, int flags)) {
     return transfer(Call::recv, size, [=](size_t part) { return real(fd, to, part, flags); });
 }
 
-QUOR_IN_FRONT(ssize_t, recvmsg, (int fd, msghdr *message, int flags)) {
-    QUOR_REAL(ssize_t, recvmsg, (int, msghdr *, int));
-    return transfer_message(Call::recvmsg, message, [=](msghdr *given) { return real(fd, given, flags); });
-}
-
 QUOR_IN_FRONT(ssize_t, sendmsg, (int fd, const msghdr *message, int flags)) {
     QUOR_REAL(ssize_t, sendmsg, (int, const msghdr *, int));
     msghdr own = *message;

@@ -139,9 +139,9 @@ void frwk_set_module_status(uint32_t status);
  *
  * req, req_len: the body and its bytes; null and 0 for none.
  *
- * rsp, rsp_size: receives the answer, and its bytes; null and 0 for none. What the answer leaves of it is
- * unchanged, unless the receiver sends more than it announces: that much is cleared. Its content is undefined
- * when the call fails.
+ * rsp, rsp_size: receives the answer, and its bytes; null and 0 for none. What the answer doesn't fill is
+ * unchanged, and so is all of it when the call fails, with one exception: an answer for which there is room
+ * for more than 1,024 bytes, and that breaks off midway, may leave a part of itself.
  *
  * result: receives the handler's result when the call returns 0 or 2, or is left alone; may be null. A
  * request of the module to itself calls the handler on this thread and returns 0.

@@ -7,7 +7,6 @@
 #include <sys/types.h>
 #include <sys/uio.h>
 
-#include <algorithm>
 #include <cstddef>
 #include <functional>
 #include <vector>
@@ -19,21 +18,9 @@ namespace io_faults {
 using Transfer = std::function<ssize_t(int fd, void *buf, size_t size)>;
 using Output = std::function<ssize_t(int fd, const void *buf, size_t size)>;
 
-/* Hands out bytes to the parts of a message, as recvmsg does. */
-inline void scatter(const std::vector<unsigned char> &bytes, size_t count, const msghdr &message) {
-    size_t done = 0;
-    for (size_t i = 0; i < message.msg_iovlen && done < count; ++i) {
-        const iovec &part = message.msg_iov[i];
-        const size_t size = std::min(part.iov_len, count - done);
-        std::copy_n(bytes.begin() + static_cast<std::ptrdiff_t>(done), size,
-                    static_cast<unsigned char *>(part.iov_base));
-        done += size;
-    }
-}
-
 /*
- * Answers every read of the library. act: gets the real transfer first, then the arguments. read, recv and
- * recvmsg all go there, the last with a buffer for all of its parts.
+ * Answers every read of the library. act: gets the real transfer first, then the arguments. read and recv go
+ * there.
  */
 inline void on_read(const std::function<ssize_t(const Transfer &real, int fd, void *buf, size_t size)> &act) {
     doubles::libc::recv.stand_in([act](int fd, void *buf, size_t size, int flags) {
@@ -41,19 +28,6 @@ inline void on_read(const std::function<ssize_t(const Transfer &real, int fd, vo
             return doubles::libc::recv.real(its_fd, its_buf, its_size, flags);
         };
         return act(real, fd, buf, size);
-    });
-    doubles::libc::recvmsg.stand_in([act](int fd, msghdr *message, int flags) {
-        const Transfer real = [flags](int its_fd, void *its_buf, size_t its_size) {
-            return doubles::libc::recv.real(its_fd, its_buf, its_size, flags);
-        };
-        size_t size = 0;
-        for (size_t i = 0; i < message->msg_iovlen; ++i) {
-            size += message->msg_iov[i].iov_len;
-        }
-        std::vector<unsigned char> bytes(size);
-        const ssize_t count = act(real, fd, bytes.data(), size);
-        scatter(bytes, count > 0 ? static_cast<size_t>(count) : 0, *message);
-        return count;
     });
     doubles::libc::read.stand_in([act](int fd, void *buf, size_t size) {
         const Transfer real = [](int its_fd, void *its_buf, size_t its_size) {
@@ -98,7 +72,7 @@ inline void on_write(
 }
 
 inline unsigned reads() {
-    return doubles::libc::recv.calls() + doubles::libc::recvmsg.calls() + doubles::libc::read.calls();
+    return doubles::libc::recv.calls() + doubles::libc::read.calls();
 }
 inline unsigned writes() {
     return doubles::libc::send.calls() + doubles::libc::sendmsg.calls() + doubles::libc::write.calls();

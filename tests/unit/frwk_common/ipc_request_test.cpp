@@ -12,7 +12,23 @@ namespace libc = doubles::libc;
 
 namespace {
 
-class IpcSyncTest : public IpcRequestTest {};
+class IpcSyncTest : public IpcRequestTest {
+  protected:
+    /* Asks with room for so many bytes, which hold a pattern before, and a peer with this answer. */
+    apps_err_e_type ask_for(uint32_t room, const Bytes &answer) {
+        const AnsweringPeer wlan("wlan", answer);
+        rsp_ = pattern(room);
+        return ask();
+    }
+};
+
+/* Room for answers around the size up to which they are taken whole. */
+constexpr uint32_t kRooms[] = {1, 8, 1015, 1016, 1017, 1023, 1024, 1025, 5000};
+constexpr uint32_t kSmallRoom = 1024;
+
+Bytes answer_of(uint32_t result, uint32_t length, const Bytes &data) {
+    return words({result, length}) + data;
+}
 
 }  // namespace
 
@@ -199,11 +215,73 @@ TEST_F(IpcSyncTest, ReportsAnswerDataThatIsCutShort) {
     EXPECT_EQ(result_, kUntouched);
 }
 
+TEST_F(IpcSyncTest, LeavesTheBufferAloneWhenASmallAnswerIsCutShort) {
+    for (const uint32_t room : kRooms) {
+        if (room <= kSmallRoom) {
+            EXPECT_EQ(ask_for(room, answer_of(0, room, Bytes(room - 1, 0xEE))), 19) << room;
+            EXPECT_EQ(rsp_, pattern(room));
+        }
+    }
+}
+
+TEST_F(IpcSyncTest, LeavesTheBufferAloneWhenTheAnswerIsCutInItsHeader) {
+    for (const uint32_t room : kRooms) {
+        EXPECT_EQ(ask_for(room, Bytes(7, 0xEE)), 19) << room;
+        EXPECT_EQ(rsp_, pattern(room));
+    }
+}
+
+TEST_F(IpcSyncTest, ALargeAnswerThatIsCutShortLeavesAtMostItsOwnBytes) {
+    EXPECT_EQ(ask_for(2000, answer_of(0, 1500, Bytes(1000, 0xEE))), 19);
+    EXPECT_EQ(slice(rsp_, 1000, 1000), slice(pattern(2000), 1000, 1000));
+}
+
 TEST_F(IpcSyncTest, RefusesAnAnswerThatDoesNotFit) {
     const AnsweringPeer wlan("wlan", words({0, 9, 1, 2, 3}));
     EXPECT_EQ(ask(), 9);
     EXPECT_TRUE(logged_once(log_, kWarningLevel, "ipc recv rsp buffer not big enough!"));
     EXPECT_EQ(result_, kUntouched);
+}
+
+TEST_F(IpcSyncTest, LeavesTheBufferAloneWhenTheAnswerDoesNotFit) {
+    for (const uint32_t room : kRooms) {
+        EXPECT_EQ(ask_for(room, answer_of(0, room + 1, Bytes(room + 1, 0xEE))), 9) << room;
+        EXPECT_EQ(rsp_, pattern(room));
+    }
+}
+
+TEST_F(IpcSyncTest, KeepsWhatFollowsTheAnswerOutOfTheBuffer) {
+    for (const uint32_t room : kRooms) {
+        EXPECT_EQ(ask_for(room, answer_of(6, 1, Bytes(size_t{2} * room, 0xEE))), 0) << room;
+        EXPECT_EQ(rsp_, Bytes(1, 0xEE) + slice(pattern(room), 1, room)) << room;
+        EXPECT_EQ(ask_for(room, answer_of(6, 0, Bytes(room, 0xEE))), 0) << room;
+        EXPECT_EQ(rsp_, pattern(room));
+        EXPECT_EQ(ask_for(room, answer_of(6, 0xFFFFFFFF, Bytes(room, 0xEE))), 0) << room;
+        EXPECT_EQ(rsp_, pattern(room));
+    }
+}
+
+TEST_F(IpcSyncTest, TakesAnAnswerThatFillsItsBuffer) {
+    for (const uint32_t room : kRooms) {
+        EXPECT_EQ(ask_for(room, answer_of(6, room, Bytes(room, 0xEE))), 0) << room;
+        EXPECT_EQ(rsp_, Bytes(room, 0xEE));
+    }
+}
+
+/* The peer has answered and closed before the first read. */
+TEST_F(IpcSyncTest, ReadsASmallAnswerAtOnceAndALargeOneBehindItsHeader) {
+    for (const uint32_t room : kRooms) {
+        libc::recv.restore();
+        AnsweringPeer wlan("wlan", answer_of(0, room, Bytes(room, 0xEE)));
+        libc::recv.forget_calls();
+        libc::recv.stand_in([&wlan](int fd, void *buf, size_t size, int flags) {
+            (void)wlan.request();
+            return libc::recv.real(fd, buf, size, flags);
+        });
+        rsp_.assign(room, 0);
+        EXPECT_EQ(ask(), 0) << room;
+        EXPECT_EQ(libc::recv.calls(), room <= kSmallRoom ? 1u : 2u) << room;
+    }
 }
 
 TEST_F(IpcSyncTest, RefusesAnAnswerThatIsNotWanted) {

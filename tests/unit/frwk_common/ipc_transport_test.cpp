@@ -294,61 +294,6 @@ TEST_F(IpcRecvTest, TakesWhatHasArrivedBehindTheLeast) {
     EXPECT_EQ(io_faults::reads(), 2u);
 }
 
-TEST_F(IpcRecvTest, ReadsAHeadAndWhatFollowsAtOnce) {
-    write_bytes(pair_.test(), pattern(30));
-    Bytes head(8);
-    Bytes rest(40);
-    EXPECT_EQ(frwk_ipc_recv_parts(pair_.subject(), head.data(), 8, rest.data(), 40), 30);
-    EXPECT_EQ(head, slice(pattern(30), 0, 8));
-    EXPECT_EQ(slice(rest, 0, 22), slice(pattern(30), 8, 22));
-    EXPECT_EQ(io_faults::reads(), 1u);
-}
-
-TEST_F(IpcRecvTest, PutsAHeadThatComesInPiecesTogether) {
-    write_bytes(pair_.test(), pattern(30));
-    io_faults::on_read([](const io_faults::Transfer &real, int fd, void *buf, size_t size) {
-        return real(fd, buf, std::min<size_t>(size, 5));
-    });
-    Bytes head(8);
-    Bytes rest(40);
-    EXPECT_EQ(frwk_ipc_recv_parts(pair_.subject(), head.data(), 8, rest.data(), 40), 10);
-    EXPECT_EQ(head, slice(pattern(30), 0, 8));
-    EXPECT_EQ(slice(rest, 0, 2), slice(pattern(30), 8, 2));
-}
-
-TEST_F(IpcRecvTest, ReadsAHeadAloneWhenNothingElseIsWanted) {
-    write_bytes(pair_.test(), pattern(30));
-    Bytes head(8);
-    EXPECT_EQ(frwk_ipc_recv_parts(pair_.subject(), head.data(), 8, nullptr, 0), 8);
-    EXPECT_EQ(head, slice(pattern(30), 0, 8));
-}
-
-/* The kernel may refuse an address beyond the process even for a part of no bytes. */
-TEST_F(IpcRecvTest, ReadsAHeadAloneWhereverTheRestWouldBe) {
-    write_bytes(pair_.test(), pattern(30));
-    Bytes head(8);
-    auto *nowhere = reinterpret_cast<void *>(UINTPTR_MAX);
-    EXPECT_EQ(frwk_ipc_recv_parts(pair_.subject(), head.data(), 8, nowhere, 0), 8);
-    EXPECT_EQ(head, slice(pattern(30), 0, 8));
-}
-
-TEST_F(IpcRecvTest, ReadsARestOfOneByteWithItsHead) {
-    write_bytes(pair_.test(), pattern(9));
-    Bytes head(8);
-    Bytes rest(1);
-    EXPECT_EQ(frwk_ipc_recv_parts(pair_.subject(), head.data(), 8, rest.data(), 1), 9);
-    EXPECT_EQ(head + rest, pattern(9));
-}
-
-TEST_F(IpcRecvTest, HasAShortHeadWhenThePeerCloses) {
-    write_bytes(pair_.test(), pattern(5));
-    pair_.close_test();
-    Bytes head(8);
-    Bytes rest(40);
-    EXPECT_EQ(frwk_ipc_recv_parts(pair_.subject(), head.data(), 8, rest.data(), 40), 5);
-    EXPECT_EQ(log_.count("socket recv size error! errno="), 1u) << log_.text();
-}
-
 /* ---- Writing --------------------------------------------------------------------------------------- */
 
 TEST_F(IpcSendTest, WritesAllBytes) {

@@ -5,7 +5,7 @@
  * it would take as long as half its way; the block that the copy would fill is taken all the same, untouched:
  * a module's memory limits hold for what it sends.
  */
-#include <algorithm>
+#include <cstddef>
 #include <cstring>
 #include <optional>
 #include <utility>
@@ -125,36 +125,43 @@ bool receive_rest(int fd, void *buf, uint32_t received, uint32_t len) {
            static_cast<int32_t>(missing);
 }
 
-/* What a peer sends beyond the len bytes that it announces is no answer. */
-void clear_surplus(void *rsp, uint32_t len, uint32_t received) {
-    if (received > len) {
-        std::fill_n(static_cast<char *>(rsp) + len, received - len, '\0');
-    }
-}
+/* An answer that fits in here is whole before the caller's buffer sees any of it. */
+struct SmallAnswer {
+    frwk_ipc_rsp_header header;
+    unsigned char data[kIpcFixedBuffer];
+};
 
-/* Reads the answer into the caller's buffer. Returns 0 with the handler's result, or the result of the send.
+static_assert(offsetof(SmallAnswer, data) == sizeof(frwk_ipc_rsp_header));
+
+/*
+ * Reads the answer into the caller's buffer: a small one by way of a buffer of this call, in one read as a
+ * rule; a larger one straight to its place once its header is checked. Returns 0 with the handler's result,
+ * or the result of the send.
  */
 apps_err_e_type receive_answer(int fd, void *rsp, uint32_t rsp_size, int32_t *handler_result) {
-    frwk_ipc_rsp_header header = {};
-    constexpr int32_t kHeadSize = sizeof(header);
-    const int32_t count = frwk_ipc_recv_parts(fd, &header, sizeof(header), rsp, rsp_size);
-    if (count < kHeadSize) {
+    SmallAnswer answer;
+    constexpr uint32_t kHeadSize = sizeof(answer.header);
+    const bool small = rsp_size <= sizeof(answer.data);
+    const int32_t count = frwk_ipc_recv_some(fd, &answer, kHeadSize, kHeadSize + (small ? rsp_size : 0), 0);
+    if (count < static_cast<int32_t>(kHeadSize)) {
         FRWK_WARN_AS(kSync, "ipc recv rsp header failed!");
         return E_APPS_ERR_READ;
     }
 
-    const auto received = static_cast<uint32_t>(count - kHeadSize);
-    const uint32_t len = header.rsp_len > 0 ? static_cast<uint32_t>(header.rsp_len) : 0;
-    clear_surplus(rsp, len <= rsp_size ? len : 0, received);
+    const uint32_t received = static_cast<uint32_t>(count) - kHeadSize;
+    const uint32_t len = answer.header.rsp_len > 0 ? static_cast<uint32_t>(answer.header.rsp_len) : 0;
     if (len > rsp_size) {
         FRWK_WARN_AS(kSync, "ipc recv rsp buffer not big enough!");
         return E_APPS_ERR_OUTOFBUF;
     }
-    if (!receive_rest(fd, rsp, received, len)) {
+    if (!receive_rest(fd, small ? answer.data : rsp, received, len)) {
         FRWK_WARN_AS(kSync, "ipc recv rsp data failed!");
         return E_APPS_ERR_READ;
     }
-    *handler_result = header.result;
+    if (small && len > 0) {
+        std::memcpy(rsp, answer.data, len);
+    }
+    *handler_result = answer.header.result;
     return E_APPS_ERR_SUCCESS;
 }
 

@@ -243,16 +243,6 @@ int32_t frwk_ipc_recv_some(int fd, void *buf, uint32_t least, uint32_t most, int
     });
 }
 
-int32_t frwk_ipc_recv_parts(int fd, void *head, uint32_t head_size, void *rest, uint32_t rest_size) {
-    return read_at_least(fd, head_size, 0, [=](uint32_t total, int flags) {
-        iovec parts[2] = {{static_cast<char *>(head) + total, head_size - total}, {rest, rest_size}};
-        msghdr message = {};
-        message.msg_iov = parts;
-        message.msg_iovlen = rest_size > 0 ? 2 : 1;
-        return ::recvmsg(fd, &message, flags);
-    });
-}
-
 int32_t frwk_ipc_send(int fd, const void *buf, uint32_t size) {
     return write_whole(size, [fd, buf](uint32_t total, uint32_t left) {
         return ::send(fd, static_cast<const char *>(buf) + total, left, MSG_NOSIGNAL);

@@ -31,13 +31,6 @@ int32_t frwk_ipc_recv(int fd, void *buf, uint32_t size, int32_t timeout);
  */
 int32_t frwk_ipc_recv_some(int fd, void *buf, uint32_t least, uint32_t most, int32_t timeout);
 
-/*
- * Reads the whole head and, with it, what has arrived behind it, without a limit.
- * rest, rest_size: receives the bytes behind the head; with a size of 0 none, and rest may be anything.
- * Returns the bytes read, those of the head included; fewer than head_size as frwk_ipc_recv.
- */
-int32_t frwk_ipc_recv_parts(int fd, void *head, uint32_t head_size, void *rest, uint32_t rest_size);
-
 /* Writes exactly size bytes to a blocking descriptor. Returns size, or fewer when the peer is gone. */
 int32_t frwk_ipc_send(int fd, const void *buf, uint32_t size);
 
