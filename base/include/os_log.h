@@ -4,11 +4,11 @@
  * Modules write with the OS_LOG macros, which add file, function and line, keep errno, and evaluate and
  * format their arguments only when a channel takes the message (OS_LOG once for each channel that does).
  * One message is one line: a line end at its end is dropped, any other control character is spelt out
- * ("\n", "\r", "\x1b"), and what is too long ends in "...". Identical lines that follow each other are
- * folded into a count of all repeats so far, "last message repeated 10 times", which is shown at 10, 100,
- * 1000 and so on, when another line comes, at the first repeat after a minute without a sign of it, and when
- * the process ends by exit.
- * Every function and macro may be used from any thread.
+ * ("\n", "\r", "\x1b"), and what is too long ends in "...". Of identical lines that follow each other, ten
+ * are written within any second; the eleventh and those after it are folded into a count of the repeats since
+ * the last that was written, "last message repeated 10 times", which is shown at 10, 100, 1000 and so on,
+ * when a line is written again, at the first repeat after a minute without a sign of it, and when the process
+ * ends by exit. Every function and macro may be used from any thread.
  */
 #ifndef QUOR_OS_LOG_H
 #define QUOR_OS_LOG_H

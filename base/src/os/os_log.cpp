@@ -32,8 +32,15 @@ constexpr size_t kTextMax = 2048;
 constexpr size_t kNameMax = 63;
 constexpr long kNanosPerMilli = 1000L * 1000L;
 
+constexpr int64_t kNanosPerSecond = 1000 * 1000 * 1000;
+
+/* Identical lines are a storm from the eleventh in a second on. */
+constexpr size_t kShownInASecond = 10;
+
 /* However often a line comes, its count shows after this time at the latest. */
-constexpr time_t kCountAfterSeconds = 60;
+constexpr int64_t kCountAfter = 60 * kNanosPerSecond;
+
+constexpr int64_t kLongAgo = INT64_MIN / 2;
 
 /* System log facilities in the order of the module table's numbers, the first for all other numbers. */
 constexpr int kFacilities[] = {
@@ -53,14 +60,16 @@ class ErrnoKeeper {
     const int kept_;
 };
 
-/* A way out for lines, and what it takes to fold identical lines that follow each other. */
+/* A way out for lines, and what it takes to fold a storm of identical lines. */
 struct Channel {
     void (*write)(int level, const LogText &body);
     LogText last;
     int last_level;
-    long repeats; /* of the last line */
-    long counted; /* how many of them the channel has told of */
-    time_t written_at;
+    int64_t came_at[kShownInASecond]; /* when the last line came the last ten times */
+    size_t earliest;                  /* of came_at */
+    long repeats;                     /* of the last line since it was written */
+    long counted;                     /* how many of them the channel has told of */
+    int64_t written_at;
     pid_t counted_by; /* the process that counted the last repeat */
 };
 
@@ -112,18 +121,19 @@ void write_system(int level, const LogText &body) {
     syslog(std::clamp(level, LOG_EMERG, LOG_DEBUG), "%s", body.text());
 }
 
-Channel g_debug_channel = {write_debug, {}, 0, 0, 0, 0, 0};
-Channel g_system_channel = {write_system, {}, 0, 0, 0, 0, 0};
+Channel g_debug_channel = {write_debug, {}, 0, {}, 0, 0, 0, 0, 0};
+Channel g_system_channel = {write_system, {}, 0, {}, 0, 0, 0, 0, 0};
 
-time_t monotonic_seconds() {
+int64_t monotonic_nanos() {
     timespec now{};
     clock_gettime(CLOCK_MONOTONIC, &now);
-    return now.tv_sec;
+    return now.tv_sec * kNanosPerSecond + now.tv_nsec;
 }
 
-/* Tells of the repeats that the channel has not shown. */
+/* Tells of the repeats that the channel has not shown. A forked child leaves those of its parent to the
+ * parent. */
 void write_count(Channel *channel) {
-    if (channel->repeats == channel->counted) {
+    if (channel->repeats == channel->counted || channel->counted_by != getpid()) {
         return;
     }
     LogText &line = g_log.count;
@@ -142,38 +152,68 @@ bool is_power_of_ten(long number) {
     return number == 1;
 }
 
-/* A line that comes for ever stays visible: at 10, 100, 1000 repeats, and when the last sign of it is old. */
-void fold(Channel *channel, time_t now) {
+void count_repeat(Channel *channel) {
+    const pid_t self = getpid();
+    if (channel->counted_by != self) {
+        channel->counted_by = self;
+        channel->repeats = 0;
+        channel->counted = 0;
+    }
     ++channel->repeats;
-    channel->counted_by = getpid();
+}
+
+/* A storm that goes on stays visible: at 10, 100, 1000 repeats, and when the last sign of it is old. */
+void fold(Channel *channel, int64_t now) {
+    count_repeat(channel);
     const bool is_round = channel->repeats > 1 && is_power_of_ten(channel->repeats);
-    if (is_round || now - channel->written_at >= kCountAfterSeconds) {
+    if (is_round || now - channel->written_at >= kCountAfter) {
         write_count(channel);
         channel->written_at = now;
     }
 }
 
+/* Notes that the last line comes once more. Returns whether it has come often enough within the last second.
+ */
+bool is_storm(Channel *channel, int64_t now) {
+    int64_t &earliest = channel->came_at[channel->earliest];
+    const bool is_storm = now - earliest < kNanosPerSecond;
+    earliest = now;
+    channel->earliest = (channel->earliest + 1) % kShownInASecond;
+    return is_storm;
+}
+
+/* Tells of what was folded, and counts afresh. */
+void end_folding(Channel *channel) {
+    write_count(channel);
+    channel->repeats = 0;
+    channel->counted = 0;
+}
+
+void begin_line(Channel *channel, int level, const LogText &body) {
+    end_folding(channel);
+    channel->last = body;
+    channel->last_level = level;
+    std::fill(std::begin(channel->came_at), std::end(channel->came_at), kLongAgo);
+}
+
 void put(Channel *channel, int level, const LogText &body) {
-    const time_t now = monotonic_seconds();
-    if (level == channel->last_level && body.equals(channel->last)) {
+    const int64_t now = monotonic_nanos();
+    if (level != channel->last_level || !body.equals(channel->last)) {
+        begin_line(channel, level, body);
+    }
+    if (is_storm(channel, now)) {
         fold(channel, now);
         return;
     }
-    write_count(channel);
-    channel->last = body;
-    channel->last_level = level;
-    channel->repeats = 0;
-    channel->counted = 0;
+    end_folding(channel);
     channel->written_at = now;
     channel->write(level, body);
 }
 
 /* Lets the next line through, whatever came before. */
 void forget_last(Channel *channel) {
-    write_count(channel);
+    end_folding(channel);
     channel->last.clear();
-    channel->repeats = 0;
-    channel->counted = 0;
 }
 
 void drop_line_ends(char *text) {
@@ -227,13 +267,6 @@ __attribute__((constructor)) void read_environment_at_load() {
     read_environment();
 }
 
-/* A child that was forked ends with its parent's counts, which are not its own. */
-void tell_last_count(Channel *channel) {
-    if (channel->counted_by == getpid()) {
-        write_count(channel);
-    }
-}
-
 /*
  * Repeats that were not counted yet would be lost with the process. Everything here outlives the destructors.
  * A thread that is killed in the middle of a line keeps the lock, and so there is no waiting for it.
@@ -241,8 +274,8 @@ void tell_last_count(Channel *channel) {
 __attribute__((destructor)) void tell_last_counts_at_exit() {
     const std::unique_lock<std::mutex> lock(g_log.mutex, std::try_to_lock);
     if (lock.owns_lock()) {
-        tell_last_count(&g_debug_channel);
-        tell_last_count(&g_system_channel);
+        write_count(&g_debug_channel);
+        write_count(&g_system_channel);
     }
 }
 

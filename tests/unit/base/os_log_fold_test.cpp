@@ -1,14 +1,20 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <chrono>
 #include <cstdlib>
-#include <ctime>
 #include <thread>
 
 #include "os_log.h"
 #include "unit/base/log_channels_fixture.h"
 
 namespace {
+
+using namespace std::chrono_literals;
+using Texts = std::vector<std::string>;
+
+constexpr int kShown = 10;
 
 class OsLogFold : public LogChannelsTest {
   protected:
@@ -18,14 +24,15 @@ class OsLogFold : public LogChannelsTest {
             if (clock != CLOCK_MONOTONIC) {
                 return doubles::libc::clock_gettime.real(clock, now);
             }
-            *now = {now_, 0};
+            *now = {static_cast<time_t>(now_.count() / 1000),
+                    static_cast<long>(now_.count() % 1000) * 1000000};
             return 0;
         });
     }
 
     /* What the system log was handed, without file, function and line. */
-    std::vector<std::string> texts() const {
-        std::vector<std::string> found;
+    Texts texts() const {
+        Texts found;
         for (const SystemMessage &message : system_messages()) {
             const std::string mark = "f f:1 ";
             found.push_back(message.second.rfind(mark, 0) == 0 ? message.second.substr(mark.size())
@@ -40,102 +47,160 @@ class OsLogFold : public LogChannelsTest {
         }
     }
 
-    time_t now_ = 1000;
+    Texts texts_after(size_t count) const {
+        const Texts all = texts();
+        return Texts(all.begin() + static_cast<long>(count), all.end());
+    }
+
+    void after(std::chrono::milliseconds time) { now_ += time; }
+
+  private:
+    std::chrono::milliseconds now_{1000000};
 };
 
-using Texts = std::vector<std::string>;
+/* A line that was written as often as it is within a second, and what came afterwards. */
+Texts ten_times(const char *text, const Texts &afterwards = {}) {
+    Texts all(kShown, text);
+    all.insert(all.end(), afterwards.begin(), afterwards.end());
+    return all;
+}
 
 }  // namespace
 
-TEST_F(OsLogFold, CountsIdenticalLinesUntilAnotherComes) {
-    log("a", 4);
-    EXPECT_EQ((Texts{"a"}), texts());
+TEST_F(OsLogFold, WritesTenIdenticalLinesASecondAsTheyCome) {
+    log("a", kShown);
+    EXPECT_EQ(ten_times("a"), texts());
+}
+
+TEST_F(OsLogFold, HidesNoSecondFailure) {
+    log("a");
+    after(100ms);
+    log("a");
     log("b");
-    EXPECT_EQ((Texts{"a", "last message repeated 3 times", "b"}), texts());
+    EXPECT_EQ((Texts{"a", "a", "b"}), texts());
+}
+
+TEST_F(OsLogFold, CountsAStormUntilAnotherLineComes) {
+    log("a", kShown + 3);
+    EXPECT_EQ(ten_times("a"), texts());
+    log("b");
+    EXPECT_EQ(ten_times("a", {"last message repeated 3 times", "b"}), texts());
 }
 
 TEST_F(OsLogFold, CountsASingleRepeat) {
-    log("a", 2);
+    log("a", kShown + 1);
     log("b");
-    EXPECT_EQ((Texts{"a", "last message repeated 1 time", "b"}), texts());
+    EXPECT_EQ(ten_times("a", {"last message repeated 1 time", "b"}), texts());
+}
+
+TEST_F(OsLogFold, WritesEveryLineThatComesTenTimesASecondOrLess) {
+    for (int i = 0; i < 100; ++i) {
+        log("a");
+        after(100ms);
+    }
+    EXPECT_EQ(Texts(100, "a"), texts());
+}
+
+TEST_F(OsLogFold, WritesALineAgainOnceTheStormIsOver) {
+    log("a", kShown + 5);
+    after(1000ms);
+    log("a");
+    EXPECT_EQ(ten_times("a", {"last message repeated 5 times", "a"}), texts());
+}
+
+TEST_F(OsLogFold, NeverWritesMoreThanTenWithinASecondWhereverItBegins) {
+    log("a", 5);
+    after(999ms);
+    log("a", 6);
+    EXPECT_EQ(ten_times("a"), texts());
+    after(1ms);
+    log("b");
+    EXPECT_EQ(ten_times("a", {"last message repeated 1 time", "b"}), texts());
 }
 
 TEST_F(OsLogFold, LeavesLinesAloneThatTakeTurns) {
-    log("a");
-    log("b");
-    log("a");
-    EXPECT_EQ((Texts{"a", "b", "a"}), texts());
+    for (int i = 0; i < 20; ++i) {
+        log("a");
+        log("b");
+    }
+    EXPECT_EQ(40u, texts().size());
 }
 
-TEST_F(OsLogFold, ShowsAnEndlessRepetitionNowAndThen) {
-    log("a", 1 + 1000);
-    EXPECT_EQ((Texts{"a", "last message repeated 10 times", "last message repeated 100 times",
-                     "last message repeated 1000 times"}),
+TEST_F(OsLogFold, ShowsAnEndlessStormNowAndThen) {
+    log("a", kShown + 1000);
+    EXPECT_EQ(ten_times("a", {"last message repeated 10 times", "last message repeated 100 times",
+                              "last message repeated 1000 times"}),
               texts());
 }
 
 TEST_F(OsLogFold, DoesNotTellTheSameCountTwice) {
-    log("a", 1 + 10);
+    log("a", kShown + 10);
     log("b");
-    EXPECT_EQ((Texts{"a", "last message repeated 10 times", "b"}), texts());
+    EXPECT_EQ(ten_times("a", {"last message repeated 10 times", "b"}), texts());
 }
 
-TEST_F(OsLogFold, ShowsASlowRepetitionOnceAMinute) {
-    log("a");
-    now_ += 59;
-    log("a");
-    EXPECT_EQ((Texts{"a"}), texts());
-    now_ += 1;
-    log("a");
-    EXPECT_EQ((Texts{"a", "last message repeated 2 times"}), texts());
-    now_ += 59;
-    log("a");
-    EXPECT_EQ(2u, texts().size());
-    now_ += 1;
-    log("a");
-    EXPECT_EQ((Texts{"a", "last message repeated 2 times", "last message repeated 4 times"}), texts());
+TEST_F(OsLogFold, ShowsASlowStormOnceAMinute) {
+    for (int i = 0; i < 20 * 60; ++i) {
+        log("a");
+        after(50ms);
+    }
+    const Texts found = texts();
+    ASSERT_EQ(static_cast<size_t>(kShown) + 3, found.size());
+    EXPECT_EQ("last message repeated 1000 times", found.back());
+
+    /* The thousandth came after 50 seconds. */
+    for (int i = 0; i < 20 * 60; ++i) {
+        log("a");
+        after(50ms);
+    }
+    EXPECT_EQ((Texts{"last message repeated 2200 times"}), texts_after(found.size()));
 }
 
 TEST_F(OsLogFold, CountsAfreshForEachLine) {
-    log("a", 3);
-    log("b", 3);
+    log("a", kShown + 2);
+    log("b", kShown + 2);
     log("a");
-    EXPECT_EQ((Texts{"a", "last message repeated 2 times", "b", "last message repeated 2 times", "a"}),
-              texts());
+    const Texts found = texts();
+    EXPECT_EQ(static_cast<size_t>(2 * kShown) + 3, found.size());
+    EXPECT_EQ(2, std::count(found.begin(), found.end(), "last message repeated 2 times"));
 }
 
 TEST_F(OsLogFold, TellsApartLevelFileFunctionAndLine) {
-    os_trace_print(OS_LOG_WARNING, "f", "f", 1, "a");
+    for (int i = 0; i < kShown; ++i) {
+        os_trace_print(OS_LOG_WARNING, "f", "f", 1, "a");
+    }
     os_trace_print(OS_LOG_DEBUG, "f", "f", 1, "a");
     os_trace_print(OS_LOG_DEBUG, "g", "f", 1, "a");
     os_trace_print(OS_LOG_DEBUG, "g", "g", 1, "a");
     os_trace_print(OS_LOG_DEBUG, "g", "g", 2, "a");
-    EXPECT_EQ(5u, system_messages().size());
+    EXPECT_EQ(static_cast<size_t>(kShown) + 4, system_messages().size());
 }
 
 TEST_F(OsLogFold, GivesTheCountTheLevelOfItsLine) {
-    log("a", 2, OS_LOG_DEBUG);
+    log("a", kShown + 1, OS_LOG_DEBUG);
     log("b", 1, OS_LOG_WARNING);
-    ASSERT_EQ(3u, system_messages().size());
-    EXPECT_EQ(OS_LOG_DEBUG, system_messages()[1].first);
+    ASSERT_EQ(static_cast<size_t>(kShown) + 2, system_messages().size());
+    EXPECT_EQ(OS_LOG_DEBUG, system_messages()[kShown].first);
 }
 
 TEST_F(OsLogFold, FoldsEachChannelForItself) {
-    os_debug_print(OS_LOG_WARNING, "f", "f", 1, "a");
-    log("a");
-    os_debug_print(OS_LOG_WARNING, "f", "f", 1, "a");
+    log("a", kShown);
+    for (int i = 0; i < kShown + 1; ++i) {
+        os_debug_print(OS_LOG_WARNING, "f", "f", 1, "a");
+    }
     log("b");
     os_debug_print(OS_LOG_WARNING, "f", "f", 1, "c");
-    EXPECT_EQ((Texts{"a", "b"}), texts());
-    ASSERT_EQ(3u, debug_lines().size());
-    EXPECT_NE(std::string::npos, debug_lines()[1].find(" warning testmod last message repeated 1 time\n"));
+    EXPECT_EQ(ten_times("a", {"b"}), texts());
+    ASSERT_EQ(static_cast<size_t>(kShown) + 2, debug_lines().size());
+    EXPECT_NE(std::string::npos,
+              debug_lines()[kShown].find(" warning testmod last message repeated 1 time\n"));
 }
 
 TEST_F(OsLogFold, TellsItsCountBeforeTheProcessIsNamedAnew) {
-    log("a", 3);
+    log("a", kShown + 2);
     os_log_init("another", 3);
     log("a");
-    EXPECT_EQ((Texts{"a", "last message repeated 2 times", "a"}), texts());
+    EXPECT_EQ(ten_times("a", {"last message repeated 2 times", "a"}), texts());
 }
 
 TEST_F(OsLogFold, LosesNoRepeatOfManyThreads) {
@@ -149,8 +214,8 @@ TEST_F(OsLogFold, LosesNoRepeatOfManyThreads) {
     }
     log("b");
     const Texts found = texts();
-    ASSERT_EQ(6u, found.size());
-    EXPECT_EQ("last message repeated 1599 times", found[4]);
+    ASSERT_EQ(static_cast<size_t>(kShown) + 5, found.size());
+    EXPECT_EQ("last message repeated 1590 times", found[kShown + 3]);
 }
 
 namespace {
@@ -158,6 +223,15 @@ namespace {
 /* Processes of their own, whose debug channel is their standard error. */
 class OsLogFoldDeathTest : public FaultsTest {
   protected:
+    /* No time passes, however slow the machine is. */
+    void SetUp() override {
+        FaultsTest::SetUp();
+        doubles::libc::clock_gettime.stand_in([](clockid_t, timespec *now) {
+            *now = {1000, 0};
+            return 0;
+        });
+    }
+
     static void say(const char *text, int times) {
         for (int i = 0; i < times; ++i) {
             os_debug_print(OS_LOG_WARNING, "f", "f", 1, "%s", text);
@@ -169,15 +243,15 @@ class OsLogFoldDeathTest : public FaultsTest {
 
 TEST_F(OsLogFoldDeathTest, TellsItsCountWhenTheProcessEnds) {
     const auto end = [] {
-        say("a", 4);
+        say("a", kShown + 3);
         std::exit(0);
     };
-    EXPECT_EXIT(end(), testing::ExitedWithCode(0), "f:1 a\n.*last message repeated 3 times\n$");
+    EXPECT_EXIT(end(), testing::ExitedWithCode(0), "f:1 a\n[^\n]*last message repeated 3 times\n$");
 }
 
 TEST_F(OsLogFoldDeathTest, TellsNoCountTwiceWhenTheProcessEnds) {
     const auto end = [] {
-        say("a", 11);
+        say("a", kShown + 10);
         std::exit(0);
     };
     EXPECT_EXIT(end(), testing::ExitedWithCode(0), "f:1 a\n[^\n]*last message repeated 10 times\n$");
@@ -185,7 +259,7 @@ TEST_F(OsLogFoldDeathTest, TellsNoCountTwiceWhenTheProcessEnds) {
 
 TEST_F(OsLogFoldDeathTest, AForkedChildDoesNotTellItsParentsCount) {
     const auto end = [] {
-        say("a", 4);
+        say("a", kShown + 3);
         const pid_t child = fork();
         if (child == 0) {
             std::exit(0);
@@ -197,6 +271,23 @@ TEST_F(OsLogFoldDeathTest, AForkedChildDoesNotTellItsParentsCount) {
     };
     EXPECT_EXIT(end(), testing::ExitedWithCode(0),
                 "f:1 a\n[^\n]*last message repeated 3 times\n[^\n]*f:1 b\n$");
+}
+
+TEST_F(OsLogFoldDeathTest, AForkedChildThatGoesOnCountsItsOwn) {
+    const auto end = [] {
+        say("a", kShown + 3);
+        const pid_t child = fork();
+        if (child == 0) {
+            say("a", 2);
+            say("b", 1);
+            std::_Exit(0);
+        }
+        int status = -1;
+        waitpid(child, &status, 0);
+        std::_Exit(status);
+    };
+    EXPECT_EXIT(end(), testing::ExitedWithCode(0),
+                "f:1 a\n[^\n]*last message repeated 2 times\n[^\n]*f:1 b\n$");
 }
 
 TEST_F(OsLogFoldDeathTest, AThreadThatEndsInTheMiddleOfALineDoesNotKeepTheProcess) {
