@@ -112,6 +112,7 @@ TEST_F(RebootReason, DigitsFollowedByLettersGiveTheDigits) {
 
 TEST_F(RebootReason, AnEmptyFileGives0) {
     EXPECT_EQ(0, reason_of(""));
+    EXPECT_TRUE(logged_once(log_, kWarningLevel, "frwk_reboot_reason_get", "reboot reason file is empty!"));
 }
 
 TEST_F(RebootReason, LeadingBlanksAndASignAreAllowed) {

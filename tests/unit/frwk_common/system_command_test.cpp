@@ -155,6 +155,22 @@ TEST_F(ModuleSwitchTest, NeedsNoPermissionForTheCallingModule) {
     EXPECT_FALSE(log_.contains(kPermission));
 }
 
+TEST_F(ModuleSwitchTest, LogsUnderTheNamesOfItsTwoCalls) {
+    become(E_APPS_MODULE_WLAN);
+    (void)frwk_module_enable(53);
+    (void)frwk_module_disable(E_APPS_MODULE_TOUCH_TEST);
+    become(E_APPS_MODULE_BLE);
+    (void)frwk_module_disable(E_APPS_MODULE_WLAN);
+
+    std::vector<std::string> functions;
+    for (const LogLine &line : log_.system_lines()) {
+        functions.push_back(line.function);
+    }
+    EXPECT_EQ((std::vector<std::string>{"frwk_module_enable", "frwk_module_disable", "frwk_module_disable"}),
+              functions)
+        << log_.text();
+}
+
 TEST_F(ModuleSwitchTest, AssertsAnIdThatIsNone) {
     become(E_APPS_MODULE_WLAN);
     for (const int32_t module : {0, 53, 54, 1000, INT32_MAX}) {

@@ -95,6 +95,8 @@ TEST(StrToBool, RefusesEveryOtherTextAndLeavesTheByteAlone) {
         EXPECT_EQ(value, kUntouched);
         EXPECT_TRUE(logged_once(log, kDebugLevel, "frwk_str_to_bool",
                                 std::string("invalid bool value=") + text + "!"));
+        EXPECT_TRUE(
+            logged_once(log, kWarningLevel, "frwk_str_to_bool", "the text is no word for a boolean!"));
     }
 }
 

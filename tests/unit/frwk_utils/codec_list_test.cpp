@@ -346,4 +346,6 @@ TEST(CodecListGet, ShowsAnItemThatCanNotBeReadAtTheDebugLevelOnly) {
     EXPECT_EQ(E_APPS_ERR_OUTOFBUF, frwk_zndb_get_value(list, FRWK_DATA_TYPE_STRING, out, 3, nullptr));
     EXPECT_TRUE(logged_once(log, kDebugLevel, "frwk_zndb_get_value", "convert zndb value(p&ss) failed!"));
     EXPECT_EQ(1u, log.count("p&ss")) << log.text();
+    EXPECT_TRUE(logged_once(log, kWarningLevel, "frwk_zndb_get_value",
+                            "an item of a list can't be read as type 14!"));
 }

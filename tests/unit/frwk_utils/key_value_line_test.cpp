@@ -123,6 +123,21 @@ TEST_F(KeyValueLine, LooksAtTheLengthBeforeTheEqualsSign) {
     }
 }
 
+TEST_F(KeyValueLine, NamesFileAndLineOfALineThatIsTooLongWithoutItsText) {
+    for (const KeyValueRules *rules : kBoth) {
+        const LogCapture log;
+        const std::string long_line = line_of(1057 + 1056) + "\n"; /* in three pieces, two of them too long */
+        pairs_of("#\na=1\0junk\n"s + long_line + long_line, *rules);
+        for (const char *line : {"3", "4"}) {
+            const std::string text = std::string(kPath) + " line " + line + " skipped: it is too long";
+            EXPECT_EQ(2u, count_lines(log.system_lines(), kWarningLevel, text)) << log.text();
+        }
+        for (const LogLine &line : log.system_lines()) {
+            EXPECT_TRUE(line.level == kDebugLevel || line.text.find("vvv") == std::string::npos) << line.text;
+        }
+    }
+}
+
 TEST_F(KeyValueLine, LooksForACommentBeforeTheLength) {
     for (const KeyValueRules *rules : kBoth) {
         const LogCapture log;

@@ -125,6 +125,7 @@ TEST_F(ProductData, ALineOf1056CharactersIsSkippedAndLogged) {
     const std::string line = "key=" + std::string(1052, 'v');
     EXPECT_EQ(Requests{"zndb_set a=1"}, requests_of(line + "\na=1\n"));
     EXPECT_TRUE(logged_once(log, kDebugLevel, kCall, "buf is " + line + " too long\n"));
+    EXPECT_EQ(1u, log.count(" line 1 skipped: it is too long")) << log.text();
 }
 
 TEST_F(ProductData, ALongerLineIsReadInPiecesWhichAreLinesOfTheirOwn) {

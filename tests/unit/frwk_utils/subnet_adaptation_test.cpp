@@ -184,6 +184,7 @@ TEST_F(SubnetAdaptation, ALineOf1056CharactersIsSkippedAndLogged) {
     const std::string line = "key=" + std::string(1052, 'v');
     EXPECT_EQ(Events{"set_perm a=1"}, applied(line + "\na=1\n", 1));
     EXPECT_TRUE(logged_once(log, kDebugLevel, kCall, "buf is " + line + " too long\n"));
+    EXPECT_EQ(1u, log.count(" line 1 skipped: it is too long")) << log.text();
 }
 
 TEST_F(SubnetAdaptation, ALineOf1057CharactersIsTwo) {

@@ -226,6 +226,17 @@ TEST_F(ZndbTyped, ShowsATextThatCanNotBeReadAtTheDebugLevelOnly) {
     EXPECT_EQ(E_APPS_ERR_PARAM, frwk_zndb_get_key_value("pin", FRWK_DATA_TYPE_USHORT, &out, sizeof(out)));
     EXPECT_TRUE(logged_once(log, kDebugLevel, "frwk_zndb_get_key_value", "'pin' frwk_str_to_value(70000)!"));
     EXPECT_EQ(1u, log.count("70000")) << log.text();
+    EXPECT_TRUE(logged_once(log, kWarningLevel, "frwk_zndb_get_key_value",
+                            "the value of 'pin' can't be read as type 7!"));
+}
+
+TEST_F(ZndbTyped, NamesTheSettingThatIsNoBoolean) {
+    const LogCapture log;
+    store("wifi_on", "perhaps");
+    EXPECT_FALSE(frwk_zndb_get_bool("wifi_on"));
+    EXPECT_TRUE(logged_once(log, kWarningLevel, "frwk_zndb_get_key_value",
+                            "the value of 'wifi_on' can't be read as type 1!"));
+    EXPECT_EQ(0u, log.count("no word for a boolean")) << log.text();
 }
 
 TEST_F(ZndbTyped, RefusesToReadATypeThatIsNone) {

@@ -49,6 +49,9 @@ int32_t frwk_reboot_reason_get(void) {
         FRWK_WARN_ERRNO("read reboot reason file error!");
         return 0;
     }
+    if (length == 0) { /* as a power cut leaves one that was being written */
+        FRWK_WARN("reboot reason file is empty!");
+    }
     return decimal_number(text);
 }
 

@@ -22,24 +22,26 @@ bool may_act_on_others() {
     return !has_flags || frwk_module_feature(-1, FRWK_FLAG_ADMIN) != 0;
 }
 
-int32_t switch_module(apps_message_id_e_type msgid, int32_t module) {
+/* call: the function that the log names. */
+int32_t switch_module(const char *call, apps_message_id_e_type msgid, int32_t module) {
     const int32_t self = g_s_module_id;
     const int32_t id = module < 0 ? self : module;
 
     const bool known = id > E_APPS_MODULE_MIN && id < E_APPS_MODULE_MAX;
     if (!known) {
-        FRWK_WARN_FAILED("(E_APPS_MODULE_MIN < id) && (E_APPS_MODULE_MAX > id)", "invalid module id");
+        FRWK_WARN_FAILED_AS(call, "(E_APPS_MODULE_MIN < id) && (E_APPS_MODULE_MAX > id)",
+                            "invalid module id");
         return 0;
     }
 
     const bool monitored = frwk_module_feature(id, FRWK_FLAG_MONITORED) != 0;
     if (!monitored) {
-        FRWK_WARN_FAILED("frwk_module_feature(id, (0x00000002))", "invalid operation");
+        FRWK_WARN_FAILED_AS(call, "frwk_module_feature(id, (0x00000002))", "invalid operation");
         return 0;
     }
 
     if (id != self && !may_act_on_others()) {
-        FRWK_WARN("no operation permission!!!");
+        FRWK_WARN_AS(call, "no operation permission!!!");
         return 0;
     }
     return tell_monitor(msgid, static_cast<uint32_t>(id));
@@ -61,9 +63,9 @@ int32_t frwk_system_shutdown(uint32_t reason) {
 }
 
 int32_t frwk_module_enable(int32_t module) {
-    return switch_module(E_APPS_MSG_MONITOR_ENABLE, module);
+    return switch_module(__func__, E_APPS_MSG_MONITOR_ENABLE, module);
 }
 
 int32_t frwk_module_disable(int32_t module) {
-    return switch_module(E_APPS_MSG_MONITOR_DISABLE, module);
+    return switch_module(__func__, E_APPS_MSG_MONITOR_DISABLE, module);
 }

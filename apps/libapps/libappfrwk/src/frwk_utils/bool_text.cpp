@@ -1,6 +1,8 @@
 /*
  * The words for a boolean. Pure functions; any thread.
  */
+#include "frwk_utils/bool_text.h"
+
 #include "frwk_utils.h"
 #include "internal/frwk_log.h"
 #include "internal/letter_case.h"
@@ -50,15 +52,23 @@ const char *frwk_bool_to_str(int32_t style, int32_t value) {
     return value != 0 ? words.true_word : words.false_word;
 }
 
-int32_t frwk_str_to_bool(const char *text, uint8_t *out) {
+bool read_bool_word(const char *text, uint8_t *out) {
     const char *word = text != nullptr ? text : ""; /* a key that holds nothing reads as off */
     const bool value = is_one_of(kTrueWords, word);
     if (!value && !is_one_of(kFalseWords, word)) {
-        FRWK_DEBUG("invalid bool value=%s!", word); /* a secret, when the caller has the type wrong */
-        return 0;
+        FRWK_DEBUG_AS("frwk_str_to_bool", "invalid bool value=%s!", word);
+        return false;
     }
     if (out != nullptr) {
         *out = value ? 1 : 0;
+    }
+    return true;
+}
+
+int32_t frwk_str_to_bool(const char *text, uint8_t *out) {
+    if (!read_bool_word(text, out)) {
+        FRWK_WARN("the text is no word for a boolean!");
+        return 0;
     }
     return 1;
 }

@@ -144,5 +144,9 @@ apps_err_e_type frwk_zndb_add_value(frwk_codec_buf_t *buf, int32_t type, const v
 }
 
 apps_err_e_type frwk_zndb_get_value(char *text, int32_t type, void *out, uint32_t size, char **next) {
-    return take_codec_item(text, type, out, size, next, ItemPrivacy::kOpen);
+    const apps_err_e_type ret = take_codec_item(text, type, out, size, next, ItemPrivacy::kOpen);
+    if (ret != E_APPS_ERR_SUCCESS && text != nullptr) {
+        FRWK_WARN("an item of a list can't be read as type %d!", type);
+    }
+    return ret;
 }

@@ -13,6 +13,7 @@
 #include <limits>
 #include <type_traits>
 
+#include "frwk_utils/bool_text.h"
 #include "internal/c_locale.h"
 #include "internal/decimal.h"
 #include "text_copy.h"
@@ -51,7 +52,7 @@ bool read_real(const char *text, TypedValue *value) {
 
 bool read_bool(const char *text, TypedValue *value) {
     uint8_t word = 0;
-    if (frwk_str_to_bool(text, &word) == 0) {
+    if (!read_bool_word(text, &word)) {
         return false;
     }
     value->integer = word;

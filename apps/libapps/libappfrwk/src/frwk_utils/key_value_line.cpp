@@ -6,7 +6,14 @@
 #include "internal/frwk_log.h"
 #include "text_copy.h"
 
+/* A piece of a line that came before counts with that. */
+void KeyValueFile::count_line() {
+    line_number_ += in_line_ ? 0 : 1;
+    in_line_ = std::memchr(line_, '\n', sizeof(line_)) == nullptr;
+}
+
 bool KeyValueFile::read_line() {
+    std::memset(line_, 0, sizeof(line_)); /* a line may hold a NUL before its end */
     if (std::fgets(line_, static_cast<int>(sizeof(line_)), file_.get()) == nullptr) {
         if (failed()) {
             FRWK_WARN_ERRNO_AS(rules_.call, "read data file error!");
@@ -16,6 +23,7 @@ bool KeyValueFile::read_line() {
         }
         return false;
     }
+    count_line();
     if (line_[0] == '\0' && rules_.nul_note != nullptr) {
         FRWK_WARN_AS(rules_.call, "%s", rules_.nul_note);
         return false;
@@ -36,6 +44,7 @@ bool KeyValueFile::is_skipped(const char *text) const {
 
 bool KeyValueFile::split(char *text, KeyValue *pair) const {
     if (std::strlen(text) >= kLineMax) {
+        FRWK_WARN_AS(rules_.call, "%s line %u skipped: it is too long", path_, line_number_);
         FRWK_DEBUG_AS(rules_.call, "buf is %s too long\n", text);  // May hold a secret.
         return false;
     }
@@ -50,6 +59,7 @@ bool KeyValueFile::split(char *text, KeyValue *pair) const {
 }
 
 bool KeyValueFile::open(const char *path) {
+    path_ = path;
     file_.reset(std::fopen(path, "re"));
     if (!file_) {
         FRWK_WARN_AS(rules_.call, "file(%s) not find\n", path);

@@ -41,7 +41,8 @@ class KeyValueFile {
     /* rules: outlives the reader. */
     explicit KeyValueFile(const KeyValueRules &rules) : rules_(rules) {}
 
-    /* Opens a file; path is not null. Returns false, and logs it, when it can't be read. */
+    /* Opens a file; path is not null and outlives the reader. Returns false, and logs it, when it can't be
+     * read. */
     [[nodiscard]] bool open(const char *path);
 
     /* Hands out the next pair of the opened file. Returns false when there is none. */
@@ -54,11 +55,15 @@ class KeyValueFile {
     static constexpr size_t kLineMax = 1056;
 
     bool read_line();
+    void count_line();
     /* Whether the line that was read is a comment or empty. text: what is left of it. */
     bool is_skipped(const char *text) const;
     bool split(char *text, KeyValue *pair) const;
 
     const KeyValueRules &rules_;
+    const char *path_ = "";
     UniqueFile file_;
+    unsigned line_number_ = 0;
+    bool in_line_ = false; /* the line has more pieces */
     char line_[kLineMax + 1] = {};
 };

@@ -33,7 +33,9 @@ bool poll_sim(int failures, int32_t *status) {
     if (ret == MAL_NO_ERR) {
         *status = polled;
     }
-    FRWK_DEBUG_AS(kCall, "libmal_get_sim_status ret:%d, count:%d, sim_status=%d", ret, failures + 1, *status);
+    const int level = ret == MAL_NO_ERR ? OS_LOG_DEBUG : OS_LOG_WARNING;
+    OS_LOG_AS(kCall, level, "libmal_get_sim_status ret:%d, count:%d, sim_status=%d", ret, failures + 1,
+              *status);
     return ret == MAL_NO_ERR && !is_not_ready(polled);
 }
 

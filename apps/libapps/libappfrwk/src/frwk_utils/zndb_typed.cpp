@@ -9,6 +9,8 @@
 
 namespace {
 
+constexpr char kGet[] = "frwk_zndb_get_key_value";
+
 using Store = int (*)(const char *key, const char *value);
 
 apps_err_e_type get_number(const char *key, int32_t type, void *out, uint32_t size) {
@@ -20,7 +22,8 @@ apps_err_e_type get_number(const char *key, int32_t type, void *out, uint32_t si
 
     const apps_err_e_type ret = frwk_str_to_value(type, text, out, size);
     if (ret != E_APPS_ERR_SUCCESS) {
-        FRWK_DEBUG_AS("frwk_zndb_get_key_value", "'%s' frwk_str_to_value(%s)!", key, text);
+        FRWK_WARN_AS(kGet, "the value of '%s' can't be read as type %d!", key, type);
+        FRWK_DEBUG_AS(kGet, "'%s' frwk_str_to_value(%s)!", key, text);
     }
     return ret;
 }
