@@ -99,7 +99,7 @@ std::string copy_privately(const std::string &from, std::string *path) {
 ExitCode back_up(const ZndbOptions &options) {
     ExitCode code = check_database("backup");
     if (code == ExitCode::kDone) {
-        code = save_if_wanted(options);
+        code = save_before_backup(options);
     }
     if (code != ExitCode::kDone) {
         return code;

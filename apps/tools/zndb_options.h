@@ -21,6 +21,7 @@ struct ZndbOptions {
     size_t item = 0; /* from 1; 0 for none */
     bool json = false;
     bool save = false;
+    bool no_save = false; /* backup only, which saves otherwise */
     bool ram = false;
 
     Store store() const { return perm ? Store::kPerm : defaults ? Store::kDefault : Store::kPlain; }

@@ -127,9 +127,12 @@ void add_store_commands(CommandLineTool &tool) {
 
 void add_backup_commands(CommandLineTool &tool) {
     CLI::App &backup = tool.add("backup", "Write the device's user configuration to a file, enciphered",
-                                "zndb_tool backup --save /tmp/router.bak\n", run(back_up));
+                                "zndb_tool backup /tmp/router.bak\n", run(back_up));
     backup.add_option("FILE", g_options.file, "Where to; what was there is replaced")->required();
-    backup.add_flag("--save", g_options.save, "Save first: a backup holds saved settings only");
+    CLI::Option *save = backup.add_flag("--save", g_options.save, "Save first, as it does without this too");
+    backup
+        .add_flag("--no-save", g_options.no_save, "Don't save first: the backup holds what was saved before")
+        ->excludes(save);
 
     CLI::App &restored = tool.add("restore", "Bring a backup back, in the place of the user configuration",
                                   "zndb_tool restore /tmp/router.bak\n", run(restore));

@@ -261,3 +261,9 @@ ExitCode reset_settings(const ZndbOptions &options) {
 ExitCode save_if_wanted(const ZndbOptions &options) {
     return options.save ? report(save_store(options.store()), "save") : ExitCode::kDone;
 }
+
+ExitCode save_before_backup(const ZndbOptions &options) {
+    return options.no_save
+               ? ExitCode::kDone
+               : report(save_store(Store::kPlain), "save", "; --no-save backs up what was saved before");
+}

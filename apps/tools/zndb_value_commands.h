@@ -14,3 +14,6 @@ ExitCode reset_settings(const ZndbOptions &options);
 
 /* Saves when --save was given. */
 ExitCode save_if_wanted(const ZndbOptions &options);
+
+/* Saves unless --no-save was given: a backup holds what the files hold. */
+ExitCode save_before_backup(const ZndbOptions &options);

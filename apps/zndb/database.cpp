@@ -133,7 +133,11 @@ void Database::load() {
 
 void Database::load_one(Held &held) {
     drop_leftover(held.path);
-    if (load_store(held.path, held.store) != 0) {
+    const LoadedFile loaded = load_store(held.path, held.store);
+    held.file_is_damaged = loaded.damaged;
+    held.needs_cleaning =
+        loaded.damaged && loaded.error == 0; /* or it is not replaced, or for a reset only */
+    if (loaded.error != 0) {
         held.store.mark_unread();
         OS_LOG(OS_LOG_WARNING, "%s is given up: its store goes on with %zu keys of it and is not saved",
                held.path, held.store.values().size());
@@ -273,19 +277,21 @@ apps_err_e_type Database::reset() {
 
 apps_err_e_type Database::save_one(StoreId id) {
     Held &held = held_[static_cast<size_t>(id)];
-    if (!held.store.changed()) {
+    if (!held.changed()) {
         return E_APPS_ERR_SUCCESS;
     }
     const apps_err_e_type refused = check_replaceable(held.path, held.store);
     if (refused != E_APPS_ERR_SUCCESS) {
         return refused;
     }
-    const int error = save_store(held.path, held.store, held.folders_are_safe);
-    held.folders_are_safe = error == 0;
-    if (error != 0) {
+    const SavedFile saved = save_store(held.path, held.store, {held.folders_are_safe, held.file_is_damaged});
+    held.folders_are_safe = saved.error == 0;
+    held.file_is_damaged = held.file_is_damaged && !saved.in_place;
+    if (saved.error != 0) {
         held.store.suspect_all_changed();
-        return result_of_errno(error);
+        return result_of_errno(saved.error);
     }
+    held.needs_cleaning = false;
     held.store.mark_saved();
     if (id == StoreId::kPlain) {
         until_reboot_.note_saved(held.store);

@@ -75,6 +75,11 @@ class Database {
         const char *path;
         Store store = {};
         bool folders_are_safe = false; /* their names are on the disk: the last save saw to it */
+        bool file_is_damaged = false;  /* lines of it were skipped */
+        bool needs_cleaning = false;   /* it is, or its successor may not be on the disk */
+
+        /* Whether a save has something to write. */
+        bool changed() const { return needs_cleaning || store.changed(); }
     };
 
     const Store &store(StoreId id) const { return held_[static_cast<size_t>(id)].store; }

@@ -41,6 +41,9 @@ class ReplacementFile {
      */
     int put_in_place(Outlives outlives);
 
+    /* Whether the file is the new one. */
+    bool in_place() const { return in_place_; }
+
     uint64_t size() const { return size_; }
 
     /* Hands over the descriptor, open for reading and appending. */

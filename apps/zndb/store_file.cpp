@@ -1,9 +1,11 @@
 #include "store_file.h"
 
 #include <fcntl.h>
+#include <unistd.h>
 
 #include <cerrno>
 
+#include "damaged_file.h"
 #include "entry_line.h"
 #include "line_reader.h"
 #include "os_log.h"
@@ -25,6 +27,7 @@ class SkippedLines {
                    static_cast<unsigned long long>(line.number), problem);
         }
     }
+    bool any() const { return count_ > 0; }
     void report_rest() const {
         if (count_ > kLinesReported) {
             OS_LOG(OS_LOG_WARNING, "%s: %llu more lines skipped", path_.c_str(),
@@ -67,7 +70,7 @@ const char *load_line(const Line &line, Store &store) {
     return nullptr;
 }
 
-int load_lines(int fd, const std::string &path, Store &store) {
+LoadedFile load_lines(int fd, const std::string &path, Store &store) {
     LineReader reader(fd);
     SkippedLines skipped(path);
     Line line = {};
@@ -81,42 +84,70 @@ int load_lines(int fd, const std::string &path, Store &store) {
     skipped.report_rest();
 
     // A file that holds more than the store must not be replaced by what the store holds.
-    return overflowed ? EOVERFLOW : reader.error();
+    return {overflowed ? EOVERFLOW : reader.error(), skipped.any()};
 }
 
-}  // namespace
-
-int load_store(const std::string &path, Store &store) {
-    OwnedFd fd;
-    int error = open_file(path, O_RDONLY, fd);
-    if (error == ENOENT) {
-        return 0;
-    }
-    if (error == 0) {
-        error = load_lines(fd.get(), path, store);
-    }
-    if (error != 0) {
-        errno = error;
-        OS_LOG_ERRNO(("can't read " + path).c_str());
-    }
-    return error;
-}
-
-int save_store(const std::string &path, const Store &store, bool folders_are_safe) {
-    ReplacementFile file(path);
+void add_lines(const Store &store, ReplacementFile &file) {
     for (const auto &[key, value] : store.values()) {
         file.add(key);
         file.add("=");
         file.add(value);
         file.add("\n");
     }
-    int error = file.put_in_place(ReplacementFile::Outlives::kPowerCut);
-    if (error == 0 && !folders_are_safe) {
+}
+
+/* Has the new file take the old one's place; the old one keeps the name kept, if any. */
+int replace(const std::string &path, ReplacementFile &file, const SaveOptions &options, std::string &kept) {
+    int error = options.keep_old ? keep_damaged(path, kept) : 0;
+    if (error == 0) {
+        error = file.put_in_place(ReplacementFile::Outlives::kPowerCut);
+    }
+    if (error == 0 && !options.folders_are_safe) {
         error = sync_folders_above(path);
     }
+    return error;
+}
+
+/* What was kept of a file that was not replaced after all is that file itself. */
+void settle_damaged(const std::string &path, const std::string &kept, bool in_place) {
+    if (kept.empty()) {
+        return;
+    }
+    if (!in_place) {
+        (void)::unlink(kept.c_str());
+        return;
+    }
+    OS_LOG(OS_LOG_WARNING, "%s was damaged; what it was is kept as %s", path.c_str(), kept.c_str());
+    forget_old_damaged(path, kept);
+}
+
+}  // namespace
+
+LoadedFile load_store(const std::string &path, Store &store) {
+    OwnedFd fd;
+    LoadedFile loaded = {open_file(path, O_RDONLY, fd), false};
+    if (loaded.error == ENOENT) {
+        return {0, false};
+    }
+    if (loaded.error == 0) {
+        loaded = load_lines(fd.get(), path, store);
+    }
+    if (loaded.error != 0) {
+        errno = loaded.error;
+        OS_LOG_ERRNO(("can't read " + path).c_str());
+    }
+    return loaded;
+}
+
+SavedFile save_store(const std::string &path, const Store &store, const SaveOptions &options) {
+    ReplacementFile file(path);
+    add_lines(store, file);
+    std::string kept;
+    const int error = replace(path, file, options, kept);
     if (error != 0) {
         errno = error;
         OS_LOG_ERRNO(("can't save " + path).c_str());
     }
-    return error;
+    settle_damaged(path, kept, file.in_place());
+    return {error, file.in_place()};
 }

@@ -8,20 +8,36 @@
 
 #include "store.h"
 
+/* What was read of a file. */
+struct LoadedFile {
+    int error;    /* 0, or an errno value when it could not be read to its end */
+    bool damaged; /* lines of it were skipped */
+};
+
 /*
- * Loads a file into a store. What can't be read is reported and passed over.
- *
- * Returns 0, also when there is no file, or an errno value when there is one that can't be read to its
- * end; the store then holds what came before.
+ * Loads a file into a store. What can't be read is reported and passed over; the store has the rest. No file
+ * is an empty one.
  */
-int load_store(const std::string &path, Store &store);
+LoadedFile load_store(const std::string &path, Store &store);
+
+/* What became of a save. */
+struct SavedFile {
+    int error;     /* 0 when the new file survives a power cut, or an errno value after a log line */
+    bool in_place; /* the file is the new one, perhaps until a power cut only */
+};
+
+struct SaveOptions {
+    /*
+     * An earlier save of the path has succeeded. Otherwise folders that are there already may be new ones,
+     * whose names are not on the disk yet, and they are synced too.
+     */
+    bool folders_are_safe = false;
+    /* The old file is damaged, and is kept beside the new one. */
+    bool keep_old = false;
+};
 
 /*
  * Replaces a file by what the store holds, so that it survives a power cut, and is the old one or the new
- * one at every moment. Missing folders are made.
- *
- * folders_are_safe: an earlier call for the path has succeeded. Otherwise folders that are there already may
- * be new ones, whose names are not on the disk yet, and they are synced too.
- * Returns 0, or an errno value after a log line; then the next call must not take the folders for safe.
+ * one at every moment. Missing folders are made. Where the old file is to be kept and can't be, it stays.
  */
-int save_store(const std::string &path, const Store &store, bool folders_are_safe = false);
+SavedFile save_store(const std::string &path, const Store &store, const SaveOptions &options = {});

@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <filesystem>
 
 #include "cipher.h"
@@ -74,6 +75,27 @@ PowerCut saving(const char *name, StoreId store, const std::string &path) {
             },
             [store] { change_and_save(store); },
             [store] { return read_store(store); }};
+}
+
+/* Whether a file, damaged or kept, has the line. */
+bool rubbish_is_kept() {
+    const auto folder = std::filesystem::path(zndb_paths::kPlainFile).parent_path();
+    const std::filesystem::directory_iterator files(folder);
+    return std::any_of(begin(files), end(files), [](const auto &entry) {
+        return file_text(entry.path()).find("\nrubbish\n") != std::string::npos;
+    });
+}
+
+/* The file has two names for a moment. */
+PowerCut saving_of_a_damaged_file() {
+    PowerCut damaged = saving("the plain store, of a damaged file", StoreId::kPlain, zndb_paths::kPlainFile);
+    damaged.prepare = [] {
+        std::filesystem::remove_all(kJournalFolder);
+        std::filesystem::remove_all(std::filesystem::path(zndb_paths::kPlainFile).parent_path());
+        put_text(zndb_paths::kPlainFile, lines_with("o") + "rubbish\n");
+    };
+    damaged.read = [] { return read_store(StoreId::kPlain) + (rubbish_is_kept() ? ", rubbish kept" : ""); };
+    return damaged;
 }
 
 PowerCut first_saving() {
@@ -357,6 +379,7 @@ TEST_F(PowerCuts, LeaveTheDatabaseOldOrNew) {
     check_power_cuts(saving("the plain store", StoreId::kPlain, zndb_paths::kPlainFile));
     check_power_cuts(saving("the perm store", StoreId::kPerm, zndb_paths::kPermFile));
     check_power_cuts(saving("the factory overlay", StoreId::kFactory, zndb_paths::kFactoryFile));
+    check_power_cuts(saving_of_a_damaged_file());
     check_power_cuts(first_saving());
     check_power_cuts(first_saving_after_a_kill());
     check_power_cuts(saving_after_a_kill());

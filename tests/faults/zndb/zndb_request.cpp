@@ -1,5 +1,6 @@
 #include "faults/zndb/zndb_request.h"
 
+#include <ctime>
 #include <filesystem>
 
 #include "faults/faulty_device.h"
@@ -51,7 +52,8 @@ class Run {
     void check_refusal(long result, int lines) const {
         const bool is_missing = result == E_APPS_ERR_ZNDB_NO_FOUND;
         note_flaw_unless(is_missing || result == result_of_errno(met().error), "names no cause, or another");
-        note_flaw_unless(lines == 1, "logs " + std::to_string(lines) + " lines of a refusal");
+        const int expected = 1 + static_cast<int>(kept_files()); /* replaced, but its folder not synced */
+        note_flaw_unless(lines == expected, "logs " + std::to_string(lines) + " lines of a refusal");
     }
 
     void check_live(Database &database, bool done) const {
@@ -63,7 +65,17 @@ class Run {
     void check_successor(bool done) const {
         const int lines = warnings();
         compare_answers(done ? after_ : before_, answers_after_crash(), "its successor");
-        note_flaw_unless(warnings() == lines, "leaves files that are reported as damaged");
+        const bool is_still_damaged = request_.damaged && !done;
+        note_flaw_unless(warnings() == lines || is_still_damaged,
+                         "leaves files that are reported as damaged");
+    }
+
+    void check_kept() const {
+        const std::string path = zndb_paths::kPlainFile;
+        const bool is_replaced = text_of(path) != text_before(path);
+        const size_t expected = request_.damaged && is_replaced ? 1 : 0;
+        const size_t found = kept_files();
+        note_flaw_unless(found == expected, "keeps " + std::to_string(found) + " damaged files");
     }
 
     /* Whether the request was done before the service ended. */
@@ -132,12 +144,15 @@ long run_faulty(const ZndbRequest &request) {
     note_flaw_unless(holdings().descriptors <= descriptors, "holds one more descriptor");
     run.check_unfinished(done);
     run.check_live(database, done);
+    run.check_kept();
 
     if (!done) {
         note_flaw_unless(run.ask(database) == 0, "refuses the request again");
         run.check_live(database, true);
+        run.check_kept();
     }
     run.check_another(database);
+    remove_kept_files();
     note_flaw_unless(request.value.empty() || logged_text().find(request.value) == std::string::npos,
                      "logs the value");
     return result;
@@ -165,6 +180,7 @@ long run_starved(const ZndbRequest &request) {
         note_flaw_unless(run.ask(successor) == 0, "spoils the request to its successor");
     }
     run.check_another(successor);
+    remove_kept_files();
     return status;
 }
 
@@ -174,6 +190,7 @@ Scenario with_files(const char *name, const Files &files) {
     return Scenario(name)
         .prepared([files] {
             forget_flaw();
+            ::tzset(); /* the first look at the clock takes memory */
             put_files(files);
         })
         .verified(is_flawless)

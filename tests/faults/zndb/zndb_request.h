@@ -23,6 +23,7 @@ struct ZndbRequest {
     Files files = all_files(); /* before it */
     Files unfinished = {};     /* beside them */
     bool late_journal = false; /* the service could not open the journal when it started */
+    bool damaged = false;      /* the plain file has a damaged line, and is kept once it is replaced */
     bool takes_memory = true;
     std::vector<long> refusals = {E_APPS_ERR_NOSPACE, E_APPS_ERR_ZNDB_OTHER};
 };
@@ -40,6 +41,7 @@ Scenario with_files(const char *name, const Files &files);
  * - a file is the old one or the new one, byte by byte, and the new one when it is done; no other file is
  * touched;
  * - nothing half-written is left;
+ * - a damaged file is kept where it was replaced, once, and only there;
  * - the same service does the same request when it comes again, and another one.
  */
 Scenario faulty(const ZndbRequest &request);

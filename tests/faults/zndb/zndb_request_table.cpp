@@ -38,6 +38,7 @@ std::string overgrown_journal() {
     return text + "P+answered=j\nM+answered=j\nF+answered=j\n";
 }
 
+const std::string kPlainRead = "kept=p\nkey=old\n" + long_lines() + "shared=p\n";
 const std::string kPlainSaved = "answered=j\nkept=p\nkey=old\n" + long_lines() + "shared=p\n";
 const std::string kPermSaved = "answered=j\nkept=m\nkey=old\n";
 const std::string kFactorySaved = "answered=j\nfactory=f\nshared=f\n";
@@ -55,6 +56,13 @@ ZndbRequest beside(const Files &unfinished, ZndbRequest request) {
 
 ZndbRequest late(ZndbRequest request) {
     request.late_journal = true;
+    return request;
+}
+
+/* With a line that is none in the plain file. */
+ZndbRequest damaged(ZndbRequest request) {
+    request.files[kPlainFile] += "rubbish\n";
+    request.damaged = true;
     return request;
 }
 
@@ -143,6 +151,8 @@ std::vector<ZndbRequest> zndb_saves() {
            save_of("zndb: save, the first", {{kPlainFile, "answered=j\n"}, {kPermFile, "answered=j\n"}})),
         beside(leftovers(), save("zndb: save, beside leftovers")),
         late(save("zndb: save, journal opened late")),
+        damaged(save("zndb: save, a damaged file")),
+        damaged(on(with_journal(""), save_of("zndb: save, nothing but damage", {{kPlainFile, kPlainRead}}))),
     };
 }
 

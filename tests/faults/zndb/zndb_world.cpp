@@ -2,6 +2,8 @@
 
 #include <cstring>
 #include <filesystem>
+#include <system_error>
+#include <vector>
 
 #include "faults/faulty_device.h"
 #include "support/wait_until.h"
@@ -39,6 +41,19 @@ std::string answer_for(Database &database, apps_message_id_e_type msgid, const s
     const auto length = static_cast<int32_t>(key.size() + 1);
     const long result = zndb_handle(database, {0, msgid, key.c_str(), length, value, sizeof(value)});
     return result == 0 ? value : "result " + std::to_string(result);
+}
+
+std::vector<fs::path> all_kept_files() {
+    std::vector<fs::path> found;
+    for (const char *path : kPaths) {
+        std::error_code missing;
+        for (const auto &entry : fs::directory_iterator(fs::path(path).parent_path(), missing)) {
+            if (entry.path().string().find(".damaged-") != std::string::npos) {
+                found.push_back(entry.path());
+            }
+        }
+    }
+    return found;
 }
 
 }  // namespace
@@ -91,6 +106,16 @@ Files unfinished_files() {
         }
     }
     return found;
+}
+
+size_t kept_files() {
+    return all_kept_files().size();
+}
+
+void remove_kept_files() {
+    for (const fs::path &path : all_kept_files()) {
+        fs::remove(path);
+    }
 }
 
 long send(Database &database, apps_message_id_e_type msgid, const std::string &key,

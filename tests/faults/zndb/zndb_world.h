@@ -39,6 +39,10 @@ Files leftovers();
 /* What is there of that kind. */
 Files unfinished_files();
 
+/* How many damaged files are kept beside their successors; their names hold the time. */
+size_t kept_files();
+void remove_kept_files();
+
 /* Sends a message to the service as its module would; the value is for the messages that carry one. */
 long send(Database &database, apps_message_id_e_type msgid, const std::string &key = "",
           const std::string &value = "");

@@ -72,13 +72,52 @@ TEST_F(ZndbToolBackup, BringsBackWhatItBackedUp) {
     EXPECT_EQ("data", file_text(kDatabase));
 }
 
-TEST_F(ZndbToolBackup, SavesFirstWhenAsked) {
-    EXPECT_EQ(0, zndb_set("ssid", "unsaved"));
-    EXPECT_EQ("", kTool.output_of({"backup", "--save", kBackup}));
+/* What a restore brings of a setting. */
+std::string restored(const std::string &key) {
     EXPECT_EQ(0, zndb_reset());
     EXPECT_EQ(0, zndb_set("device_product_name", "QR-100"));
     EXPECT_EQ("", kTool.output_of({"restore", kBackup}));
-    EXPECT_EQ("unsaved", plain("ssid"));
+    return plain(key);
+}
+
+TEST_F(ZndbToolBackup, SavesFirst) {
+    for (const std::vector<std::string> &words :
+         {std::vector<std::string>{"backup", kBackup}, {"backup", "--save", kBackup}}) {
+        const std::string value = std::to_string(words.size());
+        EXPECT_EQ(0, zndb_set("ssid", value.c_str()));
+        EXPECT_EQ("", kTool.output_of(words));
+        EXPECT_EQ(value, restored("ssid"));
+    }
+}
+
+TEST_F(ZndbToolBackup, WithNoSaveItHoldsWhatWasSavedBefore) {
+    EXPECT_EQ(0, zndb_set("ssid", "unsaved"));
+    EXPECT_EQ("", kTool.output_of({"backup", "--no-save", kBackup}));
+    EXPECT_EQ("ssid=home", file_text("/m_data/usr/db/user_data.txt").substr(27, 9));
+    EXPECT_EQ("home", restored("ssid"));
+    kTool.expect_usage("--save excludes --no-save", {"backup", "--save", "--no-save", kBackup});
+}
+
+TEST_F(ZndbToolBackup, ASaveThatFailsEndsItUnlessItIsToGoOn) {
+    EXPECT_EQ(0, zndb_set("ssid", "unsaved"));
+    std::filesystem::create_directories("/m_data/usr/db/user_data.txt.tmp/in the way");
+    kTool.expect_failure(1,
+                         "save failed: 2007 E_APPS_ERR_ZNDB_OTHER; --no-save backs up what was saved before",
+                         {"backup", kBackup});
+    EXPECT_FALSE(std::filesystem::exists(kBackup));
+    EXPECT_EQ("", kTool.output_of({"backup", "--no-save", kBackup}));
+    EXPECT_TRUE(std::filesystem::exists(kBackup));
+}
+
+/* A restore stops at a line that is none, so such lines must not get into a backup. */
+TEST_F(ZndbToolBackup, OfASlightlyDamagedStoreNothingIsLost) {
+    zndb_.reset();
+    const std::string file = "/m_data/usr/db/user_data.txt";
+    ASSERT_TRUE(write_text(file, "apn=internet\nrubbish\n" + file_text(file)));
+    start();
+    EXPECT_EQ("", kTool.output_of({"backup", kBackup}));
+    EXPECT_EQ("home", restored("ssid"));
+    EXPECT_EQ("internet", plain("apn"));
 }
 
 TEST_F(ZndbToolBackup, LeavesNothingBesideTheBackup) {

@@ -1,5 +1,5 @@
 /*
- * A double of what is asked of an open file, which only these tests stand in for.
+ * Doubles of what is asked of files and folders, which only these tests stand in for.
  */
 #pragma once
 
@@ -8,3 +8,4 @@
 #include "doubles/double.h"
 
 extern doubles::Double<int(int, struct stat *)> fstat_double;
+extern doubles::Double<int(const char *, const char *)> link_double;

@@ -21,11 +21,14 @@ class StoreFile : public DiskTest {
     Store loaded(const std::string &content) {
         put_file(kPath, content);
         Store store;
-        error_ = load_store(kPath, store);
+        const LoadedFile loaded = load_store(kPath, store);
+        error_ = loaded.error;
+        damaged_ = loaded.damaged;
         return store;
     }
 
     int error_ = -1;
+    bool damaged_ = false;
 };
 
 using Values = Store::Values;
@@ -34,7 +37,7 @@ using Values = Store::Values;
 
 TEST_F(StoreFile, AMissingFileIsAnEmptyStore) {
     Store store;
-    EXPECT_EQ(0, load_store(kPath, store));
+    EXPECT_EQ(0, load_store(kPath, store).error);
     EXPECT_TRUE(store.values().empty());
     EXPECT_EQ("", log_.text());
 }
@@ -49,6 +52,7 @@ TEST_F(StoreFile, LoadsLinesOfKeyAndValue) {
 TEST_F(StoreFile, SkipsCommentsAndEmptyLinesSilently) {
     EXPECT_EQ((Values{{"a", "1"}}), loaded("# a comment\n\n#b=2\n\r\na=1\n").values());
     EXPECT_EQ("", log_.text());
+    EXPECT_FALSE(damaged_);
 }
 
 TEST_F(StoreFile, ALongCommentIsAComment) {
@@ -84,6 +88,7 @@ TEST_F(StoreFile, ADamagedLineIsReportedWithItsNumberAndTheRestIsKept) {
                                 "\nz=9\n";
     EXPECT_EQ((Values{{"a", "1"}, {"z", "9"}}), loaded(content).values());
     EXPECT_EQ(0, error_);
+    EXPECT_TRUE(damaged_);
     EXPECT_EQ((std::vector<std::string>{
                   kPath + " line 2 skipped: there is no '='",
                   kPath + " line 3 skipped: the key is empty",
@@ -106,7 +111,7 @@ TEST_F(StoreFile, ALineOf100MegabytesTakesNoMemory) {
     ASSERT_EQ(0, ::truncate(kPath.c_str(), 100 * 1024 * 1024));
     std::ofstream(kPath, std::ios::app) << "\nb=2\n";
     Store store;
-    EXPECT_EQ(0, load_store(kPath, store));
+    EXPECT_EQ(0, load_store(kPath, store).error);
     EXPECT_EQ((Values{{"a", "1"}, {"b", "2"}}), store.values());
 }
 
@@ -137,7 +142,7 @@ TEST_F(StoreFile, AFileWithMoreKeysThanAStoreHoldsCountsAsUnread) {
 TEST_F(StoreFile, AFolderInItsPlaceIsReported) {
     std::filesystem::create_directories(kPath);
     Store store;
-    EXPECT_EQ(EISDIR, load_store(kPath, store));
+    EXPECT_EQ(EISDIR, load_store(kPath, store).error);
     EXPECT_TRUE(log_.contains("can't read " + kPath + " errno=21, cause: Is a directory")) << log_.text();
 }
 
@@ -145,7 +150,7 @@ TEST_F(StoreFile, APipeInItsPlaceIsNotWaitedFor) {
     std::filesystem::create_directories(kFolder);
     ASSERT_EQ(0, ::mkfifo(kPath.c_str(), 0600));
     Store store;
-    EXPECT_EQ(EINVAL, load_store(kPath, store));
+    EXPECT_EQ(EINVAL, load_store(kPath, store).error);
 }
 
 TEST_F(StoreFile, AnUnreadableFileIsReported) {
@@ -178,7 +183,7 @@ Store two_values() {
 }
 
 TEST_F(StoreFile, SavesSortedLinesThatOnlyTheOwnerReads) {
-    EXPECT_EQ(0, save_store(kPath, two_values()));
+    EXPECT_EQ(0, save_store(kPath, two_values()).error);
     EXPECT_EQ("area=\nzone= west=1 \n", content_of(kPath));
     EXPECT_EQ(0600u, mode_of(kPath));
     EXPECT_FALSE(exists(kTemporary));
@@ -186,7 +191,7 @@ TEST_F(StoreFile, SavesSortedLinesThatOnlyTheOwnerReads) {
 
 TEST_F(StoreFile, AnEmptyStoreIsAnEmptyFile) {
     put_file(kPath, "a=1\n");
-    EXPECT_EQ(0, save_store(kPath, Store()));
+    EXPECT_EQ(0, save_store(kPath, Store()).error);
     EXPECT_TRUE(exists(kPath));
     EXPECT_EQ("", content_of(kPath));
 }
@@ -196,15 +201,15 @@ TEST_F(StoreFile, LoadsWhatItSaved) {
     for (int i = 0; i < 1000; ++i) {
         store.set("key" + std::to_string(i), std::string(static_cast<size_t>(i), '='));
     }
-    EXPECT_EQ(0, save_store(kPath, store));
+    EXPECT_EQ(0, save_store(kPath, store).error);
     Store read;
-    EXPECT_EQ(0, load_store(kPath, read));
+    EXPECT_EQ(0, load_store(kPath, read).error);
     EXPECT_EQ(store.values(), read.values());
 }
 
 TEST_F(StoreFile, MakesMissingFolders) {
     const std::string deep = kFolder + "/a/b/c/data.txt";
-    EXPECT_EQ(0, save_store(deep, two_values()));
+    EXPECT_EQ(0, save_store(deep, two_values()).error);
     EXPECT_TRUE(exists(deep));
     EXPECT_EQ(0u, doubles::libc::system.calls());
 }
@@ -225,17 +230,17 @@ TEST_F(StoreFile, TheFileIsSyncedBeforeItIsRenamedAndItsFolderAfterwards) {
         steps += "rename;";
         return doubles::libc::rename.real(from, to);
     });
-    EXPECT_EQ(0, save_store(kPath, two_values(), true));
+    EXPECT_EQ(0, save_store(kPath, two_values(), {true}).error);
     EXPECT_EQ("sync file;rename;sync folder;", steps);
 
     steps.clear();
-    EXPECT_EQ(0, save_store(kPath, two_values(), false));
+    EXPECT_EQ(0, save_store(kPath, two_values(), {false}).error);
     EXPECT_EQ("sync file;rename;sync folder;sync folder;sync folder;sync folder;", steps);
 }
 
 TEST_F(StoreFile, ReplacesWhatAKilledWriterLeft) {
     put_file(kTemporary, std::string(50000, 'x'));
-    EXPECT_EQ(0, save_store(kPath, two_values()));
+    EXPECT_EQ(0, save_store(kPath, two_values()).error);
     EXPECT_EQ("area=\nzone= west=1 \n", content_of(kPath));
     EXPECT_FALSE(exists(kTemporary));
 }
@@ -244,7 +249,7 @@ TEST_F(StoreFile, NeverWritesThroughALinkInTheTemporaryFilesPlace) {
     const std::string victim = kFolder + "/victim";
     put_file(victim, "precious");
     ASSERT_EQ(0, ::symlink(victim.c_str(), kTemporary.c_str()));
-    EXPECT_EQ(0, save_store(kPath, two_values()));
+    EXPECT_EQ(0, save_store(kPath, two_values()).error);
     EXPECT_EQ("precious", content_of(victim));
     EXPECT_EQ("area=\nzone= west=1 \n", content_of(kPath));
 }
@@ -258,7 +263,7 @@ TEST_F(StoreFile, WritesOnAfterShortWritesAndSignals) {
         }
         return doubles::libc::write.real(fd, data, 1);
     });
-    EXPECT_EQ(0, save_store(kPath, two_values()));
+    EXPECT_EQ(0, save_store(kPath, two_values()).error);
     EXPECT_EQ("area=\nzone= west=1 \n", content_of(kPath));
 }
 
@@ -271,7 +276,7 @@ class FailedSave : public StoreFile {
 
     /* Saves, and expects the old file, no leftovers, and one line. */
     void expect_failure(int error) {
-        EXPECT_EQ(error, save_store(kPath, two_values()));
+        EXPECT_EQ(error, save_store(kPath, two_values()).error);
         EXPECT_EQ("old=1\n", content_of(kPath));
         EXPECT_FALSE(exists(kTemporary));
         EXPECT_EQ(1u, warnings(log_).size()) << log_.text();
@@ -310,7 +315,7 @@ TEST_F(FailedSave, AReadOnlyFileSystemKeepsTheOldFile) {
 
 TEST_F(FailedSave, AFolderInTheTemporaryFilesPlaceKeepsTheOldFile) {
     std::filesystem::create_directories(kTemporary);
-    EXPECT_EQ(EEXIST, save_store(kPath, two_values()));
+    EXPECT_EQ(EEXIST, save_store(kPath, two_values()).error);
     EXPECT_EQ("old=1\n", content_of(kPath));
 }
 
@@ -319,7 +324,7 @@ TEST_F(FailedSave, AFolderThatCantBeMadeIsReported) {
         errno = EROFS;
         return -1;
     });
-    EXPECT_EQ(EROFS, save_store("/m_data/new/data.txt", two_values()));
+    EXPECT_EQ(EROFS, save_store("/m_data/new/data.txt", two_values()).error);
     EXPECT_FALSE(exists("/m_data/new"));
 }
 
@@ -333,7 +338,7 @@ TEST_F(FailedSave, AFolderThatCantBeSyncedIsReported) {
         }
         return doubles::libc::fsync.real(fd);
     });
-    EXPECT_EQ(EIO, save_store(kPath, two_values()));
+    EXPECT_EQ(EIO, save_store(kPath, two_values()).error);
     EXPECT_EQ("area=\nzone= west=1 \n", content_of(kPath));
 }
 
@@ -347,7 +352,7 @@ TEST_F(FailedSave, AFolderThatCantSyncIsNoFailure) {
         }
         return doubles::libc::fsync.real(fd);
     });
-    EXPECT_EQ(0, save_store(kPath, two_values()));
+    EXPECT_EQ(0, save_store(kPath, two_values()).error);
     EXPECT_EQ("", log_.text());
 }
 

@@ -85,6 +85,28 @@ inline void fail_rename(int error) {
     });
 }
 
+/* From now on no file can be given a second name, as where the file system has none. */
+inline void fail_link(int error) {
+    link_double.stand_in([error](const char *, const char *) {
+        errno = error;
+        return -1;
+    });
+}
+
+/* The files of a folder whose names begin so, with their folder, sorted. */
+inline std::vector<std::string> files_beginning(const std::string &start) {
+    std::vector<std::string> found;
+    std::error_code error;
+    for (const auto &entry :
+         std::filesystem::directory_iterator(std::filesystem::path(start).parent_path(), error)) {
+        if (entry.path().string().compare(0, start.size(), start) == 0) {
+            found.push_back(entry.path());
+        }
+    }
+    std::sort(found.begin(), found.end());
+    return found;
+}
+
 /* From now on no folder can be synced. */
 inline void fail_folder_sync() {
     doubles::libc::fsync.stand_in([](int fd) {
@@ -136,6 +158,7 @@ inline void end_faults() {
     doubles::libc::fsync.restore();
     doubles::libc::mkdir.restore();
     doubles::libc::ftruncate.restore();
+    link_double.restore();
 }
 
 /* A test in which the disk may fail. The log is captured all the while. */

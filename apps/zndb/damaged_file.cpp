@@ -1,0 +1,142 @@
+#include "damaged_file.h"
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <ctime>
+#include <memory>
+#include <tuple>
+#include <vector>
+
+#include "file_steps.h"
+#include "os_log.h"
+#include "os_time.h"
+
+namespace {
+
+constexpr char kMark[] = ".damaged-";
+constexpr size_t kStampLength = 15; /* YYYYMMDD-HHMMSS */
+
+/* So many of one second are kept apart. */
+constexpr unsigned kNumbersTried = 100;
+
+struct CloseFolder {
+    void operator()(DIR *folder) const { closedir(folder); }
+};
+using OwnedFolder = std::unique_ptr<DIR, CloseFolder>;
+
+/* The local time, as the log's lines have it. */
+std::string time_stamp() {
+    timeval now = {};
+    (void)os_gettimeofday(&now);
+    std::tm parts = {};
+    (void)localtime_r(&now.tv_sec, &parts);
+    char text[kStampLength + 1] = "";
+    (void)std::strftime(text, sizeof(text), "%Y%m%d-%H%M%S", &parts);
+    return text;
+}
+
+int copy_bytes(int from, int to) {
+    std::array<char, 8192> buffer;
+    for (;;) {
+        const ssize_t count = ::read(from, buffer.data(), buffer.size());
+        if (count < 0 && errno == EINTR) {
+            continue;
+        }
+        if (count <= 0) {
+            return count == 0 ? 0 : errno;
+        }
+        const int error = write_all(to, buffer.data(), static_cast<size_t>(count));
+        if (error != 0) {
+            return error;
+        }
+    }
+}
+
+/* A copy that is on the disk. */
+int copy_file(const std::string &from, const std::string &to) {
+    OwnedFd source;
+    OwnedFd target;
+    int error = open_file(from, O_RDONLY, source);
+    if (error == 0) {
+        error = open_file(to, O_WRONLY | O_CREAT | O_EXCL, target);
+    }
+    if (error != 0) {
+        return error;
+    }
+    error = copy_bytes(source.get(), target.get());
+    if (error == 0 && ::fsync(target.get()) != 0) {
+        error = errno;
+    }
+    if (error != 0) {
+        (void)::unlink(to.c_str());
+    }
+    return error;
+}
+
+int link_or_copy(const std::string &path, const std::string &name) {
+    if (::link(path.c_str(), name.c_str()) == 0) {
+        return 0;
+    }
+    const int error = errno;
+    return error == ENOENT || error == EEXIST ? error : copy_file(path, name);
+}
+
+/* Whether a text is what this file puts behind the mark. */
+bool is_stamp(const std::string &text) {
+    return text.size() >= kStampLength && text.find_first_not_of("0123456789-") == std::string::npos;
+}
+
+/* What names are sorted by: when, and then which of that second. */
+auto age_of(const std::string &name, size_t stamp) {
+    return std::make_tuple(name.substr(stamp, kStampLength), name.size(), name);
+}
+
+/* The damaged ones of a file, the oldest first. */
+std::vector<std::string> damaged_ones(const std::string &path) {
+    const size_t slash = path.rfind('/') + 1;
+    const std::string prefix = path.substr(slash) + kMark;
+    const OwnedFolder folder(::opendir(path.substr(0, slash).c_str()));
+    std::vector<std::string> names;
+    const dirent *entry = nullptr;
+    while (folder && (entry = ::readdir(folder.get())) != nullptr) {
+        const std::string name = entry->d_name;
+        if (name.compare(0, prefix.size(), prefix) == 0 && is_stamp(name.substr(prefix.size()))) {
+            names.push_back(path.substr(0, slash) + name);
+        }
+    }
+    const size_t stamp = slash + prefix.size();
+    std::sort(names.begin(), names.end(), [stamp](const std::string &one, const std::string &other) {
+        return age_of(one, stamp) < age_of(other, stamp);
+    });
+    return names;
+}
+
+}  // namespace
+
+int keep_damaged(const std::string &path, std::string &kept) {
+    const std::string first = path + kMark + time_stamp();
+    int error = EEXIST;
+    for (unsigned number = 1; error == EEXIST && number <= kNumbersTried; ++number) {
+        const std::string name = number == 1 ? first : first + "-" + std::to_string(number);
+        error = link_or_copy(path, name);
+        if (error == 0) {
+            kept = name;
+        }
+    }
+    return error == ENOENT ? 0 : error;
+}
+
+void forget_old_damaged(const std::string &path, const std::string &kept) {
+    std::vector<std::string> names = damaged_ones(path);
+    names.erase(std::remove(names.begin(), names.end(), kept), names.end());
+    for (size_t i = 0; i + kDamagedFilesKept <= names.size(); ++i) {
+        if (::unlink(names[i].c_str()) == 0) {
+            OS_LOG(OS_LOG_NOTICE, "%s is removed, since there are newer ones", names[i].c_str());
+        }
+    }
+}
