@@ -14,6 +14,9 @@ namespace {
 
 using Change = JournalRecord::Change;
 
+/* A journal of which less than this part is outdated is not worth a rewrite. */
+constexpr uint64_t kOutdatedPart = 8;
+
 class Lock {
   public:
     explicit Lock(os_mutex *mutex) : mutex_(mutex) { os_mutex_lock(mutex_); }
@@ -55,17 +58,17 @@ os_mutex *make_mutex() {
     return mutex;
 }
 
-/* Adds what leads from a store's file to its present values. */
-void add_pending(StoreId id, const Store &store, std::vector<JournalRecord> &records) {
+/* Lists what leads from a store's file to its present values. */
+void list_pending_of(StoreId id, const Store &store, const Journal::Replay &add) {
     if (store.cleared()) {
-        records.push_back({id, Change::kClear, {}, {}});
+        add({id, Change::kClear, {}, {}});
     }
     for (const auto &change : store.changes()) {
         const std::string &key = change.first;
         if (const std::string *value = store.find(key)) {
-            records.push_back({id, Change::kSet, key, *value});
+            add({id, Change::kSet, key, *value});
         } else {
-            records.push_back({id, Change::kErase, key, {}});
+            add({id, Change::kErase, key, {}});
         }
     }
 }
@@ -208,9 +211,30 @@ bool Database::file_may_differ(StoreId id, std::string_view key) const {
     return store(id).unread() && key_problem(key) == nullptr && store(id).changes().count(key) == 0;
 }
 
+void Database::list_pending(const Journal::Replay &add) const {
+    for (const StoreId id : kStoreIds) {
+        list_pending_of(id, store(id), add);
+    }
+}
+
+uint64_t Database::pending_size() const {
+    uint64_t size = 0;
+    list_pending([&size](const JournalRecord &record) { size += record_size(record); });
+    return size;
+}
+
 int Database::shorten_journal() {
     deletes_ = 0;
-    return journal_.rewrite(pending());
+    return journal_.rewrite([this](const Journal::Replay &add) { list_pending(add); }, pending_size());
+}
+
+/* Where nearly all of it counts, a second journal beside the first would only take room. */
+void Database::shorten_overgrown_journal() {
+    if (deletes_ <= kStoreKeysMax && journal_.size() - pending_size() < journal_.size() / kOutdatedPart) {
+        journal_.postpone();
+        return;
+    }
+    (void)shorten_journal();
 }
 
 apps_err_e_type Database::change(const JournalRecord &record) {
@@ -221,7 +245,7 @@ apps_err_e_type Database::change(const JournalRecord &record) {
     apply(record);
     OS_LOG(OS_LOG_VERBOSE, "'%s' changed", std::string(record.key).c_str());
     if (journal_.overgrown() || deletes_ > kStoreKeysMax) {
-        (void)shorten_journal();
+        shorten_overgrown_journal();
     }
     return E_APPS_ERR_SUCCESS;
 }
@@ -336,14 +360,6 @@ apps_err_e_type Database::save_before_power_off() {
     until_reboot_.put_back(store(StoreId::kPlain));
     (void)shorten_journal();
     return first_failure;
-}
-
-std::vector<JournalRecord> Database::pending() const {
-    std::vector<JournalRecord> records;
-    for (const StoreId id : kStoreIds) {
-        add_pending(id, store(id), records);
-    }
-    return records;
 }
 
 apps_err_e_type Database::save_ram() {

@@ -8,7 +8,6 @@
 
 #include <cstdint>
 #include <string_view>
-#include <vector>
 
 #include "apps_err.h"
 #include "journal.h"
@@ -94,8 +93,10 @@ class Database {
     apps_err_e_type change(const JournalRecord &record);
     apps_err_e_type change_key(const JournalRecord &record);
     apps_err_e_type save_one(StoreId id);
-    std::vector<JournalRecord> pending() const;
+    void list_pending(const Journal::Replay &add) const;
+    uint64_t pending_size() const;
     int shorten_journal();
+    void shorten_overgrown_journal();
 
     os_mutex *const mutex_; /* protects everything below */
     Held held_[3];          /* by StoreId */

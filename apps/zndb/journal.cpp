@@ -9,6 +9,21 @@
 #include "line_reader.h"
 #include "os_log.h"
 #include "replacement_file.h"
+#include "skipped_lines.h"
+
+namespace {
+
+/* Returns null, or why the line is skipped. */
+const char *take_line(const Line &line, JournalContent &content) {
+    if (!line.fits) {
+        return "it is too long";
+    }
+    JournalRecord record = {};
+    const char *problem = parse_record(line.text, record);
+    return problem != nullptr ? problem : content.take(record);
+}
+
+}  // namespace
 
 int Journal::report(const char *what, int error) const {
     errno = error;
@@ -16,8 +31,9 @@ int Journal::report(const char *what, int error) const {
     return error;
 }
 
-int Journal::read_lines(int fd, std::vector<KeptLine> &lines) {
+int Journal::read_lines(int fd, JournalContent &content) {
     LineReader reader(fd);
+    SkippedLines skipped(path_);
     Line line = {};
     size_ = 0;
     torn_ = false;
@@ -25,24 +41,18 @@ int Journal::read_lines(int fd, std::vector<KeptLine> &lines) {
         torn_ = !line.ended;
         if (!torn_) {
             size_ = line.end;
-            lines.push_back({std::string(line.text), line.fits});
+            if (const char *problem = take_line(line, content)) {
+                skipped.report(line.number, problem);
+            }
         }
+    }
+    if (reader.error() == 0) {
+        skipped.report_rest();
     }
     return reader.error();
 }
 
-void Journal::hand_out(const std::vector<KeptLine> &lines, const Replay &replay) const {
-    unsigned long long number = 0;
-    for (const KeptLine &line : lines) {
-        ++number;
-        JournalRecord record = {};
-        const char *problem = line.fits ? parse_record(line.text, record) : "it is too long";
-        if (problem == nullptr) {
-            replay(record);
-        } else {
-            OS_LOG(OS_LOG_WARNING, "%s line %llu skipped: %s", path_.c_str(), number, problem);
-        }
-    }
+void Journal::report_torn_line() const {
     if (torn_) {
         OS_LOG(OS_LOG_WARNING, "%s: the last line was cut off and is dropped", path_.c_str());
     }
@@ -65,20 +75,21 @@ int Journal::open(const Replay &replay) {
     }
 
     OwnedFd fd;
-    std::vector<KeptLine> lines;
+    JournalContent content;
     int error = make_folder_of(path_);
     if (error == 0) {
         error = open_file(path_, O_RDWR | O_APPEND | O_CREAT | O_NOFOLLOW, fd);
     }
     if (error == 0) {
-        error = read_lines(fd.get(), lines);
+        error = read_lines(fd.get(), content);
     }
     if (error != 0) {
         return report("can't open", error);
     }
 
     fd_ = std::move(fd);
-    hand_out(lines, replay);
+    report_torn_line();
+    content.hand_out(replay);
     return 0;
 }
 
@@ -108,11 +119,9 @@ int Journal::empty() {
     return 0;
 }
 
-int Journal::replace(const std::vector<JournalRecord> &records) {
+int Journal::replace(const Source &source) {
     ReplacementFile file(path_);
-    for (const JournalRecord &record : records) {
-        file.add(format_record(record));
-    }
+    source([&file](const JournalRecord &record) { file.add(format_record(record)); });
     const int error = file.put_in_place(ReplacementFile::Outlives::kCrash);
     if (error == 0) {
         fd_ = file.take();
@@ -122,9 +131,13 @@ int Journal::replace(const std::vector<JournalRecord> &records) {
     return error;
 }
 
-int Journal::rewrite(const std::vector<JournalRecord> &records) {
+void Journal::postpone() {
+    overgrown_above_ = size_ + std::max(kJournalSmall, size_ / 4);
+}
+
+int Journal::rewrite(const Source &source, uint64_t size) {
     /* Emptying needs no room, and room may be what is short. */
-    const int error = records.empty() ? empty() : replace(records);
-    overgrown_above_ = std::max(kJournalSmall, 2 * size_);
+    const int error = size == 0 ? empty() : replace(source);
+    postpone();
     return error == 0 ? 0 : report("can't rewrite", error);
 }

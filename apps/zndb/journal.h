@@ -7,9 +7,9 @@
 #include <cstdint>
 #include <functional>
 #include <string>
-#include <vector>
 
 #include "file_steps.h"
+#include "journal_content.h"
 #include "journal_record.h"
 
 /* A journal of this many bytes or fewer is never overgrown. */
@@ -19,13 +19,16 @@ class Journal {
   public:
     using Replay = std::function<void(const JournalRecord &record)>;
 
+    /* Calls its argument with one record after the other; the same ones each time. */
+    using Source = std::function<void(const Replay &add)>;
+
     explicit Journal(std::string path) : path_(std::move(path)) {}
 
     /*
-     * Opens the journal and hands out what is in it, in order; makes it when there is none. A damaged line
-     * is reported and passed over; a last line that was cut off was never answered, and goes away.
-     * Does nothing once it has succeeded. Returns 0, or an errno value after a log line; then nothing was
-     * handed out, since the first records without the last ones would give values that are long gone.
+     * Opens the journal and hands out what it says in the end, store by store; makes it when there is none. A
+     * damaged line is reported and passed over; a last line that was cut off was never answered, and goes
+     * away. Does nothing once it has succeeded. Returns 0, or an errno value after a log line; then nothing
+     * was handed out, since the first records without the last ones would give values that are long gone.
      */
     int open(const Replay &replay);
 
@@ -36,25 +39,27 @@ class Journal {
     int append(const JournalRecord &record);
 
     /*
-     * Replaces all records by these, at once or not at all. Only when open.
+     * Replaces all records by those of a source, at once or not at all. Only when open.
+     * size: of their lines.
      * Returns 0, or an errno value after a log line; then the journal is as before.
      */
-    int rewrite(const std::vector<JournalRecord> &records);
+    int rewrite(const Source &source, uint64_t size);
 
-    /* Whether a rewrite is worth its cost; failed ones count too, so that they are not tried every time. */
+    /* Bytes of the records that count. */
+    uint64_t size() const { return size_; }
+
+    /* Whether it has grown so much that it is time to look whether a rewrite is worth its cost. */
     bool overgrown() const { return size_ > overgrown_above_; }
 
-  private:
-    struct KeptLine {
-        std::string text;
-        bool fits; /* as that of a Line */
-    };
+    /* Has it grow as much again before the next look: it is not worth its cost, or has failed. */
+    void postpone();
 
-    int read_lines(int fd, std::vector<KeptLine> &lines);
-    void hand_out(const std::vector<KeptLine> &lines, const Replay &replay) const;
+  private:
+    int read_lines(int fd, JournalContent &content);
+    void report_torn_line() const;
     int cut_torn_line();
     int empty();
-    int replace(const std::vector<JournalRecord> &records);
+    int replace(const Source &source);
     int report(const char *what, int error) const;
 
     const std::string path_;

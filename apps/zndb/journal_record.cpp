@@ -47,6 +47,11 @@ std::string format_record(const JournalRecord &record) {
     return line;
 }
 
+size_t record_size(const JournalRecord &record) {
+    const bool is_set = record.change == JournalRecord::Change::kSet;
+    return 2 + record.key.size() + (is_set ? 1 + record.value.size() : 0) + 1;
+}
+
 const char *parse_record(std::string_view line, JournalRecord &record) {
     if (line.size() < 2) {
         return "it is too short";

@@ -9,6 +9,7 @@
  */
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <string_view>
 
@@ -37,6 +38,9 @@ struct JournalRecord {
 
 /* Returns the record's line, its LF included. The texts must be such as a line can hold. */
 std::string format_record(const JournalRecord &record);
+
+/* Returns the length of that line. */
+size_t record_size(const JournalRecord &record);
 
 /*
  * Reads a line, its LF not included.

@@ -10,35 +10,9 @@
 #include "line_reader.h"
 #include "os_log.h"
 #include "replacement_file.h"
+#include "skipped_lines.h"
 
 namespace {
-
-/* A file of rubbish must not flood the log. */
-constexpr unsigned kLinesReported = 20;
-
-/* Reports the lines of a file that were skipped, the first ones singly. */
-class SkippedLines {
-  public:
-    explicit SkippedLines(const std::string &path) : path_(path) {}
-
-    void report(const Line &line, const char *problem) {
-        if (++count_ <= kLinesReported) {
-            OS_LOG(OS_LOG_WARNING, "%s line %llu skipped: %s", path_.c_str(),
-                   static_cast<unsigned long long>(line.number), problem);
-        }
-    }
-    bool any() const { return count_ > 0; }
-    void report_rest() const {
-        if (count_ > kLinesReported) {
-            OS_LOG(OS_LOG_WARNING, "%s: %llu more lines skipped", path_.c_str(),
-                   static_cast<unsigned long long>(count_ - kLinesReported));
-        }
-    }
-
-  private:
-    const std::string &path_;
-    uint64_t count_ = 0;
-};
 
 std::string_view without_cr(std::string_view text) {
     return !text.empty() && text.back() == '\r' ? text.substr(0, text.size() - 1) : text;
@@ -78,7 +52,7 @@ LoadedFile load_lines(int fd, const std::string &path, Store &store) {
     while (reader.next(line)) {
         if (const char *problem = load_line(line, store)) {
             overflowed = overflowed || problem == kStoreIsFull;
-            skipped.report(line, problem);
+            skipped.report(line.number, problem);
         }
     }
     skipped.report_rest();

@@ -191,6 +191,32 @@ TEST_F(DatabaseJournal, AFailedSaveRamIsAnsweredAndLosesNothing) {
     EXPECT_EQ("2", plain("k"));
 }
 
+/* A rewrite takes room for a second journal, and would gain nothing. */
+TEST_F(DatabaseJournal, AJournalOfWhichNearlyAllCountsIsNotRewritten) {
+    const std::string value(1000, 'v');
+    for (int i = 0; i < 2000; ++i) {
+        ASSERT_EQ(0, database_->set(P, std::to_string(i), value));
+        ASSERT_FALSE(exists(kJournalFile + ".tmp"));
+    }
+    fail_rename(EIO);
+    for (int i = 0; i < 100; ++i) {
+        ASSERT_EQ(0, database_->set(P, std::to_string(i), value + "new"));
+    }
+    EXPECT_TRUE(warnings(log_).empty()) << log_.text();
+}
+
+TEST_F(DatabaseJournal, OfALargeJournalAtMostAThirdIsOutdated) {
+    const std::string value(1000, 'v');
+    for (int i = 0; i < 4000; ++i) {
+        ASSERT_EQ(0, database_->set(P, std::to_string(i), value));
+    }
+    const auto all_counts = std::filesystem::file_size(kJournalFile);
+    for (int i = 0; i < 20000; ++i) {
+        ASSERT_EQ(0, database_->set(P, std::to_string(i % 4000), value + std::to_string(i)));
+        ASSERT_LE(std::filesystem::file_size(kJournalFile), all_counts * 3 / 2) << i;
+    }
+}
+
 TEST_F(DatabaseJournal, TheJournalOfAValueThatChangesForEverStaysSmall) {
     const std::string value(1000, 'v');
     for (int i = 0; i < 2000; ++i) {

@@ -33,6 +33,15 @@ TEST(JournalRecord, ReadsWhatItWrites) {
     }
 }
 
+TEST(JournalRecord, KnowsTheLengthOfItsLine) {
+    for (const JournalRecord &record : {JournalRecord{StoreId::kPlain, Change::kSet, "key", "value"},
+                                        {StoreId::kPerm, Change::kSet, "k", ""},
+                                        {StoreId::kFactory, Change::kErase, "key", ""},
+                                        {StoreId::kPlain, Change::kClear, "", ""}}) {
+        EXPECT_EQ(format_record(record).size(), record_size(record)) << format_record(record);
+    }
+}
+
 TEST(JournalRecord, RefusesDamagedLines) {
     JournalRecord record = {StoreId::kPerm, Change::kErase, "old", ""};
     for (const char *line : {"", "P", "X+k=v", "p+k=v", "P*k", "P+", "P+k", "P+=v", "P-", "P-a=b", "P!k"}) {
