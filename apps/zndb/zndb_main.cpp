@@ -1,12 +1,23 @@
 /*
  * The module zndb: the configuration database as a process.
  */
+#include <atomic>
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+
 #include "database.h"
 #include "frwk_common.h"
 #include "os_log.h"
+#include "os_time.h"
+#include "own_files.h"
 #include "zndb_handler.h"
+#include "zndb_paths.h"
 
 namespace {
+
+/* The lock and the socket of this process. Made when they are there; never freed, as the database. */
+std::atomic<const OwnFiles *> g_s_own_files{nullptr};
 
 /*
  * Loaded by whoever comes first: the service thread may be told to end before the main thread gets here.
@@ -21,8 +32,41 @@ Database &database() {
     return *loaded;
 }
 
+/*
+ * Where somebody removed the lock, a second database may have been started, which has the socket now. The
+ * files and the journal are its own then: it has repeated what this one had not saved. Says so, and returns
+ * true.
+ */
+bool is_superseded() {
+    const OwnFiles *files = g_s_own_files;
+    const char *lost = files != nullptr ? files->lost() : nullptr;
+    if (lost == nullptr) {
+        return false;
+    }
+    const std::string words =
+        std::string(lost) + " is not the one of this process any more: ending, nothing is saved";
+    OS_LOG(OS_LOG_WARNING, "%s", words.c_str());
+    (void)std::fprintf(stderr, "%s\n", words.c_str());
+    return true;
+}
+
+bool is_reading(apps_message_id_e_type msgid) {
+    return msgid == E_APPS_MSG_ZNDB_GET || msgid == E_APPS_MSG_ZNDB_GET_PERM ||
+           msgid == E_APPS_MSG_ZNDB_GET_DEF;
+}
+
+/* What changes nothing is worth a look once a second. */
+bool is_worth_a_look(apps_message_id_e_type msgid) {
+    static std::atomic<uint32_t> looked_at{0};
+    const uint32_t now = os_uptime_sec();
+    return looked_at.exchange(now) != now || !is_reading(msgid);
+}
+
 apps_err_e_type answer_message(uint32_t src, apps_message_id_e_type msgid, const void *data, int32_t data_len,
                                void *rsp, uint32_t rsp_size, uint32_t) {
+    if (is_worth_a_look(msgid) && is_superseded()) {
+        std::exit(EXIT_FAILURE);  // NOLINT(concurrency-mt-unsafe): the service thread is the only one
+    }
     return zndb_handle(database(), {src, msgid, data, data_len, rsp, rsp_size});
 }
 
@@ -34,7 +78,7 @@ bool ends_the_device(apps_message_id_e_type msgid) {
 /* What stays unsaved is in the journal, for the next start of the service alone. */
 void before_exit(apps_message_id_e_type msgid) {
     OS_LOG(OS_LOG_NOTICE, "ending, as message %d asks", msgid);
-    if (ends_the_device(msgid)) {
+    if (ends_the_device(msgid) && !is_superseded()) {
         (void)database().save_before_power_off(); /* a failure is logged, and nothing else can be done */
     }
 }
@@ -43,6 +87,7 @@ void before_exit(apps_message_id_e_type msgid) {
 
 int main() {
     frwk_module_init(E_APPS_MODULE_ZNDB, before_exit);
+    g_s_own_files = new OwnFiles({zndb_paths::kLockFile, zndb_paths::kSocketFile});
     (void)database();
     frwk_ipc_service(answer_message);
     return 1;  // GCOVR_EXCL_LINE: there is no service thread

@@ -13,6 +13,10 @@ inline constexpr char kFactoryFile[] = "/m_data/factor/factor_data.txt";
 /* On tmpfs: outlives the service, not the power. */
 inline constexpr char kJournalFile[] = "/tmp/m_tmp/zndb/journal";
 
+/* What the framework makes for the module, and by what others find it. */
+inline constexpr char kLockFile[] = "/tmp/m_tmp/lock/zndb";
+inline constexpr char kSocketFile[] = "/tmp/m_tmp/ipc/zndb";
+
 /* Added to a file's path while its successor is being written. */
 inline constexpr char kTemporarySuffix[] = ".tmp";
 
