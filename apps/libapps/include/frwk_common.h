@@ -94,6 +94,7 @@ int32_t frwk_module_disabled(int32_t id, char *path, uint32_t size);
 /*
  * A module's request handler.
  *
+ * While it runs for another module, nobody else is served: one that takes longer than a second is logged.
  * It runs on the service thread for messages from other modules, one at a time; on the caller's thread
  * for a synchronous request of the module to itself; and on a thread of its own for each asynchronous
  * message to itself. All three may happen at once. Messages 1 to 8 never reach it.
@@ -135,7 +136,8 @@ void frwk_set_module_status(uint32_t status);
  * timeout: seconds; it limits the connect, and how long the receiver waits for its own handler to be
  * registered: it waits without limit for messages 1008 and 1009, and not at all for the modules webserver and
  * tr069, which get the result E_APPS_ERR_PROCESS. Once the request is written the call waits for the answer
- * without limit.
+ * without limit; from the fifth second on it says so in the log, as a warning, each time that the wait has
+ * doubled. A signal does not end it.
  *
  * req, req_len: the body and its bytes; null and 0 for none.
  *

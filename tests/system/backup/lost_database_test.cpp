@@ -66,10 +66,10 @@ class LostDatabase : public BackupSystem {
     apps_err_e_type restore_and_stop_before(unsigned request, int next) {
         const apps_err_e_type ret = restore_and_before(request, [this, next] {
             zndb_->stop();
-            doubles::libc::recv.stand_in([this, next](int fd, void *buf, size_t size, int flags) {
-                doubles::libc::recv.restore();
+            doubles::libc::poll.stand_in([this, next](pollfd *fds, nfds_t count, int limit) {
+                doubles::libc::poll.restore();
                 zndb_->send_signal(next);
-                return doubles::libc::recv.real(fd, buf, size, flags);
+                return doubles::libc::poll.real(fds, count, limit);
             });
         });
         if (next == SIGKILL) {

@@ -310,10 +310,25 @@ TEST_F(IpcSyncTest, HasNoDataForAnAnswerLengthOfZeroOrLess) {
     }
 }
 
-TEST_F(IpcSyncTest, WaitsForTheAnswerWithoutALimit) {
-    const AnsweringPeer wlan("wlan", words({0, 0}));
-    EXPECT_EQ(frwk_ipc_send_sync(kWlan, 5001, nullptr, 0, nullptr, 0, 1, nullptr), 0);
-    EXPECT_EQ(libc::poll.calls(), 0u);
+TEST_F(IpcSyncTest, NeedsOneWaitAndOneReadForASmallAnswer) {
+    const AnsweringPeer wlan("wlan", words({0, 8, 1, 2}));
+    libc::fcntl.forget_calls();
+    EXPECT_EQ(ask(), 0);
+    EXPECT_EQ(libc::poll.calls(), 1u);
+    EXPECT_EQ(libc::recv.calls(), 1u);
+    EXPECT_EQ(libc::fcntl.calls(), 0u);
+}
+
+TEST_F(IpcSyncTest, ReportsAnAnswerThatCanNotBeWaitedFor) {
+    const TestListener wlan("wlan");
+    libc::poll.stand_in([](pollfd *, nfds_t, int) {
+        errno = ENOMEM;
+        return -1;
+    });
+    EXPECT_EQ(ask(), 19);
+    EXPECT_TRUE(logged_once(log_, kWarningLevel, with_errno("select recv error!", ENOMEM)));
+    EXPECT_TRUE(logged_once(log_, kWarningLevel, "ipc recv rsp header failed!"));
+    EXPECT_EQ(result_, kUntouched);
 }
 
 TEST_F(IpcSyncTest, ReadsALargeAnswerStraightIntoTheBuffer) {

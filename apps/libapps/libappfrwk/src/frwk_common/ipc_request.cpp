@@ -11,6 +11,7 @@
 #include <utility>
 
 #include "frwk_common.h"
+#include "frwk_common/answer_wait.h"
 #include "frwk_common/ipc_dispatch.h"
 #include "frwk_common/ipc_trace.h"
 #include "frwk_common/ipc_transport.h"
@@ -77,7 +78,8 @@ apps_err_e_type check_request(const char *caller, uint32_t module, const Body &b
 }
 
 /* Writes one request. Returns 0, or the result of the send. */
-apps_err_e_type write_request(const char *caller, int fd, const frwk_ipc_header &header, const Body &body) {
+apps_err_e_type write_request(const char *caller, int fd, const frwk_ipc_header &header, const Body &body,
+                              AnswerWait &wait) {
     IpcBuffer request;
     const std::optional<uint32_t> size = checked_add(kHeaderSize, body.len);
     if (!request.reserve(size)) {
@@ -87,10 +89,10 @@ apps_err_e_type write_request(const char *caller, int fd, const frwk_ipc_header 
 
     int32_t written = 0;
     if (request.on_heap()) {
-        written = frwk_ipc_tell(fd, &header, kHeaderSize, body.data, body.len);
+        written = frwk_ipc_send(fd, &header, kHeaderSize, body.data, body.len, wait);
     } else {
         lay_out(request.data(), header, body);
-        written = frwk_ipc_tell(fd, request.data(), *size, nullptr, 0);
+        written = frwk_ipc_send(fd, request.data(), *size, nullptr, 0, wait);
     }
     if (written != static_cast<int32_t>(*size)) {
         FRWK_WARN_AS(caller, "ipc send req msg failed!");
@@ -101,27 +103,26 @@ apps_err_e_type write_request(const char *caller, int fd, const frwk_ipc_header 
 
 /* Opens a connection and writes one request. Returns 0 with the connection, or the result of the send. */
 apps_err_e_type send_request(const char *caller, uint32_t module, const frwk_ipc_header &header,
-                             const Body &body, UniqueFd *connection) {
-    const auto connect = header.async != 0 ? frwk_ipc_connect_to_tell : frwk_ipc_connect;
-    UniqueFd fd(connect(module, header.timeout));
+                             const Body &body, AnswerWait &wait, UniqueFd *connection) {
+    UniqueFd fd(frwk_ipc_connect(module, header.timeout));
     if (!fd) {
         const char *name = frwk_module_name(static_cast<int32_t>(module));
         FRWK_WARN_AS(caller, "ipc connect to module [%s] failed!", name != nullptr ? name : "");
         return E_APPS_ERR_MODULE;
     }
 
-    const apps_err_e_type sent = write_request(caller, fd.get(), header, body);
+    const apps_err_e_type sent = write_request(caller, fd.get(), header, body, wait);
     *connection = std::move(fd);
     return sent;
 }
 
 /* Reads what is still missing of len bytes. Returns false, logged, when it can't be had. */
-bool receive_rest(int fd, void *buf, uint32_t received, uint32_t len) {
+bool receive_rest(int fd, void *buf, uint32_t received, uint32_t len, AnswerWait &wait) {
     if (received >= len) {
         return true;
     }
     const uint32_t missing = len - received;
-    return frwk_ipc_recv(fd, static_cast<char *>(buf) + received, missing, 0) ==
+    return frwk_ipc_recv_stream(fd, static_cast<char *>(buf) + received, missing, wait) ==
            static_cast<int32_t>(missing);
 }
 
@@ -138,11 +139,13 @@ static_assert(offsetof(SmallAnswer, data) == sizeof(frwk_ipc_rsp_header));
  * rule; a larger one straight to its place once its header is checked. Returns 0 with the handler's result,
  * or the result of the send.
  */
-apps_err_e_type receive_answer(int fd, void *rsp, uint32_t rsp_size, int32_t *handler_result) {
+apps_err_e_type receive_answer(int fd, void *rsp, uint32_t rsp_size, AnswerWait &wait,
+                               int32_t *handler_result) {
     SmallAnswer answer;
     constexpr uint32_t kHeadSize = sizeof(answer.header);
     const bool small = rsp_size <= sizeof(answer.data);
-    const int32_t count = frwk_ipc_recv_some(fd, &answer, kHeadSize, kHeadSize + (small ? rsp_size : 0), 0);
+    const uint32_t most = kHeadSize + (small ? rsp_size : 0);
+    const int32_t count = frwk_ipc_recv_later(fd, &answer, kHeadSize, most, wait);
     if (count < static_cast<int32_t>(kHeadSize)) {
         FRWK_WARN_AS(kSync, "ipc recv rsp header failed!");
         return E_APPS_ERR_READ;
@@ -154,7 +157,7 @@ apps_err_e_type receive_answer(int fd, void *rsp, uint32_t rsp_size, int32_t *ha
         FRWK_WARN_AS(kSync, "ipc recv rsp buffer not big enough!");
         return E_APPS_ERR_OUTOFBUF;
     }
-    if (!receive_rest(fd, small ? answer.data : rsp, received, len)) {
+    if (!receive_rest(fd, small ? answer.data : rsp, received, len, wait)) {
         FRWK_WARN_AS(kSync, "ipc recv rsp data failed!");
         return E_APPS_ERR_READ;
     }
@@ -209,14 +212,15 @@ apps_err_e_type frwk_ipc_send_sync(uint32_t module, apps_message_id_e_type msgid
         return E_APPS_ERR_SUCCESS;
     }
 
+    AnswerWait wait(kSync, module, msgid);
     UniqueFd connection;
-    const apps_err_e_type sent = send_request(kSync, module, header, body, &connection);
+    const apps_err_e_type sent = send_request(kSync, module, header, body, wait, &connection);
     if (sent != E_APPS_ERR_SUCCESS) {
         return sent;
     }
 
     int32_t handler_result = 0;
-    const apps_err_e_type received = receive_answer(connection.get(), rsp, rsp_size, &handler_result);
+    const apps_err_e_type received = receive_answer(connection.get(), rsp, rsp_size, wait, &handler_result);
     if (received != E_APPS_ERR_SUCCESS) {
         return received;
     }
@@ -238,8 +242,9 @@ apps_err_e_type frwk_ipc_send_async(uint32_t module, apps_message_id_e_type msgi
         return handle_on_own_thread(header, body);
     }
 
+    AnswerWait wait(kAsync, module, msgid);
     UniqueFd connection;
-    const apps_err_e_type sent = send_request(kAsync, module, header, body, &connection);
+    const apps_err_e_type sent = send_request(kAsync, module, header, body, wait, &connection);
     return sent == E_APPS_ERR_SUCCESS ? E_APPS_ERR_ASYNC : sent;
 }
 

@@ -15,6 +15,7 @@
 #include <optional>
 
 #include "frwk_common.h"
+#include "frwk_common/exchange_watch.h"
 #include "frwk_common/ipc_dispatch.h"
 #include "frwk_common/ipc_listener.h"
 #include "frwk_common/ipc_trace.h"
@@ -114,9 +115,8 @@ using IpcBuffer = SmallBuffer<kIpcFixedBuffer>;
 class Request {
   public:
     /* Returns false when no whole header came. */
-    bool receive_header(int fd) {
-        const int32_t count =
-            frwk_ipc_recv_some(fd, bytes_, sizeof(header_), sizeof(bytes_), kIpcReceiveLimitSeconds);
+    bool receive_header(int fd, ExchangeWatch &watch) {
+        const int32_t count = frwk_ipc_recv(fd, bytes_, sizeof(header_), sizeof(bytes_), watch);
         if (count < static_cast<int32_t>(sizeof(header_))) {
             return false;
         }
@@ -126,7 +126,7 @@ class Request {
     }
 
     /* Returns false, logged, when the body that the header announces can't be had whole. */
-    bool receive_body(int fd) {
+    bool receive_body(int fd, ExchangeWatch &watch) {
         if (header_.data_len <= 0) {
             return true;
         }
@@ -138,9 +138,9 @@ class Request {
         if (early_ >= size) {
             return true;
         }
+        watch.enter(ExchangeStep::kBody, header_);
         const uint32_t missing = size - early_;
-        if (frwk_ipc_recv(fd, body_ + early_, missing, kIpcReceiveLimitSeconds) !=
-            static_cast<int32_t>(missing)) {
+        if (frwk_ipc_recv(fd, body_ + early_, missing, missing, watch) != static_cast<int32_t>(missing)) {
             FRWK_WARN_AS(kExchange, "ipc recv body error!");
             return false;
         }
@@ -182,18 +182,25 @@ bool prepare_answer(const frwk_ipc_header &header, IpcBuffer *answer) {
     return true;
 }
 
-apps_err_e_type dispatch(const frwk_ipc_header &header, const void *body, void *rsp) {
+apps_err_e_type dispatch(const frwk_ipc_header &header, const void *body, void *rsp, ExchangeWatch &watch) {
+    const bool registered = g_s_ipc_handler.load() != nullptr;
+    watch.enter(registered ? ExchangeStep::kHandler : ExchangeStep::kRegistration, header);
     const bool answered = header.async == 0;
-    return frwk_ipc_msg_handle(header.src, header.msgid, body, header.data_len, answered ? rsp : nullptr,
-                               answered ? header.rsp_size : 0, header.timeout);
+    const apps_err_e_type result =
+        frwk_ipc_msg_handle(header.src, header.msgid, body, header.data_len, answered ? rsp : nullptr,
+                            answered ? header.rsp_size : 0, header.timeout);
+    watch.look();
+    return result;
 }
 
-void send_answer(int fd, uint32_t rsp_size, apps_err_e_type result, unsigned char *answer) {
-    const frwk_ipc_rsp_header rsp_header = {result, static_cast<int32_t>(rsp_size)};
+void send_answer(int fd, const frwk_ipc_header &header, apps_err_e_type result, unsigned char *answer,
+                 ExchangeWatch &watch) {
+    const frwk_ipc_rsp_header rsp_header = {result, static_cast<int32_t>(header.rsp_size)};
     std::memcpy(answer, &rsp_header, sizeof(rsp_header));
 
-    const uint32_t size = rsp_size + static_cast<uint32_t>(sizeof(rsp_header));
-    if (frwk_ipc_send(fd, answer, size) != static_cast<int32_t>(size)) {
+    watch.enter(ExchangeStep::kAnswer, header);
+    const uint32_t size = header.rsp_size + static_cast<uint32_t>(sizeof(rsp_header));
+    if (frwk_ipc_send(fd, answer, size, nullptr, 0, watch) != static_cast<int32_t>(size)) {
         FRWK_WARN_AS(kExchange, "send ipc rsp error!");
     }
 }
@@ -215,8 +222,9 @@ bool start_service_thread() {
 }  // namespace
 
 void frwk_ipc_handle(int fd) {
+    ExchangeWatch watch(fd);
     Request request;
-    if (!request.receive_header(fd)) {
+    if (!request.receive_header(fd, watch)) {
         FRWK_WARN("recv ipc header error!");
         return;
     }
@@ -224,14 +232,14 @@ void frwk_ipc_handle(int fd) {
     frwk_ipc_trace(IpcTrace::kAnswered, static_cast<int32_t>(header.src), -1, header.msgid);
 
     IpcBuffer answer;
-    if (!request.receive_body(fd) || !prepare_answer(header, &answer)) {
+    if (!request.receive_body(fd, watch) || !prepare_answer(header, &answer)) {
         return;
     }
 
     unsigned char *rsp = answer.data() + sizeof(frwk_ipc_rsp_header);
-    const apps_err_e_type result = dispatch(header, request.body(), rsp);
+    const apps_err_e_type result = dispatch(header, request.body(), rsp, watch);
     if (header.async == 0) {
-        send_answer(fd, header.rsp_size, result, answer.data());
+        send_answer(fd, header, result, answer.data(), watch);
     }
 }
 

@@ -1,0 +1,85 @@
+/*
+ * Time that passes only where the code under test waits for a peer, and as the test says.
+ */
+#pragma once
+
+#include <poll.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdint>
+#include <ctime>
+#include <functional>
+#include <vector>
+
+#include "doubles/libc_doubles.h"
+
+/* One at a time; the stand-ins go with doubles::restore_all. For the thread that waits. */
+class FakeTime {
+  public:
+    FakeTime() {
+        doubles::libc::clock_gettime.stand_in([this](clockid_t clock, timespec *now) {
+            if (clock != CLOCK_MONOTONIC_COARSE) {
+                return doubles::libc::clock_gettime.real(clock, now);
+            }
+            *now = {static_cast<time_t>(now_ms_ / 1000), static_cast<long>(now_ms_ % 1000) * 1000 * 1000};
+            return 0;
+        });
+        doubles::libc::poll.stand_in(
+            [this](pollfd *fds, nfds_t count, int limit) { return wait(fds, count, limit); });
+    }
+    FakeTime(const FakeTime &) = delete;
+    FakeTime &operator=(const FakeTime &) = delete;
+
+    int64_t passed_ms() const { return now_ms_ - kBegin; }
+    void pass(int64_t ms) { now_ms_ += ms; }
+
+    /* What happens while the code waits, so many milliseconds after the begin; in the order of the calls. */
+    void at(int64_t ms, std::function<void()> event) { events_.push_back({ms, std::move(event)}); }
+
+    /* A signal comes every so often while the code waits; 0 for no more. */
+    void signal_each(int64_t ms) { signal_each_ = ms; }
+
+    /* The limits of the waits that found nothing at once. */
+    const std::vector<int> &limits() const { return limits_; }
+
+  private:
+    struct Event {
+        int64_t ms;
+        std::function<void()> happens;
+    };
+
+    /* poll, with what is to happen until its limit. A wait without a limit lasts until something happens. */
+    int wait(pollfd *fds, nfds_t count, int limit) {
+        int ready = doubles::libc::poll.real(fds, count, 0);
+        if (ready != 0) {
+            return ready;
+        }
+        limits_.push_back(limit);
+        const int64_t end = limit >= 0 ? passed_ms() + limit : INT64_MAX;
+        const int64_t signal = signal_each_ > 0 ? passed_ms() + signal_each_ : INT64_MAX;
+        while (ready == 0 && next_ < events_.size() && events_[next_].ms <= std::min(end, signal)) {
+            now_ms_ = kBegin + std::max(events_[next_].ms, passed_ms());
+            events_[next_++].happens();
+            ready = doubles::libc::poll.real(fds, count, 0);
+        }
+        if (ready == 0 && signal < end) {
+            now_ms_ = kBegin + signal;
+            errno = EINTR;
+            return -1;
+        }
+        if (ready == 0 && limit < 0) {
+            return doubles::libc::poll.real(fds, count, limit);
+        }
+        now_ms_ = ready == 0 ? kBegin + end : now_ms_;
+        return ready;
+    }
+
+    static constexpr int64_t kBegin = 1000 * 1000;
+
+    int64_t now_ms_ = kBegin;
+    int64_t signal_each_ = 0;
+    std::vector<Event> events_;
+    size_t next_ = 0;
+    std::vector<int> limits_;
+};
