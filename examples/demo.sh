@@ -68,6 +68,7 @@ start zndb 1
 zndb=$pid
 start router 1
 start wlan 2
+wlan=$pid
 
 echo "Requests that wait for their result and answer"
 expect 'result E_APPS_ERR_SUCCESS, answer "eth0 is up at 1000 Mbit/s"' \
@@ -88,6 +89,11 @@ expect 'result E_APPS_ERR_SUCCESS, answer ""' ask sync wlan E_APPS_MSG_WLAN_SCAN
 expect 'result E_APPS_ERR_SUCCESS, answer "channel 36"' ask sync wlan E_APPS_MSG_WLAN_AP_WORK_CHANNEL_GET
 hears wlan 'channel 1 is scanned'
 hears wlan 'channel 6 is scanned'
+
+echo "A signal, which wlan takes on its main thread"
+echo "  kill -USR1 $wlan"
+kill -USR1 "$wlan"
+hears wlan 'on channel 36'
 
 echo "A broadcast"
 expect 'sent to all' ask broadcast E_APPS_MSG_SYS_LANGUAGE_CHANGE English

@@ -1,8 +1,10 @@
 /*
  * wlan: a module that keeps something, a radio channel, checks what it is asked, tells another module what
- * happens, hears of an event that it subscribed to, does what takes long on a thread of its own, and says how
- * it is doing with a status word.
+ * happens, hears of an event that it subscribed to, does what takes long on a thread of its own, says how it
+ * is doing with a status word, and takes a signal on its main thread.
  */
+#include <signal.h>
+#include <stdatomic.h>
 #include <stdio.h>
 #include <stdlib.h>
 
@@ -17,8 +19,8 @@ enum {
     STATUS_RADIO_ON = 2
 };
 
-/* Only the service thread comes here, since this module sends no messages to itself. */
-static int g_channel = 1;
+/* The service thread sets it, since this module sends no messages to itself; the main thread shows it. */
+static atomic_int g_channel = 1;
 
 static apps_err_e_type set_channel(const char *text) {
     const long channel = strtol(text, NULL, 10);
@@ -86,14 +88,34 @@ static apps_err_e_type handle(uint32_t src, apps_message_id_e_type msgid, const 
     }
 }
 
+/*
+ * A signal whose handler runs on the service thread would end that thread's wait for a request, and lose the
+ * request. So all threads block it, and the main thread takes it when it is ready to.
+ */
+static sigset_t block_own_signals(void) {
+    sigset_t own;
+    sigemptyset(&own);
+    sigaddset(&own, SIGUSR1);
+    pthread_sigmask(SIG_BLOCK, &own, NULL);
+    return own;
+}
+
+static void show_channel_on_signal(const sigset_t *own) {
+    int number = 0;
+    while (sigwait(own, &number) == 0) {
+        printf("on channel %d\n", g_channel);
+    }
+}
+
 int main(void) {
     setvbuf(stdout, NULL, _IOLBF, 0);
 
+    const sigset_t own = block_own_signals(); /* first of all: every later thread inherits it */
     frwk_module_init(E_APPS_MODULE_WLAN, NULL);
     frwk_itc_create(kRadioQueue, NULL, scan);
     frwk_ipc_service_ex(handle, 0); /* messages are handled on a thread of the framework's */
     frwk_ipc_msg_sub("E_APPS_MSG_ROUTER_ETH_STATE_CHANGED");
     frwk_set_module_status(STATUS_RADIO_ON);
-    frwk_keep_running();
+    show_channel_on_signal(&own); /* it never returns */
     return 0;
 }

@@ -37,6 +37,12 @@ typedef void (*frwk_exit_handler_t)(apps_message_id_e_type msgid);
  * waits the module's delay. The process receives SIGHUP when its parent ends, also where that happens during this
  * call, and ignores SIGPIPE. Descriptors 0, 1 and 2 are open afterwards, to /dev/null where they were not.
  *
+ * The framework's threads keep the signal mask that they inherit, since what a handler starts by fork and exec
+ * inherits theirs. A signal whose handler runs on the service thread ends that thread's wait for a request, and
+ * that request is lost. So a module that handles signals blocks them, with pthread_sigmask, before this call, and
+ * takes them on its main thread: with sigwait, or by unblocking them there afterwards. Signals that end the
+ * process need no care.
+ *
  * id: 0 to 52. exit_handler: null to end without a call.
  * It returns when the module is started. On an invalid id, a second instance, or a lock that can't be
  * had, it prints the reason to standard error and ends the process with status 255.
