@@ -36,6 +36,7 @@ int32_t __real_zn_bf_init(zn_bf_t *, uint32_t);
 int32_t __real_zn_bf_grow(zn_bf_t *, uint32_t);
 xml_doc *__real_xml_file_parse(const char *);
 xml_node *__real_xml_get_doc_root(xml_doc *);
+char *__real_strdern(char *, size_t);
 const char *__real_zn_enum_to_string(const zn_enum_item *, uint32_t, int32_t);
 void __real_os_debug_print(int, const char *, const char *, int, const char *, ...);
 void __real_os_trace_print(int, const char *, const char *, int, const char *, ...);
@@ -86,6 +87,7 @@ Double<int32_t(zn_bf_t *, uint32_t)> zn_bf_grow(__real_zn_bf_grow);
 Double<xml_doc *(const char *)> xml_file_parse(__real_xml_file_parse);
 Double<xml_node *(xml_doc *)> xml_get_doc_root(__real_xml_get_doc_root);
 Double<const char *(const zn_enum_item *, uint32_t, int32_t)> zn_enum_to_string(__real_zn_enum_to_string);
+Double<char *(char *, size_t)> strdern(__real_strdern);
 Double<void(int, const char *, const char *, int, const char *)> os_debug_print(real_debug_print);
 Double<void(int, const char *, const char *, int, const char *)> os_trace_print(real_trace_print);
 
@@ -203,6 +205,10 @@ xml_node *__wrap_xml_get_doc_root(xml_doc *a) {
 
 const char *__wrap_zn_enum_to_string(const zn_enum_item *a, uint32_t b, int32_t c) {
     return doubles::base::zn_enum_to_string(a, b, c);
+}
+
+char *__wrap_strdern(char *a, size_t b) {
+    return doubles::base::strdern(a, b);
 }
 
 void __wrap_os_debug_print(int level, const char *file, const char *function, int line, const char *format,

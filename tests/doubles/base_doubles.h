@@ -15,6 +15,7 @@
 #include "os_process.h"
 #include "os_thread.h"
 #include "os_time.h"
+#include "text_copy.h"
 #include "xml.h"
 
 namespace doubles::base {
@@ -47,6 +48,7 @@ extern Double<int32_t(zn_bf_t *, uint32_t)> zn_bf_grow;
 extern Double<xml_doc *(const char *)> xml_file_parse;
 extern Double<xml_node *(xml_doc *)> xml_get_doc_root;
 extern Double<const char *(const zn_enum_item *, uint32_t, int32_t)> zn_enum_to_string;
+extern Double<char *(char *, size_t)> strdern;
 
 /* level, file, function, line, text */
 extern Double<void(int, const char *, const char *, int, const char *)> os_debug_print;

@@ -220,6 +220,15 @@ TEST_F(KeyValueLine, ACommentIsJudgedByTheFirstByteOrByTheFirstText) {
     EXPECT_EQ(Pairs{"d|#"}, pairs_of(content, kStrict));
 }
 
+TEST_F(KeyValueLine, OfAnOperatorFileBlanksGoEvenWhereTheBaseLibraryTakesTheLineEndAlone) {
+    doubles::base::strdern.stand_in([](char *text, size_t length) {
+        text[std::string(text, length).find_last_not_of("\r\n") + 1] = '\0';
+        return text;
+    });
+    EXPECT_EQ(Pairs({"a|1", "b|"}), pairs_of("a=1 \t\r\n  \t\nb= ", kStrict));
+    EXPECT_EQ(Pairs({"a|1 \t"}), pairs_of("a=1 \t\r\n", kPlain));
+}
+
 TEST_F(KeyValueLine, ALineOfBlanksIsNoPairOrEmpty) {
     const LogCapture log;
     EXPECT_EQ(Pairs{}, pairs_of("  \t \r\n", kPlain));

@@ -6,6 +6,17 @@
 #include "internal/frwk_log.h"
 #include "text_copy.h"
 
+namespace {
+
+void drop_blanks_at_end(char *text) {
+    size_t length = std::strlen(text);
+    while (length > 0 && (text[length - 1] == ' ' || text[length - 1] == '\t')) {
+        text[--length] = '\0';
+    }
+}
+
+}  // namespace
+
 /* A piece of a line that came before counts with that. */
 void KeyValueFile::count_line() {
     line_number_ += in_line_ ? 0 : 1;
@@ -71,6 +82,9 @@ bool KeyValueFile::next(KeyValue *pair) {
     while (read_line()) {
         char *text = frwk_skip_space(line_);
         strdern(text, std::strlen(text));
+        if (rules_.comment_place == CommentPlace::kFirstText) {
+            drop_blanks_at_end(text);
+        }
         if (!is_skipped(text) && split(text, pair)) {
             return true;
         }

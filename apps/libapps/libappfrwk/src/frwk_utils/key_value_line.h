@@ -3,9 +3,11 @@
  * thread at a time.
  *
  * A line is what fits one read of kLineMax characters: a longer one comes in pieces, each a line of its own.
- * It ends at its line end, or at a NUL. Blanks and tabs before it, and those and the line end behind it, are
- * not part of it. The first '=' parts key and value, which keep the blanks around it; the value may be empty,
- * and so may the key. A line without '=', or of kLineMax characters, is logged and skipped.
+ * It ends at its line end, or at a NUL. Blanks and tabs before it, and those and the line end after it, are
+ * not part of it; of product data, the base library's strdern alone decides whether those after it are. The
+ * first
+ * '=' parts key and value, which keep the blanks around it; the value may be empty, and so may the key. A
+ * line without '=', or of kLineMax characters, is logged and skipped.
  */
 #pragma once
 
