@@ -1,6 +1,7 @@
 # Read by ctest: adds one test for each suite of a program of tests, in a process of its own. What it is told:
-# NAME, the program's; PROGRAM, its path; LAUNCHER, the command that starts it; LABELS, of its tests; ONE_BY_ONE, the
-# suites of which each test has a process of its own; and LEFT_OUT, the single tests that this build can't run.
+# NAME, the program's; PROGRAM, its path; LAUNCHER, the command that starts it; LISTER, the one that starts it to list
+# its tests; LABELS, of its tests; ONE_BY_ONE, the suites of which each test has a process of its own; and LEFT_OUT, the
+# single tests that this build can't run.
 
 function(quor_add_filtered name filter)
   add_test("${NAME}.${name}" ${LAUNCHER} "${PROGRAM}" "--gtest_filter=${filter}")
@@ -12,7 +13,7 @@ function(quor_add_suites)
     add_test(${NAME}_NOT_BUILT ${NAME}_NOT_BUILT)
     return()
   endif()
-  execute_process(COMMAND ${LAUNCHER} "${PROGRAM}" --gtest_list_tests
+  execute_process(COMMAND ${LISTER} "${PROGRAM}" --gtest_list_tests
     OUTPUT_VARIABLE listing RESULT_VARIABLE result TIMEOUT 60)
   if(NOT result EQUAL 0)
     message(FATAL_ERROR "${PROGRAM} does not list its tests: ${result}")

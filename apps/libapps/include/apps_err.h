@@ -30,7 +30,10 @@ enum {
 /* The name table, in the order of the list. */
 extern const zn_enum_item g_enum_apps_err_e_type[APPS_ERR_CODE_COUNT];
 
-/* Returns the name of a result code, or "unknown"; never null. May be called from any thread. */
+/*
+ * Returns the name of a result code. What a number without a name gives is the base library's business: ours
+ * gives "unknown", a device's own may give null. May be called from any thread.
+ */
 const char *zn_enum_to_str_apps_err_e_type(int32_t value);
 
 /* Returns the result code that has this name, or -1. name: null gives -1. May be called from any thread. */

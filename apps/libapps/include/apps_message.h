@@ -30,7 +30,10 @@ enum {
 /* The name table, in the order of the list. */
 extern const zn_enum_item g_enum_apps_message_id_e_type[APPS_MESSAGE_ID_COUNT];
 
-/* Returns the name of a message identifier, or "unknown"; never null. May be called from any thread. */
+/*
+ * Returns the name of a message identifier. What a number without a name gives is the base library's
+ * business: ours gives "unknown", a device's own may give null. May be called from any thread.
+ */
 const char *zn_enum_to_str_apps_message_id_e_type(int32_t value);
 
 /*

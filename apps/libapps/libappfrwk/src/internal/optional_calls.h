@@ -14,5 +14,6 @@ extern "C" {
 int32_t os_mem_zeroing(int32_t on) __attribute__((weak));
 void os_command_scope_open(void) __attribute__((weak));
 int32_t os_command_scope_close(void) __attribute__((weak));
+int32_t os_command_untranslated(int32_t on) __attribute__((weak));
 
 }  // extern "C"

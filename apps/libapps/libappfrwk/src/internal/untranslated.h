@@ -6,13 +6,12 @@
 
 #include <cstdint>
 
-#include "os_process.h"
+#include "internal/optional_calls.h"
 
-/* A device's own base library may come without it: then its commands have the language that the module has.
+/*
+ * The calling thread's commands answer untranslated until the end of the scope, or, with a base library that doesn't
+ * know how, in the language that the module has.
  */
-extern "C" int32_t os_command_untranslated(int32_t on) __attribute__((weak));
-
-/* The calling thread's commands answer untranslated until the end of the scope. */
 class Untranslated {
   public:
     Untranslated() : before_(set(1)) {}
