@@ -32,6 +32,7 @@
 #include <string>
 
 #include "device_tree_emulator.h"
+#include "device_tree_users.h"
 
 namespace device_tree {
 namespace {
@@ -64,14 +65,6 @@ void for_each_entry(const std::string &path, Names skip, Visit visit) {
             visit(name);
         }
     }
-}
-
-void write_text(const char *path, const std::string &text) {
-    const int fd = open(path, O_WRONLY | O_CLOEXEC);
-    if (fd < 0 || write(fd, text.data(), text.size()) != static_cast<ssize_t>(text.size())) {
-        refuse("write", path);
-    }
-    close(fd);
 }
 
 void make_folder(const std::string &path, mode_t mode = 0755) {
@@ -241,20 +234,17 @@ void show_host_folders() {
 }
 
 // Root is enough where it may mount. Anyone else, root in a container, and an emulator, which must not reach
-// the host's other processes, needs a user namespace, in which the own user and group stand for themselves.
+// the host's other processes, needs a user namespace; device_tree_users.h has who is in it.
 void unshare_namespaces(bool own_user_namespace) {
     if (!own_user_namespace && unshare(CLONE_NEWNS) == 0) {
         return;
     }
 
-    const std::string user = std::to_string(geteuid());
-    const std::string group = std::to_string(getegid());
+    UserMapper users;
     if (unshare(CLONE_NEWUSER | CLONE_NEWNS) != 0) {
         refuse("namespaces are not allowed here:", "unshare");
     }
-    write_text("/proc/self/setgroups", "deny");
-    write_text("/proc/self/uid_map", user + " " + user + " 1");
-    write_text("/proc/self/gid_map", group + " " + group + " 1");
+    users.map();
 }
 
 // Makes an empty tmpfs the root, with the host's root at kHost. It is mounted over /tmp for a moment only,

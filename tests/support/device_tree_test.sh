@@ -123,6 +123,22 @@ Returns2ForAWrongUsage() {
     expect_status 2 "$launcher" --help 2>/dev/null
 }
 
+# second_user LAUNCHER...: becomes the second user in the tree
+second_user() {
+    [ "$("$@" -- setpriv --reuid=60001 --clear-groups id -u)" = 60001 ]
+}
+
+HasASecondUserForRoot() {
+    if [ "$(id -u)" -eq 0 ]; then second_user "$launcher"; fi
+}
+
+# So root may not mount by itself.
+HasASecondUserForRootInANamespaceOfItsOwn() {
+    if [ "$(id -u)" -eq 0 ]; then
+        second_user setpriv --bounding-set=-sys_admin "$launcher"
+    fi
+}
+
 KillsTheProcessesLeftBehind() {
     # A child, a daemon with a session of its own, and the daemon's child.
     local pids pid
