@@ -52,9 +52,10 @@ void *zn_decrypt_data(const char *text, uint32_t length, uint32_t *count);
  * owner, it becomes the caller's alone. Other hard links to the file keep the old content.
  *
  * path: of a regular file, or a symbolic link to one, which stays a link; null gives 0. Nobody else may write
- * to the file meanwhile.
- * Returns 1. Returns 0 when there is no key, or a step failed, which is logged; then the file is as it was
- * and nothing stays beside it.
+ * to the file meanwhile. All is done in the folder that was found when the call began, and a link that took
+ * the file's name since is not followed; but whoever may write in that folder decides what is there
+ * afterwards. Returns 1. Returns 0 when there is no key, or a step failed, which is logged; then the file is
+ * as it was and nothing stays beside it.
  */
 int32_t zn_encrypt_file_ex(const char *path);
 

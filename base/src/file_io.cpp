@@ -13,6 +13,10 @@ int open_for_reading(const char *path) {
     return open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK);
 }
 
+int open_for_reading_in(int folder, const char *name) {
+    return openat(folder, name, O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOFOLLOW);
+}
+
 bool is_regular_file(int fd, struct stat *found) {
     if (fstat(fd, found) != 0) {
         return false;
@@ -55,8 +59,8 @@ bool write_all(int fd, const void *from, size_t size) {
     return true;
 }
 
-bool sync_folder(const char *path) {
-    const OwnedFd fd(open(path, O_RDONLY | O_CLOEXEC | O_DIRECTORY));
+bool sync_folder(int from, const char *name) {
+    const OwnedFd fd(openat(from, name, O_RDONLY | O_CLOEXEC | O_DIRECTORY));
     return fd && (fsync(fd.get()) == 0 || errno == EINVAL);
 }
 

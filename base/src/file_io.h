@@ -16,6 +16,9 @@ namespace file_io {
  */
 int open_for_reading(const char *path);
 
+/* The same for a name in a folder. A symbolic link of that name is not followed: ELOOP. */
+int open_for_reading_in(int folder, const char *name);
+
 /* Tells whether fd is a regular file; EINVAL when it is none. found: what the system knows of it. */
 bool is_regular_file(int fd, struct stat *found);
 
@@ -27,8 +30,8 @@ bool write_all(int fd, const void *from, size_t size);
 
 /*
  * Makes the names in a folder outlast a power cut. Some file systems keep them safe by themselves and refuse
- * with EINVAL, which is no failure.
+ * with EINVAL, which is no failure. name: of the folder, looked up as openat does.
  */
-bool sync_folder(const char *path);
+bool sync_folder(int from, const char *name);
 
 }  // namespace file_io

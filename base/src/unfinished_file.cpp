@@ -5,11 +5,12 @@
 #include <sys/file.h>
 #include <sys/stat.h>
 
-#include <algorithm>
+#include <atomic>
 #include <cstddef>
+#include <cstdint>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
+#include <ctime>
 #include <memory>
 
 #include "file_io.h"
@@ -61,8 +62,17 @@ bool is_like(const char *candidate, const char *name) {
     return strlen(candidate) == length && strncmp(candidate, name, length - kRandomLength) == 0;
 }
 
-void remove_leftovers(const char *path, const char *name) {
-    const OwnedFolder folder(opendir(path));
+OwnedFolder list(int folder) {
+    OwnedFd fd(openat(folder, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    OwnedFolder names(fd ? fdopendir(fd.get()) : nullptr);
+    if (names) {
+        (void)fd.take();
+    }
+    return names;
+}
+
+void remove_leftovers(int in, const char *name) {
+    const OwnedFolder folder = list(in);
     // cppcheck-suppress readdirCalled ; a stream of one thread, and readdir_r is withdrawn
     while (const dirent *entry = folder ? readdir(folder.get()) : nullptr) {
         if (is_like(entry->d_name, name)) {
@@ -79,44 +89,50 @@ Claim claim(int fd) {
     return found.st_nlink != 0 ? Claim::kOurs : Claim::kCleared;
 }
 
-void remove_file(const char *path) {
-    const int kept = errno;
-    (void)unlink(path);
-    errno = kept;
+/* Letters that are probably new. Who guesses them gains nothing: the file must not be there yet. */
+void draw_letters(char *letters) {
+    constexpr char kLetters[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789";
+    constexpr uint64_t kFactor = 6364136223846793005; /* spreads a difference of its first bits to the last */
+    static std::atomic<uint64_t> drawn{0};
+    timespec now = {};
+    clock_gettime(CLOCK_MONOTONIC, &now);
+    uint64_t number = ++drawn ^ static_cast<uint64_t>(getpid());
+    number = number * kFactor + static_cast<uint64_t>(now.tv_nsec);
+    number = number * kFactor + static_cast<uint64_t>(now.tv_sec);
+    for (size_t i = 0; i < kRandomLength; ++i) {
+        number *= kFactor;
+        letters[i] = kLetters[(number >> 32) % (sizeof(kLetters) - 1)];
+    }
 }
 
 }  // namespace
 
-bool UnfinishedFile::set_names(const char *kind) {
-    const char *slash = strrchr(target_, '/');
-    const auto length = std::max<ptrdiff_t>(slash - target_, 1); /* 1: the root's own slash */
-    const int size = snprintf(path_, sizeof(path_), "%.*s/%s.unfinished.%s", static_cast<int>(length),
-                              target_, kind, kRandom);
-    if (size < 0 || static_cast<size_t>(size) >= sizeof(path_)) {
-        errno = ENAMETOOLONG;
-        return false;
-    }
-    memcpy(folder_, target_, static_cast<size_t>(length));
-    folder_[length] = '\0';
-    return true;
+void UnfinishedFile::remove_file() const {
+    const int kept = errno;
+    (void)unlinkat(target_.folder(), name_, 0);
+    errno = kept;
 }
 
 int UnfinishedFile::make(const char *kind) {
-    if (!set_names(kind)) {
+    if (!target_) {
         return -1;
     }
-    char *random = path_ + strlen(path_) - kRandomLength;
-    remove_leftovers(folder_, path_ + strlen(folder_) + 1);
+    const int length = snprintf(name_, sizeof(name_), "%s.unfinished.%s", kind, kRandom);
+    char *random = name_ + length - kRandomLength;
+    remove_leftovers(target_.folder(), name_);
 
     for (int i = 0; i < kAttempts; ++i) {
-        memcpy(random, kRandom, kRandomLength);
-        OwnedFd fd(mkostemp(path_, O_CLOEXEC));
-        const Claim claimed = fd ? claim(fd.get()) : Claim::kFailed;
+        draw_letters(random);
+        OwnedFd fd(openat(target_.folder(), name_, O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, S_IRUSR | S_IWUSR));
+        if (!fd && errno != EEXIST) {
+            return -1;
+        }
+        const Claim claimed = fd ? claim(fd.get()) : Claim::kCleared;
         if (claimed == Claim::kOurs) {
             return fd.take();
         }
         if (claimed == Claim::kFailed) {
-            remove_file(path_);
+            remove_file();
             return -1;
         }
     }
@@ -124,26 +140,28 @@ int UnfinishedFile::make(const char *kind) {
     return -1;
 }
 
-UnfinishedFile::UnfinishedFile(const char *target, const char *kind)
-    : target_(target), folder_(""), path_(""), fd_(make(kind)) {}
+UnfinishedFile::UnfinishedFile(const HeldPath &target, const char *kind)
+    : target_(target), name_(""), fd_(make(kind)) {}
 
 UnfinishedFile::~UnfinishedFile() {
-    if (fd_ && path_[0] != '\0') {
-        remove_file(path_);
+    if (fd_ && name_[0] != '\0') {
+        remove_file();
     }
 }
 
 bool UnfinishedFile::replace_target() {
-    if (fsync(fd_.get()) != 0 || rename(path_, target_) != 0) {
+    const int folder = target_.folder();
+    if (fsync(fd_.get()) != 0 || renameat(folder, name_, folder, target_.name()) != 0) {
         return false;
     }
-    path_[0] = '\0';
+    name_[0] = '\0';
     sync_folder();
     return true;
 }
 
 bool UnfinishedFile::become_target() {
-    if (fsync(fd_.get()) != 0 || link(path_, target_) != 0) {
+    const int folder = target_.folder();
+    if (fsync(fd_.get()) != 0 || linkat(folder, name_, folder, target_.name(), 0) != 0) {
         return false;
     }
     sync_folder();
@@ -151,8 +169,9 @@ bool UnfinishedFile::become_target() {
 }
 
 void UnfinishedFile::sync_folder() const {
-    if (!file_io::sync_folder(folder_)) {
-        OS_LOG(OS_LOG_WARNING, "can't sync the folder %s, errno=%d, cause: %s", folder_, os_log_errno,
+    if (!file_io::sync_folder(target_.folder(), ".")) {
+        OS_LOG(OS_LOG_WARNING, "can't sync the folder of %s, errno=%d, cause: %s", target_.path(),
+               os_log_errno,
                strerror(os_log_errno));  // NOLINT(concurrency-mt-unsafe)
     }
 }

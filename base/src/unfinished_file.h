@@ -10,6 +10,7 @@
 
 #include <climits>
 
+#include "held_path.h"
 #include "owned_fd.h"
 
 class UnfinishedFile {
@@ -17,10 +18,10 @@ class UnfinishedFile {
     /*
      * Removes the leftovers, and makes the empty file KIND.unfinished.XXXXXX, for its owner's eyes only.
      *
-     * target: the absolute path to become, which has to outlive the object. kind: what the name begins with.
+     * target: what to become; held, and outlives the object. kind: what the name begins with.
      * When there is no such file the object is false, and errno tells why.
      */
-    UnfinishedFile(const char *target, const char *kind);
+    UnfinishedFile(const HeldPath &target, const char *kind);
     /* Removes the file, unless it took the target's place. */
     ~UnfinishedFile();
     UnfinishedFile(const UnfinishedFile &) = delete;
@@ -39,11 +40,10 @@ class UnfinishedFile {
     void sync_folder() const;
 
   private:
-    bool set_names(const char *kind);
     int make(const char *kind);
+    void remove_file() const;
 
-    const char *const target_;
-    char folder_[PATH_MAX];
-    char path_[PATH_MAX]; /* "" when there is nothing to remove */
+    const HeldPath &target_;
+    char name_[NAME_MAX + 1]; /* "" when there is nothing to remove */
     OwnedFd fd_;
 };

@@ -4,6 +4,7 @@
 #include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <sys/statvfs.h>
 #include <sys/uio.h>
 #include <unistd.h>
 
@@ -48,11 +49,22 @@ QUOR_IN_FRONT(int, open64, (const char *path, int flags, ...)) {
     return fd;
 }
 
-/* Nobody makes files this way. */
 QUOR_IN_FRONT(int, openat64, (int folder, const char *path, int flags, ...)) {
     static const auto real = faults::real_function<int (*)(int, const char *, int, ...)>("openat64");
+    mode_t mode = 0;
+    if (takes_mode(flags)) {
+        va_list rest;
+        va_start(rest, flags);
+        mode = va_arg(rest, mode_t);
+        va_end(rest);
+    }
     const Fault fault = faults::take(Call::openat64);
-    return fault.way == Fault::Way::kNone ? real(folder, path, flags) : faults::refuse(fault, -1);
+    if (fault.way != Fault::Way::kNone) {
+        return faults::refuse(fault, -1);
+    }
+    const int fd = real(folder, path, flags, mode);
+    faults::carried_out(Call::openat64, -1);
+    return fd;
 }
 
 QUOR_IN_FRONT(ssize_t, read, (int fd, void *to, size_t size)) {
@@ -110,24 +122,33 @@ QUOR_IN_FRONT(int, fcntl64, (int fd, int command, ...)) {
     return fault.way == Fault::Way::kNone ? real(fd, command, argument) : faults::refuse(fault, -1);
 }
 
-QUOR_PASS(int, mkostemp64, -1, (char *path, int flags), (path, flags))
 QUOR_PASS(int, ftruncate64, -1, (int fd, off_t size), (fd, size))
 QUOR_PASS(int, truncate64, -1, (const char *path, off_t size), (path, size))
 QUOR_PASS(int, flock, -1, (int fd, int operation), (fd, operation))
 QUOR_PASS(int, fstat64, -1, (int fd, struct stat *found), (fd, found))
 QUOR_PASS(int, stat64, -1, (const char *path, struct stat *found), (path, found))
+QUOR_PASS(int, fstatat64, -1, (int folder, const char *path, struct stat *found, int flags),
+          (folder, path, found, flags))
+QUOR_PASS(int, statvfs64, -1, (const char *path, struct statvfs *found), (path, found))
 QUOR_PASS(int, access, -1, (const char *path, int mode), (path, mode))
 QUOR_PASS(int, fchmod, -1, (int fd, mode_t mode), (fd, mode))
 QUOR_PASS(int, fchown, -1, (int fd, uid_t owner, gid_t group), (fd, owner, group))
 QUOR_PASS(int, rename, -1, (const char *from, const char *to), (from, to))
-QUOR_PASS(int, link, -1, (const char *from, const char *to), (from, to))
+QUOR_PASS(int, renameat, -1, (int old_folder, const char *from, int folder, const char *to),
+          (old_folder, from, folder, to))
+QUOR_PASS(int, linkat, -1, (int old_folder, const char *from, int folder, const char *to, int flags),
+          (old_folder, from, folder, to, flags))
 QUOR_PASS(int, unlink, -1, (const char *path), (path))
 QUOR_PASS(int, unlinkat, -1, (int folder, const char *path, int flags), (folder, path, flags))
 QUOR_PASS(int, remove, -1, (const char *path), (path))
 QUOR_PASS(int, mkdir, -1, (const char *path, mode_t mode), (path, mode))
+QUOR_PASS(char *, mkdtemp, nullptr, (char *path), (path))
 QUOR_PASS(int, rmdir, -1, (const char *path), (path))
 QUOR_PASS(char *, realpath, nullptr, (const char *path, char *resolved), (path, resolved))
 QUOR_PASS(ssize_t, readlink, -1, (const char *path, char *to, size_t size), (path, to, size))
+QUOR_PASS(ssize_t, readlinkat, -1, (int folder, const char *path, char *to, size_t size),
+          (folder, path, to, size))
+QUOR_PASS(DIR *, fdopendir, nullptr, (int fd), (fd))
 QUOR_PASS(DIR *, opendir, nullptr, (const char *path), (path))
 
 /* Of the processes of the machine a counted call sees those of the test alone, or no two runs were alike. */

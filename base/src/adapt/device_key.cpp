@@ -77,7 +77,8 @@ void make_folder() {
         return;
     }
     const OwnedFd folder(open(kFolder, O_RDONLY | O_CLOEXEC | O_DIRECTORY));
-    if (!folder || fchmod(folder.get(), kFolderMode) != 0 || !file_io::sync_folder(kUserPartition)) {
+    if (!folder || fchmod(folder.get(), kFolderMode) != 0 ||
+        !file_io::sync_folder(AT_FDCWD, kUserPartition)) {
         warn(__func__, "finish the new folder", kFolder);
     }
 }
@@ -101,7 +102,8 @@ bool make_key_file() {
     Key key;
     randombytes_buf(key.bytes, kKeySize);
     make_folder();
-    UnfinishedFile file(kDeviceKey, kKind);
+    const HeldPath target(kDeviceKey);
+    UnfinishedFile file(target, kKind);
     const bool made = file && file_io::write_all(file.fd(), key.bytes, kKeySize) && publish(&file);
     if (!made) {
         warn(__func__, "make the key file", kDeviceKey);

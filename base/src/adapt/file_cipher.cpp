@@ -14,6 +14,7 @@
 #include "cipher_stream.h"
 #include "device_key.h"
 #include "file_io.h"
+#include "held_path.h"
 #include "os_log.h"
 #include "owned_fd.h"
 #include "unfinished_file.h"
@@ -34,14 +35,15 @@ bool copy_access(const struct stat &from, int to) {
     return fchmod(to, from.st_mode & (same_owner ? kAccessBits : S_IRWXU)) == 0;
 }
 
-/* path: of the file itself, without symbolic links. */
+/* path: of the file itself, without symbolic links. One that has come there since is not followed. */
 Result replace_file(const char *path, Change change, const device_key::Key &key) {
-    const OwnedFd file(file_io::open_for_reading(path));
+    const HeldPath target(path);
+    const OwnedFd file(target ? file_io::open_for_reading_in(target.folder(), target.name()) : -1);
     struct stat info;
     if (!file || !file_io::is_regular_file(file.get(), &info)) {
         return Result::kFailed;
     }
-    UnfinishedFile changed(path, kKind);
+    UnfinishedFile changed(target, kKind);
     if (!changed) {
         return Result::kFailed;
     }

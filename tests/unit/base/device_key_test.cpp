@@ -348,7 +348,8 @@ TEST_F(DeviceKey, AFolderThatCannotBeSyncedIsAWarning) {
         return -1;
     });
     EXPECT_TRUE(derived());
-    EXPECT_EQ(1u, log().count("can't sync the folder /m_data/usr_permanent, errno=5")) << log().text();
+    EXPECT_EQ(1u, log().count("can't sync the folder of /m_data/usr_permanent/device.key, errno=5"))
+        << log().text();
     EXPECT_EQ(2u, doubles::libc::fsync.calls());
 }
 

@@ -10,6 +10,7 @@
 #include <cerrno>
 #include <csignal>
 #include <cstring>
+#include <filesystem>
 #include <string>
 
 #include "doubles/base_doubles.h"
@@ -81,9 +82,32 @@ TEST_P(FileCipherFaults, APathThatCannotBeResolved) {
 }
 
 TEST_P(FileCipherFaults, AFileThatCannotBeOpened) {
-    fail_chosen(&doubles::libc::open, EACCES,
-                [this](const char *name, int, mode_t) { return path() == name; });
+    fail_chosen(&doubles::files::openat, EACCES, [this](int, const char *name, int, mode_t) {
+        return std::filesystem::path(path()).filename() == name;
+    });
     expect_failure("13, cause: Permission denied");
+}
+
+TEST_P(FileCipherFaults, AFolderThatCannotBeOpened) {
+    fail_chosen(&doubles::libc::open, EMFILE,
+                [](const char *, int flags, mode_t) { return (flags & O_PATH) != 0; });
+    expect_failure("24");
+}
+
+/* Where its name was looked up there was no link yet. */
+TEST_P(FileCipherFaults, ALinkInTheFilesPlaceIsNotFollowed) {
+    const std::string other = path() + ".other";
+    doubles::files::realpath.stand_in([this, &other](const char *name, char *resolved) {
+        char *found = doubles::files::realpath.real(name, resolved);
+        std::filesystem::rename(path(), other);
+        std::filesystem::create_symlink(other, path());
+        return found;
+    });
+    EXPECT_EQ(0, run());
+    EXPECT_TRUE(std::filesystem::is_symlink(path()));
+    EXPECT_TRUE(before_ == content());
+    std::filesystem::rename(other, path());
+    EXPECT_TRUE(stands_alone());
 }
 
 TEST_P(FileCipherFaults, AFileOfWhichNothingIsKnown) {
@@ -93,7 +117,8 @@ TEST_P(FileCipherFaults, AFileOfWhichNothingIsKnown) {
 }
 
 TEST_P(FileCipherFaults, AFolderThatTakesNoFile) {
-    fail_chosen(&doubles::files::mkostemp, EROFS, [](char *, int) { return true; });
+    fail_chosen(&doubles::files::openat, EROFS,
+                [](int, const char *, int flags, mode_t) { return (flags & O_CREAT) != 0; });
     expect_failure("30");
 }
 
@@ -216,7 +241,7 @@ TEST_P(FileCipherFaults, AFileThatCannotBeSynced) {
 }
 
 TEST_P(FileCipherFaults, AFileThatCannotBeRenamed) {
-    fail_chosen(&doubles::libc::rename, EBUSY, [](const char *, const char *) { return true; });
+    fail_chosen(&doubles::files::renameat, EBUSY, [](int, const char *, int, const char *) { return true; });
     expect_failure("16");
 }
 
@@ -228,10 +253,11 @@ TEST_P(FileCipherFaults, TheFileIsOnTheDiskBeforeItTakesItsPlace) {
         steps += S_ISDIR(info.st_mode) ? "folder " : "file ";
         return doubles::libc::fsync.real(fd);
     });
-    doubles::libc::rename.stand_in([&steps](const char *from, const char *to) {
-        steps += "rename ";
-        return doubles::libc::rename.real(from, to);
-    });
+    doubles::files::renameat.stand_in(
+        [&steps](int from_folder, const char *from, int folder, const char *to) {
+            steps += "rename ";
+            return doubles::files::renameat.real(from_folder, from, folder, to);
+        });
     expect_success();
     EXPECT_EQ("file rename folder ", steps);
 }
@@ -266,13 +292,15 @@ TEST_P(FileCipherFaults, NoDescriptorReachesAShellsChild) {
         all = all && (flags & O_CLOEXEC) != 0;
         return doubles::libc::open.real(name, flags, mode);
     });
-    doubles::files::mkostemp.stand_in([&all](char *name, int flags) {
+    unsigned made = 0;
+    doubles::files::openat.stand_in([&all, &made](int folder, const char *name, int flags, mode_t mode) {
         all = all && (flags & O_CLOEXEC) != 0;
-        return doubles::files::mkostemp.real(name, flags);
+        made += (flags & O_CREAT) != 0 ? 1 : 0;
+        return doubles::files::openat.real(folder, name, flags, mode);
     });
     expect_success();
     EXPECT_TRUE(all);
-    EXPECT_EQ(1u, doubles::files::mkostemp.calls());
+    EXPECT_EQ(1u, made);
 }
 
 /* Deciphering must not show what it wrote so far to anybody else. */

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <csignal>
+#include <filesystem>
 #include <functional>
 #include <random>
 #include <string>
@@ -51,9 +52,9 @@ void kill_at(unsigned moment) {
     kill_around(&doubles::libc::close);
     kill_around(&doubles::libc::fchmod);
     kill_around(&doubles::libc::fsync);
-    kill_around(&doubles::libc::rename);
-    kill_around(&doubles::libc::unlink);
-    kill_around(&doubles::files::mkostemp);
+    kill_around(&doubles::files::renameat);
+    kill_around(&doubles::files::unlinkat);
+    kill_around(&doubles::files::openat);
     kill_around(&doubles::files::flock);
     kill_around(&doubles::files::fstat);
     kill_around(&doubles::files::fchown);
@@ -92,6 +93,15 @@ class FileCipherKilled : public FileCipherTest {
         }
     }
 
+    /* What a process that was killed earlier left, and nothing else, so that every change takes the same
+     * steps. */
+    void put_leftover() const {
+        for (const std::string &name : names()) {
+            std::filesystem::remove(folder_.path(name));
+        }
+        folder_.file("cipher.unfinished.aB3dE6", "left");
+    }
+
     /* Kills the change of the file at every moment. is_new: whether the file has its new form. */
     void kill_everywhere(int32_t (*change)(const char *), const std::string &old,
                          const std::function<bool()> &is_new) {
@@ -100,6 +110,7 @@ class FileCipherKilled : public FileCipherTest {
         unsigned moment = 1;
         bool killed = true;
         for (; killed; ++moment) {
+            put_leftover();
             put(old);
             killed = was_killed(start([&] {
                 kill_at(moment);

@@ -3,6 +3,7 @@
  */
 #pragma once
 
+#include <dirent.h>
 #include <sys/random.h>
 #include <sys/stat.h>
 #include <sys/types.h>
@@ -11,11 +12,14 @@
 
 namespace doubles::files {
 
-extern Double<int(char *, int)> mkostemp;
+extern Double<int(int, const char *, int, mode_t)> openat; /* with a mode of 0 where none was passed */
+extern Double<DIR *(int)> fdopendir;
+extern Double<int(int, const char *, int, const char *)> renameat;
+extern Double<int(int, const char *, int)> unlinkat;
 extern Double<int(int, int)> flock;
 extern Double<int(int, struct stat *)> fstat;
 extern Double<int(int, uid_t, gid_t)> fchown;
-extern Double<int(const char *, const char *)> link;
+extern Double<int(int, const char *, int, const char *, int)> linkat;
 extern Double<char *(const char *, char *)> realpath;
 extern Double<ssize_t(void *, size_t, unsigned)> getrandom;
 extern Double<void(void *, size_t)> sodium_memzero;

@@ -15,7 +15,7 @@
 #include <climits>
 #include <csignal>
 #include <filesystem>
-#include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -57,24 +57,51 @@ class UnfinishedFiles : public FaultsTest {
     void expect_none(int cause) {
         errno = 0;
         {
-            const UnfinishedFile file(target_.c_str(), kKind);
+            const UnfinishedFile file(held_, kKind);
             EXPECT_EQ(cause, errno);
             EXPECT_FALSE(file);
         }
         EXPECT_TRUE(names().empty());
     }
 
+    static void expect_none_for(const std::string &target, int cause) {
+        const HeldPath held(target.c_str());
+        const UnfinishedFile file(held, kKind);
+        EXPECT_EQ(cause, errno);
+        EXPECT_FALSE(file);
+    }
+
     /* Neither way to the target's place is open, for this reason; it keeps what it has. */
     void expect_not_in_place(int cause) {
         folder_.file("target", "old");
         {
-            UnfinishedFile file(target_.c_str(), kKind);
+            UnfinishedFile file(held_, kKind);
             ASSERT_TRUE(file);
             EXPECT_FALSE(file.replace_target());
             EXPECT_EQ(cause, errno);
         }
         EXPECT_EQ("old", key_file_bytes(target_.c_str()));
         EXPECT_EQ(std::vector<std::string>{"target"}, names());
+    }
+
+    /* Puts a function in the place of the one that makes files, and counts its calls. */
+    template <typename Make>
+    void make_files_by(Make make) {
+        doubles::files::openat.stand_in([this, make](int folder, const char *name, int flags, mode_t mode) {
+            if ((flags & O_CREAT) == 0) {
+                return doubles::files::openat.real(folder, name, flags, mode);
+            }
+            ++made_;
+            return make(name);
+        });
+    }
+
+    /* Counts the files that are made. */
+    void count_files() {
+        make_files_by([this](const char *name) {
+            return doubles::files::openat.real(held_.folder(), name, O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC,
+                                               0600);
+        });
     }
 
     void write_to(const UnfinishedFile &file, const std::string &text) {
@@ -84,6 +111,9 @@ class UnfinishedFiles : public FaultsTest {
 
     const TempFolder folder_;
     const std::string target_ = folder_.path("target");
+    const HeldPath held_{target_.c_str()};
+
+    unsigned made_ = 0;
 
   private:
     int descriptors_before_ = 0;
@@ -92,7 +122,7 @@ class UnfinishedFiles : public FaultsTest {
 TEST_F(UnfinishedFiles, StandBesideTheirTargetForTheirOwnerOnly) {
     for (const mode_t mask : {0u, 0777u}) {
         const mode_t before = umask(mask);
-        const UnfinishedFile file(target_.c_str(), kKind);
+        const UnfinishedFile file(held_, kKind);
         umask(before);
 
         ASSERT_TRUE(file);
@@ -107,14 +137,14 @@ TEST_F(UnfinishedFiles, StandBesideTheirTargetForTheirOwnerOnly) {
 }
 
 TEST_F(UnfinishedFiles, VanishUnlessTheyTakeTheTargetsPlace) {
-    { const UnfinishedFile file(target_.c_str(), kKind); }
+    { const UnfinishedFile file(held_, kKind); }
     EXPECT_TRUE(names().empty());
 }
 
 TEST_F(UnfinishedFiles, ReplaceTheirTarget) {
     folder_.file("target", "old");
     {
-        UnfinishedFile file(target_.c_str(), kKind);
+        UnfinishedFile file(held_, kKind);
         write_to(file, "new");
         EXPECT_EQ("old", key_file_bytes(target_.c_str()));
         EXPECT_TRUE(file.replace_target());
@@ -125,15 +155,15 @@ TEST_F(UnfinishedFiles, ReplaceTheirTarget) {
 
 TEST_F(UnfinishedFiles, ThatReplacedTheirTargetRemoveNothingAnyMore) {
     {
-        UnfinishedFile file(target_.c_str(), kKind);
+        UnfinishedFile file(held_, kKind);
         EXPECT_TRUE(file.replace_target());
     }
-    EXPECT_EQ(0u, doubles::libc::unlink.calls());
+    EXPECT_EQ(0u, doubles::files::unlinkat.calls());
 }
 
 TEST_F(UnfinishedFiles, BecomeATargetThatIsMissing) {
     {
-        UnfinishedFile file(target_.c_str(), kKind);
+        UnfinishedFile file(held_, kKind);
         write_to(file, "new");
         EXPECT_TRUE(file.become_target());
     }
@@ -144,7 +174,7 @@ TEST_F(UnfinishedFiles, BecomeATargetThatIsMissing) {
 TEST_F(UnfinishedFiles, DoNotBecomeATargetThatIsThere) {
     folder_.file("target", "old");
     {
-        UnfinishedFile file(target_.c_str(), kKind);
+        UnfinishedFile file(held_, kKind);
         write_to(file, "new");
         EXPECT_FALSE(file.become_target());
         EXPECT_EQ(EEXIST, errno);
@@ -156,14 +186,16 @@ TEST_F(UnfinishedFiles, DoNotBecomeATargetThatIsThere) {
 TEST_F(UnfinishedFiles, OfAKilledProcessAreRemovedByTheNext) {
     const pid_t pid = fork();
     if (pid == 0) {
-        const UnfinishedFile file(target_.c_str(), kKind);
+        const UnfinishedFile file(held_, kKind);
         (void)raise(SIGKILL);
     }
     ASSERT_EQ(pid, waitpid(pid, nullptr, 0));
     const std::vector<std::string> left = names();
     ASSERT_EQ(1u, left.size());
 
-    const UnfinishedFile other(folder_.path("other").c_str(), kKind);
+    const std::string path = folder_.path("other");
+    const HeldPath held(path.c_str());
+    const UnfinishedFile other(held, kKind);
     ASSERT_EQ(1u, names().size());
     EXPECT_NE(left, names());
 }
@@ -176,14 +208,14 @@ TEST_F(UnfinishedFiles, OfALivingProcessStay) {
     const pid_t pid = fork();
     if (pid == 0) {
         char byte = 0;
-        UnfinishedFile file(target_.c_str(), kKind);
+        UnfinishedFile file(held_, kKind);
         (void)!write(ready[1], &byte, 1);
         (void)!read(finish[0], &byte, 1);
         _exit(file.replace_target() ? 0 : 1);
     }
     char byte = 0;
     ASSERT_EQ(1, read(ready[0], &byte, 1));
-    { const UnfinishedFile other(target_.c_str(), kKind); }
+    { const UnfinishedFile other(held_, kKind); }
     EXPECT_EQ(1u, names().size());
 
     ASSERT_EQ(1, write(finish[1], &byte, 1));
@@ -197,8 +229,8 @@ TEST_F(UnfinishedFiles, OfALivingProcessStay) {
 }
 
 TEST_F(UnfinishedFiles, OfOneProcessStandSideBySide) {
-    UnfinishedFile first(target_.c_str(), kKind);
-    UnfinishedFile second(target_.c_str(), kKind);
+    UnfinishedFile first(held_, kKind);
+    UnfinishedFile second(held_, kKind);
     write_to(first, "first");
     write_to(second, "second");
     EXPECT_TRUE(first.replace_target());
@@ -221,7 +253,7 @@ TEST_F(UnfinishedFiles, LeaveEverythingElseAlone) {
         folder_.file(name, "content");
     }
     folder_.file(kLeftover, "content");
-    { const UnfinishedFile file(target_.c_str(), kKind); }
+    { const UnfinishedFile file(held_, kKind); }
     EXPECT_EQ(others, names());
 }
 
@@ -231,7 +263,7 @@ TEST_F(UnfinishedFiles, LeaveWhatIsNoFileAlone) {
     ASSERT_EQ(0, mkfifo(folder_.path("kind.unfinished.a_pipe").c_str(), 0600));
     ASSERT_EQ(0, symlink("victim", folder_.path("kind.unfinished.a_link").c_str()));
     const std::vector<std::string> before = names();
-    { const UnfinishedFile file(target_.c_str(), kKind); }
+    { const UnfinishedFile file(held_, kKind); }
     EXPECT_EQ(before, names());
     EXPECT_EQ(4u, before.size());
 }
@@ -239,7 +271,7 @@ TEST_F(UnfinishedFiles, LeaveWhatIsNoFileAlone) {
 TEST_F(UnfinishedFiles, ALeftoverThatIsRemovedIsTold) {
     const LogCapture log;
     folder_.file(kLeftover, "content");
-    { const UnfinishedFile file(target_.c_str(), kKind); }
+    { const UnfinishedFile file(held_, kKind); }
     EXPECT_EQ(1u, log.count(std::string("removed ") + kLeftover + ", which a killed process left"))
         << log.text();
 }
@@ -251,32 +283,88 @@ TEST_F(UnfinishedFiles, ALeftoverThatAnotherRemovesFirstIsNotTold) {
         std::filesystem::remove(folder_.path(kLeftover));
         return doubles::files::flock.real(fd, operation);
     });
-    EXPECT_TRUE(UnfinishedFile(target_.c_str(), kKind));
+    EXPECT_TRUE(UnfinishedFile(held_, kKind));
     EXPECT_EQ("", log.text());
 }
 
 /* Between its making and its lock a file looks like a leftover. */
 TEST_F(UnfinishedFiles, TakenForALeftoverAreMadeAgain) {
+    count_files();
     doubles::files::flock.stand_in([this](int fd, int operation) {
         if (doubles::files::flock.calls() <= 2) {
             std::filesystem::remove(folder_.path(names().front()));
         }
         return doubles::files::flock.real(fd, operation);
     });
-    UnfinishedFile file(target_.c_str(), kKind);
+    UnfinishedFile file(held_, kKind);
     write_to(file, "new");
     EXPECT_TRUE(file.replace_target());
     EXPECT_EQ("new", key_file_bytes(target_.c_str()));
-    EXPECT_EQ(3u, doubles::files::mkostemp.calls());
+    EXPECT_EQ(3u, made_);
 }
 
 TEST_F(UnfinishedFiles, AlwaysTakenForLeftoversAreGivenUp) {
+    count_files();
     doubles::files::flock.stand_in([this](int fd, int operation) {
         std::filesystem::remove(folder_.path(names().front()));
         return doubles::files::flock.real(fd, operation);
     });
     expect_none(EAGAIN);
-    EXPECT_EQ(10u, doubles::files::mkostemp.calls());
+    EXPECT_EQ(10u, made_);
+}
+
+TEST_F(UnfinishedFiles, WhoseNameIsTakenGetAnother) {
+    make_files_by([this](const char *name) {
+        if (made_ < 3) {
+            errno = EEXIST;
+            return -1;
+        }
+        return doubles::files::openat.real(held_.folder(), name, O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
+    });
+    UnfinishedFile file(held_, kKind);
+    write_to(file, "new");
+    EXPECT_EQ(3u, made_);
+    EXPECT_TRUE(file.replace_target());
+}
+
+TEST_F(UnfinishedFiles, HaveNamesOfTheirOwn) {
+    std::set<std::string> drawn;
+    make_files_by([&drawn](const char *name) {
+        drawn.insert(name);
+        errno = EROFS;
+        return -1;
+    });
+    for (int i = 0; i < 1000; ++i) {
+        EXPECT_FALSE(UnfinishedFile(held_, kKind));
+    }
+    EXPECT_EQ(1000u, drawn.size());
+}
+
+/* Whoever may rename a folder on the way to it leads nothing astray. */
+TEST_F(UnfinishedFiles, StayInTheirFolderWhereverItIsMoved) {
+    const std::string inner = folder_.path("inner");
+    const std::string moved = folder_.path("moved");
+    std::filesystem::create_directory(inner);
+    const std::string target = inner + "/target";
+    const HeldPath held(target.c_str());
+    UnfinishedFile file(held, kKind);
+    write_to(file, "new");
+    std::filesystem::rename(inner, moved);
+    std::filesystem::create_directory(inner);
+    EXPECT_TRUE(file.replace_target());
+    EXPECT_EQ("new", key_file_bytes((moved + "/target").c_str()));
+    EXPECT_TRUE(std::filesystem::is_empty(inner));
+}
+
+TEST_F(UnfinishedFiles, AreMadeThoughTheFolderCanNotBeListed) {
+    make_files_by([this](const char *name) {
+        return doubles::files::openat.real(held_.folder(), name, O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
+    });
+    doubles::files::fdopendir.stand_in([](int) -> DIR * {
+        errno = ENOMEM;
+        return nullptr;
+    });
+    EXPECT_TRUE(UnfinishedFile(held_, kKind));
 }
 
 TEST_F(UnfinishedFiles, AnInterruptedLockIsTriedAgain) {
@@ -287,24 +375,22 @@ TEST_F(UnfinishedFiles, AnInterruptedLockIsTriedAgain) {
         }
         return doubles::files::flock.real(fd, operation);
     });
-    EXPECT_TRUE(UnfinishedFile(target_.c_str(), kKind));
+    EXPECT_TRUE(UnfinishedFile(held_, kKind));
     EXPECT_EQ(2u, doubles::files::flock.calls());
 }
 
 TEST_F(UnfinishedFiles, NeedAFolderThatCanBeWritten) {
-    const UnfinishedFile file(folder_.path("missing/target").c_str(), kKind);
-    EXPECT_EQ(ENOENT, errno);
-    EXPECT_FALSE(file);
+    expect_none_for(folder_.path("missing/target"), ENOENT);
 }
 
 TEST_F(UnfinishedFiles, NeedAPathThatIsNotTooLong) {
-    const UnfinishedFile file(("/" + std::string(PATH_MAX - 10, 'x') + "/target").c_str(), kKind);
-    EXPECT_EQ(ENAMETOOLONG, errno);
-    EXPECT_FALSE(file);
+    for (const size_t length : {NAME_MAX + 1, PATH_MAX - 2, PATH_MAX - 1, PATH_MAX}) {
+        expect_none_for("/" + std::string(length, 'x') + "/target", ENAMETOOLONG);
+    }
 }
 
 TEST_F(UnfinishedFiles, WithoutADescriptorThereIsNone) {
-    doubles::files::mkostemp.stand_in([](char *, int) {
+    make_files_by([](const char *) {
         errno = EMFILE;
         return -1;
     });
@@ -344,7 +430,7 @@ TEST_F(UnfinishedFiles, ThatCannotBeSyncedReplaceNothing) {
 }
 
 TEST_F(UnfinishedFiles, ThatCannotBeRenamedReplaceNothing) {
-    doubles::libc::rename.stand_in([](const char *, const char *) {
+    doubles::files::renameat.stand_in([](int, const char *, int, const char *) {
         errno = EBUSY;
         return -1;
     });
@@ -352,12 +438,12 @@ TEST_F(UnfinishedFiles, ThatCannotBeRenamedReplaceNothing) {
 }
 
 TEST_F(UnfinishedFiles, ThatCannotBeLinkedDoNotBecomeTheTarget) {
-    doubles::files::link.stand_in([](const char *, const char *) {
+    doubles::files::linkat.stand_in([](int, const char *, int, const char *, int) {
         errno = EMLINK;
         return -1;
     });
     {
-        UnfinishedFile file(target_.c_str(), kKind);
+        UnfinishedFile file(held_, kKind);
         EXPECT_FALSE(file.become_target());
         EXPECT_EQ(EMLINK, errno);
     }
@@ -376,12 +462,10 @@ TEST_P(UnfinishedFilesFolder, ThatCannotBeSyncedIsNoFailure) {
         errno = GetParam();
         return -1;
     });
-    UnfinishedFile file(target_.c_str(), kKind);
+    UnfinishedFile file(held_, kKind);
     EXPECT_TRUE(file.replace_target());
     EXPECT_EQ(2u, doubles::libc::fsync.calls());
-    EXPECT_EQ(GetParam() == EINVAL ? 0u : 1u,
-              log.count("can't sync the folder " + folder_.path().substr(0, folder_.path().size() - 1) +
-                        ", errno=5"))
+    EXPECT_EQ(GetParam() == EINVAL ? 0u : 1u, log.count("can't sync the folder of " + target_ + ", errno=5"))
         << log.text();
 }
 
@@ -389,8 +473,8 @@ INSTANTIATE_TEST_SUITE_P(Causes, UnfinishedFilesFolder, testing::Values(EIO, EIN
 
 TEST_F(UnfinishedFiles, AFolderThatCannotBeOpenedForSyncingIsAWarning) {
     const LogCapture log;
-    UnfinishedFile file(target_.c_str(), kKind);
-    doubles::libc::open.stand_in([](const char *, int, mode_t) {
+    UnfinishedFile file(held_, kKind);
+    doubles::files::openat.stand_in([](int, const char *, int, mode_t) {
         errno = EMFILE;
         return -1;
     });
