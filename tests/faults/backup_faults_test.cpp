@@ -19,12 +19,20 @@ using BackupFaults = FaultyDevice;
 
 constexpr char kBackup[] = "/m_data/usr/exchange/backup.bin";
 constexpr char kKeptBackup[] = "/m_data/usr/kept/backup.bin";
+
+/* In a folder where anybody writes, so that both work in a private folder. */
+constexpr char kStrangeFolder[] = "/m_data/usr/strange";
+constexpr char kStrangeBackup[] = "/m_data/usr/strange/backup.bin";
+
 constexpr char kDataManager[] = "/m_data/usr/dbm/database.db";
 constexpr char kUserData[] = "/m_data/usr/db/user_data.txt";
 
 /* Before a restore. */
 constexpr char kOtherValue[] = "another";
 constexpr char kOtherFile[] = "another";
+
+constexpr char kPrivateFolderStays[] =
+    "a private folder that can't be removed stays until the next one is made";
 
 const std::vector<long> kBackupFailures = {E_APPS_ERR_IO, E_APPS_ERR_READ, E_APPS_ERR_WRITE,
                                            E_APPS_ERR_FORMAT, E_APPS_ERR_INTERNAL};
@@ -40,9 +48,10 @@ void put_device() {
     put_text("/etc/quor_product.key", some_key());
     put_text(kUserData, "device_product_name=QR-100\nkey=value\n");
     put_text(kDataManager, whole_file());
-    for (const char *folder : {kBackup, kKeptBackup}) {
-        std::filesystem::create_directories(std::filesystem::path(folder).parent_path());
+    for (const char *path : {kBackup, kKeptBackup, kStrangeBackup}) {
+        std::filesystem::create_directories(std::filesystem::path(path).parent_path());
     }
+    std::filesystem::permissions(kStrangeFolder, std::filesystem::perms::all);
 }
 
 /* The device as it is before a restore, but for the name that the backup is bound to. */
@@ -51,14 +60,16 @@ void change_device() {
     zndb_set("key", kOtherValue);
     zndb_save();
     put_text(kDataManager, kOtherFile);
-    std::filesystem::copy_file(kKeptBackup, kBackup, std::filesystem::copy_options::overwrite_existing);
+    for (const char *path : {kBackup, kStrangeBackup}) {
+        std::filesystem::copy_file(kKeptBackup, path, std::filesystem::copy_options::overwrite_existing);
+    }
 }
 
 /* Two records, each with its header, and the trailer. */
 constexpr size_t kBodyFrame = 2 * 136 + 24;
 
-bool is_whole_backup() {
-    const std::string body = deciphered(kBackup, "/m_data/usr/kept/body");
+bool is_whole_backup(const char *path) {
+    const std::string body = deciphered(path, "/m_data/usr/kept/body");
     const std::string database = "device_product_name=QR-100\nkey=value\n";
     const std::string file = whole_file();
     return body.size() == kBodyFrame + database.size() + file.size() &&
@@ -74,9 +85,18 @@ std::vector<Scenario> backup() {
         Scenario("frwk_dbrm_backup")
             .prepared([] { std::filesystem::remove(kBackup); })
             .called([] { return frwk_dbrm_backup(kBackup); })
-            .verified(is_whole_backup)
+            .verified([] { return is_whole_backup(kBackup); })
             .unchanged([] { return !std::filesystem::exists(kBackup); })
             .failing(kBackupFailures)
+            .except({Call::read}, Waived::kEffect, "nobody else cuts the file in which a backup grows",
+                    Fault::Way::kEnds),
+        Scenario("frwk_dbrm_backup")
+            .prepared([] { std::filesystem::remove(kStrangeBackup); })
+            .called([] { return frwk_dbrm_backup(kStrangeBackup); })
+            .verified([] { return is_whole_backup(kStrangeBackup); })
+            .unchanged([] { return !std::filesystem::exists(kStrangeBackup); })
+            .failing(kBackupFailures)
+            .except({Call::rmdir}, Waived::kFile, kPrivateFolderStays)
             .except({Call::read}, Waived::kEffect, "nobody else cuts the file in which a backup grows",
                     Fault::Way::kEnds),
     };
@@ -87,14 +107,26 @@ std::vector<Scenario> backup() {
  * looked at. Where it is gone, the settings were emptied, and the file may have been replaced: never by a
  * part.
  */
-bool is_sound() {
+bool is_sound_without_backup() {
     const std::string file = file_text(kDataManager);
-    if (std::filesystem::exists(kBackup)) {
-        const bool as_it_came = file_text(kBackup) == file_text(kKeptBackup);
-        return file == kOtherFile && (!as_it_came || stored("key") == kOtherValue);
-    }
     const bool is_missing = !std::filesystem::exists(kDataManager);
     return stored("key") != kOtherValue && (is_missing || file == kOtherFile || file == whole_file());
+}
+
+bool is_sound() {
+    if (!std::filesystem::exists(kBackup)) {
+        return is_sound_without_backup();
+    }
+    const bool as_it_came = file_text(kBackup) == file_text(kKeptBackup);
+    return file_text(kDataManager) == kOtherFile && (!as_it_came || stored("key") == kOtherValue);
+}
+
+/* Where its copy is deciphered, the backup is as it came as long as it is there. */
+bool is_sound_beside_strangers() {
+    if (!std::filesystem::exists(kStrangeBackup)) {
+        return is_sound_without_backup();
+    }
+    return file_text(kDataManager) == kOtherFile && file_text(kStrangeBackup) == file_text(kKeptBackup);
 }
 
 std::vector<Scenario> restore() {
@@ -105,7 +137,15 @@ std::vector<Scenario> restore() {
             .verified([] { return is_restored() && !std::filesystem::exists(kBackup); })
             .unchanged(is_sound)
             .failing(kRestoreFailures)
-            .except({Call::remove}, Waived::kEffectIfLogged, "all is restored, and the backup stays"),
+            .except({Call::unlinkat}, Waived::kEffectIfLogged, "all is restored, and the backup stays"),
+        Scenario("frwk_dbrm_restore")
+            .prepared(change_device)
+            .called([] { return frwk_dbrm_restore(kStrangeBackup); })
+            .verified([] { return is_restored() && !std::filesystem::exists(kStrangeBackup); })
+            .unchanged(is_sound_beside_strangers)
+            .failing(kRestoreFailures)
+            .except({Call::unlinkat}, Waived::kEffectIfLogged, "all is restored, and the backup stays")
+            .except({Call::rmdir}, Waived::kFile, kPrivateFolderStays),
     };
 }
 

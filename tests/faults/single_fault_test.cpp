@@ -248,7 +248,7 @@ TEST_F(SingleBackupFault, AnUploadWhoseLinkCannotBeFollowedIsLeftAsItIs) {
 
 TEST_F(SingleBackupFault, ARestoredBackupThatCannotBeRemovedIsLogged) {
     ASSERT_EQ(E_APPS_ERR_SUCCESS, back_up());
-    EXPECT_EQ(E_APPS_ERR_SUCCESS, fail_first(Call::remove, EIO, restore));
+    EXPECT_EQ(E_APPS_ERR_SUCCESS, fail_first(Call::unlinkat, EIO, restore));
     EXPECT_TRUE(logged("remove restore file error!"));
 }
 
@@ -256,7 +256,7 @@ TEST_F(SingleBackupFault, ALinkToARestoredBackupThatCannotBeRemovedIsLogged) {
     const char *upload = "/m_data/usr/exchange/upload";
     ASSERT_EQ(E_APPS_ERR_SUCCESS, frwk_dbrm_backup(upload));
     std::filesystem::create_symlink(upload, kBackup);
-    EXPECT_EQ(E_APPS_ERR_SUCCESS, fail_nth(Call::remove, 1, EIO, restore));
+    EXPECT_EQ(E_APPS_ERR_SUCCESS, fail_first(Call::remove, EIO, restore));
     EXPECT_TRUE(logged("remove restore file error!"));
     EXPECT_FALSE(std::filesystem::exists(upload));
 }

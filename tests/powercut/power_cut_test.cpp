@@ -223,11 +223,20 @@ PowerCut making_a_key_on_a_fresh_device() {
 constexpr char kBackup[] = "/m_data/usr/exchange/backup.bin";
 constexpr char kDataManager[] = "/m_data/usr/dbm/database.db";
 
-std::string read_backup() {
-    if (!std::filesystem::exists(kBackup)) {
+/* In a folder where anybody writes: there is nothing in the clear, and what is, is on tmpfs. */
+constexpr char kStrangeFolder[] = "/m_data/usr/strange";
+constexpr char kStrangeBackup[] = "/m_data/usr/strange/backup.bin";
+
+void make_strange_folder() {
+    std::filesystem::create_directories(kStrangeFolder);
+    std::filesystem::permissions(kStrangeFolder, std::filesystem::perms::all);
+}
+
+std::string read_backup_at(const char *path) {
+    if (!std::filesystem::exists(path)) {
         return "none";
     }
-    const std::string body = deciphered(kBackup, kCopy);
+    const std::string body = deciphered(path, kCopy);
     for (const char letter : {'o', 'n'}) {
         if (body.find(std::string(9000, letter)) != std::string::npos) {
             return std::string(1, letter);
@@ -236,37 +245,45 @@ std::string read_backup() {
     return "broken";
 }
 
-PowerCut backing_up() {
-    return {"frwk_dbrm_backup",
-            {kFolder},
-            [] {
+PowerCut backing_up_to(const char *name, const char *folder, const char *path) {
+    return {name,
+            {folder},
+            [path] {
                 put_text(kDataManager, std::string(9000, 'o'));
-                EXPECT_EQ(0, frwk_dbrm_backup(kBackup));
+                EXPECT_EQ(0, frwk_dbrm_backup(path));
                 put_text(kDataManager, std::string(9000, 'n'));
             },
-            [] { EXPECT_EQ(0, frwk_dbrm_backup(kBackup)); },
-            read_backup};
+            [path] { EXPECT_EQ(0, frwk_dbrm_backup(path)); },
+            [path] { return read_backup_at(path); }};
+}
+
+PowerCut backing_up() {
+    return backing_up_to("frwk_dbrm_backup", kFolder, kBackup);
+}
+
+PowerCut backing_up_among_strangers() {
+    return backing_up_to("frwk_dbrm_backup, where anybody writes", kStrangeFolder, kStrangeBackup);
 }
 
 /* What is under the backup's name: only an enciphered one, with its trailer, can be restored. */
-std::string read_what_is_restored_from(char letter) {
+std::string read_what_is_restored_from(const char *path, char letter) {
     const std::string bytes(9000, letter);
-    if (!std::filesystem::exists(kBackup)) {
+    if (!std::filesystem::exists(path)) {
         return "nothing";
     }
-    if (deciphered(kBackup, kCopy).find(bytes) != std::string::npos) {
+    if (deciphered(path, kCopy).find(bytes) != std::string::npos) {
         return "the backup";
     }
-    return file_text(kBackup).find(bytes) != std::string::npos ? "the backup in the clear" : "nothing";
+    return file_text(path).find(bytes) != std::string::npos ? "the backup in the clear" : "nothing";
 }
 
-std::string read_restored() {
+std::string read_restored(const char *path) {
     if (file_text(kDataManager) == std::string(9000, 'n')) {
         return "the new";
     }
     const bool is_old = file_text(kDataManager) == std::string(9000, 'o');
     const std::string found = std::filesystem::exists(kDataManager) ? "a part" : "none";
-    return (is_old ? "the old" : found) + ", and " + read_what_is_restored_from('n');
+    return (is_old ? "the old" : found) + ", and " + read_what_is_restored_from(path, 'n');
 }
 
 /*
@@ -282,7 +299,7 @@ PowerCut restoring() {
                 put_text(kDataManager, std::string(9000, 'o'));
             },
             [] { EXPECT_EQ(0, frwk_dbrm_restore(kBackup)); },
-            read_restored,
+            [] { return read_restored(kBackup); },
             {"the old, and the backup in the clear", "a part, and the backup in the clear"}};
 }
 
@@ -297,6 +314,20 @@ PowerCut restoring_a_missing_file() {
     };
     missing.also = {"none, and the backup in the clear", "a part, and the backup in the clear"};
     return missing;
+}
+
+/* The backup stays as it came until all that it brings back is safe. */
+PowerCut restoring_among_strangers() {
+    return {"frwk_dbrm_restore, where anybody writes",
+            {"/m_data/usr/dbm", kStrangeFolder},
+            [] {
+                put_text(kDataManager, std::string(9000, 'n'));
+                EXPECT_EQ(0, frwk_dbrm_backup(kStrangeBackup));
+                put_text(kDataManager, std::string(9000, 'o'));
+            },
+            [] { EXPECT_EQ(0, frwk_dbrm_restore(kStrangeBackup)); },
+            [] { return read_restored(kStrangeBackup); },
+            {"a part, and the backup"}};
 }
 
 /* ---- Small files ---------------------------------------------------------------------------------- */
@@ -402,6 +433,8 @@ TEST_F(PowerCuts, LeaveTheOldOrTheNewBackup) {
     std::filesystem::create_directories(kFolder);
     start_database();
     check_power_cuts(backing_up());
+    make_strange_folder();
+    check_power_cuts(backing_up_among_strangers());
 }
 
 TEST_F(PowerCuts, LoseNothingThatWasRestored) {
@@ -411,6 +444,8 @@ TEST_F(PowerCuts, LoseNothingThatWasRestored) {
     start_database();
     check_power_cuts(restoring());
     check_power_cuts(restoring_a_missing_file());
+    make_strange_folder();
+    check_power_cuts(restoring_among_strangers());
 }
 
 TEST_F(PowerCuts, LeaveSmallFilesOldOrNew) {

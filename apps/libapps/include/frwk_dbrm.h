@@ -19,6 +19,13 @@ extern "C" {
 #pragma GCC visibility push(default)
 
 /*
+ * Both calls may be given a path on which another user, who is neither the caller nor root, can change
+ * something: in whose folder the file lies, or who may write to it or to a folder on the way. What is in the
+ * clear then lies in a private folder in "/tmp/m_tmp", or in "/m_data/usr" where the former has no room for
+ * the backup twice, and no link of such a user is followed. docs/backup-format.md has the details.
+ */
+
+/*
  * Writes a backup. It grows in a file beside its target, PATH.unfinished, and takes the target's name when it
  * is whole: after a crash there is never a part of one under that name, and the next call to the same target
  * clears up. When the call has succeeded the backup outlasts a power cut. Changes of the configuration that
@@ -27,9 +34,9 @@ extern "C" {
  * path: where to; what was there is replaced, by a file that only its owner can read. Its last part has at
  * most 244 characters, so that there is room for ".unfinished". Null gives E_APPS_ERR_PARAM.
  * Returns E_APPS_ERR_SUCCESS, or, with nothing left at path:
- *   E_APPS_ERR_IO        path is empty or too long or can't be created, or a source can't be opened
- *   E_APPS_ERR_READ      a source became shorter while it was read, or can't be read
- *   E_APPS_ERR_WRITE     the disk is full, or fails
+ *   E_APPS_ERR_IO        path is empty or too long or can't be created, leads by another user's link, or
+ * there is no private folder to be had; or a source can't be opened E_APPS_ERR_READ      a source became
+ * shorter while it was read, or can't be read E_APPS_ERR_WRITE     the disk is full, or fails
  *   E_APPS_ERR_FORMAT    a source, or all of them together, have 4 GiB or more
  *   E_APPS_ERR_INTERNAL  the product's name, the digest or the cipher's key is not to be had, or the disk is
  *                        full while the backup is being enciphered
@@ -46,16 +53,16 @@ apps_err_e_type frwk_dbrm_backup(const char *path);
  * path: the backup, which is consumed: deciphered in place, and removed as soon as records have been looked
  * at, whatever came of them. A symbolic link is followed: the file that it leads to is deciphered, and both
  * are removed. A file that was refused before stays: as it came where it could not be deciphered, otherwise
- * in the clear and no use for another restore, so that the caller does well to remove it, not merely a link
- * to it, and to keep the backup elsewhere. Null gives E_APPS_ERR_PARAM.
+ * in the clear, for its owner's eyes only, and no use for another restore, so that the caller does well to
+ * remove it, not merely a link to it, and to keep the backup elsewhere. Where another user has a say, a copy
+ * is deciphered in the file's stead, which stays as it came until it is removed. Null gives E_APPS_ERR_PARAM.
  *
  * Returns E_APPS_ERR_SUCCESS, or
  *   E_APPS_ERR_INTERNAL  it can't be found or can't be deciphered: altered, cut, extended, of a device with
- *                        another key; or the product's name or the digest is not to be had, or the database
- *                        refuses to be emptied
- *   E_APPS_ERR_FORMAT    it is of another product, or wrong inside
- *   E_APPS_ERR_IO        it can't be opened or cut, or a file to bring back can't be created
- *   E_APPS_ERR_READ      it can't be read, or a record is shorter than it says
+ *                        another key; or it can't be copied to a private folder where it has to be; or the
+ * product's name or the digest is not to be had, or the database refuses to be emptied E_APPS_ERR_FORMAT it
+ * is of another product, or wrong inside E_APPS_ERR_IO        it can't be opened or cut, or a file to bring
+ * back can't be created E_APPS_ERR_READ      it can't be read, or a record is shorter than it says
  *   E_APPS_ERR_WRITE     the disk is full, or fails; the file that didn't fit is gone
  *   E_APPS_ERR_MALLOC    no memory for a database's text
  *   E_APPS_ERR_PROCESS   the database refuses a key or to save

@@ -19,7 +19,7 @@ class FullDisk : public BackupSystem {
         write_file(kDataManager, random_bytes(kSize, 5));
     }
 
-    /* Starts a process in which a folder is a small disk; then runs a command there. */
+    /* Starts a process in which a folder is a small disk of its owner's; then runs a command there. */
     void start_device(const std::string &folder, const std::string &size,
                       const std::string &command = "true") {
         std::vector<std::string> words = {"unshare", "--mount"};
@@ -27,8 +27,8 @@ class FullDisk : public BackupSystem {
             words.emplace_back("--map-root-user");
         }
         words.insert(words.end(), {"sh", "-c",
-                                   "mkdir -p " + folder + " && mount -t tmpfs -o size=" + size + " tmpfs " +
-                                       folder + " && " + command + " && exec " BACKUP_DEVICE});
+                                   "mkdir -p " + folder + " && mount -t tmpfs -o mode=0755,size=" + size +
+                                       " tmpfs " + folder + " && " + command + " && exec " BACKUP_DEVICE});
         device_ = std::make_unique<ChildProcess>(words, std::vector<std::string>{"QUOR_DEBUG=1"});
         ASSERT_EQ("started", device_->read_line()) << device_->errors();
     }
@@ -69,6 +69,14 @@ TEST_F(FullDisk, WhileABackupIsEnciphered) {
     start_device("/m_data/usr/small", "400k");
     EXPECT_EQ("21", ask("backup /m_data/usr/small/backup.bin"));
     expect_error("encrypt backup file failed!");
+    EXPECT_EQ(std::vector<std::string>(), names_in(of_device("/m_data/usr/small")));
+}
+
+/* It is whole when it comes to the disk on which others write. */
+TEST_F(FullDisk, WhileABackupIsBroughtToAFolderOfOthers) {
+    start_device("/m_data/usr/small", "64k", "chmod 1777 /m_data/usr/small");
+    EXPECT_EQ("18", ask("backup /m_data/usr/small/backup.bin"));
+    expect_error("write backup target file error! errno=28");
     EXPECT_EQ(std::vector<std::string>(), names_in(of_device("/m_data/usr/small")));
 }
 

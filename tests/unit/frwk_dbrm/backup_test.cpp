@@ -253,7 +253,7 @@ TEST_F(Backup, ThatCanNotBeEncipheredIsAnInternalError) {
 }
 
 TEST_F(Backup, ThatCanNotTakeItsNameIsAnIoError) {
-    doubles::libc::rename.stand_in([](const char *, const char *) {
+    doubles::libc::renameat.stand_in([](int, const char *, int, const char *) {
         errno = EROFS;
         return -1;
     });

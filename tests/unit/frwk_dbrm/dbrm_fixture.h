@@ -6,6 +6,8 @@
 
 #include <gtest/gtest.h>
 
+#include <sys/stat.h>
+
 #include <cerrno>
 #include <filesystem>
 #include <optional>
@@ -39,6 +41,7 @@ class DbrmTest : public ConfigTest {
         for (const char *folder : {"/m_data/usr/db", "/m_data/usr/www", "/m_data/usr/dbm"}) {
             std::filesystem::create_directories(folder);
         }
+        ::umask(022); /* as on a device: what is made is for others to read, not to write */
         doubles::base::zn_encrypt_file_ex.stand_in([](const char *) { return 1; });
         doubles::base::zn_decrypt_file_ex.stand_in([](const char *) { return 1; });
         store("device_product_name", "a");

@@ -4,7 +4,7 @@
  *
  * No lock: one caller at a time for one target.
  */
-#include <unistd.h>
+#include <sys/stat.h>
 
 #include <cstdio>
 #include <cstring>
@@ -82,9 +82,20 @@ apps_err_e_type frwk_dbrm_backup_process(std::FILE *out) {
     return E_APPS_ERR_SUCCESS;
 }
 
+/* What the body may take with every source in it. */
+uint64_t largest_body() {
+    uint64_t size = 0;
+    for (const Source &source : kSources) {
+        struct stat found = {};
+        size += backup_format::kRecordHeaderSize;
+        size += ::stat(source.path, &found) == 0 ? static_cast<uint64_t>(found.st_size) : 0;
+    }
+    return size;
+}
+
 /* Writes the body of a backup. */
-apps_err_e_type frwk_dbrm_backup_process(const GrowingBackup &growing) {
-    UniqueFile out = growing.create();
+apps_err_e_type frwk_dbrm_backup_process(GrowingBackup *growing) {
+    UniqueFile out = growing->create(largest_body);
     if (!out) {
         FRWK_WARN_ERRNO("create backup file error!");
         return E_APPS_ERR_IO;
@@ -103,7 +114,7 @@ apps_err_e_type frwk_dbrm_backup_process(const GrowingBackup &growing) {
 
 /* Makes a whole backup and gives it its name. */
 apps_err_e_type frwk_dbrm_backup(GrowingBackup *growing) {
-    apps_err_e_type ret = frwk_dbrm_backup_process(*growing);
+    apps_err_e_type ret = frwk_dbrm_backup_process(growing);
     if (ret != E_APPS_ERR_SUCCESS) {
         FRWK_WARN("backup process failed!");
         return ret;
@@ -117,6 +128,10 @@ apps_err_e_type frwk_dbrm_backup(GrowingBackup *growing) {
     if (!zn_encrypt_file_ex(growing->path())) {
         FRWK_WARN("encrypt backup file failed!");
         return E_APPS_ERR_INTERNAL;
+    }
+    if (!growing->deliver()) {
+        FRWK_WARN_ERRNO("write backup target file error!");
+        return E_APPS_ERR_WRITE;
     }
     if (!growing->take_place()) {
         FRWK_WARN_ERRNO("create backup file error!");
@@ -134,8 +149,8 @@ apps_err_e_type frwk_dbrm_backup(const char *path) {
 
     GrowingBackup growing(path);
     const apps_err_e_type ret = frwk_dbrm_backup(&growing);
-    if (ret != E_APPS_ERR_SUCCESS && os_file_exist(path)) {
-        (void)::unlink(path); /* never a folder, which is no backup */
+    if (ret != E_APPS_ERR_SUCCESS) {
+        growing.remove_target();
     }
     return ret;
 }

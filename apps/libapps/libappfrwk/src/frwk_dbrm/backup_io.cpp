@@ -5,11 +5,17 @@
 #include <algorithm>
 #include <cerrno>
 
+#include "internal/uninterrupted.h"
+
 namespace backup_io {
 
 namespace {
 
 constexpr uint32_t kChunkSize = 1024;
+constexpr size_t kPieceSize = 16384;
+
+/* For the cipher's frame and the folders' own blocks. */
+constexpr uint64_t kSpareRoom = 65536;
 
 UniqueFile without_buffer(std::FILE *opened) {
     UniqueFile file(opened);
@@ -17,6 +23,18 @@ UniqueFile without_buffer(std::FILE *opened) {
         (void)std::setvbuf(file.get(), nullptr, _IONBF, 0);
     }
     return file;
+}
+
+bool write_all(int fd, const unsigned char *bytes, size_t size) {
+    for (size_t done = 0; done < size;) {
+        const ssize_t count = uninterrupted([=] { return ::write(fd, bytes + done, size - done); });
+        if (count <= 0) {
+            errno = count == 0 ? ENOSPC : errno;
+            return false;
+        }
+        done += static_cast<size_t>(count);
+    }
+    return true;
 }
 
 }  // namespace
@@ -61,16 +79,33 @@ Copied copy(std::FILE *from, std::FILE *to, uint32_t length) {
     return Copied::kAll;
 }
 
+bool copy_bytes(int from, int to, uint64_t length) {
+    unsigned char piece[kPieceSize];
+    for (uint64_t left = length; left > 0;) {
+        const size_t size = static_cast<size_t>(std::min<uint64_t>(left, sizeof(piece)));
+        const ssize_t count = uninterrupted([&] { return ::read(from, piece, size); });
+        if (count <= 0 || !write_all(to, piece, static_cast<size_t>(count))) {
+            return false;
+        }
+        left -= static_cast<uint64_t>(count);
+    }
+    return true;
+}
+
+uint64_t room_for(uint64_t size) {
+    return 2 * (size + size / kSpareRoom) + kSpareRoom;
+}
+
 bool finish(UniqueFile file) {
     return std::fflush(file.get()) == 0 && std::fclose(file.take()) == 0;
 }
 
 bool finish_on_disk(UniqueFile file) {
-    if (std::fflush(file.get()) != 0) {
-        return false;
-    }
-    const bool synced = ::fsync(::fileno(file.get())) == 0 || errno == EINVAL;
-    return synced && finish(std::move(file));
+    return std::fflush(file.get()) == 0 && sync(::fileno(file.get())) && finish(std::move(file));
+}
+
+bool sync(int fd) {
+    return ::fsync(fd) == 0 || errno == EINVAL;
 }
 
 }  // namespace backup_io

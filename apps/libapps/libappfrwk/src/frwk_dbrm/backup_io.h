@@ -36,10 +36,19 @@ bool read_all(std::FILE *file, void *bytes, size_t size);
 /* Copies exactly length bytes from where the files stand, a chunk at a time. */
 Copied copy(std::FILE *from, std::FILE *to, uint32_t length);
 
+/* Copies exactly length bytes from one descriptor to another. */
+bool copy_bytes(int from, int to, uint64_t length);
+
+/* What a file and its enciphered form, beside it for a moment, take on a disk at most. */
+uint64_t room_for(uint64_t size);
+
 /* Writes out and closes a file; false when not all of it was written. */
 bool finish(UniqueFile file);
 
 /* The same, and then the content outlasts a power cut, where there is a disk under the file. */
 bool finish_on_disk(UniqueFile file);
+
+/* Makes what was written to a file outlast a power cut, where there is a disk under it. */
+bool sync(int fd);
 
 }  // namespace backup_io

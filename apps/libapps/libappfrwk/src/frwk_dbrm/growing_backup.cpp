@@ -1,7 +1,6 @@
 #include "frwk_dbrm/growing_backup.h"
 
 #include <fcntl.h>
-#include <libgen.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -9,60 +8,101 @@
 #include <cstdio>
 
 #include "frwk_dbrm/backup_io.h"
+#include "os_file.h"
 
 namespace {
 
 constexpr char kSuffix[] = ".unfinished";
+constexpr mode_t kOwnerOnly = S_IRUSR | S_IWUSR;
 
-/* Whether what stands at a path, if anything, lets itself be written to. */
-bool can_be_written(const char *path) {
-    const UniqueFd present(::open(path, O_RDWR | O_CLOEXEC | O_NONBLOCK));
+/* Puts the name of the unfinished file together. False, with errno set, without room for it. */
+template <size_t kSize>
+bool add_suffix(const char *name, char (&longer)[kSize]) {
+    const int length = std::snprintf(longer, kSize, "%s%s", name, kSuffix);
+    if (length < 0 || static_cast<size_t>(length) >= kSize) {
+        longer[0] = '\0'; /* what was cut may be another file's name */
+        errno = ENAMETOOLONG;
+        return false;
+    }
+    return true;
+}
+
+}  // namespace
+
+GrowingBackup::GrowingBackup(const char *target) : target_(target) {}
+
+GrowingBackup::~GrowingBackup() {
+    if (place_.folder && !in_place_) {
+        (void)::unlinkat(place_.folder.get(), name_, 0);
+    }
+}
+
+/* Whether what stands at the target, if anything, lets itself be written to. */
+bool GrowingBackup::can_replace_target() const {
+    const int follow = place_.is_closed ? 0 : O_NOFOLLOW;
+    const UniqueFd present(
+        ::openat(place_.folder.get(), place_.name, O_RDWR | O_CLOEXEC | O_NONBLOCK | follow));
     return present || errno == ENOENT;
 }
 
-/* Makes a file's name outlast a power cut, where the file system can. */
-void sync_folder_of(const char *path) {
-    char folder[PATH_MAX];
-    (void)std::snprintf(folder, sizeof(folder), "%s", path);
-    const UniqueFd fd(::open(::dirname(folder), O_RDONLY | O_CLOEXEC | O_DIRECTORY));
+/* In place of what a killed process left. */
+UniqueFd GrowingBackup::create_unfinished() const {
+    const int folder = place_.folder.get();
+    (void)::unlinkat(folder, name_, 0);
+    return UniqueFd(::openat(folder, name_, O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, kOwnerOnly));
+}
+
+UniqueFile GrowingBackup::create_privately(uint64_t room) {
+    if (!folder_.make(room)) {
+        return UniqueFile();
+    }
+    (void)std::snprintf(path_, sizeof(path_), "%s", folder_.file());
+    return backup_io::write_to(UniqueFd(::open(path_, O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, kOwnerOnly)),
+                               "wb+");
+}
+
+UniqueFile GrowingBackup::create(uint64_t (*body_size)()) {
+    if (!find_place(target_, LastLink::kKeep, &place_) || !add_suffix(place_.name, name_) ||
+        !add_suffix(target_, path_) || !can_replace_target()) {
+        return UniqueFile();
+    }
+    return place_.is_closed ? backup_io::write_to(create_unfinished(), "wb+")
+                            : create_privately(backup_io::room_for(body_size()));
+}
+
+bool GrowingBackup::deliver() {
+    if (place_.is_closed) {
+        return true;
+    }
+    const UniqueFd from(::open(path_, O_RDONLY | O_CLOEXEC));
+    struct stat info = {};
+    if (!from || ::fstat(from.get(), &info) != 0) {
+        return false;
+    }
+    const UniqueFd to = create_unfinished();
+    return to && backup_io::copy_bytes(from.get(), to.get(), static_cast<uint64_t>(info.st_size)) &&
+           backup_io::sync(to.get());
+}
+
+/* Where the file system can. */
+void GrowingBackup::sync_folder() const {
+    const UniqueFd fd(::openat(place_.folder.get(), ".", O_RDONLY | O_CLOEXEC | O_DIRECTORY));
     if (fd) {
         (void)::fsync(fd.get());
     }
 }
 
-}  // namespace
-
-GrowingBackup::GrowingBackup(const char *target) : target_(target) {
-    const int length = std::snprintf(path_, sizeof(path_), "%s%s", target, kSuffix);
-    if (target[0] == '\0' || length < 0 || static_cast<size_t>(length) >= sizeof(path_)) {
-        path_[0] = '\0'; /* of no target as well, which would else have its file in the working folder */
-    }
-}
-
-GrowingBackup::~GrowingBackup() {
-    if (!in_place_) {
-        (void)::unlink(path_);
-    }
-}
-
-UniqueFile GrowingBackup::create() const {
-    if (path_[0] == '\0') {
-        errno = target_[0] == '\0' ? ENOENT : ENAMETOOLONG;
-        return UniqueFile();
-    }
-    if (!can_be_written(target_)) {
-        return UniqueFile();
-    }
-
-    (void)::unlink(path_);
-    UniqueFd fd(::open(path_, O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, S_IRUSR | S_IWUSR));
-    return backup_io::write_to(std::move(fd), "wb+");
-}
-
 bool GrowingBackup::take_place() {
-    in_place_ = std::rename(path_, target_) == 0;
+    const int folder = place_.folder.get();
+    in_place_ = ::renameat(folder, name_, folder, place_.name) == 0;
     if (in_place_) {
-        sync_folder_of(target_);
+        sync_folder();
     }
     return in_place_;
+}
+
+void GrowingBackup::remove_target() const {
+    if (place_.folder && os_file_exist(target_)) {
+        (void)::unlinkat(place_.folder.get(), place_.name, 0);
+    }
 }

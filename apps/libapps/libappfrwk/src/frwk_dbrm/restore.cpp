@@ -6,11 +6,7 @@
  */
 #include <unistd.h>
 
-#include <cerrno>
-#include <climits>
 #include <cstdio>
-#include <cstdlib>
-#include <cstring>
 
 #include "cipher.h"
 #include "frwk_dbrm.h"
@@ -18,6 +14,7 @@
 #include "frwk_dbrm/backup_io.h"
 #include "frwk_dbrm/backup_trailer.h"
 #include "frwk_dbrm/restore_record.h"
+#include "frwk_dbrm/upload.h"
 #include "internal/frwk_log.h"
 #include "zndb.h"
 
@@ -25,12 +22,6 @@ using backup_format::RecordHeader;
 using backup_format::RecordHeaderBytes;
 
 namespace {
-
-/* A backup to bring back. The paths differ where the caller's is a link to the file, or a detour. */
-struct Upload {
-    const char *path; /* as the caller gave it */
-    const char *file; /* which is deciphered in place */
-};
 
 /* The steps of the record walk log under its name. */
 constexpr char kProcess[] = "frwk_dbrm_restore_process";
@@ -91,22 +82,9 @@ apps_err_e_type restore_all_records(std::FILE *file) {
     return restore_records(file, *size);
 }
 
-/* Removes the file, which holds the configuration in the clear, and the link that led to it. */
-void remove_upload(const Upload &upload) {
-    if (std::remove(upload.file) != 0) {
-        FRWK_WARN_ERRNO_AS(kProcess, "remove restore file error!");
-    }
-    if (std::strcmp(upload.path, upload.file) == 0) {
-        return;
-    }
-    if (std::remove(upload.path) != 0 && errno != ENOENT) { /* a detour is no link, and gone with the file */
-        FRWK_WARN_ERRNO_AS(kProcess, "remove restore file error!");
-    }
-}
-
 /* Brings back all records of a checked body, and removes it. */
-apps_err_e_type frwk_dbrm_restore_process(const Upload &upload) {
-    UniqueFile file(std::fopen(upload.file, "rbe"));
+apps_err_e_type frwk_dbrm_restore_process(Upload *upload) {
+    UniqueFile file(std::fopen(upload->file(), "rbe"));
     if (!file) {
         FRWK_WARN_ERRNO("open restore file error!");
         return E_APPS_ERR_IO;
@@ -115,18 +93,19 @@ apps_err_e_type frwk_dbrm_restore_process(const Upload &upload) {
     const apps_err_e_type ret = restore_all_records(file.get());
     file.reset();
     ::sync(); /* the files' names, and those of new folders, before their only other copy is gone */
-    remove_upload(upload);
+    upload->remove();
     return ret;
 }
 
 /* Deciphers and checks a backup, and puts it in the place of the configuration. */
-apps_err_e_type frwk_dbrm_restore(const Upload &upload) {
-    if (!zn_decrypt_file_ex(upload.file)) {
+apps_err_e_type frwk_dbrm_restore(Upload *upload) {
+    if (!zn_decrypt_file_ex(upload->file())) {
+        upload->refuse();
         FRWK_WARN("decrypt restore file error!");
         return E_APPS_ERR_INTERNAL;
     }
 
-    apps_err_e_type ret = frwk_dbrm_unpack(upload.file);
+    apps_err_e_type ret = frwk_dbrm_unpack(upload->file());
     if (ret != E_APPS_ERR_SUCCESS) {
         FRWK_WARN("decompression failed!");
         return ret;
@@ -150,10 +129,10 @@ apps_err_e_type frwk_dbrm_restore(const char *path) {
         return E_APPS_ERR_PARAM;
     }
 
-    char file[PATH_MAX];
-    if (::realpath(path, file) == nullptr) {
+    Upload upload(path);
+    if (!upload.open()) {
         FRWK_WARN_ERRNO("decrypt restore file error!");
         return E_APPS_ERR_INTERNAL;
     }
-    return frwk_dbrm_restore(Upload{path, file});
+    return frwk_dbrm_restore(&upload);
 }

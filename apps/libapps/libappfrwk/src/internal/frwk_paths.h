@@ -23,6 +23,7 @@ inline constexpr char kTraceFolder[] = "/m_data/usr/trace";
 inline constexpr char kTraceSwitch[] = "/m_data/usr/trace/mal_service";
 inline constexpr char kTraceMaskFolder[] = "/m_data/usr/mask";
 inline constexpr char kTraceMask[] = "/m_data/usr/mask/mal_service";
+inline constexpr char kUserFolder[] = "/m_data/usr";
 inline constexpr char kUserData[] = "/m_data/usr/db/user_data.txt";
 inline constexpr char kWebAccounts[] = "/m_data/usr/www/auth.txt";
 inline constexpr char kWebKeys[] = "/m_data/usr/www/xpsk.bin";
