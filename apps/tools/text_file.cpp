@@ -5,30 +5,15 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <memory>
+#include <string_view>
 
 #include "complaint.h"
+#include "open_file.h"
 
 namespace {
 
 constexpr size_t kLargest = size_t{64} * 1024 * 1024;
 constexpr mode_t kOwnerOnly = 0600;
-
-class OpenFile {
-  public:
-    explicit OpenFile(int fd) : fd_(fd) {}
-    ~OpenFile() {
-        if (fd_ > STDERR_FILENO) {
-            ::close(fd_);
-        }
-    }
-    OpenFile(const OpenFile &) = delete;
-    OpenFile &operator=(const OpenFile &) = delete;
-    int fd() const { return fd_; }
-
-  private:
-    int fd_;
-};
 
 std::string cant_read(const std::string &path, int error) {
     return errno_text("can't read " + path, error);
@@ -58,7 +43,7 @@ std::string read_all(int fd, const std::string &path, std::string *text) {
     return "";
 }
 
-bool write_all(int fd, const std::string &text) {
+bool write_all(int fd, std::string_view text) {
     for (size_t done = 0; done < text.size();) {
         const ssize_t count = ::write(fd, text.data() + done, text.size() - done);
         if (count < 0) {
@@ -81,6 +66,30 @@ std::string read_text_file(const std::string &path, std::string *text) {
     }
     const OpenFile file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY));
     return file.fd() < 0 ? cant_read(path, errno) : read_all(file.fd(), path, text);
+}
+
+std::string copy_file(const std::string &from, int to) {
+    const OpenFile file(::open(from.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK));
+    struct stat info = {};
+    if (file.fd() < 0 || ::fstat(file.fd(), &info) != 0) {
+        return cant_read(from, errno);
+    }
+    if (!S_ISREG(info.st_mode)) {
+        return cant_read(from, S_ISDIR(info.st_mode) ? EISDIR : EINVAL);
+    }
+    char piece[65536];
+    for (;;) {
+        const ssize_t count = ::read(file.fd(), piece, sizeof(piece));
+        if (count < 0) {
+            return cant_read(from, errno);
+        }
+        if (count == 0) {
+            return "";
+        }
+        if (!write_all(to, {piece, static_cast<size_t>(count)})) {
+            return errno_text("can't copy " + from, errno);
+        }
+    }
 }
 
 std::string write_private_file(const std::string &path, const std::string &text) {

@@ -14,6 +14,11 @@ bool file_exists(const std::string &path);
 std::string read_text_file(const std::string &path, std::string *text);
 
 /*
+ * Copies a file of any size, but nothing else, to an open one. Returns "" or why it can't be read or copied.
+ */
+std::string copy_file(const std::string &from, int to);
+
+/*
  * Writes a file that only its owner can read. Returns "" or why it can't be written; a new file that could
  * not be written whole is removed.
  */

@@ -1,19 +1,19 @@
 #include "zndb_backup_commands.h"
 
-#include <sys/stat.h>
+#include <fcntl.h>
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstdio>
 #include <cstdlib>
-#include <filesystem>
 #include <string>
-#include <system_error>
 
 #include "complaint.h"
 #include "frwk_dbrm.h"
 #include "frwk_module.h"
+#include "held_file.h"
+#include "open_file.h"
 #include "request_outcome.h"
+#include "text_file.h"
 #include "user_signals.h"
 #include "zndb.h"
 #include "zndb_value_commands.h"
@@ -30,31 +30,36 @@ constexpr size_t kProductSize = 64;
 /* On tmpfs: what is deciphered never reaches a disk. */
 constexpr char kCopyTemplate[] = "/tmp/m_tmp/zndb_tool.XXXXXX";
 
-/* A file that is gone at the end, unless it was handed over. */
+/* A backup in the folder of the file that it is to become; gone at the end, unless it became it. */
+class Part {
+  public:
+    explicit Part(const std::string &file) : file_(file), path_(file + kPartSuffix) {}
+    ~Part() { file_.remove(kPartSuffix); }
+    Part(const Part &) = delete;
+    Part &operator=(const Part &) = delete;
+
+    const std::string &path() const { return path_; }
+
+    /* Gives it the file's name. Returns false, with errno set, when that fails. */
+    bool become_file() { return file_.replace_by(kPartSuffix); }
+
+  private:
+    const HeldFile file_;
+    const std::string path_;
+};
+
+/* A file that is gone at the end. */
 class TemporaryFile {
   public:
     explicit TemporaryFile(std::string path) : path_(std::move(path)) {}
-    ~TemporaryFile() {
-        if (!path_.empty()) {
-            (void)::unlink(path_.c_str());
-        }
-    }
+    ~TemporaryFile() { (void)::unlink(path_.c_str()); }
     TemporaryFile(const TemporaryFile &) = delete;
     TemporaryFile &operator=(const TemporaryFile &) = delete;
 
     const std::string &path() const { return path_; }
 
-    /* Gives it its name. Returns false, with errno set, when that fails. */
-    bool become(const std::string &name) {
-        if (std::rename(path_.c_str(), name.c_str()) != 0) {
-            return false;
-        }
-        path_.clear();
-        return true;
-    }
-
   private:
-    std::string path_;
+    const std::string path_;
 };
 
 /* Without the database nothing else makes sense. */
@@ -82,16 +87,12 @@ const char *restore_hint(const std::string &copy, apps_err_e_type code) {
 /* A copy that only its owner can read; its name goes to path. Returns "" or what is wrong. */
 std::string copy_privately(const std::string &from, std::string *path) {
     std::string name = kCopyTemplate;
-    const int fd = ::mkstemp(name.data());
-    if (fd < 0) {
+    const OpenFile copy(::mkostemp(name.data(), O_CLOEXEC));
+    if (copy.fd() < 0) {
         return errno_text("can't make a copy in /tmp/m_tmp", errno);
     }
-    ::close(fd);
     *path = name;
-    std::error_code error;
-    std::filesystem::copy_file(from, name, std::filesystem::copy_options::overwrite_existing, error);
-    (void)::chmod(name.c_str(), S_IRUSR | S_IWUSR);
-    return error ? "can't read " + from + ": " + error.message() : "";
+    return copy_file(from, copy.fd());
 }
 
 }  // namespace
@@ -105,13 +106,13 @@ ExitCode back_up(const ZndbOptions &options) {
         return code;
     }
     const SignalHold hold;
-    TemporaryFile part(options.file + kPartSuffix);
+    Part part(options.file);
     const apps_err_e_type ret = frwk_dbrm_backup(part.path().c_str());
     if (ret != E_APPS_ERR_SUCCESS) {
         return complain(ExitCode::kRefused,
                         "backup to " + options.file + " failed: " + code_text(ret) + backup_hint(ret));
     }
-    if (!SignalHold::waiting() && !part.become(options.file)) {
+    if (!SignalHold::waiting() && !part.become_file()) {
         return complain(ExitCode::kUsage, errno_text("can't write " + options.file, errno));
     }
     return ExitCode::kDone;

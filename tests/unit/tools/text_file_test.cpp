@@ -1,7 +1,10 @@
 #include "text_file.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <csignal>
 
@@ -43,6 +46,41 @@ TEST(TextFile, AFileThatWasThereIsNotRemoved) {
     ASSERT_TRUE(write_text(kPath, "old"));
     EXPECT_EQ("can't write /tmp/text_file: File too large", write_above_limit());
     EXPECT_EQ("more than ", file_text(kPath));
+}
+
+class CopiedFile : public testing::Test {
+  protected:
+    CopiedFile() : to_(::open(kCopy, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600)) {}
+    ~CopiedFile() override {
+        ::close(to_);
+        (void)::unlink(kCopy);
+        (void)::unlink(kPath);
+    }
+
+    static constexpr char kCopy[] = "/tmp/text_file.copy";
+    const int to_;
+};
+
+TEST_F(CopiedFile, HasEveryByte) {
+    const std::string bytes(200000, '\0');
+    ASSERT_TRUE(write_text(kPath, bytes));
+    EXPECT_EQ("", copy_file(kPath, to_));
+    EXPECT_TRUE(bytes == file_text(kCopy));
+}
+
+TEST_F(CopiedFile, IsOfAFileAndNothingElse) {
+    EXPECT_EQ("can't read /no/file: No such file or directory", copy_file("/no/file", to_));
+    EXPECT_EQ("can't read /tmp: Is a directory", copy_file("/tmp", to_));
+    (void)::unlink(kPath);
+    ASSERT_EQ(0, ::mkfifo(kPath, 0600));
+    EXPECT_EQ("can't read /tmp/text_file: Invalid argument", copy_file(kPath, to_));
+}
+
+TEST_F(CopiedFile, ThatCanNotBeReadIsToldApartFromOneThatDoesNotFit) {
+    EXPECT_EQ("can't read /proc/self/mem: Input/output error", copy_file("/proc/self/mem", to_));
+    ASSERT_TRUE(write_text(kPath, "more than ten bytes"));
+    const FileSizeLimit limit(10);
+    EXPECT_EQ("can't copy /tmp/text_file: File too large", copy_file(kPath, to_));
 }
 
 }  // namespace
