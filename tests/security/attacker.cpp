@@ -1,0 +1,63 @@
+#include "security/attacker.h"
+
+#include <gtest/gtest.h>
+#include <sched.h>
+#include <sys/mman.h>
+#include <sys/prctl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <cstdlib>
+#include <new>
+
+#include "security/other_user.h"
+#include "support/wait_until.h"
+
+namespace {
+
+bool become(As user) {
+    return user == As::kTheSameUser || ::setresuid(kOtherUser, kOtherUser, kOtherUser) == 0;
+}
+
+}  // namespace
+
+void PrintTo(As user, std::ostream *out) {
+    *out << (user == As::kTheSameUser ? "the same user" : "another user");
+}
+
+int attack_rounds() {
+    const char *rounds = std::getenv("QUOR_ATTACK_ROUNDS");
+    return rounds != nullptr ? std::atoi(rounds) : 200;
+}
+
+Attacker::Attacker(As user, std::function<void()> move) {
+    void *page = ::mmap(nullptr, sizeof(Shared), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
+    EXPECT_NE(MAP_FAILED, page);
+    shared_ = new (page) Shared;
+    pid_ = ::fork();
+    if (pid_ != 0) {
+        EXPECT_LT(0, pid_);
+        return;
+    }
+
+    shared_->has_failed = !become(user);
+    (void)::prctl(PR_SET_PDEATHSIG, SIGKILL); /* forgotten when the user changes */
+    while (!shared_->is_over && !shared_->has_failed) {
+        move();
+        ++shared_->moves;
+    }
+    ::_exit(0);
+}
+
+Attacker::~Attacker() {
+    shared_->is_over = true;
+    EXPECT_EQ(pid_, ::waitpid(pid_, nullptr, 0));
+    EXPECT_FALSE(shared_->has_failed);
+    (void)::munmap(shared_, sizeof(Shared));
+}
+
+void Attacker::wait_for_a_move() {
+    const unsigned long before = shared_->moves;
+    ASSERT_TRUE(wait_until([this, before] { return shared_->moves >= before + 2 || shared_->has_failed; }));
+}
