@@ -13,6 +13,9 @@
 #include "held_file.h"
 #include "open_file.h"
 #include "request_outcome.h"
+#include "restore_advice.h"
+#include "store_files.h"
+#include "store_request.h"
 #include "text_file.h"
 #include "user_signals.h"
 #include "zndb.h"
@@ -76,12 +79,62 @@ const char *backup_hint(apps_err_e_type code) {
     return unknown ? "; the device doesn't know its product: device_product_name is not set" : "";
 }
 
-/* A backup that is gone was begun to be applied: what is left of the configuration is uncertain. */
-const char *restore_hint(const std::string &copy, apps_err_e_type code) {
-    const bool refused = code == E_APPS_ERR_INTERNAL || code == E_APPS_ERR_FORMAT;
-    return refused && ::access(copy.c_str(), F_OK) == 0
-               ? "; it is damaged, or of another kind of device, or the database failed"
-               : "; the configuration may be incomplete";
+/* The product's name as a backup is bound to it; "" when the device doesn't know it. */
+std::string product_name() {
+    char product[kProductSize] = "";
+    return zndb_get(kProductKey, product, sizeof(product)) == E_ZNDB_RET_SUCCESS ? product : "";
+}
+
+/* Whether the name would be gone with the settings. */
+bool product_is_a_setting() {
+    char product[kProductSize] = "";
+    return !product_name().empty() &&
+           zndb_get_def(kProductKey, product, sizeof(product)) == E_ZNDB_RET_NOT_FOUND;
+}
+
+/* What the plain store holds, where that can be read. */
+struct Settings {
+    Settings() : is_known(read_store(Store::kPlain, &entries).empty()) {}
+    Entries entries;
+    bool is_known;
+};
+
+size_t settings_on_disk() {
+    std::string text;
+    return read_text_file(store_paths(Store::kPlain), &text).empty() ? parse_entry_lines(text).size() : 0;
+}
+
+/* What a restore that failed has made of the device. copy: gone when records were begun to be applied. */
+RestoreFacts facts_after(const std::string &file, const std::string &copy, const std::string &product,
+                         const Settings &before) {
+    const Settings now;
+    RestoreFacts facts;
+    facts.file = file;
+    facts.product = product;
+    facts.knows_product = !product_name().empty();
+    facts.was_refused = file_exists(copy);
+    facts.is_known = before.is_known && now.is_known;
+    facts.has_changed = facts.is_known && now.entries != before.entries;
+    facts.settings_before = before.entries.size();
+    facts.settings_now = now.entries.size();
+    facts.settings_on_disk = settings_on_disk();
+    return facts;
+}
+
+ExitCode complain_about_restore(apps_err_e_type result, const RestoreFacts &facts) {
+    const ExitCode code =
+        complain(ExitCode::kRefused,
+                 "restore of " + facts.file + " failed: " + code_text(result) + restore_hint(facts));
+    for (const std::string &line : restore_advice(facts)) {
+        (void)complain(code, line);
+    }
+    return code;
+}
+
+/* What is not saved would be lost, and a database that can't save would be left empty. */
+ExitCode save_before_restore(const std::string &file) {
+    return report_outcome(save_store(Store::kPlain), E_APPS_MODULE_ZNDB, "restore of " + file + ": save",
+                          "; nothing has changed");
 }
 
 /* A copy that only its owner can read; its name goes to path. Returns "" or what is wrong. */
@@ -119,7 +172,7 @@ ExitCode back_up(const ZndbOptions &options) {
 }
 
 ExitCode restore(const ZndbOptions &options) {
-    const ExitCode code = check_database("restore");
+    ExitCode code = check_database("restore");
     if (code != ExitCode::kDone) {
         return code;
     }
@@ -130,10 +183,18 @@ ExitCode restore(const ZndbOptions &options) {
     if (!problem.empty()) {
         return complain(ExitCode::kUsage, problem);
     }
-    const apps_err_e_type ret = frwk_dbrm_restore(copy.path().c_str());
-    if (ret != E_APPS_ERR_SUCCESS) {
-        return complain(ExitCode::kRefused, "restore of " + options.file + " failed: " + code_text(ret) +
-                                                restore_hint(copy.path(), ret));
+    code = save_before_restore(options.file);
+    if (code != ExitCode::kDone) {
+        return code;
     }
-    return ExitCode::kDone;
+
+    const std::string product = product_name();
+    const Settings before;
+    if (product_is_a_setting()) {
+        (void)complain(code, product_warning(product));
+    }
+    const apps_err_e_type ret = frwk_dbrm_restore(copy.path().c_str());
+    return ret == E_APPS_ERR_SUCCESS
+               ? code
+               : complain_about_restore(ret, facts_after(options.file, copy.path(), product, before));
 }

@@ -25,28 +25,6 @@ constexpr size_t kLarge = size_t{32} << 20; /* takes a while to encipher */
 constexpr uint32_t kMagic = 0x3A54D70D;     /* of the product QR-100 */
 const std::string kDatabase = "/m_data/usr/dbm/database.db";
 
-class ZndbToolBackup : public ZndbTest {
-  protected:
-    ZndbToolBackup() {
-        for (const char *folder : {kFolder.c_str(), "/m_data/usr/dbm"}) {
-            std::filesystem::remove_all(folder);
-            std::filesystem::create_directories(folder);
-        }
-        remove_key_files();
-        write_key_file(kProductKeyPath, some_key());
-        EXPECT_TRUE(write_text(kDatabase, "data"));
-        start();
-        EXPECT_EQ(0, zndb_set("device_product_name", "QR-100"));
-        EXPECT_EQ(0, zndb_set("ssid", "home"));
-        EXPECT_EQ(0, zndb_save());
-    }
-
-    ~ZndbToolBackup() override { remove_key_files(); }
-
-    /* A device of another kind reads none of the files that this one enciphered. */
-    static void change_key() { write_key_file(kProductKeyPath, some_key(1)); }
-};
-
 size_t files_in(const std::string &folder) {
     const std::filesystem::directory_iterator files(folder);
     return static_cast<size_t>(std::distance(begin(files), end(files)));
@@ -60,6 +38,45 @@ bool copies_are_left() {
     }
     return false;
 }
+
+class ZndbToolBackup : public ZndbTest {
+  protected:
+    ZndbToolBackup() {
+        for (const char *folder : {kFolder.c_str(), "/m_data/usr/dbm"}) {
+            std::filesystem::remove_all(folder);
+            std::filesystem::create_directories(folder);
+        }
+        remove_key_files();
+        write_key_file(kProductKeyPath, some_key());
+        EXPECT_TRUE(write_text(kDatabase, "data"));
+        EXPECT_TRUE(write_text(zndb_paths::kDefaultsFile, "device_product_name=QR-100\n"));
+        start();
+        EXPECT_EQ(0, zndb_set("ssid", "home"));
+        EXPECT_EQ(0, zndb_save());
+    }
+
+    ~ZndbToolBackup() override { remove_key_files(); }
+
+    /* Starts the database of a device whose product's name is a setting like any other. */
+    void make_product_a_setting() {
+        zndb_->kill();
+        std::filesystem::remove(zndb_paths::kDefaultsFile);
+        start();
+        EXPECT_EQ(0, zndb_set("device_product_name", "QR-100"));
+        EXPECT_EQ(0, zndb_save());
+    }
+
+    /* Writes a backup with this body, and expects the words for its failed restore. */
+    void expect_failed_restore(const std::string &body, const std::string &words) {
+        ASSERT_TRUE(write_text(kBackup, backup_bytes::packed(body, kMagic)));
+        ASSERT_EQ(1, zn_encrypt_file_ex(kBackup.c_str()));
+        kTool.expect_failure(1, words, {"restore", kBackup});
+        EXPECT_FALSE(copies_are_left());
+    }
+
+    /* A device of another kind reads none of the files that this one enciphered. */
+    static void change_key() { write_key_file(kProductKeyPath, some_key(1)); }
+};
 
 TEST_F(ZndbToolBackup, BringsBackWhatItBackedUp) {
     EXPECT_EQ("", kTool.output_of({"backup", kBackup}));
@@ -75,7 +92,6 @@ TEST_F(ZndbToolBackup, BringsBackWhatItBackedUp) {
 /* What a restore brings of a setting. */
 std::string restored(const std::string &key) {
     EXPECT_EQ(0, zndb_reset());
-    EXPECT_EQ(0, zndb_set("device_product_name", "QR-100"));
     EXPECT_EQ("", kTool.output_of({"restore", kBackup}));
     return plain(key);
 }
@@ -131,6 +147,7 @@ TEST_F(ZndbToolBackup, LeavesNothingBesideTheBackup) {
 
 TEST_F(ZndbToolBackup, AFailedBackupLeavesTheOldOne) {
     ASSERT_TRUE(write_text(kBackup, "old"));
+    make_product_a_setting();
     EXPECT_EQ(0, zndb_del("device_product_name"));
     kTool.expect_failure(1,
                          "backup to " + kBackup +
@@ -165,20 +182,78 @@ TEST_F(ZndbToolBackup, ABackupOfAnotherKindOfDeviceChangesNothing) {
     kTool.expect_failure(1,
                          "restore of " + kBackup +
                              " failed: 21 E_APPS_ERR_INTERNAL; it is damaged, or of another kind of device, "
-                             "or the database failed",
+                             "or the database failed; nothing has changed",
                          {"restore", kBackup});
     EXPECT_EQ("kept", plain("ssid"));
     EXPECT_FALSE(copies_are_left());
 }
 
 TEST_F(ZndbToolBackup, ABackupThatIsWrongInsideMayHaveChangedSomething) {
-    const std::string body = backup_bytes::record(3, kDatabase, "of no known type");
-    ASSERT_TRUE(write_text(kBackup, backup_bytes::packed(body, kMagic)));
-    ASSERT_EQ(1, zn_encrypt_file_ex(kBackup.c_str()));
-    kTool.expect_failure(
-        1, "restore of " + kBackup + " failed: 4 E_APPS_ERR_FORMAT; the configuration may be incomplete",
-        {"restore", kBackup});
+    EXPECT_EQ(0, zndb_set("channel", "11"));
+    expect_failed_restore(backup_bytes::record(2, "/m_data/usr/db/user_data.txt", "a=1\n") +
+                              backup_bytes::record(3, kDatabase, "of no known type"),
+                          "restore of " + kBackup +
+                              " failed: 4 E_APPS_ERR_FORMAT; the configuration may be incomplete\n"
+                              "zndb_tool: the settings were emptied; there were 2, and there are 1 now; "
+                              "files of the backup may be "
+                              "missing\n"
+                              "zndb_tool: to go back, restore a backup that was made before; " +
+                              kBackup + " is as it was and can be tried again");
     EXPECT_EQ("ret 3", plain("ssid"));
+    EXPECT_EQ("1", plain("a"));
+}
+
+TEST_F(ZndbToolBackup, ARestoreThatLosesTheProductsNameSaysHowToSetIt) {
+    make_product_a_setting();
+    const std::string set = "zndb_tool set --save device_product_name 'QR-100'";
+    expect_failed_restore(backup_bytes::record(3, kDatabase, "of no known type"),
+                          "warning: device_product_name is a setting and not among the defaults; if the "
+                          "restore fails half-way, the "
+                          "device takes no backup until: " +
+                              set + "\nzndb_tool: restore of " + kBackup +
+                              " failed: 4 E_APPS_ERR_FORMAT; the configuration may be incomplete\n"
+                              "zndb_tool: the settings were emptied; there were 2, and there are 0 now; "
+                              "files of the backup may be "
+                              "missing\n"
+                              "zndb_tool: the device no longer knows its product; first: " +
+                              set + "\nzndb_tool: to go back, restore a backup that was made before; " +
+                              kBackup + " is as it was and can be tried again");
+    EXPECT_EQ(0, run_shell("$TOOLS/" + set).status);
+    EXPECT_EQ("QR-100", plain("device_product_name"));
+}
+
+TEST_F(ZndbToolBackup, ADeviceThatDoesNotKnowItsProductIsToldSo) {
+    EXPECT_EQ("", kTool.output_of({"backup", kBackup}));
+    make_product_a_setting();
+    EXPECT_EQ(0, zndb_del("device_product_name"));
+    kTool.expect_failure(1,
+                         "restore of " + kBackup +
+                             " failed: 21 E_APPS_ERR_INTERNAL; the device doesn't know its product: "
+                             "device_product_name is not set; nothing has changed",
+                         {"restore", kBackup});
+    EXPECT_EQ("home", plain("ssid"));
+}
+
+TEST_F(ZndbToolBackup, ARestoreSavesFirst) {
+    EXPECT_EQ("", kTool.output_of({"backup", kBackup}));
+    EXPECT_EQ(0, zndb_set("ssid", "unsaved"));
+    change_key();
+    EXPECT_EQ(1, kTool.run({"restore", kBackup}).status);
+    EXPECT_NE(std::string::npos, file_text(zndb_paths::kPlainFile).find("ssid=unsaved\n"));
+}
+
+/* What could not be saved would be lost, and an emptied database left empty. */
+TEST_F(ZndbToolBackup, ARestoreThatCannotSaveFirstChangesNothing) {
+    EXPECT_EQ("", kTool.output_of({"backup", kBackup}));
+    zndb_->kill();
+    start_after("mount --bind /m_data/usr/db /m_data/usr/db && mount -o remount,bind,ro /m_data/usr/db");
+    EXPECT_EQ(0, zndb_set("ssid", "unsaved"));
+    const ToolEnd end = kTool.run({"restore", kBackup});
+    EXPECT_EQ(1, end.status);
+    EXPECT_EQ("zndb_tool: restore of " + kBackup + ": save failed: ",
+              end.errors.substr(0, end.errors.find("failed: ") + 8));
+    EXPECT_NE(std::string::npos, end.errors.find("; nothing has changed\n")) << end.errors;
+    EXPECT_EQ("unsaved", plain("ssid"));
     EXPECT_FALSE(copies_are_left());
 }
 
