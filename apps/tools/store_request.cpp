@@ -9,14 +9,14 @@ namespace {
 
 /* The messages of a store; 0 where it has none. */
 struct StoreMessages {
-    apps_message_id_e_type set, get, del, save;
+    apps_message_id_e_type set, get, del;
 };
 
 /* In the order of Store. */
 constexpr StoreMessages kMessages[] = {
-    {E_APPS_MSG_ZNDB_SET, E_APPS_MSG_ZNDB_GET, E_APPS_MSG_ZNDB_DEL, E_APPS_MSG_ZNDB_SAVE},
-    {E_APPS_MSG_ZNDB_SET_PERM, E_APPS_MSG_ZNDB_GET_PERM, E_APPS_MSG_ZNDB_DEL_PERM, E_APPS_MSG_ZNDB_SAVE},
-    {E_APPS_MSG_ZNDB_FACTOR_SET, E_APPS_MSG_ZNDB_GET_DEF, 0, E_APPS_MSG_ZNDB_FACTOR_SAVE},
+    {E_APPS_MSG_ZNDB_SET, E_APPS_MSG_ZNDB_GET, E_APPS_MSG_ZNDB_DEL},
+    {E_APPS_MSG_ZNDB_SET_PERM, E_APPS_MSG_ZNDB_GET_PERM, E_APPS_MSG_ZNDB_DEL_PERM},
+    {E_APPS_MSG_ZNDB_FACTOR_SET, E_APPS_MSG_ZNDB_GET_DEF, 0},
 };
 
 const StoreMessages &messages_of(Store store) {
@@ -55,8 +55,16 @@ RequestOutcome delete_from_store(Store store, const std::string &key) {
     return ask(messages_of(store).del, key_body(key));
 }
 
-RequestOutcome save_store(Store store) {
-    return ask(messages_of(store).save, "");
+SaveOutcome save_both_stores() {
+    apps_err_e_type each[] = {E_APPS_ERR_SUCCESS, E_APPS_ERR_SUCCESS}; /* as they travel */
+    std::string answer(sizeof(each), '\0');
+    const RequestOutcome outcome = ask(E_APPS_MSG_ZNDB_SAVE, "", &answer);
+    std::memcpy(each, answer.data(), sizeof(each));
+    return {outcome, each[0], each[1]};
+}
+
+RequestOutcome save_overlay() {
+    return ask(E_APPS_MSG_ZNDB_FACTOR_SAVE, "");
 }
 
 RequestOutcome save_in_ram() {

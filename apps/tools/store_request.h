@@ -24,8 +24,18 @@ RequestOutcome get_from_store(Store store, const std::string &key, std::string *
 /* store: not the defaults, which have no such message. */
 RequestOutcome delete_from_store(Store store, const std::string &key);
 
-/* Makes changes survive a power cut: of the plain and the perm store, or of the overlay. */
-RequestOutcome save_store(Store store);
+/* What became of a save of the plain and the perm store. */
+struct SaveOutcome {
+    RequestOutcome request; /* done also where the perm store alone failed, unless it alone had changes */
+    apps_err_e_type plain;
+    apps_err_e_type perm;
+};
+
+/* Makes the changes of the plain and the perm store survive a power cut. */
+SaveOutcome save_both_stores();
+
+/* The same for the overlay. */
+RequestOutcome save_overlay();
 
 /* Shortens what the database keeps in RAM of unsaved changes. */
 RequestOutcome save_in_ram();

@@ -1,5 +1,6 @@
 #include "zndb_value_commands.h"
 
+#include <algorithm>
 #include <cstdio>
 
 #include "complaint.h"
@@ -198,6 +199,30 @@ ExitCode set_words(const ZndbOptions &options, const Words &words) {
     return report(outcome, quoted("set", options.key), text_hint(outcome.result));
 }
 
+// ---- save ----
+
+/* A store that could not be saved is said; it fails the command where its changes are what it is about. */
+ExitCode report_store(apps_err_e_type result, bool counts, const std::string &what, const std::string &hint) {
+    if (result == E_APPS_ERR_SUCCESS) {
+        return ExitCode::kDone;
+    }
+    if (counts) {
+        return report({E_APPS_ERR_SUCCESS, result}, what, hint);
+    }
+    return complain(ExitCode::kDone, "warning: " + what + " failed: " + code_text(result));
+}
+
+/* Saves the plain and the perm store; about_plain, about_perm: whether a failure of it fails the command. */
+ExitCode save_both(bool about_plain, bool about_perm, const std::string &hint = "") {
+    const SaveOutcome saved = save_both_stores();
+    if (saved.plain == E_APPS_ERR_SUCCESS && saved.perm == E_APPS_ERR_SUCCESS) {
+        return report(saved.request, "save", hint);
+    }
+    const ExitCode plain = report_store(saved.plain, about_plain, "save", hint);
+    const ExitCode perm = report_store(saved.perm, about_perm, "save of the perm store", hint);
+    return std::max(plain, perm);
+}
+
 }  // namespace
 
 ExitCode get_values(const ZndbOptions &options) {
@@ -250,7 +275,10 @@ ExitCode delete_keys(const ZndbOptions &options) {
 }
 
 ExitCode save_changes(const ZndbOptions &options) {
-    return report(options.ram ? save_in_ram() : save_store(options.store()), "save");
+    if (options.ram) {
+        return report(save_in_ram(), "save");
+    }
+    return options.defaults ? report(save_overlay(), "save") : save_both(true, true);
 }
 
 ExitCode reset_settings(const ZndbOptions &options) {
@@ -259,11 +287,13 @@ ExitCode reset_settings(const ZndbOptions &options) {
 }
 
 ExitCode save_if_wanted(const ZndbOptions &options) {
-    return options.save ? report(save_store(options.store()), "save") : ExitCode::kDone;
+    if (!options.save) {
+        return ExitCode::kDone;
+    }
+    return options.defaults ? report(save_overlay(), "save") : save_both(!options.perm, options.perm);
 }
 
 ExitCode save_before_backup(const ZndbOptions &options) {
-    return options.no_save
-               ? ExitCode::kDone
-               : report(save_store(Store::kPlain), "save", "; --no-save backs up what was saved before");
+    return options.no_save ? ExitCode::kDone
+                           : save_both(true, false, "; --no-save backs up what was saved before");
 }

@@ -87,6 +87,16 @@ apps_err_e_type check_replaceable(const char *path, const Store &store) {
     return E_APPS_ERR_SUCCESS;
 }
 
+/* Makes the file that a reset and its save will need, and removes it. */
+apps_err_e_type try_to_replace(const char *path) {
+    const int error = ReplacementFile(path).obstacle();
+    if (error != 0) {
+        errno = error;
+        OS_LOG_ERRNO(("no reset, since it can't be saved: can't replace " + std::string(path)).c_str());
+    }
+    return result_of_errno(error);
+}
+
 void drop_leftover(const char *path) {
     if (remove_leftover(path)) {
         OS_LOG(OS_LOG_NOTICE, "a half-written successor of %s is removed", path);
@@ -295,7 +305,10 @@ apps_err_e_type Database::erase(StoreId id, std::string_view key) {
 
 apps_err_e_type Database::reset() {
     const Lock lock(mutex_);
-    const apps_err_e_type result = open_journal();
+    apps_err_e_type result = open_journal();
+    if (result == E_APPS_ERR_SUCCESS) {
+        result = try_to_replace(zndb_paths::kPlainFile);
+    }
     return result == E_APPS_ERR_SUCCESS ? change({StoreId::kPlain, Change::kClear, {}, {}}) : result;
 }
 
@@ -323,16 +336,19 @@ apps_err_e_type Database::save_one(StoreId id) {
     return E_APPS_ERR_SUCCESS;
 }
 
-apps_err_e_type Database::save() {
+apps_err_e_type Database::save(SaveResults *each) {
     const Lock lock(mutex_);
     const apps_err_e_type opened = open_journal();
     if (opened != E_APPS_ERR_SUCCESS) {
         return opened;
     }
-    const apps_err_e_type plain = save_one(StoreId::kPlain);
-    const apps_err_e_type perm = save_one(StoreId::kPerm);
+    const bool perm_alone = changed(StoreId::kPerm) && !changed(StoreId::kPlain);
+    const SaveResults results = {save_one(StoreId::kPlain), save_one(StoreId::kPerm)};
     (void)shorten_journal(); /* records that the files hold by now do no harm */
-    return plain != E_APPS_ERR_SUCCESS ? plain : perm;
+    if (each != nullptr) {
+        *each = results;
+    }
+    return perm_alone ? results.perm : results.plain;
 }
 
 apps_err_e_type Database::save_factory() {

@@ -16,6 +16,12 @@
 #include "store.h"
 #include "until_reboot.h"
 
+/* What became of each store in a save of both; 0 also for one without changes. */
+struct SaveResults {
+    apps_err_e_type plain;
+    apps_err_e_type perm;
+};
+
 class Database {
   public:
     Database();
@@ -47,15 +53,21 @@ class Database {
      */
     apps_err_e_type erase(StoreId id, std::string_view key);
 
-    /* Empties the plain store; as set. */
+    /*
+     * Empties the plain store; as set. Refused, with what result_of_errno says, where its file can't be
+     * replaced: then the store would be empty, and the file would bring everything back.
+     */
     apps_err_e_type reset();
 
     /*
-     * Writes the plain and the perm file, where they have changed. Tries both, returns the first failure:
+     * Writes the plain and the perm file, where they have changed. A failure of one stops not the other.
+     *
+     * Returns the plain store's result, or the perm store's where that alone had changes. A result is 0,
      * E_APPS_ERR_ZNDB_OTHER for a file that was not read, E_APPS_ERR_ZNDB_MEM for a store with more keys than
-     * a file may have, or what result_of_errno says.
+     * a file may have, or what result_of_errno says. Each failure has been logged. each: receives both
+     * results, if it is not null.
      */
-    apps_err_e_type save();
+    apps_err_e_type save(SaveResults *each = nullptr);
 
     /* Writes the file of the factory overlay, where it has changed; as save. */
     apps_err_e_type save_factory();
@@ -65,7 +77,7 @@ class Database {
 
     /*
      * Writes every file whose store has changed, before the device reboots or its power goes off. What lasts
-     * until the reboot stays unsaved. Tries all; otherwise as save.
+     * until the reboot stays unsaved. Tries all, returns the first failure.
      */
     apps_err_e_type save_before_power_off();
 
@@ -93,6 +105,7 @@ class Database {
     apps_err_e_type change(const JournalRecord &record);
     apps_err_e_type change_key(const JournalRecord &record);
     apps_err_e_type save_one(StoreId id);
+    bool changed(StoreId id) const { return held_[static_cast<size_t>(id)].changed(); }
     void list_pending(const Journal::Replay &add) const;
     uint64_t pending_size() const;
     int shorten_journal();

@@ -1,6 +1,7 @@
 #include "replacement_file.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -34,6 +35,12 @@ ReplacementFile::~ReplacementFile() {
     if (!in_place_) {
         (void)::unlink(temporary_.c_str());
     }
+}
+
+int ReplacementFile::obstacle() const {
+    struct stat info = {};
+    const bool is_folder = ::stat(path_.c_str(), &info) == 0 && S_ISDIR(info.st_mode);
+    return error_ == 0 && is_folder ? EISDIR : error_;
 }
 
 void ReplacementFile::flush() {

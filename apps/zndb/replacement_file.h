@@ -32,6 +32,12 @@ class ReplacementFile {
     /* Removes the temporary file unless it was put in place. */
     ~ReplacementFile();
 
+    /*
+     * Whether it could take the file's place, as far as is known before. Returns 0 or an errno value: that of
+     * the first failure so far, or EISDIR where the file is a folder.
+     */
+    int obstacle() const;
+
     /* Adds to the content. A failure is kept for put_in_place. */
     void add(std::string_view text);
 

@@ -70,11 +70,21 @@ apps_err_e_type answer_del(Database &database, StoreId id, const ZndbMessage &me
     return key_body(message, key) ? database.erase(id, key) : refuse_body(message);
 }
 
-apps_err_e_type answer_save(Database &database, StoreId id, const ZndbMessage &message) {
+/* Whoever has room for it learns what became of each store. */
+apps_err_e_type answer_save(Database &database, StoreId, const ZndbMessage &message) {
     if (message.data_len > 0) {
         return refuse_body(message);
     }
-    return id == StoreId::kFactory ? database.save_factory() : database.save();
+    SaveResults each = {};
+    const apps_err_e_type result = database.save(&each);
+    if (message.rsp != nullptr && message.rsp_size >= sizeof(each)) {
+        std::memcpy(message.rsp, &each, sizeof(each));
+    }
+    return result;
+}
+
+apps_err_e_type answer_save_factory(Database &database, StoreId, const ZndbMessage &message) {
+    return message.data_len > 0 ? refuse_body(message) : database.save_factory();
 }
 
 apps_err_e_type answer_save_ram(Database &database, StoreId, const ZndbMessage &message) {
@@ -90,12 +100,15 @@ apps_err_e_type answer_power_off(Database &database, StoreId, const ZndbMessage 
     return database.save_before_power_off();
 }
 
+/* Two 32-bit words on every host. */
+static_assert(sizeof(SaveResults) == 8);
+
 constexpr Row kRows[] = {
     {E_APPS_MSG_ZNDB_SET, StoreId::kPlain, answer_set},
     {E_APPS_MSG_ZNDB_GET, StoreId::kPlain, answer_get},
     {E_APPS_MSG_ZNDB_SAVE, StoreId::kPlain, answer_save},
     {E_APPS_MSG_ZNDB_FACTOR_SET, StoreId::kFactory, answer_set},
-    {E_APPS_MSG_ZNDB_FACTOR_SAVE, StoreId::kFactory, answer_save},
+    {E_APPS_MSG_ZNDB_FACTOR_SAVE, StoreId::kFactory, answer_save_factory},
     {E_APPS_MSG_ZNDB_SET_PERM, StoreId::kPerm, answer_set},
     {E_APPS_MSG_ZNDB_GET_PERM, StoreId::kPerm, answer_get},
     {E_APPS_MSG_ZNDB_GET_DEF, StoreId::kFactory, answer_get},

@@ -23,7 +23,7 @@ struct ZndbMessage {
  * Answers one message. Any thread. Refusals that the database doesn't log are logged here.
  *
  * Returns the database's result, E_APPS_ERR_ZNDB_ARG for a body of the wrong form, or
- * E_APPS_ERR_UNSUPPORTED for a message that isn't the database's. The answer's buffer is written only by a
- * get that succeeds.
+ * E_APPS_ERR_UNSUPPORTED for a message that isn't the database's. The answer's buffer is written by a get
+ * that succeeds, and by a save: with the results of the plain and the perm store, where it has room for both.
  */
 apps_err_e_type zndb_handle(Database &database, const ZndbMessage &message);

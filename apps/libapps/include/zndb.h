@@ -64,6 +64,9 @@ int zndb_del_perm(const char *key);
 /*
  * Makes what was changed in the plain and the perm store so far survive a power cut.
  *
+ * The result is that of the plain store, or of the perm store where that alone was changed. A perm store that
+ * could not be saved beside the plain one is a line in the database's log, at each save until it can be.
+ *
  * The database then also shortens what it keeps of it in RAM, which takes some room there where anything else
  * is unsaved, such as a factory value. Without that room it has not become shorter, though this call
  * succeeds, and the next changes may still be refused.
@@ -77,7 +80,11 @@ int zndb_save(void);
  */
 int zndb_save_ram(void);
 
-/* Empties the plain store, so that the defaults show again. Kept as a set value is. */
+/*
+ * Empties the plain store, so that the defaults show again. Kept as a set value is. Fails with
+ * E_ZNDB_RET_FAILURE, and changes nothing, where the store's file can't be replaced, such as on a read-only
+ * flash.
+ */
 int zndb_reset(void);
 
 /*

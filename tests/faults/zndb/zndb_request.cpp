@@ -89,12 +89,19 @@ class Run {
         return !is_old;
     }
 
+    /* A save is done where the plain store was saved: the perm store's failure is one line in the log. */
+    void note_perm_failure(bool done) {
+        const std::string words = std::string("can't save ") + zndb_paths::kPermFile;
+        perm_has_failed_ = done && logged_text().find(words) != std::string::npos;
+    }
+    bool perm_has_failed() const { return perm_has_failed_; }
+
     void check_files(bool done) const {
         for (const char *path : {zndb_paths::kPlainFile, zndb_paths::kPermFile, zndb_paths::kFactoryFile,
                                  zndb_paths::kDefaultsFile}) {
             const std::string text = text_of(path);
             const bool is_new = text == text_in(request_.saved, path, text_before(path));
-            note_flaw_unless(is_new || (!done && text == text_before(path)),
+            note_flaw_unless(is_new || (may_be_old(path, done) && text == text_before(path)),
                              "leaves another content in " + std::string(path));
         }
     }
@@ -103,8 +110,19 @@ class Run {
     void check_unfinished(bool done) const {
         for (const auto &[path, text] : unfinished_files()) {
             const bool is_old = text == text_in(request_.unfinished, path, "(none)");
-            const bool is_used_up = done && request_.saved.count(fs::path(path).replace_extension()) != 0;
-            note_flaw_unless(is_old && !is_used_up, "leaves " + path);
+            const std::string whole = fs::path(path).replace_extension();
+            const bool is_used_up = !may_be_old(whole, done) && request_.saved.count(whole) != 0;
+            note_flaw_unless((is_old && !is_used_up) || is_trial(text), "leaves " + path);
+        }
+    }
+
+    /* What a reset has tried, and could not remove, is gone with the next save. */
+    void check_trial_goes(Database &database) const {
+        if (request_.msgid == E_APPS_MSG_ZNDB_RESET) {
+            note_flaw_unless(send(database, E_APPS_MSG_ZNDB_SAVE) == 0, "can't be saved");
+            note_flaw_unless(unfinished_files().count(std::string(zndb_paths::kPlainFile) +
+                                                      zndb_paths::kTemporarySuffix) == 0,
+                             "leaves what it tried for ever");
         }
     }
 
@@ -121,11 +139,20 @@ class Run {
         return found != files.end() ? found->second : otherwise;
     }
 
+    bool may_be_old(const std::string &path, bool done) const {
+        return !done || (perm_has_failed_ && path == zndb_paths::kPermFile);
+    }
+
+    bool is_trial(const std::string &text) const {
+        return request_.msgid == E_APPS_MSG_ZNDB_RESET && met().way != Fault::Way::kNone && text.empty();
+    }
+
     std::string text_before(const std::string &path) const { return text_in(request_.files, path, "(none)"); }
 
     const ZndbRequest &request_;
     const Answers before_;
     Answers after_;
+    bool perm_has_failed_ = false;
 };
 
 long run_faulty(const ZndbRequest &request) {
@@ -142,16 +169,19 @@ long run_faulty(const ZndbRequest &request) {
         run.check_refusal(result, warnings() - lines);
     }
     note_flaw_unless(holdings().descriptors <= descriptors, "holds one more descriptor");
+    run.note_perm_failure(done);
     run.check_unfinished(done);
     run.check_live(database, done);
     run.check_kept();
 
-    if (!done) {
+    if (!done || run.perm_has_failed()) {
         note_flaw_unless(run.ask(database) == 0, "refuses the request again");
+        run.note_perm_failure(false);
         run.check_live(database, true);
         run.check_kept();
     }
     run.check_another(database);
+    run.check_trial_goes(database);
     remove_kept_files();
     note_flaw_unless(request.value.empty() || logged_text().find(request.value) == std::string::npos,
                      "logs the value");

@@ -38,8 +38,8 @@ Scenario with_files(const char *name, const Files &files);
  *
  * - a refusal names its cause, and has a line in the log, which does not hold the value;
  * - what is answered is the old when it refuses, the new when it is done, and the same after a crash;
- * - a file is the old one or the new one, byte by byte, and the new one when it is done; no other file is
- * touched;
+ * - a file is the old one or the new one, byte by byte, and the new one when it is done, but for a perm file
+ * whose failure is logged; no other file is touched;
  * - nothing half-written is left;
  * - a damaged file is kept where it was replaced, once, and only there;
  * - the same service does the same request when it comes again, and another one.

@@ -134,7 +134,10 @@ std::vector<ZndbRequest> zndb_changes() {
         del("zndb: delete, plain"),
         {"zndb: delete, perm", E_APPS_MSG_ZNDB_DEL_PERM, "kept", "", {{"perm kept", kMissing}}},
         late(del("zndb: delete, journal opened late")),
-        without_memory(reset("zndb: reset")),
+        reset("zndb: reset"),
+        beside(leftovers(), reset("zndb: reset, beside leftovers")),
+        on(without_stores(),
+           {"zndb: reset, no file", E_APPS_MSG_ZNDB_RESET, "", "", {{"plain answered", "j"}}}),
         late(reset("zndb: reset, journal opened late")),
     };
 }

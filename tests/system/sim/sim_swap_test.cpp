@@ -163,7 +163,7 @@ TEST_F(SimSwap, WithoutADatabaseNothingIsDone) {
     EXPECT_TRUE(logged("sim subnet adapt feature off return"));
 }
 
-TEST_F(SimSwap, ADatabaseThatCantSaveIsNotNoticed) {
+TEST_F(SimSwap, APermStoreThatCantBeSavedIsNotNoticed) {
     put_file("46001/custom_data.txt", "apn=internet\n");
     insert_sim("460", "01");
     start_after(
@@ -171,7 +171,7 @@ TEST_F(SimSwap, ADatabaseThatCantSaveIsNotNoticed) {
         "mount -t tmpfs -o ro tmpfs /m_data/usr_permanent/db");
     monitor_ = std::make_unique<ModuleProcess>(1);
     adapt(kBoot);
-    EXPECT_TRUE(logged("IPC module error:2006!"));
+    EXPECT_TRUE(zndb_->wait_for_error("can't save /m_data/usr_permanent/db/perm_data.txt errno=30"));
     EXPECT_EQ("1", status());
     EXPECT_TRUE(wait_for_reboots(1));
 }

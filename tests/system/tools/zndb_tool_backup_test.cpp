@@ -136,6 +136,33 @@ TEST_F(ZndbToolBackup, OfASlightlyDamagedStoreNothingIsLost) {
     EXPECT_EQ("internet", plain("apn"));
 }
 
+TEST_F(ZndbToolBackup, ARestoreWithAPermFileOfNoUseSucceeds) {
+    EXPECT_EQ("", kTool.output_of({"backup", kBackup}));
+    zndb_.reset();
+    std::filesystem::create_directories("/m_data/usr_permanent/db/perm_data.txt");
+    start();
+    EXPECT_EQ(0, zndb_set_perm_data("p", "pv"));
+    EXPECT_EQ(0, zndb_set("ssid", "changed"));
+    EXPECT_EQ("", kTool.output_of({"restore", kBackup}));
+    EXPECT_EQ("home", plain("ssid"));
+    EXPECT_EQ("pv", perm("p"));
+    kTool.expect_failure(0, "warning: save of the perm store failed: 2007 E_APPS_ERR_ZNDB_OTHER",
+                         {"backup", kBackup});
+    EXPECT_TRUE(std::filesystem::exists(kBackup));
+}
+
+TEST_F(ZndbToolBackup, ARestoreOntoAReadOnlyFlashChangesNothing) {
+    EXPECT_EQ("", kTool.output_of({"backup", kBackup}));
+    start_after("mount --bind /m_data/usr/db /m_data/usr/db && mount -o remount,bind,ro /m_data/usr/db");
+    EXPECT_EQ(0, zndb_set("ssid", "changed"));
+    const ToolEnd end = kTool.run({"restore", kBackup});
+    EXPECT_EQ(1, end.status);
+    EXPECT_NE(std::string::npos, end.errors.find("failed: 21 E_APPS_ERR_INTERNAL")) << end.errors;
+    EXPECT_EQ("changed", plain("ssid"));
+    EXPECT_EQ("QR-100", plain("device_product_name"));
+    EXPECT_EQ("data", file_text(kDatabase));
+}
+
 TEST_F(ZndbToolBackup, LeavesNothingBesideTheBackup) {
     EXPECT_EQ("", kTool.output_of({"backup", kBackup}));
     const std::string bytes = file_text(kBackup);

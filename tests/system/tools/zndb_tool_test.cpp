@@ -209,6 +209,40 @@ TEST_F(ZndbTool, ASaveThatFailsShowsTheDatabasesCode) {
     kTool.expect_failure(1, "save failed: 2006 E_APPS_ERR_ZNDB_READ_ONLY", {"save"});
 }
 
+/* A command of zndb_tool in a database whose perm store can't be saved. */
+TEST_F(ZndbTool, APermStoreThatCantBeSavedIsNamed) {
+    start_after("mkdir -p /m_data/usr_permanent/db && mount -t tmpfs -o ro tmpfs /m_data/usr_permanent/db");
+    EXPECT_EQ(0, zndb_set_perm_data("p", "pv"));
+    EXPECT_EQ(0, zndb_set("k", "v"));
+    const std::string words = "save of the perm store failed: 2006 E_APPS_ERR_ZNDB_READ_ONLY";
+    kTool.expect_failure(1, words, {"save"});
+    EXPECT_EQ("k=v\n", file_text("/m_data/usr/db/user_data.txt"));
+    kTool.expect_failure(0, "warning: " + words, {"set", "--save", "k", "new"});
+    EXPECT_EQ("k=new\n", file_text("/m_data/usr/db/user_data.txt"));
+    EXPECT_EQ(0, zndb_set("k", "v"));
+    kTool.expect_failure(1, words, {"set", "--perm", "--save", "p", "new"});
+}
+
+TEST_F(ZndbTool, EachStoreThatCantBeSavedIsNamed) {
+    start_after(
+        "mkdir -p /m_data/usr/db && mount -t tmpfs -o ro tmpfs /m_data/usr/db && "
+        "mkdir -p /m_data/usr_permanent/db && mount -t tmpfs -o ro tmpfs /m_data/usr_permanent/db");
+    EXPECT_EQ(0, zndb_set_perm_data("p", "pv"));
+    EXPECT_EQ(0, zndb_set("k", "v"));
+    kTool.expect_failure(1,
+                         "save failed: 2006 E_APPS_ERR_ZNDB_READ_ONLY\n"
+                         "zndb_tool: save of the perm store failed: 2006 E_APPS_ERR_ZNDB_READ_ONLY",
+                         {"save"});
+}
+
+TEST_F(ZndbTool, AResetThatCantBeSavedIsRefused) {
+    start_after("mkdir -p /m_data/usr/db && mount -t tmpfs -o ro tmpfs /m_data/usr/db");
+    EXPECT_EQ(0, zndb_set("k", "v"));
+    EXPECT_EQ(1, zndb_reset());
+    kTool.expect_failure(1, "reset failed: 2006 E_APPS_ERR_ZNDB_READ_ONLY", {"reset", "--save"});
+    EXPECT_EQ("v", plain("k"));
+}
+
 TEST_F(ZndbTool, ResetsThePlainStore) {
     EXPECT_EQ(0, zndb_set("k", "v"));
     EXPECT_EQ(0, zndb_set_perm_data("p", "pv"));

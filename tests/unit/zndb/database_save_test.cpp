@@ -170,10 +170,78 @@ TEST_F(DatabaseSave, OneStoresFailureDoesNotStopTheOther) {
     end_faults();
     database_->set(M, "pk", "new");
     fail_open(kPermFile + ".tmp", EROFS);
-    EXPECT_EQ(2006, database_->save());
+    EXPECT_EQ(0, database_->save());
     EXPECT_EQ("k=v\n", content_of(kPlainFile));
     EXPECT_EQ("M+pk=new\n", content_of(kJournalFile));
 }
+
+/* ---- Whose result a save has ----------------------------------------------------------------------- */
+
+class DatabaseSaveResult : public DatabaseSave {
+  protected:
+    /* Saves where these files can't be written. Returns "RESULT: PLAIN, PERM". */
+    std::string save_without(const std::vector<std::string> &paths) {
+        doubles::libc::open.stand_in([paths](const char *path, int flags, mode_t mode) {
+            for (const std::string &refused : paths) {
+                if (path == refused + ".tmp") {
+                    errno = refused == kPlainFile ? ENOSPC : EROFS;
+                    return -1;
+                }
+            }
+            return doubles::libc::open.real(path, flags, mode);
+        });
+        SaveResults each = {-1, -1};
+        const int32_t result = database_->save(&each);
+        end_faults();
+        return std::to_string(result) + ": " + std::to_string(each.plain) + ", " + std::to_string(each.perm);
+    }
+};
+
+TEST_F(DatabaseSaveResult, ThePlainStoresWhereItHadChanges) {
+    for (const StoreId id : {P, M}) {
+        database_->set(id, "k", "v");
+    }
+    EXPECT_EQ("0: 0, 2006", save_without({kPermFile}));
+    database_->set(P, "k", "new");
+    EXPECT_EQ("6: 6, 2006", save_without({kPlainFile, kPermFile}));
+    EXPECT_EQ("6: 6, 0", save_without({kPlainFile}));
+    EXPECT_EQ("0: 0, 0", save_without({}));
+}
+
+TEST_F(DatabaseSaveResult, ThePermStoresWhereItAloneHadChanges) {
+    database_->set(M, "k", "v");
+    EXPECT_EQ("2006: 0, 2006", save_without({kPermFile}));
+    EXPECT_EQ("0: 0, 0", save_without({}));
+}
+
+TEST_F(DatabaseSaveResult, OfNeitherWhereNoneHadChanges) {
+    EXPECT_EQ("0: 0, 0", save_without({kPlainFile, kPermFile}));
+}
+
+/* What a restore relies on: a perm file that is of no use must not stop it. */
+TEST_F(DatabaseSaveResult, APermStoreThatIsNotSavedIsLoggedEachTime) {
+    std::filesystem::create_directories(kPermFile);
+    restart();
+    database_->set(M, "k", "v");
+    for (const char *value : {"1", "2", "3"}) {
+        database_->set(P, "k", value);
+        log_.clear();
+        EXPECT_EQ("0: 0, 2007", save_without({}));
+        EXPECT_EQ((std::vector<std::string>{kPermFile + " could not be read and is not replaced"}),
+                  warnings(log_));
+    }
+}
+
+TEST_F(DatabaseSaveResult, WithoutAJournalOfNone) {
+    fail_open(kJournalFile, EACCES);
+    restart();
+    SaveResults each = {-1, -1};
+    EXPECT_EQ(2006, database_->save(&each));
+    EXPECT_EQ(-1, each.plain);
+    EXPECT_EQ(-1, each.perm);
+}
+
+/* ---- Codes ----------------------------------------------------------------------------------------- */
 
 TEST_F(DatabaseSave, SavingWhereWritingIsNotAllowedGives2006) {
     for (const int error : {EROFS, EACCES, EPERM}) {

@@ -86,6 +86,23 @@ TEST_F(ZndbHandler, SaveWritesPlainAndPerm) {
     EXPECT_FALSE(exists(kFactoryFile));
 }
 
+TEST_F(ZndbHandler, ASaveTellsWhatBecameOfEachStoreWhereThereIsRoom) {
+    send(2001, record("k", "v"));
+    send(2006, record("p", "v"));
+    fail_open(kPermFile + ".tmp", EROFS);
+    int32_t each[] = {-1, -1, -1};
+    EXPECT_EQ(0, send(2003, "", each, 7));
+    EXPECT_EQ(-1, each[0]);
+    EXPECT_EQ(2006, send(2003, "", each, 8)) << "the perm store alone has changes";
+    EXPECT_EQ(0, each[0]);
+    EXPECT_EQ(2006, each[1]);
+    EXPECT_EQ(-1, each[2]);
+    EXPECT_EQ(2006, send(2003, "", nullptr, 8));
+    end_faults();
+    EXPECT_EQ(0, send(2003, "", each, sizeof(each)));
+    EXPECT_EQ(0, each[1]);
+}
+
 TEST_F(ZndbHandler, FactorSaveWritesTheOverlay) {
     send(2001, record("k", "v"));
     send(2004, record("f", "v"));

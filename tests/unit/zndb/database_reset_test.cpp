@@ -1,0 +1,84 @@
+/*
+ * A reset that can't be saved is refused: it would empty the settings of the running device, and the next
+ * start would bring them back.
+ */
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "unit/zndb/database_fixture.h"
+
+namespace {
+
+class DatabaseReset : public DatabaseFixture {
+  protected:
+    void SetUp() override {
+        DatabaseFixture::SetUp();
+        database_->set(P, "k", "v");
+        log_.clear();
+    }
+
+    /* Expects a refusal that changes nothing, leaves nothing and has one line in the log. */
+    void expect_refused(int32_t result, int error) {
+        EXPECT_EQ(result, database_->reset());
+        end_faults();
+        EXPECT_EQ("v", plain("k"));
+        EXPECT_EQ("P+k=v\n", content_of(kJournalFile));
+        EXPECT_FALSE(exists(kPlainFile + ".tmp"));
+        ASSERT_EQ(1u, warnings(log_).size()) << log_.text();
+        EXPECT_EQ(0u, warnings(log_)[0].find("no reset, since it can't be saved: can't replace " +
+                                             kPlainFile + " errno=" + std::to_string(error)))
+            << log_.text();
+    }
+};
+
+TEST_F(DatabaseReset, EmptiesThePlainStoreAndLeavesNothingBesideItsFile) {
+    put_file(kPlainFile, "k=v\n");
+    EXPECT_EQ(0, database_->reset());
+    EXPECT_EQ(kMissing, plain("k"));
+    EXPECT_EQ("k=v\n", content_of(kPlainFile));
+    EXPECT_FALSE(exists(kPlainFile + ".tmp"));
+    EXPECT_TRUE(warnings(log_).empty()) << log_.text();
+}
+
+TEST_F(DatabaseReset, IsRefusedOnAReadOnlyFlash) {
+    fail_open(kPlainFile + ".tmp", EROFS);
+    expect_refused(2006, EROFS);
+}
+
+TEST_F(DatabaseReset, IsRefusedOnAFullDisk) {
+    fail_open(kPlainFile + ".tmp", ENOSPC);
+    expect_refused(6, ENOSPC);
+}
+
+TEST_F(DatabaseReset, IsRefusedWhereTheFoldersCantBeMade) {
+    std::filesystem::remove_all("/m_data/usr/db");
+    doubles::libc::mkdir.stand_in([](const char *, mode_t) {
+        errno = EACCES;
+        return -1;
+    });
+    expect_refused(2006, EACCES);
+}
+
+TEST_F(DatabaseReset, IsRefusedWhereTheFileIsAFolder) {
+    std::filesystem::create_directories(kPlainFile);
+    expect_refused(2007, EISDIR);
+}
+
+TEST_F(DatabaseReset, IsDoneOnceTheFileCanBeReplaced) {
+    fail_open(kPlainFile + ".tmp", EROFS);
+    EXPECT_EQ(2006, database_->reset());
+    end_faults();
+    EXPECT_EQ(0, database_->reset());
+    EXPECT_EQ(kMissing, plain("k"));
+}
+
+TEST_F(DatabaseReset, IsDoneWhereThePermFileCantBeReplaced) {
+    database_->set(M, "k", "v");
+    fail_open(kPermFile + ".tmp", EROFS);
+    EXPECT_EQ(0, database_->reset());
+    EXPECT_EQ(0, database_->save());
+    EXPECT_EQ("", content_of(kPlainFile));
+}
+
+}  // namespace
