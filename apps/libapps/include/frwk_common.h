@@ -169,7 +169,8 @@ apps_err_e_type frwk_ipc_send_sync(uint32_t module, apps_message_id_e_type msgid
  *
  * data, len: the body and its bytes, copied; null and 0 for none. timeout: seconds, limits the connect; a
  * body larger than the socket's buffer, about 200 KB, then waits for the receiver to read it, without limit.
- * A message of the module to itself is handled on a thread of its own.
+ * A message of the module to itself is handled on a thread of its own; when a hundred of these, or ten times as
+ * many, run at once, the log says so.
  *
  * Returns 15 E_APPS_ERR_ASYNC when the message was delivered; never 0. Otherwise, as of frwk_ipc_send_sync,
  * 1 E_APPS_ERR_MODULE, 3 E_APPS_ERR_PARAM, 5 E_APPS_ERR_MALLOC, 14 E_APPS_ERR_THREAD (to itself) or 18
@@ -295,7 +296,8 @@ apps_err_e_type frwk_itc_create(const char *name, const struct os_thread_attr *a
                                 frwk_itc_handler_t handler);
 
 /*
- * Puts a message into a queue. It never waits for the handler.
+ * Puts a message into a queue. It never waits for the handler. When a thousand messages, or ten times as many, wait
+ * in the queue, the log says so.
  *
  * msgid: any number. data, size: copied; null and 0 for none.
  * Returns E_APPS_ERR_SUCCESS; E_APPS_ERR_PARAM for a null name, or null data of a size; E_APPS_ERR_NOTEXIST

@@ -73,6 +73,7 @@ TEST_F(ShortOfDescriptors, APeerThatComesAfterwardsIsAnswered) {
 
 TEST_F(ShortOfDescriptors, APeerThatComesMeanwhileIsDroppedAndTheNextIsAnswered) {
     EXPECT_TRUE(is_dropped(wlan_.ask(kProbe)));
+    EXPECT_TRUE(router_.process().wait_for_error("no descriptor left: connections dropped so far: 1"));
     lift_limit();
     EXPECT_EQ(kAnswered, wlan_.ask(kProbe));
 }

@@ -154,6 +154,8 @@ TEST_F(IpcAcceptTest, DropsAConnectionItHasNoDescriptorFor) {
     EXPECT_EQ(ask_module("router", request(4)), Bytes());
     EXPECT_EQ(ask_module("router", request(4)), words({0, 4, 0}));
     EXPECT_EQ(log_.count(with_errno("ipc accept error!", EMFILE)), 2u) << log_.text();
+    EXPECT_TRUE(logged_once(log_, kWarningLevel, "frwk_ipc_loop",
+                            "no descriptor left: connections dropped so far: 1"));
 }
 
 TEST_F(IpcAcceptTest, DropsEachConnectionWhileThereIsNoDescriptor) {

@@ -9,6 +9,7 @@
 
 #include "frwk_common.h"
 #include "frwk_common/ipc_wire.h"
+#include "frwk_common/own_messages.h"
 #include "frwk_common/process_state.h"
 #include "internal/frwk_log.h"
 #include "internal/owned.h"
@@ -166,12 +167,14 @@ void *frwk_ipc_msg_async_handle(void *ptr) {
         return nullptr;
     }
 
-    const OwnedBlock record(ptr);
+    OwnedBlock record(ptr);
     const auto *header = static_cast<const frwk_ipc_header *>(ptr);
     const void *body = header->data_len > 0 ? header + 1 : nullptr;
     if (frwk_ipc_msg_handle(header->src, header->msgid, body, header->data_len, nullptr, 0,
                             header->timeout) != E_APPS_ERR_SUCCESS) {
         FRWK_WARN("async call msg handler failed!");
     }
+    record.reset();
+    own_message_ends();
     return nullptr;
 }

@@ -16,6 +16,7 @@
 #include "frwk_common/ipc_trace.h"
 #include "frwk_common/ipc_transport.h"
 #include "frwk_common/ipc_wire.h"
+#include "frwk_common/own_messages.h"
 #include "frwk_common/process_state.h"
 #include "internal/frwk_log.h"
 #include "internal/owned.h"
@@ -184,8 +185,10 @@ apps_err_e_type handle_on_own_thread(const frwk_ipc_header &header, const Body &
     }
     lay_out(record.get(), header, body);
 
+    own_message_begins();
     os_thread_t thread = 0;
     if (os_thread_create(&thread, nullptr, frwk_ipc_msg_async_handle, record.get()) != 0) {
+        own_message_ends();
         FRWK_WARN_AS(kAsync, "create async msg handle thread error!");
         return E_APPS_ERR_THREAD;
     }

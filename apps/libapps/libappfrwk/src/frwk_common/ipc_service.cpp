@@ -5,8 +5,6 @@
  */
 #include "frwk_common/ipc_service.h"
 
-#include <fcntl.h>
-#include <poll.h>
 #include <sys/socket.h>
 
 #include <cerrno>
@@ -15,6 +13,7 @@
 #include <optional>
 
 #include "frwk_common.h"
+#include "frwk_common/accept_recovery.h"
 #include "frwk_common/exchange_watch.h"
 #include "frwk_common/ipc_dispatch.h"
 #include "frwk_common/ipc_listener.h"
@@ -30,78 +29,8 @@
 
 namespace {
 
-constexpr uint32_t kAcceptPauseMs = 100;
-
 /* The status word of a module whose handler is registered. */
 constexpr uint32_t kStatusServing = 1;
-
-/*
- * A descriptor kept in reserve. Out of descriptors, accept fails for ever while a connection stays in the
- * queue: giving up the reserve makes room to take that connection and drop it.
- */
-class SpareFd {
-  public:
-    SpareFd() { open(); }
-
-    /* Drops the first connection of a queue that is not empty. Returns false when it could not be taken. */
-    bool shed(int listener) {
-        fd_.reset();
-        // cppcheck-suppress nullPointer ; accept4 takes null for a peer's address that is not wanted
-        const bool dropped = static_cast<bool>(UniqueFd(::accept4(listener, nullptr, nullptr, SOCK_CLOEXEC)));
-        open();
-        return dropped;
-    }
-
-  private:
-    void open() { fd_.reset(::open("/dev/null", O_RDONLY | O_CLOEXEC)); }
-
-    UniqueFd fd_;
-};
-
-bool out_of_descriptors(int error) {
-    return error == EMFILE || error == ENFILE;
-}
-
-bool concerns_one_connection(int error) {
-    return error == EINTR || error == ECONNABORTED;
-}
-
-/* Waits as long as it takes for a connection in the queue. Returns false when that can't be waited for. */
-bool wait_for_peer(int listener) {
-    pollfd queue = {listener, POLLIN, 0};
-    return ::poll(&queue, 1, -1) > 0;
-}
-
-/* What the loop does after failed accepts. */
-class AcceptRecovery {
-  public:
-    void after_success() { retried_ = false; }
-
-    /*
-     * The kernel looks for a descriptor before it looks into the queue, so without one an empty queue fails
-     * too: first a peer is waited for and accepted anew, and only when there is still no descriptor for it is
-     * it dropped. What can't be helped is tried again after a pause, since doing so at once would only burn
-     * the processor.
-     */
-    void after_failure(int listener, int error) {
-        if (concerns_one_connection(error)) {
-            return;
-        }
-        if (listener < 0 || !out_of_descriptors(error) || !make_way(listener)) {
-            frwk_sleep(kAcceptPauseMs);
-        }
-    }
-
-  private:
-    bool make_way(int listener) {
-        const bool retry = !retried_;
-        retried_ = retry;
-        return retry ? wait_for_peer(listener) : spare_.shed(listener);
-    }
-
-    SpareFd spare_;
-    bool retried_ = false; /* since the last success or drop */
-};
 
 /* The steps of an exchange log under its name. */
 constexpr char kExchange[] = "frwk_ipc_handle";

@@ -11,11 +11,13 @@
 
 #include <pthread.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cstring>
 #include <optional>
 
 #include "frwk_common.h"
+#include "frwk_common/crowd_notice.h"
 #include "internal/frwk_log.h"
 #include "internal/letter_case.h"
 #include "internal/owned.h"
@@ -33,6 +35,15 @@ constexpr char kSend[] = "frwk_itc_send";
 
 constexpr size_t kNameSize = 64;
 
+/* So many waiting messages are worth a line in the log. */
+constexpr uint32_t kManyWaiting = 1000;
+
+/* After so many messages at the latest a sender looks how many wait, so as to see that they have become few,
+ * too. */
+constexpr uint32_t kLookAfter = kManyWaiting / 4;
+
+constexpr size_t kCacheLine = 64;
+
 struct ItcObject {
     list_node link; /* in the registry; first, since it stands for the object there */
     char name[kNameSize];
@@ -42,7 +53,12 @@ struct ItcObject {
     os_mutex *lock;
     os_sem *sem;
     std::atomic<bool> filled{false}; /* whether the queue has records; changed under lock */
+    uint32_t sent;                   /* messages, ever; guarded by lock, as the two below */
+    uint32_t look_at;                /* at which number of them to look how many wait */
+    CrowdNotice<kManyWaiting> notice;
     ItcObject *next_running;
+    unsigned char apart[kCacheLine];  /* senders read what is above for each message */
+    std::atomic<uint32_t> handled{0}; /* messages, ever; written by the queue's thread alone */
 };
 
 /* A message, followed by its data. */
@@ -195,13 +211,31 @@ ItcRecord *make_record(uint32_t msgid, const void *data, int32_t size) {
     return record;
 }
 
-/* Appends a record and wakes the thread. */
-void put(ItcObject *itc, ItcRecord *record) {
+/*
+ * Counts the messages that wait, and says when to do so next: when there may be remarkably many. The number
+ * of the handled ones is with the queue's thread, so that looking at it each time would cost both. The lock
+ * must be held. Returns the number when it is worth a line, otherwise 0.
+ */
+uint32_t look(ItcObject *itc) {
+    const uint32_t waiting = itc->sent - itc->handled.load(std::memory_order_relaxed);
+    itc->notice.fallen_to(waiting);
+    const bool remarkable = itc->notice.grown_to(waiting);
+    const uint32_t next = itc->notice.next();
+    itc->look_at = itc->sent + std::min(kLookAfter, next > waiting ? next - waiting : 1);
+    return remarkable ? waiting : 0;
+}
+
+/* Appends a record and wakes the thread. Returns how many wait when that is worth a line, otherwise 0. */
+uint32_t put(ItcObject *itc, ItcRecord *record) {
     os_mutex_lock(itc->lock);
     list_add(&itc->queue, &record->link);
     itc->filled.store(true, std::memory_order_relaxed);
+    ++itc->sent;
+    const bool due = static_cast<int32_t>(itc->sent - itc->look_at) >= 0;
+    const uint32_t remarkable = due ? look(itc) : 0;
     os_mutex_unlock(itc->lock);
     os_sem_post(itc->sem);
+    return remarkable;
 }
 
 /* Moves everything from a queue to an empty list. */
@@ -219,6 +253,7 @@ void handle_all(ItcObject *itc) {
         list_node records = {&records, &records};
         take_all(itc, &records);
         while (ItcRecord *record = take_first(&records)) {
+            itc->handled.store(itc->handled.load(std::memory_order_relaxed) + 1, std::memory_order_relaxed);
             itc->handler(record->msgid, record + 1, record->size);
             os_mem_free(record);
         }
@@ -233,7 +268,10 @@ apps_err_e_type send_to(ItcObject *itc, uint32_t msgid, const void *data, int32_
                      size);
         return E_APPS_ERR_MALLOC;
     }
-    put(itc, record);
+    const uint32_t remarkable = put(itc, record);
+    if (remarkable != 0) {
+        FRWK_WARN_AS(kSend, "itc(%s): %u messages wait to be handled", itc->name, remarkable);
+    }
     return E_APPS_ERR_SUCCESS;
 }
 

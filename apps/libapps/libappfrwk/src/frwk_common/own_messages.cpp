@@ -1,0 +1,29 @@
+#include "frwk_common/own_messages.h"
+
+#include <atomic>
+
+#include "frwk_common/crowd_notice.h"
+#include "internal/frwk_log.h"
+
+namespace {
+
+constexpr uint32_t kManyThreads = 100;
+
+std::atomic<uint32_t> g_threads{0};
+CrowdNotice<kManyThreads> g_notice;
+
+}  // namespace
+
+void own_message_begins() {
+    const uint32_t threads = g_threads.fetch_add(1, std::memory_order_relaxed) + 1;
+    if (g_notice.grown_to(threads)) {
+        FRWK_WARN_AS("frwk_ipc_send_async",
+                     "%u messages of this module to itself are handled at once, each on a "
+                     "thread of its own",
+                     threads);
+    }
+}
+
+void own_message_ends() {
+    g_notice.fallen_to(g_threads.fetch_sub(1, std::memory_order_relaxed) - 1);
+}
