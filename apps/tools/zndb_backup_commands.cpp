@@ -133,7 +133,7 @@ ExitCode complain_about_restore(apps_err_e_type result, const RestoreFacts &fact
 
 /* What is not saved would be lost, and a database that can't save would be left empty. */
 ExitCode save_before_restore(const std::string &file) {
-    return report_outcome(save_store(Store::kPlain), E_APPS_MODULE_ZNDB, "restore of " + file + ": save",
+    return report_outcome(save_both_stores().request, E_APPS_MODULE_ZNDB, "restore of " + file + ": save",
                           "; nothing has changed");
 }
 
