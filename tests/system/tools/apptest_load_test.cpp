@@ -82,6 +82,7 @@ TEST_F(AppTestLoad, CountsRequestsThatWereLost) {
 }
 
 TEST_F(AppTestLoad, AModuleThatDoesNotRunIsNotLoaded) {
+    forget_module("router");
     kAppTest.expect_failure(3, "load failed: router is not running: 1 E_APPS_ERR_MODULE",
                             {"load", "router", "3004", "--count", "5"});
 }

@@ -126,6 +126,7 @@ TEST_F(AppTestSend, PublishesToTheSubscribersOfAnEvent) {
 }
 
 TEST_F(AppTestSend, AModuleThatDoesNotRunIsNotReachable) {
+    forget_module("router");
     for (const char *command : {"call", "send", "notify"}) {
         kAppTest.expect_failure(3,
                                 std::string(command) +

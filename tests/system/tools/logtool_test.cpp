@@ -273,6 +273,7 @@ TEST(LogChannels, AreReadAgainWhenAsked) {
 }
 
 TEST(LogChannels, AreNotReadAgainByWhoDoesNotRun) {
+    forget_module("lcd");
     kTool.expect_failure(3, "reload lcd failed: lcd is not running: 1 E_APPS_ERR_MODULE", {"reload", "lcd"});
     kTool.expect_failure(2, "reload takes modules, or --all for every monitored one", {"reload"});
     kTool.expect_failure(2, "reload takes modules, or --all for every monitored one",

@@ -114,6 +114,7 @@ TEST_F(MonitorTool, ShowsEverythingAboutAModule) {
 }
 
 TEST_F(MonitorTool, StatusOfAModuleThatDoesNotAnswerIsShownAndSaidSo) {
+    forget_module("lcd");
     const ToolEnd absent = kTool.run({"status", "lcd"});
     EXPECT_EQ(3, absent.status);
     EXPECT_NE(std::string::npos, absent.output.find("\n  state           stopped\n"));
@@ -137,6 +138,7 @@ TEST_F(MonitorTool, ProbesModules) {
 }
 
 TEST_F(MonitorTool, AProbePrintsOnlyWhoAnswered) {
+    forget_module("lcd");
     const ToolEnd end = kTool.run({"probe", "wlan", "lcd"});
     EXPECT_EQ(3, end.status);
     EXPECT_EQ(1u, lines_of(end.output).size());
@@ -144,6 +146,7 @@ TEST_F(MonitorTool, AProbePrintsOnlyWhoAnswered) {
 }
 
 TEST_F(MonitorTool, AProbeSaysWhoDidNotAnswer) {
+    forget_module("lcd");
     hang_wlan();
     const ToolEnd end = kTool.run({"probe", "--json", "--timeout", "0.1", "wlan", "lcd"});
     EXPECT_EQ(3, end.status);
@@ -160,6 +163,7 @@ TEST_F(MonitorTool, AProbeSaysWhoDidNotAnswer) {
 }
 
 TEST_F(MonitorTool, ShowsTheMemoryOfModules) {
+    forget_module("lcd");
     EXPECT_EQ(
         "MODULE  LIVE  PEAK  BLOCKS  EVER  REFUSED  WARN AT\n"
         "wlan    0     0     0       0     0        131072\n",
@@ -272,6 +276,7 @@ TEST_F(MonitorTool, HasTheDeviceRebootedResetAndShutDown) {
 }
 
 TEST_F(MonitorTool, WithoutTheMonitorNothingIsDone) {
+    forget_module("monitor");
     const std::string rest = " failed: monitor is not running: 1 E_APPS_ERR_MODULE";
     kTool.expect_failure(3, "disable wlan" + rest, {"disable", "wlan"});
     kTool.expect_failure(3, "enable wlan" + rest, {"enable", "wlan"});

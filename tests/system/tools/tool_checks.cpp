@@ -2,6 +2,12 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
+
+void forget_module(const std::string &name) {
+    std::filesystem::remove("/tmp/m_tmp/ipc/" + name);
+}
+
 ToolEnd ToolChecks::run(std::vector<std::string> words, const std::string &input) const {
     words.insert(words.begin(), name_);
     return run_tool(words, input);

@@ -8,6 +8,9 @@
 
 #include "system/tools/tool_run.h"
 
+/* Removes the socket that a module of an earlier test has left: it is as if it had never run. */
+void forget_module(const std::string &name);
+
 class ToolChecks {
   public:
     explicit ToolChecks(std::string name) : name_(std::move(name)) {}
