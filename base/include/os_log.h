@@ -8,7 +8,13 @@
  * are written within any second; the eleventh and those after it are folded into a count of the repeats since
  * the last that was written, "last message repeated 10 times", which is shown at 10, 100, 1000 and so on,
  * when a line is written again, at the first repeat after a minute without a sign of it, and when the process
- * ends by exit. Every function and macro may be used from any thread.
+ * ends by exit.
+ *
+ * The system log gets its lines as from syslog(3), over a socket of the library's own: a daemon that is
+ * stopped holds nobody up. It is waited for once, 100 ms at most; what it doesn't take is lost, and counted
+ * in a line before the next one that it takes, or when the process ends by exit.
+ *
+ * Every function and macro may be used from any thread.
  */
 #ifndef QUOR_OS_LOG_H
 #define QUOR_OS_LOG_H
@@ -38,10 +44,9 @@ extern int g_debug_log_enable;
 extern int g_syslog_level;
 
 /*
- * Names the process in both channels, opens the system log and reads QUOR_DEBUG and QUOR_SYSLOG_LEVEL, which
- * were read when the library was loaded, once more.
- * May be called again at any time; a variable that is not set, or is neither "1" nor one digit from 0 to 8,
- * changes nothing.
+ * Names the process in both channels and for calls of syslog(3), and reads QUOR_DEBUG and QUOR_SYSLOG_LEVEL,
+ * which were read when the library was loaded, once more. May be called again at any time; a variable that is
+ * not set, or is neither "1" nor one digit from 0 to 8, changes nothing.
  *
  * name: copied, at most 63 characters; null stands for "unknown".
  * facility: 1 AUTH, 2 AUTHPRIV, 3 CRON, 4 DAEMON, 5 FTP, 6 KERN, 7 to 14 LOCAL0 to LOCAL7, 15 LPR,

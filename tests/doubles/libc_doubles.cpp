@@ -7,8 +7,6 @@
 
 #include <cstdarg>
 
-#include "doubles/formatted_text.h"
-
 extern "C" {
 
 int __real_socket(int, int, int);
@@ -60,7 +58,6 @@ int __real_sysinfo(struct sysinfo *);
 int __real_open64(const char *, int, ...);
 int __real_fcntl64(int, int, ...);
 FILE *__real_fopen64(const char *, const char *);
-void __real_syslog(int, const char *, ...);
 
 }  // extern "C"
 
@@ -74,10 +71,6 @@ int real_open(const char *path, int flags, mode_t mode) {
 
 int real_fcntl(int fd, int command, void *argument) {
     return __real_fcntl64(fd, command, argument);
-}
-
-void real_syslog(int priority, const char *text) {
-    __real_syslog(priority, "%s", text);
 }
 
 bool open_has_mode(int flags) {
@@ -137,7 +130,6 @@ Double<int(struct ::sysinfo *)> sysinfo(__real_sysinfo);
 Double<int(const char *, int, mode_t)> open(real_open);
 Double<int(int, int, void *)> fcntl(real_fcntl);
 Double<FILE *(const char *, const char *)> fopen(__real_fopen64);
-Double<void(int, const char *)> syslog(real_syslog);
 
 }  // namespace doubles::libc
 
@@ -366,14 +358,6 @@ FILE *__wrap_fopen64(const char *path, const char *mode) {
 
 FILE *__wrap_fopen(const char *path, const char *mode) {
     return doubles::libc::fopen(path, mode);
-}
-
-void __wrap_syslog(int priority, const char *format, ...) {
-    va_list args;
-    va_start(args, format);
-    const std::string text = doubles::formatted_text(format, args);
-    va_end(args);
-    doubles::libc::syslog(priority, text.c_str());
 }
 
 }  // extern "C"

@@ -2,7 +2,7 @@
  * Doubles of the system library's functions. Link doubles_libc.
  *
  * Variadic functions take their finished arguments: open a mode (0 when none was passed), fcntl one
- * argument as a pointer (only meaningful where the command has one), syslog the formatted text.
+ * argument as a pointer (only meaningful where the command has one).
  * open, fcntl and fopen stand for their 64-bit-offset twins too.
  */
 #pragma once
@@ -78,7 +78,6 @@ extern Double<int(clockid_t, int, const timespec *, timespec *)> clock_nanosleep
 extern Double<int(const timespec *, timespec *)> nanosleep;
 
 extern Double<void(const char *, int, int)> openlog;
-extern Double<void(int, const char *)> syslog;
 
 extern Double<int(struct ::sysinfo *)> sysinfo;
 

@@ -19,6 +19,7 @@
 #include <mutex>
 
 #include "log_line.h"
+#include "log_socket.h"
 #include "text_copy.h"
 
 int g_debug_log_enable = 0;
@@ -83,6 +84,7 @@ struct LogState {
 
 std::atomic<uint32_t> g_mask{0};
 LogState g_log; /* all but the mutex under the mutex */
+LogSocket g_log_socket;
 
 const char *level_name(int level) {
     static constexpr const char *kNames[] = {"emergency", "alert", "critical", "error",  "warning",
@@ -118,7 +120,7 @@ void write_debug(int level, const LogText &body) {
 }
 
 void write_system(int level, const LogText &body) {
-    syslog(std::clamp(level, LOG_EMERG, LOG_DEBUG), "%s", body.text());
+    g_log_socket.write(std::clamp(level, LOG_EMERG, LOG_DEBUG), body);
 }
 
 Channel g_debug_channel = {write_debug, {}, 0, {}, 0, 0, 0, 0, 0};
@@ -276,6 +278,7 @@ __attribute__((destructor)) void tell_last_counts_at_exit() {
     if (lock.owns_lock()) {
         write_count(&g_debug_channel);
         write_count(&g_system_channel);
+        (void)g_log_socket.tell_losses();
     }
 }
 
@@ -291,8 +294,9 @@ void os_log_init(const char *name, uint32_t facility) {
         forget_last(&g_debug_channel);
         forget_last(&g_system_channel);
         strsncpy(g_log.name, name != nullptr ? name : "unknown", kNameMax);
-        openlog(g_log.name, LOG_PID, facility_of(facility));
+        g_log_socket.set_sender(g_log.name, facility_of(facility));
     }
+    openlog(g_log.name, LOG_PID, facility_of(facility)); /* for the module's own calls of syslog(3) */
     read_environment();
 }
 

@@ -12,27 +12,25 @@
 #include "frwk_common.h"
 #include "frwk_utils.h"
 #include "os_mem.h"
+#include "support/system_log.h"
 #include "system/zndb/zndb_process.h"
 
 namespace {
 
 constexpr char kSecret[] = "correct horse battery staple";
-constexpr char kSystemLog[] = "/tmp/m_tmp/system_log";
 constexpr char kUserData[] = "/m_data/usr/db/user_data.txt";
 
 class StoredSecret : public ZndbTest {
   protected:
-    StoredSecret() { std::filesystem::remove(kSystemLog); }
-
-    /* Starts the database with its system log in a file. */
+    /* Starts the database with these variables in its environment. */
     void start_logged(const std::vector<std::string> &environment) {
-        zndb_ = std::make_unique<ChildProcess>(std::vector<std::string>{ZNDB_PROGRAM}, logged(environment));
+        zndb_ = std::make_unique<ChildProcess>(std::vector<std::string>{ZNDB_PROGRAM}, environment);
         ASSERT_TRUE(wait_until([] { return frwk_get_module_status(E_APPS_MODULE_ZNDB) == 1; }));
     }
 
     /* Runs the module that uses a secret, in the same way. Returns what it wrote to standard error. */
-    std::string use_secret(const std::vector<std::string> &environment) {
-        ChildProcess module({SECRET_MODULE, "wifi_key", kSecret}, logged(environment));
+    static std::string use_secret(const std::vector<std::string> &environment) {
+        ChildProcess module({SECRET_MODULE, "wifi_key", kSecret}, environment);
         for (const char *line :
              {"set 0", "get 0", "get-short 9", "get-altered 4", "get-as-bool 3", "get-again 0", "save 0"}) {
             EXPECT_EQ(line, module.read_line().value_or("(nothing)"));
@@ -41,11 +39,7 @@ class StoredSecret : public ZndbTest {
         return module.errors();
     }
 
-  private:
-    static std::vector<std::string> logged(std::vector<std::string> environment) {
-        environment.push_back("LD_PRELOAD=" SYSLOG_TO_FILE);
-        return environment;
-    }
+    SystemLog system_log_;
 };
 
 apps_err_e_type put(const std::string &bytes) {
@@ -178,8 +172,8 @@ TEST_F(StoredSecret, WouldBeFoundIfItWereStoredAsATextOrAsBase64) {
 TEST_F(StoredSecret, IsInNoLogAtTheDefaultLevels) {
     start_logged({});
     const std::string errors = use_secret({});
-    const std::string system = file_text(kSystemLog);
-    EXPECT_NE(std::string::npos, system.find("xzn decrypt error!")) << system;
+    EXPECT_TRUE(system_log_.wait_for("xzn decrypt error!"));
+    const std::string system = system_log_.text();
     EXPECT_FALSE(shows(errors + zndb_->errors() + system, kSecret)) << errors << system;
 }
 
@@ -187,9 +181,9 @@ TEST_F(StoredSecret, IsInNoLogAtTheDebugLevels) {
     const std::vector<std::string> everything = {"QUOR_DEBUG=1", "QUOR_SYSLOG_LEVEL=8"};
     start_logged(everything);
     const std::string errors = use_secret(everything);
-    const std::string system = file_text(kSystemLog);
     EXPECT_NE(std::string::npos, errors.find("xzn decrypt error!")) << errors;
-    EXPECT_NE(std::string::npos, system.find("xzn decrypt error!")) << system;
+    EXPECT_TRUE(system_log_.wait_for("xzn decrypt error!"));
+    const std::string system = system_log_.text();
     EXPECT_FALSE(shows(errors + zndb_->errors() + system, kSecret)) << errors << system;
 }
 

@@ -1,8 +1,10 @@
 /*
- * The two log channels' outer ends: what is written to standard error, and what syslog(3) is handed.
+ * The two log channels' outer ends: what is written to standard error, and what is sent to the system log's
+ * daemon.
  */
 #pragma once
 
+#include <syslog.h>
 #include <unistd.h>
 
 #include <cstdlib>
@@ -22,7 +24,7 @@ class LogChannelsTest : public FaultsTest {
         int options;
         int facility;
     };
-    using SystemMessage = std::pair<int, std::string>; /* priority and text */
+    using SystemMessage = std::pair<int, std::string>; /* level and text */
 
     void SetUp() override {
         FaultsTest::SetUp();
@@ -32,15 +34,18 @@ class LogChannelsTest : public FaultsTest {
         os_mask_set(0);
         doubles::libc::write.stand_in(
             [this](int fd, const void *bytes, size_t size) { return take_write(fd, bytes, size); });
-        doubles::libc::syslog.stand_in(
-            [this](int priority, const char *text) { take_system(priority, text); });
+        doubles::libc::connect.stand_in([](int, const sockaddr *, socklen_t) { return 0; });
+        doubles::libc::sendmsg.stand_in(
+            [this](int, const msghdr *message, int) { return take_system(*message); });
         doubles::libc::openlog.stand_in([this](const char *name, int options, int facility) {
             opened_ = {name, options, facility};
         });
+        os_trace_print(OS_LOG_WARNING, "f", "f", 1, "what other tests may have lost is told before this");
         os_log_init("testmod", 3);
         const std::lock_guard<std::mutex> lock(mutex_);
         debug_.clear();
         system_.clear();
+        heads_.clear();
     }
 
     void TearDown() override {
@@ -64,6 +69,12 @@ class LogChannelsTest : public FaultsTest {
         return system_;
     }
 
+    /* What came before each of these texts: the priority, the time and the sender. */
+    std::vector<std::string> system_heads() const {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        return heads_;
+    }
+
     /* What openlog(3) was called with last; only for tests that name the process from one thread. */
     const OpenedLog &opened_log() const { return opened_; }
 
@@ -77,13 +88,20 @@ class LogChannelsTest : public FaultsTest {
         return static_cast<ssize_t>(size);
     }
 
-    void take_system(int priority, const char *text) {
+    ssize_t take_system(const msghdr &message) {
+        const auto part = [&message](size_t i) {
+            return std::string(static_cast<const char *>(message.msg_iov[i].iov_base),
+                               message.msg_iov[i].iov_len);
+        };
         const std::lock_guard<std::mutex> lock(mutex_);
-        system_.emplace_back(priority, text);
+        heads_.push_back(part(0));
+        system_.emplace_back(LOG_PRI(std::stoi(part(0).substr(1))), part(1));
+        return static_cast<ssize_t>(part(0).size() + part(1).size());
     }
 
     mutable std::mutex mutex_;
     std::vector<std::string> debug_;
     std::vector<SystemMessage> system_;
+    std::vector<std::string> heads_;
     OpenedLog opened_{};
 };

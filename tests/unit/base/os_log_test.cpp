@@ -173,7 +173,10 @@ TEST_F(OsLog, GivesUpALineThatCannotBeWrittenAndKeepsErrno) {
 }
 
 TEST_F(OsLog, KeepsErrnoInEveryCall) {
-    doubles::libc::syslog.stand_in([](int, const char *) { errno = ECONNREFUSED; });
+    doubles::libc::sendmsg.stand_in([](int, const msghdr *, int) -> ssize_t {
+        errno = ECONNREFUSED;
+        return -1;
+    });
     set_channels(1, OS_LOG_VERBOSE);
     errno = ENOENT;
     print_system(OS_LOG_WARNING, "text");

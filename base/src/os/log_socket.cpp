@@ -1,0 +1,169 @@
+/*
+ * Sending lines to the system's log daemon.
+ */
+#include "log_socket.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <sys/uio.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <ctime>
+#include <iterator>
+
+#include "owned_fd.h"
+
+namespace {
+
+constexpr sockaddr_un kDaemon = {AF_UNIX, "/dev/log"};
+
+/*
+ * A daemon that works takes a line in far less. Without this patience a burst of lines would be lost, since
+ * the kernel keeps ten of them; it is had once, until the daemon takes a line again.
+ */
+constexpr int kPatienceMs = 100;
+
+/* The names in the "C" locale, whatever the module's. */
+constexpr const char *kMonths[] = {"Jan", "Feb", "Mar", "Apr", "May", "Jun",
+                                   "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
+
+/* Adds "Nov  5 07:02:09 ". */
+void add_time(LogText *line) {
+    timespec now{};
+    clock_gettime(CLOCK_REALTIME, &now);
+    tm parts{};
+    localtime_r(&now.tv_sec, &parts);
+
+    char text[64];
+    static_cast<void>(snprintf(text, sizeof(text), "%s %2d %02d:%02d:%02d ", kMonths[parts.tm_mon],
+                               parts.tm_mday, parts.tm_hour, parts.tm_min, parts.tm_sec));
+    line->add(text);
+}
+
+/*
+ * Takes a new descriptor over. Returns one above those of standard input, output and errors: where these are
+ * closed, what other libraries print would go to the daemon.
+ */
+int above_standard_descriptors(int fd) {
+    if (fd < 0 || fd > STDERR_FILENO) {
+        return fd;
+    }
+    const OwnedFd low(fd);
+    return fcntl(fd, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
+}
+
+}  // namespace
+
+/* The module may have closed the descriptor, and opened a file of its own in its place. */
+bool LogSocket::is_open() {
+    struct stat found;
+    if (fd_ >= 0 && (fstat(fd_, &found) != 0 || found.st_dev != device_ || found.st_ino != inode_)) {
+        fd_ = -1;
+    }
+    return fd_ >= 0;
+}
+
+bool LogSocket::open(int type) {
+    OwnedFd fd(above_standard_descriptors(socket(AF_UNIX, type | SOCK_CLOEXEC | SOCK_NONBLOCK, 0)));
+    struct stat found;
+    if (!fd || connect(fd.get(), reinterpret_cast<const sockaddr *>(&kDaemon), sizeof(kDaemon)) != 0 ||
+        fstat(fd.get(), &found) != 0) {
+        return false;
+    }
+    device_ = found.st_dev;
+    inode_ = found.st_ino;
+    type_ = type;
+    fd_ = fd.take();
+    return true;
+}
+
+/* Some daemons take streams instead. */
+bool LogSocket::open() {
+    return open(SOCK_DGRAM) || (errno == EPROTOTYPE && open(SOCK_STREAM));
+}
+
+void LogSocket::close() {
+    ::close(fd_);
+    fd_ = -1;
+}
+
+void LogSocket::begin_line(int level) {
+    head_.clear();
+    head_.add("<");
+    head_.add_number(level | facility_);
+    head_.add(">");
+    add_time(&head_);
+    head_.add_escaped(tag_ != nullptr ? tag_ : program_invocation_short_name);
+    head_.add("[");
+    head_.add_number(getpid());
+    head_.add("]: ");
+}
+
+/* In a stream a line ends with a NUL, and a piece of one can't be taken back: then the connection ends the
+ * line. */
+LogSocket::Sent LogSocket::send(const LogText &line) const {
+    const size_t end = type_ == SOCK_STREAM ? 1 : 0;
+    iovec parts[] = {{const_cast<char *>(head_.text()), head_.length()},
+                     {const_cast<char *>(line.text()), line.length() + end}};
+    msghdr message{};
+    message.msg_iov = parts;
+    message.msg_iovlen = std::size(parts);
+
+    const ssize_t sent = sendmsg(fd_, &message, MSG_DONTWAIT | MSG_NOSIGNAL);
+    if (sent == static_cast<ssize_t>(parts[0].iov_len + parts[1].iov_len)) {
+        return Sent::kWhole;
+    }
+    return sent < 0 && errno == EAGAIN ? Sent::kNoRoom : Sent::kBroken;
+}
+
+bool LogSocket::wait_for_room() {
+    pollfd room = {fd_, POLLOUT, 0};
+    stalled_ = stalled_ || poll(&room, 1, kPatienceMs) == 0;
+    return !stalled_;
+}
+
+bool LogSocket::deliver(int level, const LogText &line) {
+    const bool was_open = is_open();
+    if (!was_open && !open()) {
+        return false;
+    }
+    begin_line(level);
+    Sent sent = send(line);
+    if (sent == Sent::kNoRoom && wait_for_room()) {
+        sent = send(line);
+    }
+    if (sent == Sent::kBroken) {
+        close();
+        sent = was_open && open() ? send(line) : Sent::kBroken;
+    }
+    stalled_ = stalled_ && sent != Sent::kWhole;
+    return sent == Sent::kWhole;
+}
+
+/* A forked child counts its own losses alone. */
+void LogSocket::count_loss() {
+    const pid_t self = getpid();
+    losses_ = lost_by_ == self ? losses_ + 1 : 1;
+    lost_by_ = self;
+}
+
+bool LogSocket::tell_losses() {
+    if (losses_ == 0 || lost_by_ != getpid()) {
+        return true;
+    }
+    count_.clear();
+    count_.add("lines that the system log did not take: ");
+    count_.add_number(losses_);
+    losses_ = deliver(LOG_WARNING, count_) ? 0 : losses_;
+    return losses_ == 0;
+}
+
+void LogSocket::write(int level, const LogText &line) {
+    if (!tell_losses() || !deliver(level, line)) {
+        count_loss();
+    }
+}
