@@ -9,6 +9,7 @@
 
 #include "complaint.h"
 #include "frwk_dbrm.h"
+#include "frwk_dbrm/database_text.h"
 #include "frwk_module.h"
 #include "held_file.h"
 #include "open_file.h"
@@ -148,6 +149,20 @@ std::string copy_privately(const std::string &from, std::string *path) {
     return copy_file(from, copy.fd());
 }
 
+/* Warns of a line of the saved settings at which a restore would stop. */
+void warn_of_lost_lines() {
+    const std::string path = store_paths(Store::kPlain);
+    std::string text;
+    if (!file_exists(path) || !read_text_file(path, &text).empty()) {
+        return;
+    }
+    const database_text::Stop stop = database_text::find_stop(text.data(), text.size());
+    if (stop.reason != nullptr) {
+        (void)complain(ExitCode::kDone, "warning: " + path + ":" + std::to_string(stop.line) + ": " +
+                                            stop.reason + "; a restore of this backup stops there");
+    }
+}
+
 }  // namespace
 
 ExitCode back_up(const ZndbOptions &options) {
@@ -168,6 +183,7 @@ ExitCode back_up(const ZndbOptions &options) {
     if (!SignalHold::waiting() && !part.become_file()) {
         return complain(ExitCode::kUsage, errno_text("can't write " + options.file, errno));
     }
+    warn_of_lost_lines();
     return ExitCode::kDone;
 }
 

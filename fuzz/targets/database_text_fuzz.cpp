@@ -1,5 +1,6 @@
 /*
- * Whatever a backup holds as the text of a database: every line means what a plainer reading of it says.
+ * Whatever a backup holds as the text of a database: every line means what a plainer reading of it says, and
+ * a backup warns of a text if and only if a restore would stop in it.
  */
 #include "frwk_dbrm/database_text.h"
 #include "support/fuzz_input.h"
@@ -35,6 +36,18 @@ class Reader {
     std::string_view left_;
 };
 
+/* Whether a restore would set every line of a text, which holds a NUL where it does not fill its bytes. */
+bool is_read_whole(std::string_view bytes, bool has_nul) {
+    Reader reader(bytes);
+    std::string key;
+    std::string value;
+    Found found = reader.next(&key, &value);
+    while (found == Found::kPair && !key.empty() && key.size() < 32 && value.size() < 1024) {
+        found = reader.next(&key, &value);
+    }
+    return found == Found::kEnd && !has_nul;
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
@@ -44,15 +57,23 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
 
     char *at = text.get();
     Found found = Found::kOther;
+    database_text::Line line;
     while (found != Found::kEnd) {
-        database_text::Line line;
         std::string key;
         std::string value;
         const char *before = at;
         found = database_text::next_line(&at, &line);
         FUZZ_CHECK(found == reader.next(&key, &value));
-        FUZZ_CHECK(key == line.key && value == line.value);
+        const size_t passed = database_text::passed(text.get(), found, at, line);
+        FUZZ_CHECK(found == Found::kEnd ? passed == bytes.size() : key == line.key && value == line.value);
         FUZZ_CHECK(found == Found::kEnd || (at > before && at <= text.get() + bytes.size()));
+        FUZZ_CHECK(found == Found::kEnd || passed < bytes.size());
     }
+
+    const std::string_view all(reinterpret_cast<const char *>(data), size);
+    const ExactText copy(all);
+    const database_text::Stop stop = database_text::find_stop(copy.get(), all.size());
+    FUZZ_CHECK((stop.reason == nullptr) == is_read_whole(bytes, bytes.size() < all.size()));
+    FUZZ_CHECK(stop.bytes <= bytes.size());
     return 0;
 }

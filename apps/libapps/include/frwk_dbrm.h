@@ -29,7 +29,8 @@ extern "C" {
  * Writes a backup. It grows in a file beside its target, PATH.unfinished, and takes the target's name when it
  * is whole: after a crash there is never a part of one under that name, and the next call to the same target
  * clears up. When the call has succeeded the backup outlasts a power cut. Changes of the configuration that
- * are not saved yet (zndb_save) are not in it.
+ * are not saved yet (zndb_save) are not in it. Where the saved settings have a damaged line, at which a
+ * restore would stop, a warning names it.
  *
  * path: where to; what was there is replaced, by a file that only its owner can read. Its last part has at
  * most 244 characters, so that there is room for ".unfinished". Null gives E_APPS_ERR_PARAM.

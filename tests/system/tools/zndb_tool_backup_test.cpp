@@ -172,6 +172,25 @@ TEST_F(ZndbToolBackup, LeavesNothingBesideTheBackup) {
     EXPECT_FALSE(copies_are_left());
 }
 
+/* The database skips the line and keeps the rest; a restore would not. */
+TEST_F(ZndbToolBackup, ABackupOfADamagedFileWarnsOfTheLine) {
+    ASSERT_TRUE(write_text(zndb_paths::kPlainFile, "ssid=home\nscratched\nchannel=11\n"));
+    const ToolEnd end = kTool.run({"backup", kBackup});
+    EXPECT_EQ(0, end.status);
+    EXPECT_EQ(
+        "zndb_tool: warning: /m_data/usr/db/user_data.txt:2: there is no '='; a restore of this backup stops "
+        "there\n",
+        end.errors);
+    EXPECT_EQ("", kTool.output_of({"restore", kBackup}));
+    EXPECT_EQ("home", plain("ssid"));
+    EXPECT_EQ("ret 3", plain("channel"));
+}
+
+TEST_F(ZndbToolBackup, ABackupWithoutSavedSettingsHasNothingToWarnOf) {
+    std::filesystem::remove(zndb_paths::kPlainFile);
+    EXPECT_EQ("", kTool.output_of({"backup", kBackup}));
+}
+
 TEST_F(ZndbToolBackup, AFailedBackupLeavesTheOldOne) {
     ASSERT_TRUE(write_text(kBackup, "old"));
     make_product_a_setting();

@@ -263,7 +263,21 @@ TEST_F(RestoreDb, EndsAtALineThatIsNoneAndSucceeds) {
     EXPECT_EQ(E_APPS_ERR_SUCCESS, restore_db("a=1\r\n#b=2\n\nc=x=y\nbad\nd=4\n"));
     EXPECT_EQ((Requests{"zndb_set a=1", "zndb_set c=x=y", "zndb_save"}), requests());
     expect_warning("frwk_dbrm_get_keyvalue", "invalid db record format 'bad'!");
+    expect_warning("frwk_dbrm_restore_db", "only 17 of 25 bytes of the db record were restored!");
     expect_note("frwk_dbrm_restore_db", std::string("restore db '") + kUserData + "' success.");
+}
+
+TEST_F(RestoreDb, EndsAtANulAndSaysHowFarItCame) {
+    EXPECT_EQ(E_APPS_ERR_SUCCESS, restore_db(std::string("a=1\nb=2\0\nc=3\n", 13)));
+    EXPECT_EQ((Requests{"zndb_set a=1", "zndb_set b=2", "zndb_save"}), requests());
+    expect_warning("frwk_dbrm_restore_db", "only 7 of 13 bytes of the db record were restored!");
+}
+
+TEST_F(RestoreDb, OfAWholeTextHasNothingToWarnOf) {
+    for (const char *text : {"a=1\n", "a=1", "a=1\n  ", "#comment"}) {
+        EXPECT_EQ(E_APPS_ERR_SUCCESS, restore_db(text));
+    }
+    EXPECT_FALSE(log().contains("bytes of the db record"));
 }
 
 TEST_F(RestoreDb, SetsAnEmptyKey) {
@@ -287,6 +301,7 @@ TEST_F(RestoreDb, FailsWhenTheDatabaseRefusesAKey) {
     EXPECT_EQ(E_APPS_ERR_PROCESS, restore_db("a=1\nb=2\nc=3\n"));
     EXPECT_EQ((Requests{"zndb_set a=1", "zndb_set b=2"}), requests());
     expect_warning("frwk_dbrm_restore_db", "zndb set db data error!");
+    expect_warning("frwk_dbrm_restore_db", "only 4 of 12 bytes of the db record were restored!");
 }
 
 TEST_F(RestoreDb, FailsWhenAValueIsLongerThanTheDatabaseTakes) {

@@ -11,6 +11,7 @@
 
 #include "cipher.h"
 #include "frwk_dbrm.h"
+#include "frwk_dbrm/backup_check.h"
 #include "frwk_dbrm/backup_format.h"
 #include "frwk_dbrm/backup_io.h"
 #include "frwk_dbrm/backup_record.h"
@@ -119,6 +120,7 @@ apps_err_e_type frwk_dbrm_backup(GrowingBackup *growing) {
         FRWK_WARN("backup process failed!");
         return ret;
     }
+    frwk_dbrm_backup_check(growing->path());
     ret = frwk_dbrm_pack(growing->path());
     if (ret != E_APPS_ERR_SUCCESS) {
         FRWK_WARN("backup compression failed!");

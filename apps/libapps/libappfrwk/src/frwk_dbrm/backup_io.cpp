@@ -5,7 +5,9 @@
 #include <algorithm>
 #include <cerrno>
 
+#include "internal/small_buffer.h"
 #include "internal/uninterrupted.h"
+#include "os_mem.h"
 
 namespace backup_io {
 
@@ -62,6 +64,19 @@ std::optional<uint64_t> seek_to_end(std::FILE *file) {
 bool read_all(std::FILE *file, void *bytes, size_t size) {
     errno = 0;
     return std::fread(bytes, 1, size, file) == size;
+}
+
+Text read_text(std::FILE *file, uint32_t length, OwnedBlock *text) {
+    const std::optional<uint32_t> size = checked_add(length, 1);
+    text->reset(size ? os_mem_malloc(*size) : nullptr);
+    if (!*text) {
+        return Text::kNoMemory;
+    }
+    if (!read_all(file, text->get(), length)) {
+        return Text::kShortRead;
+    }
+    static_cast<char *>(text->get())[length] = '\0';
+    return Text::kAll;
 }
 
 Copied copy(std::FILE *from, std::FILE *to, uint32_t length) {

@@ -33,6 +33,15 @@ std::optional<uint64_t> seek_to_end(std::FILE *file);
 /* Reads exactly size bytes; false when there are fewer. */
 bool read_all(std::FILE *file, void *bytes, size_t size);
 
+enum class Text {
+    kAll,
+    kNoMemory,
+    kShortRead
+};
+
+/* Reads exactly length bytes and puts a NUL behind them. text: receives the block with kAll. */
+Text read_text(std::FILE *file, uint32_t length, OwnedBlock *text);
+
 /* Copies exactly length bytes from where the files stand, a chunk at a time. */
 Copied copy(std::FILE *from, std::FILE *to, uint32_t length);
 

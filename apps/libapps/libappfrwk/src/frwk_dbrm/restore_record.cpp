@@ -7,18 +7,19 @@
 #include "internal/frwk_log.h"
 #include "internal/owned.h"
 #include "internal/shell.h"
-#include "internal/small_buffer.h"
-#include "os_mem.h"
 #include "zndb.h"
 
 using backup_format::RecordHeader;
+using database_text::Found;
+using database_text::Line;
 
 namespace {
 
 constexpr size_t kCommandSize = 256;
 
-/* The steps of a file's record log under the name of its call. */
+/* The steps of a record log under the name of its call. */
 constexpr char kRestoreFile[] = "frwk_dbrm_restore_file";
+constexpr char kRestoreDb[] = "frwk_dbrm_restore_db";
 
 /* Makes the folder of a file where it is missing. When that fails, opening the file tells. */
 void make_folder_of(const char *name) {
@@ -56,42 +57,58 @@ apps_err_e_type fill(std::FILE *backup, UniqueFile target, uint32_t length) {
     return E_APPS_ERR_SUCCESS;
 }
 
-/* The next key and value of a text; false at its end and at a line that is none. */
-bool frwk_dbrm_get_keyvalue(char **text, database_text::Line *line) {
-    const database_text::Found found = database_text::next_line(text, line);
-    if (found == database_text::Found::kOther) {
+/* The next key and value of a text. */
+Found frwk_dbrm_get_keyvalue(char **text, Line *line) {
+    const Found found = database_text::next_line(text, line);
+    if (found == Found::kOther) {
         FRWK_WARN("invalid db record format '%s'!", line->key);
     }
-    return found == database_text::Found::kPair;
+    return found;
 }
 
-/* Sets every key of a text. */
-apps_err_e_type frwk_dbrm_restore_db(char *text) {
-    database_text::Line line;
-    while (frwk_dbrm_get_keyvalue(&text, &line)) {
-        FRWK_DEBUG("zndb set %s=%s", line.key, line.value);
-        if (zndb_set(line.key, line.value) != E_ZNDB_RET_SUCCESS) {
-            FRWK_WARN("zndb set db data error!");
-            return E_APPS_ERR_PROCESS;
-        }
+/* What a restore leaves out shows nowhere else. */
+void warn_of_the_rest(size_t passed, uint32_t length) {
+    if (passed < length) {
+        FRWK_WARN_AS(kRestoreDb, "only %zu of %u bytes of the db record were restored!", passed, length);
     }
-    return E_APPS_ERR_SUCCESS;
+}
+
+bool set_pair(const Line &line) {
+    FRWK_DEBUG_AS(kRestoreDb, "zndb set %s=%s", line.key, line.value);
+    if (zndb_set(line.key, line.value) != E_ZNDB_RET_SUCCESS) {
+        FRWK_WARN_AS(kRestoreDb, "zndb set db data error!");
+        return false;
+    }
+    return true;
+}
+
+/* Sets every key of a text of so many bytes. */
+apps_err_e_type frwk_dbrm_restore_db(char *text, uint32_t length) {
+    char *at = text;
+    Line line;
+    Found found = frwk_dbrm_get_keyvalue(&at, &line);
+    bool is_set = true;
+    while (found == Found::kPair && (is_set = set_pair(line))) {
+        found = frwk_dbrm_get_keyvalue(&at, &line);
+    }
+    warn_of_the_rest(database_text::passed(text, found, at, line), length);
+    return is_set ? E_APPS_ERR_SUCCESS : E_APPS_ERR_PROCESS;
 }
 
 /* Sets every key of the text that the backup holds next, and gives its memory back. */
 apps_err_e_type frwk_dbrm_restore_db(std::FILE *backup, uint32_t length) {
-    const std::optional<uint32_t> size = checked_add(length, 1);
-    const OwnedBlock text(size ? os_mem_malloc(*size) : nullptr);
-    if (!text) {
-        FRWK_WARN("alloc read buffer[%u] failed!", length + 1);
-        return E_APPS_ERR_MALLOC;
+    OwnedBlock text;
+    switch (backup_io::read_text(backup, length, &text)) {
+        case backup_io::Text::kNoMemory:
+            FRWK_WARN("alloc read buffer[%u] failed!", length + 1);
+            return E_APPS_ERR_MALLOC;
+        case backup_io::Text::kShortRead:
+            FRWK_WARN_ERRNO("read db file error!");
+            return E_APPS_ERR_READ;
+        case backup_io::Text::kAll:
+            break;
     }
-    if (!backup_io::read_all(backup, text.get(), length)) {
-        FRWK_WARN_ERRNO("read db file error!");
-        return E_APPS_ERR_READ;
-    }
-    static_cast<char *>(text.get())[length] = '\0';
-    return frwk_dbrm_restore_db(static_cast<char *>(text.get()));
+    return frwk_dbrm_restore_db(static_cast<char *>(text.get()), length);
 }
 
 }  // namespace

@@ -1,0 +1,50 @@
+#include "frwk_dbrm/backup_check.h"
+
+#include <cstdio>
+
+#include "frwk_dbrm/backup_format.h"
+#include "frwk_dbrm/backup_io.h"
+#include "frwk_dbrm/database_text.h"
+#include "internal/frwk_log.h"
+#include "internal/owned.h"
+
+using backup_format::RecordHeader;
+using backup_format::RecordHeaderBytes;
+
+namespace {
+
+/* The steps log under the name of the call. */
+constexpr char kCheck[] = "frwk_dbrm_backup_check";
+
+void check_text(const RecordHeader &record, char *text) {
+    const database_text::Stop stop = database_text::find_stop(text, record.length);
+    if (stop.reason != nullptr) {
+        FRWK_WARN_AS(kCheck, "file '%s' line %u: %s, a restore stops there!", record.name, stop.line,
+                     stop.reason);
+    }
+}
+
+}  // namespace
+
+void frwk_dbrm_backup_check(const char *path) {
+    const UniqueFile file(std::fopen(path, "rbe"));
+    RecordHeaderBytes bytes;
+    if (!file || !backup_io::read_all(file.get(), bytes.data(), bytes.size())) {
+        FRWK_WARN_ERRNO("check backup file error!");
+        return;
+    }
+
+    const RecordHeader record = backup_format::record_header_from(bytes);
+    OwnedBlock text;
+    switch (backup_io::read_text(file.get(), record.length, &text)) {
+        case backup_io::Text::kNoMemory:
+            FRWK_WARN("file '%s' has %u bytes, there is no memory to check them!", record.name,
+                      record.length);
+            return;
+        case backup_io::Text::kShortRead:
+            FRWK_WARN_ERRNO("check backup file error!");
+            return;
+        case backup_io::Text::kAll:
+            check_text(record, static_cast<char *>(text.get()));
+    }
+}
