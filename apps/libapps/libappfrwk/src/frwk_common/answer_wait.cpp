@@ -7,6 +7,7 @@
 #include <climits>
 
 #include "frwk_common.h"
+#include "frwk_common/ipc_trace.h"
 #include "internal/coarse_clock.h"
 #include "internal/frwk_log.h"
 
@@ -32,7 +33,7 @@ void AnswerWait::say_when_due() {
     }
     const char *alias = frwk_module_alias(static_cast<int32_t>(module_));
     FRWK_WARN_AS(caller_, "still waiting for [%s]::[%s:%d], %u s", alias != nullptr ? alias : "unknown",
-                 zn_enum_to_str_apps_message_id_e_type(msgid_), msgid_, due_seconds_);
+                 frwk_ipc_message_name(msgid_), msgid_, due_seconds_);
     due_seconds_ *= 2;
 }
 

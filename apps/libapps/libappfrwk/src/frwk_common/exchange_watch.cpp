@@ -12,6 +12,7 @@
 #include <cerrno>
 
 #include "frwk_common.h"
+#include "frwk_common/ipc_trace.h"
 #include "internal/frwk_log.h"
 
 namespace {
@@ -82,8 +83,8 @@ void ExchangeWatch::report(unsigned held_ms) {
         return;
     }
     FRWK_WARN_AS(kExchange, "process %d, module [%s], has held the service for %u ms with [%s:%d]: %s",
-                 peer_pid(fd_), sender_alias(header_->src), held_ms,
-                 zn_enum_to_str_apps_message_id_e_type(header_->msgid), header_->msgid, in_words(longest_));
+                 peer_pid(fd_), sender_alias(header_->src), held_ms, frwk_ipc_message_name(header_->msgid),
+                 header_->msgid, in_words(longest_));
 }
 
 IpcWaited ExchangeWatch::wait(int fd, short events, uint32_t) {

@@ -11,23 +11,23 @@ const char *shown_alias(int32_t id) {
     return alias != nullptr ? alias : "unknown";
 }
 
+}  // namespace
+
 /* What is said of a number without a name is the base library's business: it may be nothing. */
-const char *shown_message(int32_t msgid) {
+const char *frwk_ipc_message_name(int32_t msgid) {
     const char *name = zn_enum_to_str_apps_message_id_e_type(msgid);
     return name != nullptr ? name : "unknown";
 }
-
-}  // namespace
 
 void frwk_ipc_trace(IpcTrace way, int32_t sender, int32_t receiver, int32_t msgid) {
     const char *arrow = way == IpcTrace::kAnswered ? "==>" : "-->";
     if (frwk_ipc_msg_debug(msgid) != 0) {
         OS_LOG_QUIET(OS_LOG_DEBUG, "#### [%s]%s[%s]::[%s:%d] ####", shown_alias(sender), arrow,
-                     shown_alias(receiver), shown_message(msgid), msgid);
+                     shown_alias(receiver), frwk_ipc_message_name(msgid), msgid);
         return;
     }
     FRWK_DEBUG("#### [%s]%s[%s]::[%s:%d] ####", shown_alias(sender), arrow, shown_alias(receiver),
-               shown_message(msgid), msgid);
+               frwk_ipc_message_name(msgid), msgid);
 }
 
 int32_t frwk_ipc_msg_debug(apps_message_id_e_type msgid) {

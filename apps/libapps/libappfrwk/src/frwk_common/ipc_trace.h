@@ -1,5 +1,5 @@
 /*
- * The line that traces each message.
+ * The line that traces each message, and the name of a message in any line.
  */
 #pragma once
 
@@ -16,3 +16,6 @@ enum class IpcTrace {
  * module. Polls that would flood the system log go to the debug channel only.
  */
 void frwk_ipc_trace(IpcTrace way, int32_t sender, int32_t receiver, int32_t msgid);
+
+/* A message's name as log lines show it, "unknown" where the base library has none; never null. */
+const char *frwk_ipc_message_name(int32_t msgid);
