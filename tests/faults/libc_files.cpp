@@ -138,6 +138,7 @@ QUOR_PASS(int, renameat, -1, (int old_folder, const char *from, int folder, cons
           (old_folder, from, folder, to))
 QUOR_PASS(int, linkat, -1, (int old_folder, const char *from, int folder, const char *to, int flags),
           (old_folder, from, folder, to, flags))
+QUOR_PASS(int, link, -1, (const char *from, const char *to), (from, to))
 QUOR_PASS(int, unlink, -1, (const char *path), (path))
 QUOR_PASS(int, unlinkat, -1, (int folder, const char *path, int flags), (folder, path, flags))
 QUOR_PASS(int, remove, -1, (const char *path), (path))
