@@ -48,6 +48,7 @@ Connection::Connection(uint32_t module)
 }
 
 std::string owner_name(uid_t user) {
+    // cppcheck-suppress getpwuidCalled ; the main thread alone reports
     const passwd *entry = ::getpwuid(user);  // NOLINT(concurrency-mt-unsafe): the main thread alone reports
     return entry != nullptr ? entry->pw_name : std::to_string(user);
 }

@@ -103,6 +103,7 @@ std::vector<std::string> damaged_ones(const std::string &path) {
     const OwnedFolder folder(::opendir(path.substr(0, slash).c_str()));
     std::vector<std::string> names;
     const dirent *entry = nullptr;
+    // cppcheck-suppress readdirCalled ; a stream of one thread, and readdir_r is withdrawn
     while (folder && (entry = ::readdir(folder.get())) != nullptr) {
         const std::string name = entry->d_name;
         if (name.compare(0, prefix.size(), prefix) == 0 && is_stamp(name.substr(prefix.size()))) {

@@ -34,14 +34,15 @@ typedef void (*frwk_exit_handler_t)(apps_message_id_e_type msgid);
  * It applies the module configuration file to the module table, takes the single-instance lock of a
  * daemon or monitored module, prepares signals, memory and logging, marks the modules of the start-up
  * list, starts the message service where the module's flags ask for it, runs the device's start hook and
- * waits the module's delay. The process receives SIGHUP when its parent ends, also where that happens during this
- * call, and ignores SIGPIPE. Descriptors 0, 1 and 2 are open afterwards, to /dev/null where they were not.
+ * waits the module's delay. The process receives SIGHUP when its parent ends, also where that happens during
+ * this call, and ignores SIGPIPE. Descriptors 0, 1 and 2 are open afterwards, to /dev/null where they were
+ * not.
  *
- * The framework's threads keep the signal mask that they inherit, since what a handler starts by fork and exec
- * inherits theirs. A signal whose handler runs on the service thread ends that thread's wait for a request, and
- * that request is lost. So a module that handles signals blocks them, with pthread_sigmask, before this call, and
- * takes them on its main thread: with sigwait, or by unblocking them there afterwards. Signals that end the
- * process need no care.
+ * The framework's threads keep the signal mask that they inherit, since what a handler starts by fork and
+ * exec inherits theirs. A signal whose handler runs on the service thread ends that thread's wait for a
+ * request, and that request is lost. So a module that handles signals blocks them, with pthread_sigmask,
+ * before this call, and takes them on its main thread: with sigwait, or by unblocking them there afterwards.
+ * Signals that end the process need no care.
  *
  * id: 0 to 52. exit_handler: null to end without a call.
  * It returns when the module is started. On an invalid id, a second instance, or a lock that can't be
@@ -169,8 +170,8 @@ apps_err_e_type frwk_ipc_send_sync(uint32_t module, apps_message_id_e_type msgid
  *
  * data, len: the body and its bytes, copied; null and 0 for none. timeout: seconds, limits the connect; a
  * body larger than the socket's buffer, about 200 KB, then waits for the receiver to read it, without limit.
- * A message of the module to itself is handled on a thread of its own; when a hundred of these, or ten times as
- * many, run at once, the log says so.
+ * A message of the module to itself is handled on a thread of its own; when a hundred of these, or ten times
+ * as many, run at once, the log says so.
  *
  * Returns 15 E_APPS_ERR_ASYNC when the message was delivered; never 0. Otherwise, as of frwk_ipc_send_sync,
  * 1 E_APPS_ERR_MODULE, 3 E_APPS_ERR_PARAM, 5 E_APPS_ERR_MALLOC, 14 E_APPS_ERR_THREAD (to itself) or 18
@@ -296,8 +297,8 @@ apps_err_e_type frwk_itc_create(const char *name, const struct os_thread_attr *a
                                 frwk_itc_handler_t handler);
 
 /*
- * Puts a message into a queue. It never waits for the handler. When a thousand messages, or ten times as many, wait
- * in the queue, the log says so.
+ * Puts a message into a queue. It never waits for the handler. When a thousand messages, or ten times as
+ * many, wait in the queue, the log says so.
  *
  * msgid: any number. data, size: copied; null and 0 for none.
  * Returns E_APPS_ERR_SUCCESS; E_APPS_ERR_PARAM for a null name, or null data of a size; E_APPS_ERR_NOTEXIST

@@ -30,8 +30,8 @@ typedef enum zndb_ret_e_type {
 } zndb_ret_e_type;
 
 /*
- * Sets a value in the plain store. It survives a crash of the database at once, a power cut once saved. Before a
- * reboot or shutdown the database saves by itself what is unsaved.
+ * Sets a value in the plain store. It survives a crash of the database at once, a power cut once saved.
+ * Before a reboot or shutdown the database saves by itself what is unsaved.
  *
  * key: 1 to 31 characters without CR, LF and '=', the first neither '#', blank nor tab.
  * value: up to 1023 characters without CR and LF.

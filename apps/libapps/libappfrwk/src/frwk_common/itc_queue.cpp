@@ -150,7 +150,7 @@ OwnedItc make_object(const char *name, frwk_itc_handler_t handler) {
     if (place == nullptr) {
         return OwnedItc();
     }
-    auto *made = new (place) ItcObject{};
+    auto *made = new (place) ItcObject();
     strsncpy(made->name, name, kNameSize - 1);
     made->handler = handler;
     list_init(&made->queue);

@@ -9,8 +9,8 @@
 #include "internal/optional_calls.h"
 
 /*
- * The calling thread's commands answer untranslated until the end of the scope, or, with a base library that doesn't
- * know how, in the language that the module has.
+ * The calling thread's commands answer untranslated until the end of the scope, or, with a base library that
+ * doesn't know how, in the language that the module has.
  */
 class Untranslated {
   public:
