@@ -52,7 +52,7 @@ TEST(HeldPath, NeedsAFolder) {
 }
 
 TEST(HeldPath, NeedsAFolderWhosePathIsNotTooLong) {
-    for (const size_t length : {PATH_MAX - 2, PATH_MAX - 1, PATH_MAX}) {
+    for (const size_t length : {size_t{PATH_MAX} - 2, size_t{PATH_MAX} - 1, size_t{PATH_MAX}}) {
         errno = 0;
         EXPECT_FALSE(HeldPath(("/" + std::string(length, 'x') + "/name").c_str()));
         EXPECT_EQ(ENAMETOOLONG, errno);

@@ -384,7 +384,8 @@ TEST_F(UnfinishedFiles, NeedAFolderThatCanBeWritten) {
 }
 
 TEST_F(UnfinishedFiles, NeedAPathThatIsNotTooLong) {
-    for (const size_t length : {NAME_MAX + 1, PATH_MAX - 2, PATH_MAX - 1, PATH_MAX}) {
+    for (const size_t length :
+         {size_t{NAME_MAX} + 1, size_t{PATH_MAX} - 2, size_t{PATH_MAX} - 1, size_t{PATH_MAX}}) {
         expect_none_for("/" + std::string(length, 'x') + "/target", ENAMETOOLONG);
     }
 }
