@@ -18,6 +18,7 @@ class LogDaemon {
   public:
     /* type: SOCK_DGRAM or SOCK_STREAM. */
     explicit LogDaemon(int type = SOCK_DGRAM) : fd_(socket(AF_UNIX, type | SOCK_CLOEXEC, 0)) {
+        unlink(kLogAddress.sun_path); /* of a daemon that was stopped, as real ones do */
         EXPECT_EQ(0, bind(fd_, reinterpret_cast<const sockaddr *>(&kLogAddress), sizeof(kLogAddress)));
         if (type == SOCK_STREAM) {
             EXPECT_EQ(0, listen(fd_, 8));

@@ -171,6 +171,9 @@ size_t count_of(const std::string &word, const std::string &text) {
     return count;
 }
 
+/* What sanitizers and the emulator keep of freed memory; all lines at once would take 1.3 GB. */
+constexpr size_t kHeldBack = 64 * kMegabyte;
+
 /* Lines of this kind, 20 MB of them. */
 std::string journal_of(const std::string &line) {
     std::string content;
@@ -189,7 +192,7 @@ TEST_F(ZndbDisk, AJournalOfRubbishTakesNeitherMemoryNorTheLog) {
         ASSERT_TRUE(write_text("/tmp/m_tmp/zndb/journal", journal_of(line) + "P+last=1\n"));
         start();
         EXPECT_EQ("1", plain("last"));
-        EXPECT_LT(peak_memory(zndb_->pid()), before + 4 * kMegabyte);
+        EXPECT_LT(peak_memory(zndb_->pid()), before + kHeldBack);
         EXPECT_LE(count_of(" skipped: ", zndb_->errors()), 20u);
         EXPECT_LE(count_of(" more lines skipped", zndb_->errors()), 1u);
     }
