@@ -56,7 +56,7 @@ std::string owner_name(uid_t user) {
 /* The first folder above a path that this process may not search, or else the path itself. */
 std::string first_closed(const std::string &path) {
     for (size_t slash = path.find('/', 1); slash != std::string::npos; slash = path.find('/', slash + 1)) {
-        const std::string folder = path.substr(0, slash);
+        std::string folder = path.substr(0, slash);
         if (::faccessat(AT_FDCWD, folder.c_str(), X_OK, AT_EACCESS) != 0) {
             return folder;
         }

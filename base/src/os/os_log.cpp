@@ -33,7 +33,7 @@ constexpr size_t kTextMax = 2048;
 constexpr size_t kNameMax = 63;
 constexpr long kNanosPerMilli = 1000L * 1000L;
 
-constexpr int64_t kNanosPerSecond = 1000 * 1000 * 1000;
+constexpr int64_t kNanosPerSecond = int64_t{1000} * 1000 * 1000;
 
 /* Identical lines are a storm from the eleventh in a second on. */
 constexpr size_t kShownInASecond = 10;
