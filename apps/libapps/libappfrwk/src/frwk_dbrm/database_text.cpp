@@ -26,6 +26,7 @@ char *cut_line(char *text, Line *line) {
 
 Found split_line(char *text, Line *line) {
     line->key = text;
+    line->value = "";
     char *equals = std::strchr(text, '=');
     if (equals == nullptr) {
         return Found::kOther;
