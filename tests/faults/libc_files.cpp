@@ -127,6 +127,7 @@ QUOR_PASS(int, truncate64, -1, (const char *path, off_t size), (path, size))
 QUOR_PASS(int, flock, -1, (int fd, int operation), (fd, operation))
 QUOR_PASS(int, fstat64, -1, (int fd, struct stat *found), (fd, found))
 QUOR_PASS(int, stat64, -1, (const char *path, struct stat *found), (path, found))
+QUOR_PASS(int, lstat64, -1, (const char *path, struct stat *found), (path, found))
 QUOR_PASS(int, fstatat64, -1, (int folder, const char *path, struct stat *found, int flags),
           (folder, path, found, flags))
 QUOR_PASS(int, statvfs64, -1, (const char *path, struct statvfs *found), (path, found))

@@ -1,0 +1,87 @@
+/*
+ * A file is looked at once it is open and before anything is done to it, so that nothing can change in
+ * between.
+ */
+#include "internal/guarded_file.h"
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+
+#include "internal/frwk_log.h"
+#include "internal/planted.h"
+
+namespace {
+
+constexpr mode_t kRights = 07777;
+
+/* 0, or the errno value that says why this is no file. */
+int kind_error(const struct stat &found) {
+    if (S_ISDIR(found.st_mode)) {
+        return EISDIR;
+    }
+    return S_ISREG(found.st_mode) ? 0 : EINVAL;
+}
+
+/* Does what the flags ask for beside opening. Returns 0 or an errno value. */
+int settle(int fd, const struct stat &found, int flags, mode_t mode) {
+    if ((flags & O_CREAT) != 0 && !narrow_rights(fd, found, mode)) {
+        return errno;
+    }
+    const bool has_text = (flags & O_TRUNC) != 0 && found.st_size != 0;
+    return has_text && ::ftruncate(fd, 0) != 0 ? errno : 0;
+}
+
+/* 0, or the errno value that says why an open file is not given to the caller; EPERM for a planted one. */
+int look_at(int fd, const char *path, int flags, mode_t mode, Planted planted) {
+    struct stat found;
+    if (::fstat(fd, &found) != 0) {
+        return errno;
+    }
+    if (is_planted(path, found, FolderOwner::kTrusted)) {
+        if (planted == Planted::kRefuse) {
+            FRWK_WARN("%s is not ours (owner %u, mode %04o): refused", path, found.st_uid,
+                      found.st_mode & kRights);
+        }
+        return EPERM;
+    }
+    const int error = kind_error(found);
+    return error != 0 ? error : settle(fd, found, flags, mode);
+}
+
+UniqueFd open_ours(const char *path, int flags, mode_t mode, Planted planted) {
+    UniqueFd fd(::open(path, (flags & ~O_TRUNC) | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, mode));
+    const int error = fd ? look_at(fd.get(), path, flags, mode, planted) : errno;
+    if (error != 0) {
+        fd.reset();
+        errno = error;
+    }
+    return fd;
+}
+
+}  // namespace
+
+UniqueFd open_guarded(const char *path, int flags, mode_t mode, Planted planted) {
+    UniqueFd fd = open_ours(path, flags, mode, planted);
+    if (fd || planted == Planted::kRefuse) {
+        return fd;
+    }
+
+    const int error = errno;
+    if (set_aside_planted(path, FolderOwner::kTrusted)) {
+        return open_ours(path, flags | O_EXCL, mode, planted);
+    }
+    errno = error;
+    return UniqueFd();
+}
+
+UniqueFile open_guarded_stream(const char *path, int flags, mode_t mode, Planted planted,
+                               const char *stream_mode) {
+    UniqueFd fd = open_guarded(path, flags, mode, planted);
+    UniqueFile file(fd ? ::fdopen(fd.get(), stream_mode) : nullptr);
+    if (file) {
+        (void)fd.take();
+    }
+    return file;
+}

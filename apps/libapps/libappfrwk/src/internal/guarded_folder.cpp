@@ -1,0 +1,106 @@
+/*
+ * Which folders there are, who may write to them, and what to do when others can.
+ */
+#include "internal/guarded_folder.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "internal/frwk_log.h"
+#include "internal/frwk_paths.h"
+#include "internal/owned.h"
+#include "internal/planted.h"
+#include "internal/shell.h"
+#include "os_file.h"
+
+namespace {
+
+constexpr mode_t kRights = 07777;
+constexpr mode_t kAccess = 0777;
+constexpr mode_t kNewFolder = 0755;
+constexpr mode_t kOthersWrite = S_IWGRP | S_IWOTH;
+
+/* Those that the library makes where they are missing. */
+constexpr const char *kOwnFolders[] = {paths::kTempFolder,        paths::kLockFolder,
+                                       paths::kIpcFolder,         paths::kSubscribeFolder,
+                                       paths::kSubscribeFolderEx, paths::kTraceMaskFolder};
+
+/* Those of the device's image in which it keeps files. */
+constexpr const char *kImageFolders[] = {paths::kDataFolder, paths::kUserFolder, paths::kPermanentFolder};
+
+bool is_open(const char *path) {
+    struct stat found = {};
+    return ::stat(path, &found) == 0 && (found.st_mode & kOthersWrite) != 0;
+}
+
+void warn_of_others(const char *path) {
+    struct stat found = {};
+    if (::stat(path, &found) != 0) {
+        return;
+    }
+    if ((found.st_mode & kOthersWrite) != 0 || !is_trusted_owner(found.st_uid)) {
+        FRWK_WARN("others can write the working folder %s: owner %u, mode %04o", path, found.st_uid,
+                  found.st_mode & kRights);
+    }
+}
+
+}  // namespace
+
+void close_folder(const char *path, bool made) {
+    const UniqueFd fd(::open(path, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+    struct stat found = {};
+    if (!fd || ::fstat(fd.get(), &found) != 0 || found.st_uid != ::geteuid()) {
+        return;
+    }
+
+    const mode_t present = found.st_mode & kRights;
+    const mode_t wanted = made ? (present & ~kAccess) | kNewFolder : present & ~kOthersWrite;
+    if (wanted == present) {
+        return;
+    }
+    if (::fchmod(fd.get(), wanted) != 0) {
+        FRWK_WARN_ERRNO("close working folder error!");
+    } else if (!made) {
+        FRWK_WARN("others could write the working folder %s, mode %04o: now it is %04o", path, present,
+                  wanted);
+    }
+}
+
+void make_guarded_folder(const char *path) {
+    const bool made = os_file_exist(path) == 0;
+    if (made) {
+        shell_on_path("mkdir -p", path);
+    }
+    close_folder(path, made);
+}
+
+/* The shell's mkdir would leave /tmp/m_tmp open to all for a moment where the umask does. */
+void make_guarded_temp_folder(const char *path) {
+    if (os_file_exist(paths::kTempFolder) == 0 && ::mkdir(paths::kTempFolder, kNewFolder) == 0) {
+        close_folder(paths::kTempFolder, true);
+    }
+    make_guarded_folder(path);
+}
+
+void close_temp_folder() {
+    if (!is_open(paths::kTempFolder)) {
+        return;
+    }
+    close_folder(paths::kTempFolder, false);
+    for (const char *folder : {paths::kLockFolder, paths::kIpcFolder}) {
+        (void)set_aside_planted(folder, FolderOwner::kTrusted);
+    }
+}
+
+void watch_working_folders() {
+    for (const char *folder : kOwnFolders) {
+        if (is_open(folder)) {
+            close_folder(folder, false);
+        }
+        warn_of_others(folder);
+    }
+    for (const char *folder : kImageFolders) {
+        warn_of_others(folder);
+    }
+}
