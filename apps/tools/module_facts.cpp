@@ -6,6 +6,7 @@
 #include <cstdio>
 
 #include "frwk_common.h"
+#include "lock_table.h"
 
 namespace {
 
@@ -44,7 +45,7 @@ std::string flag_word(uint32_t bit) {
 pid_t lock_holder(const std::string &path) {
     const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
     if (fd < 0) {
-        return 0;
+        return listed_lock_holder(path);
     }
     struct flock lock = {};
     lock.l_type = F_WRLCK;

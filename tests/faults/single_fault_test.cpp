@@ -65,7 +65,9 @@ TEST_F(SingleFault, AListOfSubscribersThatCannotBeReadGetsNoSecondLine) {
 
 TEST_F(SingleFault, AListOfSubscribersThatCannotBeOpenedGetsNoSecondLine) {
     put_text(kSubscribers, "monitor_tool\n");
-    EXPECT_EQ(E_APPS_ERR_IO, fail_first(Call::open64, EMFILE, [] { return frwk_ipc_msg_sub(kEvent); }));
+    constexpr size_t kAfterTheLock = 1;
+    EXPECT_EQ(E_APPS_ERR_IO,
+              fail_nth(Call::open64, kAfterTheLock, EMFILE, [] { return frwk_ipc_msg_sub(kEvent); }));
     EXPECT_EQ("monitor_tool\n", file_text(kSubscribers));
 }
 

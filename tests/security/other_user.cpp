@@ -3,14 +3,17 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+int as_other_user(const std::function<int()> &body) {
+    const pid_t pid = ::fork();
+    if (pid == 0) {
+        ::_exit(::setresuid(kOtherUser, kOtherUser, kOtherUser) == 0 ? body() : 255);
+    }
+    int status = 0;
+    const bool ended = pid > 0 && ::waitpid(pid, &status, 0) == pid && WIFEXITED(status);
+    return ended ? WEXITSTATUS(status) : -1;
+}
+
 bool other_user_exists() {
-    static const bool exists = [] {
-        const pid_t pid = ::fork();
-        if (pid == 0) {
-            ::_exit(::setresuid(kOtherUser, kOtherUser, kOtherUser) == 0 ? 0 : 1);
-        }
-        int status = 1;
-        return pid > 0 && ::waitpid(pid, &status, 0) == pid && status == 0;
-    }();
+    static const bool exists = as_other_user([] { return 0; }) == 0;
     return exists;
 }

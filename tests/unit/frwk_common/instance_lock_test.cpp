@@ -172,6 +172,25 @@ TEST_F(InstanceLockTest, EndsTheProcessWhenTheFileCanNotBeOpened) {
     expect_ended(take(), "can't open /tmp/m_tmp/lock/wlan\n");
 }
 
+TEST_F(InstanceLockTest, EndsTheProcessWhenTheFileHasNoStream) {
+    libc::fdopen.stand_in([](int, const char *) -> FILE * {
+        errno = ENOMEM;
+        return nullptr;
+    });
+    expect_ended(take(), "can't open /tmp/m_tmp/lock/wlan\n");
+}
+
+TEST_F(InstanceLockTest, IsItsOwnersAlone) {
+    write_file(kFile, "old");
+    ASSERT_EQ(chmod(kFile, 0666), 0);
+    const ChildEnd end = take([] {
+        struct stat info = {};
+        (void)stat(kFile, &info);
+        return std::to_string(info.st_mode & 07777);
+    });
+    EXPECT_EQ(end.report, std::to_string(0600));
+}
+
 TEST_F(InstanceLockTest, MakesItsFolderAndSyncs) {
     ASSERT_EQ(rmdir(kFolder), 0);
     const ChildEnd end = run_in_child([] {

@@ -191,6 +191,43 @@ TEST_F(IpcListenerTest, IgnoresARefusedReuseOfTheAddress) {
     EXPECT_TRUE(answers());
 }
 
+TEST_F(IpcListenerTest, HasItsModeBeforeItHasAFile) {
+    mode_t mode = 0;
+    libc::fchmod.stand_in([&mode](int fd, mode_t wanted) {
+        mode = wanted;
+        EXPECT_FALSE(exists(kFile));
+        return libc::fchmod.real(fd, wanted);
+    });
+    const mode_t before = umask(0);
+    ASSERT_GE(make(), 0);
+    (void)umask(before);
+    EXPECT_EQ(mode, 0755u);
+    struct stat info = {};
+    ASSERT_EQ(stat(kFile, &info), 0);
+    EXPECT_EQ(info.st_mode & 07777u, 0755u);
+}
+
+TEST_F(IpcListenerTest, ReportsAModeThatCanNotBeSetAndClosesTheSocket) {
+    watch_socket();
+    libc::fchmod.stand_in([](int, mode_t) {
+        errno = EPERM;
+        return -1;
+    });
+    EXPECT_EQ(make(), -1);
+    EXPECT_TRUE(
+        logged_once(log_, kWarningLevel, "frwk_ipc_socket", with_errno("set ipc socket mode error!", EPERM)));
+    EXPECT_FALSE(is_open(made_));
+    EXPECT_EQ(libc::bind.calls(), 0u);
+}
+
+TEST_F(IpcListenerTest, AFolderOfItsOwnInItsPlaceIsLeftAlone) {
+    ASSERT_EQ(mkdir(kFile, 0755), 0);
+    EXPECT_EQ(make(), -1);
+    EXPECT_TRUE(
+        logged_once(log_, kWarningLevel, "frwk_ipc_socket", with_errno("socket bind error!", EADDRINUSE)));
+    EXPECT_EQ(rmdir(kFile), 0);
+}
+
 TEST_F(IpcListenerTest, ReportsAFailedBindAndClosesTheSocket) {
     watch_socket();
     libc::bind.stand_in([](int, const sockaddr *, socklen_t) {

@@ -165,7 +165,7 @@ TEST_F(UnsubscribeTest, FailsOnAFileThatMayNotBeRead) {
 
 TEST_F(UnsubscribeTest, FailsOnAFileThatMayNotBeWritten) {
     write_file(kLinkFile, "wlan\nrouter\n");
-    refuse_to_open(O_TRUNC, EROFS);
+    refuse_to_open(O_CREAT, EROFS);
     EXPECT_EQ(frwk_ipc_msg_unsub("link"), 12);
     EXPECT_TRUE(logged_once(log_, kWarningLevel, kUnsub, with_errno(kNotOpened, EROFS)));
     EXPECT_EQ(read_file(kLinkFile), "wlan\nrouter\n");
@@ -248,7 +248,7 @@ TEST_F(UnsubscribeTest, AKeyThatNamesALinkLeadsNowhere) {
 
 TEST_F(UnsubscribeTest, LetsTheLockGoWhateverTheResult) {
     write_file(kLinkFile, "router\n");
-    refuse_to_open(O_TRUNC, EROFS);
+    refuse_to_open(O_CREAT, EROFS);
     EXPECT_EQ(frwk_ipc_msg_unsub("link"), 12);
     EXPECT_EQ(frwk_ipc_msg_sub("link"), 0);
     libc::open.restore();

@@ -12,9 +12,8 @@
 #include "frwk_common/record_lock.h"
 #include "internal/frwk_log.h"
 #include "internal/frwk_paths.h"
-#include "internal/owned.h"
-#include "internal/shell.h"
-#include "os_file.h"
+#include "internal/guarded_file.h"
+#include "internal/guarded_folder.h"
 
 namespace {
 
@@ -31,13 +30,11 @@ std::FILE *g_s_instance_lock_file = nullptr;
 }  // namespace
 
 void take_instance_lock(const char *module_name) {
-    if (os_file_exist(paths::kLockFolder) == 0) {
-        shell_on_path("mkdir -p", paths::kLockFolder);
-    }
+    make_guarded_temp_folder(paths::kLockFolder);
 
     char path[kLockPathSize];
     (void)std::snprintf(path, sizeof(path), "%s/%s", paths::kLockFolder, module_name);
-    UniqueFile file(std::fopen(path, "w+e"));
+    UniqueFile file = open_lock_file(path);
     if (!file) {
         die("can't open %s\n", path);
     }

@@ -3,30 +3,37 @@
  */
 #include "frwk_common/ipc_listener.h"
 
+#include <sys/stat.h>
 #include <unistd.h>
+
+#include <cerrno>
 
 #include "frwk_common.h"
 #include "frwk_common/ipc_address.h"
 #include "internal/frwk_log.h"
 #include "internal/frwk_paths.h"
+#include "internal/guarded_folder.h"
 #include "internal/owned.h"
-#include "internal/shell.h"
-#include "os_file.h"
+#include "internal/planted.h"
 
 namespace {
 
 constexpr int kBacklog = 128;
 
-void make_ipc_folder() {
-    if (os_file_exist(paths::kIpcFolder) == 0) {
-        shell_on_path("mkdir -p", paths::kIpcFolder);
+/* Who may write to the socket may connect, and so may end the module: its owner and root alone. */
+constexpr mode_t kSocketMode = 0755;
+
+/* The file of an earlier run would refuse the bind for ever, and so would whatever another user put there. */
+void remove_old_socket(const char *path) {
+    if (::unlink(path) != 0 && errno != ENOENT) {
+        (void)set_aside_planted(path, FolderOwner::kTrusted);
     }
 }
 
 }  // namespace
 
 int frwk_ipc_socket() {
-    make_ipc_folder();
+    make_guarded_temp_folder(paths::kIpcFolder);
 
     UniqueFd fd(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
     if (!fd) {
@@ -39,10 +46,14 @@ int frwk_ipc_socket() {
         FRWK_WARN_ERRNO("set socket reuse address error!");
     }
 
-    // The file of an earlier run would refuse the bind for ever.
-    const IpcAddress address = ipc_address(frwk_module_name(-1));
-    (void)::unlink(address.un.sun_path);
+    // Before there is a file, which the bind makes with this mode less the umask.
+    if (::fchmod(fd.get(), kSocketMode) < 0) {
+        FRWK_WARN_ERRNO("set ipc socket mode error!");
+        return -1;
+    }
 
+    const IpcAddress address = ipc_address(frwk_module_name(-1));
+    remove_old_socket(address.un.sun_path);
     if (::bind(fd.get(), address.get(), IpcAddress::size()) < 0) {
         FRWK_WARN_ERRNO("socket bind error!");
         return -1;

@@ -18,6 +18,7 @@
 #include "frwk_common/process_state.h"
 #include "internal/frwk_log.h"
 #include "internal/frwk_paths.h"
+#include "internal/guarded_folder.h"
 #include "internal/shell.h"
 #include "internal/uninterrupted.h"
 #include "os_file.h"
@@ -118,6 +119,7 @@ void frwk_module_init(int32_t id, frwk_exit_handler_t exit_handler) {
 
     const frwk_module_info &row = g_modules_info[id];
     const char *name = row.name != nullptr ? row.name : "";
+    close_temp_folder();
     if (frwk_module_feature(id, kSingleInstanceFlags) != 0) {
         take_instance_lock(name);
     }
@@ -126,6 +128,7 @@ void frwk_module_init(int32_t id, frwk_exit_handler_t exit_handler) {
     reset_process_state(id, exit_handler);
     prepare_memory(row.memory);
     prepare_log(row);
+    watch_working_folders();
     frwk_load_module_run();
 
     if (frwk_module_feature(id, kServingFlags) != 0) {

@@ -8,6 +8,18 @@
 
 #include <cerrno>
 
+#include "internal/guarded_file.h"
+
+namespace {
+
+constexpr mode_t kLockFileMode = 0600;
+
+}  // namespace
+
+UniqueFile open_lock_file(const char *path) {
+    return open_guarded_stream(path, O_RDWR | O_CREAT | O_TRUNC, kLockFileMode, Planted::kSetAside, "w+");
+}
+
 RecordLock lock_whole_file(std::FILE *file) {
     struct flock whole = {};
     whole.l_type = F_WRLCK;

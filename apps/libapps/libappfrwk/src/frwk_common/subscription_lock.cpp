@@ -4,7 +4,6 @@
  */
 #include "frwk_common/subscription_lock.h"
 
-#include <cstdio>
 #include <mutex>
 
 #include "frwk_common.h"
@@ -26,7 +25,7 @@ int32_t frwk_ipc_subscribe_lock() {
     std::unique_lock<std::mutex> threads(g_s_sub_lock_mutex);
 
     for (;;) {
-        UniqueFile file(std::fopen(paths::kSubscribeLock, "w+e"));
+        UniqueFile file = open_lock_file(paths::kSubscribeLock);
         if (!file) {
             FRWK_WARN_ERRNO("can't create subscribe lock file!");
             return 0;
