@@ -403,8 +403,8 @@ const char *frwk_get_filename(const char *path);
  * Keeps the reason of the next reboot, which frwk_reboot_reason_get returns after it.
  *
  * reason: any number; its meaning is the modules' own.
- * Returns 0, or what system(3) returns when the file can't be written. It waits until the reason is on the
- * disk.
+ * Returns 0, or what system(3) returns when the file can't be written; -1 when the file is a symbolic link,
+ * or another user has put there what can't be set aside. It waits until the reason is on the disk.
  */
 int32_t frwk_reboot_reason_save(int32_t reason);
 

@@ -162,7 +162,8 @@ TEST_F(SubscribeTest, IsWrittenInOneCall) {
 
 TEST_F(SubscribeTest, DoesNotWaitForAPipeInPlaceOfTheFile) {
     ASSERT_EQ(mkfifo(kLinkFile, 0644), 0);
-    EXPECT_EQ(frwk_ipc_msg_sub("link"), 0);
+    EXPECT_EQ(frwk_ipc_msg_sub("link"), 12);
+    EXPECT_TRUE(logged_once(log_, kWarningLevel, kSub, with_errno(kNotOpened, EINVAL)));
     EXPECT_EQ(frwk_ipc_msg_unsub("link"), 0);
 }
 

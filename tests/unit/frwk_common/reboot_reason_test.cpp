@@ -89,17 +89,27 @@ TEST_F(RebootReason, AFileThatCanNotBeWrittenIsTheShellsFailure) {
     EXPECT_EQ(0, frwk_reboot_reason_get());
 }
 
+TEST_F(RebootReason, NothingIsWrittenThroughALink) {
+    const std::string target = std::string(kReason) + ".target";
+    ASSERT_EQ(0, symlink(target.c_str(), kReason));
+    EXPECT_EQ(-1, frwk_reboot_reason_save(1));
+    EXPECT_TRUE(logged_once(log_, kWarningLevel, "frwk_reboot_reason_save",
+                            with_errno("open reboot reason file error!", ELOOP)));
+    EXPECT_FALSE(exists(target));
+    EXPECT_EQ(0u, base::os_system.calls());
+}
+
 TEST_F(RebootReason, WithoutAFileThereIsNoReason) {
     EXPECT_EQ(0, frwk_reboot_reason_get());
     EXPECT_TRUE(logged_once(log_, kDebugLevel, "frwk_reboot_reason_get", "reboot reason file not exist!"));
-    EXPECT_EQ(0u, libc::fopen.calls());
+    EXPECT_EQ(0u, libc::open.calls());
 }
 
 TEST_F(RebootReason, AFileThatCanNotBeOpenedIsLogged) {
     write_file(kReason, "12");
-    libc::fopen.stand_in([](const char *, const char *) -> FILE * {
+    libc::open.stand_in([](const char *, int, mode_t) {
         errno = EMFILE;
-        return nullptr;
+        return -1;
     });
     EXPECT_EQ(0, frwk_reboot_reason_get());
     EXPECT_TRUE(logged_once(log_, kWarningLevel, "frwk_reboot_reason_get",

@@ -1,6 +1,7 @@
 /*
  * Events: who subscribed is written in files, and publishing sends each module that is listed a message.
  */
+#include <cerrno>
 #include <cstdio>
 
 #include "frwk_common.h"
@@ -9,6 +10,7 @@
 #include "frwk_common/subscription_lock.h"
 #include "internal/frwk_log.h"
 #include "internal/frwk_paths.h"
+#include "internal/guarded_folder.h"
 #include "internal/shell.h"
 #include "os_file.h"
 
@@ -22,9 +24,10 @@ const char *own_name() {
 /* Empties a subscription folder, or makes it. */
 void init_folder(const char *folder) {
     if (os_file_exist(folder) == 0) {
-        shell_on_path("mkdir -p", folder);
+        make_guarded_folder(folder);
         return;
     }
+    close_folder(folder, false);
     char command[64];
     (void)std::snprintf(command, sizeof(command), "rm -rf %s/*", folder);  // one of two fixed folders
     shell_and_sync(command);
@@ -91,12 +94,11 @@ apps_err_e_type frwk_ipc_msg_unsub(const char *event) {
 
 void frwk_ipc_msg_pub(const char *event, apps_message_id_e_type msgid, const void *data, uint32_t len) {
     const SubscriptionFile file(event);
-    if (file.is_empty()) {
-        return;
-    }
     SubscriptionLines lines(file);
     if (!lines) {
-        FRWK_WARN("open envent key(%s) file failed!", file.path());
+        if (errno != ENOENT && !file.is_empty()) {
+            FRWK_WARN("open envent key(%s) file failed!", file.path());
+        }
         return;
     }
 

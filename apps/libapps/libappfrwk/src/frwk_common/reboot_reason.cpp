@@ -11,6 +11,7 @@
 #include "internal/decimal.h"
 #include "internal/frwk_log.h"
 #include "internal/frwk_paths.h"
+#include "internal/guarded_file.h"
 #include "internal/owned.h"
 #include "internal/shell.h"
 #include "os_file.h"
@@ -20,9 +21,25 @@ namespace {
 /* What is read of a reason file, whose number has 11 characters at most. */
 constexpr size_t kReasonLength = 31;
 
+constexpr mode_t kReasonFileMode = 0644;
+
+/*
+ * Makes the file, since the shell would follow a link, and write to whatever another user put there. What
+ * else keeps it from being made is the shell's to report.
+ */
+bool make_reason_file() {
+    const UniqueFd fd =
+        open_guarded(paths::kRebootReason, O_WRONLY | O_CREAT, kReasonFileMode, Planted::kSetAside);
+    return fd || (errno != ELOOP && errno != EPERM);
+}
+
 }  // namespace
 
 int32_t frwk_reboot_reason_save(int32_t reason) {
+    if (!make_reason_file()) {
+        FRWK_WARN_ERRNO("open reboot reason file error!");
+        return -1;
+    }
     ShellCommand<256> command;
     command.add("echo -n %d > ", reason).add_word(paths::kRebootReason);
     const int32_t result = run_shell(command.text());
@@ -36,7 +53,7 @@ int32_t frwk_reboot_reason_get(void) {
         return 0;
     }
 
-    const UniqueFile file(std::fopen(paths::kRebootReason, "re"));
+    const UniqueFile file = open_guarded_stream(paths::kRebootReason, O_RDONLY, 0, Planted::kRefuse, "r");
     if (!file) {
         FRWK_WARN_ERRNO("fopen reboot reason file error!");
         return 0;

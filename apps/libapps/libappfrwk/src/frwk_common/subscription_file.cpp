@@ -14,6 +14,7 @@
 #include <string_view>
 
 #include "internal/frwk_paths.h"
+#include "internal/guarded_file.h"
 #include "internal/letter_case.h"
 #include "internal/small_buffer.h"
 #include "internal/uninterrupted.h"
@@ -22,7 +23,8 @@
 
 namespace {
 
-constexpr mode_t kNewFileMode = 0666;
+/* Publishers of other users may read it. */
+constexpr mode_t kFileMode = 0644;
 
 /* Longer lines are taken in pieces of this many characters, the line end counted. */
 constexpr size_t kLineChars = 62;
@@ -42,7 +44,7 @@ bool is_file_name(std::string_view name) {
 /* Whether a line of the file is this name; nothing, and errno set, when it can't be read to its end. */
 std::optional<bool> lists(const SubscriptionFile &file, const char *name) {
     if (file.is_empty()) {
-        return false;  // Or a pipe in its place, on which opening it would wait.
+        return false;
     }
     SubscriptionLines lines(file);
     if (!lines) {
@@ -126,7 +128,7 @@ UniqueFd SubscriptionFile::open(int flags) const {
         errno = EINVAL;
         return UniqueFd();
     }
-    return UniqueFd(::open(path_, flags | O_NOFOLLOW | O_CLOEXEC, kNewFileMode));  // a link leads elsewhere
+    return open_guarded(path_, flags, kFileMode, Planted::kRefuse);
 }
 
 // cppcheck-suppress uninitMemberVar ; the buffers are filled before they are read, as used_ and filled_ say

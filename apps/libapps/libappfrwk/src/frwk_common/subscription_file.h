@@ -24,8 +24,8 @@ class SubscriptionFile {
     uint64_t size() const;
 
     /*
-     * Opens it; nothing owned, and errno set, when that fails. It does for a key that names no file, or a
-     * symbolic link.
+     * Opens it; nothing owned, and errno set, when that fails. It does for a key that names no file, for a
+     * symbolic link, and for a file that another user has put there.
      */
     UniqueFd open(int flags) const;
 

@@ -12,6 +12,8 @@
 #include "frwk_utils.h"
 #include "internal/frwk_log.h"
 #include "internal/frwk_paths.h"
+#include "internal/guarded_file.h"
+#include "internal/guarded_folder.h"
 #include "internal/owned.h"
 #include "internal/shell.h"
 #include "os_file.h"
@@ -20,6 +22,9 @@ namespace {
 
 constexpr size_t kPathSize = 128;
 constexpr size_t kMaskSize = 256;
+
+/* The modem service reads it. */
+constexpr mode_t kMaskFileMode = 0644;
 
 /* The modules that the modem service traces under their own names. */
 constexpr int32_t kNamedModules[] = {E_APPS_MODULE_ROUTER, E_APPS_MODULE_WLAN, E_APPS_MODULE_DEVICE,
@@ -100,12 +105,15 @@ void remove_mask_file() {
 void make_mask_folder() {
     if (os_file_exist(paths::kTraceMaskFolder) == 0) {
         (void)run_on_path("mkdir -p", paths::kTraceMaskFolder);
+        close_folder(paths::kTraceMaskFolder, true);
     }
 }
 
 /* Returns null, or what could not be done to the file, with its cause in errno. */
 const char *write_mask_file(const MaskText &mask) {
-    const UniqueFile file(std::fopen(paths::kTraceMask, "w+e"));
+    const int flags = O_RDWR | O_CREAT | O_TRUNC;
+    const UniqueFile file =
+        open_guarded_stream(paths::kTraceMask, flags, kMaskFileMode, Planted::kSetAside, "w+");
     if (!file) {
         return "create mals tracemask file error!";
     }
