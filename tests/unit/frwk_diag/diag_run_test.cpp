@@ -194,6 +194,48 @@ TEST_F(DiagRun, AMissingOutputIsReported) {
     EXPECT_STREQ(kPingFile, context_.path);
 }
 
+TEST_F(DiagRun, WithoutItsFileNothingIsRun) {
+    libc::open.stand_in([](const char *, int, mode_t) {
+        errno = EMFILE;
+        return -1;
+    });
+    EXPECT_EQ(E_APPS_ERR_IO, ping());
+    EXPECT_TRUE(logged_once(log_, kWarningLevel, with_errno("open diag log file error!", EMFILE)));
+    EXPECT_EQ(0u, base::os_system.calls());
+}
+
+TEST_F(DiagRun, AFileThatCanNotBeMarkedIsReported) {
+    libc::ftruncate.stand_in([](int, off_t) {
+        errno = EIO;
+        return -1;
+    });
+    EXPECT_EQ(E_APPS_ERR_IO, ping());
+    EXPECT_TRUE(logged_once(log_, kWarningLevel, with_errno("open diag log file error!", EIO)));
+    EXPECT_EQ(0u, base::os_system.calls());
+}
+
+TEST_F(DiagRun, AnOutputWithoutAStreamIsReported) {
+    libc::fdopen.stand_in([](int, const char *) -> FILE * {
+        errno = ENOMEM;
+        return nullptr;
+    });
+    EXPECT_EQ(E_APPS_ERR_IO, ping());
+    EXPECT_TRUE(logged_once(log_, kWarningLevel, with_errno("open diag log file error!", ENOMEM)));
+    EXPECT_EQ(nullptr, context_.fp);
+}
+
+TEST_F(DiagRun, AnOutputThatIsGoneIsReported) {
+    base::os_system.stand_in([](const char *) { return unlink(kPingFile); });
+    EXPECT_EQ(E_APPS_ERR_IO, ping());
+    EXPECT_TRUE(logged_once(log_, kWarningLevel, with_errno("open diag log file error!", ENOENT)));
+}
+
+TEST_F(DiagRun, OneByteIsAnOutput) {
+    output_ = "x";
+    EXPECT_EQ(E_APPS_ERR_SUCCESS, ping());
+    EXPECT_STREQ("x", context_.buf.data);
+}
+
 TEST_F(DiagRun, ABufferThatCanNotGrowIsReported) {
     base::zn_bf_grow.stand_in([this](zn_bf_t *, uint32_t size) {
         EXPECT_EQ(output_.size(), size);

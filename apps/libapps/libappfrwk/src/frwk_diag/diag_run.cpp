@@ -9,9 +9,11 @@
 #include <cstdio>
 #include <cstring>
 #include <optional>
+#include <utility>
 
 #include "frwk_diag.h"
 #include "frwk_diag/diag_command.h"
+#include "frwk_diag/diag_output.h"
 #include "internal/frwk_log.h"
 #include "internal/frwk_paths.h"
 #include "internal/optional_calls.h"
@@ -116,9 +118,11 @@ apps_err_e_type frwk_diag_exec(int32_t type, const frwk_diag_req *req, frwk_diag
     if (!add_diag_command(type, *req, ctx->path, &command)) {
         return E_APPS_ERR_PARAM;
     }
-    run_tool(command.text());
-
-    ctx->fp = std::fopen(ctx->path, "re");
+    UniqueFd output = make_diag_output(ctx->path);
+    if (output) {
+        run_tool(command.text());
+    }
+    ctx->fp = open_diag_output(std::move(output), ctx->path).take();
     if (ctx->fp == nullptr) {
         FRWK_WARN_ERRNO("open diag log file error!");
         return E_APPS_ERR_IO;

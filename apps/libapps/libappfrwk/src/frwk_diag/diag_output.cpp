@@ -1,0 +1,52 @@
+/*
+ * Until a shell opens the file, which empties it, it holds one NUL: so a tool that printed nothing is told
+ * from one that was never run.
+ */
+#include "frwk_diag/diag_output.h"
+
+#include <sys/stat.h>
+
+#include <cerrno>
+
+#include "internal/guarded_file.h"
+
+namespace {
+
+constexpr mode_t kMode = 0600;
+constexpr off_t kUntouchedSize = 1;
+
+/* Whether a shell has opened the file, and it is still there; errno tells why not. */
+bool was_written(int fd, const char *path) {
+    struct stat found = {};
+    if (::fstat(fd, &found) != 0) {
+        return false;
+    }
+    char only = '\0';
+    const bool untouched = found.st_size == kUntouchedSize && ::read(fd, &only, 1) == 1 && only == '\0';
+    if (untouched) {
+        (void)::unlink(path);
+    }
+    errno = ENOENT;
+    return !untouched && found.st_nlink != 0;
+}
+
+}  // namespace
+
+UniqueFd make_diag_output(const char *path) {
+    UniqueFd output = open_guarded(path, O_RDWR | O_CREAT | O_TRUNC, kMode, Planted::kSetAside);
+    if (output && ::ftruncate(output.get(), kUntouchedSize) != 0) {
+        output.reset();
+    }
+    return output;
+}
+
+UniqueFile open_diag_output(UniqueFd output, const char *path) {
+    if (!output || !was_written(output.get(), path)) {
+        return UniqueFile();
+    }
+    UniqueFile file(::fdopen(output.get(), "r"));
+    if (file) {
+        (void)output.take();
+    }
+    return file;
+}

@@ -1,0 +1,20 @@
+/*
+ * The file that a diagnostic's tool prints to. It is made before the tool runs, since the shell would follow
+ * a link of its name, and write to whatever another user put there; and it is the one that is read, whatever
+ * has its name then.
+ */
+#pragma once
+
+#include "internal/owned.h"
+
+/* Makes the file. Returns nothing owned, with errno set, when that fails. */
+UniqueFd make_diag_output(const char *path);
+
+/*
+ * The file for reading, after the tool has run.
+ *
+ * output: what make_diag_output gave. path: where it was made.
+ * Returns nothing owned, with errno set, when it was not made, when it is gone, and when no shell has opened
+ * it: then it is removed.
+ */
+UniqueFile open_diag_output(UniqueFd output, const char *path);
