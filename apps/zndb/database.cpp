@@ -140,8 +140,8 @@ void Database::load() {
         load_one(held);
     }
     until_reboot_.note_saved(store(StoreId::kPlain));
-    drop_leftover(zndb_paths::kJournalFile);
     (void)open_journal(); /* or at the first request */
+    drop_leftover(zndb_paths::kJournalFile);
 }
 
 void Database::load_one(Held &held) {

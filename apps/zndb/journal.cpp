@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cerrno>
 
+#include "journal_file.h"
 #include "line_reader.h"
 #include "os_log.h"
 #include "replacement_file.h"
@@ -76,9 +77,9 @@ int Journal::open(const Replay &replay) {
 
     OwnedFd fd;
     JournalContent content;
-    int error = make_folder_of(path_);
+    int error = make_journal_folder(path_);
     if (error == 0) {
-        error = open_file(path_, O_RDWR | O_APPEND | O_CREAT | O_NOFOLLOW, fd);
+        error = open_journal_file(path_, O_RDWR | O_APPEND | O_CREAT, fd);
     }
     if (error == 0) {
         error = read_lines(fd.get(), content);

@@ -56,6 +56,7 @@ ZndbRequest beside(const Files &unfinished, ZndbRequest request) {
 
 ZndbRequest late(ZndbRequest request) {
     request.late_journal = true;
+    request.refusals.push_back(E_APPS_ERR_ZNDB_READ_ONLY); /* its rights can't be narrowed */
     return request;
 }
 

@@ -173,6 +173,54 @@ TEST_F(JournalTest, ALinkInItsPlaceIsNotFollowed) {
     EXPECT_EQ("precious", content_of(victim));
 }
 
+TEST_F(JournalTest, AFileWithASecondNameIsSetAside) {
+    put_file(kFolder + "/other", "P+a=1\n");
+    ASSERT_EQ(0, ::link((kFolder + "/other").c_str(), kPath.c_str()));
+    Journal journal(kPath);
+    EXPECT_EQ(0, open(journal));
+    EXPECT_EQ("", replayed_);
+    EXPECT_EQ(0, journal.append(kSetB));
+    EXPECT_EQ("P+a=1\n", content_of(kFolder + "/other"));
+    EXPECT_EQ(1u, log_.count(kPath + " was not ours")) << log_.text();
+}
+
+TEST_F(JournalTest, AFileWithASecondNameThatStaysIsRefused) {
+    put_file(kFolder + "/other", "P+a=1\n");
+    ASSERT_EQ(0, ::link((kFolder + "/other").c_str(), kPath.c_str()));
+    doubles::libc::rename.stand_in([](const char *, const char *) {
+        errno = EROFS;
+        return -1;
+    });
+    Journal journal(kPath);
+    EXPECT_EQ(EPERM, open(journal));
+    EXPECT_EQ("", replayed_);
+    EXPECT_EQ(1u, log_.count("can't be set aside! errno=30")) << log_.text();
+}
+
+TEST_F(JournalTest, FolderAndFileThatWereOpenToAllAreNarrowed) {
+    put_file(kPath, "P+a=1\n");
+    ASSERT_EQ(0, ::chmod(kFolder.c_str(), 0777));
+    ASSERT_EQ(0, ::chmod(kPath.c_str(), 0666));
+    Journal journal(kPath);
+    EXPECT_EQ(0, open(journal));
+    EXPECT_EQ("P+a=1\n", replayed_);
+    EXPECT_EQ(0755u, mode_of(kFolder));
+    EXPECT_EQ(0600u, mode_of(kPath));
+}
+
+TEST_F(JournalTest, AFolderThatCanNotBeNarrowedIsAnError) {
+    put_file(kPath, "P+a=1\n");
+    ASSERT_EQ(0, ::chmod(kFolder.c_str(), 0777));
+    doubles::libc::fchmod.stand_in([](int, mode_t) {
+        errno = EROFS;
+        return -1;
+    });
+    Journal journal(kPath);
+    EXPECT_EQ(EROFS, open(journal));
+    doubles::libc::fchmod.restore();
+    EXPECT_EQ(0, open(journal));
+}
+
 /* ---- Appending ------------------------------------------------------------------------------------- */
 
 class OpenJournal : public JournalTest {
