@@ -1,0 +1,171 @@
+/*
+ * Working folders that others can write: closed where they are the module's own, and told in the log where
+ * they are not.
+ */
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <string>
+
+#include "frwk_common.h"
+#include "os_log.h"
+#include "security/folders/attacked_device.h"
+#include "security/other_user.h"
+#include "support/module_process.h"
+
+namespace {
+
+constexpr int kWlan = 5;
+constexpr char kTempFolder[] = "/tmp/m_tmp";
+constexpr char kLockFolder[] = "/tmp/m_tmp/lock";
+constexpr char kIpcFolder[] = "/tmp/m_tmp/ipc";
+constexpr char kSubscribeFolder[] = "/m_data/usr/subscribe";
+constexpr char kMaskFolder[] = "/m_data/usr/mask";
+constexpr char kPermanentFolder[] = "/m_data/usr_permanent";
+/* There is one where the tests are root's and have no user namespace of their own. */
+constexpr uid_t kThirdUser = 60002;
+
+constexpr char kNews[] = "the working folder ";
+
+class OpenFolder : public testing::Test {
+  protected:
+    OpenFolder() { clean_device(); }
+    ~OpenFolder() override {
+        for (const char *folder : {"/m_data", "/m_data/usr", kPermanentFolder}) {
+            (void)::chmod(folder, 0755);
+        }
+        (void)::rmdir(kMaskFolder);
+        (void)::rmdir(kSubscribeFolder);
+    }
+};
+
+/* What a module of the other user prints to standard error when it starts. */
+std::string errors_of_other_users(int32_t module) {
+    constexpr char kErrors[] = "/tmp/errors_of_other_user";
+    EXPECT_TRUE(write_text(kErrors, ""));
+    EXPECT_EQ(0, ::chmod(kErrors, 0666));
+    (void)as_other_user([&] {
+        const bool kept = std::freopen(kErrors, "w", stderr) != nullptr;
+        os_debug_enable();
+        frwk_module_init(module, nullptr);
+        return kept ? 0 : 1;
+    });
+    const std::string errors = file_text(kErrors);
+    (void)::unlink(kErrors);
+    return errors;
+}
+
+}  // namespace
+
+TEST_F(OpenFolder, OwnFoldersAreClosedAtTheStartAndTheLogSaysSo) {
+    for (const char *folder : {kTempFolder, kLockFolder, kIpcFolder, kSubscribeFolder, kMaskFolder}) {
+        open_to_all(folder);
+    }
+    ModuleProcess wlan(kWlan);
+    for (const char *folder : {kTempFolder, kLockFolder, kIpcFolder, kSubscribeFolder, kMaskFolder}) {
+        EXPECT_EQ(0755u, mode_of(folder)) << folder;
+        const std::string told = kNews + std::string(folder) + ", mode 0777: now it is 0755";
+        EXPECT_TRUE(wlan.process().wait_for_error(told)) << folder;
+    }
+}
+
+TEST_F(OpenFolder, FoldersForOneUserAreNotOpened) {
+    ASSERT_EQ(0, ::mkdir(kIpcFolder, 0700));
+    const ModuleProcess wlan(kWlan);
+    EXPECT_EQ(0700u, mode_of(kIpcFolder));
+}
+
+TEST_F(OpenFolder, FoldersOfTheImageAreLeftAloneAndTold) {
+    for (const char *folder : {"/m_data", "/m_data/usr", kPermanentFolder}) {
+        ASSERT_EQ(0, ::chmod(folder, 0775));
+    }
+    ModuleProcess wlan(kWlan);
+    for (const char *folder : {"/m_data", "/m_data/usr", kPermanentFolder}) {
+        EXPECT_EQ(0775u, mode_of(folder)) << folder;
+        const std::string told = "others can write the working folder " + std::string(folder) + ": owner " +
+                                 std::to_string(::geteuid()) + ", mode 0775";
+        EXPECT_TRUE(wlan.process().wait_for_error(told)) << folder;
+    }
+}
+
+TEST_F(OpenFolder, NothingIsToldOfFoldersThatAreClosed) {
+    ModuleProcess wlan(kWlan);
+    EXPECT_EQ("ret=0 result=0 rsp=6f6b", wlan.ask("sync 5 40000 3 2 text:ok"));
+    EXPECT_EQ(std::string::npos, wlan.process().errors().find(kNews)) << wlan.process().errors();
+}
+
+TEST_F(OpenFolder, AFolderOfAnotherUserIsTold) {
+    if (!other_user_exists()) {
+        GTEST_SKIP() << kNoOtherUser;
+    }
+    ASSERT_EQ(0, ::mkdir(kIpcFolder, 0755));
+    ASSERT_EQ(0, ::chown(kIpcFolder, kOtherUser, ::getegid()));
+    ModuleProcess wlan(kWlan);
+    EXPECT_TRUE(
+        wlan.process().wait_for_error("others can write the working folder /tmp/m_tmp/ipc: owner 60001, "
+                                      "mode 0755"));
+}
+
+/* The other user is the module, and the folder root's. */
+TEST_F(OpenFolder, AnOpenFolderOfRootsIsToldToAModuleOfAnotherUser) {
+    if (!other_user_exists()) {
+        GTEST_SKIP() << kNoOtherUser;
+    }
+    ASSERT_EQ(0, ::chmod(kTempFolder, 01777));
+    const std::string errors = errors_of_other_users(E_APPS_MODULE_MONITOR_TOOL);
+    const std::string told = "others can write the working folder /tmp/m_tmp: owner 0, mode 1777";
+    EXPECT_NE(std::string::npos, errors.find(told)) << errors;
+    EXPECT_EQ(01777u, mode_of(kTempFolder));
+}
+
+TEST_F(OpenFolder, WhatStandsInTheLocksOrTheSocketsFoldersPlaceIsSetAside) {
+    if (!other_user_exists()) {
+        GTEST_SKIP() << kNoOtherUser;
+    }
+    for (const Plant what : kAllPlants) {
+        clean_device();
+        open_to_all(kTempFolder);
+        plant(what, kLockFolder);
+        plant(what, kIpcFolder);
+        ModuleProcess wlan(kWlan);
+        for (const char *folder : {kLockFolder, kIpcFolder}) {
+            EXPECT_EQ(::geteuid(), owner_of(folder)) << name_of(what);
+            EXPECT_EQ(0755u, mode_of(folder)) << name_of(what);
+        }
+        EXPECT_EQ("ret=0 result=0 rsp=6f6b", wlan.ask("sync 5 40000 3 2 text:ok")) << name_of(what);
+        EXPECT_EQ(kPrecious, file_text(kVictim)) << name_of(what);
+    }
+}
+
+/* A link to a folder, so that locks would be made there. */
+TEST_F(OpenFolder, ALinkOfAnotherUserLeadsNowhere) {
+    if (!other_user_exists()) {
+        GTEST_SKIP() << kNoOtherUser;
+    }
+    open_to_all(kTempFolder);
+    ASSERT_EQ(0, as_other_user([] { return ::symlink("/m_data/factor", "/tmp/m_tmp/lock"); }));
+    const ModuleProcess wlan(kWlan);
+    EXPECT_NE(0, ::access("/m_data/factor/wlan", F_OK));
+    EXPECT_EQ(0, ::access("/tmp/m_tmp/lock/wlan", F_OK));
+}
+
+/* In a sticky folder of root's what others put there can't be moved by a third one: it is told, and not used.
+ */
+TEST_F(OpenFolder, WhatCanNotBeSetAsideIsTold) {
+    if (!other_user_exists()) {
+        GTEST_SKIP() << kNoOtherUser;
+    }
+    ASSERT_EQ(0, ::chmod(kTempFolder, 01777));
+    ASSERT_EQ(0, ::mkdir(kLockFolder, 0755));
+    if (::chown(kLockFolder, kThirdUser, ::getegid()) != 0) {
+        GTEST_SKIP() << "there is no third user";
+    }
+    const std::string errors = errors_of_other_users(E_APPS_MODULE_WLAN);
+    EXPECT_NE(std::string::npos,
+              errors.find("/tmp/m_tmp/lock is not ours (owner 60002, mode 0755) and can't be "
+                          "set aside! errno=1"))
+        << errors;
+    EXPECT_NE(std::string::npos, errors.find("can't open /tmp/m_tmp/lock/wlan\n")) << errors;
+}
