@@ -23,10 +23,12 @@ constexpr int64_t kLongestWait = 1000000; /* milliseconds; then it looks again *
 void print_line(const Arrival &arrival) {
     const std::string body =
         arrival.body.empty() ? "" : ": " + shown_text(Stream::kOutput, body_line(arrival.body));
-    (void)std::printf("%s %s %zu %s%s\n",
-                      styled(Stream::kOutput, Style::kStrong, module_text(arrival.src)).c_str(),
-                      message_text(arrival.msgid).c_str(), arrival.body.size(),
-                      arrival.body.size() == 1 ? "byte" : "bytes", body.c_str());
+    (void)std::printf(
+        "%s %s %zu %s%s\n",
+        styled(Stream::kOutput, Style::kStrong, shown_text(Stream::kOutput, module_text(arrival.src)))
+            .c_str(),
+        shown_text(Stream::kOutput, message_text(arrival.msgid)).c_str(), arrival.body.size(),
+        arrival.body.size() == 1 ? "byte" : "bytes", body.c_str());
 }
 
 void print_object(const Arrival &arrival) {

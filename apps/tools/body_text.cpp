@@ -7,8 +7,10 @@
 #include <cstdio>
 #include <cstdlib>
 #include <sstream>
+#include <string_view>
 
-#include "utf8.h"
+#include "cut_text.h"
+#include "utf8_text.h"
 
 namespace {
 
@@ -103,7 +105,7 @@ std::string hex_dump(const std::string &bytes) {
 bool is_text(const std::string &bytes) {
     const std::string text = without_nuls(bytes);
     for (size_t at = 0; at < text.size();) {
-        const size_t length = utf8_length(text, at);
+        const size_t length = utf8_length(std::string_view(text).substr(at));
         if (length == 0 || !is_printable(text[at])) {
             return false;
         }
@@ -118,5 +120,5 @@ std::string without_nuls(const std::string &bytes) {
 
 std::string body_line(const std::string &bytes) {
     const std::string shown = is_text(bytes) ? without_nuls(bytes) : hex_of(bytes);
-    return shown.size() <= kLineBytes ? shown : shown.substr(0, kLineBytes) + "...";
+    return shown.size() <= kLineBytes ? shown : cut_text(shown, kLineBytes) + "...";
 }

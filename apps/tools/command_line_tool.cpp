@@ -12,6 +12,7 @@
 #include "completion_words.h"
 #include "help_text.h"
 #include "near_name.h"
+#include "terminal.h"
 
 namespace {
 
@@ -117,7 +118,7 @@ int run_tool(const ToolWords &words, void (*declare)(CommandLineTool &tool), int
         declare(tool);
         return static_cast<int>(tool.run(argc, argv));
     } catch (const std::exception &error) {
-        (void)std::fprintf(stderr, "%s: %s\n", words.name, error.what());
+        (void)std::fprintf(stderr, "%s: %s\n", words.name, shown_text(Stream::kError, error.what()).c_str());
     }
     return static_cast<int>(ExitCode::kRefused);
 }

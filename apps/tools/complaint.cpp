@@ -9,8 +9,9 @@
 
 ExitCode complain(ExitCode code, const std::string &text) {
     (void)std::fflush(stdout); /* what went well before comes first */
-    const std::string line = styled(Stream::kError, Style::kAlert, program_invocation_short_name) + ": " +
-                             shown_text(Stream::kError, text) + "\n";
+    const std::string line =
+        styled(Stream::kError, Style::kAlert, shown_text(Stream::kError, program_invocation_short_name)) +
+        ": " + shown_text(Stream::kError, text) + "\n";
     (void)std::fwrite(line.data(), 1, line.size(), stderr);
     return code;
 }

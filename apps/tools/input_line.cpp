@@ -4,6 +4,7 @@
 
 #include <cstdio>
 
+#include "terminal.h"
 #include "terminal_mode.h"
 #include "user_signals.h"
 
@@ -24,7 +25,7 @@ bool read_line(const SignalWatch &watch, std::string *line) {
 
 void ask(const std::string &prompt) {
     if (::isatty(STDIN_FILENO) == 1) {
-        (void)std::fputs(prompt.c_str(), stderr);
+        (void)std::fputs(shown_text(Stream::kError, prompt).c_str(), stderr);
     }
 }
 

@@ -2,10 +2,12 @@
 
 #include <cstdio>
 #include <cstring>
+#include <string_view>
 #include <utility>
 
 #include "json_tokens.h"
-#include "utf8.h"
+#include "terminal.h"
+#include "utf8_text.h"
 
 namespace {
 
@@ -19,7 +21,7 @@ using Tokener = std::unique_ptr<json_tokener, TokenerRelease>;
 std::string as_utf8(const std::string &text) {
     std::string clean;
     for (size_t at = 0; at < text.size();) {
-        const size_t length = utf8_length(text, at);
+        const size_t length = utf8_length(std::string_view(text).substr(at));
         clean += length > 0 ? text.substr(at, length) : kReplacement;
         at += length > 0 ? length : 1;
     }
@@ -27,7 +29,8 @@ std::string as_utf8(const std::string &text) {
 }
 
 void print_with(const Json &value, int flags) {
-    (void)std::puts(json_object_to_json_string_ext(value.get(), flags | JSON_C_TO_STRING_NOSLASHESCAPE));
+    const char *text = json_object_to_json_string_ext(value.get(), flags | JSON_C_TO_STRING_NOSLASHESCAPE);
+    (void)std::puts(shown_json(Stream::kOutput, text).c_str());
 }
 
 }  // namespace

@@ -28,11 +28,12 @@ LiveScreen::~LiveScreen() {
 }
 
 /* The last line gets no line end, which would scroll. */
-bool LiveScreen::draw(const std::vector<std::string> &lines) const {
+bool LiveScreen::draw(const std::vector<ScreenLine> &lines) const {
     std::string all = kHome;
     const size_t count = std::min(lines.size(), rows_of(Stream::kOutput));
     for (size_t i = 0; i < count; ++i) {
-        all += (i > 0 ? "\n" : "") + lines[i] + kEraseLineEnd;
+        const std::string text = shown_text(Stream::kOutput, lines[i].text);
+        all += (i > 0 ? "\n" : "") + styled(Stream::kOutput, lines[i].style, text) + kEraseLineEnd;
     }
     all += kEraseBelow;
     return std::fwrite(all.data(), 1, all.size(), stdout) == all.size() && std::fflush(stdout) == 0;

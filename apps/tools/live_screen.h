@@ -6,8 +6,15 @@
 #include <string>
 #include <vector>
 
+#include "terminal.h"
 #include "terminal_mode.h"
 #include "user_signals.h"
+
+/* A line; its text may come from anywhere. */
+struct ScreenLine {
+    std::string text;
+    Style style;
+};
 
 class LiveScreen {
   public:
@@ -22,7 +29,7 @@ class LiveScreen {
 
     /* Draws lines without line ends; those that don't fit the terminal are left out. False when it is gone.
      */
-    bool draw(const std::vector<std::string> &lines) const;
+    bool draw(const std::vector<ScreenLine> &lines) const;
 
     /* Waits for a key, a signal or the end of the time. Returns the key, or 0. */
     char wait_for_key(int milliseconds);

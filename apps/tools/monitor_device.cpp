@@ -10,6 +10,7 @@
 #include "input_line.h"
 #include "module_survey.h"
 #include "table_names.h"
+#include "terminal.h"
 
 namespace {
 
@@ -20,7 +21,7 @@ ExitCode find_monitor(const MonitorOptions &options, const std::string &what) {
 }
 
 ExitCode say_asked(const std::string &what) {
-    (void)std::printf("the monitor was asked to %s\n", what.c_str());
+    (void)std::printf("the monitor was asked to %s\n", shown_text(Stream::kOutput, what).c_str());
     return ExitCode::kDone;
 }
 

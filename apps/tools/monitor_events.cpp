@@ -45,7 +45,9 @@ size_t name_columns(const std::vector<EventListeners> &events) {
 
 void print_folder(const EventListeners &first) {
     const std::string note = first.used ? "" : ", not used while the other folder exists";
-    (void)std::puts(styled(Stream::kOutput, Style::kFaint, "# " + first.folder + note).c_str());
+    (void)std::puts(
+        styled(Stream::kOutput, Style::kFaint, "# " + shown_text(Stream::kOutput, first.folder) + note)
+            .c_str());
 }
 
 void print_events(const std::vector<EventListeners> &events) {

@@ -10,6 +10,7 @@
 #include "pair_lines.h"
 #include "quantity_text.h"
 #include "table_names.h"
+#include "terminal.h"
 #include "text_table.h"
 
 namespace {
@@ -69,7 +70,7 @@ Json probe_as_json(uint32_t module, const VitalSigns &signs) {
 
 void print_probe(uint32_t module, const VitalSigns &signs) {
     if (signs.probe.delivered()) {
-        (void)std::printf("%s answered in %s\n", module_text(module).c_str(),
+        (void)std::printf("%s answered in %s\n", shown_text(Stream::kOutput, module_text(module)).c_str(),
                           milliseconds_text(static_cast<double>(signs.microseconds)).c_str());
     }
 }

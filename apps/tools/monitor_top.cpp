@@ -57,10 +57,13 @@ class Top {
 
     bool draw(const LiveScreen &screen) {
         sort_reports(reports_, sort_, reverse_);
-        std::vector<std::string> lines =
-            screen_lines(reports_, sort_, {columns_of(Stream::kOutput), rows_of(Stream::kOutput)});
-        lines[1] = styled(Stream::kOutput, Style::kStrong, lines[1]);
-        lines.back() = styled(Stream::kOutput, Style::kFaint, lines.back());
+        std::vector<ScreenLine> lines;
+        for (const std::string &text :
+             screen_lines(reports_, sort_, {columns_of(Stream::kOutput), rows_of(Stream::kOutput)})) {
+            lines.push_back({text, Style::kPlain});
+        }
+        lines[1].style = Style::kStrong;
+        lines.back().style = Style::kFaint;
         return screen.draw(lines);
     }
 

@@ -12,11 +12,12 @@ constexpr size_t kNameColumns = 18;
 }  // namespace
 
 void print_title(const std::string &title) {
-    (void)std::puts(styled(Stream::kOutput, Style::kStrong, title).c_str());
+    (void)std::puts(styled(Stream::kOutput, Style::kStrong, shown_text(Stream::kOutput, title)).c_str());
 }
 
 void print_pair(const std::string &name, const std::string &value) {
     const size_t width = is_terminal(Stream::kOutput) ? columns_of(Stream::kOutput) : std::string::npos;
     const std::string text = value.empty() ? "-" : shown_text(Stream::kOutput, value);
-    (void)std::fputs(wrapped_pair(name, text, width, kNameColumns).c_str(), stdout);
+    (void)std::fputs(wrapped_pair(shown_text(Stream::kOutput, name), text, width, kNameColumns).c_str(),
+                     stdout);
 }

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdio>
 
+#include "cut_text.h"
 #include "terminal.h"
 
 namespace {
@@ -24,7 +25,7 @@ std::string progress_line(double done, const std::string &note, size_t columns) 
     const std::string text = std::string(percent) + " " + note;
     const size_t taken = text.size() + 3; /* the bar's ends and a blank */
     if (columns <= taken) {
-        return text.substr(0, columns);
+        return cut_text(text, columns);
     }
     return "[" + bar_text(share, std::min(columns - taken, kWidestBar)) + "] " + text;
 }
@@ -39,7 +40,8 @@ ProgressBar::~ProgressBar() {
 
 void ProgressBar::show(double done, const std::string &note) const {
     if (visible_) {
-        const std::string line = progress_line(done, note, columns_of(Stream::kError) - 1);
+        const std::string line =
+            progress_line(done, shown_text(Stream::kError, note), columns_of(Stream::kError) - 1);
         (void)std::fputs((kWipe + line).c_str(), stderr);
     }
 }

@@ -4,9 +4,10 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cstdio>
 #include <cstdlib>
 #include <string_view>
+
+#include "spelt_text.h"
 
 namespace {
 
@@ -52,17 +53,6 @@ const char *sequence_of(Style style) {
     return "";
 }
 
-bool is_control(char character) {
-    const auto code = static_cast<unsigned char>(character);
-    return code < 0x20 || code == 0x7F;
-}
-
-std::string spelt_out(char character) {
-    char text[8];
-    (void)std::snprintf(text, sizeof(text), "\\x%02x", static_cast<unsigned>(character) & 0xFFu);
-    return text;
-}
-
 }  // namespace
 
 bool is_terminal(Stream stream) {
@@ -91,12 +81,13 @@ std::string styled(Stream stream, Style style, const std::string &text) {
 }
 
 std::string shown_text(Stream stream, const std::string &text) {
-    if (!is_terminal(stream)) {
-        return text;
-    }
-    std::string shown;
-    for (const char character : text) {
-        shown += is_control(character) ? spelt_out(character) : std::string(1, character);
-    }
-    return shown;
+    return is_terminal(stream) ? spelt_out(text) : text;
+}
+
+std::string shown_lines(Stream stream, const std::string &text) {
+    return is_terminal(stream) ? spelt_out_lines(text) : text;
+}
+
+std::string shown_json(Stream stream, const std::string &json) {
+    return is_terminal(stream) ? spelt_out_json(json) : json;
 }

@@ -32,5 +32,14 @@ size_t rows_of(Stream stream);
 /* The text with a style around it, on a terminal that takes colours and unless NO_COLOR is set. */
 std::string styled(Stream stream, Style style, const std::string &text);
 
-/* The text; for a terminal with its control characters spelt out, since it may come from anywhere. */
+/*
+ * The text. For a terminal, everything that would act on it is spelt out, since the text may come from
+ * anywhere. Whatever a tool prints passes one of these three, except texts of its own source.
+ */
 std::string shown_text(Stream stream, const std::string &text);
+
+/* The same, but line feeds stay. */
+std::string shown_lines(Stream stream, const std::string &text);
+
+/* The same for JSON, which stays JSON. */
+std::string shown_json(Stream stream, const std::string &json);

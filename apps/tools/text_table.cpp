@@ -5,6 +5,7 @@
 #include <numeric>
 #include <utility>
 
+#include "cut_text.h"
 #include "terminal.h"
 
 namespace {
@@ -16,7 +17,7 @@ constexpr size_t kNarrowest = 4;
 constexpr char kCutMark = '~';
 
 std::string cut(const std::string &text, size_t width) {
-    return text.size() <= width ? text : text.substr(0, width - 1) + kCutMark;
+    return text.size() <= width ? text : cut_text(text, width - 1) + kCutMark;
 }
 
 std::string line_of(const std::vector<std::string> &cells, const std::vector<size_t> &widths) {
@@ -83,6 +84,9 @@ TextTable::TextTable(std::vector<std::string> header, std::vector<size_t> spare)
 }
 
 void TextTable::add(std::vector<std::string> cells) {
+    for (std::string &cell : cells) {
+        cell = shown_text(Stream::kOutput, cell);
+    }
     rows_.push_back(std::move(cells));
 }
 

@@ -1,12 +1,10 @@
 #include "zndb_store_commands.h"
 
-#include <cstdio>
-
 #include "complaint.h"
+#include "entry_output.h"
 #include "frwk_module.h"
 #include "json_output.h"
 #include "store_files.h"
-#include "terminal.h"
 #include "text_file.h"
 #include "zndb_value_commands.h"
 
@@ -28,16 +26,6 @@ Json json_of(const Entries &entries) {
         add_member(members, key, json_text(value));
     }
     return members;
-}
-
-void print_store(Store store, const Entries &entries) {
-    const std::string heading = std::string("# ") + store_name(store) + ": " + store_paths(store);
-    (void)std::puts(styled(Stream::kOutput, Style::kFaint, heading).c_str());
-    for (const auto &[key, value] : entries) {
-        (void)std::printf("%s=%s\n",
-                          styled(Stream::kOutput, Style::kStrong, shown_text(Stream::kOutput, key)).c_str(),
-                          shown_text(Stream::kOutput, value).c_str());
-    }
 }
 
 ExitCode read_or_complain(Store store, Entries *entries) {
@@ -89,7 +77,7 @@ ExitCode dump_stores(const ZndbOptions &options) {
         if (options.json) {
             add_member(members, store_name(store), json_of(entries));
         } else {
-            print_store(store, entries);
+            print_entries(std::string("# ") + store_name(store) + ": " + store_paths(store), entries);
         }
     }
     if (options.json) {
@@ -103,12 +91,11 @@ ExitCode export_store(const ZndbOptions &options) {
     if (read_or_complain(options.store(), &entries) != ExitCode::kDone) {
         return ExitCode::kRefused;
     }
-    const std::string text = format_entries(entries);
     if (options.file == kStandardStream) {
-        (void)std::fwrite(text.data(), 1, text.size(), stdout);
+        print_entry_lines(entries);
         return ExitCode::kDone;
     }
-    const std::string problem = write_private_file(options.file, text);
+    const std::string problem = write_private_file(options.file, format_entries(entries));
     return problem.empty() ? ExitCode::kDone : complain(ExitCode::kUsage, problem);
 }
 

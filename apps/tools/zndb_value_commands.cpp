@@ -1,17 +1,16 @@
 #include "zndb_value_commands.h"
 
 #include <algorithm>
-#include <cstdio>
 
 #include "complaint.h"
 #include "entry_lines.h"
+#include "entry_output.h"
 #include "frwk_module.h"
 #include "frwk_utils.h"
 #include "input_line.h"
 #include "json_output.h"
 #include "near_name.h"
 #include "store_files.h"
-#include "terminal.h"
 #include "typed_word.h"
 #include "value_list.h"
 #include "zndb.h"
@@ -116,12 +115,6 @@ Json json_of_words(const ZndbOptions &options, const Words &words) {
         add_item(items, json_of_word(options, word));
     }
     return items;
-}
-
-void print_words(const std::string &prefix, const Words &words) {
-    for (const std::string &word : words) {
-        (void)std::printf("%s%s\n", prefix.c_str(), shown_text(Stream::kOutput, word).c_str());
-    }
 }
 
 // ---- set ----

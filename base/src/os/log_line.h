@@ -8,6 +8,9 @@
 #include <cstddef>
 #include <cstring>
 #include <iterator>
+#include <string_view>
+
+#include "utf8_text.h"
 
 /* A whole line. Lines of this size reach a pipe in one piece (PIPE_BUF). */
 inline constexpr size_t kLogLineMax = 4096;
@@ -27,10 +30,19 @@ class LogText {
         }
     }
 
-    /* Adds text from outside: whatever it holds, it stays on this line. */
+    /*
+     * Adds text from outside. Whatever it holds, it stays on this line and does nothing to a terminal. Bytes
+     * that are not UTF-8 stay, except those that an 8-bit terminal takes for control characters.
+     */
     void add_escaped(const char *text) {
-        for (; *text != '\0'; ++text) {
-            add_escaped_char(*text);
+        for (std::string_view left = text; !left.empty();) {
+            const size_t length = utf8_length(left);
+            if (length == 0) {
+                add_stray_byte(left[0]);
+            } else {
+                add_character({left.data(), length});
+            }
+            left.remove_prefix(length > 0 ? length : 1);
         }
     }
 
@@ -59,6 +71,7 @@ class LogText {
 
   private:
     static constexpr char kCutMark[] = "...";
+    static constexpr unsigned char kC1End = 0xA0; /* the first byte after the control characters above 127 */
     static constexpr char kHexDigits[] = "0123456789abcdef";
     static constexpr size_t kRoom = kLogLineMax - sizeof(kCutMark) - 1;
 
@@ -68,28 +81,49 @@ class LogText {
         bytes_[length_] = '\0';
     }
 
-    void add_char(char c) {
+    /* Adds the bytes of one character, all or none of them. */
+    void add_whole(std::string_view character) {
         if (is_cut_) {
             return;
         }
-        if (length_ == kRoom) {
+        if (length_ + character.size() > kRoom) {
             mark_cut();
             return;
         }
-        append(&c, 1);
+        append(character.data(), character.size());
     }
 
-    void add_escaped_char(char c) {
-        const auto byte = static_cast<unsigned char>(c);
+    void add_char(char c) { add_whole({&c, 1}); }
+
+    /* character: in UTF-8. */
+    void add_character(std::string_view character) {
+        if (is_shown_as_it_is(character)) {
+            add_whole(character);
+            return;
+        }
+        for (const char byte : character) {
+            add_escaped_byte(byte);
+        }
+    }
+
+    /* byte: not part of a character in UTF-8. */
+    void add_stray_byte(char byte) {
+        if (static_cast<unsigned char>(byte) >= kC1End) {
+            add_char(byte);
+        } else {
+            add_escaped_byte(byte);
+        }
+    }
+
+    void add_escaped_byte(char c) {
         if (c == '\n') {
             add("\\n");
         } else if (c == '\r') {
             add("\\r");
-        } else if (byte < ' ' || byte == 0x7F) {
+        } else {
+            const auto byte = static_cast<unsigned char>(c);
             const char escape[] = {'\\', 'x', kHexDigits[byte >> 4], kHexDigits[byte & 0xF], '\0'};
             add(escape);
-        } else {
-            add_char(c);
         }
     }
 

@@ -23,6 +23,51 @@ TEST_F(ZndbToolAtATerminal, ControlCharactersAreSpeltOut) {
     EXPECT_EQ("\\x1b[2Jgone\\x7f\r\n", run_on_terminal({"zndb_tool", "get", "k"}, {}).output);
 }
 
+/* CSI as one byte and as one character, a mark that turns the direction, and a character without a width. */
+constexpr char kTricks[] =
+    "\x9b"
+    "2J\xc2\x9b"
+    "2J\xe2\x80\xaetxt\xe2\x80\x8b";
+constexpr char kSpeltOut[] = "\\x9b2J\\xc2\\x9b2J\\xe2\\x80\\xaetxt\\xe2\\x80\\x8b";
+
+TEST_F(ZndbToolAtATerminal, WhatTurnsOrHidesTextIsSpeltOut) {
+    EXPECT_EQ(0, zndb_set("k", kTricks));
+    EXPECT_EQ(std::string(kTricks) + "\n", kTool.output_of({"get", "k"}));
+    EXPECT_EQ(std::string(kSpeltOut) + "\r\n", run_on_terminal({"zndb_tool", "get", "k"}, {}).output);
+    EXPECT_NE(std::string::npos,
+              run_on_terminal({"zndb_tool", "dump"}, {}).output.find(std::string("=") + kSpeltOut));
+}
+
+TEST_F(ZndbToolAtATerminal, KeysAreSpeltOutLikeValues) {
+    const std::string key = "k\xe2\x80\xae";
+    const std::string shown = "k\\xe2\\x80\\xae";
+    EXPECT_EQ(0, zndb_set(key.c_str(), "v"));
+    EXPECT_EQ(shown + "=v\r\n" + shown + "=v\r\n",
+              run_on_terminal({"zndb_tool", "get", key, key}, {}).output);
+    EXPECT_NE(std::string::npos,
+              run_on_terminal({"zndb_tool", "get", key + "x"}, {}).output.find("'" + shown + "x'"));
+    TerminalOptions typing;
+    typing.type_after = "value of " + shown + ": ";
+    typing.typed = "new\n";
+    EXPECT_EQ(0, run_on_terminal({"zndb_tool", "set", key}, typing).status);
+    EXPECT_EQ("new", plain(key));
+}
+
+TEST_F(ZndbToolAtATerminal, AnExportIsSpeltOutLineByLine) {
+    EXPECT_EQ(0, zndb_set("a", kTricks));
+    EXPECT_EQ(0, zndb_set("b", "2"));
+    EXPECT_EQ("a=" + std::string(kTricks) + "\nb=2\n", kTool.output_of({"export", "-"}));
+    EXPECT_EQ("a=" + std::string(kSpeltOut) + "\r\nb=2\r\n",
+              run_on_terminal({"zndb_tool", "export", "-"}, {}).output);
+}
+
+TEST_F(ZndbToolAtATerminal, JsonIsSpeltOutAsJson) {
+    EXPECT_EQ(0, zndb_set("k", "\177\xc2\x9b\xe2\x80\xae"));
+    EXPECT_EQ("{\n  \"k\": \"\177\xc2\x9b\xe2\x80\xae\"\n}\n", kTool.output_of({"get", "--json", "k"}));
+    EXPECT_EQ("{\r\n  \"k\": \"\\u007f\\u009b\\u202e\"\r\n}\r\n",
+              run_on_terminal({"zndb_tool", "get", "--json", "k"}, {}).output);
+}
+
 TEST_F(ZndbToolAtATerminal, ColoursAreForTerminalsOnly) {
     EXPECT_EQ(0, zndb_set("k", "v"));
     EXPECT_NE(std::string::npos, run_on_terminal({"zndb_tool", "dump"}, {}).output.find("\033[1mk\033[0m=v"));

@@ -9,6 +9,7 @@
 #include <thread>
 
 #include "unit/base/log_channels_fixture.h"
+#include "utf8_text.h"
 
 namespace {
 
@@ -101,6 +102,40 @@ TEST_F(OsLog, SpellsOutControlCharactersInside) {
 TEST_F(OsLog, PassesBytesAbove127AsTheyAre) {
     print_debug("gr\xc3\xbc\xc3\x9f \xff");
     EXPECT_EQ("gr\xc3\xbc\xc3\x9f \xff\n", only_debug_text());
+}
+
+/* As a terminal reads them: in UTF-8, or byte by byte. */
+TEST_F(OsLog, SpellsOutControlCharactersAbove127) {
+    print_debug(
+        "a\xc2\x9b"
+        "2J b\x9b"
+        "2J \x80\x9f\xa0 \xe2\x9b");
+    EXPECT_EQ("a\\xc2\\x9b2J b\\x9b2J \\x80\\x9f\xa0 \xe2\\x9b\n", only_debug_text());
+}
+
+TEST_F(OsLog, SpellsOutWhatTurnsOrHidesText) {
+    print_system(OS_LOG_WARNING,
+                 "user\xe2\x80\xae"
+                 "txt.\xe2\x80\x8b \xf0\x9f\x98\x80");
+    EXPECT_EQ("file.cpp function:7 user\\xe2\\x80\\xaetxt.\\xe2\\x80\\x8b \xf0\x9f\x98\x80",
+              system_messages().back().second);
+}
+
+TEST_F(OsLog, CutsNoCharacterInTheMiddle) {
+    for (int blanks = 0; blanks < 7; ++blanks) {
+        std::string text(static_cast<size_t>(blanks), ' ');
+        while (text.size() < 2040) {
+            text += "\x01\x01\x01\xe4\xb8\xad"; /* 12 bytes and 3 */
+        }
+        print_debug(text.c_str());
+        const std::string line = debug_lines().back();
+        ASSERT_EQ("...\n", line.substr(line.size() - 4));
+        for (size_t at = 0; at < line.size();) {
+            const size_t length = utf8_length(std::string_view(line).substr(at));
+            ASSERT_NE(0u, length) << blanks << " at " << at;
+            at += length;
+        }
+    }
 }
 
 TEST_F(OsLog, SpellsOutControlCharactersInNames) {

@@ -27,6 +27,13 @@ TEST(TextTable, CutsTheWidestColumnWhenARowDoesNotFit) {
         modules().text(23));
 }
 
+TEST(TextTable, CutsNoCharacterInTheMiddle) {
+    TextTable table({"NAME"});
+    table.add({"\xe4\xb8\xad\xe6\x96\x87"});
+    EXPECT_EQ("NAME\n\xe4\xb8\xad~\n", table.text(5));
+    EXPECT_EQ("NAME\n\xe4\xb8\xad~\n", table.text(4));
+}
+
 TEST(TextTable, LeavesFourCharactersOfAColumnHoweverNarrowTheTerminal) {
     EXPECT_EQ(
         "ID  NAME  STA~\n"
