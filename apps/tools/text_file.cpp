@@ -8,12 +8,15 @@
 #include <string_view>
 
 #include "complaint.h"
+#include "held_file.h"
 #include "open_file.h"
+#include "spelt_text.h"
 
 namespace {
 
 constexpr size_t kLargest = size_t{64} * 1024 * 1024;
 constexpr mode_t kOwnerOnly = 0600;
+constexpr char kPartSuffix[] = ".part";
 
 std::string cant_read(const std::string &path, int error) {
     return errno_text("can't read " + path, error);
@@ -52,6 +55,50 @@ bool write_all(int fd, std::string_view text) {
         done += static_cast<size_t>(count);
     }
     return true;
+}
+
+/*
+ * Puts a new file in the place of what is there, in one step: the file's name never shows a part of the text.
+ * False with errno set.
+ */
+bool replace_file(const HeldFile &file, const std::string &text) {
+    file.remove(kPartSuffix); /* left by a tool that was killed */
+    const OpenFile part(file.open(O_WRONLY | O_CREAT | O_EXCL, kOwnerOnly, kPartSuffix));
+    if (part.fd() < 0) {
+        return false;
+    }
+    if (write_all(part.fd(), text) && ::fsync(part.fd()) == 0 && file.replace_by(kPartSuffix)) {
+        return true;
+    }
+    const int error = errno;
+    file.remove(kPartSuffix);
+    errno = error;
+    return false;
+}
+
+/* fd: opened without blocking, which was for pipes only. False with errno set. */
+bool write_device(int fd, const std::string &text) {
+    return ::fcntl(fd, F_SETFL, 0) == 0 && write_all(fd, ::isatty(fd) == 1 ? spelt_out_lines(text) : text);
+}
+
+/* Of an open file; 0 when that can't be found out. */
+mode_t type_of(int fd) {
+    struct stat info = {};
+    (void)::fstat(fd, &info);
+    return info.st_mode & S_IFMT;
+}
+
+/* Writes to what is there, open as fd. False with errno set. */
+bool write_present(const HeldFile &file, int fd, const std::string &text) {
+    switch (type_of(fd)) {
+        case S_IFREG:
+            return replace_file(file, text);
+        case S_IFCHR:
+            return write_device(fd, text);
+        default:
+            errno = EINVAL;
+            return false;
+    }
 }
 
 }  // namespace
@@ -93,18 +140,10 @@ std::string copy_file(const std::string &from, int to) {
 }
 
 std::string write_private_file(const std::string &path, const std::string &text) {
-    const bool is_new = !file_exists(path);
-    const OpenFile file(
-        ::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | O_NOCTTY, kOwnerOnly));
-    if (file.fd() < 0) {
-        return cant_write(path, errno);
-    }
-    if (write_all(file.fd(), text)) {
-        return "";
-    }
-    const int error = errno;
-    if (is_new) {
-        (void)::unlink(path.c_str());
-    }
-    return cant_write(path, error);
+    const HeldFile file(path);
+    const OpenFile present(file.open(O_WRONLY | O_NONBLOCK));
+    const bool is_missing = present.fd() < 0 && errno == ENOENT;
+    const bool is_written =
+        is_missing ? replace_file(file, text) : present.fd() >= 0 && write_present(file, present.fd(), text);
+    return is_written ? "" : cant_write(path, errno);
 }

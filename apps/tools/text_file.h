@@ -19,7 +19,15 @@ std::string read_text_file(const std::string &path, std::string *text);
 std::string copy_file(const std::string &from, int to);
 
 /*
- * Writes a file that only its owner can read. Returns "" or why it can't be written; a new file that could
- * not be written whole is removed.
+ * Writes a file that only its owner can read.
+ *
+ * A new file replaces the one that is there, if any, in one step. So it belongs to the caller and has the
+ * mode 0600, whatever the old file had, and who holds the old file open reads nothing of the new one. It
+ * needs a folder in which the caller may make files. Links are not followed: neither one of that name, nor
+ * one on the way that another user could have put there. A device is written to as it is, a terminal with
+ * everything spelt out that would act on it. Anything else, such as a pipe that somebody might listen to, is
+ * refused.
+ *
+ * Returns "" or why the file can't be written; the old file is still there then.
  */
 std::string write_private_file(const std::string &path, const std::string &text);
