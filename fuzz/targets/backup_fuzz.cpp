@@ -5,7 +5,10 @@
  * trailer, or the files to back up with a NUL behind each. Every one is enciphered with the device's key,
  * since nothing else gets past the cipher. No record leaves its folder of the private device tree.
  */
+#include <fcntl.h>
+
 #include <cerrno>
+#include <cstdarg>
 #include <map>
 #include <vector>
 
@@ -162,6 +165,24 @@ extern "C" std::FILE *__wrap_fopen64(const char *path, const char *mode) {
         return nullptr;
     }
     return __real_fopen64(path, mode);
+}
+
+extern "C" int __real_open64(const char *path, int flags, ...);
+
+/* Nothing is made outside. Files that are only looked at are the cipher's key and folders. */
+extern "C" int __wrap_open64(const char *path, int flags, ...) {
+    mode_t mode = 0;
+    if ((flags & O_CREAT) != 0) {
+        va_list rest;
+        va_start(rest, flags);
+        mode = va_arg(rest, mode_t);
+        va_end(rest);
+        if (!is_confined(path)) {
+            errno = EACCES;
+            return -1;
+        }
+    }
+    return __real_open64(path, flags, mode);
 }
 
 extern "C" int __real_remove(const char *path);

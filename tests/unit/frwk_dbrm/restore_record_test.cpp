@@ -104,6 +104,22 @@ TEST_F(RestoreFile, ReplacesAnotherContent) {
     EXPECT_EQ("new", file_text(kTarget));
 }
 
+TEST_F(RestoreFile, ThatWasMissingIsReadableForItsOwnerOnly) {
+    EXPECT_EQ(E_APPS_ERR_SUCCESS, restore_file(kTarget, "secret"));
+    struct stat info = {};
+    ASSERT_EQ(0, ::stat(kTarget, &info));
+    EXPECT_EQ(0600u, info.st_mode & 07777u);
+}
+
+TEST_F(RestoreFile, KeepsTheModeOfTheOneThatItReplaces) {
+    write(kTarget, "old");
+    ASSERT_EQ(0, ::chmod(kTarget, 0640));
+    EXPECT_EQ(E_APPS_ERR_SUCCESS, restore_file(kTarget, "secret"));
+    struct stat info = {};
+    ASSERT_EQ(0, ::stat(kTarget, &info));
+    EXPECT_EQ(0640u, info.st_mode & 07777u);
+}
+
 TEST_F(RestoreFile, TakesNoMoreThanItsLength) {
     EXPECT_EQ(E_APPS_ERR_SUCCESS, restore_file(kTarget, "data of the next record", 4));
     EXPECT_EQ("data", file_text(kTarget));
@@ -154,8 +170,8 @@ TEST_F(RestoreFile, WithABackslashOnlyCutsTheFolderThere) {
 
 TEST_F(RestoreFile, WithNothingInFrontOfItsSeparatorRunsNoMkdir) {
     record_commands();
-    doubles::libc::fopen.stand_in([](const char *path, const char *mode) {
-        return doubles::libc::fopen.real(std::strcmp(path, "/target") == 0 ? kTarget : path, mode);
+    doubles::libc::open.stand_in([](const char *path, int flags, mode_t mode) {
+        return doubles::libc::open.real(std::strcmp(path, "/target") == 0 ? kTarget : path, flags, mode);
     });
     EXPECT_EQ(E_APPS_ERR_SUCCESS, restore_file("/target", "data"));
     EXPECT_EQ("data", file_text(kTarget));
@@ -192,6 +208,17 @@ TEST_F(RestoreFile, ThatCanNotBeCreatedIsAnIoError) {
     write("/m_data/usr/file", "");
     EXPECT_EQ(E_APPS_ERR_IO, restore_file("/m_data/usr/file/target", "data"));
     expect_warning("frwk_dbrm_restore_file", with_errno("create file error!", ENOTDIR));
+}
+
+TEST_F(RestoreFile, WithoutMemoryForItsStreamLeavesNoEmptyFile) {
+    write(kTarget, "old");
+    doubles::libc::fdopen.stand_in([](int, const char *) -> std::FILE * {
+        errno = ENOMEM;
+        return nullptr;
+    });
+    EXPECT_EQ(E_APPS_ERR_IO, restore_file(kTarget, "data"));
+    EXPECT_FALSE(exists(kTarget));
+    expect_warning("frwk_dbrm_restore_file", with_errno("create file error!", ENOMEM));
 }
 
 TEST_F(RestoreFile, ThatIsShorterThanItsRecordSaysLeavesNoHalfFile) {

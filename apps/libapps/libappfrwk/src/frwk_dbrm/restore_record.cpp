@@ -1,6 +1,10 @@
 #include "frwk_dbrm/restore_record.h"
 
+#include <fcntl.h>
+#include <sys/stat.h>
+
 #include <cstring>
+#include <utility>
 
 #include "frwk_dbrm/backup_io.h"
 #include "frwk_dbrm/database_text.h"
@@ -43,8 +47,19 @@ void make_folder_of(const char *name) {
     }
 }
 
+/* Opens a file to be written anew. One that exists keeps its mode; a new one gets 0600, since it may hold
+ * secrets. */
+UniqueFd open_target(const char *name) {
+    return UniqueFd(::open(name, O_RDWR | O_CREAT | O_TRUNC | O_CLOEXEC, S_IRUSR | S_IWUSR));
+}
+
 /* Fills a file from the backup. */
-apps_err_e_type fill(std::FILE *backup, UniqueFile target, uint32_t length) {
+apps_err_e_type fill(std::FILE *backup, UniqueFd fd, uint32_t length) {
+    UniqueFile target = backup_io::write_to(std::move(fd), "wb+");
+    if (!target) {
+        FRWK_WARN_ERRNO_AS(kRestoreFile, "create file error!");
+        return E_APPS_ERR_IO;
+    }
     const backup_io::Copied copied = backup_io::copy(backup, target.get(), length);
     if (copied == backup_io::Copied::kShortRead) {
         FRWK_WARN_ERRNO_AS(kRestoreFile, "read restore source file error!");
@@ -122,7 +137,7 @@ apps_err_e_type frwk_dbrm_restore_file(std::FILE *backup, const RecordHeader &re
     }
 
     make_folder_of(record.name);
-    UniqueFile target = backup_io::open_to_write(record.name, "wb+e");
+    UniqueFd target = open_target(record.name);
     if (!target) {
         FRWK_WARN_ERRNO("create file error!");
         return E_APPS_ERR_IO;
