@@ -3,6 +3,7 @@
 #include <cstdio>
 
 #include "command_line_tool.h"
+#include "spelt_text.h"
 
 namespace {
 
@@ -92,7 +93,7 @@ void print_completions(const CLI::App &app, const Candidates &candidates, const 
     }
     const std::string word = words.empty() ? "" : words.back();
     for (const std::string &name : fitting(place, candidates, word)) {
-        if (name.compare(0, word.size(), word) == 0) {
+        if (name.compare(0, word.size(), word) == 0 && spelt_out(name) == name) {
             (void)std::puts(name.c_str());
         }
     }

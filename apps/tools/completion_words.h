@@ -13,7 +13,7 @@
 std::string value_name(const CLI::Option &option);
 
 /*
- * Prints the words that fit, one a line.
+ * Prints the words that fit, one a line. Words that a terminal can't show as they are, are left out.
  *
  * candidates: what stands for an argument or an option's value, by its name.
  * words: the command line behind the tool's name; the last one is to be completed.

@@ -92,7 +92,7 @@ ToolEnd run_shell(const std::string &command) {
 ToolEnd run_on_terminal(const std::vector<std::string> &words, const TerminalOptions &options) {
     const winsize size = {24, options.columns, 0, 0};
     std::vector<std::string> command = words;
-    command[0] = tool_path(words[0]);
+    command[0] = words[0][0] == '/' ? words[0] : tool_path(words[0]);
     int terminal = -1;
     const pid_t pid = ::forkpty(&terminal, nullptr, nullptr, &size);
     if (pid == 0) {

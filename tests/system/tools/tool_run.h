@@ -31,5 +31,8 @@ struct TerminalOptions {
     std::vector<std::string> environment; /* "NAME=value" */
 };
 
-/* Runs a tool on a terminal of its own, which must echo and take lines again at its end. */
+/*
+ * Runs a tool, or the program of an absolute path, on a terminal of its own, which must echo and take lines
+ * again at its end.
+ */
 ToolEnd run_on_terminal(const std::vector<std::string> &words, const TerminalOptions &options);
