@@ -11,6 +11,7 @@
 #include "table_names.h"
 #include "terminal.h"
 #include "text_table.h"
+#include "wait_notice.h"
 
 namespace {
 
@@ -84,6 +85,7 @@ ExitCode call_module(const AppTestOptions &options) {
         return code;
     }
     std::string answer(options.room, '\0');
+    const WaitNotice notice(envelope.module);
     const auto begin = Clock::now();
     const RequestOutcome outcome =
         send_request(envelope.module, envelope.msgid, envelope.body, &answer, options.timeout);

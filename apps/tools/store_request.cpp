@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "frwk_module.h"
+#include "wait_notice.h"
 #include "zndb.h"
 
 namespace {
@@ -24,6 +25,7 @@ const StoreMessages &messages_of(Store store) {
 }
 
 RequestOutcome ask(apps_message_id_e_type msgid, const std::string &body, std::string *answer = nullptr) {
+    const WaitNotice notice(E_APPS_MODULE_ZNDB);
     return send_request(E_APPS_MODULE_ZNDB, msgid, body, answer);
 }
 

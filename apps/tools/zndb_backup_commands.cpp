@@ -19,6 +19,7 @@
 #include "store_request.h"
 #include "text_file.h"
 #include "user_signals.h"
+#include "wait_notice.h"
 #include "zndb.h"
 #include "zndb_value_commands.h"
 
@@ -68,6 +69,7 @@ class TemporaryFile {
 
 /* Without the database nothing else makes sense. */
 ExitCode check_database(const std::string &what) {
+    const WaitNotice notice(E_APPS_MODULE_ZNDB);
     return report_outcome(send_request(E_APPS_MODULE_ZNDB, E_APPS_MSG_SYS_PROBE, ""), E_APPS_MODULE_ZNDB,
                           what);
 }

@@ -13,6 +13,7 @@
 #include "store_files.h"
 #include "typed_word.h"
 #include "value_list.h"
+#include "wait_notice.h"
 #include "zndb.h"
 
 namespace {
@@ -64,6 +65,7 @@ ExitCode read_stored(const ZndbOptions &options, const std::string &key, std::st
     }
     RequestOutcome outcome = {};
     if (options.secret) {
+        const WaitNotice notice(E_APPS_MODULE_ZNDB);
         char bytes[ZNDB_VALUE_LEN] = {};
         outcome = outcome_of(
             frwk_zndb_get_key_value_decrypt(key.c_str(), FRWK_DATA_TYPE_CIPHER, bytes, sizeof(bytes) - 1));
@@ -172,6 +174,7 @@ ExitCode compose(const ZndbOptions &options, Words words, std::string *text) {
 
 RequestOutcome store_text(const ZndbOptions &options, const std::string &text) {
     if (options.secret) {
+        const WaitNotice notice(E_APPS_MODULE_ZNDB);
         return outcome_of(frwk_zndb_set_key_value_encrypt(options.key.c_str(), FRWK_DATA_TYPE_CIPHER,
                                                           text.data(), static_cast<uint32_t>(text.size())));
     }

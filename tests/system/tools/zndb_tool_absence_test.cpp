@@ -8,6 +8,7 @@
 #include <unistd.h>
 
 #include <filesystem>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -91,6 +92,43 @@ TEST_F(ZndbToolAbsence, ADatabaseWithAFullQueueIsBusy) {
     zndb_->stop();
     fill_queue();
     expect_absent("is busy: its queue of requests is full");
+    zndb_->send_signal(SIGCONT);
+}
+
+/* It has taken the connection, and what its answer waits for has no limit. */
+TEST_F(ZndbToolAbsence, ADatabaseThatDoesNotAnswerIsWaitedForAndNamed) {
+    start();
+    EXPECT_EQ(0, zndb_set("k", "v"));
+    const std::vector<std::vector<std::string>> calls = {
+        {tool_path("zndb_tool"), "get", "k"},
+        {tool_path("zndb_tool"), "set", "--secret", "s", "v"},
+        {tool_path("zndb_tool"), "get", "--secret", "s"},
+        {tool_path("zndb_tool"), "backup", "/tmp/waited_for"},
+        {tool_path("apptest"), "call", "zndb", "sys_probe"},
+    };
+    zndb_->stop();
+    std::vector<std::unique_ptr<ChildProcess>> tools;
+    for (const auto &call : calls) {
+        tools.push_back(std::make_unique<ChildProcess>(call));
+    }
+    for (const auto &tool : tools) {
+        EXPECT_TRUE(tool->wait_for_error(": zndb has not answered for 5 s, waiting on\n")) << tool->errors();
+        EXPECT_TRUE(tool->running());
+    }
+    zndb_->send_signal(SIGCONT);
+    EXPECT_EQ("v", tools[0]->read_line());
+    for (const auto &tool : tools) {
+        EXPECT_NE(-1, tool->exit_status());
+    }
+}
+
+TEST_F(ZndbToolAbsence, CtrlCEndsAToolThatWaits) {
+    start();
+    zndb_->stop();
+    ChildProcess tool({tool_path("zndb_tool"), "get", "k"});
+    EXPECT_TRUE(tool.wait_for_error("waiting on\n")) << tool.errors();
+    tool.send_signal(SIGINT);
+    EXPECT_EQ(128 + SIGINT, tool.exit_status());
     zndb_->send_signal(SIGCONT);
 }
 
