@@ -4,11 +4,12 @@
  * Modules write with the OS_LOG macros, which add file, function and line, keep errno, and evaluate and
  * format their arguments only when a channel takes the message (OS_LOG once for each channel that does).
  * One message is one line: a line end at its end is dropped, any other control character is spelt out
- * ("\n", "\r", "\x1b"), and what is too long ends in "...". Of identical lines that follow each other, ten
- * are written within any second; the eleventh and those after it are folded into a count of the repeats since
- * the last that was written, "last message repeated 10 times", which is shown at 10, 100, 1000 and so on,
- * when a line is written again, at the first repeat after a minute without a sign of it, and when the process
- * ends by exit.
+ * ("\n", "\r", "\x1b"), and what is too long ends in "...". Of identical lines ten are written within any
+ * second, also where up to eight different ones take turns; the eleventh and those after it are folded into a
+ * count of the repeats since the last that was written, "last message repeated 10 times", or "message
+ * repeated 10 times: " and the line's beginning where another one was written in between. A count is shown at
+ * 10, 100, 1000 and so on, when the line is written again, when a new line comes, a minute after the last
+ * sign of the line with the next one that is written, and when the process ends by exit.
  *
  * The system log gets its lines as from syslog(3), over a socket of the library's own: a daemon that is
  * stopped holds nobody up. It is waited for once, 100 ms at most; what it doesn't take is lost, and counted

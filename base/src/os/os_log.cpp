@@ -43,6 +43,12 @@ constexpr int64_t kCountAfter = 60 * kNanosPerSecond;
 
 constexpr int64_t kLongAgo = INT64_MIN / 2;
 
+/* So many different lines may take turns in a storm. */
+constexpr size_t kKnownLines = 8;
+
+/* What a count shows of a line that is not the one above it. */
+constexpr size_t kShownBeginning = 160;
+
 /* System log facilities in the order of the module table's numbers, the first for all other numbers. */
 constexpr int kFacilities[] = {
     LOG_USER,   LOG_AUTH,   LOG_AUTHPRIV, LOG_CRON,   LOG_DAEMON, LOG_FTP,    LOG_KERN,
@@ -61,17 +67,25 @@ class ErrnoKeeper {
     const int kept_;
 };
 
-/* A way out for lines, and what it takes to fold a storm of identical lines. */
-struct Channel {
-    void (*write)(int level, const LogText &body);
-    LogText last;
-    int last_level;
-    int64_t came_at[kShownInASecond]; /* when the last line came the last ten times */
+/* A line that came a while ago or just now: what it takes to know it again and to fold a storm of it. */
+struct KnownLine {
+    uint64_t hash; /* of the text; 0 for none */
+    int level;
+    int64_t came_at[kShownInASecond]; /* when it came the last ten times */
     size_t earliest;                  /* of came_at */
-    long repeats;                     /* of the last line since it was written */
-    long counted;                     /* how many of them the channel has told of */
+    int64_t last_came_at;
+    long repeats; /* since it was written */
+    long counted; /* how many of them the channel has told of */
     int64_t written_at;
     pid_t counted_by; /* the process that counted the last repeat */
+    char beginning[kShownBeginning + 1];
+};
+
+/* A way out for lines, and those that it knows: failures that go together take turns. */
+struct Channel {
+    void (*write)(int level, const LogText &body);
+    KnownLine known[kKnownLines];
+    const KnownLine *last; /* what the last line in the log was, or was about */
 };
 
 struct LogState {
@@ -123,8 +137,8 @@ void write_system(int level, const LogText &body) {
     g_log_socket.write(std::clamp(level, LOG_EMERG, LOG_DEBUG), body);
 }
 
-Channel g_debug_channel = {write_debug, {}, 0, {}, 0, 0, 0, 0, 0};
-Channel g_system_channel = {write_system, {}, 0, {}, 0, 0, 0, 0, 0};
+Channel g_debug_channel = {write_debug, {}, nullptr};
+Channel g_system_channel = {write_system, {}, nullptr};
 
 int64_t monotonic_nanos() {
     timespec now{};
@@ -132,19 +146,36 @@ int64_t monotonic_nanos() {
     return now.tv_sec * kNanosPerSecond + now.tv_nsec;
 }
 
+/* FNV-1a, and never 0. */
+uint64_t hash_of(const LogText &body) {
+    constexpr uint64_t kBasis = 0xcbf29ce484222325;
+    constexpr uint64_t kPrime = 0x100000001b3;
+    uint64_t hash = kBasis;
+    for (size_t i = 0; i < body.length(); ++i) {
+        hash = (hash ^ static_cast<unsigned char>(body.text()[i])) * kPrime;
+    }
+    return std::max<uint64_t>(hash, 1);
+}
+
 /* Tells of the repeats that the channel has not shown. A forked child leaves those of its parent to the
  * parent. */
-void write_count(Channel *channel) {
-    if (channel->repeats == channel->counted || channel->counted_by != getpid()) {
+void write_count(Channel *channel, KnownLine *known) {
+    if (known->repeats == known->counted || known->counted_by != getpid()) {
         return;
     }
+    const bool follows = channel->last == known;
     LogText &line = g_log.count;
     line.clear();
-    line.add("last message repeated ");
-    line.add_number(channel->repeats);
-    line.add(channel->repeats == 1 ? " time" : " times");
-    channel->write(channel->last_level, line);
-    channel->counted = channel->repeats;
+    line.add(follows ? "last message repeated " : "message repeated ");
+    line.add_number(known->repeats);
+    line.add(known->repeats == 1 ? " time" : " times");
+    if (!follows) {
+        line.add(": ");
+        line.add(known->beginning);
+    }
+    channel->write(known->level, line);
+    known->counted = known->repeats;
+    channel->last = known;
 }
 
 bool is_power_of_ten(long number) {
@@ -154,68 +185,105 @@ bool is_power_of_ten(long number) {
     return number == 1;
 }
 
-void count_repeat(Channel *channel) {
+void count_repeat(KnownLine *known) {
     const pid_t self = getpid();
-    if (channel->counted_by != self) {
-        channel->counted_by = self;
-        channel->repeats = 0;
-        channel->counted = 0;
+    if (known->counted_by != self) {
+        known->counted_by = self;
+        known->repeats = 0;
+        known->counted = 0;
     }
-    ++channel->repeats;
+    ++known->repeats;
 }
 
 /* A storm that goes on stays visible: at 10, 100, 1000 repeats, and when the last sign of it is old. */
-void fold(Channel *channel, int64_t now) {
-    count_repeat(channel);
-    const bool is_round = channel->repeats > 1 && is_power_of_ten(channel->repeats);
-    if (is_round || now - channel->written_at >= kCountAfter) {
-        write_count(channel);
-        channel->written_at = now;
+void fold(Channel *channel, KnownLine *known, int64_t now) {
+    count_repeat(known);
+    const bool is_round = known->repeats > 1 && is_power_of_ten(known->repeats);
+    if (is_round || now - known->written_at >= kCountAfter) {
+        write_count(channel, known);
+        known->written_at = now;
     }
 }
 
-/* Notes that the last line comes once more. Returns whether it has come often enough within the last second.
- */
-bool is_storm(Channel *channel, int64_t now) {
-    int64_t &earliest = channel->came_at[channel->earliest];
+/* Notes that a line comes once more. Returns whether it has come often enough within the last second. */
+bool is_storm(KnownLine *known, int64_t now) {
+    int64_t &earliest = known->came_at[known->earliest];
     const bool is_storm = now - earliest < kNanosPerSecond;
     earliest = now;
-    channel->earliest = (channel->earliest + 1) % kShownInASecond;
+    known->earliest = (known->earliest + 1) % kShownInASecond;
+    known->last_came_at = now;
     return is_storm;
 }
 
 /* Tells of what was folded, and counts afresh. */
-void end_folding(Channel *channel) {
-    write_count(channel);
-    channel->repeats = 0;
-    channel->counted = 0;
+void end_folding(Channel *channel, KnownLine *known) {
+    write_count(channel, known);
+    known->repeats = 0;
+    known->counted = 0;
 }
 
-void begin_line(Channel *channel, int level, const LogText &body) {
-    end_folding(channel);
-    channel->last = body;
-    channel->last_level = level;
-    std::fill(std::begin(channel->came_at), std::end(channel->came_at), kLongAgo);
+void end_all_folding(Channel *channel) {
+    for (KnownLine &known : channel->known) {
+        end_folding(channel, &known);
+    }
+}
+
+/* A storm that has passed is told of by whatever comes a minute later. */
+void tell_old_counts(Channel *channel, int64_t now) {
+    for (KnownLine &known : channel->known) {
+        if (now - known.written_at >= kCountAfter) {
+            write_count(channel, &known);
+        }
+    }
+}
+
+KnownLine *find_known(Channel *channel, int level, uint64_t hash) {
+    for (KnownLine &known : channel->known) {
+        if (known.hash == hash && known.level == level) {
+            return &known;
+        }
+    }
+    return nullptr;
+}
+
+bool came_earlier(const KnownLine &left, const KnownLine &right) {
+    return left.last_came_at < right.last_came_at;
+}
+
+/* Gets to know a line in the place of the one that has not come for longest. */
+KnownLine *begin_line(Channel *channel, int level, uint64_t hash, const LogText &body) {
+    end_all_folding(channel);
+    KnownLine *known = std::min_element(std::begin(channel->known), std::end(channel->known), came_earlier);
+    known->hash = hash;
+    known->level = level;
+    std::fill(std::begin(known->came_at), std::end(known->came_at), kLongAgo);
+    strsncpy(known->beginning, body.text(), std::min(body.length(), kShownBeginning));
+    return known;
 }
 
 void put(Channel *channel, int level, const LogText &body) {
     const int64_t now = monotonic_nanos();
-    if (level != channel->last_level || !body.equals(channel->last)) {
-        begin_line(channel, level, body);
+    const uint64_t hash = hash_of(body);
+    KnownLine *known = find_known(channel, level, hash);
+    if (known == nullptr) {
+        known = begin_line(channel, level, hash, body);
     }
-    if (is_storm(channel, now)) {
-        fold(channel, now);
+    if (is_storm(known, now)) {
+        fold(channel, known, now);
         return;
     }
-    end_folding(channel);
-    channel->written_at = now;
+    end_folding(channel, known);
+    tell_old_counts(channel, now);
+    known->written_at = now;
+    channel->last = known;
     channel->write(level, body);
 }
 
-/* Lets the next line through, whatever came before. */
-void forget_last(Channel *channel) {
-    end_folding(channel);
-    channel->last.clear();
+/* Lets the next lines through, whatever came before. */
+void forget_lines(Channel *channel) {
+    end_all_folding(channel);
+    std::fill(std::begin(channel->known), std::end(channel->known), KnownLine{});
+    channel->last = nullptr;
 }
 
 void drop_line_ends(char *text) {
@@ -276,8 +344,8 @@ __attribute__((constructor)) void read_environment_at_load() {
 __attribute__((destructor)) void tell_last_counts_at_exit() {
     const std::unique_lock<std::mutex> lock(g_log.mutex, std::try_to_lock);
     if (lock.owns_lock()) {
-        write_count(&g_debug_channel);
-        write_count(&g_system_channel);
+        end_all_folding(&g_debug_channel);
+        end_all_folding(&g_system_channel);
         (void)g_log_socket.tell_losses();
     }
 }
@@ -291,8 +359,8 @@ int facility_of(uint32_t number) {
 void os_log_init(const char *name, uint32_t facility) {
     {
         const std::lock_guard<std::mutex> lock(g_log.mutex);
-        forget_last(&g_debug_channel);
-        forget_last(&g_system_channel);
+        forget_lines(&g_debug_channel);
+        forget_lines(&g_system_channel);
         strsncpy(g_log.name, name != nullptr ? name : "unknown", kNameMax);
         g_log_socket.set_sender(g_log.name, facility_of(facility));
     }

@@ -118,12 +118,79 @@ TEST_F(OsLogFold, NeverWritesMoreThanTenWithinASecondWhereverItBegins) {
     EXPECT_EQ(ten_times("a", {"last message repeated 1 time", "b"}), texts());
 }
 
-TEST_F(OsLogFold, LeavesLinesAloneThatTakeTurns) {
-    for (int i = 0; i < 20; ++i) {
+TEST_F(OsLogFold, FoldsLinesThatTakeTurns) {
+    for (int i = 0; i < kShown + 1000; ++i) {
         log("a");
         log("b");
     }
-    EXPECT_EQ(40u, texts().size());
+    const Texts found = texts();
+    EXPECT_EQ(static_cast<size_t>(2 * kShown) + 6, found.size());
+    EXPECT_EQ("message repeated 1000 times: f f:1 a", found[found.size() - 2]);
+    EXPECT_EQ("message repeated 1000 times: f f:1 b", found.back());
+}
+
+TEST_F(OsLogFold, TellsTheCountsOfLinesThatTookTurnsWhenANewLineComes) {
+    for (int i = 0; i < kShown + 3; ++i) {
+        log("a");
+        log("b");
+    }
+    const size_t before = texts().size();
+    log("c");
+    EXPECT_EQ((Texts{"message repeated 3 times: f f:1 a", "message repeated 3 times: f f:1 b", "c"}),
+              texts_after(before));
+}
+
+TEST_F(OsLogFold, AnotherLineDoesNotLetAStormThrough) {
+    log("b");
+    for (int i = 0; i < 5; ++i) {
+        log("a", kShown);
+        log("b");
+    }
+    const Texts found = texts();
+    EXPECT_EQ(kShown, std::count(found.begin(), found.end(), "a"));
+    EXPECT_EQ(6, std::count(found.begin(), found.end(), "b"));
+}
+
+TEST_F(OsLogFold, TellsOfAPassedStormAMinuteLaterWhateverComes) {
+    log("b");
+    log("a", kShown + 3);
+    after(59s);
+    log("b");
+    EXPECT_EQ("b", texts().back());
+    after(1s);
+    const size_t before = texts().size();
+    log("b");
+    EXPECT_EQ((Texts{"message repeated 3 times: f f:1 a", "b"}), texts_after(before));
+}
+
+TEST_F(OsLogFold, KnowsSoManyLinesAndForgetsTheOneThatCameLongestAgo) {
+    const auto turn = [](char last) {
+        for (char name = 'a'; name <= last; ++name) {
+            log(std::string(1, name).c_str());
+        }
+    };
+    for (int i = 0; i < kShown + 1; ++i) {
+        after(1ms);
+        turn('h');
+    }
+    EXPECT_EQ(static_cast<size_t>(8 * kShown), texts().size());
+    after(1ms);
+    log("new");
+    const size_t before = texts().size();
+    log("b");
+    EXPECT_EQ(before, texts().size());
+    log("a");
+    EXPECT_EQ("a", texts().back());
+}
+
+TEST_F(OsLogFold, ShowsTheBeginningOfALongLine) {
+    const std::string text(300, 'x');
+    log("b");
+    log(text.c_str(), kShown + 1);
+    log("b");
+    const size_t before = texts().size();
+    log("c");
+    EXPECT_EQ((Texts{"message repeated 1 time: f f:1 " + text.substr(0, 154), "c"}), texts_after(before));
 }
 
 TEST_F(OsLogFold, ShowsAnEndlessStormNowAndThen) {
@@ -159,7 +226,7 @@ TEST_F(OsLogFold, ShowsASlowStormOnceAMinute) {
 TEST_F(OsLogFold, CountsAfreshForEachLine) {
     log("a", kShown + 2);
     log("b", kShown + 2);
-    log("a");
+    log("c");
     const Texts found = texts();
     EXPECT_EQ(static_cast<size_t>(2 * kShown) + 3, found.size());
     EXPECT_EQ(2, std::count(found.begin(), found.end(), "last message repeated 2 times"));
