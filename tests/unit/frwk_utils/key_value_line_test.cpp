@@ -23,7 +23,7 @@ namespace {
 constexpr char kPath[] = "/m_data/usr/pairs.txt";
 
 /* As product data are read, and as operator files are. */
-constexpr KeyValueRules kPlain = {"plain_reader", CommentPlace::kFirstByte, "skipped", nullptr, nullptr};
+constexpr KeyValueRules kPlain = {"plain_reader", CommentPlace::kFirstByte, "passed over", nullptr, nullptr};
 constexpr KeyValueRules kStrict = {"strict_reader", CommentPlace::kFirstText, nullptr, "begins with NUL",
                                    "at its end"};
 constexpr const KeyValueRules *kBoth[] = {&kPlain, &kStrict};
@@ -93,6 +93,8 @@ TEST_F(KeyValueLine, SkipsALineWithoutAnEqualsSignAndSaysSo) {
         const LogCapture log;
         EXPECT_EQ(Pairs{"a|1"}, pairs_of("no pair\na=1\n", *rules));
         EXPECT_TRUE(logged_once(log, kWarningLevel, rules->call, "not found '='\n"));
+        EXPECT_TRUE(logged_once(log, kWarningLevel, rules->call,
+                                std::string(kPath) + " line 1 skipped: it has no equals sign"));
         EXPECT_FALSE(log.contains("no pair"));
     }
 }
@@ -233,7 +235,7 @@ TEST_F(KeyValueLine, ALineOfBlanksIsNoPairOrEmpty) {
     const LogCapture log;
     EXPECT_EQ(Pairs{}, pairs_of("  \t \r\n", kPlain));
     EXPECT_EQ(1u, log.count("not found '='"));
-    EXPECT_FALSE(log.contains("skipped"));
+    EXPECT_FALSE(log.contains("passed over"));
     EXPECT_EQ(Pairs{}, pairs_of("  \t \r\n", kStrict));
     EXPECT_EQ(1u, log.count("not found '='"));
 }
@@ -244,14 +246,14 @@ TEST_F(KeyValueLine, CommentsAndEmptyLinesAreNotedOrPassedOverInSilence) {
     EXPECT_EQ(Pairs{"b|2"}, pairs_of(content, kStrict));
     EXPECT_EQ(1u, log.debug_lines().size()) << log.text();
     EXPECT_EQ(Pairs{"b|2"}, pairs_of(content, kPlain));
-    EXPECT_EQ(4u, count_lines(log.debug_lines(), kDebugLevel, "skipped"));
+    EXPECT_EQ(4u, count_lines(log.debug_lines(), kDebugLevel, "passed over"));
 }
 
 TEST_F(KeyValueLine, ANulAtTheBeginningIsAnEmptyLineOrEndsTheFile) {
     const std::string content = "a=1\n\0b=2\nc=3\n"s;
     const LogCapture log;
     EXPECT_EQ((Pairs{"a|1", "c|3"}), pairs_of(content, kPlain));
-    EXPECT_TRUE(logged_once(log, kDebugLevel, kPlain.call, "skipped"));
+    EXPECT_TRUE(logged_once(log, kDebugLevel, kPlain.call, "passed over"));
     EXPECT_EQ(Pairs{"a|1"}, pairs_of(content, kStrict));
     EXPECT_TRUE(logged_once(log, kWarningLevel, kStrict.call, "begins with NUL"));
     EXPECT_FALSE(log.contains("at its end"));

@@ -62,6 +62,7 @@ bool KeyValueFile::split(char *text, KeyValue *pair) const {
     char *equals = std::strchr(text, '=');
     if (equals == nullptr) {
         FRWK_WARN_AS(rules_.call, "not found '='\n");
+        FRWK_WARN_AS(rules_.call, "%s line %u skipped: it has no equals sign", path_, line_number_);
         return false;
     }
     *equals = '\0';
