@@ -8,8 +8,8 @@
  * second, also where up to eight different ones take turns; the eleventh and those after it are folded into a
  * count of the repeats since the last that was written, "last message repeated 10 times", or "message
  * repeated 10 times: " and the line's beginning where another one was written in between. A count is shown at
- * 10, 100, 1000 and so on, when the line is written again, when a new line comes, a minute after the last
- * sign of the line with the next one that is written, and when the process ends by exit.
+ * 10, 100, 1000 and so on, before the next line that is written, at the first repeat after a minute without a
+ * sign of the line, and when the process ends by exit.
  *
  * The system log gets its lines as from syslog(3), over a socket of the library's own: a daemon that is
  * stopped holds nobody up. It is waited for once, 100 ms at most; what it doesn't take is lost, and counted

@@ -157,8 +157,8 @@ uint64_t hash_of(const LogText &body) {
     return std::max<uint64_t>(hash, 1);
 }
 
-/* Tells of the repeats that the channel has not shown. A forked child leaves those of its parent to the
- * parent. */
+/* Writes how often the line came since the channel last showed it. A forked child leaves those of its parent
+ * to the parent. */
 void write_count(Channel *channel, KnownLine *known) {
     if (known->repeats == known->counted || known->counted_by != getpid()) {
         return;
@@ -215,25 +215,9 @@ bool is_storm(KnownLine *known, int64_t now) {
     return is_storm;
 }
 
-/* Tells of what was folded, and counts afresh. */
-void end_folding(Channel *channel, KnownLine *known) {
-    write_count(channel, known);
-    known->repeats = 0;
-    known->counted = 0;
-}
-
-void end_all_folding(Channel *channel) {
+void write_counts(Channel *channel) {
     for (KnownLine &known : channel->known) {
-        end_folding(channel, &known);
-    }
-}
-
-/* A storm that has passed is told of by whatever comes a minute later. */
-void tell_old_counts(Channel *channel, int64_t now) {
-    for (KnownLine &known : channel->known) {
-        if (now - known.written_at >= kCountAfter) {
-            write_count(channel, &known);
-        }
+        write_count(channel, &known);
     }
 }
 
@@ -252,7 +236,7 @@ bool came_earlier(const KnownLine &left, const KnownLine &right) {
 
 /* Gets to know a line in the place of the one that has not come for longest. */
 KnownLine *begin_line(Channel *channel, int level, uint64_t hash, const LogText &body) {
-    end_all_folding(channel);
+    write_counts(channel);
     KnownLine *known = std::min_element(std::begin(channel->known), std::end(channel->known), came_earlier);
     known->hash = hash;
     known->level = level;
@@ -272,8 +256,9 @@ void put(Channel *channel, int level, const LogText &body) {
         fold(channel, known, now);
         return;
     }
-    end_folding(channel, known);
-    tell_old_counts(channel, now);
+    write_counts(channel);
+    known->repeats = 0;
+    known->counted = 0;
     known->written_at = now;
     channel->last = known;
     channel->write(level, body);
@@ -281,7 +266,7 @@ void put(Channel *channel, int level, const LogText &body) {
 
 /* Lets the next lines through, whatever came before. */
 void forget_lines(Channel *channel) {
-    end_all_folding(channel);
+    write_counts(channel);
     std::fill(std::begin(channel->known), std::end(channel->known), KnownLine{});
     channel->last = nullptr;
 }
@@ -344,8 +329,8 @@ __attribute__((constructor)) void read_environment_at_load() {
 __attribute__((destructor)) void tell_last_counts_at_exit() {
     const std::unique_lock<std::mutex> lock(g_log.mutex, std::try_to_lock);
     if (lock.owns_lock()) {
-        end_all_folding(&g_debug_channel);
-        end_all_folding(&g_system_channel);
+        write_counts(&g_debug_channel);
+        write_counts(&g_system_channel);
         (void)g_log_socket.tell_losses();
     }
 }
