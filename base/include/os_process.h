@@ -6,6 +6,12 @@
  * While a module ignores SIGCHLD, the system keeps no wait status: where one is due, the functions wait for
  * the command's end all the same and return -1 with errno ECHILD.
  *
+ * A command starts in the working folder and with the environment of the process, but for two things that
+ * could give other users its rights. Of PATH it gets the absolute folders in which nobody but root and the
+ * process's own user can put anything, or "/usr/sbin:/usr/bin:/sbin:/bin" where there is none. And its umask
+ * keeps group and others from writing to what it makes; where the process's umask doesn't, a second shell
+ * sets it before it becomes the command's.
+ *
  * Every function may be called from any thread.
  */
 #ifndef QUOR_OS_PROCESS_H

@@ -3,8 +3,8 @@
 //   /m_data, /m_webui   fresh and empty but for the folders that the device's image brings along
 //   /tmp                fresh; the host's entries are bound in, so that a build folder there stays in reach
 //   /tmp/m_tmp          fresh and empty
-//   /etc, /usr/bin      fresh folders of symbolic links to a read-only view of the host's; entries may be
-//                       added, replaced and removed, the host's configuration of modules is not among them
+//   /etc, /usr/bin,     fresh folders of symbolic links to a read-only view of the host's; entries may be
+//   /usr/sbin           added, replaced and removed, the host's configuration of modules is not among them
 //   /dev                fresh, with the plain devices bound in and terminals of its own; there is no log
 //                       socket, so that nothing reaches the host's system log
 //
@@ -170,6 +170,19 @@ void mount_stand_in(const std::string &path, const std::string &original, Names 
                    [&](const std::string &name) { make_link(original + "/" + name, path + "/" + name); });
 }
 
+// Of the device's own user, as on a device, where a user namespace shows the host's as nobody's: so that the
+// folders of PATH are ones in which modules look for tools.
+void build_usr(const std::string &original) {
+    make_folder("/usr");
+    const std::string host = std::string(kHost) + "/usr/";
+    for_each_entry(host, {"bin", "sbin"},
+                   [&](const std::string &name) { show(host + name, "/usr/" + name); });
+    make_folder("/usr/bin");
+    mount_stand_in("/usr/bin", original + "/bin", {"apps_init"});
+    make_folder("/usr/sbin");
+    mount_stand_in("/usr/sbin", original + "/sbin", {});
+}
+
 // All of /usr is kept, not only /usr/bin, since some programs look for their files beside themselves.
 void build_writable_folders() {
     const std::string originals = originals_folder();
@@ -179,7 +192,7 @@ void build_writable_folders() {
     make_folder("/etc");
     mount_stand_in("/etc", originals + "/etc",
                    {"quor_apps_cfg.xml", "quor_apps_startup", "quor_product.key"});
-    mount_stand_in("/usr/bin", originals + "/usr/bin", {"apps_init"});
+    build_usr(originals + "/usr");
 }
 
 void build_tmp() {
@@ -229,7 +242,7 @@ void build_device_folders() {
 }
 
 void show_host_folders() {
-    for_each_entry(kHost, {"m_data", "m_webui", "tmp", "dev", "etc"},
+    for_each_entry(kHost, {"m_data", "m_webui", "tmp", "dev", "etc", "usr"},
                    [](const std::string &name) { show(std::string(kHost) + "/" + name, "/" + name); });
 }
 

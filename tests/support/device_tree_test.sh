@@ -43,6 +43,10 @@ LetsTheDeviceFoldersBeWritten() {
         echo text > $folder/device_tree_$$; rm $folder/device_tree_$$; done'
 }
 
+HasTheFoldersOfToolsForItsOwn() {
+    [ "$("$launcher" -- stat -Lc %u / /usr /usr/bin /usr/sbin | sort -u)" = "$(id -u)" ]
+}
+
 LeavesTheHostUntouched() {
     local name=device_tree_test_$$ path
     "$launcher" -- sh -ec "touch /etc/$name /usr/bin/$name /dev/shm/$name /tmp/$name /tmp/m_tmp/$name

@@ -28,6 +28,7 @@
 #include <vector>
 
 #include "frwk_common.h"
+#include "frwk_diag.h"
 #include "frwk_utils.h"
 
 namespace {
@@ -310,6 +311,17 @@ std::string agree_language(const Words &words) {
     return returned(frwk_user_agreement_language_change(words.text(1).c_str()));
 }
 
+std::string ping(const Words &words) {
+    frwk_diag_req req = {};
+    req.ping.count = 1;
+    (void)std::snprintf(req.ping.target, sizeof(req.ping.target), "%s", words.text(1).c_str());
+    frwk_diag_ctx context;
+    (void)frwk_diag_init(&context);
+    const int32_t result = frwk_diag_exec(FRWK_DIAG_TYPE_PING, &req, &context);
+    frwk_diag_free(&context);
+    return returned(result);
+}
+
 struct Command {
     const char *name;
     std::string (*act)(const Words &words);
@@ -341,6 +353,7 @@ constexpr Command kCommands[] = {
     {"threads", churn_in_threads},  /* threads EVENT COUNT SEED THREADS */
     {"language", change_language},  /* language LANGUAGE */
     {"agreement", agree_language},  /* agreement LANGUAGE */
+    {"ping", ping},                 /* ping TARGET */
 };
 
 std::string carry_out(const std::string &line) {

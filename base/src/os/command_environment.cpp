@@ -11,14 +11,17 @@
 
 #include "command_scope.h"
 #include "os_process.h"
+#include "tool_path.h"
 
 namespace {
 
 constexpr char kLocale[] = "LC_ALL=";
 constexpr char kCLocale[] = "LC_ALL=C";
+constexpr char kPath[] = "PATH=";
+constexpr size_t kPathLength = sizeof(kPath) - 1;
 
-/* The mark, the locale, and the end. */
-constexpr size_t kOwnEntries = 3;
+/* The path, the locale, the mark, and the end. */
+constexpr size_t kOwnEntries = 4;
 
 thread_local bool g_untranslated = false;
 
@@ -30,14 +33,18 @@ size_t count_entries() {
     return count;
 }
 
-bool sets_locale(const char *entry) {
-    return strncmp(entry, kLocale, sizeof(kLocale) - 1) == 0;
+bool begins_with(const char *entry, const char *name) {
+    return strncmp(entry, name, strlen(name)) == 0;
 }
 
-/* Copies what stays of the process's own entries. Returns where they end. */
-char **copy_entries(size_t count, char **to) {
-    return std::copy_if(environ, environ + count, to,
-                        [](const char *entry) { return !g_untranslated || !sets_locale(entry); });
+/* Whether the library brings its own in place of an entry. */
+bool is_replaced(const char *entry) {
+    return begins_with(entry, kPath) || (g_untranslated && begins_with(entry, kLocale));
+}
+
+/* Room for the entries, and after them for the bytes of the path. */
+char **allocate(size_t entries, size_t bytes) {
+    return static_cast<char **>(calloc(1, entries * sizeof(char *) + bytes));
 }
 
 }  // namespace
@@ -48,12 +55,19 @@ void FreeEnvironment::operator()(char **entries) const {
 
 std::unique_ptr<char *, FreeEnvironment> command_environment() {
     const size_t count = count_entries();
+    const char *path = getenv("PATH");
     std::unique_ptr<char *, FreeEnvironment> entries(
-        static_cast<char **>(calloc(count + kOwnEntries, sizeof(char *))));
+        allocate(count + kOwnEntries, kPathLength + safe_path_size(path)));
     if (!entries) {
         return nullptr;
     }
-    char **next = copy_entries(count, entries.get());
+
+    char *own_path = reinterpret_cast<char *>(entries.get() + count + kOwnEntries);
+    memcpy(own_path, kPath, kPathLength);
+    write_safe_path(path, own_path + kPathLength);
+
+    char **next = std::remove_copy_if(environ, environ + count, entries.get(), is_replaced);
+    *next++ = own_path;
     if (g_untranslated) {
         *next++ = const_cast<char *>(kCLocale); /* who starts a process only reads it */
     }

@@ -10,8 +10,9 @@ struct FreeEnvironment {
 };
 
 /*
- * The environment of a command of the calling thread: the process's own, the mark of the thread's command
- * scope if it has one, and the "C" locale where the thread asked for it.
+ * The environment of a command of the calling thread: the process's own with the folders of its PATH
+ * that are safe, the mark of the thread's command scope if it has one, and the "C" locale where the thread
+ * asked for it.
  *
  * Returns nothing, with errno set, when there is no memory. The entries are borrowed.
  */

@@ -12,6 +12,7 @@
 #include <mutex>
 
 #include "command_environment.h"
+#include "command_prelude.h"
 
 namespace {
 
@@ -117,9 +118,12 @@ pid_t start_shell(const char *command, int fd, int standard_fd) {
     int error = settings.error();
     pid_t shell = -1;
     if (error == 0) {
-        const char *const arguments[] = {"sh", "-c", command, nullptr};
-        error = posix_spawn(&shell, kShell, settings.actions(), settings.attr(),
-                            const_cast<char *const *>(arguments), environment.get());
+        const char *prelude = command_prelude();
+        const char *const plain[] = {"sh", "-c", command, nullptr};
+        const char *const prepared[] = {"sh", "-c", prelude, "sh", command, nullptr};
+        error =
+            posix_spawn(&shell, kShell, settings.actions(), settings.attr(),
+                        const_cast<char *const *>(prelude != nullptr ? prepared : plain), environment.get());
     }
     if (error != 0) {
         errno = error;

@@ -62,6 +62,17 @@ TEST_F(CommandEnvironment, OfAnotherThreadStaysTheModules) {
     EXPECT_EQ(kModulesLocale, seen);
 }
 
+TEST_F(CommandEnvironment, HasThePathThatIsSafe) {
+    const std::string before = getenv("PATH");
+    setenv("PATH", ".:/tmp::/usr/bin:/bin", 1);
+    EXPECT_EQ("/usr/bin:/bin", output_of("printf %s \"$PATH\""));
+    EXPECT_EQ("PATH=/usr/bin:/bin\n", output_of("env | grep ^PATH="));
+    EXPECT_STREQ(".:/tmp::/usr/bin:/bin", getenv("PATH"));
+    unsetenv("PATH");
+    EXPECT_EQ("/usr/sbin:/usr/bin:/sbin:/bin", output_of("printf %s \"$PATH\""));
+    setenv("PATH", before.c_str(), 1);
+}
+
 TEST_F(CommandEnvironment, LeavesTheModulesOwnAlone) {
     os_command_untranslated(1);
     EXPECT_EQ("C", locale_of_a_command());

@@ -1,0 +1,80 @@
+/*
+ * A tool of somebody else's in a folder of the module's PATH, and a module that makes files for everybody.
+ */
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <string>
+
+#include "security/attacker.h"
+#include "security/other_user.h"
+#include "support/module_process.h"
+
+namespace {
+
+constexpr int kRouter = 3;
+constexpr char kFolder[] = "/m_data/usr/foreign";
+constexpr char kRan[] = "/m_data/usr/ran";
+
+/* The folder is open to all, or another user's and open to nobody else. */
+class ForeignTool : public testing::TestWithParam<As> {
+  protected:
+    void SetUp() override {
+        const bool is_anothers = GetParam() == As::kAnotherUser;
+        if (is_anothers && !other_user_exists()) {
+            GTEST_SKIP() << kNoOtherUser;
+        }
+        ASSERT_EQ(0, mkdir(kFolder, 0755));
+        put_tool("ping");
+        put_tool("touch");
+        options_.environment = {std::string("PATH=.:") + kFolder + ":" + getenv("PATH")};
+        ASSERT_EQ(0, is_anothers ? chown(kFolder, kOtherUser, kOtherUser) : chmod(kFolder, 0777));
+    }
+    void TearDown() override {
+        std::filesystem::remove_all(kFolder);
+        std::filesystem::remove(kRan);
+    }
+
+    static bool ran() { return std::filesystem::exists(kRan); }
+
+    ModuleOptions options_;
+
+  private:
+    static void put_tool(const std::string &name) {
+        const std::string path = std::string(kFolder) + "/" + name;
+        EXPECT_TRUE(write_text(path, std::string("#!/bin/sh\n: > ") + kRan + "\n"));
+        EXPECT_EQ(0, chmod(path.c_str(), 0755));
+    }
+};
+
+}  // namespace
+
+TEST_P(ForeignTool, IsNotRunForADiagnostic) {
+    ModuleProcess router(kRouter, options_);
+    EXPECT_EQ("ret=0", router.ask("ping 127.0.0.1"));
+    EXPECT_FALSE(ran());
+}
+
+TEST_P(ForeignTool, IsNotRunForAReset) {
+    ModuleProcess router(kRouter, options_);
+    (void)router.ask("reset 1");
+    EXPECT_FALSE(ran());
+    EXPECT_TRUE(std::filesystem::exists("/m_data/usr_permanent/reset_flag"));
+}
+
+INSTANTIATE_TEST_SUITE_P(Folders, ForeignTool, testing::Values(As::kTheSameUser, As::kAnotherUser));
+
+TEST(OpenUmask, AResetsFlagIsNotForOthersToWrite) {
+    const mode_t before = umask(0);
+    {
+        ModuleProcess router(kRouter);
+        (void)router.ask("reset 1");
+    }
+    umask(before);
+    struct stat info = {};
+    ASSERT_EQ(0, stat("/m_data/usr_permanent/reset_flag", &info));
+    EXPECT_EQ(0644u, info.st_mode & 07777u);
+}

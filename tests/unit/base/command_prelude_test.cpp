@@ -1,0 +1,74 @@
+/*
+ * What a command may do with files, whatever the module's umask, and how its shell then runs.
+ */
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <cerrno>
+#include <string>
+
+#include "doubles/faults_test_fixture.h"
+#include "doubles/libc_doubles.h"
+#include "os_process.h"
+
+namespace {
+
+class CommandPrelude : public FaultsTest {
+  protected:
+    ~CommandPrelude() override { umask(before_); }
+
+    static std::string output_of(const char *command) {
+        FILE *stream = os_popen(command, "r");
+        char text[256] = "";
+        const size_t length = fread(text, 1, sizeof(text) - 1, stream);
+        EXPECT_EQ(0, os_pclose(stream));
+        return std::string(text, length);
+    }
+
+    /* The shell of a command, as the kernel shows it. */
+    static std::string shell() { return output_of("tr '\\0' '|' < /proc/$$/cmdline; echo"); }
+
+  private:
+    const mode_t before_ = umask(022);
+};
+
+constexpr char kPlainShell[] = "sh|-c|tr '\\0' '|' < /proc/$$/cmdline; echo|\n";
+constexpr char kPreparedShell[] = "/bin/sh|-c|tr '\\0' '|' < /proc/$$/cmdline; echo|sh|\n";
+
+}  // namespace
+
+TEST_F(CommandPrelude, ACommandMakesNoFileThatOthersCanWriteTo) {
+    const struct {
+        mode_t before;
+        const char *seen;
+    } cases[] = {{0, "0022\n"},   {002, "0022\n"}, {020, "0022\n"},
+                 {022, "0022\n"}, {027, "0027\n"}, {077, "0077\n"}};
+    for (const auto &each : cases) {
+        umask(each.before);
+        EXPECT_EQ(each.seen, output_of("umask"));
+        EXPECT_EQ(each.before, umask(each.before)) << "the process's own";
+    }
+}
+
+TEST_F(CommandPrelude, WithASafeUmaskTheShellRunsTheTextAtOnce) {
+    EXPECT_EQ(kPlainShell, shell());
+}
+
+TEST_F(CommandPrelude, AShellThatHasToBePreparedBecomesTheCommandsOwn) {
+    umask(0);
+    EXPECT_EQ(kPreparedShell, shell());
+    EXPECT_EQ("sh 0\n", output_of("echo $0 $#"));
+    EXPECT_EQ(7 << 8, os_system("exit 7"));
+    EXPECT_EQ(SIGKILL, os_system("kill -9 $$"));
+}
+
+TEST_F(CommandPrelude, AShellIsPreparedWhereTheUmaskIsUnknown) {
+    doubles::libc::open.stand_in([](const char *path, int flags, mode_t mode) {
+        if (std::string(path) == "/proc/thread-self/status") {
+            errno = EMFILE;
+            return -1;
+        }
+        return doubles::libc::open.real(path, flags, mode);
+    });
+    EXPECT_EQ(kPreparedShell, shell());
+}
