@@ -49,9 +49,16 @@ FILE *os_popen(const char *command, const char *mode);
  */
 int32_t os_pclose(FILE *stream);
 
+/* Bytes of the largest file that a command in a scope can write. */
+#define OS_COMMAND_FILE_MAX (16 * 1024 * 1024)
+
 /*
  * Opens a scope for the calling thread: whatever its commands leave running, in the background or detached,
- * can be ended with os_command_scope_close. Not nested: a second opening begins afresh.
+ * can be ended with os_command_scope_close, and ends by itself when the thread ends or the process is killed.
+ * A file that they write ends at OS_COMMAND_FILE_MAX bytes, and so does who writes it, by SIGXFSZ. Not
+ * nested: a second opening begins afresh.
+ *
+ * From its first command on the thread has one more child process, until the scope is closed.
  */
 void os_command_scope_open(void);
 

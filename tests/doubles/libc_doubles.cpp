@@ -10,6 +10,7 @@
 extern "C" {
 
 int __real_socket(int, int, int);
+int __real_socketpair(int, int, int, int *);
 int __real_bind(int, const sockaddr *, socklen_t);
 int __real_listen(int, int);
 int __real_accept4(int, sockaddr *, socklen_t *, int);
@@ -23,6 +24,7 @@ int __real_sched_yield();
 ssize_t __real_send(int, const void *, size_t, int);
 ssize_t __real_read(int, void *, size_t);
 ssize_t __real_write(int, const void *, size_t);
+ssize_t __real_pwrite64(int, const void *, size_t, off_t);
 ssize_t __real_writev(int, const iovec *, int);
 int __real_close(int);
 int __real_fsync(int);
@@ -38,6 +40,7 @@ int __real_fflush(FILE *);
 int __real_fclose(FILE *);
 FILE *__real_fdopen(int, const char *);
 int __real_system(const char *);
+pid_t __real_fork();
 int __real_pipe2(int *, int);
 int __real_posix_spawn(pid_t *, const char *, const posix_spawn_file_actions_t *, const posix_spawnattr_t *,
                        char *const *, char *const *);
@@ -80,6 +83,7 @@ bool open_has_mode(int flags) {
 }  // namespace
 
 Double<int(int, int, int)> socket(__real_socket);
+Double<int(int, int, int, int *)> socketpair(__real_socketpair);
 Double<int(int, const sockaddr *, socklen_t)> bind(__real_bind);
 Double<int(int, int)> listen(__real_listen);
 Double<int(int, sockaddr *, socklen_t *, int)> accept4(__real_accept4);
@@ -93,6 +97,7 @@ Double<int()> sched_yield(__real_sched_yield);
 Double<ssize_t(int, const void *, size_t, int)> send(__real_send);
 Double<ssize_t(int, void *, size_t)> read(__real_read);
 Double<ssize_t(int, const void *, size_t)> write(__real_write);
+Double<ssize_t(int, const void *, size_t, off_t)> pwrite(__real_pwrite64);
 Double<ssize_t(int, const iovec *, int)> writev(__real_writev);
 Double<int(int)> close(__real_close);
 Double<int(int)> fsync(__real_fsync);
@@ -108,6 +113,7 @@ Double<int(FILE *)> fflush(__real_fflush);
 Double<int(FILE *)> fclose(__real_fclose);
 Double<FILE *(int, const char *)> fdopen(__real_fdopen);
 Double<int(const char *)> system(__real_system);
+Double<pid_t()> fork(__real_fork);
 Double<int(int *, int)> pipe2(__real_pipe2);
 Double<int(pid_t *, const char *, const posix_spawn_file_actions_t *, const posix_spawnattr_t *,
            char *const *, char *const *)>
@@ -134,6 +140,10 @@ Double<FILE *(const char *, const char *)> fopen(__real_fopen64);
 }  // namespace doubles::libc
 
 extern "C" {
+
+int __wrap_socketpair(int a, int b, int c, int *d) {
+    return doubles::libc::socketpair(a, b, c, d);
+}
 
 int __wrap_socket(int a, int b, int c) {
     return doubles::libc::socket(a, b, c);
@@ -187,6 +197,10 @@ ssize_t __wrap_read(int a, void *b, size_t c) {
 
 ssize_t __wrap_write(int a, const void *b, size_t c) {
     return doubles::libc::write(a, b, c);
+}
+
+ssize_t __wrap_pwrite64(int a, const void *b, size_t c, off_t d) {
+    return doubles::libc::pwrite(a, b, c, d);
 }
 
 ssize_t __wrap_writev(int a, const iovec *b, int c) {
@@ -243,6 +257,10 @@ int __wrap_fclose(FILE *a) {
 
 FILE *__wrap_fdopen(int a, const char *b) {
     return doubles::libc::fdopen(a, b);
+}
+
+pid_t __wrap_fork() {
+    return doubles::libc::fork();
 }
 
 int __wrap_system(const char *a) {

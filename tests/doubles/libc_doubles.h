@@ -24,6 +24,7 @@
 namespace doubles::libc {
 
 extern Double<int(int, int, int)> socket;
+extern Double<int(int, int, int, int *)> socketpair;
 extern Double<int(int, const sockaddr *, socklen_t)> bind;
 extern Double<int(int, int)> listen;
 extern Double<int(int, sockaddr *, socklen_t *, int)> accept4;
@@ -40,6 +41,7 @@ extern Double<int(const char *, int, mode_t)> open;
 extern Double<int(int, int, void *)> fcntl;
 extern Double<ssize_t(int, void *, size_t)> read;
 extern Double<ssize_t(int, const void *, size_t)> write;
+extern Double<ssize_t(int, const void *, size_t, off_t)> pwrite;
 extern Double<ssize_t(int, const iovec *, int)> writev;
 extern Double<int(int)> close;
 extern Double<int(int)> fsync;
@@ -57,6 +59,7 @@ extern Double<int(FILE *)> fflush;
 extern Double<int(FILE *)> fclose;
 extern Double<FILE *(int, const char *)> fdopen;
 extern Double<int(const char *)> system;
+extern Double<pid_t()> fork;
 extern Double<int(int *, int)> pipe2;
 extern Double<int(pid_t *, const char *, const posix_spawn_file_actions_t *, const posix_spawnattr_t *,
                   char *const *, char *const *)>

@@ -8,6 +8,8 @@
 
 #include <exception>
 
+#include "faults/in_front.h"
+
 namespace faults {
 
 /* Status of a child whose C++ code got no memory. */
@@ -26,7 +28,7 @@ long end_if_starved(Tested tested) noexcept {
 /* Runs a step in a child. Returns its exit status. wait4 is none of the calls that fail. */
 template <typename Step>
 long in_child(Step step) {
-    const pid_t child = ::fork();
+    const pid_t child = real_function<pid_t (*)()>("fork")(); /* the step is part of the run */
     if (child == 0) {
         const long status = step();
         ::_exit(static_cast<int>(status));

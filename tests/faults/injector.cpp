@@ -55,7 +55,7 @@ Range g_fragile[kFragileCount]; /* their code */
 std::atomic<long> g_live_blocks{0};
 std::atomic<void (*)(Call, int)> g_observer{nullptr};
 thread_local bool t_is_watcher = false;
-thread_local bool t_is_observing = false;
+thread_local bool t_is_observing = false; /* or no part of the run any more */
 
 Range code_of(const dl_phdr_info &info) {
     Range code;
@@ -123,6 +123,10 @@ void watch(Who who) {
 
 void stop_watching() {
     g_shared->who = Who::kNobody;
+}
+
+void leave_run() {
+    t_is_observing = true;
 }
 
 Fault met() {

@@ -39,6 +39,9 @@ Trace end();
 /* Counts no longer, in a child: the trace is its parent's. In the parent, what a child that ended left on. */
 void stop_watching();
 
+/* The same for a process that a library under test has forked, for good: the run goes on without it. */
+void leave_run();
+
 /* What the call that was made to fail met; nothing while none was. */
 Fault met();
 

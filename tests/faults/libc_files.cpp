@@ -77,6 +77,11 @@ QUOR_IN_FRONT(ssize_t, write, (int fd, const void *from, size_t size)) {
     return transfer(Call::write, size, [=](size_t part) { return real(fd, from, part); });
 }
 
+QUOR_IN_FRONT(ssize_t, pwrite64, (int fd, const void *from, size_t size, off64_t at)) {
+    QUOR_REAL(ssize_t, pwrite64, (int, const void *, size_t, off64_t));
+    return transfer(Call::pwrite64, size, [=](size_t part) { return real(fd, from, part, at); });
+}
+
 /* Short: the first of the pieces alone. */
 QUOR_IN_FRONT(ssize_t, writev, (int fd, const iovec *pieces, int count)) {
     QUOR_REAL(ssize_t, writev, (int, const iovec *, int));

@@ -77,6 +77,8 @@ QUOR_IN_FRONT(ssize_t, send, (int fd, const void *from, size_t size, int flags))
 }
 
 QUOR_PASS(int, socket, -1, (int domain, int type, int protocol), (domain, type, protocol))
+QUOR_PASS(int, socketpair, -1, (int domain, int type, int protocol, int *ends),
+          (domain, type, protocol, ends))
 QUOR_PASS(int, bind, -1, (int fd, const sockaddr *address, socklen_t size), (fd, address, size))
 QUOR_PASS(int, listen, -1, (int fd, int backlog), (fd, backlog))
 QUOR_PASS(int, setsockopt, -1, (int fd, int level, int name, const void *value, socklen_t size),
@@ -87,6 +89,20 @@ QUOR_PASS(int, connect, -1, (int fd, const sockaddr *address, socklen_t size), (
 QUOR_PASS(int, poll, -1, (pollfd * fds, nfds_t count, int timeout), (fds, count, timeout))
 
 QUOR_PASS(int, pipe2, -1, (int *ends, int flags), (ends, flags))
+/* What a library forks goes its own way: its calls are not the caller's. */
+QUOR_IN_FRONT(pid_t, fork, ()) {
+    QUOR_REAL(pid_t, fork, ());
+    const Fault fault = faults::take(Call::fork);
+    if (fault.way != Fault::Way::kNone) {
+        return faults::refuse<pid_t>(fault, -1);
+    }
+    const pid_t child = real();
+    if (child == 0) {
+        faults::leave_run();
+    }
+    return child;
+}
+
 QUOR_PASS(int, posix_spawn, fault.error,
           (pid_t * pid, const char *path, const posix_spawn_file_actions_t *actions,
            const posix_spawnattr_t *attributes, char *const *arguments, char *const *environment),

@@ -88,7 +88,9 @@ uint32_t frwk_diag_init(frwk_diag_ctx *ctx);
 
 /*
  * Runs a tool and collects all that it prints, to standard output and standard error. Blocks until the tool
- * ends by itself; processes that it leaves behind are killed then, where the base library can find them.
+ * ends by itself; processes that it leaves behind are killed then, where the base library can find them. A
+ * tool that prints more than 16 MiB is stopped there, which the last line of its output says; one whose
+ * caller is killed is killed too. Both are the base library's doing.
  *
  * type: one of frwk_diag_type_e. req: its member of that type is read.
  * ctx: from frwk_diag_init. A second run without frwk_diag_free between loses the first one's open file and

@@ -8,7 +8,9 @@
 #include <charconv>
 #include <cstring>
 
+#include "command_scope.h"
 #include "file_io.h"
+#include "os_process.h"
 #include "owned_fd.h"
 
 namespace {
@@ -19,7 +21,11 @@ constexpr char kUmask[] = "\nUmask:\t";
 /* What others must not do with a new file. */
 constexpr unsigned kOthersWrite = S_IWGRP | S_IWOTH;
 
-constexpr char kBecomeTheCommand[] = "umask go-w; exec /bin/sh -c \"$1\" sh";
+/* In blocks of 512 bytes, as the shell counts. Who may not have that many keeps the limit that there is. */
+#define FILE_LIMIT "ulimit -f 32768 2>/dev/null; "
+static_assert(OS_COMMAND_FILE_MAX == 32768 * 512);
+
+#define BECOME_THE_COMMAND "umask go-w; exec /bin/sh -c \"$1\" sh"
 
 /* A process that can't tell its umask, as before Linux 4.7, may have any. */
 bool lets_others_write() {
@@ -41,5 +47,8 @@ bool lets_others_write() {
 }  // namespace
 
 const char *command_prelude() {
-    return lets_others_write() ? kBecomeTheCommand : nullptr;
+    if (in_command_scope()) {
+        return FILE_LIMIT BECOME_THE_COMMAND;
+    }
+    return lets_others_write() ? BECOME_THE_COMMAND : nullptr;
 }

@@ -8,6 +8,7 @@
  * The text of the shell that becomes the command's, whose text is its $1; null where there is nothing to be
  * done.
  *
- * A command doesn't make files that others can write to, whatever the process's umask.
+ * A command doesn't make files that others can write to, whatever the process's umask. In a command scope no
+ * file that it writes grows beyond OS_COMMAND_FILE_MAX.
  */
 const char *command_prelude();

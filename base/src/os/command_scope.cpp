@@ -17,6 +17,7 @@
 #include <iterator>
 #include <memory>
 
+#include "command_guard.h"
 #include "os_process.h"
 #include "os_time.h"
 #include "owned_fd.h"
@@ -36,6 +37,7 @@ constexpr size_t kMarkSize = 96;
 struct Scope {
     char mark[kMarkSize] = ""; /* "NAME=1"; empty outside of a scope */
     bool used = false;         /* a command carries it */
+    CommandGuard guard;        /* once it is used */
 };
 
 thread_local Scope g_scope;
@@ -184,17 +186,29 @@ bool end_marked() {
 }  // namespace
 
 char *command_mark() {
-    g_scope.used = g_scope.mark[0] != '\0';
-    return g_scope.used ? g_scope.mark : nullptr;
+    if (!in_command_scope()) {
+        return nullptr;
+    }
+    if (!g_scope.used) {
+        g_scope.used = true;
+        g_scope.guard.start([] { (void)end_marked(); });
+    }
+    return g_scope.mark;
+}
+
+bool in_command_scope() {
+    return g_scope.mark[0] != '\0';
 }
 
 void os_command_scope_open(void) {
+    g_scope.guard.dismiss();
     g_scope = Scope{};
     make_mark();
 }
 
 int32_t os_command_scope_close(void) {
     const bool none_left = !g_scope.used || end_marked();
+    g_scope.guard.dismiss();
     g_scope = Scope{};
     return none_left ? 0 : -1;
 }

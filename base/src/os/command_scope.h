@@ -6,8 +6,11 @@
  */
 #pragma once
 
+/* Whether the calling thread has a scope open. */
+bool in_command_scope();
+
 /*
  * The mark for a command that the calling thread is about to start, as an entry of its environment; null
- * outside of a scope. It stays the scope's.
+ * outside of a scope. It stays the scope's, which is guarded from its first command on.
  */
 char *command_mark();

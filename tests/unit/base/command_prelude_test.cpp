@@ -5,11 +5,14 @@
 #include <sys/stat.h>
 
 #include <cerrno>
+#include <filesystem>
 #include <string>
 
 #include "doubles/faults_test_fixture.h"
 #include "doubles/libc_doubles.h"
 #include "os_process.h"
+#include "support/wait_until.h"
+#include "unit/base/temp_folder.h"
 
 namespace {
 
@@ -27,6 +30,8 @@ class CommandPrelude : public FaultsTest {
 
     /* The shell of a command, as the kernel shows it. */
     static std::string shell() { return output_of("tr '\\0' '|' < /proc/$$/cmdline; echo"); }
+
+    const TempFolder folder_;
 
   private:
     const mode_t before_ = umask(022);
@@ -71,4 +76,20 @@ TEST_F(CommandPrelude, AShellIsPreparedWhereTheUmaskIsUnknown) {
         return doubles::libc::open.real(path, flags, mode);
     });
     EXPECT_EQ(kPreparedShell, shell());
+}
+
+TEST_F(CommandPrelude, AFileOfACommandInAScopeEndsAt16Mebibytes) {
+    const std::string path = folder_.path("large");
+    os_command_scope_open();
+    EXPECT_EQ(SIGXFSZ, os_system(("exec head -c 20000000 /dev/zero > " + path).c_str()));
+    EXPECT_EQ(0, os_command_scope_close());
+    EXPECT_EQ(static_cast<uintmax_t>(OS_COMMAND_FILE_MAX), std::filesystem::file_size(path));
+
+    os_command_scope_open();
+    EXPECT_NE(0, os_system(("trap '' XFSZ; head -c 20000000 /dev/zero > " + path + " 2>&1").c_str()));
+    EXPECT_EQ(0, os_command_scope_close());
+    EXPECT_EQ(static_cast<uintmax_t>(OS_COMMAND_FILE_MAX), std::filesystem::file_size(path));
+
+    EXPECT_EQ(0, os_system(("exec head -c 20000000 /dev/zero > " + path).c_str()));
+    EXPECT_EQ(20000000u, std::filesystem::file_size(path));
 }

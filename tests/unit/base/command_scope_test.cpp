@@ -8,6 +8,7 @@
 #include <climits>
 #include <cstdlib>
 #include <filesystem>
+#include <future>
 #include <string>
 #include <thread>
 #include <vector>
@@ -152,11 +153,15 @@ TEST_F(CommandScope, AProcessOfAnotherUserIsNoneOfIt) {
 TEST_F(CommandScope, TouchesNothingOfOtherTimesAndThreads) {
     const pid_t before = leave("sleep 1000 & echo $! >$PID");
     os_command_scope_open();
-    pid_t beside = 0;
-    std::thread([this, &beside] {
+    std::promise<pid_t> started;
+    std::promise<void> checked;
+    std::thread other_thread([this, &started, &checked] {
         os_command_scope_open();
-        beside = leave("sleep 1000 & echo $! >$PID");
-    }).join();
+        started.set_value(leave("sleep 1000 & echo $! >$PID"));
+        checked.get_future().wait();
+        EXPECT_EQ(0, os_command_scope_close());
+    });
+    const pid_t beside = started.get_future().get();
     EXPECT_EQ(0, os_command_scope_close());
     const pid_t after = leave("sleep 1000 & echo $! >$PID");
     EXPECT_EQ(0, os_command_scope_close());
@@ -165,6 +170,8 @@ TEST_F(CommandScope, TouchesNothingOfOtherTimesAndThreads) {
         EXPECT_FALSE(has_ended(other));
         kill(other, SIGKILL);
     }
+    checked.set_value();
+    other_thread.join();
 }
 
 TEST_F(CommandScope, ASecondOpeningBeginsAfresh) {

@@ -246,6 +246,40 @@ TEST_F(DiagRun, ABufferThatCanNotGrowIsReported) {
     EXPECT_TRUE(exists(kPingFile));
 }
 
+/* Leaves an output as the base library stops it. */
+static int leave_stopped_output(const char *) {
+    write_file(kPingFile, "");
+    return truncate(kPingFile, OS_COMMAND_FILE_MAX);
+}
+
+TEST_F(DiagRun, AStoppedOutputSaysSoAtItsEnd) {
+    base::os_system.stand_in(leave_stopped_output);
+    EXPECT_EQ(E_APPS_ERR_SUCCESS, ping());
+    EXPECT_STREQ("\n(the output was stopped at 16 MiB)\n", context_.buf.data + OS_COMMAND_FILE_MAX);
+    EXPECT_EQ(context_.buf.length, read_file(kPingFile).size());
+}
+
+TEST_F(DiagRun, AStoppedOutputThatCanNotSaySoIsLoggedAndGiven) {
+    base::os_system.stand_in(leave_stopped_output);
+    libc::pwrite.stand_in([](int, const void *, size_t, off_t) {
+        errno = EIO;
+        return ssize_t{-1};
+    });
+    EXPECT_EQ(E_APPS_ERR_SUCCESS, ping());
+    EXPECT_TRUE(logged_once(log_, kWarningLevel, "frwk_diag_exec",
+                            with_errno("mark a stopped diag output error!", EIO)));
+    EXPECT_EQ(static_cast<uint32_t>(OS_COMMAND_FILE_MAX), context_.buf.length);
+}
+
+TEST_F(DiagRun, AStoppedOutputWithoutRoomToSaySoIsLogged) {
+    base::os_system.stand_in(leave_stopped_output);
+    libc::pwrite.stand_in(
+        [](int fd, const void *text, size_t, off_t at) { return libc::pwrite.real(fd, text, 5, at); });
+    EXPECT_EQ(E_APPS_ERR_SUCCESS, ping());
+    EXPECT_TRUE(logged_once(log_, kWarningLevel, "frwk_diag_exec",
+                            with_errno("mark a stopped diag output error!", ENOSPC)));
+}
+
 TEST_F(DiagRun, AnOutputAboveOneBlockIsRefused) {
     base::os_system.stand_in([](const char *) {
         write_file(kPingFile, "");

@@ -5,15 +5,22 @@
 #include "frwk_diag/diag_output.h"
 
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <cerrno>
 
+#include "internal/frwk_log.h"
 #include "internal/guarded_file.h"
+#include "os_process.h"
 
 namespace {
 
 constexpr mode_t kMode = 0600;
 constexpr off_t kUntouchedSize = 1;
+
+constexpr char kStopped[] = "\n(the output was stopped at 16 MiB)\n";
+constexpr ssize_t kStoppedLength = sizeof(kStopped) - 1;
+static_assert(OS_COMMAND_FILE_MAX == 16 * 1024 * 1024);
 
 /* Whether a shell has opened the file, and it is still there; errno tells why not. */
 bool was_written(int fd, const char *path) {
@@ -30,6 +37,12 @@ bool was_written(int fd, const char *path) {
     return !untouched && found.st_nlink != 0;
 }
 
+/* A write that is cut short lacks room, and says nothing else. */
+bool write_that_it_stopped(int fd) {
+    errno = ENOSPC;
+    return ::pwrite(fd, kStopped, kStoppedLength, OS_COMMAND_FILE_MAX) == kStoppedLength;
+}
+
 }  // namespace
 
 UniqueFd make_diag_output(const char *path) {
@@ -38,6 +51,17 @@ UniqueFd make_diag_output(const char *path) {
         output.reset();
     }
     return output;
+}
+
+void mark_stopped_output(int output) {
+    struct stat found = {};
+    const bool is_known = ::fstat(output, &found) == 0;
+    if (is_known && found.st_size != OS_COMMAND_FILE_MAX) {
+        return;
+    }
+    if (!is_known || !write_that_it_stopped(output)) {
+        FRWK_WARN_ERRNO_AS("frwk_diag_exec", "mark a stopped diag output error!");
+    }
 }
 
 UniqueFile open_diag_output(UniqueFd output, const char *path) {

@@ -11,6 +11,14 @@
 UniqueFd make_diag_output(const char *path);
 
 /*
+ * Where the base library stopped an output at OS_COMMAND_FILE_MAX, adds a last line that says so. Failures
+ * are logged; the output then stays as it is.
+ *
+ * output: what make_diag_output gave.
+ */
+void mark_stopped_output(int output);
+
+/*
  * The file for reading, after the tool has run.
  *
  * output: what make_diag_output gave. path: where it was made.

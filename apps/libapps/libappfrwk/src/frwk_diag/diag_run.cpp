@@ -26,9 +26,9 @@ namespace {
 
 /*
  * Waits for the tool, and ends what it leaves behind, so that nothing prints to the file any more. With a
- * base library that can't find that, the tool alone is waited for.
+ * base library that can't find that, the tool alone is waited for, and prints as much as it likes.
  */
-void run_tool(const char *command) {
+void run_tool(const char *command, int output) {
     const Untranslated untranslated;
     const bool scoped = os_command_scope_open != nullptr && os_command_scope_close != nullptr;
     if (scoped) {
@@ -37,6 +37,7 @@ void run_tool(const char *command) {
     os_system(command);
     if (scoped) {
         os_command_scope_close();
+        mark_stopped_output(output);
     }
 }
 
@@ -120,7 +121,7 @@ apps_err_e_type frwk_diag_exec(int32_t type, const frwk_diag_req *req, frwk_diag
     }
     UniqueFd output = make_diag_output(ctx->path);
     if (output) {
-        run_tool(command.text());
+        run_tool(command.text(), output.get());
     }
     ctx->fp = open_diag_output(std::move(output), ctx->path).take();
     if (ctx->fp == nullptr) {

@@ -1,0 +1,113 @@
+/*
+ * The two sides of the guard: the thread that asks for it, and its own process.
+ */
+#include "command_guard.h"
+
+#include <dirent.h>
+#include <poll.h>
+#include <sys/prctl.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <charconv>
+#include <csignal>
+#include <cstring>
+#include <memory>
+
+#include "os_log.h"
+#include "owned_fd.h"
+#include "shell_child.h"
+
+namespace {
+
+constexpr char kName[] = "quor-guard"; /* so that who looks for the module by its name doesn't find this */
+constexpr int kAskerEnded = SIGHUP;
+
+struct CloseFolder {
+    void operator()(DIR *folder) const { closedir(folder); }
+};
+
+/*
+ * A peer of the module must see its connections end with it, and a reader of its output the end. The call
+ * becomes descriptor 0, which frees the one that it takes to look at the others.
+ */
+void keep_only(int call) {
+    (void)dup2(call, STDIN_FILENO);
+    close(call);
+    const std::unique_ptr<DIR, CloseFolder> descriptors(opendir("/proc/self/fd"));
+    // cppcheck-suppress readdirCalled ; a stream of one thread, and readdir_r is withdrawn
+    while (const dirent *entry = descriptors ? readdir(descriptors.get()) : nullptr) {
+        int fd = STDIN_FILENO;
+        (void)std::from_chars(entry->d_name, entry->d_name + strlen(entry->d_name), fd);
+        if (fd != STDIN_FILENO && fd != dirfd(descriptors.get())) {
+            close(fd);
+        }
+    }
+}
+
+/* From now on no signal reaches this process but the one of the asker's end, and that one when it is waited
+ * for. */
+void take_no_signals(sigset_t *while_waiting) {
+    struct sigaction wake = {};
+    wake.sa_handler = [](int) {};
+    (void)sigaction(kAskerEnded, &wake, nullptr);
+    sigfillset(while_waiting);
+    (void)pthread_sigmask(SIG_SETMASK, while_waiting, nullptr);
+    sigdelset(while_waiting, kAskerEnded);
+}
+
+/*
+ * Waits for a word of the asker, or its end. Where its process has other forks, they hold its end of the call
+ * too, and the signal tells; it comes as soon as the thread ends, even while its process lives on.
+ */
+bool is_dismissed(const sigset_t &while_waiting) {
+    pollfd call = {STDIN_FILENO, POLLIN, 0};
+    char word = 0;
+    return ppoll(&call, 1, nullptr, &while_waiting) > 0 && recv(STDIN_FILENO, &word, 1, MSG_DONTWAIT) == 1;
+}
+
+}  // namespace
+
+void guard_commands(int call, pid_t asker, void (*act)()) {
+    sigset_t while_waiting;
+    take_no_signals(&while_waiting);
+    (void)setsid(); /* what is killed as a group with the asker, or by its terminal, doesn't count this in */
+    (void)prctl(PR_SET_NAME, kName);
+    (void)prctl(PR_SET_PDEATHSIG, kAskerEnded);
+    keep_only(call);
+    if (getppid() != asker || !is_dismissed(while_waiting)) {
+        act();
+    }
+}
+
+void CommandGuard::start(void (*act)()) {
+    int ends[2];
+    if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends) != 0) {
+        OS_LOG_ERRNO("make a call to the guard of commands error!");
+        return;
+    }
+    OwnedFd call(ends[0]);
+    const OwnedFd guards_end(ends[1]);
+    const pid_t asker = getpid();
+    const pid_t guard = fork();
+    if (guard == 0) {
+        guard_commands(ends[1], asker, act);  // GCOVR_EXCL_LINE: in a process that writes no counters
+        _exit(0);                             // GCOVR_EXCL_LINE
+    }
+    if (guard < 0) {
+        OS_LOG_ERRNO("start the guard of commands error!");
+        return;
+    }
+    guard_ = guard;
+    call_ = call.take();
+}
+
+void CommandGuard::dismiss() {
+    if (call_ < 0) {
+        return;
+    }
+    (void)send(call_, "", 1, MSG_NOSIGNAL);
+    close(call_);
+    call_ = -1;
+    (void)wait_for_shell(guard_);
+}
