@@ -15,7 +15,8 @@
  * stopped holds nobody up. It is waited for once, 100 ms at most; what it doesn't take is lost, and counted
  * in a line before the next one that it takes, or when the process ends by exit.
  *
- * Every function and macro may be used from any thread.
+ * Every function and macro may be used from any thread, and all but os_log_init in a forked child, whatever
+ * the other threads of its parent were about to write. A fork waits until no other thread is writing a line.
  */
 #ifndef QUOR_OS_LOG_H
 #define QUOR_OS_LOG_H

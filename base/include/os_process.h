@@ -12,7 +12,7 @@
  * keeps group and others from writing to what it makes; where the process's umask doesn't, a second shell
  * sets it before it becomes the command's.
  *
- * Every function may be called from any thread.
+ * Every function may be called from any thread, and in a forked child, but not for a stream of its parent.
  */
 #ifndef QUOR_OS_PROCESS_H
 #define QUOR_OS_PROCESS_H

@@ -4,6 +4,8 @@
  */
 #include "cipher.h"
 
+#include <sodium.h>
+
 #include <cstddef>
 
 #include "base64.h"

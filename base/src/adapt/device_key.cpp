@@ -4,6 +4,7 @@
 #include "device_key.h"
 
 #include <fcntl.h>
+#include <sodium.h>
 #include <sys/stat.h>
 
 #include <cerrno>

@@ -18,6 +18,7 @@
 #include <iterator>
 #include <mutex>
 
+#include "held_over_forks.h"
 #include "log_line.h"
 #include "log_socket.h"
 #include "text_copy.h"
@@ -333,6 +334,10 @@ __attribute__((destructor)) void tell_last_counts_at_exit() {
         write_counts(&g_system_channel);
         (void)g_log_socket.tell_losses();
     }
+}
+
+__attribute__((constructor)) void hold_log_over_forks() {
+    hold_over_forks<g_log>();
 }
 
 int facility_of(uint32_t number) {

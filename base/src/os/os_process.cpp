@@ -15,6 +15,7 @@
 #include <mutex>
 #include <utility>
 
+#include "held_over_forks.h"
 #include "owned_fd.h"
 #include "shell_child.h"
 
@@ -74,6 +75,10 @@ pid_t leave_pipe(const FILE *stream) {
     const OwnedEntry entry(*place);
     *place = entry->next;
     return entry->shell;
+}
+
+__attribute__((constructor)) void hold_pipes_over_forks() {
+    hold_over_forks<g_pipes>();
 }
 
 /* No process: -1, as when memory is short. No shell: a status. */

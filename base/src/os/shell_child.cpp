@@ -13,6 +13,7 @@
 
 #include "command_environment.h"
 #include "command_prelude.h"
+#include "held_over_forks.h"
 
 namespace {
 
@@ -40,14 +41,30 @@ void ignore_keyboard() {
     }
 }
 
-void restore_keyboard() {
-    const std::lock_guard<std::mutex> lock(g_keyboard.mutex);
-    if (--g_keyboard.waits > 0) {
-        return;
-    }
+void set_keyboard_as_before() {
     for (size_t i = 0; i < std::size(kKeyboardSignals); ++i) {
         (void)sigaction(kKeyboardSignals[i], &g_keyboard.before[i], nullptr);
     }
+}
+
+void restore_keyboard() {
+    const std::lock_guard<std::mutex> lock(g_keyboard.mutex);
+    if (--g_keyboard.waits == 0) {
+        set_keyboard_as_before();
+    }
+}
+
+/* The threads that wait for a command are not in the child. */
+void release_keyboard_in_child() {
+    if (g_keyboard.waits > 0) {
+        g_keyboard.waits = 0;
+        set_keyboard_as_before();
+    }
+    unlock_after_fork<g_keyboard>();
+}
+
+__attribute__((constructor)) void hold_keyboard_over_forks() {
+    hold_over_forks<g_keyboard>(release_keyboard_in_child);
 }
 
 /* The signals that a shell starts at their default. */

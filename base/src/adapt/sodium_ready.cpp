@@ -1,0 +1,47 @@
+#include "sodium_ready.h"
+
+#include <sodium.h>
+#include <sys/random.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <mutex>
+
+#include "held_over_forks.h"
+
+namespace {
+
+/* Whether the kernel gives random bytes, for which it may wait; false leaves the cause in errno. */
+bool has_random_bytes() {
+    unsigned char byte = 0;
+    ssize_t count = 0;
+    do {
+        count = getrandom(&byte, sizeof(byte), 0);
+    } while (count < 0 && errno == EINTR);
+    if (count < 0 && errno == ENOSYS) {
+        return access("/dev/urandom", R_OK) == 0; /* what libsodium reads on a kernel without the call */
+    }
+    return count == 1;
+}
+
+/* Whoever wants the library's own lock takes this one first: nobody holds that one while a child is forked.
+ */
+struct SodiumState {
+    std::mutex mutex;
+};
+
+SodiumState g_sodium;
+
+__attribute__((constructor)) void hold_sodium_over_forks() {
+    hold_over_forks<g_sodium>();
+}
+
+}  // namespace
+
+bool sodium_ready() {
+    if (!has_random_bytes()) {
+        return false;
+    }
+    const std::lock_guard<std::mutex> lock(g_sodium.mutex);
+    return sodium_init() >= 0;
+}
