@@ -38,6 +38,8 @@ typedef void (*frwk_exit_handler_t)(apps_message_id_e_type msgid);
  * this call, and ignores SIGPIPE. Descriptors 0, 1 and 2 are open afterwards, to /dev/null where they were
  * not.
  *
+ * Limits of the process come from its environment; docs/porting.md lists them.
+ *
  * The framework's threads keep the signal mask that they inherit, since what a handler starts by fork and
  * exec inherits theirs. A signal whose handler runs on the service thread ends that thread's wait for a
  * request, and that request is lost. So a module that handles signals blocks them, with pthread_sigmask,
@@ -171,7 +173,9 @@ apps_err_e_type frwk_ipc_send_sync(uint32_t module, apps_message_id_e_type msgid
  * data, len: the body and its bytes, copied; null and 0 for none. timeout: seconds, limits the connect; a
  * body larger than the socket's buffer, about 200 KB, then waits for the receiver to read it, without limit.
  * A message of the module to itself is handled on a thread of its own; when a hundred of these, or ten times
- * as many, run at once, the log says so.
+ * as many, run at once, the log says so. There are at most 4096 at once, or what the environment says in
+ * QUOR_IPC_OWN_MESSAGES_LIMIT when the module starts; one more is refused like a thread that can't be
+ * started.
  *
  * Returns 15 E_APPS_ERR_ASYNC when the message was delivered; never 0. Otherwise, as of frwk_ipc_send_sync,
  * 1 E_APPS_ERR_MODULE, 3 E_APPS_ERR_PARAM, 5 E_APPS_ERR_MALLOC, 14 E_APPS_ERR_THREAD (to itself) or 18
@@ -298,7 +302,9 @@ apps_err_e_type frwk_itc_create(const char *name, const struct os_thread_attr *a
 
 /*
  * Puts a message into a queue. It never waits for the handler. When a thousand messages, or ten times as
- * many, wait in the queue, the log says so.
+ * many, wait in the queue, the log says so. At most 1,000,000 wait, or what the environment says in
+ * QUOR_ITC_WAITING_LIMIT when the module starts; one more is refused like a message for which there is no
+ * memory.
  *
  * msgid: any number. data, size: copied; null and 0 for none.
  * Returns E_APPS_ERR_SUCCESS; E_APPS_ERR_PARAM for a null name, or null data of a size; E_APPS_ERR_NOTEXIST

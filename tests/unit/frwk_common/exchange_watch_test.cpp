@@ -1,11 +1,15 @@
 /*
  * An exchange that holds the service thread for more than a second is told of, with its peer and its step.
+ * The limit for exchanges ends one that holds it for too long.
  */
 #include "frwk_common/exchange_watch.h"
 
+#include <sys/ioctl.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <cerrno>
 #include <string>
 #include <thread>
 
@@ -251,4 +255,143 @@ TEST_F(ExchangeWatchTest, StartsTheLimitAfreshForEachPiece) {
     }
     serve();
     EXPECT_EQ(read_bytes(pair_.test(), 12), words({0, 4, 0}));
+}
+
+/* ---- With a limit for the whole exchange ----------------------------------------------------------- */
+
+namespace {
+
+constexpr uint32_t kLargeRoom = 4 * 1024 * 1024;
+
+/* Less than a socket's queue holds, and enough for one more write. */
+constexpr size_t kSomePieces = 110000;
+
+class ExchangeLimitTest : public ExchangeWatchTest {
+  protected:
+    ExchangeLimitTest() { g_s_exchange_limit_s = 5; }
+
+    /* One byte each 400 ms from the first one on. */
+    void peer_drips(const Bytes &bytes) {
+        for (size_t i = 0; i < bytes.size(); ++i) {
+            peer_writes_at(static_cast<int64_t>(400 * i), slice(bytes, i, 1));
+        }
+    }
+    void peer_reads_at(int64_t ms, size_t size) {
+        time_.at(ms, [this, size] {
+            int there = 0;
+            ASSERT_EQ(ioctl(pair_.test(), FIONREAD, &there), 0);
+            read_ += read_bytes(pair_.test(), std::min(size, static_cast<size_t>(there))).size();
+        });
+    }
+    void peer_reads_the_rest_at(int64_t ms) {
+        time_.at(ms, [this] {
+            reader_ =
+                std::thread([this] { read_ += read_bytes(pair_.test(), kLargeRoom + 8 - read_).size(); });
+        });
+    }
+
+    std::thread reader_;
+    size_t read_ = 0;
+};
+
+}  // namespace
+
+TEST_F(ExchangeLimitTest, EndsAHeaderThatDrips) {
+    peer_drips(request(4));
+    serve();
+    EXPECT_EQ(time_.passed_ms(), 5000);
+    EXPECT_TRUE(logged_once(log_, kNoticeLevel, "select recv timeout!"));
+    EXPECT_TRUE(logged_once(log_, kWarningLevel, "recv ipc header error!"));
+    EXPECT_EQ(TestHandler::calls().size(), 0u);
+}
+
+TEST_F(ExchangeLimitTest, EndsABodyThatDrips) {
+    const Bytes whole = request(4, pattern(1000));
+    peer_writes(slice(whole, 0, 500));
+    peer_drips(slice(whole, 500, 524));
+    serve();
+    EXPECT_EQ(time_.passed_ms(), 5000);
+    EXPECT_TRUE(logged_once(log_, kNoticeLevel, "select recv timeout!"));
+    EXPECT_TRUE(logged_once(log_, kWarningLevel, "ipc recv body error!"));
+}
+
+TEST_F(ExchangeLimitTest, CountsHeaderAndBodyTogether) {
+    peer_writes_at(2900, slice(request(4, pattern(10)), 0, 24));
+    peer_writes_at(5100, pattern(10));
+    serve();
+    EXPECT_EQ(time_.passed_ms(), 5000);
+    EXPECT_EQ(time_.limits(), (std::vector<int>{3000, 2100}));
+    EXPECT_TRUE(logged_once(log_, kWarningLevel, "ipc recv body error!"));
+}
+
+TEST_F(ExchangeLimitTest, EndsARequestWhoseLastPieceComesTooLate) {
+    g_s_exchange_limit_s = 1;
+    peer_writes(slice(request(4), 0, 10));
+    time_.at(900, [this] {
+        time_.pass(200);
+        peer_writes(slice(request(4), 10, 14));
+    });
+    serve();
+    EXPECT_TRUE(logged_once(log_, kWarningLevel, "recv ipc header error!"));
+}
+
+TEST_F(ExchangeLimitTest, LeavesTheLimitOfEachWaitAsItIs) {
+    serve();
+    EXPECT_EQ(time_.limits(), std::vector<int>{3000});
+}
+
+TEST_F(ExchangeLimitTest, ServesARequestThatIsSlowButInTime) {
+    const Bytes whole = request(4, pattern(10));
+    peer_writes_at(1600, slice(whole, 0, 10));
+    peer_writes_at(3200, slice(whole, 10, 16));
+    peer_writes_at(4900, slice(whole, 26, 8));
+    serve();
+    EXPECT_EQ(read_bytes(pair_.test(), 12), words({0, 4, 0}));
+}
+
+TEST_F(ExchangeLimitTest, LeavesTheHandlerItsTime) {
+    handler_takes(60000);
+    peer_writes(request(kLargeRoom));
+    peer_reads_the_rest_at(64000);
+    serve();
+    reader_.join();
+    EXPECT_EQ(read_, size_t{kLargeRoom} + 8);
+}
+
+TEST_F(ExchangeLimitTest, EndsAnAnswerThatNobodyReads) {
+    peer_writes(request(kLargeRoom));
+    serve();
+    EXPECT_EQ(time_.passed_ms(), 5000);
+    EXPECT_TRUE(logged_once(log_, kWarningLevel, with_errno("ipc send error!", ETIMEDOUT)));
+    EXPECT_TRUE(logged_once(log_, kWarningLevel, "send ipc rsp error!"));
+}
+
+TEST_F(ExchangeLimitTest, EndsAnAnswerThatIsReadNoMore) {
+    peer_writes(request(kLargeRoom));
+    peer_reads_at(4000, kSomePieces);
+    serve();
+    EXPECT_GE(time_.passed_ms(), 9000);
+    EXPECT_LE(time_.passed_ms(), 10000);
+    EXPECT_TRUE(logged_once(log_, kWarningLevel, "send ipc rsp error!"));
+}
+
+TEST_F(ExchangeLimitTest, WaitsForAPeerThatReadsSlowly) {
+    peer_writes(request(kLargeRoom));
+    for (int i = 1; i <= 10; ++i) {
+        peer_reads_at(4000 * i, kSomePieces);
+    }
+    peer_reads_the_rest_at(44000);
+    serve();
+    reader_.join();
+    EXPECT_EQ(read_, size_t{kLargeRoom} + 8);
+    EXPECT_FALSE(log_.contains("send ipc rsp error!"));
+}
+
+TEST_F(ExchangeLimitTest, WaitsForAPeerThatReadsOnePieceInTime) {
+    peer_writes(request(kLargeRoom));
+    peer_reads_at(4000, kSomePieces);
+    peer_reads_the_rest_at(9000);
+    serve();
+    reader_.join();
+    EXPECT_EQ(read_, size_t{kLargeRoom} + 8);
 }

@@ -11,11 +11,13 @@
 
 namespace {
 
+std::atomic<uint32_t> g_begun{0};
 std::atomic<uint32_t> g_handled{0};
 std::atomic<uint32_t> g_allowed{0};
 
 /* Handles as many messages as the test allows, and waits before each further one. */
 void counted_handler(uint32_t, const void *, int32_t) {
+    ++g_begun;
     while (g_handled >= g_allowed) {
         std::this_thread::sleep_for(std::chrono::microseconds(100));
     }
@@ -26,6 +28,7 @@ void counted_handler(uint32_t, const void *, int32_t) {
 class ItcCrowdTest : public ItcTest {
   protected:
     ItcCrowdTest() {
+        g_begun = 0;
         g_handled = 0;
         g_allowed = 0;
         EXPECT_EQ(frwk_itc_create(name_.c_str(), nullptr, counted_handler), E_APPS_ERR_SUCCESS);
@@ -46,7 +49,7 @@ class ItcCrowdTest : public ItcTest {
     /* Lets all be handled but so many that wait, and one in the handler. */
     void handle_all_but(uint32_t waiting) {
         g_allowed = sent_ - waiting - 1;
-        EXPECT_TRUE(wait_until([] { return g_handled == g_allowed; }));
+        EXPECT_TRUE(wait_until([] { return g_begun == g_allowed + 1; }));
     }
     testing::AssertionResult said(uint32_t count) {
         return logged_once(log_, kWarningLevel, "frwk_itc_send",
@@ -95,6 +98,33 @@ TEST_F(ItcCrowdTest, AQueueThatKeepsUpSaysNothing) {
         handle_all_but(0);
     }
     EXPECT_EQ(lines(), 0u) << log_.text();
+}
+
+TEST_F(ItcCrowdTest, AFullQueueRefusesLikeOneThatThereIsNoMemoryFor) {
+    g_s_itc_waiting_limit = 700;
+    send(700);
+    const uint32_t blocks = live_blocks();
+    for (int i = 0; i < 3; ++i) {
+        log_.clear();
+        EXPECT_EQ(frwk_itc_send(name_.c_str(), 77, "data", 4), E_APPS_ERR_MALLOC);
+        EXPECT_TRUE(logged_once(log_, kWarningLevel, "frwk_itc_send",
+                                "alloc for itc send failed! msgid:77, data_size:4"));
+    }
+    EXPECT_EQ(live_blocks(), blocks);
+    handle_all_but(600);
+    send(100);
+    EXPECT_EQ(frwk_itc_send(name_.c_str(), 77, nullptr, 0), E_APPS_ERR_MALLOC);
+}
+
+TEST_F(ItcCrowdTest, AQueueWithoutALimitIsNeverFull) {
+    g_s_itc_waiting_limit = 0;
+    send(3000);
+    EXPECT_TRUE(said(1000));
+}
+
+TEST_F(ItcCrowdTest, TheLimitIsFarAboveWhatHonestModulesNeed) {
+    send(100000);
+    EXPECT_TRUE(said(100000));
 }
 
 TEST_F(ItcCrowdTest, MessagesThatTheThreadHasTakenButNotHandledWait) {

@@ -31,7 +31,7 @@ class OwnMessagesTest : public IpcRequestTest {
   protected:
     static void begin(int count) {
         while (count-- > 0) {
-            own_message_begins();
+            EXPECT_TRUE(own_message_begins());
         }
     }
     static void end(int count) {
@@ -74,6 +74,35 @@ TEST_F(OwnMessagesTest, AThreadThatCanNotBeStartedDoesNotCount) {
         EXPECT_EQ(tell(kSelf, {}), 14);
     }
     EXPECT_EQ(lines(), 0u);
+}
+
+TEST_F(OwnMessagesTest, OneMoreThanTheLimitIsRefusedLikeAThreadThatCanNotBeStarted) {
+    g_s_own_messages_limit = 150;
+    begin(150);
+    const uint32_t before = live_blocks();
+    for (int i = 0; i < 3; ++i) {
+        log_.clear();
+        EXPECT_EQ(tell(kSelf, pattern(2000)), 14);
+        EXPECT_TRUE(
+            logged_once(log_, kWarningLevel, "frwk_ipc_send_async", "create async msg handle thread error!"));
+    }
+    EXPECT_EQ(live_blocks(), before);
+    EXPECT_EQ(doubles::base::os_thread_create.calls(), 0u);
+    end(1);
+    begin(1);
+    end(150);
+}
+
+TEST_F(OwnMessagesTest, WithoutALimitNoneIsRefused) {
+    g_s_own_messages_limit = 0;
+    begin(10000);
+    end(10000);
+}
+
+TEST_F(OwnMessagesTest, TheBuiltInLimitIs4096) {
+    begin(4096);
+    EXPECT_FALSE(own_message_begins());
+    end(4096);
 }
 
 TEST_F(OwnMessagesTest, RealThreadsCountWhileTheyRun) {

@@ -10,22 +10,46 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <climits>
+#include <utility>
 
 #include "frwk_common.h"
 #include "frwk_common/ipc_trace.h"
+#include "frwk_common/process_state.h"
 #include "internal/frwk_log.h"
 
 namespace {
 
 constexpr char kExchange[] = "frwk_ipc_handle";
 
-constexpr int kMsPerSecond = 1000;
+constexpr uint64_t kMsPerSecond = 1000;
+
+constexpr uint64_t kReceiveLimitMs = kIpcReceiveLimitSeconds * kMsPerSecond;
 
 /* An exchange that takes longer is worth a line. */
-constexpr int kSlowMs = 1000;
+constexpr uint64_t kSlowMs = 1000;
 
 /* Above what the kernel's slowest tick takes. */
-constexpr int kClockStepMs = 20;
+constexpr uint64_t kClockStepMs = 20;
+
+constexpr uint64_t kForever = UINT64_MAX;
+
+/* 0 for none. */
+uint64_t exchange_limit_ms() {
+    return g_s_exchange_limit_s * kMsPerSecond;
+}
+
+uint64_t left_of(uint64_t limit_ms, uint64_t passed_ms) {
+    if (limit_ms == 0) {
+        return kForever;
+    }
+    return limit_ms > passed_ms ? limit_ms - passed_ms : 0;
+}
+
+/* Milliseconds as poll takes them. */
+int poll_limit(uint64_t ms) {
+    return ms == kForever ? -1 : static_cast<int>(std::min<uint64_t>(ms, INT_MAX));
+}
 
 const char *in_words(ExchangeStep step) {
     switch (step) {
@@ -70,9 +94,9 @@ void ExchangeWatch::look() {
 }
 
 /* The clock lags behind by one of its steps at most. */
-int ExchangeWatch::ms_until_slow() const {
-    const auto held = static_cast<int>(std::min<uint64_t>(looked_ms_ - began_ms_, kSlowMs));
-    return kSlowMs - held + kClockStepMs;
+uint64_t ExchangeWatch::ms_until_slow() const {
+    const uint64_t held = looked_ms_ - began_ms_;
+    return held < kSlowMs ? kSlowMs - held + kClockStepMs : kClockStepMs;
 }
 
 void ExchangeWatch::report(unsigned held_ms) {
@@ -87,8 +111,8 @@ void ExchangeWatch::report(unsigned held_ms) {
                  header_->msgid, in_words(longest_));
 }
 
-IpcWaited ExchangeWatch::wait(int fd, short events, uint32_t) {
-    return events == POLLIN ? wait_for_request(fd) : wait_for_reader(fd);
+IpcWaited ExchangeWatch::wait(int fd, short events, uint32_t done) {
+    return events == POLLIN ? wait_for_request(fd) : wait_for_reader(fd, done);
 }
 
 /* A signal that is handled on this thread ends the wait. */
@@ -99,22 +123,41 @@ IpcWaited ExchangeWatch::wait_for_request(int fd) {
         (void)::sched_yield();
         return IpcWaited::kReady;
     }
+    const uint64_t left = left_of(exchange_limit_ms(), looked_ms_ - began_ms_);
     pollfd peer = {fd, POLLIN, 0};
-    const int result = ::poll(&peer, 1, kIpcReceiveLimitSeconds * kMsPerSecond);
+    const int result = ::poll(&peer, 1, static_cast<int>(std::min(left, kReceiveLimitMs)));
     const int error = errno;
     look();
-    errno = error;
-    if (result > 0) {
-        return IpcWaited::kReady;
+    if (result < 0) {
+        errno = error;
+        return IpcWaited::kFailed;
     }
-    return result == 0 ? IpcWaited::kTimeout : IpcWaited::kFailed;
+    const bool in_time = left_of(exchange_limit_ms(), looked_ms_ - began_ms_) > 0;
+    return result > 0 && in_time ? IpcWaited::kReady : IpcWaited::kTimeout;
 }
 
-/* Who doesn't read its answer is told of while it is so, since there may be no end to it. */
-IpcWaited ExchangeWatch::wait_for_reader(int fd) {
+void ExchangeWatch::note_progress(uint32_t done) {
+    look();
+    if (done != moved_) {
+        moved_ = done;
+        moved_ms_ = looked_ms_;
+        tried_ = false;
+    }
+}
+
+/* What a peer reads makes room piece by piece, and poll waits for several pieces: one more write may do. */
+IpcWaited ExchangeWatch::end_of_patience() {
+    return std::exchange(tried_, true) ? IpcWaited::kTimeout : IpcWaited::kReady;
+}
+
+/* The log names who doesn't read its answer while that goes on, since there may be no end to it. */
+IpcWaited ExchangeWatch::wait_for_reader(int fd, uint32_t done) {
+    note_progress(done);
     for (;;) {
+        const uint64_t patience = left_of(exchange_limit_ms(), looked_ms_ - moved_ms_);
+        const uint64_t silence = reported_ ? kForever : ms_until_slow();
         pollfd peer = {fd, POLLOUT, 0};
-        const int result = ::poll(&peer, 1, reported_ ? -1 : ms_until_slow());
+        const int result = ::poll(&peer, 1, poll_limit(std::min(patience, silence)));
         const int error = errno;
         look();
         if (result > 0) {
@@ -123,6 +166,9 @@ IpcWaited ExchangeWatch::wait_for_reader(int fd) {
         if (result < 0 && error != EINTR) {
             errno = error;
             return IpcWaited::kFailed;
+        }
+        if (left_of(exchange_limit_ms(), looked_ms_ - moved_ms_) == 0) {
+            return end_of_patience();
         }
     }
 }

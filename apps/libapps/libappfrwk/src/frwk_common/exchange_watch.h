@@ -20,8 +20,9 @@ enum class ExchangeStep {
 
 /*
  * Waits for the peer of one exchange: for a request each time 3 seconds at most, and as long as it takes for
- * the answer to be read. An exchange that holds the service longer than a second is logged, once, with its
- * peer and with the step that has taken longest.
+ * the answer to be read. Where the process has a limit for exchanges, a request may take that long in all,
+ * and an answer be stuck for so long. An exchange that holds the service longer than a second is logged,
+ * once, with its peer and with the step that has taken longest.
  */
 class ExchangeWatch final : public IpcWait {
   public:
@@ -42,8 +43,10 @@ class ExchangeWatch final : public IpcWait {
 
   private:
     IpcWaited wait_for_request(int fd);
-    IpcWaited wait_for_reader(int fd);
-    int ms_until_slow() const;
+    IpcWaited wait_for_reader(int fd, uint32_t done);
+    uint64_t ms_until_slow() const;
+    void note_progress(uint32_t done);
+    IpcWaited end_of_patience();
     void report(unsigned held_ms);
 
     const int fd_;
@@ -55,4 +58,7 @@ class ExchangeWatch final : public IpcWait {
     const uint64_t began_ms_;
     uint64_t looked_ms_; /* up to here the time is accounted for */
     uint64_t longest_ms_ = 0;
+    uint32_t moved_ = UINT32_MAX; /* bytes of the answer that the socket had taken at the last wait */
+    uint64_t moved_ms_ = 0;       /* when these became more */
+    bool tried_ = false;          /* to write more at the limit, since then */
 };

@@ -175,6 +175,19 @@ void store(int32_t *result, int32_t value) {
     }
 }
 
+/* record: goes over to the thread that is started. Returns false when none is. */
+bool start_own_message(void *record) {
+    if (!own_message_begins()) {
+        return false;
+    }
+    os_thread_t thread = 0;
+    if (os_thread_create(&thread, nullptr, frwk_ipc_msg_async_handle, record) != 0) {
+        own_message_ends();
+        return false;
+    }
+    return true;
+}
+
 /* Gives a message of the module to itself to a thread of its own, which takes the record over. */
 apps_err_e_type handle_on_own_thread(const frwk_ipc_header &header, const Body &body) {
     const std::optional<uint32_t> size = checked_add(kHeaderSize, body.len);
@@ -185,10 +198,7 @@ apps_err_e_type handle_on_own_thread(const frwk_ipc_header &header, const Body &
     }
     lay_out(record.get(), header, body);
 
-    own_message_begins();
-    os_thread_t thread = 0;
-    if (os_thread_create(&thread, nullptr, frwk_ipc_msg_async_handle, record.get()) != 0) {
-        own_message_ends();
+    if (!start_own_message(record.get())) {
         FRWK_WARN_AS(kAsync, "create async msg handle thread error!");
         return E_APPS_ERR_THREAD;
     }

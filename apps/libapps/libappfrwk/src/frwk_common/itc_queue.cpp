@@ -18,6 +18,7 @@
 
 #include "frwk_common.h"
 #include "frwk_common/crowd_notice.h"
+#include "frwk_common/process_state.h"
 #include "internal/frwk_log.h"
 #include "internal/letter_case.h"
 #include "internal/owned.h"
@@ -211,31 +212,50 @@ ItcRecord *make_record(uint32_t msgid, const void *data, int32_t size) {
     return record;
 }
 
+/* Instead of a number of messages. */
+constexpr uint32_t kFull = UINT32_MAX;
+
+/* How many more messages may come until a limit is reached, 1 where it is reached. */
+uint32_t until(uint32_t limit, uint32_t waiting) {
+    return limit > waiting ? limit - waiting : 1;
+}
+
 /*
- * Counts the messages that wait, and says when to do so next: when there may be remarkably many. The number
- * of the handled ones is with the queue's thread, so that looking at it each time would cost both. The lock
- * must be held. Returns the number when it is worth a line, otherwise 0.
+ * Counts the messages that wait, with the one that is about to come, and says when to do so next: when there
+ * may be remarkably or too many. The number of the handled ones is with the queue's thread, so that looking
+ * at it each time would cost both. The lock must be held. Returns the number when it is worth a line, kFull
+ * when there may be no more, otherwise 0.
  */
 uint32_t look(ItcObject *itc) {
-    const uint32_t waiting = itc->sent - itc->handled.load(std::memory_order_relaxed);
+    const uint32_t coming = itc->sent + 1;
+    const uint32_t waiting = coming - itc->handled.load(std::memory_order_relaxed);
+    const uint32_t limit = g_s_itc_waiting_limit;
+    if (limit != 0 && waiting > limit) {
+        return kFull;
+    }
     itc->notice.fallen_to(waiting);
     const bool remarkable = itc->notice.grown_to(waiting);
-    const uint32_t next = itc->notice.next();
-    itc->look_at = itc->sent + std::min(kLookAfter, next > waiting ? next - waiting : 1);
+    const uint32_t crowd_after = until(itc->notice.next(), waiting);
+    const uint32_t full_after = limit != 0 ? until(limit, waiting) : kLookAfter;
+    itc->look_at = coming + std::min({kLookAfter, crowd_after, full_after});
     return remarkable ? waiting : 0;
 }
 
-/* Appends a record and wakes the thread. Returns how many wait when that is worth a line, otherwise 0. */
+/* Appends a record and wakes the thread, unless the queue is full. Returns what a look returns, or 0. */
 uint32_t put(ItcObject *itc, ItcRecord *record) {
     os_mutex_lock(itc->lock);
+    const bool due = static_cast<int32_t>(itc->sent + 1 - itc->look_at) >= 0;
+    const uint32_t seen = due ? look(itc) : 0;
+    if (seen == kFull) {
+        os_mutex_unlock(itc->lock);
+        return kFull;
+    }
+    ++itc->sent;
     list_add(&itc->queue, &record->link);
     itc->filled.store(true, std::memory_order_relaxed);
-    ++itc->sent;
-    const bool due = static_cast<int32_t>(itc->sent - itc->look_at) >= 0;
-    const uint32_t remarkable = due ? look(itc) : 0;
     os_mutex_unlock(itc->lock);
     os_sem_post(itc->sem);
-    return remarkable;
+    return seen;
 }
 
 /* Moves everything from a queue to an empty list. */
@@ -262,15 +282,16 @@ void handle_all(ItcObject *itc) {
 
 /* Sends to a queue that stays. */
 apps_err_e_type send_to(ItcObject *itc, uint32_t msgid, const void *data, int32_t size) {
-    ItcRecord *record = make_record(msgid, data, size);
-    if (record == nullptr) {
+    OwnedBlock record(make_record(msgid, data, size));
+    const uint32_t seen = record ? put(itc, static_cast<ItcRecord *>(record.get())) : kFull;
+    if (seen == kFull) {
         FRWK_WARN_AS(kSend, "alloc for itc send failed! msgid:%d, data_size:%d", static_cast<int>(msgid),
                      size);
         return E_APPS_ERR_MALLOC;
     }
-    const uint32_t remarkable = put(itc, record);
-    if (remarkable != 0) {
-        FRWK_WARN_AS(kSend, "itc(%s): %u messages wait to be handled", itc->name, remarkable);
+    (void)record.take();
+    if (seen != 0) {
+        FRWK_WARN_AS(kSend, "itc(%s): %u messages wait to be handled", itc->name, seen);
     }
     return E_APPS_ERR_SUCCESS;
 }

@@ -15,6 +15,7 @@
 #include "frwk_common/ipc_service.h"
 #include "frwk_common/module_config.h"
 #include "frwk_common/module_run_list.h"
+#include "frwk_common/process_limits.h"
 #include "frwk_common/process_state.h"
 #include "internal/frwk_log.h"
 #include "internal/frwk_paths.h"
@@ -129,6 +130,7 @@ void frwk_module_init(int32_t id, frwk_exit_handler_t exit_handler) {
     prepare_memory(row.memory);
     prepare_log(row);
     watch_working_folders();
+    read_process_limits();
     frwk_load_module_run();
 
     if (frwk_module_feature(id, kServingFlags) != 0) {

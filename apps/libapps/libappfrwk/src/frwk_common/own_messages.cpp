@@ -3,6 +3,7 @@
 #include <atomic>
 
 #include "frwk_common/crowd_notice.h"
+#include "frwk_common/process_state.h"
 #include "internal/frwk_log.h"
 
 namespace {
@@ -14,14 +15,19 @@ CrowdNotice<kManyThreads> g_notice;
 
 }  // namespace
 
-void own_message_begins() {
+bool own_message_begins() {
     const uint32_t threads = g_threads.fetch_add(1, std::memory_order_relaxed) + 1;
+    const uint32_t limit = g_s_own_messages_limit;
+    if (limit != 0 && threads > limit) {
+        g_threads.fetch_sub(1, std::memory_order_relaxed);
+        return false;
+    }
     if (g_notice.grown_to(threads)) {
         FRWK_WARN_AS("frwk_ipc_send_async",
-                     "%u messages of this module to itself are handled at once, each on a "
-                     "thread of its own",
+                     "%u messages of this module to itself are handled at once, each on a thread of its own",
                      threads);
     }
+    return true;
 }
 
 void own_message_ends() {

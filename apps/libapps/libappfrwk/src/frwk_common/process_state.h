@@ -20,5 +20,10 @@ extern std::atomic<uint32_t> g_s_module_status;           /* status word */
 extern std::atomic<std::FILE *> g_s_sub_lock_file; /* stream that holds the subscription lock, or null */
 extern std::atomic<int32_t> g_s_uptime_offset;     /* seconds, -1 until read from the settings */
 
+/* Limits, each 0 for none; see process_limits.h. */
+extern std::atomic<uint32_t> g_s_exchange_limit_s;   /* seconds of one exchange */
+extern std::atomic<uint32_t> g_s_own_messages_limit; /* threads for messages of the module to itself */
+extern std::atomic<uint32_t> g_s_itc_waiting_limit;  /* messages that wait in one queue */
+
 /* Sets the state of a module that has just started. */
 void reset_process_state(int32_t id, frwk_exit_handler_t exit_handler);

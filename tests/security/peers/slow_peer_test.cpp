@@ -1,0 +1,131 @@
+/*
+ * One peer can't hold a module's service for as long as it likes, where the module has a limit for exchanges;
+ * and a peer that is slow but honest is served.
+ */
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <chrono>
+#include <string>
+#include <thread>
+
+#include "support/module_process.h"
+#include "system/messaging/raw_peer.h"
+
+namespace {
+
+using namespace std::chrono_literals;
+using Clock = std::chrono::steady_clock;
+
+constexpr uint32_t kEcho = 40000;
+constexpr uint32_t kFill = 40003;
+constexpr uint32_t kLargeRoom = 4 * 1024 * 1024;
+constexpr auto kLimit = 2s;
+
+class SlowPeer : public testing::Test {
+  protected:
+    static ModuleOptions limited() {
+        ModuleOptions options;
+        options.environment = {"QUOR_IPC_EXCHANGE_LIMIT=2"};
+        return options;
+    }
+    static bool serves() {
+        RawRequest request;
+        request.msgid = kEcho;
+        request.rsp_size = 4;
+        request.data_len = 4;
+        RawConnection good = RawConnection::to("router");
+        return good.send(request.bytes() + "good") && good.receive_rest() == words({0, 4}) + "good";
+    }
+    bool logged(const std::string &text) { return router_.process().wait_for_error(text); }
+
+    /* Sends the first bytes at once and the others one by one, until the module hangs up, which it must do
+     * at its limit. */
+    static void drip(const std::string &bytes, size_t at_once) {
+        const auto begin = Clock::now();
+        RawConnection peer = RawConnection::to("router");
+        bool taken = peer.send(bytes.substr(0, at_once));
+        for (size_t i = at_once; taken && i < bytes.size(); ++i) {
+            std::this_thread::sleep_for(200ms);
+            taken = peer.send(bytes.substr(i, 1));
+        }
+        EXPECT_FALSE(taken) << "all was taken";
+        EXPECT_GE(Clock::now() - begin, kLimit - 100ms);
+    }
+
+    ModuleProcess router_{3, limited()};
+};
+
+TEST_F(SlowPeer, ABodyThatDripsEndsAtTheLimit) {
+    RawRequest request;
+    request.msgid = kEcho;
+    request.data_len = 100;
+    drip(request.bytes() + std::string(100, 'x'), 24);
+    EXPECT_TRUE(logged("select recv timeout!"));
+    EXPECT_TRUE(logged("ipc recv body error!"));
+    EXPECT_TRUE(serves());
+}
+
+TEST_F(SlowPeer, AHeaderThatDripsEndsAtTheLimit) {
+    drip(RawRequest().bytes(), 0);
+    EXPECT_TRUE(logged("select recv timeout!"));
+    EXPECT_TRUE(logged("recv ipc header error!"));
+    EXPECT_TRUE(serves());
+}
+
+TEST_F(SlowPeer, AnAnswerThatNobodyReadsEndsAtTheLimit) {
+    RawRequest request;
+    request.msgid = kFill;
+    request.rsp_size = kLargeRoom;
+    const auto begin = Clock::now();
+    RawConnection peer = RawConnection::to("router");
+    peer.send(request.bytes());
+    EXPECT_TRUE(logged("send ipc rsp error!"));
+    EXPECT_GE(Clock::now() - begin, kLimit - 100ms);
+    EXPECT_TRUE(serves());
+}
+
+TEST_F(SlowPeer, AnHonestSlowRequestIsServed) {
+    RawRequest request;
+    request.msgid = kEcho;
+    request.rsp_size = 4;
+    request.data_len = 4;
+    const std::string whole = request.bytes() + "slow";
+    const auto begin = Clock::now();
+    RawConnection peer = RawConnection::to("router");
+    for (size_t i = 0; i < whole.size(); i += 7) {
+        peer.send(whole.substr(i, 7));
+        std::this_thread::sleep_for(50ms);
+    }
+    const std::string answer = peer.receive_rest();
+    if (Clock::now() - begin > kLimit / 2) {
+        GTEST_SKIP() << "the machine was too slow for an honest peer";
+    }
+    EXPECT_EQ(words({0, 4}) + "slow", answer);
+}
+
+/* It takes longer than the limit in all, and never pauses for so long. */
+TEST_F(SlowPeer, AnHonestSlowReaderGetsItsAnswer) {
+    RawRequest request;
+    request.msgid = kFill;
+    request.rsp_size = kLargeRoom;
+    const auto begin = Clock::now();
+    RawConnection peer = RawConnection::to("router");
+    peer.send(request.bytes());
+    size_t read = 0;
+    Clock::duration longest_pause{0};
+    for (auto now = begin, before = begin; now - begin < kLimit + 1s; before = now) {
+        read += peer.receive(100000).size();
+        std::this_thread::sleep_for(100ms);
+        now = Clock::now();
+        longest_pause = std::max(longest_pause, now - before);
+    }
+    read += peer.receive_rest().size();
+    if (longest_pause > kLimit / 2) {
+        GTEST_SKIP() << "the machine was too slow for an honest peer";
+    }
+    EXPECT_EQ(size_t{kLargeRoom} + 8, read);
+    EXPECT_TRUE(serves());
+}
+
+}  // namespace
