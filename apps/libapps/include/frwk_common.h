@@ -134,6 +134,24 @@ void frwk_ipc_service(frwk_ipc_handler_t handler);
 /* Sets the status word that frwk_get_module_status of other modules returns. Any thread. */
 void frwk_set_module_status(uint32_t status);
 
+/* ---- Forked children ------------------------------------------------------------------------------- */
+/*
+ * A module may fork on any thread, also in its handler, but not in a signal handler: the fork waits for other
+ * threads that are in the library for a moment. Commands of os_process.h need none of this.
+ *
+ * The child is no module. It has neither the module's socket, nor the connection that is being served, nor
+ * queues, and its messages have the module's id. It doesn't return from the handler, and ends by exec or
+ * _exit. Until then it may call every function of this library and of the base library, but for
+ * - frwk_module_init, frwk_ipc_service_ex, frwk_ipc_service, frwk_keep_running and os_log_init;
+ * - those that send to its own module: the handler would run in the child;
+ * - frwk_random, for which the C library has a lock;
+ * - those on a mutex, a semaphore, a thread or a stream that its parent made: threads that are not in the child
+ *   may have been using it.
+ * The locks of the C library are no concern of this one: a log line takes that of localtime, so a module doesn't
+ * fork while a thread of its own is in localtime, mktime or tzset. Other descriptors that its parent has open
+ * stay open in the child as well.
+ */
+
 /* ---- Sending messages ------------------------------------------------------------------------------ */
 /*
  * All of these may be called from any thread, at once. module is 1 to 52. Buffers stay the caller's.

@@ -5,8 +5,10 @@
  */
 #include "frwk_common/ipc_service.h"
 
+#include <pthread.h>
 #include <sys/socket.h>
 
+#include <atomic>
 #include <cerrno>
 #include <cstddef>
 #include <cstring>
@@ -134,6 +136,32 @@ void send_answer(int fd, const frwk_ipc_header &header, apps_err_e_type result, 
     }
 }
 
+/* The connection that the service thread has taken, or -1. */
+std::atomic<int> g_connection{-1};
+
+/* Notes a connection for as long as it is served. */
+class Serving {
+  public:
+    explicit Serving(int connection) { g_connection.store(connection, std::memory_order_relaxed); }
+    ~Serving() { g_connection.store(-1, std::memory_order_relaxed); }
+    Serving(const Serving &) = delete;
+    Serving &operator=(const Serving &) = delete;
+};
+
+/*
+ * A forked child serves nobody. With its copies of the listening socket and of the connection open, peers
+ * would wait for it when the module has died, instead of seeing that it has.
+ */
+void close_service_in_child() {
+    const UniqueFd listener(g_s_ipcs_fd.exchange(-1));
+    const UniqueFd connection(g_connection.exchange(-1));
+    g_s_ipc_thread = 0;
+}
+
+__attribute__((constructor)) void close_service_in_children() {
+    (void)::pthread_atfork(nullptr, nullptr, close_service_in_child);
+}
+
 /* The service thread must be joinable, since the module's main thread waits for it. */
 bool start_service_thread() {
     os_thread_attr attr = {};
@@ -180,6 +208,7 @@ void *frwk_ipc_loop(void *) {
         const UniqueFd connection(::accept4(listener, nullptr, nullptr, SOCK_CLOEXEC));
         if (connection) {
             recovery.after_success();
+            const Serving serving(connection.get());
             frwk_ipc_handle(connection.get());
             continue;
         }

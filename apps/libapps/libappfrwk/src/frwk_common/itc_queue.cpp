@@ -76,6 +76,21 @@ pthread_rwlock_t g_registry_lock = PTHREAD_RWLOCK_WRITER_NONRECURSIVE_INITIALIZE
 /* Those of them that have a thread, the newest first; only ever longer. */
 std::atomic<ItcObject *> g_running{nullptr};
 
+/*
+ * A forked child has none of its parent's threads, and so none of its queues. Since nothing of the registry
+ * stays, a fork need not wait for who is about to change it.
+ */
+void forget_queues() {
+    static constexpr pthread_rwlock_t kOpen = PTHREAD_RWLOCK_WRITER_NONRECURSIVE_INITIALIZER_NP;
+    g_registry_lock = kOpen;
+    list_init(&g_s_itc_list);
+    g_running.store(nullptr, std::memory_order_relaxed);
+}
+
+__attribute__((constructor)) void forget_queues_in_children() {
+    (void)::pthread_atfork(nullptr, nullptr, forget_queues);
+}
+
 /* Holds the registry's lock: pthread_rwlock_rdlock to use the list, pthread_rwlock_wrlock to change it. */
 class RegistryLock {
   public:

@@ -1,5 +1,7 @@
 #include "frwk_common/own_messages.h"
 
+#include <pthread.h>
+
 #include <atomic>
 
 #include "frwk_common/crowd_notice.h"
@@ -12,6 +14,16 @@ constexpr uint32_t kManyThreads = 100;
 
 std::atomic<uint32_t> g_threads{0};
 CrowdNotice<kManyThreads> g_notice;
+
+/* A forked child has none of its parent's threads. */
+void forget_threads() {
+    g_threads = 0;
+    g_notice.fallen_to(0);
+}
+
+__attribute__((constructor)) void forget_threads_in_children() {
+    (void)::pthread_atfork(nullptr, nullptr, forget_threads);
+}
 
 }  // namespace
 

@@ -4,7 +4,10 @@
  */
 #include "frwk_common/subscription_lock.h"
 
+#include <pthread.h>
+
 #include <mutex>
+#include <new>
 
 #include "frwk_common.h"
 #include "frwk_common/process_state.h"
@@ -18,6 +21,19 @@ namespace {
 constexpr uint32_t kRetryPauseMs = 100;
 
 std::mutex g_s_sub_lock_mutex;
+
+/*
+ * The thread that holds the mutex isn't in the child, nor is the record lock inherited. A fork can't wait for
+ * the mutex, as for other locks: its holder may itself wait for another process.
+ */
+void open_lock_in_child() {
+    g_s_sub_lock_file = nullptr;
+    new (&g_s_sub_lock_mutex) std::mutex;
+}
+
+__attribute__((constructor)) void open_lock_in_children() {
+    (void)::pthread_atfork(nullptr, nullptr, open_lock_in_child);
+}
 
 }  // namespace
 
