@@ -14,8 +14,8 @@
 
 #include "cipher.h"
 #include "frwk_dbrm.h"
-#include "frwk_dbrm/backup_format.h"
-#include "frwk_dbrm/backup_trailer.h"
+#include "frwk_dbrm/format/backup_format.h"
+#include "frwk_dbrm/format/backup_trailer.h"
 #include "internal/frwk_paths.h"
 #include "md5.h"
 #include "support/database_answer.h"

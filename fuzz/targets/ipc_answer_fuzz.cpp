@@ -11,8 +11,8 @@
 #include <vector>
 
 #include "frwk_common.h"
-#include "frwk_common/ipc_wire.h"
-#include "frwk_common/process_state.h"
+#include "frwk_common/core/process_state.h"
+#include "frwk_common/ipc/transport/ipc_wire.h"
 #include "internal/owned.h"
 #include "support/fuzz_input.h"
 

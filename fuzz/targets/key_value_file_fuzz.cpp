@@ -7,8 +7,8 @@
 #include <climits>
 
 #include "frwk_utils.h"
-#include "frwk_utils/key_value_line.h"
-#include "frwk_utils/sim_subnet.h"
+#include "frwk_utils/sim/sim_subnet.h"
+#include "frwk_utils/values/key_value_line.h"
 #include "libmal.h"
 #include "simulation_file.h"
 #include "support/database_answer.h"

@@ -4,7 +4,7 @@
 #include <array>
 #include <iterator>
 
-#include "frwk_common/module_config.h"
+#include "frwk_common/modules/module_config.h"
 #include "frwk_module.h"
 #include "support/fuzz_files.h"
 #include "support/fuzz_input.h"

@@ -3,7 +3,7 @@
  */
 #include <iterator>
 
-#include "frwk_common/module_run_list.h"
+#include "frwk_common/modules/module_run_list.h"
 #include "frwk_module.h"
 #include "support/fuzz_files.h"
 #include "support/fuzz_input.h"

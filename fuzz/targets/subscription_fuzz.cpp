@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "frwk_common.h"
-#include "frwk_common/process_state.h"
+#include "frwk_common/core/process_state.h"
 #include "support/fuzz_files.h"
 #include "support/fuzz_input.h"
 

@@ -9,20 +9,20 @@
 
 #include <cstdlib>
 
-#include "arrivals.h"
-#include "command_line_tool.h"
-#include "complaint.h"
-#include "entry_output.h"
-#include "input_line.h"
-#include "json_output.h"
-#include "live_screen.h"
-#include "log_output.h"
+#include "apptest/arrivals.h"
+#include "cli/command_line_tool.h"
+#include "cli/complaint.h"
+#include "cli/input_line.h"
+#include "logtool/log_output.h"
 #include "os/log_line.h"
-#include "pair_lines.h"
-#include "progress_bar.h"
+#include "output/json_output.h"
+#include "output/live_screen.h"
+#include "output/pair_lines.h"
+#include "output/progress_bar.h"
+#include "output/text_table.h"
 #include "support/fuzz_input.h"
 #include "support/strict_terminal.h"
-#include "text_table.h"
+#include "zndb_tool/entry_output.h"
 
 /* Every descriptor is a terminal here, of an unknown size. */
 extern "C" int __wrap_isatty(int) {

@@ -80,7 +80,7 @@ AssertionsAreMadeWhereTheyAreAllowed() {
     grep -rlE "$asserting" "$SOURCE/apps" "$SOURCE/modem" | sort | while read -r file; do
         sed '/^#define FRWK_ASSERT/d' "$file" | tr '\n' ' ' | { grep -oE "($asserting)\([^\"]*\"[^\"]*\"" || true; } |
             sed "s|^[^\"]*\"\(.*\)\"|$(basename "$file") \1|"
-    done | same "allowed, made" <(grep -v '^#' "$SOURCE/tests/abi/assertions.txt") -
+    done | sort | same "allowed, made" <(grep -v '^#' "$SOURCE/tests/abi/assertions.txt" | sort) -
 }
 
 SecondLibraryBringsTheContractAndNothingElse() {

@@ -7,8 +7,8 @@
 #include "faults/faulty_device.h"
 #include "frwk_dbrm.h"
 #include "frwk_diag.h"
+#include "support/key_files.h"
 #include "support/wait_until.h"
-#include "unit/base/key_files.h"
 #include "zndb.h"
 
 namespace faults {

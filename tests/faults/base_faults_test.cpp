@@ -18,8 +18,8 @@
 #include "os_process.h"
 #include "os_thread.h"
 #include "os_time.h"
+#include "support/key_files.h"
 #include "support/wait_until.h"
-#include "unit/base/key_files.h"
 #include "xml.h"
 
 namespace faults {

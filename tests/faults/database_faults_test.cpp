@@ -6,8 +6,8 @@
 
 #include "faults/faulty_device.h"
 #include "frwk_utils.h"
+#include "support/key_files.h"
 #include "support/wait_until.h"
-#include "unit/base/key_files.h"
 #include "zndb.h"
 
 namespace faults {

@@ -10,7 +10,7 @@
 
 #include "faults/faulty_device.h"
 #include "frwk_common.h"
-#include "frwk_common/ipc_wire.h"
+#include "frwk_common/ipc/transport/ipc_wire.h"
 
 namespace faults {
 

@@ -13,8 +13,8 @@
 #include "frwk_utils.h"
 #include "libmal.h"
 #include "os_process.h"
+#include "support/key_files.h"
 #include "support/wait_until.h"
-#include "unit/base/key_files.h"
 #include "zndb.h"
 
 namespace faults {

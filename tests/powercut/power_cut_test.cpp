@@ -15,9 +15,9 @@
 #include "frwk_dbrm.h"
 #include "frwk_utils.h"
 #include "os_mem.h"
+#include "support/key_files.h"
 #include "support/random_bytes.h"
 #include "support/wait_until.h"
-#include "unit/base/key_files.h"
 #include "zndb.h"
 #include "zndb_paths.h"
 

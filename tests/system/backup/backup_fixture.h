@@ -11,8 +11,8 @@
 #include "cipher.h"
 #include "frwk_dbrm.h"
 #include "support/backup_bytes.h"
+#include "support/key_files.h"
 #include "system/zndb/zndb_process.h"
-#include "unit/base/key_files.h"
 
 inline constexpr char kUserData[] = "/m_data/usr/db/user_data.txt";
 inline constexpr char kAccounts[] = "/m_data/usr/www/auth.txt";

@@ -15,7 +15,7 @@
 #include "support/unprivileged.h"
 #include "system/tools/tool_checks.h"
 #include "system/zndb/zndb_process.h"
-#include "unit/frwk_common/test_peer.h"
+#include "unit/frwk_common/ipc/test_peer.h"
 
 namespace {
 

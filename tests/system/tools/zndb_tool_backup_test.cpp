@@ -10,10 +10,10 @@
 #include "cipher.h"
 #include "support/backup_bytes.h"
 #include "support/child_process.h"
+#include "support/key_files.h"
 #include "support/wait_until.h"
 #include "system/tools/tool_checks.h"
 #include "system/zndb/zndb_process.h"
-#include "unit/base/key_files.h"
 
 namespace {
 

@@ -15,7 +15,7 @@
 #include "doubles/faults_test_fixture.h"
 #include "doubles/log_capture.h"
 #include "os_mem.h"
-#include "unit/base/key_files.h"
+#include "support/key_files.h"
 
 namespace {
 

@@ -21,10 +21,10 @@
 #include "doubles/faults_test_fixture.h"
 #include "doubles/libc_doubles.h"
 #include "os_process.h"
+#include "support/child.h"
 #include "support/child_process.h"
 #include "support/log_daemon.h"
 #include "support/wait_until.h"
-#include "unit/frwk_common/child.h"
 
 namespace libc = doubles::libc;
 

@@ -11,8 +11,8 @@
 #include "doubles/faults_test_fixture.h"
 #include "doubles/libc_doubles.h"
 #include "os_process.h"
+#include "support/temp_folder.h"
 #include "support/wait_until.h"
-#include "unit/base/temp_folder.h"
 
 namespace {
 

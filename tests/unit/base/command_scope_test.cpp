@@ -17,8 +17,8 @@
 #include "doubles/libc_doubles.h"
 #include "os_process.h"
 #include "support/child_process.h"
+#include "support/temp_folder.h"
 #include "support/wait_until.h"
-#include "unit/base/temp_folder.h"
 
 namespace {
 

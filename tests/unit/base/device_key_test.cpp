@@ -22,9 +22,9 @@
 #include "doubles/libc_doubles.h"
 #include "doubles/log_capture.h"
 #include "os_log.h"
+#include "support/key_files.h"
+#include "support/open_descriptors.h"
 #include "unit/base/file_doubles.h"
-#include "unit/base/key_files.h"
-#include "unit/base/open_descriptors.h"
 
 namespace {
 

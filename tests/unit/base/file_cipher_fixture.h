@@ -15,9 +15,9 @@
 #include "cipher.h"
 #include "doubles/faults_test_fixture.h"
 #include "os_mem.h"
-#include "unit/base/key_files.h"
-#include "unit/base/open_descriptors.h"
-#include "unit/base/temp_folder.h"
+#include "support/key_files.h"
+#include "support/open_descriptors.h"
+#include "support/temp_folder.h"
 
 /* Bytes in front of the chunks, of a full chunk's content, and of each chunk's seal. */
 inline constexpr size_t kBeginningSize = 36;

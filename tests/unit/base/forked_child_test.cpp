@@ -13,10 +13,10 @@
 
 #include "os_log.h"
 #include "os_process.h"
+#include "support/child.h"
+#include "support/temp_folder.h"
 #include "support/wait_until.h"
 #include "unit/base/log_channels_fixture.h"
-#include "unit/base/temp_folder.h"
-#include "unit/frwk_common/child.h"
 
 namespace {
 

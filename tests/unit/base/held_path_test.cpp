@@ -12,7 +12,7 @@
 #include <filesystem>
 #include <string>
 
-#include "unit/base/temp_folder.h"
+#include "support/temp_folder.h"
 
 namespace {
 

@@ -15,8 +15,8 @@
 
 #include "doubles/faults_test_fixture.h"
 #include "doubles/libc_doubles.h"
-#include "unit/base/open_descriptors.h"
-#include "unit/base/temp_folder.h"
+#include "support/open_descriptors.h"
+#include "support/temp_folder.h"
 
 namespace {
 

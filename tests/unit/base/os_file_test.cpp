@@ -3,7 +3,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "unit/base/temp_folder.h"
+#include "support/temp_folder.h"
 
 TEST(OsFile, SeesAFileAFolderAndANamedPipe) {
     const TempFolder folder;

@@ -10,8 +10,8 @@
 #include <thread>
 
 #include "os_process.h"
+#include "support/temp_folder.h"
 #include "support/wait_until.h"
-#include "unit/base/temp_folder.h"
 
 namespace {
 

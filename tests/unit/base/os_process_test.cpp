@@ -12,7 +12,7 @@
 
 #include "doubles/faults_test_fixture.h"
 #include "doubles/libc_doubles.h"
-#include "unit/base/temp_folder.h"
+#include "support/temp_folder.h"
 
 namespace {
 

@@ -22,10 +22,10 @@
 #include "doubles/faults_test_fixture.h"
 #include "doubles/libc_doubles.h"
 #include "doubles/log_capture.h"
+#include "support/key_files.h"
+#include "support/open_descriptors.h"
+#include "support/temp_folder.h"
 #include "unit/base/file_doubles.h"
-#include "unit/base/key_files.h"
-#include "unit/base/open_descriptors.h"
-#include "unit/base/temp_folder.h"
 
 namespace {
 

@@ -10,7 +10,7 @@
 
 #include "doubles/double.h"
 #include "frwk_common.h"
-#include "frwk_common/process_state.h"
+#include "frwk_common/core/process_state.h"
 
 class ModuleTest : public ::testing::Test {
   protected:

@@ -18,8 +18,8 @@
 #include "doubles/libc_doubles.h"
 #include "doubles/log_capture.h"
 #include "support/backup_bytes.h"
+#include "support/log_checks.h"
 #include "support/wait_until.h"
-#include "unit/frwk_common/log_checks.h"
 #include "unit/frwk_dbrm/dbrm_doubles.h"
 #include "unit/frwk_utils/fake_database.h"
 

@@ -8,7 +8,7 @@
 
 #include "doubles/log_capture.h"
 #include "frwk_diag/diag_command.h"
-#include "unit/frwk_common/log_checks.h"
+#include "support/log_checks.h"
 #include "unit/frwk_diag/diag_requests.h"
 
 namespace {

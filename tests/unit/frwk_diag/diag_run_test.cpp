@@ -11,9 +11,9 @@
 #include "doubles/base_doubles.h"
 #include "doubles/libc_doubles.h"
 #include "doubles/log_capture.h"
-#include "unit/frwk_common/files.h"
-#include "unit/frwk_common/log_checks.h"
-#include "unit/frwk_common/memory_usage.h"
+#include "support/files.h"
+#include "support/log_checks.h"
+#include "support/memory_usage.h"
 #include "unit/frwk_diag/diag_requests.h"
 
 namespace base = doubles::base;

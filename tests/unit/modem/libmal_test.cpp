@@ -9,7 +9,7 @@
 #include <filesystem>
 #include <string>
 
-#include "unit/frwk_common/files.h"
+#include "support/files.h"
 
 using namespace std::string_literals;
 

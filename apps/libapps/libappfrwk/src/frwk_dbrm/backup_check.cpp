@@ -2,9 +2,9 @@
 
 #include <cstdio>
 
-#include "frwk_dbrm/backup_format.h"
-#include "frwk_dbrm/backup_io.h"
-#include "frwk_dbrm/database_text.h"
+#include "frwk_dbrm/format/backup_format.h"
+#include "frwk_dbrm/format/backup_io.h"
+#include "frwk_dbrm/format/database_text.h"
 #include "internal/frwk_log.h"
 #include "internal/owned.h"
 

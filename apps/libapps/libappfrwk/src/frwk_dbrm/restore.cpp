@@ -10,11 +10,11 @@
 
 #include "cipher.h"
 #include "frwk_dbrm.h"
-#include "frwk_dbrm/backup_format.h"
-#include "frwk_dbrm/backup_io.h"
-#include "frwk_dbrm/backup_trailer.h"
-#include "frwk_dbrm/restore_record.h"
-#include "frwk_dbrm/upload.h"
+#include "frwk_dbrm/files/upload.h"
+#include "frwk_dbrm/format/backup_format.h"
+#include "frwk_dbrm/format/backup_io.h"
+#include "frwk_dbrm/format/backup_trailer.h"
+#include "frwk_dbrm/format/restore_record.h"
 #include "internal/frwk_log.h"
 #include "zndb.h"
 

@@ -1,0 +1,70 @@
+/*
+ * A record lock keeps the processes apart. Threads would share it, and the first to close the file would let
+ * it go for all, so a mutex stands in front: only its holder ever opens the lock file.
+ */
+#include "frwk_common/events/subscription_lock.h"
+
+#include <pthread.h>
+
+#include <mutex>
+#include <new>
+
+#include "frwk_common.h"
+#include "frwk_common/core/process_state.h"
+#include "frwk_common/util/record_lock.h"
+#include "internal/frwk_log.h"
+#include "internal/frwk_paths.h"
+#include "internal/owned.h"
+
+namespace {
+
+constexpr uint32_t kRetryPauseMs = 100;
+
+std::mutex g_s_sub_lock_mutex;
+
+/*
+ * The thread that holds the mutex isn't in the child, nor is the record lock inherited. A fork can't wait for
+ * the mutex, as for other locks: its holder may itself wait for another process.
+ */
+void open_lock_in_child() {
+    g_s_sub_lock_file = nullptr;
+    new (&g_s_sub_lock_mutex) std::mutex;
+}
+
+__attribute__((constructor)) void open_lock_in_children() {
+    (void)::pthread_atfork(nullptr, nullptr, open_lock_in_child);
+}
+
+}  // namespace
+
+int32_t frwk_ipc_subscribe_lock() {
+    std::unique_lock<std::mutex> threads(g_s_sub_lock_mutex);
+
+    for (;;) {
+        UniqueFile file = open_lock_file(paths::kSubscribeLock);
+        if (!file) {
+            FRWK_WARN_ERRNO("can't create subscribe lock file!");
+            return 0;
+        }
+
+        const RecordLock lock = lock_whole_file(file.get());
+        if (lock == RecordLock::kFailed) {
+            FRWK_WARN_ERRNO("can't enter subscribe lock!");
+            return 0;
+        }
+        if (lock == RecordLock::kHeld) {
+            g_s_sub_lock_file = file.take();
+            (void)threads.release();  // until frwk_ipc_subscribe_unlock
+            return 1;
+        }
+
+        FRWK_WARN("busy, will try lock again...");
+        file.reset();
+        frwk_sleep(kRetryPauseMs);
+    }
+}
+
+void frwk_ipc_subscribe_unlock() {
+    UniqueFile(g_s_sub_lock_file.exchange(nullptr)).reset();
+    g_s_sub_lock_mutex.unlock();
+}

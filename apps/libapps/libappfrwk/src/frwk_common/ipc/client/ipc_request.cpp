@@ -1,0 +1,297 @@
+/*
+ * Sends requests: one connection a message, the header and the body in one write.
+ *
+ * A small request is laid out in the frame. A larger one is written from where its body lies, since copying
+ * it would take as long as half its way; the block that the copy would fill is taken all the same, untouched:
+ * a module's memory limits hold for what it sends.
+ */
+#include <cstddef>
+#include <cstring>
+#include <optional>
+#include <utility>
+
+#include "frwk_common.h"
+#include "frwk_common/core/process_state.h"
+#include "frwk_common/ipc/client/answer_wait.h"
+#include "frwk_common/ipc/server/ipc_dispatch.h"
+#include "frwk_common/ipc/server/own_messages.h"
+#include "frwk_common/ipc/transport/ipc_trace.h"
+#include "frwk_common/ipc/transport/ipc_transport.h"
+#include "frwk_common/ipc/transport/ipc_wire.h"
+#include "internal/frwk_log.h"
+#include "internal/owned.h"
+#include "internal/small_buffer.h"
+#include "os_thread.h"
+
+namespace {
+
+/* The steps of a send log under the name of the call. */
+constexpr char kSync[] = "frwk_ipc_send_sync";
+constexpr char kAsync[] = "frwk_ipc_send_async";
+
+constexpr uint32_t kHeaderSize = sizeof(frwk_ipc_header);
+
+using IpcBuffer = SmallBuffer<kIpcFixedBuffer>;
+
+struct Body {
+    const void *data;
+    uint32_t len;
+};
+
+bool is_self(uint32_t module) {
+    return module == static_cast<uint32_t>(g_s_module_id.load());
+}
+
+bool is_destination(uint32_t module) {
+    return module > E_APPS_MODULE_MIN && module < E_APPS_MODULE_MAX;
+}
+
+frwk_ipc_header make_header(apps_message_id_e_type msgid, bool async, uint32_t timeout, uint32_t rsp_size,
+                            uint32_t data_len) {
+    return {static_cast<uint32_t>(g_s_module_id.load()),
+            msgid,
+            async ? 1u : 0u,
+            timeout,
+            rsp_size,
+            static_cast<int32_t>(data_len)};
+}
+
+/* Lays a request out as it travels: the header, then the body. */
+void lay_out(void *request, const frwk_ipc_header &header, const Body &body) {
+    std::memcpy(request, &header, sizeof(header));
+    if (body.len > 0) {
+        std::memcpy(static_cast<unsigned char *>(request) + sizeof(header), body.data, body.len);
+    }
+}
+
+/* What every send checks before it does anything. Returns 0, or the result of the send. */
+apps_err_e_type check_request(const char *caller, uint32_t module, const Body &body, const void *rsp,
+                              uint32_t rsp_size) {
+    if (!is_destination(module)) {
+        FRWK_WARN_AS(caller, "invalid module id=%d", static_cast<int>(module));
+        return E_APPS_ERR_MODULE;
+    }
+    if ((body.len != 0 && body.data == nullptr) || (rsp_size != 0 && rsp == nullptr)) {
+        FRWK_WARN_AS(caller, "invalid request arguments!");
+        return E_APPS_ERR_PARAM;
+    }
+    return E_APPS_ERR_SUCCESS;
+}
+
+/* Writes one request. Returns 0, or the result of the send. */
+apps_err_e_type write_request(const char *caller, int fd, const frwk_ipc_header &header, const Body &body,
+                              AnswerWait &wait) {
+    IpcBuffer request;
+    const std::optional<uint32_t> size = checked_add(kHeaderSize, body.len);
+    if (!request.reserve(size)) {
+        FRWK_WARN_AS(caller, "alloc failed for ipc req!");
+        return E_APPS_ERR_MALLOC;
+    }
+
+    int32_t written = 0;
+    if (request.on_heap()) {
+        written = frwk_ipc_send(fd, &header, kHeaderSize, body.data, body.len, wait);
+    } else {
+        lay_out(request.data(), header, body);
+        written = frwk_ipc_send(fd, request.data(), *size, nullptr, 0, wait);
+    }
+    if (written != static_cast<int32_t>(*size)) {
+        FRWK_WARN_AS(caller, "ipc send req msg failed!");
+        return E_APPS_ERR_WRITE;
+    }
+    return E_APPS_ERR_SUCCESS;
+}
+
+/* Opens a connection and writes one request. Returns 0 with the connection, or the result of the send. */
+apps_err_e_type send_request(const char *caller, uint32_t module, const frwk_ipc_header &header,
+                             const Body &body, AnswerWait &wait, UniqueFd *connection) {
+    UniqueFd fd(frwk_ipc_connect(module, header.timeout));
+    if (!fd) {
+        const char *name = frwk_module_name(static_cast<int32_t>(module));
+        FRWK_WARN_AS(caller, "ipc connect to module [%s] failed!", name != nullptr ? name : "");
+        return E_APPS_ERR_MODULE;
+    }
+
+    const apps_err_e_type sent = write_request(caller, fd.get(), header, body, wait);
+    *connection = std::move(fd);
+    return sent;
+}
+
+/* Reads what is still missing of len bytes. Returns false, logged, when it can't be had. */
+bool receive_rest(int fd, void *buf, uint32_t received, uint32_t len, AnswerWait &wait) {
+    if (received >= len) {
+        return true;
+    }
+    const uint32_t missing = len - received;
+    return frwk_ipc_recv_stream(fd, static_cast<char *>(buf) + received, missing, wait) ==
+           static_cast<int32_t>(missing);
+}
+
+/* An answer that fits in here is whole before the caller's buffer sees any of it. */
+struct SmallAnswer {
+    frwk_ipc_rsp_header header;
+    unsigned char data[kIpcFixedBuffer];
+};
+
+static_assert(offsetof(SmallAnswer, data) == sizeof(frwk_ipc_rsp_header));
+
+/*
+ * Reads the answer into the caller's buffer: a small one by way of a buffer of this call, in one read as a
+ * rule; a larger one straight to its place once its header is checked. Returns 0 with the handler's result,
+ * or the result of the send.
+ */
+apps_err_e_type receive_answer(int fd, void *rsp, uint32_t rsp_size, AnswerWait &wait,
+                               int32_t *handler_result) {
+    SmallAnswer answer;
+    constexpr uint32_t kHeadSize = sizeof(answer.header);
+    const bool small = rsp_size <= sizeof(answer.data);
+    const uint32_t most = kHeadSize + (small ? rsp_size : 0);
+    const int32_t count = frwk_ipc_recv_later(fd, &answer, kHeadSize, most, wait);
+    if (count < static_cast<int32_t>(kHeadSize)) {
+        FRWK_WARN_AS(kSync, "ipc recv rsp header failed!");
+        return E_APPS_ERR_READ;
+    }
+
+    const uint32_t received = static_cast<uint32_t>(count) - kHeadSize;
+    const uint32_t len = answer.header.rsp_len > 0 ? static_cast<uint32_t>(answer.header.rsp_len) : 0;
+    if (len > rsp_size) {
+        FRWK_WARN_AS(kSync, "ipc recv rsp buffer not big enough!");
+        return E_APPS_ERR_OUTOFBUF;
+    }
+    if (!receive_rest(fd, small ? answer.data : rsp, received, len, wait)) {
+        FRWK_WARN_AS(kSync, "ipc recv rsp data failed!");
+        return E_APPS_ERR_READ;
+    }
+    if (small && len > 0) {
+        std::memcpy(rsp, answer.data, len);
+    }
+    *handler_result = answer.header.result;
+    return E_APPS_ERR_SUCCESS;
+}
+
+void store(int32_t *result, int32_t value) {
+    if (result != nullptr) {
+        *result = value;
+    }
+}
+
+/* record: goes over to the thread that is started. Returns false when none is. */
+bool start_own_message(void *record) {
+    if (!own_message_begins()) {
+        return false;
+    }
+    os_thread_t thread = 0;
+    if (os_thread_create(&thread, nullptr, frwk_ipc_msg_async_handle, record) != 0) {
+        own_message_ends();
+        return false;
+    }
+    return true;
+}
+
+/* Gives a message of the module to itself to a thread of its own, which takes the record over. */
+apps_err_e_type handle_on_own_thread(const frwk_ipc_header &header, const Body &body) {
+    const std::optional<uint32_t> size = checked_add(kHeaderSize, body.len);
+    OwnedBlock record(size ? os_mem_malloc(*size) : nullptr);
+    if (!record) {
+        FRWK_WARN_AS(kAsync, "alloc for async msg failed!");
+        return E_APPS_ERR_MALLOC;
+    }
+    lay_out(record.get(), header, body);
+
+    if (!start_own_message(record.get())) {
+        FRWK_WARN_AS(kAsync, "create async msg handle thread error!");
+        return E_APPS_ERR_THREAD;
+    }
+    (void)record.take();
+    return E_APPS_ERR_ASYNC;
+}
+
+}  // namespace
+
+apps_err_e_type frwk_ipc_send_sync(uint32_t module, apps_message_id_e_type msgid, const void *req,
+                                   uint32_t req_len, void *rsp, uint32_t rsp_size, uint32_t timeout,
+                                   int32_t *result) {
+    const Body body = {req, req_len};
+    const apps_err_e_type refused = check_request(kSync, module, body, rsp, rsp_size);
+    if (refused != E_APPS_ERR_SUCCESS) {
+        return refused;
+    }
+    frwk_ipc_trace(IpcTrace::kAnswered, -1, static_cast<int32_t>(module), msgid);
+
+    const frwk_ipc_header header = make_header(msgid, false, timeout, rsp_size, req_len);
+    if (is_self(module)) {
+        const void *data = header.data_len > 0 ? req : nullptr;
+        store(result, frwk_ipc_msg_handle(module, msgid, data, header.data_len, rsp, rsp_size, timeout));
+        return E_APPS_ERR_SUCCESS;
+    }
+
+    AnswerWait wait(kSync, module, msgid);
+    UniqueFd connection;
+    const apps_err_e_type sent = send_request(kSync, module, header, body, wait, &connection);
+    if (sent != E_APPS_ERR_SUCCESS) {
+        return sent;
+    }
+
+    int32_t handler_result = 0;
+    const apps_err_e_type received = receive_answer(connection.get(), rsp, rsp_size, wait, &handler_result);
+    if (received != E_APPS_ERR_SUCCESS) {
+        return received;
+    }
+    store(result, handler_result);
+    return handler_result == E_APPS_ERR_TIMEOUT ? E_APPS_ERR_TIMEOUT : E_APPS_ERR_SUCCESS;
+}
+
+apps_err_e_type frwk_ipc_send_async(uint32_t module, apps_message_id_e_type msgid, const void *data,
+                                    uint32_t len, uint32_t timeout) {
+    const Body body = {data, len};
+    const apps_err_e_type refused = check_request(kAsync, module, body, nullptr, 0);
+    if (refused != E_APPS_ERR_SUCCESS) {
+        return refused;
+    }
+    frwk_ipc_trace(IpcTrace::kOneWay, -1, static_cast<int32_t>(module), msgid);
+
+    const frwk_ipc_header header = make_header(msgid, true, timeout, 0, len);
+    if (is_self(module)) {
+        return handle_on_own_thread(header, body);
+    }
+
+    AnswerWait wait(kAsync, module, msgid);
+    UniqueFd connection;
+    const apps_err_e_type sent = send_request(kAsync, module, header, body, wait, &connection);
+    return sent == E_APPS_ERR_SUCCESS ? E_APPS_ERR_ASYNC : sent;
+}
+
+apps_err_e_type frwk_ipc_msg_get(uint32_t module, apps_message_id_e_type msgid, void *rsp, uint32_t rsp_size,
+                                 uint32_t timeout, int32_t *result) {
+    return frwk_ipc_send_sync(module, msgid, nullptr, 0, rsp, rsp_size, timeout, result);
+}
+
+apps_err_e_type frwk_ipc_msg_set(uint32_t module, apps_message_id_e_type msgid, const void *data,
+                                 uint32_t len, uint32_t timeout, int32_t *result) {
+    return frwk_ipc_send_sync(module, msgid, data, len, nullptr, 0, timeout, result);
+}
+
+apps_err_e_type frwk_ipc_msg_notify(uint32_t module, apps_message_id_e_type msgid, const void *data,
+                                    uint32_t len) {
+    return frwk_ipc_send_async(module, msgid, data, len, kIpcNotifyLimitSeconds);
+}
+
+void frwk_ipc_msg_broadcast(apps_message_id_e_type msgid, const void *data, uint32_t len) {
+    for (int32_t id = E_APPS_MODULE_MIN + 1; id < E_APPS_MODULE_MAX; ++id) {
+        const auto module = static_cast<uint32_t>(id);
+        if (frwk_module_feature(id, FRWK_FLAG_MONITORED) != 0 && !is_self(module)) {
+            (void)frwk_ipc_msg_notify(module, msgid, data, len);
+        }
+    }
+}
+
+uint32_t frwk_get_module_status(uint32_t module) {
+    if (is_self(module)) {
+        return g_s_module_status;
+    }
+    uint32_t status = 0;
+    int32_t result = 0;
+    const apps_err_e_type sent = frwk_ipc_msg_get(module, E_APPS_MSG_SYS_STATUS, &status, sizeof(status),
+                                                  kIpcNotifyLimitSeconds, &result);
+    return sent == E_APPS_ERR_SUCCESS && result == 0 ? status : 0;
+}

@@ -1,0 +1,82 @@
+#include "frwk_common/ipc/server/accept_recovery.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/socket.h>
+
+#include <cerrno>
+
+#include "frwk_common.h"
+#include "internal/coarse_clock.h"
+#include "internal/frwk_log.h"
+
+namespace {
+
+constexpr uint32_t kAcceptPauseMs = 100;
+
+constexpr uint64_t kSayEachMs = 1000;
+
+bool out_of_descriptors(int error) {
+    return error == EMFILE || error == ENFILE;
+}
+
+bool concerns_one_connection(int error) {
+    return error == EINTR || error == ECONNABORTED;
+}
+
+/* Waits as long as it takes for a connection in the queue. Returns false when that can't be waited for. */
+bool wait_for_peer(int listener) {
+    pollfd queue = {listener, POLLIN, 0};
+    return ::poll(&queue, 1, -1) > 0;
+}
+
+}  // namespace
+
+bool SpareFd::shed(int listener) {
+    fd_.reset();
+    // cppcheck-suppress nullPointer ; accept4 takes null for a peer's address that is not wanted
+    const bool dropped = static_cast<bool>(UniqueFd(::accept4(listener, nullptr, nullptr, SOCK_CLOEXEC)));
+    open();
+    return dropped;
+}
+
+void SpareFd::open() {
+    fd_.reset(::open("/dev/null", O_RDONLY | O_CLOEXEC));
+}
+
+void DropNotice::dropped() {
+    ++dropped_;
+    unsaid_ = true;
+    if (dropped_ == 1 || coarse_ms() - said_ms_ >= kSayEachMs) {
+        say();
+    }
+}
+
+void DropNotice::say() {
+    unsaid_ = false;
+    said_ms_ = coarse_ms();
+    FRWK_WARN_AS("frwk_ipc_loop", "no descriptor left: connections dropped so far: %u", dropped_);
+}
+
+void AcceptRecovery::after_failure(int listener, int error) {
+    if (concerns_one_connection(error)) {
+        return;
+    }
+    if (listener < 0 || !out_of_descriptors(error) || !make_way(listener)) {
+        frwk_sleep(kAcceptPauseMs);
+    }
+}
+
+bool AcceptRecovery::make_way(int listener) {
+    const bool retry = !retried_;
+    retried_ = retry;
+    return retry ? wait_for_peer(listener) : shed(listener);
+}
+
+bool AcceptRecovery::shed(int listener) {
+    const bool dropped = spare_.shed(listener);
+    if (dropped) {
+        notice_.dropped();
+    }
+    return dropped;
+}

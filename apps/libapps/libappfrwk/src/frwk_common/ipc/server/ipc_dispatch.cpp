@@ -1,0 +1,180 @@
+/*
+ * Answers the system messages and hands everything else to the module's handler.
+ */
+#include "frwk_common/ipc/server/ipc_dispatch.h"
+
+#include <atomic>
+#include <cstdlib>
+#include <cstring>
+
+#include "frwk_common.h"
+#include "frwk_common/core/process_state.h"
+#include "frwk_common/ipc/server/own_messages.h"
+#include "frwk_common/ipc/transport/ipc_wire.h"
+#include "internal/frwk_log.h"
+#include "internal/owned.h"
+#include "os_mem.h"
+#include "os_time.h"
+
+namespace {
+
+constexpr uint32_t kHandlerPollMs = 200;
+constexpr uint64_t kMillisecondsPerSecond = 1000;
+
+/* One message, as a handler gets it. */
+struct Message {
+    uint32_t src;
+    apps_message_id_e_type msgid;
+    const void *data;
+    int32_t data_len;
+    void *rsp;
+    uint32_t rsp_size;
+    uint32_t timeout;
+};
+
+apps_err_e_type call(frwk_ipc_handler_t handler, const Message &m) {
+    return handler(m.src, m.msgid, m.data, m.data_len, m.rsp, m.rsp_size, m.timeout);
+}
+
+/* Copies an answer of fixed size; the buffer may lie anywhere. */
+apps_err_e_type answer(const Message &m, const void *words, uint32_t size) {
+    if (m.rsp_size < size || m.rsp == nullptr) {
+        return E_APPS_ERR_PARAM;
+    }
+    std::memcpy(m.rsp, words, size);
+    return E_APPS_ERR_SUCCESS;
+}
+
+/* The first of these messages ends the process; one that comes on another thread meanwhile waits for that. */
+[[noreturn]] apps_err_e_type end_process(const Message &m) {
+    static std::atomic_flag ending = ATOMIC_FLAG_INIT;
+    if (ending.test_and_set()) {
+        frwk_keep_running();
+    }
+    const frwk_exit_handler_t exit_handler = g_s_exit_handler;
+    if (exit_handler != nullptr) {
+        exit_handler(m.msgid);
+    }
+    std::exit(EXIT_SUCCESS);  // NOLINT(concurrency-mt-unsafe): one thread alone comes here
+}
+
+apps_err_e_type reopen_log(const Message &) {
+    const frwk_module_info &row = g_modules_info[g_s_module_id];
+    os_log_init(row.name, row.facility);
+    return E_APPS_ERR_SUCCESS;
+}
+
+apps_err_e_type tell_status(const Message &m) {
+    const uint32_t status = g_s_module_status;
+    return answer(m, &status, sizeof(status));
+}
+
+apps_err_e_type tell_alive(const Message &) {
+    return E_APPS_ERR_SUCCESS;
+}
+
+apps_err_e_type tell_memory(const Message &m) {
+    os_mem_usage_t usage = {};
+    os_mem_usage(&usage);
+    return answer(m, &usage, sizeof(usage));
+}
+
+/* A power notification must not be lost: it waits for the handler as long as it takes. */
+apps_err_e_type wait_and_call(const Message &m) {
+    frwk_ipc_handler_t handler = nullptr;
+    while ((handler = g_s_ipc_handler) == nullptr) {
+        frwk_sleep(kHandlerPollMs);
+    }
+    return call(handler, m);
+}
+
+struct SystemMessage {
+    apps_message_id_e_type msgid;
+    apps_err_e_type (*act)(const Message &m);
+};
+
+constexpr SystemMessage kSystemMessages[] = {
+    {E_APPS_MSG_SYS_EXIT, end_process},
+    {E_APPS_MSG_SYS_REBOOT, end_process},
+    {E_APPS_MSG_SYS_RESET, end_process},
+    {E_APPS_MSG_SYS_SHUTDOWN, end_process},
+    {E_APPS_MSG_SYS_LOG, reopen_log},
+    {E_APPS_MSG_SYS_STATUS, tell_status},
+    {E_APPS_MSG_SYS_PROBE, tell_alive},
+    {E_APPS_MSG_SYS_MEMORY, tell_memory},
+    {E_APPS_MSG_MONITOR_FPWRON_NOTIFY, wait_and_call},
+    {E_APPS_MSG_MONITOR_FPWROFF_NOTIFY, wait_and_call},
+};
+
+const SystemMessage *find_system_message(apps_message_id_e_type msgid) {
+    for (const SystemMessage &entry : kSystemMessages) {
+        if (entry.msgid == msgid) {
+            return &entry;
+        }
+    }
+    return nullptr;
+}
+
+/* The web page and the remote management must not hang on a module that is still starting. */
+bool never_waits(uint32_t sender) {
+    return sender == E_APPS_MODULE_WEBSERVER || sender == E_APPS_MODULE_TR069;
+}
+
+}  // namespace
+
+static_assert(sizeof(os_mem_usage_t) == 24);
+
+apps_err_e_type frwk_ipc_msg_handle(uint32_t src, apps_message_id_e_type msgid, const void *data,
+                                    int32_t data_len, void *rsp, uint32_t rsp_size, uint32_t timeout) {
+    const Message message = {src, msgid, data, data_len, rsp, rsp_size, timeout};
+
+    const SystemMessage *system = find_system_message(msgid);
+    if (system != nullptr) {
+        return system->act(message);
+    }
+
+    frwk_ipc_handler_t handler = g_s_ipc_handler;
+    if (handler != nullptr) {
+        return call(handler, message);
+    }
+    if (never_waits(src)) {
+        FRWK_WARN("ipc handler is null!");
+        return E_APPS_ERR_PROCESS;
+    }
+
+    FRWK_WARN("waiting for ipc handler register start...");
+    os_simple_timer timer = {};
+    os_simple_timer_start(&timer, timeout * kMillisecondsPerSecond);
+    bool last_look = false;
+    while (!last_look) {
+        last_look = os_simple_timer_timeout(&timer) != 0;
+        handler = g_s_ipc_handler;
+        if (handler != nullptr) {
+            FRWK_WARN("waiting for ipc handler register complete...");
+            return call(handler, message);
+        }
+        if (!last_look) {
+            frwk_sleep(kHandlerPollMs);
+        }
+    }
+    FRWK_WARN("waiting for ipc handler timeout!");
+    return E_APPS_ERR_TIMEOUT;
+}
+
+void *frwk_ipc_msg_async_handle(void *ptr) {
+    FRWK_ASSERT(ptr != nullptr, "NULL != ptr", "");
+    if (ptr == nullptr) {
+        return nullptr;
+    }
+
+    OwnedBlock record(ptr);
+    const auto *header = static_cast<const frwk_ipc_header *>(ptr);
+    const void *body = header->data_len > 0 ? header + 1 : nullptr;
+    if (frwk_ipc_msg_handle(header->src, header->msgid, body, header->data_len, nullptr, 0,
+                            header->timeout) != E_APPS_ERR_SUCCESS) {
+        FRWK_WARN("async call msg handler failed!");
+    }
+    record.reset();
+    own_message_ends();
+    return nullptr;
+}

@@ -1,0 +1,251 @@
+/*
+ * The service thread: takes one connection after another and answers the one request that each brings.
+ *
+ * The listening socket and the thread live until the process ends.
+ */
+#include "frwk_common/ipc/server/ipc_service.h"
+
+#include <pthread.h>
+#include <sys/socket.h>
+
+#include <atomic>
+#include <cerrno>
+#include <cstddef>
+#include <cstring>
+#include <optional>
+
+#include "frwk_common.h"
+#include "frwk_common/core/process_state.h"
+#include "frwk_common/ipc/server/accept_recovery.h"
+#include "frwk_common/ipc/server/exchange_watch.h"
+#include "frwk_common/ipc/server/ipc_dispatch.h"
+#include "frwk_common/ipc/server/ipc_listener.h"
+#include "frwk_common/ipc/transport/ipc_trace.h"
+#include "frwk_common/ipc/transport/ipc_transport.h"
+#include "frwk_common/ipc/transport/ipc_wire.h"
+#include "internal/frwk_log.h"
+#include "internal/owned.h"
+#include "internal/plain_block.h"
+#include "internal/small_buffer.h"
+#include "os_thread.h"
+
+namespace {
+
+/* The status word of a module whose handler is registered. */
+constexpr uint32_t kStatusServing = 1;
+
+/* The steps of an exchange log under its name. */
+constexpr char kExchange[] = "frwk_ipc_handle";
+
+using IpcBuffer = SmallBuffer<kIpcFixedBuffer>;
+
+/*
+ * A request as it arrives: the header and as much of the body as has a place here come with one read where
+ * they are there already. A body without a place here moves to a block of its own.
+ */
+class Request {
+  public:
+    /* Returns false when no whole header came. */
+    bool receive_header(int fd, ExchangeWatch &watch) {
+        const int32_t count = frwk_ipc_recv(fd, bytes_, sizeof(header_), sizeof(bytes_), watch);
+        if (count < static_cast<int32_t>(sizeof(header_))) {
+            return false;
+        }
+        std::memcpy(&header_, bytes_, sizeof(header_));
+        early_ = static_cast<uint32_t>(count) - static_cast<uint32_t>(sizeof(header_));
+        return true;
+    }
+
+    /* Returns false, logged, when the body that the header announces can't be had whole. */
+    bool receive_body(int fd, ExchangeWatch &watch) {
+        if (header_.data_len <= 0) {
+            return true;
+        }
+        const auto size = static_cast<uint32_t>(header_.data_len);
+        if (!make_room(size)) {
+            FRWK_WARN_AS(kExchange, "alloc for ipc recv body error!");
+            return false;
+        }
+        if (early_ >= size) {
+            return true;
+        }
+        watch.enter(ExchangeStep::kBody, header_);
+        const uint32_t missing = size - early_;
+        if (frwk_ipc_recv(fd, body_ + early_, missing, missing, watch) != static_cast<int32_t>(missing)) {
+            FRWK_WARN_AS(kExchange, "ipc recv body error!");
+            return false;
+        }
+        return true;
+    }
+
+    const frwk_ipc_header &header() const { return header_; }
+    const void *body() const { return header_.data_len > 0 ? body_ : nullptr; }
+
+  private:
+    bool make_room(uint32_t size) {
+        body_ = bytes_ + sizeof(header_);
+        if (size <= kIpcFixedBuffer) {
+            return true;
+        }
+        block_.reset(plain_block(size));
+        if (!block_) {
+            return false;
+        }
+        std::memcpy(block_.get(), body_, early_);
+        body_ = static_cast<unsigned char *>(block_.get());
+        return true;
+    }
+
+    frwk_ipc_header header_ = {};
+    uint32_t early_ = 0; /* bytes of the body that came with the header */
+    unsigned char *body_ = nullptr;
+    OwnedBlock block_;
+    alignas(std::max_align_t) unsigned char bytes_[sizeof(frwk_ipc_header) + kIpcFixedBuffer];
+};
+
+/* Makes room for the answer, its header included, all zero: what a handler leaves alone arrives as zeros. */
+bool prepare_answer(const frwk_ipc_header &header, IpcBuffer *answer) {
+    const std::optional<uint32_t> size = checked_add(header.rsp_size, sizeof(frwk_ipc_rsp_header));
+    if (!answer->reserve_zeroed(size)) {
+        FRWK_WARN_AS(kExchange, "alloc for ipc rsp error!");
+        return false;
+    }
+    return true;
+}
+
+apps_err_e_type dispatch(const frwk_ipc_header &header, const void *body, void *rsp, ExchangeWatch &watch) {
+    const bool registered = g_s_ipc_handler.load() != nullptr;
+    watch.enter(registered ? ExchangeStep::kHandler : ExchangeStep::kRegistration, header);
+    const bool answered = header.async == 0;
+    const apps_err_e_type result =
+        frwk_ipc_msg_handle(header.src, header.msgid, body, header.data_len, answered ? rsp : nullptr,
+                            answered ? header.rsp_size : 0, header.timeout);
+    watch.look();
+    return result;
+}
+
+void send_answer(int fd, const frwk_ipc_header &header, apps_err_e_type result, unsigned char *answer,
+                 ExchangeWatch &watch) {
+    const frwk_ipc_rsp_header rsp_header = {result, static_cast<int32_t>(header.rsp_size)};
+    std::memcpy(answer, &rsp_header, sizeof(rsp_header));
+
+    watch.enter(ExchangeStep::kAnswer, header);
+    const uint32_t size = header.rsp_size + static_cast<uint32_t>(sizeof(rsp_header));
+    if (frwk_ipc_send(fd, answer, size, nullptr, 0, watch) != static_cast<int32_t>(size)) {
+        FRWK_WARN_AS(kExchange, "send ipc rsp error!");
+    }
+}
+
+/* The connection that the service thread has taken, or -1. */
+std::atomic<int> g_connection{-1};
+
+/* Notes a connection for as long as it is served. */
+class Serving {
+  public:
+    explicit Serving(int connection) { g_connection.store(connection, std::memory_order_relaxed); }
+    ~Serving() { g_connection.store(-1, std::memory_order_relaxed); }
+    Serving(const Serving &) = delete;
+    Serving &operator=(const Serving &) = delete;
+};
+
+/*
+ * A forked child serves nobody. With its copies of the listening socket and of the connection open, peers
+ * would wait for it when the module has died, instead of seeing that it has.
+ */
+void close_service_in_child() {
+    const UniqueFd listener(g_s_ipcs_fd.exchange(-1));
+    const UniqueFd connection(g_connection.exchange(-1));
+    g_s_ipc_thread = 0;
+}
+
+__attribute__((constructor)) void close_service_in_children() {
+    (void)::pthread_atfork(nullptr, nullptr, close_service_in_child);
+}
+
+/* The service thread must be joinable, since the module's main thread waits for it. */
+bool start_service_thread() {
+    os_thread_attr attr = {};
+    os_thread_attr_init(&attr);
+    attr.detached = 0;
+
+    os_thread_t thread = 0;
+    if (os_thread_create(&thread, &attr, frwk_ipc_loop, nullptr) != 0) {
+        return false;
+    }
+    g_s_ipc_thread = thread;
+    return true;
+}
+
+}  // namespace
+
+void frwk_ipc_handle(int fd) {
+    ExchangeWatch watch(fd);
+    Request request;
+    if (!request.receive_header(fd, watch)) {
+        FRWK_WARN("recv ipc header error!");
+        return;
+    }
+    const frwk_ipc_header &header = request.header();
+    frwk_ipc_trace(IpcTrace::kAnswered, static_cast<int32_t>(header.src), -1, header.msgid);
+
+    IpcBuffer answer;
+    if (!request.receive_body(fd, watch) || !prepare_answer(header, &answer)) {
+        return;
+    }
+
+    unsigned char *rsp = answer.data() + sizeof(frwk_ipc_rsp_header);
+    const apps_err_e_type result = dispatch(header, request.body(), rsp, watch);
+    if (header.async == 0) {
+        send_answer(fd, header, result, answer.data(), watch);
+    }
+}
+
+void *frwk_ipc_loop(void *) {
+    AcceptRecovery recovery;
+    for (;;) {
+        const int listener = g_s_ipcs_fd;
+        // cppcheck-suppress nullPointer ; accept4 takes null for a peer's address that is not wanted
+        const UniqueFd connection(::accept4(listener, nullptr, nullptr, SOCK_CLOEXEC));
+        if (connection) {
+            recovery.after_success();
+            const Serving serving(connection.get());
+            frwk_ipc_handle(connection.get());
+            continue;
+        }
+        const int error = errno;
+        FRWK_WARN_ERRNO("ipc accept error!");
+        recovery.after_failure(listener, error);
+    }
+}
+
+void frwk_ipc_init() {
+    // A second try after a failure makes only what is missing: peers may already wait on the socket.
+    if (g_s_ipcs_fd < 0) {
+        g_s_ipcs_fd = frwk_ipc_socket();
+    }
+    FRWK_ASSERT(g_s_ipcs_fd >= 0, "0 <= g_s_ipcs_fd", "");
+
+    if (g_s_ipc_thread == 0) {
+        const bool started = start_service_thread();
+        FRWK_ASSERT(started, "0 == ret", "");
+    }
+}
+
+void frwk_ipc_service_ex(frwk_ipc_handler_t handler, int32_t wait) {
+    g_s_ipc_handler = handler;
+    if (g_s_ipc_thread == 0 || g_s_ipcs_fd < 0) {
+        frwk_ipc_init();
+    }
+    frwk_set_module_status(kStatusServing);
+    if (wait != 0 && g_s_ipc_thread != 0) {
+        os_thread_join(g_s_ipc_thread);
+    }
+}
+
+void frwk_ipc_service(frwk_ipc_handler_t handler) {
+    frwk_ipc_service_ex(handler, 1);
+}
+
+void frwk_set_module_status(uint32_t status) {
+    g_s_module_status = status;
+}

@@ -1,0 +1,163 @@
+/*
+ * Reads the module configuration file and overrides rows of the module table with what it says.
+ *
+ * The file describes the whole device, so every module's row is updated, not only the calling module's.
+ */
+#include "frwk_common/modules/module_config.h"
+
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+
+#include "frwk_common.h"
+#include "internal/decimal.h"
+#include "internal/frwk_log.h"
+#include "internal/frwk_paths.h"
+#include "internal/letter_case.h"
+#include "os_file.h"
+#include "xml.h"
+
+namespace {
+
+struct Word {
+    const char *text;
+    uint32_t value;
+};
+
+constexpr Word kFlagWords[] = {
+    {"FRWK_FLAG_DAEMON", FRWK_FLAG_DAEMON},     {"FRWK_FLAG_MONITORED", FRWK_FLAG_MONITORED},
+    {"FRWK_FLAG_RUN", FRWK_FLAG_RUN},           {"FRWK_FLAG_BLOCK", FRWK_FLAG_BLOCK},
+    {"FRWK_FLAG_MPSS", FRWK_FLAG_MPSS},         {"FRWK_FLAG_ADMIN", FRWK_FLAG_ADMIN},
+    {"FRWK_FLAG_POWEROFF", FRWK_FLAG_POWEROFF}, {"FRWK_FLAG_PRESTART", FRWK_FLAG_PRESTART},
+    {"FRWK_FLAG_EXTERNAL", FRWK_FLAG_EXTERNAL}, {"FRWK_FLAG_PSEUDO", FRWK_FLAG_PSEUDO},
+};
+
+constexpr Word kFacilityWords[] = {
+    {"AUTH", 1},
+    {"AUTHPRIV", 2},
+    {"CRON", 3},
+    {"OS_LOG_DAEMON", 4},
+    {"FTP", 5},
+    {"KERN", 6},
+    {"OS_LOG_LOCAL0", 7},
+    {"OS_LOG_LOCAL1", 8},
+    {"OS_LOG_LOCAL2", 9},
+    {"OS_LOG_LOCAL3", 10},
+    {"OS_LOG_LOCAL4", 11},
+    {"OS_LOG_LOCAL5", 12},
+    {"OS_LOG_LOCAL6", 13},
+    {"OS_LOG_LOCAL7", 14},
+    {"LPR", 15},
+    {"MAIL", 16},
+    {"NEWS", 17},
+    {"SYSLOG", 18},
+    {"USER", 19},
+    {"UUCP", 20},
+};
+
+uint32_t parse_flags(const char *text) {
+    uint32_t flags = 0;
+    for (const Word &word : kFlagWords) {
+        if (std::strstr(text, word.text) != nullptr) {
+            flags |= word.value;
+        }
+    }
+    return flags;
+}
+
+uint32_t parse_facility(const char *text) {
+    for (const Word &word : kFacilityWords) {
+        if (same_ignoring_case(text, word.text)) {
+            return word.value;
+        }
+    }
+    return 0;
+}
+
+/*
+ * Texts taken over from the file live as long as the process, even when a second element replaces them:
+ * somebody may hold the first. They are plain memory, since the module's tracked memory has no settings yet.
+ */
+struct KeptText {
+    KeptText *next;
+    char text[1];
+};
+
+KeptText *g_s_kept_texts = nullptr;
+
+/* Replaces a text of the table. Returns false, logged, without memory: then the old one stays. */
+bool keep_text(const char *text, const char **place) {
+    const size_t length = std::strlen(text);
+    auto *kept = static_cast<KeptText *>(std::malloc(sizeof(KeptText) + length));
+    if (kept == nullptr) {
+        FRWK_WARN_AS("frwk_load_module_param", "no memory for the text '%.64s' of the module configuration",
+                     text);
+        return false;
+    }
+    std::memcpy(kept->text, text, length + 1);
+    kept->next = g_s_kept_texts;
+    g_s_kept_texts = kept;
+    *place = kept->text;
+    return true;
+}
+
+/* Returns the text of a child element, or null when it is absent or empty. */
+const char *child_text(xml_node *module, const char *name) {
+    xml_node *child = xml_get_child_node(module, name);
+    const char *text = child != nullptr ? xml_get_node_value(child) : nullptr;
+    return text != nullptr && text[0] != '\0' ? text : nullptr;
+}
+
+void apply_elements(xml_node *module, frwk_module_info *row) {
+    if (const char *alias = child_text(module, "alias")) {
+        (void)keep_text(alias, &row->alias);
+    }
+    if (const char *flag = child_text(module, "flag")) {
+        row->flag = parse_flags(flag);
+    }
+    if (const char *delay = child_text(module, "delay")) {
+        row->delay = decimal_number(delay);
+    }
+    if (const char *facility = child_text(module, "facility")) {
+        row->facility = parse_facility(facility);
+    }
+    if (const char *cmd = child_text(module, "cmd")) {
+        (void)keep_text(cmd, &row->cmd);
+    }
+}
+
+struct DocumentDeleter {
+    void operator()(xml_doc *doc) const { xml_free_doc(doc); }
+};
+
+}  // namespace
+
+void frwk_load_module_param() {
+    if (os_file_exist(paths::kModuleConfig) == 0) {
+        return;
+    }
+    const std::unique_ptr<xml_doc, DocumentDeleter> doc(xml_file_parse(paths::kModuleConfig));
+    FRWK_ASSERT(doc != nullptr, "((void *)0) != doc", "");
+    xml_node *node = doc != nullptr ? xml_get_doc_root(doc.get()) : nullptr;
+    FRWK_ASSERT(node != nullptr, "((void *)0) != node", "");
+
+    int32_t unknown = 0;
+    xml_node *module = node != nullptr ? xml_get_child_node(node, nullptr) : nullptr;
+    for (; module != nullptr; module = xml_get_next_node(module)) {
+        const char *name = xml_get_node_name(module);
+        int32_t id = frwk_module_id(name);
+        if (id == 0) {
+            // The slots end at the eighth, yet a ninth is written behind them; only the table is a limit.
+            FRWK_ASSERT(FRWK_MODULE_SPARE_COUNT > unknown, "(8) > i", "");
+            id = FRWK_MODULE_SPARE_FIRST + unknown;
+            if (id >= FRWK_MODULE_ROWS) {
+                continue;
+            }
+            ++unknown;
+            if (!keep_text(name, &g_modules_info[id].name)) {
+                continue;
+            }
+        }
+        apply_elements(module, &g_modules_info[id]);
+    }
+}

@@ -1,0 +1,72 @@
+/*
+ * The state of the processors, as a tool prints it. How a tool's line is read: cpu_line.h. No state of its
+ * own; any thread.
+ */
+#include <cstddef>
+#include <cstring>
+
+#include "frwk_common.h"
+#include "frwk_common/probes/cpu_line.h"
+#include "frwk_common/probes/tool_output.h"
+#include "internal/frwk_log.h"
+#include "text_copy.h"
+
+namespace {
+
+constexpr size_t kLineSize = 256 + 1;
+
+/*
+ * Runs a tool and reads the first of its lines that is wanted, without blanks and line end at its end.
+ *
+ * call: the function that the log names. line: receives the line.
+ * Returns false, with the cause logged, when there is none.
+ */
+bool find_line(const char *call, const char *tool, const char *command, bool (*is_wanted)(const char *),
+               char (&line)[kLineSize]) {
+    ToolOutput output(command);
+    if (!output) {
+        FRWK_WARN_AS(call, "execute %s cmd error!", tool);
+        return false;
+    }
+    while (output.next_line(line, sizeof(line))) {
+        strdern(line, std::strlen(line));
+        if (is_wanted(line)) {
+            return true;
+        }
+    }
+    FRWK_WARN_AS(call, "no cpu state in the output of %s!", tool);
+    return false;
+}
+
+void finish(const char *call, frwk_cpustate *state) {
+    state->usage = 100 - state->idle;
+    FRWK_DEBUG_AS(call, "usage=%u, usr=%u, sys=%u, nic=%u, idle=%u", state->usage, state->usr, state->sys,
+                  state->nic, state->idle);
+}
+
+}  // namespace
+
+void frwk_get_cpustate_top(frwk_cpustate *state) {
+    char line[kLineSize];
+    if (state == nullptr || !find_line(__func__, "top", "top -n1", is_top_cpu_line, line)) {
+        return;
+    }
+    FRWK_DEBUG("%s", line);
+    parse_top_cpu_line(line, state);
+    finish(__func__, state);
+}
+
+void frwk_get_cpustate_mpstat(frwk_cpustate *state) {
+    char line[kLineSize];
+    if (state == nullptr || !find_line(__func__, "mpstat", "mpstat -u 1 1", is_mpstat_cpu_line, line)) {
+        return;
+    }
+    if (!parse_mpstat_cpu_line(line, state)) {
+        FRWK_WARN("separate char is not whitespace or table!");
+    }
+    finish(__func__, state);
+}
+
+void frwk_get_cpustate(frwk_cpustate *state) {
+    frwk_get_cpustate_mpstat(state);
+}

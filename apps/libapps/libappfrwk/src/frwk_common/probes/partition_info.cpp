@@ -1,0 +1,87 @@
+/*
+ * A partition's line in the output of df. No state; any thread.
+ */
+#include <cstring>
+
+#include "frwk_common.h"
+#include "frwk_common/probes/tool_output.h"
+#include "internal/decimal.h"
+#include "internal/frwk_log.h"
+#include "internal/shell_command.h"
+
+namespace {
+
+using DfCommand = ShellCommand<127 + 1>;
+
+constexpr size_t kLineSize = 127 + 1;
+
+/* To grep an empty text is a part of every line, and a line end separates two of them. */
+bool names_one_line(const char *name) {
+    return name[0] != '\0' && std::strchr(name, '\n') == nullptr;
+}
+
+/* Whatever the name is, it reaches grep as the pattern, never as an option. */
+void build_command(const char *name, int32_t column, DfCommand *command) {
+    command->add("df |grep %s", name[0] == '-' ? "-e " : "");
+    command->add_word(name).add(" | grep -v grep |awk '{print $%d}'", column);
+}
+
+/* Reads the first line that the command prints; false, with the cause logged, when there is none. */
+bool read_first_line(const char *call, const DfCommand &command, char (&line)[kLineSize]) {
+    FRWK_DEBUG_AS(call, "command [%s].", command.text());
+    ToolOutput output(command.text());
+    if (!output) {
+        FRWK_WARN_AS(call, "popen command %s error.", command.text());
+        return false;
+    }
+    if (!output.next_line(line, sizeof(line))) {
+        FRWK_WARN_AS(call, "fgets partion info failed.");
+        return false;
+    }
+    return true;
+}
+
+void drop_line_end(char *line) {
+    const size_t length = std::strlen(line);
+    if (length > 0 && std::strchr("\r\n", line[length - 1]) != nullptr) {
+        line[length - 1] = '\0';
+    }
+}
+
+void drop_last(char *line) {
+    const size_t length = std::strlen(line);
+    if (length > 0) {
+        line[length - 1] = '\0';
+    }
+}
+
+}  // namespace
+
+int32_t frwk_get_partion_info(const char *name, int32_t column, int32_t *result) {
+    if (name == nullptr || result == nullptr) {
+        FRWK_WARN("partion or data null.\n");
+        return -1;
+    }
+    if (!names_one_line(name)) {
+        FRWK_WARN("fgets partion info failed.");
+        return -1;
+    }
+
+    DfCommand command;
+    build_command(name, column, &command);
+    if (!command.complete()) {
+        FRWK_WARN("popen command %s error.", command.text());
+        return -1;
+    }
+
+    char line[kLineSize];
+    if (!read_first_line(__func__, command, line)) {
+        return -1;
+    }
+    drop_line_end(line);
+    FRWK_DEBUG("buffer [%s].", line);
+    drop_last(line); /* the per-cent sign, or whatever else is there */
+    *result = decimal_number(line);
+    FRWK_DEBUG("avail space percentage [%d].\n", *result);
+    return 0;
+}

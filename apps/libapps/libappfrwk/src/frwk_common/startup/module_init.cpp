@@ -1,0 +1,144 @@
+/*
+ * The start-up sequence of every module, step by step.
+ */
+#include <fcntl.h>
+#include <pthread.h>
+#include <sys/prctl.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+
+#include "frwk_common.h"
+#include "frwk_common/core/process_limits.h"
+#include "frwk_common/core/process_state.h"
+#include "frwk_common/ipc/server/ipc_service.h"
+#include "frwk_common/modules/module_config.h"
+#include "frwk_common/modules/module_run_list.h"
+#include "frwk_common/startup/instance_lock.h"
+#include "internal/frwk_log.h"
+#include "internal/frwk_paths.h"
+#include "internal/guarded_folder.h"
+#include "internal/shell.h"
+#include "internal/uninterrupted.h"
+#include "os_file.h"
+#include "os_mem.h"
+
+namespace {
+
+constexpr size_t kHookCommandSize = 256;
+
+/* Modules of which only one process may run. */
+constexpr uint32_t kSingleInstanceFlags = FRWK_FLAG_DAEMON | FRWK_FLAG_MONITORED;
+
+/* Serves messages from its start although nobody watches it; the bit has no keyword. */
+constexpr uint32_t kServesUnwatched = 0x4000;
+
+constexpr uint32_t kServingFlags = kSingleInstanceFlags | kServesUnwatched;
+
+bool is_module(int32_t id) {
+    return static_cast<uint32_t>(id) < E_APPS_MODULE_MAX;
+}
+
+/* Whatever is opened as 0, 1 or 2 later would receive what libraries and children print there. */
+void open_standard_descriptors() {
+    for (int fd = STDIN_FILENO; fd <= STDERR_FILENO; ++fd) {
+        const bool closed = ::fcntl(fd, F_GETFD) < 0 && errno == EBADF;
+        if (closed && uninterrupted([] { return ::open(paths::kNullDevice, O_RDWR); }) < 0) {
+            FRWK_WARN_ERRNO("open a standard descriptor error!");
+            return;
+        }
+    }
+}
+
+/*
+ * A dead parent is a dead device session. The signal comes for a parent that ends from now on; one that ended
+ * since the start of the module is known by the process that took its place.
+ */
+void watch_parent(pid_t parent) {
+    (void)::prctl(PR_SET_PDEATHSIG, SIGHUP);
+    if (::getppid() != parent) {
+        (void)::kill(::getpid(), SIGHUP);
+    }
+}
+
+/* A peer that left must not kill the process. */
+void ignore_broken_pipes() {
+    (void)std::signal(SIGPIPE, SIG_IGN);
+
+    sigset_t broken_pipe;
+    sigemptyset(&broken_pipe);
+    sigaddset(&broken_pipe, SIGPIPE);
+    (void)::pthread_sigmask(SIG_BLOCK, &broken_pipe, nullptr);
+}
+
+/* A base library may keep the settings where they are rather than copy them. */
+void prepare_memory(const frwk_module_memory &memory) {
+    static os_mem_settings settings;
+    settings = {memory.warn_at, memory.refuse_at, memory.pool, memory.pool_block, memory.pool_total};
+    const bool given = settings.warn_at != 0 || settings.refuse_at != 0 || settings.pool != 0 ||
+                       settings.pool_block != 0 || settings.pool_total != 0;
+    os_mem_init(given ? &settings : nullptr);
+}
+
+void prepare_log(const frwk_module_info &row) {
+    os_log_init(row.name, row.facility);
+    if (row.flag == 0) {
+        os_debug_enable();
+    }
+}
+
+void run_start_hook(const char *name) {
+    if (os_file_exist(paths::kStartHook) == 0) {
+        return;
+    }
+    ShellCommand<kHookCommandSize> command;
+    command.add("apps_init ").add_word(name).add(" %d", static_cast<int>(::getpid()));
+    if (!command.complete()) {
+        FRWK_WARN("start hook not run: the module's name is too long");
+        return;
+    }
+    (void)run_shell(command.text());
+}
+
+}  // namespace
+
+void frwk_module_init(int32_t id, frwk_exit_handler_t exit_handler) {
+    const pid_t parent = ::getppid();
+    open_standard_descriptors();
+    if (!is_module(id)) {
+        (void)std::fprintf(stderr, "invalid module id=%d\n", id);
+        std::exit(-1);  // NOLINT(concurrency-mt-unsafe): there are no other threads yet
+    }
+
+    // Before the file, which may set the flag again.
+    if (id == E_APPS_MODULE_ATFWD_DAEMON) {
+        frwk_module_unset(id, FRWK_FLAG_MONITORED);
+    }
+    frwk_load_module_param();
+
+    const frwk_module_info &row = g_modules_info[id];
+    const char *name = row.name != nullptr ? row.name : "";
+    close_temp_folder();
+    if (frwk_module_feature(id, kSingleInstanceFlags) != 0) {
+        take_instance_lock(name);
+    }
+    watch_parent(parent);
+    ignore_broken_pipes();
+    reset_process_state(id, exit_handler);
+    prepare_memory(row.memory);
+    prepare_log(row);
+    watch_working_folders();
+    read_process_limits();
+    frwk_load_module_run();
+
+    if (frwk_module_feature(id, kServingFlags) != 0) {
+        frwk_ipc_init();
+        FRWK_VERBOSE("******** '%s' module init complete ********", name);
+    }
+    run_start_hook(name);
+    if (row.delay != 0) {
+        frwk_sleep(static_cast<uint32_t>(row.delay));
+    }
+}

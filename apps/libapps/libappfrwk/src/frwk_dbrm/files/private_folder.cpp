@@ -1,0 +1,195 @@
+#include "frwk_dbrm/files/private_folder.h"
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <sys/statvfs.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+
+#include "frwk_dbrm/files/trusted_path.h"
+#include "internal/frwk_log.h"
+#include "internal/frwk_paths.h"
+#include "internal/uninterrupted.h"
+
+namespace {
+
+/* Where the folder may be made, the best first. */
+constexpr const char *kParents[] = {paths::kTempFolder, paths::kUserFolder};
+
+constexpr char kPrefix[] = "backup.private.";
+constexpr char kRandom[] = "XXXXXX";
+constexpr char kFileName[] = "backup";
+constexpr size_t kNameLength = sizeof(kPrefix) - 1 + sizeof(kRandom) - 1;
+
+/* How often a new folder may be taken for a leftover before its maker gives up. */
+constexpr int kAttempts = 10;
+
+constexpr int kOpenFolder = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
+
+struct CloseStream {
+    void operator()(DIR *folder) const { (void)::closedir(folder); }
+};
+using FolderStream = std::unique_ptr<DIR, CloseStream>;
+
+FolderStream read_folder(int folder, const char *name) {
+    UniqueFd fd(::openat(folder, name, kOpenFolder));
+    FolderStream stream(fd ? ::fdopendir(fd.get()) : nullptr);
+    if (stream) {
+        (void)fd.take();
+    }
+    return stream;
+}
+
+/* The next name of a folder; null at its end. */
+const char *next_name(const FolderStream &folder) {
+    // cppcheck-suppress readdirCalled ; a stream of one thread, and readdir_r is withdrawn
+    const dirent *entry = folder ? ::readdir(folder.get()) : nullptr;
+    return entry != nullptr ? entry->d_name : nullptr;
+}
+
+void empty_folder(int folder) {
+    const FolderStream stream = read_folder(folder, ".");
+    while (const char *name = next_name(stream)) {
+        (void)::unlinkat(folder, name, 0); /* its own two names are no files */
+    }
+}
+
+bool lock(int fd, int operation) {
+    return uninterrupted([fd, operation] { return ::flock(fd, operation); }) == 0;
+}
+
+/* Without a living owner its lock is free. */
+void remove_leftover(const FolderStream &parent, const char *name) {
+    const int in = ::dirfd(parent.get());
+    const UniqueFd fd(::openat(in, name, kOpenFolder));
+    struct stat found = {};
+    if (!fd || ::fstat(fd.get(), &found) != 0 || found.st_uid != ::geteuid() ||
+        !lock(fd.get(), LOCK_EX | LOCK_NB)) {
+        return;
+    }
+    empty_folder(fd.get());
+    if (::unlinkat(in, name, AT_REMOVEDIR) == 0) {
+        FRWK_NOTICE("removed %s, which a killed process left", name);
+    }
+}
+
+void remove_leftovers(const char *parent) {
+    const FolderStream folder = read_folder(AT_FDCWD, parent);
+    while (const char *name = next_name(folder)) {
+        if (std::strlen(name) == kNameLength && std::strncmp(name, kPrefix, sizeof(kPrefix) - 1) == 0) {
+            remove_leftover(folder, name);
+        }
+    }
+}
+
+bool has_room(const char *parent, uint64_t room) {
+    struct statvfs found = {};
+    if (::statvfs(parent, &found) != 0) {
+        return false;
+    }
+    if (uint64_t{found.f_bavail} * found.f_frsize < room) {
+        errno = ENOSPC;
+        return false;
+    }
+    return true;
+}
+
+/* Whether a folder that is made at this path stays there. */
+bool is_safe(const char *path) {
+    Place place;
+    if (!find_place(path, LastLink::kKeep, &place)) {
+        return false;
+    }
+    if (!place.is_closed) {
+        errno = EPERM;
+    }
+    return place.is_closed;
+}
+
+}  // namespace
+
+/* Locks the new folder. */
+PrivateFolder::Claim PrivateFolder::claim() {
+    fd_.reset(::open(path_, kOpenFolder));
+    if (!fd_) {
+        return errno == ENOENT ? Claim::kCleared : Claim::kFailed;
+    }
+    struct stat found = {};
+    if (!lock(fd_.get(), LOCK_EX) || ::fstat(fd_.get(), &found) != 0) {
+        return Claim::kFailed;
+    }
+    return found.st_nlink != 0 ? Claim::kOurs : Claim::kCleared;
+}
+
+/* Makes a folder with a name that nobody has, and locks it. */
+bool PrivateFolder::make_one(const char *parent) {
+    for (int i = 0; i < kAttempts; ++i) {
+        set_path(parent);
+        if (::mkdtemp(path_) == nullptr) {
+            return false;
+        }
+        const Claim claimed = claim();
+        if (claimed == Claim::kOurs) {
+            return true;
+        }
+        if (claimed == Claim::kFailed) {
+            discard();
+            return false;
+        }
+    }
+    fd_.reset();
+    errno = EAGAIN;
+    return false;
+}
+
+void PrivateFolder::set_path(const char *parent) {
+    (void)std::snprintf(path_, sizeof(path_), "%s/%s%s", parent, kPrefix, kRandom);
+}
+
+bool PrivateFolder::make_in(const char *parent, uint64_t room) {
+    set_path(parent);
+    if (!is_safe(path_) || !has_room(parent, room)) {
+        return false;
+    }
+    if (!make_one(parent)) {
+        return false;
+    }
+    (void)std::snprintf(file_, sizeof(file_), "%s/%s", path_, kFileName);
+    return true;
+}
+
+void PrivateFolder::discard() {
+    const int kept = errno;
+    if (::rmdir(path_) != 0) {
+        FRWK_WARN("can't remove %s, errno=%d, cause: %s", path_, os_log_errno,
+                  strerror(os_log_errno));  // NOLINT(concurrency-mt-unsafe)
+    }
+    fd_.reset();
+    errno = kept;
+}
+
+PrivateFolder::~PrivateFolder() {
+    if (fd_) {
+        (void)::unlinkat(fd_.get(), kFileName, 0); /* without memory for the list of the others */
+        empty_folder(fd_.get());
+        discard();
+    }
+}
+
+bool PrivateFolder::make(uint64_t room) {
+    for (const char *parent : kParents) {
+        remove_leftovers(parent);
+    }
+    for (const char *parent : kParents) {
+        if (make_in(parent, room)) {
+            return true;
+        }
+    }
+    return false;
+}

@@ -1,0 +1,96 @@
+#include "frwk_dbrm/files/upload.h"
+
+#include <fcntl.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+#include "frwk_dbrm/format/backup_io.h"
+#include "internal/frwk_log.h"
+
+namespace {
+
+constexpr mode_t kAccessBits = 07777;
+constexpr mode_t kOthersAccess = S_IRWXG | S_IRWXO;
+constexpr mode_t kOthersWrite = S_IWGRP | S_IWOTH;
+
+/* A removal logs under the name of the record walk, which it ends. */
+constexpr char kProcess[] = "frwk_dbrm_restore_process";
+
+/* Opens a file, whatever lies there, without waiting and without following a link. */
+bool open_regular_file(const Place &place, UniqueFd *fd, struct stat *info) {
+    fd->reset(::openat(place.folder.get(), place.name, O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+    if (!*fd || ::fstat(fd->get(), info) != 0) {
+        return false;
+    }
+    if (!S_ISREG(info->st_mode)) {
+        errno = EINVAL;
+        return false;
+    }
+    return true;
+}
+
+/* Whether nobody but the caller and root can write to a file. */
+bool is_own(const struct stat &info) {
+    return info.st_uid == ::geteuid() && (info.st_mode & kOthersWrite) == 0;
+}
+
+}  // namespace
+
+/* Takes the rights of others away before it is deciphered. False where the file system keeps none. */
+bool Upload::hide() {
+    if ((info_.st_mode & kOthersAccess) == 0) {
+        return true;
+    }
+    struct stat hidden = {};
+    is_hidden_ = ::fchmod(fd_.get(), info_.st_mode & kAccessBits & ~kOthersAccess) == 0;
+    return is_hidden_ && ::fstat(fd_.get(), &hidden) == 0 && (hidden.st_mode & kOthersAccess) == 0;
+}
+
+bool Upload::copy_aside() {
+    const auto size = static_cast<uint64_t>(info_.st_size);
+    if (!folder_.make(backup_io::room_for(size))) {
+        return false;
+    }
+    const UniqueFd copy(::open(folder_.file(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, S_IRUSR | S_IWUSR));
+    if (!copy || !backup_io::copy_bytes(fd_.get(), copy.get(), size)) {
+        return false;
+    }
+    (void)std::snprintf(file_, sizeof(file_), "%s", folder_.file());
+    is_copied_ = true;
+    return true;
+}
+
+bool Upload::open() {
+    if (!find_place(path_, LastLink::kFollow, &place_) || !open_regular_file(place_, &fd_, &info_)) {
+        return false;
+    }
+    const bool is_safe = place_.is_closed && is_own(info_) && hide();
+    return is_safe ? ::realpath(path_, file_) != nullptr : copy_aside();
+}
+
+void Upload::refuse() {
+    if (is_hidden_) {
+        (void)::fchmod(fd_.get(), info_.st_mode & kAccessBits);
+    }
+}
+
+/* Whether the name stands for another file by now, which is not the caller's to remove. */
+bool Upload::was_replaced() const {
+    struct stat found = {};
+    return ::fstatat(place_.folder.get(), place_.name, &found, AT_SYMLINK_NOFOLLOW) == 0 &&
+           (found.st_dev != info_.st_dev || found.st_ino != info_.st_ino);
+}
+
+void Upload::remove() {
+    if (is_copied_ && was_replaced()) {
+        FRWK_WARN_AS(kProcess, "the restore file was replaced meanwhile, what is there now stays");
+    } else if (::unlinkat(place_.folder.get(), place_.name, 0) != 0) {
+        FRWK_WARN_ERRNO_AS(kProcess, "remove restore file error!");
+    }
+    if (place_.is_behind_a_link && std::remove(path_) != 0) {
+        FRWK_WARN_ERRNO_AS(kProcess, "remove restore file error!");
+    }
+}

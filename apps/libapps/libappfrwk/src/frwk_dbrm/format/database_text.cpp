@@ -1,0 +1,86 @@
+#include "frwk_dbrm/format/database_text.h"
+
+#include <cstring>
+
+#include "frwk_common.h"
+#include "zndb.h"
+
+namespace database_text {
+
+namespace {
+
+constexpr char kLineEnds[] = "\r\n";
+constexpr char kBlanks[] = " \t"; /* as frwk_skip_space has them */
+constexpr char kComment = '#';
+
+/* Ends the line that begins at text, and returns where the next one begins. */
+char *cut_line(char *text, Line *line) {
+    line->number = line->next;
+    char *end = text + std::strcspn(text, kLineEnds);
+    for (; *end == '\r' || *end == '\n'; ++end) {
+        line->next += *end == '\n' ? 1 : 0;
+        *end = '\0';
+    }
+    return end;
+}
+
+Found split_line(char *text, Line *line) {
+    line->key = text;
+    line->value = "";
+    char *equals = std::strchr(text, '=');
+    if (equals == nullptr) {
+        return Found::kOther;
+    }
+    *equals = '\0';
+    line->value = equals + 1;
+    return Found::kPair;
+}
+
+/* Why the database would not take a key and its value; null when it would. */
+const char *objection_to(const Line &line) {
+    if (*line.key == '\0') {
+        return "the key is empty";
+    }
+    if (std::strlen(line.key) >= ZNDB_KEY_LEN) {
+        return "the key is too long";
+    }
+    return std::strlen(line.value) >= ZNDB_VALUE_LEN ? "the value is too long" : nullptr;
+}
+
+}  // namespace
+
+Found next_line(char **at, Line *line) {
+    for (;;) {
+        char *text = frwk_skip_space(*at);
+        if (text == nullptr || *text == '\0') {
+            return Found::kEnd;
+        }
+        *at = cut_line(text, line);
+        if (*text != kComment) {
+            return split_line(text, line);
+        }
+    }
+}
+
+size_t passed(const char *text, Found last, const char *at, const Line &line) {
+    const char *end = last == Found::kEnd ? at + std::strspn(at, kBlanks) : line.key;
+    return static_cast<size_t>(end - text);
+}
+
+Stop find_stop(char *text, size_t length) {
+    char *at = text;
+    Line line;
+    for (;;) {
+        const Found found = next_line(&at, &line);
+        const size_t bytes = passed(text, found, at, line);
+        if (found == Found::kEnd) {
+            return bytes == length ? Stop() : Stop{"a NUL ends the text", line.next, bytes};
+        }
+        const char *reason = found == Found::kOther ? "there is no '='" : objection_to(line);
+        if (reason != nullptr) {
+            return {reason, line.number, bytes};
+        }
+    }
+}
+
+}  // namespace database_text

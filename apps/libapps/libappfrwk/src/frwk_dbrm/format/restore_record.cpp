@@ -1,0 +1,167 @@
+#include "frwk_dbrm/format/restore_record.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+
+#include <cstring>
+#include <utility>
+
+#include "frwk_dbrm/format/backup_io.h"
+#include "frwk_dbrm/format/database_text.h"
+#include "internal/frwk_log.h"
+#include "internal/owned.h"
+#include "internal/shell.h"
+#include "zndb.h"
+
+using backup_format::RecordHeader;
+using database_text::Found;
+using database_text::Line;
+
+namespace {
+
+constexpr size_t kCommandSize = 256;
+
+/* The steps of a record log under the name of its call. */
+constexpr char kRestoreFile[] = "frwk_dbrm_restore_file";
+constexpr char kRestoreDb[] = "frwk_dbrm_restore_db";
+
+/* Makes the folder of a file where it is missing. When that fails, opening the file tells. */
+void make_folder_of(const char *name) {
+    const char *separator = std::strrchr(name, '/');
+    if (separator == nullptr) {
+        separator = std::strrchr(name, '\\');
+    }
+    if (separator == nullptr) {
+        return;
+    }
+    if (separator == name) {
+        return; /* in the root, which is always there; mkdir has no word for it once the name is cut */
+    }
+
+    char folder[backup_format::kNameSize] = "";
+    std::memcpy(folder, name, static_cast<size_t>(separator - name));
+    ShellCommand<kCommandSize> command;
+    command.add("mkdir -p ").add_word(folder);
+    if (command.complete()) {
+        (void)run_shell(command.text());
+    }
+}
+
+/* Opens a file to be written anew. One that exists keeps its mode; a new one gets 0600, since it may hold
+ * secrets. */
+UniqueFd open_target(const char *name) {
+    return UniqueFd(::open(name, O_RDWR | O_CREAT | O_TRUNC | O_CLOEXEC, S_IRUSR | S_IWUSR));
+}
+
+/* Fills a file from the backup. */
+apps_err_e_type fill(std::FILE *backup, UniqueFd fd, uint32_t length) {
+    UniqueFile target = backup_io::write_to(std::move(fd), "wb+");
+    if (!target) {
+        FRWK_WARN_ERRNO_AS(kRestoreFile, "create file error!");
+        return E_APPS_ERR_IO;
+    }
+    const backup_io::Copied copied = backup_io::copy(backup, target.get(), length);
+    if (copied == backup_io::Copied::kShortRead) {
+        FRWK_WARN_ERRNO_AS(kRestoreFile, "read restore source file error!");
+        return E_APPS_ERR_READ;
+    }
+    if (copied == backup_io::Copied::kShortWrite || !backup_io::finish_on_disk(std::move(target))) {
+        FRWK_WARN_ERRNO_AS(kRestoreFile, "write restore target file error!");
+        return E_APPS_ERR_WRITE;
+    }
+    return E_APPS_ERR_SUCCESS;
+}
+
+/* The next key and value of a text. */
+Found frwk_dbrm_get_keyvalue(char **text, Line *line) {
+    const Found found = database_text::next_line(text, line);
+    if (found == Found::kOther) {
+        FRWK_WARN("invalid db record format '%s'!", line->key);
+    }
+    return found;
+}
+
+/* What a restore leaves out shows nowhere else. */
+void warn_of_the_rest(size_t passed, uint32_t length) {
+    if (passed < length) {
+        FRWK_WARN_AS(kRestoreDb, "only %zu of %u bytes of the db record were restored!", passed, length);
+    }
+}
+
+bool set_pair(const Line &line) {
+    FRWK_DEBUG_AS(kRestoreDb, "zndb set %s=%s", line.key, line.value);
+    if (zndb_set(line.key, line.value) != E_ZNDB_RET_SUCCESS) {
+        FRWK_WARN_AS(kRestoreDb, "zndb set db data error!");
+        return false;
+    }
+    return true;
+}
+
+/* Sets every key of a text of so many bytes. */
+apps_err_e_type frwk_dbrm_restore_db(char *text, uint32_t length) {
+    char *at = text;
+    Line line;
+    Found found = frwk_dbrm_get_keyvalue(&at, &line);
+    bool is_set = true;
+    while (found == Found::kPair && (is_set = set_pair(line))) {
+        found = frwk_dbrm_get_keyvalue(&at, &line);
+    }
+    warn_of_the_rest(database_text::passed(text, found, at, line), length);
+    return is_set ? E_APPS_ERR_SUCCESS : E_APPS_ERR_PROCESS;
+}
+
+/* Sets every key of the text that the backup holds next, and gives its memory back. */
+apps_err_e_type frwk_dbrm_restore_db(std::FILE *backup, uint32_t length) {
+    OwnedBlock text;
+    switch (backup_io::read_text(backup, length, &text)) {
+        case backup_io::Text::kNoMemory:
+            FRWK_WARN("alloc read buffer[%u] failed!", length + 1);
+            return E_APPS_ERR_MALLOC;
+        case backup_io::Text::kShortRead:
+            FRWK_WARN_ERRNO("read db file error!");
+            return E_APPS_ERR_READ;
+        case backup_io::Text::kAll:
+            break;
+    }
+    return frwk_dbrm_restore_db(static_cast<char *>(text.get()), length);
+}
+
+}  // namespace
+
+apps_err_e_type frwk_dbrm_restore_file(std::FILE *backup, const RecordHeader &record) {
+    FRWK_DEBUG("restore file '%s' coming...", record.name);
+    if (record.length == 0) {
+        FRWK_DEBUG("remove empty file.");
+        (void)std::remove(record.name);
+        return E_APPS_ERR_SUCCESS;
+    }
+
+    make_folder_of(record.name);
+    UniqueFd target = open_target(record.name);
+    if (!target) {
+        FRWK_WARN_ERRNO("create file error!");
+        return E_APPS_ERR_IO;
+    }
+
+    const apps_err_e_type ret = fill(backup, std::move(target), record.length);
+    if (ret != E_APPS_ERR_SUCCESS) {
+        (void)std::remove(record.name);
+    }
+    return ret;
+}
+
+apps_err_e_type frwk_dbrm_restore_db(std::FILE *backup, const RecordHeader &record) {
+    FRWK_DEBUG("restore db '%s' coming...", record.name);
+    if (record.length > 0) {
+        const apps_err_e_type ret = frwk_dbrm_restore_db(backup, record.length);
+        if (ret != E_APPS_ERR_SUCCESS) {
+            return ret;
+        }
+        if (zndb_save() != E_ZNDB_RET_SUCCESS) {
+            FRWK_WARN("zndb save db file error!");
+            return E_APPS_ERR_PROCESS;
+        }
+    }
+    FRWK_DEBUG("restore db '%s' success.", record.name);
+    return E_APPS_ERR_SUCCESS;
+}

@@ -1,0 +1,114 @@
+/*
+ * The device's debug mode: a setting, a script that switches the debug services, and marker files that
+ * bring the mode back after a reboot. No state of its own; any thread.
+ */
+#include "frwk_utils/settings/debug_mode.h"
+
+#include <unistd.h>
+
+#include <cstdio>
+
+#include "frwk_utils.h"
+#include "internal/frwk_log.h"
+#include "internal/frwk_paths.h"
+#include "internal/letter_case.h"
+#include "internal/shell.h"
+#include "os_file.h"
+#include "zndb.h"
+
+namespace {
+
+constexpr char kSetting[] = "device_debug_mode";
+constexpr size_t kCommandSize = 128;
+
+/* The first that exists is run. */
+constexpr const char *kScripts[] = {paths::kDebugScript, paths::kDebugScriptOfImage};
+
+/* Where the mode is remembered over a reboot, and the word that asks for it. */
+struct Marker {
+    const char *mode;
+    const char *path;
+};
+
+constexpr Marker kMarkers[] = {
+    {"rom", paths::kDebugMarker},
+    {"perm", paths::kDebugMarkerPermanent},
+};
+
+const char *find_script() {
+    for (const char *script : kScripts) {
+        if (os_file_exist(script) != 0) {
+            return script;
+        }
+    }
+    return nullptr;
+}
+
+/* Returns whether there was one. */
+bool remove_markers() {
+    bool removed = false;
+    for (const Marker &marker : kMarkers) {
+        if (os_file_exist(marker.path) != 0) {
+            removed = run_on_path("rm -f", marker.path) || removed;
+        }
+    }
+    return removed;
+}
+
+/* Returns whether the mode is one that has a marker. */
+bool create_marker(const char *mode) {
+    for (const Marker &marker : kMarkers) {
+        if (same_ignoring_case(mode, marker.mode)) {
+            return run_on_path("touch", marker.path);
+        }
+    }
+    return false;
+}
+
+bool lasts_until_reboot(const char *mode) {
+    return mode == nullptr || mode[0] == '\0' || same_ignoring_case(mode, "ram");
+}
+
+bool is_marked() {
+    for (const Marker &marker : kMarkers) {
+        if (os_file_exist(marker.path) != 0) {
+            return true;
+        }
+    }
+    return false;
+}
+
+}  // namespace
+
+int32_t frwk_debug_mode_shell(int32_t start) {
+    const char *script = find_script();
+    if (script == nullptr) {
+        return 1;
+    }
+    char command[kCommandSize];
+    (void)std::snprintf(command, sizeof(command), "%s %s", script, start != 0 ? "start" : "stop");
+    FRWK_DEBUG("%s", command);
+    return run_shell(command);
+}
+
+int32_t frwk_debug_mode_init(void) {
+    if (is_marked()) {
+        (void)zndb_set(kSetting, "true");
+        (void)frwk_debug_mode_shell(1);
+    }
+    return 1;
+}
+
+int32_t frwk_debug_mode_set(int32_t enable, const char *mode) {
+    if (zndb_set(kSetting, enable != 0 ? "true" : "false") != E_ZNDB_RET_SUCCESS) {
+        FRWK_WARN("zndb set debugmode=%d failed!", enable);
+        return 0;
+    }
+    const bool forget = enable == 0 || lasts_until_reboot(mode);
+    const bool changed = forget ? remove_markers() : create_marker(mode);
+    if (changed) {
+        ::sync();
+    }
+    (void)frwk_debug_mode_shell(enable);
+    return 1;
+}

@@ -1,0 +1,120 @@
+/*
+ * The operator adaptation as a whole: the order of its steps, its status, and the reboot at its end.
+ *
+ * It sleeps on the caller's thread, without limit while the modem side is not up.
+ */
+#include "frwk_utils/sim/sim_subnet.h"
+
+#include <cstring>
+
+#include "frwk_common.h"
+#include "frwk_utils.h"
+#include "frwk_utils/sim/subnet_settings.h"
+#include "internal/frwk_log.h"
+#include "libmal.h"
+
+namespace {
+
+constexpr char kCall[] = "frwk_sim_subnet_handle";
+
+constexpr uint32_t kModemPollMs = 1000;
+constexpr uint32_t kBeforeRebootMs = 2000;
+constexpr uint32_t kRebootReason = 801;
+
+/* Where the adaptation stands, as other modules read it. */
+enum class AdaptStatus : uint32_t {
+    kUnderWay = 0,
+    kRebootFollows = 1,
+    kFinished = 2
+};
+
+void set_status(AdaptStatus status) {
+    const auto number = static_cast<uint32_t>(status);
+    (void)frwk_zndb_set_key_value(subnet_settings::kAdaptStatus, FRWK_DATA_TYPE_UINT, &number);
+}
+
+bool is_switched_on() {
+    char value[1025];
+    subnet_settings::read_plain(subnet_settings::kSwitch, value);
+    return std::strcmp(value, "on") == 0;
+}
+
+void wait_for_modem() {
+    if (frwk_module_feature(-1, FRWK_FLAG_MPSS) == 0 || frwk_utils_is_mpss_support() == 0) {
+        return;
+    }
+    FRWK_DEBUG_AS(kCall, "check MAL MPSS status...");
+    while (libmal_get_mpss_status() == 0) {
+        frwk_sleep(kModemPollMs);
+    }
+}
+
+const char *decision_name(SubnetDecision decision) {
+    switch (decision) {
+        case SubnetDecision::kNeedAdapt:
+            return "FRWK_SIM_SUBNET_NEED_ADAPT";
+        case SubnetDecision::kNeedDelete:
+            return "FRWK_SIM_NORMAL_NEED_DELETE";
+        case SubnetDecision::kNoNeedAdapt:
+            break;
+    }
+    return "FRWK_SIM_SUBNET_NO_NEED_ADAPT";
+}
+
+/* Returns whether any setting was acted on. */
+bool carry_out(SubnetDecision decision, const frwk_sim_subnet_sim_info_t &info) {
+    const int32_t deleted = frwk_sim_subnet_adapt_process(SubnetAction::kDelete, info);
+    const int32_t added =
+        decision == SubnetDecision::kNeedAdapt ? frwk_sim_subnet_adapt_process(SubnetAction::kAdd, info) : 0;
+    return deleted != 0 || added != 0;
+}
+
+/* type: 0 for a check at run time. */
+void finish_success(int32_t type) {
+    FRWK_DEBUG_AS(kCall, "sim subnet adapt success");
+    if (type == 0) {
+        FRWK_DEBUG_AS(kCall, "sim subnet boot adapt, no need reboot");
+        set_status(AdaptStatus::kFinished);
+        return;
+    }
+    FRWK_DEBUG_AS(kCall, "sim subnet boot adapt, need reboot");
+    set_status(AdaptStatus::kRebootFollows);
+    frwk_sleep(kBeforeRebootMs);
+    (void)frwk_system_reboot(kRebootReason);
+}
+
+void act_on(SubnetDecision decision, const frwk_sim_subnet_sim_info_t &info, int32_t type) {
+    FRWK_DEBUG_AS(kCall, "%s", decision_name(decision));
+    if (decision == SubnetDecision::kNoNeedAdapt) {
+        set_status(AdaptStatus::kFinished);
+        return;
+    }
+    if (!carry_out(decision, info)) {
+        FRWK_WARN_AS(kCall, "sim subnet adapt failed");
+        set_status(AdaptStatus::kFinished);
+        return;
+    }
+    finish_success(type);
+}
+
+}  // namespace
+
+void frwk_sim_subnet_handle(int32_t type) {
+    if (!is_switched_on()) {
+        FRWK_DEBUG("sim subnet adapt feature off return");
+        set_status(AdaptStatus::kFinished);
+        return;
+    }
+    FRWK_DEBUG("sim subnet adapt feature on, start handle type=%d", type);
+    set_status(AdaptStatus::kUnderWay);
+
+    const int32_t ret = mal_client_init(frwk_module_name(-1), 0);
+    FRWK_ASSERT(ret == MAL_NO_ERR || ret == MAL_INITIAL_ALREADY_ERR,
+                "(MAL_NO_ERR == rt) || (MAL_INITIAL_ALREADY_ERR == rt)", "");
+    wait_for_modem();
+
+    frwk_sim_subnet_sim_info_t info = {};
+    frwk_sim_subnet_get_sim_info(type, &info);
+    const SubnetDecision decision = frwk_sim_subnet_check_adapt_type(&info);
+    act_on(decision, info, type);
+}

@@ -1,0 +1,71 @@
+/*
+ * Decides whether the settings of the SIM's operator have to be applied. Changes nothing.
+ */
+#include <cstring>
+
+#include "frwk_utils/sim/sim_subnet.h"
+#include "frwk_utils/sim/subnet_settings.h"
+#include "internal/frwk_log.h"
+#include "internal/letter_case.h"
+#include "md5.h"
+#include "os_file.h"
+
+static_assert(kSubnetMd5Size >= MD5_TEXT_SIZE, "the MD5 text fits its field");
+
+namespace {
+
+/* The operator file that is applied. */
+struct AppliedFile {
+    char plmn[kSubnetPlmnSize];
+    char path[kSubnetPathSize];
+    char md5[kSubnetMd5Size];
+};
+
+void read_applied_file(AppliedFile *applied) {
+    subnet_settings::read_perm(subnet_settings::kPlmn, applied->plmn);
+    subnet_settings::read_perm(subnet_settings::kPath, applied->path);
+    subnet_settings::read_perm(subnet_settings::kMd5, applied->md5);
+}
+
+/* A decision, and why. */
+struct Reasoned {
+    SubnetDecision decision;
+    const char *reason;
+};
+
+Reasoned decide(const frwk_sim_subnet_sim_info_t &info, const char *path, const AppliedFile &applied) {
+    if (!is_usable_sim(info.sim_status)) {
+        return {SubnetDecision::kNoNeedAdapt, "sim not normal, no need subnet adapt"};
+    }
+    if (std::strcmp(path, applied.path) == 0 && same_ignoring_case(info.md5, applied.md5)) {
+        return {SubnetDecision::kNoNeedAdapt,
+                "sim normal, current_path same with subnet_path, no need adapt"};
+    }
+    if (os_file_exist(path) != 0) {
+        return {SubnetDecision::kNeedAdapt, "current_path exist, need adapt"};
+    }
+    if (applied.plmn[0] == '\0') {
+        return {SubnetDecision::kNoNeedAdapt,
+                "sub plmn path not exist and not use subnet info, no need adapt"};
+    }
+    return {SubnetDecision::kNeedDelete, "current_path not exist and use subnet info, need delete"};
+}
+
+}  // namespace
+
+SubnetDecision frwk_sim_subnet_check_adapt_type(frwk_sim_subnet_sim_info_t *info) {
+    AppliedFile applied;
+    read_applied_file(&applied);
+
+    char path[kSubnetPathSize];
+    frwk_sim_subnet_get_path(path, info->plmn, info->spn);
+    (void)md5_encrypt_file_str(path, info->md5);
+    FRWK_DEBUG(
+        "sim subnet adatp, sim_status=%d, current_plmn=%s, current_spn=%s subnet_plmn=%s current_path=%s, "
+        "subnet_path=%s",
+        info->sim_status, info->plmn, info->spn, applied.plmn, path, applied.path);
+
+    const Reasoned reasoned = decide(*info, path, applied);
+    FRWK_DEBUG("%s", reasoned.reason);
+    return reasoned.decision;
+}

@@ -1,0 +1,42 @@
+/*
+ * Which file holds the settings of an operator. Looks whether files exist; no state.
+ */
+#include <cstdio>
+#include <cstring>
+
+#include "frwk_utils/sim/sim_subnet.h"
+#include "internal/frwk_log.h"
+#include "internal/frwk_paths.h"
+#include "os_file.h"
+
+namespace {
+
+bool stays_in_folder(const char *part) {
+    return std::strchr(part, '/') == nullptr && std::strstr(part, "..") == nullptr;
+}
+
+/* Whether the operator has a file, and its path. spn: "" for the file of all names under the PLMN. */
+bool find_operator_file(char (&path)[kSubnetPathSize], const char *plmn, const char *spn) {
+    if (!stays_in_folder(plmn) || !stays_in_folder(spn)) {
+        FRWK_WARN_AS("frwk_sim_subnet_get_path", "plmn=%s spn=%s can't name an operator file", plmn, spn);
+        return false;
+    }
+    (void)std::snprintf(path, sizeof(path), "%s/%s/custom_%s%sdata.txt", paths::kSubnetFolder, plmn, spn,
+                        spn[0] != '\0' ? "_" : "");
+    return os_file_exist(path) != 0;
+}
+
+}  // namespace
+
+void frwk_sim_subnet_get_path(char (&path)[kSubnetPathSize], const char *plmn, const char *spn) {
+    if (spn[0] != '\0' && find_operator_file(path, plmn, spn)) {
+        return;
+    }
+    if (!find_operator_file(path, plmn, "")) {
+        default_subnet_path(path);
+    }
+}
+
+void default_subnet_path(char (&path)[kSubnetPathSize]) {
+    (void)std::snprintf(path, sizeof(path), "%s/custom_data.txt", paths::kSubnetFolder);
+}

@@ -1,0 +1,152 @@
+/*
+ * Codec lists: escaping values into a list, and taking them off it again. No I/O, no state.
+ *
+ * A list may hold secrets, so lines that show an item stay at the debug level.
+ */
+#include "frwk_utils/values/codec_list.h"
+
+#include <cstring>
+#include <string_view>
+
+#include "frwk_utils/values/typed_text.h"
+#include "internal/frwk_log.h"
+
+namespace {
+
+constexpr char kSeparator = ',';
+constexpr std::string_view kSeparatorText(&kSeparator, 1);
+
+/* A character that an item can't hold as it is, and what stands for it in the list. */
+struct Entity {
+    char character;
+    std::string_view text;
+};
+
+/* The second one is no apostrophe: in these lists it has always meant the comma. */
+constexpr Entity kEntities[] = {{'&', "&amp;"}, {kSeparator, "&#39;"}};
+
+/* What stands in a list for the character at next. */
+std::string_view stored_form(const char *next) {
+    for (const Entity &entity : kEntities) {
+        if (entity.character == *next) {
+            return entity.text;
+        }
+    }
+    return {next, 1};
+}
+
+/* The entity that a stored text begins with, or null. Reads no further than the text's NUL. */
+const Entity *entity_at(const char *text) {
+    for (const Entity &entity : kEntities) {
+        if (std::strncmp(text, entity.text.data(), entity.text.size()) == 0) {
+            return &entity;
+        }
+    }
+    return nullptr;
+}
+
+/* A buffer that is not there, or says that it holds more than it can, has no room. */
+uint32_t free_bytes(const frwk_codec_buf_t *buf) {
+    if (buf == nullptr || buf->data == nullptr || buf->len > buf->size) {
+        return 0;
+    }
+    return buf->size - buf->len;
+}
+
+/* Appends a piece that leaves at least one byte free, for the NUL that the zeroed storage supplies. */
+bool append(const char *call, frwk_codec_buf_t *buf, std::string_view piece) {
+    if (free_bytes(buf) <= piece.size()) {
+        FRWK_WARN_AS(call, "buf not big enough!");
+        return false;
+    }
+    std::memcpy(buf->data + buf->len, piece.data(), piece.size());
+    buf->len += static_cast<uint32_t>(piece.size());
+    return true;
+}
+
+/* Behind an entity the rest of the storage is zeroed, whatever the caller left there. */
+void zero_the_rest(frwk_codec_buf_t *buf) {
+    std::memset(buf->data + buf->len, 0, free_bytes(buf));
+}
+
+bool frwk_zndb_add_codec_value(frwk_codec_buf_t *buf, const char *item) {
+    for (const char *next = item; *next != '\0'; ++next) {
+        const std::string_view stored = stored_form(next);
+        if (!append(__func__, buf, stored)) {
+            return false;
+        }
+        if (stored.data() != next) {
+            zero_the_rest(buf);
+        }
+    }
+    return true;
+}
+
+/*
+ * Decodes the first item over itself, which never makes it longer. Returns what follows it, or null for a
+ * null text.
+ */
+char *frwk_zndb_get_codec_value(char *text) {
+    if (text == nullptr) {
+        FRWK_WARN("parameter is null!");
+        return nullptr;
+    }
+
+    char *decoded = text;
+    char *next = text;
+    while (*next != '\0' && *next != kSeparator) {
+        const Entity *entity = entity_at(next);
+        *decoded++ = entity != nullptr ? entity->character : *next;
+        next += entity != nullptr ? entity->text.size() : 1;
+    }
+    char *behind = *next == kSeparator ? next + 1 : next;
+    *decoded = '\0';
+    return behind;
+}
+
+}  // namespace
+
+apps_err_e_type take_codec_item(char *text, int32_t type, void *out, uint32_t size, char **next,
+                                ItemPrivacy privacy) {
+    constexpr char kCall[] = "frwk_zndb_get_value";
+    char *behind = frwk_zndb_get_codec_value(text);
+    if (behind == nullptr) {
+        FRWK_WARN_AS(kCall, "get zndb codec value failed!");
+        return E_APPS_ERR_PARAM;
+    }
+    if (next != nullptr) {
+        *next = behind;
+    }
+
+    const apps_err_e_type ret = frwk_str_to_value(type, text, out, size);
+    if (ret != E_APPS_ERR_SUCCESS) {
+        FRWK_DEBUG_AS(kCall, "convert zndb value(%s) failed!",
+                      privacy == ItemPrivacy::kSecret ? kHiddenText : text);
+    }
+    return ret;
+}
+
+apps_err_e_type frwk_zndb_add_value(frwk_codec_buf_t *buf, int32_t type, const void *value, int32_t first) {
+    TypedText item;
+    const apps_err_e_type ret = item.assign(__func__, type, value);
+    if (ret != E_APPS_ERR_SUCCESS) {
+        return ret;
+    }
+
+    if (first == 0 && !append(__func__, buf, kSeparatorText)) {
+        return E_APPS_ERR_OUTOFBUF;
+    }
+    if (!frwk_zndb_add_codec_value(buf, item.text())) {
+        FRWK_WARN("add codec value failed!");
+        return E_APPS_ERR_OUTOFBUF;
+    }
+    return E_APPS_ERR_SUCCESS;
+}
+
+apps_err_e_type frwk_zndb_get_value(char *text, int32_t type, void *out, uint32_t size, char **next) {
+    const apps_err_e_type ret = take_codec_item(text, type, out, size, next, ItemPrivacy::kOpen);
+    if (ret != E_APPS_ERR_SUCCESS && text != nullptr) {
+        FRWK_WARN("an item of a list can't be read as type %d!", type);
+    }
+    return ret;
+}

@@ -1,0 +1,182 @@
+#include "apptest/apptest_receive.h"
+
+#include <cstring>
+#include <mutex>
+
+#include "apptest/answer_script.h"
+#include "apptest/arrivals.h"
+#include "cli/complaint.h"
+#include "cli/table_names.h"
+#include "device/module_identity.h"
+#include "device/service_socket.h"
+#include "device/text_file.h"
+#include "frwk_common.h"
+
+namespace {
+
+/* Made before a handler is registered, and never freed: handlers may still run while the process ends. */
+Arrivals *g_arrivals = nullptr;
+AnswerScript *g_script = nullptr;
+std::mutex g_subscribed_lock;
+std::vector<std::string> *g_subscribed = nullptr; /* g_subscribed_lock */
+std::mutex g_script_lock;
+
+std::string body_of(const void *data, int32_t length) {
+    return data == nullptr || length <= 0
+               ? ""
+               : std::string(static_cast<const char *>(data), static_cast<size_t>(length));
+}
+
+apps_err_e_type print_only(uint32_t src, apps_message_id_e_type msgid, const void *data, int32_t length,
+                           void *, uint32_t, uint32_t) noexcept {
+    g_arrivals->take({src, msgid, body_of(data, length)});
+    return E_APPS_ERR_SUCCESS;
+}
+
+ScriptedAnswer next_answer(apps_message_id_e_type msgid) {
+    const std::lock_guard<std::mutex> lock(g_script_lock);
+    return g_script->next(msgid);
+}
+
+/* What doesn't fit the sender's room is an answer of its own kind, as a real module would say. */
+apps_err_e_type answer_as_scripted(uint32_t src, apps_message_id_e_type msgid, const void *data,
+                                   int32_t length, void *rsp, uint32_t rsp_size, uint32_t) noexcept {
+    const std::string request = body_of(data, length);
+    g_arrivals->take({src, msgid, request});
+    const ScriptedAnswer answer = next_answer(msgid);
+    frwk_sleep(answer.delay);
+    const std::string &body = answer.echo ? request : answer.body;
+    if (rsp == nullptr || body.empty()) {
+        return answer.result;
+    }
+    if (body.size() > rsp_size) {
+        return E_APPS_ERR_OUTOFBUF;
+    }
+    std::memcpy(rsp, body.data(), body.size());
+    return answer.result;
+}
+
+/* A module has one socket: whoever came second would take the first one's messages away. */
+ExitCode start_serving(uint32_t module, frwk_ipc_handler_t handler, frwk_exit_handler_t exit_handler) {
+    if (is_served(module)) {
+        return complain(ExitCode::kRefused, module_text(module) + " runs already");
+    }
+    become_module(static_cast<int32_t>(module), exit_handler);
+    frwk_ipc_service_ex(handler, 0);
+    return ExitCode::kDone;
+}
+
+// ---- subscribe ----
+
+/* What the two ways of failing mean, E_APPS_ERR_BUSY and E_APPS_ERR_IO. */
+constexpr char kSubscriptionHint[] =
+    "; the folder of subscriptions or of locks is missing, or the event's name can't be a file's";
+
+ExitCode subscribe(const std::string &event) {
+    const apps_err_e_type code = frwk_ipc_msg_sub(event.c_str());
+    return code == E_APPS_ERR_SUCCESS
+               ? ExitCode::kDone
+               : complain(ExitCode::kRefused,
+                          "subscribe '" + event + "' failed: " + code_text(code) + kSubscriptionHint);
+}
+
+ExitCode unsubscribe(const std::string &event) {
+    const apps_err_e_type code = frwk_ipc_msg_unsub(event.c_str());
+    return code == E_APPS_ERR_SUCCESS
+               ? ExitCode::kDone
+               : complain(ExitCode::kRefused, "unsubscribe '" + event + "' failed: " + code_text(code));
+}
+
+ExitCode unsubscribe_all(ExitCode code) {
+    const std::lock_guard<std::mutex> lock(g_subscribed_lock);
+    for (const std::string &event : *g_subscribed) {
+        const ExitCode ended = unsubscribe(event);
+        code = code == ExitCode::kDone ? ended : code;
+    }
+    g_subscribed->clear();
+    return code;
+}
+
+/* A message may end the process as well. */
+void unsubscribe_at_exit(apps_message_id_e_type) noexcept {
+    (void)unsubscribe_all(ExitCode::kDone);
+    remove_service_socket(E_APPS_MODULE_APPTEST);
+}
+
+/* A message that ends the process meanwhile finds every subscription that was made. */
+ExitCode subscribe_and_note(const std::string &event) {
+    const std::lock_guard<std::mutex> lock(g_subscribed_lock);
+    const ExitCode code = subscribe(event);
+    if (code == ExitCode::kDone) {
+        g_subscribed->push_back(event);
+    }
+    return code;
+}
+
+ExitCode subscribe_all(const std::vector<std::string> &events) {
+    for (const std::string &event : events) {
+        const ExitCode code = subscribe_and_note(event);
+        if (code != ExitCode::kDone) {
+            return code;
+        }
+    }
+    return ExitCode::kDone;
+}
+
+// ---- serve ----
+
+/* The script: a file's, or one answer for every message. */
+ExitCode read_script(const AppTestOptions &options) {
+    if (!options.answer.empty()) {
+        const std::string problem = g_script->parse("* " + options.answer);
+        /* behind the number of the line, which there is only one of */
+        return problem.empty() ? ExitCode::kDone
+                               : complain(ExitCode::kUsage, "--answer" + problem.substr(problem.find(':')));
+    }
+    std::string text;
+    std::string problem = options.script.empty() ? "" : read_text_file(options.script, &text);
+    if (problem.empty()) {
+        problem = g_script->parse(text);
+        problem = problem.empty() ? "" : options.script + ":" + problem;
+    }
+    return problem.empty() ? ExitCode::kDone : complain(ExitCode::kUsage, problem);
+}
+
+}  // namespace
+
+ExitCode subscribe_to_events(const AppTestOptions &options) {
+    const SignalWatch watch; /* before there are threads */
+    g_arrivals = new Arrivals({options.count, options.seconds}, options.json);
+    g_subscribed = new std::vector<std::string>;
+    ExitCode code = start_serving(E_APPS_MODULE_APPTEST, print_only, unsubscribe_at_exit);
+    if (code != ExitCode::kDone) {
+        return code;
+    }
+    code = subscribe_all(options.events);
+    if (code == ExitCode::kDone) {
+        code = g_arrivals->wait(watch);
+    }
+    code = unsubscribe_all(code);
+    remove_service_socket(E_APPS_MODULE_APPTEST);
+    return code;
+}
+
+ExitCode serve_as_module(const AppTestOptions &options) {
+    const SignalWatch watch;
+    g_arrivals = new Arrivals({options.count, options.seconds}, options.json);
+    g_script = new AnswerScript;
+    Envelope envelope;
+    ExitCode code = read_module(options, &envelope);
+    if (code == ExitCode::kDone) {
+        code = read_script(options);
+    }
+    if (code == ExitCode::kDone) {
+        code = start_serving(envelope.module, answer_as_scripted, nullptr);
+    }
+    if (code == ExitCode::kDone) {
+        code = g_arrivals->wait(watch);
+        wait_for_last_answer(envelope.module, watch);
+        remove_service_socket(envelope.module);
+    }
+    return code;
+}

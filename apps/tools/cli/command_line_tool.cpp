@@ -1,0 +1,151 @@
+#include "cli/command_line_tool.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <csignal>
+#include <cstdio>
+#include <exception>
+#include <string_view>
+#include <utility>
+
+#include "cli/complaint.h"
+#include "cli/completion_words.h"
+#include "cli/help_text.h"
+#include "cli/near_name.h"
+#include "output/terminal.h"
+
+namespace {
+
+std::string with_heading(const std::string &examples) {
+    std::string text = "Examples:\n";
+    for (size_t at = 0; at < examples.size();) {
+        const size_t end = examples.find('\n', at) + 1;
+        text += "  " + examples.substr(at, end - at);
+        at = end;
+    }
+    return text;
+}
+
+/* A full disk or a closed pipe shows at the latest here. */
+ExitCode finish_output(ExitCode code) {
+    const bool written = std::fflush(stdout) == 0 && std::ferror(stdout) == 0;
+    if (written || code != ExitCode::kDone) {
+        return code;
+    }
+    return complain(ExitCode::kRefused, errno_text("can't write the output", errno));
+}
+
+}  // namespace
+
+CommandLineTool::CommandLineTool(const ToolWords &words) : app_(words.purpose, words.name) {
+    app_.require_subcommand(1);
+    app_.formatter(std::make_shared<HelpText>());
+    app_.set_help_flag("-h,--help", "Show this help");
+    app_.footer(with_heading(words.examples));
+}
+
+CLI::App &CommandLineTool::add(const std::string &name, const std::string &purpose,
+                               const std::string &examples, Run run) {
+    CLI::App *command = app_.add_subcommand(name, purpose);
+    command->footer(with_heading(examples));
+    runs_[command] = std::move(run);
+    return *command;
+}
+
+void CommandLineTool::complete(const std::string &argument, Words words) {
+    words_[argument] = std::move(words);
+}
+
+ExitCode CommandLineTool::run(int argc, char **argv) {
+    (void)std::signal(SIGPIPE, SIG_IGN); /* a closed pipe is a failed write, not a death without words */
+    return finish_output(parse_and_run(argc, argv));
+}
+
+ExitCode CommandLineTool::parse_and_run(int argc, char **argv) {
+    if (argc > 1 && std::string_view(argv[1]) == kCompleteOption) {
+        print_completions(app_, words_, {argv + 2, argv + argc});
+        return ExitCode::kDone;
+    }
+    try {
+        app_.parse(argc, argv);
+    } catch (const CLI::CallForHelp &) {
+        const std::string text = app_.help();
+        (void)std::fwrite(text.data(), 1, text.size(), stdout);
+        return ExitCode::kDone;
+    } catch (const CLI::ParseError &error) {
+        return refuse_command_line(error);
+    }
+    return run_chosen();
+}
+
+ExitCode CommandLineTool::run_chosen() {
+    return runs_.at(&chosen())();
+}
+
+ExitCode CommandLineTool::refuse_command_line(const CLI::ParseError &error) const {
+    const std::vector<std::string> left = app_.remaining(true);
+    const bool root = &chosen() == &app_;
+    if (!left.empty()) {
+        complain(ExitCode::kUsage, problem_with(left.front()));
+    } else {
+        complain(ExitCode::kUsage, root ? "a command is missing" : error.what());
+    }
+    return complain(ExitCode::kUsage,
+                    "see '" + app_.get_name() + (root ? "" : " " + chosen().get_name()) + " --help'");
+}
+
+/* A word that nothing took. */
+std::string CommandLineTool::problem_with(const std::string &word) const {
+    if (word.size() > 1 && word[0] == '-') {
+        const std::string problem = unknown_name("option", word, option_names(chosen()));
+        const bool number = word[1] >= '0' && word[1] <= '9';
+        return number ? problem + "; write -- before arguments that begin with '-'" : problem;
+    }
+    if (&chosen() == &app_) {
+        return unknown_name("command", word, command_names(app_));
+    }
+    return "one argument too many: '" + word + "'";
+}
+
+const CLI::App &CommandLineTool::chosen() const {
+    const auto parsed = app_.get_subcommands();
+    return parsed.empty() ? app_ : *parsed.front();
+}
+
+int run_tool(const ToolWords &words, void (*declare)(CommandLineTool &tool), int argc, char **argv) noexcept {
+    try {
+        CommandLineTool tool(words);
+        declare(tool);
+        return static_cast<int>(tool.run(argc, argv));
+    } catch (const std::exception &error) {
+        (void)std::fprintf(stderr, "%s: %s\n", words.name, shown_text(Stream::kError, error.what()).c_str());
+    }
+    return static_cast<int>(ExitCode::kRefused);
+}
+
+CLI::Validator one_of(const std::string &kind, std::vector<std::string> (*words)()) {
+    const auto check = [kind, words](const std::string &word) {
+        const std::vector<std::string> known = words();
+        const bool found = std::find(known.begin(), known.end(), word) != known.end();
+        return found ? "" : unknown_name(kind, word, known);
+    };
+    return CLI::Validator(check, "");
+}
+
+std::vector<std::string> command_names(const CLI::App &app) {
+    std::vector<std::string> names;
+    for (const CLI::App *command : app.get_subcommands({})) {
+        names.push_back(command->get_name());
+    }
+    return names;
+}
+
+std::vector<std::string> option_names(const CLI::App &app) {
+    std::vector<std::string> names;
+    for (const CLI::Option *option : app.get_options()) {
+        for (const std::string &name : option->get_lnames()) {
+            names.push_back("--" + name);
+        }
+    }
+    return names;
+}

@@ -1,0 +1,100 @@
+#include "cli/completion_words.h"
+
+#include <cstdio>
+
+#include "cli/command_line_tool.h"
+#include "output/spelt_text.h"
+
+namespace {
+
+using Names = std::vector<std::string>;
+using Candidates = std::map<std::string, std::function<Names()>>;
+
+/* Where the word to be completed stands. */
+struct Place {
+    const CLI::App *app;         /* the command, or the tool itself */
+    const CLI::Option *value_of; /* the option whose value it is, or null */
+    size_t arguments;            /* of the command before it */
+};
+
+const CLI::App *command_named(const CLI::App &app, const std::string &name) {
+    for (const CLI::App *command : app.get_subcommands({})) {
+        if (command->get_name() == name) {
+            return command;
+        }
+    }
+    return nullptr;
+}
+
+const CLI::Option *option_with_value(const CLI::App &app, const std::string &word) {
+    const CLI::Option *option = app.get_option_no_throw(word);
+    return option != nullptr && option->get_items_expected_max() > 0 ? option : nullptr;
+}
+
+bool is_option(const std::string &word) {
+    return !word.empty() && word[0] == '-';
+}
+
+void step(Place &place, const std::string &word) {
+    if (place.value_of != nullptr) {
+        place.value_of = nullptr;
+    } else if (is_option(word)) {
+        place.value_of = option_with_value(*place.app, word);
+    } else if (const CLI::App *command = command_named(*place.app, word)) {
+        place.app = command;
+    } else {
+        ++place.arguments;
+    }
+}
+
+/* The argument at a place; the last one may take many words. */
+std::string argument_at(const CLI::App &app, size_t index) {
+    Names names;
+    bool many = false;
+    for (const CLI::Option *option : app.get_options()) {
+        if (option->get_positional()) {
+            names.push_back(option->get_name(true));
+            many = option->get_items_expected_max() > 1;
+        }
+    }
+    if (index < names.size()) {
+        return names[index];
+    }
+    return many ? names.back() : "";
+}
+
+Names named(const Candidates &candidates, const std::string &argument) {
+    const auto found = candidates.find(argument);
+    return found != candidates.end() ? found->second() : Names();
+}
+
+Names fitting(const Place &place, const Candidates &candidates, const std::string &word) {
+    if (place.value_of != nullptr) {
+        return named(candidates, value_name(*place.value_of));
+    }
+    if (is_option(word)) {
+        return option_names(*place.app);
+    }
+    const Names commands = command_names(*place.app);
+    return commands.empty() ? named(candidates, argument_at(*place.app, place.arguments)) : commands;
+}
+
+}  // namespace
+
+std::string value_name(const CLI::Option &option) {
+    const std::string name = option.get_type_name();
+    return name.substr(0, name.find(':'));
+}
+
+void print_completions(const CLI::App &app, const Candidates &candidates, const Names &words) {
+    Place place = {&app, nullptr, 0};
+    for (size_t i = 0; i + 1 < words.size(); ++i) {
+        step(place, words[i]);
+    }
+    const std::string word = words.empty() ? "" : words.back();
+    for (const std::string &name : fitting(place, candidates, word)) {
+        if (name.compare(0, word.size(), word) == 0 && spelt_out(name) == name) {
+            (void)std::puts(name.c_str());
+        }
+    }
+}

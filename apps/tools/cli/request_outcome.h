@@ -1,0 +1,41 @@
+/*
+ * What became of a request to a module: whether it was answered, and how.
+ */
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "apps_err.h"
+#include "apps_message.h"
+#include "cli/exit_code.h"
+
+struct RequestOutcome {
+    apps_err_e_type sent;   /* of frwk_ipc_send_sync or frwk_ipc_send_async */
+    apps_err_e_type result; /* the module's own, when sent is success */
+
+    bool done() const { return delivered() && result == E_APPS_ERR_SUCCESS; }
+    bool delivered() const { return sent == E_APPS_ERR_SUCCESS || sent == E_APPS_ERR_ASYNC; }
+};
+
+/* Seconds that a tool grants a module to take a request. */
+inline constexpr uint32_t kRequestSeconds = 3;
+
+/* Sends a request and waits for its answer. answer: as long as the room for it; all of it comes back. */
+RequestOutcome send_request(uint32_t module, apps_message_id_e_type msgid, const std::string &body,
+                            std::string *answer = nullptr, uint32_t seconds = kRequestSeconds);
+
+/* Sends a message that nobody answers. */
+RequestOutcome send_message(uint32_t module, apps_message_id_e_type msgid, const std::string &body,
+                            uint32_t seconds = kRequestSeconds);
+
+/* The exit code of an outcome. */
+ExitCode exit_code_of(const RequestOutcome &outcome);
+
+/*
+ * Says what went wrong and returns the exit code; says nothing when nothing did.
+ *
+ * what: what was asked, such as "get 'lan_ip'". hint: follows what the module answered.
+ */
+ExitCode report_outcome(const RequestOutcome &outcome, uint32_t module, const std::string &what,
+                        const std::string &hint = "");

@@ -1,0 +1,151 @@
+#include "device/module_survey.h"
+
+#include <poll.h>
+#include <sys/eventfd.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstring>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <type_traits>
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+constexpr VitalSigns kLate = {{E_APPS_ERR_TIMEOUT, E_APPS_ERR_SUCCESS}, 0, std::nullopt, std::nullopt};
+
+/* Longer than anybody here waits: a module whose queue is full is late, not absent. */
+constexpr uint32_t kConnectSeconds = 120;
+
+/* The answer to a question of fixed size, if the module gives one. */
+template <typename T>
+std::optional<T> answer_to(uint32_t module, apps_message_id_e_type msgid) {
+    static_assert(std::is_trivially_copyable_v<T>);
+    std::string answer(sizeof(T), '\0');
+    if (!send_request(module, msgid, "", &answer, kConnectSeconds).done()) {
+        return std::nullopt;
+    }
+    T value;
+    std::memcpy(&value, answer.data(), sizeof(value));
+    return value;
+}
+
+VitalSigns ask(uint32_t module) {
+    VitalSigns signs;
+    const auto begin = Clock::now();
+    signs.probe = send_request(module, E_APPS_MSG_SYS_PROBE, "", nullptr, kConnectSeconds);
+    signs.microseconds = std::chrono::duration_cast<std::chrono::microseconds>(Clock::now() - begin).count();
+    if (signs.probe.delivered()) {
+        signs.status = answer_to<uint32_t>(module, E_APPS_MSG_SYS_STATUS);
+        signs.memory = answer_to<os_mem_usage_t>(module, E_APPS_MSG_SYS_MEMORY);
+    }
+    return signs;
+}
+
+}  // namespace
+
+struct ModuleSurvey::State {
+    explicit State(const std::vector<uint32_t> &modules)
+        : all_answered(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
+        for (const uint32_t module : modules) {
+            subjects[module];
+        }
+    }
+    ~State() { ::close(all_answered); }
+    State(const State &) = delete;
+    State &operator=(const State &) = delete;
+
+    struct Subject {
+        VitalSigns signs;
+        bool asked = false; /* and has not answered yet */
+        uint64_t round = 0; /* in which it was asked */
+    };
+
+    std::vector<uint32_t> begin_round();
+    void take(uint32_t module, const VitalSigns &signs);
+
+    const int all_answered; /* can be read when the round is over */
+    std::mutex mutex;
+    std::map<uint32_t, Subject> subjects; /* mutex */
+    uint64_t round = 0;                   /* mutex */
+    size_t awaited = 0;                   /* of this round; mutex */
+};
+
+/* The modules to ask. */
+std::vector<uint32_t> ModuleSurvey::State::begin_round() {
+    const std::lock_guard<std::mutex> lock(mutex);
+    std::vector<uint32_t> idle;
+    ++round;
+    for (auto &[module, subject] : subjects) {
+        if (!subject.asked) {
+            subject.asked = true;
+            subject.round = round;
+            idle.push_back(module);
+        }
+    }
+    awaited = idle.size();
+    eventfd_t before = 0;
+    (void)::eventfd_read(all_answered, &before);
+    if (awaited == 0) {
+        (void)::eventfd_write(all_answered, 1);
+    }
+    return idle;
+}
+
+void ModuleSurvey::State::take(uint32_t module, const VitalSigns &signs) {
+    const std::lock_guard<std::mutex> lock(mutex);
+    Subject &subject = subjects[module];
+    subject.signs = signs;
+    subject.asked = false;
+    if (subject.round == round && --awaited == 0) {
+        (void)::eventfd_write(all_answered, 1);
+    }
+}
+
+ModuleSurvey::ModuleSurvey(const std::vector<uint32_t> &modules, std::chrono::milliseconds limit)
+    : limit_(limit), state_(std::make_shared<State>(modules)) {}
+
+void ModuleSurvey::begin() {
+    end_ = Clock::now() + limit_;
+    for (const uint32_t module : state_->begin_round()) {
+        std::thread([state = state_, module] { state->take(module, ask(module)); }).detach();
+    }
+}
+
+void ModuleSurvey::wait() const {
+    pollfd readable = {state_->all_answered, POLLIN, 0};
+    (void)::poll(&readable, 1, milliseconds_left());
+}
+
+void ModuleSurvey::wait(const SignalWatch &watch) const {
+    (void)watch.wait(state_->all_answered, milliseconds_left());
+}
+
+std::map<uint32_t, VitalSigns> ModuleSurvey::signs() const {
+    const std::lock_guard<std::mutex> lock(state_->mutex);
+    std::map<uint32_t, VitalSigns> all;
+    for (const auto &[module, subject] : state_->subjects) {
+        all[module] = subject.asked ? kLate : subject.signs;
+    }
+    return all;
+}
+
+int ModuleSurvey::milliseconds_left() const {
+    const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(end_ - Clock::now()).count();
+    return static_cast<int>(std::max<int64_t>(left + 1, 0));
+}
+
+std::map<uint32_t, VitalSigns> survey_modules(const std::vector<uint32_t> &modules,
+                                              std::chrono::milliseconds limit) {
+    ModuleSurvey survey(modules, limit);
+    survey.begin();
+    survey.wait();
+    return survey.signs();
+}
+
+VitalSigns survey_module(uint32_t module, std::chrono::milliseconds limit) {
+    return survey_modules({module}, limit)[module];
+}

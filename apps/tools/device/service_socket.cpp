@@ -1,0 +1,116 @@
+#include "device/service_socket.h"
+
+#include <fcntl.h>
+#include <pwd.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <string>
+
+#include "apps_message.h"
+#include "cli/complaint.h"
+#include "cli/table_names.h"
+#include "frwk_module.h"
+
+namespace {
+
+class Connection {
+  public:
+    explicit Connection(uint32_t module);
+    ~Connection() { ::close(fd_); }
+    Connection(const Connection &) = delete;
+    Connection &operator=(const Connection &) = delete;
+
+    int fd() const { return fd_; }
+    int error() const { return error_; }
+
+  private:
+    int fd_;
+    int error_;
+};
+
+std::string socket_path(uint32_t module) {
+    return "/tmp/m_tmp/ipc/" + module_text(module);
+}
+
+Connection::Connection(uint32_t module)
+    : fd_(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0)), error_(0) {
+    sockaddr_un address = {};
+    address.sun_family = AF_UNIX;
+    (void)socket_path(module).copy(address.sun_path, sizeof(address.sun_path) - 1);
+    if (::connect(fd_, reinterpret_cast<const sockaddr *>(&address), sizeof(address)) != 0) {
+        error_ = errno;
+    }
+}
+
+std::string owner_name(uid_t user) {
+    // cppcheck-suppress getpwuidCalled ; the main thread alone reports
+    const passwd *entry = ::getpwuid(user);  // NOLINT(concurrency-mt-unsafe): the main thread alone reports
+    return entry != nullptr ? entry->pw_name : std::to_string(user);
+}
+
+/* The first folder above a path that this process may not search, or else the path itself. */
+std::string first_closed(const std::string &path) {
+    for (size_t slash = path.find('/', 1); slash != std::string::npos; slash = path.find('/', slash + 1)) {
+        std::string folder = path.substr(0, slash);
+        if (::faccessat(AT_FDCWD, folder.c_str(), X_OK, AT_EACCESS) != 0) {
+            return folder;
+        }
+    }
+    return path;
+}
+
+/* What stands in the way, whose it is, and what its mode allows. */
+std::string closed_words(const std::string &path) {
+    const std::string closed = first_closed(path);
+    struct stat info = {};
+    const bool known = ::stat(closed.c_str(), &info) == 0;
+    char mode[16];
+    (void)std::snprintf(mode, sizeof(mode), "%04o", static_cast<unsigned>(info.st_mode & 07777));
+    return "no access to " + closed +
+           (known ? " (owner " + owner_name(info.st_uid) + ", mode " + mode + ")" : "");
+}
+
+}  // namespace
+
+std::string absence_words(uint32_t module) {
+    const Connection connection(module);
+    switch (connection.error()) {
+        case 0:
+            return "could not be asked, but listens now";
+        case ENOENT:
+            return "is not running";
+        case ECONNREFUSED:
+            return "is not running any more: nobody listens on its socket";
+        case EAGAIN:
+            return "is busy: its queue of requests is full";
+        case EACCES:
+            return "can't be reached: " + closed_words(socket_path(module));
+        default:
+            return errno_text("can't be reached", connection.error());
+    }
+}
+
+bool is_served(uint32_t module) {
+    const Connection connection(module);
+    return connection.error() == 0 || connection.error() == EAGAIN;
+}
+
+void wait_for_last_answer(uint32_t module, const SignalWatch &watch) {
+    const Connection connection(module);
+    /* sender, message, asynchronous, time limit, room for an answer, length of the body */
+    const int32_t request[] = {E_APPS_MODULE_APPTEST, E_APPS_MSG_SYS_PROBE, 0, 1, 0, 0};
+    const bool sent = connection.error() == 0 && ::write(connection.fd(), request, sizeof(request)) ==
+                                                     static_cast<ssize_t>(sizeof(request));
+    if (sent) {
+        (void)watch.wait(connection.fd(), -1);
+    }
+}
+
+void remove_service_socket(uint32_t module) {
+    (void)::unlink(socket_path(module).c_str());
+}

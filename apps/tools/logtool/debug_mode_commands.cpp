@@ -1,0 +1,86 @@
+#include "logtool/debug_mode_commands.h"
+
+#include <strings.h>
+
+#include <string>
+#include <vector>
+
+#include "cli/complaint.h"
+#include "device/module_survey.h"
+#include "device/module_words.h"
+#include "device/text_file.h"
+#include "frwk_module.h"
+#include "frwk_utils.h"
+#include "output/json_output.h"
+#include "output/pair_lines.h"
+#include "zndb.h"
+
+namespace {
+
+constexpr char kKey[] = "device_debug_mode";
+constexpr std::chrono::seconds kLimit{2};
+
+struct Marker {
+    const char *keep; /* the word for it */
+    const char *path;
+};
+
+constexpr Marker kMarkers[] = {{"rom", "/m_data/usr/device_debug_mode"},
+                               {"perm", "/m_data/usr_permanent/device_debug_mode"}};
+
+/* How it is kept over reboots. */
+std::vector<std::string> kept_by() {
+    std::vector<std::string> words;
+    for (const Marker &marker : kMarkers) {
+        if (file_exists(marker.path)) {
+            words.emplace_back(marker.keep);
+        }
+    }
+    return words;
+}
+
+/* The calls into the library wait for the database, so it is asked with a limit first. */
+ExitCode find_database(const std::string &what) {
+    return report_outcome(survey_module(E_APPS_MODULE_ZNDB, kLimit).probe, E_APPS_MODULE_ZNDB, what);
+}
+
+bool debug_mode_is_on() {
+    char value[ZNDB_VALUE_LEN] = "";
+    return zndb_get(kKey, value, sizeof(value)) == E_ZNDB_RET_SUCCESS && ::strcasecmp(value, "true") == 0;
+}
+
+ExitCode show(bool json) {
+    const std::vector<std::string> kept = kept_by();
+    const bool on = debug_mode_is_on();
+    if (!json) {
+        print_pair("debug mode", on ? "on" : "off");
+        print_pair("over reboots", kept.empty() ? "no" : "yes (" + joined(kept, ", ") + ")");
+        return ExitCode::kDone;
+    }
+    const Json object = json_members();
+    Json words = json_items();
+    for (const std::string &word : kept) {
+        add_item(words, json_text(word));
+    }
+    add_member(object, "debug_mode", json_truth(on));
+    add_member(object, "kept", std::move(words));
+    print_json(object);
+    return ExitCode::kDone;
+}
+
+}  // namespace
+
+ExitCode switch_debug_mode(const LogOptions &options) {
+    const bool on = options.state == "on";
+    if (!options.keep.empty() && !on) {
+        return complain(ExitCode::kUsage, "--keep goes with 'on' only");
+    }
+    const ExitCode code = find_database("debug");
+    if (code != ExitCode::kDone) {
+        return code;
+    }
+    if (!options.state.empty() && frwk_debug_mode_set(on ? 1 : 0, options.keep.c_str()) == 0) {
+        return complain(ExitCode::kRefused, "debug " + options.state + " failed: the database refused");
+    }
+    return show(options.json);
+}

@@ -1,0 +1,119 @@
+#include "logtool/journal_reader.h"
+
+#include <fcntl.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <csignal>
+#include <utility>
+
+#include "cli/complaint.h"
+
+namespace {
+
+constexpr char kProgram[] = "journalctl";
+
+/* How the program starts: its output is a pipe, and signals do to it what they usually do. */
+class SpawnSettings {
+  public:
+    explicit SpawnSettings(int output) {
+        sigset_t none;
+        sigset_t broken_pipe;
+        sigemptyset(&none);
+        sigemptyset(&broken_pipe);
+        sigaddset(&broken_pipe, SIGPIPE);
+        (void)::posix_spawnattr_init(&attributes_);
+        (void)::posix_spawnattr_setsigmask(&attributes_, &none);
+        (void)::posix_spawnattr_setsigdefault(&attributes_, &broken_pipe);
+        (void)::posix_spawnattr_setflags(&attributes_, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
+        (void)::posix_spawn_file_actions_init(&actions_);
+        (void)::posix_spawn_file_actions_adddup2(&actions_, output, STDOUT_FILENO);
+    }
+    ~SpawnSettings() {
+        (void)::posix_spawn_file_actions_destroy(&actions_);
+        (void)::posix_spawnattr_destroy(&attributes_);
+    }
+    SpawnSettings(const SpawnSettings &) = delete;
+    SpawnSettings &operator=(const SpawnSettings &) = delete;
+
+    /* Returns 0 or an errno value. */
+    int start(std::vector<std::string> words, pid_t *pid) const {
+        std::vector<char *> arguments;
+        arguments.reserve(words.size() + 1);
+        for (std::string &word : words) {
+            arguments.push_back(word.data());
+        }
+        arguments.push_back(nullptr);
+        return ::posix_spawnp(pid, kProgram, &actions_, &attributes_, arguments.data(), environ);
+    }
+
+  private:
+    posix_spawnattr_t attributes_;
+    posix_spawn_file_actions_t actions_;
+};
+
+std::vector<std::string> command(const std::vector<std::string> &modules, const std::string &after,
+                                 bool follow) {
+    std::vector<std::string> words = {kProgram, "--no-pager", "--quiet", "--output=json"};
+    if (follow) {
+        words.insert(words.end(), {"--follow", "--no-tail"});
+    }
+    if (!after.empty()) {
+        words.push_back("--after-cursor=" + after);
+    }
+    for (const std::string &module : modules) {
+        words.push_back("SYSLOG_IDENTIFIER=" + module);
+    }
+    return words;
+}
+
+}  // namespace
+
+JournalReader::JournalReader(const std::vector<std::string> &modules, const std::string &after, bool follow) {
+    int ends[2] = {-1, -1};
+    int error = ::pipe2(ends, O_CLOEXEC) == 0 ? 0 : errno;
+    if (error == 0) {
+        output_ = ends[0];
+        error = SpawnSettings(ends[1]).start(command(modules, after, follow), &pid_);
+        ::close(ends[1]);
+    }
+    if (error != 0) {
+        pid_ = -1;
+        problem_ = errno_text(std::string("can't run ") + kProgram, error);
+    }
+}
+
+JournalReader::~JournalReader() {
+    if (pid_ > 0) {
+        (void)::kill(pid_, SIGTERM);
+        (void)::waitpid(pid_, nullptr, 0);
+    }
+    if (output_ >= 0) {
+        ::close(output_);
+    }
+}
+
+void JournalReader::read(const SignalWatch &watch, const LineTaker &take) {
+    LineSplitter lines;
+    char piece[65536];
+    bool wanted = true;
+    while (wanted && watch.wait(output_, -1)) {
+        const ssize_t count = ::read(output_, piece, sizeof(piece));
+        if (count <= 0) {
+            return;
+        }
+        lines.add(piece, static_cast<size_t>(count));
+        for (std::string line; wanted && lines.next(&line);) {
+            wanted = take(line);
+        }
+    }
+}
+
+std::string JournalReader::end() {
+    int status = 0;
+    (void)::waitpid(std::exchange(pid_, -1), &status, 0);
+    const bool fine = WIFEXITED(status) && WEXITSTATUS(status) == 0;
+    return fine ? "" : std::string(kProgram) + " failed";
+}

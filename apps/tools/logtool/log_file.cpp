@@ -1,0 +1,93 @@
+#include "logtool/log_file.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+
+#include "cli/complaint.h"
+#include "device/text_file.h"
+
+namespace {
+
+constexpr int kLookMilliseconds = 200;
+
+}  // namespace
+
+LogFile::~LogFile() {
+    close();
+}
+
+std::string LogFile::read(const LineTaker &take) {
+    const std::string problem = fd_ < 0 ? open() : "";
+    char piece[65536];
+    ssize_t count = problem.empty() ? 1 : 0;
+    bool wanted = true;
+    while (count > 0 && wanted) {
+        count = ::read(fd_, piece, sizeof(piece));
+        lines_.add(piece, count > 0 ? static_cast<size_t>(count) : 0);
+        at_ += count > 0 ? count : 0;
+        for (std::string line; wanted && lines_.next(&line);) {
+            wanted = take(line);
+        }
+    }
+    return count < 0 ? errno_text("can't read " + path_, errno) : problem;
+}
+
+void LogFile::read_rest(const LineTaker &take) {
+    const std::string line = lines_.rest();
+    if (!line.empty()) {
+        take(line);
+    }
+}
+
+/* Between two files of one name there may be none. */
+std::string LogFile::read_more(const SignalWatch &watch, const LineTaker &take) {
+    (void)watch.wait(-1, kLookMilliseconds);
+    const bool another = is_another();
+    std::string problem = fd_ >= 0 ? read(take) : "";
+    if (another) {
+        read_rest(take);
+        close();
+    }
+    if (problem.empty() && fd_ < 0 && file_exists(path_)) {
+        problem = read(take);
+    }
+    return problem;
+}
+
+std::string LogFile::open() {
+    at_ = 0;
+    fd_ = path_ == kStandardStream ? STDIN_FILENO : ::open(path_.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY);
+    return fd_ < 0 ? errno_text("can't read " + path_, errno) : "";
+}
+
+void LogFile::close() {
+    if (fd_ > STDERR_FILENO) {
+        ::close(fd_);
+    }
+    fd_ = -1;
+}
+
+/* Whether the path leads to another file now, or to the same one, emptied. */
+bool LogFile::is_another() const {
+    struct stat own = {};
+    struct stat named = {};
+    if (fd_ <= STDERR_FILENO) {
+        return false;
+    }
+    (void)::fstat(fd_, &own); /* one that can't be asked any more stays all zeros, and so is another */
+    const bool moved =
+        ::stat(path_.c_str(), &named) != 0 || own.st_dev != named.st_dev || own.st_ino != named.st_ino;
+    return moved || own.st_size < at_;
+}
+
+std::string first_file(const char *const *paths, size_t count) {
+    for (size_t i = 0; i < count; ++i) {
+        if (file_exists(paths[i])) {
+            return paths[i];
+        }
+    }
+    return "";
+}

@@ -1,0 +1,21 @@
+/*
+ * Which lines of the log are wanted. Pure.
+ */
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "logtool/log_line.h"
+
+struct LogFilter {
+    std::vector<std::string> modules; /* names; none for all */
+    int level = kNoLevel;             /* this one and more urgent ones; kNoLevel for all */
+    std::string text;                 /* that the text has in it, in upper or lower case; "" for any */
+
+    /* Whether a line is of the modules and has the text; its level is a matter of its own. */
+    bool concerns(const LogLine &line) const;
+
+    /* Whether its level is wanted; a line without a level is not, when levels matter. */
+    bool wants_level_of(const LogLine &line) const;
+};

@@ -1,0 +1,251 @@
+#include "logtool/log_line.h"
+
+#include <strings.h>
+
+#include <algorithm>
+#include <cctype>
+#include <cstdlib>
+#include <cstring>
+#include <ctime>
+#include <iterator>
+#include <string_view>
+
+#include "output/json_output.h"
+
+namespace {
+
+constexpr size_t kNowhere = std::string_view::npos;
+constexpr int kSeverities = 8;
+constexpr long long kMicrosPerSecond = 1000000;
+
+struct LevelName {
+    const char *name;
+    const char *shorter;
+};
+
+constexpr LevelName kLevels[] = {{"emergency", "emerg"}, {"alert", "alert"},  {"critical", "crit"},
+                                 {"error", "err"},       {"warning", "warn"}, {"notice", "notice"},
+                                 {"info", "info"},       {"debug", "debug"},  {"verbose", "verbose"}};
+
+/* Forms of a time: a letter, d a digit, D a digit or blank; all else stands for itself. */
+constexpr const char *kTimes[] = {"aaa Dd dd:dd:dd", "dddd-dd-ddTdd:dd:dd", "dddd-dd-dd dd:dd:dd.ddd"};
+
+bool is_digit(char character) {
+    return character >= '0' && character <= '9';
+}
+
+bool fits(char form, char character) {
+    switch (form) {
+        case 'a':
+            return std::isalpha(static_cast<unsigned char>(character)) != 0;
+        case 'd':
+            return is_digit(character);
+        case 'D':
+            return is_digit(character) || character == ' ';
+        default:
+            return form == character;
+    }
+}
+
+bool begins_as(std::string_view text, std::string_view form) {
+    for (size_t i = 0; i < form.size(); ++i) {
+        if (i >= text.size() || !fits(form[i], text[i])) {
+            return false;
+        }
+    }
+    return true;
+}
+
+/* What is left of a line while it is taken apart. */
+class Rest {
+  public:
+    explicit Rest(std::string_view text) : text_(text) {}
+
+    std::string_view all() const { return text_; }
+    std::string_view word() const { return text_.substr(0, text_.find(' ')); }
+
+    /* Takes so many characters, and the blanks behind them. */
+    std::string take(size_t length) {
+        std::string taken(text_.substr(0, length));
+        text_.remove_prefix(taken.size());
+        text_.remove_prefix(std::min(text_.find_first_not_of(' '), text_.size()));
+        return taken;
+    }
+    std::string take_word() { return take(word().size()); }
+
+  private:
+    std::string_view text_;
+};
+
+/* "<14>" in front, as it travels to the log. */
+void take_priority(Rest &rest, LogLine &line) {
+    const size_t end = rest.all().find('>');
+    if (rest.all().empty() || rest.all()[0] != '<' || end == kNowhere || end < 2 || end > 4) {
+        return;
+    }
+    const std::string number(rest.all().substr(1, end - 1));
+    if (number.find_first_not_of("0123456789") == std::string::npos) {
+        line.level = std::stoi(number) % kSeverities;
+        rest.take(end + 1);
+    }
+}
+
+/* A time with a T goes on to the next blank: fractions and the zone. */
+bool take_time(Rest &rest, LogLine &line) {
+    for (const char *form : kTimes) {
+        if (begins_as(rest.all(), form)) {
+            const bool zoned = std::strchr(form, 'T') != nullptr;
+            line.time = zoned ? rest.take_word() : rest.take(std::strlen(form));
+            return true;
+        }
+    }
+    return false;
+}
+
+/* "name:" or "name[17]:". */
+bool take_tag(Rest &rest, LogLine &line) {
+    std::string_view word = rest.word();
+    if (word.size() < 2 || word.back() != ':') {
+        return false;
+    }
+    word.remove_suffix(1);
+    const size_t bracket = word.back() == ']' ? word.find('[') : kNowhere;
+    line.module = std::string(word.substr(0, bracket));
+    if (bracket != kNowhere) {
+        line.process = std::string(word.substr(bracket + 1, word.size() - bracket - 2));
+    }
+    rest.take_word();
+    return true;
+}
+
+/* "local7.warn" */
+bool take_facility(Rest &rest, LogLine &line) {
+    const std::string word(rest.word());
+    const size_t dot = word.find('.');
+    const int level = dot != std::string::npos ? level_named(word.substr(dot + 1)) : kNoLevel;
+    if (level == kNoLevel || is_digit(word[dot + 1])) {
+        return false;
+    }
+    line.level = level;
+    rest.take_word();
+    return true;
+}
+
+/* Of the debug channel: "warning wlan file function:line text". */
+bool take_debug_head(Rest &rest, LogLine &line) {
+    const std::string word(rest.word());
+    const int level = level_named(word);
+    if (level == kNoLevel || is_digit(word[0])) {
+        return false;
+    }
+    line.level = level;
+    rest.take_word();
+    line.module = rest.take_word();
+    return true;
+}
+
+/* Behind the time there may be the host, then perhaps the level, then who says it. */
+void take_syslog_head(Rest &rest, LogLine &line) {
+    if (take_facility(rest, line) || take_tag(rest, line)) {
+        (void)(line.module.empty() && take_tag(rest, line));
+        return;
+    }
+    Rest behind_host = rest;
+    behind_host.take_word();
+    take_facility(behind_host, line);
+    if (take_tag(behind_host, line)) {
+        rest = behind_host;
+    }
+}
+
+// ---- the journal ----
+
+std::string member_text(const Json &object, const char *name) {
+    json_object *member = nullptr;
+    const bool found = json_object_object_get_ex(object.get(), name, &member) != 0;
+    return found && json_object_is_type(member, json_type_string) != 0 ? json_object_get_string(member) : "";
+}
+
+/* A message with control characters is an array of its bytes. */
+std::string message_of(const Json &object) {
+    json_object *member = nullptr;
+    if (json_object_object_get_ex(object.get(), "MESSAGE", &member) == 0 ||
+        json_object_is_type(member, json_type_array) == 0) {
+        return member_text(object, "MESSAGE");
+    }
+    std::string text;
+    for (size_t i = 0; i < json_object_array_length(member); ++i) {
+        text += static_cast<char>(json_object_get_int(json_object_array_get_idx(member, i)));
+    }
+    return text;
+}
+
+std::string time_text(const std::string &microseconds) {
+    if (microseconds.empty()) {
+        return "";
+    }
+    const auto seconds =
+        static_cast<std::time_t>(std::strtoll(microseconds.c_str(), nullptr, 10) / kMicrosPerSecond);
+    std::tm parts = {};
+    char text[32] = "";
+    (void)::localtime_r(&seconds, &parts); /* fails for years that no 64 bits of microseconds reach */
+    (void)std::strftime(text, sizeof(text), "%b %e %T", &parts);
+    return text;
+}
+
+std::string first_of(const std::string &one, const std::string &other) {
+    return one.empty() ? other : one;
+}
+
+}  // namespace
+
+LogLine parse_log_line(const std::string &text) {
+    LogLine line;
+    Rest rest(text);
+    take_priority(rest, line);
+    const bool timed = take_time(rest, line);
+    if (timed && !take_debug_head(rest, line)) {
+        take_syslog_head(rest, line);
+    }
+    line.text = std::string(rest.all());
+    return line;
+}
+
+LogLine parse_journal_line(const std::string &text, std::string *cursor) {
+    LogLine line;
+    const Json object = json_parsed(text);
+    if (json_object_is_type(object.get(), json_type_object) == 0) {
+        line.text = text;
+        return line;
+    }
+    line.time = time_text(member_text(object, "__REALTIME_TIMESTAMP"));
+    line.module = first_of(member_text(object, "SYSLOG_IDENTIFIER"), member_text(object, "_COMM"));
+    line.process = first_of(member_text(object, "SYSLOG_PID"), member_text(object, "_PID"));
+    line.level = level_named(member_text(object, "PRIORITY"));
+    line.text = message_of(object);
+    *cursor = first_of(member_text(object, "__CURSOR"), *cursor);
+    return line;
+}
+
+std::string level_name(int level) {
+    return level >= 0 && level < static_cast<int>(std::size(kLevels)) ? kLevels[level].name : "";
+}
+
+std::vector<std::string> level_names() {
+    std::vector<std::string> names;
+    for (const LevelName &level : kLevels) {
+        names.emplace_back(level.name);
+    }
+    return names;
+}
+
+int level_named(const std::string &word) {
+    for (size_t i = 0; i < std::size(kLevels); ++i) {
+        const bool named = ::strcasecmp(word.c_str(), kLevels[i].name) == 0 ||
+                           ::strcasecmp(word.c_str(), kLevels[i].shorter) == 0;
+        if (named || word == std::to_string(i)) {
+            return static_cast<int>(i);
+        }
+    }
+    return kNoLevel;
+}

@@ -1,0 +1,148 @@
+#include "logtool/log_show.h"
+
+#include <iterator>
+
+#include "cli/complaint.h"
+#include "cli/table_names.h"
+#include "device/module_words.h"
+#include "device/text_file.h"
+#include "logtool/journal_reader.h"
+#include "logtool/log_file.h"
+#include "logtool/log_output.h"
+
+namespace {
+
+constexpr const char *kLogFiles[] = {"/var/log/messages", "/var/log/syslog"};
+
+/* As much as is shown of the past when the future is what matters. */
+constexpr size_t kLinesBefore = 10;
+
+ExitCode read_filter(const LogOptions &options, LogFilter *filter) {
+    std::vector<uint32_t> modules;
+    const ExitCode code = read_modules(options.modules, &modules);
+    for (const uint32_t module : modules) {
+        filter->modules.push_back(module_text(module));
+    }
+    filter->level = level_named(options.level);
+    filter->text = options.text;
+    return code;
+}
+
+size_t lines_before(const LogOptions &options) {
+    return options.lines == 0 && options.follow ? kLinesBefore : options.lines;
+}
+
+ExitCode finish(const LogOutput &output, ExitCode code) {
+    if (output.without_level() > 0) {
+        (void)complain(
+            code, std::to_string(output.without_level()) + " lines don't say their level and were left out");
+    }
+    return code;
+}
+
+/* What became of the output; the frame of the tool says nothing more of it then. */
+ExitCode check_output(const LogOutput &output) {
+    return output.error() == 0
+               ? ExitCode::kDone
+               : complain(ExitCode::kRefused, errno_text("can't write the output", output.error()));
+}
+
+// ---- a file ----
+
+ExitCode follow_file(LogFile &file, const LogOutput &output, const LineTaker &take) {
+    const SignalWatch watch;
+    while (SignalWatch::caught() == 0 && output.error() == 0) {
+        const std::string problem = file.read_more(watch, take);
+        if (!problem.empty()) {
+            return complain(ExitCode::kRefused, problem);
+        }
+    }
+    return check_output(output);
+}
+
+/* code: what a file that can't be read means. */
+ExitCode show_file(const LogOptions &options, const std::string &path, ExitCode code, LogOutput &output) {
+    const LineTaker take = [&](const std::string &line) { return output.take(parse_log_line(line)); };
+    LogFile file(path);
+    const std::string problem = file.read(take);
+    if (!problem.empty()) {
+        return complain(code, problem);
+    }
+    if (!options.follow) {
+        file.read_rest(take);
+    }
+    (void)output.flush();
+    return options.follow ? follow_file(file, output, take) : check_output(output);
+}
+
+// ---- the journal ----
+
+/* The journal has no mark where the past ends: a second run begins behind the last line of the first. */
+class JournalShow {
+  public:
+    JournalShow(const std::vector<std::string> &modules, LogOutput &output)
+        : modules_(modules), output_(output) {}
+
+    ExitCode run(bool follow) {
+        JournalReader reader(modules_, cursor_, follow);
+        if (!reader.problem().empty()) {
+            return complain(ExitCode::kRefused, reader.problem());
+        }
+        reader.read(watch_, [this](const std::string &line) {
+            return output_.take(parse_journal_line(line, &cursor_));
+        });
+        if (SignalWatch::caught() != 0 || output_.error() != 0) {
+            return check_output(output_);
+        }
+        const std::string problem = reader.end();
+        return problem.empty() ? ExitCode::kDone : complain(ExitCode::kRefused, problem);
+    }
+
+  private:
+    const std::vector<std::string> &modules_;
+    LogOutput &output_;
+    const SignalWatch watch_;
+    std::string cursor_;
+};
+
+/* Ctrl-C is the usual end of following only. */
+ExitCode show_journal(const LogOptions &options, const std::vector<std::string> &modules, LogOutput &output) {
+    int signal_number = 0;
+    ExitCode code = ExitCode::kDone;
+    {
+        JournalShow show(modules, output);
+        code = show.run(false);
+        signal_number = SignalWatch::caught();
+        if (code != ExitCode::kDone || !output.flush()) {
+            return code != ExitCode::kDone ? code : check_output(output);
+        }
+        if (options.follow && signal_number == 0) {
+            return show.run(true);
+        }
+    }
+    end_by_signal(signal_number);
+    return code;
+}
+
+ExitCode show_found_log(const LogOptions &options, const LogFilter &filter, LogOutput &output) {
+    const std::string found = options.journal ? "" : first_file(kLogFiles, std::size(kLogFiles));
+    return found.empty() ? show_journal(options, filter.modules, output)
+                         : show_file(options, found, ExitCode::kRefused, output);
+}
+
+}  // namespace
+
+ExitCode show_log(const LogOptions &options) {
+    if (options.follow && options.file == kStandardStream) {
+        return complain(ExitCode::kUsage, "standard input can't be followed");
+    }
+    LogFilter filter;
+    ExitCode code = read_filter(options, &filter);
+    if (code != ExitCode::kDone) {
+        return code;
+    }
+    LogOutput output(filter, lines_before(options), options.json);
+    code = options.file.empty() ? show_found_log(options, filter, output)
+                                : show_file(options, options.file, ExitCode::kUsage, output);
+    return finish(output, code);
+}

@@ -1,0 +1,150 @@
+#include "logtool/module_channels.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <system_error>
+
+#include "cli/complaint.h"
+#include "cli/request_outcome.h"
+#include "cli/table_names.h"
+#include "device/module_facts.h"
+#include "device/module_words.h"
+#include "device/text_file.h"
+#include "frwk_common.h"
+#include "logtool/log_line.h"
+#include "output/json_output.h"
+#include "output/text_table.h"
+
+namespace {
+
+constexpr char kDebugVariable[] = "QUOR_DEBUG=";
+constexpr char kLevelVariable[] = "QUOR_SYSLOG_LEVEL=";
+constexpr int kDefaultLevel = 4;
+
+/* A module's process, as it was started. */
+struct Channels {
+    ModuleFacts facts;
+    bool known; /* its environment can be read */
+    bool debug;
+    int level;
+    std::string output; /* where its debug channel leads */
+};
+
+std::string folder_of(pid_t process) {
+    return "/proc/" + std::to_string(process);
+}
+
+/* A variable of an environment, whose entries end in NULs; "" when it isn't there. */
+std::string variable(const std::string &environment, const std::string &name) {
+    const std::string all = '\0' + environment;
+    const size_t found = all.find('\0' + name);
+    if (found == std::string::npos) {
+        return "";
+    }
+    const size_t begin = found + 1 + name.size();
+    return all.substr(begin, all.find('\0', begin) - begin);
+}
+
+/* As the base library reads it: one digit, or else the default. */
+int level_of(const std::string &environment) {
+    const std::string value = variable(environment, kLevelVariable);
+    const int level = value.size() == 1 ? level_named(value) : kNoLevel;
+    return level == kNoLevel ? kDefaultLevel : level;
+}
+
+Channels channels_of(const ModuleFacts &facts) {
+    std::string environment;
+    std::error_code error;
+    const std::string folder = folder_of(facts.process);
+    const bool known = read_text_file(folder + "/environ", &environment).empty();
+    const std::filesystem::path output = std::filesystem::read_symlink(folder + "/fd/2", error);
+    return {facts, known, variable(environment, kDebugVariable) == "1", level_of(environment),
+            output.string()};
+}
+
+bool is_wanted(const std::vector<uint32_t> &modules, const ModuleFacts &facts) {
+    return modules.empty() ||
+           std::find(modules.begin(), modules.end(), static_cast<uint32_t>(facts.id)) != modules.end();
+}
+
+void print_table(const std::vector<Channels> &all) {
+    TextTable table({"MODULE", "PROCESS", "DEBUG", "SYSTEM LOG", "DEBUG CHANNEL LEADS TO"}, {4, 1});
+    for (const Channels &channels : all) {
+        const std::string debug = channels.debug ? "on" : "off";
+        table.add({channels.facts.name, std::to_string(channels.facts.process), channels.known ? debug : "?",
+                   channels.known ? level_name(channels.level) : "?", channels.output});
+    }
+    table.print();
+}
+
+Json channels_as_json(const Channels &channels) {
+    Json object = json_members();
+    add_member(object, "name", json_text(channels.facts.name));
+    add_member(object, "process", json_number(channels.facts.process));
+    if (channels.known) {
+        add_member(object, "debug", json_truth(channels.debug));
+        add_member(object, "system_log", json_text(level_name(channels.level)));
+    }
+    add_member(object, "leads_to", json_text(channels.output));
+    return object;
+}
+
+void print_array(const std::vector<Channels> &all) {
+    const Json items = json_items();
+    for (const Channels &channels : all) {
+        add_item(items, channels_as_json(channels));
+    }
+    print_json(items);
+}
+
+ExitCode report_missing(const ModuleFacts &facts) {
+    return complain(ExitCode::kUnreachable,
+                    "channels " + facts.name + " failed: it has no process that is known");
+}
+
+}  // namespace
+
+ExitCode show_channels(const LogOptions &options) {
+    std::vector<uint32_t> modules;
+    ExitCode code = read_modules(options.modules, &modules);
+    if (code != ExitCode::kDone) {
+        return code;
+    }
+    std::vector<Channels> all;
+    for (const ModuleFacts &facts : all_module_facts()) {
+        if (!is_wanted(modules, facts)) {
+            continue;
+        }
+        if (facts.process != 0) {
+            all.push_back(channels_of(facts));
+        } else if (!modules.empty()) {
+            code = report_missing(facts);
+        }
+    }
+    if (options.json) {
+        print_array(all);
+    } else {
+        print_table(all);
+    }
+    return code;
+}
+
+/* Nobody waits for an answer, so that a module that hangs holds up nobody. */
+ExitCode reload_log_settings(const LogOptions &options) {
+    std::vector<uint32_t> modules;
+    ExitCode code = read_modules(options.modules, &modules);
+    if (code != ExitCode::kDone) {
+        return code;
+    }
+    if (options.all == !modules.empty()) {
+        return complain(ExitCode::kUsage, "reload takes modules, or --all for every monitored one");
+    }
+    if (options.all) {
+        frwk_ipc_msg_broadcast(E_APPS_MSG_SYS_LOG, nullptr, 0);
+    }
+    for (const uint32_t module : modules) {
+        const RequestOutcome outcome = send_message(module, E_APPS_MSG_SYS_LOG, "");
+        code = std::max(code, report_outcome(outcome, module, "reload " + module_text(module)));
+    }
+    return code;
+}

@@ -1,0 +1,109 @@
+#include "monitor_tool/monitor_device.h"
+
+#include <strings.h>
+#include <unistd.h>
+
+#include <cstdio>
+
+#include "cli/complaint.h"
+#include "cli/input_line.h"
+#include "cli/table_names.h"
+#include "device/module_survey.h"
+#include "frwk_common.h"
+#include "output/terminal.h"
+
+namespace {
+
+/* A request without a monitor is lost, and some have effects of their own that would stay. */
+ExitCode find_monitor(const MonitorOptions &options, const std::string &what) {
+    const VitalSigns signs = survey_module(E_APPS_MODULE_MONITOR, options.limit());
+    return report_outcome(signs.probe, E_APPS_MODULE_MONITOR, what);
+}
+
+ExitCode say_asked(const std::string &what) {
+    (void)std::printf("the monitor was asked to %s\n", shown_text(Stream::kOutput, what).c_str());
+    return ExitCode::kDone;
+}
+
+// ---- modules ----
+
+using Switch = int32_t (*)(int32_t module);
+
+ExitCode switch_module(const MonitorOptions &options, const std::string &command, Switch act) {
+    const Named module = find_module(options.module);
+    if (!module.problem.empty()) {
+        return complain(ExitCode::kUsage, module.problem);
+    }
+    const auto id = static_cast<int32_t>(module.number);
+    const std::string what = command + " " + frwk_module_name(id);
+    if (frwk_module_feature(id, FRWK_FLAG_MONITORED) == 0) {
+        return complain(ExitCode::kRefused, what + " failed: it is not a monitored module");
+    }
+    const ExitCode code = find_monitor(options, what);
+    if (code != ExitCode::kDone) {
+        return code;
+    }
+    if (act(id) == 0) {
+        return complain(ExitCode::kRefused, what +
+                                                " failed: monitor_tool is not allowed to, or the monitor "
+                                                "went away; QUOR_DEBUG=1 shows which");
+    }
+    return say_asked(what);
+}
+
+// ---- the device ----
+
+struct DeviceCommand {
+    const char *name; /* "reboot" */
+    const char *what; /* for people */
+    int32_t (*act)(uint32_t reason);
+};
+
+bool says_yes(const std::string &answer) {
+    return ::strcasecmp(answer.c_str(), "y") == 0 || ::strcasecmp(answer.c_str(), "yes") == 0;
+}
+
+/* A script is not asked. */
+bool is_confirmed(const MonitorOptions &options, const char *what) {
+    if (options.yes || ::isatty(STDIN_FILENO) == 0) {
+        return true;
+    }
+    std::string answer;
+    return read_input_line(std::string(what) + "? [y/N] ", false, &answer) && says_yes(answer);
+}
+
+ExitCode act_on_device(const MonitorOptions &options, const DeviceCommand &command) {
+    ExitCode code = find_monitor(options, command.name);
+    if (code != ExitCode::kDone) {
+        return code;
+    }
+    if (!is_confirmed(options, command.what)) {
+        return complain(ExitCode::kRefused, "nothing was done");
+    }
+    if (command.act(options.reason) == 0) {
+        return complain(ExitCode::kUnreachable, std::string(command.name) + " failed: monitor went away");
+    }
+    return say_asked(command.what);
+}
+
+}  // namespace
+
+ExitCode enable_module(const MonitorOptions &options) {
+    return switch_module(options, "enable", frwk_module_enable);
+}
+
+ExitCode disable_module(const MonitorOptions &options) {
+    return switch_module(options, "disable", frwk_module_disable);
+}
+
+ExitCode reboot_device(const MonitorOptions &options) {
+    return act_on_device(options, {"reboot", "reboot the device", frwk_system_reboot});
+}
+
+ExitCode reset_device(const MonitorOptions &options) {
+    return act_on_device(options, {"reset", "reset the device to its factory settings", frwk_system_reset});
+}
+
+ExitCode shut_device_down(const MonitorOptions &options) {
+    return act_on_device(options, {"shutdown", "shut the device down", frwk_system_shutdown});
+}

@@ -1,0 +1,108 @@
+/*
+ * The command of monitor_tool that shows who listens to what.
+ */
+#include <cstdio>
+
+#include "cli/complaint.h"
+#include "frwk_common.h"
+#include "monitor_tool/event_listeners.h"
+#include "monitor_tool/monitor_look.h"
+#include "output/json_output.h"
+#include "output/terminal.h"
+#include "output/text_wrap.h"
+
+namespace {
+
+constexpr size_t kMostNameColumns = 40;
+constexpr size_t kFewestNameColumns = 10;
+constexpr size_t kMargin = 4; /* in front of a name and behind it */
+
+bool is_wanted(const EventListeners &listeners, const std::string &text) {
+    return listeners.event.find(text) != std::string::npos;
+}
+
+bool is_module(const std::string &name) {
+    return frwk_module_id(name.c_str()) != 0;
+}
+
+/* Names of no module are marked: publishers pass them over. */
+std::string names_line(const EventListeners &listeners) {
+    std::string line;
+    for (const std::string &name : listeners.names) {
+        line +=
+            (line.empty() ? "" : " ") + shown_text(Stream::kOutput, name) + (is_module(name) ? "" : "(?)");
+    }
+    return line.empty() ? "-" : line;
+}
+
+size_t name_columns(const std::vector<EventListeners> &events) {
+    size_t longest = kFewestNameColumns;
+    for (const EventListeners &listeners : events) {
+        longest = std::max(longest, listeners.event.size());
+    }
+    return std::min(longest, kMostNameColumns) + kMargin;
+}
+
+void print_folder(const EventListeners &first) {
+    const std::string note = first.used ? "" : ", not used while the other folder exists";
+    (void)std::puts(
+        styled(Stream::kOutput, Style::kFaint, "# " + shown_text(Stream::kOutput, first.folder) + note)
+            .c_str());
+}
+
+void print_events(const std::vector<EventListeners> &events) {
+    const size_t width = is_terminal(Stream::kOutput) ? columns_of(Stream::kOutput) : std::string::npos;
+    const size_t names_at = name_columns(events);
+    std::string folder;
+    for (const EventListeners &listeners : events) {
+        if (listeners.folder != folder) {
+            print_folder(listeners);
+            folder = listeners.folder;
+        }
+        const std::string event = shown_text(Stream::kOutput, listeners.event);
+        (void)std::fputs(wrapped_pair(event, names_line(listeners), width, names_at).c_str(), stdout);
+    }
+}
+
+Json event_as_json(const EventListeners &listeners) {
+    Json object = json_members();
+    Json modules = json_items();
+    Json unknown = json_items();
+    for (const std::string &name : listeners.names) {
+        add_item(is_module(name) ? modules : unknown, json_text(name));
+    }
+    add_member(object, "event", json_text(listeners.event));
+    add_member(object, "folder", json_text(listeners.folder));
+    add_member(object, "used", json_truth(listeners.used));
+    add_member(object, "modules", std::move(modules));
+    add_member(object, "unknown", std::move(unknown));
+    return object;
+}
+
+void print_events_json(const std::vector<EventListeners> &events) {
+    const Json items = json_items();
+    for (const EventListeners &listeners : events) {
+        add_item(items, event_as_json(listeners));
+    }
+    print_json(items);
+}
+
+}  // namespace
+
+ExitCode show_events(const MonitorOptions &options) {
+    std::vector<EventListeners> wanted;
+    ExitCode code = ExitCode::kDone;
+    for (const EventListeners &listeners : read_event_listeners()) {
+        if (!listeners.problem.empty()) {
+            code = complain(ExitCode::kRefused, listeners.problem);
+        } else if (is_wanted(listeners, options.text)) {
+            wanted.push_back(listeners);
+        }
+    }
+    if (options.json) {
+        print_events_json(wanted);
+    } else {
+        print_events(wanted);
+    }
+    return code;
+}

@@ -1,0 +1,186 @@
+#include "monitor_tool/monitor_look.h"
+
+#include <algorithm>
+#include <cstdio>
+
+#include "cli/complaint.h"
+#include "cli/table_names.h"
+#include "device/module_words.h"
+#include "frwk_common.h"
+#include "monitor_tool/module_report.h"
+#include "output/pair_lines.h"
+#include "output/quantity_text.h"
+#include "output/terminal.h"
+#include "output/text_table.h"
+
+namespace {
+
+/* Explains why a module did not answer, if it did not. */
+ExitCode report_missing(const VitalSigns &signs, const char *command, uint32_t module) {
+    return report_outcome(signs.probe, module, std::string(command) + " " + module_text(module));
+}
+
+void print_json_reports(const std::vector<ModuleReport> &reports) {
+    const Json items = json_items();
+    for (const ModuleReport &report : reports) {
+        add_item(items, report_as_json(report));
+    }
+    print_json(items);
+}
+
+// ---- status ----
+
+std::string memory_line(const ModuleReport &report) {
+    if (!report.signs.memory) {
+        return "";
+    }
+    const os_mem_usage_t &memory = *report.signs.memory;
+    return std::to_string(memory.live_bytes) + " bytes in " + std::to_string(memory.live_blocks) +
+           " blocks, at most " + std::to_string(memory.peak_bytes) + " bytes so far";
+}
+
+void print_status(const ModuleReport &report) {
+    const ModuleFacts &facts = report.facts;
+    print_title(facts.name);
+    for (const char *column : {"id", "alias", "flags", "enabled", "startup", "state"}) {
+        print_pair(column, cell_of(report, column));
+    }
+    print_pair("process", facts.process != 0 ? std::to_string(facts.process) : "");
+    print_pair("status", cell_of(report, "status"));
+    print_pair("memory", memory_line(report));
+    print_pair("time", cell_of(report, "time"));
+    print_pair("start delay", std::to_string(g_modules_info[facts.id].delay) + " ms");
+    print_pair("log facility", std::to_string(g_modules_info[facts.id].facility));
+    print_pair("arguments", frwk_module_cmd(facts.id));
+}
+
+// ---- probe ----
+
+Json probe_as_json(uint32_t module, const VitalSigns &signs) {
+    Json object = json_members();
+    const apps_err_e_type code = signs.probe.delivered() ? signs.probe.result : signs.probe.sent;
+    add_member(object, "name", json_text(module_text(module)));
+    add_member(object, "result", json_number(code));
+    add_member(object, "result_name", json_text(code_name(code)));
+    if (signs.probe.delivered()) {
+        add_member(object, "microseconds", json_number(signs.microseconds));
+    }
+    return object;
+}
+
+void print_probe(uint32_t module, const VitalSigns &signs) {
+    if (signs.probe.delivered()) {
+        (void)std::printf("%s answered in %s\n", shown_text(Stream::kOutput, module_text(module)).c_str(),
+                          milliseconds_text(static_cast<double>(signs.microseconds)).c_str());
+    }
+}
+
+// ---- memory ----
+
+/* Without room, the ones that matter least go first: warn at, refused, ever, blocks. */
+TextTable memory_table() {
+    return TextTable({"MODULE", "LIVE", "PEAK", "BLOCKS", "EVER", "REFUSED", "WARN AT"}, {6, 5, 4, 3});
+}
+
+void add_memory_row(TextTable &table, uint32_t module, const os_mem_usage_t &memory) {
+    table.add({module_text(module), std::to_string(memory.live_bytes), std::to_string(memory.peak_bytes),
+               std::to_string(memory.live_blocks), std::to_string(memory.total_blocks),
+               std::to_string(memory.refused), std::to_string(memory.warn_at)});
+}
+
+void print_memory(const std::map<uint32_t, VitalSigns> &all) {
+    TextTable table = memory_table();
+    for (const auto &[module, signs] : all) {
+        if (signs.memory) {
+            add_memory_row(table, module, *signs.memory);
+        }
+    }
+    table.print();
+}
+
+void print_memory_json(const std::map<uint32_t, VitalSigns> &all) {
+    const Json items = json_items();
+    for (const auto &[module, signs] : all) {
+        if (signs.memory) {
+            Json object = memory_as_json(*signs.memory);
+            add_member(object, "name", json_text(module_text(module)));
+            add_item(items, std::move(object));
+        }
+    }
+    print_json(items);
+}
+
+}  // namespace
+
+ExitCode list_modules(const MonitorOptions &options) {
+    std::vector<ModuleReport> reports = report_all(options.limit());
+    if (options.running) {
+        keep_running(reports);
+    }
+    sort_reports(reports, options.sort, options.reverse);
+    if (options.json) {
+        print_json_reports(reports);
+    } else {
+        print_reports(reports);
+    }
+    return ExitCode::kDone;
+}
+
+ExitCode show_status(const MonitorOptions &options) {
+    std::vector<uint32_t> modules;
+    const ExitCode code = read_modules({options.module}, &modules);
+    if (code != ExitCode::kDone) {
+        return code;
+    }
+    const ModuleReport report = {module_facts(static_cast<int32_t>(modules[0])),
+                                 survey_module(modules[0], options.limit())};
+    if (options.json) {
+        print_json(report_as_json(report));
+    } else {
+        print_status(report);
+    }
+    return report_missing(report.signs, "status", modules[0]);
+}
+
+ExitCode probe_modules(const MonitorOptions &options) {
+    std::vector<uint32_t> modules;
+    ExitCode code = read_modules(options.modules, &modules);
+    if (code != ExitCode::kDone) {
+        return code;
+    }
+    const std::map<uint32_t, VitalSigns> all = survey_modules(modules, options.limit());
+    const Json items = json_items();
+    for (const auto &[module, signs] : all) {
+        add_item(items, probe_as_json(module, signs));
+    }
+    if (options.json) {
+        print_json(items);
+    }
+    for (const auto &[module, signs] : all) {
+        if (!options.json) {
+            print_probe(module, signs);
+        }
+        code = std::max(code, report_missing(signs, "probe", module));
+    }
+    return code;
+}
+
+ExitCode show_memory(const MonitorOptions &options) {
+    std::vector<uint32_t> modules;
+    ExitCode code = read_modules(options.modules, &modules);
+    if (code != ExitCode::kDone) {
+        return code;
+    }
+    const bool every = modules.empty();
+    const std::map<uint32_t, VitalSigns> all =
+        survey_modules(every ? modules_to_ask() : modules, options.limit());
+    if (options.json) {
+        print_memory_json(all);
+    } else {
+        print_memory(all);
+    }
+    for (const auto &[module, signs] : all) {
+        code = every ? code : std::max(code, report_missing(signs, "memory", module));
+    }
+    return code;
+}

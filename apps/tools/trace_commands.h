@@ -1,9 +1,0 @@
-/*
- * The command of logtool that shows and switches what the modem's service traces.
- */
-#pragma once
-
-#include "exit_code.h"
-#include "log_options.h"
-
-ExitCode switch_traces(const LogOptions &options);

@@ -1,0 +1,25 @@
+#include "zndb_tool/entry_output.h"
+
+#include <cstdio>
+
+#include "output/terminal.h"
+
+void print_entries(const std::string &heading, const Entries &entries) {
+    (void)std::puts(styled(Stream::kOutput, Style::kFaint, shown_text(Stream::kOutput, heading)).c_str());
+    for (const auto &[key, value] : entries) {
+        (void)std::printf("%s=%s\n",
+                          styled(Stream::kOutput, Style::kStrong, shown_text(Stream::kOutput, key)).c_str(),
+                          shown_text(Stream::kOutput, value).c_str());
+    }
+}
+
+void print_entry_lines(const Entries &entries) {
+    const std::string text = shown_lines(Stream::kOutput, format_entries(entries));
+    (void)std::fwrite(text.data(), 1, text.size(), stdout);
+}
+
+void print_words(const std::string &prefix, const std::vector<std::string> &words) {
+    for (const std::string &word : words) {
+        (void)std::puts(shown_text(Stream::kOutput, prefix + word).c_str());
+    }
+}

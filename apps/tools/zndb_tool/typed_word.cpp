@@ -1,0 +1,128 @@
+#include "zndb_tool/typed_word.h"
+
+#include <cctype>
+#include <cstdlib>
+
+#include "cli/complaint.h"
+#include "frwk_utils.h"
+#include "zndb.h"
+
+namespace {
+
+enum class Kind {
+    kText,
+    kBool,
+    kInteger,
+    kReal
+};
+
+struct Type {
+    const char *name;
+    int32_t code;
+    Kind kind;
+};
+
+constexpr Type kTypes[] = {
+    {"string", FRWK_DATA_TYPE_STRING, Kind::kText},  {"bool", FRWK_DATA_TYPE_BOOL, Kind::kBool},
+    {"byte", FRWK_DATA_TYPE_BYTE, Kind::kInteger},   {"uchar", FRWK_DATA_TYPE_UCHAR, Kind::kInteger},
+    {"short", FRWK_DATA_TYPE_SHORT, Kind::kInteger}, {"ushort", FRWK_DATA_TYPE_USHORT, Kind::kInteger},
+    {"int", FRWK_DATA_TYPE_INT, Kind::kInteger},     {"uint", FRWK_DATA_TYPE_UINT, Kind::kInteger},
+    {"long", FRWK_DATA_TYPE_LONG, Kind::kInteger},   {"ulong", FRWK_DATA_TYPE_ULONG, Kind::kInteger},
+    {"llong", FRWK_DATA_TYPE_LLONG, Kind::kInteger}, {"ullong", FRWK_DATA_TYPE_ULLONG, Kind::kInteger},
+    {"float", FRWK_DATA_TYPE_FLOAT, Kind::kReal},    {"double", FRWK_DATA_TYPE_DOUBLE, Kind::kReal},
+};
+
+const Type &type_of(int32_t code) {
+    for (const Type &type : kTypes) {
+        if (type.code == code) {
+            return type;
+        }
+    }
+    return kTypes[0];
+}
+
+/* An integer without its '+' and leading zeros; "" when it is none. */
+std::string canonical_integer(const std::string &word) {
+    const bool has_sign = !word.empty() && (word[0] == '-' || word[0] == '+');
+    std::string digits = word.substr(has_sign ? 1 : 0);
+    if (digits.empty() || digits.find_first_not_of("0123456789") != std::string::npos) {
+        return "";
+    }
+    digits.erase(0, std::min(digits.find_first_not_of('0'), digits.size() - 1));
+    return (word[0] == '-' && digits != "0" ? "-" : "") + digits;
+}
+
+bool is_real(const std::string &word) {
+    char *end = nullptr;
+    (void)std::strtod(word.c_str(), &end);
+    return !word.empty() && std::isspace(static_cast<unsigned char>(word[0])) == 0 && *end == '\0';
+}
+
+/* Whether the word is written as values of the kind are. kind: not text, which is written in any way. */
+bool is_written_as(Kind kind, const std::string &word) {
+    if (kind == Kind::kBool) {
+        return !word.empty() && frwk_str_to_bool(word.c_str(), nullptr) == 1;
+    }
+    return kind == Kind::kInteger ? !canonical_integer(word).empty() : is_real(word);
+}
+
+/* A text to a variable of the type and back. */
+apps_err_e_type through_variable(int32_t type, const std::string &text, std::string *out) {
+    alignas(8) char variable[ZNDB_VALUE_LEN] = {};
+    char written[ZNDB_VALUE_LEN] = {};
+    apps_err_e_type ret = frwk_str_to_value(type, text.c_str(), variable, sizeof(variable));
+    if (ret == E_APPS_ERR_SUCCESS) {
+        ret = frwk_value_to_str(type, variable, written, sizeof(written));
+    }
+    if (ret == E_APPS_ERR_SUCCESS) {
+        *out = written;
+    }
+    return ret;
+}
+
+std::string is_no(const std::string &text, const Type &type) {
+    return "'" + text + "' is no " + type.name;
+}
+
+}  // namespace
+
+std::vector<std::string> type_names() {
+    std::vector<std::string> names;
+    for (const Type &type : kTypes) {
+        names.emplace_back(type.name);
+    }
+    return names;
+}
+
+int32_t type_named(const std::string &name) {
+    for (const Type &type : kTypes) {
+        if (name == type.name) {
+            return type.code;
+        }
+    }
+    return 0;
+}
+
+std::string to_stored(int32_t code, const std::string &word, std::string *stored) {
+    const Type &type = type_of(code);
+    if (type.kind == Kind::kText) {
+        *stored = word;
+        return "";
+    }
+    if (!is_written_as(type.kind, word)) {
+        return is_no(word, type);
+    }
+    std::string text;
+    const apps_err_e_type ret = through_variable(code, word, &text);
+    const bool changed = type.kind == Kind::kInteger && text != canonical_integer(word);
+    if (ret != E_APPS_ERR_SUCCESS || changed) {
+        return is_no(word, type) + ": out of its range";
+    }
+    *stored = text;
+    return "";
+}
+
+std::string to_shown(int32_t code, const std::string &stored, std::string *word) {
+    const apps_err_e_type ret = through_variable(code, stored, word);
+    return ret == E_APPS_ERR_SUCCESS ? "" : is_no(stored, type_of(code)) + ": " + code_text(ret);
+}

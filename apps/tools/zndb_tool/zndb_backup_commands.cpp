@@ -1,0 +1,218 @@
+#include "zndb_tool/zndb_backup_commands.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <string>
+
+#include "cli/complaint.h"
+#include "cli/request_outcome.h"
+#include "cli/user_signals.h"
+#include "cli/wait_notice.h"
+#include "device/held_file.h"
+#include "device/open_file.h"
+#include "device/text_file.h"
+#include "frwk_dbrm.h"
+#include "frwk_dbrm/format/database_text.h"
+#include "frwk_module.h"
+#include "zndb.h"
+#include "zndb_tool/restore_advice.h"
+#include "zndb_tool/store_files.h"
+#include "zndb_tool/store_request.h"
+#include "zndb_tool/zndb_value_commands.h"
+
+namespace {
+
+/* The backup until it is whole. */
+constexpr char kPartSuffix[] = ".part";
+
+/* What a backup is bound to, and the room that its value takes. */
+constexpr char kProductKey[] = "device_product_name";
+constexpr size_t kProductSize = 64;
+
+/* On tmpfs: what is deciphered never reaches a disk. */
+constexpr char kCopyTemplate[] = "/tmp/m_tmp/zndb_tool.XXXXXX";
+
+/* A backup in the folder of the file that it is to become; gone at the end, unless it became it. */
+class Part {
+  public:
+    explicit Part(const std::string &file) : file_(file), path_(file + kPartSuffix) {}
+    ~Part() { file_.remove(kPartSuffix); }
+    Part(const Part &) = delete;
+    Part &operator=(const Part &) = delete;
+
+    const std::string &path() const { return path_; }
+
+    /* Gives it the file's name. Returns false, with errno set, when that fails. */
+    bool become_file() { return file_.replace_by(kPartSuffix); }
+
+  private:
+    const HeldFile file_;
+    const std::string path_;
+};
+
+/* A file that is gone at the end. */
+class TemporaryFile {
+  public:
+    explicit TemporaryFile(std::string path) : path_(std::move(path)) {}
+    ~TemporaryFile() { (void)::unlink(path_.c_str()); }
+    TemporaryFile(const TemporaryFile &) = delete;
+    TemporaryFile &operator=(const TemporaryFile &) = delete;
+
+    const std::string &path() const { return path_; }
+
+  private:
+    const std::string path_;
+};
+
+/* Without the database nothing else makes sense. */
+ExitCode check_database(const std::string &what) {
+    const WaitNotice notice(E_APPS_MODULE_ZNDB);
+    return report_outcome(send_request(E_APPS_MODULE_ZNDB, E_APPS_MSG_SYS_PROBE, ""), E_APPS_MODULE_ZNDB,
+                          what);
+}
+
+/* A backup is bound to the product, so a device that doesn't know its own has none. */
+const char *backup_hint(apps_err_e_type code) {
+    char product[kProductSize] = "";
+    const bool unknown = code == E_APPS_ERR_INTERNAL &&
+                         zndb_get(kProductKey, product, sizeof(product)) == E_ZNDB_RET_NOT_FOUND;
+    return unknown ? "; the device doesn't know its product: device_product_name is not set" : "";
+}
+
+/* The product's name as a backup is bound to it; "" when the device doesn't know it. */
+std::string product_name() {
+    char product[kProductSize] = "";
+    return zndb_get(kProductKey, product, sizeof(product)) == E_ZNDB_RET_SUCCESS ? product : "";
+}
+
+/* Whether the name would be gone with the settings. */
+bool product_is_a_setting() {
+    char product[kProductSize] = "";
+    return !product_name().empty() &&
+           zndb_get_def(kProductKey, product, sizeof(product)) == E_ZNDB_RET_NOT_FOUND;
+}
+
+/* What the plain store holds, where that can be read. */
+struct Settings {
+    Settings() : is_known(read_store(Store::kPlain, &entries).empty()) {}
+    Entries entries;
+    bool is_known;
+};
+
+size_t settings_on_disk() {
+    std::string text;
+    return read_text_file(store_paths(Store::kPlain), &text).empty() ? parse_entry_lines(text).size() : 0;
+}
+
+/* What a restore that failed has made of the device. copy: gone when records were begun to be applied. */
+RestoreFacts facts_after(const std::string &file, const std::string &copy, const std::string &product,
+                         const Settings &before) {
+    const Settings now;
+    RestoreFacts facts;
+    facts.file = file;
+    facts.product = product;
+    facts.knows_product = !product_name().empty();
+    facts.was_refused = file_exists(copy);
+    facts.is_known = before.is_known && now.is_known;
+    facts.has_changed = facts.is_known && now.entries != before.entries;
+    facts.settings_before = before.entries.size();
+    facts.settings_now = now.entries.size();
+    facts.settings_on_disk = settings_on_disk();
+    return facts;
+}
+
+ExitCode complain_about_restore(apps_err_e_type result, const RestoreFacts &facts) {
+    const ExitCode code =
+        complain(ExitCode::kRefused,
+                 "restore of " + facts.file + " failed: " + code_text(result) + restore_hint(facts));
+    for (const std::string &line : restore_advice(facts)) {
+        (void)complain(code, line);
+    }
+    return code;
+}
+
+/* What is not saved would be lost, and a database that can't save would be left empty. */
+ExitCode save_before_restore(const std::string &file) {
+    return report_outcome(save_both_stores().request, E_APPS_MODULE_ZNDB, "restore of " + file + ": save",
+                          "; nothing has changed");
+}
+
+/* A copy that only its owner can read; its name goes to path. Returns "" or what is wrong. */
+std::string copy_privately(const std::string &from, std::string *path) {
+    std::string name = kCopyTemplate;
+    const OpenFile copy(::mkostemp(name.data(), O_CLOEXEC));
+    if (copy.fd() < 0) {
+        return errno_text("can't make a copy in /tmp/m_tmp", errno);
+    }
+    *path = name;
+    return copy_file(from, copy.fd());
+}
+
+/* Warns of a line of the saved settings at which a restore would stop. */
+void warn_of_lost_lines() {
+    const std::string path = store_paths(Store::kPlain);
+    std::string text;
+    if (!file_exists(path) || !read_text_file(path, &text).empty()) {
+        return;
+    }
+    const database_text::Stop stop = database_text::find_stop(text.data(), text.size());
+    if (stop.reason != nullptr) {
+        (void)complain(ExitCode::kDone, "warning: " + path + ":" + std::to_string(stop.line) + ": " +
+                                            stop.reason + "; a restore of this backup stops there");
+    }
+}
+
+}  // namespace
+
+ExitCode back_up(const ZndbOptions &options) {
+    ExitCode code = check_database("backup");
+    if (code == ExitCode::kDone) {
+        code = save_before_backup(options);
+    }
+    if (code != ExitCode::kDone) {
+        return code;
+    }
+    const SignalHold hold;
+    Part part(options.file);
+    const apps_err_e_type ret = frwk_dbrm_backup(part.path().c_str());
+    if (ret != E_APPS_ERR_SUCCESS) {
+        return complain(ExitCode::kRefused,
+                        "backup to " + options.file + " failed: " + code_text(ret) + backup_hint(ret));
+    }
+    if (!SignalHold::waiting() && !part.become_file()) {
+        return complain(ExitCode::kUsage, errno_text("can't write " + options.file, errno));
+    }
+    warn_of_lost_lines();
+    return ExitCode::kDone;
+}
+
+ExitCode restore(const ZndbOptions &options) {
+    ExitCode code = check_database("restore");
+    if (code != ExitCode::kDone) {
+        return code;
+    }
+    const SignalHold hold;
+    std::string path;
+    const std::string problem = copy_privately(options.file, &path);
+    const TemporaryFile copy(path);
+    if (!problem.empty()) {
+        return complain(ExitCode::kUsage, problem);
+    }
+    code = save_before_restore(options.file);
+    if (code != ExitCode::kDone) {
+        return code;
+    }
+
+    const std::string product = product_name();
+    const Settings before;
+    if (product_is_a_setting()) {
+        (void)complain(code, product_warning(product));
+    }
+    const apps_err_e_type ret = frwk_dbrm_restore(copy.path().c_str());
+    return ret == E_APPS_ERR_SUCCESS
+               ? code
+               : complain_about_restore(ret, facts_after(options.file, copy.path(), product, before));
+}

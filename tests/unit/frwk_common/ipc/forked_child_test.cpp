@@ -1,0 +1,128 @@
+/*
+ * What a forked child has, and has not, of the module that it comes from.
+ */
+#include <unistd.h>
+
+#include <atomic>
+#include <cerrno>
+#include <string>
+#include <thread>
+
+#include "frwk_common/events/subscription_lock.h"
+#include "frwk_common/ipc/server/own_messages.h"
+#include "support/child.h"
+#include "unit/frwk_common/events/subscription_fixture.h"
+#include "unit/frwk_common/ipc/server/service_fixture.h"
+#include "unit/frwk_common/queue/itc_fixture.h"
+
+namespace base = doubles::base;
+
+namespace {
+
+/* Far above what a child needs that does not hang. */
+constexpr unsigned kChildSeconds = 60;
+
+ChildEnd in_child_within_limit(const std::function<std::string()> &body) {
+    return run_in_child([&body] {
+        alarm(kChildSeconds);
+        return body();
+    });
+}
+
+}  // namespace
+
+/* ---- Its queues ------------------------------------------------------------------------------------ */
+
+namespace {
+
+class ForkedChildOfQueues : public ItcTest {
+  protected:
+    /* Makes a queue of the child's own, whose thread is never started. */
+    static std::string make_own(const std::string &name) {
+        base::os_thread_create.stand_in(
+            [](os_thread_t *, const os_thread_attr *, os_thread_entry, void *) { return 0; });
+        return std::to_string(frwk_itc_create(name.c_str(), nullptr, ItcRecorder::handle));
+    }
+    LogCapture log_;
+};
+
+std::atomic<bool> g_sending{false};
+std::atomic<bool> g_released{false};
+
+/* Sends to a queue that has no thread yet, with the registry's lock held until it is released. */
+void send_slowly(const std::string &name) {
+    base::os_sem_post.stand_in([](os_sem *) {
+        g_sending = true;
+        while (!g_released) {
+            std::this_thread::yield();
+        }
+        return 0;
+    });
+    (void)send_text(name, 1, "text");
+}
+
+}  // namespace
+
+TEST_F(ForkedChildOfQueues, HasNoneAndMayMakeOneOfTheSameName) {
+    ASSERT_EQ(create(), E_APPS_ERR_SUCCESS);
+    const ChildEnd end = in_child_within_limit([this] {
+        const std::string sent = std::to_string(send_text(name_, 1, "text"));
+        const std::string made = make_own(name_);
+        return sent + " " + made + " " + std::to_string(send_text(name_, 1, "text"));
+    });
+    EXPECT_EQ(end.report, std::to_string(E_APPS_ERR_NOTEXIST) + " 0 0");
+}
+
+TEST_F(ForkedChildOfQueues, MakesOneThoughAThreadOfItsParentHoldsTheRegistry) {
+    std::thread sender;
+    ChildEnd end;
+    base::os_thread_create.stand_in([&](os_thread_t *, const os_thread_attr *, os_thread_entry, void *) {
+        sender = std::thread(send_slowly, name_);
+        EXPECT_TRUE(wait_until([] { return g_sending.load(); }));
+        end = in_child_within_limit([] { return make_own("another"); });
+        g_released = true;
+        sender.join();
+        return EAGAIN;
+    });
+    EXPECT_EQ(create(), E_APPS_ERR_THREAD);
+    EXPECT_EQ(end.report, "0");
+}
+
+/* ---- Its threads of own messages ------------------------------------------------------------------- */
+
+using ForkedChildOfOwnMessages = IpcServiceTest;
+
+TEST_F(ForkedChildOfOwnMessages, CountsItsOwnAlone) {
+    g_s_own_messages_limit = 2;
+    ASSERT_TRUE(own_message_begins());
+    ASSERT_TRUE(own_message_begins());
+    const ChildEnd end = in_child_within_limit([] { return own_message_begins() ? "taken" : "refused"; });
+    EXPECT_EQ(end.report, "taken");
+    own_message_ends();
+    own_message_ends();
+}
+
+/* ---- The lock of the subscriptions ----------------------------------------------------------------- */
+
+using ForkedChildOfASubscriber = SubscriptionTest;
+
+/* The child waits for the process that holds the lock, not for a thread that it hasn't got. */
+TEST_F(ForkedChildOfASubscriber, TakesTheLockWhenItsParentHasLetItGo) {
+    SocketPair pair;
+    ASSERT_EQ(frwk_ipc_subscribe_lock(), 1);
+    std::thread holder([&pair] {
+        (void)read_bytes(pair.test(), 1);
+        frwk_ipc_subscribe_unlock();
+    });
+    const ChildEnd end = in_child_within_limit([&pair] {
+        base::os_msleep.stand_in([&pair](uint32_t ms) {
+            (void)write_bytes(pair.subject(), Bytes(1));
+            base::os_msleep.restore();
+            base::os_msleep.real(ms);
+        });
+        return std::to_string(frwk_ipc_subscribe_lock());
+    });
+    (void)write_bytes(pair.subject(), Bytes(1));
+    holder.join();
+    EXPECT_EQ(end.report, "1");
+}

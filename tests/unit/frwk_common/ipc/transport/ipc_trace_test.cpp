@@ -1,0 +1,111 @@
+/*
+ * The line that traces each message, and which messages stay out of the system log.
+ */
+#include "frwk_common/ipc/transport/ipc_trace.h"
+
+#include "doubles/base_doubles.h"
+#include "support/log_checks.h"
+#include "unit/frwk_common/module_fixture.h"
+
+namespace {
+
+class IpcTraceTest : public ModuleTest {
+  protected:
+    LogCapture log_;
+};
+
+constexpr int32_t kQuietMessages[] = {6, 7, 8, 2001, 2002, 4018, 4021};
+
+}  // namespace
+
+TEST_F(IpcTraceTest, ShowsAnAnsweredMessageWithADoubleArrow) {
+    frwk_ipc_trace(IpcTrace::kAnswered, -1, 5, 5001);
+    EXPECT_TRUE(logged_once(log_, kDebugLevel,
+                            "#### [ROUTER]==>[WLAN]::[E_APPS_MSG_WLAN_SET_FEATURE_PARAMS:5001] ####"));
+}
+
+TEST_F(IpcTraceTest, ShowsAOneWayMessageWithASingleArrow) {
+    frwk_ipc_trace(IpcTrace::kOneWay, -1, 1, 1001);
+    EXPECT_TRUE(
+        logged_once(log_, kDebugLevel, "#### [ROUTER]-->[MONITOR]::[E_APPS_MSG_MONITOR_REBOOT:1001] ####"));
+}
+
+TEST_F(IpcTraceTest, ShowsAliasesNotNames) {
+    frwk_ipc_trace(IpcTrace::kAnswered, 17, 14, 0);
+    EXPECT_TRUE(logged_once(log_, kDebugLevel, "#### [WEBS]==>[NTP]::[E_APPS_MSG_MIN:0] ####"));
+}
+
+TEST_F(IpcTraceTest, ShowsAnIdOutsideTheTableAsTheCallingModule) {
+    frwk_ipc_trace(IpcTrace::kAnswered, 1000, -1, 0);
+    EXPECT_TRUE(logged_once(log_, kDebugLevel, "#### [ROUTER]==>[ROUTER]::[E_APPS_MSG_MIN:0] ####"));
+}
+
+TEST_F(IpcTraceTest, SurvivesASenderInAnEmptySlot) {
+    frwk_ipc_trace(IpcTrace::kAnswered, 40, -1, 0);
+    EXPECT_EQ(log_.count("]==>[ROUTER]::[E_APPS_MSG_MIN:0] ####"), 1u) << log_.text();
+}
+
+TEST_F(IpcTraceTest, ShowsUnknownMessagesByNumber) {
+    frwk_ipc_trace(IpcTrace::kAnswered, -1, 5, 999999);
+    EXPECT_TRUE(logged_once(log_, kDebugLevel, "#### [ROUTER]==>[WLAN]::[unknown:999999] ####"));
+    frwk_ipc_trace(IpcTrace::kAnswered, -1, 5, -3);
+    EXPECT_TRUE(logged_once(log_, kDebugLevel, "#### [ROUTER]==>[WLAN]::[unknown:-3] ####"));
+}
+
+TEST_F(IpcTraceTest, ShowsAMessageThatTheBaseLibraryHasNoWordFor) {
+    doubles::base::zn_enum_to_string.stand_in(
+        [](const zn_enum_item *, uint32_t, int32_t) -> const char * { return nullptr; });
+    frwk_ipc_trace(IpcTrace::kAnswered, -1, 5, 5056);
+    EXPECT_TRUE(logged_once(log_, kDebugLevel, "#### [ROUTER]==>[WLAN]::[unknown:5056] ####"));
+}
+
+TEST_F(IpcTraceTest, KeepsQuietMessagesOutOfTheSystemLog) {
+    for (const int32_t msgid : kQuietMessages) {
+        log_.clear();
+        frwk_ipc_trace(IpcTrace::kAnswered, -1, 2, msgid);
+        frwk_ipc_trace(IpcTrace::kOneWay, -1, 2, msgid);
+        EXPECT_EQ(log_.debug_lines().size(), 2u) << msgid;
+        EXPECT_EQ(log_.system_lines().size(), 0u) << msgid;
+    }
+}
+
+TEST_F(IpcTraceTest, GivesOtherMessagesToTheSystemLogAboveLevelSix) {
+    g_syslog_level = 7;
+    frwk_ipc_trace(IpcTrace::kAnswered, -1, 2, 2003);
+    EXPECT_EQ(log_.system_lines().size(), 1u);
+}
+
+TEST_F(IpcTraceTest, KeepsEveryMessageOutOfTheSystemLogAtLevelSix) {
+    g_syslog_level = 6;
+    frwk_ipc_trace(IpcTrace::kAnswered, -1, 2, 2003);
+    EXPECT_EQ(log_.system_lines().size(), 0u);
+    EXPECT_EQ(log_.debug_lines().size(), 1u);
+}
+
+TEST_F(IpcTraceTest, WritesNothingToADebugChannelThatIsOff) {
+    g_debug_log_enable = 0;
+    frwk_ipc_trace(IpcTrace::kAnswered, -1, 2, 2002);
+    frwk_ipc_trace(IpcTrace::kAnswered, -1, 2, 2003);
+    EXPECT_EQ(log_.debug_lines().size(), 0u);
+    EXPECT_EQ(log_.system_lines().size(), 1u);
+}
+
+TEST(IpcMsgDebug, IsTrueForTheSevenFrequentPolls) {
+    for (const int32_t msgid : kQuietMessages) {
+        EXPECT_EQ(frwk_ipc_msg_debug(msgid), 1) << msgid;
+    }
+}
+
+TEST(IpcMsgDebug, IsFalseForTheirNeighbours) {
+    for (const int32_t msgid : {2000, 2003, 4017, 4019, 4020, 4022, 5, 9}) {
+        EXPECT_EQ(frwk_ipc_msg_debug(msgid), 0) << msgid;
+    }
+}
+
+TEST(IpcMsgDebug, IsTrueForNoOtherMessage) {
+    int32_t quiet = frwk_ipc_msg_debug(INT32_MIN) + frwk_ipc_msg_debug(INT32_MAX);
+    for (int32_t msgid = -1000; msgid <= 70000; ++msgid) {
+        quiet += frwk_ipc_msg_debug(msgid);
+    }
+    EXPECT_EQ(quiet, 7);
+}

@@ -1,0 +1,315 @@
+/*
+ * Private folders: who reaches them, where they are made, and what becomes of those that a killed process
+ * left.
+ */
+#include "frwk_dbrm/files/private_folder.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "doubles/libc_doubles.h"
+#include "doubles/log_capture.h"
+#include "support/log_checks.h"
+#include "support/wait_until.h"
+#include "unit/frwk_dbrm/another_user.h"
+
+namespace {
+
+constexpr char kTmp[] = "/tmp/m_tmp";
+constexpr char kDisk[] = "/m_data/usr";
+constexpr char kLeftover[] = "/tmp/m_tmp/backup.private.aB3dE6";
+constexpr uint64_t kRoom = 1 << 20;
+
+class PrivateFolders : public testing::Test {
+  protected:
+    PrivateFolders() {
+        doubles::restore_all();
+        for (const char *parent : {kTmp, kDisk}) {
+            std::filesystem::create_directories(parent);
+            EXPECT_EQ(0, ::chmod(parent, 0755));
+            for (const std::string &name : folders_in(parent)) {
+                std::filesystem::remove_all(std::string(parent) + "/" + name);
+            }
+        }
+    }
+    ~PrivateFolders() override {
+        doubles::restore_all();
+        for (const char *parent : {kTmp, kDisk}) {
+            EXPECT_EQ(0, ::chmod(parent, 0755));
+        }
+    }
+
+    static std::vector<std::string> folders_in(const char *parent) {
+        std::vector<std::string> names;
+        for (const auto &entry : std::filesystem::directory_iterator(parent)) {
+            const std::string name = entry.path().filename();
+            if (name.find("backup.private") == 0) {
+                names.push_back(name);
+            }
+        }
+        return names;
+    }
+
+    static size_t folders() { return folders_in(kTmp).size() + folders_in(kDisk).size(); }
+
+    static bool is_in(const PrivateFolder &folder, const std::string &parent) {
+        return std::string(folder.file()).find(parent + "/backup.private.") == 0;
+    }
+
+    static void leave_folder() {
+        std::filesystem::create_directory(kLeftover);
+        EXPECT_TRUE(write_text(std::string(kLeftover) + "/backup", "in the clear"));
+    }
+
+    /* Lets a file system have so few bytes left, where the parent is it or none is named. */
+    static void fill_disk(const std::string &full, uint64_t left) {
+        doubles::libc::statvfs.stand_in([full, left](const char *path, struct statvfs *info) {
+            const int result = doubles::libc::statvfs.real(path, info);
+            if (full.empty() || full == path) {
+                info->f_frsize = 1;
+                info->f_bavail = static_cast<fsblkcnt_t>(left);
+            }
+            return result;
+        });
+    }
+
+    static void expect_none(int error) {
+        PrivateFolder folder;
+        EXPECT_FALSE(folder.make(kRoom));
+        EXPECT_EQ(error, errno);
+        EXPECT_STREQ("", folder.file());
+        EXPECT_EQ(0u, folders());
+    }
+};
+
+TEST_F(PrivateFolders, LetNobodyElseIn) {
+    PrivateFolder folder;
+    ASSERT_TRUE(folder.make(kRoom));
+    EXPECT_TRUE(is_in(folder, kTmp));
+    struct stat info = {};
+    ASSERT_EQ(0, ::stat(std::filesystem::path(folder.file()).parent_path().c_str(), &info));
+    EXPECT_EQ(0700u, info.st_mode & 07777u);
+    EXPECT_EQ(::geteuid(), info.st_uid);
+}
+
+TEST_F(PrivateFolders, AreGoneInTheEndWithAllThatIsInThem) {
+    {
+        PrivateFolder folder;
+        ASSERT_TRUE(folder.make(kRoom));
+        ASSERT_TRUE(write_text(folder.file(), "text"));
+        ASSERT_TRUE(write_text(std::string(folder.file()) + ".unfinished", "text"));
+    }
+    EXPECT_EQ(0u, folders());
+}
+
+TEST_F(PrivateFolders, ThatWereNeverMadeRemoveNothing) {
+    { const PrivateFolder folder; }
+    EXPECT_EQ(0u, doubles::libc::rmdir.calls());
+}
+
+TEST_F(PrivateFolders, StandSideBySide) {
+    PrivateFolder one;
+    PrivateFolder other;
+    ASSERT_TRUE(one.make(kRoom));
+    ASSERT_TRUE(other.make(kRoom));
+    EXPECT_STRNE(one.file(), other.file());
+    EXPECT_EQ(2u, folders());
+}
+
+TEST_F(PrivateFolders, AreOnTheDiskWhereTmpfsHasNoRoom) {
+    fill_disk(kTmp, kRoom - 1);
+    PrivateFolder folder;
+    ASSERT_TRUE(folder.make(kRoom));
+    EXPECT_TRUE(is_in(folder, kDisk));
+}
+
+TEST_F(PrivateFolders, NeedTheirRoomAndNoMore) {
+    fill_disk("", kRoom - 1);
+    expect_none(ENOSPC);
+    fill_disk("", kRoom);
+    EXPECT_TRUE(PrivateFolder().make(kRoom));
+}
+
+TEST_F(PrivateFolders, OnADiskOfUnknownSizeAreNone) {
+    doubles::libc::statvfs.stand_in([](const char *, struct statvfs *) {
+        errno = EIO;
+        return -1;
+    });
+    expect_none(EIO);
+}
+
+TEST_F(PrivateFolders, AreNotMadeWhereAnotherCouldMoveThem) {
+    EXPECT_EQ(0, ::chmod(kTmp, 0777));
+    {
+        PrivateFolder folder;
+        ASSERT_TRUE(folder.make(kRoom));
+        EXPECT_TRUE(is_in(folder, kDisk));
+    }
+    EXPECT_EQ(0, ::chmod(kDisk, 01777));
+    expect_none(EPERM);
+}
+
+TEST_F(PrivateFolders, NeedAFolderToBeMadeIn) {
+    std::filesystem::rename(kDisk, "/m_data/elsewhere");
+    fill_disk(kTmp, 0);
+    PrivateFolder folder;
+    EXPECT_FALSE(folder.make(kRoom));
+    EXPECT_EQ(ENOENT, errno);
+    std::filesystem::rename("/m_data/elsewhere", kDisk);
+}
+
+TEST_F(PrivateFolders, OfAKilledProcessAreRemovedByTheNext) {
+    const LogCapture log;
+    leave_folder();
+    PrivateFolder folder;
+    ASSERT_TRUE(folder.make(kRoom));
+    EXPECT_FALSE(std::filesystem::exists(kLeftover));
+    EXPECT_TRUE(logged_once(log, kNoticeLevel, "remove_leftover",
+                            "removed backup.private.aB3dE6, which a killed process left"));
+}
+
+TEST_F(PrivateFolders, OfAKilledProcessAreRemovedWhereverTheyAre) {
+    const std::string on_disk = std::string(kDisk) + "/backup.private.aB3dE6";
+    std::filesystem::create_directory(on_disk);
+    EXPECT_TRUE(PrivateFolder().make(kRoom));
+    EXPECT_FALSE(std::filesystem::exists(on_disk));
+}
+
+TEST_F(PrivateFolders, OfALivingProcessStay) {
+    leave_folder();
+    const int living = ::open(kLeftover, O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    ASSERT_EQ(0, ::flock(living, LOCK_EX));
+    EXPECT_TRUE(PrivateFolder().make(kRoom));
+    EXPECT_TRUE(std::filesystem::exists(std::string(kLeftover) + "/backup"));
+    ::close(living);
+}
+
+TEST_F(PrivateFolders, OfAnotherUserStay) {
+    leave_folder();
+    give_to_another_user({kLeftover});
+    EXPECT_TRUE(PrivateFolder().make(kRoom));
+    EXPECT_TRUE(std::filesystem::exists(std::string(kLeftover) + "/backup"));
+}
+
+TEST_F(PrivateFolders, LeaveEverythingElseAlone) {
+    const std::string links_to = "/m_data/usr/kept";
+    std::filesystem::create_directories(links_to);
+    std::filesystem::create_directory_symlink(links_to, kLeftover);
+    for (const char *name : {"backup.private.aB3dE", "backup.private.aB3dE67", "backup.Private.aB3dE6"}) {
+        std::filesystem::create_directory(std::string(kTmp) + "/" + name);
+    }
+    EXPECT_TRUE(PrivateFolder().make(kRoom));
+    EXPECT_TRUE(std::filesystem::is_symlink(kLeftover));
+    EXPECT_TRUE(std::filesystem::exists(links_to));
+    EXPECT_EQ(3u, folders());
+    std::filesystem::remove(std::string(kTmp) + "/backup.Private.aB3dE6");
+}
+
+TEST_F(PrivateFolders, ThatHoldAFolderStayButEmpty) {
+    const LogCapture log;
+    leave_folder();
+    std::filesystem::create_directory(std::string(kLeftover) + "/folder");
+    EXPECT_TRUE(PrivateFolder().make(kRoom));
+    EXPECT_FALSE(std::filesystem::exists(std::string(kLeftover) + "/backup"));
+    EXPECT_TRUE(std::filesystem::exists(kLeftover));
+    EXPECT_FALSE(log.contains("which a killed process left"));
+}
+
+TEST_F(PrivateFolders, AreMadeThoughLeftoversCanNotBeListed) {
+    doubles::libc::openat.stand_in([](int folder, const char *name, int flags, mode_t mode) {
+        if (std::string(name) == kTmp || std::string(name) == kDisk) {
+            errno = EACCES;
+            return -1;
+        }
+        return doubles::libc::openat.real(folder, name, flags, mode);
+    });
+    EXPECT_TRUE(PrivateFolder().make(kRoom));
+}
+
+/* Between its making and its lock a folder looks like a leftover. */
+TEST_F(PrivateFolders, TakenForLeftoversAreMadeAgain) {
+    doubles::libc::flock.stand_in([](int fd, int operation) {
+        if (doubles::libc::flock.calls() == 1) {
+            std::filesystem::remove(std::string(kTmp) + "/" + folders_in(kTmp).front());
+        }
+        return doubles::libc::flock.real(fd, operation);
+    });
+    doubles::libc::mkdtemp.stand_in([](char *path) {
+        char *made = doubles::libc::mkdtemp.real(path);
+        if (doubles::libc::mkdtemp.calls() == 2) {
+            std::filesystem::remove(path);
+        }
+        return made;
+    });
+    PrivateFolder folder;
+    ASSERT_TRUE(folder.make(kRoom));
+    EXPECT_EQ(3u, doubles::libc::mkdtemp.calls());
+    EXPECT_TRUE(write_text(folder.file(), "text"));
+}
+
+TEST_F(PrivateFolders, AlwaysTakenForLeftoversAreGivenUp) {
+    doubles::libc::mkdtemp.stand_in([](char *path) {
+        char *made = doubles::libc::mkdtemp.real(path);
+        std::filesystem::remove(path);
+        return made;
+    });
+    expect_none(EAGAIN);
+    EXPECT_EQ(20u, doubles::libc::mkdtemp.calls());
+}
+
+TEST_F(PrivateFolders, AnInterruptedLockIsTriedAgain) {
+    doubles::libc::flock.stand_in([](int fd, int operation) {
+        if (doubles::libc::flock.calls() == 1) {
+            errno = EINTR;
+            return -1;
+        }
+        return doubles::libc::flock.real(fd, operation);
+    });
+    EXPECT_TRUE(PrivateFolder().make(kRoom));
+    EXPECT_EQ(2u, doubles::libc::flock.calls());
+}
+
+TEST_F(PrivateFolders, ThatCanNotBeMadeAreNone) {
+    doubles::libc::mkdtemp.stand_in([](char *) -> char * {
+        errno = EROFS;
+        return nullptr;
+    });
+    expect_none(EROFS);
+}
+
+TEST_F(PrivateFolders, ThatCanNotBeOpenedAreRemoved) {
+    doubles::libc::open.stand_in([](const char *, int, mode_t) {
+        errno = EMFILE;
+        return -1;
+    });
+    expect_none(EMFILE);
+}
+
+TEST_F(PrivateFolders, ThatCanNotBeLockedAreRemoved) {
+    doubles::libc::flock.stand_in([](int, int) {
+        errno = ENOLCK;
+        return -1;
+    });
+    expect_none(ENOLCK);
+}
+
+TEST_F(PrivateFolders, OfWhichNothingIsKnownAreRemoved) {
+    doubles::libc::fstat.stand_in([](int fd, struct stat *info) {
+        if (doubles::libc::flock.calls() > 0) {
+            errno = EIO;
+            return -1;
+        }
+        return doubles::libc::fstat.real(fd, info);
+    });
+    expect_none(EIO);
+}
+
+}  // namespace

@@ -1,0 +1,42 @@
+#include "logtool/log_filter.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+LogLine line(const std::string &module, int level, const std::string &text) {
+    LogLine made;
+    made.module = module;
+    made.level = level;
+    made.text = text;
+    return made;
+}
+
+TEST(LogFilter, WantsEverythingWithoutWishes) {
+    EXPECT_TRUE(LogFilter().concerns(line("", kNoLevel, "")));
+    EXPECT_TRUE(LogFilter().wants_level_of(line("", kNoLevel, "")));
+}
+
+TEST(LogFilter, ComparesWholeNamesOfModules) {
+    const LogFilter filter = {{"oma", "wlan"}, kNoLevel, ""};
+    EXPECT_TRUE(filter.concerns(line("oma", kNoLevel, "")));
+    EXPECT_TRUE(filter.concerns(line("wlan", kNoLevel, "")));
+    EXPECT_FALSE(filter.concerns(line("omadm", kNoLevel, "")));
+    EXPECT_FALSE(filter.concerns(line("", kNoLevel, "oma")));
+}
+
+TEST(LogFilter, FindsTextInUpperOrLowerCase) {
+    const LogFilter filter = {{}, kNoLevel, "Errno="};
+    EXPECT_TRUE(filter.concerns(line("wlan", kNoLevel, "failed errno=2")));
+    EXPECT_FALSE(filter.concerns(line("errno=", kNoLevel, "failed errno 2")));
+}
+
+TEST(LogFilter, WantsTheLevelAndMoreUrgentOnes) {
+    const LogFilter filter = {{}, 4, ""};
+    EXPECT_TRUE(filter.wants_level_of(line("", 4, "")));
+    EXPECT_TRUE(filter.wants_level_of(line("", 0, "")));
+    EXPECT_FALSE(filter.wants_level_of(line("", 5, "")));
+    EXPECT_FALSE(filter.wants_level_of(line("", kNoLevel, "")));
+}
+
+}  // namespace

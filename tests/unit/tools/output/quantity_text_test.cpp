@@ -1,0 +1,34 @@
+#include "output/quantity_text.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+TEST(QuantityText, ShowsMillisecondsWithTheirMicroseconds) {
+    EXPECT_EQ("0.000 ms", milliseconds_text(0));
+    EXPECT_EQ("0.123 ms", milliseconds_text(123));
+    EXPECT_EQ("12345.678 ms", milliseconds_text(12345678));
+}
+
+TEST(QuantityText, ShortMillisecondsKeepThreeDigits) {
+    EXPECT_EQ("0.12", short_milliseconds(123));
+    EXPECT_EQ("9.99", short_milliseconds(9990));
+    EXPECT_EQ("10.0", short_milliseconds(9999));
+    EXPECT_EQ("12.3", short_milliseconds(12345));
+    EXPECT_EQ("100", short_milliseconds(99990));
+    EXPECT_EQ("12346", short_milliseconds(12345678));
+}
+
+TEST(QuantityText, ShortBytesTakeFiveCharactersAtMost) {
+    EXPECT_EQ("0", short_bytes(0));
+    EXPECT_EQ("999", short_bytes(999));
+    EXPECT_EQ("1.0K", short_bytes(1000));
+    EXPECT_EQ("1.5K", short_bytes(1536));
+    EXPECT_EQ("10K", short_bytes(10238));
+    EXPECT_EQ("999K", short_bytes(1023000));
+    EXPECT_EQ("1.0M", short_bytes(1024u * 1024));
+    EXPECT_EQ("4.0G", short_bytes(UINT32_MAX));
+    EXPECT_EQ("16384P", short_bytes(UINT64_MAX));
+}
+
+}  // namespace

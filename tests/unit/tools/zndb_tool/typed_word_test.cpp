@@ -1,0 +1,84 @@
+#include "zndb_tool/typed_word.h"
+
+#include <gtest/gtest.h>
+
+#include "zndb.h"
+
+namespace {
+
+std::string stored(const char *type, const std::string &word) {
+    std::string text = "untouched";
+    const std::string problem = to_stored(type_named(type), word, &text);
+    return problem.empty() ? text : problem;
+}
+
+std::string shown(const char *type, const std::string &text) {
+    std::string word = "untouched";
+    const std::string problem = to_shown(type_named(type), text, &word);
+    return problem.empty() ? word : problem;
+}
+
+TEST(TypedWord, KnowsItsTypesByName) {
+    EXPECT_EQ(14u, type_names().size());
+    for (const std::string &name : type_names()) {
+        EXPECT_NE(0, type_named(name)) << name;
+    }
+    EXPECT_EQ(0, type_named("unit"));
+}
+
+TEST(TypedWord, StoresIntegersWithoutPlusAndLeadingZeros) {
+    EXPECT_EQ("7", stored("int", "+007"));
+    EXPECT_EQ("-7", stored("int", "-007"));
+    EXPECT_EQ("0", stored("int", "-0"));
+    EXPECT_EQ("0", stored("uint", "000"));
+}
+
+TEST(TypedWord, TakesEachIntegerTypeToItsLimits) {
+    EXPECT_EQ("255", stored("byte", "255"));
+    EXPECT_EQ("'256' is no byte: out of its range", stored("byte", "256"));
+    EXPECT_EQ("-32767", stored("short", "-32767"));
+    EXPECT_EQ("4294967295", stored("uint", "4294967295"));
+    EXPECT_EQ("'4294967296' is no uint: out of its range", stored("uint", "4294967296"));
+    EXPECT_EQ("'-1' is no uint: out of its range", stored("uint", "-1"));
+    EXPECT_EQ("'2147483648' is no long: out of its range", stored("long", "2147483648"));
+    EXPECT_EQ("18446744073709551615", stored("ullong", "18446744073709551615"));
+    EXPECT_EQ("'18446744073709551616' is no ullong: out of its range",
+              stored("ullong", "18446744073709551616"));
+}
+
+TEST(TypedWord, RefusesWhatIsNoNumber) {
+    for (const char *word : {"", "-", "x", "1x", " 1", "1 ", "0x10", "1.0"}) {
+        EXPECT_EQ(std::string("'") + word + "' is no int", stored("int", word));
+    }
+    EXPECT_EQ("'' is no double", stored("double", ""));
+    EXPECT_EQ("' 1' is no double", stored("double", " 1"));
+    EXPECT_EQ("'1.5x' is no double", stored("double", "1.5x"));
+}
+
+TEST(TypedWord, StoresBooleansAndRealNumbersAsModulesDo) {
+    EXPECT_EQ("true", stored("bool", "ON"));
+    EXPECT_EQ("false", stored("bool", "0"));
+    EXPECT_EQ("'' is no bool", stored("bool", ""));
+    EXPECT_EQ("-0.250000", stored("float", "-2.5e-1"));
+}
+
+TEST(TypedWord, LeavesStringsAsTheyAre) {
+    EXPECT_EQ(" any text ", stored("string", " any text "));
+    EXPECT_EQ("", stored("string", ""));
+    const std::string longest(ZNDB_VALUE_LEN - 1, 'v');
+    EXPECT_EQ(longest, shown("string", longest));
+}
+
+TEST(TypedWord, ShowsAStoredTextAsModulesReadIt) {
+    EXPECT_EQ("12", shown("int", " 12abc"));
+    EXPECT_EQ("true", shown("bool", "enable"));
+    EXPECT_EQ("'perhaps' is no bool: 3 E_APPS_ERR_PARAM", shown("bool", "perhaps"));
+    EXPECT_EQ("'300' is no byte: 3 E_APPS_ERR_PARAM", shown("byte", "300"));
+}
+
+TEST(TypedWord, ATypeOfNoNameIsATextThatNoModuleReads) {
+    EXPECT_EQ("any", stored("unit", "any"));
+    EXPECT_EQ("'any' is no string: 3 E_APPS_ERR_PARAM", shown("unit", "any"));
+}
+
+}  // namespace
