@@ -1,9 +1,9 @@
 /*
  * Threads, mutexes and counting semaphores.
  *
- * Every function may be called from any thread. A forked child has none of its parent's threads, and finds the
- * mutexes and semaphores as these had them, so it uses none of its parent's. Results are 0 on success and an errno value otherwise,
- * unless said differently; a null mutex, semaphore, thread or entry gives EINVAL.
+ * Every function may be called from any thread. A forked child has none of its parent's threads, and finds
+ * the mutexes and semaphores as these had them, so it uses none of its parent's. Results are 0 on success and
+ * an errno value otherwise, unless said differently; a null mutex, semaphore, thread or entry gives EINVAL.
  */
 #ifndef QUOR_OS_THREAD_H
 #define QUOR_OS_THREAD_H

@@ -145,11 +145,10 @@ void frwk_set_module_status(uint32_t status);
  * - frwk_module_init, frwk_ipc_service_ex, frwk_ipc_service, frwk_keep_running and os_log_init;
  * - those that send to its own module: the handler would run in the child;
  * - frwk_random, for which the C library has a lock;
- * - those on a mutex, a semaphore, a thread or a stream that its parent made: threads that are not in the child
- *   may have been using it.
- * The locks of the C library are no concern of this one: a log line takes that of localtime, so a module doesn't
- * fork while a thread of its own is in localtime, mktime or tzset. Other descriptors that its parent has open
- * stay open in the child as well.
+ * - those on a mutex, a semaphore, a thread or a stream that its parent made: threads that are not in the
+ * child may have been using it. The locks of the C library are no concern of this one: a log line takes that
+ * of localtime, so a module doesn't fork while a thread of its own is in localtime, mktime or tzset. Other
+ * descriptors that its parent has open stay open in the child as well.
  */
 
 /* ---- Sending messages ------------------------------------------------------------------------------ */
