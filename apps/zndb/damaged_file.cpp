@@ -15,6 +15,7 @@
 #include "file_steps.h"
 #include "os_log.h"
 #include "os_time.h"
+#include "support/file_io.h"
 
 namespace {
 
@@ -50,17 +51,16 @@ int copy_bytes(int from, int to) {
         if (count <= 0) {
             return count == 0 ? 0 : errno;
         }
-        const int error = write_all(to, buffer.data(), static_cast<size_t>(count));
-        if (error != 0) {
-            return error;
+        if (!file_io::write_all(to, buffer.data(), static_cast<size_t>(count))) {
+            return errno;
         }
     }
 }
 
 /* A copy that is on the disk. */
 int copy_file(const std::string &from, const std::string &to) {
-    OwnedFd source;
-    OwnedFd target;
+    UniqueFd source;
+    UniqueFd target;
     int error = open_file(from, O_RDONLY, source);
     if (error == 0) {
         error = open_file(to, O_WRONLY | O_CREAT | O_EXCL, target);

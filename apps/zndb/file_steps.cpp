@@ -6,6 +6,8 @@
 
 #include <cerrno>
 
+#include "support/file_io.h"
+
 namespace {
 
 constexpr mode_t kFolderMode = 0755;
@@ -40,17 +42,8 @@ int make_one_folder(const std::string &path) {
 
 }  // namespace
 
-void OwnedFd::reset(int fd) {
-    const int old = std::exchange(fd_, fd);
-    if (old >= 0) {
-        const int kept = errno;
-        (void)::close(old);
-        errno = kept;
-    }
-}
-
-int open_file(const std::string &path, int flags, OwnedFd &fd) {
-    OwnedFd opened(::open(path.c_str(), flags | O_CLOEXEC | O_NONBLOCK, kFileMode));
+int open_file(const std::string &path, int flags, UniqueFd &fd) {
+    UniqueFd opened(::open(path.c_str(), flags | O_CLOEXEC | O_NONBLOCK, kFileMode));
     if (!opened) {
         return errno;
     }
@@ -59,24 +52,6 @@ int open_file(const std::string &path, int flags, OwnedFd &fd) {
         fd = std::move(opened);
     }
     return error;
-}
-
-int write_all(int fd, const char *text, size_t length) {
-    while (length > 0) {
-        const ssize_t count = ::write(fd, text, length);
-        if (count < 0 && errno == EINTR) {
-            continue;
-        }
-        if (count < 0) {
-            return errno;
-        }
-        if (count == 0) {
-            return ENOSPC; /* or it would be tried for ever */
-        }
-        text += count;
-        length -= static_cast<size_t>(count);
-    }
-    return 0;
 }
 
 int make_folder_of(const std::string &path) {
@@ -95,12 +70,7 @@ int make_folder_of(const std::string &path) {
 }
 
 int sync_folder_of(const std::string &path) {
-    const OwnedFd folder(::open(folder_of(path).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    if (!folder) {
-        return errno;
-    }
-    /* Some file systems keep names safe by themselves and refuse with EINVAL. */
-    return ::fsync(folder.get()) == 0 || errno == EINVAL ? 0 : errno;
+    return file_io::sync_folder(AT_FDCWD, folder_of(path).c_str()) ? 0 : errno;
 }
 
 int sync_folders_above(const std::string &path) {

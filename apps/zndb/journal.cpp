@@ -7,10 +7,11 @@
 #include <cerrno>
 
 #include "journal_file.h"
-#include "line_reader.h"
 #include "os_log.h"
 #include "replacement_file.h"
 #include "skipped_lines.h"
+#include "support/file_io.h"
+#include "support/line_reader.h"
 
 namespace {
 
@@ -75,7 +76,7 @@ int Journal::open(const Replay &replay) {
         return 0;
     }
 
-    OwnedFd fd;
+    UniqueFd fd;
     JournalContent content;
     int error = make_journal_folder(path_);
     if (error == 0) {
@@ -99,7 +100,7 @@ int Journal::append(const JournalRecord &record) {
     int error = cut_torn_line();
     if (error == 0) {
         torn_ = true;
-        error = write_all(fd_.get(), line.data(), line.size());
+        error = file_io::write_all(fd_.get(), line.data(), line.size()) ? 0 : errno;
     }
     if (error != 0) {
         (void)cut_torn_line(); /* or before the next record */

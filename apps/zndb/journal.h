@@ -63,7 +63,7 @@ class Journal {
     int report(const char *what, int error) const;
 
     const std::string path_;
-    OwnedFd fd_;
+    UniqueFd fd_;
     uint64_t size_ = 0; /* of the records that count */
     bool torn_ = false; /* part of a record may follow them */
     uint64_t overgrown_above_ = kJournalSmall;

@@ -40,14 +40,14 @@ int make_journal_folder(const std::string &path) {
     }
 
     // A link that is still there is the device's own.
-    const OwnedFd fd(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    const UniqueFd fd(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     return fd ? keep_own(fd.get(), folder, kFolderRights) : errno;
 }
 
-int open_journal_file(const std::string &path, int flags, OwnedFd &fd) {
+int open_journal_file(const std::string &path, int flags, UniqueFd &fd) {
     set_aside(path);
     set_aside(path + zndb_paths::kTemporarySuffix);
-    OwnedFd opened;
+    UniqueFd opened;
     int error = open_file(path, flags | O_NOFOLLOW, opened);
     if (error == 0) {
         error = keep_own(opened.get(), path, kFileRights);

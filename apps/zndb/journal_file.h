@@ -20,4 +20,4 @@ int make_journal_folder(const std::string &path);
  * another user put in its place, or in that of its successor, is set aside first. Returns 0 or an errno
  * value; EPERM for a file of another user.
  */
-int open_journal_file(const std::string &path, int flags, OwnedFd &fd);
+int open_journal_file(const std::string &path, int flags, UniqueFd &fd);

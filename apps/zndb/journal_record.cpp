@@ -1,7 +1,7 @@
 #include "journal_record.h"
 
 #include "entry_line.h"
-#include "line_reader.h"
+#include "support/line_reader.h"
 #include "zndb.h"
 
 /* Two letters, a key, '=' and a value. */

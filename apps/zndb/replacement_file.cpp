@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <cstdio>
 
+#include "support/file_io.h"
 #include "zndb_paths.h"
 
 namespace {
@@ -44,8 +45,8 @@ int ReplacementFile::obstacle() const {
 }
 
 void ReplacementFile::flush() {
-    if (error_ == 0) {
-        error_ = write_all(fd_.get(), buffer_.data(), buffer_.size());
+    if (error_ == 0 && !file_io::write_all(fd_.get(), buffer_.data(), buffer_.size())) {
+        error_ = errno;
     }
     buffer_.clear();
 }

@@ -53,14 +53,14 @@ class ReplacementFile {
     uint64_t size() const { return size_; }
 
     /* Hands over the descriptor, open for reading and appending. */
-    OwnedFd take() { return std::move(fd_); }
+    UniqueFd take() { return std::move(fd_); }
 
   private:
     void flush();
 
     const std::string path_;
     const std::string temporary_;
-    OwnedFd fd_;
+    UniqueFd fd_;
     std::string buffer_;
     uint64_t size_ = 0;
     int error_ = 0;

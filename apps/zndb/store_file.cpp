@@ -7,10 +7,10 @@
 
 #include "damaged_file.h"
 #include "entry_line.h"
-#include "line_reader.h"
 #include "os_log.h"
 #include "replacement_file.h"
 #include "skipped_lines.h"
+#include "support/line_reader.h"
 
 namespace {
 
@@ -98,7 +98,7 @@ void settle_damaged(const std::string &path, const std::string &kept, bool in_pl
 }  // namespace
 
 LoadedFile load_store(const std::string &path, Store &store) {
-    OwnedFd fd;
+    UniqueFd fd;
     LoadedFile loaded = {open_file(path, O_RDONLY, fd), false};
     if (loaded.error == ENOENT) {
         return {0, false};

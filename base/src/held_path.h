@@ -4,7 +4,7 @@
  */
 #pragma once
 
-#include "owned_fd.h"
+#include "support/unique_fd.h"
 
 class HeldPath {
   public:
@@ -24,5 +24,5 @@ class HeldPath {
 
   private:
     const char *const path_;
-    OwnedFd folder_;
+    UniqueFd folder_;
 };

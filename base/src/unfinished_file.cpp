@@ -13,8 +13,8 @@
 #include <ctime>
 #include <memory>
 
-#include "file_io.h"
 #include "os_log.h"
+#include "support/file_io.h"
 
 namespace {
 
@@ -46,7 +46,7 @@ bool lock(int fd, int operation) {
 /* A leftover has no living owner, so that its lock is free. */
 void remove_leftover(const OwnedFolder &folder, const char *name) {
     const int in = dirfd(folder.get());
-    const OwnedFd fd(openat(in, name, O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK));
+    const UniqueFd fd(openat(in, name, O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK));
     struct stat found;
     if (!fd || !file_io::is_regular_file(fd.get(), &found) || !lock(fd.get(), LOCK_EX | LOCK_NB)) {
         return;
@@ -63,7 +63,7 @@ bool is_like(const char *candidate, const char *name) {
 }
 
 OwnedFolder list(int folder) {
-    OwnedFd fd(openat(folder, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    UniqueFd fd(openat(folder, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     OwnedFolder names(fd ? fdopendir(fd.get()) : nullptr);
     if (names) {
         (void)fd.take();
@@ -123,7 +123,8 @@ int UnfinishedFile::make(const char *kind) {
 
     for (int i = 0; i < kAttempts; ++i) {
         draw_letters(random);
-        OwnedFd fd(openat(target_.folder(), name_, O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, S_IRUSR | S_IWUSR));
+        UniqueFd fd(
+            openat(target_.folder(), name_, O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, S_IRUSR | S_IWUSR));
         if (!fd && errno != EEXIST) {
             return -1;
         }

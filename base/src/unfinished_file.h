@@ -11,7 +11,7 @@
 #include <climits>
 
 #include "held_path.h"
-#include "owned_fd.h"
+#include "support/unique_fd.h"
 
 class UnfinishedFile {
   public:
@@ -45,5 +45,5 @@ class UnfinishedFile {
 
     const HeldPath &target_;
     char name_[NAME_MAX + 1]; /* "" when there is nothing to remove */
-    OwnedFd fd_;
+    UniqueFd fd_;
 };

@@ -13,8 +13,8 @@
 #include "frwk_common.h"
 #include "frwk_common/core/process_state.h"
 #include "frwk_common/ipc/transport/ipc_wire.h"
-#include "internal/owned.h"
 #include "support/fuzz_input.h"
+#include "support/unique_fd.h"
 
 namespace {
 

@@ -11,9 +11,9 @@
 #include "frwk_common/core/process_state.h"
 #include "frwk_common/ipc/server/ipc_service.h"
 #include "frwk_common/ipc/transport/ipc_wire.h"
-#include "internal/owned.h"
 #include "os_mem.h"
 #include "support/fuzz_input.h"
+#include "support/unique_fd.h"
 
 namespace {
 

@@ -9,8 +9,9 @@
 
 #include "cli/complaint.h"
 #include "device/held_file.h"
-#include "device/open_file.h"
 #include "output/spelt_text.h"
+#include "support/file_io.h"
+#include "support/unique_fd.h"
 
 namespace {
 
@@ -46,15 +47,8 @@ std::string read_all(int fd, const std::string &path, std::string *text) {
     return "";
 }
 
-bool write_all(int fd, std::string_view text) {
-    for (size_t done = 0; done < text.size();) {
-        const ssize_t count = ::write(fd, text.data() + done, text.size() - done);
-        if (count < 0) {
-            return false;
-        }
-        done += static_cast<size_t>(count);
-    }
-    return true;
+bool write_text(int fd, std::string_view text) {
+    return file_io::write_all(fd, text.data(), text.size());
 }
 
 /*
@@ -63,11 +57,11 @@ bool write_all(int fd, std::string_view text) {
  */
 bool replace_file(const HeldFile &file, const std::string &text) {
     file.remove(kPartSuffix); /* left by a tool that was killed */
-    const OpenFile part(file.open(O_WRONLY | O_CREAT | O_EXCL, kOwnerOnly, kPartSuffix));
-    if (part.fd() < 0) {
+    const UniqueFd part(file.open(O_WRONLY | O_CREAT | O_EXCL, kOwnerOnly, kPartSuffix));
+    if (!part) {
         return false;
     }
-    if (write_all(part.fd(), text) && ::fsync(part.fd()) == 0 && file.replace_by(kPartSuffix)) {
+    if (write_text(part.get(), text) && ::fsync(part.get()) == 0 && file.replace_by(kPartSuffix)) {
         return true;
     }
     const int error = errno;
@@ -78,7 +72,7 @@ bool replace_file(const HeldFile &file, const std::string &text) {
 
 /* fd: opened without blocking, which was for pipes only. False with errno set. */
 bool write_device(int fd, const std::string &text) {
-    return ::fcntl(fd, F_SETFL, 0) == 0 && write_all(fd, ::isatty(fd) == 1 ? spelt_out_lines(text) : text);
+    return ::fcntl(fd, F_SETFL, 0) == 0 && write_text(fd, ::isatty(fd) == 1 ? spelt_out_lines(text) : text);
 }
 
 /* Of an open file; 0 when that can't be found out. */
@@ -111,14 +105,14 @@ std::string read_text_file(const std::string &path, std::string *text) {
     if (path == kStandardStream) {
         return read_all(STDIN_FILENO, "standard input", text);
     }
-    const OpenFile file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY));
-    return file.fd() < 0 ? cant_read(path, errno) : read_all(file.fd(), path, text);
+    const UniqueFd file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY));
+    return !file ? cant_read(path, errno) : read_all(file.get(), path, text);
 }
 
 std::string copy_file(const std::string &from, int to) {
-    const OpenFile file(::open(from.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK));
+    const UniqueFd file(::open(from.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK));
     struct stat info = {};
-    if (file.fd() < 0 || ::fstat(file.fd(), &info) != 0) {
+    if (!file || ::fstat(file.get(), &info) != 0) {
         return cant_read(from, errno);
     }
     if (!S_ISREG(info.st_mode)) {
@@ -126,14 +120,14 @@ std::string copy_file(const std::string &from, int to) {
     }
     char piece[65536];
     for (;;) {
-        const ssize_t count = ::read(file.fd(), piece, sizeof(piece));
+        const ssize_t count = ::read(file.get(), piece, sizeof(piece));
         if (count < 0) {
             return cant_read(from, errno);
         }
         if (count == 0) {
             return "";
         }
-        if (!write_all(to, {piece, static_cast<size_t>(count)})) {
+        if (!file_io::write_all(to, piece, static_cast<size_t>(count))) {
             return errno_text("can't copy " + from, errno);
         }
     }
@@ -141,9 +135,9 @@ std::string copy_file(const std::string &from, int to) {
 
 std::string write_private_file(const std::string &path, const std::string &text) {
     const HeldFile file(path);
-    const OpenFile present(file.open(O_WRONLY | O_NONBLOCK));
-    const bool is_missing = present.fd() < 0 && errno == ENOENT;
+    const UniqueFd present(file.open(O_WRONLY | O_NONBLOCK));
+    const bool is_missing = !present && errno == ENOENT;
     const bool is_written =
-        is_missing ? replace_file(file, text) : present.fd() >= 0 && write_present(file, present.fd(), text);
+        is_missing ? replace_file(file, text) : present && write_present(file, present.get(), text);
     return is_written ? "" : cant_write(path, errno);
 }

@@ -12,11 +12,11 @@
 #include "cli/user_signals.h"
 #include "cli/wait_notice.h"
 #include "device/held_file.h"
-#include "device/open_file.h"
 #include "device/text_file.h"
 #include "frwk_dbrm.h"
 #include "frwk_dbrm/format/database_text.h"
 #include "frwk_module.h"
+#include "support/unique_fd.h"
 #include "zndb.h"
 #include "zndb_tool/restore_advice.h"
 #include "zndb_tool/store_files.h"
@@ -143,12 +143,12 @@ ExitCode save_before_restore(const std::string &file) {
 /* A copy that only its owner can read; its name goes to path. Returns "" or what is wrong. */
 std::string copy_privately(const std::string &from, std::string *path) {
     std::string name = kCopyTemplate;
-    const OpenFile copy(::mkostemp(name.data(), O_CLOEXEC));
-    if (copy.fd() < 0) {
+    const UniqueFd copy(::mkostemp(name.data(), O_CLOEXEC));
+    if (!copy) {
         return errno_text("can't make a copy in /tmp/m_tmp", errno);
     }
     *path = name;
-    return copy_file(from, copy.fd());
+    return copy_file(from, copy.get());
 }
 
 /* Warns of a line of the saved settings at which a restore would stop. */

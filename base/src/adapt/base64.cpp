@@ -8,7 +8,7 @@
 
 #include <cstddef>
 
-#include "owned_block.h"
+#include "support/owned_block.h"
 
 namespace {
 
@@ -39,7 +39,7 @@ char *base64_encrypt(const void *data, uint32_t length) {
         return nullptr;
     }
 
-    char *to = reinterpret_cast<char *>(text.release());
+    char *to = static_cast<char *>(text.take());
     return sodium_bin2base64(to, size, static_cast<const unsigned char *>(data), length, kVariant);
 }
 
@@ -54,10 +54,10 @@ void *base64_decrypt(const char *text, uint32_t length, uint32_t *count) {
     }
 
     size_t size = 0;
-    if (sodium_base642bin(data.get(), room, text, length, nullptr, &size, nullptr, kVariant) != 0) {
+    if (sodium_base642bin(bytes_of(data), room, text, length, nullptr, &size, nullptr, kVariant) != 0) {
         sodium_memzero(data.get(), room);
         return nullptr;
     }
     *count = static_cast<uint32_t>(size);
-    return data.release();
+    return data.take();
 }

@@ -10,8 +10,8 @@
 
 #include "base64.h"
 #include "device_key.h"
-#include "owned_block.h"
 #include "sodium_ready.h"
+#include "support/owned_block.h"
 
 namespace {
 
@@ -36,7 +36,7 @@ bool open_seal(unsigned char *data, const unsigned char *sealed, uint32_t size, 
 }
 
 OwnedBlock read_text(const char *text, uint32_t length, uint32_t *size) {
-    return OwnedBlock(static_cast<unsigned char *>(base64_decrypt(text, length, size)));
+    return OwnedBlock(base64_decrypt(text, length, size));
 }
 
 }  // namespace
@@ -51,7 +51,7 @@ char *zn_encrypt_data(const void *data, uint32_t length) {
         return nullptr;
     }
 
-    seal(sealed.get(), data, length, key);
+    seal(bytes_of(sealed), data, length, key);
     return base64_encrypt(sealed.get(), length + kOverhead);
 }
 
@@ -64,10 +64,10 @@ void *zn_decrypt_data(const char *text, uint32_t length, uint32_t *count) {
     OwnedBlock data = make_block(size - kOverhead);
     device_key::Key key;
     if (!data || !device_key::derive(device_key::kForValues, &key) ||
-        !open_seal(data.get(), sealed.get(), size, key)) {
+        !open_seal(bytes_of(data), bytes_of(sealed), size, key)) {
         return nullptr;
     }
 
     *count = size - kOverhead;
-    return data.release();
+    return data.take();
 }

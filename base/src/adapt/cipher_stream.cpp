@@ -11,8 +11,8 @@
 #include <cstddef>
 #include <cstring>
 
-#include "file_io.h"
-#include "owned_block.h"
+#include "support/file_io.h"
+#include "support/owned_block.h"
 
 namespace cipher_stream {
 
@@ -61,16 +61,18 @@ unsigned char tag_of(bool last) {
 }
 
 void seal(State *state, const Chunk &chunk, size_t size) {
-    crypto_secretstream_xchacha20poly1305_push(&state->words, chunk.sealed.get(), nullptr, chunk.plain.get(),
-                                               size, kHead, sizeof(kHead), tag_of(size < kPlainSize));
+    crypto_secretstream_xchacha20poly1305_push(&state->words, bytes_of(chunk.sealed), nullptr,
+                                               bytes_of(chunk.plain), size, kHead, sizeof(kHead),
+                                               tag_of(size < kPlainSize));
 }
 
 /* size: of the sealed chunk. */
 bool open_seal(State *state, const Chunk &chunk, size_t size) {
     unsigned char tag = 0;
     return size >= kSealSize &&
-           crypto_secretstream_xchacha20poly1305_pull(&state->words, chunk.plain.get(), nullptr, &tag,
-                                                      chunk.sealed.get(), size, kHead, sizeof(kHead)) == 0 &&
+           crypto_secretstream_xchacha20poly1305_pull(&state->words, bytes_of(chunk.plain), nullptr, &tag,
+                                                      bytes_of(chunk.sealed), size, kHead,
+                                                      sizeof(kHead)) == 0 &&
            tag == tag_of(size < kSealedSize);
 }
 

@@ -10,10 +10,10 @@
 #include <cerrno>
 #include <cstring>
 
-#include "file_io.h"
 #include "os_log.h"
-#include "owned_fd.h"
 #include "sodium_ready.h"
+#include "support/file_io.h"
+#include "support/unique_fd.h"
 #include "unfinished_file.h"
 
 namespace device_key {
@@ -51,7 +51,7 @@ void warn(const char *function, const char *what, const char *path) {
 }
 
 KeyFile read_key(const char *path, Key *key) {
-    const OwnedFd fd(file_io::open_for_reading(path));
+    const UniqueFd fd(file_io::open_for_reading(path));
     if (!fd && errno == ENOENT) {
         return KeyFile::kMissing;
     }
@@ -77,7 +77,7 @@ void make_folder() {
     if (mkdir(kFolder, kFolderMode) != 0) {
         return;
     }
-    const OwnedFd folder(open(kFolder, O_RDONLY | O_CLOEXEC | O_DIRECTORY));
+    const UniqueFd folder(open(kFolder, O_RDONLY | O_CLOEXEC | O_DIRECTORY));
     if (!folder || fchmod(folder.get(), kFolderMode) != 0 ||
         !file_io::sync_folder(AT_FDCWD, kUserPartition)) {
         warn(__func__, "finish the new folder", kFolder);

@@ -13,10 +13,10 @@
 #include "cipher.h"
 #include "cipher_stream.h"
 #include "device_key.h"
-#include "file_io.h"
 #include "held_path.h"
 #include "os_log.h"
-#include "owned_fd.h"
+#include "support/file_io.h"
+#include "support/unique_fd.h"
 #include "unfinished_file.h"
 
 namespace {
@@ -38,7 +38,7 @@ bool copy_access(const struct stat &from, int to) {
 /* path: of the file itself, without symbolic links. One that has come there since is not followed. */
 Result replace_file(const char *path, Change change, const device_key::Key &key) {
     const HeldPath target(path);
-    const OwnedFd file(target ? file_io::open_for_reading_in(target.folder(), target.name()) : -1);
+    const UniqueFd file(target ? file_io::open_for_reading_in(target.folder(), target.name()) : -1);
     struct stat info;
     if (!file || !file_io::is_regular_file(file.get(), &info)) {
         return Result::kFailed;

@@ -6,8 +6,8 @@
 #include <cstddef>
 #include <cstring>
 
-#include "file_io.h"
-#include "owned_fd.h"
+#include "support/file_io.h"
+#include "support/unique_fd.h"
 
 /* The library's header has the name of our own, so the build tells where it lies. */
 #include LIBMD_HEADER
@@ -46,7 +46,7 @@ int32_t md5_encrypt_file(const char *path, uint8_t digest[MD5_DIGEST_SIZE]) {
     if (path == nullptr || digest == nullptr) {
         return 0;
     }
-    const OwnedFd fd(file_io::open_for_reading(path));
+    const UniqueFd fd(file_io::open_for_reading(path));
     struct stat found;
     if (!fd || !file_io::is_regular_file(fd.get(), &found)) {
         return 0;

@@ -12,9 +12,9 @@
 #include <new>
 #include <pugixml.hpp>
 
-#include "file_io.h"
 #include "os_mem.h"
-#include "owned_fd.h"
+#include "support/file_io.h"
+#include "support/unique_fd.h"
 
 namespace {
 
@@ -41,7 +41,7 @@ class FileBytes {
 };
 
 bool read_file(const char *path, FileBytes *bytes) {
-    const OwnedFd fd(file_io::open_for_reading(path));
+    const UniqueFd fd(file_io::open_for_reading(path));
     struct stat found;
     if (!fd || !file_io::is_regular_file(fd.get(), &found)) {
         return false;

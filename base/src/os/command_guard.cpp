@@ -15,8 +15,8 @@
 #include <memory>
 
 #include "os_log.h"
-#include "owned_fd.h"
 #include "shell_child.h"
+#include "support/unique_fd.h"
 
 namespace {
 
@@ -86,8 +86,8 @@ void CommandGuard::start(void (*act)()) {
         OS_LOG_ERRNO("make a call to the guard of commands error!");
         return;
     }
-    OwnedFd call(ends[0]);
-    const OwnedFd guards_end(ends[1]);
+    UniqueFd call(ends[0]);
+    const UniqueFd guards_end(ends[1]);
     const pid_t asker = getpid();
     const pid_t guard = fork();
     if (guard == 0) {

@@ -9,9 +9,9 @@
 #include <cstring>
 
 #include "command_scope.h"
-#include "file_io.h"
 #include "os_process.h"
-#include "owned_fd.h"
+#include "support/file_io.h"
+#include "support/unique_fd.h"
 
 namespace {
 
@@ -31,7 +31,7 @@ static_assert(OS_COMMAND_FILE_MAX == 32768 * 512);
 bool lets_others_write() {
     char text[256];
     size_t length = 0;
-    const OwnedFd status(file_io::open_for_reading(kStatus));
+    const UniqueFd status(file_io::open_for_reading(kStatus));
     if (!status || !file_io::read_up_to(status.get(), text, sizeof(text) - 1, &length)) {
         return true;
     }

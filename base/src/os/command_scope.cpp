@@ -20,7 +20,7 @@
 #include "command_guard.h"
 #include "os_process.h"
 #include "os_time.h"
-#include "owned_fd.h"
+#include "support/unique_fd.h"
 
 namespace {
 
@@ -90,15 +90,15 @@ void entry_path(pid_t pid, const char *entry, char (&path)[kEntrySize]) {
     (void)snprintf(path, sizeof(path), "/proc/%ld/%s", static_cast<long>(pid), entry);
 }
 
-OwnedFd open_entry(pid_t pid, const char *entry) {
+UniqueFd open_entry(pid_t pid, const char *entry) {
     char path[kEntrySize];
     entry_path(pid, entry, path);
-    return OwnedFd(open(path, O_RDONLY | O_CLOEXEC));
+    return UniqueFd(open(path, O_RDONLY | O_CLOEXEC));
 }
 
 /* A process that has ended shows an empty environment, even before it is reaped. */
 Answer carries_mark(pid_t pid) {
-    const OwnedFd environment = open_entry(pid, "environ");
+    const UniqueFd environment = open_entry(pid, "environ");
     return environment ? file_has(environment.get(), g_scope.mark) : no_unless_out_of_means();
 }
 
@@ -116,7 +116,7 @@ bool runs_program(pid_t pid) {
  */
 bool is_between_programs(pid_t pid) {
     char first = '\0';
-    const OwnedFd arguments = open_entry(pid, "cmdline");
+    const UniqueFd arguments = open_entry(pid, "cmdline");
     return arguments && read(arguments.get(), &first, sizeof(first)) == 0 && runs_program(pid);
 }
 

@@ -15,7 +15,7 @@
 #include <ctime>
 #include <iterator>
 
-#include "owned_fd.h"
+#include "support/unique_fd.h"
 
 namespace {
 
@@ -52,7 +52,7 @@ int above_standard_descriptors(int fd) {
     if (fd < 0 || fd > STDERR_FILENO) {
         return fd;
     }
-    const OwnedFd low(fd);
+    const UniqueFd low(fd);
     return fcntl(fd, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
 }
 
@@ -68,7 +68,7 @@ bool LogSocket::is_open() {
 }
 
 bool LogSocket::open(int type) {
-    OwnedFd fd(above_standard_descriptors(socket(AF_UNIX, type | SOCK_CLOEXEC | SOCK_NONBLOCK, 0)));
+    UniqueFd fd(above_standard_descriptors(socket(AF_UNIX, type | SOCK_CLOEXEC | SOCK_NONBLOCK, 0)));
     struct stat found;
     if (!fd || connect(fd.get(), reinterpret_cast<const sockaddr *>(&kDaemon), sizeof(kDaemon)) != 0 ||
         fstat(fd.get(), &found) != 0) {

@@ -16,8 +16,8 @@
 #include <utility>
 
 #include "held_over_forks.h"
-#include "owned_fd.h"
 #include "shell_child.h"
+#include "support/unique_fd.h"
 
 namespace {
 
@@ -94,7 +94,7 @@ bool is_mode(const char *mode) {
 OwnedStream open_stream(int fd, const char *mode) {
     OwnedStream stream(fdopen(fd, mode));
     if (!stream) {
-        const OwnedFd unused(fd);
+        const UniqueFd unused(fd);
     }
     return stream;
 }
@@ -124,7 +124,7 @@ FILE *os_popen(const char *command, const char *mode) {
         return nullptr;
     }
     const bool reading = *mode == 'r';
-    const OwnedFd shells_end(ends[reading ? 1 : 0]);
+    const UniqueFd shells_end(ends[reading ? 1 : 0]);
     OwnedStream stream = open_stream(ends[reading ? 0 : 1], mode);
     if (!stream) {
         return nullptr;

@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "internal/owned.h"
+#include "support/unique_fd.h"
 #include "system/conversion/libc_numbers.h"
 
 class LibcReference {

@@ -13,7 +13,7 @@
 #include <string>
 
 #include "doubles/faults_test_fixture.h"
-#include "owned_fd.h"
+#include "support/unique_fd.h"
 
 namespace {
 
@@ -88,8 +88,8 @@ class CipherStream : public FaultsTest {
     Forger forger(const std::string &head = kHead) const { return {key_, head}; }
 
     Result decipher(const std::string &file) const {
-        const OwnedFd from(memory_file(file));
-        const OwnedFd to(memory_file(""));
+        const UniqueFd from(memory_file(file));
+        const UniqueFd to(memory_file(""));
         return cipher_stream::decipher(from.get(), to.get(), key_);
     }
 
@@ -106,9 +106,9 @@ TEST_F(CipherStream, TakesWhatIsWellMade) {
 
 TEST_F(CipherStream, WritesWhatWasEnciphered) {
     const std::string plain = full_ + "end";
-    const OwnedFd from(memory_file(plain));
-    const OwnedFd sealed(memory_file(""));
-    const OwnedFd to(memory_file(""));
+    const UniqueFd from(memory_file(plain));
+    const UniqueFd sealed(memory_file(""));
+    const UniqueFd to(memory_file(""));
     EXPECT_EQ(Result::kDone, cipher_stream::encipher(from.get(), sealed.get(), key_));
     ASSERT_EQ(0, lseek(sealed.get(), 0, SEEK_SET));
     EXPECT_EQ(Result::kDone, cipher_stream::decipher(sealed.get(), to.get(), key_));
@@ -158,8 +158,8 @@ TEST_F(CipherStream, RefusesChunksThatAreNotBoundToTheHead) {
 }
 
 TEST_F(CipherStream, FailsWithoutDescriptors) {
-    const OwnedFd sealed(memory_file(forger().chunk("short", kFinal).file()));
-    const OwnedFd other(memory_file(""));
+    const UniqueFd sealed(memory_file(forger().chunk("short", kFinal).file()));
+    const UniqueFd other(memory_file(""));
     EXPECT_EQ(Result::kFailed, cipher_stream::encipher(-1, other.get(), key_));
     EXPECT_EQ(EBADF, errno);
     EXPECT_EQ(Result::kFailed, cipher_stream::encipher(other.get(), -1, key_));

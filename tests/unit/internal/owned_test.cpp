@@ -1,7 +1,9 @@
 /*
  * The owners of descriptors, streams and blocks.
  */
-#include "internal/owned.h"
+#include "internal/unique_pipe.h"
+#include "support/owned_block.h"
+#include "support/unique_fd.h"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>

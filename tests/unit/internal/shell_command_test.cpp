@@ -8,7 +8,7 @@
 #include <random>
 #include <string>
 
-#include "internal/owned.h"
+#include "internal/unique_pipe.h"
 
 namespace {
 

@@ -79,7 +79,7 @@ TEST_F(FileSteps, OnlyARegularFileIsOpened) {
     ASSERT_EQ(0, make_folder_of(kFolder + "/x"));
     ASSERT_EQ(0, ::mkfifo((kFolder + "/pipe").c_str(), 0600));
     ASSERT_TRUE(write_text(kFolder + "/file", "x"));
-    OwnedFd fd;
+    UniqueFd fd;
     EXPECT_EQ(EISDIR, open_file(kFolder, O_RDONLY, fd));
     EXPECT_EQ(EINVAL, open_file(kFolder + "/pipe", O_RDONLY, fd));
     EXPECT_EQ(ENOENT, open_file(kFolder + "/none", O_RDONLY, fd));
@@ -95,25 +95,10 @@ TEST_F(FileSteps, AFileWhoseKindIsNotToldIsNotOpened) {
         errno = EIO;
         return -1;
     });
-    OwnedFd fd;
+    UniqueFd fd;
     EXPECT_EQ(EIO, open_file(kFolder + "/file", O_RDONLY, fd));
     EXPECT_FALSE(fd);
     doubles::restore_all();
-}
-
-TEST_F(FileSteps, AllBytesAreWrittenOrTheErrorIsTold) {
-    ASSERT_EQ(0, make_folder_of(kFolder + "/file"));
-    OwnedFd fd;
-    ASSERT_EQ(0, open_file(kFolder + "/file", O_WRONLY | O_CREAT, fd));
-    EXPECT_EQ(0, write_all(fd.get(), "abc", 3));
-    EXPECT_EQ("abc", file_text(kFolder + "/file"));
-    EXPECT_EQ(EBADF, write_all(-1, "abc", 3));
-}
-
-TEST_F(FileSteps, AWriteThatTakesNothingIsAFullDisk) {
-    doubles::libc::write.stand_in([](int, const void *, size_t) -> ssize_t { return 0; });
-    EXPECT_EQ(ENOSPC, write_all(-1, "abc", 3));
-    doubles::libc::write.restore();
 }
 
 }  // namespace

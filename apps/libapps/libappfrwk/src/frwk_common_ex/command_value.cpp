@@ -8,7 +8,7 @@
 #include "frwk_common.h"
 #include "frwk_common_ex.h"
 #include "internal/frwk_log.h"
-#include "internal/owned.h"
+#include "internal/unique_pipe.h"
 
 namespace {
 

@@ -11,8 +11,8 @@
 #include "frwk_common.h"
 #include "frwk_common_ex.h"
 #include "internal/frwk_log.h"
-#include "internal/owned.h"
-#include "internal/uninterrupted.h"
+#include "support/uninterrupted.h"
+#include "support/unique_fd.h"
 
 namespace {
 

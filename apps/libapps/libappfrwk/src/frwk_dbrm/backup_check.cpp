@@ -6,7 +6,8 @@
 #include "frwk_dbrm/format/backup_io.h"
 #include "frwk_dbrm/format/database_text.h"
 #include "internal/frwk_log.h"
-#include "internal/owned.h"
+#include "support/owned_block.h"
+#include "support/unique_fd.h"
 
 using backup_format::RecordHeader;
 using backup_format::RecordHeaderBytes;

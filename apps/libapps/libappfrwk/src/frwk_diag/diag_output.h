@@ -5,7 +5,7 @@
  */
 #pragma once
 
-#include "internal/owned.h"
+#include "support/unique_fd.h"
 
 /* Makes the file. Returns nothing owned, with errno set, when that fails. */
 UniqueFd make_diag_output(const char *path);

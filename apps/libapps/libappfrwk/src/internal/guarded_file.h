@@ -7,7 +7,7 @@
 
 #include <cstdio>
 
-#include "internal/owned.h"
+#include "support/unique_fd.h"
 
 /* What to do with what another user may have put in a file's place. */
 enum class Planted {

@@ -9,10 +9,10 @@
 
 #include "internal/frwk_log.h"
 #include "internal/frwk_paths.h"
-#include "internal/owned.h"
 #include "internal/planted.h"
 #include "internal/shell.h"
 #include "os_file.h"
+#include "support/unique_fd.h"
 
 namespace {
 

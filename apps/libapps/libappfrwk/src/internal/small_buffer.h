@@ -9,9 +9,9 @@
 #include <cstring>
 #include <optional>
 
-#include "internal/owned.h"
 #include "internal/plain_block.h"
 #include "internal/zeroed_block.h"
+#include "support/owned_block.h"
 
 /* Adds two sizes; nothing when the sum does not fit 32 bits. */
 inline std::optional<uint32_t> checked_add(uint32_t a, uint32_t b) {

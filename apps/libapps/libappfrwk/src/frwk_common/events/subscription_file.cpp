@@ -17,8 +17,8 @@
 #include "internal/guarded_file.h"
 #include "internal/letter_case.h"
 #include "internal/small_buffer.h"
-#include "internal/uninterrupted.h"
 #include "os_file.h"
+#include "support/uninterrupted.h"
 #include "text_copy.h"
 
 namespace {

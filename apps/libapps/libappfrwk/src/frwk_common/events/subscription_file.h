@@ -7,7 +7,7 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "internal/owned.h"
+#include "support/unique_fd.h"
 
 /* Where an event's subscribers are listed. */
 class SubscriptionFile {

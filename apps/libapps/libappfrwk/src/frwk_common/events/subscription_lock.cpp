@@ -14,7 +14,7 @@
 #include "frwk_common/util/record_lock.h"
 #include "internal/frwk_log.h"
 #include "internal/frwk_paths.h"
-#include "internal/owned.h"
+#include "support/unique_fd.h"
 
 namespace {
 

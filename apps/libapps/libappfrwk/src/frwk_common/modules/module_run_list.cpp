@@ -8,9 +8,9 @@
 #include "frwk_common.h"
 #include "internal/frwk_log.h"
 #include "internal/frwk_paths.h"
-#include "internal/owned.h"
 #include "internal/small_buffer.h"
 #include "os_file.h"
+#include "support/unique_fd.h"
 
 namespace {
 

@@ -11,9 +11,9 @@
 #include "frwk_common/probes/tool_output.h"
 #include "internal/frwk_log.h"
 #include "internal/frwk_paths.h"
-#include "internal/owned.h"
 #include "internal/shell_command.h"
 #include "os_file.h"
+#include "support/unique_fd.h"
 #include "text_copy.h"
 
 namespace {

@@ -12,9 +12,9 @@
 #include "internal/frwk_log.h"
 #include "internal/frwk_paths.h"
 #include "internal/guarded_file.h"
-#include "internal/owned.h"
 #include "internal/shell.h"
 #include "os_file.h"
+#include "support/unique_fd.h"
 
 namespace {
 

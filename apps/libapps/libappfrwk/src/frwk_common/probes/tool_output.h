@@ -5,7 +5,7 @@
 
 #include <cstddef>
 
-#include "internal/owned.h"
+#include "internal/unique_pipe.h"
 
 class ToolOutput {
   public:

@@ -21,11 +21,12 @@
 #include "frwk_common/util/crowd_notice.h"
 #include "internal/frwk_log.h"
 #include "internal/letter_case.h"
-#include "internal/owned.h"
 #include "internal/small_buffer.h"
 #include "list.h"
 #include "os_mem.h"
 #include "os_thread.h"
+#include "support/owned_block.h"
+#include "support/unique_fd.h"
 #include "text_copy.h"
 
 namespace {

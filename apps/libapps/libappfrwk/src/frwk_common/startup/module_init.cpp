@@ -21,9 +21,9 @@
 #include "internal/frwk_paths.h"
 #include "internal/guarded_folder.h"
 #include "internal/shell.h"
-#include "internal/uninterrupted.h"
 #include "os_file.h"
 #include "os_mem.h"
+#include "support/uninterrupted.h"
 
 namespace {
 

@@ -6,7 +6,7 @@
 
 #include <cstdio>
 
-#include "internal/owned.h"
+#include "support/unique_fd.h"
 
 /* What became of the wish for a lock. */
 enum class RecordLock {

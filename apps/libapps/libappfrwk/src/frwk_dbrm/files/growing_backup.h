@@ -14,7 +14,7 @@
 
 #include "frwk_dbrm/files/private_folder.h"
 #include "frwk_dbrm/files/trusted_path.h"
-#include "internal/owned.h"
+#include "support/unique_fd.h"
 
 class GrowingBackup {
   public:

@@ -15,7 +15,7 @@
 #include "frwk_dbrm/files/trusted_path.h"
 #include "internal/frwk_log.h"
 #include "internal/frwk_paths.h"
-#include "internal/uninterrupted.h"
+#include "support/uninterrupted.h"
 
 namespace {
 

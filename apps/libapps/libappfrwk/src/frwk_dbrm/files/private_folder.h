@@ -9,7 +9,7 @@
 
 #include <cstdint>
 
-#include "internal/owned.h"
+#include "support/unique_fd.h"
 
 class PrivateFolder {
   public:

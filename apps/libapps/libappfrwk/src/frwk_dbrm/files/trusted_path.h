@@ -8,7 +8,7 @@
 
 #include <climits>
 
-#include "internal/owned.h"
+#include "support/unique_fd.h"
 
 /* What to do where the path's last part is a symbolic link. */
 enum class LastLink {

@@ -6,8 +6,9 @@
 #include <cerrno>
 
 #include "internal/small_buffer.h"
-#include "internal/uninterrupted.h"
 #include "os_mem.h"
+#include "support/file_io.h"
+#include "support/uninterrupted.h"
 
 namespace backup_io {
 
@@ -25,18 +26,6 @@ UniqueFile without_buffer(std::FILE *opened) {
         (void)std::setvbuf(file.get(), nullptr, _IONBF, 0);
     }
     return file;
-}
-
-bool write_all(int fd, const unsigned char *bytes, size_t size) {
-    for (size_t done = 0; done < size;) {
-        const ssize_t count = uninterrupted([=] { return ::write(fd, bytes + done, size - done); });
-        if (count <= 0) {
-            errno = count == 0 ? ENOSPC : errno;
-            return false;
-        }
-        done += static_cast<size_t>(count);
-    }
-    return true;
 }
 
 }  // namespace
@@ -99,7 +88,7 @@ bool copy_bytes(int from, int to, uint64_t length) {
     for (uint64_t left = length; left > 0;) {
         const size_t size = static_cast<size_t>(std::min<uint64_t>(left, sizeof(piece)));
         const ssize_t count = uninterrupted([&] { return ::read(from, piece, size); });
-        if (count <= 0 || !write_all(to, piece, static_cast<size_t>(count))) {
+        if (count <= 0 || !file_io::write_all(to, piece, static_cast<size_t>(count))) {
             return false;
         }
         left -= static_cast<uint64_t>(count);

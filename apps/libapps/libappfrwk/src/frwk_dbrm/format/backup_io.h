@@ -8,7 +8,8 @@
 #include <cstdio>
 #include <optional>
 
-#include "internal/owned.h"
+#include "support/owned_block.h"
+#include "support/unique_fd.h"
 
 namespace backup_io {
 

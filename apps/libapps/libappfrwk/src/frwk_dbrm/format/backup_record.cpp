@@ -5,8 +5,8 @@
 #include "frwk_dbrm/format/backup_format.h"
 #include "frwk_dbrm/format/backup_io.h"
 #include "internal/frwk_log.h"
-#include "internal/owned.h"
 #include "os_file.h"
+#include "support/unique_fd.h"
 
 namespace {
 

@@ -9,8 +9,9 @@
 #include "frwk_dbrm/format/backup_io.h"
 #include "frwk_dbrm/format/database_text.h"
 #include "internal/frwk_log.h"
-#include "internal/owned.h"
 #include "internal/shell.h"
+#include "support/owned_block.h"
+#include "support/unique_fd.h"
 #include "zndb.h"
 
 using backup_format::RecordHeader;

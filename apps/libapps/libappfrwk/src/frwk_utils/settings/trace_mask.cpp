@@ -14,9 +14,9 @@
 #include "internal/frwk_paths.h"
 #include "internal/guarded_file.h"
 #include "internal/guarded_folder.h"
-#include "internal/owned.h"
 #include "internal/shell.h"
 #include "os_file.h"
+#include "support/unique_fd.h"
 
 namespace {
 

@@ -11,7 +11,7 @@
 #include "cipher.h"
 #include "frwk_utils.h"
 #include "internal/frwk_log.h"
-#include "internal/owned.h"
+#include "support/owned_block.h"
 #include "zndb.h"
 
 namespace {

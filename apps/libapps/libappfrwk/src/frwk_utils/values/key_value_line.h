@@ -14,7 +14,7 @@
 #include <cstddef>
 #include <cstdio>
 
-#include "internal/owned.h"
+#include "support/unique_fd.h"
 
 /* Where a '#', or nothing at all, makes a line one that is skipped. */
 enum class CommentPlace {

@@ -5,7 +5,7 @@
 
 #include <cstdint>
 
-#include "internal/owned.h"
+#include "support/unique_fd.h"
 
 /*
  * A descriptor kept in reserve. Out of descriptors, accept fails for ever while a connection stays in the

@@ -12,9 +12,9 @@
 #include "frwk_common/ipc/server/own_messages.h"
 #include "frwk_common/ipc/transport/ipc_wire.h"
 #include "internal/frwk_log.h"
-#include "internal/owned.h"
 #include "os_mem.h"
 #include "os_time.h"
+#include "support/owned_block.h"
 
 namespace {
 

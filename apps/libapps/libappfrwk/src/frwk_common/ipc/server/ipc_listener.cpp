@@ -13,8 +13,8 @@
 #include "internal/frwk_log.h"
 #include "internal/frwk_paths.h"
 #include "internal/guarded_folder.h"
-#include "internal/owned.h"
 #include "internal/planted.h"
+#include "support/unique_fd.h"
 
 namespace {
 

@@ -24,10 +24,11 @@
 #include "frwk_common/ipc/transport/ipc_transport.h"
 #include "frwk_common/ipc/transport/ipc_wire.h"
 #include "internal/frwk_log.h"
-#include "internal/owned.h"
 #include "internal/plain_block.h"
 #include "internal/small_buffer.h"
 #include "os_thread.h"
+#include "support/owned_block.h"
+#include "support/unique_fd.h"
 
 namespace {
 

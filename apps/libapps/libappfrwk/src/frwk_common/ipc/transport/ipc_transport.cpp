@@ -19,7 +19,7 @@
 #include "frwk_common.h"
 #include "frwk_common/ipc/transport/ipc_address.h"
 #include "internal/frwk_log.h"
-#include "internal/owned.h"
+#include "support/unique_fd.h"
 
 namespace {
 

@@ -1,6 +1,6 @@
 /*
- * Owners of the resources that the framework holds: each releases what it holds at the end of its scope,
- * keeps errno while it does, and accepts having nothing to release.
+ * Owners of descriptors and streams: each releases what it holds at the end of its scope, keeps errno while
+ * it does, and accepts having nothing to release.
  */
 #pragma once
 
@@ -9,9 +9,6 @@
 #include <cerrno>
 #include <cstdio>
 #include <utility>
-
-#include "os_mem.h"
-#include "os_process.h"
 
 /*
  * The sole owner of a handle. Traits: Handle, kNone (what stands for no handle) and release(handle).
@@ -65,19 +62,5 @@ struct FileTraits {
     static void release(Handle file) { (void)std::fclose(file); }
 };
 
-struct PipeTraits {
-    using Handle = std::FILE *;
-    static constexpr Handle kNone = nullptr;
-    static void release(Handle stream) { os_pclose(stream); }
-};
-
-struct BlockTraits {
-    using Handle = void *;
-    static constexpr Handle kNone = nullptr;
-    static void release(Handle block) { os_mem_free(block); }
-};
-
 using UniqueFd = Owned<FdTraits>;
 using UniqueFile = Owned<FileTraits>;
-using UniquePipe = Owned<PipeTraits>;  /* a stream of os_popen */
-using OwnedBlock = Owned<BlockTraits>; /* a block of os_mem_malloc */

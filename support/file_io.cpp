@@ -1,11 +1,11 @@
-#include "file_io.h"
+#include "support/file_io.h"
 
 #include <fcntl.h>
 #include <unistd.h>
 
 #include <cerrno>
 
-#include "owned_fd.h"
+#include "support/unique_fd.h"
 
 namespace file_io {
 
@@ -60,7 +60,7 @@ bool write_all(int fd, const void *from, size_t size) {
 }
 
 bool sync_folder(int from, const char *name) {
-    const OwnedFd fd(openat(from, name, O_RDONLY | O_CLOEXEC | O_DIRECTORY));
+    const UniqueFd fd(openat(from, name, O_RDONLY | O_CLOEXEC | O_DIRECTORY));
     return fd && (fsync(fd.get()) == 0 || errno == EINVAL);
 }
 

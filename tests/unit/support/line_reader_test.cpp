@@ -1,13 +1,16 @@
-#include "line_reader.h"
+#include "support/line_reader.h"
 
 #include <fcntl.h>
-#include <gtest/gtest.h>
+#include <unistd.h>
 
+#include <cerrno>
 #include <string>
 #include <vector>
 
-#include "file_steps.h"
-#include "unit/zndb/zndb_files.h"
+#include "doubles/faults_test_fixture.h"
+#include "doubles/libc_doubles.h"
+#include "support/temp_folder.h"
+#include "support/unique_fd.h"
 
 namespace {
 
@@ -19,13 +22,12 @@ struct Seen {
     bool ended;
 };
 
-class LineReaderTest : public DiskTest {
+class LineReaderTest : public FaultsTest {
   protected:
     /* All lines of a file with this content. */
     std::vector<Seen> lines_of(const std::string &content) {
-        put_file("/tmp/m_tmp/lines", content);
-        OwnedFd fd;
-        EXPECT_EQ(0, open_file("/tmp/m_tmp/lines", O_RDONLY, fd));
+        const UniqueFd fd(::open(folder_.file("lines", content).c_str(), O_RDONLY | O_CLOEXEC));
+        EXPECT_TRUE(fd);
         LineReader reader(fd.get());
         std::vector<Seen> seen;
         Line line = {};
@@ -36,6 +38,7 @@ class LineReaderTest : public DiskTest {
         return seen;
     }
 
+    TempFolder folder_;
     int error_ = -1;
 };
 
