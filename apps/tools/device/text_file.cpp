@@ -27,26 +27,6 @@ std::string cant_write(const std::string &path, int error) {
     return errno_text("can't write " + path, error);
 }
 
-std::string read_all(int fd, const std::string &path, std::string *text) {
-    char piece[65536];
-    std::string all;
-    for (;;) {
-        const ssize_t count = ::read(fd, piece, sizeof(piece));
-        if (count < 0) {
-            return cant_read(path, errno);
-        }
-        if (count == 0) {
-            break;
-        }
-        all.append(piece, static_cast<size_t>(count));
-        if (all.size() > kLargest) {
-            return cant_read(path, EFBIG);
-        }
-    }
-    *text = std::move(all);
-    return "";
-}
-
 bool write_text(int fd, std::string_view text) {
     return file_io::write_all(fd, text.data(), text.size());
 }
@@ -101,12 +81,32 @@ bool file_exists(const std::string &path) {
     return ::access(path.c_str(), F_OK) == 0;
 }
 
+std::string read_open_file(int fd, const std::string &path, std::string *text) {
+    char piece[65536];
+    std::string all;
+    for (;;) {
+        const ssize_t count = ::read(fd, piece, sizeof(piece));
+        if (count < 0) {
+            return cant_read(path, errno);
+        }
+        if (count == 0) {
+            break;
+        }
+        all.append(piece, static_cast<size_t>(count));
+        if (all.size() > kLargest) {
+            return cant_read(path, EFBIG);
+        }
+    }
+    *text = std::move(all);
+    return "";
+}
+
 std::string read_text_file(const std::string &path, std::string *text) {
     if (path == kStandardStream) {
-        return read_all(STDIN_FILENO, "standard input", text);
+        return read_open_file(STDIN_FILENO, "standard input", text);
     }
     const UniqueFd file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY));
-    return !file ? cant_read(path, errno) : read_all(file.get(), path, text);
+    return !file ? cant_read(path, errno) : read_open_file(file.get(), path, text);
 }
 
 std::string copy_file(const std::string &from, int to) {

@@ -13,6 +13,9 @@ bool file_exists(const std::string &path);
 /* Reads a file, or standard input when path is "-". Returns "" or why it can't be read. At most 64 MiB. */
 std::string read_text_file(const std::string &path, std::string *text);
 
+/* The same for a file that is open. path: how it is named. */
+std::string read_open_file(int fd, const std::string &path, std::string *text);
+
 /*
  * Copies a file of any size, but nothing else, to an open one. Returns "" or why it can't be read or copied.
  */

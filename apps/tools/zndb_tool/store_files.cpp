@@ -4,10 +4,9 @@
 #include <vector>
 
 #include "device/text_file.h"
+#include "zndb_tool/journal_text.h"
 
 namespace {
-
-constexpr char kJournal[] = "/tmp/m_tmp/zndb/journal";
 
 /* The journal changes while it is read only when the database is busy; it settles soon. */
 constexpr int kAttempts = 20;
@@ -90,13 +89,13 @@ std::string store_paths(Store store) {
 
 std::string read_store(Store store, Entries *entries) {
     std::string journal;
-    std::string problem = read_if_there(kJournal, &journal);
+    std::string problem = read_journal_text(&journal);
     for (int attempt = 0; attempt < kAttempts && problem.empty(); ++attempt) {
         Entries read;
         std::string after;
         problem = read_files(files_of(store), read);
         if (problem.empty()) {
-            problem = read_if_there(kJournal, &after);
+            problem = read_journal_text(&after);
         }
         if (problem.empty() && after == journal) {
             apply_journal(journal, files_of(store).letter, read);

@@ -5,6 +5,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <optional>
 #include <string>
 
 #include "security/folders/attacked_device.h"
@@ -43,6 +44,16 @@ class JournalAttack : public ZndbTest {
         EXPECT_EQ(0600u, mode_of(kJournal)) << what;
     }
 };
+
+/* What the tool shows of the settings while no database runs. */
+std::string exported() {
+    ChildProcess tool({ZNDB_TOOL_PROGRAM, "export", "-"});
+    std::string all;
+    while (const std::optional<std::string> line = tool.read_line()) {
+        all += *line + "\n";
+    }
+    return all + std::to_string(tool.exit_status());
+}
 
 }  // namespace
 
@@ -152,4 +163,33 @@ TEST_F(JournalAttack, AJournalThatWasOpenToAllIsNarrowed) {
     start();
     EXPECT_EQ("1", plain("own"));
     expect_closed("an own journal");
+}
+
+/* Nor does it wait for the other end of a pipe. */
+TEST_F(JournalAttack, WhatStandsInTheJournalsPlaceIsNotExported) {
+    if (!other_user_exists()) {
+        GTEST_SKIP() << kNoOtherUser;
+    }
+    for (const Plant what : kAllPlants) {
+        clean_device();
+        open_to_all(kFolder);
+        plant(what, kJournal, kHacked);
+        EXPECT_EQ("1", exported()) << name_of(what);
+    }
+}
+
+TEST_F(JournalAttack, AWholeFolderOfAnotherUserIsNotExported) {
+    if (!other_user_exists()) {
+        GTEST_SKIP() << kNoOtherUser;
+    }
+    open_to_all(kTempFolder);
+    ASSERT_EQ(0, as_other_user(
+                     [] { return ::mkdir(kFolder, 0755) == 0 && write_text(kJournal, kHacked) ? 0 : 1; }));
+    EXPECT_EQ("1", exported());
+}
+
+TEST_F(JournalAttack, AnOwnJournalIsExported) {
+    open_to_all(kFolder);
+    ASSERT_TRUE(write_text(kJournal, "P+own=1\n"));
+    EXPECT_EQ("own=1\n0", exported());
 }
