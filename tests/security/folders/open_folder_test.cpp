@@ -24,6 +24,10 @@ constexpr char kIpcFolder[] = "/tmp/m_tmp/ipc";
 constexpr char kSubscribeFolder[] = "/m_data/usr/subscribe";
 constexpr char kMaskFolder[] = "/m_data/usr/mask";
 constexpr char kPermanentFolder[] = "/m_data/usr_permanent";
+/* Each after the one that it lies in. */
+constexpr const char *kImageFolders[] = {
+    "/m_data",        "/m_data/usr", "/m_data/usr/db", kPermanentFolder,  "/m_data/usr_permanent/db",
+    "/m_data/factor", "/m_webui",    "/m_webui/usr",   "/m_webui/usr/db", "/tmp/m_tmp/zndb"};
 /* There is one where the tests are root's and have no user namespace of their own. */
 constexpr uid_t kThirdUser = 60002;
 
@@ -33,7 +37,7 @@ class OpenFolder : public testing::Test {
   protected:
     OpenFolder() { clean_device(); }
     ~OpenFolder() override {
-        for (const char *folder : {"/m_data", "/m_data/usr", kPermanentFolder}) {
+        for (const char *folder : kImageFolders) {
             (void)::chmod(folder, 0755);
         }
         (void)::rmdir(kMaskFolder);
@@ -78,11 +82,12 @@ TEST_F(OpenFolder, FoldersForOneUserAreNotOpened) {
 }
 
 TEST_F(OpenFolder, FoldersOfTheImageAreLeftAloneAndTold) {
-    for (const char *folder : {"/m_data", "/m_data/usr", kPermanentFolder}) {
-        ASSERT_EQ(0, ::chmod(folder, 0775));
+    for (const char *folder : kImageFolders) {
+        (void)::mkdir(folder, 0755);
+        ASSERT_EQ(0, ::chmod(folder, 0775)) << folder;
     }
     ModuleProcess wlan(kWlan);
-    for (const char *folder : {"/m_data", "/m_data/usr", kPermanentFolder}) {
+    for (const char *folder : kImageFolders) {
         EXPECT_EQ(0775u, mode_of(folder)) << folder;
         const std::string told = "others can write the working folder " + std::string(folder) + ": owner " +
                                  std::to_string(::geteuid()) + ", mode 0775";

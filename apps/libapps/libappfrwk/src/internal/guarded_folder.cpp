@@ -26,8 +26,17 @@ constexpr const char *kOwnFolders[] = {paths::kTempFolder,        paths::kLockFo
                                        paths::kIpcFolder,         paths::kSubscribeFolder,
                                        paths::kSubscribeFolderEx, paths::kTraceMaskFolder};
 
-/* Those of the device's image in which it keeps files. */
-constexpr const char *kImageFolders[] = {paths::kDataFolder, paths::kUserFolder, paths::kPermanentFolder};
+/* Those of the device's image, and the database's. What lies in any of them is believed by some module. */
+constexpr const char *kImageFolders[] = {paths::kDataFolder,
+                                         paths::kUserFolder,
+                                         paths::kUserDatabaseFolder,
+                                         paths::kPermanentFolder,
+                                         paths::kPermanentDatabaseFolder,
+                                         paths::kFactoryFolder,
+                                         paths::kImageFolder,
+                                         paths::kImageUserFolder,
+                                         paths::kImageDatabaseFolder,
+                                         paths::kJournalFolder};
 
 bool is_open(const char *path) {
     struct stat found = {};
