@@ -57,10 +57,16 @@ namespace {
 constexpr char kOpenFolder[] = "/m_data/usr/open";
 constexpr char kNotedInTheOpen[] = "/m_data/usr/open/pid";
 
+enum class Killed {
+    kAlone,
+    kWithItsGroup
+};
+
 /* Runs a tool that detaches, is killed meanwhile, and returns 0 once the tool has ended too. */
-int ask_and_be_killed() {
+int ask_and_be_killed(Killed how) {
     const pid_t asker = fork();
     if (asker == 0) {
+        (void)setpgid(0, 0);
         os_command_scope_open();
         os_system("setsid sh -c 'echo $$ > /m_data/usr/open/pid; exec sleep 1000' & exec sleep 1000");
         _exit(1);
@@ -68,7 +74,8 @@ int ask_and_be_killed() {
     const auto noted = [] { return file_text(kNotedInTheOpen); };
     const bool is_noted = wait_until([&] { return noted().find('\n') != std::string::npos; });
     const pid_t tool = std::atoi(noted().c_str());
-    const bool is_killed = kill(asker, SIGKILL) == 0 && waitpid(asker, nullptr, 0) == asker;
+    const pid_t victim = how == Killed::kAlone ? asker : -asker;
+    const bool is_killed = kill(victim, SIGKILL) == 0 && waitpid(asker, nullptr, 0) == asker;
     return is_noted && is_killed && wait_until([tool] { return has_ended(tool); }) ? 0 : 1;
 }
 
@@ -80,6 +87,13 @@ TEST(KilledModule, LeavesNoToolThoughItIsNotRoots) {
     }
     ASSERT_EQ(0, mkdir(kOpenFolder, 0777));
     ASSERT_EQ(0, chmod(kOpenFolder, 0777));
-    EXPECT_EQ(0, as_other_user(ask_and_be_killed));
+    EXPECT_EQ(0, as_other_user([] { return ask_and_be_killed(Killed::kAlone); }));
+    std::filesystem::remove_all(kOpenFolder);
+}
+
+/* What looks after the tool is not in the group. */
+TEST(KilledModule, LeavesNoToolThoughItsGroupIsKilledWithIt) {
+    ASSERT_EQ(0, mkdir(kOpenFolder, 0755));
+    EXPECT_EQ(0, ask_and_be_killed(Killed::kWithItsGroup));
     std::filesystem::remove_all(kOpenFolder);
 }
