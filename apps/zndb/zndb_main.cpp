@@ -4,17 +4,21 @@
 #include <atomic>
 #include <cstdio>
 #include <cstdlib>
+#include <mutex>
 #include <string>
 
 #include "database.h"
 #include "frwk_common.h"
 #include "os_log.h"
+#include "os_thread.h"
 #include "os_time.h"
 #include "own_files.h"
 #include "zndb_handler.h"
 #include "zndb_paths.h"
 
 namespace {
+
+constexpr uint32_t kLookPauseMs = 10000;
 
 /* The lock and the socket of this process. Made when they are there; never freed, as the database. */
 std::atomic<const OwnFiles *> g_s_own_files{nullptr};
@@ -62,10 +66,27 @@ bool is_worth_a_look(apps_message_id_e_type msgid) {
     return looked_at.exchange(now) != now || !is_reading(msgid);
 }
 
+/* Ends the process, whichever thread is the first to ask for it. */
+[[noreturn]] void end_superseded() {
+    static std::mutex ending;
+    ending.lock();
+    std::exit(EXIT_FAILURE);  // NOLINT(concurrency-mt-unsafe): one thread gets here
+}
+
+/* One that nobody asks any more, since its successor has the socket, would never learn of it. */
+void *watch_own_files(void *) {
+    for (;;) {
+        frwk_sleep(kLookPauseMs);
+        if (is_superseded()) {
+            end_superseded();
+        }
+    }
+}
+
 apps_err_e_type answer_message(uint32_t src, apps_message_id_e_type msgid, const void *data, int32_t data_len,
                                void *rsp, uint32_t rsp_size, uint32_t) {
     if (is_worth_a_look(msgid) && is_superseded()) {
-        std::exit(EXIT_FAILURE);  // NOLINT(concurrency-mt-unsafe): the service thread is the only one
+        end_superseded();
     }
     return zndb_handle(database(), {src, msgid, data, data_len, rsp, rsp_size});
 }
@@ -89,6 +110,8 @@ int main() {
     frwk_module_init(E_APPS_MODULE_ZNDB, before_exit);
     g_s_own_files = new OwnFiles({zndb_paths::kLockFile, zndb_paths::kSocketFile});
     (void)database();
+    os_thread_t watcher = 0;
+    (void)os_thread_create(&watcher, nullptr, watch_own_files, nullptr); /* or only requests look */
     frwk_ipc_service(answer_message);
     return 1;  // GCOVR_EXCL_LINE: there is no service thread
 }

@@ -8,7 +8,7 @@
 #include <string>
 
 /* Long enough for a loaded machine and a sanitized program; only a failing test waits that long. */
-inline constexpr std::chrono::seconds kPatience{30};
+inline constexpr std::chrono::seconds kPatience{55};
 
 /* Looks at the condition until it holds. Returns false when the limit passes first. */
 bool wait_until(const std::function<bool()> &condition, std::chrono::milliseconds limit = kPatience);

@@ -4,6 +4,7 @@
  */
 #pragma once
 
+#include <algorithm>
 #include <charconv>
 #include <cstddef>
 #include <cstring>
@@ -24,11 +25,7 @@ class LogText {
         bytes_[0] = '\0';
     }
 
-    void add(const char *text) {
-        for (; *text != '\0'; ++text) {
-            add_char(*text);
-        }
-    }
+    void add(const char *text) { add_plain(text); }
 
     /*
      * Adds text from outside. Whatever it holds, it stays on this line and does nothing to a terminal. Bytes
@@ -36,6 +33,12 @@ class LogText {
      */
     void add_escaped(const char *text) {
         for (std::string_view left = text; !left.empty();) {
+            const size_t plain = plain_length(left);
+            add_plain(left.substr(0, plain));
+            left.remove_prefix(plain);
+            if (left.empty()) {
+                return;
+            }
             const size_t length = utf8_length(left);
             if (length == 0) {
                 add_stray_byte(left[0]);
@@ -91,6 +94,27 @@ class LogText {
             return;
         }
         append(character.data(), character.size());
+    }
+
+    /* How many printable ASCII characters a text begins with: nearly all of most lines. */
+    static size_t plain_length(std::string_view text) {
+        size_t length = 0;
+        while (length < text.size() && text[length] >= ' ' && text[length] <= '~') {
+            ++length;
+        }
+        return length;
+    }
+
+    /* Adds as many of these bytes as there is room for. */
+    void add_plain(std::string_view bytes) {
+        if (is_cut_) {
+            return;
+        }
+        const size_t count = std::min(bytes.size(), kRoom - length_);
+        append(bytes.data(), count);
+        if (count < bytes.size()) {
+            mark_cut();
+        }
     }
 
     void add_char(char c) { add_whole({&c, 1}); }

@@ -157,6 +157,14 @@ TEST_F(ZndbSuccessor, AFirstThatIsOnlyReadEndsSoon) {
     EXPECT_EQ(1, first_->exit_status());
 }
 
+TEST_F(ZndbSuccessor, AFirstThatNobodyAsksEndsByItself) {
+    start_first();
+    start_second();
+    EXPECT_EQ(1, first_->exit_status());
+    EXPECT_NE(std::string::npos, first_->errors().find(zndb_paths::kLockFile + kWords)) << first_->errors();
+    EXPECT_EQ("first", plain("k"));
+}
+
 TEST_F(ZndbSuccessor, ASocketThatSomebodyRemovedEndsItToo) {
     start_first();
     fs::remove(zndb_paths::kSocketFile);

@@ -5,6 +5,7 @@
 
 #include <atomic>
 #include <cerrno>
+#include <future>
 #include <string>
 #include <thread>
 
@@ -109,11 +110,13 @@ using ForkedChildOfASubscriber = SubscriptionTest;
 /* The child waits for the process that holds the lock, not for a thread that it hasn't got. */
 TEST_F(ForkedChildOfASubscriber, TakesTheLockWhenItsParentHasLetItGo) {
     SocketPair pair;
-    ASSERT_EQ(frwk_ipc_subscribe_lock(), 1);
-    std::thread holder([&pair] {
+    std::promise<int32_t> locked;
+    std::thread holder([&pair, &locked] {
+        locked.set_value(frwk_ipc_subscribe_lock());
         (void)read_bytes(pair.test(), 1);
         frwk_ipc_subscribe_unlock();
     });
+    EXPECT_EQ(locked.get_future().get(), 1);
     const ChildEnd end = in_child_within_limit([&pair] {
         base::os_msleep.stand_in([&pair](uint32_t ms) {
             (void)write_bytes(pair.subject(), Bytes(1));
