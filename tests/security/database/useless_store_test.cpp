@@ -1,0 +1,83 @@
+/*
+ * A bad day for a backup and its restore: damaged stores, a file of no use, a flash that can't be written. No
+ * setting is lost without a word.
+ */
+#include <filesystem>
+#include <string>
+
+#include "system/tools/backup_fixture.h"
+
+namespace {
+
+using UselessStore = ZndbToolBackup;
+
+/* A restore stops at a line that is none, so such lines must not get into a backup. */
+TEST_F(UselessStore, OfASlightlyDamagedStoreNothingIsLost) {
+    zndb_.reset();
+    const std::string file = "/m_data/usr/db/user_data.txt";
+    ASSERT_TRUE(write_text(file, "apn=internet\nrubbish\n" + file_text(file)));
+    start();
+    EXPECT_EQ("", kTool.output_of({"backup", kBackup}));
+    EXPECT_EQ("home", restored("ssid"));
+    EXPECT_EQ("internet", plain("apn"));
+}
+
+/* The database skips the line and keeps the rest; a restore would not. */
+TEST_F(UselessStore, ABackupOfADamagedFileWarnsOfTheLine) {
+    ASSERT_TRUE(write_text(zndb_paths::kPlainFile, "ssid=home\nscratched\nchannel=11\n"));
+    const ToolEnd end = kTool.run({"backup", kBackup});
+    EXPECT_EQ(0, end.status);
+    EXPECT_EQ(
+        "zndb_tool: warning: /m_data/usr/db/user_data.txt:2: there is no '='; a restore of this backup stops "
+        "there\n",
+        end.errors);
+    EXPECT_EQ("", kTool.output_of({"restore", kBackup}));
+    EXPECT_EQ("home", plain("ssid"));
+    EXPECT_EQ("ret 3", plain("channel"));
+}
+
+TEST_F(UselessStore, ARestoreWithAPermFileOfNoUseSucceeds) {
+    EXPECT_EQ("", kTool.output_of({"backup", kBackup}));
+    zndb_.reset();
+    std::filesystem::create_directories("/m_data/usr_permanent/db/perm_data.txt");
+    start();
+    EXPECT_EQ(0, zndb_set_perm_data("p", "pv"));
+    EXPECT_EQ(0, zndb_set("ssid", "changed"));
+    EXPECT_EQ("", kTool.output_of({"restore", kBackup}));
+    EXPECT_EQ("home", plain("ssid"));
+    EXPECT_EQ("pv", perm("p"));
+    kTool.expect_failure(0, "warning: save of the perm store failed: 2007 E_APPS_ERR_ZNDB_OTHER",
+                         {"backup", kBackup});
+    EXPECT_TRUE(std::filesystem::exists(kBackup));
+}
+
+TEST_F(UselessStore, ARestoreOntoAReadOnlyFlashChangesNothing) {
+    EXPECT_EQ("", kTool.output_of({"backup", kBackup}));
+    start_after("mount --bind /m_data/usr/db /m_data/usr/db && mount -o remount,bind,ro /m_data/usr/db");
+    EXPECT_EQ(0, zndb_set("ssid", "changed"));
+    const ToolEnd end = kTool.run({"restore", kBackup});
+    EXPECT_EQ(1, end.status);
+    EXPECT_NE(std::string::npos,
+              end.errors.find("save failed: 2006 E_APPS_ERR_ZNDB_READ_ONLY; nothing has changed"))
+        << end.errors;
+    EXPECT_EQ("changed", plain("ssid"));
+    EXPECT_EQ("QR-100", plain("device_product_name"));
+    EXPECT_EQ("data", file_text(kDatabase));
+}
+
+/* What could not be saved would be lost, and an emptied database left empty. */
+TEST_F(UselessStore, ARestoreThatCannotSaveFirstChangesNothing) {
+    EXPECT_EQ("", kTool.output_of({"backup", kBackup}));
+    zndb_->kill();
+    start_after("mount --bind /m_data/usr/db /m_data/usr/db && mount -o remount,bind,ro /m_data/usr/db");
+    EXPECT_EQ(0, zndb_set("ssid", "unsaved"));
+    const ToolEnd end = kTool.run({"restore", kBackup});
+    EXPECT_EQ(1, end.status);
+    EXPECT_EQ("zndb_tool: restore of " + kBackup + ": save failed: ",
+              end.errors.substr(0, end.errors.find("failed: ") + 8));
+    EXPECT_NE(std::string::npos, end.errors.find("; nothing has changed\n")) << end.errors;
+    EXPECT_EQ("unsaved", plain("ssid"));
+    EXPECT_FALSE(copies_are_left());
+}
+
+}  // namespace
