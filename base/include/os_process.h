@@ -49,8 +49,8 @@ FILE *os_popen(const char *command, const char *mode);
  */
 int32_t os_pclose(FILE *stream);
 
-/* Bytes of the largest file that a command in a scope can write. */
-#define OS_COMMAND_FILE_MAX (16 * 1024 * 1024)
+/* Bytes of the largest file that a command in a scope can write: 16 MiB. */
+#define OS_COMMAND_FILE_MAX 16777216
 
 /*
  * Opens a scope for the calling thread: whatever its commands leave running, in the background or detached,
