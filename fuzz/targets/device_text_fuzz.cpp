@@ -6,6 +6,7 @@
  */
 #include "frwk_common.h"
 #include "internal/frwk_paths.h"
+#include "internal/guarded_file.h"
 #include "support/fuzz_input.h"
 
 namespace {
@@ -61,11 +62,26 @@ extern "C" int32_t __wrap_os_file_exist(const char *path) {
     return 1;
 }
 
-extern "C" std::FILE *__wrap_fopen64(const char *path, const char *) {
+namespace {
+
+std::FILE *open_file(const char *path) {
     FUZZ_CHECK(is_one_of_the_two(path));
     std::FILE *stream = ::fmemopen(g_file.data(), g_file.size(), "r");
     FUZZ_CHECK(stream != nullptr);
     return stream;
+}
+
+}  // namespace
+
+extern "C" std::FILE *__wrap_fopen64(const char *path, const char *) {
+    return open_file(path);
+}
+
+UniqueFile open_in_memory(const char *path, int flags, mode_t mode, Planted planted,
+                          const char *stream_mode) __asm__("__wrap__Z19open_guarded_streamPKcij7PlantedS0_");
+
+UniqueFile open_in_memory(const char *path, int, mode_t, Planted, const char *) {
+    return UniqueFile(open_file(path));
 }
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
