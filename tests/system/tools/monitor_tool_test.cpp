@@ -39,7 +39,7 @@ TEST_F(MonitorTool, ListsEveryModuleOfTheTable) {
 TEST_F(MonitorTool, AModuleThatHangsDoesNotHangTheList) {
     const ModuleProcess router(E_APPS_MODULE_ROUTER);
     hang_wlan();
-    const std::string list = kTool.output_of({"list", "--running", "--timeout", "0.2"});
+    const std::string list = kTool.output_of({"list", "--running", "--timeout", "2"});
     EXPECT_EQ(3u, lines_of(list).size());
     EXPECT_EQ("5 wlan WLAN hangs yes no MONITORED ADMIN PSEUDO 0x1000", row_of(list, "wlan"));
     EXPECT_EQ("3 router ROUTER running 1 0 T ms yes no MONITORED 0x1000", row_of(list, "router"));
