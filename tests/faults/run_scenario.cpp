@@ -28,10 +28,6 @@ constexpr int kMostComplaints = 4;
 constexpr int kGoodRuns = 5;
 constexpr int kMostTries = 5;
 
-/* So many faults may be passed by for each that is met: who looks at all processes of the machine makes fewer
- * calls when others have ended since. */
-constexpr size_t kMostMissed = 4;
-
 /* Holds for every function. */
 const Exception kOfAll[] = {
     {{Call::stat64}, Waived::kEffect, "os_file_exist says no and os_file_size 0, and nobody learns why"},
@@ -72,7 +68,7 @@ class Runner {
                 fail_at(at, variant);
             }
         }
-        if (missed_ > kMostMissed * faults_) {
+        if (missed_ > faults_) {
             ADD_FAILURE() << scenario_.function << " passed " << missed_ << " faults by";
         }
         return tally();
