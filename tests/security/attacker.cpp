@@ -11,7 +11,7 @@
 #include <cstdlib>
 #include <new>
 
-#include "security/other_user.h"
+#include "support/other_user.h"
 #include "support/wait_until.h"
 
 namespace {

@@ -127,9 +127,10 @@ Returns2ForAWrongUsage() {
     expect_status 2 "$launcher" --help 2>/dev/null
 }
 
-# second_user LAUNCHER...: becomes the second user in the tree
+# second_user LAUNCHER...: becomes the second user, and the third, in the tree
 second_user() {
-    [ "$("$@" -- setpriv --reuid=60001 --clear-groups id -u)" = 60001 ]
+    [ "$("$@" -- setpriv --reuid=60001 --clear-groups id -u)" = 60001 ] &&
+        [ "$("$@" -- setpriv --reuid=60002 --clear-groups id -u)" = 60002 ]
 }
 
 HasASecondUserForRoot() {

@@ -1,5 +1,5 @@
-// A namespace's maps may be written once each: with two users by a process outside that has root's rights, or
-// with the own user alone by the process inside.
+// A namespace's maps may be written once each: with several users by a process outside that has root's
+// rights, or with the own user alone by the process inside.
 
 #include "device_tree_users.h"
 
@@ -20,8 +20,11 @@ enum Mapped {
     kGroups = 2
 };
 
-std::string line(unsigned id) {
-    return std::to_string(id) + " " + std::to_string(id) + " 1\n";
+constexpr unsigned kFirstOtherUser = 60001;
+constexpr unsigned kOtherUsers = 2;
+
+std::string line(unsigned id, unsigned count = 1) {
+    return std::to_string(id) + " " + std::to_string(id) + " " + std::to_string(count) + "\n";
 }
 
 bool write_text(const std::string &path, const std::string &text) {
@@ -35,9 +38,9 @@ bool write_text(const std::string &path, const std::string &text) {
     char nothing = 0;
     (void)!read(call, &nothing, 1);
     const std::string process = "/proc/" + std::to_string(inside);
-    const std::string second = line(60001);
-    const bool users = write_text(process + "/uid_map", line(geteuid()) + second);
-    const bool groups = write_text(process + "/gid_map", line(getegid()) + second);
+    const std::string others = line(kFirstOtherUser, kOtherUsers);
+    const bool users = write_text(process + "/uid_map", line(geteuid()) + others);
+    const bool groups = write_text(process + "/gid_map", line(getegid()) + others);
     _exit((users ? kUsers : 0) | (groups ? kGroups : 0));
 }
 

@@ -7,8 +7,8 @@
 namespace device_tree {
 
 // Maps users into the user namespace that the calling process is about to make: its own user and group, which
-// stand for themselves, and, where root makes it, the user and group 60001, as whom tests attack. Nobody else
-// could become that user in the tree, or write to its folders.
+// stand for themselves, and, where root makes it, users and groups 60001 and 60002, as whom tests attack.
+// Only root may map them.
 class UserMapper {
   public:
     // Starts a process that stays outside.

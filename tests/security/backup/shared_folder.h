@@ -13,7 +13,7 @@
 #include <string>
 
 #include "security/attacker.h"
-#include "security/other_user.h"
+#include "support/other_user.h"
 #include "system/backup/backup_fixture.h"
 
 inline constexpr char kShared[] = "/m_data/usr/shared";
@@ -36,8 +36,11 @@ inline ino_t number_of(const char *path) {
 class SharedFolder : public BackupSystem, public testing::WithParamInterface<As> {
   protected:
     void SetUp() override {
-        if (GetParam() == As::kAnotherUser && !other_user_exists()) {
-            GTEST_SKIP() << kNoOtherUser;
+        if (GetParam() == As::kAnotherUser) {
+            skip_without_other_user();
+        }
+        if (IsSkipped()) {
+            return;
         }
         for (const char *folder : {kShared, "/etc/cron.d"}) {
             std::filesystem::remove_all(folder);

@@ -10,7 +10,7 @@
 
 #include "security/folders/attacked_device.h"
 #include "security/folders/fixed_uptime.h"
-#include "security/other_user.h"
+#include "support/other_user.h"
 #include "support/tool_folder.h"
 #include "support/wait_until.h"
 #include "system/diag/diagnosis.h"
@@ -33,12 +33,11 @@ class DiagAttack : public testing::Test {
     const ToolFolder tools_;
 };
 
+using DiagAttackByAnotherUser = ByAnotherUser<DiagAttack>;
+
 }  // namespace
 
-TEST_F(DiagAttack, WhatStandsInTheOutputsPlaceIsSetAside) {
-    if (!other_user_exists()) {
-        GTEST_SKIP() << kNoOtherUser;
-    }
+TEST_F(DiagAttackByAnotherUser, WhatStandsInTheOutputsPlaceIsSetAside) {
     for (const Plant what : kAllPlants) {
         clean_device();
         open_to_all(kTempFolder);

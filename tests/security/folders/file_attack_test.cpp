@@ -11,8 +11,8 @@
 #include "frwk_common.h"
 #include "frwk_utils.h"
 #include "security/folders/attacked_device.h"
-#include "security/other_user.h"
 #include "support/module_process.h"
+#include "support/other_user.h"
 
 namespace {
 
@@ -40,12 +40,11 @@ class FileAttack : public testing::Test {
     }
 };
 
+using FileAttackByAnotherUser = ByAnotherUser<FileAttack>;
+
 }  // namespace
 
-TEST_F(FileAttack, WhatStandsInTheReasonsPlaceIsSetAside) {
-    if (!other_user_exists()) {
-        GTEST_SKIP() << kNoOtherUser;
-    }
+TEST_F(FileAttackByAnotherUser, WhatStandsInTheReasonsPlaceIsSetAside) {
     for (const Plant what : kAllPlants) {
         clear(kPermanentFolder);
         open_to_all(kPermanentFolder);
@@ -99,10 +98,9 @@ class MaskAttack : public FileAttack {
     }
 };
 
-TEST_F(MaskAttack, WhatStandsInTheMasksPlaceIsSetAside) {
-    if (!other_user_exists()) {
-        GTEST_SKIP() << kNoOtherUser;
-    }
+using MaskAttackByAnotherUser = ByAnotherUser<MaskAttack>;
+
+TEST_F(MaskAttackByAnotherUser, WhatStandsInTheMasksPlaceIsSetAside) {
     for (const Plant what : kAllPlants) {
         std::filesystem::remove_all(kMaskFolder);
         open_to_all(kMaskFolder);
@@ -131,10 +129,9 @@ class SubscriptionAttack : public FileAttack {
     SubscriptionAttack() { clear(kSubscribeFolder); }
 };
 
-TEST_F(SubscriptionAttack, WhatStandsInAListsPlaceIsRefused) {
-    if (!other_user_exists()) {
-        GTEST_SKIP() << kNoOtherUser;
-    }
+using SubscriptionAttackByAnotherUser = ByAnotherUser<SubscriptionAttack>;
+
+TEST_F(SubscriptionAttackByAnotherUser, WhatStandsInAListsPlaceIsRefused) {
     for (const Plant what : kAllPlants) {
         clear(kSubscribeFolder);
         open_to_all(kSubscribeFolder);
@@ -149,10 +146,7 @@ TEST_F(SubscriptionAttack, WhatStandsInAListsPlaceIsRefused) {
     }
 }
 
-TEST_F(SubscriptionAttack, TheLogTellsWhoseTheListIs) {
-    if (!other_user_exists()) {
-        GTEST_SKIP() << kNoOtherUser;
-    }
+TEST_F(SubscriptionAttackByAnotherUser, TheLogTellsWhoseTheListIs) {
     open_to_all(kSubscribeFolder);
     plant(Plant::kFile, kEvent, "wlan\n");
     ModuleProcess router(kRouter);

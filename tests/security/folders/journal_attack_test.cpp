@@ -9,7 +9,7 @@
 #include <string>
 
 #include "security/folders/attacked_device.h"
-#include "security/other_user.h"
+#include "support/other_user.h"
 #include "system/zndb/zndb_process.h"
 
 namespace {
@@ -45,6 +45,8 @@ class JournalAttack : public ZndbTest {
     }
 };
 
+using JournalAttackByAnotherUser = ByAnotherUser<JournalAttack>;
+
 /* What the tool shows of the settings while no database runs. */
 std::string exported() {
     ChildProcess tool({ZNDB_TOOL_PROGRAM, "export", "-"});
@@ -57,10 +59,7 @@ std::string exported() {
 
 }  // namespace
 
-TEST_F(JournalAttack, WhatStandsInTheJournalsPlaceIsNotBelieved) {
-    if (!other_user_exists()) {
-        GTEST_SKIP() << kNoOtherUser;
-    }
+TEST_F(JournalAttackByAnotherUser, WhatStandsInTheJournalsPlaceIsNotBelieved) {
     for (const Plant what : kAllPlants) {
         clean_device();
         open_to_all(kFolder);
@@ -70,10 +69,7 @@ TEST_F(JournalAttack, WhatStandsInTheJournalsPlaceIsNotBelieved) {
     }
 }
 
-TEST_F(JournalAttack, WhatStandsInItsSuccessorsPlaceMakesWay) {
-    if (!other_user_exists()) {
-        GTEST_SKIP() << kNoOtherUser;
-    }
+TEST_F(JournalAttackByAnotherUser, WhatStandsInItsSuccessorsPlaceMakesWay) {
     for (const Plant what : kAllPlants) {
         clean_device();
         open_to_all(kFolder);
@@ -87,10 +83,7 @@ TEST_F(JournalAttack, WhatStandsInItsSuccessorsPlaceMakesWay) {
     }
 }
 
-TEST_F(JournalAttack, WhatStandsInItsFoldersPlaceIsNotBelieved) {
-    if (!other_user_exists()) {
-        GTEST_SKIP() << kNoOtherUser;
-    }
+TEST_F(JournalAttackByAnotherUser, WhatStandsInItsFoldersPlaceIsNotBelieved) {
     for (const Plant what : kAllPlants) {
         clean_device();
         open_to_all(kTempFolder);
@@ -101,10 +94,7 @@ TEST_F(JournalAttack, WhatStandsInItsFoldersPlaceIsNotBelieved) {
 }
 
 /* The folder and the journal in it. */
-TEST_F(JournalAttack, AWholeFolderOfAnotherUserIsNotBelieved) {
-    if (!other_user_exists()) {
-        GTEST_SKIP() << kNoOtherUser;
-    }
+TEST_F(JournalAttackByAnotherUser, AWholeFolderOfAnotherUserIsNotBelieved) {
     for (const mode_t mode : {0700u, 0755u, 0777u}) {
         clean_device();
         open_to_all(kTempFolder);
@@ -117,10 +107,7 @@ TEST_F(JournalAttack, AWholeFolderOfAnotherUserIsNotBelieved) {
     }
 }
 
-TEST_F(JournalAttack, ALinkToAFolderOfAnotherUserIsNotFollowed) {
-    if (!other_user_exists()) {
-        GTEST_SKIP() << kNoOtherUser;
-    }
+TEST_F(JournalAttackByAnotherUser, ALinkToAFolderOfAnotherUserIsNotFollowed) {
     open_to_all(kTempFolder);
     ASSERT_EQ(0, as_other_user([] {
                   const bool made = ::mkdir(kTheirs, 0755) == 0 && ::symlink(kTheirs, kFolder) == 0;
@@ -139,10 +126,7 @@ TEST_F(JournalAttack, ALinkToAFolderOfAnotherUserIsNotFollowed) {
 }
 
 /* Even where the folder above is theirs. */
-TEST_F(JournalAttack, AJournalInAWorkingFolderOfAnotherUserIsNotBelieved) {
-    if (!other_user_exists()) {
-        GTEST_SKIP() << kNoOtherUser;
-    }
+TEST_F(JournalAttackByAnotherUser, AJournalInAWorkingFolderOfAnotherUserIsNotBelieved) {
     ASSERT_EQ(0, ::chown(kTempFolder, kOtherUser, ::getegid()));
     ASSERT_EQ(0, as_other_user(
                      [] { return ::mkdir(kFolder, 0755) == 0 && write_text(kJournal, kHacked) ? 0 : 1; }));
@@ -166,10 +150,7 @@ TEST_F(JournalAttack, AJournalThatWasOpenToAllIsNarrowed) {
 }
 
 /* Nor does it wait for the other end of a pipe. */
-TEST_F(JournalAttack, WhatStandsInTheJournalsPlaceIsNotExported) {
-    if (!other_user_exists()) {
-        GTEST_SKIP() << kNoOtherUser;
-    }
+TEST_F(JournalAttackByAnotherUser, WhatStandsInTheJournalsPlaceIsNotExported) {
     for (const Plant what : kAllPlants) {
         clean_device();
         open_to_all(kFolder);
@@ -178,10 +159,7 @@ TEST_F(JournalAttack, WhatStandsInTheJournalsPlaceIsNotExported) {
     }
 }
 
-TEST_F(JournalAttack, AWholeFolderOfAnotherUserIsNotExported) {
-    if (!other_user_exists()) {
-        GTEST_SKIP() << kNoOtherUser;
-    }
+TEST_F(JournalAttackByAnotherUser, AWholeFolderOfAnotherUserIsNotExported) {
     open_to_all(kTempFolder);
     ASSERT_EQ(0, as_other_user(
                      [] { return ::mkdir(kFolder, 0755) == 0 && write_text(kJournal, kHacked) ? 0 : 1; }));

@@ -12,8 +12,8 @@
 
 #include "security/attacker.h"
 #include "security/folders/attacked_device.h"
-#include "security/other_user.h"
 #include "support/module_process.h"
+#include "support/other_user.h"
 
 namespace {
 
@@ -69,6 +69,8 @@ class LockAttack : public testing::Test {
     }
 };
 
+using LockAttackByAnotherUser = ByAnotherUser<LockAttack>;
+
 }  // namespace
 
 TEST_F(LockAttack, LockFilesAreTheirOwnersAloneWhateverTheUmask) {
@@ -91,10 +93,7 @@ TEST_F(LockAttack, LockFilesOfAnEarlierVersionAreNarrowed) {
     EXPECT_EQ(0600u, mode_of(kSubscribeLock));
 }
 
-TEST_F(LockAttack, NobodyElseKeepsAModuleFromStarting) {
-    if (!other_user_exists()) {
-        GTEST_SKIP() << kNoOtherUser;
-    }
+TEST_F(LockAttackByAnotherUser, NobodyElseKeepsAModuleFromStarting) {
     { const ModuleProcess first(kWlan); }
     const SharedCount locked;
     Attacker attacker(As::kAnotherUser, [&] { *locked += lock_somehow(kInstanceLock) ? 1 : 0; });
@@ -107,10 +106,7 @@ TEST_F(LockAttack, NobodyElseKeepsAModuleFromStarting) {
     EXPECT_EQ(0u, *locked);
 }
 
-TEST_F(LockAttack, NobodyElseKeepsModulesFromSubscribing) {
-    if (!other_user_exists()) {
-        GTEST_SKIP() << kNoOtherUser;
-    }
+TEST_F(LockAttackByAnotherUser, NobodyElseKeepsModulesFromSubscribing) {
     ModuleProcess wlan(kWlan);
     ASSERT_EQ("ret=0", wlan.ask("sub link"));
     const SharedCount locked;
@@ -124,10 +120,7 @@ TEST_F(LockAttack, NobodyElseKeepsModulesFromSubscribing) {
     EXPECT_EQ(std::string::npos, wlan.process().errors().find("busy, will try lock again..."));
 }
 
-TEST_F(LockAttack, WhatStandsInALockFilesPlaceIsSetAside) {
-    if (!other_user_exists()) {
-        GTEST_SKIP() << kNoOtherUser;
-    }
+TEST_F(LockAttackByAnotherUser, WhatStandsInALockFilesPlaceIsSetAside) {
     for (const Plant what : kAllPlants) {
         clean_device();
         open_to_all(kLockFolder);
@@ -145,10 +138,7 @@ TEST_F(LockAttack, WhatStandsInALockFilesPlaceIsSetAside) {
     }
 }
 
-TEST_F(LockAttack, AFileThatSomebodyElseHoldsALockOnIsSetAside) {
-    if (!other_user_exists()) {
-        GTEST_SKIP() << kNoOtherUser;
-    }
+TEST_F(LockAttackByAnotherUser, AFileThatSomebodyElseHoldsALockOnIsSetAside) {
     open_to_all(kLockFolder);
     plant(Plant::kFile, kInstanceLock);
     plant(Plant::kFile, kSubscribeLock);

@@ -12,8 +12,8 @@
 #include "frwk_common.h"
 #include "os_log.h"
 #include "security/folders/attacked_device.h"
-#include "security/other_user.h"
 #include "support/module_process.h"
+#include "support/other_user.h"
 
 namespace {
 
@@ -28,8 +28,6 @@ constexpr char kPermanentFolder[] = "/m_data/usr_permanent";
 constexpr const char *kImageFolders[] = {
     "/m_data",        "/m_data/usr", "/m_data/usr/db", kPermanentFolder,  "/m_data/usr_permanent/db",
     "/m_data/factor", "/m_webui",    "/m_webui/usr",   "/m_webui/usr/db", "/tmp/m_tmp/zndb"};
-/* There is one where the tests are root's and have no user namespace of their own. */
-constexpr uid_t kThirdUser = 60002;
 
 constexpr char kNews[] = "the working folder ";
 
@@ -44,6 +42,8 @@ class OpenFolder : public testing::Test {
         (void)::rmdir(kSubscribeFolder);
     }
 };
+
+using OpenFolderByAnotherUser = ByAnotherUser<OpenFolder>;
 
 /* What a module of the other user prints to standard error when it starts. */
 std::string errors_of_other_users(int32_t module) {
@@ -101,10 +101,7 @@ TEST_F(OpenFolder, NothingIsToldOfFoldersThatAreClosed) {
     EXPECT_EQ(std::string::npos, wlan.process().errors().find(kNews)) << wlan.process().errors();
 }
 
-TEST_F(OpenFolder, AFolderOfAnotherUserIsTold) {
-    if (!other_user_exists()) {
-        GTEST_SKIP() << kNoOtherUser;
-    }
+TEST_F(OpenFolderByAnotherUser, AFolderOfAnotherUserIsTold) {
     ASSERT_EQ(0, ::mkdir(kIpcFolder, 0755));
     ASSERT_EQ(0, ::chown(kIpcFolder, kOtherUser, ::getegid()));
     ModuleProcess wlan(kWlan);
@@ -114,10 +111,7 @@ TEST_F(OpenFolder, AFolderOfAnotherUserIsTold) {
 }
 
 /* The other user is the module, and the folder root's. */
-TEST_F(OpenFolder, AnOpenFolderOfRootsIsToldToAModuleOfAnotherUser) {
-    if (!other_user_exists()) {
-        GTEST_SKIP() << kNoOtherUser;
-    }
+TEST_F(OpenFolderByAnotherUser, AnOpenFolderOfRootsIsToldToAModuleOfAnotherUser) {
     ASSERT_EQ(0, ::chmod(kTempFolder, 01777));
     const std::string errors = errors_of_other_users(E_APPS_MODULE_MONITOR_TOOL);
     const std::string told = "others can write the working folder /tmp/m_tmp: owner 0, mode 1777";
@@ -125,10 +119,7 @@ TEST_F(OpenFolder, AnOpenFolderOfRootsIsToldToAModuleOfAnotherUser) {
     EXPECT_EQ(01777u, mode_of(kTempFolder));
 }
 
-TEST_F(OpenFolder, WhatStandsInTheLocksOrTheSocketsFoldersPlaceIsSetAside) {
-    if (!other_user_exists()) {
-        GTEST_SKIP() << kNoOtherUser;
-    }
+TEST_F(OpenFolderByAnotherUser, WhatStandsInTheLocksOrTheSocketsFoldersPlaceIsSetAside) {
     for (const Plant what : kAllPlants) {
         clean_device();
         open_to_all(kTempFolder);
@@ -145,10 +136,7 @@ TEST_F(OpenFolder, WhatStandsInTheLocksOrTheSocketsFoldersPlaceIsSetAside) {
 }
 
 /* A link to a folder, so that locks would be made there. */
-TEST_F(OpenFolder, ALinkOfAnotherUserLeadsNowhere) {
-    if (!other_user_exists()) {
-        GTEST_SKIP() << kNoOtherUser;
-    }
+TEST_F(OpenFolderByAnotherUser, ALinkOfAnotherUserLeadsNowhere) {
     open_to_all(kTempFolder);
     ASSERT_EQ(0, as_other_user([] { return ::symlink("/m_data/factor", "/tmp/m_tmp/lock"); }));
     const ModuleProcess wlan(kWlan);
@@ -158,15 +146,10 @@ TEST_F(OpenFolder, ALinkOfAnotherUserLeadsNowhere) {
 
 /* In a sticky folder of root's what others put there can't be moved by a third one: it is told, and not used.
  */
-TEST_F(OpenFolder, WhatCanNotBeSetAsideIsTold) {
-    if (!other_user_exists()) {
-        GTEST_SKIP() << kNoOtherUser;
-    }
+TEST_F(OpenFolderByAnotherUser, WhatCanNotBeSetAsideIsTold) {
     ASSERT_EQ(0, ::chmod(kTempFolder, 01777));
     ASSERT_EQ(0, ::mkdir(kLockFolder, 0755));
-    if (::chown(kLockFolder, kThirdUser, ::getegid()) != 0) {
-        GTEST_SKIP() << "there is no third user";
-    }
+    ASSERT_EQ(0, ::chown(kLockFolder, kThirdUser, ::getegid()));
     const std::string errors = errors_of_other_users(E_APPS_MODULE_WLAN);
     EXPECT_NE(std::string::npos,
               errors.find("/tmp/m_tmp/lock is not ours (owner 60002, mode 0755) and can't be "

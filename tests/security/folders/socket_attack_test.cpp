@@ -12,8 +12,8 @@
 
 #include "security/attacker.h"
 #include "security/folders/attacked_device.h"
-#include "security/other_user.h"
 #include "support/module_process.h"
+#include "support/other_user.h"
 
 namespace {
 
@@ -45,6 +45,8 @@ class SocketAttack : public testing::Test {
     SocketAttack() { clean_device(); }
 };
 
+using SocketAttackByAnotherUser = ByAnotherUser<SocketAttack>;
+
 }  // namespace
 
 TEST_F(SocketAttack, FoldersAndSocketsHaveAModeOfTheirOwnWhateverTheUmask) {
@@ -73,10 +75,7 @@ TEST_F(SocketAttack, AStricterUmaskStays) {
     EXPECT_EQ(0750u, mode_of(kSocket));
 }
 
-TEST_F(SocketAttack, NobodyElseEndsAModule) {
-    if (!other_user_exists()) {
-        GTEST_SKIP() << kNoOtherUser;
-    }
+TEST_F(SocketAttackByAnotherUser, NobodyElseEndsAModule) {
     const Umask none(0);
     const SharedCount reached;
     Attacker attacker(As::kAnotherUser, [&] { *reached += send_exit() ? 1 : 0; });
@@ -97,10 +96,7 @@ TEST_F(SocketAttack, TheOwnersModulesStillReachEachOther) {
     EXPECT_EQ("ret=0 result=0 rsp=6f6b", router.ask("sync 5 40000 3 2 text:ok"));
 }
 
-TEST_F(SocketAttack, WhatStandsInASocketsPlaceMakesWay) {
-    if (!other_user_exists()) {
-        GTEST_SKIP() << kNoOtherUser;
-    }
+TEST_F(SocketAttackByAnotherUser, WhatStandsInASocketsPlaceMakesWay) {
     for (const Plant what : kAllPlants) {
         clean_device();
         open_to_all(kIpcFolder);

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <functional>
 #include <string>
 #include <thread>
 
@@ -21,6 +22,20 @@ constexpr uint32_t kEcho = 40000;
 constexpr uint32_t kFill = 40003;
 constexpr uint32_t kLargeRoom = 4 * 1024 * 1024;
 constexpr auto kLimit = 2s;
+
+class PauseClock {
+  public:
+    void step() {
+        const auto now = Clock::now();
+        longest_ = std::max(longest_, now - last_);
+        last_ = now;
+    }
+    Clock::duration longest_pause() const { return longest_; }
+
+  private:
+    Clock::time_point last_ = Clock::now();
+    Clock::duration longest_{0};
+};
 
 class SlowPeer : public testing::Test {
   protected:
@@ -51,6 +66,21 @@ class SlowPeer : public testing::Test {
         }
         EXPECT_FALSE(taken) << "all was taken";
         EXPECT_GE(Clock::now() - begin, kLimit - 100ms);
+    }
+
+    /* The module can't tell an honest peer from a silent one when a busy machine stops the peer for as long
+     * as the limit. Such a try does not count. The exchange gets a clock, on which it notes each step. */
+    static void expect_served(const std::function<bool(PauseClock &)> &exchange) {
+        constexpr int kMostTries = 20;
+        for (int tries = 0; tries < kMostTries; ++tries) {
+            PauseClock clock;
+            const bool is_served = exchange(clock);
+            if (clock.longest_pause() < kLimit / 2) {
+                EXPECT_TRUE(is_served);
+                return;
+            }
+        }
+        ADD_FAILURE() << "the machine stopped the peer in each of " << kMostTries << " tries";
     }
 
     ModuleProcess router_{3, limited()};
@@ -91,17 +121,15 @@ TEST_F(SlowPeer, AnHonestSlowRequestIsServed) {
     request.rsp_size = 4;
     request.data_len = 4;
     const std::string whole = request.bytes() + "slow";
-    const auto begin = Clock::now();
-    RawConnection peer = RawConnection::to("router");
-    for (size_t i = 0; i < whole.size(); i += 7) {
-        peer.send(whole.substr(i, 7));
-        std::this_thread::sleep_for(50ms);
-    }
-    const std::string answer = peer.receive_rest();
-    if (Clock::now() - begin > kLimit / 2) {
-        GTEST_SKIP() << "the machine was too slow for an honest peer";
-    }
-    EXPECT_EQ(words({0, 4}) + "slow", answer);
+    expect_served([&](PauseClock &clock) {
+        RawConnection peer = RawConnection::to("router");
+        for (size_t i = 0; i < whole.size(); i += 7) {
+            peer.send(whole.substr(i, 7));
+            std::this_thread::sleep_for(50ms);
+            clock.step();
+        }
+        return peer.receive_rest() == words({0, 4}) + "slow";
+    });
 }
 
 /* It takes longer than the limit in all, and never pauses for so long. */
@@ -109,22 +137,18 @@ TEST_F(SlowPeer, AnHonestSlowReaderGetsItsAnswer) {
     RawRequest request;
     request.msgid = kFill;
     request.rsp_size = kLargeRoom;
-    const auto begin = Clock::now();
-    RawConnection peer = RawConnection::to("router");
-    peer.send(request.bytes());
-    size_t read = 0;
-    Clock::duration longest_pause{0};
-    for (auto now = begin, before = begin; now - begin < kLimit + 1s; before = now) {
-        read += peer.receive(100000).size();
-        std::this_thread::sleep_for(100ms);
-        now = Clock::now();
-        longest_pause = std::max(longest_pause, now - before);
-    }
-    read += peer.receive_rest().size();
-    if (longest_pause > kLimit / 2) {
-        GTEST_SKIP() << "the machine was too slow for an honest peer";
-    }
-    EXPECT_EQ(size_t{kLargeRoom} + 8, read);
+    expect_served([&](PauseClock &clock) {
+        RawConnection peer = RawConnection::to("router");
+        peer.send(request.bytes());
+        size_t read = 0;
+        for (const auto begin = Clock::now(); Clock::now() - begin < kLimit + 1s;) {
+            read += peer.receive(100000).size();
+            std::this_thread::sleep_for(100ms);
+            clock.step();
+        }
+        read += peer.receive_rest().size();
+        return read == size_t{kLargeRoom} + 8;
+    });
     EXPECT_TRUE(serves());
 }
 

@@ -12,8 +12,8 @@
 #include <string>
 
 #include "os_process.h"
-#include "security/other_user.h"
 #include "support/module_process.h"
+#include "support/other_user.h"
 #include "support/tool_folder.h"
 
 namespace {
@@ -81,10 +81,9 @@ int ask_and_be_killed(Killed how) {
 
 }  // namespace
 
-TEST(KilledModule, LeavesNoToolThoughItIsNotRoots) {
-    if (!other_user_exists()) {
-        GTEST_SKIP() << kNoOtherUser;
-    }
+using KilledModuleByAnotherUser = ByAnotherUser<testing::Test>;
+
+TEST_F(KilledModuleByAnotherUser, LeavesNoToolThoughItIsNotRoots) {
     ASSERT_EQ(0, mkdir(kOpenFolder, 0777));
     ASSERT_EQ(0, chmod(kOpenFolder, 0777));
     EXPECT_EQ(0, as_other_user([] { return ask_and_be_killed(Killed::kAlone); }));

@@ -10,8 +10,8 @@
 #include <string>
 
 #include "security/attacker.h"
-#include "security/other_user.h"
 #include "support/module_process.h"
+#include "support/other_user.h"
 
 namespace {
 
@@ -24,8 +24,11 @@ class ForeignTool : public testing::TestWithParam<As> {
   protected:
     void SetUp() override {
         const bool is_anothers = GetParam() == As::kAnotherUser;
-        if (is_anothers && !other_user_exists()) {
-            GTEST_SKIP() << kNoOtherUser;
+        if (is_anothers) {
+            skip_without_other_user();
+        }
+        if (IsSkipped()) {
+            return;
         }
         ASSERT_EQ(0, mkdir(kFolder, 0755));
         put_tool("ping");

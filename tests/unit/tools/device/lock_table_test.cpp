@@ -6,8 +6,8 @@
 #include <string>
 
 #include "device/module_facts.h"
-#include "security/other_user.h"
 #include "support/module_process.h"
+#include "support/other_user.h"
 
 namespace {
 
@@ -41,10 +41,9 @@ TEST(LockTable, KnowsTheHolderOfAModulesLock) {
     EXPECT_EQ(0, listed_lock_holder("/tmp/m_tmp/lock/none"));
 }
 
-TEST(LockTable, AnotherUserIsToldWhichProcessAModuleIs) {
-    if (!other_user_exists()) {
-        GTEST_SKIP() << kNoOtherUser;
-    }
+using LockTableByAnotherUser = ByAnotherUser<testing::Test>;
+
+TEST_F(LockTableByAnotherUser, AnotherUserIsToldWhichProcessAModuleIs) {
     const ModuleProcess wlan(5);
     EXPECT_EQ(0, as_other_user([&] {
                   const bool may_open = ::access("/tmp/m_tmp/lock/wlan", R_OK) == 0;

@@ -1,4 +1,4 @@
-#include "security/other_user.h"
+#include "support/other_user.h"
 
 #include <sys/wait.h>
 #include <unistd.h>
@@ -16,4 +16,10 @@ int as_other_user(const std::function<int()> &body) {
 bool other_user_exists() {
     static const bool exists = as_other_user([] { return 0; }) == 0;
     return exists;
+}
+
+void skip_without_other_user() {
+    if (!other_user_exists()) {
+        GTEST_SKIP() << "only root has a second user to attack as";
+    }
 }
