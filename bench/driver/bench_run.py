@@ -6,7 +6,7 @@ import sys
 import time
 
 import machine
-from bars import all_bars
+from targets import all_targets
 from figures import Figures
 from footprint import library_size, memory, start_up
 from messages import Messages
@@ -45,10 +45,10 @@ MEASURES = {
 
 
 def results(figures):
-    """What goes into the file: the figures, one to a line, and what they say to the bars."""
-    bars = [{"verdict": bar.verdict(), "what": bar.what, "figure": bar.figure, "bar": bar.bar, "other_load": bar.load}
-            for bar in all_bars(figures)]
-    parts = {**figures.as_json(), "bars": bars}
+    """What goes into the file: the figures, one to a line, and what they say to the targets."""
+    targets = [{"verdict": target.verdict(), "what": target.what, "figure": target.figure, "target": target.target, "other_load": target.load}
+            for target in all_targets(figures)]
+    parts = {**figures.as_json(), "targets": targets}
     return "{\n" + ",\n".join(f"{json.dumps(name)}: {lines(part)}" for name, part in parts.items()) + "\n}\n"
 
 

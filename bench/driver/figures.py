@@ -5,13 +5,13 @@ import sys
 
 
 class Figure:
-    """One contestant in one case: the values of each round, by metric."""
+    """One peer in one case: the values of each round, by metric."""
 
-    def __init__(self, measure, case, placement, contestant):
+    def __init__(self, measure, case, placement, peer):
         self.measure = measure
         self.case = case
         self.placement = placement
-        self.contestant = contestant
+        self.peer = peer
         self.rounds = {}
         self.other_load = None  # not asked, as for what no load disturbs
 
@@ -28,7 +28,7 @@ class Figure:
         return max(self.rounds[metric], key=abs) if self.rounds.get(metric) else None
 
     def ratio(self, metric, base):
-        """The median of the ratios, round by round, to another contestant of the same rounds."""
+        """The median of the ratios, round by round, to another peer of the same rounds."""
         own, other = self.rounds.get(metric), base.rounds.get(metric) if base else None
         if not own or not other:
             return None
@@ -36,7 +36,7 @@ class Figure:
 
     def as_json(self):
         return {
-            "measure": self.measure, "case": self.case, "placement": self.placement, "contestant": self.contestant,
+            "measure": self.measure, "case": self.case, "placement": self.placement, "peer": self.peer,
             "other_load": None if self.other_load is None else round(self.other_load, 4),
             "medians": {metric: self.median(metric) for metric in self.rounds},
             "rounds": self.rounds,
@@ -44,7 +44,7 @@ class Figure:
 
     @staticmethod
     def from_json(data):
-        figure = Figure(data["measure"], data["case"], data["placement"], data["contestant"])
+        figure = Figure(data["measure"], data["case"], data["placement"], data["peer"])
         figure.rounds = data["rounds"]
         figure.other_load = data["other_load"]
         return figure
@@ -64,10 +64,10 @@ class Figures:
         print(f"left out: {words}", file=sys.stderr)
         self.left_out.append(words)
 
-    def find(self, measure, case, placement, contestant):
+    def find(self, measure, case, placement, peer):
         for figure in self.all:
-            if (figure.measure, figure.case, figure.placement, figure.contestant) == (
-                    measure, case, placement, contestant):
+            if (figure.measure, figure.case, figure.placement, figure.peer) == (
+                    measure, case, placement, peer):
                 return figure
         return None
 

@@ -2,7 +2,7 @@
 
 import subprocess
 
-from processes import FOLDER, serving_name, start_contestant
+from processes import FOLDER, serving_name, start_peer
 from rounds import Contest
 from syscalls import calls_a_round_trip, counter
 
@@ -15,8 +15,8 @@ PEERS = ["sd-bus", "Redis", "ZeroMQ", "nng"]
 WIRE = ["floor", "naive", "quorapps"]
 
 
-def is_database(contestant):
-    return contestant.startswith("zndb")
+def is_database(peer):
+    return peer.startswith("zndb")
 
 
 def case_name(request, answer):
@@ -28,13 +28,13 @@ class Messages:
         self.run = run
         self.program = run.programs.path("message-bench")
         names = subprocess.run([self.program, "list"], check=True, capture_output=True, text=True).stdout
-        self.contestants = names.splitlines()
+        self.peers = names.splitlines()
 
-    def serve(self, contestant, **options):
-        return lambda cores: start_contestant(self.run.programs, contestant, cores, **options)
+    def serve(self, peer, **options):
+        return lambda cores: start_peer(self.run.programs, peer, cores, **options)
 
-    def ask(self, contestant, request, answer, clients=1):
-        command = [self.program, "ask", contestant, "--request", str(request), "--answer", str(answer),
+    def ask(self, peer, request, answer, clients=1):
+        command = [self.program, "ask", peer, "--request", str(request), "--answer", str(answer),
                    "--seconds", str(self.run.cell_seconds), "--clients", str(clients)]
 
         def once(servers, cores):
@@ -47,19 +47,19 @@ class Messages:
 
     def hold(self, measure, case, placement, entries):
         contest = Contest(self.run, measure, case, placement)
-        for contestant, start, once in entries:
-            contest.enter(contestant, start, once, server=serving_name(contestant))
+        for peer, start, once in entries:
+            contest.enter(peer, start, once, server=serving_name(peer))
         contest.hold(self.run.rounds)
 
     def round_trips(self):
         for peer in PEERS:
-            if not any(name.startswith(peer) for name in self.contestants):
+            if not any(name.startswith(peer) for name in self.peers):
                 self.run.figures.leave_out(f"{peer}, whose library is not installed")
-        contestants = [name for name in self.contestants if not is_database(name)]
+        peers = [name for name in self.peers if not is_database(name)]
         for request, answer in SIZES:
             for placement in self.run.placements:
                 self.hold("round trip", case_name(request, answer), placement,
-                          [(name, self.serve(name), self.ask(name, request, answer)) for name in contestants])
+                          [(name, self.serve(name), self.ask(name, request, answer)) for name in peers])
 
     def curve(self):
         for size in CURVE if not self.run.quick else CURVE[::5]:
@@ -68,49 +68,49 @@ class Messages:
                           [(name, self.serve(name), self.ask(name, size, size)) for name in WIRE])
 
     def many_clients(self):
-        names = WIRE + [name for name in self.contestants if name.startswith("Redis, ")]
+        names = WIRE + [name for name in self.peers if name.startswith("Redis, ")]
         for clients in CLIENTS if not self.run.quick else CLIENTS[::3]:
             for placement in self.run.placements:
                 self.hold("clients", str(clients), placement,
                           [(name, self.serve(name), self.ask(name, 16, 64, clients)) for name in names])
 
     def configuration(self):
-        names = ["floor"] + [name for name in self.contestants if is_database(name) or "Redis" in name]
+        names = ["floor"] + [name for name in self.peers if is_database(name) or "Redis" in name]
         for placement in self.run.placements:
             self.hold("configuration", case_name(16, 64), placement,
                       [(name, self.serve(name), self.ask(name, 16, 64)) for name in names])
 
-    def tell(self, contestant, count, servers=1, publish=False):
-        counters = self.counters(contestant, publish)
-        command = [self.program, "tell", contestant, "--size", "64", "--count", str(count),
+    def tell(self, peer, count, servers=1, publish=False):
+        counters = self.counters(peer, publish)
+        command = [self.program, "tell", peer, "--size", "64", "--count", str(count),
                    "--servers", str(servers), "--counters", counters] + (["--publish"] if publish else [])
         return lambda _, cores: self.run.programs.run(command, cores)
 
-    def counters(self, contestant, publish=False):
-        return f"{FOLDER}/counters.{contestant.replace(' ', '_')}{'.publish' if publish else ''}"
+    def counters(self, peer, publish=False):
+        return f"{FOLDER}/counters.{peer.replace(' ', '_')}{'.publish' if publish else ''}"
 
     def one_way(self):
         silent = ("Redis", "zndb")
-        contestants = [name for name in self.contestants
+        peers = [name for name in self.peers
                        if not name.startswith(silent) and "connection a message" not in name]
         for placement in self.run.placements:
             self.hold("one way", f"burst of {BURST}", placement, [
                 (name, self.serve(name, told=True, counters=self.counters(name)), self.tell(name, BURST))
-                for name in contestants])
+                for name in peers])
 
-    def subscribers(self, contestant, publish=False):
+    def subscribers(self, peer, publish=False):
         def start(cores):
             servers = []
             for index in range(SUBSCRIBERS):
-                servers += start_contestant(self.run.programs, contestant, cores, told=True, index=index,
-                                            counters=self.counters(contestant, publish))
+                servers += start_peer(self.run.programs, peer, cores, told=True, index=index,
+                                            counters=self.counters(peer, publish))
             return servers
         return start
 
     def fan_out(self):
         """The library publishes an event; the others send to each subscriber in turn."""
         events = 2000 if not self.run.quick else 200
-        in_turn = [name for name in self.contestants if name in ("floor", "naive", "ZeroMQ", "nng")]
+        in_turn = [name for name in self.peers if name in ("floor", "naive", "ZeroMQ", "nng")]
         for placement in self.run.placements:
             entries = [(name, self.subscribers(name), self.tell(name, events, SUBSCRIBERS)) for name in in_turn]
             entries.append(("quorapps", self.subscribers("quorapps", True),
@@ -124,5 +124,5 @@ class Messages:
             self.hold("system calls", case_name(*sizes), "one core",
                       [(name, lambda _: [], self.count_calls(name, sizes)) for name in WIRE])
 
-    def count_calls(self, contestant, sizes):
-        return lambda _, cores: calls_a_round_trip(self.run.programs, contestant, cores, sizes)
+    def count_calls(self, peer, sizes):
+        return lambda _, cores: calls_a_round_trip(self.run.programs, peer, cores, sizes)

@@ -10,9 +10,9 @@ def unique(values):
 
 
 def bars_of(figures, measure, title, axis, value, by_case=True, doubling=False, mark=None):
-    """One group a contestant; in it one bar a case, or where by_case is not set one a placement."""
+    """One group a peer; in it one bar a case, or where by_case is not set one a placement."""
     rows = [row for row in figures.of(measure) if row.placement == ONE_CORE or not by_case]
-    values = {(row.contestant, row.case if by_case else row.placement): value(row) for row in rows}
+    values = {(row.peer, row.case if by_case else row.placement): value(row) for row in rows}
     values = {place: number for place, number in values.items() if number is not None}
     if not values:
         return None
@@ -29,8 +29,8 @@ def to_floor(figures, metric):
 
 def lines_of(figures, measure, value):
     rows = [row for row in figures.of(measure) if row.placement == ONE_CORE and value(row) is not None]
-    lines = {name: [(int(row.case), value(row)) for row in rows if row.contestant == name]
-             for name in unique(row.contestant for row in rows)}
+    lines = {name: [(int(row.case), value(row)) for row in rows if row.peer == name]
+             for name in unique(row.peer for row in rows)}
     return lines
 
 

@@ -124,17 +124,17 @@ class Server:
         self.programs.servers.remove(self)
 
 
-def serving_name(contestant):
+def serving_name(peer):
     """Over one connection or many, the server is the same, as it is for a get and a set."""
-    return "zndb" if contestant.startswith("zndb") else contestant.split(", connection")[0]
+    return "zndb" if peer.startswith("zndb") else peer.split(", connection")[0]
 
 
-def start_contestant(programs, contestant, cores, told=False, index=0, counters=None, counted=()):
-    """Starts all that serves a contestant and returns the servers, or raises Broken.
+def start_peer(programs, peer, cores, told=False, index=0, counters=None, counted=()):
+    """Starts all that serves a peer and returns the servers, or raises Broken.
 
     counted: words to put before the command of one of our own servers.
     """
-    name = serving_name(contestant)
+    name = serving_name(peer)
     if name == "zndb":
         return [programs.start([programs.path("zndb")], cores, socket="/tmp/m_tmp/ipc/zndb")]
     if name == "Redis":

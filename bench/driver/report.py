@@ -24,10 +24,10 @@ def as_text(table):
 
 
 def bars_as_text(table):
-    """A bar's words are long, so it has a line of its own for them."""
+    """A target's words are long, so it has a line of its own for them."""
     lines = [table.title]
-    for verdict, what, figure, bar, load in table.rows:
-        lines += [f"  {verdict:12}  {what}: {figure} (others {load})", f"  {'':12}  bar: {bar}"]
+    for verdict, what, figure, target, load in table.rows:
+        lines += [f"  {verdict:12}  {what}: {figure} (other load {load})", f"  {'':12}  target: {target}"]
     return "\n".join(lines) + "\n"
 
 

@@ -1,4 +1,4 @@
-"""Runs contestants in turn, round by round, so that what disturbs one disturbs all."""
+"""Runs peers in turn, round by round, so that what disturbs one disturbs all."""
 
 from figures import Figure
 from machine import LoadMeter, PLACEMENTS
@@ -6,7 +6,7 @@ from processes import Broken
 
 
 class Contest:
-    """One case in one placement. A contestant that can't be started or breaks is left out, with a line."""
+    """One case in one placement. A peer that can't be started or breaks is left out, with a line."""
 
     def __init__(self, run, measure, case, placement):
         self.run = run
@@ -15,19 +15,19 @@ class Contest:
         self.entries = []
         self.shared = {}
 
-    def enter(self, contestant, start, once, server=None):
+    def enter(self, peer, start, once, server=None):
         """start(cores) returns the servers; once(servers, cores) returns the values of one round.
 
-        Contestants that name the same server share it: it is started for the first of them.
+        Peers that name the same server share it: it is started for the first of them.
         """
         try:
             servers = self.shared[server] if server in self.shared else start(self.cores)
             if server is not None:
                 self.shared[server] = servers
         except Broken as broken:
-            self._leave_out(contestant, broken)
+            self._leave_out(peer, broken)
             return
-        figure = Figure(self.measure, self.case, self.placement, contestant)
+        figure = Figure(self.measure, self.case, self.placement, peer)
         meter = LoadMeter(self.cores, self.run.programs.live_cpu_seconds)
         self.entries.append((figure, meter, servers, once))
 
@@ -52,9 +52,9 @@ class Contest:
                 values = once(servers, self.cores)
             figure.add(values)
         except Broken as broken:
-            self._leave_out(figure.contestant, broken)
+            self._leave_out(figure.peer, broken)
             figure.rounds.clear()
             self.entries.remove(entry)
 
-    def _leave_out(self, contestant, broken):
-        self.run.figures.leave_out(f"{contestant} ({self.measure}, {self.case}, {self.placement}): {broken}")
+    def _leave_out(self, peer, broken):
+        self.run.figures.leave_out(f"{peer} ({self.measure}, {self.case}, {self.placement}): {broken}")

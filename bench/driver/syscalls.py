@@ -12,7 +12,7 @@ import signal
 import subprocess
 import time
 
-from processes import FOLDER, RUN_SECONDS, Broken, start_contestant
+from processes import FOLDER, RUN_SECONDS, Broken, start_peer
 
 SHORT, LONG = 200, 1200
 
@@ -51,14 +51,14 @@ def counted(file):
     raise Broken(f"{file}: no count of system calls")
 
 
-def count_run(programs, contestant, cores, sizes, trips):
+def count_run(programs, peer, cores, sizes, trips):
     """The calls of a client and of its server in one life of both."""
     files = [f"{FOLDER}/calls.{side}" for side in ("client", "server")]
     for file in files:
         with open(file, "w", encoding="ascii"):
             pass
-    servers = start_contestant(programs, contestant, cores, counted=counting(files[1]))
-    command = [programs.path("message-bench"), "ask", contestant, "--count", str(trips),
+    servers = start_peer(programs, peer, cores, counted=counting(files[1]))
+    command = [programs.path("message-bench"), "ask", peer, "--count", str(trips),
                "--request", str(sizes[0]), "--answer", str(sizes[1])]
     programs.run(counting(files[0]) + command, cores, stdin="\n\n")
     for server in servers:
@@ -75,9 +75,9 @@ def end_child(server):
     server.process.wait(RUN_SECONDS)
 
 
-def calls_a_round_trip(programs, contestant, cores, sizes):
+def calls_a_round_trip(programs, peer, cores, sizes):
     """sizes: of the request and of its answer."""
-    short = count_run(programs, contestant, cores, sizes, SHORT)
-    long = count_run(programs, contestant, cores, sizes, LONG)
+    short = count_run(programs, peer, cores, sizes, SHORT)
+    long = count_run(programs, peer, cores, sizes, LONG)
     client, server = ((many - few) / (LONG - SHORT) for few, many in zip(short, long))
     return {"client_calls": client, "server_calls": server}

@@ -1,6 +1,6 @@
-"""The figures as tables of texts: the head of the report, a table for each measure, and the bars."""
+"""The figures as tables of texts: the head of the report, a table for each measure, and the targets."""
 
-from bars import all_bars
+from targets import all_targets
 
 METRICS = {
     "round trip": ["median_us", "p99_us", "client_cpu_us", "server_cpu_us"],
@@ -28,7 +28,7 @@ HEADINGS = {
     "data_bytes": "data B", "bss_bytes": "bss B", "file_bytes": "file B",
 }
 
-# What a contestant is measured against.
+# What a peer is measured against.
 BASES = {"queue rate": "mutex and semaphore", "queue wake": "mutex and semaphore"}
 RATIOS = ("median_us", "p99_us", "rate")
 
@@ -75,11 +75,11 @@ def ratio_of(figures, row, metric):
 def measure_table(figures, measure):
     metrics = METRICS[measure]
     ratios = [metric for metric in metrics if metric in RATIOS]
-    rows = [[row.case, row.placement, row.contestant] + [shown(row.median(metric)) for metric in metrics] +
+    rows = [[row.case, row.placement, row.peer] + [shown(row.median(metric)) for metric in metrics] +
             [ratio_of(figures, row, metric) for metric in ratios] + [percent(row.other_load)]
             for row in figures.of(measure)]
-    columns = ["case", "placed", "contestant"] + [HEADINGS[metric] for metric in metrics] + [
-        "× " + HEADINGS[metric].split(" µs")[0] for metric in ratios] + ["others"]
+    columns = ["case", "placed", "peer"] + [HEADINGS[metric] for metric in metrics] + [
+        "× " + HEADINGS[metric].split(" µs")[0] for metric in ratios] + ["other load"]
     return Table(measure, 3, columns, rows)
 
 
@@ -88,5 +88,5 @@ def measure_tables(figures):
 
 
 def bars_table(figures):
-    rows = [[bar.verdict(), bar.what, bar.figure, bar.bar, percent(bar.load)] for bar in all_bars(figures)]
-    return Table("bars", 4, ["", "what", "figure", "bar", "others"], rows)
+    rows = [[target.verdict(), target.what, target.figure, target.target, percent(target.load)] for target in all_targets(figures)]
+    return Table("targets", 4, ["", "what", "figure", "target", "other load"], rows)

@@ -4,7 +4,7 @@ import json
 import os
 import subprocess
 
-from bars import QUEUE_PEERS
+from targets import QUEUE_PEERS
 from figures import Figure
 from machine import ONE_CORE, LoadMeter
 from processes import RUN_SECONDS, Broken

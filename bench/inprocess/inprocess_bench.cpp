@@ -11,7 +11,7 @@
 
 #include "apps_err.h"
 #include "apps_message.h"
-#include "contestants/require.h"
+#include "peers/require.h"
 #include "frwk_common.h"
 #include "frwk_utils.h"
 #include "os_mem.h"

@@ -19,8 +19,8 @@
 #include <cstring>
 #include <vector>
 
-#include "contestants/require.h"
-#include "contestants/wire_records.h"
+#include "peers/require.h"
+#include "peers/wire_records.h"
 
 namespace {
 

@@ -6,7 +6,7 @@
 
 #include <cstring>
 
-#include "contestants/contestant.h"
+#include "peers/peer.h"
 
 namespace {
 
@@ -68,7 +68,7 @@ class RedisClient : public Client {
     bool stored_ = false;
 };
 
-class Redis : public Contestant {
+class Redis : public Peer {
   public:
     explicit Redis(bool persistent) : persistent_(persistent) {}
 
@@ -84,6 +84,6 @@ class Redis : public Contestant {
 
 }  // namespace
 
-std::unique_ptr<Contestant> make_redis(bool persistent) {
+std::unique_ptr<Peer> make_redis(bool persistent) {
     return std::make_unique<Redis>(persistent);
 }

@@ -2,20 +2,20 @@
  * message-bench: the processes of the message benchmarks, one at a time. The driver starts them.
  *
  *   message-bench list
- *   message-bench serve CONTESTANT [--index N] [--told] [--counters FILE]
- *   message-bench ask CONTESTANT [--request N] [--answer N] [--seconds S | --count N] [--clients N]
- *   message-bench tell CONTESTANT --counters FILE [--size N] [--count N] [--servers N] [--publish]
+ *   message-bench serve PEER [--index N] [--told] [--counters FILE]
+ *   message-bench ask PEER [--request N] [--answer N] [--seconds S | --count N] [--clients N]
+ *   message-bench tell PEER --counters FILE [--size N] [--count N] [--servers N] [--publish]
  */
 #include <cstdio>
 #include <cstdlib>
 #include <map>
 
-#include "contestants/one_way.h"
-#include "contestants/round_trips.h"
+#include "peers/one_way.h"
+#include "peers/round_trips.h"
 
 namespace {
 
-/* The options behind the command and the contestant. */
+/* The options behind the command and the peer. */
 class Options {
   public:
     Options(int argc, char **argv) {
@@ -40,12 +40,12 @@ class Options {
 };
 
 void list() {
-    for (const std::string &name : contestant_names()) {
+    for (const std::string &name : peer_names()) {
         (void)std::puts(name.c_str());
     }
 }
 
-void serve(const std::string &contestant, const Options &options) {
+void serve(const std::string &peer, const Options &options) {
     static std::atomic<uint64_t> uncounted{0};
     const auto index = static_cast<unsigned>(options.number("--index", 0));
     Service service;
@@ -56,12 +56,12 @@ void serve(const std::string &contestant, const Options &options) {
         (void)std::puts("ready");
         (void)std::fflush(stdout);
     };
-    find_contestant(contestant)->serve(service, options.has("--told"));
+    find_peer(peer)->serve(service, options.has("--told"));
 }
 
-void ask(const std::string &contestant, const Options &options) {
+void ask(const std::string &peer, const Options &options) {
     RoundTrips plan;
-    plan.contestant = contestant;
+    plan.peer = peer;
     plan.request = options.number("--request", plan.request);
     plan.answer = static_cast<uint32_t>(options.number("--answer", plan.answer));
     plan.seconds = options.real("--seconds", plan.seconds);
@@ -70,9 +70,9 @@ void ask(const std::string &contestant, const Options &options) {
     measure_round_trips(plan);
 }
 
-void tell(const std::string &contestant, const Options &options) {
+void tell(const std::string &peer, const Options &options) {
     OneWay plan;
-    plan.contestant = contestant;
+    plan.peer = peer;
     plan.counters = options.text("--counters");
     plan.size = options.number("--size", plan.size);
     plan.count = options.number("--count", 1000);
@@ -85,18 +85,18 @@ void tell(const std::string &contestant, const Options &options) {
 
 int main(int argc, char **argv) {
     const std::string command = argc > 1 ? argv[1] : "";
-    const std::string contestant = argc > 2 ? argv[2] : "";
+    const std::string peer = argc > 2 ? argv[2] : "";
     const Options options(argc, argv);
     if (command == "list") {
         list();
     } else if (command == "serve") {
-        serve(contestant, options);
+        serve(peer, options);
     } else if (command == "ask") {
-        ask(contestant, options);
+        ask(peer, options);
     } else if (command == "tell") {
-        tell(contestant, options);
+        tell(peer, options);
     } else {
-        (void)std::fprintf(stderr, "usage: message-bench list|serve|ask|tell [CONTESTANT] [OPTION...]\n");
+        (void)std::fprintf(stderr, "usage: message-bench list|serve|ask|tell [PEER] [OPTION...]\n");
         return 2;
     }
     return 0;

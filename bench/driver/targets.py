@@ -1,4 +1,4 @@
-"""The bars that the library is held to, and what a run says to each."""
+"""The targets that the library is held to, and what a run says to each."""
 
 import operator
 
@@ -7,11 +7,11 @@ SIZES = ("16 to 64 B", "1000 to 1000 B", "65536 to 65536 B")
 QUEUE_PEERS = ("GAsyncQueue", "moodycamel", "Boost lock-free")
 
 
-class Bar:
-    """One bar: its words, the figure, and whether that is enough. met is None where something was not measured."""
+class Target:
+    """One target: its words, the figure, and whether that is enough. met is None where something was not measured."""
 
-    def __init__(self, what, bar, figure, met, load):
-        self.what, self.bar, self.figure, self.met, self.load = what, bar, figure, met, load
+    def __init__(self, what, target, figure, met, load):
+        self.what, self.target, self.figure, self.met, self.load = what, target, figure, met, load
 
     def verdict(self):
         return {True: "met", False: "NOT MET", None: "not measured"}[self.met]
@@ -22,19 +22,19 @@ def amount(value, unit, digits=2):
 
 
 def times(value):
-    return amount(value, "×", 3)  # a bar may lie between 1.05 and 1.051
+    return amount(value, "×", 3)  # a target may lie between 1.05 and 1.051
 
 
-def judge(what, bar, parts, words):
+def judge(what, target, parts, words):
     """parts: of (value, limit, figure); a limit such as ("<=", x), of those in HOLDS. All of them must hold."""
     met = None if any(value is None for value, _, _ in parts) else all(
         HOLDS[limit[0]](value, limit[1]) for value, limit, _ in parts)
     loads = [figure.other_load for _, _, figure in parts if figure and figure.other_load is not None]
-    return Bar(what, bar, words, met, max(loads) if loads else None)
+    return Target(what, target, words, met, max(loads) if loads else None)
 
 
-def versus_floor(figures, measure, case, metric, placement="one core", contestant="quorapps"):
-    own = figures.find(measure, case, placement, contestant)
+def versus_floor(figures, measure, case, metric, placement="one core", peer="quorapps"):
+    own = figures.find(measure, case, placement, peer)
     base = figures.find(measure, case, placement, "floor")
     return (own.ratio(metric, base) if own and base else None), own
 
@@ -63,7 +63,7 @@ def system_calls(figures):
 def body_sizes(figures):
     """Every size must have been measured, and the least of them counts."""
     sizes = [figure.case for figure in figures.of("body size")
-             if figure.contestant == "floor" and figure.placement == "one core"]
+             if figure.peer == "floor" and figure.placement == "one core"]
     ratios = [(SIZES[2], *versus_floor(figures, "round trip", SIZES[2], "rate"))]
     ratios += [(f"{size} B", *versus_floor(figures, "body size", size, "rate")) for size in sizes]
     at_64k = ratios[0][1]
@@ -100,7 +100,7 @@ def clients(figures):
 
 
 def database(figures):
-    median, own = versus_floor(figures, "configuration", "16 to 64 B", "median_us", contestant="zndb get")
+    median, own = versus_floor(figures, "configuration", "16 to 64 B", "median_us", peer="zndb get")
     redis = figures.find("configuration", "16 to 64 B", "one core", "Redis, connection a message")
     versus = own.ratio("median_us", redis) if own and redis else None
     yield judge("configuration get", "at most 1.15 × the floor's round trip; faster than Redis with a connection "
@@ -121,7 +121,7 @@ def queues(figures):
         best = best_queue_peer(figures, senders)
         ratio = own.ratio("rate", best) if own and best else None
         parts.append((ratio, (">=", 0.9), own))
-        words.append(f"{senders}: {amount(ratio, f'× {best.contestant}' if best else '')}")
+        words.append(f"{senders}: {amount(ratio, f'× {best.peer}' if best else '')}")
     own = figures.find("queue wake", "asleep", "one core", "quorapps")
     bare = figures.find("queue wake", "asleep", "one core", "mutex and semaphore")
     wake = own.ratio("median_us", bare) if own and bare else None
@@ -165,7 +165,7 @@ def library(figures):
                 amount(text, "KiB", 1))
 
 
-def all_bars(figures):
+def all_targets(figures):
     groups = (round_trip, system_calls, body_sizes, one_way, fan_out, clients, database, queues, conversions,
               start_up, memory, library)
-    return [bar for group in groups for bar in group(figures)]
+    return [target for group in groups for target in group(figures)]

@@ -3,7 +3,7 @@
  * connect, write, read, close. Server: accept4, recv, write, close. Buffers are made once, nothing is checked
  * but that it works, nothing is logged.
  */
-#include "contestants/wire_socket.h"
+#include "peers/wire_socket.h"
 
 namespace {
 
@@ -66,7 +66,7 @@ class FloorClient : public Client {
     Bytes buffer_;
 };
 
-class Floor : public Contestant {
+class Floor : public Peer {
   public:
     [[noreturn]] void serve(const Service &service, bool) override {
         const int listener = wire_listen(wire_address("floor", service.index));
@@ -95,6 +95,6 @@ class Floor : public Contestant {
 
 }  // namespace
 
-std::unique_ptr<Contestant> make_floor() {
+std::unique_ptr<Peer> make_floor() {
     return std::make_unique<Floor>();
 }

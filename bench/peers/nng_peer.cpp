@@ -9,7 +9,7 @@
 #include <nng/protocol/reqrep0/req.h>
 #include <unistd.h>
 
-#include "contestants/contestant.h"
+#include "peers/peer.h"
 
 namespace {
 
@@ -87,7 +87,7 @@ class NngClient : public Client {
     nng_socket socket_ = NNG_SOCKET_INITIALIZER;
 };
 
-class Nng : public Contestant {
+class Nng : public Peer {
   public:
     explicit Nng(bool persistent) : persistent_(persistent) {}
 
@@ -122,6 +122,6 @@ class Nng : public Contestant {
 
 }  // namespace
 
-std::unique_ptr<Contestant> make_nng(bool persistent) {
+std::unique_ptr<Peer> make_nng(bool persistent) {
     return std::make_unique<Nng>(persistent);
 }

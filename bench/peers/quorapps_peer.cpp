@@ -1,8 +1,8 @@
 /*
  * The library: a module whose handler counts, and clients that are modules without a service.
  */
-#include "contestants/contestant.h"
 #include "frwk_common.h"
+#include "peers/peer.h"
 
 namespace {
 
@@ -41,7 +41,7 @@ class QuorappsClient : public Client {
     const uint32_t module_;
 };
 
-class Quorapps : public Contestant {
+class Quorapps : public Peer {
   public:
     [[noreturn]] void serve(const Service &service, bool) override {
         g_received = service.received;
@@ -64,6 +64,6 @@ class Quorapps : public Contestant {
 
 }  // namespace
 
-std::unique_ptr<Contestant> make_quorapps() {
+std::unique_ptr<Peer> make_quorapps() {
     return std::make_unique<Quorapps>();
 }

@@ -4,8 +4,8 @@
  */
 #include <cstring>
 
-#include "contestants/contestant.h"
 #include "frwk_common.h"
+#include "peers/peer.h"
 #include "zndb.h"
 
 namespace {
@@ -39,7 +39,7 @@ class ZndbSetClient : public Client {
     uint64_t count_ = 0;
 };
 
-class Zndb : public Contestant {
+class Zndb : public Peer {
   public:
     explicit Zndb(bool sets) : sets_(sets) {}
 
@@ -59,6 +59,6 @@ class Zndb : public Contestant {
 
 }  // namespace
 
-std::unique_ptr<Contestant> make_zndb(bool sets) {
+std::unique_ptr<Peer> make_zndb(bool sets) {
     return std::make_unique<Zndb>(sets);
 }

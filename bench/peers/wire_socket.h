@@ -1,5 +1,5 @@
 /*
- * What the hand-written contestants share: addresses, and exact-length writing. They speak the protocol of
+ * What the hand-written peers share: addresses, and exact-length writing. They speak the protocol of
  * docs/ipc-protocol.md, so their system calls are all that they differ in.
  */
 #pragma once
@@ -10,8 +10,8 @@
 
 #include <cstring>
 
-#include "contestants/contestant.h"
-#include "contestants/wire_records.h"
+#include "peers/peer.h"
+#include "peers/wire_records.h"
 
 inline sockaddr_un wire_address(const char *kind, unsigned index) {
     sockaddr_un address = {};

@@ -6,7 +6,7 @@
 #include <fcntl.h>
 #include <sys/select.h>
 
-#include "contestants/wire_socket.h"
+#include "peers/wire_socket.h"
 
 namespace {
 
@@ -92,7 +92,7 @@ void answer_one(int fd) {
     }
 }
 
-class Naive : public Contestant {
+class Naive : public Peer {
   public:
     [[noreturn]] void serve(const Service &service, bool) override {
         const int listener = wire_listen(wire_address("naive", service.index));
@@ -113,6 +113,6 @@ class Naive : public Contestant {
 
 }  // namespace
 
-std::unique_ptr<Contestant> make_naive() {
+std::unique_ptr<Peer> make_naive() {
     return std::make_unique<Naive>();
 }

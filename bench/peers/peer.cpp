@@ -1,7 +1,7 @@
 /*
- * What the contestants share, and the list of them.
+ * What the peers share, and the list of them.
  */
-#include "contestants/contestant.h"
+#include "peers/peer.h"
 
 #include <sys/stat.h>
 
@@ -13,7 +13,7 @@ namespace {
 
 struct Entry {
     const char *name;
-    std::unique_ptr<Contestant> (*make)();
+    std::unique_ptr<Peer> (*make)();
 };
 
 const Entry kEntries[] = {
@@ -63,17 +63,17 @@ const std::string &bench_folder() {
     return folder;
 }
 
-std::unique_ptr<Contestant> find_contestant(const std::string &name) {
+std::unique_ptr<Peer> find_peer(const std::string &name) {
     for (const Entry &entry : kEntries) {
         if (entry.name == name) {
             return entry.make();
         }
     }
     errno = EINVAL;
-    give_up("no contestant " + name);
+    give_up("no peer " + name);
 }
 
-std::vector<std::string> contestant_names() {
+std::vector<std::string> peer_names() {
     std::vector<std::string> names;
     for (const Entry &entry : kEntries) {
         names.emplace_back(entry.name);

@@ -2,7 +2,7 @@
  * A client warms up, then times each round trip on its own. Many clients are many processes that wait for
  * each other before they begin.
  */
-#include "contestants/round_trips.h"
+#include "peers/round_trips.h"
 
 #include <sched.h>
 #include <sys/mman.h>
@@ -66,7 +66,7 @@ unsigned long warm_up(const RoundTrips &plan) {
 /* One client's life. gate: called between the warm-up and the first round trip that counts, and at the end.
  */
 Outcome ask_repeatedly(const RoundTrips &plan, const std::function<void()> &gate) {
-    const std::unique_ptr<Client> client = find_contestant(plan.contestant)->open(0, false);
+    const std::unique_ptr<Client> client = find_peer(plan.peer)->open(0, false);
     const Bytes request = make_request(plan.request, plan.answer);
     Bytes answer(plan.answer);
     for (unsigned long i = 0; i < warm_up(plan); ++i) {

@@ -5,10 +5,10 @@
 
 #include <string>
 
-#include "contestants/contestant.h"
+#include "peers/peer.h"
 
 struct RoundTrips {
-    std::string contestant;
+    std::string peer;
     size_t request = 16;
     uint32_t answer = 64;
     double seconds = 0.2;    /* how long each client asks, once it is warm */

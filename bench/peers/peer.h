@@ -15,7 +15,7 @@
 #include <string>
 #include <vector>
 
-#include "contestants/require.h"
+#include "peers/require.h"
 
 using Bytes = std::vector<unsigned char>;
 
@@ -49,9 +49,9 @@ class Client {
     virtual bool tell(const Bytes &message) = 0;
 };
 
-class Contestant {
+class Peer {
   public:
-    virtual ~Contestant() = default;
+    virtual ~Peer() = default;
 
     /* Serves requests, or messages without an answer where told is set, until the process is ended. */
     [[noreturn]] virtual void serve(const Service &service, bool told) = 0;
@@ -60,18 +60,18 @@ class Contestant {
     virtual std::unique_ptr<Client> open(unsigned index, bool tells) = 0;
 };
 
-/* The contestant of this name, such as "floor"; gives up on an unknown one. */
-std::unique_ptr<Contestant> find_contestant(const std::string &name);
+/* The peer of this name, such as "floor"; gives up on an unknown one. */
+std::unique_ptr<Peer> find_peer(const std::string &name);
 
 /* Every name, in the order of the tables. */
-std::vector<std::string> contestant_names();
+std::vector<std::string> peer_names();
 
 /* One per source file; a peer whose library is missing is not built. */
-std::unique_ptr<Contestant> make_floor();
-std::unique_ptr<Contestant> make_naive();
-std::unique_ptr<Contestant> make_quorapps();
-std::unique_ptr<Contestant> make_zndb(bool sets);
-std::unique_ptr<Contestant> make_sdbus(const char *bus);
-std::unique_ptr<Contestant> make_zeromq(bool persistent);
-std::unique_ptr<Contestant> make_nng(bool persistent);
-std::unique_ptr<Contestant> make_redis(bool persistent);
+std::unique_ptr<Peer> make_floor();
+std::unique_ptr<Peer> make_naive();
+std::unique_ptr<Peer> make_quorapps();
+std::unique_ptr<Peer> make_zndb(bool sets);
+std::unique_ptr<Peer> make_sdbus(const char *bus);
+std::unique_ptr<Peer> make_zeromq(bool persistent);
+std::unique_ptr<Peer> make_nng(bool persistent);
+std::unique_ptr<Peer> make_redis(bool persistent);

@@ -4,7 +4,7 @@
  */
 #include <zmq.h>
 
-#include "contestants/contestant.h"
+#include "peers/peer.h"
 
 namespace {
 
@@ -75,7 +75,7 @@ class ZeromqClient : public Client {
     void *socket_ = nullptr;
 };
 
-class Zeromq : public Contestant {
+class Zeromq : public Peer {
   public:
     explicit Zeromq(bool persistent) : persistent_(persistent) {}
 
@@ -107,6 +107,6 @@ class Zeromq : public Contestant {
 
 }  // namespace
 
-std::unique_ptr<Contestant> make_zeromq(bool persistent) {
+std::unique_ptr<Peer> make_zeromq(bool persistent) {
     return std::make_unique<Zeromq>(persistent);
 }

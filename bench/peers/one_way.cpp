@@ -3,7 +3,7 @@
  * sent. The time is taken from the first send until the servers have counted the last message: a sender that
  * only fills queues has sent nothing yet.
  */
-#include "contestants/one_way.h"
+#include "peers/one_way.h"
 
 #include <fcntl.h>
 #include <sys/mman.h>
@@ -50,7 +50,7 @@ class Sender {
   public:
     explicit Sender(const OneWay &plan) : plan_(plan), message_(make_request(plan.size, 0)) {
         for (unsigned i = 0; i < plan.servers; ++i) {
-            clients_.push_back(find_contestant(plan.contestant)->open(i, true));
+            clients_.push_back(find_peer(plan.peer)->open(i, true));
         }
     }
 

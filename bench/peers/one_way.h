@@ -5,10 +5,10 @@
 
 #include <string>
 
-#include "contestants/contestant.h"
+#include "peers/peer.h"
 
 struct OneWay {
-    std::string contestant;
+    std::string peer;
     std::string counters; /* the file that the servers count in */
     size_t size = 64;
     unsigned long count = 0; /* messages, or events */

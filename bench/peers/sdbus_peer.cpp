@@ -7,7 +7,7 @@
 #include <cerrno>
 #include <cstring>
 
-#include "contestants/contestant.h"
+#include "peers/peer.h"
 
 namespace {
 
@@ -103,7 +103,7 @@ class SdbusClient : public Client {
     const std::string service_;
 };
 
-class Sdbus : public Contestant {
+class Sdbus : public Peer {
   public:
     explicit Sdbus(const char *bus) : bus_name_(bus) {}
 
@@ -132,6 +132,6 @@ class Sdbus : public Contestant {
 
 }  // namespace
 
-std::unique_ptr<Contestant> make_sdbus(const char *bus) {
+std::unique_ptr<Peer> make_sdbus(const char *bus) {
     return std::make_unique<Sdbus>(bus);
 }
