@@ -1,6 +1,6 @@
 /*
- * The steps of reading and writing a file that several files of this library take. They log nothing and
- * leave the cause of a failure in errno. Any thread.
+ * Helpers for reading and writing files. They log nothing and leave the cause of a failure in errno. Any
+ * thread.
  */
 #pragma once
 
@@ -11,26 +11,27 @@
 namespace file_io {
 
 /*
- * Opens a file for reading, without waiting: a named pipe would hold the caller until somebody writes to it.
+ * Opens a file for reading, non-blocking: opening a named pipe would otherwise wait for a writer.
  * Returns the descriptor, or -1.
  */
 int open_for_reading(const char *path);
 
-/* The same for a name in a folder. A symbolic link of that name is not followed: ELOOP. */
+/* The same for a name in a folder. Fails with ELOOP if the name is a symbolic link. */
 int open_for_reading_in(int folder, const char *name);
 
-/* Tells whether fd is a regular file; EINVAL when it is none. found: what the system knows of it. */
+/* Checks whether fd is a regular file; errno is EINVAL if not. found: receives the result of fstat. */
 bool is_regular_file(int fd, struct stat *found);
 
-/* Reads until there is no more room or the file ends. count: receives the bytes read, on failure too. */
+/* Reads until the buffer is full or the file ends. count: receives the number of bytes read, also on failure.
+ */
 bool read_up_to(int fd, void *to, size_t room, size_t *count);
 
-/* Writes all bytes; on failure any part of them may have been written. */
+/* Writes all bytes; after a failure part of them may have been written. */
 bool write_all(int fd, const void *from, size_t size);
 
 /*
- * Makes the names in a folder outlast a power cut. Some file systems keep them safe by themselves and refuse
- * with EINVAL, which is no failure. name: of the folder, looked up as openat does.
+ * Syncs a folder, so that the names in it survive a power cut. Some file systems don't need that and return
+ * EINVAL, which counts as success. from, name: the folder, as for openat.
  */
 bool sync_folder(int from, const char *name);
 

@@ -1,6 +1,6 @@
 /*
- * Reads a file line by line in constant memory, however long its lines are. Knows nothing of what the
- * lines mean. One thread at a time.
+ * Reads a file line by line with constant memory, however long its lines are. Does not interpret the lines.
+ * One thread at a time.
  */
 #pragma once
 
@@ -9,23 +9,23 @@
 #include <cstdint>
 #include <string_view>
 
-/* The longest line that is handed out whole: more than any entry or record takes. */
+/* The longest line that is not truncated: longer than any entry or record. */
 inline constexpr size_t kLineMax = 1088;
 
 struct Line {
     std::string_view text; /* without its LF; valid until the next line is read */
     uint64_t number;       /* from 1 */
-    uint64_t end;          /* offset in the file behind the line and its LF */
+    uint64_t end;          /* file offset after the line and its LF */
     bool fits;             /* false: text is only the line's first kLineMax characters */
-    bool ended;            /* false: the file's last line, which has no LF */
+    bool ended;            /* false: the file's last line, which lacks its LF */
 };
 
 class LineReader {
   public:
-    /* fd: stays the caller's; read from where it stands. */
+    /* fd: owned by the caller; read from its current offset. */
     explicit LineReader(int fd) : fd_(fd) {}
 
-    /* Reads the next line. Returns false at the file's end, or when it can't be read: see error. */
+    /* Reads the next line. Returns false at the end of the file, or on a read error: see error(). */
     bool next(Line &line);
 
     /* Returns 0, or the errno value of the read that failed. */
@@ -34,7 +34,7 @@ class LineReader {
   private:
     bool fill();
     void keep(const char *text, size_t length);
-    /* Takes what the buffer has of the line; returns whether its end was there. */
+    /* Appends the buffered part of the line; returns whether it contained the line's end. */
     bool take_piece();
 
     int fd_;

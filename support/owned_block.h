@@ -14,7 +14,7 @@ struct BlockTraits {
 
 using OwnedBlock = Owned<BlockTraits>;
 
-/* Owns size bytes, or nothing when there is no such block. */
+/* Allocates size bytes; owns nothing without memory. */
 inline OwnedBlock make_block(size_t size) {
     return OwnedBlock(os_mem_malloc(size));
 }

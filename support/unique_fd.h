@@ -1,6 +1,6 @@
 /*
- * Owners of descriptors and streams: each releases what it holds at the end of its scope, keeps errno while
- * it does, and accepts having nothing to release.
+ * Owners of descriptors and streams. An owner releases its handle, if it has one, at the end of its scope,
+ * and keeps errno.
  */
 #pragma once
 
@@ -11,7 +11,7 @@
 #include <utility>
 
 /*
- * The sole owner of a handle. Traits: Handle, kNone (what stands for no handle) and release(handle).
+ * The sole owner of a handle. Traits: Handle, kNone (the value for no handle) and release(handle).
  */
 template <typename Traits>
 class Owned {
@@ -35,7 +35,7 @@ class Owned {
     /* Hands the handle over to the caller. */
     [[nodiscard]] Handle take() { return std::exchange(handle_, Traits::kNone); }
 
-    /* Releases what is held and holds handle instead. */
+    /* Releases the present handle and owns the given one instead. */
     void reset(Handle handle = Traits::kNone) {
         const Handle old = std::exchange(handle_, handle);
         if (old == Traits::kNone) {

@@ -1,7 +1,7 @@
 /*
- * Bytes as base64 text, and back: the standard alphabet ("+" and "/"), padded with "=", without line ends.
+ * Base64 encoding and decoding: the standard alphabet ("+" and "/"), padded with "=", without line ends.
  *
- * Not a protection: whoever sees the text can read it. Every function may be called from any thread.
+ * Base64 is not encryption: anybody can decode the text. Every function may be called from any thread.
  */
 #ifndef QUOR_BASE64_H
 #define QUOR_BASE64_H
@@ -14,21 +14,20 @@ extern "C" {
 #pragma GCC visibility push(default)
 
 /*
- * Writes bytes as text.
+ * Encodes bytes.
  *
  * data: length bytes; null gives null. A length of 0 gives the empty text.
- * Returns the text with its NUL, which the caller frees with os_mem_free, or null when there is no such
- * block.
+ * Returns the NUL-terminated text, which the caller frees with os_mem_free, or null without memory.
  */
 char *base64_encrypt(const void *data, uint32_t length);
 
 /*
- * Reads bytes from text.
+ * Decodes a text.
  *
- * text: length characters; null gives null. A NUL is a character like any other, and none of base64.
+ * text: length characters; null gives null. A NUL is an invalid character.
  * count: receives the number of bytes; null gives null. Unchanged on failure.
- * Returns the bytes, which the caller frees with os_mem_free: a block of 0 bytes for a length of 0. Null when
- * the text is not what base64_encrypt writes, to the last character and bit, or there is no such block.
+ * Returns the bytes, which the caller frees with os_mem_free: a block of 0 bytes for a length of 0. Returns
+ * null if the text differs in any character or bit from what base64_encrypt writes, or without memory.
  */
 void *base64_decrypt(const char *text, uint32_t length, uint32_t *count);
 

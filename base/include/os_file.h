@@ -1,5 +1,5 @@
 /*
- * Questions about files. Every function may be called from any thread.
+ * Queries of files. Every function may be called from any thread.
  */
 #ifndef QUOR_OS_FILE_H
 #define QUOR_OS_FILE_H
@@ -11,10 +11,10 @@ extern "C" {
 #endif
 #pragma GCC visibility push(default)
 
-/* Returns 1 when path names a file, folder or any other node, else 0. path: null gives 0. */
+/* Returns 1 if path exists, whatever its type, else 0. path: null gives 0. */
 int32_t os_file_exist(const char *path);
 
-/* Returns the size in bytes of the file at path; 0 when it is empty, missing, null or no regular file. */
+/* Returns the size of a file in bytes; 0 if it is empty, missing or not a regular file, or path is null. */
 uint64_t os_file_size(const char *path);
 
 #pragma GCC visibility pop

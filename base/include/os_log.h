@@ -2,21 +2,24 @@
  * The two log channels: the debug channel on standard error, and the system log.
  *
  * Modules write with the OS_LOG macros, which add file, function and line, keep errno, and evaluate and
- * format their arguments only when a channel takes the message (OS_LOG once for each channel that does).
- * One message is one line: a line end at its end is dropped, any other control character is spelt out
- * ("\n", "\r", "\x1b"), and what is too long ends in "...". Of identical lines ten are written within any
- * second, also where up to eight different ones take turns; the eleventh and those after it are folded into a
- * count of the repeats since the last that was written, "last message repeated 10 times", or "message
- * repeated 10 times: " and the line's beginning where another one was written in between. A count is shown at
- * 10, 100, 1000 and so on, before the next line that is written, at the first repeat after a minute without a
- * sign of the line, and when the process ends by exit.
+ * format their arguments only if a channel accepts the message (OS_LOG once for each such channel).
+ * One message is one line: a line end at its end is dropped, any other control character is escaped
+ * ("\n", "\r", "\x1b"), and a line that is too long is truncated with "...".
  *
- * The system log gets its lines as from syslog(3), over a socket of the library's own: a daemon that is
- * stopped holds nobody up. It is waited for once, 100 ms at most; what it doesn't take is lost, and counted
- * in a line before the next one that it takes, or when the process ends by exit.
+ * At most ten identical lines are written within a second, even if up to eight different lines alternate.
+ * Further ones are only counted, and the count is written as "last message repeated 10 times", or as "message
+ * repeated 10 times: " and the line's beginning if another line was written in between. A count is written
+ * when it reaches 10, 100, 1000 and so on, before the next line, at the first repeat after a minute without
+ * the line, and at exit.
  *
- * Every function and macro may be used from any thread, and all but os_log_init in a forked child, whatever
- * the other threads of its parent were about to write. A fork waits until no other thread is writing a line.
+ * The lines reach the system log in the format of syslog(3), but over a socket of this library, so that a
+ * stopped daemon doesn't block a module. The library waits for the daemon once, for 100 ms at most. Lines
+ * that the daemon doesn't accept are lost; their number is logged before the next line that it accepts, or at
+ * exit.
+ *
+ * Every function and macro may be used from any thread. In a forked child all may be used except os_log_init,
+ * even if other threads of the parent were writing a line. A fork waits until no other thread is writing a
+ * line.
  */
 #ifndef QUOR_OS_LOG_H
 #define QUOR_OS_LOG_H
@@ -30,63 +33,63 @@ extern "C" {
 #endif
 #pragma GCC visibility push(default)
 
-/* Message levels, those of syslog(3) and one more below them. */
+/* Message levels: those of syslog(3) and a lower one. */
 enum {
     OS_LOG_WARNING = 4,
     OS_LOG_NOTICE = 5,
     OS_LOG_INFO = 6,
     OS_LOG_DEBUG = 7,
-    OS_LOG_VERBOSE = 8 /* the system log takes it as its debug level */
+    OS_LOG_VERBOSE = 8 /* logged at the system log's debug level */
 };
 
 /* 1 while the debug channel is on. Set by os_debug_enable or QUOR_DEBUG=1; it stays on. */
 extern int g_debug_log_enable;
 
-/* The system log takes messages of this level and below; 4 unless QUOR_SYSLOG_LEVEL says otherwise. */
+/* The system log receives messages of this level and below; 4 unless QUOR_SYSLOG_LEVEL is set. */
 extern int g_syslog_level;
 
 /*
- * Names the process in both channels and for calls of syslog(3), and reads QUOR_DEBUG and QUOR_SYSLOG_LEVEL,
- * which were read when the library was loaded, once more. May be called again at any time; a variable that is
- * not set, or is neither "1" nor one digit from 0 to 8, changes nothing.
+ * Sets the process name for both channels and for syslog(3), and reads QUOR_DEBUG and QUOR_SYSLOG_LEVEL
+ * again, which are also read when the library is loaded. May be called again at any time. A variable that is
+ * not set, or has another value than "1" (QUOR_DEBUG) or a digit from 0 to 8 (QUOR_SYSLOG_LEVEL), is ignored.
  *
- * name: copied, at most 63 characters; null stands for "unknown".
+ * name: copied, at most 63 characters; null means "unknown".
  * facility: 1 AUTH, 2 AUTHPRIV, 3 CRON, 4 DAEMON, 5 FTP, 6 KERN, 7 to 14 LOCAL0 to LOCAL7, 15 LPR,
  *           16 MAIL, 17 NEWS, 18 SYSLOG, 19 USER, 20 UUCP; anything else is USER.
  */
 void os_log_init(const char *name, uint32_t facility);
 
-/* Turns the debug channel on, for the life of the process. */
+/* Turns the debug channel on, until the process ends. */
 void os_debug_enable(void);
 
 /*
  * Limits the debug channel to some levels.
  *
- * levels: bit N lets messages of level N pass; 0 removes the mask, and every level passes.
+ * levels: bit N enables level N; 0 removes the mask, which enables every level.
  */
 void os_mask_set(uint32_t levels);
 
-/* Returns 1 when the mask lets messages of this level pass, or no mask was set; else 0. */
+/* Returns 1 if the mask enables this level, or no mask was set; else 0. */
 int32_t os_mask_check(int level);
 
-/* Writes one line to the debug channel, whatever g_debug_log_enable and the mask say. */
+/* Writes one line to the debug channel, regardless of g_debug_log_enable and the mask. */
 void os_debug_print(int level, const char *file, const char *function, int line, const char *format, ...)
     __attribute__((format(printf, 5, 6)));
 
-/* Writes one message to the system log, whatever g_syslog_level says. */
+/* Writes one message to the system log, regardless of g_syslog_level. */
 void os_trace_print(int level, const char *file, const char *function, int line, const char *format, ...)
     __attribute__((format(printf, 5, 6)));
 
 /*
- * Reports a condition that does not hold: "ASSERT(%s) %s" at the warning level. It always returns.
+ * Logs a violated condition: "ASSERT(%s) %s" at the warning level. It always returns.
  *
- * condition: 0 reports; anything else does nothing.
- * text: the condition as it is to be shown. message: what it means, or "".
+ * condition: logged if 0; anything else does nothing.
+ * text: the condition's text. message: its meaning, or "".
  */
 void os_log_assert(const char *file, const char *function, int line, int condition, const char *text,
                    const char *message);
 
-/* Whether each channel takes a message of a level. */
+/* Whether a channel accepts messages of a level. */
 #define OS_LOG_TO_DEBUG(level) \
     (__atomic_load_n(&g_debug_log_enable, __ATOMIC_RELAXED) && os_mask_check(level))
 #define OS_LOG_TO_SYSTEM(level) (__atomic_load_n(&g_syslog_level, __ATOMIC_RELAXED) >= (level))
@@ -117,7 +120,7 @@ void os_log_assert(const char *file, const char *function, int line, int conditi
 /* Logs a message: OS_LOG(level, format, arguments...). */
 #define OS_LOG(level, ...) OS_LOG_AS(__func__, level, __VA_ARGS__)
 
-/* Logs, as a warning, a failure that left its cause in errno. */
+/* Logs a failure as a warning, with its cause from errno. */
 #define OS_LOG_ERRNO(text) OS_LOG_ERRNO_AS(__func__, text)
 
 /* The same under the name of another function. */
@@ -125,7 +128,7 @@ void os_log_assert(const char *file, const char *function, int line, int conditi
     OS_LOG_AS(function, OS_LOG_WARNING, "%s errno=%d, cause: %s", (text), os_log_errno, \
               strerror(os_log_errno) /* NOLINT(concurrency-mt-unsafe) */)
 
-/* Reports a condition that does not hold; execution goes on. text and message: see os_log_assert. */
+/* Logs a violated condition; execution continues. text and message: see os_log_assert. */
 #define OS_LOG_ASSERT(condition, text, message) \
     os_log_assert(__FILE_NAME__, __func__, __LINE__, (condition) ? 1 : 0, (text), (message))
 

@@ -1,8 +1,8 @@
 /*
  * Threads, mutexes and counting semaphores.
  *
- * Every function may be called from any thread. A forked child has none of its parent's threads, and finds
- * the mutexes and semaphores as these had them, so it uses none of its parent's. Results are 0 on success and
+ * Every function may be called from any thread. A forked child must not use mutexes and semaphores of its
+ * parent: the parent's threads, which don't exist in the child, may hold them. Results are 0 on success and
  * an errno value otherwise, unless said differently; a null mutex, semaphore, thread or entry gives EINVAL.
  */
 #ifndef QUOR_OS_THREAD_H
@@ -15,12 +15,12 @@ extern "C" {
 #endif
 #pragma GCC visibility push(default)
 
-/* A thread's handle; 0 is no thread. */
+/* A thread's handle; 0 means no thread. */
 typedef unsigned long os_thread_t;
 
-/* How a thread is started. */
+/* Thread attributes. */
 typedef struct os_thread_attr {
-    uint32_t detached;   /* 1 = releases itself at its end, 0 = must be joined */
+    uint32_t detached;   /* 1 = detached, 0 = must be joined */
     uint32_t stack_size; /* bytes, 0 = the system's default */
 } os_thread_attr;
 
@@ -33,9 +33,9 @@ int32_t os_thread_attr_init(os_thread_attr *attr);
  * Starts a thread.
  *
  * thread: receives the handle; unchanged on failure.
- * attr: read during the call only; null stands for the defaults.
- * entry, argument: what the thread runs.
- * Returns 0, or an errno value (EAGAIN when no thread can be had).
+ * attr: read during the call only; null means the defaults.
+ * entry, argument: the thread calls entry(argument).
+ * Returns 0, or an errno value (EAGAIN if no thread can be created).
  */
 int32_t os_thread_create(os_thread_t *thread, const os_thread_attr *attr, os_thread_entry entry,
                          void *argument);
@@ -44,45 +44,45 @@ int32_t os_thread_create(os_thread_t *thread, const os_thread_attr *attr, os_thr
 int32_t os_thread_join(os_thread_t thread);
 
 /*
- * Asks a thread to end, which it does at its next wait or other cancellation point. The call doesn't wait
- * for that, and what the thread holds is not released. For the first one of a process the C library takes
- * memory, and ends the process where there is none.
+ * Cancels a thread, which ends at its next cancellation point, such as a wait. The call doesn't wait for
+ * that, and the thread's resources are not released. The C library allocates memory for the first call of a
+ * process, and ends the process if there is none.
  *
- * thread: a thread that has not been released yet; 0 gives ESRCH.
+ * thread: a thread that has not been joined or released; 0 gives ESRCH.
  */
 int32_t os_thread_cancel(os_thread_t thread);
 
 /* A lock for the threads of one process; not recursive. */
 typedef struct os_mutex os_mutex;
 
-/* Makes an open mutex, or null when there is no memory. The caller closes it with os_mutex_close. */
+/* Creates an unlocked mutex; returns null without memory. The caller closes it with os_mutex_close. */
 os_mutex *os_mutex_create(void);
 
-/* Waits without limit until the calling thread holds the mutex. */
+/* Locks a mutex; waits without limit. */
 int32_t os_mutex_lock(os_mutex *mutex);
 
-/* Lets go of a mutex that the calling thread holds. */
+/* Unlocks a mutex that the calling thread has locked. */
 int32_t os_mutex_unlock(os_mutex *mutex);
 
-/* Releases a mutex that nobody holds; null does nothing. */
+/* Destroys an unlocked mutex; null does nothing. */
 void os_mutex_close(os_mutex *mutex);
 
 /* A counting semaphore for the threads of one process. */
 typedef struct os_sem os_sem;
 
 /*
- * Makes a semaphore with a starting count, or null when there is no memory or the count is above 2^31-1.
+ * Creates a semaphore with an initial count; returns null without memory or for a count above 2^31-1.
  * The caller closes it with os_sem_close.
  */
 os_sem *os_sem_create(uint32_t count);
 
-/* Waits without limit until the count is above 0, and takes one. A signal does not end the wait. */
+/* Waits without limit until the count is above 0, and decrements it. A signal does not end the wait. */
 int32_t os_sem_wait(os_sem *sem);
 
-/* Adds one to the count and wakes one waiter. */
+/* Increments the count and wakes one waiter. */
 int32_t os_sem_post(os_sem *sem);
 
-/* Releases a semaphore that nobody waits on; null does nothing. */
+/* Destroys a semaphore that no thread waits on; null does nothing. */
 void os_sem_close(os_sem *sem);
 
 #pragma GCC visibility pop

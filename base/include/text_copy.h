@@ -22,7 +22,7 @@ char *strsncpy(char *dst, const char *src, size_t length);
 /*
  * Strips the CR, LF, blanks and tabs at the end of a text, in place.
  *
- * text: null gives null. length: characters of text, its NUL not counted.
+ * text: null gives null. length: characters of text, without the NUL.
  * Returns text.
  */
 char *strdern(char *text, size_t length);

@@ -1,8 +1,8 @@
 /*
- * Reading of XML files into a tree of elements.
+ * Parses XML files into a tree of elements.
  *
- * Comments, processing instructions and attributes are not shown, and no entity but the five of XML is
- * expanded. A document belongs to one thread at a time.
+ * Comments, processing instructions and attributes are ignored, and only the five predefined entities of XML
+ * are expanded. Only one thread at a time may use a document.
  */
 #ifndef QUOR_XML_H
 #define QUOR_XML_H
@@ -18,35 +18,35 @@ typedef struct xml_doc xml_doc;
 typedef struct xml_node xml_node;
 
 /*
- * Reads a whole file.
+ * Parses a file.
  *
- * Returns the document, which the caller frees with xml_free_doc, or null when the file can't be read,
- * is no regular file, is larger than OS_MEM_BLOCK_MAX, or is not well-formed. A file in which no element
- * begins (empty, blank, comments only) gives a document without a root.
+ * Returns the document, which the caller frees with xml_free_doc, or null if the file can't be read,
+ * is not a regular file, is larger than OS_MEM_BLOCK_MAX, or is not well-formed. A file without elements
+ * (empty, blank, comments only) gives a document without a root.
  */
 xml_doc *xml_file_parse(const char *path);
 
-/* Returns the root element, or null when there is none or doc is null. */
+/* Returns the root element, or null if there is none or doc is null. */
 xml_node *xml_get_doc_root(xml_doc *doc);
 
 /*
  * Finds a child element.
  *
- * parent: null gives null. name: of the child, case-sensitive; null stands for any name.
- * Returns the first such child, or null.
+ * parent: null gives null. name: the child's name, case-sensitive; null matches any name.
+ * Returns the first matching child, or null.
  */
 xml_node *xml_get_child_node(xml_node *parent, const char *name);
 
-/* Returns the element that follows node under the same parent, or null. */
+/* Returns the next element after node with the same parent, or null. */
 xml_node *xml_get_next_node(xml_node *node);
 
-/* Returns the element's name, which belongs to the document; "" when node is null. */
+/* Returns the element's name, which belongs to the document; "" if node is null. */
 const char *xml_get_node_name(xml_node *node);
 
 /*
- * Returns the element's own text, which belongs to the document; "" when it is empty or node is null. Pieces
- * between which a comment, a CDATA section or a child stands are joined; blank pieces between markup and the
- * texts of children are not part of it.
+ * Returns the element's text, which belongs to the document; "" if it is empty or node is null. Pieces of
+ * text before and after a comment, a CDATA section or a child are joined. Blank pieces between markup, and
+ * the texts of children, are not included.
  */
 const char *xml_get_node_value(xml_node *node);
 

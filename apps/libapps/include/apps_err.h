@@ -14,8 +14,8 @@ extern "C" {
 #pragma GCC visibility push(default)
 
 /*
- * A result code. A word of fixed size, since it travels between processes and may hold a code that this
- * library has never heard of.
+ * A result code. An integer of fixed size, since it is sent between processes and may have a value that this
+ * library doesn't know.
  */
 typedef int32_t apps_err_e_type;
 
@@ -31,12 +31,12 @@ enum {
 extern const zn_enum_item g_enum_apps_err_e_type[APPS_ERR_CODE_COUNT];
 
 /*
- * Returns the name of a result code. What a number without a name gives is the base library's business: ours
- * gives "unknown", a device's own may give null. May be called from any thread.
+ * Returns the name of a result code. For a number without a name our base library returns "unknown"; a
+ * device's own may return null. Any thread.
  */
 const char *zn_enum_to_str_apps_err_e_type(int32_t value);
 
-/* Returns the result code that has this name, or -1. name: null gives -1. May be called from any thread. */
+/* Returns the result code with this name, or -1. name: -1 is returned for null. Any thread. */
 int32_t zn_str_to_enum_apps_err_e_type(const char *name);
 
 #pragma GCC visibility pop

@@ -14,8 +14,8 @@ extern "C" {
 #pragma GCC visibility push(default)
 
 /*
- * A message identifier. A word of fixed size, since it travels between processes and may hold an
- * identifier that this library has never heard of.
+ * A message identifier. An integer of fixed size, since it is sent between processes and may have a value
+ * that this library doesn't know.
  */
 typedef int32_t apps_message_id_e_type;
 
@@ -31,14 +31,13 @@ enum {
 extern const zn_enum_item g_enum_apps_message_id_e_type[APPS_MESSAGE_ID_COUNT];
 
 /*
- * Returns the name of a message identifier. What a number without a name gives is the base library's
- * business: ours gives "unknown", a device's own may give null. May be called from any thread.
+ * Returns the name of a message identifier. For a number without a name our base library returns "unknown"; a
+ * device's own may return null. Any thread.
  */
 const char *zn_enum_to_str_apps_message_id_e_type(int32_t value);
 
 /*
- * Returns the message identifier that has this name, or -1. name: null gives -1. May be called from any
- * thread.
+ * Returns the message identifier with this name, or -1. name: -1 is returned for null. Any thread.
  */
 int32_t zn_str_to_enum_apps_message_id_e_type(const char *name);
 

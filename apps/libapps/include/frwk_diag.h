@@ -1,8 +1,8 @@
 /*
- * Network diagnostics: runs ping, traceroute, nslookup or iperf3 for a user and gives the tool's own words.
+ * Network diagnostics: runs ping, traceroute, nslookup or iperf3 and returns the tool's output.
  *
- * A context serves one run: frwk_diag_init, frwk_diag_exec, frwk_diag_free. The calls may be made from any
- * thread, those on one context one at a time.
+ * A context is for one run: frwk_diag_init, frwk_diag_exec, frwk_diag_free. Any thread may call them, but
+ * only one at a time for the same context.
  */
 #ifndef QUOR_FRWK_DIAG_H
 #define QUOR_FRWK_DIAG_H
@@ -18,12 +18,12 @@ extern "C" {
 #endif
 #pragma GCC visibility push(default)
 
-/* Sizes of the texts, their NUL included. */
+/* Sizes of the texts in bytes, including the NUL. */
 #define FRWK_DIAG_PATH_SIZE 128
 #define FRWK_DIAG_IFNAME_SIZE 64
 #define FRWK_DIAG_HOST_SIZE 256
 
-/* What is run. */
+/* The tools. */
 typedef enum frwk_diag_type_e {
     FRWK_DIAG_TYPE_PING = 0,       /* ping */
     FRWK_DIAG_TYPE_TRACEROUTE = 1, /* traceroute */
@@ -32,20 +32,20 @@ typedef enum frwk_diag_type_e {
 } frwk_diag_type_e;
 
 /*
- * What is asked of the tool. A number of 0 leaves the tool's default. Hosts and interfaces are names or
- * addresses that frwk_domain_check passes, that do not begin with '-' and that end with a NUL.
+ * Requests. A number of 0 means the tool's default. Hosts and interfaces are NUL-terminated names or
+ * addresses that frwk_domain_check accepts and that do not begin with '-'.
  */
 typedef struct frwk_diag_ping_req {
     int32_t count;                      /* requests to send */
     int32_t size;                       /* bytes of payload */
-    uint32_t deadline;                  /* seconds after which ping ends; with no count either, it may not */
+    uint32_t deadline;                  /* seconds until ping ends; without it and count ping may never end */
     char ifname[FRWK_DIAG_IFNAME_SIZE]; /* interface to send from; empty = any */
     char target[FRWK_DIAG_HOST_SIZE];   /* host */
 } frwk_diag_ping_req;
 
 typedef struct frwk_diag_traceroute_req {
     int32_t queries;                  /* probes for each hop */
-    int32_t max_hops;                 /* hops to look at */
+    int32_t max_hops;                 /* maximum number of hops */
     int32_t wait;                     /* seconds to wait for each answer */
     char target[FRWK_DIAG_HOST_SIZE]; /* host */
 } frwk_diag_traceroute_req;
@@ -57,13 +57,13 @@ typedef struct frwk_diag_nslookup_req {
 
 typedef struct frwk_diag_iperf_req {
     char server[FRWK_DIAG_HOST_SIZE]; /* host that runs an iperf3 server */
-    int32_t port;                     /* of the server */
+    int32_t port;                     /* the server's port */
     uint8_t udp;                      /* not 0 = UDP, else TCP */
     uint8_t reserved[3];              /* not read */
     int32_t time;                     /* seconds to transmit */
 } frwk_diag_iperf_req;
 
-/* A request; the type that goes with it says which member counts. */
+/* A request; the type passed with it selects the member. */
 typedef union frwk_diag_req {
     frwk_diag_ping_req ping;
     frwk_diag_traceroute_req traceroute;
@@ -73,37 +73,37 @@ typedef union frwk_diag_req {
 
 /* One run. */
 typedef struct frwk_diag_ctx {
-    FILE *fp;                       /* the tool's output, open for reading; null when there is none */
-    char path[FRWK_DIAG_PATH_SIZE]; /* file of the output; empty when there is none */
-    zn_bf_t buf;                    /* the output as a text; its length counts NULs that the tool printed */
+    FILE *fp;                       /* the tool's output, open for reading; null if there is none */
+    char path[FRWK_DIAG_PATH_SIZE]; /* file of the output; empty if there is none */
+    zn_bf_t buf;                    /* the output as a text; its length includes NULs that the tool printed */
 } frwk_diag_ctx;
 
 /*
- * Makes a context ready for its run.
+ * Initialises a context.
  *
  * ctx: overwritten.
- * Returns 1; or 0 when ctx is null or its buffer can't be had.
+ * Returns 1; or 0 if ctx is null or there is no memory for its buffer.
  */
 uint32_t frwk_diag_init(frwk_diag_ctx *ctx);
 
 /*
- * Runs a tool and collects all that it prints, to standard output and standard error. Blocks until the tool
- * ends by itself; processes that it leaves behind are killed then, where the base library can find them. A
- * tool that prints more than 16 MiB is stopped there, which the last line of its output says; one whose
- * caller is killed is killed too. Both are the base library's doing.
+ * Runs a tool and collects its standard output and standard error. Blocks until the tool ends by itself. The
+ * base library then kills processes that the tool left running, if it has that function. It also stops a tool
+ * that prints more than 16 MiB, which the last line of the output says, and kills the tool if the caller is
+ * killed.
  *
  * type: one of frwk_diag_type_e. req: its member of that type is read.
- * ctx: from frwk_diag_init. A second run without frwk_diag_free between loses the first one's open file and
- * leaves it on disk.
- * Returns E_APPS_ERR_SUCCESS however the tool itself fared: ctx->buf.data is then its output, ended by a NUL,
- * until frwk_diag_free. Otherwise E_APPS_ERR_PARAM for a null argument, another type, or a host or interface
- * that is refused, and nothing is run; E_APPS_ERR_IO when the output can't be read; E_APPS_ERR_MALLOC when
- * there is no memory for it (it is above OS_MEM_BLOCK_MAX, for one).
+ * ctx: from frwk_diag_init. A second run without frwk_diag_free in between leaks the first run's open file
+ * and leaves it on disk.
+ * Returns E_APPS_ERR_SUCCESS if the tool was run, whatever its exit status: ctx->buf.data is then its
+ * NUL-terminated output, until frwk_diag_free. Otherwise E_APPS_ERR_PARAM for a null argument, an unknown
+ * type, or a host or interface that is refused, and nothing is run; E_APPS_ERR_IO if the output can't be
+ * read; E_APPS_ERR_MALLOC if there is no memory for it, or it is larger than OS_MEM_BLOCK_MAX.
  */
 apps_err_e_type frwk_diag_exec(int32_t type, const frwk_diag_req *req, frwk_diag_ctx *ctx);
 
 /*
- * Closes and deletes the output file and gives the text back, after a run that succeeded or failed.
+ * Closes and deletes the output file and frees the text, after a run that succeeded or failed.
  *
  * ctx: initialised; may be freed more than once, and used for another run after frwk_diag_init. Null does
  * nothing.

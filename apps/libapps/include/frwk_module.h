@@ -1,5 +1,5 @@
 /*
- * What a module is: its id, its row of the module table, and the flags of that row.
+ * Modules: their ids, the rows of the module table, and the flags of a row.
  */
 #ifndef QUOR_FRWK_MODULE_H
 #define QUOR_FRWK_MODULE_H
@@ -14,13 +14,13 @@ extern "C" {
 #pragma GCC visibility push(default)
 
 /*
- * Module ids, the index of the module table. A message can be sent to the ids between
- * E_APPS_MODULE_MIN and E_APPS_MODULE_MAX; each is named after its module. Three of them stand among
+ * Module ids, which index the module table. A message can be sent to the ids between
+ * E_APPS_MODULE_MIN and E_APPS_MODULE_MAX; each is named after its module. Three of them are defined with
  * the result codes: E_APPS_MODULE_OMA (22), E_APPS_MODULE_OMADM (23) and E_APPS_MODULE_GNSS (24).
  */
 enum {
     E_APPS_MODULE_MIN = 0,
-    E_APPS_MODULE_TOOL = 0, /* may start, but can't be found by name nor sent to */
+    E_APPS_MODULE_TOOL = 0, /* may start, but can't be found by name or receive messages */
     E_APPS_MODULE_MONITOR = 1,
     E_APPS_MODULE_ZNDB = 2,
     E_APPS_MODULE_ROUTER = 3,
@@ -66,16 +66,16 @@ enum {
     E_APPS_MODULE_MAX = 53
 };
 
-/* Rows of the module table. The last one has no id of its own. */
+/* Rows of the module table. The last row has no id. */
 #define FRWK_MODULE_ROWS 54
 
-/* The slots for modules that the configuration file names and the table does not. */
+/* Slots for modules that the configuration file defines and the table does not. */
 #define FRWK_MODULE_SPARE_FIRST 39
 #define FRWK_MODULE_SPARE_COUNT 8
 
 /* Flag bits of a row. The ten named ones are the keywords of the module configuration file. */
 #define FRWK_FLAG_DAEMON 0x0001u    /* single instance; serves messages from its start */
-#define FRWK_FLAG_MONITORED 0x0002u /* the same, and the monitor watches it; reached by broadcasts */
+#define FRWK_FLAG_MONITORED 0x0002u /* the same, and the monitor watches it; receives broadcasts */
 #define FRWK_FLAG_RUN 0x0004u       /* named in the start-up list */
 #define FRWK_FLAG_BLOCK 0x0008u     /* for the device's other programs */
 #define FRWK_FLAG_MPSS 0x0010u      /* needs the modem processor */
@@ -85,11 +85,11 @@ enum {
 #define FRWK_FLAG_EXTERNAL 0x0100u  /* for the device's other programs */
 #define FRWK_FLAG_PSEUDO 0x0200u    /* for the device's other programs */
 
-/* Memory settings of a module, handed to the memory accounting at start-up; all 0 = none. */
+/* Memory settings of a module, passed to os_mem_init at start-up; all 0 = no limits. */
 typedef struct frwk_module_memory {
-    uint32_t warn_at;    /* bytes; one warning when the live bytes first pass it */
+    uint32_t warn_at;    /* bytes; one warning when the live bytes first exceed it */
     uint32_t refuse_at;  /* bytes; 0 = no limit */
-    uint8_t pool;        /* 1 = laid out for a pool */
+    uint8_t pool;        /* 1 = designed for a pool */
     uint32_t pool_block; /* bytes */
     uint32_t pool_total; /* bytes */
 } frwk_module_memory;
@@ -97,16 +97,16 @@ typedef struct frwk_module_memory {
 /* One row of the module table. */
 typedef struct frwk_module_info {
     const char *name;  /* lower case; null in an empty slot */
-    const char *alias; /* for people; null in an empty slot */
+    const char *alias; /* display name; null in an empty slot */
     uint32_t flag;     /* FRWK_FLAG_* and bits without a name */
     int32_t delay;     /* milliseconds to wait at the end of start-up, 0 = none */
-    uint32_t facility; /* of the system log: 1 to 20, 0 = none given */
+    uint32_t facility; /* of the system log: 1 to 20, 0 = default */
     frwk_module_memory memory;
     const char *cmd; /* extra arguments of the module's program; null = none */
 } frwk_module_info;
 
 /*
- * The module table, indexed by module id. Each process has a copy of its own; start-up applies the
+ * The module table, indexed by module id. Each process has its own copy; start-up applies the
  * module configuration file and the start-up list to it.
  */
 extern frwk_module_info g_modules_info[FRWK_MODULE_ROWS];

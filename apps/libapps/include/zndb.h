@@ -1,8 +1,8 @@
 /*
  * Client of the configuration database, the module zndb: text values under text keys.
  *
- * Every call is one request to that module and keeps no state. The calls may be made from any thread; each
- * waits for the answer, as frwk_ipc_send_sync with a limit of 3 seconds does.
+ * Every call sends one request to that module and keeps no state. Any thread may call; each call waits for
+ * the answer as frwk_ipc_send_sync does, with a limit of 3 seconds.
  */
 #ifndef QUOR_ZNDB_H
 #define QUOR_ZNDB_H
@@ -16,26 +16,26 @@ extern "C" {
 #endif
 #pragma GCC visibility push(default)
 
-#define ZNDB_KEY_LEN 32     /* bytes of the longest key, its NUL included */
-#define ZNDB_VALUE_LEN 1024 /* bytes of the longest value, its NUL included */
+#define ZNDB_KEY_LEN 32     /* bytes of the longest key, including the NUL */
+#define ZNDB_VALUE_LEN 1024 /* bytes of the longest value, including the NUL */
 
 /* Results of the calls. */
 typedef enum zndb_ret_e_type {
     E_ZNDB_RET_SUCCESS = 0,
     E_ZNDB_RET_FAILURE = 1,   /* a null argument, or the database refused */
-    E_ZNDB_RET_IPC = 2,       /* the database could not be asked */
+    E_ZNDB_RET_IPC = 2,       /* the request to the database failed */
     E_ZNDB_RET_NOT_FOUND = 3, /* no such key: get and delete only */
     E_ZNDB_RET_KEY_LEN = 4,   /* the key has 32 or more characters */
     E_ZNDB_RET_VALUE_LEN = 5  /* set: 1024 or more characters; get: the value doesn't fit the buffer */
 } zndb_ret_e_type;
 
 /*
- * Sets a value in the plain store. It survives a crash of the database at once, a power cut once saved.
- * Before a reboot or shutdown the database saves by itself what is unsaved.
+ * Sets a value in the plain store. It survives a crash of the database at once, but a power cut only after a
+ * save. Before a reboot or shutdown the database saves unsaved changes by itself.
  *
- * key: 1 to 31 characters without CR, LF and '=', the first neither '#', blank nor tab.
+ * key: 1 to 31 characters without CR, LF and '='; the first is neither '#', blank nor tab.
  * value: up to 1023 characters without CR and LF.
- * The database refuses other texts with E_ZNDB_RET_FAILURE; nothing has changed then.
+ * The database refuses other texts with E_ZNDB_RET_FAILURE and changes nothing.
  */
 int zndb_set(const char *key, const char *value);
 
@@ -55,34 +55,33 @@ int zndb_get_perm(const char *key, char *value, uint32_t size);
 /* Reads a default; as zndb_get. */
 int zndb_get_def(const char *key, char *value, uint32_t size);
 
-/* Deletes a key of the plain store; its default, if any, shows again. Kept as a set value is. */
+/* Deletes a key of the plain store; its default, if any, applies again. As durable as zndb_set. */
 int zndb_del(const char *key);
 
 /* Deletes a key of the perm store. */
 int zndb_del_perm(const char *key);
 
 /*
- * Makes what was changed in the plain and the perm store so far survive a power cut.
+ * Saves the changes of the plain and the perm store to their files, so that they survive a power cut.
  *
- * The result is that of the plain store, or of the perm store where that alone was changed. A perm store that
- * could not be saved beside the plain one is a line in the database's log, at each save until it can be.
+ * The result is that of the plain store, or that of the perm store if only the perm store had changed. If
+ * both had changed and only the perm store fails, each save logs that in the database.
  *
- * The database then also shortens what it keeps of it in RAM, which takes some room there where anything else
- * is unsaved, such as a factory value. Without that room it has not become shorter, though this call
- * succeeds, and the next changes may still be refused.
+ * The database then also shortens its journal in RAM. If anything else is unsaved, such as a factory value,
+ * that needs space for a second journal. Without that space the call still succeeds, but the journal keeps
+ * its size, and the next changes may still be refused.
  */
 int zndb_save(void);
 
 /*
- * Shortens what the database keeps in RAM of the changes that are not saved. They survive its crash before
- * and after, and no power cut. Fails, and changes nothing, where RAM has no room for the shorter form beside
- * the present one.
+ * Shortens the journal of unsaved changes, which the database keeps in RAM. The changes still survive a crash
+ * of the database, but not a power cut. Fails, and changes nothing, if RAM has no space for a second journal.
  */
 int zndb_save_ram(void);
 
 /*
- * Empties the plain store, so that the defaults show again. Kept as a set value is. Fails with
- * E_ZNDB_RET_FAILURE, and changes nothing, where the store's file can't be replaced, such as on a read-only
+ * Empties the plain store, so that the defaults apply again. As durable as zndb_set. Fails with
+ * E_ZNDB_RET_FAILURE, and changes nothing, if the store's file can't be replaced, for example on a read-only
  * flash.
  */
 int zndb_reset(void);
