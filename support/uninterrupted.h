@@ -1,5 +1,5 @@
 /*
- * System calls that a signal must not make fail.
+ * Repeats system calls that a signal interrupts.
  */
 #pragma once
 

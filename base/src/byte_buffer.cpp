@@ -1,5 +1,5 @@
 /*
- * The buffer of bytes that grows: one tracked block, replaced by a larger one.
+ * A growing byte buffer: one tracked block, which is replaced by a larger one.
  */
 #include "byte_buffer.h"
 

@@ -1,5 +1,5 @@
 /*
- * Name tables of enumerations: a value's name, and a name's value.
+ * Name tables of enumerations, searched by value and by name.
  */
 #include "enum_name.h"
 

@@ -1,5 +1,6 @@
 /*
- * Keeps a forked child from a lock that nobody would ever release: it has none of its parent's other threads.
+ * Makes a lock usable in a forked child. The parent's other threads don't exist there, so a lock that one of
+ * them held would never be released.
  */
 #pragma once
 
@@ -16,9 +17,9 @@ void unlock_after_fork() {
 }
 
 /*
- * The thread that forks holds kState.mutex meanwhile, so that the child gets it, and what it guards, whole.
- * Called once, when the library is loaded. While somebody holds such a lock nobody takes another one, so
- * their order doesn't matter. in_child: releases the lock there.
+ * Makes every fork take kState.mutex first and release it in parent and child, so that the child finds the
+ * lock free and the data that it protects consistent. Called once, when the library is loaded. No thread
+ * takes two such locks at once, so their order doesn't matter. in_child: releases the lock in the child.
  */
 template <auto &kState>
 void hold_over_forks(void (*in_child)() = unlock_after_fork<kState>) {

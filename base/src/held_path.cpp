@@ -11,7 +11,8 @@
 namespace {
 
 int open_folder_of(const char *path) {
-    const auto length = std::max<ptrdiff_t>(strrchr(path, '/') - path, 1); /* 1: the root's own slash */
+    const auto length =
+        std::max<ptrdiff_t>(strrchr(path, '/') - path, 1); /* 1: the slash of the root folder */
     char folder[PATH_MAX];
     if (static_cast<size_t>(length) >= sizeof(folder)) {
         errno = ENAMETOOLONG;

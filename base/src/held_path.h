@@ -1,6 +1,6 @@
 /*
- * A path whose folder is held open, so that all that is done to its file is done in one folder, whatever
- * becomes of the names on the way to it. Any thread.
+ * A path whose folder is kept open, so that all operations on its file use the same folder, even if somebody
+ * renames or replaces a folder above it. Any thread.
  */
 #pragma once
 
@@ -8,15 +8,15 @@
 
 class HeldPath {
   public:
-    /* path: absolute, of a file or of nothing yet; outlives the object. False, with errno set, without its
-     * folder. */
+    /* path: absolute; the file need not exist; must outlive the object. The object is false, with errno set,
+     * if the folder can't be opened. */
     explicit HeldPath(const char *path);
 
     explicit operator bool() const { return static_cast<bool>(folder_); }
 
     const char *path() const { return path_; }
 
-    /* A descriptor that names are looked up in, and nothing else (O_PATH). */
+    /* A descriptor of the folder, only for looking up names (O_PATH). */
     int folder() const { return folder_.get(); }
 
     /* The path's last part. */

@@ -1,5 +1,5 @@
 /*
- * Doubly linked lists of nodes that lie inside the caller's records.
+ * Intrusive doubly linked lists.
  */
 #include "list.h"
 

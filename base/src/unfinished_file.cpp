@@ -21,7 +21,7 @@ namespace {
 constexpr char kRandom[] = "XXXXXX";
 constexpr size_t kRandomLength = sizeof(kRandom) - 1;
 
-/* How often a new file may be taken for a leftover before its maker gives up. */
+/* The number of attempts if other processes remove the new file as a leftover. */
 constexpr int kAttempts = 10;
 
 struct CloseFolder {
@@ -31,7 +31,7 @@ using OwnedFolder = std::unique_ptr<DIR, CloseFolder>;
 
 enum class Claim {
     kOurs,
-    kCleared, /* another process took it for a leftover */
+    kCleared, /* another process removed it as a leftover */
     kFailed
 };
 
@@ -43,7 +43,7 @@ bool lock(int fd, int operation) {
     return result == 0;
 }
 
-/* A leftover has no living owner, so that its lock is free. */
+/* Removes a file if it is a leftover: nobody holds its lock. */
 void remove_leftover(const OwnedFolder &folder, const char *name) {
     const int in = dirfd(folder.get());
     const UniqueFd fd(openat(in, name, O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK));
@@ -56,7 +56,7 @@ void remove_leftover(const OwnedFolder &folder, const char *name) {
     }
 }
 
-/* name: as a new file has it, with anything in place of the random letters. */
+/* name: the name of a new file; its random letters are ignored. */
 bool is_like(const char *candidate, const char *name) {
     const size_t length = strlen(name);
     return strlen(candidate) == length && strncmp(candidate, name, length - kRandomLength) == 0;
@@ -89,10 +89,11 @@ Claim claim(int fd) {
     return found.st_nlink != 0 ? Claim::kOurs : Claim::kCleared;
 }
 
-/* Letters that are probably new. Who guesses them gains nothing: the file must not be there yet. */
+/* Chooses letters that are probably unused. They need not be unpredictable: the file must not exist yet. */
 void draw_letters(char *letters) {
     constexpr char kLetters[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789";
-    constexpr uint64_t kFactor = 6364136223846793005; /* spreads a difference of its first bits to the last */
+    constexpr uint64_t kFactor =
+        6364136223846793005; /* spreads a difference in the low bits to the high bits */
     static std::atomic<uint64_t> drawn{0};
     timespec now = {};
     clock_gettime(CLOCK_MONOTONIC, &now);

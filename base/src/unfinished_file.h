@@ -1,10 +1,10 @@
 /*
- * A file that is written under a name of its own, beside the one that it is to become, so that nobody ever
- * finds half a file there.
+ * A temporary file that atomically replaces its target when it is complete, so that the target is never a
+ * partial file.
  *
- * What a killed process leaves of one is removed by the next that makes a file of the same kind in the same
- * folder. Its maker holds a lock on each as long as it lives, which tells a leftover from a file at work. One
- * thread at a time may use an object; any number of threads and processes may make files in one folder.
+ * If a killed process leaves an unfinished file, the next process that creates one of the same kind in the
+ * same folder removes it. The creator holds a lock on its file, which distinguishes the file from a leftover.
+ * One thread at a time may use an object; any number of threads and processes may create files in one folder.
  */
 #pragma once
 
@@ -16,13 +16,13 @@
 class UnfinishedFile {
   public:
     /*
-     * Removes the leftovers, and makes the empty file KIND.unfinished.XXXXXX, for its owner's eyes only.
+     * Removes leftovers, and creates the empty file KIND.unfinished.XXXXXX, readable for its owner only.
      *
-     * target: what to become; held, and outlives the object. kind: what the name begins with.
-     * When there is no such file the object is false, and errno tells why.
+     * target: the file to replace; must outlive the object. kind: the prefix of the name.
+     * If the file can't be created, the object is false and errno is set.
      */
     UnfinishedFile(const HeldPath &target, const char *kind);
-    /* Removes the file, unless it took the target's place. */
+    /* Removes the file, unless it has replaced the target. */
     ~UnfinishedFile();
     UnfinishedFile(const UnfinishedFile &) = delete;
     UnfinishedFile &operator=(const UnfinishedFile &) = delete;
@@ -30,13 +30,13 @@ class UnfinishedFile {
     explicit operator bool() const { return static_cast<bool>(fd_); }
     int fd() const { return fd_.get(); }
 
-    /* Puts what was written on the disk and in the target's place. false: nothing changed, see errno. */
+    /* Syncs the file and replaces the target with it. Returns false, with errno set, if nothing changed. */
     bool replace_target();
 
-    /* As replace_target, but only where there is no target yet: else errno is EEXIST. */
+    /* As replace_target, but fails with EEXIST if the target exists. */
     bool become_target();
 
-    /* Makes the names in the folder outlast a power cut, or warns. */
+    /* Syncs the folder, so that the new name survives a power cut. Logs a failure. */
     void sync_folder() const;
 
   private:
@@ -44,6 +44,6 @@ class UnfinishedFile {
     void remove_file() const;
 
     const HeldPath &target_;
-    char name_[NAME_MAX + 1]; /* "" when there is nothing to remove */
+    char name_[NAME_MAX + 1]; /* "" if there is no file to remove */
     UniqueFd fd_;
 };

@@ -10,7 +10,7 @@ struct Range {
     uint32_t last;
 };
 
-/* What is not shown as it is, in ascending order. A range also covers the unassigned characters within it. */
+/* The characters to escape, in ascending order. A range may include unassigned characters. */
 constexpr Range kNotShown[] = {
     {0x0000, 0x001F},   {0x007F, 0x009F},   {0x00AD, 0x00AD},   {0x0600, 0x0605},   {0x061C, 0x061C},
     {0x06DD, 0x06DD},   {0x070F, 0x070F},   {0x0890, 0x0891},   {0x08E2, 0x08E2},   {0x180E, 0x180E},
@@ -23,7 +23,7 @@ bool continues(std::string_view text, size_t at) {
     return at < text.size() && (static_cast<unsigned char>(text[at]) & 0xC0u) == 0x80u;
 }
 
-/* Whether a second byte may follow a lead byte: excludes overlong forms, surrogates and numbers above
+/* Whether a second byte may follow a lead byte: excludes overlong forms, surrogates and code points above
  * U+10FFFF. */
 bool second_byte_fits(unsigned lead, unsigned second) {
     switch (lead) {

@@ -1,5 +1,5 @@
 /*
- * Characters of a text in UTF-8, and which of them act on a terminal instead of being shown. Pure.
+ * Decodes UTF-8, and identifies characters that control a terminal or are invisible. Pure.
  */
 #pragma once
 
@@ -7,16 +7,16 @@
 #include <cstdint>
 #include <string_view>
 
-/* Bytes of the character that a text begins with; 0 when they are not UTF-8. text: at least one byte. */
+/* The length in bytes of a text's first character; 0 if it is not UTF-8. text: at least one byte. */
 size_t utf8_length(std::string_view text);
 
-/* The number of a character in Unicode. character: exactly one, in UTF-8. */
+/* The Unicode code point of a character. character: exactly one, in UTF-8. */
 uint32_t utf8_code(std::string_view character);
 
 /*
- * Whether a terminal shows a character and does nothing else with it. False for control characters of both
- * sets (C0 with DEL, and C1), for marks that change the direction of the text, and for other invisible format
- * characters: Unicode's categories Cc, Cf, Zl and Zp.
+ * Whether a character can be printed on a terminal without escaping. False for control characters (C0, DEL
+ * and C1), for marks that change the direction of the text, and for other invisible format characters:
+ * Unicode's categories Cc, Cf, Zl and Zp.
  *
  * character: exactly one, in UTF-8.
  */

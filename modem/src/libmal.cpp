@@ -14,7 +14,7 @@ namespace {
 
 std::atomic<bool> g_s_initialised{false};
 
-/* Copies a text and its NUL, cut to the buffer. */
+/* Copies a text and its NUL, truncated to the buffer. */
 void copy_text(char *out, size_t size, const char *text) {
     const size_t length = strnlen(text, size - 1);
     std::memcpy(out, text, length);

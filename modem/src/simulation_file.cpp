@@ -16,7 +16,7 @@ struct CloseFile {
 };
 using OpenFile = std::unique_ptr<std::FILE, CloseFile>;
 
-/* A line up to its end; what doesn't fit is passed over, so that it is never taken for a line of its own. */
+/* Reads a line; skips the part that doesn't fit, so that it is not read as another line. */
 bool read_line(std::FILE *file, char *line, size_t size) {
     int next = std::fgetc(file);
     if (next == EOF) {
@@ -32,7 +32,7 @@ bool read_line(std::FILE *file, char *line, size_t size) {
     return true;
 }
 
-/* Returns the value when the line is one of the key, else null. */
+/* Returns the value if the line has this key, else null. */
 const char *value_of(const char *line, const char *key) {
     const size_t length = std::strlen(key);
     return std::strncmp(line, key, length) == 0 && line[length] == '=' ? line + length + 1 : nullptr;

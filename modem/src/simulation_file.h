@@ -1,14 +1,14 @@
 /*
- * The file that a simulated modem answers from. Knows its lines, not what the keys mean.
+ * Reads values from the file of the simulated modem. Does not interpret them.
  */
 #pragma once
 
 #include <cstddef>
 
-/* The longest value that is read, in characters; the rest of a longer one is cut off. */
+/* The longest value, in characters; a longer one is truncated. */
 inline constexpr size_t kSimulationValueMax = 63;
 
-/* The value of one key, as the file had it when the object was made. */
+/* The value of one key, read when the object is constructed. */
 class SimulatedValue {
   public:
     explicit SimulatedValue(const char *key);
@@ -16,10 +16,10 @@ class SimulatedValue {
     /* Whether the file could be read and has a line for the key. */
     bool known() const { return known_; }
 
-    /* NUL-terminated; "" when not known. */
+    /* NUL-terminated; "" if not known. */
     const char *text() const { return text_; }
 
-    /* The decimal number that the text begins with, 0 for none; nearest where it doesn't fit. */
+    /* The decimal number at the beginning of the text; 0 without digits; clamped to the range of int. */
     int number() const;
 
   private:

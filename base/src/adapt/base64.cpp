@@ -1,5 +1,5 @@
 /*
- * Base64 by libsodium, whose conversions take the same time for every text of a length: texts may hold
+ * Base64 with libsodium, whose conversions take constant time for a given length, since the texts may contain
  * secrets.
  */
 #include "base64.h"
@@ -14,11 +14,11 @@ namespace {
 
 constexpr int kVariant = sodium_base64_VARIANT_ORIGINAL;
 
-/* Four characters of text hold three bytes. */
+/* Four characters encode three bytes. */
 constexpr uint32_t kGroupText = 4;
 constexpr uint32_t kGroupBytes = 3;
 
-/* Where char is signed, the library takes characters above 127 for base64. Always looks at all of them. */
+/* If char is signed, the library accepts characters above 127. Checks all characters, for constant time. */
 bool is_ascii(const char *text, uint32_t length) {
     unsigned bits = 0;
     for (uint32_t i = 0; i < length; ++i) {

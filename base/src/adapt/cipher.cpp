@@ -1,6 +1,6 @@
 /*
- * Values under XChaCha20-Poly1305 by libsodium: a random nonce, the enciphered bytes and their seal, as
- * base64 text. The nonces are long enough to be drawn at random for ever.
+ * Encrypts values with libsodium's XChaCha20-Poly1305. The text is the base64 form of a random nonce, the
+ * encrypted bytes and their authentication tag. The nonces are long enough that random ones never repeat.
  */
 #include "cipher.h"
 
@@ -29,7 +29,7 @@ void seal(unsigned char *sealed, const void *data, uint32_t length, const device
                                                nullptr, sealed, key.bytes);
 }
 
-/* data: room for size less the overhead, zeroed when the seal is broken. */
+/* data: room for size less the overhead; zeroed if the authentication fails. */
 bool open_seal(unsigned char *data, const unsigned char *sealed, uint32_t size, const device_key::Key &key) {
     return crypto_aead_xchacha20poly1305_ietf_decrypt(data, nullptr, nullptr, sealed + kNonceSize,
                                                       size - kNonceSize, nullptr, 0, sealed, key.bytes) == 0;

@@ -1,8 +1,8 @@
 /*
- * Enciphering by libsodium's secretstream, which keeps chunks in their order and tells a cut from an end.
+ * Encrypts with libsodium's secretstream, which detects reordered chunks and truncation.
  *
- * A chunk that is not full is the last one, so a file of whole chunks ends in an empty one, and each content
- * has exactly one layout.
+ * A chunk that is not full is the last one. So a file whose length is a multiple of the chunk size ends with
+ * an empty chunk, and each content has exactly one layout.
  */
 #include "cipher_stream.h"
 
@@ -18,7 +18,7 @@ namespace cipher_stream {
 
 namespace {
 
-/* The letters that such a file begins with, and the number of its format, little-endian. */
+/* The magic of an encrypted file and the number of its format, little-endian. */
 constexpr unsigned char kHead[] = {'q', 'u', 'o', 'r', 'f', 'i', 'l', 'e', 1, 0, 0, 0};
 
 constexpr size_t kSaltSize = crypto_secretstream_xchacha20poly1305_HEADERBYTES;
@@ -34,7 +34,7 @@ struct State {
     ~State() { sodium_memzero(&words, sizeof(words)); }
 };
 
-/* What stands in front of the chunks. */
+/* The part before the chunks. */
 struct Beginning {
     unsigned char head[sizeof(kHead)];
     unsigned char salt[kSaltSize];
@@ -42,7 +42,7 @@ struct Beginning {
 
 static_assert(sizeof(Beginning) == sizeof(kHead) + kSaltSize);
 
-/* A chunk in both forms. The plain one is wiped at the end. */
+/* A chunk, unencrypted and encrypted. The destructor wipes the unencrypted bytes. */
 struct Chunk {
     const OwnedBlock plain = make_block(kPlainSize);
     const OwnedBlock sealed = make_block(kSealedSize);
@@ -66,7 +66,7 @@ void seal(State *state, const Chunk &chunk, size_t size) {
                                                tag_of(size < kPlainSize));
 }
 
-/* size: of the sealed chunk. */
+/* size: size of the encrypted chunk. */
 bool open_seal(State *state, const Chunk &chunk, size_t size) {
     unsigned char tag = 0;
     return size >= kSealSize &&

@@ -1,9 +1,8 @@
 /*
- * The enciphered form of a file, from one descriptor to another: what lies where, and that nothing of it was
- * altered. See docs/cipher.md for the bytes.
+ * Encrypts and decrypts a file's content from one descriptor to another, and detects alterations. See
+ * docs/cipher.md for the format.
  *
- * Knows neither paths nor where the key comes from, and needs the same little memory whatever the size. Any
- * thread; a descriptor serves one call at a time.
+ * Does not handle paths or key files. Needs constant memory. Any thread; one call at a time per descriptor.
  */
 #pragma once
 
@@ -13,16 +12,16 @@ namespace cipher_stream {
 
 enum class Result {
     kDone,
-    kRefused, /* the bytes are not what encipher wrote with this key, from the first to the last */
-    kFailed   /* reading, writing or memory failed; errno tells */
+    kRefused, /* the bytes were altered, or not written by encipher with this key */
+    kFailed   /* reading, writing or memory failed; see errno */
 };
 
-/* Reads from to its end and writes its enciphered form. Never kRefused. */
+/* Encrypts everything that is read from "from". Never returns kRefused. */
 Result encipher(int from, int to, const device_key::Key &key);
 
 /*
- * Reads from to its end and writes what was enciphered.
- * Only kDone says that the whole is right: pieces are written before the next ones are looked at.
+ * Decrypts everything that is read from "from".
+ * The output is authentic only if the result is kDone: each chunk is written before the next one is checked.
  */
 Result decipher(int from, int to, const device_key::Key &key);
 

@@ -1,5 +1,6 @@
 /*
- * Key files: read whole or refused, made once or taken as another process made them.
+ * Reads and creates key files. A file with another size than a key's is refused. If two processes create the
+ * device's key at the same time, both use the first one.
  */
 #include "device_key.h"
 
@@ -25,7 +26,7 @@ constexpr char kUserPartition[] = "/m_data";
 constexpr char kFolder[] = "/m_data/usr_permanent";
 constexpr mode_t kFolderMode = 0755;
 constexpr char kDeviceKey[] = "/m_data/usr_permanent/device.key";
-constexpr char kKind[] = "device.key"; /* what the name of an unfinished key file begins with */
+constexpr char kKind[] = "device.key"; /* prefix of the name of an unfinished key file */
 
 static_assert(kKeySize == crypto_kdf_KEYBYTES);
 static_assert(sizeof(Use) - 1 == crypto_kdf_CONTEXTBYTES);
@@ -36,7 +37,7 @@ enum class KeyFile {
     kRefused
 };
 
-/* The bytes of a key file, and one more to tell that it is too long. */
+/* The bytes of a key file, and one more to detect that the file is too long. */
 struct FileBytes {
     unsigned char bytes[kKeySize + 1];
     size_t size = 0;
@@ -70,8 +71,8 @@ KeyFile read_key(const char *path, Key *key) {
 }
 
 /*
- * A fresh device may come without the folder. Where it can't be made, neither can the key file, which says
- * so. Its rights don't depend on the module's umask, since other modules keep their files there.
+ * A new device may lack the folder. A failure is not logged here, since creating the key file then fails too
+ * and logs. The mode doesn't depend on the module's umask, since other modules store files there.
  */
 void make_folder() {
     if (mkdir(kFolder, kFolderMode) != 0) {
@@ -94,11 +95,11 @@ bool publish(UnfinishedFile *file) {
     if (errno != EEXIST) {
         return false;
     }
-    file->sync_folder(); /* the other process may not have come to it yet */
+    file->sync_folder(); /* the other process may not have synced it yet */
     return true;
 }
 
-/* Writes a random key to a file of its own, so that a power cut never leaves half a key under the name. */
+/* Writes a random key to a temporary file first, so that a power cut never leaves half a key. */
 bool make_key_file() {
     Key key;
     randombytes_buf(key.bytes, kKeySize);
@@ -112,7 +113,7 @@ bool make_key_file() {
     return made;
 }
 
-/* Whoever made it, the key in use is the one in the file. */
+/* Reads the key back from the file, since another process may have created the file. */
 KeyFile read_made_key(Key *key) {
     const KeyFile found = read_key(kDeviceKey, key);
     if (found == KeyFile::kMissing) {

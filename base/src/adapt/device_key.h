@@ -1,8 +1,8 @@
 /*
- * The device's key, and the keys of single uses that are derived from it. Which files hold it: see cipher.h.
+ * The device's key, and the keys derived from it for each use. See cipher.h for the key files.
  *
- * Nothing is kept between calls. Every function may be called from any thread, and by several processes at
- * once: they end up with the same key.
+ * Keeps no state between calls. Any thread may call, and several processes at once: all of them use the same
+ * key.
  */
 #pragma once
 
@@ -12,7 +12,7 @@ namespace device_key {
 
 inline constexpr size_t kKeySize = 32;
 
-/* A key, wiped at the end of its scope. */
+/* A key; the destructor wipes it. */
 struct Key {
     unsigned char bytes[kKeySize];
 
@@ -22,14 +22,14 @@ struct Key {
     Key &operator=(const Key &) = delete;
 };
 
-/* A use of the device's key. Texts and files that exist depend on its letters. */
+/* A use of the device's key. Existing texts and files depend on these letters. */
 using Use = char[9];
 inline constexpr Use kForValues = "values-1";
 inline constexpr Use kForFiles = "files--1";
 
 /*
- * Derives the key of one use, and makes the device's key before when it has none.
- * Returns false when there is no key, which has been logged.
+ * Derives the key for a use, and creates the device's key if it is missing.
+ * Returns false, and logs, if there is no key.
  */
 bool derive(const Use &use, Key *key);
 

@@ -1,6 +1,6 @@
 /*
- * Files under the device cipher: the new form is written beside the file and takes its place when it is
- * whole.
+ * Encrypts and decrypts files: the new content is written to a temporary file, which atomically replaces the
+ * file when it is complete.
  */
 #include <sys/stat.h>
 #include <unistd.h>
@@ -24,18 +24,18 @@ namespace {
 using cipher_stream::Result;
 using Change = Result (*)(int from, int to, const device_key::Key &key);
 
-/* What the name of an unfinished file begins with. */
+/* Prefix of the name of an unfinished file. */
 constexpr char kKind[] = "cipher";
 
 constexpr mode_t kAccessBits = S_IRWXU | S_IRWXG | S_IRWXO;
 
-/* Gives the owner and access rights of one file to another. Rights of others go where the owner can't. */
+/* Copies owner and mode of a file. If the owner can't be set, group and others get no access. */
 bool copy_access(const struct stat &from, int to) {
     const bool same_owner = fchown(to, from.st_uid, from.st_gid) == 0;
     return fchmod(to, from.st_mode & (same_owner ? kAccessBits : S_IRWXU)) == 0;
 }
 
-/* path: of the file itself, without symbolic links. One that has come there since is not followed. */
+/* path: without symbolic links. A link that replaces the file meanwhile is not followed. */
 Result replace_file(const char *path, Change change, const device_key::Key &key) {
     const HeldPath target(path);
     const UniqueFd file(target ? file_io::open_for_reading_in(target.folder(), target.name()) : -1);
@@ -68,7 +68,7 @@ int32_t report(const char *function, const char *path, Result result) {
     return result == Result::kDone ? 1 : 0;
 }
 
-/* Follows symbolic links, so that the file changes and not the link. */
+/* Resolves symbolic links first, so that the target is replaced and not the link. */
 int32_t change_file(const char *function, const char *path, Change change) {
     if (path == nullptr) {
         return 0;

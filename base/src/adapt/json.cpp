@@ -1,9 +1,9 @@
 /*
- * JSON texts, read by json-c. Nothing else in the tree knows that library.
+ * Parses JSON with json-c. Only this file uses that library.
  *
- * An item's handle is the library's own pointer to it. The library shows the value null as no item at all;
- * one item of this file stands for it. The library doesn't outlive every lack of memory while it builds a
- * tree, so the tree's size is bounded before it sees the text.
+ * An item's handle is the library's pointer. The library represents the value null by a null pointer; this
+ * file uses a special item for it. The library may end the process when it runs out of memory while it builds
+ * a tree, so this file limits the tree's size before it passes the text on.
  */
 #include "json.h"
 
@@ -39,7 +39,7 @@ json_item *handle_of(json_object *object) {
                              : reinterpret_cast<json_item *>(&g_null_item);
 }
 
-/* Returns null for the value null and for no item. */
+/* Returns null for the value null and for a null item. */
 json_object *object_of(const json_item *item) {
     if (item == reinterpret_cast<json_item *>(&g_null_item)) {
         return nullptr;
@@ -61,14 +61,14 @@ bool feed(json_tokener *tokener, const char *from, size_t length) {
     return json_tokener_get_error(tokener) == json_tokener_continue;
 }
 
-/* The library would take an integer that it can't hold for the nearest that it can. A double is nearer. */
+/* The library would clamp an integer beyond its range. Parsed as a double, it keeps its magnitude. */
 bool feed_as_double(json_tokener *tokener, const char *from, const char *to) {
     return feed(tokener, from, static_cast<size_t>(to - from)) && feed(tokener, ".0", 2);
 }
 
 /*
- * Returns the root, or null with *ok false; a null with *ok true is the value null. Where the library gives
- * up before its first character, for lack of memory, it calls that a success too.
+ * Returns the root, or null with *ok false; null with *ok true is the value null. The library also reports
+ * success if it runs out of memory before the first character.
  */
 Object finish(json_tokener *tokener, const char *from, const char *end, bool *ok) {
     Object root(json_tokener_parse_ex(tokener, from, static_cast<int>(end - from) + 1));
@@ -77,7 +77,7 @@ Object finish(json_tokener *tokener, const char *from, const char *end, bool *ok
     return root;
 }
 
-/* Returns as finish does. */
+/* Same results as finish. */
 Object parse_text(json_tokener *tokener, const char *text, bool *ok) {
     using json_text::Token;
     const char *fed = text;

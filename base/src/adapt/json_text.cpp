@@ -1,5 +1,5 @@
 /*
- * One token after the other, by its first character.
+ * Skips JSON tokens. The first character determines the kind of token.
  */
 #include "json_text.h"
 
@@ -27,7 +27,7 @@ const char *skip_digits(const char *at) {
     return at;
 }
 
-/* A point and what follows it. Returns null when no digit follows. */
+/* Skips a decimal point and its digits. Returns null if no digit follows. */
 const char *skip_fraction(const char *at) {
     if (*at != '.') {
         return at;
@@ -35,7 +35,7 @@ const char *skip_fraction(const char *at) {
     return is_digit(at[1]) ? skip_digits(at + 1) : nullptr;
 }
 
-/* Returns null when the exponent has no digits. */
+/* Returns null if the exponent has no digits. */
 const char *skip_exponent(const char *at) {
     if (*at != 'e' && *at != 'E') {
         return at;
@@ -72,7 +72,7 @@ Token skip_number(const char **at) {
                                                                           : Token::kPlain;
 }
 
-/* Which escapes there are is for json-c to say, but none of them ends the string. */
+/* json-c checks which escapes are valid; no escape ends the string. */
 Token skip_string(const char **at) {
     const char *c = *at + 1;
     while (*c != '"') {

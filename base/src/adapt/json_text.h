@@ -1,8 +1,8 @@
 /*
- * The letters of a JSON text, looked at before json-c sees them: what it lets pass although RFC 8259 forbids
- * it, and the integers that it can't hold. Whether the tokens form a value is for json-c to say.
+ * Checks the tokens of a JSON text before json-c parses it: json-c accepts some texts that RFC 8259 forbids,
+ * and clamps large integers. json-c itself checks whether the tokens form a value.
  *
- * Pure; every function may be called from any thread.
+ * Pure; any thread.
  */
 #pragma once
 
@@ -10,13 +10,13 @@ namespace json_text {
 
 enum class Token {
     kEnd,
-    kPlain,       /* fine */
-    kBeforeItem,  /* what every value but the first follows: a comma or an opening bracket */
-    kLongInteger, /* a number without point and exponent, and beyond int64_t */
+    kPlain,       /* any other valid token */
+    kBeforeItem,  /* a comma or an opening bracket: every value except the first follows one */
+    kLongInteger, /* a number beyond int64_t without decimal point and exponent */
     kBad          /* malformed, or a string with U+0000 */
 };
 
-/* Moves *at behind the token that begins there. At the end and at a bad token it stays. */
+/* Moves *at past its token. At the end of the text and at a bad token, *at is unchanged. */
 Token skip_token(const char **at);
 
 }  // namespace json_text

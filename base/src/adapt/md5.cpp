@@ -1,5 +1,5 @@
 /*
- * MD5 by libmd. Nothing else in the tree knows that library.
+ * MD5 with libmd. Only this file uses that library.
  */
 #include "md5.h"
 
@@ -9,7 +9,7 @@
 #include "support/file_io.h"
 #include "support/unique_fd.h"
 
-/* The library's header has the name of our own, so the build tells where it lies. */
+/* libmd's header has the same name as ours, so the build defines its path. */
 #include LIBMD_HEADER
 
 namespace {

@@ -11,7 +11,7 @@
 
 namespace {
 
-/* Whether the kernel gives random bytes, for which it may wait; false leaves the cause in errno. */
+/* Checks that the kernel provides random bytes; may wait for entropy. Sets errno on failure. */
 bool has_random_bytes() {
     unsigned char byte = 0;
     ssize_t count = 0;
@@ -19,12 +19,12 @@ bool has_random_bytes() {
         count = getrandom(&byte, sizeof(byte), 0);
     } while (count < 0 && errno == EINTR);
     if (count < 0 && errno == ENOSYS) {
-        return access("/dev/urandom", R_OK) == 0; /* what libsodium reads on a kernel without the call */
+        return access("/dev/urandom", R_OK) == 0; /* libsodium's fallback on a kernel without getrandom */
     }
     return count == 1;
 }
 
-/* Whoever wants the library's own lock takes this one first: nobody holds that one while a child is forked.
+/* Taken before libsodium's own lock, and held during a fork, so that libsodium's lock is free in the child.
  */
 struct SodiumState {
     std::mutex mutex;

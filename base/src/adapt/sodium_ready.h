@@ -1,10 +1,10 @@
 /*
- * libsodium, made ready on its first use. For the adapters of that library only.
+ * Initialises libsodium on its first use. Only for the files that use libsodium.
  */
 #pragma once
 
 /*
- * Returns false when the library can't be used, with the cause in errno. It would end the process where the
- * kernel has no random bytes, so the kernel is asked first. Any thread; a lock lets one go first.
+ * Returns false, with errno set, if the library can't be used. libsodium would end the process if the kernel
+ * provided no random bytes, so this checks the kernel first. Any thread.
  */
 bool sodium_ready();

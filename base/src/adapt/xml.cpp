@@ -1,8 +1,8 @@
 /*
- * XML files, read by pugixml. Nothing else in the tree knows that library.
+ * Parses XML files with pugixml. Only this file uses that library.
  *
- * The file is opened here, not by the library: it must be a regular file, and its descriptor must not
- * reach a shell's child. An element's handle is the library's own pointer to it.
+ * The file is opened here, not by the library: it must be a regular file, and commands must not inherit its
+ * descriptor. An element's handle is the library's pointer.
  */
 #include "xml.h"
 
@@ -18,7 +18,7 @@
 
 namespace {
 
-/* A file's bytes, which the elements of its document point into. */
+/* A file's bytes; the elements of the document point into them. */
 class FileBytes {
   public:
     FileBytes() = default;
@@ -26,7 +26,7 @@ class FileBytes {
     FileBytes(const FileBytes &) = delete;
     FileBytes &operator=(const FileBytes &) = delete;
 
-    /* Reads up to capacity bytes, or fewer when the file has become shorter. Once only. */
+    /* Reads up to capacity bytes; fewer if the file has become shorter. Call it once. */
     bool read_from(int fd, size_t capacity) {
         data_ = static_cast<char *>(malloc(capacity + 1));
         return data_ != nullptr && file_io::read_up_to(fd, data_, capacity, &size_);
@@ -79,7 +79,7 @@ pugi::xml_node first_or_next(pugi::xml_node node, bool (*wanted)(const pugi::xml
     return node;
 }
 
-/* The size of the text in first and all the pieces behind it. */
+/* The total length of the text in first and all the pieces after it. */
 size_t whole_length(const pugi::xml_node &first) {
     size_t length = 0;
     for (pugi::xml_node piece = first; piece; piece = first_or_next(piece.next_sibling(), is_text)) {
@@ -88,7 +88,7 @@ size_t whole_length(const pugi::xml_node &first) {
     return length;
 }
 
-/* Moves the text of all pieces behind first into whole, and the pieces out of the document. */
+/* Appends the text of all pieces after first to whole, and removes these pieces from the document. */
 void take_pieces(const pugi::xml_node &first, char *whole) {
     char *end = stpcpy(whole, first.value());
     pugi::xml_node piece = first_or_next(first.next_sibling(), is_text);
@@ -100,7 +100,7 @@ void take_pieces(const pugi::xml_node &first, char *whole) {
     }
 }
 
-/* A comment or CDATA section breaks a text into pieces. They become one, which the document owns. */
+/* A comment or CDATA section splits a text into pieces. Joins them into one, which the document owns. */
 void join_pieces(pugi::xml_node first) {
     char *whole = static_cast<char *>(malloc(whole_length(first) + 1));
     if (whole == nullptr) {

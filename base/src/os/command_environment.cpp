@@ -1,5 +1,5 @@
 /*
- * The environment of a command, put together anew for each: the process may have changed its own.
+ * The environment of a command. It is built for each command, since the process may change its own.
  */
 #include "command_environment.h"
 
@@ -20,7 +20,7 @@ constexpr char kCLocale[] = "LC_ALL=C";
 constexpr char kPath[] = "PATH=";
 constexpr size_t kPathLength = sizeof(kPath) - 1;
 
-/* The path, the locale, the mark, and the end. */
+/* The path, the locale, the mark, and the terminating null. */
 constexpr size_t kOwnEntries = 4;
 
 thread_local bool g_untranslated = false;
@@ -37,7 +37,7 @@ bool begins_with(const char *entry, const char *name) {
     return strncmp(entry, name, strlen(name)) == 0;
 }
 
-/* Whether the library brings its own in place of an entry. */
+/* Whether the library replaces an entry with its own. */
 bool is_replaced(const char *entry) {
     return begins_with(entry, kPath) || (g_untranslated && begins_with(entry, kLocale));
 }
@@ -69,7 +69,7 @@ std::unique_ptr<char *, FreeEnvironment> command_environment() {
     char **next = std::remove_copy_if(environ, environ + count, entries.get(), is_replaced);
     *next++ = own_path;
     if (g_untranslated) {
-        *next++ = const_cast<char *>(kCLocale); /* who starts a process only reads it */
+        *next++ = const_cast<char *>(kCLocale); /* posix_spawn only reads it */
     }
     *next = command_mark();
     return entries;

@@ -1,5 +1,5 @@
 /*
- * What a command finds in its environment: that of the process, with entries of the library's own.
+ * The environment of a command: that of the process, with some entries replaced by the library's.
  */
 #pragma once
 
@@ -10,10 +10,9 @@ struct FreeEnvironment {
 };
 
 /*
- * The environment of a command of the calling thread: the process's own with the folders of its PATH
- * that are safe, the mark of the thread's command scope if it has one, and the "C" locale where the thread
- * asked for it.
+ * The environment for a command of the calling thread: that of the process, with only the safe folders of its
+ * PATH, the mark of the thread's command scope if it has one, and the "C" locale if the thread requested it.
  *
- * Returns nothing, with errno set, when there is no memory. The entries are borrowed.
+ * Returns nothing, with errno set, without memory. The entries are borrowed.
  */
 std::unique_ptr<char *, FreeEnvironment> command_environment();

@@ -1,5 +1,5 @@
 /*
- * The two sides of the guard: the thread that asks for it, and its own process.
+ * The two sides of the guard: the thread that starts it, and the guard's process.
  */
 #include "command_guard.h"
 
@@ -20,7 +20,7 @@
 
 namespace {
 
-constexpr char kName[] = "quor-guard"; /* so that who looks for the module by its name doesn't find this */
+constexpr char kName[] = "quor-guard"; /* so that a search for the module's name doesn't find the guard */
 constexpr int kAskerEnded = SIGHUP;
 
 struct CloseFolder {
@@ -28,8 +28,9 @@ struct CloseFolder {
 };
 
 /*
- * A peer of the module must see its connections end with it, and a reader of its output the end. The call
- * becomes descriptor 0, which frees the one that it takes to look at the others.
+ * Closes the inherited descriptors: when the module ends, its peers must see their connections closed and the
+ * readers of its output the end of file. The guard's socket becomes descriptor 0, which frees a descriptor
+ * for listing the others.
  */
 void keep_only(int call) {
     (void)dup2(call, STDIN_FILENO);
@@ -45,8 +46,7 @@ void keep_only(int call) {
     }
 }
 
-/* From now on no signal reaches this process but the one of the asker's end, and that one when it is waited
- * for. */
+/* Blocks all signals. Only the signal of the asker's end is delivered, and only during the wait. */
 void take_no_signals(sigset_t *while_waiting) {
     struct sigaction wake = {};
     wake.sa_handler = [](int) {};
@@ -57,8 +57,9 @@ void take_no_signals(sigset_t *while_waiting) {
 }
 
 /*
- * Waits for a word of the asker, or its end. Where its process has other forks, they hold its end of the call
- * too, and the signal tells; it comes as soon as the thread ends, even while its process lives on.
+ * Waits for a byte from the asker, or for its end. Other forks of its process may hold its end of the socket
+ * open, so the guard also waits for a signal, which the kernel sends as soon as the thread ends, even if the
+ * process continues.
  */
 bool is_dismissed(const sigset_t &while_waiting) {
     pollfd call = {STDIN_FILENO, POLLIN, 0};
@@ -71,7 +72,7 @@ bool is_dismissed(const sigset_t &while_waiting) {
 void guard_commands(int call, pid_t asker, void (*act)()) {
     sigset_t while_waiting;
     take_no_signals(&while_waiting);
-    (void)setsid(); /* what is killed as a group with the asker, or by its terminal, doesn't count this in */
+    (void)setsid(); /* a kill of the asker's process group, or by its terminal, must not end the guard */
     (void)prctl(PR_SET_NAME, kName);
     (void)prctl(PR_SET_PDEATHSIG, kAskerEnded);
     keep_only(call);

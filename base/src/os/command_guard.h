@@ -1,9 +1,10 @@
 /*
- * A process that ends what a thread's commands have started once that thread is gone: ended, or killed with
- * its whole process, so that it could not do so itself.
+ * A guard process that ends the processes of a thread's commands if the thread ends, or is killed with its
+ * process, before it could do so itself.
  *
- * It is a fork that holds no descriptor of the module's and takes part in none of its signals. Started for a
- * command scope and dismissed with it; a constant-initialized member of the thread's own state.
+ * It is a fork without the module's descriptors, and it receives none of the module's signals. It is started
+ * for a command scope and dismissed at the scope's end. The object is constant-initialized, as a member of
+ * thread-local state.
  */
 #pragma once
 
@@ -12,23 +13,25 @@
 class CommandGuard {
   public:
     /*
-     * Starts it for the calling thread; when it can't be started, which is logged, all goes on without it.
+     * Starts the guard for the calling thread. A failure is logged, and the commands then run without a
+     * guard.
      *
-     * act: called in the guard's process, in which there is no other thread, once the thread is gone.
+     * act: called in the guard's process, which has no other thread, after the calling thread has ended.
      */
     void start(void (*act)());
 
-    /* Ends it without its acting, and waits for its end. Does nothing when there is none. */
+    /* Ends the guard without calling act, and waits for its end. Does nothing without a guard. */
     void dismiss();
 
   private:
-    int call_ = -1; /* to the guard */
+    int call_ = -1; /* socket to the guard */
     pid_t guard_ = -1;
 };
 
 /*
- * The guard's own work: returns when it was dismissed, or has acted. The process keeps no other descriptor.
+ * The main function of the guard's process: returns when it was dismissed, or has called act. Closes all
+ * descriptors except call.
  *
- * call: to the thread that asked. asker: its process, the parent.
+ * call: socket to the thread that started the guard. asker: that thread's process, the parent.
  */
 void guard_commands(int call, pid_t asker, void (*act)());

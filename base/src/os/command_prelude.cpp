@@ -1,5 +1,5 @@
 /*
- * The texts of the shell that prepares a command's, and whether one is due.
+ * The commands that are run before a command's shell, and the check whether they are needed.
  */
 #include "command_prelude.h"
 
@@ -18,16 +18,16 @@ namespace {
 constexpr char kStatus[] = "/proc/thread-self/status";
 constexpr char kUmask[] = "\nUmask:\t";
 
-/* What others must not do with a new file. */
+/* The permissions that group and others must not have on a new file. */
 constexpr unsigned kOthersWrite = S_IWGRP | S_IWOTH;
 
-/* In blocks of 512 bytes, as the shell counts. Who may not have that many keeps the limit that there is. */
+/* The shell counts in blocks of 512 bytes. If a lower limit is already set, that one stays. */
 #define FILE_LIMIT "ulimit -f 32768 2>/dev/null; "
 static_assert(OS_COMMAND_FILE_MAX == 32768 * 512);
 
 #define BECOME_THE_COMMAND "umask go-w; exec /bin/sh -c \"$1\" sh"
 
-/* A process that can't tell its umask, as before Linux 4.7, may have any. */
+/* An unknown umask, as before Linux 4.7, counts as an open one. */
 bool lets_others_write() {
     char text[256];
     size_t length = 0;

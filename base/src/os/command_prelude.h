@@ -1,14 +1,13 @@
 /*
- * What a shell does before it runs a command, where the command would start with too much: it is then a shell
- * of its own that this one becomes, with the command's text as it stands. Any thread.
+ * A first shell that restricts a command's umask and file size, and then executes a second shell with the
+ * unchanged text of the command. Any thread.
  */
 #pragma once
 
 /*
- * The text of the shell that becomes the command's, whose text is its $1; null where there is nothing to be
- * done.
+ * Returns the script of the first shell, which gets the command as its $1; null if it is not needed.
  *
- * A command doesn't make files that others can write to, whatever the process's umask. In a command scope no
- * file that it writes grows beyond OS_COMMAND_FILE_MAX.
+ * It makes sure that a command creates no file that others can write to, whatever the process's umask, and
+ * that in a command scope no file that it writes exceeds OS_COMMAND_FILE_MAX.
  */
 const char *command_prelude();

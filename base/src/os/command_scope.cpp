@@ -1,5 +1,5 @@
 /*
- * Marking a thread's commands, and ending whatever still carries the mark.
+ * Marks a thread's commands, and kills every process that still has the mark.
  */
 #include "command_scope.h"
 
@@ -24,25 +24,25 @@
 
 namespace {
 
-/* How long a killed process may take to go. */
+/* How long to wait for killed processes to disappear. */
 constexpr uint64_t kPatienceMs = 1000;
 constexpr uint32_t kPauseMs = 1;
 
-/* A process that was becoming another program at the first look is one or the other at the next. */
+/* A process may be in exec during the first scan and hide its mark, so two scans must find nothing. */
 constexpr int kLooksWithoutAny = 2;
 
 constexpr size_t kMarkSize = 96;
 
 /* The calling thread's scope. */
 struct Scope {
-    char mark[kMarkSize] = ""; /* "NAME=1"; empty outside of a scope */
-    bool used = false;         /* a command carries it */
-    CommandGuard guard;        /* once it is used */
+    char mark[kMarkSize] = ""; /* "NAME=1"; empty outside a scope */
+    bool used = false;         /* a command has the mark */
+    CommandGuard guard;        /* runs if used is true */
 };
 
 thread_local Scope g_scope;
 
-/* Marks with a name that no other thread has, nor had: no two threads share an id at one moment. */
+/* Makes a name that no thread has used before: no two threads have the same id at the same moment. */
 void make_mark() {
     long seconds = 0;
     long nanoseconds = 0;
@@ -54,12 +54,12 @@ void make_mark() {
 enum class Answer {
     kNo,
     kYes,
-    kUnknown /* the system can't tell just now */
+    kUnknown /* the system can't determine it at the moment */
 };
 
 /*
- * A process that has ended meanwhile, or belongs to another user, is none of the scope's. Which errno tells
- * that depends on how /proc is mounted.
+ * A process that has ended meanwhile, or belongs to another user, is not part of the scope. The errno value
+ * depends on how /proc is mounted.
  */
 Answer no_unless_out_of_means() {
     constexpr int kNotOurs[] = {ENOENT, ESRCH, EACCES, EPERM};
@@ -67,7 +67,7 @@ Answer no_unless_out_of_means() {
     return not_ours ? Answer::kNo : Answer::kUnknown;
 }
 
-/* Whether the text stands in the file, read to its end in parts. */
+/* Whether the file contains the text. Reads the file in parts. */
 Answer file_has(int fd, const char *text) {
     char part[4096];
     const size_t length = strlen(text);
@@ -96,13 +96,13 @@ UniqueFd open_entry(pid_t pid, const char *entry) {
     return UniqueFd(open(path, O_RDONLY | O_CLOEXEC));
 }
 
-/* A process that has ended shows an empty environment, even before it is reaped. */
+/* The environment of an ended process is empty, even before the process is reaped. */
 Answer carries_mark(pid_t pid) {
     const UniqueFd environment = open_entry(pid, "environ");
     return environment ? file_has(environment.get(), g_scope.mark) : no_unless_out_of_means();
 }
 
-/* Whether there is a program behind a process: not once it has ended, and not for the kernel's own. */
+/* Whether a process runs a program: false for ended processes and for kernel threads. */
 bool runs_program(pid_t pid) {
     char path[kEntrySize];
     char first = '\0';
@@ -111,8 +111,8 @@ bool runs_program(pid_t pid) {
 }
 
 /*
- * Whether a process is about to become another program: for a moment it shows neither its arguments nor its
- * environment then, so nobody can tell whether it carries the mark.
+ * Whether a process is in exec: for a moment /proc then shows neither its arguments nor its environment, so
+ * it is unknown whether it has the mark.
  */
 bool is_between_programs(pid_t pid) {
     char first = '\0';
@@ -120,7 +120,7 @@ bool is_between_programs(pid_t pid) {
     return arguments && read(arguments.get(), &first, sizeof(first)) == 0 && runs_program(pid);
 }
 
-/* The process that an entry of /proc stands for, or 0. */
+/* The process id of an entry of /proc, or 0. */
 pid_t process_of(const char *name) {
     pid_t pid = 0;
     const char *end = name + strlen(name);
@@ -131,7 +131,7 @@ struct CloseFolder {
     void operator()(DIR *folder) const { closedir(folder); }
 };
 
-/* Kills a process that is marked. Returns whether it was, or could not tell. */
+/* Kills a process if it is marked. Returns true if it was marked or that is unknown. */
 bool kill_if_marked(pid_t pid) {
     const Answer marked = carries_mark(pid);
     if (marked == Answer::kYes) {
@@ -140,7 +140,7 @@ bool kill_if_marked(pid_t pid) {
     return marked != Answer::kNo || is_between_programs(pid);
 }
 
-/* The next process in /proc; 0 at its end, with errno set when that came too early. */
+/* The next process in /proc; 0 at the end, with errno set after a read error. */
 pid_t next_process(DIR *processes) {
     pid_t pid = 0;
     const dirent *entry = nullptr;
@@ -153,7 +153,7 @@ pid_t next_process(DIR *processes) {
     return pid;
 }
 
-/* Looks at every process once. Returns whether one was marked, or could not tell. */
+/* Scans all processes once. Returns true if one was marked or that is unknown. */
 bool kill_marked() {
     const std::unique_ptr<DIR, CloseFolder> processes(opendir("/proc"));
     if (!processes) {
@@ -166,7 +166,7 @@ bool kill_marked() {
     return found || errno != 0;
 }
 
-/* Looks until there is none any more. Returns false when there still is one after all patience. */
+/* Scans until no process is marked. Returns false if one still is at the end of the time. */
 bool end_marked() {
     os_simple_timer timer;
     os_simple_timer_start(&timer, kPatienceMs);

@@ -1,8 +1,8 @@
 /*
- * The mark that a thread's commands carry between os_command_scope_open and os_command_scope_close.
+ * The mark of a thread's commands between os_command_scope_open and os_command_scope_close.
  *
- * It is a variable of their environment, which a process hands on to whatever it starts. A daemon changes its
- * process group, session, parent and open files on the way, but has no reason to clear its environment.
+ * The mark is an environment variable, since child processes inherit it. A process that becomes a daemon
+ * changes its process group, session, parent and open files, but has no reason to clear its environment.
  */
 #pragma once
 
@@ -10,7 +10,7 @@
 bool in_command_scope();
 
 /*
- * The mark for a command that the calling thread is about to start, as an entry of its environment; null
- * outside of a scope. It stays the scope's, which is guarded from its first command on.
+ * Returns the mark for a command that the calling thread is about to start, as an entry of the environment;
+ * null outside a scope. The entry belongs to the scope. The first call in a scope starts the guard.
  */
 char *command_mark();

@@ -1,6 +1,5 @@
 /*
- * A line of the log under construction, in a buffer of its own: nothing here takes memory. One thread at a
- * time.
+ * Builds a log line in a fixed buffer, without heap memory. One thread at a time.
  */
 #pragma once
 
@@ -13,10 +12,10 @@
 
 #include "utf8_text.h"
 
-/* A whole line. Lines of this size reach a pipe in one piece (PIPE_BUF). */
+/* The longest line, in bytes. Writes of up to this size to a pipe are atomic (PIPE_BUF). */
 inline constexpr size_t kLogLineMax = 4096;
 
-/* Always NUL-terminated. What does not fit is cut, and the cut is marked. */
+/* Always NUL-terminated. A text that does not fit is truncated, and "..." marks that. */
 class LogText {
   public:
     void clear() {
@@ -28,8 +27,8 @@ class LogText {
     void add(const char *text) { add_plain(text); }
 
     /*
-     * Adds text from outside. Whatever it holds, it stays on this line and does nothing to a terminal. Bytes
-     * that are not UTF-8 stay, except those that an 8-bit terminal takes for control characters.
+     * Adds text from outside. Escapes everything that would start another line or control a terminal. Keeps
+     * bytes that are not UTF-8, except those that an 8-bit terminal treats as control characters.
      */
     void add_escaped(const char *text) {
         for (std::string_view left = text; !left.empty();) {
@@ -55,7 +54,7 @@ class LogText {
         add(digits);
     }
 
-    /* Says that the text goes on, whether or not this line has room. */
+    /* Marks the line as truncated, even if it has room left. */
     void mark_cut() {
         if (!is_cut_) {
             is_cut_ = true;
@@ -96,7 +95,7 @@ class LogText {
         append(character.data(), character.size());
     }
 
-    /* How many printable ASCII characters a text begins with: nearly all of most lines. */
+    /* The length of the printable ASCII prefix, which is nearly all of most lines. */
     static size_t plain_length(std::string_view text) {
         size_t length = 0;
         while (length < text.size() && text[length] >= ' ' && text[length] <= '~') {
@@ -105,7 +104,7 @@ class LogText {
         return length;
     }
 
-    /* Adds as many of these bytes as there is room for. */
+    /* Adds as many of these bytes as fit. */
     void add_plain(std::string_view bytes) {
         if (is_cut_) {
             return;

@@ -1,5 +1,5 @@
 /*
- * Sending lines to the system's log daemon.
+ * Sends lines to the system's log daemon.
  */
 #include "log_socket.h"
 
@@ -22,12 +22,12 @@ namespace {
 constexpr sockaddr_un kDaemon = {AF_UNIX, "/dev/log"};
 
 /*
- * A daemon that works takes a line in far less. Without this patience a burst of lines would be lost, since
- * the kernel keeps ten of them; it is had once, until the daemon takes a line again.
+ * A running daemon reads a line in far less time. The wait is needed for bursts, since the kernel queues only
+ * ten lines. After a time-out there is no further wait until the daemon reads a line again.
  */
 constexpr int kPatienceMs = 100;
 
-/* The names in the "C" locale, whatever the module's. */
+/* The names in the "C" locale, whatever the module's locale. */
 constexpr const char *kMonths[] = {"Jan", "Feb", "Mar", "Apr", "May", "Jun",
                                    "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
 
@@ -45,8 +45,8 @@ void add_time(LogText *line) {
 }
 
 /*
- * Takes a new descriptor over. Returns one above those of standard input, output and errors: where these are
- * closed, what other libraries print would go to the daemon.
+ * Takes ownership of a new descriptor and returns one above 2. A socket with descriptor 0, 1 or 2 would send
+ * the daemon everything that other libraries print.
  */
 int above_standard_descriptors(int fd) {
     if (fd < 0 || fd > STDERR_FILENO) {
@@ -58,7 +58,7 @@ int above_standard_descriptors(int fd) {
 
 }  // namespace
 
-/* The module may have closed the descriptor, and opened a file of its own in its place. */
+/* The module may have closed the descriptor, and another file may have its number now. */
 bool LogSocket::is_open() {
     struct stat found;
     if (fd_ >= 0 && (fstat(fd_, &found) != 0 || found.st_dev != device_ || found.st_ino != inode_)) {
@@ -81,7 +81,7 @@ bool LogSocket::open(int type) {
     return true;
 }
 
-/* Some daemons take streams instead. */
+/* Some daemons accept only stream sockets. */
 bool LogSocket::open() {
     return open(SOCK_DGRAM) || (errno == EPROTOTYPE && open(SOCK_STREAM));
 }
@@ -103,8 +103,7 @@ void LogSocket::begin_line(int level) {
     head_.add("]: ");
 }
 
-/* In a stream a line ends with a NUL, and a piece of one can't be taken back: then the connection ends the
- * line. */
+/* In a stream a line ends with a NUL. After a partial line the connection must be closed to end the line. */
 LogSocket::Sent LogSocket::send(const LogText &line) const {
     const size_t end = type_ == SOCK_STREAM ? 1 : 0;
     iovec parts[] = {{const_cast<char *>(head_.text()), head_.length()},
@@ -144,7 +143,7 @@ bool LogSocket::deliver(int level, const LogText &line) {
     return sent == Sent::kWhole;
 }
 
-/* A forked child counts its own losses alone. */
+/* A forked child starts a new count: the parent reports the parent's losses. */
 void LogSocket::count_loss() {
     const pid_t self = getpid();
     losses_ = lost_by_ == self ? losses_ + 1 : 1;

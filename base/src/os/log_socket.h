@@ -1,10 +1,10 @@
 /*
- * The way to the system's log daemon: lines in the form in which syslog(3) sends them, to "/dev/log".
+ * The connection to the system's log daemon: sends lines in the format of syslog(3) to "/dev/log".
  *
- * Unlike syslog(3), it never waits for a daemon that is stopped: that would hold up every thread that logs.
- * What the daemon does not take is counted, and the count is sent before the next line that it takes. The
- * socket is made for the first line, and anew when the daemon was started anew. Nothing here takes memory.
- * One thread at a time.
+ * Unlike syslog(3), it doesn't block every thread that logs while the daemon is stopped. Lines that the
+ * daemon does not accept are counted, and the count is sent before the next line that it accepts. The socket
+ * is created for the first line, and again after a restart of the daemon. Uses no heap memory. One thread at
+ * a time.
  */
 #pragma once
 
@@ -17,26 +17,26 @@
 class LogSocket {
   public:
     /*
-     * Says who sends. Until then it is the program, under its own name and as a user's.
+     * Sets the sender's name and facility. The defaults are the program's name and LOG_USER.
      *
-     * tag: shared with the caller. facility: of syslog(3), such as LOG_DAEMON.
+     * tag: not copied. facility: as for syslog(3), such as LOG_DAEMON.
      */
     void set_sender(const char *tag, int facility) {
         tag_ = tag;
         facility_ = facility;
     }
 
-    /* Sends a line, or counts it. level: of syslog(3). */
+    /* Sends a line, or counts it as lost. level: as for syslog(3). */
     void write(int level, const LogText &line);
 
-    /* Sends the count, if there is one. Returns false when the daemon does not take it either. */
+    /* Sends the count of lost lines, if there is one. Returns false if the daemon does not accept it. */
     bool tell_losses();
 
   private:
     enum class Sent {
         kWhole,
         kNoRoom,
-        kBroken /* the connection is of no use any more */
+        kBroken /* the connection must be closed */
     };
 
     bool is_open();
@@ -55,13 +55,13 @@ class LogSocket {
 
     int fd_ = -1;
     int type_ = 0;
-    dev_t device_ = 0; /* these two tell the socket from a file that took its descriptor */
+    dev_t device_ = 0; /* device and inode show whether the descriptor is still this socket */
     ino_t inode_ = 0;
-    bool stalled_ = false; /* the daemon took nothing for as long as one waits for it */
+    bool stalled_ = false; /* the last wait for the daemon timed out */
 
     long losses_ = 0;
-    pid_t lost_by_ = 0; /* the process that counted them */
+    pid_t lost_by_ = 0; /* the process that counted the losses */
 
-    LogText head_; /* scratch, as the next one */
+    LogText head_; /* temporary, like the next one */
     LogText count_;
 };

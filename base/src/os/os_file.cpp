@@ -1,5 +1,5 @@
 /*
- * Questions about files.
+ * Queries of files.
  */
 #include "os_file.h"
 

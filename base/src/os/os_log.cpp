@@ -1,8 +1,8 @@
 /*
  * The two log channels: the debug channel on standard error, and the system log.
  *
- * One lock orders the lines of all threads. Nothing here takes memory of its own, so that a line can be
- * written when there is none.
+ * One lock serialises the lines of all threads. Nothing here uses heap memory, so that lack of memory can be
+ * logged.
  */
 #include "os_log.h"
 
@@ -28,7 +28,7 @@ int g_syslog_level = OS_LOG_WARNING;
 
 namespace {
 
-/* A message's own text, before control characters are spelt out. */
+/* A message's text, before control characters are escaped. */
 constexpr size_t kTextMax = 2048;
 
 constexpr size_t kNameMax = 63;
@@ -36,21 +36,21 @@ constexpr long kNanosPerMilli = 1000L * 1000L;
 
 constexpr int64_t kNanosPerSecond = int64_t{1000} * 1000 * 1000;
 
-/* Identical lines are a storm from the eleventh in a second on. */
+/* From the eleventh in a second on, identical lines are only counted. */
 constexpr size_t kShownInASecond = 10;
 
-/* However often a line comes, its count shows after this time at the latest. */
+/* A count is written after this time at the latest, however often the line repeats. */
 constexpr int64_t kCountAfter = 60 * kNanosPerSecond;
 
 constexpr int64_t kLongAgo = INT64_MIN / 2;
 
-/* So many different lines may take turns in a storm. */
+/* The number of different lines that may alternate and are still recognised. */
 constexpr size_t kKnownLines = 8;
 
-/* What a count shows of a line that is not the one above it. */
+/* The length of a line's beginning in its count, if another line was written in between. */
 constexpr size_t kShownBeginning = 160;
 
-/* System log facilities in the order of the module table's numbers, the first for all other numbers. */
+/* System log facilities, indexed by the module table's numbers; the first is for all other numbers. */
 constexpr int kFacilities[] = {
     LOG_USER,   LOG_AUTH,   LOG_AUTHPRIV, LOG_CRON,   LOG_DAEMON, LOG_FTP,    LOG_KERN,
     LOG_LOCAL0, LOG_LOCAL1, LOG_LOCAL2,   LOG_LOCAL3, LOG_LOCAL4, LOG_LOCAL5, LOG_LOCAL6,
@@ -68,37 +68,37 @@ class ErrnoKeeper {
     const int kept_;
 };
 
-/* A line that came a while ago or just now: what it takes to know it again and to fold a storm of it. */
+/* A recent line: the data needed to recognise it and to count its repeats. */
 struct KnownLine {
     uint64_t hash; /* of the text; 0 for none */
     int level;
-    int64_t came_at[kShownInASecond]; /* when it came the last ten times */
+    int64_t came_at[kShownInASecond]; /* the times of its last ten occurrences */
     size_t earliest;                  /* of came_at */
     int64_t last_came_at;
     long repeats; /* since it was written */
-    long counted; /* how many of them the channel has told of */
+    long counted; /* how many of the repeats were reported */
     int64_t written_at;
     pid_t counted_by; /* the process that counted the last repeat */
     char beginning[kShownBeginning + 1];
 };
 
-/* A way out for lines, and those that it knows: failures that go together take turns. */
+/* An output for lines, with its recent lines: related failures often alternate. */
 struct Channel {
     void (*write)(int level, const LogText &body);
     KnownLine known[kKnownLines];
-    const KnownLine *last; /* what the last line in the log was, or was about */
+    const KnownLine *last; /* the last written line, or the line of the last written count */
 };
 
 struct LogState {
     std::mutex mutex;
     char name[kNameMax + 1] = "unknown";
-    LogText body; /* scratch, as the ones below */
+    LogText body; /* temporary, like the ones below */
     LogText count;
     LogText debug;
 };
 
 std::atomic<uint32_t> g_mask{0};
-LogState g_log; /* all but the mutex under the mutex */
+LogState g_log; /* the mutex protects all other members */
 LogSocket g_log_socket;
 
 const char *level_name(int level) {
@@ -158,8 +158,8 @@ uint64_t hash_of(const LogText &body) {
     return std::max<uint64_t>(hash, 1);
 }
 
-/* Writes how often the line came since the channel last showed it. A forked child leaves those of its parent
- * to the parent. */
+/* Writes how often the line was repeated since that was last reported. A forked child skips repeats that its
+ * parent counted. */
 void write_count(Channel *channel, KnownLine *known) {
     if (known->repeats == known->counted || known->counted_by != getpid()) {
         return;
@@ -196,7 +196,7 @@ void count_repeat(KnownLine *known) {
     ++known->repeats;
 }
 
-/* A storm that goes on stays visible: at 10, 100, 1000 repeats, and when the last sign of it is old. */
+/* Counts a repeat, and reports the count at 10, 100, 1000 repeats, and if the last report is old. */
 void fold(Channel *channel, KnownLine *known, int64_t now) {
     count_repeat(known);
     const bool is_round = known->repeats > 1 && is_power_of_ten(known->repeats);
@@ -206,7 +206,7 @@ void fold(Channel *channel, KnownLine *known, int64_t now) {
     }
 }
 
-/* Notes that a line comes once more. Returns whether it has come often enough within the last second. */
+/* Records an occurrence of a line. Returns whether it repeats too often within the last second. */
 bool is_storm(KnownLine *known, int64_t now) {
     int64_t &earliest = known->came_at[known->earliest];
     const bool is_storm = now - earliest < kNanosPerSecond;
@@ -235,7 +235,7 @@ bool came_earlier(const KnownLine &left, const KnownLine &right) {
     return left.last_came_at < right.last_came_at;
 }
 
-/* Gets to know a line in the place of the one that has not come for longest. */
+/* Records a new line in place of the least recent one. */
 KnownLine *begin_line(Channel *channel, int level, uint64_t hash, const LogText &body) {
     write_counts(channel);
     KnownLine *known = std::min_element(std::begin(channel->known), std::end(channel->known), came_earlier);
@@ -265,7 +265,7 @@ void put(Channel *channel, int level, const LogText &body) {
     channel->write(level, body);
 }
 
-/* Lets the next lines through, whatever came before. */
+/* Forgets the recent lines, so that the next lines are written. */
 void forget_lines(Channel *channel) {
     write_counts(channel);
     std::fill(std::begin(channel->known), std::end(channel->known), KnownLine{});
@@ -318,14 +318,14 @@ void read_environment() {
     }
 }
 
-/* What a module logs before it has a name, such as a bad configuration file, must be seen too. */
+/* Lines before os_log_init, such as those about a bad configuration file, must be logged too. */
 __attribute__((constructor)) void read_environment_at_load() {
     read_environment();
 }
 
 /*
- * Repeats that were not counted yet would be lost with the process. Everything here outlives the destructors.
- * A thread that is killed in the middle of a line keeps the lock, and so there is no waiting for it.
+ * Reports the remaining repeats before the process ends. The objects of this file outlive all destructors. A
+ * thread that was cancelled while writing a line still holds the lock, so this doesn't wait for the lock.
  */
 __attribute__((destructor)) void tell_last_counts_at_exit() {
     const std::unique_lock<std::mutex> lock(g_log.mutex, std::try_to_lock);

@@ -1,10 +1,10 @@
 /*
- * Tracked memory: blocks of the C library, each with its size in front of it.
+ * Tracked memory: blocks of the C library with a header for the size.
  *
- * The counters are atomics without a lock around them: each is right for itself at any moment, a set read
- * by os_mem_usage may be a few blocks apart while other threads are at work. Since an atomic change costs as
- * much as the C library's own work on a small block, the live bytes and the live blocks share a word, and the
- * peak is looked at where the word is about to fall, not each time that it rises.
+ * The counters are atomics without a lock: each is correct at any moment, but the counters that os_mem_usage
+ * reads may differ by a few blocks while other threads allocate. An atomic operation costs as much as the C
+ * library needs for a small block. So live bytes and live blocks share one word, and the peak is updated on
+ * free, not on every allocation.
  */
 #include "os_mem.h"
 
@@ -21,19 +21,19 @@
 namespace {
 
 struct alignas(std::max_align_t) BlockHeader {
-    size_t size; /* as the caller asked for it */
+    size_t size; /* as requested */
 };
 
 static_assert(sizeof(BlockHeader) % alignof(std::max_align_t) == 0, "blocks suit any type");
 static_assert(OS_MEM_BLOCK_MAX <= std::numeric_limits<size_t>::max() - sizeof(BlockHeader));
 
-/* The live blocks above the live bytes in one word. On 64 bits there is room for 64 GiB in 268 million
- * blocks. */
+/* One word has the live blocks in its upper and the live bytes in its lower bits. On 64-bit systems that is
+ * enough for 64 GiB in 268 million blocks. */
 constexpr unsigned kByteBits = sizeof(size_t) == sizeof(uint64_t) ? 36 : 32;
 constexpr uint64_t kBytesMask = (uint64_t{1} << kByteBits) - 1;
 constexpr uint64_t kOneBlock = uint64_t{1} << kByteBits;
 
-/* Where the bytes end when no limit is set: never so far that the next block would spill into the count. */
+/* The limit if none is set: the next block must not overflow into the block count. */
 constexpr uint64_t kMostBytes = kBytesMask - OS_MEM_BLOCK_MAX;
 
 struct MemState {
@@ -42,7 +42,7 @@ struct MemState {
     std::atomic<bool> warned{false};
 
     std::atomic<uint64_t> live{0};
-    std::atomic<uint64_t> peak_bytes{0}; /* up to the last time that live fell */
+    std::atomic<uint64_t> peak_bytes{0}; /* as of the last free */
     std::atomic<uint32_t> total_blocks{0};
     std::atomic<uint32_t> refused{0};
 };
@@ -52,7 +52,7 @@ MemState g_mem;
 /* Whether the calling thread's blocks are zeroed. */
 thread_local bool g_zeroing = true;
 
-/* Counts a block unless that goes past the limit. sum: the live bytes with it. */
+/* Counts a block unless that exceeds the limit. sum: receives the live bytes, including the block. */
 bool reserve(size_t size, uint64_t *sum) {
     const uint32_t limit = g_mem.refuse_at.load(std::memory_order_relaxed);
     const uint64_t most = limit != 0 ? limit : kMostBytes;
@@ -72,7 +72,7 @@ void keep_peak(uint64_t bytes) {
     }
 }
 
-/* Takes a block out of the count; the bytes are at a peak only just before that. */
+/* Removes a block from the counts. Only a free can end a peak, so the peak is updated here. */
 void release(size_t size) {
     const uint64_t before = g_mem.live.fetch_sub(kOneBlock + size, std::memory_order_relaxed);
     keep_peak(before & kBytesMask);
@@ -97,8 +97,8 @@ uint32_t as_word(uint64_t bytes) {
 }
 
 /*
- * Takes a block from the C library. It keeps small ones at hand for each thread, but not for calloc; of large
- * ones calloc knows which pages are zero because they were never touched.
+ * Allocates a block. malloc has a per-thread cache of small blocks, which calloc doesn't use. For large
+ * blocks calloc doesn't have to clear pages that come from the kernel.
  */
 BlockHeader *take(size_t size) {
     constexpr size_t kSmall = 1024;

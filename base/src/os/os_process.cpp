@@ -1,7 +1,7 @@
 /*
  * Shell commands, and the open pipes to them.
  *
- * A stream and its shell belong together in the registry, since a stream can't say whose pipe it is.
+ * A registry maps each stream to its shell, since a stream doesn't have the process id.
  */
 #include "os_process.h"
 
@@ -21,7 +21,7 @@
 
 namespace {
 
-/* What system(3) returns when the shell can't be run, as if it had ended so. */
+/* The status that system(3) returns if the shell can't be run. */
 constexpr int kNoShellStatus = 127 << 8;
 
 /* An open pipe. */
@@ -35,7 +35,7 @@ struct FreeEntry {
     void operator()(PipeEntry *entry) const { free(entry); }
 };
 
-/* From the C library, not from the tracked memory: a module at its limit can still ask a tool. */
+/* Allocated by the C library, not as tracked memory: a module at its limit can still run a tool. */
 using OwnedEntry = std::unique_ptr<PipeEntry, FreeEntry>;
 
 struct CloseStream {
@@ -48,7 +48,7 @@ struct CloseStream {
 
 using OwnedStream = std::unique_ptr<FILE, CloseStream>;
 
-/* The open pipes, newest first, under the mutex. */
+/* The open pipes, newest first, protected by the mutex. */
 struct PipeRegistry {
     std::mutex mutex;
     PipeEntry *first = nullptr;
@@ -62,7 +62,7 @@ void enter_pipe(OwnedEntry entry) {
     g_pipes.first = entry.release();
 }
 
-/* Takes a pipe out. Returns its shell, or -1 for a stream that is no pipe. */
+/* Removes a pipe. Returns its shell, or -1 if the stream is not a registered pipe. */
 pid_t leave_pipe(const FILE *stream) {
     const std::lock_guard<std::mutex> lock(g_pipes.mutex);
     PipeEntry **place = &g_pipes.first;
@@ -81,7 +81,8 @@ __attribute__((constructor)) void hold_pipes_over_forks() {
     hold_over_forks<g_pipes>();
 }
 
-/* No process: -1, as when memory is short. No shell: a status. */
+/* Returns -1 if no process could be started, for example without memory; a wait status if there is no shell.
+ */
 int start_failure() {
     return errno == EAGAIN || errno == ENOMEM ? -1 : kNoShellStatus;
 }
@@ -90,7 +91,7 @@ bool is_mode(const char *mode) {
     return mode != nullptr && (strcmp(mode, "r") == 0 || strcmp(mode, "w") == 0);
 }
 
-/* fd: taken over. */
+/* fd: ownership is transferred. */
 OwnedStream open_stream(int fd, const char *mode) {
     OwnedStream stream(fdopen(fd, mode));
     if (!stream) {

@@ -1,8 +1,8 @@
 /*
  * Threads, mutexes and counting semaphores, on POSIX threads.
  *
- * The locks come straight from the C library, not from the tracked memory: a module at its memory limit
- * can still take a lock.
+ * Mutexes and semaphores are allocated by the C library, not as tracked memory: a module at its memory limit
+ * can still create a lock.
  */
 #include "os_thread.h"
 
@@ -22,22 +22,22 @@ struct os_mutex {
 };
 
 /*
- * A semaphore of the C library behind a balance of its own. As long as a woken waiter has not run, each post
- * to the C library's is a system call; here it is that only for posts that find somebody waiting, and the
- * others are credit, which a wait takes without a call. The balance falls with each wait and rises with each
- * post; below zero it is the waits that went to the C library and that no post has gone after.
+ * A semaphore of the C library with a separate counter, the balance. With the C library's semaphore, each
+ * post is a system call until a woken waiter has run. Here only a post that finds a waiter posts to the C
+ * library's semaphore; other posts increment the balance, and a wait decrements it without a system call. A
+ * negative balance is the number of waiters on the C library's semaphore that no post has released yet.
  */
 struct os_sem {
     sem_t sem;
     std::atomic<int32_t> balance;
-    int32_t most; /* credit beyond this would be a count that the C library's can't have */
+    int32_t most; /* the largest balance: the maximum count of the C library's semaphore */
 };
 
 namespace {
 
 constexpr os_thread_attr kDefaultAttr = {1, 0};
 
-/* The system's form of a thread's attributes. */
+/* Owner of POSIX thread attributes. */
 class PosixAttr {
   public:
     // cppcheck-suppress uninitMemberVar ; pthread_attr_init fills the member

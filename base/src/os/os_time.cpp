@@ -25,7 +25,7 @@ uint64_t monotonic_ms() {
            static_cast<uint64_t>(now.tv_nsec / kNanosPerMilli);
 }
 
-/* The monotonic time that lies ahead by so much, or the last one there is. */
+/* The monotonic time after this span, or the largest possible time. */
 timespec time_ahead(uint32_t seconds, uint32_t milliseconds) {
     timespec time = clock_now(CLOCK_MONOTONIC);
     time.tv_nsec += static_cast<long>(milliseconds) * kNanosPerMilli;
@@ -39,7 +39,7 @@ timespec time_ahead(uint32_t seconds, uint32_t milliseconds) {
     return time;
 }
 
-/* Sleeping up to a point in time, not for a span, keeps signals from making the sleep longer. */
+/* Sleeps until an absolute time, so that signals don't prolong the sleep. */
 void sleep_until(const timespec &deadline) {
     while (clock_nanosleep(CLOCK_MONOTONIC, TIMER_ABSTIME, &deadline, nullptr) == EINTR) {
     }

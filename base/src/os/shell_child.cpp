@@ -1,5 +1,5 @@
 /*
- * Starting and awaiting shells.
+ * Starts shells and waits for them.
  */
 #include "shell_child.h"
 
@@ -20,7 +20,7 @@ namespace {
 constexpr char kShell[] = "/bin/sh";
 constexpr int kKeyboardSignals[] = {SIGINT, SIGQUIT};
 
-/* The keyboard's signals, all under the mutex. */
+/* The state of the keyboard signals, protected by the mutex. */
 struct KeyboardState {
     std::mutex mutex;
     unsigned waits = 0; /* threads that wait for a command in the foreground */
@@ -54,7 +54,7 @@ void restore_keyboard() {
     }
 }
 
-/* The threads that wait for a command are not in the child. */
+/* The threads that wait for a command don't exist in the child. */
 void release_keyboard_in_child() {
     if (g_keyboard.waits > 0) {
         g_keyboard.waits = 0;
@@ -67,7 +67,7 @@ __attribute__((constructor)) void hold_keyboard_over_forks() {
     hold_over_forks<g_keyboard>(release_keyboard_in_child);
 }
 
-/* The signals that a shell starts at their default. */
+/* The signals that a shell starts with at their default action. */
 sigset_t default_signals() {
     sigset_t set;
     sigfillset(&set);
@@ -84,7 +84,7 @@ sigset_t default_signals() {
     return set;
 }
 
-/* How a shell starts: its signals and, if it has one, its end of a pipe. */
+/* The posix_spawn attributes of a shell: its signals and, if it has one, its end of a pipe. */
 class StartSettings {
   public:
     StartSettings(int fd, int standard_fd) {

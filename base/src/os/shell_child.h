@@ -1,7 +1,7 @@
 /*
- * A shell of the process's own that runs a command. It starts as at a login, whatever the module did with
- * its signals: a module ignores and blocks SIGPIPE, and a command that inherited this would print for ever
- * after its reader has left. Any thread.
+ * A child process that runs a shell command. It starts with default signals, whatever signals the module
+ * ignores or blocks: a module ignores SIGPIPE, and a command that inherited this would not end when its
+ * reader closes the pipe. Any thread.
  */
 #pragma once
 
@@ -10,20 +10,20 @@
 #include <csignal>
 
 /*
- * Starts "/bin/sh -c command" with no signal blocked and every signal at its default, but for SIGINT and
- * SIGQUIT where the caller ignores them, as a command in the background does.
+ * Starts "/bin/sh -c command" with no signal blocked and every signal at its default action. SIGINT and
+ * SIGQUIT stay ignored if the caller ignores them, as in a background command.
  *
- * fd: what the shell gets as its descriptor standard_fd, or -1.
- * Returns the process, or -1 with errno set when it could not be started.
+ * fd: becomes the shell's descriptor standard_fd; -1 for none.
+ * Returns the process id, or -1 with errno set if it could not be started.
  */
 pid_t start_shell(const char *command, int fd, int standard_fd);
 
-/* Waits for the end of a shell. Returns its wait status, or -1 with errno set when that can't be had. */
+/* Waits for the end of a shell. Returns its wait status, or -1 with errno set if that is not available. */
 int wait_for_shell(pid_t shell);
 
 /*
- * What the process does while a thread waits for a command in the foreground: SIGINT and SIGQUIT are the
- * command's alone, and SIGCHLD stays pending in this thread. Several threads may be at it.
+ * The signal state while a thread waits for a foreground command: the process ignores SIGINT and SIGQUIT, and
+ * SIGCHLD is blocked in this thread. Several threads may wait at the same time.
  */
 class ForegroundWait {
   public:

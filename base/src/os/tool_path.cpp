@@ -1,6 +1,6 @@
 /*
- * Which folders of a PATH are safe. Every name of a folder's path is looked at, and every name of what a link
- * on it says: whoever can change one of them decides which tools are found.
+ * Checks which folders of a PATH are safe. Checks every component of a folder's path, and of the targets of
+ * links in it: whoever can change one of them decides which tools are found.
  */
 #include "tool_path.h"
 
@@ -18,11 +18,11 @@ namespace {
 
 constexpr char kDefaultPath[] = "/usr/sbin:/usr/bin:/sbin:/bin";
 
-/* Bytes of the longest path that is looked at, with the NUL: easy on the stack of a small thread. */
+/* The longest path that is checked, in bytes, including the NUL: small enough for a small thread's stack. */
 constexpr size_t kPathSize = 1024;
 using Path = char[kPathSize];
 
-/* How many links a path may follow, so that a circle ends. */
+/* The maximum number of links in a path, so that a loop ends. */
 constexpr int kMostLinks = 8;
 
 enum class Found {
@@ -31,18 +31,18 @@ enum class Found {
     kLink
 };
 
-/* Whether it belongs to root or to this process's user. */
+/* Whether a file belongs to root or to this process's user. */
 bool is_own(const struct stat &found) {
     return found.st_uid == 0 || found.st_uid == geteuid();
 }
 
-/* In a sticky folder on the way, nobody else can put anything in the place of what is ours. */
+/* In a sticky folder above the last one, other users can't replace entries that belong to us. */
 bool is_kept(const struct stat &folder, bool is_last) {
     const bool others_may_write = (folder.st_mode & (S_IWGRP | S_IWOTH)) != 0;
     return !others_may_write || (!is_last && (folder.st_mode & S_ISVTX) != 0);
 }
 
-/* PATH may name folders that are not there, or not for everybody. */
+/* PATH may name folders that don't exist, or that the process may not search. */
 bool is_missing(int error) {
     return error == ENOENT || error == ENOTDIR || error == EACCES;
 }
@@ -64,8 +64,8 @@ Found look_at(const char *path, bool is_last) {
     return S_ISDIR(found.st_mode) && is_kept(found, is_last) ? Found::kFolder : Found::kUnsafe;
 }
 
-/* Walks from the root to the first link, or to the end. end: receives where the name ends that was looked at
- * last. */
+/* Walks from the root to the first link, or to the end. end: receives the end of the last checked component.
+ */
 Found walk(Path &path, char **end) {
     *end = path + 1;
     for (;;) {
@@ -80,7 +80,7 @@ Found walk(Path &path, char **end) {
     }
 }
 
-/* Puts what a link says in its place. end: where the link's name ends. */
+/* Replaces a link in the path by its target. end: the end of the link's component. */
 bool follow(Path &path, char *end) {
     const char cut = *end;
     *end = '\0';

@@ -1,17 +1,17 @@
 /*
- * The folders in which a module's commands look for tools. A tool is run with the module's rights, mostly
- * root's, so a folder in which another user could put one is no place for it. Any thread.
+ * The folders in which a module's commands look for tools. A tool runs with the module's rights, usually
+ * those of root, so folders that another user can write to are left out. Any thread.
  */
 #pragma once
 
 #include <cstddef>
 
 /*
- * Writes the folders of a PATH that are safe, in their order: absolute, of root or of the process's own user,
- * and with no other user able to write to them or to put another folder in their place, by way of a link
- * either. Where none is left, it is "/usr/sbin:/usr/bin:/sbin:/bin".
+ * Writes the safe folders of a PATH, in their order. A safe folder is absolute, belongs to root or to the
+ * process's user, and no other user can write to it or replace it, also not through a link. If none is left,
+ * the result is "/usr/sbin:/usr/bin:/sbin:/bin".
  *
- * path: null is empty. text: receives at most safe_path_size(path) bytes, with the NUL.
+ * path: null counts as empty. text: receives at most safe_path_size(path) bytes, including the NUL.
  */
 void write_safe_path(const char *path, char *text);
 
