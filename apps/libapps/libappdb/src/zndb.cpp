@@ -1,5 +1,5 @@
 /*
- * The exported calls: which request and which message each one is.
+ * The exported calls: each maps to a request and a message.
  */
 #include "zndb.h"
 

@@ -1,5 +1,5 @@
 /*
- * The client's results as result codes of the framework.
+ * Converts the client's results to result codes of the framework.
  */
 #include "zndb.h"
 

@@ -1,5 +1,5 @@
 /*
- * Checks the arguments, builds the body, sends it and translates the answer; the texts are logged here.
+ * Checks the arguments, builds the body, sends it, translates the answer and logs failures.
  */
 #include "zndb_request.h"
 
@@ -11,7 +11,7 @@
 
 namespace {
 
-/* One request; call is the function whose name its log lines carry. */
+/* One request; call is the function name in its log lines. */
 struct Request {
     const char *call;
     apps_message_id_e_type msg;
@@ -33,7 +33,7 @@ int check_arguments(const char *call, bool all_given, const char *key) {
     return E_ZNDB_RET_SUCCESS;
 }
 
-/* Sends a request. result: what the database answered, when the call returns success. */
+/* Sends a request. result: receives the database's result if the call returns success. */
 int send_request(const Request &request, int32_t *result) {
     *result = E_APPS_ERR_SUCCESS;
     const apps_err_e_type sent = frwk_ipc_send_sync(E_APPS_MODULE_ZNDB, request.msg, request.body,
@@ -46,7 +46,7 @@ int send_request(const Request &request, int32_t *result) {
     return E_ZNDB_RET_SUCCESS;
 }
 
-/* What an answer means to the caller when only success and failure count. */
+/* Converts an answer to success or failure. */
 int plain_outcome(const char *call, int32_t result) {
     if (result != E_APPS_ERR_SUCCESS) {
         FRWK_WARN_AS(call, "IPC module error:%d!", result);
@@ -55,7 +55,7 @@ int plain_outcome(const char *call, int32_t result) {
     return E_ZNDB_RET_SUCCESS;
 }
 
-/* The same when a missing key counts too. */
+/* Converts an answer to success, failure or a missing key. */
 int outcome_for_key(const char *call, const char *key, int32_t result) {
     if (result == E_APPS_ERR_ZNDB_NO_FOUND) {
         FRWK_WARN_AS(call, "can't found key:%s!", key);
@@ -105,7 +105,8 @@ int zndb_get_value(apps_message_id_e_type msg, const char *key, char *buf, uint3
         return E_ZNDB_RET_VALUE_LEN;
     }
     if (result == E_APPS_ERR_SUCCESS && size > 0) {
-        buf[size - 1] = '\0'; /* callers take it for a text, whoever answered in the database's name */
+        buf[size - 1] =
+            '\0'; /* callers need a text, even if another process answered instead of the database */
     }
     return outcome_for_key(__func__, key, result);
 }

@@ -1,6 +1,6 @@
 /*
- * The requests to the configuration database, one function for each shape of body. Each logs its failures
- * under its own name and returns a zndb_ret_e_type. They keep no state: any thread.
+ * The requests to the configuration database, one function for each kind of body. Each logs its failures
+ * with its function name and returns a zndb_ret_e_type. No state: any thread.
  */
 #pragma once
 
@@ -13,15 +13,15 @@ int zndb_set_value(apps_message_id_e_type msg, const char *key, const char *valu
 
 /*
  * Sends a key and receives its value. buf: receives the NUL-terminated text; undefined on failure.
- * size: bytes of buf, left to the database to judge.
+ * size: size of buf in bytes; the database checks it.
  */
 int zndb_get_value(apps_message_id_e_type msg, const char *key, char *buf, uint32_t size);
 
 /* Sends a key. */
 int zndb_del_value(apps_message_id_e_type msg, const char *key);
 
-/* Sends nothing but the message. */
+/* Sends a message without a body. */
 int zndb_save_value(apps_message_id_e_type msg);
 
-/* The same for a call that logs under a name of its own. */
+/* The same for a call that logs with another function name. */
 int zndb_request_without_body(const char *call, apps_message_id_e_type msg);

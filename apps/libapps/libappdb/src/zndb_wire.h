@@ -1,7 +1,7 @@
 /*
  * The bodies of the requests to the configuration database, shared by its client and its service.
  *
- * A get or delete carries the key with its NUL; a save or reset carries nothing.
+ * The body of a get or delete is the key with its NUL; a save or reset has no body.
  */
 #pragma once
 
@@ -12,7 +12,7 @@
 /* The module's limit for each request, in seconds. */
 inline constexpr unsigned kZndbTimeoutSeconds = 3;
 
-/* A set: both texts NUL-terminated, the rest of each field zero. */
+/* The body of a set: both texts are NUL-terminated, the rest of each field is zero. */
 struct zndb_kv_t {
     char key[ZNDB_KEY_LEN];
     char value[ZNDB_VALUE_LEN];

@@ -1,5 +1,5 @@
 /*
- * The name table of the result codes, made from their list.
+ * The name table of the result codes, generated from apps_err.def.
  */
 #include "apps_err.h"
 

@@ -1,5 +1,5 @@
 /*
- * The name table of the message identifiers, made from their list.
+ * The name table of the message identifiers, generated from apps_message.def.
  */
 #include "apps_message.h"
 

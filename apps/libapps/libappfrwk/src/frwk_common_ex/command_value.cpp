@@ -1,5 +1,5 @@
 /*
- * A value that a command prints. No state; any thread.
+ * Reads a value from a command's output. No state; any thread.
  */
 #include <cerrno>
 #include <cstdio>
@@ -15,7 +15,7 @@ namespace {
 constexpr int kAttempts = 11;
 constexpr uint32_t kRetryPauseMs = 500;
 
-/* Reads up to size bytes or the end of the output; errno is 0 unless the read failed. */
+/* Reads up to size bytes, or until the end of the output; errno is 0 unless the read failed. */
 void read_block(std::FILE *stream, char *buffer, size_t size) {
     size_t taken = 0;
     for (;;) {
@@ -28,7 +28,7 @@ void read_block(std::FILE *stream, char *buffer, size_t size) {
     }
 }
 
-/* Runs the command once; false, with its cause logged, when the buffer still begins with 0. */
+/* Runs the command once. Returns false, and logs the cause, if the buffer still begins with 0. */
 bool try_command(const char *command, char *buffer, size_t size) {
     const UniquePipe output(os_popen(command, "r"));
     if (!output) {

@@ -1,6 +1,6 @@
 /*
- * Values in small files, such as sysfs nodes and flags: written and read in one call each, since a node
- * takes every write as a value of its own. No state; any thread.
+ * Reads and writes values in small files, such as sysfs nodes and flags, each with one call, since every
+ * write to a node counts as a complete value. No state; any thread.
  */
 #include <fcntl.h>
 #include <unistd.h>
@@ -20,10 +20,10 @@ constexpr mode_t kNewFileMode = 0666;
 constexpr int kRetries = 10;
 constexpr uint32_t kRetryPauseMs = 500;
 
-/* Opens a file for both ways; nothing owned when that fails. */
+/* Opens a file; owns nothing on failure. */
 UniqueFd open_value_file(const char *path, int flags) {
     UniqueFd fd(::open(path, O_RDWR | O_CLOEXEC | flags, kNewFileMode));
-    /* A process that closed its standard input would hand out 0, which no file of a value may be. */
+    /* If standard input is closed, open returns 0, which must not be used for the file. */
     if (fd.get() < 1) {
         FRWK_WARN("open %s fialed!", path);
         fd.reset();
@@ -31,7 +31,7 @@ UniqueFd open_value_file(const char *path, int flags) {
     return fd;
 }
 
-/* Makes the attempt until it gives 0, and returns the last one's result. */
+/* Repeats the attempt until it returns 0. Returns the last result. */
 template <typename Attempt>
 int32_t retry_file_value(const char *path, Attempt attempt) {
     int32_t result = attempt();

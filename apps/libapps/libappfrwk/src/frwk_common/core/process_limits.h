@@ -4,7 +4,7 @@
 #pragma once
 
 /*
- * Sets the limits of process_state.h by the environment. A variable that is not set changes nothing; nor does
- * one that is no number of up to nine digits, which is logged.
+ * Sets the limits of process_state.h from the environment. A variable that is not set is ignored. One that is
+ * not a number of up to nine digits is logged and ignored.
  */
 void read_process_limits();

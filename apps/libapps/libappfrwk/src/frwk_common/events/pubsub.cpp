@@ -1,5 +1,5 @@
 /*
- * Events: who subscribed is written in files, and publishing sends each module that is listed a message.
+ * Events: each event has a file with its subscribers. Publishing sends a message to each subscriber.
  */
 #include <cerrno>
 #include <cstdio>
@@ -21,7 +21,7 @@ const char *own_name() {
     return name != nullptr ? name : "";
 }
 
-/* Empties a subscription folder, or makes it. */
+/* Empties a subscription folder, or creates it. */
 void init_folder(const char *folder) {
     if (os_file_exist(folder) == 0) {
         make_guarded_folder(folder);

@@ -1,5 +1,5 @@
 /*
- * Publishers read without the lock, so every change of a file reaches it in one write.
+ * Subscription files. Publishers read them without the lock, so every change is one write.
  */
 #include "frwk_common/events/subscription_file.h"
 
@@ -26,22 +26,22 @@ namespace {
 /* Publishers of other users may read it. */
 constexpr mode_t kFileMode = 0644;
 
-/* Longer lines are taken in pieces of this many characters, the line end counted. */
+/* Longer lines are split into pieces of this many characters, including the line end. */
 constexpr size_t kLineChars = 62;
 
-/* Files that fill less than this need no heap. */
+/* Smaller files need no heap. */
 constexpr uint32_t kFixedTextSize = 512;
 
 constexpr size_t kNowhere = std::string_view::npos;
 
 using TextBuffer = SmallBuffer<kFixedTextSize>;
 
-/* Whether a name in a folder is that of a file there, and neither the folder itself nor a way out of it. */
+/* Whether a name can be a file in a folder: no path, and neither "." nor "..". */
 bool is_file_name(std::string_view name) {
     return !name.empty() && name != "." && name != ".." && name.find('/') == kNowhere;
 }
 
-/* Whether a line of the file is this name; nothing, and errno set, when it can't be read to its end. */
+/* Whether a line of the file is this name; nothing, with errno set, if the file can't be read to its end. */
 std::optional<bool> lists(const SubscriptionFile &file, const char *name) {
     if (file.is_empty()) {
         return false;
@@ -59,7 +59,7 @@ std::optional<bool> lists(const SubscriptionFile &file, const char *name) {
     return errno == 0 ? std::optional<bool>(false) : std::nullopt;
 }
 
-/* Adds a line to a file of so many bytes: all of it or, when the disk is full, nothing. */
+/* Appends a line to a file of this size: the complete line or, if the disk is full, nothing. */
 bool append_line(const UniqueFd &fd, uint64_t size, const char *name) {
     char line_end = '\n';
     const size_t length = std::strlen(name);
@@ -74,7 +74,7 @@ bool append_line(const UniqueFd &fd, uint64_t size, const char *name) {
     return false;
 }
 
-/* Reads up to size bytes; nothing when that fails, since a rewrite would lose what was not read. */
+/* Reads up to size bytes; nothing on failure, since a rewrite would lose the rest. */
 std::optional<std::string_view> read_text(const SubscriptionFile &file, char *text, size_t size) {
     const UniqueFd fd = file.open(O_RDONLY);
     if (!fd) {
@@ -89,7 +89,7 @@ std::optional<std::string_view> read_text(const SubscriptionFile &file, char *te
     return count >= 0 ? std::optional<std::string_view>({text, taken}) : std::nullopt;
 }
 
-/* Replaces the content of a file by two texts that lie one behind the other. */
+/* Replaces the content of a file by two texts, stored one after the other. */
 Removal rewrite(const SubscriptionFile &file, std::string_view start, size_t end_size) {
     const UniqueFd fd = file.open(O_RDWR | O_CREAT | O_TRUNC);
     if (!fd) {
@@ -151,8 +151,9 @@ const char *SubscriptionLines::next() {
 }
 
 /*
- * Whether there is a next byte in the block, which is read anew when it is used up. A block that was not full
- * is the last one: behind it, a file that was changed meanwhile would show the middle of a line.
+ * Whether there is another byte; reads the next block if the present one is used up. A block that was not
+ * full is the last one: if the file has changed meanwhile, a further read could start in the middle of a
+ * line.
  */
 bool SubscriptionLines::fill() {
     if (used_ == filled_ && !last_block_) {

@@ -1,6 +1,6 @@
 /*
- * The file that lists an event's subscribers, a module name a line. Which codes and log lines its failures
- * become is not its business. Callers that change a file hold the subscription lock; readers need none.
+ * The file that lists an event's subscribers, one module name per line. The caller logs failures and converts
+ * them to result codes. Callers that change a file must hold the subscription lock; readers need none.
  */
 #pragma once
 
@@ -9,23 +9,23 @@
 
 #include "support/unique_fd.h"
 
-/* Where an event's subscribers are listed. */
+/* The list of an event's subscribers. */
 class SubscriptionFile {
   public:
-    /* event: the key; a path that grows too long is cut. */
+    /* event: the key; a path that is too long is truncated. */
     explicit SubscriptionFile(const char *event);
 
     const char *path() const { return path_; }
 
-    /* Whether nobody subscribed: the file is empty or missing. Not so for a key that names no file. */
+    /* Whether the file is empty or missing. False for a key that is not a file name. */
     bool is_empty() const { return names_a_file_ && size() == 0; }
 
-    /* Bytes of the file; 0 when it is missing, or the key names no file. */
+    /* The file's size in bytes; 0 if it is missing, or the key is not a file name. */
     uint64_t size() const;
 
     /*
-     * Opens it; nothing owned, and errno set, when that fails. It does for a key that names no file, for a
-     * symbolic link, and for a file that another user has put there.
+     * Opens the file; owns nothing, with errno set, on failure. Fails for a key that is not a file name, for
+     * a symbolic link, and for a file of another user.
      */
     UniqueFd open(int flags) const;
 
@@ -37,20 +37,20 @@ class SubscriptionFile {
 };
 
 /*
- * The lines of a subscription file, read a block at a time: a reader without the lock gets any list of
- * ordinary size in one piece.
+ * The lines of a subscription file, read in blocks: a list of usual size is read with one call, so a reader
+ * without the lock sees it completely.
  */
 class SubscriptionLines {
   public:
     explicit SubscriptionLines(const SubscriptionFile &file);
 
-    /* Whether the file could be opened; errno tells why not. */
+    /* Whether the file could be opened; if not, errno is set. */
     explicit operator bool() const { return static_cast<bool>(fd_); }
 
     /* The next line without its end, valid until the next call; null at the end of the file. */
     const char *next();
 
-    /* 0, or the errno value of what made an end of the file before its time. */
+    /* 0, or the errno value of the read error that ended the lines. */
     int error() const { return error_; }
 
   private:
@@ -70,24 +70,24 @@ class SubscriptionLines {
 
 enum class Addition {
     kAdded,
-    kListed,  /* it was there, so nothing was written */
-    kNotAdded /* errno tells why */
+    kListed,  /* already in the list: nothing was written */
+    kNotAdded /* see errno */
 };
 
-/* Adds a name at the end of a file, unless a line has it, in whatever letter case. */
+/* Appends a name to a file, unless a line already is this name, ignoring case. */
 Addition add_subscriber(const SubscriptionFile &file, const char *name);
 
 enum class Removal {
     kRemoved,
     kNotListed, /* nothing was written */
     kNoMemory,
-    kNotOpened,  /* errno tells why */
-    kStartShort, /* what stood before the name was not written whole */
-    kEndShort    /* what stood behind its line was not written whole */
+    kNotOpened,  /* see errno */
+    kStartShort, /* the text before the name was not written completely */
+    kEndShort    /* the text after its line was not written completely */
 };
 
 /*
- * Removes the first occurrence of a name, wherever it stands, with the rest of its line. A file with nothing
- * left is deleted.
+ * Removes the first occurrence of a name, even as part of another name, and the rest of its line. Deletes the
+ * file if nothing is left.
  */
 Removal remove_subscriber(const SubscriptionFile &file, const char *name);

@@ -1,6 +1,6 @@
 /*
- * A record lock keeps the processes apart. Threads would share it, and the first to close the file would let
- * it go for all, so a mutex stands in front: only its holder ever opens the lock file.
+ * A record lock synchronises processes. Threads of one process share it, and the first one that closes the
+ * file would release it for all. So a mutex synchronises the threads: only its owner opens the lock file.
  */
 #include "frwk_common/events/subscription_lock.h"
 
@@ -23,8 +23,8 @@ constexpr uint32_t kRetryPauseMs = 100;
 std::mutex g_s_sub_lock_mutex;
 
 /*
- * The thread that holds the mutex isn't in the child, nor is the record lock inherited. A fork can't wait for
- * the mutex, as for other locks: its holder may itself wait for another process.
+ * The thread that holds the mutex doesn't exist in the child, and the record lock is not inherited. A fork
+ * must not wait for this mutex, as it does for others: its owner may be waiting for another process.
  */
 void open_lock_in_child() {
     g_s_sub_lock_file = nullptr;

@@ -1,20 +1,20 @@
 /*
- * The lock under which subscription files are changed: one holder on the whole device.
+ * The lock for changing subscription files: one holder on the device.
  */
 #pragma once
 
 #include <cstdint>
 
 /*
- * Waits without limit until this thread, and no other thread or process, holds the lock.
- * Returns 1, or 0 when it can't be had. Not recursive.
+ * Takes the lock; waits without limit. Not recursive.
+ * Returns 1, or 0 if the lock can't be taken.
  */
 int32_t frwk_ipc_subscribe_lock();
 
-/* Lets go of the lock, on the thread that holds it. */
+/* Releases the lock. Call it on the thread that holds the lock. */
 void frwk_ipc_subscribe_unlock();
 
-/* Holds the lock for a scope, or nothing when it can't be had. */
+/* Holds the lock for a scope; false if it can't be taken. */
 class SubscriptionLock {
   public:
     SubscriptionLock() : held_(frwk_ipc_subscribe_lock() != 0) {}

@@ -1,5 +1,5 @@
 /*
- * Reads the module configuration file and overrides rows of the module table with what it says.
+ * Reads the module configuration file and overrides rows of the module table.
  *
  * The file describes the whole device, so every module's row is updated, not only the calling module's.
  */
@@ -75,8 +75,8 @@ uint32_t parse_facility(const char *text) {
 }
 
 /*
- * Texts taken over from the file live as long as the process, even when a second element replaces them:
- * somebody may hold the first. They are plain memory, since the module's tracked memory has no settings yet.
+ * Texts from the file are never freed, even if a second element replaces them: somebody may still use the
+ * first. They are not tracked memory, since tracked memory has no settings yet.
  */
 struct KeptText {
     KeptText *next;
@@ -85,7 +85,7 @@ struct KeptText {
 
 KeptText *g_s_kept_texts = nullptr;
 
-/* Replaces a text of the table. Returns false, logged, without memory: then the old one stays. */
+/* Replaces a text of the table. Without memory it keeps the old one, logs and returns false. */
 bool keep_text(const char *text, const char **place) {
     const size_t length = std::strlen(text);
     auto *kept = static_cast<KeptText *>(std::malloc(sizeof(KeptText) + length));
@@ -101,7 +101,7 @@ bool keep_text(const char *text, const char **place) {
     return true;
 }
 
-/* Returns the text of a child element, or null when it is absent or empty. */
+/* Returns the text of a child element, or null if it is missing or empty. */
 const char *child_text(xml_node *module, const char *name) {
     xml_node *child = xml_get_child_node(module, name);
     const char *text = child != nullptr ? xml_get_node_value(child) : nullptr;
@@ -147,7 +147,8 @@ void frwk_load_module_param() {
         const char *name = xml_get_node_name(module);
         int32_t id = frwk_module_id(name);
         if (id == 0) {
-            // The slots end at the eighth, yet a ninth is written behind them; only the table is a limit.
+            // There are eight slots, but a ninth module is written after them; only the table's end is a
+            // limit.
             FRWK_ASSERT(FRWK_MODULE_SPARE_COUNT > unknown, "(8) > i", "");
             id = FRWK_MODULE_SPARE_FIRST + unknown;
             if (id >= FRWK_MODULE_ROWS) {

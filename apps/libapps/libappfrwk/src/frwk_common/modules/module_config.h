@@ -3,5 +3,5 @@
  */
 #pragma once
 
-/* Applies the file, when it exists, to the rows of all modules. At start-up only: one thread. */
+/* Applies the file, if it exists, to the rows of all modules. Only at start-up, on one thread. */
 void frwk_load_module_param();

@@ -1,6 +1,6 @@
 /*
- * The built-in module table: one row a module, nothing else. The row's number is the module's id; it
- * stands behind each row.
+ * The built-in module table: one row per module. The row's number is the module's id, in the comment after
+ * each row.
  */
 #include "frwk_module.h"
 

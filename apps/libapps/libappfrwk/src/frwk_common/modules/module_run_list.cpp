@@ -14,7 +14,7 @@
 
 namespace {
 
-/* Lists that fill less than this need no heap. */
+/* Smaller lists need no heap. */
 constexpr uint32_t kFixedListSize = 512;
 
 constexpr char kSeparators[] = " \t\n\r";
@@ -32,7 +32,7 @@ void mark_modules(char *text) {
 void frwk_load_module_run() {
     const uint64_t size = os_file_size(paths::kStartupList);
     if (size == 0 && os_file_exist(paths::kStartupList) != 0) {
-        return;  // Empty, or no file at all: opening a pipe would wait for its writer.
+        return;  // Empty, or not a regular file: opening a pipe would wait for its writer.
     }
 
     UniqueFile file(std::fopen(paths::kStartupList, "re"));

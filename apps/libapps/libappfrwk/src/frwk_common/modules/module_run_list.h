@@ -3,5 +3,5 @@
  */
 #pragma once
 
-/* Marks every module that the list names. At start-up only: one thread. */
+/* Marks every module that the list names. Only at start-up, on one thread. */
 void frwk_load_module_run();

@@ -1,7 +1,7 @@
 /*
- * Accessors of the module table. An id that names no row stands for the calling module.
+ * Accessors of the module table. An id outside the table means the calling module.
  *
- * Flag words are read and changed as single words, so threads may look while one changes them.
+ * Flag words are read and changed atomically, so threads may read them while another changes them.
  */
 #include <cstdio>
 #include <cstring>
@@ -39,7 +39,7 @@ int32_t frwk_module_id(const char *name) {
     }
     for (int32_t id = E_APPS_MODULE_MIN + 1; id < E_APPS_MODULE_MAX; ++id) {
         const char *candidate = g_modules_info[id].name;
-        // Most names differ in their first character, which costs less to see than a call.
+        // Most names differ in their first character, so this avoids a call.
         if (candidate != nullptr && *candidate == *name && std::strcmp(candidate, name) == 0) {
             return id;
         }
@@ -81,6 +81,6 @@ int32_t frwk_module_disabled(int32_t id, char *path, uint32_t size) {
     (void)std::snprintf(marker, wanted ? size : sizeof(own), "%s/%s", paths::kDisabledModules,
                         text_or_empty(name));
 
-    // Without a name the path is that of the folder, which disables nobody.
+    // Without a name the path is that of the folder, which must not count as a marker.
     return name != nullptr ? os_file_exist(marker) : 0;
 }

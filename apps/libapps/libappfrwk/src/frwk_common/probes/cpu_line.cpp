@@ -30,7 +30,7 @@ bool begins_with(const char *text, const char *begin) {
     return same_ignoring_case(text, begin, std::strlen(begin));
 }
 
-/* A per cent value; its sign or its fraction ends it. */
+/* Parses a per cent value, without its sign and fraction. */
 uint32_t percent(const char *text) {
     return static_cast<uint32_t>(decimal_number(text));
 }

@@ -1,6 +1,5 @@
 /*
- * The state of the processors, as a tool prints it. How a tool's line is read: cpu_line.h. No state of its
- * own; any thread.
+ * Runs tools to read the processor load; cpu_line.h parses their output. No state; any thread.
  */
 #include <cstddef>
 #include <cstring>
@@ -16,10 +15,10 @@ namespace {
 constexpr size_t kLineSize = 256 + 1;
 
 /*
- * Runs a tool and reads the first of its lines that is wanted, without blanks and line end at its end.
+ * Runs a tool and returns the first line that is_wanted accepts, without blanks and line end at its end.
  *
- * call: the function that the log names. line: receives the line.
- * Returns false, with the cause logged, when there is none.
+ * call: the function name in the log lines. line: receives the line.
+ * Returns false, and logs the cause, if there is none.
  */
 bool find_line(const char *call, const char *tool, const char *command, bool (*is_wanted)(const char *),
                char (&line)[kLineSize]) {

@@ -1,5 +1,5 @@
 /*
- * A partition's line in the output of df. No state; any thread.
+ * Reads a partition's line from the output of df. No state; any thread.
  */
 #include <cstring>
 
@@ -15,18 +15,18 @@ using DfCommand = ShellCommand<127 + 1>;
 
 constexpr size_t kLineSize = 127 + 1;
 
-/* To grep an empty text is a part of every line, and a line end separates two of them. */
+/* grep finds an empty pattern in every line, and a line end separates two patterns. */
 bool names_one_line(const char *name) {
     return name[0] != '\0' && std::strchr(name, '\n') == nullptr;
 }
 
-/* Whatever the name is, it reaches grep as the pattern, never as an option. */
+/* The name is always the pattern of grep, never an option. */
 void build_command(const char *name, int32_t column, DfCommand *command) {
     command->add("df |grep %s", name[0] == '-' ? "-e " : "");
     command->add_word(name).add(" | grep -v grep |awk '{print $%d}'", column);
 }
 
-/* Reads the first line that the command prints; false, with the cause logged, when there is none. */
+/* Reads the first line of the command's output. Returns false, and logs the cause, if there is none. */
 bool read_first_line(const char *call, const DfCommand &command, char (&line)[kLineSize]) {
     FRWK_DEBUG_AS(call, "command [%s].", command.text());
     ToolOutput output(command.text());
@@ -80,7 +80,7 @@ int32_t frwk_get_partion_info(const char *name, int32_t column, int32_t *result)
     }
     drop_line_end(line);
     FRWK_DEBUG("buffer [%s].", line);
-    drop_last(line); /* the per-cent sign, or whatever else is there */
+    drop_last(line); /* the per-cent sign, or another character */
     *result = decimal_number(line);
     FRWK_DEBUG("avail space percentage [%d].\n", *result);
     return 0;

@@ -1,5 +1,5 @@
 /*
- * Who runs: a process's name, and the id of the hardware below it.
+ * The name of a process, and the hardware id.
  */
 #include <unistd.h>
 
@@ -22,13 +22,14 @@ constexpr char kHardwareIdKey[] = "hardware.id=";
 constexpr char kValueEnds[] = " \r\n";
 constexpr size_t kCommandLineLength = 2048;
 
-/* More than the kernel's longest name, and its NUL. */
+/* Longer than the kernel's longest name and its NUL. */
 constexpr size_t kProcessNameSize = 64;
 
-/* The name of a process for callers without a buffer of their own; one thread at a time. */
+/* The buffer for callers without one; one thread at a time. */
 char g_s_process_name[kProcessNameSize];
 
-/* Reads the kernel's command line, cut to what fits; false when there is none. call: as the log names it. */
+/* Reads the kernel's command line, truncated to the buffer; false on failure. call: function name in the log.
+ */
 bool read_command_line(const char *call, char (&text)[kCommandLineLength + 1]) {
     if (!os_file_exist(paths::kKernelCommandLine)) {
         return false;
@@ -47,7 +48,7 @@ bool read_command_line(const char *call, char (&text)[kCommandLineLength + 1]) {
     return true;
 }
 
-/* Copies a value without touching the buffer's last byte, which is the caller's. */
+/* Copies a value, but never writes the buffer's last byte, which belongs to the caller. */
 void copy_value(const char *value, size_t length, char *buffer, uint32_t size) {
     if (size == 0) {
         return;
@@ -84,7 +85,7 @@ void frwk_get_hardware_id(char *buffer, uint32_t size) {
 
 const char *frwk_get_process_name(int32_t pid, char *buffer, uint32_t size) {
     if (buffer == nullptr) {
-        g_s_process_name[0] = '\0'; /* the name of another process is worse than none */
+        g_s_process_name[0] = '\0'; /* the name of another process must not remain */
         return frwk_get_process_name(pid, g_s_process_name, sizeof(g_s_process_name));
     }
 

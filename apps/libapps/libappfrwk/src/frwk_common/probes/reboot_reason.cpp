@@ -1,6 +1,6 @@
 /*
- * What survives a restart: the reason of the last reboot, and the flag of a reset that is not completed.
- * frwk_system_reset makes the flag. No state but the two files; any thread.
+ * Files that survive a reboot: the reason of the last reboot, and the flag of a factory reset that is not
+ * completed. frwk_system_reset creates the flag. No other state; any thread.
  */
 #include <unistd.h>
 
@@ -18,14 +18,14 @@
 
 namespace {
 
-/* What is read of a reason file, whose number has 11 characters at most. */
+/* The maximum length that is read of a reason file, whose number has at most 11 characters. */
 constexpr size_t kReasonLength = 31;
 
 constexpr mode_t kReasonFileMode = 0644;
 
 /*
- * Makes the file, since the shell would follow a link, and write to whatever another user put there. What
- * else keeps it from being made is the shell's to report.
+ * Creates the file before the shell writes it, since the shell would follow a link or write to another user's
+ * file. Other failures are left to the shell, which reports them.
  */
 bool make_reason_file() {
     const UniqueFd fd =
@@ -66,7 +66,7 @@ int32_t frwk_reboot_reason_get(void) {
         FRWK_WARN_ERRNO("read reboot reason file error!");
         return 0;
     }
-    if (length == 0) { /* as a power cut leaves one that was being written */
+    if (length == 0) { /* a power cut during the write leaves an empty file */
         FRWK_WARN("reboot reason file is empty!");
     }
     return decimal_number(text);

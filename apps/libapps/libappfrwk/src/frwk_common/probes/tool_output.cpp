@@ -8,7 +8,7 @@
 
 namespace {
 
-/* The next byte, or EOF; a signal in between is no end. */
+/* The next byte, or EOF; retries after a signal. */
 int next_byte(std::FILE *stream) {
     for (;;) {
         errno = 0;
@@ -37,7 +37,7 @@ bool ToolOutput::failed() const {
     return failed;
 }
 
-/* Returns false at the end of the output. */
+/* Skips the rest of a line. Returns false at the end of the output. */
 bool ToolOutput::skip_rest() {
     while (in_line_) {
         const int byte = next_byte(stream_.get());

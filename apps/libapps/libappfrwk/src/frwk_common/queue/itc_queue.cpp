@@ -1,11 +1,11 @@
 /*
  * Queues between the threads of one process: the registry of queues, and the thread of each.
  *
- * A queue that has its thread stays for ever, so senders find it without a lock. Of one that is still
- * without, they hold the registry's lock as readers until their message is in the queue, so that it is taken
- * back only when nobody is about to use it. A handler runs with no lock held. Each message posts the
- * semaphore, and each wake-up empties the queue, which the thread takes whole: a wake-up too many sees that
- * there is nothing, and one that got lost is made up for by the next message.
+ * A queue with a running thread is never freed, so senders find it without a lock. To use a queue whose
+ * thread is not running yet, senders hold the registry's lock as readers until their message is in the queue.
+ * So a queue whose thread fails to start is freed only when no sender can still use it. A handler runs with
+ * no lock held. Each message posts the semaphore. Each wake-up takes the complete list of messages: a
+ * spurious wake-up finds it empty, and after a lost one the next message's wake-up takes all messages.
  */
 #include "frwk_common/queue/itc_queue.h"
 
@@ -31,55 +31,57 @@
 
 namespace {
 
-/* The steps of a call log under its name. */
+/* The steps of a call log with its name. */
 constexpr char kCreate[] = "frwk_itc_create";
 constexpr char kSend[] = "frwk_itc_send";
 
 constexpr size_t kNameSize = 64;
 
-/* So many waiting messages are worth a line in the log. */
+/* This backlog is logged. */
 constexpr uint32_t kManyWaiting = 1000;
 
-/* After so many messages at the latest a sender looks how many wait, so as to see that they have become few,
- * too. */
+/* A sender checks the backlog after this many messages at the latest, to notice also that it has shrunk. */
 constexpr uint32_t kLookAfter = kManyWaiting / 4;
 
 constexpr size_t kCacheLine = 64;
 
 struct ItcObject {
-    list_node link; /* in the registry; first, since it stands for the object there */
+    list_node
+        link; /* in the registry; must be the first member, since a pointer to it is cast to the object */
     char name[kNameSize];
     frwk_itc_handler_t handler;
     os_thread_t thread;
     list_node queue; /* of ItcRecord; guarded by lock */
     os_mutex *lock;
     os_sem *sem;
-    std::atomic<bool> filled{false}; /* whether the queue has records; changed under lock */
-    uint32_t sent;                   /* messages, ever; guarded by lock, as the two below */
-    uint32_t look_at;                /* at which number of them to look how many wait */
+    std::atomic<bool> filled{false}; /* whether the queue has records; protected by lock when written */
+    uint32_t sent;                   /* total number of messages; guarded by lock, as the two below */
+    uint32_t look_at;                /* the value of sent at which to check the backlog */
     CrowdNotice<kManyWaiting> notice;
     ItcObject *next_running;
-    unsigned char apart[kCacheLine];  /* senders read what is above for each message */
-    std::atomic<uint32_t> handled{0}; /* messages, ever; written by the queue's thread alone */
+    unsigned char
+        apart[kCacheLine]; /* separate cache line: senders read the members above for each message */
+    std::atomic<uint32_t> handled{0}; /* total number of messages; written only by the queue's thread */
 };
 
 /* A message, followed by its data. */
 struct ItcRecord {
-    list_node link; /* in a queue; first, since it stands for the record there */
+    list_node link; /* in a queue; must be the first member, since a pointer to it is cast to the record */
     uint32_t msgid;
     int32_t size;
 };
 
-/* Every queue of the process, and what guards the list. A creator does not starve behind steady senders. */
+/* All queues of the process, and the list's lock. The lock prefers writers, so that senders can't starve a
+ * creator. */
 list_node g_s_itc_list = {&g_s_itc_list, &g_s_itc_list};
 pthread_rwlock_t g_registry_lock = PTHREAD_RWLOCK_WRITER_NONRECURSIVE_INITIALIZER_NP;
 
-/* Those of them that have a thread, the newest first; only ever longer. */
+/* The queues with a running thread, newest first; queues are never removed from this list. */
 std::atomic<ItcObject *> g_running{nullptr};
 
 /*
- * A forked child has none of its parent's threads, and so none of its queues. Since nothing of the registry
- * stays, a fork need not wait for who is about to change it.
+ * The parent's threads don't exist in a forked child, so the child has no queues. It discards the complete
+ * registry, so a fork need not wait for a thread that is changing the registry.
  */
 void forget_queues() {
     static constexpr pthread_rwlock_t kOpen = PTHREAD_RWLOCK_WRITER_NONRECURSIVE_INITIALIZER_NP;
@@ -101,7 +103,7 @@ class RegistryLock {
     RegistryLock &operator=(const RegistryLock &) = delete;
 };
 
-/* Takes the first record off a list; null when it has none. */
+/* Removes the first record of a list; null if the list is empty. */
 ItcRecord *take_first(list_node *records) {
     list_node *first = records->next;
     if (first == records) {
@@ -111,7 +113,7 @@ ItcRecord *take_first(list_node *records) {
     return reinterpret_cast<ItcRecord *>(first);
 }
 
-/* Owns a queue that nobody else uses: one that has no thread, and is not or no more in the registry. */
+/* Owns a queue that nobody else uses: it has no thread and is not in the registry. */
 struct ItcTraits {
     using Handle = ItcObject *;
     static constexpr Handle kNone = nullptr;
@@ -135,7 +137,7 @@ bool is_named(const ItcObject *itc, const char *name) {
     return same_ignoring_case(itc->name, name);
 }
 
-/* Returns null when no queue of this name has a thread. */
+/* Returns null if no queue with this name has a running thread. */
 ItcObject *find_running(const char *name) {
     ItcObject *itc = g_running.load(std::memory_order_acquire);
     while (itc != nullptr && !is_named(itc, name)) {
@@ -144,7 +146,7 @@ ItcObject *find_running(const char *name) {
     return itc;
 }
 
-/* The registry's lock must be held. Returns null when there is no queue of this name. */
+/* The registry's lock must be held. Returns null if no queue has this name. */
 ItcObject *find(const char *name) {
     for (list_node *node = g_s_itc_list.next; node != &g_s_itc_list; node = node->next) {
         auto *itc = reinterpret_cast<ItcObject *>(node);
@@ -161,7 +163,7 @@ void set_running(ItcObject *itc) {
     g_running.store(itc, std::memory_order_release);
 }
 
-/* Makes a queue without a thread; nothing owned when there is no memory for all of it. */
+/* Creates a queue without a thread; owns nothing without memory. */
 OwnedItc make_object(const char *name, frwk_itc_handler_t handler) {
     void *place = os_mem_malloc(sizeof(ItcObject));
     if (place == nullptr) {
@@ -199,7 +201,7 @@ apps_err_e_type add_object(const char *name, frwk_itc_handler_t handler, ItcObje
     return E_APPS_ERR_SUCCESS;
 }
 
-/* Takes a queue without a thread back, with what was sent to it meanwhile. */
+/* Frees a queue without a thread, and the messages that were sent to it meanwhile. */
 void remove_object(ItcObject *itc) {
     const OwnedItc removed(itc);
     {
@@ -211,7 +213,7 @@ void remove_object(ItcObject *itc) {
     }
 }
 
-/* Copies a message into a record; null when there is no memory, or a size that nothing can have. */
+/* Copies a message into a record; null without memory, or if the size is invalid. */
 ItcRecord *make_record(uint32_t msgid, const void *data, int32_t size) {
     const std::optional<uint32_t> room = checked_add(sizeof(ItcRecord), static_cast<uint32_t>(size));
     if (size < 0 || !room) {
@@ -228,19 +230,19 @@ ItcRecord *make_record(uint32_t msgid, const void *data, int32_t size) {
     return record;
 }
 
-/* Instead of a number of messages. */
+/* A result that means the queue is full. */
 constexpr uint32_t kFull = UINT32_MAX;
 
-/* How many more messages may come until a limit is reached, 1 where it is reached. */
+/* The number of messages until a limit is reached; 1 if it is already reached. */
 uint32_t until(uint32_t limit, uint32_t waiting) {
     return limit > waiting ? limit - waiting : 1;
 }
 
 /*
- * Counts the messages that wait, with the one that is about to come, and says when to do so next: when there
- * may be remarkably or too many. The number of the handled ones is with the queue's thread, so that looking
- * at it each time would cost both. The lock must be held. Returns the number when it is worth a line, kFull
- * when there may be no more, otherwise 0.
+ * Computes the backlog, including the new message, and when to check next: when the backlog could reach the
+ * next number to log, or the limit. It isn't checked for each message, since the number of handled messages
+ * is in the cache line of the queue's thread. The lock must be held. Returns the backlog if it should be
+ * logged, kFull if the queue is full, otherwise 0.
  */
 uint32_t look(ItcObject *itc) {
     const uint32_t coming = itc->sent + 1;
@@ -257,7 +259,7 @@ uint32_t look(ItcObject *itc) {
     return remarkable ? waiting : 0;
 }
 
-/* Appends a record and wakes the thread, unless the queue is full. Returns what a look returns, or 0. */
+/* Appends a record and wakes the thread, unless the queue is full. Returns the result of look, or 0. */
 uint32_t put(ItcObject *itc, ItcRecord *record) {
     os_mutex_lock(itc->lock);
     const bool due = static_cast<int32_t>(itc->sent + 1 - itc->look_at) >= 0;
@@ -277,7 +279,7 @@ uint32_t put(ItcObject *itc, ItcRecord *record) {
 /* Moves everything from a queue to an empty list. */
 void take_all(ItcObject *itc, list_node *records) {
     os_mutex_lock(itc->lock);
-    list_add(&itc->queue, records); /* a second head of the same ring: the first one leaves it */
+    list_add(&itc->queue, records); /* adds a second head to the ring, then removes the first one */
     list_del(&itc->queue);
     list_init(&itc->queue);
     itc->filled.store(false, std::memory_order_relaxed);
@@ -296,7 +298,7 @@ void handle_all(ItcObject *itc) {
     }
 }
 
-/* Sends to a queue that stays. */
+/* Sends to a queue that can't be freed. */
 apps_err_e_type send_to(ItcObject *itc, uint32_t msgid, const void *data, int32_t size) {
     OwnedBlock record(make_record(msgid, data, size));
     const uint32_t seen = record ? put(itc, static_cast<ItcRecord *>(record.get())) : kFull;

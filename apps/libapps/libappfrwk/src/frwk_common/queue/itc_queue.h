@@ -3,5 +3,5 @@
  */
 #pragma once
 
-/* The entry of a queue's thread, which never returns. itc: the queue; null is reported and returns. */
+/* The main function of a queue's thread; never returns. itc: the queue; null is logged and returns. */
 void *frwk_itc_main(void *itc);

@@ -1,6 +1,6 @@
 /*
- * A record lock on the module's lock file. The file stays open for the life of the process, since closing
- * any descriptor of it would let the lock go.
+ * A record lock on the module's lock file. The file stays open until the process ends, since closing
+ * any descriptor of it would release the lock.
  */
 #include "frwk_common/startup/instance_lock.h"
 
@@ -49,7 +49,7 @@ void take_instance_lock(const char *module_name) {
         die("can't lock %s\n", path);
     }
 
-    // The lock is what counts: without the process id in its file the module runs all the same.
+    // Only the lock is required: the module also runs without the process id in the file.
     (void)std::fprintf(file.get(), "%ld", static_cast<long>(::getpid()));
     if (std::fflush(file.get()) != 0 || std::ferror(file.get()) != 0) {
         FRWK_WARN_ERRNO("write instance lock file error!");

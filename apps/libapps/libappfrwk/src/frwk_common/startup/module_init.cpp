@@ -32,7 +32,7 @@ constexpr size_t kHookCommandSize = 256;
 /* Modules of which only one process may run. */
 constexpr uint32_t kSingleInstanceFlags = FRWK_FLAG_DAEMON | FRWK_FLAG_MONITORED;
 
-/* Serves messages from its start although nobody watches it; the bit has no keyword. */
+/* Serves messages from its start, but is not monitored; the bit has no keyword. */
 constexpr uint32_t kServesUnwatched = 0x4000;
 
 constexpr uint32_t kServingFlags = kSingleInstanceFlags | kServesUnwatched;
@@ -41,7 +41,7 @@ bool is_module(int32_t id) {
     return static_cast<uint32_t>(id) < E_APPS_MODULE_MAX;
 }
 
-/* Whatever is opened as 0, 1 or 2 later would receive what libraries and children print there. */
+/* A file that is later opened as descriptor 0, 1 or 2 would receive the output of libraries and children. */
 void open_standard_descriptors() {
     for (int fd = STDIN_FILENO; fd <= STDERR_FILENO; ++fd) {
         const bool closed = ::fcntl(fd, F_GETFD) < 0 && errno == EBADF;
@@ -53,8 +53,8 @@ void open_standard_descriptors() {
 }
 
 /*
- * A dead parent is a dead device session. The signal comes for a parent that ends from now on; one that ended
- * since the start of the module is known by the process that took its place.
+ * The module must end with its parent. The kernel signals a parent that ends from now on. If the parent ended
+ * earlier, the parent process id has changed.
  */
 void watch_parent(pid_t parent) {
     (void)::prctl(PR_SET_PDEATHSIG, SIGHUP);
@@ -63,7 +63,7 @@ void watch_parent(pid_t parent) {
     }
 }
 
-/* A peer that left must not kill the process. */
+/* A peer that closes its connection must not kill the process. */
 void ignore_broken_pipes() {
     (void)std::signal(SIGPIPE, SIG_IGN);
 
@@ -73,7 +73,7 @@ void ignore_broken_pipes() {
     (void)::pthread_sigmask(SIG_BLOCK, &broken_pipe, nullptr);
 }
 
-/* A base library may keep the settings where they are rather than copy them. */
+/* Static, since a base library may keep the pointer instead of a copy. */
 void prepare_memory(const frwk_module_memory &memory) {
     static os_mem_settings settings;
     settings = {memory.warn_at, memory.refuse_at, memory.pool, memory.pool_block, memory.pool_total};
@@ -112,7 +112,7 @@ void frwk_module_init(int32_t id, frwk_exit_handler_t exit_handler) {
         std::exit(-1);  // NOLINT(concurrency-mt-unsafe): there are no other threads yet
     }
 
-    // Before the file, which may set the flag again.
+    // Before the file is read, which may set the flag again.
     if (id == E_APPS_MODULE_ATFWD_DAEMON) {
         frwk_module_unset(id, FRWK_FLAG_MONITORED);
     }

@@ -1,5 +1,5 @@
 /*
- * When a count that stays small in a healthy module is worth a line in the log.
+ * Decides when to log a count that stays small in a healthy module.
  */
 #pragma once
 
@@ -7,23 +7,23 @@
 #include <cstdint>
 
 /*
- * Asks for a line when the count reaches kFirst, and again at each tenfold of that. A number is asked for
- * once more only after the count fell below half of it, so that one that goes up and down around it is told
- * of once. Any thread. All bytes zero is an object that has asked for nothing.
+ * Requests a log line when the count reaches kFirst, and again at 10, 100 and so on times that. The same
+ * number is requested again only after the count fell below half of it, so that a count that varies around it
+ * is logged once. Any thread. An object whose bytes are all zero is in the initial state.
  */
 template <uint32_t kFirst>
 class CrowdNotice {
   public:
-    /* The count at which the next line is due. */
+    /* The count of the next log line. */
     uint32_t next() const { return after(said_.load(std::memory_order_relaxed)); }
 
-    /* The count has grown to this. Returns whether that is worth a line. */
+    /* Tells the object that the count has grown. Returns whether to log it. */
     bool grown_to(uint32_t count) {
         uint32_t said = said_.load(std::memory_order_relaxed);
         return count >= after(said) && said_.compare_exchange_strong(said, after(said));
     }
 
-    /* The count has fallen to this. */
+    /* Tells the object that the count has fallen. */
     void fallen_to(uint32_t count) {
         uint32_t said = said_.load(std::memory_order_relaxed);
         while (said != 0 && count < said / 2) {
@@ -42,5 +42,5 @@ class CrowdNotice {
         return said > UINT32_MAX / kStep ? UINT32_MAX : said * kStep;
     }
 
-    std::atomic<uint32_t> said_{0}; /* the last number that was asked for; 0 for none */
+    std::atomic<uint32_t> said_{0}; /* the last logged number; 0 for none */
 };

@@ -1,6 +1,6 @@
 /*
- * Random numbers that need not be secret, from the process's one generator. Callers on several threads share
- * it, and one may reseed it between another's seed and number.
+ * Random numbers that need not be secret, from the C library's generator. Threads share it, and one may
+ * reseed it between another's seed and number.
  */
 #include <climits>
 #include <cstdlib>

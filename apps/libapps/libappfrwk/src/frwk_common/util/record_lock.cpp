@@ -1,5 +1,5 @@
 /*
- * The one way in which the framework locks files.
+ * Locks files for the framework.
  */
 #include "frwk_common/util/record_lock.h"
 

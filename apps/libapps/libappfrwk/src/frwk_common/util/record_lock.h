@@ -1,6 +1,6 @@
 /*
- * A POSIX record lock on a whole file: it keeps processes apart, never the threads of one process, and it is
- * lost as soon as the process closes any descriptor of the file.
+ * A POSIX record lock on a complete file. It synchronises processes, but not the threads of one process, and
+ * it is released as soon as the process closes any descriptor of the file.
  */
 #pragma once
 
@@ -8,18 +8,18 @@
 
 #include "support/unique_fd.h"
 
-/* What became of the wish for a lock. */
+/* The result of a lock attempt. */
 enum class RecordLock {
     kHeld,
     kHeldElsewhere, /* another process has it */
-    kFailed         /* errno tells why */
+    kFailed         /* see errno */
 };
 
 /*
- * Opens a lock file and empties it; makes it where it is missing. Only its owner may open it, since whoever
- * can read it can hold a lock on it. Returns nothing owned, with errno set, when that fails.
+ * Opens a lock file and empties it; creates it if it is missing. Only its owner may open it, since whoever
+ * can read it can hold a lock on it. Owns nothing, with errno set, on failure.
  */
 UniqueFile open_lock_file(const char *path);
 
-/* Asks for the write lock of a file, without waiting. */
+/* Tries to take the write lock of a file, without waiting. */
 RecordLock lock_whole_file(std::FILE *file);

@@ -1,6 +1,6 @@
 /*
- * Scanning of texts: blanks, tokens, the text between markers, the value behind a name, the file name of a
- * path. Pure functions; any thread.
+ * Scans texts: blanks, tokens, the text between markers, the value after a name, the file name of a path.
+ * Pure functions; any thread.
  */
 #include <algorithm>
 #include <climits>
@@ -14,7 +14,7 @@ namespace {
 
 constexpr char kBlanks[] = " \t";
 
-/* The public calls return a pointer into the caller's text as strchr does, constness dropped. */
+/* Like strchr, the public calls return a non-const pointer into the caller's text. */
 char *caller_text(const char *text) {
     return const_cast<char *>(text);
 }
@@ -34,12 +34,12 @@ bool fits(size_t length, int32_t size) {
     return size > 0 && length < static_cast<size_t>(size);
 }
 
-/* A length as the log shows it. */
+/* Converts a length for printf. */
 int shown(size_t length) {
     return static_cast<int>(std::min<size_t>(length, INT_MAX));
 }
 
-/* The characters of a value: up to the quote that opened it, or up to the next comma. */
+/* The length of a value: up to its closing quote, or up to the next comma. */
 size_t value_length(const char *value, char quote) {
     const char closing[] = {quote != '\0' ? quote : ',', '\0'};
     return std::strcspn(value, closing);

@@ -1,5 +1,5 @@
 /*
- * Sleeping, parking for ever, and starting the threads that run meanwhile. No state of its own; any thread.
+ * Sleeps, parks a thread permanently, and starts threads. No state; any thread.
  */
 #include <cstring>
 
@@ -12,7 +12,7 @@ namespace {
 
 constexpr uint32_t kMsPerSecond = 1000;
 
-/* Between two tries to park when the system refuses. */
+/* The pause between two attempts to park. */
 constexpr uint32_t kParkRetryMs = 1000;
 
 }  // namespace
@@ -29,10 +29,11 @@ void frwk_sleep(uint32_t ms) {
 void frwk_keep_running(void) {
     os_sem *never_posted = os_sem_create(0);
 
-    /* A module whose main thread came back would end, so no failure may lead out of here. */
+    /* A module ends when its main thread returns, so this must not return after a failure. */
     for (;;) {
         if (never_posted == nullptr || os_sem_wait(never_posted) != 0) {
-            frwk_sleep(kParkRetryMs);  // GCOVR_EXCL_LINE: what waits here ends by a signal, without a count
+            frwk_sleep(kParkRetryMs);  // GCOVR_EXCL_LINE: a signal ends the thread here, without writing its
+                                       // counters
         }
     }
 }

@@ -28,7 +28,7 @@ apps_err_e_type get_number(const char *key, int32_t type, void *out, uint32_t si
     return ret;
 }
 
-/* call: the function that the log names. */
+/* call: the function name in the log lines. */
 apps_err_e_type set_typed(const char *call, Store store, const char *key, int32_t type, const void *value) {
     if (key == nullptr) {
         FRWK_WARN_AS(call, "parameter is null!");

@@ -17,7 +17,7 @@ constexpr uint64_t kMsPerSecond = 1000;
 
 }  // namespace
 
-/* The first wait of a message, mostly its only one, reads the clock once. */
+/* A message usually has only one wait, which reads the clock once. */
 int AnswerWait::ms_until_notice() {
     const uint64_t now = coarse_ms();
     if (began_ms_ == 0) {

@@ -1,5 +1,5 @@
 /*
- * How a sender waits for its receiver: without a limit, and not in silence.
+ * A sender's wait for its receiver: without a limit, but logged.
  */
 #pragma once
 
@@ -7,13 +7,12 @@
 #include "frwk_common/ipc/transport/ipc_wait.h"
 
 /*
- * Waits for the answer to one message, or for the receiver to read it. It says so in the log when the
- * receiver has kept it waiting for 5 seconds, and then each time that this has doubled. A signal changes
- * nothing.
+ * Waits for the answer to one message, or for the receiver to read it. Logs the wait after 5, 10, 20 seconds
+ * and so on. A signal does not end the wait.
  */
 class AnswerWait final : public IpcWait {
   public:
-    /* caller: the name under which it logs. */
+    /* caller: the function name in the log lines. */
     AnswerWait(const char *caller, uint32_t module, apps_message_id_e_type msgid)
         : caller_(caller), module_(module), msgid_(msgid) {}
 
@@ -26,6 +25,6 @@ class AnswerWait final : public IpcWait {
     const char *caller_;
     uint32_t module_;
     apps_message_id_e_type msgid_;
-    uint32_t due_seconds_ = 5; /* when the next line is due */
-    uint64_t began_ms_ = 0;    /* at the first wait; 0 before it */
+    uint32_t due_seconds_ = 5; /* time of the next log line */
+    uint64_t began_ms_ = 0;    /* time of the first wait; 0 before it */
 };

@@ -1,9 +1,9 @@
 /*
- * Sends requests: one connection a message, the header and the body in one write.
+ * Sends requests: one connection per message, header and body in one write.
  *
- * A small request is laid out in the frame. A larger one is written from where its body lies, since copying
- * it would take as long as half its way; the block that the copy would fill is taken all the same, untouched:
- * a module's memory limits hold for what it sends.
+ * A small request is built on the stack. A larger one is written directly from the caller's body, since a
+ * copy would take half as long as the transfer. A block for the copy is still allocated, but not used, so
+ * that a module's memory limits apply to messages that it sends.
  */
 #include <cstddef>
 #include <cstring>
@@ -26,7 +26,7 @@
 
 namespace {
 
-/* The steps of a send log under the name of the call. */
+/* The steps of a send log with the name of the exported function. */
 constexpr char kSync[] = "frwk_ipc_send_sync";
 constexpr char kAsync[] = "frwk_ipc_send_async";
 
@@ -57,7 +57,7 @@ frwk_ipc_header make_header(apps_message_id_e_type msgid, bool async, uint32_t t
             static_cast<int32_t>(data_len)};
 }
 
-/* Lays a request out as it travels: the header, then the body. */
+/* Builds a request: the header, then the body. */
 void lay_out(void *request, const frwk_ipc_header &header, const Body &body) {
     std::memcpy(request, &header, sizeof(header));
     if (body.len > 0) {
@@ -65,7 +65,7 @@ void lay_out(void *request, const frwk_ipc_header &header, const Body &body) {
     }
 }
 
-/* What every send checks before it does anything. Returns 0, or the result of the send. */
+/* Checks the arguments of every send. Returns 0, or the result of the send. */
 apps_err_e_type check_request(const char *caller, uint32_t module, const Body &body, const void *rsp,
                               uint32_t rsp_size) {
     if (!is_destination(module)) {
@@ -103,7 +103,7 @@ apps_err_e_type write_request(const char *caller, int fd, const frwk_ipc_header 
     return E_APPS_ERR_SUCCESS;
 }
 
-/* Opens a connection and writes one request. Returns 0 with the connection, or the result of the send. */
+/* Opens a connection and writes one request. Returns 0 and the connection, or the result of the send. */
 apps_err_e_type send_request(const char *caller, uint32_t module, const frwk_ipc_header &header,
                              const Body &body, AnswerWait &wait, UniqueFd *connection) {
     UniqueFd fd(frwk_ipc_connect(module, header.timeout));
@@ -118,7 +118,7 @@ apps_err_e_type send_request(const char *caller, uint32_t module, const frwk_ipc
     return sent;
 }
 
-/* Reads what is still missing of len bytes. Returns false, logged, when it can't be had. */
+/* Reads the rest of len bytes. Returns false, and logs, on failure. */
 bool receive_rest(int fd, void *buf, uint32_t received, uint32_t len, AnswerWait &wait) {
     if (received >= len) {
         return true;
@@ -128,7 +128,7 @@ bool receive_rest(int fd, void *buf, uint32_t received, uint32_t len, AnswerWait
            static_cast<int32_t>(missing);
 }
 
-/* An answer that fits in here is whole before the caller's buffer sees any of it. */
+/* An answer that fits here is copied to the caller's buffer only when it is complete. */
 struct SmallAnswer {
     frwk_ipc_rsp_header header;
     unsigned char data[kIpcFixedBuffer];
@@ -137,9 +137,9 @@ struct SmallAnswer {
 static_assert(offsetof(SmallAnswer, data) == sizeof(frwk_ipc_rsp_header));
 
 /*
- * Reads the answer into the caller's buffer: a small one by way of a buffer of this call, in one read as a
- * rule; a larger one straight to its place once its header is checked. Returns 0 with the handler's result,
- * or the result of the send.
+ * Reads the answer into the caller's buffer: a small one through a local buffer, usually with one read; a
+ * larger one directly, after its header was checked. Returns 0 and the handler's result, or the result of the
+ * send.
  */
 apps_err_e_type receive_answer(int fd, void *rsp, uint32_t rsp_size, AnswerWait &wait,
                                int32_t *handler_result) {
@@ -176,7 +176,7 @@ void store(int32_t *result, int32_t value) {
     }
 }
 
-/* record: goes over to the thread that is started. Returns false when none is. */
+/* record: owned by the new thread if it was started. Returns false if not. */
 bool start_own_message(void *record) {
     if (!own_message_begins()) {
         return false;
@@ -189,7 +189,7 @@ bool start_own_message(void *record) {
     return true;
 }
 
-/* Gives a message of the module to itself to a thread of its own, which takes the record over. */
+/* Starts a thread for a message of the module to itself; the thread owns the record. */
 apps_err_e_type handle_on_own_thread(const frwk_ipc_header &header, const Body &body) {
     const std::optional<uint32_t> size = checked_add(kHeaderSize, body.len);
     OwnedBlock record(size ? os_mem_malloc(*size) : nullptr);

@@ -1,5 +1,5 @@
 /*
- * Requests to the monitor, the module that acts on the device as a whole.
+ * Requests to the monitor, the module that controls the device.
  */
 #include "frwk_common.h"
 #include "frwk_common/core/process_state.h"
@@ -9,20 +9,20 @@
 
 namespace {
 
-/* Sends a command with its one word. Returns 1 when it was delivered. */
+/* Sends a command with one argument. Returns 1 if it was delivered. */
 int32_t tell_monitor(apps_message_id_e_type msgid, uint32_t argument) {
     return frwk_ipc_msg_notify(E_APPS_MODULE_MONITOR, msgid, &argument, sizeof(argument)) == E_APPS_ERR_ASYNC
                ? 1
                : 0;
 }
 
-/* A module without any flag is a tool, and tools may act on every module. */
+/* A module without flags is a tool, and tools may control every module. */
 bool may_act_on_others() {
     const bool has_flags = frwk_module_feature(-1, ~0u) != 0;
     return !has_flags || frwk_module_feature(-1, FRWK_FLAG_ADMIN) != 0;
 }
 
-/* call: the function that the log names. */
+/* call: the function name in the log lines. */
 int32_t switch_module(const char *call, apps_message_id_e_type msgid, int32_t module) {
     const int32_t self = g_s_module_id;
     const int32_t id = module < 0 ? self : module;

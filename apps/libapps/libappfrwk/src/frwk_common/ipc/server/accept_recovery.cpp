@@ -24,7 +24,7 @@ bool concerns_one_connection(int error) {
     return error == EINTR || error == ECONNABORTED;
 }
 
-/* Waits as long as it takes for a connection in the queue. Returns false when that can't be waited for. */
+/* Waits without limit for a pending connection. Returns false if poll fails. */
 bool wait_for_peer(int listener) {
     pollfd queue = {listener, POLLIN, 0};
     return ::poll(&queue, 1, -1) > 0;
@@ -34,7 +34,7 @@ bool wait_for_peer(int listener) {
 
 bool SpareFd::shed(int listener) {
     fd_.reset();
-    // cppcheck-suppress nullPointer ; accept4 takes null for a peer's address that is not wanted
+    // cppcheck-suppress nullPointer ; accept4 allows a null address
     const bool dropped = static_cast<bool>(UniqueFd(::accept4(listener, nullptr, nullptr, SOCK_CLOEXEC)));
     open();
     return dropped;

@@ -1,5 +1,5 @@
 /*
- * What the accept loop does when it can't take a connection.
+ * Error handling of the accept loop.
  */
 #pragma once
 
@@ -8,14 +8,14 @@
 #include "support/unique_fd.h"
 
 /*
- * A descriptor kept in reserve. Out of descriptors, accept fails for ever while a connection stays in the
- * queue: giving up the reserve makes room to take that connection and drop it.
+ * A reserve descriptor. Without descriptors, accept fails as long as a connection is pending. Closing the
+ * reserve makes it possible to accept this connection and close it.
  */
 class SpareFd {
   public:
     SpareFd() { open(); }
 
-    /* Drops the first connection of a queue that is not empty. Returns false when it could not be taken. */
+    /* Drops the first pending connection; there must be one. Returns false if it could not be accepted. */
     bool shed(int listener);
 
   private:
@@ -25,8 +25,8 @@ class SpareFd {
 };
 
 /*
- * Says how many connections were dropped so far: with the first one, with later ones at most once a second,
- * and with the next that is served.
+ * Logs how many connections were dropped so far: at the first one, then at most once a second, and when the
+ * next connection is served.
  */
 class DropNotice {
   public:
@@ -45,7 +45,7 @@ class DropNotice {
     uint64_t said_ms_ = 0;
 };
 
-/* For one loop, on its thread. */
+/* The state of one accept loop. One thread. */
 class AcceptRecovery {
   public:
     void after_success() {
@@ -54,10 +54,10 @@ class AcceptRecovery {
     }
 
     /*
-     * The kernel looks for a descriptor before it looks into the queue, so without one an empty queue fails
-     * too: first a peer is waited for and accepted anew, and only when there is still no descriptor for it is
-     * it dropped. What can't be helped is tried again after a pause, since doing so at once would only burn
-     * the processor.
+     * accept4 allocates a descriptor before it looks for a connection, so without descriptors it fails even
+     * if none is pending. So this first waits for a connection and retries; if there is still no descriptor,
+     * it drops the connection. Other errors are retried after a pause, since an immediate retry would only
+     * use processor time.
      */
     void after_failure(int listener, int error);
 

@@ -1,6 +1,6 @@
 /*
- * The clock is read when an exchange begins, after a wait, and after the handler: twice for one that never
- * has to wait.
+ * Measures and limits an exchange. Reads the clock when an exchange begins, after a wait, and after the
+ * handler: twice for an exchange without waits.
  */
 #include "frwk_common/ipc/server/exchange_watch.h"
 
@@ -26,10 +26,10 @@ constexpr uint64_t kMsPerSecond = 1000;
 
 constexpr uint64_t kReceiveLimitMs = kIpcReceiveLimitSeconds * kMsPerSecond;
 
-/* An exchange that takes longer is worth a line. */
+/* A longer exchange is logged. */
 constexpr uint64_t kSlowMs = 1000;
 
-/* Above what the kernel's slowest tick takes. */
+/* Longer than the kernel's slowest tick. */
 constexpr uint64_t kClockStepMs = 20;
 
 constexpr uint64_t kForever = UINT64_MAX;
@@ -46,7 +46,7 @@ uint64_t left_of(uint64_t limit_ms, uint64_t passed_ms) {
     return limit_ms > passed_ms ? limit_ms - passed_ms : 0;
 }
 
-/* Milliseconds as poll takes them. */
+/* Converts milliseconds for poll. */
 int poll_limit(uint64_t ms) {
     return ms == kForever ? -1 : static_cast<int>(std::min<uint64_t>(ms, INT_MAX));
 }
@@ -66,14 +66,14 @@ const char *in_words(ExchangeStep step) {
     }
 }
 
-/* Returns 0 when the kernel doesn't say. */
+/* Returns 0 if the kernel doesn't know it. */
 int peer_pid(int fd) {
     ucred peer = {};
     socklen_t size = sizeof(peer);
     return ::getsockopt(fd, SOL_SOCKET, SO_PEERCRED, &peer, &size) == 0 ? static_cast<int>(peer.pid) : 0;
 }
 
-/* The sender's id comes off the wire: it may name an empty slot, or none. */
+/* The sender's id comes from the message: it may be an empty slot, or out of range. */
 const char *sender_alias(uint32_t src) {
     const char *alias = src < E_APPS_MODULE_MAX ? frwk_module_alias(static_cast<int32_t>(src)) : nullptr;
     return alias != nullptr ? alias : "unknown";
@@ -93,7 +93,7 @@ void ExchangeWatch::look() {
     }
 }
 
-/* The clock lags behind by one of its steps at most. */
+/* The coarse clock may be late by one step. */
 uint64_t ExchangeWatch::ms_until_slow() const {
     const uint64_t held = looked_ms_ - began_ms_;
     return held < kSlowMs ? kSlowMs - held + kClockStepMs : kClockStepMs;
@@ -115,9 +115,9 @@ IpcWaited ExchangeWatch::wait(int fd, short events, uint32_t done) {
     return events == POLLIN ? wait_for_request(fd) : wait_for_reader(fd, done);
 }
 
-/* A signal that is handled on this thread ends the wait. */
+/* A signal handler that runs on this thread ends the wait. */
 IpcWaited ExchangeWatch::wait_for_request(int fd) {
-    // A connection is accepted before its sender has written: mostly the sender only needs its turn.
+    // A connection is accepted before its sender has written. Yield first: the sender usually writes at once.
     if (!yielded_) {
         yielded_ = true;
         (void)::sched_yield();
@@ -145,12 +145,12 @@ void ExchangeWatch::note_progress(uint32_t done) {
     }
 }
 
-/* What a peer reads makes room piece by piece, and poll waits for several pieces: one more write may do. */
+/* poll reports room only after the peer has read several pieces, so try one more write at the limit. */
 IpcWaited ExchangeWatch::end_of_patience() {
     return std::exchange(tried_, true) ? IpcWaited::kTimeout : IpcWaited::kReady;
 }
 
-/* The log names who doesn't read its answer while that goes on, since there may be no end to it. */
+/* A peer that doesn't read its answer is logged during the wait, since the wait may never end. */
 IpcWaited ExchangeWatch::wait_for_reader(int fd, uint32_t done) {
     note_progress(done);
     for (;;) {

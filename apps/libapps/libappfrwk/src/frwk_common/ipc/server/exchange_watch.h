@@ -1,5 +1,5 @@
 /*
- * How long one exchange holds the service thread, and whom to thank for it.
+ * Measures how long one exchange occupies the service thread, limits it, and logs the peer of a slow one.
  */
 #pragma once
 
@@ -9,34 +9,34 @@
 #include "frwk_common/ipc/transport/ipc_wire.h"
 #include "internal/coarse_clock.h"
 
-/* What an exchange is busy with. */
+/* The steps of an exchange. */
 enum class ExchangeStep {
     kHeader,
     kBody,
-    kRegistration, /* of the module's handler */
+    kRegistration, /* waiting for the module's handler to be registered */
     kHandler,
     kAnswer
 };
 
 /*
- * Waits for the peer of one exchange: for a request each time 3 seconds at most, and as long as it takes for
- * the answer to be read. Where the process has a limit for exchanges, a request may take that long in all,
- * and an answer be stuck for so long. An exchange that holds the service longer than a second is logged,
- * once, with its peer and with the step that has taken longest.
+ * Waits for the peer of one exchange: at most 3 seconds for each piece of a request, and without limit until
+ * the answer is read. If the process has a limit for exchanges, it limits the complete request, and the time
+ * in which the peer reads nothing of its answer. An exchange that takes longer than a second is logged once,
+ * with its peer and its longest step.
  */
 class ExchangeWatch final : public IpcWait {
   public:
-    /* fd: the connection, which stays the caller's. */
+    /* fd: the connection, owned by the caller. */
     explicit ExchangeWatch(int fd) : fd_(fd), began_ms_(coarse_ms()), looked_ms_(began_ms_) {}
 
-    /* What comes next. header: of the request; kept. */
+    /* Starts the next step. header: of the request; must outlive the exchange. */
     void enter(ExchangeStep step, const frwk_ipc_header &header) {
         step_ = step;
         header_ = &header;
         yielded_ = false;
     }
 
-    /* Reads the clock, after what didn't wait here. */
+    /* Reads the clock, after a step that didn't wait here. */
     void look();
 
     IpcWaited wait(int fd, short events, uint32_t done) override;
@@ -54,11 +54,11 @@ class ExchangeWatch final : public IpcWait {
     ExchangeStep longest_ = ExchangeStep::kHeader;
     bool reported_ = false;
     bool yielded_ = false;                    /* in this step */
-    const frwk_ipc_header *header_ = nullptr; /* null until it is there */
+    const frwk_ipc_header *header_ = nullptr; /* null until it was received */
     const uint64_t began_ms_;
-    uint64_t looked_ms_; /* up to here the time is accounted for */
+    uint64_t looked_ms_; /* the time up to here is accounted for */
     uint64_t longest_ms_ = 0;
-    uint32_t moved_ = UINT32_MAX; /* bytes of the answer that the socket had taken at the last wait */
-    uint64_t moved_ms_ = 0;       /* when these became more */
-    bool tried_ = false;          /* to write more at the limit, since then */
+    uint32_t moved_ = UINT32_MAX; /* bytes of the answer that were written at the last wait */
+    uint64_t moved_ms_ = 0;       /* when this number last increased */
+    bool tried_ = false;          /* whether a write was retried at the limit since then */
 };

@@ -1,5 +1,5 @@
 /*
- * Answers the system messages and hands everything else to the module's handler.
+ * Answers the system messages and passes all others to the module's handler.
  */
 #include "frwk_common/ipc/server/ipc_dispatch.h"
 
@@ -21,7 +21,7 @@ namespace {
 constexpr uint32_t kHandlerPollMs = 200;
 constexpr uint64_t kMillisecondsPerSecond = 1000;
 
-/* One message, as a handler gets it. */
+/* The arguments of a handler. */
 struct Message {
     uint32_t src;
     apps_message_id_e_type msgid;
@@ -36,7 +36,7 @@ apps_err_e_type call(frwk_ipc_handler_t handler, const Message &m) {
     return handler(m.src, m.msgid, m.data, m.data_len, m.rsp, m.rsp_size, m.timeout);
 }
 
-/* Copies an answer of fixed size; the buffer may lie anywhere. */
+/* Copies an answer of fixed size; the buffer may be unaligned. */
 apps_err_e_type answer(const Message &m, const void *words, uint32_t size) {
     if (m.rsp_size < size || m.rsp == nullptr) {
         return E_APPS_ERR_PARAM;
@@ -45,7 +45,8 @@ apps_err_e_type answer(const Message &m, const void *words, uint32_t size) {
     return E_APPS_ERR_SUCCESS;
 }
 
-/* The first of these messages ends the process; one that comes on another thread meanwhile waits for that. */
+/* The first such message ends the process; another thread with a second one waits until the process has
+ * ended. */
 [[noreturn]] apps_err_e_type end_process(const Message &m) {
     static std::atomic_flag ending = ATOMIC_FLAG_INIT;
     if (ending.test_and_set()) {
@@ -55,7 +56,7 @@ apps_err_e_type answer(const Message &m, const void *words, uint32_t size) {
     if (exit_handler != nullptr) {
         exit_handler(m.msgid);
     }
-    std::exit(EXIT_SUCCESS);  // NOLINT(concurrency-mt-unsafe): one thread alone comes here
+    std::exit(EXIT_SUCCESS);  // NOLINT(concurrency-mt-unsafe): only one thread reaches this
 }
 
 apps_err_e_type reopen_log(const Message &) {
@@ -79,7 +80,7 @@ apps_err_e_type tell_memory(const Message &m) {
     return answer(m, &usage, sizeof(usage));
 }
 
-/* A power notification must not be lost: it waits for the handler as long as it takes. */
+/* A power notification must not be lost, so it waits for the handler without limit. */
 apps_err_e_type wait_and_call(const Message &m) {
     frwk_ipc_handler_t handler = nullptr;
     while ((handler = g_s_ipc_handler) == nullptr) {
@@ -115,7 +116,7 @@ const SystemMessage *find_system_message(apps_message_id_e_type msgid) {
     return nullptr;
 }
 
-/* The web page and the remote management must not hang on a module that is still starting. */
+/* The web server and the remote management must not wait for a module that is still starting. */
 bool never_waits(uint32_t sender) {
     return sender == E_APPS_MODULE_WEBSERVER || sender == E_APPS_MODULE_TR069;
 }

@@ -1,6 +1,6 @@
 /*
- * From a message to the function that answers it: the system messages here, everything else in the
- * module's handler, which a message may have to wait for.
+ * Dispatches a message: system messages are answered here, all others by the module's handler, after a wait
+ * until it is registered.
  */
 #pragma once
 
@@ -15,6 +15,6 @@ apps_err_e_type frwk_ipc_msg_handle(uint32_t src, apps_message_id_e_type msgid, 
 
 /*
  * Entry of the thread that handles one asynchronous message of the module to itself.
- * record: a block of os_mem_malloc that holds a request as on the wire; freed here.
+ * record: a block of os_mem_malloc with a request in wire format; freed here.
  */
 void *frwk_ipc_msg_async_handle(void *record);

@@ -1,5 +1,5 @@
 /*
- * Makes the module's listening socket. The thread that serves it is the service's business.
+ * Creates the module's listening socket. ipc_service.cpp has the thread that serves it.
  */
 #include "frwk_common/ipc/server/ipc_listener.h"
 
@@ -20,10 +20,10 @@ namespace {
 
 constexpr int kBacklog = 128;
 
-/* Who may write to the socket may connect, and so may end the module: its owner and root alone. */
+/* Whoever may write to the socket may connect, and end the module: only its owner and root. */
 constexpr mode_t kSocketMode = 0755;
 
-/* The file of an earlier run would refuse the bind for ever, and so would whatever another user put there. */
+/* Otherwise the file of an earlier run, or one of another user, would make bind fail. */
 void remove_old_socket(const char *path) {
     if (::unlink(path) != 0 && errno != ENOENT) {
         (void)set_aside_planted(path, FolderOwner::kTrusted);
@@ -46,7 +46,7 @@ int frwk_ipc_socket() {
         FRWK_WARN_ERRNO("set socket reuse address error!");
     }
 
-    // Before there is a file, which the bind makes with this mode less the umask.
+    // Before bind, which creates the file with this mode less the umask.
     if (::fchmod(fd.get(), kSocketMode) < 0) {
         FRWK_WARN_ERRNO("set ipc socket mode error!");
         return -1;

@@ -4,7 +4,7 @@
 #pragma once
 
 /*
- * Makes the calling module's listening socket, replacing the file of an earlier run.
- * Returns the descriptor, which the caller owns, or -1 after a log line.
+ * Creates the calling module's listening socket, replacing the file of an earlier run.
+ * Returns the descriptor, owned by the caller, or -1 after logging the failure.
  */
 int frwk_ipc_socket();

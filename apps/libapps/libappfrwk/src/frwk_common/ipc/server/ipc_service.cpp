@@ -1,7 +1,7 @@
 /*
- * The service thread: takes one connection after another and answers the one request that each brings.
+ * The service thread: accepts one connection at a time and answers its request.
  *
- * The listening socket and the thread live until the process ends.
+ * The listening socket and the thread exist until the process ends.
  */
 #include "frwk_common/ipc/server/ipc_service.h"
 
@@ -35,18 +35,18 @@ namespace {
 /* The status word of a module whose handler is registered. */
 constexpr uint32_t kStatusServing = 1;
 
-/* The steps of an exchange log under its name. */
+/* The steps of an exchange log with this name. */
 constexpr char kExchange[] = "frwk_ipc_handle";
 
 using IpcBuffer = SmallBuffer<kIpcFixedBuffer>;
 
 /*
- * A request as it arrives: the header and as much of the body as has a place here come with one read where
- * they are there already. A body without a place here moves to a block of its own.
+ * An incoming request. One read takes the header and as much of the body as fits here and has arrived. A
+ * larger body moves to a separate block.
  */
 class Request {
   public:
-    /* Returns false when no whole header came. */
+    /* Returns false if no complete header arrived. */
     bool receive_header(int fd, ExchangeWatch &watch) {
         const int32_t count = frwk_ipc_recv(fd, bytes_, sizeof(header_), sizeof(bytes_), watch);
         if (count < static_cast<int32_t>(sizeof(header_))) {
@@ -57,7 +57,7 @@ class Request {
         return true;
     }
 
-    /* Returns false, logged, when the body that the header announces can't be had whole. */
+    /* Returns false, and logs, if the announced body can't be received completely. */
     bool receive_body(int fd, ExchangeWatch &watch) {
         if (header_.data_len <= 0) {
             return true;
@@ -98,13 +98,14 @@ class Request {
     }
 
     frwk_ipc_header header_ = {};
-    uint32_t early_ = 0; /* bytes of the body that came with the header */
+    uint32_t early_ = 0; /* bytes of the body that were read with the header */
     unsigned char *body_ = nullptr;
     OwnedBlock block_;
     alignas(std::max_align_t) unsigned char bytes_[sizeof(frwk_ipc_header) + kIpcFixedBuffer];
 };
 
-/* Makes room for the answer, its header included, all zero: what a handler leaves alone arrives as zeros. */
+/* Allocates the answer, including its header, all zero: the peer receives zeros where the handler wrote
+ * nothing. */
 bool prepare_answer(const frwk_ipc_header &header, IpcBuffer *answer) {
     const std::optional<uint32_t> size = checked_add(header.rsp_size, sizeof(frwk_ipc_rsp_header));
     if (!answer->reserve_zeroed(size)) {
@@ -137,10 +138,10 @@ void send_answer(int fd, const frwk_ipc_header &header, apps_err_e_type result, 
     }
 }
 
-/* The connection that the service thread has taken, or -1. */
+/* The connection that the service thread is serving, or -1. */
 std::atomic<int> g_connection{-1};
 
-/* Notes a connection for as long as it is served. */
+/* Records a connection while it is served. */
 class Serving {
   public:
     explicit Serving(int connection) { g_connection.store(connection, std::memory_order_relaxed); }
@@ -150,8 +151,8 @@ class Serving {
 };
 
 /*
- * A forked child serves nobody. With its copies of the listening socket and of the connection open, peers
- * would wait for it when the module has died, instead of seeing that it has.
+ * A forked child does not serve. If it kept its copies of the listening socket and of the connection open,
+ * peers would not notice the end of the module.
  */
 void close_service_in_child() {
     const UniqueFd listener(g_s_ipcs_fd.exchange(-1));
@@ -205,7 +206,7 @@ void *frwk_ipc_loop(void *) {
     AcceptRecovery recovery;
     for (;;) {
         const int listener = g_s_ipcs_fd;
-        // cppcheck-suppress nullPointer ; accept4 takes null for a peer's address that is not wanted
+        // cppcheck-suppress nullPointer ; accept4 allows a null address
         const UniqueFd connection(::accept4(listener, nullptr, nullptr, SOCK_CLOEXEC));
         if (connection) {
             recovery.after_success();
@@ -220,7 +221,7 @@ void *frwk_ipc_loop(void *) {
 }
 
 void frwk_ipc_init() {
-    // A second try after a failure makes only what is missing: peers may already wait on the socket.
+    // After a failure, a retry creates only what is missing: peers may already wait on the socket.
     if (g_s_ipcs_fd < 0) {
         g_s_ipcs_fd = frwk_ipc_socket();
     }

@@ -3,11 +3,11 @@
  */
 #pragma once
 
-/* Makes the listening socket and starts the service thread; failures are asserted. Once, at start-up. */
+/* Creates the listening socket and starts the service thread; asserts on failure. Call once, at start-up. */
 void frwk_ipc_init();
 
 /* Entry of the service thread; never returns. */
 void *frwk_ipc_loop(void *unused);
 
-/* Serves the one request of a connection. fd: stays the caller's. */
+/* Serves the request of a connection. fd: owned by the caller. */
 void frwk_ipc_handle(int fd);

@@ -15,7 +15,7 @@ constexpr uint32_t kManyThreads = 100;
 std::atomic<uint32_t> g_threads{0};
 CrowdNotice<kManyThreads> g_notice;
 
-/* A forked child has none of its parent's threads. */
+/* The parent's threads don't exist in a forked child. */
 void forget_threads() {
     g_threads = 0;
     g_notice.fallen_to(0);

@@ -4,10 +4,10 @@
 #pragma once
 
 /*
- * Counts one more, before it is started; says so in the log when they are remarkably many. Returns false, and
- * counts nothing, when there may be no more.
+ * Counts a thread before it is started; logs when there are unusually many. Returns false, without counting
+ * it, if the limit is reached.
  */
 bool own_message_begins();
 
-/* One of them is over, or could not be started. */
+/* Uncounts a thread that has ended, or could not be started. */
 void own_message_ends();

@@ -1,12 +1,12 @@
 /*
- * Where a module's socket lies.
+ * The path of a module's socket.
  */
 #pragma once
 
 #include <sys/socket.h>
 #include <sys/un.h>
 
-/* A socket address as bind and connect take it: always handed over whole. */
+/* A socket address for bind and connect, which are always given its full size. */
 struct IpcAddress {
     sockaddr_un un;
 
@@ -16,5 +16,5 @@ struct IpcAddress {
 
 static_assert(sizeof(sockaddr_un) == 110);
 
-/* Makes the address of a module's socket; a path that is too long is cut. name: null stands for "". */
+/* Returns the address of a module's socket; a path that is too long is truncated. name: null means "". */
 IpcAddress ipc_address(const char *name);

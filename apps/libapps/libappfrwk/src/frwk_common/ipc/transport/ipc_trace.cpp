@@ -5,7 +5,7 @@
 
 namespace {
 
-/* A sender's id comes off the wire and may name an empty slot. */
+/* A sender's id comes from the message and may be an empty slot. */
 const char *shown_alias(int32_t id) {
     const char *alias = frwk_module_alias(id);
     return alias != nullptr ? alias : "unknown";
@@ -13,7 +13,7 @@ const char *shown_alias(int32_t id) {
 
 }  // namespace
 
-/* What is said of a number without a name is the base library's business: it may be nothing. */
+/* The base library may return null for a number without a name. */
 const char *frwk_ipc_message_name(int32_t msgid) {
     const char *name = zn_enum_to_str_apps_message_id_e_type(msgid);
     return name != nullptr ? name : "unknown";

@@ -1,6 +1,6 @@
 /*
- * Bytes over Unix-domain stream sockets. A pending connection is waited for with poll, never with a
- * descriptor set, which a descriptor of 1024 or more would overrun.
+ * Reads and writes on Unix-domain stream sockets. Waits use poll, not select, since a descriptor of 1024 or
+ * more would overrun select's descriptor set.
  */
 #include "frwk_common/ipc/transport/ipc_transport.h"
 
@@ -23,25 +23,25 @@
 
 namespace {
 
-/* Both reads log under the name of the plain one. */
+/* All reads log with this name. */
 constexpr char kRecv[] = "frwk_ipc_recv";
 
 constexpr uint32_t kMillisecondsPerSecond = 1000;
 
-/* Seconds as poll takes them; more than it can count is as long as it can count. */
+/* Converts seconds for poll, clamped to its maximum. */
 int poll_limit(uint32_t seconds) {
     constexpr uint32_t kMost = INT_MAX / kMillisecondsPerSecond;
     return static_cast<int>(std::min(seconds, kMost) * kMillisecondsPerSecond);
 }
 
-/* The flags of a socket that was just made are known: none but the one to take away. */
+/* A new socket has no other flags, so F_GETFL is not needed. */
 bool set_blocking(int fd) {
     return ::fcntl(fd, F_SETFL, 0) >= 0;
 }
 
 using Clock = std::chrono::steady_clock;
 
-/* How long one blocking call on the socket may wait for its peer. option: SO_SNDTIMEO or SO_RCVTIMEO. */
+/* Sets the time limit of a blocking call on the socket. option: SO_SNDTIMEO or SO_RCVTIMEO. */
 bool set_limit(int fd, int option, Clock::duration limit) {
     const auto whole = std::chrono::duration_cast<std::chrono::seconds>(limit);
     const auto rest = std::chrono::duration_cast<std::chrono::microseconds>(limit - whole);
@@ -52,8 +52,8 @@ bool set_limit(int fd, int option, Clock::duration limit) {
 }
 
 /*
- * Lets reads or writes of what is left block for a moment, where that is so much that waiting for each piece
- * apart would cost more. Returns whether they do.
+ * Lets reads or writes block for a moment if so much is left that a poll for each piece would cost more.
+ * Returns whether they may block.
  */
 bool may_block(int fd, uint32_t left, int option) {
     constexpr uint32_t kMuch = 128 * 1024;
@@ -62,8 +62,8 @@ bool may_block(int fd, uint32_t left, int option) {
 }
 
 /*
- * Waits in the receiver's full queue. The kernel wakes the call when a place is free, which poll can't tell
- * of a socket that has not connected yet.
+ * Waits while the receiver's backlog is full. A blocking connect is woken when a place is free; poll doesn't
+ * report that for a socket that is not connected.
  */
 bool connect_when_free(int fd, const IpcAddress &address, uint32_t timeout) {
     if (!set_blocking(fd)) {
@@ -82,20 +82,20 @@ bool connect_when_free(int fd, const IpcAddress &address, uint32_t timeout) {
     return false;
 }
 
-/* Waits for a connect in progress. What became of it shows at the first read or write. */
+/* Waits for a connect in progress. The first read or write reports its failure. */
 bool connect_in_progress(int fd, uint32_t timeout) {
     pollfd writable = {fd, POLLOUT, 0};
     return ::poll(&writable, 1, poll_limit(timeout)) > 0;
 }
 
-/* Tries at once, then waits as long as the limit allows. */
+/* Tries to connect at once, then waits up to the limit. */
 bool connect_within(int fd, const IpcAddress &address, uint32_t timeout) {
     if (::connect(fd, address.get(), IpcAddress::size()) == 0) {
         return true;
     }
     if (errno == EAGAIN && timeout > 0) {
-        // Yield first: a receiver that runs now drains its whole queue. If we block instead, it is woken once
-        // per place.
+        // Yield first: a receiver that runs now drains its whole backlog. If we block instead, it is woken
+        // once per slot.
         (void)::sched_yield();
         if (::connect(fd, address.get(), IpcAddress::size()) == 0) {
             return true;
@@ -107,12 +107,12 @@ bool connect_within(int fd, const IpcAddress &address, uint32_t timeout) {
     return errno == EINPROGRESS && connect_in_progress(fd, timeout);
 }
 
-/* Whether a read or write that moved nothing left the connection as it was. */
+/* Whether a failed read or write may be retried. */
 bool may_go_on(int error) {
     return error == EAGAIN || error == EINTR;
 }
 
-/* Waits for more. Returns 1 to look again, otherwise what the read returns, logged. */
+/* Waits for more bytes. Returns 1 to retry, otherwise the result of the read, after logging it. */
 int32_t wait_for_bytes(int fd, uint32_t done, IpcWait &wait) {
     switch (wait.wait(fd, POLLIN, done)) {
         case IpcWaited::kReady:
@@ -131,7 +131,7 @@ int32_t wait_for_bytes(int fd, uint32_t done, IpcWait &wait) {
     }
 }
 
-/* Waits until more can be written. Returns false, with errno set, when that is not to be. */
+/* Waits until more can be written. Returns false, with errno set, after a failure or time-out. */
 bool wait_for_room(int fd, uint32_t done, IpcWait &wait) {
     const IpcWaited waited = wait.wait(fd, POLLOUT, done);
     if (waited == IpcWaited::kTimeout) {
@@ -140,7 +140,7 @@ bool wait_for_room(int fd, uint32_t done, IpcWait &wait) {
     return waited == IpcWaited::kReady;
 }
 
-/* One write of what is left of two parts behind the first done bytes. */
+/* Writes the rest of two parts with one call. done: bytes already written. */
 ssize_t put_parts(int fd, uint32_t done, const void *head, uint32_t head_size, const void *rest,
                   uint32_t rest_size, int flags) {
     if (done >= head_size || rest_size == 0) {
@@ -159,11 +159,11 @@ ssize_t put_parts(int fd, uint32_t done, const void *head, uint32_t head_size, c
 }
 
 enum class Reading {
-    kLooking,  /* takes what is there; the caller's wait does the rest */
-    kStreaming /* may block for a moment where much is to come */
+    kLooking,  /* non-blocking; the caller's wait does the waiting */
+    kStreaming /* may block for a moment if much is left */
 };
 
-/* Results as frwk_ipc_recv. */
+/* Same results as frwk_ipc_recv. */
 int32_t read_at_least(int fd, void *buf, uint32_t least, uint32_t most, Reading reading, IpcWait &wait) {
     int flags = MSG_DONTWAIT;
     uint32_t total = 0;
@@ -178,7 +178,7 @@ int32_t read_at_least(int fd, void *buf, uint32_t least, uint32_t most, Reading 
         if (total >= least) {
             break;
         }
-        // Too few bytes are all that were there, so that one more look would find nothing.
+        // A short read took all that had arrived, so don't read again before the wait.
         if (reading == Reading::kStreaming && flags == MSG_DONTWAIT &&
             may_block(fd, least - total, SO_RCVTIMEO)) {
             flags = MSG_WAITALL;

@@ -1,21 +1,21 @@
 /*
- * How the reads and writes of a connection wait for their peer.
+ * The interface through which reads and writes wait for their peer.
  */
 #pragma once
 
 #include <cstdint>
 
-/* How a wait ended. */
+/* The result of a wait. */
 enum class IpcWaited {
-    kReady,   /* look again */
-    kTimeout, /* the peer has had its time */
-    kFailed   /* errno says why */
+    kReady,   /* retry */
+    kTimeout, /* the time limit is reached */
+    kFailed   /* see errno */
 };
 
-/* Waits in the place of a read or write that can't go on. */
+/* Waits when a read or write would block. */
 class IpcWait {
   public:
-    /* Waits for events of poll. done: bytes that the read or write has moved so far. */
+    /* Waits for poll events. done: bytes read or written so far. */
     virtual IpcWaited wait(int fd, short events, uint32_t done) = 0;
 
   protected:
