@@ -1,6 +1,6 @@
 /*
- * Writing a backup. It grows in a file of its own and takes its name when it is complete and enciphered:
- * killed at any moment, there is never a part of a backup under that name.
+ * Writes a backup to a temporary file, which gets the target's name when it is complete and encrypted. So the
+ * target is never a partial backup, even if the process is killed.
  *
  * No lock: one caller at a time for one target.
  */
@@ -28,11 +28,11 @@ constexpr char kAccountKey[] = "webs_backup_account";
 constexpr char kYes[] = "true";
 constexpr size_t kAnswerSize = 8;
 
-/* When a source becomes part of a backup. */
+/* The condition for including a source. */
 enum class Wanted {
     kAlways,
-    kWithAccounts,         /* when the device is set to back up its web accounts */
-    kWithAccountsIfPresent /* the same, and there is such a file */
+    kWithAccounts,         /* if web accounts are to be backed up */
+    kWithAccountsIfPresent /* the same, and the file exists */
 };
 
 struct Source {
@@ -41,7 +41,7 @@ struct Source {
     Wanted wanted;
 };
 
-/* What a backup is made of, in the order of its records. */
+/* The sources of a backup, in the order of its records. */
 constexpr Source kSources[] = {
     {paths::kUserData, FRWK_DBRM_DATA_DB, Wanted::kAlways},
     {paths::kWebAccounts, FRWK_DBRM_DATA_FILE, Wanted::kWithAccounts},
@@ -83,7 +83,7 @@ apps_err_e_type frwk_dbrm_backup_process(std::FILE *out) {
     return E_APPS_ERR_SUCCESS;
 }
 
-/* What the body may take with every source in it. */
+/* The largest possible size of the body, with every source, in bytes. */
 uint64_t largest_body() {
     uint64_t size = 0;
     for (const Source &source : kSources) {
@@ -113,7 +113,7 @@ apps_err_e_type frwk_dbrm_backup_process(GrowingBackup *growing) {
     return E_APPS_ERR_SUCCESS;
 }
 
-/* Makes a whole backup and gives it its name. */
+/* Writes the complete backup and gives it its name. */
 apps_err_e_type frwk_dbrm_backup(GrowingBackup *growing) {
     apps_err_e_type ret = frwk_dbrm_backup_process(growing);
     if (ret != E_APPS_ERR_SUCCESS) {

@@ -14,7 +14,7 @@ using backup_format::RecordHeaderBytes;
 
 namespace {
 
-/* The steps log under the name of the call. */
+/* The steps log with this name. */
 constexpr char kCheck[] = "frwk_dbrm_backup_check";
 
 void check_text(const RecordHeader &record, char *text) {

@@ -1,12 +1,12 @@
 /*
- * A look at a backup as a restore will read it, while it is still in the clear. One thread at a time.
+ * Checks a new backup before it is encrypted: reads it as a restore would. One thread at a time.
  */
 #pragma once
 
 /*
- * Warns where a restore would stop in the text of the database, with which the body begins: the lines behind
- * it would be lost. A body that can't be looked at is told as well. Fails nothing.
+ * Warns if a restore would stop within the database's text, at the beginning of the body, and lose the lines
+ * after that. Also logs a body that can't be read. Never fails the backup.
  *
- * path: of the finished body.
+ * path: the finished body.
  */
 void frwk_dbrm_backup_check(const char *path);

@@ -1,6 +1,6 @@
 /*
- * Bringing a backup back: deciphered and checked before anything on the device changes, then the
- * configuration is emptied and built up again, record by record.
+ * Restores a backup. It is decrypted and checked before anything on the device changes; then the
+ * configuration is emptied and restored record by record.
  *
  * No lock: one caller at a time.
  */
@@ -23,7 +23,7 @@ using backup_format::RecordHeaderBytes;
 
 namespace {
 
-/* The steps of the record walk log under its name. */
+/* The steps of the record walk log with this name. */
 constexpr char kProcess[] = "frwk_dbrm_restore_process";
 
 apps_err_e_type restore_file(std::FILE *file, const RecordHeader &record) {
@@ -42,7 +42,7 @@ apps_err_e_type restore_db(std::FILE *file, const RecordHeader &record) {
     return ret;
 }
 
-/* Brings back one record. A name without an end is none that a device wrote. */
+/* Restores one record. A name without a NUL is malformed. */
 apps_err_e_type restore_record(std::FILE *file, RecordHeader *record) {
     if (record->type != FRWK_DBRM_DATA_FILE && record->type != FRWK_DBRM_DATA_DB) {
         FRWK_WARN_AS(kProcess, "invalid data type=%u!", record->type);
@@ -55,7 +55,7 @@ apps_err_e_type restore_record(std::FILE *file, RecordHeader *record) {
     return record->type == FRWK_DBRM_DATA_FILE ? restore_file(file, *record) : restore_db(file, *record);
 }
 
-/* Brings back the records that the file's next remaining bytes hold. 64 bits, so that no length wraps. */
+/* Restores the records in the next "remaining" bytes of the file. 64 bits, so that no length wraps. */
 apps_err_e_type restore_records(std::FILE *file, uint64_t remaining) {
     while (remaining != 0) {
         RecordHeaderBytes bytes;
@@ -82,7 +82,7 @@ apps_err_e_type restore_all_records(std::FILE *file) {
     return restore_records(file, *size);
 }
 
-/* Brings back all records of a checked body, and removes it. */
+/* Restores all records of a checked body, and removes the file. */
 apps_err_e_type frwk_dbrm_restore_process(Upload *upload) {
     UniqueFile file(std::fopen(upload->file(), "rbe"));
     if (!file) {
@@ -92,12 +92,12 @@ apps_err_e_type frwk_dbrm_restore_process(Upload *upload) {
 
     const apps_err_e_type ret = restore_all_records(file.get());
     file.reset();
-    ::sync(); /* the files' names, and those of new folders, before their only other copy is gone */
+    ::sync(); /* the names of files and new folders must be on the disk before the backup is removed */
     upload->remove();
     return ret;
 }
 
-/* Deciphers and checks a backup, and puts it in the place of the configuration. */
+/* Decrypts and checks a backup, and replaces the configuration with it. */
 apps_err_e_type frwk_dbrm_restore(Upload *upload) {
     if (!zn_decrypt_file_ex(upload->file())) {
         upload->refuse();

@@ -12,8 +12,8 @@
 namespace {
 
 /*
- * Whether a request's field is a name that a tool may get. One without its NUL was cut by whoever filled it
- * in, and one with a leading '-' is an option to the tool.
+ * Whether a request's field is a valid name for a tool. A field without a NUL was truncated by the caller; a
+ * leading '-' would be an option of the tool.
  */
 template <size_t kSize>
 bool is_host(const char (&field)[kSize]) {
@@ -70,7 +70,7 @@ bool add_traceroute(const frwk_diag_req &req, DiagCommand *command) {
     return true;
 }
 
-/* Without a server there are two blanks before the redirection. */
+/* Without a server the command has two blanks before the redirection. */
 bool add_nslookup(const frwk_diag_req &req, DiagCommand *command) {
     const frwk_diag_nslookup_req &nslookup = req.nslookup;
     if (!is_host(nslookup.target) || !is_empty_or_host(nslookup.server)) {

@@ -1,6 +1,6 @@
 /*
- * Until a shell opens the file, which empties it, it holds one NUL: so a tool that printed nothing is told
- * from one that was never run.
+ * The output file of a diagnostic. It contains one NUL until a shell opens it, which truncates it. This
+ * distinguishes a tool without output from a tool that was never run.
  */
 #include "frwk_diag/diag_output.h"
 
@@ -22,7 +22,7 @@ constexpr char kStopped[] = "\n(the output was stopped at 16 MiB)\n";
 constexpr ssize_t kStoppedLength = sizeof(kStopped) - 1;
 static_assert(OS_COMMAND_FILE_MAX == 16 * 1024 * 1024);
 
-/* Whether a shell has opened the file, and it is still there; errno tells why not. */
+/* Whether a shell has opened the file, and the file still exists; if not, errno is set. */
 bool was_written(int fd, const char *path) {
     struct stat found = {};
     if (::fstat(fd, &found) != 0) {
@@ -37,7 +37,7 @@ bool was_written(int fd, const char *path) {
     return !untouched && found.st_nlink != 0;
 }
 
-/* A write that is cut short lacks room, and says nothing else. */
+/* A short write means that the disk is full; it doesn't set errno. */
 bool write_that_it_stopped(int fd) {
     errno = ENOSPC;
     return ::pwrite(fd, kStopped, kStoppedLength, OS_COMMAND_FILE_MAX) == kStoppedLength;

@@ -1,28 +1,27 @@
 /*
- * The file that a diagnostic's tool prints to. It is made before the tool runs, since the shell would follow
- * a link of its name, and write to whatever another user put there; and it is the one that is read, whatever
- * has its name then.
+ * The file for a tool's output. It is created before the tool runs, since the shell would follow a link with
+ * its name, or write to another user's file. This file is read, even if another one has its name afterwards.
  */
 #pragma once
 
 #include "support/unique_fd.h"
 
-/* Makes the file. Returns nothing owned, with errno set, when that fails. */
+/* Creates the file. Owns nothing, with errno set, on failure. */
 UniqueFd make_diag_output(const char *path);
 
 /*
- * Where the base library stopped an output at OS_COMMAND_FILE_MAX, adds a last line that says so. Failures
- * are logged; the output then stays as it is.
+ * If the base library stopped an output at OS_COMMAND_FILE_MAX, adds a last line about that. Logs failures;
+ * the output is then unchanged.
  *
- * output: what make_diag_output gave.
+ * output: from make_diag_output.
  */
 void mark_stopped_output(int output);
 
 /*
- * The file for reading, after the tool has run.
+ * Opens the file for reading, after the tool has run.
  *
- * output: what make_diag_output gave. path: where it was made.
- * Returns nothing owned, with errno set, when it was not made, when it is gone, and when no shell has opened
- * it: then it is removed.
+ * output: from make_diag_output. path: the file's path.
+ * Owns nothing, with errno set, if the file was not created or does not exist any more, or if no shell has
+ * opened it; it is then removed.
  */
 UniqueFile open_diag_output(UniqueFd output, const char *path);

@@ -1,5 +1,5 @@
 /*
- * One run of a diagnostic: the tool prints to a private file, the file becomes a text.
+ * One run of a diagnostic: the tool prints to a private file, whose content is then read into a text.
  */
 #include <sys/types.h>
 #include <unistd.h>
@@ -25,8 +25,8 @@
 namespace {
 
 /*
- * Waits for the tool, and ends what it leaves behind, so that nothing prints to the file any more. With a
- * base library that can't find that, the tool alone is waited for, and prints as much as it likes.
+ * Waits for the tool, and ends the processes that it left running, so that nothing prints to the file any
+ * more. With a base library without this function, it only waits for the tool, whose output is not limited.
  */
 void run_tool(const char *command, int output) {
     const Untranslated untranslated;
@@ -42,8 +42,8 @@ void run_tool(const char *command, int output) {
 }
 
 /*
- * The size of an open file, which is then at its beginning; nothing, and errno set, when it can't be had. One
- * that no buffer holds is cut to 32 bits.
+ * The size of an open file, which is then positioned at its beginning; nothing, with errno set, on failure. A
+ * size that no buffer can have is clamped to 32 bits.
  */
 std::optional<uint32_t> file_size(std::FILE *file) {
     if (::fseeko(file, 0, SEEK_END) != 0) {
@@ -67,8 +67,7 @@ apps_err_e_type read_output(frwk_diag_ctx *ctx) {
         return refuse_output();
     }
     const uint32_t size = *found;
-    const uint32_t room =
-        std::max(size, 1u); /* a buffer that is to hold nothing may stay without a byte for the NUL */
+    const uint32_t room = std::max(size, 1u); /* a base library may allocate no NUL for an empty buffer */
     if (zn_bf_grow(&ctx->buf, room) == 0) {
         FRWK_WARN("grow buffer failed!");
         return E_APPS_ERR_MALLOC;

@@ -1,21 +1,21 @@
 /*
- * The "C" locale for numbers with a fraction: their point is "." in every file and message, whatever locale
- * the module has set.
+ * The "C" locale for real numbers: the decimal point is "." in every file and message, whatever the module's
+ * locale.
  */
 #pragma once
 
 #include <locale.h>
 
 /*
- * Gives the calling thread the "C" locale until the end of the scope; other threads keep theirs. glibc and
- * musl have this locale built in: asking for it takes no memory and can't fail.
+ * Sets the "C" locale for the calling thread until the end of the scope. In glibc and musl this locale is
+ * built in: it needs no memory and can't fail.
  */
 class CLocale {
   public:
     CLocale() : c_(::newlocale(LC_ALL_MASK, "C", nullptr)), before_(::uselocale(c_)) {}
     ~CLocale() {
         (void)::uselocale(before_);
-        if (c_ != locale_t{}) { /* another C library may have had no memory for it */
+        if (c_ != locale_t{}) { /* another C library may fail without memory */
             ::freelocale(c_);
         }
     }

@@ -1,13 +1,13 @@
 /*
- * A monotonic clock that is cheap to read: it steps with the kernel's tick, some milliseconds at a time. For
- * waits of seconds, on paths where each message counts.
+ * A monotonic clock that is cheap to read; it steps with the kernel's tick, in steps of some milliseconds.
+ * For time limits of seconds on hot paths.
  */
 #pragma once
 
 #include <cstdint>
 #include <ctime>
 
-/* Milliseconds since some moment in the past. */
+/* Milliseconds since an undefined time in the past. */
 inline uint64_t coarse_ms() {
     constexpr uint64_t kMsPerSecond = 1000;
     constexpr long kNsPerMs = 1000L * 1000L;

@@ -1,5 +1,5 @@
 /*
- * The digits of decimal numbers. Up to 19 of them fit 64 bits whatever they are, so only more are watched.
+ * Parses decimal numbers. Any 19 digits fit into 64 bits, so only longer numbers are checked for overflow.
  */
 #include "internal/decimal.h"
 

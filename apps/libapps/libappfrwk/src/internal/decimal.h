@@ -1,26 +1,27 @@
 /*
  * Decimal numbers in texts from outside.
  *
- * They read as strtol and its siblings with base 10: blanks and a sign may come first, any other character
- * ends the number, no digits at all are 0, and what does not fit is the nearest that does, or for unsigned
- * types the largest, whatever its sign. Unlike them they ask for no locale and set no errno.
+ * They are parsed as by strtol and similar functions with base 10: leading white space and a sign are
+ * accepted, any other character ends the number, and no digits mean 0. A number out of range becomes the
+ * nearest limit, for unsigned types always the largest number. The functions don't depend on the locale and
+ * don't set errno.
  */
 #pragma once
 
 #include <algorithm>
 #include <cstdint>
 
-/* A number's magnitude and sign; the magnitude means nothing where it doesn't fit. */
+/* A number's magnitude and sign; the magnitude is undefined if it doesn't fit. */
 struct DecimalDigits {
     uint64_t magnitude;
     bool negative;
     bool fits;
 };
 
-/* Reads the number that a text begins with. */
+/* Parses the number at the beginning of a text. */
 DecimalDigits decimal_digits(const char *text);
 
-/* The number that a text begins with, of 64 bits. */
+/* The 64-bit number at the beginning of a text. */
 inline int64_t decimal_long_number(const char *text) {
     const DecimalDigits number = decimal_digits(text);
     constexpr uint64_t kMost = INT64_MAX;
@@ -31,7 +32,7 @@ inline int64_t decimal_long_number(const char *text) {
     return static_cast<int64_t>(number.fits ? std::min(number.magnitude, kMost) : kMost);
 }
 
-/* The same of 64 bits without a sign; a minus negates it within them. */
+/* The same for unsigned 64 bits; a minus negates the number within them. */
 inline uint64_t decimal_unsigned_number(const char *text) {
     const DecimalDigits number = decimal_digits(text);
     if (!number.fits) {
@@ -40,7 +41,7 @@ inline uint64_t decimal_unsigned_number(const char *text) {
     return number.negative ? -number.magnitude : number.magnitude;
 }
 
-/* The same of 32 bits, which the device's long has. */
+/* The same for 32 bits, the size of the device's long. */
 inline int32_t decimal_number(const char *text) {
     return static_cast<int32_t>(std::clamp<int64_t>(decimal_long_number(text), INT32_MIN, INT32_MAX));
 }

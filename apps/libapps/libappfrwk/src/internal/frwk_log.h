@@ -1,5 +1,5 @@
 /*
- * The framework's way of logging: short names for the base library's two-channel macros.
+ * The framework's log macros: short names for the base library's macros.
  *
  * Log from named functions, never from a lambda: the function's name is part of the line.
  */
@@ -18,13 +18,12 @@
 #define FRWK_WARN_ERRNO_AS(function, text) OS_LOG_ERRNO_AS(function, text)
 
 /*
- * Hands a condition that has to hold to the base library. When it doesn't, a device's own library may do
- * anything, up to ending the process: only for what start-up and a service thread can't do without.
+ * Asserts a condition with the base library. If it is false, a device's own library may end the process, so
+ * use this only for conditions that start-up and the service thread require.
  */
 #define FRWK_ASSERT(condition, text, message) OS_LOG_ASSERT(condition, text, message)
 
-/* Logs a check that failed in an assertion's words. The caller has made a mistake, and the process goes on.
- */
+/* Logs a failed check with the text of an assertion. The caller made a mistake; the process continues. */
 #define FRWK_WARN_FAILED(text, message) FRWK_WARN("ASSERT(%s) %s", (text), (message))
 #define FRWK_WARN_FAILED_AS(function, text, message) \
     FRWK_WARN_AS(function, "ASSERT(%s) %s", (text), (message))

@@ -1,6 +1,6 @@
 /*
- * A file is looked at once it is open and before anything is done to it, so that nothing can change in
- * between.
+ * Opens guarded files. A file is checked after it was opened and before it is used, so that nobody can
+ * replace it in between.
  */
 #include "internal/guarded_file.h"
 
@@ -16,7 +16,7 @@ namespace {
 
 constexpr mode_t kRights = 07777;
 
-/* 0, or the errno value that says why this is no file. */
+/* 0, or the errno value for a node that is not a regular file. */
 int kind_error(const struct stat &found) {
     if (S_ISDIR(found.st_mode)) {
         return EISDIR;
@@ -24,7 +24,7 @@ int kind_error(const struct stat &found) {
     return S_ISREG(found.st_mode) ? 0 : EINVAL;
 }
 
-/* Does what the flags ask for beside opening. Returns 0 or an errno value. */
+/* Applies the flags after opening. Returns 0 or an errno value. */
 int settle(int fd, const struct stat &found, int flags, mode_t mode) {
     if ((flags & O_CREAT) != 0 && !narrow_rights(fd, found, mode)) {
         return errno;
@@ -33,7 +33,7 @@ int settle(int fd, const struct stat &found, int flags, mode_t mode) {
     return has_text && ::ftruncate(fd, 0) != 0 ? errno : 0;
 }
 
-/* 0, or the errno value that says why an open file is not given to the caller; EPERM for a planted one. */
+/* Checks an open file. Returns 0, or the errno value if it is refused; EPERM for a planted one. */
 int look_at(int fd, const char *path, int flags, mode_t mode, Planted planted) {
     struct stat found;
     if (::fstat(fd, &found) != 0) {

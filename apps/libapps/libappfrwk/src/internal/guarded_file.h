@@ -1,5 +1,5 @@
 /*
- * Opening the device's files so that nobody else decides what is read, or what is written to.
+ * Opens the device's files so that no other user can choose which file is read or written.
  */
 #pragma once
 
@@ -9,23 +9,23 @@
 
 #include "support/unique_fd.h"
 
-/* What to do with what another user may have put in a file's place. */
+/* What to do with a file that another user may have planted. */
 enum class Planted {
-    kRefuse,  /* with a line in the log; errno is EPERM */
-    kSetAside /* it gets another name, and a new file is made; only with O_CREAT */
+    kRefuse,  /* log it; errno is EPERM */
+    kSetAside /* rename it and create a new file; only with O_CREAT */
 };
 
 /*
- * Opens a regular file that belongs to this process's user, to root or to the owner of its folder, and is no
- * symbolic link.
+ * Opens a regular file that belongs to this process's user, to root or to the owner of its folder, and is not
+ * a symbolic link.
  *
- * path: absolute. flags: those of open(2) beside O_CLOEXEC; O_TRUNC empties the file once it is known to be
- * right. mode: the rights of a new file, less the umask. With O_CREAT a file of this process's user keeps no
- * others. Returns nothing owned, with errno set, when that fails: ELOOP for a link, EISDIR and EINVAL for
- * what is no file.
+ * path: absolute. flags: those of open(2) except O_CLOEXEC, which is always set; O_TRUNC empties the file
+ * after the check. mode: the permissions of a new file, less the umask. With O_CREAT, permissions beyond
+ * these are removed from an existing file of this process's user. Owns nothing, with errno set, on failure:
+ * ELOOP for a link, EISDIR and EINVAL if it is not a regular file.
  */
 UniqueFd open_guarded(const char *path, int flags, mode_t mode, Planted planted);
 
-/* The same as a stream. stream_mode: that of fdopen(3) which the flags stand for. */
+/* The same as a stream. stream_mode: the mode for fdopen(3), which must match the flags. */
 UniqueFile open_guarded_stream(const char *path, int flags, mode_t mode, Planted planted,
                                const char *stream_mode);

@@ -1,5 +1,5 @@
 /*
- * Which folders there are, who may write to them, and what to do when others can.
+ * The working folders: creates them, checks who may write to them, and closes them.
  */
 #include "internal/guarded_folder.h"
 
@@ -21,12 +21,12 @@ constexpr mode_t kAccess = 0777;
 constexpr mode_t kNewFolder = 0755;
 constexpr mode_t kOthersWrite = S_IWGRP | S_IWOTH;
 
-/* Those that the library makes where they are missing. */
+/* Folders that the library creates if they are missing. */
 constexpr const char *kOwnFolders[] = {paths::kTempFolder,        paths::kLockFolder,
                                        paths::kIpcFolder,         paths::kSubscribeFolder,
                                        paths::kSubscribeFolderEx, paths::kTraceMaskFolder};
 
-/* Those of the device's image, and the database's. What lies in any of them is believed by some module. */
+/* Folders of the device's image, and of the database. Modules trust the files in them. */
 constexpr const char *kImageFolders[] = {paths::kDataFolder,
                                          paths::kUserFolder,
                                          paths::kUserDatabaseFolder,
@@ -84,7 +84,7 @@ void make_guarded_folder(const char *path) {
     close_folder(path, made);
 }
 
-/* The shell's mkdir would leave /tmp/m_tmp open to all for a moment where the umask does. */
+/* With an open umask, the shell's mkdir would leave /tmp/m_tmp writable for everybody for a moment. */
 void make_guarded_temp_folder(const char *path) {
     if (os_file_exist(paths::kTempFolder) == 0 && ::mkdir(paths::kTempFolder, kNewFolder) == 0) {
         close_folder(paths::kTempFolder, true);

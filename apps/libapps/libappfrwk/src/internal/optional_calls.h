@@ -1,6 +1,6 @@
 /*
- * The calls of our own base library that a device's may come without. Each is null there, and whoever makes
- * it knows how to do without.
+ * Functions of our base library that a device's library may lack. They are null then, and each caller has a
+ * fallback.
  */
 #pragma once
 

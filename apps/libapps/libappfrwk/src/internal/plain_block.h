@@ -1,5 +1,5 @@
 /*
- * A tracked block for what is about to be overwritten, without the time that zeroing it takes.
+ * Allocates tracked blocks without zeroing them, for callers that overwrite the complete block.
  */
 #pragma once
 
@@ -9,7 +9,7 @@
 #include "internal/optional_calls.h"
 #include "os_mem.h"
 
-/* As os_mem_malloc, but nobody has to zero the block. */
+/* As os_mem_malloc, but the block need not be zeroed. */
 inline void *plain_block(size_t size) {
     if (os_mem_zeroing == nullptr) {
         return os_mem_malloc(size);

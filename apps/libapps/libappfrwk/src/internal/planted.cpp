@@ -1,5 +1,5 @@
 /*
- * Looks at owners and names only; what a file holds is never read.
+ * Checks owners and link counts; never reads a file.
  */
 #include "internal/planted.h"
 

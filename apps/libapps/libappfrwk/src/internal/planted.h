@@ -1,9 +1,9 @@
 /*
- * What another user may have put in the place of one of the device's files or folders while a folder was open
- * to all.
+ * Detects files and folders that another user may have planted in the place of the device's own, while a
+ * folder was writable for everybody.
  *
- * Another user is neither this process's nor root. A regular file with a second name counts too: it may be
- * anybody's, linked there so that it is written to.
+ * Another user is neither this process's user nor root. A regular file with a second hard link counts as
+ * planted too: somebody may have linked another file there so that it is overwritten.
  */
 #pragma once
 
@@ -11,7 +11,7 @@
 #include <sys/types.h>
 #include <unistd.h>
 
-/* Whether the owner of a folder may own what lies in it: the owner could replace it at any time anyway. */
+/* Whether to trust files of the folder's owner, who could replace every file in the folder anyway. */
 enum class FolderOwner {
     kTrusted,
     kStranger
@@ -23,21 +23,20 @@ inline bool is_trusted_owner(uid_t user) {
 }
 
 /*
- * Whether another user may have put there what is at a path.
+ * Whether another user may have planted the file at a path.
  *
- * path: absolute. found: what is there, by lstat(2) or fstat(2).
+ * path: absolute. found: the result of lstat(2) or fstat(2).
  */
 bool is_planted(const char *path, const struct stat &found, FolderOwner folder_owner);
 
 /*
- * Renames what another user may have put there to NAME.planted-UPTIME, for whoever looks into it, and says so
- * in the log. Returns whether the path is free now; false when there was nothing of the kind, and when it
- * can't be renamed, which is logged.
+ * Renames a planted file to NAME.planted-UPTIME, for a later inspection, and logs that. Returns true if it
+ * was renamed; false if the file is not planted, or can't be renamed, which is logged.
  */
 bool set_aside_planted(const char *path, FolderOwner folder_owner);
 
 /*
- * Takes the access rights beyond the given ones from an open file of this process's user; others' stay as
- * they are. Returns false, with errno set, when that fails.
+ * Removes permissions beyond the given ones from an open file of this process's user; ignores files of other
+ * users. Returns false, with errno set, on failure.
  */
 bool narrow_rights(int fd, const struct stat &found, mode_t most);

@@ -10,10 +10,10 @@
 #include "os_process.h"
 
 /*
- * Runs a command, which has to be a safe one. One that could not be run is logged; what it thinks of its own
- * work is its caller's business.
+ * Runs a command, which must be safe. Logs a command that could not be run; the caller checks the exit
+ * status.
  *
- * Returns what system(3) does.
+ * Returns the result of system(3).
  */
 inline int32_t run_shell(const char *command) {
     const int32_t status = os_system(command);
@@ -32,7 +32,7 @@ inline void shell_and_sync(const char *command) {
 /*
  * Runs a command on a path, such as "mkdir -p" on one of the device's folders.
  *
- * path: any; one that is too long for the command is reported.
+ * path: any; a path that is too long for the command is logged.
  * Returns whether the command was run.
  */
 inline bool run_on_path(const char *verb, const char *path) {

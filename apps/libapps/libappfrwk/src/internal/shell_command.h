@@ -1,6 +1,6 @@
 /*
- * A shell command that is put together piece by piece: fixed texts and numbers as they are, and words from
- * outside in a form in which the shell takes each as one plain argument.
+ * Builds a shell command piece by piece: fixed texts and numbers unchanged, and words from outside quoted, so
+ * that the shell passes each one as a single argument.
  *
  *     ShellCommand<256> command;
  *     command.add("cp ").add_word(source).add(" ").add_word(target);
@@ -8,8 +8,8 @@
  *         os_system(command.text());
  *     }
  *
- * A word that begins with '-' is still an option to the tool that gets it: whoever takes one from outside
- * checks that.
+ * A word that begins with '-' is still an option of the tool: the caller must check words from outside for
+ * that.
  */
 #pragma once
 
@@ -17,20 +17,20 @@
 #include <cstdio>
 #include <cstring>
 
-/* The characters that mean nothing to the shell. */
+/* The characters without a special meaning to the shell. */
 inline constexpr char kShellSafe[] =
     "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789_-./:,@%+=";
 
-/* Whether the shell takes the word as it is. */
+/* Whether a word needs no quotes. */
 inline bool is_shell_safe(const char *word) {
     return *word != '\0' && word[std::strspn(word, kShellSafe)] == '\0';
 }
 
-/* kSize: of the buffer, the terminator included. A piece that does not fit is left out whole. */
+/* kSize: size of the buffer in bytes, including the NUL. A piece that does not fit is left out completely. */
 template <size_t kSize>
 class ShellCommand {
   public:
-    /* Adds a text of the program's own, formatted as printf does; no %s may come from outside. */
+    /* Adds a formatted text of the program; no argument for %s may come from outside. */
     __attribute__((format(printf, 2, 3))) ShellCommand &add(const char *format, ...) {
         va_list args;
         va_start(args, format);
@@ -41,7 +41,7 @@ class ShellCommand {
         return *this;
     }
 
-    /* Adds one argument: as it is when all its characters are safe, else in single quotes. */
+    /* Adds one argument: unchanged if all its characters are safe, else in single quotes. */
     ShellCommand &add_word(const char *word) {
         size_t end = length_;
         const bool fits = is_shell_safe(word) ? put(&end, word, std::strlen(word)) : put_quoted(&end, word);
@@ -49,7 +49,7 @@ class ShellCommand {
         return *this;
     }
 
-    /* Whether every piece has fitted. A command that is not complete must not be run. */
+    /* Whether every piece has fitted. An incomplete command must not be run. */
     bool complete() const { return complete_; }
     const char *text() const { return text_; }
 
@@ -63,7 +63,7 @@ class ShellCommand {
         return true;
     }
 
-    /* Within single quotes only the quote itself means something: it is put between two quoted parts. */
+    /* Within single quotes only the quote itself is special: it is added between two quoted parts. */
     bool put_quoted(size_t *end, const char *word) {
         bool fits = put(end, "'", 1);
         for (; fits && *word != '\0'; ++word) {

@@ -1,6 +1,6 @@
 /*
- * A buffer that lies in the caller's frame as long as it is small, and in one tracked block above that;
- * and the addition of sizes that came from outside.
+ * A buffer that is on the stack if it is small, and otherwise a tracked block; and the checked addition of
+ * sizes from outside.
  */
 #pragma once
 
@@ -13,7 +13,7 @@
 #include "internal/zeroed_block.h"
 #include "support/owned_block.h"
 
-/* Adds two sizes; nothing when the sum does not fit 32 bits. */
+/* Adds two sizes; nothing if the sum does not fit into 32 bits. */
 inline std::optional<uint32_t> checked_add(uint32_t a, uint32_t b) {
     uint32_t sum = 0;
     if (__builtin_add_overflow(a, b, &sum)) {
@@ -25,18 +25,19 @@ inline std::optional<uint32_t> checked_add(uint32_t a, uint32_t b) {
 template <uint32_t kFixedSize>
 class SmallBuffer {
   public:
-    // cppcheck-suppress uninitMemberVar ; it is about to be written, and zeroing it would cost each message
+    // cppcheck-suppress uninitMemberVar ; callers overwrite it, and zeroing it would cost time for each
+    // message
     SmallBuffer() = default;
     SmallBuffer(const SmallBuffer &) = delete;
     SmallBuffer &operator=(const SmallBuffer &) = delete;
 
     /*
-     * Makes room for size bytes. Once, before data(). Nothing stands for a size that overflowed.
-     * Returns false when there is no such block. The bytes start undefined.
+     * Makes room for size bytes. Call it once, before data(). An empty size means that its computation
+     * overflowed. Returns false without memory, or for an empty size. The bytes are uninitialised.
      */
     [[nodiscard]] bool reserve(std::optional<uint32_t> size) { return reserve_with(size, plain_block); }
 
-    /* The same with all of the size bytes zero. */
+    /* The same with zeroed bytes. */
     [[nodiscard]] bool reserve_zeroed(std::optional<uint32_t> size) {
         if (!reserve_with(size, zeroed_block)) {
             return false;

@@ -1,6 +1,6 @@
 /*
- * Tools answer in the language of the module's environment. What is read for fixed words, or handed on to
- * somebody who reads it so, is asked for untranslated; the text of the command stays as it is.
+ * Tools print in the language of the module's environment. Output that somebody searches for fixed words must
+ * be untranslated; the command's text must not change for that.
  */
 #pragma once
 
@@ -9,8 +9,8 @@
 #include "internal/optional_calls.h"
 
 /*
- * The calling thread's commands answer untranslated until the end of the scope, or, with a base library that
- * doesn't know how, in the language that the module has.
+ * Until the end of the scope, the calling thread's commands print untranslated output. With a base library
+ * without this function, they print in the module's language.
  */
 class Untranslated {
   public:

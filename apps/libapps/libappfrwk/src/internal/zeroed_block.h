@@ -1,5 +1,5 @@
 /*
- * A tracked block of zeros, whatever the base library's allocator leaves in it.
+ * Allocates tracked blocks of zeros, even if the base library's allocator doesn't zero them.
  */
 #pragma once
 
@@ -9,14 +9,14 @@
 
 #include "internal/plain_block.h"
 
-/* Larger blocks may have pages that the system has not given yet; reading such a page doesn't make it give
- * one. */
+/* Larger blocks may have pages that the kernel has not allocated yet; reading such a page doesn't allocate
+ * it. */
 inline constexpr size_t kClearedUnseen = 128u << 10;
 
-/* How much of a large block is looked at before it is cleared. */
+/* The size of the pieces of a large block that are checked before they are cleared. */
 inline constexpr size_t kClearedPiece = 4096;
 
-/* Clears bytes, and writes nothing where they are zero already. size: 1 or more. */
+/* Clears bytes, but does not write them if they are already zero. size: 1 or more. */
 inline void clear_used(unsigned char *bytes, size_t size) {
     const bool zero = bytes[0] == 0 && std::memcmp(bytes, bytes + 1, size - 1) == 0;
     if (!zero) {
@@ -24,7 +24,7 @@ inline void clear_used(unsigned char *bytes, size_t size) {
     }
 }
 
-/* As os_mem_malloc, but all bytes are zero. A large block costs no memory where the allocator got it so. */
+/* As os_mem_malloc, but all bytes are zero. Unused pages of a large block stay unallocated. */
 inline void *zeroed_block(size_t size) {
     if (size <= kClearedUnseen) {
         void *block = plain_block(size);

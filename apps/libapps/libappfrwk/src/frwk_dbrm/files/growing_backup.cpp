@@ -15,12 +15,12 @@ namespace {
 constexpr char kSuffix[] = ".unfinished";
 constexpr mode_t kOwnerOnly = S_IRUSR | S_IWUSR;
 
-/* Puts the name of the unfinished file together. False, with errno set, without room for it. */
+/* Makes the name of the unfinished file. Returns false, with errno set, if it is too long. */
 template <size_t kSize>
 bool add_suffix(const char *name, char (&longer)[kSize]) {
     const int length = std::snprintf(longer, kSize, "%s%s", name, kSuffix);
     if (length < 0 || static_cast<size_t>(length) >= kSize) {
-        longer[0] = '\0'; /* what was cut may be another file's name */
+        longer[0] = '\0'; /* a truncated name may be that of another file */
         errno = ENAMETOOLONG;
         return false;
     }
@@ -37,7 +37,7 @@ GrowingBackup::~GrowingBackup() {
     }
 }
 
-/* Whether what stands at the target, if anything, lets itself be written to. */
+/* Whether the target can be replaced: it doesn't exist, or can be opened for writing. */
 bool GrowingBackup::can_replace_target() const {
     const int follow = place_.is_closed ? 0 : O_NOFOLLOW;
     const UniqueFd present(
@@ -45,7 +45,7 @@ bool GrowingBackup::can_replace_target() const {
     return present || errno == ENOENT;
 }
 
-/* In place of what a killed process left. */
+/* Replaces a file that a killed process left. */
 UniqueFd GrowingBackup::create_unfinished() const {
     const int folder = place_.folder.get();
     (void)::unlinkat(folder, name_, 0);
@@ -84,7 +84,7 @@ bool GrowingBackup::deliver() {
            backup_io::sync(to.get());
 }
 
-/* Where the file system can. */
+/* Ignores file systems that can't sync a folder. */
 void GrowingBackup::sync_folder() const {
     const UniqueFd fd(::openat(place_.folder.get(), ".", O_RDONLY | O_CLOEXEC | O_DIRECTORY));
     if (fd) {

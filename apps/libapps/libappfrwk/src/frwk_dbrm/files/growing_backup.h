@@ -1,9 +1,9 @@
 /*
- * A backup that grows out of everybody's reach, since it holds secrets in the clear, and takes its target's
- * name when it is whole: beside its target, readable by nobody else; or, where another user could put
- * something in its place there, in a private folder, from which only the enciphered backup is copied. It is
- * gone at the end of its scope unless it took the name. What a killed process left of one is replaced by the
- * next one for the same target.
+ * A backup that is being written. Until it is encrypted it contains secrets, so no other user may access it.
+ * It is written to the target's folder, readable for its owner only. If another user could replace files
+ * there, it is written to a private folder, from which only the encrypted backup is copied. When it is
+ * complete it gets the target's name; otherwise the destructor removes it. The next backup to the same target
+ * replaces the leftovers of a killed process.
  *
  * One thread, and one process at a time for one target.
  */
@@ -18,25 +18,26 @@
 
 class GrowingBackup {
   public:
-    /* target: lives as long as this. */
+    /* target: must outlive the object. */
     explicit GrowingBackup(const char *target);
     ~GrowingBackup();
     GrowingBackup(const GrowingBackup &) = delete;
     GrowingBackup &operator=(const GrowingBackup &) = delete;
 
     /*
-     * Creates the file, to write to. body_size: tells how large it may become.
-     * Nothing, with errno set, where the target could not be written to.
+     * Creates the file and returns it for writing. body_size: returns its maximum size in bytes.
+     * Owns nothing, with errno set, if the target could not be written.
      */
     UniqueFile create(uint64_t (*body_size)());
 
-    /* Brings the finished file to its target's folder. False, with errno set, when that fails. */
+    /* Copies the finished file to the target's folder if necessary. Returns false, with errno set, on
+     * failure. */
     bool deliver();
 
-    /* Gives it the target's name, on the disk as well. False, with errno set, when that fails. */
+    /* Renames the file to the target and syncs. Returns false, with errno set, on failure. */
     bool take_place();
 
-    /* Removes what is at the target, unless it is a folder. */
+    /* Removes the target, unless it is a folder. */
     void remove_target() const;
 
     const char *path() const { return path_; }
@@ -48,8 +49,8 @@ class GrowingBackup {
     void sync_folder() const;
 
     const char *const target_;
-    Place place_;                  /* the target's; without a folder as long as it is not known */
-    char name_[NAME_MAX + 1] = ""; /* the unfinished file's, in the target's folder */
+    Place place_;                  /* the target; has no folder until it was found */
+    char name_[NAME_MAX + 1] = ""; /* the name of the unfinished file in the target's folder */
     PrivateFolder folder_;
     bool in_place_ = false;
     char path_[PATH_MAX] = "";

@@ -19,7 +19,7 @@
 
 namespace {
 
-/* Where the folder may be made, the best first. */
+/* The parents in which the folder may be created, in order of preference. */
 constexpr const char *kParents[] = {paths::kTempFolder, paths::kUserFolder};
 
 constexpr char kPrefix[] = "backup.private.";
@@ -27,7 +27,7 @@ constexpr char kRandom[] = "XXXXXX";
 constexpr char kFileName[] = "backup";
 constexpr size_t kNameLength = sizeof(kPrefix) - 1 + sizeof(kRandom) - 1;
 
-/* How often a new folder may be taken for a leftover before its maker gives up. */
+/* The number of attempts if other processes remove the new folder as a leftover. */
 constexpr int kAttempts = 10;
 
 constexpr int kOpenFolder = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
@@ -46,7 +46,7 @@ FolderStream read_folder(int folder, const char *name) {
     return stream;
 }
 
-/* The next name of a folder; null at its end. */
+/* The next entry of a folder; null at its end. */
 const char *next_name(const FolderStream &folder) {
     // cppcheck-suppress readdirCalled ; a stream of one thread, and readdir_r is withdrawn
     const dirent *entry = folder ? ::readdir(folder.get()) : nullptr;
@@ -56,7 +56,7 @@ const char *next_name(const FolderStream &folder) {
 void empty_folder(int folder) {
     const FolderStream stream = read_folder(folder, ".");
     while (const char *name = next_name(stream)) {
-        (void)::unlinkat(folder, name, 0); /* its own two names are no files */
+        (void)::unlinkat(folder, name, 0); /* fails for "." and ".." */
     }
 }
 
@@ -64,7 +64,7 @@ bool lock(int fd, int operation) {
     return uninterrupted([fd, operation] { return ::flock(fd, operation); }) == 0;
 }
 
-/* Without a living owner its lock is free. */
+/* Removes a folder if it is a leftover: nobody holds its lock. */
 void remove_leftover(const FolderStream &parent, const char *name) {
     const int in = ::dirfd(parent.get());
     const UniqueFd fd(::openat(in, name, kOpenFolder));
@@ -100,7 +100,7 @@ bool has_room(const char *parent, uint64_t room) {
     return true;
 }
 
-/* Whether a folder that is made at this path stays there. */
+/* Whether no other user can replace a folder that is created at this path. */
 bool is_safe(const char *path) {
     Place place;
     if (!find_place(path, LastLink::kKeep, &place)) {
@@ -114,7 +114,7 @@ bool is_safe(const char *path) {
 
 }  // namespace
 
-/* Locks the new folder. */
+/* Locks the new folder, and checks that it still exists. */
 PrivateFolder::Claim PrivateFolder::claim() {
     fd_.reset(::open(path_, kOpenFolder));
     if (!fd_) {
@@ -127,7 +127,7 @@ PrivateFolder::Claim PrivateFolder::claim() {
     return found.st_nlink != 0 ? Claim::kOurs : Claim::kCleared;
 }
 
-/* Makes a folder with a name that nobody has, and locks it. */
+/* Creates a folder with a new name, and locks it. */
 bool PrivateFolder::make_one(const char *parent) {
     for (int i = 0; i < kAttempts; ++i) {
         set_path(parent);
@@ -176,7 +176,7 @@ void PrivateFolder::discard() {
 
 PrivateFolder::~PrivateFolder() {
     if (fd_) {
-        (void)::unlinkat(fd_.get(), kFileName, 0); /* without memory for the list of the others */
+        (void)::unlinkat(fd_.get(), kFileName, 0); /* even if there is no memory to list the others */
         empty_folder(fd_.get());
         discard();
     }

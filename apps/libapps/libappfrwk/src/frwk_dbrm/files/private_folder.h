@@ -1,7 +1,7 @@
 /*
- * A folder of the caller's alone, for one file that must not lie where other users read or write. It is gone
- * with all that is in it at the end of its scope; what a killed process left is removed by the next one that
- * makes such a folder.
+ * A private folder of the caller, for one file that other users must not access. The destructor removes the
+ * folder and everything in it. If a killed process leaves one, the next process that creates such a folder
+ * removes it.
  *
  * One thread at a time for an object; any number of processes.
  */
@@ -19,19 +19,19 @@ class PrivateFolder {
     PrivateFolder &operator=(const PrivateFolder &) = delete;
 
     /*
-     * Makes the folder: on tmpfs, where what is in the clear never reaches a disk, or, where that has not so
-     * many bytes left, on the device's own disk, where the settings lie anyway. Returns false, with errno
-     * set.
+     * Creates the folder on tmpfs, so that unencrypted data never reaches a disk. If that has less than room
+     * bytes left, creates it on the device's disk, where the settings are unencrypted anyway. Returns false,
+     * with errno set, on failure.
      */
     bool make(uint64_t room);
 
-    /* The path of the one file, which the caller makes. On the way to it no other user can change a name. */
+    /* The path of the file, which the caller creates. No other user can change a folder in this path. */
     const char *file() const { return file_; }
 
   private:
     enum class Claim {
         kOurs,
-        kCleared, /* another process took it for a leftover */
+        kCleared, /* another process removed it as a leftover */
         kFailed
     };
 
@@ -43,5 +43,5 @@ class PrivateFolder {
 
     char path_[64] = "";
     char file_[80] = "";
-    UniqueFd fd_; /* locked as long as the folder is in use */
+    UniqueFd fd_; /* locked while the folder is in use */
 };

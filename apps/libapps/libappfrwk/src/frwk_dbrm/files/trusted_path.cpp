@@ -9,10 +9,10 @@
 
 namespace {
 
-constexpr int kLinksMax = 40; /* as many as the kernel follows */
+constexpr int kLinksMax = 40; /* the kernel's limit */
 constexpr mode_t kOthersWrite = S_IWGRP | S_IWOTH;
 
-/* A file, folder or link that is held without being opened. */
+/* A file, folder or link that is held with O_PATH. */
 struct Entry {
     UniqueFd fd;
     struct stat info = {};
@@ -27,13 +27,13 @@ bool is_trusted(uid_t owner) {
     return owner == 0 || owner == ::geteuid();
 }
 
-/* Whether no other user makes, moves or removes names in a folder. An access list shows in the group's
- * rights. */
+/* Whether no other user can create, rename or remove entries of a folder. The group's permissions include
+ * those of an access list. */
 bool is_closed(const struct stat &folder) {
     return is_trusted(folder.st_uid) && (folder.st_mode & kOthersWrite) == 0;
 }
 
-/* Whether no other user can put anything in the place of an entry. In a sticky folder its owner can. */
+/* Whether no other user can replace an entry. In a sticky folder the entry's owner can. */
 bool is_steady(const struct stat &folder, const struct stat &entry) {
     const bool is_kept = (folder.st_mode & S_ISVTX) != 0 && is_trusted(entry.st_uid);
     return is_closed(folder) || (is_trusted(folder.st_uid) && is_kept);
@@ -43,7 +43,7 @@ bool is_same(const struct stat &one, const struct stat &other) {
     return one.st_dev == other.st_dev && one.st_ino == other.st_ino;
 }
 
-/* Whether no other user can move the working folder, or one above it. */
+/* Whether no other user can rename the working folder, or one above it. */
 bool working_folder_is_steady() {
     Entry folder;
     if (!look_at(AT_FDCWD, ".", &folder)) {
@@ -64,10 +64,10 @@ bool working_folder_is_steady() {
     }
 }
 
-/* The way along a path, part by part. */
+/* Walks along a path, component by component. */
 class Walk {
   public:
-    /* Opens the folder that a path begins in. */
+    /* Opens the folder in which the path begins. */
     bool begin(const char *path) {
         if (*path == '\0') {
             errno = ENOENT;
@@ -80,7 +80,7 @@ class Walk {
         return look_at(AT_FDCWD, *path == '/' ? "/" : ".", &folder_);
     }
 
-    /* Goes on until the last part is reached. */
+    /* Continues to the last component. */
     bool run(LastLink last) {
         for (;;) {
             if (!take_part()) {
@@ -118,7 +118,7 @@ class Walk {
         return true;
     }
 
-    /* Moves the next part out of the rest. */
+    /* Takes the next component from the rest. */
     bool take_part() {
         const char *begin = rest_ + std::strspn(rest_, "/");
         const size_t length = std::strcspn(begin, "/");
@@ -136,7 +136,7 @@ class Walk {
         return look_at(folder_.fd.get(), part_, &entry) && S_ISLNK(entry.info.st_mode);
     }
 
-    /* Goes to the folder that the part is, or to where it links. */
+    /* Enters the folder that the component names, or its link's target. */
     bool enter() {
         Entry next;
         if (!look_at(folder_.fd.get(), part_, &next)) {
@@ -171,7 +171,7 @@ class Walk {
         return *target != '/' || look_at(AT_FDCWD, "/", &folder_);
     }
 
-    char rest_[PATH_MAX] = ""; /* begins with a slash, unless it is empty or begins the path */
+    char rest_[PATH_MAX] = ""; /* begins with a slash, unless it is empty or the path is relative */
     char part_[NAME_MAX + 1] = "";
     Entry folder_;
     int links_ = 0;

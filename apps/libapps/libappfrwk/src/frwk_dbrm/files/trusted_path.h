@@ -1,6 +1,6 @@
 /*
- * Where a path leads, and whether another user could make it lead elsewhere: a name is looked up once, and
- * everything is then done by way of the folder that was found.
+ * Resolves a path once, and determines whether another user could change its result. All further operations
+ * use the folder that was found.
  *
  * Another user is anybody but the caller and root. Any thread.
  */
@@ -10,24 +10,23 @@
 
 #include "support/unique_fd.h"
 
-/* What to do where the path's last part is a symbolic link. */
+/* What to do if the last component of the path is a symbolic link. */
 enum class LastLink {
     kKeep,
-    kFollow /* but only where no other user could have put it there */
+    kFollow /* but only if no other user could have created it */
 };
 
-/* The end of a path. */
+/* The result of resolving a path. */
 struct Place {
-    UniqueFd folder;               /* held by O_PATH */
-    char name[NAME_MAX + 1] = "";  /* in the folder; whether there is such a file is another question */
-    bool is_closed = false;        /* no other user can change any name on the way, or in the folder */
-    bool is_behind_a_link = false; /* the path's own last part is a link, which was followed */
+    UniqueFd folder;               /* opened with O_PATH */
+    char name[NAME_MAX + 1] = "";  /* in the folder; the file need not exist */
+    bool is_closed = false;        /* no other user can change the folder or a folder above it */
+    bool is_behind_a_link = false; /* the last component was a link, which was followed */
 };
 
 /*
- * Finds the folder that a path leads to. On the way a symbolic link that another user could have put there is
- * not followed.
+ * Finds the folder of a path. Does not follow a symbolic link that another user could have created.
  *
- * Returns false, with errno set: ELOOP for such a link, EISDIR for a path that ends in a slash.
+ * Returns false, with errno set, on failure: ELOOP for such a link, EISDIR for a path that ends with a slash.
  */
 bool find_place(const char *path, LastLink last, Place *place);

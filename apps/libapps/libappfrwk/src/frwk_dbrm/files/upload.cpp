@@ -16,10 +16,10 @@ constexpr mode_t kAccessBits = 07777;
 constexpr mode_t kOthersAccess = S_IRWXG | S_IRWXO;
 constexpr mode_t kOthersWrite = S_IWGRP | S_IWOTH;
 
-/* A removal logs under the name of the record walk, which it ends. */
+/* The removal is the last step of the record walk, and logs with its name. */
 constexpr char kProcess[] = "frwk_dbrm_restore_process";
 
-/* Opens a file, whatever lies there, without waiting and without following a link. */
+/* Opens a file without following a link, and without waiting for the writer of a pipe. */
 bool open_regular_file(const Place &place, UniqueFd *fd, struct stat *info) {
     fd->reset(::openat(place.folder.get(), place.name, O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
     if (!*fd || ::fstat(fd->get(), info) != 0) {
@@ -39,7 +39,7 @@ bool is_own(const struct stat &info) {
 
 }  // namespace
 
-/* Takes the rights of others away before it is deciphered. False where the file system keeps none. */
+/* Removes the permissions of others before the decryption. Returns false if the file system has none. */
 bool Upload::hide() {
     if ((info_.st_mode & kOthersAccess) == 0) {
         return true;
@@ -77,7 +77,7 @@ void Upload::refuse() {
     }
 }
 
-/* Whether the name stands for another file by now, which is not the caller's to remove. */
+/* Whether another file has the name now, which must not be removed. */
 bool Upload::was_replaced() const {
     struct stat found = {};
     return ::fstatat(place_.folder.get(), place_.name, &found, AT_SYMLINK_NOFOLLOW) == 0 &&

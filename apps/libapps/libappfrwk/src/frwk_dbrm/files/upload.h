@@ -1,8 +1,7 @@
 /*
- * A backup that somebody put where a restore is to take it from. It is opened once. Where another user could
- * change it, or what its name stands for, a copy in a private folder takes its place, so that what was
- * checked is what is restored, and nobody else can read it in the clear; the file itself then stays
- * enciphered.
+ * A backup that is to be restored. The file is opened once. If another user could change or replace it, it is
+ * copied to a private folder, and the copy is checked, decrypted and restored. So nobody can change the data
+ * after the check, or read it unencrypted; the file itself then stays encrypted.
  *
  * One thread at a time.
  */
@@ -18,21 +17,21 @@
 
 class Upload {
   public:
-    /* path: lives as long as this. */
+    /* path: must outlive the object. */
     explicit Upload(const char *path) : path_(path) {}
     Upload(const Upload &) = delete;
     Upload &operator=(const Upload &) = delete;
 
-    /* Finds the backup. Returns false, with errno set, when it can't be taken. */
+    /* Opens the backup, or copies it. Returns false, with errno set, on failure. */
     bool open();
 
-    /* The path of the file to decipher and read, which no other user can write, nor read once it is open. */
+    /* The path of the file to decrypt and read. No other user can write it, or read it after open(). */
     const char *file() const { return file_; }
 
-    /* It could not be deciphered: gives it the access rights that it came with. */
+    /* Restores the file's original permissions after its decryption failed. */
     void refuse();
 
-    /* Removes it, and the link that led to it. A failure is logged. */
+    /* Removes the file, and a link that led to it. Logs a failure. */
     void remove();
 
   private:
@@ -43,7 +42,7 @@ class Upload {
     const char *const path_;
     Place place_;
     UniqueFd fd_;
-    struct stat info_ = {}; /* as it came */
+    struct stat info_ = {}; /* the original owner and permissions */
     bool is_hidden_ = false;
     bool is_copied_ = false;
     PrivateFolder folder_;

@@ -12,7 +12,7 @@ constexpr unsigned kBitsPerByte = 8;
 constexpr uint32_t kHashSeed = 131;
 constexpr uint32_t kMagicMask = 0x7FFFFFFF;
 
-/* Where a member lies in the bytes. */
+/* The offset and size of a member. */
 template <typename Record, typename Member>
 struct FieldAt {
     static constexpr size_t kSize = sizeof(Member);
@@ -31,7 +31,7 @@ constexpr auto kRecordHeaderLayout = std::make_tuple(
 constexpr auto kTrailerLayout = std::make_tuple(field_at(0, &Trailer::magic), field_at(4, &Trailer::md5),
                                                 field_at(20, &Trailer::body_length));
 
-/* The bytes that fields take which follow each other without a gap; 0 when they don't. */
+/* The total size of fields if they are adjacent; 0 if there are gaps. */
 template <typename... Fields>
 constexpr size_t size_of(const std::tuple<Fields...> &layout) {
     size_t end = 0;

@@ -1,8 +1,8 @@
 /*
- * The bytes of a backup: the header of a data record and the trailer behind the last one, described once for
- * writing and reading. docs/backup-format.md shows them in a file.
+ * The format of a backup: the header of a data record and the trailer after the last record, for writing and
+ * reading. docs/backup-format.md has an example.
  *
- * Pure: knows nothing of files and of what a record stands for. Any thread.
+ * Pure: does not access files or interpret records. Any thread.
  */
 #pragma once
 
@@ -12,10 +12,10 @@
 #include <optional>
 #include <string_view>
 
-/* What a data record holds. */
+/* The types of data records. */
 enum : uint32_t {
-    FRWK_DBRM_DATA_FILE = 1, /* a file, copied back byte for byte */
-    FRWK_DBRM_DATA_DB = 2    /* lines of key=value, set one by one */
+    FRWK_DBRM_DATA_FILE = 1, /* a file, restored byte for byte */
+    FRWK_DBRM_DATA_DB = 2    /* lines of key=value, set in the database one by one */
 };
 
 namespace backup_format {
@@ -26,18 +26,18 @@ inline constexpr size_t kDigestSize = 16;
 inline constexpr size_t kRecordHeaderSize = 136;
 inline constexpr size_t kTrailerSize = 24;
 
-/* What stands in front of a record's data. */
+/* The header of a record. */
 struct RecordHeader {
     uint32_t type;
-    char name[kNameSize]; /* absolute path, zero-filled; one that was read may lack its NUL */
-    uint32_t length;      /* bytes of data behind the header */
+    char name[kNameSize]; /* absolute path, padded with zeros; may lack its NUL after reading */
+    uint32_t length;      /* bytes of data after the header */
 };
 
-/* The end of a backup. */
+/* The last part of a backup. */
 struct Trailer {
     uint32_t magic;           /* of the product that wrote it */
-    uint8_t md5[kDigestSize]; /* of all bytes in front of the trailer */
-    uint32_t body_length;     /* number of these bytes */
+    uint8_t md5[kDigestSize]; /* digest of the body, which is everything before the trailer */
+    uint32_t body_length;     /* bytes of the body */
 };
 
 using RecordHeaderBytes = std::array<unsigned char, kRecordHeaderSize>;
@@ -52,13 +52,13 @@ Trailer trailer_from(const TrailerBytes &bytes);
 /* Makes the header of a record. name: 1 to kNameLengthMax characters. */
 RecordHeader make_record_header(uint32_t type, std::string_view name, uint32_t length);
 
-/* Makes sure that the name ends. Returns false when it had no NUL and lost its last character. */
+/* Terminates the name. Returns false if it had no NUL, and has lost its last character. */
 bool terminate_name(RecordHeader *header);
 
-/* A number of bytes as the format holds it; nothing when it is too large for that. */
+/* Converts a number of bytes to a length field; nothing if it doesn't fit. */
 std::optional<uint32_t> as_length(uint64_t bytes);
 
-/* The number that binds a backup to the products of one name. */
+/* The number that binds a backup to products with this name. */
 uint32_t magic_of(std::string_view product_name);
 
 }  // namespace backup_format

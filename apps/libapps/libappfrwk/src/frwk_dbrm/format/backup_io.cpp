@@ -17,7 +17,7 @@ namespace {
 constexpr uint32_t kChunkSize = 1024;
 constexpr size_t kPieceSize = 16384;
 
-/* For the cipher's frame and the folders' own blocks. */
+/* For the overhead of the cipher and for the folders. */
 constexpr uint64_t kSpareRoom = 65536;
 
 UniqueFile without_buffer(std::FILE *opened) {

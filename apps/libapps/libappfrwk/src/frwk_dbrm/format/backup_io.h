@@ -1,6 +1,6 @@
 /*
- * The steps on files that writing and reading a backup share. They leave the cause of a failure in errno,
- * 0 where a file merely ended, and log nothing. Any thread, one file a thread.
+ * File operations for writing and reading a backup. They set errno on failure, to 0 if a file ended early,
+ * and log nothing. Any thread, but one thread per file.
  */
 #pragma once
 
@@ -20,18 +20,18 @@ enum class Copied {
 };
 
 /*
- * Opens a file as fopen does, closed on exec and without a buffer: a full disk shows in the write that it
- * refuses, not at the end.
+ * Opens a file as fopen does, closed on exec and unbuffered, so that the write that fills the disk fails, not
+ * a later flush.
  */
 UniqueFile open_to_write(const char *path, const char *mode);
 
-/* The same for an open file, which it takes over. */
+/* The same for an open descriptor; takes ownership. */
 UniqueFile write_to(UniqueFd fd, const char *mode);
 
-/* Moves to the end of a file and tells its size; nothing when that fails. */
+/* Moves to the end of a file and returns its size; nothing on failure. */
 std::optional<uint64_t> seek_to_end(std::FILE *file);
 
-/* Reads exactly size bytes; false when there are fewer. */
+/* Reads exactly size bytes; false if there are fewer. */
 bool read_all(std::FILE *file, void *bytes, size_t size);
 
 enum class Text {
@@ -40,25 +40,25 @@ enum class Text {
     kShortRead
 };
 
-/* Reads exactly length bytes and puts a NUL behind them. text: receives the block with kAll. */
+/* Reads exactly length bytes and appends a NUL. text: receives the block if the result is kAll. */
 Text read_text(std::FILE *file, uint32_t length, OwnedBlock *text);
 
-/* Copies exactly length bytes from where the files stand, a chunk at a time. */
+/* Copies exactly length bytes from and to the present positions, in chunks. */
 Copied copy(std::FILE *from, std::FILE *to, uint32_t length);
 
 /* Copies exactly length bytes from one descriptor to another. */
 bool copy_bytes(int from, int to, uint64_t length);
 
-/* What a file and its enciphered form, beside it for a moment, take on a disk at most. */
+/* The space for a file and its encrypted form at the same time, in bytes. */
 uint64_t room_for(uint64_t size);
 
-/* Writes out and closes a file; false when not all of it was written. */
+/* Flushes and closes a file; false if not everything was written. */
 bool finish(UniqueFile file);
 
-/* The same, and then the content outlasts a power cut, where there is a disk under the file. */
+/* The same, and syncs the file, if its file system can be synced. */
 bool finish_on_disk(UniqueFile file);
 
-/* Makes what was written to a file outlast a power cut, where there is a disk under it. */
+/* Syncs a file, if its file system can be synced. */
 bool sync(int fd);
 
 }  // namespace backup_io

@@ -10,7 +10,7 @@
 
 namespace {
 
-/* The steps log under the name of the call. */
+/* The steps log with this name. */
 constexpr char kBackupFile[] = "frwk_dbrm_backup_file";
 
 apps_err_e_type write_header(std::FILE *out, uint32_t type, const char *path, uint32_t length) {

@@ -21,7 +21,7 @@ namespace {
 constexpr char kProductNameKey[] = "device_product_name";
 constexpr size_t kProductNameSize = 64;
 
-/* The steps of these calls log under the calls' names. */
+/* The steps of these functions log with the functions' names. */
 constexpr char kPack[] = "frwk_dbrm_pack";
 constexpr char kUnpack[] = "frwk_dbrm_unpack";
 
@@ -53,7 +53,7 @@ apps_err_e_type append(const char *path, Trailer *trailer) {
     return E_APPS_ERR_SUCCESS;
 }
 
-/* Reads the trailer of a file and the number of bytes in front of it. */
+/* Reads the trailer of a file and the number of bytes before it. */
 apps_err_e_type read_trailer(const char *path, Trailer *trailer, uint64_t *body_size) {
     const UniqueFile file(std::fopen(path, "rbe"));
     if (!file) {
@@ -82,7 +82,7 @@ apps_err_e_type read_trailer(const char *path, Trailer *trailer, uint64_t *body_
     return E_APPS_ERR_SUCCESS;
 }
 
-/* Whether a trailer is one of this product's and counts the bytes that are there. */
+/* Checks that a trailer has this product's magic and the right length. */
 apps_err_e_type check_trailer(const Trailer &trailer, uint64_t body_size) {
     uint32_t magic = 0;
     if (!frwk_dbrm_get_magic(&magic)) {
@@ -100,7 +100,7 @@ apps_err_e_type check_trailer(const Trailer &trailer, uint64_t body_size) {
     return E_APPS_ERR_SUCCESS;
 }
 
-/* Whether the bytes of a body are those that its trailer was made for. */
+/* Checks the body against the trailer's digest. */
 apps_err_e_type check_body(const char *path, const Trailer &trailer) {
     uint8_t md5[backup_format::kDigestSize];
     if (!md5_encrypt_file(path, md5)) {

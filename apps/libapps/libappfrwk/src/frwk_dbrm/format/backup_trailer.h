@@ -1,6 +1,6 @@
 /*
- * The end of a backup that binds it to a product and proves its body whole: written behind a finished body,
- * checked and cut off before a body is trusted. One thread at a time for one file.
+ * The trailer of a backup, which binds the backup to a product and contains the body's digest. It is appended
+ * to a finished body, and checked and cut off before the body is used. One thread at a time for one file.
  */
 #pragma once
 
@@ -9,27 +9,27 @@
 #include "apps_err.h"
 
 /*
- * Tells the number that backups of this product carry.
+ * Reads the magic of this product's backups.
  *
  * magic: receives it; unchanged on failure.
- * Returns 1, or 0 when the database can't tell the product's name, which has been logged.
+ * Returns 1, or 0 if the database has no product name, which is logged.
  */
 int32_t frwk_dbrm_get_magic(uint32_t *magic);
 
 /*
- * Appends the trailer to a file that holds a body.
+ * Appends the trailer to a body.
  *
- * Returns E_APPS_ERR_SUCCESS; INTERNAL without magic or digest; IO when the file can't be opened to append;
- * FORMAT for a body of 4 GiB or more; WRITE when its length can't be told or the trailer not be written.
- * Failures have been logged.
+ * Returns E_APPS_ERR_SUCCESS; INTERNAL without magic or digest; IO if the file can't be opened for appending;
+ * FORMAT for a body of 4 GiB or more; WRITE if its length can't be determined or the trailer can't be
+ * written. Logs failures.
  */
 apps_err_e_type frwk_dbrm_pack(const char *path);
 
 /*
- * Checks the trailer of a deciphered file and cuts it off, so that the file holds the body only.
+ * Checks the trailer of a decrypted file and cuts it off, so that only the body is left.
  *
- * Returns E_APPS_ERR_SUCCESS; IO when the file can't be opened or cut; READ when it can't be read; FORMAT
- * when it is too short, of another product, of another length or altered; INTERNAL without magic or digest.
- * Failures have been logged; the file may have lost its trailer then.
+ * Returns E_APPS_ERR_SUCCESS; IO if the file can't be opened or truncated; READ if it can't be read; FORMAT
+ * if it is too short, of another product, of another length or altered; INTERNAL without magic or digest.
+ * Logs failures; the trailer may be cut off even after a failure.
  */
 apps_err_e_type frwk_dbrm_unpack(const char *path);

@@ -10,10 +10,10 @@ namespace database_text {
 namespace {
 
 constexpr char kLineEnds[] = "\r\n";
-constexpr char kBlanks[] = " \t"; /* as frwk_skip_space has them */
+constexpr char kBlanks[] = " \t"; /* the same as in frwk_skip_space */
 constexpr char kComment = '#';
 
-/* Ends the line that begins at text, and returns where the next one begins. */
+/* Terminates the line that begins at text, and returns the beginning of the next line. */
 char *cut_line(char *text, Line *line) {
     line->number = line->next;
     char *end = text + std::strcspn(text, kLineEnds);
@@ -36,7 +36,7 @@ Found split_line(char *text, Line *line) {
     return Found::kPair;
 }
 
-/* Why the database would not take a key and its value; null when it would. */
+/* The reason why the database would refuse a key and its value; null if it would accept them. */
 const char *objection_to(const Line &line) {
     if (*line.key == '\0') {
         return "the key is empty";

@@ -1,9 +1,8 @@
 /*
- * The text of a database file, line by line, as a restore sets it: key=value, comments that begin with '#';
- * and where a restore would stop.
+ * Parses the text of a database record line by line: key=value, and comments that begin with '#'. Also finds
+ * the line at which a restore would stop.
  *
- * Pure: takes the text apart in place, knows of the database no more than the lengths that it takes. Any
- * thread.
+ * Pure: parses the text in place; uses only the database's length limits. Any thread.
  */
 #pragma once
 
@@ -11,41 +10,43 @@
 
 namespace database_text {
 
-/* What was found at the next line that is no comment. */
+/* The kinds of lines other than comments. */
 enum class Found {
-    kEnd,  /* no line is left */
+    kEnd,  /* the end of the text */
     kPair, /* a key and its value */
     kOther /* a line without '=' */
 };
 
-/* Parts of the text, each with its NUL. */
+/* A parsed line; its parts are NUL-terminated and point into the text. */
 struct Line {
-    const char *key = "";   /* of a line without '=': all of it */
-    const char *value = ""; /* everything behind the first '=' */
-    unsigned number = 1;    /* of the line, from 1; LF ends one */
-    unsigned next = 1;      /* of the line behind it */
+    const char *key = "";   /* the complete line if it has no '=' */
+    const char *value = ""; /* everything after the first '=' */
+    unsigned number = 1;    /* line number, from 1; LF ends a line */
+    unsigned next = 1;      /* number of the next line */
 };
 
 /*
- * Takes the next line that is no comment.
+ * Parses the next line that is not a comment.
  *
- * at: where to begin in the text, which ends with a NUL; moved behind the line. Line ends and the first '='
+ * at: the position in the NUL-terminated text; moved past the line. Line ends and the first '='
  * of the line are overwritten with NUL.
- * line: receives its parts, of which those are unchanged at the end. The same one for all lines of a text.
+ * line: receives the parts; key and value are unchanged at the end. Use the same object for all lines of a
+ * text.
  */
 Found next_line(char **at, Line *line);
 
-/* Bytes in front of what next_line found last, a line or the end. text: where it all began. */
+/* The number of bytes before the last result of next_line, a line or the end. text: the beginning of the
+ * text. */
 size_t passed(const char *text, Found last, const char *at, const Line &line);
 
-/* Where a restore would stop before it has set every line of a text. */
+/* The place where a restore would stop before the end of the text. */
 struct Stop {
-    const char *reason = nullptr; /* why, in words; null when it would not */
+    const char *reason = nullptr; /* null if it would not stop */
     unsigned line = 0;
-    size_t bytes = 0; /* in front of that line */
+    size_t bytes = 0; /* before that line */
 };
 
-/* text: length bytes and a NUL, taken apart in place. */
+/* text: length bytes and a NUL, parsed in place. */
 Stop find_stop(char *text, size_t length);
 
 }  // namespace database_text

@@ -22,11 +22,11 @@ namespace {
 
 constexpr size_t kCommandSize = 256;
 
-/* The steps of a record log under the name of its call. */
+/* The steps of restoring a record log with this name. */
 constexpr char kRestoreFile[] = "frwk_dbrm_restore_file";
 constexpr char kRestoreDb[] = "frwk_dbrm_restore_db";
 
-/* Makes the folder of a file where it is missing. When that fails, opening the file tells. */
+/* Creates the folder of a file if it is missing. A failure shows when the file is opened. */
 void make_folder_of(const char *name) {
     const char *separator = std::strrchr(name, '/');
     if (separator == nullptr) {
@@ -36,7 +36,7 @@ void make_folder_of(const char *name) {
         return;
     }
     if (separator == name) {
-        return; /* in the root, which is always there; mkdir has no word for it once the name is cut */
+        return; /* the root always exists; without this, the path for mkdir would be empty */
     }
 
     char folder[backup_format::kNameSize] = "";
@@ -48,7 +48,7 @@ void make_folder_of(const char *name) {
     }
 }
 
-/* Opens a file to be written anew. One that exists keeps its mode; a new one gets 0600, since it may hold
+/* Opens a file and truncates it. An existing file keeps its mode; a new one gets 0600, since it may contain
  * secrets. */
 UniqueFd open_target(const char *name) {
     return UniqueFd(::open(name, O_RDWR | O_CREAT | O_TRUNC | O_CLOEXEC, S_IRUSR | S_IWUSR));
@@ -82,7 +82,7 @@ Found frwk_dbrm_get_keyvalue(char **text, Line *line) {
     return found;
 }
 
-/* What a restore leaves out shows nowhere else. */
+/* Warns about the part of a text that is not restored, since nothing else shows it. */
 void warn_of_the_rest(size_t passed, uint32_t length) {
     if (passed < length) {
         FRWK_WARN_AS(kRestoreDb, "only %zu of %u bytes of the db record were restored!", passed, length);
@@ -98,7 +98,7 @@ bool set_pair(const Line &line) {
     return true;
 }
 
-/* Sets every key of a text of so many bytes. */
+/* Sets every key of a text. length: bytes of the text. */
 apps_err_e_type frwk_dbrm_restore_db(char *text, uint32_t length) {
     char *at = text;
     Line line;
@@ -111,7 +111,7 @@ apps_err_e_type frwk_dbrm_restore_db(char *text, uint32_t length) {
     return is_set ? E_APPS_ERR_SUCCESS : E_APPS_ERR_PROCESS;
 }
 
-/* Sets every key of the text that the backup holds next, and gives its memory back. */
+/* Reads the next text of the backup, sets its keys and frees it. */
 apps_err_e_type frwk_dbrm_restore_db(std::FILE *backup, uint32_t length) {
     OwnedBlock text;
     switch (backup_io::read_text(backup, length, &text)) {

@@ -1,6 +1,6 @@
 /*
- * One data record of a backup brought back: a file at its path, the lines of a database in the database. What
- * a record says is trusted, since only a device with the key can have written it. One thread at a time.
+ * Restores one data record of a backup: a file to its path, the lines of a database text to the database. The
+ * content is trusted, since only a device with the key can have written it. One thread at a time.
  */
 #pragma once
 
@@ -10,19 +10,19 @@
 #include "frwk_dbrm/format/backup_format.h"
 
 /*
- * Writes a file. An empty record removes it instead.
+ * Restores a file. An empty record removes it.
  *
- * backup: stands behind the record's header. record: with a name that ends.
- * Returns E_APPS_ERR_SUCCESS; IO when the file can't be created, and when that fails halfway READ or WRITE:
- * then the file is gone. Failures have been logged.
+ * backup: positioned after the record's header. record: with a NUL-terminated name.
+ * Returns E_APPS_ERR_SUCCESS; IO if the file can't be created; READ or WRITE if the copy fails midway, and
+ * then the file is removed. Logs failures.
  */
 apps_err_e_type frwk_dbrm_restore_file(std::FILE *backup, const backup_format::RecordHeader &record);
 
 /*
- * Sets every key of a database text and saves the database. A line that is none ends the text.
+ * Sets every key of a database text and saves the database. A malformed line ends the restore of this record.
  *
  * backup, record: as above.
- * Returns E_APPS_ERR_SUCCESS; MALLOC without memory for the text, READ when it is shorter than the record
- * says, PROCESS when the database refuses: what was set before stays. Failures have been logged.
+ * Returns E_APPS_ERR_SUCCESS; MALLOC without memory for the text; READ if it is shorter than the record's
+ * length; PROCESS if the database refuses a key or the save, and the keys set before stay. Logs failures.
  */
 apps_err_e_type frwk_dbrm_restore_db(std::FILE *backup, const backup_format::RecordHeader &record);

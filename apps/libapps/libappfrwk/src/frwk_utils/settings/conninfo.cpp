@@ -1,5 +1,5 @@
 /*
- * The record of a data connection: what each item of its stored list means. No state.
+ * The record of a data connection, and the meaning of each item of its stored list. No state.
  */
 #include <iterator>
 
@@ -20,7 +20,7 @@ apps_err_e_type settle_status(const char *word, void *record) {
     return E_APPS_ERR_SUCCESS;
 }
 
-/* What is stored is the uptime of the system at which the connection came up. */
+/* Computes the duration: the stored item is the system's uptime when the connection came up. */
 apps_err_e_type settle_uptime(const char *, void *record) {
     frwk_conninfo_t *info = conninfo_of(record);
     info->uptime = info->connected != 0 ? os_uptime_sec() - info->uptime : 0;

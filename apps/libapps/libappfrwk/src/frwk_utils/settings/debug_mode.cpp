@@ -1,6 +1,6 @@
 /*
- * The device's debug mode: a setting, a script that switches the debug services, and marker files that
- * bring the mode back after a reboot. No state of its own; any thread.
+ * The device's debug mode: a setting, a script that starts and stops the debug services, and marker files
+ * that restore the mode after a reboot. No other state; any thread.
  */
 #include "frwk_utils/settings/debug_mode.h"
 
@@ -21,10 +21,10 @@ namespace {
 constexpr char kSetting[] = "device_debug_mode";
 constexpr size_t kCommandSize = 128;
 
-/* The first that exists is run. */
+/* The first one that exists is run. */
 constexpr const char *kScripts[] = {paths::kDebugScript, paths::kDebugScriptOfImage};
 
-/* Where the mode is remembered over a reboot, and the word that asks for it. */
+/* A marker file for a permanent debug mode, and the word that selects it. */
 struct Marker {
     const char *mode;
     const char *path;

@@ -1,5 +1,5 @@
 /*
- * The script that switches the device's debug services.
+ * The script that starts and stops the device's debug services.
  */
 #pragma once
 
@@ -7,6 +7,6 @@
 
 /*
  * Runs the debug-mode script. start: 0 stops the services, anything else starts them.
- * Returns what os_system returns, or 1 when the device has no such script.
+ * Returns the result of os_system, or 1 if the device has no such script.
  */
 int32_t frwk_debug_mode_shell(int32_t start);

@@ -1,6 +1,6 @@
 /*
- * The device's languages, of the web interface and of the user agreement: each is checked against its list
- * of supported ones, saved, and announced. No state of its own; any thread.
+ * The languages of the web interface and of the user agreement. A new language is checked against the list of
+ * supported ones, saved, and published. No state; any thread.
  */
 #include <cstring>
 
@@ -13,8 +13,8 @@
 namespace {
 
 struct Setting {
-    const char *call; /* that the log names */
-    const char *kind; /* the word for it in the log */
+    const char *call; /* function name in the log lines */
+    const char *kind; /* kind of language in the log lines */
     const char *list_key;
     const char *current_key;
     apps_message_id_e_type news;
@@ -56,7 +56,7 @@ int32_t change(const Setting &setting, const char *language) {
         return 0;
     }
 
-    char list[ZNDB_VALUE_LEN + 1] = {}; /* one more, so that a list that comes without its NUL still ends */
+    char list[ZNDB_VALUE_LEN + 1] = {}; /* one more byte, in case the list lacks its NUL */
     if (zndb_get(setting.list_key, list, ZNDB_VALUE_LEN) != E_ZNDB_RET_SUCCESS) {
         FRWK_WARN_AS(setting.call, "zndb get %ssupported language failed!", setting.kind);
         return 0;

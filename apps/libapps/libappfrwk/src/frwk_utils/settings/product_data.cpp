@@ -1,5 +1,5 @@
 /*
- * Product data: a file of key=value lines becomes settings of the plain store. No state.
+ * Product data: stores the key=value lines of a file in the plain store. No state.
  */
 #include "frwk_utils.h"
 #include "frwk_utils/values/key_value_line.h"

@@ -1,7 +1,7 @@
 /*
- * The record of a connection profile: what each item of its list means. No I/O, no state.
+ * The record of a connection profile, and the meaning of each item of its list. No I/O, no state.
  *
- * The password is never logged, whatever becomes of it.
+ * The password is never logged.
  */
 #include <iterator>
 
@@ -19,7 +19,7 @@ struct Word {
 constexpr Word kAuthWords[] = {{"none", 0}, {"pap", 1}, {"chap", 2}, {"pap_chap", 3}};
 constexpr Word kIpTypeWords[] = {{"ipv4", 1}, {"ipv6", 2}, {"ipv4v6", 3}};
 
-/* Stores what a word stands for. error: logged for any other word, which stores nothing. */
+/* Converts a word to its number and stores it. error: logged for an unknown word, which stores nothing. */
 template <size_t kCount>
 apps_err_e_type store_word(const Word (&words)[kCount], const char *text, const char *error, int32_t *value) {
     for (const Word &word : words) {

@@ -1,5 +1,5 @@
 /*
- * The loop that fills a record from a codec list. No I/O, no state.
+ * Fills a record from a codec list. No I/O, no state.
  */
 #include "frwk_utils/settings/record_items.h"
 
@@ -7,7 +7,7 @@
 
 namespace {
 
-/* Logs a taken item. text: the item, which is a text whenever it has a label. */
+/* Logs an item. text: the item; items with a label are texts. */
 void show_item(const char *call, const RecordItem &item, const void *text) {
     if (item.label == nullptr) {
         return;
@@ -16,7 +16,7 @@ void show_item(const char *call, const RecordItem &item, const void *text) {
                   item.privacy == ItemPrivacy::kSecret ? kHiddenText : static_cast<const char *>(text));
 }
 
-/* list: where the item begins; moved behind it. */
+/* list: the beginning of the item; moved past it. */
 apps_err_e_type fill_item(const char *call, const RecordItem &item, char **list, void *record) {
     char word[kRecordWordSize] = {};
     void *out = item.offset == kNoField ? word : static_cast<char *>(record) + item.offset;

@@ -1,5 +1,5 @@
 /*
- * Uptime and memory: the one probe that needs the configuration database.
+ * Uptime and memory: the only probe that needs the configuration database.
  */
 #include <sys/sysinfo.h>
 
@@ -14,7 +14,7 @@ namespace {
 constexpr char kUptimeOffsetKey[] = "device_uptime_offset";
 constexpr int32_t kNotRead = -1;
 
-/* Reads the setting unless it was read before. Any offset below 1 means none, so -1 stays free. */
+/* Reads the setting unless it was read before. An offset below 1 means none, so -1 can mean "not read". */
 int32_t uptime_offset() {
     const int32_t known = g_s_uptime_offset;
     if (known != kNotRead) {
@@ -33,7 +33,8 @@ int32_t uptime_offset() {
     return offset;
 }
 
-/* The kernel's words in the record's, so that a product keeps its low 32 bits on every host. */
+/* Converts to the record's 32-bit members before multiplying, so that every host computes the same low 32
+ * bits. */
 void fill(const struct sysinfo &kernel, frwk_sysinfo *info) {
     const auto bytes = [unit = kernel.mem_unit](unsigned long count) {
         return static_cast<uint32_t>(count) * unit;

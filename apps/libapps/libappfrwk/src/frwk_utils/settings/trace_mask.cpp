@@ -1,6 +1,6 @@
 /*
- * The trace mask of the modem service: one line of words, put together from the modules that have a file in
- * the trace folder. No state of its own; one thread of the device at a time should write it.
+ * The trace mask of the modem service: one line of words, built from the modules that have a file in
+ * the trace folder. No other state; one thread of the device at a time should write it.
  */
 #include <unistd.h>
 
@@ -26,11 +26,11 @@ constexpr size_t kMaskSize = 256;
 /* The modem service reads it. */
 constexpr mode_t kMaskFileMode = 0644;
 
-/* The modules that the modem service traces under their own names. */
+/* The modules whose names are words of the mask. */
 constexpr int32_t kNamedModules[] = {E_APPS_MODULE_ROUTER, E_APPS_MODULE_WLAN, E_APPS_MODULE_DEVICE,
                                      E_APPS_MODULE_VOICE, E_APPS_MODULE_SMS};
 
-/* The modules whose traces it knows as "upgrade". */
+/* The modules whose word is "upgrade". */
 constexpr int32_t kUpgradeModules[] = {E_APPS_MODULE_DMP, E_APPS_MODULE_MULTIUPG, E_APPS_MODULE_FOTA,
                                        E_APPS_MODULE_WEBSERVER, E_APPS_MODULE_TR069};
 
@@ -39,7 +39,7 @@ bool contains(const int32_t (&modules)[kCount], int32_t id) {
     return std::find(std::begin(modules), std::end(modules), id) != std::end(modules);
 }
 
-/* The mask while it is put together: words with commas between. A word that does not fit is left out. */
+/* Builds the mask: words separated by commas. A word that does not fit is left out. */
 class MaskText {
   public:
     void add(const char *word) {
@@ -71,7 +71,7 @@ bool is_traced(int32_t id) {
            frwk_module_disabled(id, nullptr, 0) == 0 && has_trace_file(name);
 }
 
-/* Adds what the traced modules ask for; nothing when none is traced. */
+/* Adds the words of the traced modules; nothing if none is traced. */
 void describe_traced_modules(MaskText *mask) {
     bool mpss = false;
     bool upgrade = false;
@@ -109,7 +109,7 @@ void make_mask_folder() {
     }
 }
 
-/* Returns null, or what could not be done to the file, with its cause in errno. */
+/* Returns null, or the name of the failed operation, with errno set. */
 const char *write_mask_file(const MaskText &mask) {
     const int flags = O_RDWR | O_CREAT | O_TRUNC;
     const UniqueFile file =

@@ -1,6 +1,5 @@
 /*
- * Bytes that the configuration database keeps encoded, so that they survive as text (base64) or stay secret
- * (cipher).
+ * Bytes that the configuration database stores encoded: as text (base64) or encrypted (cipher).
  *
  * Neither the bytes nor the stored text is ever logged, and decoded bytes are wiped before they are freed.
  */
@@ -20,7 +19,7 @@ struct Encoding {
     int32_t type;
     char *(*encode)(const void *data, uint32_t length);
     void *(*decode)(const char *text, uint32_t length, uint32_t *count);
-    const char *name; /* as the log calls it */
+    const char *name; /* name in the log lines */
     const char *encode_error;
     const char *decode_error;
 };
@@ -34,7 +33,7 @@ constexpr Encoding kEncodings[] = {
 
 constexpr char kGotBlock[] = "((void *)0) != val";
 
-/* The encoding that a type stands for, or null. */
+/* The encoding of a type, or null. */
 const Encoding *encoding_of(int32_t type) {
     for (const Encoding &encoding : kEncodings) {
         if (encoding.type == type) {
@@ -44,13 +43,13 @@ const Encoding *encoding_of(int32_t type) {
     return nullptr;
 }
 
-/* Where decoded bytes go. */
+/* The caller's buffer for decoded bytes. */
 struct Destination {
     char *data;
     int32_t size;
 };
 
-/* Hands decoded bytes over, all or none. */
+/* Copies decoded bytes to the caller: all or none. */
 apps_err_e_type deliver(const char *call, const Encoding &encoding, const void *bytes, uint32_t count,
                         const Destination &to) {
     if (to.size < 0 || count > static_cast<uint32_t>(to.size)) {
@@ -82,7 +81,7 @@ apps_err_e_type decode(const char *call, const Encoding &encoding, const char *t
 
 apps_err_e_type frwk_zndb_get_key_value_decrypt(const char *key, int32_t type, void *out, int32_t size) {
     if (out == nullptr) {
-        FRWK_WARN("Parameter error!"); /* as the request says of a null key */
+        FRWK_WARN("Parameter error!"); /* the same text as the request's for a null key */
         return E_APPS_ERR_FAILURE;
     }
 
@@ -122,6 +121,6 @@ apps_err_e_type frwk_zndb_set_key_value_encrypt(const char *key, int32_t type, c
     }
     auto *text = static_cast<char *>(val.get());
     const int set = zndb_set(key, text);
-    explicit_bzero(text, std::strlen(text)); /* base64 is as readable as what it stands for */
+    explicit_bzero(text, std::strlen(text)); /* base64 is as readable as the secret itself */
     return frwk_zndb_error_convert(set);
 }

@@ -1,7 +1,7 @@
 /*
- * Typed variables in the configuration database: each call is one request and one conversion.
+ * Typed variables in the configuration database: each call sends one request and converts one value.
  *
- * Stored values may be secrets, so lines that show one stay at the debug level.
+ * Stored values may be secrets, so they are logged only at the debug level.
  */
 #include "frwk_utils/values/typed_text.h"
 #include "internal/frwk_log.h"

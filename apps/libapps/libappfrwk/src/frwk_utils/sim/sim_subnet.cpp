@@ -1,5 +1,5 @@
 /*
- * The operator adaptation as a whole: the order of its steps, its status, and the reboot at its end.
+ * The operator adaptation: the order of its steps, its status, and the reboot at its end.
  *
  * It sleeps on the caller's thread, without limit while the modem side is not up.
  */
@@ -21,7 +21,7 @@ constexpr uint32_t kModemPollMs = 1000;
 constexpr uint32_t kBeforeRebootMs = 2000;
 constexpr uint32_t kRebootReason = 801;
 
-/* Where the adaptation stands, as other modules read it. */
+/* The progress of the adaptation, which other modules read. */
 enum class AdaptStatus : uint32_t {
     kUnderWay = 0,
     kRebootFollows = 1,
@@ -61,7 +61,7 @@ const char *decision_name(SubnetDecision decision) {
     return "FRWK_SIM_SUBNET_NO_NEED_ADAPT";
 }
 
-/* Returns whether any setting was acted on. */
+/* Returns whether any setting was changed. */
 bool carry_out(SubnetDecision decision, const frwk_sim_subnet_sim_info_t &info) {
     const int32_t deleted = frwk_sim_subnet_adapt_process(SubnetAction::kDelete, info);
     const int32_t added =

@@ -1,5 +1,5 @@
 /*
- * Applies an operator file to the perm store, or takes the default one's keys out of it. No state.
+ * Applies an operator file to the perm store, or deletes the default file's keys from it. No state.
  */
 #include "frwk_utils/sim/sim_subnet.h"
 #include "frwk_utils/sim/subnet_settings.h"
@@ -14,7 +14,7 @@ constexpr char kCall[] = "frwk_sim_subnet_adapt_process";
 constexpr KeyValueRules kOperatorFileRules = {kCall, CommentPlace::kFirstText, nullptr,
                                               "subnet data format error, data=0 \n", "subnet data NULL \n"};
 
-/* Writes the path of the action's file. Returns false when there is nothing applied to be deleted. */
+/* Writes the path of the action's file. Returns false if there is nothing to delete. */
 bool choose_file(SubnetAction action, const frwk_sim_subnet_sim_info_t &info, const char *applied_plmn,
                  char (&path)[kSubnetPathSize]) {
     if (action == SubnetAction::kAdd) {
@@ -25,7 +25,7 @@ bool choose_file(SubnetAction action, const frwk_sim_subnet_sim_info_t &info, co
     return applied_plmn[0] != '\0';
 }
 
-/* Values may be secrets, so they show at the debug level only. */
+/* Values may be secrets, so they are logged only at the debug level. */
 void act_on(SubnetAction action, const KeyValue &pair) {
     if (action == SubnetAction::kAdd) {
         FRWK_DEBUG_AS(kCall, "add subnet %s=%s", pair.key, pair.value);
@@ -36,7 +36,7 @@ void act_on(SubnetAction action, const KeyValue &pair) {
     }
 }
 
-/* Returns 1 when there was a pair. */
+/* Returns 1 if there was a pair. */
 int32_t act_on_all(SubnetAction action, KeyValueFile *file) {
     int32_t result = 0;
     KeyValue pair = {};
@@ -54,7 +54,7 @@ void forget_applied_file() {
     }
 }
 
-/* whole: else no digest is noted, so that the file is applied again once it can be read. */
+/* whole: if false, no digest is recorded, so that the file is applied again when it can be read. */
 void note_applied_file(const frwk_sim_subnet_sim_info_t &info, const char *path, bool whole) {
     (void)zndb_set_perm_data(subnet_settings::kPlmn, info.plmn);
     (void)zndb_set_perm_data(subnet_settings::kSpn, info.spn);
@@ -65,7 +65,7 @@ void note_applied_file(const frwk_sim_subnet_sim_info_t &info, const char *path,
 }  // namespace
 
 int32_t frwk_sim_subnet_adapt_process(SubnetAction action, const frwk_sim_subnet_sim_info_t &info) {
-    /* Nothing depends on the name, but the requests to the database and their order are fixed. */
+    /* The result is not used, but the requests to the database and their order are fixed. */
     char applied_plmn[kSubnetPlmnSize];
     char applied_spn[kSubnetSpnSize];
     subnet_settings::read_perm(subnet_settings::kPlmn, applied_plmn);

@@ -1,5 +1,5 @@
 /*
- * Decides whether the settings of the SIM's operator have to be applied. Changes nothing.
+ * Decides whether the settings of the SIM's operator must be applied. Changes nothing.
  */
 #include <cstring>
 
@@ -27,7 +27,7 @@ void read_applied_file(AppliedFile *applied) {
     subnet_settings::read_perm(subnet_settings::kMd5, applied->md5);
 }
 
-/* A decision, and why. */
+/* A decision and its reason. */
 struct Reasoned {
     SubnetDecision decision;
     const char *reason;

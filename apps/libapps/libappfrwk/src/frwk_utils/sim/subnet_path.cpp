@@ -1,5 +1,5 @@
 /*
- * Which file holds the settings of an operator. Looks whether files exist; no state.
+ * Chooses the file with the settings of an operator. Checks which files exist; no state.
  */
 #include <cstdio>
 #include <cstring>
@@ -15,7 +15,7 @@ bool stays_in_folder(const char *part) {
     return std::strchr(part, '/') == nullptr && std::strstr(part, "..") == nullptr;
 }
 
-/* Whether the operator has a file, and its path. spn: "" for the file of all names under the PLMN. */
+/* Whether the operator has a file; writes its path. spn: "" for the PLMN's file for all names. */
 bool find_operator_file(char (&path)[kSubnetPathSize], const char *plmn, const char *spn) {
     if (!stays_in_folder(plmn) || !stays_in_folder(spn)) {
         FRWK_WARN_AS("frwk_sim_subnet_get_path", "plmn=%s spn=%s can't name an operator file", plmn, spn);

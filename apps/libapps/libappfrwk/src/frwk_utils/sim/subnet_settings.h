@@ -1,5 +1,5 @@
 /*
- * The settings that the operator adaptation keeps, and reading them. A setting that can't be read is empty.
+ * The settings of the operator adaptation, and functions to read them. A setting that can't be read is empty.
  */
 #pragma once
 
@@ -9,18 +9,18 @@
 
 namespace subnet_settings {
 
-/* Of the plain store. */
+/* In the plain store. */
 inline constexpr char kSwitch[] = "mnet_sim_subnet_switch";
 inline constexpr char kCustomMnc[] = "mnet_sim_subnet_custom_mnc";
 inline constexpr char kAdaptStatus[] = "mnet_sim_subnet_adapt_status";
 
-/* Of the perm store: the operator file that is applied. */
+/* In the perm store: the applied operator file. */
 inline constexpr char kPlmn[] = "mnet_sim_subnet_plmn";
 inline constexpr char kSpn[] = "mnet_sim_subnet_spn";
 inline constexpr char kPath[] = "mnet_sim_subnet_path";
 inline constexpr char kMd5[] = "mnet_sim_subnet_md5";
 
-/* Empties a text whose request failed: the buffer of such a request is undefined. */
+/* Terminates a text after a request; empties it on failure, since the request leaves the buffer undefined. */
 template <uint32_t kSize>
 void keep_on_success(int result, char (&text)[kSize]) {
     text[result == E_ZNDB_RET_SUCCESS ? kSize - 1 : 0] = '\0';

@@ -1,5 +1,5 @@
 /*
- * Asks the modem which SIM is inserted. No state; sleeps between its questions.
+ * Reads the inserted SIM's data from the modem. No state; sleeps between requests.
  */
 #include <cstdio>
 #include <cstring>
@@ -26,7 +26,8 @@ bool is_not_ready(int32_t status) {
            status == MAL_SIM_STATUS_NOT_READY_8;
 }
 
-/* Asks once. status: unchanged when the modem can't tell. Returns false then, and for a SIM not ready yet. */
+/* Reads the state once. status: unchanged if the modem fails. Returns false then, and if the SIM isn't ready.
+ */
 bool poll_sim(int failures, int32_t *status) {
     int32_t polled = *status;
     const int32_t ret = libmal_get_sim_status(MAL_SIM_SLOT_FIRST, &polled);
@@ -39,11 +40,11 @@ bool poll_sim(int failures, int32_t *status) {
     return ret == MAL_NO_ERR && !is_not_ready(polled);
 }
 
-/* Returns the state that the SIM has at last. */
+/* Returns the last state of the SIM. */
 int32_t wait_for_sim(bool at_run_time) {
     int32_t status = MAL_SIM_STATUS_NOT_READY;
     int failures = 0;
-    int pin_polls = 0; /* in a row */
+    int pin_polls = 0; /* consecutive ones */
     while (failures < kPollFailuresMax && pin_polls < kPinPollsMax) {
         if (!poll_sim(failures, &status)) {
             ++failures;
@@ -59,7 +60,7 @@ int32_t wait_for_sim(bool at_run_time) {
     return status;
 }
 
-/* record: zeros when the modem never tells. */
+/* record: all zero if the modem never returns one. */
 void read_plmn_record(mal_sim_plmn_t *record) {
     for (int count = 1; count <= kPlmnFailuresMax; ++count) {
         if (libmal_get_sim_plmn(MAL_SIM_SLOT_FIRST, record, MAL_SIM_PLMN_SIZE) == MAL_NO_ERR) {
@@ -71,7 +72,7 @@ void read_plmn_record(mal_sim_plmn_t *record) {
     }
 }
 
-/* The two codes may come without a NUL, so neither is read beyond its field. */
+/* The two codes may lack a NUL, so reads don't exceed the fields. */
 void read_plmn(frwk_sim_subnet_sim_info_t *info) {
     mal_sim_plmn_t record = {};
     read_plmn_record(&record);

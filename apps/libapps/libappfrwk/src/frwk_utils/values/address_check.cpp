@@ -1,5 +1,5 @@
 /*
- * Checks of host names, before they reach a shell, and of address ranges. Pure functions; any thread.
+ * Checks host names, before they are passed to a shell, and address ranges. Pure functions; any thread.
  */
 #include <arpa/inet.h>
 
@@ -17,7 +17,7 @@ constexpr char kDomainCharacters[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnop
 template <size_t kSize>
 using Address = std::array<unsigned char, kSize>;
 
-/* A text that is no address gives the all-zero address. */
+/* An invalid address becomes the all-zero address. */
 template <size_t kSize>
 Address<kSize> address_of(int family, const char *text) {
     Address<kSize> address{};

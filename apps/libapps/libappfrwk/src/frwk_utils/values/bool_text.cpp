@@ -53,7 +53,7 @@ const char *frwk_bool_to_str(int32_t style, int32_t value) {
 }
 
 bool read_bool_word(const char *text, uint8_t *out) {
-    const char *word = text != nullptr ? text : ""; /* a key that holds nothing reads as off */
+    const char *word = text != nullptr ? text : ""; /* an empty setting means off */
     const bool value = is_one_of(kTrueWords, word);
     if (!value && !is_one_of(kFalseWords, word)) {
         FRWK_DEBUG_AS("frwk_str_to_bool", "invalid bool value=%s!", word);

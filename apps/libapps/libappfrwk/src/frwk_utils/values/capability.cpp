@@ -1,5 +1,5 @@
 /*
- * What this product build can do: fixed answers.
+ * Constant properties of this product build.
  */
 #include "frwk_utils.h"
 

@@ -1,7 +1,7 @@
 /*
- * Codec lists: escaping values into a list, and taking them off it again. No I/O, no state.
+ * Codec lists: appends escaped values to a list, and reads them back. No I/O, no state.
  *
- * A list may hold secrets, so lines that show an item stay at the debug level.
+ * A list may contain secrets, so items are logged only at the debug level.
  */
 #include "frwk_utils/values/codec_list.h"
 
@@ -16,16 +16,16 @@ namespace {
 constexpr char kSeparator = ',';
 constexpr std::string_view kSeparatorText(&kSeparator, 1);
 
-/* A character that an item can't hold as it is, and what stands for it in the list. */
+/* A character that must be escaped in an item, and its entity. */
 struct Entity {
     char character;
     std::string_view text;
 };
 
-/* The second one is no apostrophe: in these lists it has always meant the comma. */
+/* In these lists the second entity means a comma, not an apostrophe. */
 constexpr Entity kEntities[] = {{'&', "&amp;"}, {kSeparator, "&#39;"}};
 
-/* What stands in a list for the character at next. */
+/* The escaped form of the character at next. */
 std::string_view stored_form(const char *next) {
     for (const Entity &entity : kEntities) {
         if (entity.character == *next) {
@@ -35,7 +35,7 @@ std::string_view stored_form(const char *next) {
     return {next, 1};
 }
 
-/* The entity that a stored text begins with, or null. Reads no further than the text's NUL. */
+/* The entity at the beginning of a stored text, or null. Does not read past the text's NUL. */
 const Entity *entity_at(const char *text) {
     for (const Entity &entity : kEntities) {
         if (std::strncmp(text, entity.text.data(), entity.text.size()) == 0) {
@@ -45,7 +45,7 @@ const Entity *entity_at(const char *text) {
     return nullptr;
 }
 
-/* A buffer that is not there, or says that it holds more than it can, has no room. */
+/* The free bytes of a buffer; 0 if it is null, or its len exceeds its size. */
 uint32_t free_bytes(const frwk_codec_buf_t *buf) {
     if (buf == nullptr || buf->data == nullptr || buf->len > buf->size) {
         return 0;
@@ -53,7 +53,7 @@ uint32_t free_bytes(const frwk_codec_buf_t *buf) {
     return buf->size - buf->len;
 }
 
-/* Appends a piece that leaves at least one byte free, for the NUL that the zeroed storage supplies. */
+/* Appends a piece if that leaves one byte for the NUL, which is already in the zeroed storage. */
 bool append(const char *call, frwk_codec_buf_t *buf, std::string_view piece) {
     if (free_bytes(buf) <= piece.size()) {
         FRWK_WARN_AS(call, "buf not big enough!");
@@ -64,7 +64,7 @@ bool append(const char *call, frwk_codec_buf_t *buf, std::string_view piece) {
     return true;
 }
 
-/* Behind an entity the rest of the storage is zeroed, whatever the caller left there. */
+/* Zeroes the storage after an entity, whatever the caller left there. */
 void zero_the_rest(frwk_codec_buf_t *buf) {
     std::memset(buf->data + buf->len, 0, free_bytes(buf));
 }
@@ -83,7 +83,7 @@ bool frwk_zndb_add_codec_value(frwk_codec_buf_t *buf, const char *item) {
 }
 
 /*
- * Decodes the first item over itself, which never makes it longer. Returns what follows it, or null for a
+ * Decodes the first item in place, which never makes it longer. Returns the rest of the list, or null for a
  * null text.
  */
 char *frwk_zndb_get_codec_value(char *text) {

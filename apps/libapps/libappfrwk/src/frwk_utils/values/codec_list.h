@@ -1,6 +1,6 @@
 /*
- * Codec lists: several values in one configuration text, separated by commas. The exported calls are in
- * frwk_utils.h; this is taking an item that must not be logged.
+ * Codec lists: several values in one configuration text, separated by commas. The exported functions are in
+ * frwk_utils.h; this one also reads items that must not be logged.
  */
 #pragma once
 
@@ -8,19 +8,19 @@
 
 #include "frwk_utils.h"
 
-/* Stands for a secret in the log. */
+/* Replaces a secret in the log. */
 inline constexpr char kHiddenText[] = "******";
 
 enum class ItemPrivacy {
-    kOpen,  /* the log may show it, at debug levels */
-    kSecret /* the log never shows it */
+    kOpen,  /* may be logged at debug levels */
+    kSecret /* never logged */
 };
 
 /*
- * Takes the first item off a list, in place, as frwk_zndb_get_value does.
+ * Reads the first item of a list, as frwk_zndb_get_value does.
  *
- * next: receives the start of the next item as soon as this one was cut off; may be null, and may be where
- * the caller keeps text.
+ * next: receives the start of the next item, even if this one can't be read; may be null, and may point to
+ * the caller's text pointer.
  */
 apps_err_e_type take_codec_item(char *text, int32_t type, void *out, uint32_t size, char **next,
                                 ItemPrivacy privacy);

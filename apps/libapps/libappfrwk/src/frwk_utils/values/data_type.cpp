@@ -25,8 +25,7 @@ bool read_long(const char *text, TypedValue *value) {
     return true;
 }
 
-/* An unsigned long may have a minus, which negates it within its 32 bits. Too long a number is the largest.
- */
+/* A minus negates an unsigned long within its 32 bits. A number that is too long becomes the largest. */
 bool read_ulong(const char *text, TypedValue *value) {
     const int64_t number = decimal_long_number(text);
     const bool fits = number >= -int64_t{UINT32_MAX} && number <= int64_t{UINT32_MAX};
@@ -59,7 +58,7 @@ bool read_bool(const char *text, TypedValue *value) {
     return true;
 }
 
-/* What a cast gives, with the cases that the language leaves open spelled out: round to nearest. */
+/* Converts to float with round to nearest; handles the cases that are undefined for a cast. */
 float narrowed(double value) {
     constexpr double kRoundsToInfinity = 0x1.ffffffp127; /* half a step above the largest float */
     constexpr float kInfinity = std::numeric_limits<float>::infinity();
@@ -84,7 +83,7 @@ T converted(const TypedValue &value) {
     }
 }
 
-/* The caller's variable may lie at any address. */
+/* The caller's variable may be unaligned. */
 template <typename T>
 void store(const TypedValue &value, void *variable) {
     const T copy = converted<T>(value);
@@ -98,7 +97,7 @@ T load(const void *variable) {
     return copy;
 }
 
-/* The number that a small one is written as, so that there is code for few of them. */
+/* The type that a small number is converted to for printing, to need fewer functions. */
 template <typename T>
 using WholeNumber = std::conditional_t<sizeof(T) == sizeof(int64_t), T,
                                        std::conditional_t<std::is_signed_v<T>, int32_t, uint32_t>>;
@@ -136,7 +135,7 @@ constexpr TypeRange kByte = {0, 0xff, {"(0x0 <= lv) && (0xff >= lv)", "invalid b
 constexpr TypeRange kUshort = {0, 0xffff, {"(0x0 <= lv) && (0xffff >= lv)", "invalid ushort value"}};
 constexpr TypeRange kUint = {0, 0xffffffff, {"(0 <= luv) && (0xffffffff >= luv)", "invalid uint value"}};
 
-/* Short and int leave out their lowest value: the same magnitude is allowed on both sides. */
+/* The ranges of short and int are symmetric: their lowest value is not allowed. */
 constexpr TypeRange kShort = {-0x7fff, 0x7fff, {"(-0x7fff <= lv) && (0x7fff >= lv)", "invalid short value"}};
 constexpr TypeRange kInt = {
     -0x7fffffff, 0x7fffffff, {"(-0x7fffffff <= lv) && (0x7fffffff >= lv)", "invalid int value"}};

@@ -1,7 +1,7 @@
 /*
- * The types of variables that settings are read into. All that is known of a type stands in its row: how its
- * text is read, how its variable is written and shown, its ranges and what a failed check logs. A new type is
- * a new row. Pure functions; any thread.
+ * The types of variables that settings are read into. A type's row in the table defines how its text is
+ * parsed, how its variable is written and printed, its ranges and the log lines of failed checks. A new type
+ * needs a new row. Pure functions; any thread.
  */
 #pragma once
 
@@ -10,16 +10,16 @@
 
 #include "frwk_utils.h"
 
-/* The longest text of a number, its NUL included; a longer one is cut off. */
+/* The longest text of a number, including the NUL; a longer one is truncated. */
 inline constexpr size_t kNumberTextSize = 64;
 
-/* A value on its way to a variable. Whole numbers use the one, real numbers the other; ullong its bits. */
+/* A parsed value: one member for integers (ullong uses its bits), the other for real numbers. */
 struct TypedValue {
     int64_t integer = 0;
     double real = 0;
 };
 
-/* A check: the condition as the log shows it, and what its failure means. */
+/* A check: the condition's text for the log, and the meaning of its failure. */
 struct TypeCheck {
     const char *condition;
     const char *message;
@@ -28,10 +28,10 @@ struct TypeCheck {
 struct TypeRange {
     int64_t low;
     int64_t high;
-    TypeCheck check; /* empty where no number is out of range */
+    TypeCheck check; /* empty if no number is out of range */
 };
 
-/* What a type's variable is; all empty for a text, which takes as many bytes as it needs. */
+/* The variable of a type; all empty for a text, whose size varies. */
 struct TypeVariable {
     uint32_t size; /* bytes */
     void (*store)(const TypedValue &value, void *variable);
@@ -41,19 +41,19 @@ struct TypeVariable {
 struct DataType {
     int32_t code;
     TypeVariable variable;
-    bool (*read)(const char *text, TypedValue *value); /* false when the text is no value */
+    bool (*read)(const char *text, TypedValue *value); /* false if the text is not a value */
     TypeCheck fits;
-    TypeRange text_range; /* of a number that a text was read as */
-    TypeRange json_range; /* of a number of JSON */
+    TypeRange text_range; /* for a number from a text */
+    TypeRange json_range; /* for a number from JSON */
 
     bool is_text() const { return variable.size == 0; }
 };
 
-/* Returns the type's row, or null when no variable has that type. */
+/* Returns the type's row, or null for an unknown type. */
 const DataType *find_data_type(int32_t code);
 
 /*
- * Stores a number whose type has been found to fit at out. range: one of the type's two.
- * Returns false, and out is untouched, when the number is outside of it.
+ * Stores a number at out, which must have room for the type. range: one of the type's two ranges.
+ * Returns false, with out unchanged, if the number is outside the range.
  */
 bool store_number(const DataType &type, const TypeRange &range, const TypedValue &value, void *out);

@@ -1,5 +1,5 @@
 /*
- * JSON members as variables, by the table of data types. Pure functions; any thread.
+ * Converts JSON members to variables with the table of data types. Pure functions; any thread.
  */
 #include "json.h"
 
@@ -12,7 +12,7 @@
 
 namespace {
 
-/* The text of a member that is no string: mostly none, but some systems' readers keep one for these too. */
+/* The text of a member that is not a string: usually none, but some base libraries have one. */
 const char *text_of(const json_item *member) {
     const char *text = json_get_string(member);
     return text != nullptr ? text : "";
@@ -22,7 +22,7 @@ bool has_room(const DataType &type, const json_item *member, uint32_t size) {
     return type.is_text() ? std::strlen(text_of(member)) < size : size >= type.variable.size;
 }
 
-/* Returns false, and out is untouched, when the member's number is no value of the type. */
+/* Returns false, with out unchanged, if the member's number is not a value of the type. */
 bool extract(const DataType &type, const json_item *member, void *out) {
     if (type.is_text()) {
         const char *text = text_of(member);

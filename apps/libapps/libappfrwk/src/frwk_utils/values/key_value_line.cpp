@@ -17,7 +17,7 @@ void drop_blanks_at_end(char *text) {
 
 }  // namespace
 
-/* A piece of a line that came before counts with that. */
+/* Counts a line, but not the later pieces of a long one. */
 void KeyValueFile::count_line() {
     line_number_ += in_line_ ? 0 : 1;
     in_line_ = std::memchr(line_, '\n', sizeof(line_)) == nullptr;

@@ -1,13 +1,11 @@
 /*
- * Reads a file of key=value lines pair by pair. Knows where a pair comes from, not what becomes of it. One
- * thread at a time.
+ * Reads a file of key=value lines pair by pair. Does not interpret the pairs. One thread at a time.
  *
- * A line is what fits one read of kLineMax characters: a longer one comes in pieces, each a line of its own.
- * It ends at its line end, or at a NUL. Blanks and tabs before it, and those and the line end after it, are
- * not part of it; of product data, the base library's strdern alone decides whether those after it are. The
- * first
- * '=' parts key and value, which keep the blanks around it; the value may be empty, and so may the key. A
- * line without '=', or of kLineMax characters, is logged and skipped.
+ * A line longer than kLineMax characters is split into pieces, each of which counts as a line. A line ends at
+ * its line end, or at a NUL. Blanks and tabs at both ends and the line end are removed; in product data, the
+ * base library's strdern decides what is removed at the end. The first '=' separates key and value, which
+ * keep the blanks around it; both may be empty. A line without '=', or of kLineMax characters, is logged and
+ * skipped.
  */
 #pragma once
 
@@ -16,23 +14,23 @@
 
 #include "support/unique_fd.h"
 
-/* Where a '#', or nothing at all, makes a line one that is skipped. */
+/* Where the check for a comment ('#') or an empty line is made. */
 enum class CommentPlace {
-    kFirstByte, /* of the line as it stands in the file: "  #a=1" is a pair */
-    kFirstText  /* behind the blanks: "  #a=1" is a comment, and a line of blanks is empty */
+    kFirstByte, /* at the first byte of the line: "  #a=1" is a pair */
+    kFirstText  /* after leading blanks: "  #a=1" is a comment, and a line of blanks is empty */
 };
 
-/* What the readers of such files differ in. */
+/* The differences between the kinds of files. */
 struct KeyValueRules {
-    const char *call;           /* the function that log lines name */
-    CommentPlace comment_place; /* see there */
-    const char *skip_note;      /* logged for each comment and each empty line; null for silence */
+    const char *call;           /* function name in the log lines */
+    CommentPlace comment_place; /* where the check for a comment is made */
+    const char *skip_note;      /* logged for each comment and each empty line; null: not logged */
     const char *nul_note;       /* logged for a line that begins with NUL, which then ends the file; null when
                                    it is an empty line like any other */
-    const char *end_note;       /* logged at the end of the file; null for silence */
+    const char *end_note;       /* logged at the end of the file; null: not logged */
 };
 
-/* Both texts lie in the reader, and are valid until its next pair. */
+/* Both texts belong to the reader, and are valid until its next pair. */
 struct KeyValue {
     const char *key;
     const char *value;
@@ -40,17 +38,17 @@ struct KeyValue {
 
 class KeyValueFile {
   public:
-    /* rules: outlives the reader. */
+    /* rules: must outlive the reader. */
     explicit KeyValueFile(const KeyValueRules &rules) : rules_(rules) {}
 
-    /* Opens a file; path is not null and outlives the reader. Returns false, and logs it, when it can't be
+    /* Opens a file; path is not null and must outlive the reader. Returns false, and logs, if it can't be
      * read. */
     [[nodiscard]] bool open(const char *path);
 
-    /* Hands out the next pair of the opened file. Returns false when there is none. */
+    /* Reads the next pair of the opened file. Returns false if there is none. */
     [[nodiscard]] bool next(KeyValue *pair);
 
-    /* Whether reading failed, logged, before the file's end: there may be more pairs. */
+    /* Whether a read error, which was logged, ended the pairs before the file's end. */
     bool failed() const { return std::ferror(file_.get()) != 0; }
 
   private:
@@ -58,7 +56,7 @@ class KeyValueFile {
 
     bool read_line();
     void count_line();
-    /* Whether the line that was read is a comment or empty. text: what is left of it. */
+    /* Whether the present line is a comment or empty. text: the line without leading blanks. */
     bool is_skipped(const char *text) const;
     bool split(char *text, KeyValue *pair) const;
 

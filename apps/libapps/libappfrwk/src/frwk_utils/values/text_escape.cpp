@@ -1,5 +1,5 @@
 /*
- * Escaping of special characters. A pure function; any thread.
+ * Escapes special characters. A pure function; any thread.
  */
 #include <cstring>
 
@@ -10,7 +10,7 @@ void frwk_utils_special_char_transform(const char *src, const char *specials, ch
         return;
     }
 
-    int64_t written = 0; /* the last escape may take it past the largest size */
+    int64_t written = 0; /* 64 bits, since the last escape may exceed the largest size */
     for (const char *next = src; *next != '\0' && written < size; ++next) {
         if (specials != nullptr && std::strchr(specials, *next) != nullptr) {
             dst[written++] = '\\';

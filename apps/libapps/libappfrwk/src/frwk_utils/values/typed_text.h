@@ -1,5 +1,5 @@
 /*
- * A typed variable as the text that stands for it in the configuration.
+ * Converts a typed variable to its text in the configuration.
  */
 #pragma once
 
@@ -13,7 +13,7 @@ inline bool is_text_type(int32_t type) {
     return row != nullptr && row->is_text();
 }
 
-/* Bytes of the longest text of a number or a boolean, the NUL included. */
+/* The longest text of a number or a boolean in bytes, including the NUL. */
 inline constexpr int kTypedTextSize = kNumberTextSize;
 
 class TypedText {
@@ -23,9 +23,9 @@ class TypedText {
     TypedText &operator=(const TypedText &) = delete;
 
     /*
-     * Takes a value: a text as it stands, null as the empty one; anything else formatted.
+     * Converts a value. A text is used unchanged, null as the empty text; other values are formatted.
      *
-     * call: the function that the log names when the value has no text.
+     * call: the function name in the log line if the value has no text.
      */
     [[nodiscard]] apps_err_e_type assign(const char *call, int32_t type, const void *value) {
         if (is_text_type(type)) {
@@ -39,7 +39,7 @@ class TypedText {
         return ret;
     }
 
-    /* The text, valid as long as this and the value live. */
+    /* The text, valid while both this object and the value exist. */
     const char *text() const { return text_; }
 
   private:

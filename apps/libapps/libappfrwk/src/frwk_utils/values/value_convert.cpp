@@ -1,5 +1,6 @@
 /*
- * Variables as texts and texts as variables, by the table of data types. Pure functions; any thread.
+ * Converts variables to texts and texts to variables with the table of data types. Pure functions; any
+ * thread.
  */
 #include <cstring>
 
@@ -12,7 +13,7 @@
 
 namespace {
 
-/* The size of a text's destination is signed on the device: 2 GiB and more are too small. */
+/* The size of a text's buffer is signed on the device, so 2 GiB or more count as too small. */
 bool has_room(const DataType &type, const char *text, uint32_t size) {
     if (!type.is_text()) {
         return size >= type.variable.size;
@@ -20,7 +21,7 @@ bool has_room(const DataType &type, const char *text, uint32_t size) {
     return static_cast<int32_t>(size) > 0 && std::strlen(text) < size;
 }
 
-/* Returns false, and out is untouched, when the text is no value of the type. */
+/* Returns false, with out unchanged, if the text is not a value of the type. */
 bool convert(const DataType &type, const char *text, void *out) {
     if (type.is_text()) {
         strsncpy(static_cast<char *>(out), text, std::strlen(text));
@@ -30,7 +31,7 @@ bool convert(const DataType &type, const char *text, void *out) {
     return type.read(text, &value) && store_number(type, type.text_range, value, out);
 }
 
-/* Writes a number's text to number; a text is its own. */
+/* Returns the text of a value; a number's text is written to number. */
 const char *text_of(const DataType &type, const void *value, char (&number)[kNumberTextSize]) {
     if (type.is_text()) {
         return value != nullptr ? static_cast<const char *>(value) : "";
@@ -96,7 +97,7 @@ int32_t frwk_check_enum_value(const char *list, const char *text) {
         return 0;
     }
 
-    const OwnedBlock copy(os_mem_strdup(list)); /* the walk cuts it into words */
+    const OwnedBlock copy(os_mem_strdup(list)); /* the loop below splits it in place */
     if (!copy) {
         FRWK_WARN("DUP enum string failed!");
         return 0;
