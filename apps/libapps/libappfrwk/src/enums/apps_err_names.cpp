@@ -12,18 +12,6 @@ const zn_enum_item g_enum_apps_err_e_type[APPS_ERR_CODE_COUNT] = {
 };
 }
 
-namespace {
-
-// NOLINTNEXTLINE(bugprone-macro-parentheses): the rows are the terms of one sum.
-#define APPS_ERR_CODE(name, value) +1
-constexpr int kListed = 0
-#include "apps_err.def"
-    ;
-#undef APPS_ERR_CODE
-static_assert(kListed == APPS_ERR_CODE_COUNT, "apps_err.h counts the rows of apps_err.def");
-
-}  // namespace
-
 const char *zn_enum_to_str_apps_err_e_type(int32_t value) {
     return zn_enum_to_string(g_enum_apps_err_e_type, APPS_ERR_CODE_COUNT, value);
 }

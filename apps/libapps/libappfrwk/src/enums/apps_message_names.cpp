@@ -12,18 +12,6 @@ const zn_enum_item g_enum_apps_message_id_e_type[APPS_MESSAGE_ID_COUNT] = {
 };
 }
 
-namespace {
-
-// NOLINTNEXTLINE(bugprone-macro-parentheses): the rows are the terms of one sum.
-#define APPS_MESSAGE_ID(name, value) +1
-constexpr int kListed = 0
-#include "apps_message.def"
-    ;
-#undef APPS_MESSAGE_ID
-static_assert(kListed == APPS_MESSAGE_ID_COUNT, "apps_message.h counts the rows of apps_message.def");
-
-}  // namespace
-
 const char *zn_enum_to_str_apps_message_id_e_type(int32_t value) {
     return zn_enum_to_string(g_enum_apps_message_id_e_type, APPS_MESSAGE_ID_COUNT, value);
 }
