@@ -1,11 +1,12 @@
 /*
  * Queues between the threads of one process: the registry of queues, and the thread of each.
  *
- * A queue with a running thread is never freed, so senders find it without a lock. To use a queue whose
- * thread is not running yet, senders hold the registry's lock as readers until their message is in the queue.
- * So a queue whose thread fails to start is freed only when no sender can still use it. A handler runs with
- * no lock held. Each message posts the semaphore. Each wake-up takes the complete list of messages: a
- * spurious wake-up finds it empty, and after a lost one the next message's wake-up takes all messages.
+ * Each queue is in one list of the registry. A queue with a running thread is in g_s_itc_list and never
+ * freed, so senders find it without a lock. A queue whose thread is not running yet is in g_starting; to use
+ * it, senders hold the registry's lock as readers until their message is in the queue. So a queue whose
+ * thread fails to start is freed only when no sender can still use it. A handler runs with no lock held. Each
+ * message posts the semaphore. Each wake-up takes the complete list of messages: a spurious wake-up finds it
+ * empty, and after a lost one the next message's wake-up takes all messages.
  */
 #include "frwk_common/queue/itc_queue.h"
 
@@ -47,7 +48,7 @@ constexpr size_t kCacheLine = 64;
 
 struct ItcObject {
     list_node
-        link; /* in the registry; must be the first member, since a pointer to it is cast to the object */
+        link; /* in a list of the registry; the first member, since a pointer to it is cast to the object */
     char name[kNameSize];
     frwk_itc_handler_t handler;
     os_thread_t thread;
@@ -58,7 +59,6 @@ struct ItcObject {
     uint32_t sent;                   /* total number of messages; guarded by lock, as the two below */
     uint32_t look_at;                /* the value of sent at which to check the backlog */
     CrowdNotice<kManyWaiting> notice;
-    ItcObject *next_running;
     unsigned char
         apart[kCacheLine]; /* separate cache line: senders read the members above for each message */
     std::atomic<uint32_t> handled{0}; /* total number of messages; written only by the queue's thread */
@@ -71,13 +71,14 @@ struct ItcRecord {
     int32_t size;
 };
 
-/* All queues of the process, and the list's lock. The lock prefers writers, so that senders can't starve a
- * creator. */
+/* The queues with a running thread, oldest first. Only ever appended to, and read without a lock. */
 list_node g_s_itc_list = {&g_s_itc_list, &g_s_itc_list};
-pthread_rwlock_t g_registry_lock = PTHREAD_RWLOCK_WRITER_NONRECURSIVE_INITIALIZER_NP;
 
-/* The queues with a running thread, newest first; queues are never removed from this list. */
-std::atomic<ItcObject *> g_running{nullptr};
+/* The queues whose thread is not running yet; protected by the lock. */
+list_node g_starting = {&g_starting, &g_starting};
+
+/* Protects changes of both lists. The lock prefers writers, so that senders can't starve a creator. */
+pthread_rwlock_t g_registry_lock = PTHREAD_RWLOCK_WRITER_NONRECURSIVE_INITIALIZER_NP;
 
 /*
  * The parent's threads don't exist in a forked child, so the child has no queues. It discards the complete
@@ -87,7 +88,7 @@ void forget_queues() {
     static constexpr pthread_rwlock_t kOpen = PTHREAD_RWLOCK_WRITER_NONRECURSIVE_INITIALIZER_NP;
     g_registry_lock = kOpen;
     list_init(&g_s_itc_list);
-    g_running.store(nullptr, std::memory_order_relaxed);
+    list_init(&g_starting);
 }
 
 __attribute__((constructor)) void forget_queues_in_children() {
@@ -137,18 +138,14 @@ bool is_named(const ItcObject *itc, const char *name) {
     return same_ignoring_case(itc->name, name);
 }
 
-/* Returns null if no queue with this name has a running thread. */
-ItcObject *find_running(const char *name) {
-    ItcObject *itc = g_running.load(std::memory_order_acquire);
-    while (itc != nullptr && !is_named(itc, name)) {
-        itc = itc->next_running;
-    }
-    return itc;
+/* The node after another one. Everything written to it before it was linked is visible. */
+list_node *next_of(const list_node &node) {
+    return __atomic_load_n(&node.next, __ATOMIC_ACQUIRE);
 }
 
-/* The registry's lock must be held. Returns null if no queue has this name. */
-ItcObject *find(const char *name) {
-    for (list_node *node = g_s_itc_list.next; node != &g_s_itc_list; node = node->next) {
+/* Returns null if no queue in the list has this name. */
+ItcObject *find_in(const list_node &list, const char *name) {
+    for (list_node *node = next_of(list); node != &list; node = next_of(*node)) {
         auto *itc = reinterpret_cast<ItcObject *>(node);
         if (is_named(itc, name)) {
             return itc;
@@ -157,10 +154,24 @@ ItcObject *find(const char *name) {
     return nullptr;
 }
 
+/* The registry's lock must be held. Returns null if no queue has this name. */
+ItcObject *find(const char *name) {
+    ItcObject *starting = find_in(g_starting, name);
+    return starting != nullptr ? starting : find_in(g_s_itc_list, name);
+}
+
+/* Appends a node as list_add does. Threads that read the list at the same time find it complete. */
+void append_for_readers(list_node *list, list_node *node) {
+    list_node *last = list->prev;
+    *node = {list, last};
+    list->prev = node;
+    __atomic_store_n(&last->next, node, __ATOMIC_RELEASE);
+}
+
 void set_running(ItcObject *itc) {
     const RegistryLock changing(pthread_rwlock_wrlock);
-    itc->next_running = g_running.load(std::memory_order_relaxed);
-    g_running.store(itc, std::memory_order_release);
+    list_del(&itc->link);
+    append_for_readers(&g_s_itc_list, &itc->link);
 }
 
 /* Creates a queue without a thread; owns nothing without memory. */
@@ -197,7 +208,7 @@ apps_err_e_type add_object(const char *name, frwk_itc_handler_t handler, ItcObje
         return E_APPS_ERR_MALLOC;
     }
     *added = itc.take();
-    list_add(&g_s_itc_list, &(*added)->link);
+    list_add(&g_starting, &(*added)->link);
     return E_APPS_ERR_SUCCESS;
 }
 
@@ -359,7 +370,7 @@ apps_err_e_type frwk_itc_send(const char *name, uint32_t msgid, const void *data
         return E_APPS_ERR_PARAM;
     }
 
-    ItcObject *running = find_running(name);
+    ItcObject *running = find_in(g_s_itc_list, name);
     if (running != nullptr) {
         return send_to(running, msgid, data, size);
     }
