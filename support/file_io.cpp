@@ -1,10 +1,15 @@
 #include "support/file_io.h"
 
 #include <fcntl.h>
+#include <sys/file.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <climits>
+#include <cstring>
 
+#include "support/uninterrupted.h"
 #include "support/unique_fd.h"
 
 namespace file_io {
@@ -59,9 +64,52 @@ bool write_all(int fd, const void *from, size_t size) {
     return true;
 }
 
+Copied copy_rest(int from, int to) {
+    unsigned char piece[16384];
+    for (;;) {
+        size_t count = 0;
+        if (!read_up_to(from, piece, sizeof(piece), &count)) {
+            return Copied::kCantRead;
+        }
+        if (!write_all(to, piece, count)) {
+            return Copied::kCantWrite;
+        }
+        if (count < sizeof(piece)) {
+            return Copied::kAll;
+        }
+    }
+}
+
+bool sync_where_possible(int fd) {
+    return fsync(fd) == 0 || errno == EINVAL;
+}
+
 bool sync_folder(int from, const char *name) {
     const UniqueFd fd(openat(from, name, O_RDONLY | O_CLOEXEC | O_DIRECTORY));
-    return fd && (fsync(fd.get()) == 0 || errno == EINVAL);
+    return fd && sync_where_possible(fd.get());
+}
+
+bool folder_of(const char *path, char *folder, size_t size) {
+    const char *slash = strrchr(path, '/');
+    const char *text = slash != nullptr ? path : ".";
+    const size_t length =
+        slash != nullptr ? std::max<size_t>(static_cast<size_t>(slash - path), 1) : 1; /* 1: "/" */
+    if (length >= size) {
+        errno = ENAMETOOLONG;
+        return false;
+    }
+    memcpy(folder, text, length);
+    folder[length] = '\0';
+    return true;
+}
+
+bool sync_folder_of(int from, const char *path) {
+    char folder[PATH_MAX];
+    return folder_of(path, folder, sizeof(folder)) && sync_folder(from, folder);
+}
+
+bool lock(int fd, int operation) {
+    return uninterrupted([fd, operation] { return flock(fd, operation); }) == 0;
 }
 
 }  // namespace file_io

@@ -29,10 +29,31 @@ bool read_up_to(int fd, void *to, size_t room, size_t *count);
 /* Writes all bytes; after a failure part of them may have been written. */
 bool write_all(int fd, const void *from, size_t size);
 
+enum class Copied {
+    kAll,
+    kCantRead,
+    kCantWrite
+};
+
+/* Copies the rest of a file, from its current position. */
+Copied copy_rest(int from, int to);
+
 /*
- * Syncs a folder, so that the names in it survive a power cut. Some file systems don't need that and return
- * EINVAL, which counts as success. from, name: the folder, as for openat.
+ * Syncs a file or a folder, so that its content or its names survive a power cut. Some file systems don't
+ * need that and return EINVAL, which counts as success.
  */
+bool sync_where_possible(int fd);
+
+/* Syncs a folder. from, name: the folder, as for openat. */
 bool sync_folder(int from, const char *name);
+
+/* The path of the folder that contains a file; "." for a name without a slash. Fails with ENAMETOOLONG. */
+bool folder_of(const char *path, char *folder, size_t size);
+
+/* Syncs the folder that contains a file. from, path: the file, as for openat. */
+bool sync_folder_of(int from, const char *path);
+
+/* Calls flock; repeats it if a signal interrupts it. */
+bool lock(int fd, int operation);
 
 }  // namespace file_io

@@ -1,14 +1,11 @@
 #include "damaged_file.h"
 
-#include <dirent.h>
 #include <fcntl.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
 #include <ctime>
-#include <memory>
 #include <tuple>
 #include <vector>
 
@@ -16,6 +13,7 @@
 #include "os_log.h"
 #include "os_time.h"
 #include "support/file_io.h"
+#include "support/folder_stream.h"
 
 namespace {
 
@@ -24,11 +22,6 @@ constexpr size_t kStampLength = 15; /* YYYYMMDD-HHMMSS */
 
 /* So many of one second are kept apart. */
 constexpr unsigned kNumbersTried = 100;
-
-struct CloseFolder {
-    void operator()(DIR *folder) const { closedir(folder); }
-};
-using OwnedFolder = std::unique_ptr<DIR, CloseFolder>;
 
 /* The local time, as the log's lines have it. */
 std::string time_stamp() {
@@ -39,22 +32,6 @@ std::string time_stamp() {
     char text[kStampLength + 1] = "";
     (void)std::strftime(text, sizeof(text), "%Y%m%d-%H%M%S", &parts);
     return text;
-}
-
-int copy_bytes(int from, int to) {
-    std::array<char, 8192> buffer;
-    for (;;) {
-        const ssize_t count = ::read(from, buffer.data(), buffer.size());
-        if (count < 0 && errno == EINTR) {
-            continue;
-        }
-        if (count <= 0) {
-            return count == 0 ? 0 : errno;
-        }
-        if (!file_io::write_all(to, buffer.data(), static_cast<size_t>(count))) {
-            return errno;
-        }
-    }
 }
 
 /* A copy that is on the disk. */
@@ -68,13 +45,13 @@ int copy_file(const std::string &from, const std::string &to) {
     if (error != 0) {
         return error;
     }
-    error = copy_bytes(source.get(), target.get());
-    if (error == 0 && ::fsync(target.get()) != 0) {
-        error = errno;
+    const bool copied =
+        file_io::copy_rest(source.get(), target.get()) == file_io::Copied::kAll && ::fsync(target.get()) == 0;
+    if (copied) {
+        return 0;
     }
-    if (error != 0) {
-        (void)::unlink(to.c_str());
-    }
+    error = errno;
+    (void)::unlink(to.c_str());
     return error;
 }
 
@@ -100,12 +77,10 @@ auto age_of(const std::string &name, size_t stamp) {
 std::vector<std::string> damaged_ones(const std::string &path) {
     const size_t slash = path.rfind('/') + 1;
     const std::string prefix = path.substr(slash) + kMark;
-    const OwnedFolder folder(::opendir(path.substr(0, slash).c_str()));
+    const UniqueFolderStream folder(::opendir(path.substr(0, slash).c_str()));
     std::vector<std::string> names;
-    const dirent *entry = nullptr;
-    // cppcheck-suppress readdirCalled ; a stream of one thread, and readdir_r is withdrawn
-    while (folder && (entry = ::readdir(folder.get())) != nullptr) {
-        const std::string name = entry->d_name;
+    while (const char *each = next_name(folder)) {
+        const std::string name = each;
         if (name.compare(0, prefix.size(), prefix) == 0 && is_stamp(name.substr(prefix.size()))) {
             names.push_back(path.substr(0, slash) + name);
         }

@@ -6,8 +6,8 @@
 
 #include "entry_line.h"
 #include "os_log.h"
-#include "replacement_file.h"
 #include "store_file.h"
+#include "successor_file.h"
 #include "zndb_paths.h"
 
 namespace {
@@ -89,7 +89,7 @@ apps_err_e_type check_replaceable(const char *path, const Store &store) {
 
 /* Makes the file that a reset and its save will need, and removes it. */
 apps_err_e_type try_to_replace(const char *path) {
-    const int error = ReplacementFile(path).obstacle();
+    const int error = SuccessorFile(path).obstacle();
     if (error != 0) {
         errno = error;
         OS_LOG_ERRNO(("no reset, since it can't be saved: can't replace " + std::string(path)).c_str());

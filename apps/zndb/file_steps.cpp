@@ -70,7 +70,7 @@ int make_folder_of(const std::string &path) {
 }
 
 int sync_folder_of(const std::string &path) {
-    return file_io::sync_folder(AT_FDCWD, folder_of(path).c_str()) ? 0 : errno;
+    return file_io::sync_folder_of(AT_FDCWD, path.c_str()) ? 0 : errno;
 }
 
 int sync_folders_above(const std::string &path) {

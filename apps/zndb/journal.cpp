@@ -8,8 +8,8 @@
 
 #include "journal_file.h"
 #include "os_log.h"
-#include "replacement_file.h"
 #include "skipped_lines.h"
+#include "successor_file.h"
 #include "support/file_io.h"
 #include "support/line_reader.h"
 
@@ -122,11 +122,11 @@ int Journal::empty() {
 }
 
 int Journal::replace(const Source &source) {
-    ReplacementFile file(path_);
+    SuccessorFile file(path_);
     source([&file](const JournalRecord &record) { file.add(format_record(record)); });
-    const int error = file.put_in_place(ReplacementFile::Outlives::kCrash);
+    const int error = file.put_in_place(AtomicFile::Sync::kNothing);
     if (error == 0) {
-        fd_ = file.take();
+        fd_ = file.take_fd();
         size_ = file.size();
         torn_ = false;
     }

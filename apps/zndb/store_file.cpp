@@ -7,9 +7,10 @@
 
 #include "damaged_file.h"
 #include "entry_line.h"
+#include "file_steps.h"
 #include "os_log.h"
-#include "replacement_file.h"
 #include "skipped_lines.h"
+#include "successor_file.h"
 #include "support/line_reader.h"
 
 namespace {
@@ -61,7 +62,7 @@ LoadedFile load_lines(int fd, const std::string &path, Store &store) {
     return {overflowed ? EOVERFLOW : reader.error(), skipped.any()};
 }
 
-void add_lines(const Store &store, ReplacementFile &file) {
+void add_lines(const Store &store, SuccessorFile &file) {
     for (const auto &[key, value] : store.values()) {
         file.add(key);
         file.add("=");
@@ -71,10 +72,10 @@ void add_lines(const Store &store, ReplacementFile &file) {
 }
 
 /* Has the new file take the old one's place; the old one keeps the name kept, if any. */
-int replace(const std::string &path, ReplacementFile &file, const SaveOptions &options, std::string &kept) {
+int replace(const std::string &path, SuccessorFile &file, const SaveOptions &options, std::string &kept) {
     int error = options.keep_old ? keep_damaged(path, kept) : 0;
     if (error == 0) {
-        error = file.put_in_place(ReplacementFile::Outlives::kPowerCut);
+        error = file.put_in_place(AtomicFile::Sync::kAll);
     }
     if (error == 0 && !options.folders_are_safe) {
         error = sync_folders_above(path);
@@ -114,7 +115,7 @@ LoadedFile load_store(const std::string &path, Store &store) {
 }
 
 SavedFile save_store(const std::string &path, const Store &store, const SaveOptions &options) {
-    ReplacementFile file(path);
+    SuccessorFile file(path);
     add_lines(store, file);
     std::string kept;
     const int error = replace(path, file, options, kept);

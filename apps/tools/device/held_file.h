@@ -5,8 +5,6 @@
  */
 #pragma once
 
-#include <sys/types.h>
-
 #include <string>
 
 #include "frwk_dbrm/files/trusted_path.h"
@@ -16,17 +14,19 @@ class HeldFile {
     /* path: of a file, or of nothing yet. */
     explicit HeldFile(const std::string &path);
 
-    /* Opens it, or the name with a suffix, by openat. A link of that name is not followed. -1 with errno set.
-     */
-    int open(int flags, mode_t mode = 0, const std::string &suffix = "") const;
+    /* Opens it by openat. A link of that name is not followed. -1 with errno set. */
+    int open(int flags) const;
 
-    /* Gives what has the name with the suffix its own name. False, with errno set, when that fails. */
-    bool replace_by(const std::string &suffix) const;
+    /* 0, or the errno value that says why there is no folder. */
+    int error() const { return error_; }
 
-    /* Removes what has the name with the suffix. */
-    void remove(const std::string &suffix) const;
+    /* What its name is looked up in; -1 without a folder. */
+    int folder() const { return place_.folder.get(); }
+
+    /* Its name in the folder. */
+    const char *name() const { return place_.name; }
 
   private:
     Place place_;
-    int error_ = 0; /* why there is no folder */
+    int error_ = 0;
 };

@@ -10,13 +10,13 @@
 #include "cli/complaint.h"
 #include "device/held_file.h"
 #include "output/spelt_text.h"
+#include "support/atomic_file.h"
 #include "support/file_io.h"
 #include "support/unique_fd.h"
 
 namespace {
 
 constexpr size_t kLargest = size_t{64} * 1024 * 1024;
-constexpr mode_t kOwnerOnly = 0600;
 constexpr char kPartSuffix[] = ".part";
 
 std::string cant_read(const std::string &path, int error) {
@@ -36,18 +36,9 @@ bool write_text(int fd, std::string_view text) {
  * False with errno set.
  */
 bool replace_file(const HeldFile &file, const std::string &text) {
-    file.remove(kPartSuffix); /* left by a tool that was killed */
-    const UniqueFd part(file.open(O_WRONLY | O_CREAT | O_EXCL, kOwnerOnly, kPartSuffix));
-    if (!part) {
-        return false;
-    }
-    if (write_text(part.get(), text) && ::fsync(part.get()) == 0 && file.replace_by(kPartSuffix)) {
-        return true;
-    }
-    const int error = errno;
-    file.remove(kPartSuffix);
-    errno = error;
-    return false;
+    AtomicFile part(file.folder(), file.name());
+    return part.create_beside(kPartSuffix, O_WRONLY) && write_text(part.fd(), text) &&
+           part.replace_target(AtomicFile::Sync::kAll) != AtomicFile::Placed::kNo;
 }
 
 /* fd: opened without blocking, which was for pipes only. False with errno set. */
@@ -118,23 +109,22 @@ std::string copy_file(const std::string &from, int to) {
     if (!S_ISREG(info.st_mode)) {
         return cant_read(from, S_ISDIR(info.st_mode) ? EISDIR : EINVAL);
     }
-    char piece[65536];
-    for (;;) {
-        const ssize_t count = ::read(file.get(), piece, sizeof(piece));
-        if (count < 0) {
+    switch (file_io::copy_rest(file.get(), to)) {
+        case file_io::Copied::kCantRead:
             return cant_read(from, errno);
-        }
-        if (count == 0) {
-            return "";
-        }
-        if (!file_io::write_all(to, piece, static_cast<size_t>(count))) {
+        case file_io::Copied::kCantWrite:
             return errno_text("can't copy " + from, errno);
-        }
+        case file_io::Copied::kAll:
+            break;
     }
+    return "";
 }
 
 std::string write_private_file(const std::string &path, const std::string &text) {
     const HeldFile file(path);
+    if (file.error() != 0) {
+        return cant_write(path, file.error());
+    }
     const UniqueFd present(file.open(O_WRONLY | O_NONBLOCK));
     const bool is_missing = !present && errno == ENOENT;
     const bool is_written =

@@ -16,6 +16,7 @@
 #include "frwk_dbrm.h"
 #include "frwk_dbrm/format/database_text.h"
 #include "frwk_module.h"
+#include "support/atomic_file.h"
 #include "support/unique_fd.h"
 #include "zndb.h"
 #include "zndb_tool/restore_advice.h"
@@ -38,18 +39,19 @@ constexpr char kCopyTemplate[] = "/tmp/m_tmp/zndb_tool.XXXXXX";
 /* A backup in the folder of the file that it is to become; gone at the end, unless it became it. */
 class Part {
   public:
-    explicit Part(const std::string &file) : file_(file), path_(file + kPartSuffix) {}
-    ~Part() { file_.remove(kPartSuffix); }
-    Part(const Part &) = delete;
-    Part &operator=(const Part &) = delete;
+    explicit Part(const std::string &file)
+        : place_(file), file_(place_.folder(), place_.name()), path_(file + kPartSuffix) {
+        (void)file_.name_beside(kPartSuffix); /* a name that is too long makes the backup fail */
+    }
 
     const std::string &path() const { return path_; }
 
     /* Gives it the file's name. Returns false, with errno set, when that fails. */
-    bool become_file() { return file_.replace_by(kPartSuffix); }
+    bool become_file() { return file_.replace_target(AtomicFile::Sync::kNames) != AtomicFile::Placed::kNo; }
 
   private:
-    const HeldFile file_;
+    const HeldFile place_;
+    AtomicFile file_;
     const std::string path_;
 };
 

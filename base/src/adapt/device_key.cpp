@@ -11,11 +11,13 @@
 #include <cerrno>
 #include <cstring>
 
+#include "atomic_file_log.h"
+#include "held_path.h"
 #include "os_log.h"
 #include "sodium_ready.h"
+#include "support/atomic_file.h"
 #include "support/file_io.h"
 #include "support/unique_fd.h"
-#include "unfinished_file.h"
 
 namespace device_key {
 
@@ -86,8 +88,8 @@ void make_folder() {
 }
 
 /* Gives the finished file its name, unless another process was first. */
-bool publish(UnfinishedFile *file) {
-    if (file->become_target()) {
+bool publish(AtomicFile *file) {
+    if (is_in_place(file->become_target(), kDeviceKey)) {
         OS_LOG(OS_LOG_WARNING, "%s is missing, made %s: backups can be restored on this device only",
                kProductKey, kDeviceKey);
         return true;
@@ -95,7 +97,9 @@ bool publish(UnfinishedFile *file) {
     if (errno != EEXIST) {
         return false;
     }
-    file->sync_folder(); /* the other process may not have synced it yet */
+    if (!file->sync_folder()) { /* the other process may not have synced it yet */
+        log_unsynced_folder(kDeviceKey);
+    }
     return true;
 }
 
@@ -105,8 +109,9 @@ bool make_key_file() {
     randombytes_buf(key.bytes, kKeySize);
     make_folder();
     const HeldPath target(kDeviceKey);
-    UnfinishedFile file(target, kKind);
-    const bool made = file && file_io::write_all(file.fd(), key.bytes, kKeySize) && publish(&file);
+    AtomicFile file(target.folder(), target.name());
+    const bool made = target && file.create_unique(kKind, log_removed_leftover) &&
+                      file_io::write_all(file.fd(), key.bytes, kKeySize) && publish(&file);
     if (!made) {
         warn(__func__, "make the key file", kDeviceKey);
     }

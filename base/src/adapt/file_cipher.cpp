@@ -10,14 +10,15 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "atomic_file_log.h"
 #include "cipher.h"
 #include "cipher_stream.h"
 #include "device_key.h"
 #include "held_path.h"
 #include "os_log.h"
+#include "support/atomic_file.h"
 #include "support/file_io.h"
 #include "support/unique_fd.h"
-#include "unfinished_file.h"
 
 namespace {
 
@@ -43,8 +44,8 @@ Result replace_file(const char *path, Change change, const device_key::Key &key)
     if (!file || !file_io::is_regular_file(file.get(), &info)) {
         return Result::kFailed;
     }
-    UnfinishedFile changed(target, kKind);
-    if (!changed) {
+    AtomicFile changed(target.folder(), target.name());
+    if (!changed.create_unique(kKind, log_removed_leftover)) {
         return Result::kFailed;
     }
 
@@ -52,7 +53,9 @@ Result replace_file(const char *path, Change change, const device_key::Key &key)
     if (result != Result::kDone) {
         return result;
     }
-    return copy_access(info, changed.fd()) && changed.replace_target() ? Result::kDone : Result::kFailed;
+    const bool placed =
+        copy_access(info, changed.fd()) && is_in_place(changed.replace_target(AtomicFile::Sync::kAll), path);
+    return placed ? Result::kDone : Result::kFailed;
 }
 
 int32_t report(const char *function, const char *path, Result result) {

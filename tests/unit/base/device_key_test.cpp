@@ -24,7 +24,7 @@
 #include "os_log.h"
 #include "support/key_files.h"
 #include "support/open_descriptors.h"
-#include "unit/base/file_doubles.h"
+#include "unit/base/secret_doubles.h"
 
 namespace {
 
@@ -211,19 +211,19 @@ TEST_F(DeviceKey, InterruptedAndShortReadsAreContinued) {
 
 /* libsodium would end the process where it asks for them itself. */
 TEST_F(DeviceKey, WithoutRandomBytesThereIsNoKey) {
-    doubles::files::getrandom.stand_in([](void *, size_t, unsigned) -> ssize_t {
+    doubles::secrets::getrandom.stand_in([](void *, size_t, unsigned) -> ssize_t {
         errno = EIO;
         return -1;
     });
     expect_refused("can't get random bytes, errno=5, cause: Input/output error");
     write_key_file(kProductKeyPath, some_key());
     EXPECT_FALSE(derived());
-    doubles::files::getrandom.restore();
+    doubles::secrets::getrandom.restore();
     EXPECT_TRUE(derived());
 }
 
 TEST_F(DeviceKey, AKernelThatHasRandomBytesInAFileOnlyWillDo) {
-    doubles::files::getrandom.stand_in([](void *, size_t, unsigned) -> ssize_t {
+    doubles::secrets::getrandom.stand_in([](void *, size_t, unsigned) -> ssize_t {
         errno = ENOSYS;
         return -1;
     });
@@ -232,15 +232,15 @@ TEST_F(DeviceKey, AKernelThatHasRandomBytesInAFileOnlyWillDo) {
 }
 
 TEST_F(DeviceKey, ASignalWhileRandomBytesAreGatheredIsNoLackOfThem) {
-    doubles::files::getrandom.stand_in([](void *to, size_t size, unsigned flags) -> ssize_t {
-        if (doubles::files::getrandom.calls() < 3) {
+    doubles::secrets::getrandom.stand_in([](void *to, size_t size, unsigned flags) -> ssize_t {
+        if (doubles::secrets::getrandom.calls() < 3) {
             errno = EINTR;
             return -1;
         }
-        return doubles::files::getrandom.real(to, size, flags);
+        return doubles::secrets::getrandom.real(to, size, flags);
     });
     EXPECT_TRUE(derived());
-    EXPECT_EQ(3u, doubles::files::getrandom.calls());
+    EXPECT_EQ(3u, doubles::secrets::getrandom.calls());
 }
 
 /* A device whose folder of permanent files is missing, until the end of the scope. */

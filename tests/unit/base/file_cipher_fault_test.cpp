@@ -14,10 +14,11 @@
 #include <string>
 
 #include "doubles/base_doubles.h"
+#include "doubles/file_doubles.h"
 #include "doubles/libc_doubles.h"
 #include "doubles/log_capture.h"
 #include "unit/base/file_cipher_fixture.h"
-#include "unit/base/file_doubles.h"
+#include "unit/base/secret_doubles.h"
 
 namespace {
 
@@ -324,9 +325,9 @@ TEST_P(FileCipherFaults, MemoryIsWipedOfTheContent) {
         plain = plain == nullptr ? block : plain;
         return block;
     });
-    doubles::files::sodium_memzero.stand_in([&](void *bytes, size_t size) {
+    doubles::secrets::sodium_memzero.stand_in([&](void *bytes, size_t size) {
         wiped = wiped || (bytes == plain && size == kChunkSize);
-        doubles::files::sodium_memzero.real(bytes, size);
+        doubles::secrets::sodium_memzero.real(bytes, size);
     });
     expect_success();
     EXPECT_TRUE(wiped);

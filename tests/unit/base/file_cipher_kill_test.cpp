@@ -12,9 +12,9 @@
 #include <random>
 #include <string>
 
+#include "doubles/file_doubles.h"
 #include "doubles/libc_doubles.h"
 #include "unit/base/file_cipher_fixture.h"
-#include "unit/base/file_doubles.h"
 
 namespace {
 

@@ -6,6 +6,7 @@
 #include <climits>
 #include <cstring>
 
+#include "doubles/file_doubles.h"
 #include "frwk_dbrm.h"
 #include "unit/frwk_dbrm/dbrm_fixture.h"
 
@@ -253,7 +254,7 @@ TEST_F(Backup, ThatCanNotBeEncipheredIsAnInternalError) {
 }
 
 TEST_F(Backup, ThatCanNotTakeItsNameIsAnIoError) {
-    doubles::libc::renameat.stand_in([](int, const char *, int, const char *) {
+    doubles::files::renameat.stand_in([](int, const char *, int, const char *) {
         errno = EROFS;
         return -1;
     });

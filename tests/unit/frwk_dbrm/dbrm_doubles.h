@@ -1,6 +1,5 @@
 /*
- * Doubles of the base library's file cipher and digest, and of the calls for files in folders that are held
- * open. openat takes a mode as open does: 0 when none was passed.
+ * Doubles of the base library's file cipher and digest, and of the calls for files that only a backup makes.
  */
 #pragma once
 
@@ -23,17 +22,11 @@ extern Double<int32_t(const char *, uint8_t *)> md5_encrypt_file;
 namespace doubles::libc {
 
 extern Double<int(const char *, off_t)> truncate;
-extern Double<int(int, const char *, int, mode_t)> openat;
-extern Double<int(int, struct ::stat *)> fstat;
 extern Double<int(int, const char *, struct ::stat *, int)> fstatat;
 extern Double<int(const char *, struct ::statvfs *)> statvfs;
-extern Double<int(int, int)> flock;
 extern Double<char *(char *)> mkdtemp;
 extern Double<int(const char *)> rmdir;
-extern Double<int(int, const char *, int, const char *)> renameat;
-extern Double<int(int, const char *, int)> unlinkat;
 extern Double<ssize_t(int, const char *, char *, size_t)> readlinkat;
-extern Double<char *(const char *, char *)> realpath;
 extern Double<uid_t()> geteuid;
 
 }  // namespace doubles::libc

@@ -47,12 +47,8 @@ TEST_F(DatabasePowerOff, OneStoresFailureStopsNoOther) {
 TEST_F(DatabasePowerOff, TheFirstFailureIsTheAnswer) {
     database_->set(P, "k", "v");
     database_->set(F, "fk", "fv");
-    doubles::libc::open.stand_in([](const char *path, int flags, mode_t mode) {
-        if (path == kPlainFile + ".tmp" || path == kFactoryFile + ".tmp") {
-            errno = path == kPlainFile + ".tmp" ? ENOSPC : EROFS;
-            return -1;
-        }
-        return doubles::libc::open.real(path, flags, mode);
+    fail_opens([](const std::string &path) {
+        return path == kPlainFile + ".tmp" ? ENOSPC : path == kFactoryFile + ".tmp" ? EROFS : 0;
     });
     EXPECT_EQ(6, database_->save_before_power_off());
 }

@@ -12,9 +12,9 @@
 #include <filesystem>
 #include <string>
 
+#include "doubles/file_doubles.h"
 #include "doubles/libc_doubles.h"
 #include "support/wait_until.h"
-#include "unit/zndb/descriptor_doubles.h"
 
 namespace {
 
@@ -91,7 +91,7 @@ TEST_F(FileSteps, OnlyARegularFileIsOpened) {
 TEST_F(FileSteps, AFileWhoseKindIsNotToldIsNotOpened) {
     ASSERT_EQ(0, make_folder_of(kFolder + "/file"));
     ASSERT_TRUE(write_text(kFolder + "/file", "x"));
-    fstat_double.stand_in([](int, struct stat *) {
+    doubles::files::fstat.stand_in([](int, struct stat *) {
         errno = EIO;
         return -1;
     });

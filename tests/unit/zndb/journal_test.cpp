@@ -194,6 +194,7 @@ TEST_F(JournalTest, AFileWithASecondNameThatStaysIsRefused) {
     Journal journal(kPath);
     EXPECT_EQ(EPERM, open(journal));
     EXPECT_EQ("", replayed_);
+    doubles::libc::rename.restore();
     EXPECT_EQ(1u, log_.count("can't be set aside! errno=30")) << log_.text();
 }
 

@@ -223,13 +223,14 @@ TEST_F(StoreFile, TheFileIsSyncedBeforeItIsRenamedAndItsFolderAfterwards) {
         steps += S_ISDIR(info.st_mode) ? "sync folder;" : "sync file;";
         return doubles::libc::fsync.real(fd);
     });
-    doubles::libc::rename.stand_in([&steps](const char *from, const char *to) {
-        EXPECT_EQ(kTemporary, from);
-        EXPECT_EQ(kPath, to);
-        EXPECT_EQ("area=\nzone= west=1 \n", content_of(kTemporary));
-        steps += "rename;";
-        return doubles::libc::rename.real(from, to);
-    });
+    doubles::files::renameat.stand_in(
+        [&steps](int from_folder, const char *from, int to_folder, const char *to) {
+            EXPECT_EQ(kTemporary, from);
+            EXPECT_EQ(kPath, to);
+            EXPECT_EQ("area=\nzone= west=1 \n", content_of(kTemporary));
+            steps += "rename;";
+            return doubles::files::renameat.real(from_folder, from, to_folder, to);
+        });
     EXPECT_EQ(0, save_store(kPath, two_values(), {true}).error);
     EXPECT_EQ("sync file;rename;sync folder;", steps);
 

@@ -11,14 +11,15 @@
 #include <cerrno>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <iterator>
 #include <string>
 #include <vector>
 
+#include "doubles/file_doubles.h"
 #include "doubles/libc_doubles.h"
 #include "doubles/log_capture.h"
 #include "os_log.h"
-#include "unit/zndb/descriptor_doubles.h"
 
 /* The whole content; "" when there is no file. */
 inline std::string content_of(const std::string &path) {
@@ -79,7 +80,7 @@ inline void fill_disk_of(const std::string &folder) {
 
 /* From now on renaming fails. */
 inline void fail_rename(int error) {
-    doubles::libc::rename.stand_in([error](const char *, const char *) {
+    doubles::files::renameat.stand_in([error](int, const char *, int, const char *) {
         errno = error;
         return -1;
     });
@@ -87,7 +88,7 @@ inline void fail_rename(int error) {
 
 /* From now on no file can be given a second name, as where the file system has none. */
 inline void fail_link(int error) {
-    link_double.stand_in([error](const char *, const char *) {
+    doubles::files::link.stand_in([error](const char *, const char *) {
         errno = error;
         return -1;
     });
@@ -119,15 +120,21 @@ inline void fail_folder_sync() {
     });
 }
 
+/* From now on opening a path fails where error_of gives an error for it. */
+inline void fail_opens(const std::function<int(const std::string &path)> &error_of) {
+    doubles::libc::open.stand_in([error_of](const char *path, int flags, mode_t mode) {
+        errno = error_of(path);
+        return errno != 0 ? -1 : doubles::libc::open.real(path, flags, mode);
+    });
+    doubles::files::openat.stand_in([error_of](int folder, const char *path, int flags, mode_t mode) {
+        errno = error_of(path);
+        return errno != 0 ? -1 : doubles::files::openat.real(folder, path, flags, mode);
+    });
+}
+
 /* From now on opening a path fails. */
 inline void fail_open(const std::string &refused, int error) {
-    doubles::libc::open.stand_in([refused, error](const char *path, int flags, mode_t mode) {
-        if (path == refused) {
-            errno = error;
-            return -1;
-        }
-        return doubles::libc::open.real(path, flags, mode);
-    });
+    fail_opens([refused, error](const std::string &path) { return path == refused ? error : 0; });
 }
 
 /* From now on a file can't be read from this place on. */
@@ -154,11 +161,12 @@ inline void end_faults() {
     doubles::libc::write.restore();
     doubles::libc::read.restore();
     doubles::libc::open.restore();
-    doubles::libc::rename.restore();
+    doubles::files::openat.restore();
+    doubles::files::renameat.restore();
     doubles::libc::fsync.restore();
     doubles::libc::mkdir.restore();
     doubles::libc::ftruncate.restore();
-    link_double.restore();
+    doubles::files::link.restore();
 }
 
 /* A test in which the disk may fail. The log is captured all the while. */

@@ -8,6 +8,7 @@
 #include <cerrno>
 #include <filesystem>
 
+#include "support/unique_fd.h"
 #include "support/wait_until.h"
 
 namespace {
@@ -26,39 +27,23 @@ class HeldFileTest : public testing::Test {
         std::filesystem::remove_all(kFolder);
         std::filesystem::remove_all(kFolder + ".moved");
     }
-
-    static void make(const HeldFile &file, const std::string &suffix) {
-        const int fd = file.open(O_WRONLY | O_CREAT | O_EXCL, 0600, suffix);
-        EXPECT_LE(0, fd);
-        EXPECT_EQ(FD_CLOEXEC, ::fcntl(fd, F_GETFD));
-        ::close(fd);
-    }
 };
 
-TEST_F(HeldFileTest, IsOpenedReplacedAndRemovedInItsFolder) {
-    const HeldFile file(kPath);
-    make(file, ".new");
-    EXPECT_TRUE(file.replace_by(".new"));
-    EXPECT_TRUE(std::filesystem::exists(kPath));
-    make(file, ".new");
-    file.remove(".new");
-    EXPECT_FALSE(std::filesystem::exists(kPath + ".new"));
-}
-
 TEST_F(HeldFileTest, StaysInItsFolderWhereverThatIsMoved) {
+    ASSERT_TRUE(write_text(kPath, "text"));
     const HeldFile file(kPath);
-    make(file, ".new");
     std::filesystem::rename(kFolder, kFolder + ".moved");
     std::filesystem::create_directory(kFolder);
-    EXPECT_TRUE(file.replace_by(".new"));
-    EXPECT_TRUE(std::filesystem::exists(kFolder + ".moved/name"));
-    EXPECT_TRUE(std::filesystem::is_empty(kFolder));
+    const UniqueFd fd(file.open(O_RDONLY));
+    EXPECT_TRUE(fd);
+    EXPECT_EQ(FD_CLOEXEC, ::fcntl(fd.get(), F_GETFD));
+    EXPECT_EQ(0, ::faccessat(file.folder(), file.name(), F_OK, 0));
 }
 
 TEST_F(HeldFileTest, MayBeInTheWorkingFolder) {
+    ASSERT_TRUE(write_text(kPath, "text"));
     std::filesystem::current_path(kFolder);
-    make(HeldFile("name"), "");
-    EXPECT_TRUE(std::filesystem::exists(kPath));
+    EXPECT_TRUE(UniqueFd(HeldFile("name").open(O_RDONLY)));
 }
 
 TEST_F(HeldFileTest, FollowsNoLink) {
@@ -71,7 +56,8 @@ TEST_F(HeldFileTest, FollowsNoLink) {
 TEST_F(HeldFileTest, IsBehindNoLinkOfAnother) {
     std::filesystem::create_directory(kFolder + "/inner");
     std::filesystem::create_symlink("inner", kFolder + "/link");
-    make(HeldFile(kFolder + "/link/name"), "");
+    ASSERT_TRUE(write_text(kFolder + "/inner/name", "text"));
+    EXPECT_TRUE(UniqueFd(HeldFile(kFolder + "/link/name").open(O_RDONLY)));
     ASSERT_EQ(0, ::chmod(kFolder.c_str(), 0777));
     EXPECT_EQ(-1, HeldFile(kFolder + "/link/name").open(O_RDONLY));
     EXPECT_EQ(ELOOP, errno);
@@ -79,10 +65,10 @@ TEST_F(HeldFileTest, IsBehindNoLinkOfAnother) {
 
 TEST_F(HeldFileTest, WithoutAFolderIsNone) {
     const HeldFile file("/no/folder/name");
-    EXPECT_EQ(-1, file.open(O_WRONLY | O_CREAT, 0600));
+    EXPECT_EQ(-1, file.open(O_RDONLY));
     EXPECT_EQ(ENOENT, errno);
-    EXPECT_FALSE(file.replace_by(".new"));
-    file.remove(".new");
+    EXPECT_EQ(ENOENT, file.error());
+    EXPECT_EQ(-1, file.folder());
 }
 
 }  // namespace

@@ -12,7 +12,7 @@
 #include "cipher.h"
 #include "frwk_dbrm.h"
 #include "frwk_dbrm/backup_check.h"
-#include "frwk_dbrm/files/growing_backup.h"
+#include "frwk_dbrm/files/backup_target.h"
 #include "frwk_dbrm/format/backup_format.h"
 #include "frwk_dbrm/format/backup_io.h"
 #include "frwk_dbrm/format/backup_record.h"
@@ -95,8 +95,8 @@ uint64_t largest_body() {
 }
 
 /* Writes the body of a backup. */
-apps_err_e_type frwk_dbrm_backup_process(GrowingBackup *growing) {
-    UniqueFile out = growing->create(largest_body);
+apps_err_e_type frwk_dbrm_backup_process(BackupTarget *target) {
+    UniqueFile out = target->create(largest_body);
     if (!out) {
         FRWK_WARN_ERRNO("create backup file error!");
         return E_APPS_ERR_IO;
@@ -114,28 +114,28 @@ apps_err_e_type frwk_dbrm_backup_process(GrowingBackup *growing) {
 }
 
 /* Writes the complete backup and gives it its name. */
-apps_err_e_type frwk_dbrm_backup(GrowingBackup *growing) {
-    apps_err_e_type ret = frwk_dbrm_backup_process(growing);
+apps_err_e_type frwk_dbrm_backup(BackupTarget *target) {
+    apps_err_e_type ret = frwk_dbrm_backup_process(target);
     if (ret != E_APPS_ERR_SUCCESS) {
         FRWK_WARN("backup process failed!");
         return ret;
     }
-    frwk_dbrm_backup_check(growing->path());
-    ret = frwk_dbrm_pack(growing->path());
+    frwk_dbrm_backup_check(target->path());
+    ret = frwk_dbrm_pack(target->path());
     if (ret != E_APPS_ERR_SUCCESS) {
         FRWK_WARN("backup compression failed!");
         return ret;
     }
 
-    if (!zn_encrypt_file_ex(growing->path())) {
+    if (!zn_encrypt_file_ex(target->path())) {
         FRWK_WARN("encrypt backup file failed!");
         return E_APPS_ERR_INTERNAL;
     }
-    if (!growing->deliver()) {
+    if (!target->deliver()) {
         FRWK_WARN_ERRNO("write backup target file error!");
         return E_APPS_ERR_WRITE;
     }
-    if (!growing->take_place()) {
+    if (!target->take_place()) {
         FRWK_WARN_ERRNO("create backup file error!");
         return E_APPS_ERR_IO;
     }
@@ -149,10 +149,10 @@ apps_err_e_type frwk_dbrm_backup(const char *path) {
         return E_APPS_ERR_PARAM;
     }
 
-    GrowingBackup growing(path);
-    const apps_err_e_type ret = frwk_dbrm_backup(&growing);
+    BackupTarget target(path);
+    const apps_err_e_type ret = frwk_dbrm_backup(&target);
     if (ret != E_APPS_ERR_SUCCESS) {
-        growing.remove_target();
+        target.remove_target();
     }
     return ret;
 }

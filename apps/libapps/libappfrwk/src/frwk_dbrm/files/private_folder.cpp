@@ -1,6 +1,5 @@
 #include "frwk_dbrm/files/private_folder.h"
 
-#include <dirent.h>
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/stat.h>
@@ -10,12 +9,12 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <memory>
 
 #include "frwk_dbrm/files/trusted_path.h"
 #include "internal/frwk_log.h"
 #include "internal/frwk_paths.h"
-#include "support/uninterrupted.h"
+#include "support/file_io.h"
+#include "support/folder_stream.h"
 
 namespace {
 
@@ -32,45 +31,19 @@ constexpr int kAttempts = 10;
 
 constexpr int kOpenFolder = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
 
-struct CloseStream {
-    void operator()(DIR *folder) const { (void)::closedir(folder); }
-};
-using FolderStream = std::unique_ptr<DIR, CloseStream>;
-
-FolderStream read_folder(int folder, const char *name) {
-    UniqueFd fd(::openat(folder, name, kOpenFolder));
-    FolderStream stream(fd ? ::fdopendir(fd.get()) : nullptr);
-    if (stream) {
-        (void)fd.take();
-    }
-    return stream;
-}
-
-/* The next entry of a folder; null at its end. */
-const char *next_name(const FolderStream &folder) {
-    // cppcheck-suppress readdirCalled ; a stream of one thread, and readdir_r is withdrawn
-    const dirent *entry = folder ? ::readdir(folder.get()) : nullptr;
-    return entry != nullptr ? entry->d_name : nullptr;
-}
-
 void empty_folder(int folder) {
-    const FolderStream stream = read_folder(folder, ".");
+    const UniqueFolderStream stream = open_folder_stream(folder, ".");
     while (const char *name = next_name(stream)) {
         (void)::unlinkat(folder, name, 0); /* fails for "." and ".." */
     }
 }
 
-bool lock(int fd, int operation) {
-    return uninterrupted([fd, operation] { return ::flock(fd, operation); }) == 0;
-}
-
 /* Removes a folder if it is a leftover: nobody holds its lock. */
-void remove_leftover(const FolderStream &parent, const char *name) {
-    const int in = ::dirfd(parent.get());
+void remove_leftover(int in, const char *name) {
     const UniqueFd fd(::openat(in, name, kOpenFolder));
     struct stat found = {};
     if (!fd || ::fstat(fd.get(), &found) != 0 || found.st_uid != ::geteuid() ||
-        !lock(fd.get(), LOCK_EX | LOCK_NB)) {
+        !file_io::lock(fd.get(), LOCK_EX | LOCK_NB)) {
         return;
     }
     empty_folder(fd.get());
@@ -80,10 +53,10 @@ void remove_leftover(const FolderStream &parent, const char *name) {
 }
 
 void remove_leftovers(const char *parent) {
-    const FolderStream folder = read_folder(AT_FDCWD, parent);
+    const UniqueFolderStream folder = open_folder_stream(AT_FDCWD, parent);
     while (const char *name = next_name(folder)) {
         if (std::strlen(name) == kNameLength && std::strncmp(name, kPrefix, sizeof(kPrefix) - 1) == 0) {
-            remove_leftover(folder, name);
+            remove_leftover(::dirfd(folder.get()), name);
         }
     }
 }
@@ -121,7 +94,7 @@ PrivateFolder::Claim PrivateFolder::claim() {
         return errno == ENOENT ? Claim::kCleared : Claim::kFailed;
     }
     struct stat found = {};
-    if (!lock(fd_.get(), LOCK_EX) || ::fstat(fd_.get(), &found) != 0) {
+    if (!file_io::lock(fd_.get(), LOCK_EX) || ::fstat(fd_.get(), &found) != 0) {
         return Claim::kFailed;
     }
     return found.st_nlink != 0 ? Claim::kOurs : Claim::kCleared;

@@ -105,11 +105,8 @@ bool finish(UniqueFile file) {
 }
 
 bool finish_on_disk(UniqueFile file) {
-    return std::fflush(file.get()) == 0 && sync(::fileno(file.get())) && finish(std::move(file));
-}
-
-bool sync(int fd) {
-    return ::fsync(fd) == 0 || errno == EINVAL;
+    return std::fflush(file.get()) == 0 && file_io::sync_where_possible(::fileno(file.get())) &&
+           finish(std::move(file));
 }
 
 }  // namespace backup_io

@@ -58,7 +58,4 @@ bool finish(UniqueFile file);
 /* The same, and syncs the file, if its file system can be synced. */
 bool finish_on_disk(UniqueFile file);
 
-/* Syncs a file, if its file system can be synced. */
-bool sync(int fd);
-
 }  // namespace backup_io

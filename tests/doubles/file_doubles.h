@@ -1,10 +1,9 @@
 /*
- * Doubles that only files with a temporary twin and the cipher need, and of the wiping of memory.
+ * Doubles of the calls for files in folders that are held open, and of what is asked of files.
  */
 #pragma once
 
 #include <dirent.h>
-#include <sys/random.h>
 #include <sys/stat.h>
 #include <sys/types.h>
 
@@ -19,9 +18,8 @@ extern Double<int(int, const char *, int)> unlinkat;
 extern Double<int(int, int)> flock;
 extern Double<int(int, struct stat *)> fstat;
 extern Double<int(int, uid_t, gid_t)> fchown;
+extern Double<int(const char *, const char *)> link;
 extern Double<int(int, const char *, int, const char *, int)> linkat;
 extern Double<char *(const char *, char *)> realpath;
-extern Double<ssize_t(void *, size_t, unsigned)> getrandom;
-extern Double<void(void *, size_t)> sodium_memzero;
 
 }  // namespace doubles::files

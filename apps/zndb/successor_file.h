@@ -1,6 +1,6 @@
 /*
- * A new content for a file that is the old one or the new one at every moment, never half: a temporary
- * file beside it takes its place when it is complete. One thread at a time.
+ * A new content for a file: it is collected in a temporary file, which takes the file's place when it is
+ * complete. One thread at a time.
  */
 #pragma once
 
@@ -8,7 +8,7 @@
 #include <string>
 #include <string_view>
 
-#include "file_steps.h"
+#include "support/atomic_file.h"
 
 /*
  * Removes what a writer that was killed left beside a file. Only while nobody writes one.
@@ -17,20 +17,12 @@
  */
 bool remove_leftover(const std::string &path);
 
-class ReplacementFile {
+class SuccessorFile {
   public:
-    /* What the new content has to outlive once it is in place. */
-    enum class Outlives {
-        kCrash,
-        kPowerCut
-    };
-
     /* Opens the temporary file, readable by nobody else, and makes missing folders. */
-    explicit ReplacementFile(const std::string &path);
-    ReplacementFile(const ReplacementFile &) = delete;
-    ReplacementFile &operator=(const ReplacementFile &) = delete;
-    /* Removes the temporary file unless it was put in place. */
-    ~ReplacementFile();
+    explicit SuccessorFile(const std::string &path);
+    SuccessorFile(const SuccessorFile &) = delete;
+    SuccessorFile &operator=(const SuccessorFile &) = delete;
 
     /*
      * Whether it could take the file's place, as far as is known before. Returns 0 or an errno value: that of
@@ -45,24 +37,23 @@ class ReplacementFile {
      * Puts the new content in the file's place. Returns 0, or the errno value of the first failure; then
      * the file has its old content, unless only its folder could not be synced.
      */
-    int put_in_place(Outlives outlives);
+    int put_in_place(AtomicFile::Sync sync);
 
     /* Whether the file is the new one. */
-    bool in_place() const { return in_place_; }
+    bool in_place() const { return placed_ != AtomicFile::Placed::kNo; }
 
     uint64_t size() const { return size_; }
 
     /* Hands over the descriptor, open for reading and appending. */
-    UniqueFd take() { return std::move(fd_); }
+    UniqueFd take_fd() { return file_.take_fd(); }
 
   private:
     void flush();
 
     const std::string path_;
-    const std::string temporary_;
-    UniqueFd fd_;
+    AtomicFile file_;
     std::string buffer_;
     uint64_t size_ = 0;
     int error_ = 0;
-    bool in_place_ = false;
+    AtomicFile::Placed placed_ = AtomicFile::Placed::kNo;
 };
