@@ -6,7 +6,6 @@
 
 #include "entry_line.h"
 #include "os_log.h"
-#include "store_file.h"
 #include "successor_file.h"
 #include "zndb_paths.h"
 
@@ -60,7 +59,7 @@ os_mutex *make_mutex() {
 
 /* Lists what leads from a store's file to its present values. */
 void list_pending_of(StoreId id, const Store &store, const Journal::Replay &add) {
-    if (store.cleared()) {
+    if (store.basis() == Basis::kNothing) {
         add({id, Change::kClear, {}, {}});
     }
     for (const auto &change : store.changes()) {
@@ -75,14 +74,16 @@ void list_pending_of(StoreId id, const Store &store, const Journal::Replay &add)
 
 /* Only a store that has all of its file may replace it, and only by one that the next start reads whole. */
 apps_err_e_type check_replaceable(const char *path, const Store &store) {
-    if (store.unread()) {
-        OS_LOG(OS_LOG_WARNING, "%s could not be read and is not replaced", path);
-        return E_APPS_ERR_ZNDB_OTHER;
-    }
-    if (store.overfull()) {
-        OS_LOG(OS_LOG_WARNING, "%s is not replaced: its store has %zu keys, and a file may have %zu", path,
-               store.values().size(), kStoreKeysMax);
-        return E_APPS_ERR_ZNDB_MEM;
+    switch (store.savable()) {
+        case Savable::kNotWhole:
+            OS_LOG(OS_LOG_WARNING, "%s could not be read and is not replaced", path);
+            return E_APPS_ERR_ZNDB_OTHER;
+        case Savable::kOverfull:
+            OS_LOG(OS_LOG_WARNING, "%s is not replaced: its store has %zu keys, and a file may have %zu",
+                   path, store.values().size(), kStoreKeysMax);
+            return E_APPS_ERR_ZNDB_MEM;
+        case Savable::kYes:
+            break;
     }
     return E_APPS_ERR_SUCCESS;
 }
@@ -147,11 +148,9 @@ void Database::load() {
 void Database::load_one(Held &held) {
     drop_leftover(held.path);
     const LoadedFile loaded = load_store(held.path, held.store);
-    held.file_is_damaged = loaded.damaged;
-    held.needs_cleaning =
-        loaded.damaged && loaded.error == 0; /* or it is not replaced, or for a reset only */
+    held.file = loaded.lines == Lines::kSomeSkipped ? FileState::kDamaged : FileState::kSound;
     if (loaded.error != 0) {
-        held.store.mark_unread();
+        held.store.mark_partly_read();
         OS_LOG(OS_LOG_WARNING, "%s is given up: its store goes on with %zu keys of it and is not saved",
                held.path, held.store.values().size());
     }
@@ -214,11 +213,12 @@ void Database::apply(const JournalRecord &record) {
  */
 void Database::repeat(const JournalRecord &record) {
     apply(record);
-    store(record.store).suspect(record.key);
+    store(record.store).assume_in_file(record.key);
 }
 
 bool Database::file_may_differ(StoreId id, std::string_view key) const {
-    return store(id).unread() && key_problem(key) == nullptr && store(id).changes().count(key) == 0;
+    return store(id).basis() == Basis::kPartOfFile && key_problem(key) == nullptr &&
+           store(id).changes().count(key) == 0;
 }
 
 void Database::list_pending(const Journal::Replay &add) const {
@@ -321,14 +321,17 @@ apps_err_e_type Database::save_one(StoreId id) {
     if (refused != E_APPS_ERR_SUCCESS) {
         return refused;
     }
-    const SavedFile saved = save_store(held.path, held.store, {held.folders_are_safe, held.file_is_damaged});
-    held.folders_are_safe = saved.error == 0;
-    held.file_is_damaged = held.file_is_damaged && !saved.in_place;
+    const bool damaged = held.file == FileState::kDamaged;
+    const SavedFile saved =
+        save_store(held.path, held.store, held.folders, damaged ? OldFile::kIsKept : OldFile::kGoes);
     if (saved.error != 0) {
-        held.store.suspect_all_changed();
+        held.folders = Folders::kPerhapsNew;
+        held.file = damaged && saved.in_place ? FileState::kPerhapsNotOnDisk : held.file;
+        held.store.assume_all_in_file();
         return result_of_errno(saved.error);
     }
-    held.needs_cleaning = false;
+    held.folders = Folders::kOnDisk;
+    held.file = FileState::kSound;
     held.store.mark_saved();
     if (id == StoreId::kPlain) {
         until_reboot_.note_saved(held.store);

@@ -14,6 +14,7 @@
 #include "journal_record.h"
 #include "os_thread.h"
 #include "store.h"
+#include "store_file.h"
 #include "until_reboot.h"
 
 /* What became of each store in a save of both; 0 also for one without changes. */
@@ -82,15 +83,25 @@ class Database {
     apps_err_e_type save_before_power_off();
 
   private:
+    enum class FileState {
+        kSound,
+        kDamaged,         /* lines of it were skipped */
+        kPerhapsNotOnDisk /* it replaced a damaged one, which a power cut may bring back */
+    };
+
     struct Held {
         const char *path;
         Store store = {};
-        bool folders_are_safe = false; /* their names are on the disk: the last save saw to it */
-        bool file_is_damaged = false;  /* lines of it were skipped */
-        bool needs_cleaning = false;   /* it is, or its successor may not be on the disk */
+        Folders folders = Folders::kPerhapsNew;
+        FileState file = FileState::kSound;
 
         /* Whether a save has something to write. */
-        bool changed() const { return needs_cleaning || store.changed(); }
+        bool changed() const { return store.changed() || needs_cleaning(); }
+
+        /* A file of which the store has only a part is not replaced, or for a reset only. */
+        bool needs_cleaning() const {
+            return file != FileState::kSound && store.basis() != Basis::kPartOfFile;
+        }
     };
 
     const Store &store(StoreId id) const { return held_[static_cast<size_t>(id)].store; }

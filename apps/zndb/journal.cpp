@@ -38,14 +38,15 @@ int Journal::read_lines(int fd, JournalContent &content) {
     SkippedLines skipped(path_);
     Line line = {};
     size_ = 0;
-    torn_ = false;
-    while (!torn_ && reader.next(line)) {
-        torn_ = !line.ended;
-        if (!torn_) {
-            size_ = line.end;
-            if (const char *problem = take_line(line, content)) {
-                skipped.report(line.number, problem);
-            }
+    tail_ = Tail::kNone;
+    while (reader.next(line)) {
+        if (!line.ended) {
+            tail_ = Tail::kTorn;
+            break;
+        }
+        size_ = line.end;
+        if (const char *problem = take_line(line, content)) {
+            skipped.report(line.number, problem);
         }
     }
     if (reader.error() == 0) {
@@ -55,19 +56,19 @@ int Journal::read_lines(int fd, JournalContent &content) {
 }
 
 void Journal::report_torn_line() const {
-    if (torn_) {
+    if (tail_ == Tail::kTorn) {
         OS_LOG(OS_LOG_WARNING, "%s: the last line was cut off and is dropped", path_.c_str());
     }
 }
 
 int Journal::cut_torn_line() {
-    if (!torn_) {
+    if (tail_ == Tail::kNone) {
         return 0;
     }
     if (::ftruncate(fd_.get(), static_cast<off_t>(size_)) != 0) {
         return errno;
     }
-    torn_ = false;
+    tail_ = Tail::kNone;
     return 0;
 }
 
@@ -99,7 +100,7 @@ int Journal::append(const JournalRecord &record) {
     const std::string line = format_record(record);
     int error = cut_torn_line();
     if (error == 0) {
-        torn_ = true;
+        tail_ = Tail::kTorn;
         error = file_io::write_all(fd_.get(), line.data(), line.size()) ? 0 : errno;
     }
     if (error != 0) {
@@ -107,7 +108,7 @@ int Journal::append(const JournalRecord &record) {
         return report("can't write", error);
     }
 
-    torn_ = false;
+    tail_ = Tail::kNone;
     size_ += line.size();
     return 0;
 }
@@ -117,7 +118,7 @@ int Journal::empty() {
         return errno;
     }
     size_ = 0;
-    torn_ = false;
+    tail_ = Tail::kNone;
     return 0;
 }
 
@@ -128,7 +129,7 @@ int Journal::replace(const Source &source) {
     if (error == 0) {
         fd_ = file.take_fd();
         size_ = file.size();
-        torn_ = false;
+        tail_ = Tail::kNone;
     }
     return error;
 }

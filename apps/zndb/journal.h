@@ -55,6 +55,12 @@ class Journal {
     void postpone();
 
   private:
+    /* What follows the records that count. */
+    enum class Tail {
+        kNone,
+        kTorn /* perhaps part of a record */
+    };
+
     int read_lines(int fd, JournalContent &content);
     void report_torn_line() const;
     int cut_torn_line();
@@ -65,6 +71,6 @@ class Journal {
     const std::string path_;
     UniqueFd fd_;
     uint64_t size_ = 0; /* of the records that count */
-    bool torn_ = false; /* part of a record may follow them */
+    Tail tail_ = Tail::kNone;
     uint64_t overgrown_above_ = kJournalSmall;
 };

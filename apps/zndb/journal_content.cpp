@@ -5,7 +5,7 @@ using Change = JournalRecord::Change;
 const char *JournalContent::take(const JournalRecord &record) {
     Changes &store = changes(record.store);
     if (record.change == Change::kClear) {
-        store.cleared = true;
+        store.basis = Basis::kNothing;
         store.keys.clear();
         return nullptr;
     }
@@ -29,7 +29,7 @@ const char *JournalContent::take(const JournalRecord &record) {
 void JournalContent::hand_out(const std::function<void(const JournalRecord &record)> &receive) {
     for (const StoreId id : kStoreIds) {
         Changes &store = changes(id);
-        if (store.cleared) {
+        if (store.basis == Basis::kNothing) {
             receive({id, Change::kClear, {}, {}});
         }
         /* Each is gone before the next is copied, or both sides would hold all of them. */
@@ -39,6 +39,6 @@ void JournalContent::hand_out(const std::function<void(const JournalRecord &reco
             receive(value ? JournalRecord{id, Change::kSet, change.key(), *value}
                           : JournalRecord{id, Change::kErase, change.key(), {}});
         }
-        store.cleared = false;
+        store.basis = Basis::kFile;
     }
 }

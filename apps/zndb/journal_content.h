@@ -27,7 +27,7 @@ class JournalContent {
 
   private:
     struct Changes {
-        bool cleared = false;                                                     /* before the keys */
+        Basis basis = Basis::kFile;                                               /* of the keys */
         std::map<std::string, std::optional<std::string>, std::less<>> keys = {}; /* no value: deleted */
     };
 

@@ -13,14 +13,21 @@ bool Store::has_room_for_change_of(std::string_view key) const {
     return changes_.size() < kChangedKeysMax || changes_.find(key) != changes_.end();
 }
 
+Savable Store::savable() const {
+    if (basis_ == Basis::kPartOfFile) {
+        return Savable::kNotWhole;
+    }
+    return values_.size() > kStoreKeysMax ? Savable::kOverfull : Savable::kYes;
+}
+
 void Store::load(std::string_view key, std::string_view value) {
     values_.insert_or_assign(std::string(key), std::string(value));
 }
 
 void Store::set(std::string_view key, std::string_view value) {
-    const bool file_may_hold_it = unread_ || find(key) != nullptr;
+    const bool perhaps = basis_ == Basis::kPartOfFile || find(key) != nullptr;
     load(key, value);
-    changes_.try_emplace(std::string(key), file_may_hold_it);
+    changes_.try_emplace(std::string(key), perhaps ? InFile::kPerhaps : InFile::kNo);
 }
 
 void Store::erase(std::string_view key) {
@@ -29,8 +36,8 @@ void Store::erase(std::string_view key) {
         values_.erase(found);
     }
 
-    const auto change = changes_.try_emplace(std::string(key), true).first;
-    if (cleared_ || !change->second) {
+    const auto change = changes_.try_emplace(std::string(key), InFile::kPerhaps).first;
+    if (basis_ == Basis::kNothing || change->second == InFile::kNo) {
         changes_.erase(change);
     }
 }
@@ -38,8 +45,7 @@ void Store::erase(std::string_view key) {
 void Store::clear() {
     values_.clear();
     changes_.clear();
-    cleared_ = true;
-    unread_ = false;
+    basis_ = Basis::kNothing;
 }
 
 void Store::revert(std::string_view key, const std::string *saved) {
@@ -53,18 +59,18 @@ void Store::revert(std::string_view key, const std::string *saved) {
 
 void Store::mark_saved() {
     changes_.clear();
-    cleared_ = false;
+    basis_ = Basis::kFile;
 }
 
-void Store::suspect(std::string_view key) {
+void Store::assume_in_file(std::string_view key) {
     const auto change = changes_.find(key);
     if (change != changes_.end()) {
-        change->second = true;
+        change->second = InFile::kPerhaps;
     }
 }
 
-void Store::suspect_all_changed() {
+void Store::assume_all_in_file() {
     for (auto &change : changes_) {
-        change.second = true;
+        change.second = InFile::kPerhaps;
     }
 }

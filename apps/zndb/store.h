@@ -10,7 +10,7 @@
 #include <string>
 #include <string_view>
 
-/* The most keys that a store takes of its file or of clients. The journal can add more: see overfull. */
+/* The most keys that a store takes of its file or of clients. The journal can add more: see Savable. */
 inline constexpr size_t kStoreKeysMax = 16384;
 
 /*
@@ -21,10 +21,30 @@ inline constexpr size_t kStoreKeysMax = 16384;
  */
 inline constexpr size_t kChangedKeysMax = 2 * kStoreKeysMax;
 
+/* What the values of a store, beside its changes, come from. */
+enum class Basis {
+    kFile,       /* the whole file */
+    kPartOfFile, /* what could be read of it: it may hold any key */
+    kNothing     /* all keys were deleted: nothing of the file is wanted any more */
+};
+
+/* Whether the file may hold a key that has changed since it was last read or written. */
+enum class InFile {
+    kNo,
+    kPerhaps
+};
+
+/* Whether a store may replace its file. */
+enum class Savable {
+    kYes,
+    kNotWhole, /* the file has values that the store lacks */
+    kOverfull  /* the store has more keys than a file may have */
+};
+
 class Store {
   public:
     using Values = std::map<std::string, std::string, std::less<>>;
-    using Changes = std::map<std::string, bool, std::less<>>; /* key, and whether the file may hold it */
+    using Changes = std::map<std::string, InFile, std::less<>>;
 
     /* Returns the key's value, or null when there is none; valid until the next change. */
     const std::string *find(std::string_view key) const;
@@ -35,8 +55,7 @@ class Store {
     /* Whether the key can be set or deleted: it is a changed one already, or there are not too many. */
     bool has_room_for_change_of(std::string_view key) const;
 
-    /* Whether it has more keys than a file may have. */
-    bool overfull() const { return values_.size() > kStoreKeysMax; }
+    Savable savable() const;
 
     /* Takes over what the file holds: not a change. */
     void load(std::string_view key, std::string_view value);
@@ -59,26 +78,24 @@ class Store {
     /* Declares the present values to be the file's. */
     void mark_saved();
 
-    /* Declares that there is a file which was not read whole: it may hold any key. */
-    void mark_unread() { unread_ = true; }
-    bool unread() const { return unread_; }
+    /* Declares that the file was not read whole. */
+    void mark_partly_read() { basis_ = Basis::kPartOfFile; }
 
     /* Declares that the file may hold the key, if it is a changed one. */
-    void suspect(std::string_view key);
+    void assume_in_file(std::string_view key);
 
     /* The same for all changed keys: a save that fails may have put its file in place. */
-    void suspect_all_changed();
+    void assume_all_in_file();
 
     const Values &values() const { return values_; }
 
-    /* What lies between the file and the present values: first cleared or not, then these keys. */
-    bool changed() const { return cleared_ || !changes_.empty(); }
-    bool cleared() const { return cleared_; }
+    /* What lies between the file and the present values: first what they rest on, then these keys. */
+    bool changed() const { return basis_ == Basis::kNothing || !changes_.empty(); }
+    Basis basis() const { return basis_; }
     const Changes &changes() const { return changes_; }
 
   private:
     Values values_;
     Changes changes_;
-    bool cleared_ = false;
-    bool unread_ = false;
+    Basis basis_ = Basis::kFile;
 };

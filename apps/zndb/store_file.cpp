@@ -59,7 +59,7 @@ LoadedFile load_lines(int fd, const std::string &path, Store &store) {
     skipped.report_rest();
 
     // A file that holds more than the store must not be replaced by what the store holds.
-    return {overflowed ? EOVERFLOW : reader.error(), skipped.any()};
+    return {overflowed ? EOVERFLOW : reader.error(), skipped.any() ? Lines::kSomeSkipped : Lines::kAllTaken};
 }
 
 void add_lines(const Store &store, SuccessorFile &file) {
@@ -72,12 +72,13 @@ void add_lines(const Store &store, SuccessorFile &file) {
 }
 
 /* Has the new file take the old one's place; the old one keeps the name kept, if any. */
-int replace(const std::string &path, SuccessorFile &file, const SaveOptions &options, std::string &kept) {
-    int error = options.keep_old ? keep_damaged(path, kept) : 0;
+int replace(const std::string &path, SuccessorFile &file, Folders folders, OldFile old_file,
+            std::string &kept) {
+    int error = old_file == OldFile::kIsKept ? keep_damaged(path, kept) : 0;
     if (error == 0) {
         error = file.put_in_place(AtomicFile::Sync::kAll);
     }
-    if (error == 0 && !options.folders_are_safe) {
+    if (error == 0 && folders == Folders::kPerhapsNew) {
         error = sync_folders_above(path);
     }
     return error;
@@ -100,9 +101,9 @@ void settle_damaged(const std::string &path, const std::string &kept, bool in_pl
 
 LoadedFile load_store(const std::string &path, Store &store) {
     UniqueFd fd;
-    LoadedFile loaded = {open_file(path, O_RDONLY, fd), false};
+    LoadedFile loaded = {open_file(path, O_RDONLY, fd), Lines::kAllTaken};
     if (loaded.error == ENOENT) {
-        return {0, false};
+        return {0, Lines::kAllTaken};
     }
     if (loaded.error == 0) {
         loaded = load_lines(fd.get(), path, store);
@@ -114,11 +115,11 @@ LoadedFile load_store(const std::string &path, Store &store) {
     return loaded;
 }
 
-SavedFile save_store(const std::string &path, const Store &store, const SaveOptions &options) {
+SavedFile save_store(const std::string &path, const Store &store, Folders folders, OldFile old_file) {
     SuccessorFile file(path);
     add_lines(store, file);
     std::string kept;
-    const int error = replace(path, file, options, kept);
+    const int error = replace(path, file, folders, old_file, kept);
     if (error != 0) {
         errno = error;
         OS_LOG_ERRNO(("can't save " + path).c_str());

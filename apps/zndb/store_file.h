@@ -8,10 +8,15 @@
 
 #include "store.h"
 
+enum class Lines {
+    kAllTaken,
+    kSomeSkipped
+};
+
 /* What was read of a file. */
 struct LoadedFile {
-    int error;    /* 0, or an errno value when it could not be read to its end */
-    bool damaged; /* lines of it were skipped */
+    int error; /* 0, or an errno value when it could not be read to its end */
+    Lines lines;
 };
 
 /*
@@ -26,18 +31,20 @@ struct SavedFile {
     bool in_place; /* the file is the new one, perhaps until a power cut only */
 };
 
-struct SaveOptions {
-    /*
-     * An earlier save of the path has succeeded. Otherwise folders that are there already may be new ones,
-     * whose names are not on the disk yet, and they are synced too.
-     */
-    bool folders_are_safe = false;
-    /* The old file is damaged, and is kept beside the new one. */
-    bool keep_old = false;
+/* The names of the folders above a file that are there already. */
+enum class Folders {
+    kPerhapsNew, /* they may not be on the disk yet: a save syncs them too */
+    kOnDisk      /* an earlier save of the file has succeeded */
+};
+
+/* What happens to the old file. */
+enum class OldFile {
+    kGoes,
+    kIsKept /* beside the new one, as it is damaged */
 };
 
 /*
  * Replaces a file by what the store holds, so that it survives a power cut, and is the old one or the new
  * one at every moment. Missing folders are made. Where the old file is to be kept and can't be, it stays.
  */
-SavedFile save_store(const std::string &path, const Store &store, const SaveOptions &options = {});
+SavedFile save_store(const std::string &path, const Store &store, Folders folders, OldFile old_file);

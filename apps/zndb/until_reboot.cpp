@@ -33,9 +33,9 @@ void UntilReboot::note_saved(const Store &plain) {
 void UntilReboot::take_out(Store &plain) {
     for (size_t i = 0; i < kCount; ++i) {
         State &state = states_[i];
-        state.taken_out = is_unsaved(plain, kSettings[i]);
-        if (state.taken_out) {
-            const bool file_keeps_it = state.saved.has_value() && !plain.cleared();
+        state.place = is_unsaved(plain, kSettings[i]) ? Place::kTakenOut : Place::kStore;
+        if (state.place == Place::kTakenOut) {
+            const bool file_keeps_it = state.saved.has_value() && plain.basis() != Basis::kNothing;
             plain.revert(kSettings[i].key, file_keeps_it ? &*state.saved : nullptr);
         }
     }
@@ -44,10 +44,10 @@ void UntilReboot::take_out(Store &plain) {
 void UntilReboot::put_back(Store &plain) {
     for (size_t i = 0; i < kCount; ++i) {
         State &state = states_[i];
-        if (state.taken_out) {
+        if (state.place == Place::kTakenOut) {
             plain.set(kSettings[i].key, kSettings[i].value);
-            plain.suspect(kSettings[i].key); /* no record of the journal is forgotten for it */
-            state.taken_out = false;
+            plain.assume_in_file(kSettings[i].key); /* no record of the journal is forgotten for it */
+            state.place = Place::kStore;
         }
     }
 }

@@ -27,9 +27,14 @@ class UntilReboot {
   private:
     static constexpr size_t kCount = 1;
 
+    enum class Place {
+        kStore,
+        kTakenOut
+    };
+
     struct State {
         std::optional<std::string> saved = {}; /* the file's value, if it has the key */
-        bool taken_out = false;
+        Place place = Place::kStore;
     };
     std::array<State, kCount> states_; /* in the order of kSettings */
 };

@@ -23,12 +23,17 @@ class StoreFile : public DiskTest {
         Store store;
         const LoadedFile loaded = load_store(kPath, store);
         error_ = loaded.error;
-        damaged_ = loaded.damaged;
+        lines_ = loaded.lines;
         return store;
     }
 
+    static SavedFile save(const Store &store, const std::string &path = kPath,
+                          Folders folders = Folders::kPerhapsNew) {
+        return save_store(path, store, folders, OldFile::kGoes);
+    }
+
     int error_ = -1;
-    bool damaged_ = false;
+    Lines lines_ = Lines::kAllTaken;
 };
 
 using Values = Store::Values;
@@ -52,7 +57,7 @@ TEST_F(StoreFile, LoadsLinesOfKeyAndValue) {
 TEST_F(StoreFile, SkipsCommentsAndEmptyLinesSilently) {
     EXPECT_EQ((Values{{"a", "1"}}), loaded("# a comment\n\n#b=2\n\r\na=1\n").values());
     EXPECT_EQ("", log_.text());
-    EXPECT_FALSE(damaged_);
+    EXPECT_EQ(Lines::kAllTaken, lines_);
 }
 
 TEST_F(StoreFile, ALongCommentIsAComment) {
@@ -88,7 +93,7 @@ TEST_F(StoreFile, ADamagedLineIsReportedWithItsNumberAndTheRestIsKept) {
                                 "\nz=9\n";
     EXPECT_EQ((Values{{"a", "1"}, {"z", "9"}}), loaded(content).values());
     EXPECT_EQ(0, error_);
-    EXPECT_TRUE(damaged_);
+    EXPECT_EQ(Lines::kSomeSkipped, lines_);
     EXPECT_EQ((std::vector<std::string>{
                   kPath + " line 2 skipped: there is no '='",
                   kPath + " line 3 skipped: the key is empty",
@@ -183,7 +188,7 @@ Store two_values() {
 }
 
 TEST_F(StoreFile, SavesSortedLinesThatOnlyTheOwnerReads) {
-    EXPECT_EQ(0, save_store(kPath, two_values()).error);
+    EXPECT_EQ(0, save(two_values()).error);
     EXPECT_EQ("area=\nzone= west=1 \n", content_of(kPath));
     EXPECT_EQ(0600u, mode_of(kPath));
     EXPECT_FALSE(exists(kTemporary));
@@ -191,7 +196,7 @@ TEST_F(StoreFile, SavesSortedLinesThatOnlyTheOwnerReads) {
 
 TEST_F(StoreFile, AnEmptyStoreIsAnEmptyFile) {
     put_file(kPath, "a=1\n");
-    EXPECT_EQ(0, save_store(kPath, Store()).error);
+    EXPECT_EQ(0, save(Store()).error);
     EXPECT_TRUE(exists(kPath));
     EXPECT_EQ("", content_of(kPath));
 }
@@ -201,7 +206,7 @@ TEST_F(StoreFile, LoadsWhatItSaved) {
     for (int i = 0; i < 1000; ++i) {
         store.set("key" + std::to_string(i), std::string(static_cast<size_t>(i), '='));
     }
-    EXPECT_EQ(0, save_store(kPath, store).error);
+    EXPECT_EQ(0, save(store).error);
     Store read;
     EXPECT_EQ(0, load_store(kPath, read).error);
     EXPECT_EQ(store.values(), read.values());
@@ -209,7 +214,7 @@ TEST_F(StoreFile, LoadsWhatItSaved) {
 
 TEST_F(StoreFile, MakesMissingFolders) {
     const std::string deep = kFolder + "/a/b/c/data.txt";
-    EXPECT_EQ(0, save_store(deep, two_values()).error);
+    EXPECT_EQ(0, save(two_values(), deep).error);
     EXPECT_TRUE(exists(deep));
     EXPECT_EQ(0u, doubles::libc::system.calls());
 }
@@ -231,17 +236,17 @@ TEST_F(StoreFile, TheFileIsSyncedBeforeItIsRenamedAndItsFolderAfterwards) {
             steps += "rename;";
             return doubles::files::renameat.real(from_folder, from, to_folder, to);
         });
-    EXPECT_EQ(0, save_store(kPath, two_values(), {true}).error);
+    EXPECT_EQ(0, save(two_values(), kPath, Folders::kOnDisk).error);
     EXPECT_EQ("sync file;rename;sync folder;", steps);
 
     steps.clear();
-    EXPECT_EQ(0, save_store(kPath, two_values(), {false}).error);
+    EXPECT_EQ(0, save(two_values()).error);
     EXPECT_EQ("sync file;rename;sync folder;sync folder;sync folder;sync folder;", steps);
 }
 
 TEST_F(StoreFile, ReplacesWhatAKilledWriterLeft) {
     put_file(kTemporary, std::string(50000, 'x'));
-    EXPECT_EQ(0, save_store(kPath, two_values()).error);
+    EXPECT_EQ(0, save(two_values()).error);
     EXPECT_EQ("area=\nzone= west=1 \n", content_of(kPath));
     EXPECT_FALSE(exists(kTemporary));
 }
@@ -250,7 +255,7 @@ TEST_F(StoreFile, NeverWritesThroughALinkInTheTemporaryFilesPlace) {
     const std::string victim = kFolder + "/victim";
     put_file(victim, "precious");
     ASSERT_EQ(0, ::symlink(victim.c_str(), kTemporary.c_str()));
-    EXPECT_EQ(0, save_store(kPath, two_values()).error);
+    EXPECT_EQ(0, save(two_values()).error);
     EXPECT_EQ("precious", content_of(victim));
     EXPECT_EQ("area=\nzone= west=1 \n", content_of(kPath));
 }
@@ -264,7 +269,7 @@ TEST_F(StoreFile, WritesOnAfterShortWritesAndSignals) {
         }
         return doubles::libc::write.real(fd, data, 1);
     });
-    EXPECT_EQ(0, save_store(kPath, two_values()).error);
+    EXPECT_EQ(0, save(two_values()).error);
     EXPECT_EQ("area=\nzone= west=1 \n", content_of(kPath));
 }
 
@@ -277,7 +282,7 @@ class FailedSave : public StoreFile {
 
     /* Saves, and expects the old file, no leftovers, and one line. */
     void expect_failure(int error) {
-        EXPECT_EQ(error, save_store(kPath, two_values()).error);
+        EXPECT_EQ(error, save(two_values()).error);
         EXPECT_EQ("old=1\n", content_of(kPath));
         EXPECT_FALSE(exists(kTemporary));
         EXPECT_EQ(1u, warnings(log_).size()) << log_.text();
@@ -316,7 +321,7 @@ TEST_F(FailedSave, AReadOnlyFileSystemKeepsTheOldFile) {
 
 TEST_F(FailedSave, AFolderInTheTemporaryFilesPlaceKeepsTheOldFile) {
     std::filesystem::create_directories(kTemporary);
-    EXPECT_EQ(EEXIST, save_store(kPath, two_values()).error);
+    EXPECT_EQ(EEXIST, save(two_values()).error);
     EXPECT_EQ("old=1\n", content_of(kPath));
 }
 
@@ -325,7 +330,7 @@ TEST_F(FailedSave, AFolderThatCantBeMadeIsReported) {
         errno = EROFS;
         return -1;
     });
-    EXPECT_EQ(EROFS, save_store("/m_data/new/data.txt", two_values()).error);
+    EXPECT_EQ(EROFS, save(two_values(), "/m_data/new/data.txt").error);
     EXPECT_FALSE(exists("/m_data/new"));
 }
 
@@ -339,7 +344,7 @@ TEST_F(FailedSave, AFolderThatCantBeSyncedIsReported) {
         }
         return doubles::libc::fsync.real(fd);
     });
-    EXPECT_EQ(EIO, save_store(kPath, two_values()).error);
+    EXPECT_EQ(EIO, save(two_values()).error);
     EXPECT_EQ("area=\nzone= west=1 \n", content_of(kPath));
 }
 
@@ -353,7 +358,7 @@ TEST_F(FailedSave, AFolderThatCantSyncIsNoFailure) {
         }
         return doubles::libc::fsync.real(fd);
     });
-    EXPECT_EQ(0, save_store(kPath, two_values()).error);
+    EXPECT_EQ(0, save(two_values()).error);
     EXPECT_EQ("", log_.text());
 }
 

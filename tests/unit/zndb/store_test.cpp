@@ -31,9 +31,9 @@ TEST(Store, SettingAndDeletingAreChanges) {
     store.set("a", "v");
     store.erase("b");
     EXPECT_EQ(nullptr, store.find("b"));
-    EXPECT_EQ((Changes{{"a", false}, {"b", true}}), store.changes());
+    EXPECT_EQ((Changes{{"a", InFile::kNo}, {"b", InFile::kPerhaps}}), store.changes());
     EXPECT_TRUE(store.changed());
-    EXPECT_FALSE(store.cleared());
+    EXPECT_EQ(Basis::kFile, store.basis());
 }
 
 TEST(Store, DeletingAMissingKeyIsAChangeForItsFile) {
@@ -41,7 +41,7 @@ TEST(Store, DeletingAMissingKeyIsAChangeForItsFile) {
     store.erase("k");
     EXPECT_EQ(nullptr, store.find("k"));
     EXPECT_TRUE(store.changed());
-    EXPECT_EQ((Changes{{"k", true}}), store.changes());
+    EXPECT_EQ((Changes{{"k", InFile::kPerhaps}}), store.changes());
 }
 
 TEST(Store, ClearingForgetsEarlierChanges) {
@@ -50,11 +50,11 @@ TEST(Store, ClearingForgetsEarlierChanges) {
     store.set("b", "v");
     store.clear();
     EXPECT_TRUE(store.values().empty());
-    EXPECT_TRUE(store.cleared());
+    EXPECT_EQ(Basis::kNothing, store.basis());
     EXPECT_TRUE(store.changes().empty());
     EXPECT_TRUE(store.changed());
     store.set("c", "v");
-    EXPECT_EQ((Changes{{"c", false}}), store.changes());
+    EXPECT_EQ((Changes{{"c", InFile::kNo}}), store.changes());
 }
 
 TEST(Store, SavingEndsAllChanges) {
@@ -76,7 +76,7 @@ TEST(Store, ARevertedKeyIsNoChange) {
     store.revert("file", &saved);
     store.revert("new", nullptr);
     EXPECT_EQ((Store::Values{{"file", "1"}, {"kept", "2"}}), store.values());
-    EXPECT_EQ((Changes{{"kept", false}}), store.changes());
+    EXPECT_EQ((Changes{{"kept", InFile::kNo}}), store.changes());
 }
 
 TEST(Store, AFullStoreHasRoomForItsOwnKeysOnly) {
@@ -87,11 +87,11 @@ TEST(Store, AFullStoreHasRoomForItsOwnKeysOnly) {
     }
     EXPECT_FALSE(store.has_room_for("one more"));
     EXPECT_TRUE(store.has_room_for("0"));
-    EXPECT_FALSE(store.overfull());
+    EXPECT_EQ(Savable::kYes, store.savable());
     store.load("one more", "");
-    EXPECT_TRUE(store.overfull());
+    EXPECT_EQ(Savable::kOverfull, store.savable());
     store.erase("0");
-    EXPECT_FALSE(store.overfull());
+    EXPECT_EQ(Savable::kYes, store.savable());
     store.erase("1");
     EXPECT_TRUE(store.has_room_for("another"));
 }
@@ -116,27 +116,29 @@ TEST(Store, AKeyOfTheFileIsNotForgottenHoweverOftenItComesAndGoes) {
     for (const char *key : {"set first", "deleted first"}) {
         store.erase(key);
     }
-    EXPECT_EQ((Changes{{"deleted first", true}, {"set first", true}}), store.changes());
+    EXPECT_EQ((Changes{{"deleted first", InFile::kPerhaps}, {"set first", InFile::kPerhaps}}),
+              store.changes());
 }
 
 TEST(Store, AnUnreadFileMayHoldEveryKey) {
     Store store;
-    EXPECT_FALSE(store.unread());
-    store.mark_unread();
-    EXPECT_TRUE(store.unread());
+    EXPECT_EQ(Basis::kFile, store.basis());
+    store.mark_partly_read();
+    EXPECT_EQ(Basis::kPartOfFile, store.basis());
+    EXPECT_EQ(Savable::kNotWhole, store.savable());
     store.set("k", "v");
     store.erase("k");
-    EXPECT_EQ((Changes{{"k", true}}), store.changes());
+    EXPECT_EQ((Changes{{"k", InFile::kPerhaps}}), store.changes());
 }
 
 TEST(Store, AClearedStoreForgetsEveryDeletedKeyAndItsUnreadFile) {
     Store store;
-    store.mark_unread();
+    store.mark_partly_read();
     store.load("old", "v");
     store.clear();
-    EXPECT_FALSE(store.unread());
+    EXPECT_EQ(Basis::kNothing, store.basis());
     store.set("new", "v");
-    store.suspect("new");
+    store.assume_in_file("new");
     store.erase("new");
     store.erase("old");
     EXPECT_TRUE(store.changes().empty());
@@ -148,24 +150,24 @@ TEST(Store, ASuspectedKeyIsNotForgotten) {
     for (const char *key : {"a", "b"}) {
         store.set(key, "v");
     }
-    store.suspect("a");
-    store.suspect("unchanged");
+    store.assume_in_file("a");
+    store.assume_in_file("unchanged");
     for (const char *key : {"a", "b"}) {
         store.erase(key);
     }
-    EXPECT_EQ((Changes{{"a", true}}), store.changes());
+    EXPECT_EQ((Changes{{"a", InFile::kPerhaps}}), store.changes());
 }
 
 TEST(Store, OfAllSuspectedKeysNoneIsForgottenUntilTheyAreSaved) {
     Store store;
     store.set("a", "v");
     store.set("b", "v");
-    store.suspect_all_changed();
+    store.assume_all_in_file();
     store.set("later", "v");
     for (const char *key : {"a", "b", "later"}) {
         store.erase(key);
     }
-    EXPECT_EQ((Changes{{"a", true}, {"b", true}}), store.changes());
+    EXPECT_EQ((Changes{{"a", InFile::kPerhaps}, {"b", InFile::kPerhaps}}), store.changes());
     store.mark_saved();
     store.set("a", "v");
     store.erase("a");
