@@ -19,6 +19,7 @@
 #include <mutex>
 
 #include "held_over_forks.h"
+#include "log_fold.h"
 #include "log_line.h"
 #include "log_socket.h"
 #include "text_copy.h"
@@ -33,22 +34,6 @@ constexpr size_t kTextMax = 2048;
 
 constexpr size_t kNameMax = 63;
 constexpr long kNanosPerMilli = 1000L * 1000L;
-
-constexpr int64_t kNanosPerSecond = int64_t{1000} * 1000 * 1000;
-
-/* From the eleventh in a second on, identical lines are only counted. */
-constexpr size_t kShownInASecond = 10;
-
-/* A count is written after this time at the latest, however often the line repeats. */
-constexpr int64_t kCountAfter = 60 * kNanosPerSecond;
-
-constexpr int64_t kLongAgo = INT64_MIN / 2;
-
-/* The number of different lines that may alternate and are still recognised. */
-constexpr size_t kKnownLines = 8;
-
-/* The length of a line's beginning in its count, if another line was written in between. */
-constexpr size_t kShownBeginning = 160;
 
 /* System log facilities, indexed by the module table's numbers; the first is for all other numbers. */
 constexpr int kFacilities[] = {
@@ -68,32 +53,10 @@ class ErrnoKeeper {
     const int kept_;
 };
 
-/* A recent line: the data needed to recognise it and to count its repeats. */
-struct KnownLine {
-    uint64_t hash; /* of the text; 0 for none */
-    int level;
-    int64_t came_at[kShownInASecond]; /* the times of its last ten occurrences */
-    size_t earliest;                  /* of came_at */
-    int64_t last_came_at;
-    long repeats; /* since it was written */
-    long counted; /* how many of the repeats were reported */
-    int64_t written_at;
-    pid_t counted_by; /* the process that counted the last repeat */
-    char beginning[kShownBeginning + 1];
-};
-
-/* An output for lines, with its recent lines: related failures often alternate. */
-struct Channel {
-    void (*write)(int level, const LogText &body);
-    KnownLine known[kKnownLines];
-    const KnownLine *last; /* the last written line, or the line of the last written count */
-};
-
 struct LogState {
     std::mutex mutex;
     char name[kNameMax + 1] = "unknown";
-    LogText body; /* temporary, like the ones below */
-    LogText count;
+    LogText body; /* temporary, like the next one */
     LogText debug;
 };
 
@@ -138,139 +101,8 @@ void write_system(int level, const LogText &body) {
     g_log_socket.write(std::clamp(level, LOG_EMERG, LOG_DEBUG), body);
 }
 
-Channel g_debug_channel = {write_debug, {}, nullptr};
-Channel g_system_channel = {write_system, {}, nullptr};
-
-int64_t monotonic_nanos() {
-    timespec now{};
-    clock_gettime(CLOCK_MONOTONIC, &now);
-    return now.tv_sec * kNanosPerSecond + now.tv_nsec;
-}
-
-/* FNV-1a, and never 0. */
-uint64_t hash_of(const LogText &body) {
-    constexpr uint64_t kBasis = 0xcbf29ce484222325;
-    constexpr uint64_t kPrime = 0x100000001b3;
-    uint64_t hash = kBasis;
-    for (size_t i = 0; i < body.length(); ++i) {
-        hash = (hash ^ static_cast<unsigned char>(body.text()[i])) * kPrime;
-    }
-    return std::max<uint64_t>(hash, 1);
-}
-
-/* Writes how often the line was repeated since that was last reported. A forked child skips repeats that its
- * parent counted. */
-void write_count(Channel *channel, KnownLine *known) {
-    if (known->repeats == known->counted || known->counted_by != getpid()) {
-        return;
-    }
-    const bool follows = channel->last == known;
-    LogText &line = g_log.count;
-    line.clear();
-    line.add(follows ? "last message repeated " : "message repeated ");
-    line.add_number(known->repeats);
-    line.add(known->repeats == 1 ? " time" : " times");
-    if (!follows) {
-        line.add(": ");
-        line.add(known->beginning);
-    }
-    channel->write(known->level, line);
-    known->counted = known->repeats;
-    channel->last = known;
-}
-
-bool is_power_of_ten(long number) {
-    while (number >= 10 && number % 10 == 0) {
-        number /= 10;
-    }
-    return number == 1;
-}
-
-void count_repeat(KnownLine *known) {
-    const pid_t self = getpid();
-    if (known->counted_by != self) {
-        known->counted_by = self;
-        known->repeats = 0;
-        known->counted = 0;
-    }
-    ++known->repeats;
-}
-
-/* Counts a repeat, and reports the count at 10, 100, 1000 repeats, and if the last report is old. */
-void fold(Channel *channel, KnownLine *known, int64_t now) {
-    count_repeat(known);
-    const bool is_round = known->repeats > 1 && is_power_of_ten(known->repeats);
-    if (is_round || now - known->written_at >= kCountAfter) {
-        write_count(channel, known);
-        known->written_at = now;
-    }
-}
-
-/* Records an occurrence of a line. Returns whether it repeats too often within the last second. */
-bool is_storm(KnownLine *known, int64_t now) {
-    int64_t &earliest = known->came_at[known->earliest];
-    const bool is_storm = now - earliest < kNanosPerSecond;
-    earliest = now;
-    known->earliest = (known->earliest + 1) % kShownInASecond;
-    known->last_came_at = now;
-    return is_storm;
-}
-
-void write_counts(Channel *channel) {
-    for (KnownLine &known : channel->known) {
-        write_count(channel, &known);
-    }
-}
-
-KnownLine *find_known(Channel *channel, int level, uint64_t hash) {
-    for (KnownLine &known : channel->known) {
-        if (known.hash == hash && known.level == level) {
-            return &known;
-        }
-    }
-    return nullptr;
-}
-
-bool came_earlier(const KnownLine &left, const KnownLine &right) {
-    return left.last_came_at < right.last_came_at;
-}
-
-/* Records a new line in place of the least recent one. */
-KnownLine *begin_line(Channel *channel, int level, uint64_t hash, const LogText &body) {
-    write_counts(channel);
-    KnownLine *known = std::min_element(std::begin(channel->known), std::end(channel->known), came_earlier);
-    known->hash = hash;
-    known->level = level;
-    std::fill(std::begin(known->came_at), std::end(known->came_at), kLongAgo);
-    strsncpy(known->beginning, body.text(), std::min(body.length(), kShownBeginning));
-    return known;
-}
-
-void put(Channel *channel, int level, const LogText &body) {
-    const int64_t now = monotonic_nanos();
-    const uint64_t hash = hash_of(body);
-    KnownLine *known = find_known(channel, level, hash);
-    if (known == nullptr) {
-        known = begin_line(channel, level, hash, body);
-    }
-    if (is_storm(known, now)) {
-        fold(channel, known, now);
-        return;
-    }
-    write_counts(channel);
-    known->repeats = 0;
-    known->counted = 0;
-    known->written_at = now;
-    channel->last = known;
-    channel->write(level, body);
-}
-
-/* Forgets the recent lines, so that the next lines are written. */
-void forget_lines(Channel *channel) {
-    write_counts(channel);
-    std::fill(std::begin(channel->known), std::end(channel->known), KnownLine{});
-    channel->last = nullptr;
-}
+LogFold g_debug_channel(write_debug);
+LogFold g_system_channel(write_system);
 
 void drop_line_ends(char *text) {
     for (size_t length = strlen(text); length > 0; --length) {
@@ -281,7 +113,7 @@ void drop_line_ends(char *text) {
     }
 }
 
-void print(Channel *channel, int level, const char *file, const char *function, int line, const char *format,
+void print(LogFold *channel, int level, const char *file, const char *function, int line, const char *format,
            va_list args) {
     const ErrnoKeeper errno_keeper;
     char text[kTextMax];
@@ -304,7 +136,7 @@ void print(Channel *channel, int level, const char *file, const char *function, 
     if (length >= static_cast<int>(sizeof(text))) {
         body.mark_cut();
     }
-    put(channel, level, body);
+    channel->put(level, body);
 }
 
 void read_environment() {
@@ -330,8 +162,8 @@ __attribute__((constructor)) void read_environment_at_load() {
 __attribute__((destructor)) void tell_last_counts_at_exit() {
     const std::unique_lock<std::mutex> lock(g_log.mutex, std::try_to_lock);
     if (lock.owns_lock()) {
-        write_counts(&g_debug_channel);
-        write_counts(&g_system_channel);
+        g_debug_channel.write_counts();
+        g_system_channel.write_counts();
         (void)g_log_socket.tell_losses();
     }
 }
@@ -349,8 +181,8 @@ int facility_of(uint32_t number) {
 void os_log_init(const char *name, uint32_t facility) {
     {
         const std::lock_guard<std::mutex> lock(g_log.mutex);
-        forget_lines(&g_debug_channel);
-        forget_lines(&g_system_channel);
+        g_debug_channel.forget_lines();
+        g_system_channel.forget_lines();
         strsncpy(g_log.name, name != nullptr ? name : "unknown", kNameMax);
         g_log_socket.set_sender(g_log.name, facility_of(facility));
     }
