@@ -64,3 +64,12 @@ struct FileTraits {
 
 using UniqueFd = Owned<FdTraits>;
 using UniqueFile = Owned<FileTraits>;
+
+/* Makes a stream of a descriptor, as fdopen does. Returns nothing owned, with errno set, when that fails. */
+inline UniqueFile open_stream(UniqueFd fd, const char *mode) {
+    UniqueFile file(fd ? ::fdopen(fd.get(), mode) : nullptr);
+    if (file) {
+        (void)fd.take();
+    }
+    return file;
+}

@@ -5,16 +5,11 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <memory>
 
 #include "libmal.h"
+#include "support/unique_fd.h"
 
 namespace {
-
-struct CloseFile {
-    void operator()(std::FILE *file) const { (void)std::fclose(file); }
-};
-using OpenFile = std::unique_ptr<std::FILE, CloseFile>;
 
 /* Reads a line; skips the part that doesn't fit, so that it is not read as another line. */
 bool read_line(std::FILE *file, char *line, size_t size) {
@@ -41,7 +36,7 @@ const char *value_of(const char *line, const char *key) {
 }  // namespace
 
 SimulatedValue::SimulatedValue(const char *key) {
-    const OpenFile file(std::fopen(MAL_SIMULATION_FILE, "re"));
+    const UniqueFile file(std::fopen(MAL_SIMULATION_FILE, "re"));
     char line[128];
     while (!known_ && file && read_line(file.get(), line, sizeof(line))) {
         const char *value = value_of(line, key);

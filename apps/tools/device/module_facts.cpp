@@ -7,6 +7,7 @@
 
 #include "device/lock_table.h"
 #include "frwk_common.h"
+#include "support/unique_fd.h"
 
 namespace {
 
@@ -43,15 +44,14 @@ std::string flag_word(uint32_t bit) {
 
 /* The process that holds a lock on a file; 0 for none. */
 pid_t lock_holder(const std::string &path) {
-    const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
-    if (fd < 0) {
+    const UniqueFd fd(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+    if (!fd) {
         return listed_lock_holder(path);
     }
     struct flock lock = {};
     lock.l_type = F_WRLCK;
     lock.l_whence = SEEK_SET;
-    const bool told = ::fcntl(fd, F_GETLK, &lock) == 0 && lock.l_type != F_UNLCK;
-    ::close(fd);
+    const bool told = ::fcntl(fd.get(), F_GETLK, &lock) == 0 && lock.l_type != F_UNLCK;
     return told ? lock.l_pid : 0;
 }
 

@@ -2,7 +2,6 @@
 
 #include <poll.h>
 #include <sys/eventfd.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <cstring>
@@ -10,6 +9,8 @@
 #include <string>
 #include <thread>
 #include <type_traits>
+
+#include "support/unique_fd.h"
 
 namespace {
 
@@ -54,9 +55,6 @@ struct ModuleSurvey::State {
             subjects[module];
         }
     }
-    ~State() { ::close(all_answered); }
-    State(const State &) = delete;
-    State &operator=(const State &) = delete;
 
     struct Subject {
         VitalSigns signs;
@@ -67,7 +65,7 @@ struct ModuleSurvey::State {
     std::vector<uint32_t> begin_round();
     void take(uint32_t module, const VitalSigns &signs);
 
-    const int all_answered; /* can be read when the round is over */
+    const UniqueFd all_answered; /* can be read when the round is over */
     std::mutex mutex;
     std::map<uint32_t, Subject> subjects; /* mutex */
     uint64_t round = 0;                   /* mutex */
@@ -88,9 +86,9 @@ std::vector<uint32_t> ModuleSurvey::State::begin_round() {
     }
     awaited = idle.size();
     eventfd_t before = 0;
-    (void)::eventfd_read(all_answered, &before);
+    (void)::eventfd_read(all_answered.get(), &before);
     if (awaited == 0) {
-        (void)::eventfd_write(all_answered, 1);
+        (void)::eventfd_write(all_answered.get(), 1);
     }
     return idle;
 }
@@ -101,7 +99,7 @@ void ModuleSurvey::State::take(uint32_t module, const VitalSigns &signs) {
     subject.signs = signs;
     subject.asked = false;
     if (subject.round == round && --awaited == 0) {
-        (void)::eventfd_write(all_answered, 1);
+        (void)::eventfd_write(all_answered.get(), 1);
     }
 }
 
@@ -116,12 +114,12 @@ void ModuleSurvey::begin() {
 }
 
 void ModuleSurvey::wait() const {
-    pollfd readable = {state_->all_answered, POLLIN, 0};
+    pollfd readable = {state_->all_answered.get(), POLLIN, 0};
     (void)::poll(&readable, 1, milliseconds_left());
 }
 
 void ModuleSurvey::wait(const SignalWatch &watch) const {
-    (void)watch.wait(state_->all_answered, milliseconds_left());
+    (void)watch.wait(state_->all_answered.get(), milliseconds_left());
 }
 
 std::map<uint32_t, VitalSigns> ModuleSurvey::signs() const {

@@ -15,21 +15,19 @@
 #include "cli/complaint.h"
 #include "cli/table_names.h"
 #include "frwk_module.h"
+#include "support/unique_fd.h"
 
 namespace {
 
 class Connection {
   public:
     explicit Connection(uint32_t module);
-    ~Connection() { ::close(fd_); }
-    Connection(const Connection &) = delete;
-    Connection &operator=(const Connection &) = delete;
 
-    int fd() const { return fd_; }
+    int fd() const { return fd_.get(); }
     int error() const { return error_; }
 
   private:
-    int fd_;
+    const UniqueFd fd_;
     int error_;
 };
 
@@ -42,7 +40,7 @@ Connection::Connection(uint32_t module)
     sockaddr_un address = {};
     address.sun_family = AF_UNIX;
     (void)socket_path(module).copy(address.sun_path, sizeof(address.sun_path) - 1);
-    if (::connect(fd_, reinterpret_cast<const sockaddr *>(&address), sizeof(address)) != 0) {
+    if (::connect(fd_.get(), reinterpret_cast<const sockaddr *>(&address), sizeof(address)) != 0) {
         error_ = errno;
     }
 }

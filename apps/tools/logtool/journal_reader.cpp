@@ -75,9 +75,9 @@ JournalReader::JournalReader(const std::vector<std::string> &modules, const std:
     int ends[2] = {-1, -1};
     int error = ::pipe2(ends, O_CLOEXEC) == 0 ? 0 : errno;
     if (error == 0) {
-        output_ = ends[0];
-        error = SpawnSettings(ends[1]).start(command(modules, after, follow), &pid_);
-        ::close(ends[1]);
+        output_.reset(ends[0]);
+        const UniqueFd programs_end(ends[1]);
+        error = SpawnSettings(programs_end.get()).start(command(modules, after, follow), &pid_);
     }
     if (error != 0) {
         pid_ = -1;
@@ -90,17 +90,14 @@ JournalReader::~JournalReader() {
         (void)::kill(pid_, SIGTERM);
         (void)::waitpid(pid_, nullptr, 0);
     }
-    if (output_ >= 0) {
-        ::close(output_);
-    }
 }
 
 void JournalReader::read(const SignalWatch &watch, const LineTaker &take) {
     LineSplitter lines;
     char piece[65536];
     bool wanted = true;
-    while (wanted && watch.wait(output_, -1)) {
-        const ssize_t count = ::read(output_, piece, sizeof(piece));
+    while (wanted && watch.wait(output_.get(), -1)) {
+        const ssize_t count = ::read(output_.get(), piece, sizeof(piece));
         if (count <= 0) {
             return;
         }

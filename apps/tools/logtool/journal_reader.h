@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "logtool/log_file.h"
+#include "support/unique_fd.h"
 
 class JournalReader {
   public:
@@ -37,6 +38,6 @@ class JournalReader {
 
   private:
     pid_t pid_ = -1;
-    int output_ = -1;
+    UniqueFd output_;
     std::string problem_;
 };

@@ -15,17 +15,13 @@ constexpr int kLookMilliseconds = 200;
 
 }  // namespace
 
-LogFile::~LogFile() {
-    close();
-}
-
 std::string LogFile::read(const LineTaker &take) {
-    const std::string problem = fd_ < 0 ? open() : "";
+    const std::string problem = fd_ ? "" : open();
     char piece[65536];
     ssize_t count = problem.empty() ? 1 : 0;
     bool wanted = true;
     while (count > 0 && wanted) {
-        count = ::read(fd_, piece, sizeof(piece));
+        count = ::read(fd_.get(), piece, sizeof(piece));
         lines_.add(piece, count > 0 ? static_cast<size_t>(count) : 0);
         at_ += count > 0 ? count : 0;
         for (std::string line; wanted && lines_.next(&line);) {
@@ -46,12 +42,12 @@ void LogFile::read_rest(const LineTaker &take) {
 std::string LogFile::read_more(const SignalWatch &watch, const LineTaker &take) {
     (void)watch.wait(-1, kLookMilliseconds);
     const bool another = is_another();
-    std::string problem = fd_ >= 0 ? read(take) : "";
+    std::string problem = fd_ ? read(take) : "";
     if (another) {
         read_rest(take);
-        close();
+        fd_.reset();
     }
-    if (problem.empty() && fd_ < 0 && file_exists(path_)) {
+    if (problem.empty() && !fd_ && file_exists(path_)) {
         problem = read(take);
     }
     return problem;
@@ -59,25 +55,19 @@ std::string LogFile::read_more(const SignalWatch &watch, const LineTaker &take) 
 
 std::string LogFile::open() {
     at_ = 0;
-    fd_ = path_ == kStandardStream ? STDIN_FILENO : ::open(path_.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY);
-    return fd_ < 0 ? errno_text("can't read " + path_, errno) : "";
-}
-
-void LogFile::close() {
-    if (fd_ > STDERR_FILENO) {
-        ::close(fd_);
-    }
-    fd_ = -1;
+    fd_.reset(path_ == kStandardStream ? ::fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 0)
+                                       : ::open(path_.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY));
+    return fd_ ? "" : errno_text("can't read " + path_, errno);
 }
 
 /* Whether the path leads to another file now, or to the same one, emptied. */
 bool LogFile::is_another() const {
     struct stat own = {};
     struct stat named = {};
-    if (fd_ <= STDERR_FILENO) {
+    if (!fd_ || path_ == kStandardStream) {
         return false;
     }
-    (void)::fstat(fd_, &own); /* one that can't be asked any more stays all zeros, and so is another */
+    (void)::fstat(fd_.get(), &own); /* one that can't be asked any more stays all zeros, and so is another */
     const bool moved =
         ::stat(path_.c_str(), &named) != 0 || own.st_dev != named.st_dev || own.st_ino != named.st_ino;
     return moved || own.st_size < at_;

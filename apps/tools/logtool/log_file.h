@@ -11,6 +11,7 @@
 
 #include "cli/user_signals.h"
 #include "logtool/line_splitter.h"
+#include "support/unique_fd.h"
 
 /* Takes a line; returns whether it wants more of them. */
 using LineTaker = std::function<bool(const std::string &line)>;
@@ -19,9 +20,6 @@ class LogFile {
   public:
     /* path: "-" for standard input. */
     explicit LogFile(std::string path) : path_(std::move(path)) {}
-    ~LogFile();
-    LogFile(const LogFile &) = delete;
-    LogFile &operator=(const LogFile &) = delete;
 
     /* Gives every line that there is, as long as they are wanted. Returns "" or why it can't be read. */
     std::string read(const LineTaker &take);
@@ -34,11 +32,10 @@ class LogFile {
 
   private:
     std::string open();
-    void close();
     bool is_another() const;
 
     const std::string path_;
-    int fd_ = -1;
+    UniqueFd fd_;
     off_t at_ = 0;
     LineSplitter lines_;
 };

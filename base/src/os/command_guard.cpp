@@ -3,7 +3,6 @@
  */
 #include "command_guard.h"
 
-#include <dirent.h>
 #include <poll.h>
 #include <sys/prctl.h>
 #include <sys/socket.h>
@@ -12,20 +11,16 @@
 #include <charconv>
 #include <csignal>
 #include <cstring>
-#include <memory>
 
 #include "os_log.h"
 #include "shell_child.h"
+#include "support/folder_stream.h"
 #include "support/unique_fd.h"
 
 namespace {
 
 constexpr char kName[] = "quor-guard"; /* so that a search for the module's name doesn't find the guard */
 constexpr int kAskerEnded = SIGHUP;
-
-struct CloseFolder {
-    void operator()(DIR *folder) const { closedir(folder); }
-};
 
 /*
  * Closes the inherited descriptors: when the module ends, its peers must see their connections closed and the
@@ -35,11 +30,10 @@ struct CloseFolder {
 void keep_only(int call) {
     (void)dup2(call, STDIN_FILENO);
     close(call);
-    const std::unique_ptr<DIR, CloseFolder> descriptors(opendir("/proc/self/fd"));
-    // cppcheck-suppress readdirCalled ; a stream of one thread, and readdir_r is withdrawn
-    while (const dirent *entry = descriptors ? readdir(descriptors.get()) : nullptr) {
+    const UniqueFolderStream descriptors(opendir("/proc/self/fd"));
+    while (const char *name = next_name(descriptors)) {
         int fd = STDIN_FILENO;
-        (void)std::from_chars(entry->d_name, entry->d_name + strlen(entry->d_name), fd);
+        (void)std::from_chars(name, name + strlen(name), fd);
         if (fd != STDIN_FILENO && fd != dirfd(descriptors.get())) {
             close(fd);
         }

@@ -3,7 +3,6 @@
  */
 #include "command_scope.h"
 
-#include <dirent.h>
 #include <fcntl.h>
 #include <sys/syscall.h>
 #include <unistd.h>
@@ -15,11 +14,11 @@
 #include <cstdio>
 #include <cstring>
 #include <iterator>
-#include <memory>
 
 #include "command_guard.h"
 #include "os_process.h"
 #include "os_time.h"
+#include "support/folder_stream.h"
 #include "support/unique_fd.h"
 
 namespace {
@@ -127,10 +126,6 @@ pid_t process_of(const char *name) {
     return std::from_chars(name, end, pid).ptr == end ? pid : 0;
 }
 
-struct CloseFolder {
-    void operator()(DIR *folder) const { closedir(folder); }
-};
-
 /* Kills a process if it is marked. Returns true if it was marked or that is unknown. */
 bool kill_if_marked(pid_t pid) {
     const Answer marked = carries_mark(pid);
@@ -141,26 +136,25 @@ bool kill_if_marked(pid_t pid) {
 }
 
 /* The next process in /proc; 0 at the end, with errno set after a read error. */
-pid_t next_process(DIR *processes) {
+pid_t next_process(const UniqueFolderStream &processes) {
     pid_t pid = 0;
-    const dirent *entry = nullptr;
+    const char *name = nullptr;
     do {
         errno = 0;
-        // cppcheck-suppress readdirCalled ; a stream of one thread, and readdir_r is withdrawn
-        entry = readdir(processes);
-        pid = entry != nullptr ? process_of(entry->d_name) : 0;
-    } while (entry != nullptr && pid == 0);
+        name = next_name(processes);
+        pid = name != nullptr ? process_of(name) : 0;
+    } while (name != nullptr && pid == 0);
     return pid;
 }
 
 /* Scans all processes once. Returns true if one was marked or that is unknown. */
 bool kill_marked() {
-    const std::unique_ptr<DIR, CloseFolder> processes(opendir("/proc"));
+    const UniqueFolderStream processes(opendir("/proc"));
     if (!processes) {
         return true;
     }
     bool found = false;
-    while (const pid_t pid = next_process(processes.get())) {
+    while (const pid_t pid = next_process(processes)) {
         found = kill_if_marked(pid) || found;
     }
     return found || errno != 0;

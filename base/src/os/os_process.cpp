@@ -38,16 +38,6 @@ struct FreeEntry {
 /* Allocated by the C library, not as tracked memory: a module at its limit can still run a tool. */
 using OwnedEntry = std::unique_ptr<PipeEntry, FreeEntry>;
 
-struct CloseStream {
-    void operator()(FILE *stream) const {
-        const int kept = errno;
-        (void)fclose(stream);
-        errno = kept;
-    }
-};
-
-using OwnedStream = std::unique_ptr<FILE, CloseStream>;
-
 /* The open pipes, newest first, protected by the mutex. */
 struct PipeRegistry {
     std::mutex mutex;
@@ -91,15 +81,6 @@ bool is_mode(const char *mode) {
     return mode != nullptr && (strcmp(mode, "r") == 0 || strcmp(mode, "w") == 0);
 }
 
-/* fd: ownership is transferred. */
-OwnedStream open_stream(int fd, const char *mode) {
-    OwnedStream stream(fdopen(fd, mode));
-    if (!stream) {
-        const UniqueFd unused(fd);
-    }
-    return stream;
-}
-
 }  // namespace
 
 int32_t os_system(const char *command) {
@@ -126,7 +107,7 @@ FILE *os_popen(const char *command, const char *mode) {
     }
     const bool reading = *mode == 'r';
     const UniqueFd shells_end(ends[reading ? 1 : 0]);
-    OwnedStream stream = open_stream(ends[reading ? 0 : 1], mode);
+    UniqueFile stream = open_stream(UniqueFd(ends[reading ? 0 : 1]), mode);
     if (!stream) {
         return nullptr;
     }
@@ -137,7 +118,7 @@ FILE *os_popen(const char *command, const char *mode) {
         return nullptr;
     }
     enter_pipe(std::move(entry));
-    return stream.release();
+    return stream.take();
 }
 
 int32_t os_pclose(FILE *stream) {

@@ -68,9 +68,5 @@ UniqueFile open_diag_output(UniqueFd output, const char *path) {
     if (!output || !was_written(output.get(), path)) {
         return UniqueFile();
     }
-    UniqueFile file(::fdopen(output.get(), "r"));
-    if (file) {
-        (void)output.take();
-    }
-    return file;
+    return open_stream(std::move(output), "r");
 }

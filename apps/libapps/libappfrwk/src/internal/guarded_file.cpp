@@ -78,10 +78,5 @@ UniqueFd open_guarded(const char *path, int flags, mode_t mode, Planted planted)
 
 UniqueFile open_guarded_stream(const char *path, int flags, mode_t mode, Planted planted,
                                const char *stream_mode) {
-    UniqueFd fd = open_guarded(path, flags, mode, planted);
-    UniqueFile file(fd ? ::fdopen(fd.get(), stream_mode) : nullptr);
-    if (file) {
-        (void)fd.take();
-    }
-    return file;
+    return open_stream(open_guarded(path, flags, mode, planted), stream_mode);
 }

@@ -20,8 +20,7 @@ constexpr size_t kPieceSize = 16384;
 /* For the overhead of the cipher and for the folders. */
 constexpr uint64_t kSpareRoom = 65536;
 
-UniqueFile without_buffer(std::FILE *opened) {
-    UniqueFile file(opened);
+UniqueFile without_buffer(UniqueFile file) {
     if (file) {
         (void)std::setvbuf(file.get(), nullptr, _IONBF, 0);
     }
@@ -31,15 +30,11 @@ UniqueFile without_buffer(std::FILE *opened) {
 }  // namespace
 
 UniqueFile open_to_write(const char *path, const char *mode) {
-    return without_buffer(std::fopen(path, mode));
+    return without_buffer(UniqueFile(std::fopen(path, mode)));
 }
 
 UniqueFile write_to(UniqueFd fd, const char *mode) {
-    UniqueFile file = without_buffer(fd ? ::fdopen(fd.get(), mode) : nullptr);
-    if (file) {
-        (void)fd.take();
-    }
-    return file;
+    return without_buffer(open_stream(std::move(fd), mode));
 }
 
 std::optional<uint64_t> seek_to_end(std::FILE *file) {
