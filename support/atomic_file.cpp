@@ -47,9 +47,6 @@ bool AtomicFile::create_beside(const char *suffix, int flags) {
     }
     (void)unlinkat(folder_, name_, 0);
     fd_.reset(openat(folder_, name_, flags | O_CREAT | O_EXCL | O_CLOEXEC, kOwnerOnly));
-    if (!fd_) {
-        name_[0] = '\0'; /* what has the name now is somebody else's */
-    }
     return static_cast<bool>(fd_);
 }
 

@@ -10,9 +10,23 @@
 #include <cstring>
 
 #include "support/uninterrupted.h"
-#include "support/unique_fd.h"
 
 namespace file_io {
+
+namespace {
+
+UniqueFd regular_only(UniqueFd fd, struct stat *found) {
+    if (!fd || fstat(fd.get(), found) != 0) {
+        return UniqueFd();
+    }
+    if (!S_ISREG(found->st_mode)) {
+        errno = EINVAL;
+        return UniqueFd();
+    }
+    return fd;
+}
+
+}  // namespace
 
 int open_for_reading(const char *path) {
     return open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK);
@@ -22,28 +36,30 @@ int open_for_reading_in(int folder, const char *name) {
     return openat(folder, name, O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOFOLLOW);
 }
 
-bool is_regular_file(int fd, struct stat *found) {
-    if (fstat(fd, found) != 0) {
-        return false;
+UniqueFd open_regular(const char *path, struct stat *found) {
+    return regular_only(UniqueFd(open_for_reading(path)), found);
+}
+
+UniqueFd open_regular_in(int folder, const char *name, struct stat *found) {
+    return regular_only(UniqueFd(open_for_reading_in(folder, name)), found);
+}
+
+int kind_error(const struct stat &found) {
+    if (S_ISDIR(found.st_mode)) {
+        return EISDIR;
     }
-    if (!S_ISREG(found->st_mode)) {
-        errno = EINVAL;
-        return false;
-    }
-    return true;
+    return S_ISREG(found.st_mode) ? 0 : EINVAL;
 }
 
 bool read_up_to(int fd, void *to, size_t room, size_t *count) {
     *count = 0;
     while (*count < room) {
-        const ssize_t got = read(fd, static_cast<unsigned char *>(to) + *count, room - *count);
-        if (got == 0) {
-            return true;
+        unsigned char *at = static_cast<unsigned char *>(to) + *count;
+        const ssize_t got = uninterrupted([&] { return read(fd, at, room - *count); });
+        if (got <= 0) {
+            return got == 0;
         }
-        if (got < 0 && errno != EINTR) {
-            return false;
-        }
-        *count += got > 0 ? static_cast<size_t>(got) : 0;
+        *count += static_cast<size_t>(got);
     }
     return true;
 }
@@ -51,15 +67,13 @@ bool read_up_to(int fd, void *to, size_t room, size_t *count) {
 bool write_all(int fd, const void *from, size_t size) {
     size_t written = 0;
     while (written < size) {
-        const ssize_t put = write(fd, static_cast<const unsigned char *>(from) + written, size - written);
-        if (put == 0) {
-            errno = ENOSPC;
+        const unsigned char *at = static_cast<const unsigned char *>(from) + written;
+        const ssize_t put = uninterrupted([&] { return write(fd, at, size - written); });
+        if (put <= 0) {
+            errno = put == 0 ? ENOSPC : errno;
             return false;
         }
-        if (put < 0 && errno != EINTR) {
-            return false;
-        }
-        written += put > 0 ? static_cast<size_t>(put) : 0;
+        written += static_cast<size_t>(put);
     }
     return true;
 }

@@ -8,6 +8,8 @@
 
 #include <cstddef>
 
+#include "support/unique_fd.h"
+
 namespace file_io {
 
 /*
@@ -19,8 +21,15 @@ int open_for_reading(const char *path);
 /* The same for a name in a folder. Fails with ELOOP if the name is a symbolic link. */
 int open_for_reading_in(int folder, const char *name);
 
-/* Checks whether fd is a regular file; errno is EINVAL if not. found: receives the result of fstat. */
-bool is_regular_file(int fd, struct stat *found);
+/*
+ * The same for a regular file; fails with EINVAL for anything else. found: receives the result of fstat. Returns
+ * nothing owned, with errno set, on failure.
+ */
+UniqueFd open_regular(const char *path, struct stat *found);
+UniqueFd open_regular_in(int folder, const char *name, struct stat *found);
+
+/* 0 for a regular file; EISDIR for a folder, EINVAL for any other node. */
+int kind_error(const struct stat &found);
 
 /* Reads until the buffer is full or the file ends. count: receives the number of bytes read, also on failure.
  */

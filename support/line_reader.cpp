@@ -6,12 +6,10 @@
 #include <cerrno>
 #include <cstring>
 
-bool LineReader::fill() {
-    ssize_t count = 0;
-    do {
-        count = ::read(fd_, buffer_.data(), buffer_.size());
-    } while (count < 0 && errno == EINTR);
+#include "support/uninterrupted.h"
 
+bool LineReader::fill() {
+    const ssize_t count = uninterrupted([this] { return ::read(fd_, buffer_.data(), buffer_.size()); });
     error_ = count < 0 ? errno : 0;
     at_ = 0;
     filled_ = count > 0 ? static_cast<size_t>(count) : 0;

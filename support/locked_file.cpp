@@ -18,20 +18,20 @@ namespace {
 constexpr char kRandom[] = "XXXXXX";
 constexpr size_t kRandomLength = sizeof(kRandom) - 1;
 
-/* How often a new file may be taken for a leftover before its maker gives up. */
+/* The number of attempts if other processes remove the new file as a leftover. */
 constexpr int kAttempts = 10;
 
 enum class Claim {
     kOurs,
-    kCleared, /* another process took it for a leftover */
+    kCleared, /* another process removed it as a leftover */
     kFailed
 };
 
-/* A leftover has no living owner, so that its lock is free. */
+/* Removes a file if it is a leftover: nobody holds its lock. */
 void remove_leftover(int folder, const char *name, LeftoverRemoved removed) {
-    const UniqueFd fd(file_io::open_for_reading_in(folder, name));
     struct stat found;
-    if (!fd || !file_io::is_regular_file(fd.get(), &found) || !file_io::lock(fd.get(), LOCK_EX | LOCK_NB)) {
+    const UniqueFd fd = file_io::open_regular_in(folder, name, &found);
+    if (!fd || !file_io::lock(fd.get(), LOCK_EX | LOCK_NB)) {
         return;
     }
     if (unlinkat(folder, name, 0) == 0) {
@@ -39,7 +39,7 @@ void remove_leftover(int folder, const char *name, LeftoverRemoved removed) {
     }
 }
 
-/* name: as a new file has it, with anything in place of the random letters. */
+/* name: the name of a new file; its random letters are ignored. */
 bool is_like(const char *candidate, const char *name) {
     const size_t length = strlen(name);
     return strlen(candidate) == length && strncmp(candidate, name, length - kRandomLength) == 0;
@@ -62,7 +62,7 @@ Claim claim(int fd) {
     return found.st_nlink != 0 ? Claim::kOurs : Claim::kCleared;
 }
 
-/* Letters that are probably new. Who guesses them gains nothing: the file must not be there yet. */
+/* Chooses letters that are probably unused. They need not be unpredictable: the file must not exist yet. */
 void draw_letters(char *letters) {
     constexpr char kLetters[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789";
     constexpr uint64_t kFactor = 6364136223846793005; /* spreads a difference of its first bits to the last */
@@ -78,7 +78,7 @@ void draw_letters(char *letters) {
     }
 }
 
-/* Makes one file under one of the names and locks it. kCleared: the next name may do better. */
+/* Creates a file and locks it. kCleared: another name may succeed. */
 Claim try_to_make(int folder, const char *name, UniqueFd *fd) {
     fd->reset(openat(folder, name, O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, S_IRUSR | S_IWUSR));
     if (!*fd) {

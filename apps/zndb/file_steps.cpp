@@ -26,10 +26,7 @@ int file_kind_error(int fd) {
     if (::fstat(fd, &info) != 0) {
         return errno;
     }
-    if (S_ISDIR(info.st_mode)) {
-        return EISDIR;
-    }
-    return S_ISREG(info.st_mode) ? 0 : EINVAL;
+    return file_io::kind_error(info);
 }
 
 /* Makes one folder whose parent exists; a new one's name must survive a power cut too. */

@@ -106,8 +106,8 @@ std::string copy_file(const std::string &from, int to) {
     if (!file || ::fstat(file.get(), &info) != 0) {
         return cant_read(from, errno);
     }
-    if (!S_ISREG(info.st_mode)) {
-        return cant_read(from, S_ISDIR(info.st_mode) ? EISDIR : EINVAL);
+    if (const int error = file_io::kind_error(info)) {
+        return cant_read(from, error);
     }
     switch (file_io::copy_rest(file.get(), to)) {
         case file_io::Copied::kCantRead:

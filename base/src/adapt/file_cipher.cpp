@@ -39,9 +39,10 @@ bool copy_access(const struct stat &from, int to) {
 /* path: without symbolic links. A link that replaces the file meanwhile is not followed. */
 Result replace_file(const char *path, Change change, const device_key::Key &key) {
     const HeldPath target(path);
-    const UniqueFd file(target ? file_io::open_for_reading_in(target.folder(), target.name()) : -1);
     struct stat info;
-    if (!file || !file_io::is_regular_file(file.get(), &info)) {
+    const UniqueFd file =
+        target ? file_io::open_regular_in(target.folder(), target.name(), &info) : UniqueFd();
+    if (!file) {
         return Result::kFailed;
     }
     AtomicFile changed(target.folder(), target.name());

@@ -46,9 +46,9 @@ int32_t md5_encrypt_file(const char *path, uint8_t digest[MD5_DIGEST_SIZE]) {
     if (path == nullptr || digest == nullptr) {
         return 0;
     }
-    const UniqueFd fd(file_io::open_for_reading(path));
     struct stat found;
-    if (!fd || !file_io::is_regular_file(fd.get(), &found)) {
+    const UniqueFd fd = file_io::open_regular(path, &found);
+    if (!fd) {
         return 0;
     }
 

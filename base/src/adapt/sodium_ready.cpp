@@ -8,16 +8,14 @@
 #include <mutex>
 
 #include "held_over_forks.h"
+#include "support/uninterrupted.h"
 
 namespace {
 
 /* Checks that the kernel provides random bytes; may wait for entropy. Sets errno on failure. */
 bool has_random_bytes() {
     unsigned char byte = 0;
-    ssize_t count = 0;
-    do {
-        count = getrandom(&byte, sizeof(byte), 0);
-    } while (count < 0 && errno == EINTR);
+    const ssize_t count = uninterrupted([&byte] { return getrandom(&byte, sizeof(byte), 0); });
     if (count < 0 && errno == ENOSYS) {
         return access("/dev/urandom", R_OK) == 0; /* libsodium's fallback on a kernel without getrandom */
     }

@@ -41,12 +41,9 @@ class FileBytes {
 };
 
 bool read_file(const char *path, FileBytes *bytes) {
-    const UniqueFd fd(file_io::open_for_reading(path));
     struct stat found;
-    if (!fd || !file_io::is_regular_file(fd.get(), &found)) {
-        return false;
-    }
-    if (static_cast<uint64_t>(found.st_size) > OS_MEM_BLOCK_MAX) {
+    const UniqueFd fd = file_io::open_regular(path, &found);
+    if (!fd || static_cast<uint64_t>(found.st_size) > OS_MEM_BLOCK_MAX) {
         return false;
     }
     return bytes->read_from(fd.get(), static_cast<size_t>(found.st_size));

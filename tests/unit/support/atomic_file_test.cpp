@@ -189,18 +189,22 @@ TEST_F(AtomicFiles, TakeThePlaceOfWhatAKilledWriterLeft) {
     EXPECT_EQ("new", key_file_bytes(folder_.path("target.part").c_str()));
 }
 
-TEST_F(AtomicFiles, LeaveAnotherWritersFileAlone) {
-    doubles::files::unlinkat.stand_in([this](int folder, const char *name, int flags) {
-        const int result = doubles::files::unlinkat.real(folder, name, flags);
-        folder_.file("target.part", "another writer's");
-        return result;
+TEST_F(AtomicFiles, TryTwiceToRemoveWhatAKilledWriterLeft) {
+    folder_.file("target.part", "left");
+    doubles::files::unlinkat.stand_in([](int folder, const char *name, int flags) {
+        if (doubles::files::unlinkat.calls() == 1) {
+            errno = EIO;
+            return -1;
+        }
+        return doubles::files::unlinkat.real(folder, name, flags);
     });
     {
         AtomicFile file(held_.get(), "target");
         EXPECT_FALSE(file.create_beside(kSuffix));
         EXPECT_EQ(EEXIST, errno);
+        EXPECT_EQ(std::vector<std::string>{"target.part"}, names());
     }
-    EXPECT_EQ(std::vector<std::string>{"target.part"}, names());
+    EXPECT_TRUE(names().empty());
 }
 
 TEST_F(AtomicFiles, AreForTheirOwnerOnly) {

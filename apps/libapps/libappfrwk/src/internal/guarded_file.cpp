@@ -11,18 +11,11 @@
 
 #include "internal/frwk_log.h"
 #include "internal/planted.h"
+#include "support/file_io.h"
 
 namespace {
 
 constexpr mode_t kRights = 07777;
-
-/* 0, or the errno value for a node that is not a regular file. */
-int kind_error(const struct stat &found) {
-    if (S_ISDIR(found.st_mode)) {
-        return EISDIR;
-    }
-    return S_ISREG(found.st_mode) ? 0 : EINVAL;
-}
 
 /* Applies the flags after opening. Returns 0 or an errno value. */
 int settle(int fd, const struct stat &found, int flags, mode_t mode) {
@@ -46,7 +39,7 @@ int look_at(int fd, const char *path, int flags, mode_t mode, Planted planted) {
         }
         return EPERM;
     }
-    const int error = kind_error(found);
+    const int error = file_io::kind_error(found);
     return error != 0 ? error : settle(fd, found, flags, mode);
 }
 

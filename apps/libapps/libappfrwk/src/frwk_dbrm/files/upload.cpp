@@ -9,6 +9,7 @@
 
 #include "frwk_dbrm/format/backup_io.h"
 #include "internal/frwk_log.h"
+#include "support/file_io.h"
 
 namespace {
 
@@ -18,19 +19,6 @@ constexpr mode_t kOthersWrite = S_IWGRP | S_IWOTH;
 
 /* The removal is the last step of the record walk, and logs with its name. */
 constexpr char kProcess[] = "frwk_dbrm_restore_process";
-
-/* Opens a file without following a link, and without waiting for the writer of a pipe. */
-bool open_regular_file(const Place &place, UniqueFd *fd, struct stat *info) {
-    fd->reset(::openat(place.folder.get(), place.name, O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
-    if (!*fd || ::fstat(fd->get(), info) != 0) {
-        return false;
-    }
-    if (!S_ISREG(info->st_mode)) {
-        errno = EINVAL;
-        return false;
-    }
-    return true;
-}
 
 /* Whether nobody but the caller and root can write to a file. */
 bool is_own(const struct stat &info) {
@@ -64,7 +52,11 @@ bool Upload::copy_aside() {
 }
 
 bool Upload::open() {
-    if (!find_place(path_, LastLink::kFollow, &place_) || !open_regular_file(place_, &fd_, &info_)) {
+    if (!find_place(path_, LastLink::kFollow, &place_)) {
+        return false;
+    }
+    fd_ = file_io::open_regular_in(place_.folder.get(), place_.name, &info_);
+    if (!fd_) {
         return false;
     }
     const bool is_safe = place_.is_closed && is_own(info_) && hide();
