@@ -7,6 +7,7 @@
 #include <cstdint>
 
 #include "apps_message.h"
+#include "internal/log_name.h"
 
 /* Sends a key and a value. */
 int zndb_set_value(apps_message_id_e_type msg, const char *key, const char *value);
@@ -24,4 +25,4 @@ int zndb_del_value(apps_message_id_e_type msg, const char *key);
 int zndb_save_value(apps_message_id_e_type msg);
 
 /* The same for a call that logs with another function name. */
-int zndb_request_without_body(const char *call, apps_message_id_e_type msg);
+int zndb_request_without_body(LogName caller, apps_message_id_e_type msg);

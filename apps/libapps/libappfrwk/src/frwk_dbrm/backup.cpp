@@ -76,7 +76,7 @@ apps_err_e_type frwk_dbrm_backup_process(std::FILE *out) {
         }
         const apps_err_e_type ret = frwk_dbrm_backup_file(out, source.path, source.type);
         if (ret != E_APPS_ERR_SUCCESS) {
-            FRWK_WARN("backup file '%s' failed!", source.path);
+            FRWK_WARN(__func__, "backup file '%s' failed!", source.path);
             return ret;
         }
     }
@@ -98,7 +98,7 @@ uint64_t largest_body() {
 apps_err_e_type frwk_dbrm_backup_process(GrowingBackup *growing) {
     UniqueFile out = growing->create(largest_body);
     if (!out) {
-        FRWK_WARN_ERRNO("create backup file error!");
+        FRWK_WARN_ERRNO(__func__, "create backup file error!");
         return E_APPS_ERR_IO;
     }
 
@@ -107,7 +107,7 @@ apps_err_e_type frwk_dbrm_backup_process(GrowingBackup *growing) {
         return ret;
     }
     if (!backup_io::finish(std::move(out))) {
-        FRWK_WARN_ERRNO("write backup target file error!");
+        FRWK_WARN_ERRNO(__func__, "write backup target file error!");
         return E_APPS_ERR_WRITE;
     }
     return E_APPS_ERR_SUCCESS;
@@ -117,26 +117,26 @@ apps_err_e_type frwk_dbrm_backup_process(GrowingBackup *growing) {
 apps_err_e_type frwk_dbrm_backup(GrowingBackup *growing) {
     apps_err_e_type ret = frwk_dbrm_backup_process(growing);
     if (ret != E_APPS_ERR_SUCCESS) {
-        FRWK_WARN("backup process failed!");
+        FRWK_WARN(__func__, "backup process failed!");
         return ret;
     }
     frwk_dbrm_backup_check(growing->path());
     ret = frwk_dbrm_pack(growing->path());
     if (ret != E_APPS_ERR_SUCCESS) {
-        FRWK_WARN("backup compression failed!");
+        FRWK_WARN(__func__, "backup compression failed!");
         return ret;
     }
 
     if (!zn_encrypt_file_ex(growing->path())) {
-        FRWK_WARN("encrypt backup file failed!");
+        FRWK_WARN(__func__, "encrypt backup file failed!");
         return E_APPS_ERR_INTERNAL;
     }
     if (!growing->deliver()) {
-        FRWK_WARN_ERRNO("write backup target file error!");
+        FRWK_WARN_ERRNO(__func__, "write backup target file error!");
         return E_APPS_ERR_WRITE;
     }
     if (!growing->take_place()) {
-        FRWK_WARN_ERRNO("create backup file error!");
+        FRWK_WARN_ERRNO(__func__, "create backup file error!");
         return E_APPS_ERR_IO;
     }
     return E_APPS_ERR_SUCCESS;

@@ -43,13 +43,13 @@ int32_t frwk_ipc_subscribe_lock() {
     for (;;) {
         UniqueFile file = open_lock_file(paths::kSubscribeLock);
         if (!file) {
-            FRWK_WARN_ERRNO("can't create subscribe lock file!");
+            FRWK_WARN_ERRNO(__func__, "can't create subscribe lock file!");
             return 0;
         }
 
         const RecordLock lock = lock_whole_file(file.get());
         if (lock == RecordLock::kFailed) {
-            FRWK_WARN_ERRNO("can't enter subscribe lock!");
+            FRWK_WARN_ERRNO(__func__, "can't enter subscribe lock!");
             return 0;
         }
         if (lock == RecordLock::kHeld) {
@@ -58,7 +58,7 @@ int32_t frwk_ipc_subscribe_lock() {
             return 1;
         }
 
-        FRWK_WARN("busy, will try lock again...");
+        FRWK_WARN(__func__, "busy, will try lock again...");
         file.reset();
         frwk_sleep(kRetryPauseMs);
     }

@@ -37,19 +37,19 @@ void frwk_load_module_run() {
 
     UniqueFile file(std::fopen(paths::kStartupList, "re"));
     if (!file) {
-        FRWK_WARN("can't found apps run cfg file(%s)!", paths::kStartupList);
+        FRWK_WARN(__func__, "can't found apps run cfg file(%s)!", paths::kStartupList);
         return;
     }
 
     SmallBuffer<kFixedListSize> buffer;
     if (size >= UINT32_MAX || !buffer.reserve(static_cast<uint32_t>(size) + 1)) {
-        FRWK_WARN("alloc for load apps run cfg file failed!");
+        FRWK_WARN(__func__, "alloc for load apps run cfg file failed!");
         return;
     }
     char *text = reinterpret_cast<char *>(buffer.data());
     text[std::fread(text, 1, static_cast<size_t>(size), file.get())] = '\0';
     if (std::ferror(file.get())) {
-        FRWK_WARN_ERRNO("read apps run cfg file error!");
+        FRWK_WARN_ERRNO(__func__, "read apps run cfg file error!");
     }
 
     mark_modules(text);

@@ -16,9 +16,6 @@ constexpr mode_t kAccessBits = 07777;
 constexpr mode_t kOthersAccess = S_IRWXG | S_IRWXO;
 constexpr mode_t kOthersWrite = S_IWGRP | S_IWOTH;
 
-/* The removal is the last step of the record walk, and logs with its name. */
-constexpr char kProcess[] = "frwk_dbrm_restore_process";
-
 /* Opens a file without following a link, and without waiting for the writer of a pipe. */
 bool open_regular_file(const Place &place, UniqueFd *fd, struct stat *info) {
     fd->reset(::openat(place.folder.get(), place.name, O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
@@ -86,11 +83,12 @@ bool Upload::was_replaced() const {
 
 void Upload::remove() {
     if (is_copied_ && was_replaced()) {
-        FRWK_WARN_AS(kProcess, "the restore file was replaced meanwhile, what is there now stays");
+        FRWK_WARN(log_name::kDbrmRestoreProcess,
+                  "the restore file was replaced meanwhile, what is there now stays");
     } else if (::unlinkat(place_.folder.get(), place_.name, 0) != 0) {
-        FRWK_WARN_ERRNO_AS(kProcess, "remove restore file error!");
+        FRWK_WARN_ERRNO(log_name::kDbrmRestoreProcess, "remove restore file error!");
     }
     if (place_.is_behind_a_link && std::remove(path_) != 0) {
-        FRWK_WARN_ERRNO_AS(kProcess, "remove restore file error!");
+        FRWK_WARN_ERRNO(log_name::kDbrmRestoreProcess, "remove restore file error!");
     }
 }

@@ -22,10 +22,6 @@ namespace {
 
 constexpr size_t kCommandSize = 256;
 
-/* The steps of restoring a record log with this name. */
-constexpr char kRestoreFile[] = "frwk_dbrm_restore_file";
-constexpr char kRestoreDb[] = "frwk_dbrm_restore_db";
-
 /* Creates the folder of a file if it is missing. A failure shows when the file is opened. */
 void make_folder_of(const char *name) {
     const char *separator = std::strrchr(name, '/');
@@ -58,16 +54,16 @@ UniqueFd open_target(const char *name) {
 apps_err_e_type fill(std::FILE *backup, UniqueFd fd, uint32_t length) {
     UniqueFile target = backup_io::write_to(std::move(fd), "wb+");
     if (!target) {
-        FRWK_WARN_ERRNO_AS(kRestoreFile, "create file error!");
+        FRWK_WARN_ERRNO(log_name::kDbrmRestoreFile, "create file error!");
         return E_APPS_ERR_IO;
     }
     const backup_io::Copied copied = backup_io::copy(backup, target.get(), length);
     if (copied == backup_io::Copied::kShortRead) {
-        FRWK_WARN_ERRNO_AS(kRestoreFile, "read restore source file error!");
+        FRWK_WARN_ERRNO(log_name::kDbrmRestoreFile, "read restore source file error!");
         return E_APPS_ERR_READ;
     }
     if (copied == backup_io::Copied::kShortWrite || !backup_io::finish_on_disk(std::move(target))) {
-        FRWK_WARN_ERRNO_AS(kRestoreFile, "write restore target file error!");
+        FRWK_WARN_ERRNO(log_name::kDbrmRestoreFile, "write restore target file error!");
         return E_APPS_ERR_WRITE;
     }
     return E_APPS_ERR_SUCCESS;
@@ -77,7 +73,7 @@ apps_err_e_type fill(std::FILE *backup, UniqueFd fd, uint32_t length) {
 Found frwk_dbrm_get_keyvalue(char **text, Line *line) {
     const Found found = database_text::next_line(text, line);
     if (found == Found::kOther) {
-        FRWK_WARN("invalid db record format '%s'!", line->key);
+        FRWK_WARN(__func__, "invalid db record format '%s'!", line->key);
     }
     return found;
 }
@@ -85,14 +81,15 @@ Found frwk_dbrm_get_keyvalue(char **text, Line *line) {
 /* Warns about the part of a text that is not restored, since nothing else shows it. */
 void warn_of_the_rest(size_t passed, uint32_t length) {
     if (passed < length) {
-        FRWK_WARN_AS(kRestoreDb, "only %zu of %u bytes of the db record were restored!", passed, length);
+        FRWK_WARN(log_name::kDbrmRestoreDb, "only %zu of %u bytes of the db record were restored!", passed,
+                  length);
     }
 }
 
 bool set_pair(const Line &line) {
-    FRWK_DEBUG_AS(kRestoreDb, "zndb set %s=%s", line.key, line.value);
+    FRWK_DEBUG(log_name::kDbrmRestoreDb, "zndb set %s=%s", line.key, line.value);
     if (zndb_set(line.key, line.value) != E_ZNDB_RET_SUCCESS) {
-        FRWK_WARN_AS(kRestoreDb, "zndb set db data error!");
+        FRWK_WARN(log_name::kDbrmRestoreDb, "zndb set db data error!");
         return false;
     }
     return true;
@@ -116,10 +113,10 @@ apps_err_e_type frwk_dbrm_restore_db(std::FILE *backup, uint32_t length) {
     OwnedBlock text;
     switch (backup_io::read_text(backup, length, &text)) {
         case backup_io::Text::kNoMemory:
-            FRWK_WARN("alloc read buffer[%u] failed!", length + 1);
+            FRWK_WARN(__func__, "alloc read buffer[%u] failed!", length + 1);
             return E_APPS_ERR_MALLOC;
         case backup_io::Text::kShortRead:
-            FRWK_WARN_ERRNO("read db file error!");
+            FRWK_WARN_ERRNO(__func__, "read db file error!");
             return E_APPS_ERR_READ;
         case backup_io::Text::kAll:
             break;
@@ -130,9 +127,9 @@ apps_err_e_type frwk_dbrm_restore_db(std::FILE *backup, uint32_t length) {
 }  // namespace
 
 apps_err_e_type frwk_dbrm_restore_file(std::FILE *backup, const RecordHeader &record) {
-    FRWK_DEBUG("restore file '%s' coming...", record.name);
+    FRWK_DEBUG(__func__, "restore file '%s' coming...", record.name);
     if (record.length == 0) {
-        FRWK_DEBUG("remove empty file.");
+        FRWK_DEBUG(__func__, "remove empty file.");
         (void)std::remove(record.name);
         return E_APPS_ERR_SUCCESS;
     }
@@ -140,7 +137,7 @@ apps_err_e_type frwk_dbrm_restore_file(std::FILE *backup, const RecordHeader &re
     make_folder_of(record.name);
     UniqueFd target = open_target(record.name);
     if (!target) {
-        FRWK_WARN_ERRNO("create file error!");
+        FRWK_WARN_ERRNO(__func__, "create file error!");
         return E_APPS_ERR_IO;
     }
 
@@ -152,17 +149,17 @@ apps_err_e_type frwk_dbrm_restore_file(std::FILE *backup, const RecordHeader &re
 }
 
 apps_err_e_type frwk_dbrm_restore_db(std::FILE *backup, const RecordHeader &record) {
-    FRWK_DEBUG("restore db '%s' coming...", record.name);
+    FRWK_DEBUG(__func__, "restore db '%s' coming...", record.name);
     if (record.length > 0) {
         const apps_err_e_type ret = frwk_dbrm_restore_db(backup, record.length);
         if (ret != E_APPS_ERR_SUCCESS) {
             return ret;
         }
         if (zndb_save() != E_ZNDB_RET_SUCCESS) {
-            FRWK_WARN("zndb save db file error!");
+            FRWK_WARN(__func__, "zndb save db file error!");
             return E_APPS_ERR_PROCESS;
         }
     }
-    FRWK_DEBUG("restore db '%s' success.", record.name);
+    FRWK_DEBUG(__func__, "restore db '%s' success.", record.name);
     return E_APPS_ERR_SUCCESS;
 }

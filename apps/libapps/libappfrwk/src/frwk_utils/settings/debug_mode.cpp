@@ -87,7 +87,7 @@ int32_t frwk_debug_mode_shell(int32_t start) {
     }
     char command[kCommandSize];
     (void)std::snprintf(command, sizeof(command), "%s %s", script, start != 0 ? "start" : "stop");
-    FRWK_DEBUG("%s", command);
+    FRWK_DEBUG(__func__, "%s", command);
     return run_shell(command);
 }
 
@@ -101,7 +101,7 @@ int32_t frwk_debug_mode_init(void) {
 
 int32_t frwk_debug_mode_set(int32_t enable, const char *mode) {
     if (zndb_set(kSetting, enable != 0 ? "true" : "false") != E_ZNDB_RET_SUCCESS) {
-        FRWK_WARN("zndb set debugmode=%d failed!", enable);
+        FRWK_WARN(__func__, "zndb set debugmode=%d failed!", enable);
         return 0;
     }
     const bool forget = enable == 0 || lasts_until_reboot(mode);

@@ -15,8 +15,6 @@
 
 namespace {
 
-constexpr char kCall[] = "frwk_sim_subnet_handle";
-
 constexpr uint32_t kModemPollMs = 1000;
 constexpr uint32_t kBeforeRebootMs = 2000;
 constexpr uint32_t kRebootReason = 801;
@@ -43,7 +41,7 @@ void wait_for_modem() {
     if (frwk_module_feature(-1, FRWK_FLAG_MPSS) == 0 || frwk_utils_is_mpss_support() == 0) {
         return;
     }
-    FRWK_DEBUG_AS(kCall, "check MAL MPSS status...");
+    FRWK_DEBUG(log_name::kSimSubnetHandle, "check MAL MPSS status...");
     while (libmal_get_mpss_status() == 0) {
         frwk_sleep(kModemPollMs);
     }
@@ -71,26 +69,26 @@ bool carry_out(SubnetDecision decision, const frwk_sim_subnet_sim_info_t &info) 
 
 /* type: 0 for a check at run time. */
 void finish_success(int32_t type) {
-    FRWK_DEBUG_AS(kCall, "sim subnet adapt success");
+    FRWK_DEBUG(log_name::kSimSubnetHandle, "sim subnet adapt success");
     if (type == 0) {
-        FRWK_DEBUG_AS(kCall, "sim subnet boot adapt, no need reboot");
+        FRWK_DEBUG(log_name::kSimSubnetHandle, "sim subnet boot adapt, no need reboot");
         set_status(AdaptStatus::kFinished);
         return;
     }
-    FRWK_DEBUG_AS(kCall, "sim subnet boot adapt, need reboot");
+    FRWK_DEBUG(log_name::kSimSubnetHandle, "sim subnet boot adapt, need reboot");
     set_status(AdaptStatus::kRebootFollows);
     frwk_sleep(kBeforeRebootMs);
     (void)frwk_system_reboot(kRebootReason);
 }
 
 void act_on(SubnetDecision decision, const frwk_sim_subnet_sim_info_t &info, int32_t type) {
-    FRWK_DEBUG_AS(kCall, "%s", decision_name(decision));
+    FRWK_DEBUG(log_name::kSimSubnetHandle, "%s", decision_name(decision));
     if (decision == SubnetDecision::kNoNeedAdapt) {
         set_status(AdaptStatus::kFinished);
         return;
     }
     if (!carry_out(decision, info)) {
-        FRWK_WARN_AS(kCall, "sim subnet adapt failed");
+        FRWK_WARN(log_name::kSimSubnetHandle, "sim subnet adapt failed");
         set_status(AdaptStatus::kFinished);
         return;
     }
@@ -101,15 +99,15 @@ void act_on(SubnetDecision decision, const frwk_sim_subnet_sim_info_t &info, int
 
 void frwk_sim_subnet_handle(int32_t type) {
     if (!is_switched_on()) {
-        FRWK_DEBUG("sim subnet adapt feature off return");
+        FRWK_DEBUG(__func__, "sim subnet adapt feature off return");
         set_status(AdaptStatus::kFinished);
         return;
     }
-    FRWK_DEBUG("sim subnet adapt feature on, start handle type=%d", type);
+    FRWK_DEBUG(__func__, "sim subnet adapt feature on, start handle type=%d", type);
     set_status(AdaptStatus::kUnderWay);
 
     const int32_t ret = mal_client_init(frwk_module_name(-1), 0);
-    FRWK_ASSERT(ret == MAL_NO_ERR || ret == MAL_INITIAL_ALREADY_ERR,
+    FRWK_ASSERT(__func__, ret == MAL_NO_ERR || ret == MAL_INITIAL_ALREADY_ERR,
                 "(MAL_NO_ERR == rt) || (MAL_INITIAL_ALREADY_ERR == rt)", "");
     wait_for_modem();
 

@@ -9,10 +9,9 @@
 
 namespace {
 
-constexpr char kCall[] = "frwk_sim_subnet_adapt_process";
-
-constexpr KeyValueRules kOperatorFileRules = {kCall, CommentPlace::kFirstText, nullptr,
-                                              "subnet data format error, data=0 \n", "subnet data NULL \n"};
+constexpr KeyValueRules kOperatorFileRules = {log_name::kSimSubnetAdaptProcess, CommentPlace::kFirstText,
+                                              nullptr, "subnet data format error, data=0 \n",
+                                              "subnet data NULL \n"};
 
 /* Writes the path of the action's file. Returns false if there is nothing to delete. */
 bool choose_file(SubnetAction action, const frwk_sim_subnet_sim_info_t &info, const char *applied_plmn,
@@ -28,10 +27,10 @@ bool choose_file(SubnetAction action, const frwk_sim_subnet_sim_info_t &info, co
 /* Values may be secrets, so they are logged only at the debug level. */
 void act_on(SubnetAction action, const KeyValue &pair) {
     if (action == SubnetAction::kAdd) {
-        FRWK_DEBUG_AS(kCall, "add subnet %s=%s", pair.key, pair.value);
+        FRWK_DEBUG(log_name::kSimSubnetAdaptProcess, "add subnet %s=%s", pair.key, pair.value);
         (void)zndb_set_perm_data(pair.key, pair.value);
     } else {
-        FRWK_DEBUG_AS(kCall, "del subnet key=%s", pair.key);
+        FRWK_DEBUG(log_name::kSimSubnetAdaptProcess, "del subnet key=%s", pair.key);
         (void)zndb_del_perm(pair.key);
     }
 }
@@ -70,12 +69,12 @@ int32_t frwk_sim_subnet_adapt_process(SubnetAction action, const frwk_sim_subnet
     char applied_spn[kSubnetSpnSize];
     subnet_settings::read_perm(subnet_settings::kPlmn, applied_plmn);
     subnet_settings::read_perm(subnet_settings::kSpn, applied_spn);
-    FRWK_DEBUG("subnet adapt process action=%d, current_plmn=%s, subnet_plmn=%s", static_cast<int>(action),
-               info.plmn, applied_plmn);
+    FRWK_DEBUG(__func__, "subnet adapt process action=%d, current_plmn=%s, subnet_plmn=%s",
+               static_cast<int>(action), info.plmn, applied_plmn);
 
     char path[kSubnetPathSize];
     if (!choose_file(action, info, applied_plmn, path)) {
-        FRWK_DEBUG("subnet delete, subnet_plmn empty, no need delete");
+        FRWK_DEBUG(__func__, "subnet delete, subnet_plmn empty, no need delete");
         return 0;
     }
     KeyValueFile file(kOperatorFileRules);

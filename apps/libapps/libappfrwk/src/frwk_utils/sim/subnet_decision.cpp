@@ -61,11 +61,12 @@ SubnetDecision frwk_sim_subnet_check_adapt_type(frwk_sim_subnet_sim_info_t *info
     frwk_sim_subnet_get_path(path, info->plmn, info->spn);
     (void)md5_encrypt_file_str(path, info->md5);
     FRWK_DEBUG(
+        __func__,
         "sim subnet adatp, sim_status=%d, current_plmn=%s, current_spn=%s subnet_plmn=%s current_path=%s, "
         "subnet_path=%s",
         info->sim_status, info->plmn, info->spn, applied.plmn, path, applied.path);
 
     const Reasoned reasoned = decide(*info, path, applied);
-    FRWK_DEBUG("%s", reasoned.reason);
+    FRWK_DEBUG(__func__, "%s", reasoned.reason);
     return reasoned.decision;
 }

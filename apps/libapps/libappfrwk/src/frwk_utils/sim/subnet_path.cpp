@@ -18,7 +18,7 @@ bool stays_in_folder(const char *part) {
 /* Whether the operator has a file; writes its path. spn: "" for the PLMN's file for all names. */
 bool find_operator_file(char (&path)[kSubnetPathSize], const char *plmn, const char *spn) {
     if (!stays_in_folder(plmn) || !stays_in_folder(spn)) {
-        FRWK_WARN_AS("frwk_sim_subnet_get_path", "plmn=%s spn=%s can't name an operator file", plmn, spn);
+        FRWK_WARN(log_name::kSimSubnetGetPath, "plmn=%s spn=%s can't name an operator file", plmn, spn);
         return false;
     }
     (void)std::snprintf(path, sizeof(path), "%s/%s/custom_%s%sdata.txt", paths::kSubnetFolder, plmn, spn,

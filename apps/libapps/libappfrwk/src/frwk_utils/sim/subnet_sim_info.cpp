@@ -13,8 +13,6 @@
 
 namespace {
 
-constexpr char kCall[] = "frwk_sim_subnet_get_sim_info";
-
 constexpr int kPollFailuresMax = 10;
 constexpr int kPinPollsMax = 4;
 constexpr int kPlmnFailuresMax = 20;
@@ -35,8 +33,8 @@ bool poll_sim(int failures, int32_t *status) {
         *status = polled;
     }
     const int level = ret == MAL_NO_ERR ? OS_LOG_DEBUG : OS_LOG_WARNING;
-    OS_LOG_AS(kCall, level, "libmal_get_sim_status ret:%d, count:%d, sim_status=%d", ret, failures + 1,
-              *status);
+    FRWK_LOG(log_name::kSimSubnetGetSimInfo, level, "libmal_get_sim_status ret:%d, count:%d, sim_status=%d",
+             ret, failures + 1, *status);
     return ret == MAL_NO_ERR && !is_not_ready(polled);
 }
 
@@ -67,7 +65,7 @@ void read_plmn_record(mal_sim_plmn_t *record) {
             return;
         }
         *record = {};
-        FRWK_WARN_AS(kCall, "failed to libmal_get_sim_plmn count %d", count);
+        FRWK_WARN(log_name::kSimSubnetGetSimInfo, "failed to libmal_get_sim_plmn count %d", count);
         frwk_sleep(kRetryMs);
     }
 }
@@ -80,7 +78,7 @@ void read_plmn(frwk_sim_subnet_sim_info_t *info) {
     char custom_mnc[sizeof(record.mnc)];
     subnet_settings::read_plain(subnet_settings::kCustomMnc, custom_mnc);
     if (custom_mnc[0] != '\0') {
-        FRWK_DEBUG_AS(kCall, "sim mnc get db is %s", custom_mnc);
+        FRWK_DEBUG(log_name::kSimSubnetGetSimInfo, "sim mnc get db is %s", custom_mnc);
     }
     const char *mnc = custom_mnc[0] != '\0' ? custom_mnc : record.mnc;
     (void)std::snprintf(info->plmn, sizeof(info->plmn), "%.*s%.*s", static_cast<int>(sizeof(record.mcc)),
@@ -91,7 +89,7 @@ void read_spn(frwk_sim_subnet_sim_info_t *info) {
     char spn[MAL_SIM_SPN_SIZE] = {};
     const int32_t ret = libmal_get_sim_spn(MAL_SIM_SLOT_FIRST, spn, sizeof(spn));
     if (ret != MAL_NO_ERR) {
-        FRWK_WARN_AS(kCall, "failed to libmal_get_sim_spn ret:%d", ret);
+        FRWK_WARN(log_name::kSimSubnetGetSimInfo, "failed to libmal_get_sim_spn ret:%d", ret);
         return;
     }
     strsncpy(info->spn, spn, sizeof(info->spn) - 1);

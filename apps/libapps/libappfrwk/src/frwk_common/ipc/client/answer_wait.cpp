@@ -32,8 +32,8 @@ void AnswerWait::say_when_due() {
         return;
     }
     const char *alias = frwk_module_alias(static_cast<int32_t>(module_));
-    FRWK_WARN_AS(caller_, "still waiting for [%s]::[%s:%d], %u s", alias != nullptr ? alias : "unknown",
-                 frwk_ipc_message_name(msgid_), msgid_, due_seconds_);
+    FRWK_WARN(caller_, "still waiting for [%s]::[%s:%d], %u s", alias != nullptr ? alias : "unknown",
+              frwk_ipc_message_name(msgid_), msgid_, due_seconds_);
     due_seconds_ *= 2;
 }
 

@@ -26,10 +26,6 @@
 
 namespace {
 
-/* The steps of a send log with the name of the exported function. */
-constexpr char kSync[] = "frwk_ipc_send_sync";
-constexpr char kAsync[] = "frwk_ipc_send_async";
-
 constexpr uint32_t kHeaderSize = sizeof(frwk_ipc_header);
 
 using IpcBuffer = SmallBuffer<kIpcFixedBuffer>;
@@ -66,26 +62,26 @@ void lay_out(void *request, const frwk_ipc_header &header, const Body &body) {
 }
 
 /* Checks the arguments of every send. Returns 0, or the result of the send. */
-apps_err_e_type check_request(const char *caller, uint32_t module, const Body &body, const void *rsp,
+apps_err_e_type check_request(LogName caller, uint32_t module, const Body &body, const void *rsp,
                               uint32_t rsp_size) {
     if (!is_destination(module)) {
-        FRWK_WARN_AS(caller, "invalid module id=%d", static_cast<int>(module));
+        FRWK_WARN(caller, "invalid module id=%d", static_cast<int>(module));
         return E_APPS_ERR_MODULE;
     }
     if ((body.len != 0 && body.data == nullptr) || (rsp_size != 0 && rsp == nullptr)) {
-        FRWK_WARN_AS(caller, "invalid request arguments!");
+        FRWK_WARN(caller, "invalid request arguments!");
         return E_APPS_ERR_PARAM;
     }
     return E_APPS_ERR_SUCCESS;
 }
 
 /* Writes one request. Returns 0, or the result of the send. */
-apps_err_e_type write_request(const char *caller, int fd, const frwk_ipc_header &header, const Body &body,
+apps_err_e_type write_request(LogName caller, int fd, const frwk_ipc_header &header, const Body &body,
                               AnswerWait &wait) {
     IpcBuffer request;
     const std::optional<uint32_t> size = checked_add(kHeaderSize, body.len);
     if (!request.reserve(size)) {
-        FRWK_WARN_AS(caller, "alloc failed for ipc req!");
+        FRWK_WARN(caller, "alloc failed for ipc req!");
         return E_APPS_ERR_MALLOC;
     }
 
@@ -97,19 +93,19 @@ apps_err_e_type write_request(const char *caller, int fd, const frwk_ipc_header 
         written = frwk_ipc_send(fd, request.data(), *size, nullptr, 0, wait);
     }
     if (written != static_cast<int32_t>(*size)) {
-        FRWK_WARN_AS(caller, "ipc send req msg failed!");
+        FRWK_WARN(caller, "ipc send req msg failed!");
         return E_APPS_ERR_WRITE;
     }
     return E_APPS_ERR_SUCCESS;
 }
 
 /* Opens a connection and writes one request. Returns 0 and the connection, or the result of the send. */
-apps_err_e_type send_request(const char *caller, uint32_t module, const frwk_ipc_header &header,
-                             const Body &body, AnswerWait &wait, UniqueFd *connection) {
+apps_err_e_type send_request(LogName caller, uint32_t module, const frwk_ipc_header &header, const Body &body,
+                             AnswerWait &wait, UniqueFd *connection) {
     UniqueFd fd(frwk_ipc_connect(module, header.timeout));
     if (!fd) {
         const char *name = frwk_module_name(static_cast<int32_t>(module));
-        FRWK_WARN_AS(caller, "ipc connect to module [%s] failed!", name != nullptr ? name : "");
+        FRWK_WARN(caller, "ipc connect to module [%s] failed!", name != nullptr ? name : "");
         return E_APPS_ERR_MODULE;
     }
 
@@ -149,18 +145,18 @@ apps_err_e_type receive_answer(int fd, void *rsp, uint32_t rsp_size, AnswerWait 
     const uint32_t most = kHeadSize + (small ? rsp_size : 0);
     const int32_t count = frwk_ipc_recv_later(fd, &answer, kHeadSize, most, wait);
     if (count < static_cast<int32_t>(kHeadSize)) {
-        FRWK_WARN_AS(kSync, "ipc recv rsp header failed!");
+        FRWK_WARN(log_name::kIpcSendSync, "ipc recv rsp header failed!");
         return E_APPS_ERR_READ;
     }
 
     const uint32_t received = static_cast<uint32_t>(count) - kHeadSize;
     const uint32_t len = answer.header.rsp_len > 0 ? static_cast<uint32_t>(answer.header.rsp_len) : 0;
     if (len > rsp_size) {
-        FRWK_WARN_AS(kSync, "ipc recv rsp buffer not big enough!");
+        FRWK_WARN(log_name::kIpcSendSync, "ipc recv rsp buffer not big enough!");
         return E_APPS_ERR_OUTOFBUF;
     }
     if (!receive_rest(fd, small ? answer.data : rsp, received, len, wait)) {
-        FRWK_WARN_AS(kSync, "ipc recv rsp data failed!");
+        FRWK_WARN(log_name::kIpcSendSync, "ipc recv rsp data failed!");
         return E_APPS_ERR_READ;
     }
     if (small && len > 0) {
@@ -194,13 +190,13 @@ apps_err_e_type handle_on_own_thread(const frwk_ipc_header &header, const Body &
     const std::optional<uint32_t> size = checked_add(kHeaderSize, body.len);
     OwnedBlock record(size ? os_mem_malloc(*size) : nullptr);
     if (!record) {
-        FRWK_WARN_AS(kAsync, "alloc for async msg failed!");
+        FRWK_WARN(log_name::kIpcSendAsync, "alloc for async msg failed!");
         return E_APPS_ERR_MALLOC;
     }
     lay_out(record.get(), header, body);
 
     if (!start_own_message(record.get())) {
-        FRWK_WARN_AS(kAsync, "create async msg handle thread error!");
+        FRWK_WARN(log_name::kIpcSendAsync, "create async msg handle thread error!");
         return E_APPS_ERR_THREAD;
     }
     (void)record.take();
@@ -213,7 +209,7 @@ apps_err_e_type frwk_ipc_send_sync(uint32_t module, apps_message_id_e_type msgid
                                    uint32_t req_len, void *rsp, uint32_t rsp_size, uint32_t timeout,
                                    int32_t *result) {
     const Body body = {req, req_len};
-    const apps_err_e_type refused = check_request(kSync, module, body, rsp, rsp_size);
+    const apps_err_e_type refused = check_request(log_name::kIpcSendSync, module, body, rsp, rsp_size);
     if (refused != E_APPS_ERR_SUCCESS) {
         return refused;
     }
@@ -226,9 +222,10 @@ apps_err_e_type frwk_ipc_send_sync(uint32_t module, apps_message_id_e_type msgid
         return E_APPS_ERR_SUCCESS;
     }
 
-    AnswerWait wait(kSync, module, msgid);
+    AnswerWait wait(log_name::kIpcSendSync, module, msgid);
     UniqueFd connection;
-    const apps_err_e_type sent = send_request(kSync, module, header, body, wait, &connection);
+    const apps_err_e_type sent =
+        send_request(log_name::kIpcSendSync, module, header, body, wait, &connection);
     if (sent != E_APPS_ERR_SUCCESS) {
         return sent;
     }
@@ -245,7 +242,7 @@ apps_err_e_type frwk_ipc_send_sync(uint32_t module, apps_message_id_e_type msgid
 apps_err_e_type frwk_ipc_send_async(uint32_t module, apps_message_id_e_type msgid, const void *data,
                                     uint32_t len, uint32_t timeout) {
     const Body body = {data, len};
-    const apps_err_e_type refused = check_request(kAsync, module, body, nullptr, 0);
+    const apps_err_e_type refused = check_request(log_name::kIpcSendAsync, module, body, nullptr, 0);
     if (refused != E_APPS_ERR_SUCCESS) {
         return refused;
     }
@@ -256,9 +253,10 @@ apps_err_e_type frwk_ipc_send_async(uint32_t module, apps_message_id_e_type msgi
         return handle_on_own_thread(header, body);
     }
 
-    AnswerWait wait(kAsync, module, msgid);
+    AnswerWait wait(log_name::kIpcSendAsync, module, msgid);
     UniqueFd connection;
-    const apps_err_e_type sent = send_request(kAsync, module, header, body, wait, &connection);
+    const apps_err_e_type sent =
+        send_request(log_name::kIpcSendAsync, module, header, body, wait, &connection);
     return sent == E_APPS_ERR_SUCCESS ? E_APPS_ERR_ASYNC : sent;
 }
 

@@ -55,7 +55,7 @@ void DropNotice::dropped() {
 void DropNotice::say() {
     unsaid_ = false;
     said_ms_ = coarse_ms();
-    FRWK_WARN_AS("frwk_ipc_loop", "no descriptor left: connections dropped so far: %u", dropped_);
+    FRWK_WARN(log_name::kIpcLoop, "no descriptor left: connections dropped so far: %u", dropped_);
 }
 
 void AcceptRecovery::after_failure(int listener, int error) {

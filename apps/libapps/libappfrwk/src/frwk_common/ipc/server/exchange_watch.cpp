@@ -20,8 +20,6 @@
 
 namespace {
 
-constexpr char kExchange[] = "frwk_ipc_handle";
-
 constexpr uint64_t kMsPerSecond = 1000;
 
 constexpr uint64_t kReceiveLimitMs = kIpcReceiveLimitSeconds * kMsPerSecond;
@@ -102,13 +100,14 @@ uint64_t ExchangeWatch::ms_until_slow() const {
 void ExchangeWatch::report(unsigned held_ms) {
     reported_ = true;
     if (header_ == nullptr) {
-        FRWK_WARN_AS(kExchange, "process %d has held the service for %u ms: %s", peer_pid(fd_), held_ms,
-                     in_words(longest_));
+        FRWK_WARN(log_name::kIpcHandle, "process %d has held the service for %u ms: %s", peer_pid(fd_),
+                  held_ms, in_words(longest_));
         return;
     }
-    FRWK_WARN_AS(kExchange, "process %d, module [%s], has held the service for %u ms with [%s:%d]: %s",
-                 peer_pid(fd_), sender_alias(header_->src), held_ms, frwk_ipc_message_name(header_->msgid),
-                 header_->msgid, in_words(longest_));
+    FRWK_WARN(log_name::kIpcHandle,
+              "process %d, module [%s], has held the service for %u ms with [%s:%d]: %s", peer_pid(fd_),
+              sender_alias(header_->src), held_ms, frwk_ipc_message_name(header_->msgid), header_->msgid,
+              in_words(longest_));
 }
 
 IpcWaited ExchangeWatch::wait(int fd, short events, uint32_t done) {

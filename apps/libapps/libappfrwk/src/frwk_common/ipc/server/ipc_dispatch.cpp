@@ -139,11 +139,11 @@ apps_err_e_type frwk_ipc_msg_handle(uint32_t src, apps_message_id_e_type msgid, 
         return call(handler, message);
     }
     if (never_waits(src)) {
-        FRWK_WARN("ipc handler is null!");
+        FRWK_WARN(__func__, "ipc handler is null!");
         return E_APPS_ERR_PROCESS;
     }
 
-    FRWK_WARN("waiting for ipc handler register start...");
+    FRWK_WARN(__func__, "waiting for ipc handler register start...");
     os_simple_timer timer = {};
     os_simple_timer_start(&timer, timeout * kMillisecondsPerSecond);
     bool last_look = false;
@@ -151,19 +151,19 @@ apps_err_e_type frwk_ipc_msg_handle(uint32_t src, apps_message_id_e_type msgid, 
         last_look = os_simple_timer_timeout(&timer) != 0;
         handler = g_s_ipc_handler;
         if (handler != nullptr) {
-            FRWK_WARN("waiting for ipc handler register complete...");
+            FRWK_WARN(__func__, "waiting for ipc handler register complete...");
             return call(handler, message);
         }
         if (!last_look) {
             frwk_sleep(kHandlerPollMs);
         }
     }
-    FRWK_WARN("waiting for ipc handler timeout!");
+    FRWK_WARN(__func__, "waiting for ipc handler timeout!");
     return E_APPS_ERR_TIMEOUT;
 }
 
 void *frwk_ipc_msg_async_handle(void *ptr) {
-    FRWK_ASSERT(ptr != nullptr, "NULL != ptr", "");
+    FRWK_ASSERT(__func__, ptr != nullptr, "NULL != ptr", "");
     if (ptr == nullptr) {
         return nullptr;
     }
@@ -173,7 +173,7 @@ void *frwk_ipc_msg_async_handle(void *ptr) {
     const void *body = header->data_len > 0 ? header + 1 : nullptr;
     if (frwk_ipc_msg_handle(header->src, header->msgid, body, header->data_len, nullptr, 0,
                             header->timeout) != E_APPS_ERR_SUCCESS) {
-        FRWK_WARN("async call msg handler failed!");
+        FRWK_WARN(__func__, "async call msg handler failed!");
     }
     record.reset();
     own_message_ends();

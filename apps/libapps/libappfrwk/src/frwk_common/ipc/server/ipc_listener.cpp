@@ -37,29 +37,29 @@ int frwk_ipc_socket() {
 
     UniqueFd fd(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
     if (!fd) {
-        FRWK_WARN_ERRNO("create ipc socket error!");
+        FRWK_WARN_ERRNO(__func__, "create ipc socket error!");
         return -1;
     }
 
     const int on = 1;
     if (::setsockopt(fd.get(), SOL_SOCKET, SO_REUSEADDR, &on, sizeof(on)) < 0) {
-        FRWK_WARN_ERRNO("set socket reuse address error!");
+        FRWK_WARN_ERRNO(__func__, "set socket reuse address error!");
     }
 
     // Before bind, which creates the file with this mode less the umask.
     if (::fchmod(fd.get(), kSocketMode) < 0) {
-        FRWK_WARN_ERRNO("set ipc socket mode error!");
+        FRWK_WARN_ERRNO(__func__, "set ipc socket mode error!");
         return -1;
     }
 
     const IpcAddress address = ipc_address(frwk_module_name(-1));
     remove_old_socket(address.un.sun_path);
     if (::bind(fd.get(), address.get(), IpcAddress::size()) < 0) {
-        FRWK_WARN_ERRNO("socket bind error!");
+        FRWK_WARN_ERRNO(__func__, "socket bind error!");
         return -1;
     }
     if (::listen(fd.get(), kBacklog) < 0) {
-        FRWK_WARN_ERRNO("socket listen error!");
+        FRWK_WARN_ERRNO(__func__, "socket listen error!");
         return -1;
     }
     return fd.take();

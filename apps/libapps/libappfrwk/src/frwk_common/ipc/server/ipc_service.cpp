@@ -35,9 +35,6 @@ namespace {
 /* The status word of a module whose handler is registered. */
 constexpr uint32_t kStatusServing = 1;
 
-/* The steps of an exchange log with this name. */
-constexpr char kExchange[] = "frwk_ipc_handle";
-
 using IpcBuffer = SmallBuffer<kIpcFixedBuffer>;
 
 /*
@@ -64,7 +61,7 @@ class Request {
         }
         const auto size = static_cast<uint32_t>(header_.data_len);
         if (!make_room(size)) {
-            FRWK_WARN_AS(kExchange, "alloc for ipc recv body error!");
+            FRWK_WARN(log_name::kIpcHandle, "alloc for ipc recv body error!");
             return false;
         }
         if (early_ >= size) {
@@ -73,7 +70,7 @@ class Request {
         watch.enter(ExchangeStep::kBody, header_);
         const uint32_t missing = size - early_;
         if (frwk_ipc_recv(fd, body_ + early_, missing, missing, watch) != static_cast<int32_t>(missing)) {
-            FRWK_WARN_AS(kExchange, "ipc recv body error!");
+            FRWK_WARN(log_name::kIpcHandle, "ipc recv body error!");
             return false;
         }
         return true;
@@ -109,7 +106,7 @@ class Request {
 bool prepare_answer(const frwk_ipc_header &header, IpcBuffer *answer) {
     const std::optional<uint32_t> size = checked_add(header.rsp_size, sizeof(frwk_ipc_rsp_header));
     if (!answer->reserve_zeroed(size)) {
-        FRWK_WARN_AS(kExchange, "alloc for ipc rsp error!");
+        FRWK_WARN(log_name::kIpcHandle, "alloc for ipc rsp error!");
         return false;
     }
     return true;
@@ -134,7 +131,7 @@ void send_answer(int fd, const frwk_ipc_header &header, apps_err_e_type result, 
     watch.enter(ExchangeStep::kAnswer, header);
     const uint32_t size = header.rsp_size + static_cast<uint32_t>(sizeof(rsp_header));
     if (frwk_ipc_send(fd, answer, size, nullptr, 0, watch) != static_cast<int32_t>(size)) {
-        FRWK_WARN_AS(kExchange, "send ipc rsp error!");
+        FRWK_WARN(log_name::kIpcHandle, "send ipc rsp error!");
     }
 }
 
@@ -184,7 +181,7 @@ void frwk_ipc_handle(int fd) {
     ExchangeWatch watch(fd);
     Request request;
     if (!request.receive_header(fd, watch)) {
-        FRWK_WARN("recv ipc header error!");
+        FRWK_WARN(__func__, "recv ipc header error!");
         return;
     }
     const frwk_ipc_header &header = request.header();
@@ -215,7 +212,7 @@ void *frwk_ipc_loop(void *) {
             continue;
         }
         const int error = errno;
-        FRWK_WARN_ERRNO("ipc accept error!");
+        FRWK_WARN_ERRNO(__func__, "ipc accept error!");
         recovery.after_failure(listener, error);
     }
 }
@@ -225,11 +222,11 @@ void frwk_ipc_init() {
     if (g_s_ipcs_fd < 0) {
         g_s_ipcs_fd = frwk_ipc_socket();
     }
-    FRWK_ASSERT(g_s_ipcs_fd >= 0, "0 <= g_s_ipcs_fd", "");
+    FRWK_ASSERT(__func__, g_s_ipcs_fd >= 0, "0 <= g_s_ipcs_fd", "");
 
     if (g_s_ipc_thread == 0) {
         const bool started = start_service_thread();
-        FRWK_ASSERT(started, "0 == ret", "");
+        FRWK_ASSERT(__func__, started, "0 == ret", "");
     }
 }
 

@@ -35,9 +35,9 @@ bool own_message_begins() {
         return false;
     }
     if (g_notice.grown_to(threads)) {
-        FRWK_WARN_AS("frwk_ipc_send_async",
-                     "%u messages of this module to itself are handled at once, each on a thread of its own",
-                     threads);
+        FRWK_WARN(log_name::kIpcSendAsync,
+                  "%u messages of this module to itself are handled at once, each on a thread of its own",
+                  threads);
     }
     return true;
 }

@@ -26,7 +26,7 @@ void frwk_ipc_trace(IpcTrace way, int32_t sender, int32_t receiver, int32_t msgi
                      shown_alias(receiver), frwk_ipc_message_name(msgid), msgid);
         return;
     }
-    FRWK_DEBUG("#### [%s]%s[%s]::[%s:%d] ####", shown_alias(sender), arrow, shown_alias(receiver),
+    FRWK_DEBUG(__func__, "#### [%s]%s[%s]::[%s:%d] ####", shown_alias(sender), arrow, shown_alias(receiver),
                frwk_ipc_message_name(msgid), msgid);
 }
 

@@ -23,9 +23,6 @@
 
 namespace {
 
-/* All reads log with this name. */
-constexpr char kRecv[] = "frwk_ipc_recv";
-
 constexpr uint32_t kMillisecondsPerSecond = 1000;
 
 /* Converts seconds for poll, clamped to its maximum. */
@@ -118,14 +115,14 @@ int32_t wait_for_bytes(int fd, uint32_t done, IpcWait &wait) {
         case IpcWaited::kReady:
             return 1;
         case IpcWaited::kTimeout:
-            FRWK_NOTICE_AS(kRecv, "select recv timeout!");
+            FRWK_NOTICE(log_name::kIpcRecv, "select recv timeout!");
             return 0;
         default:
-            FRWK_WARN_ERRNO_AS(kRecv, "select recv error!");
+            FRWK_WARN_ERRNO(log_name::kIpcRecv, "select recv error!");
             if (errno == EINTR) {
-                FRWK_WARN_AS(kRecv,
-                             "a signal handler ran on this thread and ended its wait: block the signal "
-                             "before frwk_module_init and take it on the main thread");
+                FRWK_WARN(log_name::kIpcRecv,
+                          "a signal handler ran on this thread and ended its wait: block the signal "
+                          "before frwk_module_init and take it on the main thread");
             }
             return -1;
     }
@@ -171,7 +168,7 @@ int32_t read_at_least(int fd, void *buf, uint32_t least, uint32_t most, Reading 
         errno = 0;
         const ssize_t count = ::recv(fd, static_cast<char *>(buf) + total, most - total, flags);
         if (count <= 0 && !may_go_on(errno)) {
-            FRWK_WARN_ERRNO_AS(kRecv, "socket recv size error!");
+            FRWK_WARN_ERRNO(log_name::kIpcRecv, "socket recv size error!");
             return static_cast<int32_t>(total);
         }
         total += count > 0 ? static_cast<uint32_t>(count) : 0;
@@ -197,7 +194,7 @@ int32_t read_at_least(int fd, void *buf, uint32_t least, uint32_t most, Reading 
 int frwk_ipc_connect(uint32_t module, uint32_t timeout) {
     UniqueFd fd(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
     if (!fd) {
-        FRWK_WARN_ERRNO("socket create error!");
+        FRWK_WARN_ERRNO(__func__, "socket create error!");
         return -1;
     }
     const IpcAddress address = ipc_address(frwk_module_name(static_cast<int32_t>(module)));
@@ -226,7 +223,7 @@ int32_t frwk_ipc_send(int fd, const void *head, uint32_t head_size, const void *
         errno = 0;
         const ssize_t count = put_parts(fd, total, head, head_size, rest, rest_size, flags);
         if (count <= 0 && !may_go_on(errno)) {
-            FRWK_WARN_ERRNO("ipc send error!");
+            FRWK_WARN_ERRNO(__func__, "ipc send error!");
             break;
         }
         total += count > 0 ? static_cast<uint32_t>(count) : 0;
@@ -238,7 +235,7 @@ int32_t frwk_ipc_send(int fd, const void *head, uint32_t head_size, const void *
             continue;
         }
         if (count <= 0 && !wait_for_room(fd, total, wait)) {
-            FRWK_WARN_ERRNO("ipc send error!");
+            FRWK_WARN_ERRNO(__func__, "ipc send error!");
             break;
         }
     }
