@@ -95,12 +95,13 @@ using ForkedChildOfOwnMessages = IpcServiceTest;
 
 TEST_F(ForkedChildOfOwnMessages, CountsItsOwnAlone) {
     g_s_own_messages_limit = 2;
-    ASSERT_TRUE(own_message_begins());
-    ASSERT_TRUE(own_message_begins());
-    const ChildEnd end = in_child_within_limit([] { return own_message_begins() ? "taken" : "refused"; });
+    ASSERT_TRUE(ipc::own_message_begins());
+    ASSERT_TRUE(ipc::own_message_begins());
+    const ChildEnd end =
+        in_child_within_limit([] { return ipc::own_message_begins() ? "taken" : "refused"; });
     EXPECT_EQ(end.report, "taken");
-    own_message_ends();
-    own_message_ends();
+    ipc::own_message_ends();
+    ipc::own_message_ends();
 }
 
 /* ---- The lock of the subscriptions ----------------------------------------------------------------- */

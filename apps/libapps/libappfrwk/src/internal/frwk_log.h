@@ -17,6 +17,16 @@
 #define FRWK_DEBUG(name, ...) FRWK_LOG(name, OS_LOG_DEBUG, __VA_ARGS__)
 #define FRWK_VERBOSE(name, ...) FRWK_LOG(name, OS_LOG_VERBOSE, __VA_ARGS__)
 
+/* Logs on the debug channel only, whatever the system log takes. */
+#define FRWK_DEBUG_QUIET(name, ...)                                                                       \
+    do {                                                                                                  \
+        if (OS_LOG_TO_DEBUG(OS_LOG_DEBUG)) {                                                              \
+            const int frwk_log_errno = errno;                                                             \
+            os_debug_print(OS_LOG_DEBUG, __FILE_NAME__, LogName(name).function(), __LINE__, __VA_ARGS__); \
+            errno = frwk_log_errno;                                                                       \
+        }                                                                                                 \
+    } while (0)
+
 /* Logs, as a warning, a failure that left its cause in errno. */
 #define FRWK_WARN_ERRNO(name, text) OS_LOG_ERRNO_AS(LogName(name).function(), text)
 

@@ -19,9 +19,16 @@ class LogName {
 /* The names of lines that are logged in functions of other names. */
 namespace log_name {
 
+inline constexpr LogName kIpcConnect = "frwk_ipc_connect";
 inline constexpr LogName kIpcRecv = "frwk_ipc_recv";
+inline constexpr LogName kIpcSend = "frwk_ipc_send";
+inline constexpr LogName kIpcTrace = "frwk_ipc_trace";
+inline constexpr LogName kIpcSocket = "frwk_ipc_socket";
+inline constexpr LogName kIpcInit = "frwk_ipc_init";
 inline constexpr LogName kIpcLoop = "frwk_ipc_loop";
 inline constexpr LogName kIpcHandle = "frwk_ipc_handle";
+inline constexpr LogName kIpcMsgHandle = "frwk_ipc_msg_handle";
+inline constexpr LogName kIpcMsgAsyncHandle = "frwk_ipc_msg_async_handle";
 inline constexpr LogName kIpcSendSync = "frwk_ipc_send_sync";
 inline constexpr LogName kIpcSendAsync = "frwk_ipc_send_async";
 

@@ -134,7 +134,7 @@ void frwk_module_init(int32_t id, frwk_exit_handler_t exit_handler) {
     frwk_load_module_run();
 
     if (frwk_module_feature(id, kServingFlags) != 0) {
-        frwk_ipc_init();
+        ipc::start_service();
         FRWK_VERBOSE(__func__, "******** '%s' module init complete ********", name);
     }
     run_start_hook(name);

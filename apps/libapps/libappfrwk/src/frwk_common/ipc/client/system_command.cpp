@@ -10,7 +10,7 @@
 namespace {
 
 /* Sends a command with one argument. Returns 1 if it was delivered. */
-int32_t tell_monitor(apps_message_id_e_type msgid, uint32_t argument) {
+int32_t send_to_monitor(apps_message_id_e_type msgid, uint32_t argument) {
     return frwk_ipc_msg_notify(E_APPS_MODULE_MONITOR, msgid, &argument, sizeof(argument)) == E_APPS_ERR_ASYNC
                ? 1
                : 0;
@@ -43,22 +43,22 @@ int32_t switch_module(LogName caller, apps_message_id_e_type msgid, int32_t modu
         FRWK_WARN(caller, "no operation permission!!!");
         return 0;
     }
-    return tell_monitor(msgid, static_cast<uint32_t>(id));
+    return send_to_monitor(msgid, static_cast<uint32_t>(id));
 }
 
 }  // namespace
 
 int32_t frwk_system_reboot(uint32_t reason) {
-    return tell_monitor(E_APPS_MSG_MONITOR_REBOOT, reason);
+    return send_to_monitor(E_APPS_MSG_MONITOR_REBOOT, reason);
 }
 
 int32_t frwk_system_reset(uint32_t reason) {
     shell_on_path("touch", paths::kResetFlag);
-    return tell_monitor(E_APPS_MSG_MONITOR_RESET, reason);
+    return send_to_monitor(E_APPS_MSG_MONITOR_RESET, reason);
 }
 
 int32_t frwk_system_shutdown(uint32_t reason) {
-    return tell_monitor(E_APPS_MSG_MONITOR_SHUTDOWN, reason);
+    return send_to_monitor(E_APPS_MSG_MONITOR_SHUTDOWN, reason);
 }
 
 int32_t frwk_module_enable(int32_t module) {

@@ -8,6 +8,8 @@
 #include "frwk_common/util/crowd_notice.h"
 #include "internal/frwk_log.h"
 
+namespace ipc {
+
 namespace {
 
 constexpr uint32_t kManyThreads = 100;
@@ -45,3 +47,5 @@ bool own_message_begins() {
 void own_message_ends() {
     g_notice.fallen_to(g_threads.fetch_sub(1, std::memory_order_relaxed) - 1);
 }
+
+}  // namespace ipc

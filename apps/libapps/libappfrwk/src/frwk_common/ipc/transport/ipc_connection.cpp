@@ -2,7 +2,7 @@
  * Reads and writes on Unix-domain stream sockets. Waits use poll, not select, since a descriptor of 1024 or
  * more would overrun select's descriptor set.
  */
-#include "frwk_common/ipc/transport/ipc_transport.h"
+#include "frwk_common/ipc/transport/ipc_connection.h"
 
 #include <fcntl.h>
 #include <poll.h>
@@ -17,9 +17,9 @@
 #include <climits>
 
 #include "frwk_common.h"
-#include "frwk_common/ipc/transport/ipc_address.h"
 #include "internal/frwk_log.h"
-#include "support/unique_fd.h"
+
+namespace ipc {
 
 namespace {
 
@@ -29,11 +29,6 @@ constexpr uint32_t kMillisecondsPerSecond = 1000;
 int poll_limit(uint32_t seconds) {
     constexpr uint32_t kMost = INT_MAX / kMillisecondsPerSecond;
     return static_cast<int>(std::min(seconds, kMost) * kMillisecondsPerSecond);
-}
-
-/* A new socket has no other flags, so F_GETFL is not needed. */
-bool set_blocking(int fd) {
-    return ::fcntl(fd, F_SETFL, 0) >= 0;
 }
 
 using Clock = std::chrono::steady_clock;
@@ -48,60 +43,10 @@ bool set_limit(int fd, int option, Clock::duration limit) {
     return ::setsockopt(fd, SOL_SOCKET, option, &value, sizeof(value)) >= 0;
 }
 
-/*
- * Lets reads or writes block for a moment if so much is left that a poll for each piece would cost more.
- * Returns whether they may block.
- */
-bool may_block(int fd, uint32_t left, int option) {
-    constexpr uint32_t kMuch = 128 * 1024;
-    constexpr std::chrono::milliseconds kMoment(100);
-    return left >= kMuch && set_blocking(fd) && set_limit(fd, option, kMoment);
-}
-
-/*
- * Waits while the receiver's backlog is full. A blocking connect is woken when a place is free; poll doesn't
- * report that for a socket that is not connected.
- */
-bool connect_when_free(int fd, const IpcAddress &address, uint32_t timeout) {
-    if (!set_blocking(fd)) {
-        return false;
-    }
-    const auto deadline = Clock::now() + std::chrono::seconds(timeout);
-    do {
-        const auto left = deadline - Clock::now();
-        if (left < std::chrono::microseconds(1) || !set_limit(fd, SO_SNDTIMEO, left)) {
-            return false;
-        }
-        if (::connect(fd, address.get(), IpcAddress::size()) == 0) {
-            return true;
-        }
-    } while (errno == EINTR);
-    return false;
-}
-
 /* Waits for a connect in progress. The first read or write reports its failure. */
 bool connect_in_progress(int fd, uint32_t timeout) {
     pollfd writable = {fd, POLLOUT, 0};
     return ::poll(&writable, 1, poll_limit(timeout)) > 0;
-}
-
-/* Tries to connect at once, then waits up to the limit. */
-bool connect_within(int fd, const IpcAddress &address, uint32_t timeout) {
-    if (::connect(fd, address.get(), IpcAddress::size()) == 0) {
-        return true;
-    }
-    if (errno == EAGAIN && timeout > 0) {
-        // Yield first: a receiver that runs now drains its whole backlog. If we block instead, it is woken
-        // once per slot.
-        (void)::sched_yield();
-        if (::connect(fd, address.get(), IpcAddress::size()) == 0) {
-            return true;
-        }
-    }
-    if (errno == EAGAIN) {
-        return connect_when_free(fd, address, timeout);
-    }
-    return errno == EINPROGRESS && connect_in_progress(fd, timeout);
 }
 
 /* Whether a failed read or write may be retried. */
@@ -110,11 +55,11 @@ bool may_go_on(int error) {
 }
 
 /* Waits for more bytes. Returns 1 to retry, otherwise the result of the read, after logging it. */
-int32_t wait_for_bytes(int fd, uint32_t done, IpcWait &wait) {
+int32_t wait_for_bytes(int fd, uint32_t done, Wait &wait) {
     switch (wait.wait(fd, POLLIN, done)) {
-        case IpcWaited::kReady:
+        case Waited::kReady:
             return 1;
-        case IpcWaited::kTimeout:
+        case Waited::kTimeout:
             FRWK_NOTICE(log_name::kIpcRecv, "select recv timeout!");
             return 0;
         default:
@@ -129,12 +74,12 @@ int32_t wait_for_bytes(int fd, uint32_t done, IpcWait &wait) {
 }
 
 /* Waits until more can be written. Returns false, with errno set, after a failure or time-out. */
-bool wait_for_room(int fd, uint32_t done, IpcWait &wait) {
-    const IpcWaited waited = wait.wait(fd, POLLOUT, done);
-    if (waited == IpcWaited::kTimeout) {
+bool wait_for_room(int fd, uint32_t done, Wait &wait) {
+    const Waited waited = wait.wait(fd, POLLOUT, done);
+    if (waited == Waited::kTimeout) {
         errno = ETIMEDOUT;
     }
-    return waited == IpcWaited::kReady;
+    return waited == Waited::kReady;
 }
 
 /* Writes the rest of two parts with one call. done: bytes already written. */
@@ -155,18 +100,95 @@ ssize_t put_parts(int fd, uint32_t done, const void *head, uint32_t head_size, c
     return ::sendmsg(fd, &message, flags | MSG_NOSIGNAL);
 }
 
-enum class Reading {
-    kLooking,  /* non-blocking; the caller's wait does the waiting */
-    kStreaming /* may block for a moment if much is left */
-};
+}  // namespace
 
-/* Same results as frwk_ipc_recv. */
-int32_t read_at_least(int fd, void *buf, uint32_t least, uint32_t most, Reading reading, IpcWait &wait) {
+/* A non-blocking socket has no other flags, so F_GETFL is not needed. */
+bool Connection::make_blocking() {
+    if (mode_ == Mode::kNonBlocking && ::fcntl(fd_.get(), F_SETFL, 0) >= 0) {
+        mode_ = Mode::kBlocking;
+    }
+    return mode_ == Mode::kBlocking;
+}
+
+/*
+ * Lets reads or writes block for a moment if so much is left that a poll for each piece would cost more.
+ * Returns whether they may block.
+ */
+bool Connection::may_block(uint32_t left, int option) {
+    constexpr uint32_t kMuch = 128 * 1024;
+    constexpr std::chrono::milliseconds kMoment(100);
+    return left >= kMuch && make_blocking() && set_limit(fd_.get(), option, kMoment);
+}
+
+bool Connection::try_to_reach(const Address &address) {
+    return ::connect(fd_.get(), address.get(), Address::size()) == 0;
+}
+
+/*
+ * Waits while the receiver's backlog is full. A blocking connect is woken when a place is free; poll doesn't
+ * report that for a socket that is not connected.
+ */
+bool Connection::reach_when_free(const Address &address, uint32_t timeout) {
+    if (!make_blocking()) {
+        return false;
+    }
+    const auto deadline = Clock::now() + std::chrono::seconds(timeout);
+    do {
+        const auto left = deadline - Clock::now();
+        if (left < std::chrono::microseconds(1) || !set_limit(fd_.get(), SO_SNDTIMEO, left)) {
+            return false;
+        }
+        if (try_to_reach(address)) {
+            return true;
+        }
+    } while (errno == EINTR);
+    return false;
+}
+
+/* Tries to connect at once, then waits up to the limit. */
+bool Connection::reach(const Address &address, uint32_t timeout) {
+    if (try_to_reach(address)) {
+        return true;
+    }
+    if (errno == EAGAIN && timeout > 0) {
+        // Yield first: a receiver that runs now drains its whole backlog. If we block instead, it is woken
+        // once per slot.
+        (void)::sched_yield();
+        if (try_to_reach(address)) {
+            return true;
+        }
+    }
+    if (errno == EAGAIN) {
+        return reach_when_free(address, timeout);
+    }
+    return errno == EINPROGRESS && connect_in_progress(fd_.get(), timeout);
+}
+
+Connection Connection::open(uint32_t module, uint32_t timeout) {
+    Connection made(UniqueFd(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0)),
+                    Mode::kNonBlocking);
+    if (!made) {
+        FRWK_WARN_ERRNO(log_name::kIpcConnect, "socket create error!");
+        return made;
+    }
+    if (!made.reach(address_of(frwk_module_name(static_cast<int32_t>(module))), timeout)) {
+        made.fd_.reset();
+    }
+    return made;
+}
+
+Connection Connection::accept(int listener) {
+    // cppcheck-suppress nullPointer ; accept4 allows a null address
+    return Connection(UniqueFd(::accept4(listener, nullptr, nullptr, SOCK_CLOEXEC)), Mode::kBlocking);
+}
+
+/* Same results as receive. */
+int32_t Connection::read_at_least(void *buf, uint32_t least, uint32_t most, Reading reading, Wait &wait) {
     int flags = MSG_DONTWAIT;
     uint32_t total = 0;
     while (total < least) {
         errno = 0;
-        const ssize_t count = ::recv(fd, static_cast<char *>(buf) + total, most - total, flags);
+        const ssize_t count = ::recv(fd_.get(), static_cast<char *>(buf) + total, most - total, flags);
         if (count <= 0 && !may_go_on(errno)) {
             FRWK_WARN_ERRNO(log_name::kIpcRecv, "socket recv size error!");
             return static_cast<int32_t>(total);
@@ -177,11 +199,11 @@ int32_t read_at_least(int fd, void *buf, uint32_t least, uint32_t most, Reading 
         }
         // A short read took all that had arrived, so don't read again before the wait.
         if (reading == Reading::kStreaming && flags == MSG_DONTWAIT &&
-            may_block(fd, least - total, SO_RCVTIMEO)) {
+            may_block(least - total, SO_RCVTIMEO)) {
             flags = MSG_WAITALL;
             continue;
         }
-        const int32_t more = wait_for_bytes(fd, total, wait);
+        const int32_t more = wait_for_bytes(fd_.get(), total, wait);
         if (more <= 0) {
             return more;
         }
@@ -189,55 +211,45 @@ int32_t read_at_least(int fd, void *buf, uint32_t least, uint32_t most, Reading 
     return static_cast<int32_t>(total);
 }
 
-}  // namespace
-
-int frwk_ipc_connect(uint32_t module, uint32_t timeout) {
-    UniqueFd fd(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
-    if (!fd) {
-        FRWK_WARN_ERRNO(__func__, "socket create error!");
-        return -1;
-    }
-    const IpcAddress address = ipc_address(frwk_module_name(static_cast<int32_t>(module)));
-    return connect_within(fd.get(), address, timeout) ? fd.take() : -1;
+int32_t Connection::receive(void *buf, uint32_t least, uint32_t most, Wait &wait) {
+    return read_at_least(buf, least, most, Reading::kLooking, wait);
 }
 
-int32_t frwk_ipc_recv(int fd, void *buf, uint32_t least, uint32_t most, IpcWait &wait) {
-    return read_at_least(fd, buf, least, most, Reading::kLooking, wait);
+int32_t Connection::receive_later(void *buf, uint32_t least, uint32_t most, Wait &wait) {
+    const int32_t there = wait_for_bytes(fd_.get(), 0, wait);
+    return there > 0 ? receive(buf, least, most, wait) : there;
 }
 
-int32_t frwk_ipc_recv_later(int fd, void *buf, uint32_t least, uint32_t most, IpcWait &wait) {
-    const int32_t there = wait_for_bytes(fd, 0, wait);
-    return there > 0 ? frwk_ipc_recv(fd, buf, least, most, wait) : there;
+int32_t Connection::receive_stream(void *buf, uint32_t size, Wait &wait) {
+    return read_at_least(buf, size, size, Reading::kStreaming, wait);
 }
 
-int32_t frwk_ipc_recv_stream(int fd, void *buf, uint32_t size, IpcWait &wait) {
-    return read_at_least(fd, buf, size, size, Reading::kStreaming, wait);
-}
-
-int32_t frwk_ipc_send(int fd, const void *head, uint32_t head_size, const void *rest, uint32_t rest_size,
-                      IpcWait &wait) {
+int32_t Connection::send(const void *head, uint32_t head_size, const void *rest, uint32_t rest_size,
+                         Wait &wait) {
     const uint32_t size = head_size + rest_size;
     int flags = MSG_DONTWAIT;
     uint32_t total = 0;
     while (total < size) {
         errno = 0;
-        const ssize_t count = put_parts(fd, total, head, head_size, rest, rest_size, flags);
+        const ssize_t count = put_parts(fd_.get(), total, head, head_size, rest, rest_size, flags);
         if (count <= 0 && !may_go_on(errno)) {
-            FRWK_WARN_ERRNO(__func__, "ipc send error!");
+            FRWK_WARN_ERRNO(log_name::kIpcSend, "ipc send error!");
             break;
         }
         total += count > 0 ? static_cast<uint32_t>(count) : 0;
         if (total >= size) {
             break;
         }
-        if (flags == MSG_DONTWAIT && may_block(fd, size - total, SO_SNDTIMEO)) {
+        if (flags == MSG_DONTWAIT && may_block(size - total, SO_SNDTIMEO)) {
             flags = 0;
             continue;
         }
-        if (count <= 0 && !wait_for_room(fd, total, wait)) {
-            FRWK_WARN_ERRNO(__func__, "ipc send error!");
+        if (count <= 0 && !wait_for_room(fd_.get(), total, wait)) {
+            FRWK_WARN_ERRNO(log_name::kIpcSend, "ipc send error!");
             break;
         }
     }
     return static_cast<int32_t>(total);
 }
+
+}  // namespace ipc
