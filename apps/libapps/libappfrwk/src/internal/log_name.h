@@ -31,7 +31,9 @@ inline constexpr LogName kIpcMsgHandle = "frwk_ipc_msg_handle";
 inline constexpr LogName kIpcMsgAsyncHandle = "frwk_ipc_msg_async_handle";
 inline constexpr LogName kIpcSendSync = "frwk_ipc_send_sync";
 inline constexpr LogName kIpcSendAsync = "frwk_ipc_send_async";
+inline constexpr LogName kIpcSubscribeLock = "frwk_ipc_subscribe_lock";
 
+inline constexpr LogName kItcMain = "frwk_itc_main";
 inline constexpr LogName kItcCreate = "frwk_itc_create";
 inline constexpr LogName kItcSend = "frwk_itc_send";
 

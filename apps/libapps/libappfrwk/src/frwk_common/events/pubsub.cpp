@@ -14,6 +14,12 @@
 #include "internal/shell.h"
 #include "os_file.h"
 
+using events::Addition;
+using events::Removal;
+using events::SubscriptionFile;
+using events::SubscriptionLines;
+using events::SubscriptionLock;
+
 namespace {
 
 const char *own_name() {

@@ -312,8 +312,8 @@ apps_err_e_type send_to(ItcObject *itc, uint32_t msgid, const void *data, int32_
 
 }  // namespace
 
-void *frwk_itc_main(void *itc) {
-    FRWK_ASSERT(__func__, itc != nullptr, "NULL != itc", "");
+void *queue::run(void *itc) {
+    FRWK_ASSERT(log_name::kItcMain, itc != nullptr, "NULL != itc", "");
     if (itc == nullptr) {
         return nullptr;
     }
@@ -340,7 +340,7 @@ apps_err_e_type frwk_itc_create(const char *name, const struct os_thread_attr *a
     if (refused != E_APPS_ERR_SUCCESS) {
         return refused;
     }
-    if (os_thread_create(&itc->thread, attr, frwk_itc_main, itc) != 0) {
+    if (os_thread_create(&itc->thread, attr, queue::run, itc) != 0) {
         FRWK_WARN(__func__, "create itc(%s) thread failed!", name);
         remove_object(itc);
         return E_APPS_ERR_THREAD;
