@@ -9,6 +9,8 @@
 #include "internal/frwk_log.h"
 #include "zndb_wire.h"
 
+namespace zndb_client {
+
 namespace {
 
 /* One request; caller is the function name in its log lines. */
@@ -73,62 +75,60 @@ int request_plain_outcome(const Request &request) {
 
 }  // namespace
 
-int zndb_set_value(apps_message_id_e_type msg, const char *key, const char *value) {
-    const int ret = check_arguments(__func__, key != nullptr && value != nullptr, key);
+int set_value(apps_message_id_e_type msg, const char *key, const char *value) {
+    const int ret = check_arguments(log_name::kZndbSetRequest, key != nullptr && value != nullptr, key);
     if (ret != E_ZNDB_RET_SUCCESS) {
         return ret;
     }
     if (std::strlen(value) >= ZNDB_VALUE_LEN) {
-        FRWK_WARN(__func__, "VALUE len >= %d error!", ZNDB_VALUE_LEN);
+        FRWK_WARN(log_name::kZndbSetRequest, "VALUE len >= %d error!", ZNDB_VALUE_LEN);
         return E_ZNDB_RET_VALUE_LEN;
     }
 
     zndb_kv_t record = {};
     std::memcpy(record.key, key, std::strlen(key));
     std::memcpy(record.value, value, std::strlen(value));
-    return request_plain_outcome({__func__, msg, &record, sizeof(record), nullptr, 0});
+    return request_plain_outcome({log_name::kZndbSetRequest, msg, &record, sizeof(record), nullptr, 0});
 }
 
-int zndb_get_value(apps_message_id_e_type msg, const char *key, char *buf, uint32_t size) {
-    int ret = check_arguments(__func__, key != nullptr && buf != nullptr, key);
+int get_value(apps_message_id_e_type msg, const char *key, char *buf, uint32_t size) {
+    int ret = check_arguments(log_name::kZndbGetRequest, key != nullptr && buf != nullptr, key);
     if (ret != E_ZNDB_RET_SUCCESS) {
         return ret;
     }
 
     int32_t result = 0;
-    ret = send_request({__func__, msg, key, std::strlen(key) + 1, buf, size}, &result);
+    ret = send_request({log_name::kZndbGetRequest, msg, key, std::strlen(key) + 1, buf, size}, &result);
     if (ret != E_ZNDB_RET_SUCCESS) {
         return ret;
     }
     if (result == E_APPS_ERR_OUTOFBUF) {
-        FRWK_WARN(__func__, "'%s' VALUE len >= %d error!", key, static_cast<int>(size));
+        FRWK_WARN(log_name::kZndbGetRequest, "'%s' VALUE len >= %d error!", key, static_cast<int>(size));
         return E_ZNDB_RET_VALUE_LEN;
     }
     if (result == E_APPS_ERR_SUCCESS && size > 0) {
         buf[size - 1] =
             '\0'; /* callers need a text, even if another process answered instead of the database */
     }
-    return outcome_for_key(__func__, key, result);
+    return outcome_for_key(log_name::kZndbGetRequest, key, result);
 }
 
-int zndb_del_value(apps_message_id_e_type msg, const char *key) {
-    int ret = check_arguments(__func__, key != nullptr, key);
+int delete_value(apps_message_id_e_type msg, const char *key) {
+    int ret = check_arguments(log_name::kZndbDelRequest, key != nullptr, key);
     if (ret != E_ZNDB_RET_SUCCESS) {
         return ret;
     }
 
     int32_t result = 0;
-    ret = send_request({__func__, msg, key, std::strlen(key) + 1, nullptr, 0}, &result);
+    ret = send_request({log_name::kZndbDelRequest, msg, key, std::strlen(key) + 1, nullptr, 0}, &result);
     if (ret != E_ZNDB_RET_SUCCESS) {
         return ret;
     }
-    return outcome_for_key(__func__, key, result);
+    return outcome_for_key(log_name::kZndbDelRequest, key, result);
 }
 
-int zndb_save_value(apps_message_id_e_type msg) {
-    return zndb_request_without_body(__func__, msg);
-}
-
-int zndb_request_without_body(LogName caller, apps_message_id_e_type msg) {
+int send_message(LogName caller, apps_message_id_e_type msg) {
     return request_plain_outcome({caller, msg, nullptr, 0, nullptr, 0});
 }
+
+}  // namespace zndb_client

@@ -38,12 +38,21 @@ inline constexpr LogName kItcCreate = "frwk_itc_create";
 inline constexpr LogName kItcSend = "frwk_itc_send";
 
 inline constexpr LogName kLoadModuleParam = "frwk_load_module_param";
+inline constexpr LogName kLoadModuleRun = "frwk_load_module_run";
 inline constexpr LogName kPopen = "os_popen";
+
+inline constexpr LogName kZndbSetRequest = "zndb_set_value";
+inline constexpr LogName kZndbGetRequest = "zndb_get_value";
+inline constexpr LogName kZndbDelRequest = "zndb_del_value";
+inline constexpr LogName kZndbSaveRequest = "zndb_save_value";
 
 inline constexpr LogName kStrToBool = "frwk_str_to_bool";
 inline constexpr LogName kZndbGetValue = "frwk_zndb_get_value";
+inline constexpr LogName kZndbAddCodecValue = "frwk_zndb_add_codec_value";
+inline constexpr LogName kZndbGetCodecValue = "frwk_zndb_get_codec_value";
 inline constexpr LogName kZndbGetKeyValue = "frwk_zndb_get_key_value";
 
+inline constexpr LogName kDebugModeShell = "frwk_debug_mode_shell";
 inline constexpr LogName kParseProfileStr = "frwk_parse_profile_str";
 inline constexpr LogName kSpecifyPathDbAdapt = "frwk_specify_path_db_adapt";
 inline constexpr LogName kLanguageChange = "frwk_language_change";
@@ -54,6 +63,7 @@ inline constexpr LogName kDiagReadOutput = "read_output";
 
 inline constexpr LogName kSimSubnetHandle = "frwk_sim_subnet_handle";
 inline constexpr LogName kSimSubnetGetSimInfo = "frwk_sim_subnet_get_sim_info";
+inline constexpr LogName kSimSubnetCheckAdaptType = "frwk_sim_subnet_check_adapt_type";
 inline constexpr LogName kSimSubnetGetPath = "frwk_sim_subnet_get_path";
 inline constexpr LogName kSimSubnetAdaptProcess = "frwk_sim_subnet_adapt_process";
 
