@@ -116,7 +116,7 @@ void frwk_module_init(int32_t id, frwk_exit_handler_t exit_handler) {
     if (id == E_APPS_MODULE_ATFWD_DAEMON) {
         frwk_module_unset(id, FRWK_FLAG_MONITORED);
     }
-    frwk_load_module_param();
+    modules::load_config();
 
     const frwk_module_info &row = g_modules_info[id];
     const char *name = row.name != nullptr ? row.name : "";
@@ -131,7 +131,7 @@ void frwk_module_init(int32_t id, frwk_exit_handler_t exit_handler) {
     prepare_log(row);
     watch_working_folders();
     read_process_limits();
-    frwk_load_module_run();
+    modules::load_run_list();
 
     if (frwk_module_feature(id, kServingFlags) != 0) {
         ipc::start_service();
