@@ -17,7 +17,7 @@ struct Setting {
     const char *kind; /* kind of language in the log lines */
     const char *list_key;
     const char *current_key;
-    apps_message_id_e_type news;
+    apps_message_id_e_type event;
 };
 
 constexpr Setting kWebLanguage = {log_name::kLanguageChange, "", "webs_language_support", "webs_language",
@@ -46,8 +46,8 @@ bool save(const Setting &setting, const char *language) {
     return zndb_set(setting.current_key, language) == E_ZNDB_RET_SUCCESS && zndb_save() == E_ZNDB_RET_SUCCESS;
 }
 
-void announce(apps_message_id_e_type news) {
-    frwk_ipc_msg_pub(zn_enum_to_str_apps_message_id_e_type(news), news, nullptr, 0);
+void announce(apps_message_id_e_type event) {
+    frwk_ipc_msg_pub(zn_enum_to_str_apps_message_id_e_type(event), event, nullptr, 0);
 }
 
 int32_t change(const Setting &setting, const char *language) {
@@ -69,7 +69,7 @@ int32_t change(const Setting &setting, const char *language) {
         FRWK_WARN(setting.caller, "save %slanguage '%s' to zndb failed!", setting.kind, language);
         return 0;
     }
-    announce(setting.news);
+    announce(setting.event);
     return 1;
 }
 

@@ -69,10 +69,10 @@ void zero_the_rest(frwk_codec_buf_t *buf) {
     std::memset(buf->data + buf->len, 0, free_bytes(buf));
 }
 
-bool frwk_zndb_add_codec_value(frwk_codec_buf_t *buf, const char *item) {
+bool append_escaped(frwk_codec_buf_t *buf, const char *item) {
     for (const char *next = item; *next != '\0'; ++next) {
         const std::string_view stored = stored_form(next);
-        if (!append(__func__, buf, stored)) {
+        if (!append(log_name::kZndbAddCodecValue, buf, stored)) {
             return false;
         }
         if (stored.data() != next) {
@@ -86,9 +86,9 @@ bool frwk_zndb_add_codec_value(frwk_codec_buf_t *buf, const char *item) {
  * Decodes the first item in place, which never makes it longer. Returns the rest of the list, or null for a
  * null text.
  */
-char *frwk_zndb_get_codec_value(char *text) {
+char *cut_first_item(char *text) {
     if (text == nullptr) {
-        FRWK_WARN(__func__, "parameter is null!");
+        FRWK_WARN(log_name::kZndbGetCodecValue, "parameter is null!");
         return nullptr;
     }
 
@@ -108,7 +108,7 @@ char *frwk_zndb_get_codec_value(char *text) {
 
 apps_err_e_type take_codec_item(char *text, int32_t type, void *out, uint32_t size, char **next,
                                 ItemPrivacy privacy) {
-    char *behind = frwk_zndb_get_codec_value(text);
+    char *behind = cut_first_item(text);
     if (behind == nullptr) {
         FRWK_WARN(log_name::kZndbGetValue, "get zndb codec value failed!");
         return E_APPS_ERR_PARAM;
@@ -135,7 +135,7 @@ apps_err_e_type frwk_zndb_add_value(frwk_codec_buf_t *buf, int32_t type, const v
     if (first == 0 && !append(__func__, buf, kSeparatorText)) {
         return E_APPS_ERR_OUTOFBUF;
     }
-    if (!frwk_zndb_add_codec_value(buf, item.text())) {
+    if (!append_escaped(buf, item.text())) {
         FRWK_WARN(__func__, "add codec value failed!");
         return E_APPS_ERR_OUTOFBUF;
     }
