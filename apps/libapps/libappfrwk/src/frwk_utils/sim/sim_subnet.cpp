@@ -13,6 +13,10 @@
 #include "internal/frwk_log.h"
 #include "libmal.h"
 
+using sim::SimInfo;
+using sim::SubnetAction;
+using sim::SubnetDecision;
+
 namespace {
 
 constexpr uint32_t kModemPollMs = 1000;
@@ -60,10 +64,9 @@ const char *decision_name(SubnetDecision decision) {
 }
 
 /* Returns whether any setting was changed. */
-bool carry_out(SubnetDecision decision, const frwk_sim_subnet_sim_info_t &info) {
-    const int32_t deleted = frwk_sim_subnet_adapt_process(SubnetAction::kDelete, info);
-    const int32_t added =
-        decision == SubnetDecision::kNeedAdapt ? frwk_sim_subnet_adapt_process(SubnetAction::kAdd, info) : 0;
+bool carry_out(SubnetDecision decision, const SimInfo &info) {
+    const int32_t deleted = sim::adapt(SubnetAction::kDelete, info);
+    const int32_t added = decision == SubnetDecision::kNeedAdapt ? sim::adapt(SubnetAction::kAdd, info) : 0;
     return deleted != 0 || added != 0;
 }
 
@@ -81,7 +84,7 @@ void finish_success(int32_t type) {
     (void)frwk_system_reboot(kRebootReason);
 }
 
-void act_on(SubnetDecision decision, const frwk_sim_subnet_sim_info_t &info, int32_t type) {
+void act_on(SubnetDecision decision, const SimInfo &info, int32_t type) {
     FRWK_DEBUG(log_name::kSimSubnetHandle, "%s", decision_name(decision));
     if (decision == SubnetDecision::kNoNeedAdapt) {
         set_status(AdaptStatus::kFinished);
@@ -111,8 +114,8 @@ void frwk_sim_subnet_handle(int32_t type) {
                 "(MAL_NO_ERR == rt) || (MAL_INITIAL_ALREADY_ERR == rt)", "");
     wait_for_modem();
 
-    frwk_sim_subnet_sim_info_t info = {};
-    frwk_sim_subnet_get_sim_info(type, &info);
-    const SubnetDecision decision = frwk_sim_subnet_check_adapt_type(&info);
+    SimInfo info = {};
+    sim::read_sim_info(type, &info);
+    const SubnetDecision decision = sim::decide_adaptation(&info);
     act_on(decision, info, type);
 }

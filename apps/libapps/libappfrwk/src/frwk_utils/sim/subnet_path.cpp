@@ -9,6 +9,8 @@
 #include "internal/frwk_paths.h"
 #include "os_file.h"
 
+namespace sim {
+
 namespace {
 
 bool stays_in_folder(const char *part) {
@@ -28,15 +30,17 @@ bool find_operator_file(char (&path)[kSubnetPathSize], const char *plmn, const c
 
 }  // namespace
 
-void frwk_sim_subnet_get_path(char (&path)[kSubnetPathSize], const char *plmn, const char *spn) {
+void choose_path(char (&path)[kSubnetPathSize], const char *plmn, const char *spn) {
     if (spn[0] != '\0' && find_operator_file(path, plmn, spn)) {
         return;
     }
     if (!find_operator_file(path, plmn, "")) {
-        default_subnet_path(path);
+        default_path(path);
     }
 }
 
-void default_subnet_path(char (&path)[kSubnetPathSize]) {
+void default_path(char (&path)[kSubnetPathSize]) {
     (void)std::snprintf(path, sizeof(path), "%s/custom_data.txt", paths::kSubnetFolder);
 }
+
+}  // namespace sim

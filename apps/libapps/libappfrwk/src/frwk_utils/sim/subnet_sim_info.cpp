@@ -11,6 +11,8 @@
 #include "libmal.h"
 #include "text_copy.h"
 
+namespace sim {
+
 namespace {
 
 constexpr int kPollFailuresMax = 10;
@@ -71,7 +73,7 @@ void read_plmn_record(mal_sim_plmn_t *record) {
 }
 
 /* The two codes may lack a NUL, so reads don't exceed the fields. */
-void read_plmn(frwk_sim_subnet_sim_info_t *info) {
+void read_plmn(SimInfo *info) {
     mal_sim_plmn_t record = {};
     read_plmn_record(&record);
 
@@ -85,7 +87,7 @@ void read_plmn(frwk_sim_subnet_sim_info_t *info) {
                         record.mcc, static_cast<int>(sizeof(record.mnc)), mnc);
 }
 
-void read_spn(frwk_sim_subnet_sim_info_t *info) {
+void read_spn(SimInfo *info) {
     char spn[MAL_SIM_SPN_SIZE] = {};
     const int32_t ret = libmal_get_sim_spn(MAL_SIM_SLOT_FIRST, spn, sizeof(spn));
     if (ret != MAL_NO_ERR) {
@@ -97,7 +99,7 @@ void read_spn(frwk_sim_subnet_sim_info_t *info) {
 
 }  // namespace
 
-void frwk_sim_subnet_get_sim_info(int32_t type, frwk_sim_subnet_sim_info_t *info) {
+void read_sim_info(int32_t type, SimInfo *info) {
     info->sim_status = wait_for_sim(type == 0);
     if (!is_usable_sim(info->sim_status)) {
         return;
@@ -109,3 +111,5 @@ void frwk_sim_subnet_get_sim_info(int32_t type, frwk_sim_subnet_sim_info_t *info
 bool is_usable_sim(int32_t sim_status) {
     return sim_status == MAL_SIM_STATUS_USABLE || sim_status == MAL_SIM_STATUS_USABLE_5;
 }
+
+}  // namespace sim
