@@ -106,11 +106,14 @@ int get_value(apps_message_id_e_type msg, const char *key, char *buf, uint32_t s
         FRWK_WARN(log_name::kZndbGetRequest, "'%s' VALUE len >= %d error!", key, static_cast<int>(size));
         return E_ZNDB_RET_VALUE_LEN;
     }
-    if (result == E_APPS_ERR_SUCCESS && size > 0) {
+    if (result != E_APPS_ERR_SUCCESS) {
+        return outcome_for_key(log_name::kZndbGetRequest, key, result);
+    }
+    if (size > 0) {
         buf[size - 1] =
             '\0'; /* callers need a text, even if another process answered instead of the database */
     }
-    return outcome_for_key(log_name::kZndbGetRequest, key, result);
+    return E_ZNDB_RET_SUCCESS;
 }
 
 int delete_value(apps_message_id_e_type msg, const char *key) {
