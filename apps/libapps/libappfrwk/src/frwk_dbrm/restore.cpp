@@ -10,7 +10,7 @@
 
 #include "cipher.h"
 #include "frwk_dbrm.h"
-#include "frwk_dbrm/files/upload.h"
+#include "frwk_dbrm/files/backup_file.h"
 #include "frwk_dbrm/format/backup_format.h"
 #include "frwk_dbrm/format/backup_io.h"
 #include "frwk_dbrm/format/backup_trailer.h"
@@ -24,7 +24,7 @@ using backup_format::RecordHeaderBytes;
 namespace {
 
 apps_err_e_type restore_file(std::FILE *file, const RecordHeader &record) {
-    const apps_err_e_type ret = frwk_dbrm_restore_file(file, record);
+    const apps_err_e_type ret = backup::restore_file(file, record);
     if (ret != E_APPS_ERR_SUCCESS) {
         FRWK_WARN(log_name::kDbrmRestoreProcess, "restore file '%s' failed!", record.name);
     }
@@ -32,7 +32,7 @@ apps_err_e_type restore_file(std::FILE *file, const RecordHeader &record) {
 }
 
 apps_err_e_type restore_db(std::FILE *file, const RecordHeader &record) {
-    const apps_err_e_type ret = frwk_dbrm_restore_db(file, record);
+    const apps_err_e_type ret = backup::restore_database(file, record);
     if (ret != E_APPS_ERR_SUCCESS) {
         FRWK_WARN(log_name::kDbrmRestoreProcess, "restore db '%s' failed!", record.name);
     }
@@ -80,41 +80,41 @@ apps_err_e_type restore_all_records(std::FILE *file) {
 }
 
 /* Restores all records of a checked body, and removes the file. */
-apps_err_e_type frwk_dbrm_restore_process(Upload *upload) {
-    UniqueFile file(std::fopen(upload->file(), "rbe"));
+apps_err_e_type restore_body(BackupFile *source) {
+    UniqueFile file(std::fopen(source->file(), "rbe"));
     if (!file) {
-        FRWK_WARN_ERRNO(__func__, "open restore file error!");
+        FRWK_WARN_ERRNO(log_name::kDbrmRestoreProcess, "open restore file error!");
         return E_APPS_ERR_IO;
     }
 
     const apps_err_e_type ret = restore_all_records(file.get());
     file.reset();
     ::sync(); /* the names of files and new folders must be on the disk before the backup is removed */
-    upload->remove();
+    source->remove();
     return ret;
 }
 
 /* Decrypts and checks a backup, and replaces the configuration with it. */
-apps_err_e_type frwk_dbrm_restore(Upload *upload) {
-    if (!zn_decrypt_file_ex(upload->file())) {
-        upload->refuse();
-        FRWK_WARN(__func__, "decrypt restore file error!");
+apps_err_e_type restore_from(BackupFile *source) {
+    if (!zn_decrypt_file_ex(source->file())) {
+        source->refuse();
+        FRWK_WARN(log_name::kDbrmRestore, "decrypt restore file error!");
         return E_APPS_ERR_INTERNAL;
     }
 
-    apps_err_e_type ret = frwk_dbrm_unpack(upload->file());
+    apps_err_e_type ret = backup::strip_trailer(source->file());
     if (ret != E_APPS_ERR_SUCCESS) {
-        FRWK_WARN(__func__, "decompression failed!");
+        FRWK_WARN(log_name::kDbrmRestore, "decompression failed!");
         return ret;
     }
     if (zndb_reset() != E_ZNDB_RET_SUCCESS || zndb_save() != E_ZNDB_RET_SUCCESS) {
-        FRWK_WARN(__func__, "zndb reset user data failed!");
+        FRWK_WARN(log_name::kDbrmRestore, "zndb reset user data failed!");
         return E_APPS_ERR_INTERNAL;
     }
 
-    ret = frwk_dbrm_restore_process(upload);
+    ret = restore_body(source);
     if (ret != E_APPS_ERR_SUCCESS) {
-        FRWK_WARN(__func__, "restore process failed!");
+        FRWK_WARN(log_name::kDbrmRestore, "restore process failed!");
     }
     return ret;
 }
@@ -126,10 +126,10 @@ apps_err_e_type frwk_dbrm_restore(const char *path) {
         return E_APPS_ERR_PARAM;
     }
 
-    Upload upload(path);
-    if (!upload.open()) {
+    BackupFile source(path);
+    if (!source.open()) {
         FRWK_WARN_ERRNO(__func__, "decrypt restore file error!");
         return E_APPS_ERR_INTERNAL;
     }
-    return frwk_dbrm_restore(&upload);
+    return restore_from(&source);
 }

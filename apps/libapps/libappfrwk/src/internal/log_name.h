@@ -67,12 +67,17 @@ inline constexpr LogName kSimSubnetCheckAdaptType = "frwk_sim_subnet_check_adapt
 inline constexpr LogName kSimSubnetGetPath = "frwk_sim_subnet_get_path";
 inline constexpr LogName kSimSubnetAdaptProcess = "frwk_sim_subnet_adapt_process";
 
+inline constexpr LogName kDbrmBackup = "frwk_dbrm_backup";
+inline constexpr LogName kDbrmBackupProcess = "frwk_dbrm_backup_process";
 inline constexpr LogName kDbrmBackupCheck = "frwk_dbrm_backup_check";
 inline constexpr LogName kDbrmBackupFile = "frwk_dbrm_backup_file";
+inline constexpr LogName kDbrmGetMagic = "frwk_dbrm_get_magic";
 inline constexpr LogName kDbrmPack = "frwk_dbrm_pack";
 inline constexpr LogName kDbrmUnpack = "frwk_dbrm_unpack";
+inline constexpr LogName kDbrmRestore = "frwk_dbrm_restore";
 inline constexpr LogName kDbrmRestoreProcess = "frwk_dbrm_restore_process";
 inline constexpr LogName kDbrmRestoreFile = "frwk_dbrm_restore_file";
 inline constexpr LogName kDbrmRestoreDb = "frwk_dbrm_restore_db";
+inline constexpr LogName kDbrmGetKeyvalue = "frwk_dbrm_get_keyvalue";
 
 }  // namespace log_name

@@ -42,15 +42,15 @@ apps_err_e_type write_data(std::FILE *out, const char *path, uint32_t length) {
 
 }  // namespace
 
-apps_err_e_type frwk_dbrm_backup_file(std::FILE *out, const char *path, uint32_t type) {
+apps_err_e_type backup::append_record(std::FILE *out, const char *path, uint32_t type) {
     const size_t name_length = std::strlen(path);
     if (name_length == 0 || name_length > backup_format::kNameLengthMax) {
-        FRWK_WARN(__func__, "invalid filename length=%d!", static_cast<int>(name_length));
+        FRWK_WARN(log_name::kDbrmBackupFile, "invalid filename length=%d!", static_cast<int>(name_length));
         return E_APPS_ERR_PARAM;
     }
     const std::optional<uint32_t> length = backup_format::as_length(os_file_size(path));
     if (!length) {
-        FRWK_WARN(__func__, "file '%s' is too large!", path);
+        FRWK_WARN(log_name::kDbrmBackupFile, "file '%s' is too large!", path);
         return E_APPS_ERR_FORMAT;
     }
 
@@ -59,7 +59,7 @@ apps_err_e_type frwk_dbrm_backup_file(std::FILE *out, const char *path, uint32_t
         return ret;
     }
     if (*length == 0) {
-        FRWK_DEBUG(__func__, "file '%s' is empty!", path);
+        FRWK_DEBUG(log_name::kDbrmBackupFile, "file '%s' is empty!", path);
         return E_APPS_ERR_SUCCESS;
     }
     return write_data(out, path, *length);

@@ -16,6 +16,8 @@ using backup_format::kTrailerSize;
 using backup_format::Trailer;
 using backup_format::TrailerBytes;
 
+namespace backup {
+
 namespace {
 
 constexpr char kProductNameKey[] = "device_product_name";
@@ -81,7 +83,7 @@ apps_err_e_type read_trailer(const char *path, Trailer *trailer, uint64_t *body_
 /* Checks that a trailer has this product's magic and the right length. */
 apps_err_e_type check_trailer(const Trailer &trailer, uint64_t body_size) {
     uint32_t magic = 0;
-    if (!frwk_dbrm_get_magic(&magic)) {
+    if (!read_magic(&magic)) {
         FRWK_WARN(log_name::kDbrmUnpack, "get device magic failed!");
         return E_APPS_ERR_INTERNAL;
     }
@@ -114,30 +116,30 @@ apps_err_e_type check_body(const char *path, const Trailer &trailer) {
 
 static_assert(MD5_DIGEST_SIZE == backup_format::kDigestSize);
 
-int32_t frwk_dbrm_get_magic(uint32_t *magic) {
+bool read_magic(uint32_t *magic) {
     char name[kProductNameSize] = "";
     if (zndb_get(kProductNameKey, name, sizeof(name)) != E_ZNDB_RET_SUCCESS) {
-        FRWK_WARN(__func__, "zndb get product name failed!");
-        return 0;
+        FRWK_WARN(log_name::kDbrmGetMagic, "zndb get product name failed!");
+        return false;
     }
     *magic = backup_format::magic_of({name, ::strnlen(name, sizeof(name))});
-    return 1;
+    return true;
 }
 
-apps_err_e_type frwk_dbrm_pack(const char *path) {
+apps_err_e_type append_trailer(const char *path) {
     Trailer trailer = {};
-    if (!frwk_dbrm_get_magic(&trailer.magic)) {
-        FRWK_WARN(__func__, "get device magic failed!");
+    if (!read_magic(&trailer.magic)) {
+        FRWK_WARN(log_name::kDbrmPack, "get device magic failed!");
         return E_APPS_ERR_INTERNAL;
     }
     if (!md5_encrypt_file(path, trailer.md5)) {
-        FRWK_WARN(__func__, "calc backup file md5sum failed!");
+        FRWK_WARN(log_name::kDbrmPack, "calc backup file md5sum failed!");
         return E_APPS_ERR_INTERNAL;
     }
     return append(path, &trailer);
 }
 
-apps_err_e_type frwk_dbrm_unpack(const char *path) {
+apps_err_e_type strip_trailer(const char *path) {
     Trailer trailer = {};
     uint64_t body_size = 0;
     apps_err_e_type ret = read_trailer(path, &trailer, &body_size);
@@ -150,8 +152,10 @@ apps_err_e_type frwk_dbrm_unpack(const char *path) {
     }
 
     if (::truncate(path, static_cast<off_t>(body_size)) != 0) {
-        FRWK_WARN_ERRNO(__func__, "truncate restore file hdr error!");
+        FRWK_WARN_ERRNO(log_name::kDbrmUnpack, "truncate restore file hdr error!");
         return E_APPS_ERR_IO;
     }
     return check_body(path, trailer);
 }
+
+}  // namespace backup

@@ -18,6 +18,8 @@ using backup_format::RecordHeader;
 using database_text::Found;
 using database_text::Line;
 
+namespace backup {
+
 namespace {
 
 constexpr size_t kCommandSize = 256;
@@ -70,10 +72,10 @@ apps_err_e_type fill(std::FILE *backup, UniqueFd fd, uint32_t length) {
 }
 
 /* The next key and value of a text. */
-Found frwk_dbrm_get_keyvalue(char **text, Line *line) {
+Found next_pair(char **text, Line *line) {
     const Found found = database_text::next_line(text, line);
     if (found == Found::kOther) {
-        FRWK_WARN(__func__, "invalid db record format '%s'!", line->key);
+        FRWK_WARN(log_name::kDbrmGetKeyvalue, "invalid db record format '%s'!", line->key);
     }
     return found;
 }
@@ -96,40 +98,40 @@ bool set_pair(const Line &line) {
 }
 
 /* Sets every key of a text. length: bytes of the text. */
-apps_err_e_type frwk_dbrm_restore_db(char *text, uint32_t length) {
+apps_err_e_type set_pairs(char *text, uint32_t length) {
     char *at = text;
     Line line;
-    Found found = frwk_dbrm_get_keyvalue(&at, &line);
+    Found found = next_pair(&at, &line);
     bool is_set = true;
     while (found == Found::kPair && (is_set = set_pair(line))) {
-        found = frwk_dbrm_get_keyvalue(&at, &line);
+        found = next_pair(&at, &line);
     }
     warn_of_the_rest(database_text::passed(text, found, at, line), length);
     return is_set ? E_APPS_ERR_SUCCESS : E_APPS_ERR_PROCESS;
 }
 
 /* Reads the next text of the backup, sets its keys and frees it. */
-apps_err_e_type frwk_dbrm_restore_db(std::FILE *backup, uint32_t length) {
+apps_err_e_type restore_text(std::FILE *backup, uint32_t length) {
     OwnedBlock text;
     switch (backup_io::read_text(backup, length, &text)) {
         case backup_io::Text::kNoMemory:
-            FRWK_WARN(__func__, "alloc read buffer[%u] failed!", length + 1);
+            FRWK_WARN(log_name::kDbrmRestoreDb, "alloc read buffer[%u] failed!", length + 1);
             return E_APPS_ERR_MALLOC;
         case backup_io::Text::kShortRead:
-            FRWK_WARN_ERRNO(__func__, "read db file error!");
+            FRWK_WARN_ERRNO(log_name::kDbrmRestoreDb, "read db file error!");
             return E_APPS_ERR_READ;
         case backup_io::Text::kAll:
             break;
     }
-    return frwk_dbrm_restore_db(static_cast<char *>(text.get()), length);
+    return set_pairs(static_cast<char *>(text.get()), length);
 }
 
 }  // namespace
 
-apps_err_e_type frwk_dbrm_restore_file(std::FILE *backup, const RecordHeader &record) {
-    FRWK_DEBUG(__func__, "restore file '%s' coming...", record.name);
+apps_err_e_type restore_file(std::FILE *backup, const RecordHeader &record) {
+    FRWK_DEBUG(log_name::kDbrmRestoreFile, "restore file '%s' coming...", record.name);
     if (record.length == 0) {
-        FRWK_DEBUG(__func__, "remove empty file.");
+        FRWK_DEBUG(log_name::kDbrmRestoreFile, "remove empty file.");
         (void)std::remove(record.name);
         return E_APPS_ERR_SUCCESS;
     }
@@ -137,7 +139,7 @@ apps_err_e_type frwk_dbrm_restore_file(std::FILE *backup, const RecordHeader &re
     make_folder_of(record.name);
     UniqueFd target = open_target(record.name);
     if (!target) {
-        FRWK_WARN_ERRNO(__func__, "create file error!");
+        FRWK_WARN_ERRNO(log_name::kDbrmRestoreFile, "create file error!");
         return E_APPS_ERR_IO;
     }
 
@@ -148,18 +150,20 @@ apps_err_e_type frwk_dbrm_restore_file(std::FILE *backup, const RecordHeader &re
     return ret;
 }
 
-apps_err_e_type frwk_dbrm_restore_db(std::FILE *backup, const RecordHeader &record) {
-    FRWK_DEBUG(__func__, "restore db '%s' coming...", record.name);
+apps_err_e_type restore_database(std::FILE *backup, const RecordHeader &record) {
+    FRWK_DEBUG(log_name::kDbrmRestoreDb, "restore db '%s' coming...", record.name);
     if (record.length > 0) {
-        const apps_err_e_type ret = frwk_dbrm_restore_db(backup, record.length);
+        const apps_err_e_type ret = restore_text(backup, record.length);
         if (ret != E_APPS_ERR_SUCCESS) {
             return ret;
         }
         if (zndb_save() != E_ZNDB_RET_SUCCESS) {
-            FRWK_WARN(__func__, "zndb save db file error!");
+            FRWK_WARN(log_name::kDbrmRestoreDb, "zndb save db file error!");
             return E_APPS_ERR_PROCESS;
         }
     }
-    FRWK_DEBUG(__func__, "restore db '%s' success.", record.name);
+    FRWK_DEBUG(log_name::kDbrmRestoreDb, "restore db '%s' success.", record.name);
     return E_APPS_ERR_SUCCESS;
 }
+
+}  // namespace backup

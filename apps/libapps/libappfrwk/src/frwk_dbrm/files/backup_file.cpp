@@ -1,4 +1,4 @@
-#include "frwk_dbrm/files/upload.h"
+#include "frwk_dbrm/files/backup_file.h"
 
 #include <fcntl.h>
 
@@ -37,7 +37,7 @@ bool is_own(const struct stat &info) {
 }  // namespace
 
 /* Removes the permissions of others before the decryption. Returns false if the file system has none. */
-bool Upload::hide() {
+bool BackupFile::hide() {
     if ((info_.st_mode & kOthersAccess) == 0) {
         return true;
     }
@@ -46,7 +46,7 @@ bool Upload::hide() {
     return is_hidden_ && ::fstat(fd_.get(), &hidden) == 0 && (hidden.st_mode & kOthersAccess) == 0;
 }
 
-bool Upload::copy_aside() {
+bool BackupFile::copy_aside() {
     const auto size = static_cast<uint64_t>(info_.st_size);
     if (!folder_.make(backup_io::room_for(size))) {
         return false;
@@ -60,7 +60,7 @@ bool Upload::copy_aside() {
     return true;
 }
 
-bool Upload::open() {
+bool BackupFile::open() {
     if (!find_place(path_, LastLink::kFollow, &place_) || !open_regular_file(place_, &fd_, &info_)) {
         return false;
     }
@@ -68,20 +68,20 @@ bool Upload::open() {
     return is_safe ? ::realpath(path_, file_) != nullptr : copy_aside();
 }
 
-void Upload::refuse() {
+void BackupFile::refuse() {
     if (is_hidden_) {
         (void)::fchmod(fd_.get(), info_.st_mode & kAccessBits);
     }
 }
 
 /* Whether another file has the name now, which must not be removed. */
-bool Upload::was_replaced() const {
+bool BackupFile::was_replaced() const {
     struct stat found = {};
     return ::fstatat(place_.folder.get(), place_.name, &found, AT_SYMLINK_NOFOLLOW) == 0 &&
            (found.st_dev != info_.st_dev || found.st_ino != info_.st_ino);
 }
 
-void Upload::remove() {
+void BackupFile::remove() {
     if (is_copied_ && was_replaced()) {
         FRWK_WARN(log_name::kDbrmRestoreProcess,
                   "the restore file was replaced meanwhile, what is there now stays");
