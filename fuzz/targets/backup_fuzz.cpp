@@ -126,7 +126,7 @@ void check_forged(std::string_view bytes) {
 /* A sealed backup is walked; when every record was brought back, the files hold what the records do. */
 void check_sealed(std::string_view records) {
     put_file(kBackup, records);
-    FUZZ_CHECK(frwk_dbrm_pack(kBackup) == E_APPS_ERR_SUCCESS);
+    FUZZ_CHECK(backup::append_trailer(kBackup) == E_APPS_ERR_SUCCESS);
     if (restore() == E_APPS_ERR_SUCCESS) {
         check_files(files_of(records));
     }

@@ -124,7 +124,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
 
     int ends[2];
     FUZZ_CHECK(::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends) == 0);
-    const UniqueFd service(ends[0]);
+    ipc::Connection service(UniqueFd(ends[0]), ipc::Connection::Mode::kBlocking);
     UniqueFd peer(ends[1]);
     const auto sent = ::send(peer.get(), g_request.bytes.data(), g_request.bytes.size(), 0);
     FUZZ_CHECK(sent == static_cast<ssize_t>(g_request.bytes.size()));
@@ -135,7 +135,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     if (!stays) {
         peer.reset();
     }
-    frwk_ipc_handle(service.get());
+    ipc::serve(service);
 
     FUZZ_CHECK(g_request.handled == (is_served() && !is_system_message(g_request.header.msgid) ? 1 : 0));
     if (stays) {

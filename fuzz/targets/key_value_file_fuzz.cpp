@@ -47,11 +47,11 @@ void check_adaptation() {
     FUZZ_CHECK(frwk_specify_path_db_adapt(kProductFile) == 0);
     const size_t product_sets = sets;
 
-    frwk_sim_subnet_sim_info_t info = {};
-    const int32_t found = frwk_sim_subnet_adapt_process(SubnetAction::kAdd, info);
+    sim::SimInfo info = {};
+    const int32_t found = sim::adapt(sim::SubnetAction::kAdd, info);
     FUZZ_CHECK(found == 0 || found == 1);
     FUZZ_CHECK(product_sets <= std::filesystem::file_size(kProductFile));
-    (void)frwk_sim_subnet_adapt_process(SubnetAction::kDelete, info);
+    (void)sim::adapt(sim::SubnetAction::kDelete, info);
     on_set(nullptr);
 }
 

@@ -44,7 +44,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     }();
     put_file(kFile, FuzzInput(data, size).rest());
 
-    frwk_load_module_param();
+    modules::load_config();
     for (int32_t id = 0; id < FRWK_MODULE_ROWS; ++id) {
         check_row(id, g_modules_info[id], table[static_cast<size_t>(id)]);
     }

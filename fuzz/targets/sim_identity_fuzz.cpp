@@ -44,7 +44,7 @@ const std::string kFolder = std::string(paths::kSubnetFolder) + "/";
 
 /* Whether a path is one of the operators' folder, or of a folder in that one. */
 bool is_confined(const std::string &path) {
-    return path.size() < kSubnetPathSize && path.compare(0, kFolder.size(), kFolder) == 0 &&
+    return path.size() < sim::kSubnetPathSize && path.compare(0, kFolder.size(), kFolder) == 0 &&
            path.find("..") == std::string::npos &&
            std::count(path.begin() + static_cast<std::ptrdiff_t>(kFolder.size()), path.end(), '/') <= 1;
 }
@@ -69,9 +69,9 @@ std::string expected_path(const std::string &plmn, const std::string &name) {
 }
 
 /* What is kept of the SIM: the texts as they are, up to the sizes that they may have. */
-void check_info(const frwk_sim_subnet_sim_info_t &info, std::string_view database) {
+void check_info(const sim::SimInfo &info, std::string_view database) {
     FUZZ_CHECK(ends(info.plmn) && ends(info.spn));
-    if (!is_usable_sim(info.sim_status)) {
+    if (!sim::is_usable_sim(info.sim_status)) {
         FUZZ_CHECK(info.plmn[0] == '\0' && info.spn[0] == '\0');
         return;
     }
@@ -84,24 +84,24 @@ void check_info(const frwk_sim_subnet_sim_info_t &info, std::string_view databas
                ((g_sim.bits & kNameFails) != 0 ? "" : text_of(g_sim.name, sizeof(g_sim.name) - 1)));
 }
 
-std::string check_path(const frwk_sim_subnet_sim_info_t &info) {
-    char path[kSubnetPathSize];
+std::string check_path(const sim::SimInfo &info) {
+    char path[sim::kSubnetPathSize];
     std::fill(std::begin(path), std::end(path), '#');
-    frwk_sim_subnet_get_path(path, info.plmn, info.spn);
+    sim::choose_path(path, info.plmn, info.spn);
     FUZZ_CHECK(ends(path) && is_confined(path));
     FUZZ_CHECK(path == expected_path(info.plmn, info.spn));
     return path;
 }
 
 /* What is written down is who the SIM is and the path that was chosen. */
-void check_adaptation(const frwk_sim_subnet_sim_info_t &info, const std::string &path) {
+void check_adaptation(const sim::SimInfo &info, const std::string &path) {
     on_set([&](std::string_view key, std::string_view value) {
         FUZZ_CHECK(key != subnet_settings::kPlmn || value == info.plmn);
         FUZZ_CHECK(key != subnet_settings::kSpn || value == info.spn);
         FUZZ_CHECK(key != subnet_settings::kPath || value == path);
     });
     const size_t changes = database_changes();
-    const int32_t found = frwk_sim_subnet_adapt_process(SubnetAction::kAdd, info);
+    const int32_t found = sim::adapt(sim::SubnetAction::kAdd, info);
     FUZZ_CHECK(found == 0 || found == 1);
     FUZZ_CHECK(database_changes() > changes || path != kFolder + "custom_data.txt");
     on_set(nullptr);
@@ -148,11 +148,11 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     const std::string_view database = input.rest();
     answer_gets_with(database);
 
-    frwk_sim_subnet_sim_info_t info = {};
-    frwk_sim_subnet_get_sim_info((g_sim.bits & kAtRunTime) != 0 ? 0 : 1, &info);
+    sim::SimInfo info = {};
+    sim::read_sim_info((g_sim.bits & kAtRunTime) != 0 ? 0 : 1, &info);
     check_info(info, database);
     const std::string path = check_path(info);
-    (void)frwk_sim_subnet_check_adapt_type(&info);
+    (void)sim::decide_adaptation(&info);
     FUZZ_CHECK(ends(info.md5));
     check_adaptation(info, path);
     return 0;

@@ -48,7 +48,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
         other_flags[id] = g_modules_info[id].flag;
     }
 
-    frwk_load_module_run();
+    modules::load_run_list();
     for (int id = 0; id < FRWK_MODULE_ROWS; ++id) {
         FUZZ_CHECK((g_modules_info[id].flag & ~FRWK_FLAG_RUN) == other_flags[id]);
         check_row(g_modules_info[id], list);

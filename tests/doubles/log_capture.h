@@ -5,7 +5,7 @@
  * of the channel. One at a time; any thread may log and ask.
  *
  *     LogCapture log;
- *     EXPECT_EQ(-1, frwk_ipc_connect(5, 0));
+ *     EXPECT_FALSE(ipc::Connection::open(5, 0));
  *     EXPECT_TRUE(log.contains("invalid module id=")) << log.text();
  */
 #pragma once

@@ -20,7 +20,7 @@ class BackupCheck : public DbrmTest {
     /* Checks a body, which must give this warning and no other. */
     void expect_warning_of(const std::string &body, const std::string &text) {
         write(kBackup, body);
-        frwk_dbrm_backup_check(kBackup);
+        backup::check_body(kBackup);
         expect_warning(text);
         EXPECT_EQ(1u, log().system_lines().size()) << log().text();
     }
@@ -34,13 +34,13 @@ TEST_F(BackupCheck, NamesTheLineAtWhichARestoreStops) {
 TEST_F(BackupCheck, SaysNothingOfAWholeText) {
     for (const char *text : {"", "a=1\nb=2\n"}) {
         write(kBackup, record(2, kUserData, text) + record(1, kDataManager, "bad\n"));
-        frwk_dbrm_backup_check(kBackup);
+        backup::check_body(kBackup);
     }
     EXPECT_TRUE(log().system_lines().empty()) << log().text();
 }
 
 TEST_F(BackupCheck, OfNoBackupSaysSo) {
-    frwk_dbrm_backup_check("/m_data/usr/missing");
+    backup::check_body("/m_data/usr/missing");
     expect_warning(with_errno("check backup file error!", ENOENT));
 }
 

@@ -9,11 +9,13 @@
 #include "internal/frwk_log.h"
 #include "zndb_wire.h"
 
+namespace zndb_client {
+
 namespace {
 
-/* One request; call is the function name in its log lines. */
+/* One request; caller is the function name in its log lines. */
 struct Request {
-    const char *call;
+    LogName caller;
     apps_message_id_e_type msg;
     const void *body;
     size_t body_len;
@@ -21,13 +23,13 @@ struct Request {
     uint32_t answer_size;
 };
 
-int check_arguments(const char *call, bool all_given, const char *key) {
+int check_arguments(LogName caller, bool all_given, const char *key) {
     if (!all_given) {
-        FRWK_WARN_AS(call, "Parameter error!");
+        FRWK_WARN(caller, "Parameter error!");
         return E_ZNDB_RET_FAILURE;
     }
     if (std::strlen(key) >= ZNDB_KEY_LEN) {
-        FRWK_WARN_AS(call, "KEY len >= %d error!", ZNDB_KEY_LEN);
+        FRWK_WARN(caller, "KEY len >= %d error!", ZNDB_KEY_LEN);
         return E_ZNDB_RET_KEY_LEN;
     }
     return E_ZNDB_RET_SUCCESS;
@@ -40,95 +42,96 @@ int send_request(const Request &request, int32_t *result) {
                                                     static_cast<uint32_t>(request.body_len), request.answer,
                                                     request.answer_size, kZndbTimeoutSeconds, result);
     if (sent != E_APPS_ERR_SUCCESS) {
-        FRWK_WARN_AS(request.call, "IPC error:%d!", sent);
+        FRWK_WARN(request.caller, "IPC error:%d!", sent);
         return E_ZNDB_RET_IPC;
     }
     return E_ZNDB_RET_SUCCESS;
 }
 
 /* Converts an answer to success or failure. */
-int plain_outcome(const char *call, int32_t result) {
+int plain_outcome(LogName caller, int32_t result) {
     if (result != E_APPS_ERR_SUCCESS) {
-        FRWK_WARN_AS(call, "IPC module error:%d!", result);
+        FRWK_WARN(caller, "IPC module error:%d!", result);
         return E_ZNDB_RET_FAILURE;
     }
     return E_ZNDB_RET_SUCCESS;
 }
 
 /* Converts an answer to success, failure or a missing key. */
-int outcome_for_key(const char *call, const char *key, int32_t result) {
+int outcome_for_key(LogName caller, const char *key, int32_t result) {
     if (result == E_APPS_ERR_ZNDB_NO_FOUND) {
-        FRWK_WARN_AS(call, "can't found key:%s!", key);
+        FRWK_WARN(caller, "can't found key:%s!", key);
         return E_ZNDB_RET_NOT_FOUND;
     }
-    return plain_outcome(call, result);
+    return plain_outcome(caller, result);
 }
 
 /* Sends a request whose answer is success or failure. */
 int request_plain_outcome(const Request &request) {
     int32_t result = 0;
     const int ret = send_request(request, &result);
-    return ret != E_ZNDB_RET_SUCCESS ? ret : plain_outcome(request.call, result);
+    return ret != E_ZNDB_RET_SUCCESS ? ret : plain_outcome(request.caller, result);
 }
 
 }  // namespace
 
-int zndb_set_value(apps_message_id_e_type msg, const char *key, const char *value) {
-    const int ret = check_arguments(__func__, key != nullptr && value != nullptr, key);
+int set_value(apps_message_id_e_type msg, const char *key, const char *value) {
+    const int ret = check_arguments(log_name::kZndbSetRequest, key != nullptr && value != nullptr, key);
     if (ret != E_ZNDB_RET_SUCCESS) {
         return ret;
     }
     if (std::strlen(value) >= ZNDB_VALUE_LEN) {
-        FRWK_WARN("VALUE len >= %d error!", ZNDB_VALUE_LEN);
+        FRWK_WARN(log_name::kZndbSetRequest, "VALUE len >= %d error!", ZNDB_VALUE_LEN);
         return E_ZNDB_RET_VALUE_LEN;
     }
 
     zndb_kv_t record = {};
     std::memcpy(record.key, key, std::strlen(key));
     std::memcpy(record.value, value, std::strlen(value));
-    return request_plain_outcome({__func__, msg, &record, sizeof(record), nullptr, 0});
+    return request_plain_outcome({log_name::kZndbSetRequest, msg, &record, sizeof(record), nullptr, 0});
 }
 
-int zndb_get_value(apps_message_id_e_type msg, const char *key, char *buf, uint32_t size) {
-    int ret = check_arguments(__func__, key != nullptr && buf != nullptr, key);
+int get_value(apps_message_id_e_type msg, const char *key, char *buf, uint32_t size) {
+    int ret = check_arguments(log_name::kZndbGetRequest, key != nullptr && buf != nullptr, key);
     if (ret != E_ZNDB_RET_SUCCESS) {
         return ret;
     }
 
     int32_t result = 0;
-    ret = send_request({__func__, msg, key, std::strlen(key) + 1, buf, size}, &result);
+    ret = send_request({log_name::kZndbGetRequest, msg, key, std::strlen(key) + 1, buf, size}, &result);
     if (ret != E_ZNDB_RET_SUCCESS) {
         return ret;
     }
     if (result == E_APPS_ERR_OUTOFBUF) {
-        FRWK_WARN("'%s' VALUE len >= %d error!", key, static_cast<int>(size));
+        FRWK_WARN(log_name::kZndbGetRequest, "'%s' VALUE len >= %d error!", key, static_cast<int>(size));
         return E_ZNDB_RET_VALUE_LEN;
     }
-    if (result == E_APPS_ERR_SUCCESS && size > 0) {
+    if (result != E_APPS_ERR_SUCCESS) {
+        return outcome_for_key(log_name::kZndbGetRequest, key, result);
+    }
+    if (size > 0) {
         buf[size - 1] =
             '\0'; /* callers need a text, even if another process answered instead of the database */
     }
-    return outcome_for_key(__func__, key, result);
+    return E_ZNDB_RET_SUCCESS;
 }
 
-int zndb_del_value(apps_message_id_e_type msg, const char *key) {
-    int ret = check_arguments(__func__, key != nullptr, key);
+int delete_value(apps_message_id_e_type msg, const char *key) {
+    int ret = check_arguments(log_name::kZndbDelRequest, key != nullptr, key);
     if (ret != E_ZNDB_RET_SUCCESS) {
         return ret;
     }
 
     int32_t result = 0;
-    ret = send_request({__func__, msg, key, std::strlen(key) + 1, nullptr, 0}, &result);
+    ret = send_request({log_name::kZndbDelRequest, msg, key, std::strlen(key) + 1, nullptr, 0}, &result);
     if (ret != E_ZNDB_RET_SUCCESS) {
         return ret;
     }
-    return outcome_for_key(__func__, key, result);
+    return outcome_for_key(log_name::kZndbDelRequest, key, result);
 }
 
-int zndb_save_value(apps_message_id_e_type msg) {
-    return zndb_request_without_body(__func__, msg);
+int send_message(LogName caller, apps_message_id_e_type msg) {
+    return request_plain_outcome({caller, msg, nullptr, 0, nullptr, 0});
 }
 
-int zndb_request_without_body(const char *call, apps_message_id_e_type msg) {
-    return request_plain_outcome({call, msg, nullptr, 0, nullptr, 0});
-}
+}  // namespace zndb_client

@@ -36,7 +36,7 @@ class SubscriptionLockTest : public SubscriptionTest {
 /* Another process that holds the lock. */
 class Holder : public LockHolder {
   public:
-    Holder() : LockHolder([] { (void)frwk_ipc_subscribe_lock(); }) {}
+    Holder() : LockHolder([] { (void)events::lock_subscriptions(); }) {}
 };
 
 /* Answers the first requests for the lock with an error. */
@@ -54,37 +54,37 @@ void refuse_lock(int error, int times) {
 }  // namespace
 
 TEST_F(SubscriptionLockTest, LocksTheWholeFileAndKeepsItsStream) {
-    ASSERT_EQ(frwk_ipc_subscribe_lock(), 1);
+    ASSERT_TRUE(events::lock_subscriptions());
     EXPECT_NE(g_s_sub_lock_file, nullptr);
     EXPECT_EQ(holder(), getpid());
-    frwk_ipc_subscribe_unlock();
+    events::unlock_subscriptions();
     EXPECT_EQ(log_.text(), "");
 }
 
 TEST_F(SubscriptionLockTest, IsReleasedByClosingTheStream) {
-    ASSERT_EQ(frwk_ipc_subscribe_lock(), 1);
-    frwk_ipc_subscribe_unlock();
+    ASSERT_TRUE(events::lock_subscriptions());
+    events::unlock_subscriptions();
     EXPECT_EQ(g_s_sub_lock_file, nullptr);
     EXPECT_EQ(holder(), 0);
 }
 
 TEST_F(SubscriptionLockTest, EmptiesItsFile) {
     write_file(kSubscribeLockFile, "something");
-    ASSERT_EQ(frwk_ipc_subscribe_lock(), 1);
-    frwk_ipc_subscribe_unlock();
+    ASSERT_TRUE(events::lock_subscriptions());
+    events::unlock_subscriptions();
     EXPECT_TRUE(exists(kSubscribeLockFile));
     EXPECT_EQ(read_file(kSubscribeLockFile), "");
 }
 
 TEST_F(SubscriptionLockTest, IsClosedOnExec) {
-    ASSERT_EQ(frwk_ipc_subscribe_lock(), 1);
+    ASSERT_TRUE(events::lock_subscriptions());
     EXPECT_NE(fcntl(fileno(g_s_sub_lock_file.load()), F_GETFD) & FD_CLOEXEC, 0);
-    frwk_ipc_subscribe_unlock();
+    events::unlock_subscriptions();
 }
 
 TEST_F(SubscriptionLockTest, IsHeldForAScope) {
     {
-        const SubscriptionLock lock;
+        const events::SubscriptionLock lock;
         ASSERT_TRUE(lock);
         EXPECT_EQ(holder(), getpid());
     }
@@ -100,11 +100,11 @@ TEST_F(SubscriptionLockTest, WaitsForAnotherProcessAndGoesOn) {
             other.end();
         }
     });
-    EXPECT_EQ(frwk_ipc_subscribe_lock(), 1);
+    EXPECT_TRUE(events::lock_subscriptions());
     EXPECT_EQ(pauses, (std::vector<uint32_t>{100, 100, 100}));
     EXPECT_EQ(log_.count(kBusy), 3u);
     EXPECT_EQ(holder(), getpid());
-    frwk_ipc_subscribe_unlock();
+    events::unlock_subscriptions();
 }
 
 TEST_F(SubscriptionLockTest, HoldsNoFileWhileItWaits) {
@@ -114,8 +114,8 @@ TEST_F(SubscriptionLockTest, HoldsNoFileWhileItWaits) {
         EXPECT_EQ(open_descriptors(), before);
         other.end();
     });
-    EXPECT_EQ(frwk_ipc_subscribe_lock(), 1);
-    frwk_ipc_subscribe_unlock();
+    EXPECT_TRUE(events::lock_subscriptions());
+    events::unlock_subscriptions();
     EXPECT_EQ(base::os_msleep.calls(), 1u);
 }
 
@@ -123,8 +123,8 @@ TEST_F(SubscriptionLockTest, IsFreeAfterItsHolderWasKilled) {
     Holder other;
     ASSERT_EQ(holder(), other.pid());
     other.kill();
-    EXPECT_EQ(frwk_ipc_subscribe_lock(), 1);
-    frwk_ipc_subscribe_unlock();
+    EXPECT_TRUE(events::lock_subscriptions());
+    events::unlock_subscriptions();
     EXPECT_EQ(base::os_msleep.calls(), 0u);
 }
 
@@ -133,8 +133,8 @@ TEST_F(SubscriptionLockTest, TakesEitherErrorForALockThatIsHeldElsewhere) {
     for (const int error : {EAGAIN, EACCES}) {
         log_.clear();
         refuse_lock(error, 1);
-        EXPECT_EQ(frwk_ipc_subscribe_lock(), 1);
-        frwk_ipc_subscribe_unlock();
+        EXPECT_TRUE(events::lock_subscriptions());
+        events::unlock_subscriptions();
         EXPECT_TRUE(logged_once(log_, kWarningLevel, kLock, kBusy));
     }
 }
@@ -142,8 +142,8 @@ TEST_F(SubscriptionLockTest, TakesEitherErrorForALockThatIsHeldElsewhere) {
 TEST_F(SubscriptionLockTest, TriesOnWithoutLimit) {
     base::os_msleep.stand_in([](uint32_t) {});
     refuse_lock(EAGAIN, 5000);
-    EXPECT_EQ(frwk_ipc_subscribe_lock(), 1);
-    frwk_ipc_subscribe_unlock();
+    EXPECT_TRUE(events::lock_subscriptions());
+    events::unlock_subscriptions();
     EXPECT_EQ(base::os_msleep.calls(), 5000u);
 }
 
@@ -151,7 +151,7 @@ TEST_F(SubscriptionLockTest, FailsOnAnyOtherError) {
     for (const int error : {ENOLCK, EBADF, EINTR, EDEADLK}) {
         log_.clear();
         refuse_lock(error, 1);
-        EXPECT_EQ(frwk_ipc_subscribe_lock(), 0);
+        EXPECT_FALSE(events::lock_subscriptions());
         EXPECT_EQ(g_s_sub_lock_file, nullptr);
         EXPECT_TRUE(
             logged_once(log_, kWarningLevel, kLock, with_errno("can't enter subscribe lock!", error)));
@@ -160,25 +160,25 @@ TEST_F(SubscriptionLockTest, FailsOnAnyOtherError) {
 
 TEST_F(SubscriptionLockTest, CanBeTakenAfterAFailure) {
     refuse_lock(ENOLCK, 1);
-    EXPECT_EQ(frwk_ipc_subscribe_lock(), 0);
-    EXPECT_EQ(frwk_ipc_subscribe_lock(), 1);
-    frwk_ipc_subscribe_unlock();
+    EXPECT_FALSE(events::lock_subscriptions());
+    EXPECT_TRUE(events::lock_subscriptions());
+    events::unlock_subscriptions();
 }
 
 TEST_F(SubscriptionLockTest, FailsWhenItsFileCanNotBeMade) {
     (void)unlink(kSubscribeLockFile);
     ASSERT_EQ(mkdir(kSubscribeLockFile, 0755), 0);
-    EXPECT_EQ(frwk_ipc_subscribe_lock(), 0);
+    EXPECT_FALSE(events::lock_subscriptions());
     EXPECT_TRUE(
         logged_once(log_, kWarningLevel, kLock, with_errno("can't create subscribe lock file!", EISDIR)));
     (void)rmdir(kSubscribeLockFile);
-    EXPECT_EQ(frwk_ipc_subscribe_lock(), 1);
-    frwk_ipc_subscribe_unlock();
+    EXPECT_TRUE(events::lock_subscriptions());
+    events::unlock_subscriptions();
 }
 
 TEST_F(SubscriptionLockTest, FailsWithoutItsFolder) {
     remove_tree("/tmp/m_tmp/lock");
-    EXPECT_EQ(frwk_ipc_subscribe_lock(), 0);
+    EXPECT_FALSE(events::lock_subscriptions());
     EXPECT_TRUE(
         logged_once(log_, kWarningLevel, kLock, with_errno("can't create subscribe lock file!", ENOENT)));
 }
@@ -190,7 +190,7 @@ TEST_F(SubscriptionLockTest, KeepsTheThreadsOfAProcessApart) {
     for (int i = 0; i < 8; ++i) {
         threads.emplace_back([&] {
             for (int round = 0; round < 200; ++round) {
-                const SubscriptionLock lock;
+                const events::SubscriptionLock lock;
                 most = std::max(most.load(), ++inside);
                 --inside;
             }
@@ -203,12 +203,12 @@ TEST_F(SubscriptionLockTest, KeepsTheThreadsOfAProcessApart) {
 }
 
 TEST_F(SubscriptionLockTest, AWaitingThreadDoesNotLetTheRecordLockGo) {
-    ASSERT_EQ(frwk_ipc_subscribe_lock(), 1);
-    std::thread waiter([] { const SubscriptionLock lock; });
+    ASSERT_TRUE(events::lock_subscriptions());
+    std::thread waiter([] { const events::SubscriptionLock lock; });
     for (int round = 0; round < 20; ++round) {
         ASSERT_EQ(holder(), getpid());
     }
-    frwk_ipc_subscribe_unlock();
+    events::unlock_subscriptions();
     waiter.join();
     EXPECT_EQ(holder(), 0);
 }

@@ -95,12 +95,13 @@ using ForkedChildOfOwnMessages = IpcServiceTest;
 
 TEST_F(ForkedChildOfOwnMessages, CountsItsOwnAlone) {
     g_s_own_messages_limit = 2;
-    ASSERT_TRUE(own_message_begins());
-    ASSERT_TRUE(own_message_begins());
-    const ChildEnd end = in_child_within_limit([] { return own_message_begins() ? "taken" : "refused"; });
+    ASSERT_TRUE(ipc::own_message_begins());
+    ASSERT_TRUE(ipc::own_message_begins());
+    const ChildEnd end =
+        in_child_within_limit([] { return ipc::own_message_begins() ? "taken" : "refused"; });
     EXPECT_EQ(end.report, "taken");
-    own_message_ends();
-    own_message_ends();
+    ipc::own_message_ends();
+    ipc::own_message_ends();
 }
 
 /* ---- The lock of the subscriptions ----------------------------------------------------------------- */
@@ -110,20 +111,20 @@ using ForkedChildOfASubscriber = SubscriptionTest;
 /* The child waits for the process that holds the lock, not for a thread that it hasn't got. */
 TEST_F(ForkedChildOfASubscriber, TakesTheLockWhenItsParentHasLetItGo) {
     SocketPair pair;
-    std::promise<int32_t> locked;
+    std::promise<bool> locked;
     std::thread holder([&pair, &locked] {
-        locked.set_value(frwk_ipc_subscribe_lock());
+        locked.set_value(events::lock_subscriptions());
         (void)read_bytes(pair.test(), 1);
-        frwk_ipc_subscribe_unlock();
+        events::unlock_subscriptions();
     });
-    EXPECT_EQ(locked.get_future().get(), 1);
+    EXPECT_TRUE(locked.get_future().get());
     const ChildEnd end = in_child_within_limit([&pair] {
         base::os_msleep.stand_in([&pair](uint32_t ms) {
             (void)write_bytes(pair.subject(), Bytes(1));
             base::os_msleep.restore();
             base::os_msleep.real(ms);
         });
-        return std::to_string(frwk_ipc_subscribe_lock());
+        return std::to_string(events::lock_subscriptions());
     });
     (void)write_bytes(pair.subject(), Bytes(1));
     holder.join();

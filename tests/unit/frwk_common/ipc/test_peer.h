@@ -96,12 +96,7 @@ inline bool write_bytes(int fd, const Bytes &bytes) {
 /* A connected pair: one end for the code under test, one for the test. */
 class SocketPair {
   public:
-    SocketPair() {
-        if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, fds_) != 0) {
-            fds_[0] = fds_[1] = -1;
-        }
-        limit_waits(fds_[1]);
-    }
+    SocketPair() { open(); }
     SocketPair(const SocketPair &) = delete;
     SocketPair &operator=(const SocketPair &) = delete;
     ~SocketPair() {
@@ -111,12 +106,26 @@ class SocketPair {
 
     int subject() const { return fds_[0]; }
     int test() const { return fds_[1]; }
+    /* Hands the library's end over. */
+    int take_subject() { return std::exchange(fds_[0], -1); }
     void close_subject() { close_one(&fds_[0]); }
     void close_test() { close_one(&fds_[1]); }
+    /* Puts a new pair in its place. */
+    void reopen() {
+        close_subject();
+        close_test();
+        open();
+    }
     /* Ends the stream towards the code under test; the way back stays open. */
     void end_input() { (void)shutdown(fds_[1], SHUT_WR); }
 
   private:
+    void open() {
+        if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, fds_) != 0) {
+            fds_[0] = fds_[1] = -1;
+        }
+        limit_waits(fds_[1]);
+    }
     static void close_one(int *fd) {
         if (*fd >= 0) {
             (void)close(*fd);

@@ -30,7 +30,7 @@ class ModuleConfigTest : public ModuleTest {
 
     static void load_file(const std::string &content) {
         write_file(kFile, content);
-        frwk_load_module_param();
+        modules::load_config();
     }
     /* Loads a file with these module elements. */
     static void load(const std::string &modules) {
@@ -414,7 +414,7 @@ TEST_F(ModuleConfigTest, ModulesBehindTheSixteenthUnknownOneAreStillRead) {
 
 TEST_F(ModuleConfigTest, AMissingFileIsFine) {
     const frwk_module_info before = row(kWlan);
-    frwk_load_module_param();
+    modules::load_config();
     expect_same_row(row(kWlan), before);
     EXPECT_EQ(log_.text(), "");
     EXPECT_EQ(base::xml_file_parse.calls(), 0u);
@@ -462,7 +462,7 @@ TEST_F(ModuleConfigTest, ADocumentThatCanNotBeHadIsAsserted) {
 
 TEST_F(ModuleConfigTest, AFolderInPlaceOfTheFileIsAsserted) {
     ASSERT_EQ(mkdir(kFile, 0755), 0);
-    frwk_load_module_param();
+    modules::load_config();
     EXPECT_TRUE(logged_once(log_, kWarningLevel, kLoader, assertion("((void *)0) != doc")));
     (void)rmdir(kFile);
 }

@@ -36,7 +36,7 @@ class ModuleRunListTest : public ModuleTest {
         return load_what_is_there();
     }
     static Ids load_what_is_there() {
-        frwk_load_module_run();
+        modules::load_run_list();
         Ids marked;
         for (int32_t id = 0; id < FRWK_MODULE_ROWS; ++id) {
             if ((g_modules_info[id].flag & FRWK_FLAG_RUN) != 0) {

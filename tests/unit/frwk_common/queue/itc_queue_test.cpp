@@ -108,7 +108,7 @@ TEST_F(ItcQueueTest, StartsTheThreadWithTheCallersAttributes) {
         });
     EXPECT_EQ(0, frwk_itc_create(name_.c_str(), &attr, ItcRecorder::handle));
     EXPECT_EQ(&attr, asked);
-    EXPECT_EQ(&frwk_itc_main, entry);
+    EXPECT_EQ(&queue::run, entry);
 }
 
 TEST_F(ItcQueueTest, RunsOnAThreadWithItsOwnStackSize) {
@@ -384,6 +384,6 @@ TEST_F(ItcQueueTest, ANegativeSizeAsksForNoBlock) {
 }
 
 TEST_F(ItcQueueTest, ItsThreadReportsThatItHasNoQueue) {
-    EXPECT_EQ(nullptr, frwk_itc_main(nullptr));
+    EXPECT_EQ(nullptr, queue::run(nullptr));
     EXPECT_TRUE(logged_once(log_, kWarningLevel, "frwk_itc_main", assertion("NULL != itc")));
 }

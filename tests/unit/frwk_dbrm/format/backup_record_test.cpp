@@ -21,7 +21,7 @@ class BackupRecord : public DbrmTest {
     /* Appends a record and closes the backup. */
     static apps_err_e_type append(const std::string &source, uint32_t type = FRWK_DBRM_DATA_FILE) {
         UniqueFile out = backup_io::open_to_write(kBackup, "wb+e");
-        const apps_err_e_type ret = frwk_dbrm_backup_file(out.get(), source.c_str(), type);
+        const apps_err_e_type ret = backup::append_record(out.get(), source.c_str(), type);
         EXPECT_TRUE(backup_io::finish(std::move(out)));
         return ret;
     }
@@ -149,7 +149,7 @@ TEST_F(BackupRecord, DataThatIsNotTakenIsAWriteError) {
 TEST_F(BackupRecord, AFullDiskIsNoticedWithoutAnyStandIn) {
     write(kSource, "data");
     const UniqueFile full = backup_io::open_to_write("/dev/full", "wbe");
-    EXPECT_EQ(E_APPS_ERR_WRITE, frwk_dbrm_backup_file(full.get(), kSource, FRWK_DBRM_DATA_FILE));
+    EXPECT_EQ(E_APPS_ERR_WRITE, backup::append_record(full.get(), kSource, FRWK_DBRM_DATA_FILE));
     EXPECT_TRUE(logged_once(log(), kWarningLevel, with_errno("write file hdr failed!", ENOSPC)));
 }
 

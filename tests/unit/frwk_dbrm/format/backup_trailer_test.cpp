@@ -25,7 +25,7 @@ class BackupTrailer : public DbrmTest {
 
     void expect_refused(const std::string &file, apps_err_e_type expected, const std::string &text) {
         write(kBackup, file);
-        EXPECT_EQ(expected, frwk_dbrm_unpack(kBackup));
+        EXPECT_EQ(expected, backup::strip_trailer(kBackup));
         expect_warning("frwk_dbrm_unpack", text);
     }
 };
@@ -34,7 +34,7 @@ class DeviceMagic : public BackupTrailer {};
 
 TEST_F(DeviceMagic, IsMadeOfTheProductsName) {
     uint32_t magic = 1;
-    EXPECT_EQ(1, frwk_dbrm_get_magic(&magic));
+    EXPECT_TRUE(backup::read_magic(&magic));
     EXPECT_EQ(97u, magic);
     ASSERT_EQ(1u, database().requests.size());
     EXPECT_EQ("device_product_name", database().requests[0].key);
@@ -44,38 +44,38 @@ TEST_F(DeviceMagic, IsMadeOfTheProductsName) {
 TEST_F(DeviceMagic, OfAnEmptyNameIs0) {
     store("device_product_name", "");
     uint32_t magic = 1;
-    EXPECT_EQ(1, frwk_dbrm_get_magic(&magic));
+    EXPECT_TRUE(backup::read_magic(&magic));
     EXPECT_EQ(0u, magic);
 }
 
 TEST_F(DeviceMagic, TakesANameOf63CharactersAndNoLongerOne) {
     store("device_product_name", std::string(63, 'n'));
     uint32_t magic = 1;
-    EXPECT_EQ(1, frwk_dbrm_get_magic(&magic));
+    EXPECT_TRUE(backup::read_magic(&magic));
     EXPECT_EQ(backup_format::magic_of(std::string(63, 'n')), magic);
 
     store("device_product_name", std::string(64, 'n'));
-    EXPECT_EQ(0, frwk_dbrm_get_magic(&magic));
+    EXPECT_FALSE(backup::read_magic(&magic));
     expect_warning("frwk_dbrm_get_magic", "zndb get product name failed!");
 }
 
 TEST_F(DeviceMagic, IsLeftAloneWithoutAName) {
     database().plain.clear();
     uint32_t magic = 1;
-    EXPECT_EQ(0, frwk_dbrm_get_magic(&magic));
+    EXPECT_FALSE(backup::read_magic(&magic));
     EXPECT_EQ(1u, magic);
     expect_warning("frwk_dbrm_get_magic", "zndb get product name failed!");
 }
 
 TEST_F(BackupTrailer, IsAppendedBehindTheBody) {
     write(kBackup, kBody);
-    EXPECT_EQ(E_APPS_ERR_SUCCESS, frwk_dbrm_pack(kBackup));
+    EXPECT_EQ(E_APPS_ERR_SUCCESS, backup::append_trailer(kBackup));
     EXPECT_EQ(kBody + trailer(kMagic, digest(kBody), kBodyLength), file_text(kBackup));
 }
 
 TEST_F(BackupTrailer, OfAnEmptyBodyHoldsTheDigestOfNothing) {
     write(kBackup, "");
-    EXPECT_EQ(E_APPS_ERR_SUCCESS, frwk_dbrm_pack(kBackup));
+    EXPECT_EQ(E_APPS_ERR_SUCCESS, backup::append_trailer(kBackup));
     const std::string md5_of_nothing("\xd4\x1d\x8c\xd9\x8f\x00\xb2\x04\xe9\x80\x09\x98\xec\xf8\x42\x7e", 16);
     EXPECT_EQ(trailer(kMagic, md5_of_nothing, 0), file_text(kBackup));
 }
@@ -83,13 +83,13 @@ TEST_F(BackupTrailer, OfAnEmptyBodyHoldsTheDigestOfNothing) {
 TEST_F(BackupTrailer, IsNotMadeWithoutAProductName) {
     write(kBackup, kBody);
     database().plain.clear();
-    EXPECT_EQ(E_APPS_ERR_INTERNAL, frwk_dbrm_pack(kBackup));
+    EXPECT_EQ(E_APPS_ERR_INTERNAL, backup::append_trailer(kBackup));
     expect_warning("frwk_dbrm_pack", "get device magic failed!");
     EXPECT_EQ(kBody, file_text(kBackup));
 }
 
 TEST_F(BackupTrailer, IsNotMadeWithoutADigest) {
-    EXPECT_EQ(E_APPS_ERR_INTERNAL, frwk_dbrm_pack(kBackup));
+    EXPECT_EQ(E_APPS_ERR_INTERNAL, backup::append_trailer(kBackup));
     expect_warning("frwk_dbrm_pack", "calc backup file md5sum failed!");
     EXPECT_FALSE(exists(kBackup));
 }
@@ -97,7 +97,7 @@ TEST_F(BackupTrailer, IsNotMadeWithoutADigest) {
 TEST_F(BackupTrailer, IsNotAppendedToAFileThatCanNotBeOpened) {
     write(kBackup, kBody);
     refuse_to_open(kBackup, "ab+e", EACCES);
-    EXPECT_EQ(E_APPS_ERR_IO, frwk_dbrm_pack(kBackup));
+    EXPECT_EQ(E_APPS_ERR_IO, backup::append_trailer(kBackup));
     expect_warning("frwk_dbrm_pack", with_errno("append open backup file error!", EACCES));
 }
 
@@ -105,7 +105,7 @@ TEST_F(BackupTrailer, IsNotAppendedToABodyOf4GiB) {
     write(kBackup, "");
     ASSERT_EQ(0, ::truncate(kBackup, off_t{1} << 32));
     doubles::base::md5_encrypt_file.stand_in([](const char *, uint8_t *) { return 1; });
-    EXPECT_EQ(E_APPS_ERR_FORMAT, frwk_dbrm_pack(kBackup));
+    EXPECT_EQ(E_APPS_ERR_FORMAT, backup::append_trailer(kBackup));
     expect_warning("frwk_dbrm_pack", "backup file is too large!");
     EXPECT_EQ(uint64_t{1} << 32, std::filesystem::file_size(kBackup));
 }
@@ -113,7 +113,7 @@ TEST_F(BackupTrailer, IsNotAppendedToABodyOf4GiB) {
 TEST_F(BackupTrailer, ThatIsNotTakenIsAWriteError) {
     write(kBackup, kBody);
     fill_disk_after(0);
-    EXPECT_EQ(E_APPS_ERR_WRITE, frwk_dbrm_pack(kBackup));
+    EXPECT_EQ(E_APPS_ERR_WRITE, backup::append_trailer(kBackup));
     expect_warning("frwk_dbrm_pack", with_errno("append write backup file error!", ENOSPC));
 }
 
@@ -124,13 +124,13 @@ TEST_F(BackupTrailer, ThatIsLostOnClosingIsAWriteErrorToo) {
         errno = EIO;
         return EOF;
     });
-    EXPECT_EQ(E_APPS_ERR_WRITE, frwk_dbrm_pack(kBackup));
+    EXPECT_EQ(E_APPS_ERR_WRITE, backup::append_trailer(kBackup));
     expect_warning("frwk_dbrm_pack", with_errno("append write backup file error!", EIO));
 }
 
 TEST_F(BackupTrailer, IsCutOffAGoodFile) {
     write(kBackup, packed(kBody, kMagic));
-    EXPECT_EQ(E_APPS_ERR_SUCCESS, frwk_dbrm_unpack(kBackup));
+    EXPECT_EQ(E_APPS_ERR_SUCCESS, backup::strip_trailer(kBackup));
     EXPECT_EQ(kBody, file_text(kBackup));
     EXPECT_EQ("", log().text());
 }
@@ -138,7 +138,7 @@ TEST_F(BackupTrailer, IsCutOffAGoodFile) {
 TEST_F(BackupTrailer, Of24BytesAloneIsABackupWithoutRecords) {
     write(kBackup, packed("", kMagic));
     ASSERT_EQ(24u, file_text(kBackup).size());
-    EXPECT_EQ(E_APPS_ERR_SUCCESS, frwk_dbrm_unpack(kBackup));
+    EXPECT_EQ(E_APPS_ERR_SUCCESS, backup::strip_trailer(kBackup));
     EXPECT_TRUE(exists(kBackup));
     EXPECT_EQ("", file_text(kBackup));
 }
@@ -153,7 +153,7 @@ TEST_F(BackupTrailer, DoesNotFitAnEmptyFile) {
 }
 
 TEST_F(BackupTrailer, OfAMissingFileIsAnIoError) {
-    EXPECT_EQ(E_APPS_ERR_IO, frwk_dbrm_unpack(kBackup));
+    EXPECT_EQ(E_APPS_ERR_IO, backup::strip_trailer(kBackup));
     expect_warning("frwk_dbrm_unpack", with_errno("open restore file error!", ENOENT));
 }
 
@@ -163,7 +163,7 @@ TEST_F(BackupTrailer, ThatCanNotBeReadIsAReadError) {
         errno = EIO;
         return 0;
     });
-    EXPECT_EQ(E_APPS_ERR_READ, frwk_dbrm_unpack(kBackup));
+    EXPECT_EQ(E_APPS_ERR_READ, backup::strip_trailer(kBackup));
     expect_warning("frwk_dbrm_unpack", with_errno("read restore file hdr error!", EIO));
     EXPECT_EQ(packed(kBody, kMagic), file_text(kBackup));
 }
@@ -200,7 +200,7 @@ TEST_F(BackupTrailer, IsNotTakenForTheLengthModulo4GiB) {
     EXPECT_EQ(end.size(), std::fwrite(end.data(), 1, end.size(), file));
     EXPECT_EQ(0, std::fclose(file));
 
-    EXPECT_EQ(E_APPS_ERR_FORMAT, frwk_dbrm_unpack(kBackup));
+    EXPECT_EQ(E_APPS_ERR_FORMAT, backup::strip_trailer(kBackup));
     expect_warning("frwk_dbrm_unpack", "invalid restore file data format!");
 }
 

@@ -32,7 +32,7 @@ class RestoreRecord : public DbrmTest {
     }
 
     static apps_err_e_type restore_file(const std::string &name, const std::string &data, uint32_t length) {
-        return run(frwk_dbrm_restore_file, name, data, length);
+        return run(backup::restore_file, name, data, length);
     }
     static apps_err_e_type restore_file(const std::string &name, const std::string &data) {
         return restore_file(name, data, static_cast<uint32_t>(data.size()));
@@ -40,7 +40,7 @@ class RestoreRecord : public DbrmTest {
 
     static apps_err_e_type restore_db(const std::string &text, uint32_t length) {
         const auto restore = [](std::FILE *backup, const RecordHeader &record) {
-            return frwk_dbrm_restore_db(backup, record);
+            return backup::restore_database(backup, record);
         };
         return run(restore, kUserData, text, length);
     }

@@ -64,31 +64,31 @@ class DebugModeTest : public ConfigTest {
 TEST_F(DebugModeTest, RunsTheFirstScriptThatExists) {
     write_script(kScript);
     write_script(kSecondScript);
-    EXPECT_EQ(0, frwk_debug_mode_shell(1));
-    EXPECT_EQ(0, frwk_debug_mode_shell(0));
+    EXPECT_EQ(0, settings::run_debug_script(1));
+    EXPECT_EQ(0, settings::run_debug_script(0));
     EXPECT_EQ((Steps{kStart, kStop}), steps_);
 }
 
 TEST_F(DebugModeTest, RunsTheScriptOfTheImageWhenThereIsNoOther) {
     write_script(kSecondScript);
-    EXPECT_EQ(0, frwk_debug_mode_shell(-1));
+    EXPECT_EQ(0, settings::run_debug_script(-1));
     EXPECT_EQ((Steps{std::string(kSecondScript) + " start"}), steps_);
 }
 
 TEST_F(DebugModeTest, WithoutAScriptNothingIsRun) {
-    EXPECT_EQ(1, frwk_debug_mode_shell(1));
+    EXPECT_EQ(1, settings::run_debug_script(1));
     EXPECT_EQ(Steps(), steps_);
 }
 
 TEST_F(DebugModeTest, PassesOnHowTheScriptEnded) {
     write_script(kScript, "[ \"$1\" = stop ] && exit 3");
-    EXPECT_EQ(3, WEXITSTATUS(frwk_debug_mode_shell(0)));
+    EXPECT_EQ(3, WEXITSTATUS(settings::run_debug_script(0)));
 }
 
 TEST_F(DebugModeTest, LogsTheCommandAtTheDebugLevel) {
     write_script(kScript);
     const LogCapture log;
-    (void)frwk_debug_mode_shell(1);
+    (void)settings::run_debug_script(1);
     EXPECT_TRUE(logged_once(log, kDebugLevel, "frwk_debug_mode_shell", kStart));
 }
 

@@ -27,23 +27,23 @@ const Events kForget = {"set_perm mnet_sim_subnet_plmn=", "set_perm mnet_sim_sub
 
 class SubnetAdaptation : public SubnetTest {
   protected:
-    static int32_t act(SubnetAction action) {
-        frwk_sim_subnet_sim_info_t info = {2, "XYZ", "46001", "0123"};
+    static int32_t act(sim::SubnetAction action) {
+        sim::SimInfo info = {2, "XYZ", "46001", "0123"};
         timeline().clear();
-        return frwk_sim_subnet_adapt_process(action, info);
+        return sim::adapt(action, info);
     }
 
     /* Applies an operator file. Returns what it did between the two ends that every file has. */
     static Events applied(const std::string &content, int32_t expected) {
         put_file("46001/custom_data.txt", content);
-        EXPECT_EQ(expected, act(SubnetAction::kAdd));
+        EXPECT_EQ(expected, act(sim::SubnetAction::kAdd));
         return middle(kBegin, kNoteFile);
     }
 
     static Events deleted(const std::string &content, int32_t expected) {
         put_file("custom_data.txt", content);
         fake_database().perm["mnet_sim_subnet_plmn"] = "46002";
-        EXPECT_EQ(expected, act(SubnetAction::kDelete));
+        EXPECT_EQ(expected, act(sim::SubnetAction::kDelete));
         return middle(kBegin, kForget);
     }
 
@@ -78,21 +78,21 @@ TEST_F(SubnetAdaptation, AddsEveryPairToThePermStore) {
 TEST_F(SubnetAdaptation, AddsFromTheFileOfTheName) {
     put_file("46001/custom_XYZ_data.txt", "from=name\n");
     put_file("46001/custom_data.txt", "from=plmn\n");
-    EXPECT_EQ(1, act(SubnetAction::kAdd));
+    EXPECT_EQ(1, act(sim::SubnetAction::kAdd));
     EXPECT_EQ("name", stored_perm("from"));
     EXPECT_EQ(path_of("46001/custom_XYZ_data.txt"), stored_perm("mnet_sim_subnet_path"));
 }
 
 TEST_F(SubnetAdaptation, WithoutAFileNothingIsAddedNorWrittenDown) {
     const LogCapture log;
-    EXPECT_EQ(0, act(SubnetAction::kAdd));
+    EXPECT_EQ(0, act(sim::SubnetAction::kAdd));
     EXPECT_EQ(kBegin, timeline());
     EXPECT_TRUE(logged_once(log, kWarningLevel, kCall, "file(" + kDefaultFile + ") not find\n"));
 }
 
 TEST_F(SubnetAdaptation, AFileThatCantBeOpenedIsLikeAMissingOne) {
     doubles::base::os_file_exist.stand_in([](const char *) { return 1; });
-    EXPECT_EQ(0, act(SubnetAction::kAdd));
+    EXPECT_EQ(0, act(sim::SubnetAction::kAdd));
     EXPECT_EQ(kBegin, timeline());
 }
 
@@ -126,7 +126,7 @@ TEST_F(SubnetAdaptation, DeletesTheKeysOfTheDefaultFile) {
 TEST_F(SubnetAdaptation, WithNothingAppliedNothingIsDeleted) {
     const LogCapture log;
     put_file("custom_data.txt", "apn=x\n");
-    EXPECT_EQ(0, act(SubnetAction::kDelete));
+    EXPECT_EQ(0, act(sim::SubnetAction::kDelete));
     EXPECT_EQ(kBegin, timeline());
     EXPECT_TRUE(logged_once(log, kDebugLevel, kCall, "subnet delete, subnet_plmn empty, no need delete"));
 }
@@ -134,7 +134,7 @@ TEST_F(SubnetAdaptation, WithNothingAppliedNothingIsDeleted) {
 TEST_F(SubnetAdaptation, WithoutTheDefaultFileNothingIsDeletedNorForgotten) {
     const LogCapture log;
     database().perm["mnet_sim_subnet_plmn"] = "46002";
-    EXPECT_EQ(0, act(SubnetAction::kDelete));
+    EXPECT_EQ(0, act(sim::SubnetAction::kDelete));
     EXPECT_EQ(kBegin, timeline());
     EXPECT_TRUE(logged_once(log, kWarningLevel, kCall, "file(" + kDefaultFile + ") not find\n"));
 }

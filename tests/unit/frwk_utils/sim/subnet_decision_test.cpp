@@ -45,10 +45,10 @@ class SubnetDecisions : public SubnetTest {
         return text;
     }
 
-    void expect(SubnetDecision decision, const char *reason) {
+    void expect(sim::SubnetDecision decision, const char *reason) {
         const LogCapture log;
         timeline().clear();
-        EXPECT_EQ(decision, frwk_sim_subnet_check_adapt_type(&info_));
+        EXPECT_EQ(decision, sim::decide_adaptation(&info_));
         EXPECT_TRUE(logged_once(log, kDebugLevel, kCall, reason));
         EXPECT_EQ(2u, log.debug_lines().size()) << log.text();
         EXPECT_EQ((Events{"get_perm mnet_sim_subnet_plmn 10", "get_perm mnet_sim_subnet_path 128",
@@ -56,7 +56,7 @@ class SubnetDecisions : public SubnetTest {
                   timeline());
     }
 
-    frwk_sim_subnet_sim_info_t info_ = {};
+    sim::SimInfo info_ = {};
 };
 
 }  // namespace
@@ -65,21 +65,21 @@ TEST_F(SubnetDecisions, ASimThatIsNotUsableNeedsNothing) {
     applied("46002", "/other", put_operator_file());
     for (const int32_t status : {0, 1, 3, 4, 6, 7, 8, 9, -1}) {
         info_.sim_status = status;
-        expect(SubnetDecision::kNoNeedAdapt, kNotNormal);
+        expect(sim::SubnetDecision::kNoNeedAdapt, kNotNormal);
     }
 }
 
 TEST_F(SubnetDecisions, ASimThatIsNotUsableIsToldFirstThoughItsFileIsApplied) {
     applied("46001", kFile, put_operator_file());
     info_.sim_status = 0;
-    expect(SubnetDecision::kNoNeedAdapt, kNotNormal);
+    expect(sim::SubnetDecision::kNoNeedAdapt, kNotNormal);
 }
 
 TEST_F(SubnetDecisions, TheFileThatIsAppliedNeedsNothing) {
     applied("46001", kFile, put_operator_file());
     for (const int32_t status : {2, 5}) {
         info_.sim_status = status;
-        expect(SubnetDecision::kNoNeedAdapt, kSame);
+        expect(sim::SubnetDecision::kNoNeedAdapt, kSame);
     }
 }
 
@@ -87,68 +87,68 @@ TEST_F(SubnetDecisions, Md5TextsAreEqualInAnyCase) {
     std::string md5 = put_operator_file();
     std::transform(md5.begin(), md5.end(), md5.begin(), ::toupper);
     applied("46001", kFile, md5);
-    expect(SubnetDecision::kNoNeedAdapt, kSame);
+    expect(sim::SubnetDecision::kNoNeedAdapt, kSame);
 }
 
 TEST_F(SubnetDecisions, AChangedFileNeedsAnAdaptation) {
     const std::string before = put_operator_file();
     applied("46001", kFile, before);
     EXPECT_NE(before, put_operator_file("apn=ims\n"));
-    expect(SubnetDecision::kNeedAdapt, kExists);
+    expect(sim::SubnetDecision::kNeedAdapt, kExists);
 }
 
 TEST_F(SubnetDecisions, AnotherPathNeedsAnAdaptationThoughTheContentIsTheSame) {
     applied("46001", path_of("46002/custom_data.txt"), put_operator_file());
-    expect(SubnetDecision::kNeedAdapt, kExists);
+    expect(sim::SubnetDecision::kNeedAdapt, kExists);
 }
 
 TEST_F(SubnetDecisions, PathsAreEqualInTheSameCaseOnly) {
     applied("46001", path_of("46001/CUSTOM_data.txt"), put_operator_file());
-    expect(SubnetDecision::kNeedAdapt, kExists);
+    expect(sim::SubnetDecision::kNeedAdapt, kExists);
 }
 
 TEST_F(SubnetDecisions, AFirstFileNeedsAnAdaptation) {
     put_operator_file();
-    expect(SubnetDecision::kNeedAdapt, kExists);
+    expect(sim::SubnetDecision::kNeedAdapt, kExists);
 }
 
 TEST_F(SubnetDecisions, WithoutAFileAndWithNothingAppliedNothingIsNeeded) {
-    expect(SubnetDecision::kNoNeedAdapt, kUnused);
+    expect(sim::SubnetDecision::kNoNeedAdapt, kUnused);
     applied("", "/gone", "0123");
-    expect(SubnetDecision::kNoNeedAdapt, kUnused);
+    expect(sim::SubnetDecision::kNoNeedAdapt, kUnused);
 }
 
 TEST_F(SubnetDecisions, WithoutAFileAndWithAnotherAppliedADeletionIsNeeded) {
     applied("46002", path_of("46002/custom_data.txt"), "0123");
-    expect(SubnetDecision::kNeedDelete, kDelete);
+    expect(sim::SubnetDecision::kNeedDelete, kDelete);
 }
 
 TEST_F(SubnetDecisions, AMissingDefaultFileThatIsWrittenDownWithoutMd5IsTheSame) {
     applied("46001", kDefaultFile, "");
-    expect(SubnetDecision::kNoNeedAdapt, kSame);
+    expect(sim::SubnetDecision::kNoNeedAdapt, kSame);
 }
 
 TEST_F(SubnetDecisions, SettingsThatCantBeReadAreEmpty) {
     put_operator_file();
     database().result = E_ZNDB_RET_IPC;
-    expect(SubnetDecision::kNeedAdapt, kExists);
+    expect(sim::SubnetDecision::kNeedAdapt, kExists);
     std::filesystem::remove(kFile);
-    expect(SubnetDecision::kNoNeedAdapt, kUnused);
+    expect(sim::SubnetDecision::kNoNeedAdapt, kUnused);
 }
 
 TEST_F(SubnetDecisions, SettingsThatDoNotFitAreEmpty) {
     applied("4600112345", std::string(128, '/'), std::string(33, '0'));
-    expect(SubnetDecision::kNoNeedAdapt, kUnused);
+    expect(sim::SubnetDecision::kNoNeedAdapt, kUnused);
     applied("460011234", std::string(127, '/'), std::string(32, '0'));
-    expect(SubnetDecision::kNeedDelete, kDelete);
+    expect(sim::SubnetDecision::kNeedDelete, kDelete);
 }
 
 TEST_F(SubnetDecisions, TheMd5TextOfTheFileGoesIntoTheSimsRecord) {
     const std::string md5 = put_operator_file();
-    expect(SubnetDecision::kNeedAdapt, kExists);
+    expect(sim::SubnetDecision::kNeedAdapt, kExists);
     EXPECT_EQ(md5, info_.md5);
     std::filesystem::remove(kFile);
-    expect(SubnetDecision::kNoNeedAdapt, kUnused);
+    expect(sim::SubnetDecision::kNoNeedAdapt, kUnused);
     EXPECT_STREQ("", info_.md5);
 }
 
@@ -157,7 +157,7 @@ TEST_F(SubnetDecisions, ShowsWhatItCompares) {
     std::strcpy(info_.spn, "XYZ");
     applied("46002", "/before", "");
     const LogCapture log;
-    (void)frwk_sim_subnet_check_adapt_type(&info_);
+    (void)sim::decide_adaptation(&info_);
     EXPECT_TRUE(logged_once(log, kDebugLevel, kCall,
                             "sim subnet adatp, sim_status=2, current_plmn=46001, current_spn=XYZ "
                             "subnet_plmn=46002 current_path=" +

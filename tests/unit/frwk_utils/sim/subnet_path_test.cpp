@@ -15,8 +15,8 @@ constexpr char kCall[] = "frwk_sim_subnet_get_path";
 class SubnetPath : public SubnetTest {
   protected:
     static std::string chosen(const std::string &plmn, const std::string &spn) {
-        char path[kSubnetPathSize];
-        frwk_sim_subnet_get_path(path, plmn.c_str(), spn.c_str());
+        char path[sim::kSubnetPathSize];
+        sim::choose_path(path, plmn.c_str(), spn.c_str());
         return path;
     }
 };

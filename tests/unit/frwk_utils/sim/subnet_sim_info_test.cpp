@@ -24,14 +24,14 @@ const ModemPoll kFailed = {MAL_FAILURE_ERR, 99};
 
 class SubnetSimInfo : public SubnetTest {
   protected:
-    static frwk_sim_subnet_sim_info_t ask(int32_t type = kBoot) {
+    static sim::SimInfo ask(int32_t type = kBoot) {
         timeline().clear();
-        frwk_sim_subnet_sim_info_t info = {};
-        frwk_sim_subnet_get_sim_info(type, &info);
+        sim::SimInfo info = {};
+        sim::read_sim_info(type, &info);
         return info;
     }
 
-    static frwk_sim_subnet_sim_info_t ask_after(const std::vector<ModemPoll> &polls, int32_t type = kBoot) {
+    static sim::SimInfo ask_after(const std::vector<ModemPoll> &polls, int32_t type = kBoot) {
         fake_modem().polls = polls;
         return ask(type);
     }
@@ -58,7 +58,7 @@ std::string poll_line(int ret, int count, int status) {
 TEST_F(SubnetSimInfo, AUsableSimIsAskedOnce) {
     for (const int32_t status : {2, 5}) {
         const LogCapture log;
-        const frwk_sim_subnet_sim_info_t info = ask_after({{MAL_NO_ERR, status}});
+        const sim::SimInfo info = ask_after({{MAL_NO_ERR, status}});
         EXPECT_EQ(status, info.sim_status);
         EXPECT_STREQ("46001", info.plmn);
         EXPECT_STREQ("", info.spn);
@@ -87,7 +87,7 @@ TEST_F(SubnetSimInfo, ASimThatIsNotReadyIsAskedTenTimesASecondApart) {
 
 TEST_F(SubnetSimInfo, AModemThatCantTellIsAskedTenTimes) {
     const LogCapture log;
-    const frwk_sim_subnet_sim_info_t info = ask_after({kFailed});
+    const sim::SimInfo info = ask_after({kFailed});
     EXPECT_EQ(0, info.sim_status);
     EXPECT_EQ(10u, polls());
     EXPECT_EQ(std::vector<int>(10, 1000), pauses());
@@ -98,7 +98,7 @@ TEST_F(SubnetSimInfo, AModemThatCantTellIsAskedTenTimes) {
 }
 
 TEST_F(SubnetSimInfo, AStateThatComesWithAFailureDoesNotCount) {
-    const frwk_sim_subnet_sim_info_t info = ask_after({{MAL_FAILURE_ERR, MAL_SIM_STATUS_USABLE}});
+    const sim::SimInfo info = ask_after({{MAL_FAILURE_ERR, MAL_SIM_STATUS_USABLE}});
     EXPECT_EQ(0, info.sim_status);
     EXPECT_EQ(10u, polls());
     EXPECT_TRUE(asked_for_the_state_only());
@@ -106,7 +106,7 @@ TEST_F(SubnetSimInfo, AStateThatComesWithAFailureDoesNotCount) {
 
 TEST_F(SubnetSimInfo, ASimMayGetReadyMeanwhile) {
     const LogCapture log;
-    const frwk_sim_subnet_sim_info_t info = ask_after({kNotReady, kFailed, {MAL_NO_ERR, 3}, {MAL_NO_ERR, 5}});
+    const sim::SimInfo info = ask_after({kNotReady, kFailed, {MAL_NO_ERR, 3}, {MAL_NO_ERR, 5}});
     EXPECT_EQ(5, info.sim_status);
     EXPECT_STREQ("46001", info.plmn);
     EXPECT_EQ(4u, polls());
@@ -137,7 +137,7 @@ TEST_F(SubnetSimInfo, ASimThatWaitsForItsPinIsAskedFourTimesAtRunTime) {
 }
 
 TEST_F(SubnetSimInfo, ThePinMayBeEnteredMeanwhile) {
-    const frwk_sim_subnet_sim_info_t info = ask_after({kPin, kPin, kPin, kUsable}, kRunTime);
+    const sim::SimInfo info = ask_after({kPin, kPin, kPin, kUsable}, kRunTime);
     EXPECT_EQ(2, info.sim_status);
     EXPECT_STREQ("46001", info.plmn);
     EXPECT_EQ(std::vector<int>(3, 300), pauses());
@@ -182,7 +182,7 @@ TEST_F(SubnetSimInfo, AnyOtherStateEndsThePollingUnusable) {
 
 TEST_F(SubnetSimInfo, OnlyTwoAndFiveAreUsable) {
     for (int32_t status = -1; status < 12; ++status) {
-        EXPECT_EQ(status == 2 || status == 5, is_usable_sim(status)) << status;
+        EXPECT_EQ(status == 2 || status == 5, sim::is_usable_sim(status)) << status;
     }
 }
 
@@ -204,7 +204,7 @@ TEST_F(SubnetSimInfo, AfterTwentyFailuresThePlmnIsEmptyAndTheRunGoesOn) {
     const LogCapture log;
     fake_modem().plmns = {{MAL_FAILURE_ERR, plmn_bytes("460", "01")}};
     fake_modem().spns = {{MAL_NO_ERR, spn_bytes("XYZ")}};
-    const frwk_sim_subnet_sim_info_t info = ask();
+    const sim::SimInfo info = ask();
     EXPECT_STREQ("", info.plmn);
     EXPECT_STREQ("XYZ", info.spn);
     EXPECT_EQ(20u, count_events("modem plmn 1 8"));
@@ -262,7 +262,7 @@ TEST_F(SubnetSimInfo, TheNameKeepsSixteenCharacters) {
 TEST_F(SubnetSimInfo, ANameThatCantBeReadIsEmptyAndLogged) {
     const LogCapture log;
     fake_modem().spns = {{-3, spn_bytes("XYZ")}};
-    const frwk_sim_subnet_sim_info_t info = ask();
+    const sim::SimInfo info = ask();
     EXPECT_STREQ("", info.spn);
     EXPECT_STREQ("46001", info.plmn);
     EXPECT_EQ(1u, count_events("modem spn 1 17"));

@@ -51,7 +51,8 @@ class KeyValueLine : public testing::Test {
 
     static void expect_both(const Pairs &expected, const std::string &content) {
         for (const KeyValueRules *rules : kBoth) {
-            EXPECT_EQ(expected, pairs_of(content, *rules)) << rules->call << ": " << content.substr(0, 60);
+            EXPECT_EQ(expected, pairs_of(content, *rules))
+                << rules->caller.function() << ": " << content.substr(0, 60);
         }
     }
 };
@@ -92,8 +93,8 @@ TEST_F(KeyValueLine, SkipsALineWithoutAnEqualsSignAndSaysSo) {
     for (const KeyValueRules *rules : kBoth) {
         const LogCapture log;
         EXPECT_EQ(Pairs{"a|1"}, pairs_of("no pair\na=1\n", *rules));
-        EXPECT_TRUE(logged_once(log, kWarningLevel, rules->call, "not found '='\n"));
-        EXPECT_TRUE(logged_once(log, kWarningLevel, rules->call,
+        EXPECT_TRUE(logged_once(log, kWarningLevel, rules->caller.function(), "not found '='\n"));
+        EXPECT_TRUE(logged_once(log, kWarningLevel, rules->caller.function(),
                                 std::string(kPath) + " line 1 skipped: it has no equals sign"));
         EXPECT_FALSE(log.contains("no pair"));
     }
@@ -110,7 +111,7 @@ TEST_F(KeyValueLine, SkipsALineOf1056Characters) {
     for (const KeyValueRules *rules : kBoth) {
         const LogCapture log;
         EXPECT_EQ(Pairs{"a|1"}, pairs_of(line_of(1056) + "\na=1\n", *rules));
-        EXPECT_TRUE(logged_once(log, kDebugLevel, rules->call, too_long(line_of(1056))));
+        EXPECT_TRUE(logged_once(log, kDebugLevel, rules->caller.function(), too_long(line_of(1056))));
         EXPECT_FALSE(log.contains("not found"));
     }
 }
@@ -120,7 +121,7 @@ TEST_F(KeyValueLine, LooksAtTheLengthBeforeTheEqualsSign) {
         const LogCapture log;
         const std::string line(1056, 'x');
         EXPECT_EQ(Pairs{"a|1"}, pairs_of(line + "\na=1\n", *rules));
-        EXPECT_TRUE(logged_once(log, kDebugLevel, rules->call, too_long(line)));
+        EXPECT_TRUE(logged_once(log, kDebugLevel, rules->caller.function(), too_long(line)));
         EXPECT_FALSE(log.contains("not found"));
     }
 }
@@ -153,8 +154,8 @@ TEST_F(KeyValueLine, ReadsALineOf1057CharactersAsTwo) {
     for (const KeyValueRules *rules : kBoth) {
         const LogCapture log;
         EXPECT_EQ(Pairs{"a|1"}, pairs_of(line_of(1057) + "\na=1\n", *rules));
-        EXPECT_TRUE(logged_once(log, kDebugLevel, rules->call, too_long(line_of(1056))));
-        EXPECT_TRUE(logged_once(log, kWarningLevel, rules->call, "not found '='\n"));
+        EXPECT_TRUE(logged_once(log, kDebugLevel, rules->caller.function(), too_long(line_of(1056))));
+        EXPECT_TRUE(logged_once(log, kWarningLevel, rules->caller.function(), "not found '='\n"));
     }
 }
 
@@ -195,7 +196,8 @@ TEST_F(KeyValueLine, AMissingFileIsNotOpened) {
         const LogCapture log;
         KeyValueFile file(*rules);
         EXPECT_FALSE(file.open("/m_data/usr/missing.txt"));
-        EXPECT_TRUE(logged_once(log, kWarningLevel, rules->call, "file(/m_data/usr/missing.txt) not find\n"));
+        EXPECT_TRUE(logged_once(log, kWarningLevel, rules->caller.function(),
+                                "file(/m_data/usr/missing.txt) not find\n"));
     }
 }
 
@@ -253,9 +255,9 @@ TEST_F(KeyValueLine, ANulAtTheBeginningIsAnEmptyLineOrEndsTheFile) {
     const std::string content = "a=1\n\0b=2\nc=3\n"s;
     const LogCapture log;
     EXPECT_EQ((Pairs{"a|1", "c|3"}), pairs_of(content, kPlain));
-    EXPECT_TRUE(logged_once(log, kDebugLevel, kPlain.call, "passed over"));
+    EXPECT_TRUE(logged_once(log, kDebugLevel, kPlain.caller.function(), "passed over"));
     EXPECT_EQ(Pairs{"a|1"}, pairs_of(content, kStrict));
-    EXPECT_TRUE(logged_once(log, kWarningLevel, kStrict.call, "begins with NUL"));
+    EXPECT_TRUE(logged_once(log, kWarningLevel, kStrict.caller.function(), "begins with NUL"));
     EXPECT_FALSE(log.contains("at its end"));
 }
 
@@ -269,5 +271,5 @@ TEST_F(KeyValueLine, TheEndOfTheFileIsNotedOrNot) {
     EXPECT_EQ(Pairs{"a|1"}, pairs_of("a=1", kPlain));
     EXPECT_EQ("", log.text());
     EXPECT_EQ(Pairs{"a|1"}, pairs_of("a=1", kStrict));
-    EXPECT_TRUE(logged_once(log, kDebugLevel, kStrict.call, "at its end"));
+    EXPECT_TRUE(logged_once(log, kDebugLevel, kStrict.caller.function(), "at its end"));
 }

@@ -33,14 +33,15 @@ bool try_command(const char *command, char *buffer, size_t size) {
     const UniquePipe output(os_popen(command, "r"));
     if (!output) {
         const int cause = errno;
-        FRWK_WARN("popen :%s failed:%s \n", command, std::strerror(cause));  // NOLINT(concurrency-mt-unsafe)
+        FRWK_WARN(__func__, "popen :%s failed:%s \n", command,
+                  std::strerror(cause));  // NOLINT(concurrency-mt-unsafe)
         return false;
     }
 
     read_block(output.get(), buffer, size);
     if (buffer[0] == '\0') {
         const int cause = errno;
-        FRWK_WARN("fread %s failed :%s, sleep 500ms\n", command,
+        FRWK_WARN(__func__, "fread %s failed :%s, sleep 500ms\n", command,
                   std::strerror(cause));  // NOLINT(concurrency-mt-unsafe)
         return false;
     }
@@ -62,6 +63,6 @@ int32_t frwk_get_popen_value_ex(const char *command, char *buffer, int32_t size)
             frwk_sleep(kRetryPauseMs);
         }
     }
-    FRWK_WARN("fread %s failed multiple times", command);
+    FRWK_WARN(__func__, "fread %s failed multiple times", command);
     return -1;
 }

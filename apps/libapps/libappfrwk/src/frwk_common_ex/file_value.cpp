@@ -25,7 +25,7 @@ UniqueFd open_value_file(const char *path, int flags) {
     UniqueFd fd(::open(path, O_RDWR | O_CLOEXEC | flags, kNewFileMode));
     /* If standard input is closed, open returns 0, which must not be used for the file. */
     if (fd.get() < 1) {
-        FRWK_WARN("open %s fialed!", path);
+        FRWK_WARN(__func__, "open %s fialed!", path);
         fd.reset();
     }
     return fd;
@@ -37,7 +37,7 @@ int32_t retry_file_value(const char *path, Attempt attempt) {
     int32_t result = attempt();
     for (int retries = 0; result != 0 && retries < kRetries; ++retries) {
         const int cause = errno;
-        FRWK_WARN("write %s failed :%s, sleep 500ms\n", path,
+        FRWK_WARN(__func__, "write %s failed :%s, sleep 500ms\n", path,
                   std::strerror(cause));  // NOLINT(concurrency-mt-unsafe)
         frwk_sleep(kRetryPauseMs);
         result = attempt();
@@ -61,7 +61,8 @@ int32_t frwk_set_file_value(const char *path, const void *data, int32_t length) 
         uninterrupted([&] { return ::write(fd.get(), data, static_cast<size_t>(length)); }));
     if (written != length) {
         const int cause = errno;
-        FRWK_WARN("write %s fialed! ret is %d, value len is %d, errno is %d", path, written, length, cause);
+        FRWK_WARN(__func__, "write %s fialed! ret is %d, value len is %d, errno is %d", path, written, length,
+                  cause);
         return -1;
     }
     return 0;
@@ -81,7 +82,7 @@ int32_t frwk_get_file_value(const char *path, void *buffer, int32_t length) {
         uninterrupted([&] { return ::read(fd.get(), buffer, static_cast<size_t>(length)); }));
     if (taken <= 0) {
         const int cause = errno;
-        FRWK_WARN("read %s fialed! ret is %d, errno is %d", path, taken, cause);
+        FRWK_WARN(__func__, "read %s fialed! ret is %d, errno is %d", path, taken, cause);
         return -1;
     }
     return 0;

@@ -68,15 +68,15 @@ bool is_wanted(const Source &source, bool accounts) {
 }
 
 /* Writes the records of a backup. */
-apps_err_e_type frwk_dbrm_backup_process(std::FILE *out) {
+apps_err_e_type write_records(std::FILE *out) {
     const bool accounts = backs_up_accounts();
     for (const Source &source : kSources) {
         if (!is_wanted(source, accounts)) {
             continue;
         }
-        const apps_err_e_type ret = frwk_dbrm_backup_file(out, source.path, source.type);
+        const apps_err_e_type ret = backup::append_record(out, source.path, source.type);
         if (ret != E_APPS_ERR_SUCCESS) {
-            FRWK_WARN("backup file '%s' failed!", source.path);
+            FRWK_WARN(log_name::kDbrmBackupProcess, "backup file '%s' failed!", source.path);
             return ret;
         }
     }
@@ -95,48 +95,48 @@ uint64_t largest_body() {
 }
 
 /* Writes the body of a backup. */
-apps_err_e_type frwk_dbrm_backup_process(BackupTarget *target) {
+apps_err_e_type write_body(BackupTarget *target) {
     UniqueFile out = target->create(largest_body);
     if (!out) {
-        FRWK_WARN_ERRNO("create backup file error!");
+        FRWK_WARN_ERRNO(log_name::kDbrmBackupProcess, "create backup file error!");
         return E_APPS_ERR_IO;
     }
 
-    const apps_err_e_type ret = frwk_dbrm_backup_process(out.get());
+    const apps_err_e_type ret = write_records(out.get());
     if (ret != E_APPS_ERR_SUCCESS) {
         return ret;
     }
     if (!backup_io::finish(std::move(out))) {
-        FRWK_WARN_ERRNO("write backup target file error!");
+        FRWK_WARN_ERRNO(log_name::kDbrmBackupProcess, "write backup target file error!");
         return E_APPS_ERR_WRITE;
     }
     return E_APPS_ERR_SUCCESS;
 }
 
 /* Writes the complete backup and gives it its name. */
-apps_err_e_type frwk_dbrm_backup(BackupTarget *target) {
-    apps_err_e_type ret = frwk_dbrm_backup_process(target);
+apps_err_e_type make_backup(BackupTarget *target) {
+    apps_err_e_type ret = write_body(target);
     if (ret != E_APPS_ERR_SUCCESS) {
-        FRWK_WARN("backup process failed!");
+        FRWK_WARN(log_name::kDbrmBackup, "backup process failed!");
         return ret;
     }
-    frwk_dbrm_backup_check(target->path());
-    ret = frwk_dbrm_pack(target->path());
+    backup::check_body(target->path());
+    ret = backup::append_trailer(target->path());
     if (ret != E_APPS_ERR_SUCCESS) {
-        FRWK_WARN("backup compression failed!");
+        FRWK_WARN(log_name::kDbrmBackup, "backup compression failed!");
         return ret;
     }
 
     if (!zn_encrypt_file_ex(target->path())) {
-        FRWK_WARN("encrypt backup file failed!");
+        FRWK_WARN(log_name::kDbrmBackup, "encrypt backup file failed!");
         return E_APPS_ERR_INTERNAL;
     }
     if (!target->deliver()) {
-        FRWK_WARN_ERRNO("write backup target file error!");
+        FRWK_WARN_ERRNO(log_name::kDbrmBackup, "write backup target file error!");
         return E_APPS_ERR_WRITE;
     }
     if (!target->take_place()) {
-        FRWK_WARN_ERRNO("create backup file error!");
+        FRWK_WARN_ERRNO(log_name::kDbrmBackup, "create backup file error!");
         return E_APPS_ERR_IO;
     }
     return E_APPS_ERR_SUCCESS;
@@ -150,7 +150,7 @@ apps_err_e_type frwk_dbrm_backup(const char *path) {
     }
 
     BackupTarget target(path);
-    const apps_err_e_type ret = frwk_dbrm_backup(&target);
+    const apps_err_e_type ret = make_backup(&target);
     if (ret != E_APPS_ERR_SUCCESS) {
         target.remove_target();
     }

@@ -14,24 +14,21 @@ using backup_format::RecordHeaderBytes;
 
 namespace {
 
-/* The steps log with this name. */
-constexpr char kCheck[] = "frwk_dbrm_backup_check";
-
 void check_text(const RecordHeader &record, char *text) {
     const database_text::Stop stop = database_text::find_stop(text, record.length);
     if (stop.reason != nullptr) {
-        FRWK_WARN_AS(kCheck, "file '%s' line %u: %s, a restore stops there!", record.name, stop.line,
-                     stop.reason);
+        FRWK_WARN(log_name::kDbrmBackupCheck, "file '%s' line %u: %s, a restore stops there!", record.name,
+                  stop.line, stop.reason);
     }
 }
 
 }  // namespace
 
-void frwk_dbrm_backup_check(const char *path) {
+void backup::check_body(const char *path) {
     const UniqueFile file(std::fopen(path, "rbe"));
     RecordHeaderBytes bytes;
     if (!file || !backup_io::read_all(file.get(), bytes.data(), bytes.size())) {
-        FRWK_WARN_ERRNO("check backup file error!");
+        FRWK_WARN_ERRNO(log_name::kDbrmBackupCheck, "check backup file error!");
         return;
     }
 
@@ -39,11 +36,11 @@ void frwk_dbrm_backup_check(const char *path) {
     OwnedBlock text;
     switch (backup_io::read_text(file.get(), record.length, &text)) {
         case backup_io::Text::kNoMemory:
-            FRWK_WARN("file '%s' has %u bytes, there is no memory to check them!", record.name,
-                      record.length);
+            FRWK_WARN(log_name::kDbrmBackupCheck, "file '%s' has %u bytes, there is no memory to check them!",
+                      record.name, record.length);
             return;
         case backup_io::Text::kShortRead:
-            FRWK_WARN_ERRNO("check backup file error!");
+            FRWK_WARN_ERRNO(log_name::kDbrmBackupCheck, "check backup file error!");
             return;
         case backup_io::Text::kAll:
             check_text(record, static_cast<char *>(text.get()));

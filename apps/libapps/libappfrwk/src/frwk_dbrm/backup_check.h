@@ -3,10 +3,14 @@
  */
 #pragma once
 
+namespace backup {
+
 /*
  * Warns if a restore would stop within the database's text, at the beginning of the body, and lose the lines
  * after that. Also logs a body that can't be read. Never fails the backup.
  *
  * path: the finished body.
  */
-void frwk_dbrm_backup_check(const char *path);
+void check_body(const char *path);
+
+}  // namespace backup

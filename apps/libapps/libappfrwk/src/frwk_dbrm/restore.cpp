@@ -10,7 +10,7 @@
 
 #include "cipher.h"
 #include "frwk_dbrm.h"
-#include "frwk_dbrm/files/upload.h"
+#include "frwk_dbrm/files/backup_file.h"
 #include "frwk_dbrm/format/backup_format.h"
 #include "frwk_dbrm/format/backup_io.h"
 #include "frwk_dbrm/format/backup_trailer.h"
@@ -23,21 +23,18 @@ using backup_format::RecordHeaderBytes;
 
 namespace {
 
-/* The steps of the record walk log with this name. */
-constexpr char kProcess[] = "frwk_dbrm_restore_process";
-
 apps_err_e_type restore_file(std::FILE *file, const RecordHeader &record) {
-    const apps_err_e_type ret = frwk_dbrm_restore_file(file, record);
+    const apps_err_e_type ret = backup::restore_file(file, record);
     if (ret != E_APPS_ERR_SUCCESS) {
-        FRWK_WARN_AS(kProcess, "restore file '%s' failed!", record.name);
+        FRWK_WARN(log_name::kDbrmRestoreProcess, "restore file '%s' failed!", record.name);
     }
     return ret;
 }
 
 apps_err_e_type restore_db(std::FILE *file, const RecordHeader &record) {
-    const apps_err_e_type ret = frwk_dbrm_restore_db(file, record);
+    const apps_err_e_type ret = backup::restore_database(file, record);
     if (ret != E_APPS_ERR_SUCCESS) {
-        FRWK_WARN_AS(kProcess, "restore db '%s' failed!", record.name);
+        FRWK_WARN(log_name::kDbrmRestoreProcess, "restore db '%s' failed!", record.name);
     }
     return ret;
 }
@@ -45,11 +42,11 @@ apps_err_e_type restore_db(std::FILE *file, const RecordHeader &record) {
 /* Restores one record. A name without a NUL is malformed. */
 apps_err_e_type restore_record(std::FILE *file, RecordHeader *record) {
     if (record->type != FRWK_DBRM_DATA_FILE && record->type != FRWK_DBRM_DATA_DB) {
-        FRWK_WARN_AS(kProcess, "invalid data type=%u!", record->type);
+        FRWK_WARN(log_name::kDbrmRestoreProcess, "invalid data type=%u!", record->type);
         return E_APPS_ERR_FORMAT;
     }
     if (!backup_format::terminate_name(record)) {
-        FRWK_WARN_AS(kProcess, "invalid data name '%s'!", record->name);
+        FRWK_WARN(log_name::kDbrmRestoreProcess, "invalid data name '%s'!", record->name);
         return E_APPS_ERR_FORMAT;
     }
     return record->type == FRWK_DBRM_DATA_FILE ? restore_file(file, *record) : restore_db(file, *record);
@@ -60,7 +57,7 @@ apps_err_e_type restore_records(std::FILE *file, uint64_t remaining) {
     while (remaining != 0) {
         RecordHeaderBytes bytes;
         if (!backup_io::read_all(file, bytes.data(), bytes.size())) {
-            FRWK_WARN_ERRNO_AS(kProcess, "read data hdr error!");
+            FRWK_WARN_ERRNO(log_name::kDbrmRestoreProcess, "read data hdr error!");
             return E_APPS_ERR_READ;
         }
         RecordHeader record = backup_format::record_header_from(bytes);
@@ -76,48 +73,48 @@ apps_err_e_type restore_records(std::FILE *file, uint64_t remaining) {
 apps_err_e_type restore_all_records(std::FILE *file) {
     const std::optional<uint64_t> size = backup_io::seek_to_end(file);
     if (!size || std::fseek(file, 0, SEEK_SET) != 0) {
-        FRWK_WARN_ERRNO_AS(kProcess, "read data hdr error!");
+        FRWK_WARN_ERRNO(log_name::kDbrmRestoreProcess, "read data hdr error!");
         return E_APPS_ERR_READ;
     }
     return restore_records(file, *size);
 }
 
 /* Restores all records of a checked body, and removes the file. */
-apps_err_e_type frwk_dbrm_restore_process(Upload *upload) {
-    UniqueFile file(std::fopen(upload->file(), "rbe"));
+apps_err_e_type restore_body(BackupFile *source) {
+    UniqueFile file(std::fopen(source->file(), "rbe"));
     if (!file) {
-        FRWK_WARN_ERRNO("open restore file error!");
+        FRWK_WARN_ERRNO(log_name::kDbrmRestoreProcess, "open restore file error!");
         return E_APPS_ERR_IO;
     }
 
     const apps_err_e_type ret = restore_all_records(file.get());
     file.reset();
     ::sync(); /* the names of files and new folders must be on the disk before the backup is removed */
-    upload->remove();
+    source->remove();
     return ret;
 }
 
 /* Decrypts and checks a backup, and replaces the configuration with it. */
-apps_err_e_type frwk_dbrm_restore(Upload *upload) {
-    if (!zn_decrypt_file_ex(upload->file())) {
-        upload->refuse();
-        FRWK_WARN("decrypt restore file error!");
+apps_err_e_type restore_from(BackupFile *source) {
+    if (!zn_decrypt_file_ex(source->file())) {
+        source->refuse();
+        FRWK_WARN(log_name::kDbrmRestore, "decrypt restore file error!");
         return E_APPS_ERR_INTERNAL;
     }
 
-    apps_err_e_type ret = frwk_dbrm_unpack(upload->file());
+    apps_err_e_type ret = backup::strip_trailer(source->file());
     if (ret != E_APPS_ERR_SUCCESS) {
-        FRWK_WARN("decompression failed!");
+        FRWK_WARN(log_name::kDbrmRestore, "decompression failed!");
         return ret;
     }
     if (zndb_reset() != E_ZNDB_RET_SUCCESS || zndb_save() != E_ZNDB_RET_SUCCESS) {
-        FRWK_WARN("zndb reset user data failed!");
+        FRWK_WARN(log_name::kDbrmRestore, "zndb reset user data failed!");
         return E_APPS_ERR_INTERNAL;
     }
 
-    ret = frwk_dbrm_restore_process(upload);
+    ret = restore_body(source);
     if (ret != E_APPS_ERR_SUCCESS) {
-        FRWK_WARN("restore process failed!");
+        FRWK_WARN(log_name::kDbrmRestore, "restore process failed!");
     }
     return ret;
 }
@@ -129,10 +126,10 @@ apps_err_e_type frwk_dbrm_restore(const char *path) {
         return E_APPS_ERR_PARAM;
     }
 
-    Upload upload(path);
-    if (!upload.open()) {
-        FRWK_WARN_ERRNO("decrypt restore file error!");
+    BackupFile source(path);
+    if (!source.open()) {
+        FRWK_WARN_ERRNO(__func__, "decrypt restore file error!");
         return E_APPS_ERR_INTERNAL;
     }
-    return frwk_dbrm_restore(&upload);
+    return restore_from(&source);
 }

@@ -18,11 +18,11 @@ namespace {
 template <size_t kSize>
 bool is_host(const char (&field)[kSize]) {
     if (std::memchr(field, '\0', kSize) == nullptr) {
-        FRWK_WARN("invalid domain value=%.*s...", static_cast<int>(kSize), field);
+        FRWK_WARN(__func__, "invalid domain value=%.*s...", static_cast<int>(kSize), field);
         return false;
     }
     if (field[0] == '-') {
-        FRWK_WARN("invalid domain value=%s", field);
+        FRWK_WARN(__func__, "invalid domain value=%s", field);
         return false;
     }
     return frwk_domain_check(field) != 0;
@@ -115,7 +115,7 @@ const char *diag_name(int32_t type) {
 
 bool add_diag_command(int32_t type, const frwk_diag_req &req, const char *path, DiagCommand *command) {
     if (!kKinds[type].add_tool(req, command)) {
-        FRWK_WARN("encode %s failed!", diag_name(type));
+        FRWK_WARN(__func__, "encode %s failed!", diag_name(type));
         return false;
     }
     return command->add(" > ").add_word(path).add(" 2>&1").complete();

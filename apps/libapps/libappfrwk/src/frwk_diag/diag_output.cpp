@@ -60,7 +60,7 @@ void mark_stopped_output(int output) {
         return;
     }
     if (!is_known || !write_that_it_stopped(output)) {
-        FRWK_WARN_ERRNO_AS("frwk_diag_exec", "mark a stopped diag output error!");
+        FRWK_WARN_ERRNO(log_name::kDiagExec, "mark a stopped diag output error!");
     }
 }
 

@@ -57,7 +57,7 @@ std::optional<uint32_t> file_size(std::FILE *file) {
 }
 
 apps_err_e_type refuse_output() {
-    FRWK_WARN_ERRNO_AS("read_output", "read nslookup log file error");
+    FRWK_WARN_ERRNO(log_name::kDiagReadOutput, "read nslookup log file error");
     return E_APPS_ERR_IO;
 }
 
@@ -69,7 +69,7 @@ apps_err_e_type read_output(frwk_diag_ctx *ctx) {
     const uint32_t size = *found;
     const uint32_t room = std::max(size, 1u); /* a base library may allocate no NUL for an empty buffer */
     if (zn_bf_grow(&ctx->buf, room) == 0) {
-        FRWK_WARN("grow buffer failed!");
+        FRWK_WARN(__func__, "grow buffer failed!");
         return E_APPS_ERR_MALLOC;
     }
     errno = 0;
@@ -85,14 +85,14 @@ apps_err_e_type read_output(frwk_diag_ctx *ctx) {
 
 uint32_t frwk_diag_init(frwk_diag_ctx *ctx) {
     if (ctx == nullptr) {
-        FRWK_WARN("invalid parameter!");
+        FRWK_WARN(__func__, "invalid parameter!");
         return 0;
     }
 
     ctx->fp = nullptr;
     std::memset(ctx->path, 0, sizeof(ctx->path));
     if (zn_bf_init(&ctx->buf, 0) == 0) {
-        FRWK_WARN("init buffer failed!");
+        FRWK_WARN(__func__, "init buffer failed!");
         return 0;
     }
     return 1;
@@ -100,12 +100,12 @@ uint32_t frwk_diag_init(frwk_diag_ctx *ctx) {
 
 apps_err_e_type frwk_diag_exec(int32_t type, const frwk_diag_req *req, frwk_diag_ctx *ctx) {
     if (req == nullptr || ctx == nullptr) {
-        FRWK_WARN("Parameter is null!");
+        FRWK_WARN(__func__, "Parameter is null!");
         return E_APPS_ERR_PARAM;
     }
     const char *name = diag_name(type);
     if (name == nullptr) {
-        FRWK_WARN("invalid diag type=%d!", type);
+        FRWK_WARN(__func__, "invalid diag type=%d!", type);
         return E_APPS_ERR_PARAM;
     }
 
@@ -124,7 +124,7 @@ apps_err_e_type frwk_diag_exec(int32_t type, const frwk_diag_req *req, frwk_diag
     }
     ctx->fp = open_diag_output(std::move(output), ctx->path).take();
     if (ctx->fp == nullptr) {
-        FRWK_WARN_ERRNO("open diag log file error!");
+        FRWK_WARN_ERRNO(__func__, "open diag log file error!");
         return E_APPS_ERR_IO;
     }
     return read_output(ctx);

@@ -34,7 +34,7 @@ int look_at(int fd, const char *path, int flags, mode_t mode, Planted planted) {
     }
     if (is_planted(path, found, FolderOwner::kTrusted)) {
         if (planted == Planted::kRefuse) {
-            FRWK_WARN("%s is not ours (owner %u, mode %04o): refused", path, found.st_uid,
+            FRWK_WARN(__func__, "%s is not ours (owner %u, mode %04o): refused", path, found.st_uid,
                       found.st_mode & kRights);
         }
         return EPERM;

@@ -49,7 +49,7 @@ void warn_of_others(const char *path) {
         return;
     }
     if ((found.st_mode & kOthersWrite) != 0 || !is_trusted_owner(found.st_uid)) {
-        FRWK_WARN("others can write the working folder %s: owner %u, mode %04o", path, found.st_uid,
+        FRWK_WARN(__func__, "others can write the working folder %s: owner %u, mode %04o", path, found.st_uid,
                   found.st_mode & kRights);
     }
 }
@@ -69,10 +69,10 @@ void close_folder(const char *path, bool made) {
         return;
     }
     if (::fchmod(fd.get(), wanted) != 0) {
-        FRWK_WARN_ERRNO("close working folder error!");
+        FRWK_WARN_ERRNO(__func__, "close working folder error!");
     } else if (!made) {
-        FRWK_WARN("others could write the working folder %s, mode %04o: now it is %04o", path, present,
-                  wanted);
+        FRWK_WARN(__func__, "others could write the working folder %s, mode %04o: now it is %04o", path,
+                  present, wanted);
     }
 }
 

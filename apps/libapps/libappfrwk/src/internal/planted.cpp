@@ -59,10 +59,10 @@ bool set_aside_planted(const char *path, FolderOwner folder_owner) {
         (void)std::snprintf(text, sizeof(text),
                             "%s is not ours (owner %u, mode %04o) and can't be set aside!", path, owner,
                             mode);
-        FRWK_WARN_ERRNO(text);
+        FRWK_WARN_ERRNO(__func__, text);
         return false;
     }
-    FRWK_WARN("%s was not ours (owner %u, mode %04o): set aside as %s", path, owner, mode, aside);
+    FRWK_WARN(__func__, "%s was not ours (owner %u, mode %04o): set aside as %s", path, owner, mode, aside);
     return true;
 }
 

@@ -18,7 +18,7 @@
 inline int32_t run_shell(const char *command) {
     const int32_t status = os_system(command);
     if (status == -1) {
-        FRWK_WARN("'%s' failed, status=%d", command, status);
+        FRWK_WARN(__func__, "'%s' failed, status=%d", command, status);
     }
     return status;
 }
@@ -39,7 +39,7 @@ inline bool run_on_path(const char *verb, const char *path) {
     ShellCommand<512> command;
     command.add("%s ", verb).add_word(path);
     if (!command.complete()) {
-        FRWK_WARN("'%s' not run: the path is too long", verb);
+        FRWK_WARN(__func__, "'%s' not run: the path is too long", verb);
         return false;
     }
     (void)run_shell(command.text());

@@ -38,18 +38,18 @@ class AnswerWaitTest : public IpcRequestTest {
     void peer_writes_at(int64_t ms) {
         time_.at(ms, [this] { write_bytes(pair_.test(), pattern(1)); });
     }
-    IpcWaited wait() { return wait_.wait(pair_.subject(), POLLIN, 0); }
+    ipc::Waited wait() { return wait_.wait(pair_.subject(), POLLIN, 0); }
 
     FakeTime time_;
     SocketPair pair_;
-    AnswerWait wait_{kName, kWlan, 5001};
+    ipc::AnswerWait wait_{kName, kWlan, 5001};
 };
 
 }  // namespace
 
 TEST_F(AnswerWaitTest, SaysSoAfterFiveSecondsAndEachTimeTheyHaveDoubled) {
     peer_writes_at(45000);
-    EXPECT_EQ(wait(), IpcWaited::kReady);
+    EXPECT_EQ(wait(), ipc::Waited::kReady);
     EXPECT_EQ(said(), (std::vector<unsigned>{5, 10, 20, 40}));
     EXPECT_TRUE(logged_once(log_, kWarningLevel, kName, notice(5)));
     EXPECT_TRUE(logged_once(log_, kWarningLevel, kName, notice(40)));
@@ -58,13 +58,13 @@ TEST_F(AnswerWaitTest, SaysSoAfterFiveSecondsAndEachTimeTheyHaveDoubled) {
 
 TEST_F(AnswerWaitTest, SaysNothingOfAnAnswerThatComesInTime) {
     peer_writes_at(4999);
-    EXPECT_EQ(wait(), IpcWaited::kReady);
+    EXPECT_EQ(wait(), ipc::Waited::kReady);
     EXPECT_EQ(log_.text(), "");
 }
 
 TEST_F(AnswerWaitTest, ReadsTheClockOnceForAnAnswerThatComesInTime) {
     peer_writes_at(10);
-    EXPECT_EQ(wait(), IpcWaited::kReady);
+    EXPECT_EQ(wait(), ipc::Waited::kReady);
     EXPECT_EQ(libc::clock_gettime.calls(), 1u);
     EXPECT_EQ(libc::poll.calls(), 1u);
 }
@@ -72,10 +72,10 @@ TEST_F(AnswerWaitTest, ReadsTheClockOnceForAnAnswerThatComesInTime) {
 TEST_F(AnswerWaitTest, CountsAllWaitsOfAMessageTogether) {
     peer_writes_at(3000);
     peer_writes_at(6000);
-    EXPECT_EQ(wait(), IpcWaited::kReady);
+    EXPECT_EQ(wait(), ipc::Waited::kReady);
     read_bytes(pair_.test(), 0);
     read_bytes(pair_.subject(), 1);
-    EXPECT_EQ(wait(), IpcWaited::kReady);
+    EXPECT_EQ(wait(), ipc::Waited::kReady);
     EXPECT_EQ(said(), std::vector<unsigned>{5});
     EXPECT_EQ(time_.limits(), (std::vector<int>{5000, 2000, 5000}));
 }
@@ -84,7 +84,7 @@ TEST_F(AnswerWaitTest, ASignalNeitherEndsTheWaitNorStartsTheClockAnew) {
     time_.signal_each(4000);
     time_.at(4000, [this] { time_.signal_each(0); });
     peer_writes_at(6000);
-    EXPECT_EQ(wait(), IpcWaited::kReady);
+    EXPECT_EQ(wait(), ipc::Waited::kReady);
     EXPECT_EQ(said(), std::vector<unsigned>{5});
     EXPECT_EQ(time_.limits(), (std::vector<int>{5000, 1000, 5000}));
 }
@@ -92,7 +92,7 @@ TEST_F(AnswerWaitTest, ASignalNeitherEndsTheWaitNorStartsTheClockAnew) {
 TEST_F(AnswerWaitTest, AStormOfSignalsNeitherEndsTheWaitNorStartsTheClockAnew) {
     time_.signal_each(1);
     peer_writes_at(21000);
-    EXPECT_EQ(wait(), IpcWaited::kReady);
+    EXPECT_EQ(wait(), ipc::Waited::kReady);
     EXPECT_EQ(said(), (std::vector<unsigned>{5, 10, 20}));
     EXPECT_GE(time_.limits().size(), 20000u);
 }
@@ -102,15 +102,15 @@ TEST_F(AnswerWaitTest, ReportsAWaitThatFails) {
         errno = ENOMEM;
         return -1;
     });
-    EXPECT_EQ(wait(), IpcWaited::kFailed);
+    EXPECT_EQ(wait(), ipc::Waited::kFailed);
     EXPECT_EQ(errno, ENOMEM);
     EXPECT_EQ(log_.text(), "");
 }
 
 TEST_F(AnswerWaitTest, NamesAnEmptySlotUnknown) {
-    AnswerWait nobody(kName, 40, -7);
+    ipc::AnswerWait nobody(kName, 40, -7);
     peer_writes_at(6000);
-    EXPECT_EQ(nobody.wait(pair_.subject(), POLLIN, 0), IpcWaited::kReady);
+    EXPECT_EQ(nobody.wait(pair_.subject(), POLLIN, 0), ipc::Waited::kReady);
     EXPECT_EQ(log_.count("still waiting for [unknown]::["), 1u) << log_.text();
 }
 

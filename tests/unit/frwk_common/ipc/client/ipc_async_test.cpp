@@ -161,7 +161,7 @@ class IpcOwnMessageTest : public IpcRequestTest {
 TEST_F(IpcOwnMessageTest, IsHandledOnAThreadOfItsOwn) {
     EXPECT_EQ(tell(kSelf, text_bytes("hello"), 33), 15);
     EXPECT_EQ(TestHandler::calls().size(), 0u);
-    EXPECT_EQ(entry_, frwk_ipc_msg_async_handle);
+    EXPECT_EQ(entry_, ipc::dispatch_own_message);
     EXPECT_TRUE(default_attributes_);
 
     entry_(argument_);

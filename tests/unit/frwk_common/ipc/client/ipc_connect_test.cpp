@@ -1,7 +1,7 @@
 /*
  * Opening a connection to a module: present, absent, slow or with a full queue.
  */
-#include "frwk_common/ipc/transport/ipc_transport.h"
+#include "frwk_common/ipc/transport/ipc_connection.h"
 
 #include <fcntl.h>
 #include <poll.h>
@@ -20,6 +20,8 @@
 #include "unit/frwk_common/module_fixture.h"
 
 namespace libc = doubles::libc;
+
+using ipc::Connection;
 
 namespace {
 
@@ -61,7 +63,7 @@ class IpcConnectTest : public ModuleTest {
     void expect_no_wait_at_a_full_queue() {
         connect_fails_with(EAGAIN);
         const size_t before = open_descriptors();
-        EXPECT_EQ(frwk_ipc_connect(kWlan, 3600), -1);
+        EXPECT_FALSE(Connection::open(kWlan, 3600));
         EXPECT_EQ(open_descriptors(), before);
         EXPECT_EQ(libc::connect.calls(), 2u);
         EXPECT_EQ(log_.text(), "");
@@ -94,31 +96,29 @@ void close_all(const std::vector<int> &fds) {
 TEST_F(IpcConnectTest, ReachesTheModulesListener) {
     const TestListener wlan("wlan");
     ASSERT_TRUE(wlan.ok());
-    const int fd = frwk_ipc_connect(kWlan, 3);
-    ASSERT_GE(fd, 0) << log_.text();
+    const Connection connection = Connection::open(kWlan, 3);
+    ASSERT_TRUE(connection) << log_.text();
     const int peer = wlan.accept();
-    EXPECT_TRUE(write_bytes(fd, text_bytes("hello")));
+    EXPECT_TRUE(write_bytes(connection.fd(), text_bytes("hello")));
     EXPECT_EQ(read_bytes(peer, 5), text_bytes("hello"));
     EXPECT_EQ(log_.text(), "");
-    close_all({fd, peer});
+    (void)close(peer);
 }
 
 TEST_F(IpcConnectTest, NeedsNoCallBesideSocketAndConnect) {
     const TestListener wlan("wlan");
     libc::fcntl.forget_calls();
     libc::setsockopt.forget_calls();
-    const int fd = frwk_ipc_connect(kWlan, 3);
+    const Connection connection = Connection::open(kWlan, 3);
     EXPECT_EQ(libc::fcntl.calls() + libc::setsockopt.calls() + libc::poll.calls(), 0u);
-    EXPECT_GE(fd, 0);
-    (void)close(fd);
+    EXPECT_TRUE(connection);
 }
 
 TEST_F(IpcConnectTest, ReturnsADescriptorThatIsClosedOnExec) {
     const TestListener wlan("wlan");
-    const int fd = frwk_ipc_connect(kWlan, 3);
-    ASSERT_GE(fd, 0);
-    EXPECT_EQ(fcntl(fd, F_GETFD) & FD_CLOEXEC, FD_CLOEXEC);
-    (void)close(fd);
+    const Connection connection = Connection::open(kWlan, 3);
+    ASSERT_TRUE(connection);
+    EXPECT_EQ(fcntl(connection.fd(), F_GETFD) & FD_CLOEXEC, FD_CLOEXEC);
 }
 
 TEST_F(IpcConnectTest, HandsOverTheWholeAddress) {
@@ -130,11 +130,10 @@ TEST_F(IpcConnectTest, HandsOverTheWholeAddress) {
         path = reinterpret_cast<const sockaddr_un *>(address)->sun_path;
         return libc::connect.real(fd, address, size);
     });
-    const int fd = frwk_ipc_connect(kWlan, 3);
-    EXPECT_GE(fd, 0);
+    const Connection connection = Connection::open(kWlan, 3);
+    EXPECT_TRUE(connection);
     EXPECT_EQ(length, 110u);
     EXPECT_EQ(path, "/tmp/m_tmp/ipc/wlan");
-    (void)close(fd);
 }
 
 TEST_F(IpcConnectTest, ReportsASocketThatCanNotBeMade) {
@@ -142,14 +141,14 @@ TEST_F(IpcConnectTest, ReportsASocketThatCanNotBeMade) {
         errno = ENFILE;
         return -1;
     });
-    EXPECT_EQ(frwk_ipc_connect(kWlan, 3), -1);
+    EXPECT_FALSE(Connection::open(kWlan, 3));
     EXPECT_TRUE(logged_once(log_, kWarningLevel, with_errno("socket create error!", ENFILE)));
     EXPECT_EQ(libc::connect.calls(), 0u);
 }
 
 TEST_F(IpcConnectTest, FailsAtOnceAndSilentlyWhenTheModuleNeverRan) {
     (void)unlink("/tmp/m_tmp/ipc/wlan");
-    EXPECT_EQ(frwk_ipc_connect(kWlan, 3600), -1);
+    EXPECT_FALSE(Connection::open(kWlan, 3600));
     EXPECT_EQ(libc::poll.calls(), 0u);
     EXPECT_EQ(log_.text(), "");
 }
@@ -157,7 +156,7 @@ TEST_F(IpcConnectTest, FailsAtOnceAndSilentlyWhenTheModuleNeverRan) {
 TEST_F(IpcConnectTest, FailsAtOnceAndSilentlyWhenTheModuleEnded) {
     TestListener wlan("wlan");
     wlan.stop();
-    EXPECT_EQ(frwk_ipc_connect(kWlan, 3600), -1);
+    EXPECT_FALSE(Connection::open(kWlan, 3600));
     EXPECT_EQ(libc::poll.calls(), 0u);
     EXPECT_EQ(log_.text(), "");
 }
@@ -165,7 +164,7 @@ TEST_F(IpcConnectTest, FailsAtOnceAndSilentlyWhenTheModuleEnded) {
 TEST_F(IpcConnectTest, FailsAtOnceOnAnyOtherError) {
     for (const int error : {ENOENT, ECONNREFUSED, EACCES, EPROTOTYPE, ENOTSOCK}) {
         connect_fails_with(error);
-        EXPECT_EQ(frwk_ipc_connect(kWlan, 3600), -1) << error;
+        EXPECT_FALSE(Connection::open(kWlan, 3600)) << error;
         EXPECT_FALSE(is_open(made_)) << error;
     }
     EXPECT_EQ(libc::poll.calls(), 0u);
@@ -173,24 +172,23 @@ TEST_F(IpcConnectTest, FailsAtOnceOnAnyOtherError) {
 }
 
 TEST_F(IpcConnectTest, FailsForAnEmptySlot) {
-    EXPECT_EQ(frwk_ipc_connect(40, 3), -1);
+    EXPECT_FALSE(Connection::open(40, 3));
 }
 
 TEST_F(IpcConnectTest, WaitsForAConnectInProgress) {
     connect_fails_with(EINPROGRESS);
     wait_gives(1);
-    const int fd = frwk_ipc_connect(kWlan, 7);
-    EXPECT_EQ(fd, made_);
+    const Connection connection = Connection::open(kWlan, 7);
+    EXPECT_EQ(connection.fd(), made_);
     EXPECT_EQ(wait_limit_, 7000);
     EXPECT_EQ(waited_events_, POLLOUT);
     EXPECT_EQ(waited_count_, 1u);
-    (void)close(fd);
 }
 
 TEST_F(IpcConnectTest, GivesUpAConnectThatIsStillInProgressAtTheLimit) {
     connect_fails_with(EINPROGRESS);
     wait_gives(0);
-    EXPECT_EQ(frwk_ipc_connect(kWlan, 1), -1);
+    EXPECT_FALSE(Connection::open(kWlan, 1));
     EXPECT_FALSE(is_open(made_));
     EXPECT_EQ(log_.text(), "");
 }
@@ -198,28 +196,28 @@ TEST_F(IpcConnectTest, GivesUpAConnectThatIsStillInProgressAtTheLimit) {
 TEST_F(IpcConnectTest, GivesUpWhenTheWaitFails) {
     connect_fails_with(EINPROGRESS);
     wait_gives(-1, EINTR);
-    EXPECT_EQ(frwk_ipc_connect(kWlan, 1), -1);
+    EXPECT_FALSE(Connection::open(kWlan, 1));
     EXPECT_FALSE(is_open(made_));
 }
 
 TEST_F(IpcConnectTest, TriesAConnectInProgressOnceWithoutALimit) {
     connect_fails_with(EINPROGRESS);
     wait_gives(0);
-    EXPECT_EQ(frwk_ipc_connect(kWlan, 0), -1);
+    EXPECT_FALSE(Connection::open(kWlan, 0));
     EXPECT_EQ(wait_limit_, 0);
 }
 
 TEST_F(IpcConnectTest, WaitsAsLongAsItCanForAHugeLimit) {
     connect_fails_with(EINPROGRESS);
     wait_gives(0);
-    EXPECT_EQ(frwk_ipc_connect(kWlan, UINT32_MAX), -1);
+    EXPECT_FALSE(Connection::open(kWlan, UINT32_MAX));
     EXPECT_GE(wait_limit_, INT32_MAX / 1000 * 1000);
 }
 
 TEST_F(IpcConnectTest, TriesAFullQueueOnceWithoutALimit) {
     const TestListener wlan("wlan", 0);
     const std::vector<int> queued = fill_queue("wlan");
-    EXPECT_EQ(frwk_ipc_connect(kWlan, 0), -1);
+    EXPECT_FALSE(Connection::open(kWlan, 0));
     EXPECT_EQ(libc::sched_yield.calls(), 0u);
     EXPECT_EQ(log_.text(), "");
     close_all(queued);
@@ -229,7 +227,7 @@ TEST_F(IpcConnectTest, WaitsAtAFullQueueUpToTheLimit) {
     const TestListener wlan("wlan", 0);
     const std::vector<int> queued = fill_queue("wlan");
     const auto start = Clock::now();
-    EXPECT_EQ(frwk_ipc_connect(kWlan, 1), -1);
+    EXPECT_FALSE(Connection::open(kWlan, 1));
     EXPECT_GE(Clock::now() - start, std::chrono::milliseconds(900));
     close_all(queued);
 }
@@ -244,11 +242,10 @@ TEST_F(IpcConnectTest, TakesItsPlaceInAFullQueueWhenOneGetsFree) {
         }
         (void)close(wlan.accept());
     });
-    const int fd = frwk_ipc_connect(kWlan, kPeerLimitSeconds);
-    EXPECT_GE(fd, 0);
+    const Connection connection = Connection::open(kWlan, kPeerLimitSeconds);
+    EXPECT_TRUE(connection);
     receiver.join();
     close_all(queued);
-    (void)close(fd);
 }
 
 TEST_F(IpcConnectTest, GivesAReceiverWithAFullQueueItsTurnBeforeItWaits) {
@@ -259,11 +256,10 @@ TEST_F(IpcConnectTest, GivesAReceiverWithAFullQueueItsTurnBeforeItWaits) {
         (void)close(wlan.accept());
         return 0;
     });
-    const int fd = frwk_ipc_connect(kWlan, kPeerLimitSeconds);
-    EXPECT_GE(fd, 0);
+    const Connection connection = Connection::open(kWlan, kPeerLimitSeconds);
+    EXPECT_TRUE(connection);
     EXPECT_EQ(libc::connect.calls(), 2u);
     close_all(queued);
-    (void)close(fd);
 }
 
 TEST_F(IpcConnectTest, WaitsAtAFullQueueForTheRestOfTheLimitAfterASignal) {
@@ -282,12 +278,11 @@ TEST_F(IpcConnectTest, WaitsAtAFullQueueForTheRestOfTheLimitAfterASignal) {
         limits.push_back(std::chrono::seconds(limit->tv_sec) + std::chrono::microseconds(limit->tv_usec));
         return libc::setsockopt.real(fd, level, name, value, size);
     });
-    const int fd = frwk_ipc_connect(kWlan, kPeerLimitSeconds);
-    EXPECT_GE(fd, 0) << log_.text();
+    const Connection connection = Connection::open(kWlan, kPeerLimitSeconds);
+    EXPECT_TRUE(connection) << log_.text();
     ASSERT_EQ(limits.size(), 2u);
     EXPECT_LE(limits[0], std::chrono::seconds(kPeerLimitSeconds));
     EXPECT_LE(limits[1], limits[0] - std::chrono::milliseconds(1));
-    (void)close(fd);
 }
 
 TEST_F(IpcConnectTest, GivesUpAFullQueueWhenTheSocketCanNotBeMadeToWait) {
@@ -310,7 +305,7 @@ TEST_F(IpcConnectTest, LeaksNoDescriptorInAThousandFailures) {
     (void)unlink("/tmp/m_tmp/ipc/wlan");
     const size_t before = open_descriptors();
     for (int i = 0; i < 1000; ++i) {
-        EXPECT_EQ(frwk_ipc_connect(kWlan, 3), -1);
+        EXPECT_FALSE(Connection::open(kWlan, 3));
     }
     EXPECT_EQ(open_descriptors(), before);
 }

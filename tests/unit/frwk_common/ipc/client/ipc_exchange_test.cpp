@@ -16,7 +16,7 @@
 #include "support/child.h"
 #include "unit/frwk_common/io_faults.h"
 #include "unit/frwk_common/ipc/server/service_fixture.h"
-#include "unit/frwk_common/ipc/test_peer.h"
+#include "unit/frwk_common/ipc/test_connection.h"
 
 namespace base = doubles::base;
 namespace libc = doubles::libc;
@@ -33,8 +33,7 @@ class IpcExchangeTest : public IpcServiceTest {
         return serve_what_is_there();
     }
     Bytes serve_what_is_there() {
-        frwk_ipc_handle(pair_.subject());
-        pair_.close_subject();
+        serve_request(pair_);
         return read_to_end(pair_.test());
     }
     /* Lets no wait last: a silent sender runs into the limit at once. Notes the limits. */
@@ -99,7 +98,7 @@ TEST_F(IpcExchangeTest, GivesTheHandlerABufferOfZerosWhateverTheAllocatorLeaves)
             write_bytes(pair.test(), request(size));
             read_bytes(pair.test(), size + 8);
         });
-        frwk_ipc_handle(pair.subject());
+        serve_request(pair);
         sender.join();
         ASSERT_EQ(TestHandler::calls().size(), 1u);
         EXPECT_EQ(TestHandler::calls()[0].rsp_before, zeros(size));
@@ -121,7 +120,7 @@ TEST_F(IpcExchangeTest, HasNoDataForALengthOfZeroOrLess) {
         SocketPair pair;
         TestHandler::reset();
         write_bytes(pair.test(), words({5, 3001, 0, 3, 4, length}));
-        frwk_ipc_handle(pair.subject());
+        serve_request(pair);
         EXPECT_EQ(read_bytes(pair.test(), 12), words({0, 4, 0})) << length;
         ASSERT_EQ(TestHandler::calls().size(), 1u);
         EXPECT_FALSE(TestHandler::calls()[0].has_data);
@@ -228,7 +227,7 @@ TEST_F(IpcExchangeTest, AnswersWith2WhenNoHandlerComesInTime) {
 TEST_F(IpcExchangeTest, ExitMessageEndsTheProcessWithoutAnAnswer) {
     const ChildEnd end = run_in_child([this] {
         write_bytes(pair_.test(), words({5, 1, 0, 3, 4, 0}));
-        frwk_ipc_handle(pair_.subject());
+        serve_request(pair_);
         return std::string("came back");
     });
     EXPECT_EQ(end.status, 0);
@@ -301,8 +300,7 @@ TEST_F(IpcExchangeTest, DropsABodyThatIsCutShort) {
         log_.clear();
         write_bytes(pair.test(), slice(request(4, pattern(size)), 0, 24 + size - 1));
         pair.end_input();
-        frwk_ipc_handle(pair.subject());
-        pair.close_subject();
+        serve_request(pair);
         EXPECT_EQ(read_to_end(pair.test()), Bytes()) << size;
         EXPECT_TRUE(logged_once(log_, kWarningLevel, "ipc recv body error!"));
     }
@@ -352,8 +350,7 @@ TEST_F(IpcExchangeTest, TakesAnAnswerSizeThatWrapsForNoMemory) {
         SocketPair pair;
         log_.clear();
         write_bytes(pair.test(), request(size));
-        frwk_ipc_handle(pair.subject());
-        pair.close_subject();
+        serve_request(pair);
         EXPECT_EQ(read_to_end(pair.test()), Bytes()) << size;
         EXPECT_TRUE(logged_once(log_, kWarningLevel, "alloc for ipc rsp error!"));
     }
@@ -365,8 +362,7 @@ TEST_F(IpcExchangeTest, RefusesAnAnswerOfGigabytes) {
         SocketPair pair;
         log_.clear();
         write_bytes(pair.test(), request(size));
-        frwk_ipc_handle(pair.subject());
-        pair.close_subject();
+        serve_request(pair);
         EXPECT_EQ(read_to_end(pair.test()), Bytes()) << size;
         EXPECT_TRUE(logged_once(log_, kWarningLevel, "alloc for ipc rsp error!"));
     }
@@ -398,7 +394,7 @@ TEST_F(IpcExchangeTest, ReportsASenderThatDiedWhileItWasAnswered) {
         read_bytes(pair_.test(), 1000);
         pair_.close_test();
     });
-    frwk_ipc_handle(pair_.subject());
+    serve_request(pair_);
     sender.join();
     EXPECT_TRUE(logged_once(log_, kWarningLevel, "send ipc rsp error!"));
     EXPECT_EQ(TestHandler::calls().size(), 1u);

@@ -45,7 +45,7 @@ class AcceptRecoveryTest : public ModuleTest {
     LogCapture log_;
     FakeTime time_;
     SocketPair pair_;
-    AcceptRecovery recovery_;
+    ipc::AcceptRecovery recovery_;
 
   private:
     const bool readable_ = write_bytes(pair_.test(), pattern(1));

@@ -14,11 +14,10 @@
 #include <thread>
 
 #include "doubles/base_doubles.h"
-#include "frwk_common/ipc/server/ipc_service.h"
 #include "support/fake_time.h"
 #include "unit/frwk_common/io_faults.h"
 #include "unit/frwk_common/ipc/server/service_fixture.h"
-#include "unit/frwk_common/ipc/test_peer.h"
+#include "unit/frwk_common/ipc/test_connection.h"
 
 namespace base = doubles::base;
 namespace libc = doubles::libc;
@@ -48,7 +47,7 @@ class ExchangeWatchTest : public IpcServiceTest {
     void peer_writes_at(int64_t ms, const Bytes &bytes) {
         time_.at(ms, [this, bytes] { peer_writes(bytes); });
     }
-    void serve() { frwk_ipc_handle(pair_.subject()); }
+    void serve() { serve_request(pair_); }
 
     /* The line of an exchange with message 3001 of module 5; the peer is the test. */
     static std::string line(int64_t ms, const std::string &step) {
@@ -193,6 +192,7 @@ TEST_F(ExchangeWatchTest, ReportsAWaitForAReaderThatFails) {
 TEST_F(ExchangeWatchTest, NamesNoModuleForASenderThatIsNone) {
     for (const uint32_t src : {40u, 53u, 0xFFFFFFFFu}) {
         log_.clear();
+        pair_.reopen();
         handler_takes(2000);
         peer_writes(words({src, 3001, 0, 3, 0, 0}));
         serve();

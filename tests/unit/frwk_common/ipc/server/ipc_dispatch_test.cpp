@@ -37,10 +37,10 @@ class IpcDispatchTest : public ModuleTest {
 
     /* A message without a body that wants no answer. */
     static apps_err_e_type dispatch(int32_t msgid, uint32_t src = 5, uint32_t timeout = 3) {
-        return frwk_ipc_msg_handle(src, msgid, nullptr, 0, nullptr, 0, timeout);
+        return ipc::dispatch(src, msgid, nullptr, 0, nullptr, 0, timeout);
     }
     static apps_err_e_type dispatch_for_answer(int32_t msgid, Bytes *rsp) {
-        return frwk_ipc_msg_handle(5, msgid, nullptr, 0, rsp->data(), static_cast<uint32_t>(rsp->size()), 3);
+        return ipc::dispatch(5, msgid, nullptr, 0, rsp->data(), static_cast<uint32_t>(rsp->size()), 3);
     }
 
     /* Lets the timer run out at its nth question, 1 for the first. */
@@ -111,7 +111,7 @@ namespace {
 std::promise<void> g_second_waits;
 
 void *send_second_exit(void *) {
-    (void)frwk_ipc_msg_handle(5, 2, nullptr, 0, nullptr, 0, 3);
+    (void)ipc::dispatch(5, 2, nullptr, 0, nullptr, 0, 3);
     (void)std::fprintf(stderr, "the second came back\n");
     return nullptr;
 }
@@ -181,7 +181,7 @@ TEST_F(IpcDispatchTest, StatusNeedsFourBytes) {
 }
 
 TEST_F(IpcDispatchTest, StatusNeedsABuffer) {
-    EXPECT_EQ(frwk_ipc_msg_handle(5, 6, nullptr, 0, nullptr, 4, 3), 3);
+    EXPECT_EQ(ipc::dispatch(5, 6, nullptr, 0, nullptr, 4, 3), 3);
 }
 
 TEST_F(IpcDispatchTest, StatusWritesFourBytesOnly) {
@@ -194,7 +194,7 @@ TEST_F(IpcDispatchTest, StatusWritesFourBytesOnly) {
 TEST_F(IpcDispatchTest, StatusFitsABufferAtAnOddAddress) {
     frwk_set_module_status(0x01020304);
     Bytes rsp(5);
-    EXPECT_EQ(frwk_ipc_msg_handle(5, 6, nullptr, 0, rsp.data() + 1, 4, 3), 0);
+    EXPECT_EQ(ipc::dispatch(5, 6, nullptr, 0, rsp.data() + 1, 4, 3), 0);
     EXPECT_EQ(word_at(rsp, 1), 0x01020304u);
 }
 
@@ -245,7 +245,7 @@ TEST_F(IpcDispatchTest, HandlerGetsEveryArgumentAndItsResultIsReturned) {
     register_handler();
     const Bytes body = pattern(10);
     Bytes rsp(20);
-    EXPECT_EQ(frwk_ipc_msg_handle(11, kSomeMessage, body.data(), 10, rsp.data(), 20, 99), -42);
+    EXPECT_EQ(ipc::dispatch(11, kSomeMessage, body.data(), 10, rsp.data(), 20, 99), -42);
 
     const auto calls = TestHandler::calls();
     ASSERT_EQ(calls.size(), 1u);
@@ -400,7 +400,7 @@ void *make_record(const Bytes &bytes) {
 TEST_F(IpcDispatchTest, OwnMessageReachesTheHandlerWithoutAnAnswerBuffer) {
     register_handler();
     const uint32_t before = live_blocks();
-    frwk_ipc_msg_async_handle(make_record(words({3, 3001, 1, 9, 0, 5}) + text_bytes("hello")));
+    ipc::dispatch_own_message(make_record(words({3, 3001, 1, 9, 0, 5}) + text_bytes("hello")));
 
     const auto calls = TestHandler::calls();
     ASSERT_EQ(calls.size(), 1u);
@@ -417,7 +417,7 @@ TEST_F(IpcDispatchTest, OwnMessageReachesTheHandlerWithoutAnAnswerBuffer) {
 
 TEST_F(IpcDispatchTest, OwnMessageWithoutABodyHasNoData) {
     register_handler();
-    frwk_ipc_msg_async_handle(make_record(words({3, 3001, 1, 9, 0, 0})));
+    ipc::dispatch_own_message(make_record(words({3, 3001, 1, 9, 0, 0})));
     ASSERT_EQ(TestHandler::calls().size(), 1u);
     EXPECT_FALSE(TestHandler::calls()[0].has_data);
     EXPECT_EQ(TestHandler::calls()[0].data_len, 0);
@@ -427,7 +427,7 @@ TEST_F(IpcDispatchTest, OwnMessageThatFailedIsReportedAndItsRecordFreed) {
     TestHandler::reset(7);
     register_handler();
     const uint32_t before = live_blocks();
-    frwk_ipc_msg_async_handle(make_record(words({3, 3001, 1, 9, 0, 0})));
+    ipc::dispatch_own_message(make_record(words({3, 3001, 1, 9, 0, 0})));
     EXPECT_TRUE(logged_once(log_, kWarningLevel, "async call msg handler failed!"));
     EXPECT_EQ(live_blocks(), before);
 }
@@ -435,14 +435,14 @@ TEST_F(IpcDispatchTest, OwnMessageThatFailedIsReportedAndItsRecordFreed) {
 TEST_F(IpcDispatchTest, OwnMessageThatNobodyHandlesIsReportedAndItsRecordFreed) {
     timer_runs_out_at(1);
     const uint32_t before = live_blocks();
-    frwk_ipc_msg_async_handle(make_record(words({3, 3001, 1, 0, 0, 0})));
+    ipc::dispatch_own_message(make_record(words({3, 3001, 1, 0, 0, 0})));
     EXPECT_TRUE(logged_once(log_, kWarningLevel, "async call msg handler failed!"));
     EXPECT_EQ(live_blocks(), before);
 }
 
 TEST_F(IpcDispatchTest, OwnMessageWithoutARecordIsAsserted) {
     register_handler();
-    frwk_ipc_msg_async_handle(nullptr);
+    ipc::dispatch_own_message(nullptr);
     EXPECT_TRUE(logged_once(log_, kWarningLevel, "frwk_ipc_msg_async_handle", assertion("NULL != ptr")));
     EXPECT_EQ(TestHandler::calls().size(), 0u);
 }

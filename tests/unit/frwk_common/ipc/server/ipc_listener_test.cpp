@@ -47,7 +47,7 @@ class IpcListenerTest : public ModuleTest {
     }
 
     int make() {
-        listener_ = frwk_ipc_socket();
+        listener_ = ipc::make_listener().take();
         return listener_;
     }
     /* Notes which descriptor the library gets. */

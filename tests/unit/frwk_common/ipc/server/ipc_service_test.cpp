@@ -28,7 +28,7 @@ namespace {
 /* With the real socket and the real thread, which stays until the test program ends. */
 class IpcLoopTest : public IpcServiceTest {
   protected:
-    IpcLoopTest() { frwk_ipc_init(); }
+    IpcLoopTest() { ipc::start_service(); }
 };
 
 constexpr int32_t kSlowMessage = 3002;
@@ -133,7 +133,7 @@ class IpcAcceptTest : public IpcServiceTest {
             }
             return libc::accept4.real(fd, address, size, flags);
         });
-        frwk_ipc_init();
+        ipc::start_service();
     }
 };
 
@@ -159,7 +159,7 @@ TEST_F(IpcAcceptTest, DropsAConnectionItHasNoDescriptorFor) {
 }
 
 TEST_F(IpcAcceptTest, DropsEachConnectionWhileThereIsNoDescriptor) {
-    g_s_ipcs_fd = frwk_ipc_socket();
+    g_s_ipcs_fd = ipc::make_listener().take();
     const int peers[] = {connect_to("router"), connect_to("router"), connect_to("router")};
     for (const int peer : peers) {
         write_bytes(peer, request(4));
@@ -173,7 +173,7 @@ TEST_F(IpcAcceptTest, DropsEachConnectionWhileThereIsNoDescriptor) {
     narrow.rlim_cur = static_cast<rlim_t>(for_the_spare) + 1;
     ASSERT_EQ(0, setrlimit(RLIMIT_NOFILE, &narrow));
     (void)close(for_the_spare);
-    frwk_ipc_init();
+    ipc::start_service();
     for (const int peer : peers) {
         EXPECT_EQ(read_to_end(peer), Bytes());
     }
@@ -207,7 +207,7 @@ TEST_F(IpcAcceptTest, ServesThePeerThatComesWhenTheSystemHasADescriptorAgain) {
 }
 
 TEST_F(IpcAcceptTest, WaitsForAPeerOfASocketWithTheNumberZero) {
-    const int listener = frwk_ipc_socket();
+    const int listener = ipc::make_listener().take();
     ASSERT_EQ(dup2(listener, 0), 0);
     (void)close(listener);
     g_s_ipcs_fd = 0;
@@ -253,7 +253,7 @@ TEST_F(IpcAcceptTest, DoesNotSpinWithoutAListener) {
         errno = EBADF;
         return -1;
     });
-    std::thread(frwk_ipc_loop, nullptr).detach();
+    std::thread(ipc::run_service, nullptr).detach();
     paused.get_future().wait();
     EXPECT_EQ(libc::accept4.calls(), 1u);
 }
@@ -310,22 +310,22 @@ class IpcStartTest : public IpcServiceTest {
 }  // namespace
 
 TEST_F(IpcStartTest, OpensTheSocketAndStartsTheThread) {
-    frwk_ipc_init();
+    ipc::start_service();
     EXPECT_GE(g_s_ipcs_fd, 0);
     EXPECT_EQ(g_s_ipc_thread, kThread);
-    EXPECT_EQ(entry_, frwk_ipc_loop);
+    EXPECT_EQ(entry_, ipc::run_service);
     EXPECT_EQ(argument_, nullptr);
     EXPECT_EQ(log_.text(), "");
 }
 
 TEST_F(IpcStartTest, StartsAThreadThatCanBeJoined) {
-    frwk_ipc_init();
+    ipc::start_service();
     EXPECT_EQ(detached_, 0u);
 }
 
 TEST_F(IpcStartTest, AssertsTheSocketAndStartsTheThreadAllTheSame) {
     sockets_fail();
-    frwk_ipc_init();
+    ipc::start_service();
     EXPECT_EQ(g_s_ipcs_fd, -1);
     EXPECT_TRUE(
         logged_once(log_, kWarningLevel, "frwk_ipc_socket", with_errno("create ipc socket error!", EMFILE)));
@@ -335,7 +335,7 @@ TEST_F(IpcStartTest, AssertsTheSocketAndStartsTheThreadAllTheSame) {
 
 TEST_F(IpcStartTest, AssertsTheThread) {
     thread_start_gives(EAGAIN);
-    frwk_ipc_init();
+    ipc::start_service();
     EXPECT_TRUE(logged_once(log_, kWarningLevel, "frwk_ipc_init", assertion("0 == ret")));
     EXPECT_EQ(g_s_ipc_thread, 0u);
 }
@@ -382,7 +382,7 @@ TEST_F(IpcStartTest, RegistrationTriesAgainToOpenASocketThatFailed) {
 
 TEST_F(IpcStartTest, ASecondTryAfterAFailedThreadKeepsTheSocketThatPeersMayWaitOn) {
     thread_start_gives(EAGAIN);
-    frwk_ipc_init();
+    ipc::start_service();
     const int listener = g_s_ipcs_fd;
     thread_start_gives(0);
     frwk_ipc_service_ex(TestHandler::handle, 0);

@@ -31,12 +31,12 @@ class OwnMessagesTest : public IpcRequestTest {
   protected:
     static void begin(int count) {
         while (count-- > 0) {
-            EXPECT_TRUE(own_message_begins());
+            EXPECT_TRUE(ipc::own_message_begins());
         }
     }
     static void end(int count) {
         while (count-- > 0) {
-            own_message_ends();
+            ipc::own_message_ends();
         }
     }
     size_t lines() { return log_.count("handled at once"); }
@@ -101,7 +101,7 @@ TEST_F(OwnMessagesTest, WithoutALimitNoneIsRefused) {
 
 TEST_F(OwnMessagesTest, TheBuiltInLimitIs4096) {
     begin(4096);
-    EXPECT_FALSE(own_message_begins());
+    EXPECT_FALSE(ipc::own_message_begins());
     end(4096);
 }
 

@@ -12,19 +12,19 @@
 #include "frwk_common.h"
 
 TEST(IpcAddress, IsTheModulesFileInTheIpcFolder) {
-    const IpcAddress address = ipc_address("router");
+    const ipc::Address address = ipc::address_of("router");
     EXPECT_EQ(address.un.sun_family, AF_UNIX);
     EXPECT_STREQ(address.un.sun_path, "/tmp/m_tmp/ipc/router");
 }
 
 TEST(IpcAddress, IsAlwaysHandedOverWhole) {
-    const IpcAddress address = ipc_address("zndb");
-    EXPECT_EQ(IpcAddress::size(), 110u);
+    const ipc::Address address = ipc::address_of("zndb");
+    EXPECT_EQ(ipc::Address::size(), 110u);
     EXPECT_EQ(static_cast<const void *>(address.get()), static_cast<const void *>(&address.un));
 }
 
 TEST(IpcAddress, IsZeroBehindThePath) {
-    const IpcAddress address = ipc_address("zndb");
+    const ipc::Address address = ipc::address_of("zndb");
     const char *end = address.un.sun_path + sizeof(address.un.sun_path);
     EXPECT_TRUE(std::all_of(address.un.sun_path + std::string("/tmp/m_tmp/ipc/zndb").size(), end,
                             [](char c) { return c == '\0'; }));
@@ -32,25 +32,25 @@ TEST(IpcAddress, IsZeroBehindThePath) {
 
 TEST(IpcAddress, KeepsANameOf92Characters) {
     const std::string name(92, 'n');
-    const IpcAddress address = ipc_address(name.c_str());
+    const ipc::Address address = ipc::address_of(name.c_str());
     EXPECT_EQ(std::string(address.un.sun_path), "/tmp/m_tmp/ipc/" + name);
     EXPECT_EQ(std::string(address.un.sun_path).size(), 107u);
 }
 
 TEST(IpcAddress, CutsThePathOfALongerNameAt107Characters) {
-    const IpcAddress address = ipc_address((std::string(92, 'n') + "X").c_str());
+    const ipc::Address address = ipc::address_of((std::string(92, 'n') + "X").c_str());
     EXPECT_EQ(std::string(address.un.sun_path), "/tmp/m_tmp/ipc/" + std::string(92, 'n'));
     EXPECT_EQ(address.un.sun_path[107], '\0');
 }
 
 TEST(IpcAddress, CutsAVeryLongNameToo) {
-    const IpcAddress address = ipc_address(std::string(100000, 'n').c_str());
+    const ipc::Address address = ipc::address_of(std::string(100000, 'n').c_str());
     EXPECT_EQ(std::string(address.un.sun_path), "/tmp/m_tmp/ipc/" + std::string(92, 'n'));
 }
 
 TEST(IpcAddress, OfAnEmptySlotIsTheFolder) {
-    EXPECT_STREQ(ipc_address(nullptr).un.sun_path, "/tmp/m_tmp/ipc/");
-    EXPECT_STREQ(ipc_address("").un.sun_path, "/tmp/m_tmp/ipc/");
+    EXPECT_STREQ(ipc::address_of(nullptr).un.sun_path, "/tmp/m_tmp/ipc/");
+    EXPECT_STREQ(ipc::address_of("").un.sun_path, "/tmp/m_tmp/ipc/");
 }
 
 TEST(IpcPort, SetsTheBitsOf7F00) {

@@ -19,51 +19,51 @@ constexpr int32_t kQuietMessages[] = {6, 7, 8, 2001, 2002, 4018, 4021};
 }  // namespace
 
 TEST_F(IpcTraceTest, ShowsAnAnsweredMessageWithADoubleArrow) {
-    frwk_ipc_trace(IpcTrace::kAnswered, -1, 5, 5001);
+    ipc::trace(ipc::Way::kAnswered, -1, 5, 5001);
     EXPECT_TRUE(logged_once(log_, kDebugLevel,
                             "#### [ROUTER]==>[WLAN]::[E_APPS_MSG_WLAN_SET_FEATURE_PARAMS:5001] ####"));
 }
 
 TEST_F(IpcTraceTest, ShowsAOneWayMessageWithASingleArrow) {
-    frwk_ipc_trace(IpcTrace::kOneWay, -1, 1, 1001);
+    ipc::trace(ipc::Way::kOneWay, -1, 1, 1001);
     EXPECT_TRUE(
         logged_once(log_, kDebugLevel, "#### [ROUTER]-->[MONITOR]::[E_APPS_MSG_MONITOR_REBOOT:1001] ####"));
 }
 
 TEST_F(IpcTraceTest, ShowsAliasesNotNames) {
-    frwk_ipc_trace(IpcTrace::kAnswered, 17, 14, 0);
+    ipc::trace(ipc::Way::kAnswered, 17, 14, 0);
     EXPECT_TRUE(logged_once(log_, kDebugLevel, "#### [WEBS]==>[NTP]::[E_APPS_MSG_MIN:0] ####"));
 }
 
 TEST_F(IpcTraceTest, ShowsAnIdOutsideTheTableAsTheCallingModule) {
-    frwk_ipc_trace(IpcTrace::kAnswered, 1000, -1, 0);
+    ipc::trace(ipc::Way::kAnswered, 1000, -1, 0);
     EXPECT_TRUE(logged_once(log_, kDebugLevel, "#### [ROUTER]==>[ROUTER]::[E_APPS_MSG_MIN:0] ####"));
 }
 
 TEST_F(IpcTraceTest, SurvivesASenderInAnEmptySlot) {
-    frwk_ipc_trace(IpcTrace::kAnswered, 40, -1, 0);
+    ipc::trace(ipc::Way::kAnswered, 40, -1, 0);
     EXPECT_EQ(log_.count("]==>[ROUTER]::[E_APPS_MSG_MIN:0] ####"), 1u) << log_.text();
 }
 
 TEST_F(IpcTraceTest, ShowsUnknownMessagesByNumber) {
-    frwk_ipc_trace(IpcTrace::kAnswered, -1, 5, 999999);
+    ipc::trace(ipc::Way::kAnswered, -1, 5, 999999);
     EXPECT_TRUE(logged_once(log_, kDebugLevel, "#### [ROUTER]==>[WLAN]::[unknown:999999] ####"));
-    frwk_ipc_trace(IpcTrace::kAnswered, -1, 5, -3);
+    ipc::trace(ipc::Way::kAnswered, -1, 5, -3);
     EXPECT_TRUE(logged_once(log_, kDebugLevel, "#### [ROUTER]==>[WLAN]::[unknown:-3] ####"));
 }
 
 TEST_F(IpcTraceTest, ShowsAMessageThatTheBaseLibraryHasNoWordFor) {
     doubles::base::zn_enum_to_string.stand_in(
         [](const zn_enum_item *, uint32_t, int32_t) -> const char * { return nullptr; });
-    frwk_ipc_trace(IpcTrace::kAnswered, -1, 5, 5056);
+    ipc::trace(ipc::Way::kAnswered, -1, 5, 5056);
     EXPECT_TRUE(logged_once(log_, kDebugLevel, "#### [ROUTER]==>[WLAN]::[unknown:5056] ####"));
 }
 
 TEST_F(IpcTraceTest, KeepsQuietMessagesOutOfTheSystemLog) {
     for (const int32_t msgid : kQuietMessages) {
         log_.clear();
-        frwk_ipc_trace(IpcTrace::kAnswered, -1, 2, msgid);
-        frwk_ipc_trace(IpcTrace::kOneWay, -1, 2, msgid);
+        ipc::trace(ipc::Way::kAnswered, -1, 2, msgid);
+        ipc::trace(ipc::Way::kOneWay, -1, 2, msgid);
         EXPECT_EQ(log_.debug_lines().size(), 2u) << msgid;
         EXPECT_EQ(log_.system_lines().size(), 0u) << msgid;
     }
@@ -71,21 +71,21 @@ TEST_F(IpcTraceTest, KeepsQuietMessagesOutOfTheSystemLog) {
 
 TEST_F(IpcTraceTest, GivesOtherMessagesToTheSystemLogAboveLevelSix) {
     g_syslog_level = 7;
-    frwk_ipc_trace(IpcTrace::kAnswered, -1, 2, 2003);
+    ipc::trace(ipc::Way::kAnswered, -1, 2, 2003);
     EXPECT_EQ(log_.system_lines().size(), 1u);
 }
 
 TEST_F(IpcTraceTest, KeepsEveryMessageOutOfTheSystemLogAtLevelSix) {
     g_syslog_level = 6;
-    frwk_ipc_trace(IpcTrace::kAnswered, -1, 2, 2003);
+    ipc::trace(ipc::Way::kAnswered, -1, 2, 2003);
     EXPECT_EQ(log_.system_lines().size(), 0u);
     EXPECT_EQ(log_.debug_lines().size(), 1u);
 }
 
 TEST_F(IpcTraceTest, WritesNothingToADebugChannelThatIsOff) {
     g_debug_log_enable = 0;
-    frwk_ipc_trace(IpcTrace::kAnswered, -1, 2, 2002);
-    frwk_ipc_trace(IpcTrace::kAnswered, -1, 2, 2003);
+    ipc::trace(ipc::Way::kAnswered, -1, 2, 2002);
+    ipc::trace(ipc::Way::kAnswered, -1, 2, 2003);
     EXPECT_EQ(log_.debug_lines().size(), 0u);
     EXPECT_EQ(log_.system_lines().size(), 1u);
 }

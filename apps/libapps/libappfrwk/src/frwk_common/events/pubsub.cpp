@@ -14,6 +14,12 @@
 #include "internal/shell.h"
 #include "os_file.h"
 
+using events::Addition;
+using events::Removal;
+using events::SubscriptionFile;
+using events::SubscriptionLines;
+using events::SubscriptionLock;
+
 namespace {
 
 const char *own_name() {
@@ -46,7 +52,7 @@ void frwk_ipc_init_sub_ex(void) {
 apps_err_e_type frwk_ipc_msg_sub(const char *event) {
     const SubscriptionLock lock;
     if (!lock) {
-        FRWK_WARN("enter subscribe lock failed!");
+        FRWK_WARN(__func__, "enter subscribe lock failed!");
         return E_APPS_ERR_BUSY;
     }
 
@@ -54,10 +60,10 @@ apps_err_e_type frwk_ipc_msg_sub(const char *event) {
         case Addition::kListed:
             break;
         case Addition::kAdded:
-            FRWK_DEBUG("subscribe event=%s success!", event);
+            FRWK_DEBUG(__func__, "subscribe event=%s success!", event);
             break;
         case Addition::kNotAdded:
-            FRWK_WARN_ERRNO("can't open event key file!");
+            FRWK_WARN_ERRNO(__func__, "can't open event key file!");
             return E_APPS_ERR_IO;
     }
     return E_APPS_ERR_SUCCESS;
@@ -66,7 +72,7 @@ apps_err_e_type frwk_ipc_msg_sub(const char *event) {
 apps_err_e_type frwk_ipc_msg_unsub(const char *event) {
     const SubscriptionLock lock;
     if (!lock) {
-        FRWK_WARN("enter unsubscribe lock failed!");
+        FRWK_WARN(__func__, "enter unsubscribe lock failed!");
         return E_APPS_ERR_BUSY;
     }
 
@@ -74,19 +80,19 @@ apps_err_e_type frwk_ipc_msg_unsub(const char *event) {
         case Removal::kNotListed:
             break;
         case Removal::kRemoved:
-            FRWK_DEBUG("unsubscribe event=%s success!", event);
+            FRWK_DEBUG(__func__, "unsubscribe event=%s success!", event);
             break;
         case Removal::kNoMemory:
-            FRWK_WARN("alloc for unsubscribe '%s' failed!", event);
+            FRWK_WARN(__func__, "alloc for unsubscribe '%s' failed!", event);
             return E_APPS_ERR_MALLOC;
         case Removal::kNotOpened:
-            FRWK_WARN_ERRNO("can't open event key file!");
+            FRWK_WARN_ERRNO(__func__, "can't open event key file!");
             return E_APPS_ERR_IO;
         case Removal::kStartShort:
-            FRWK_WARN("write event key start failed!");
+            FRWK_WARN(__func__, "write event key start failed!");
             return E_APPS_ERR_WRITE;
         case Removal::kEndShort:
-            FRWK_WARN("write event key end failed!");
+            FRWK_WARN(__func__, "write event key end failed!");
             return E_APPS_ERR_WRITE;
     }
     return E_APPS_ERR_SUCCESS;
@@ -97,7 +103,7 @@ void frwk_ipc_msg_pub(const char *event, apps_message_id_e_type msgid, const voi
     SubscriptionLines lines(file);
     if (!lines) {
         if (errno != ENOENT && !file.is_empty()) {
-            FRWK_WARN("open envent key(%s) file failed!", file.path());
+            FRWK_WARN(__func__, "open envent key(%s) file failed!", file.path());
         }
         return;
     }
@@ -108,12 +114,12 @@ void frwk_ipc_msg_pub(const char *event, apps_message_id_e_type msgid, const voi
         }
         const int32_t id = frwk_module_id(name);
         if (id <= E_APPS_MODULE_MIN) {
-            FRWK_WARN("ignore invalid subscriber module(%s)!", name);
+            FRWK_WARN(__func__, "ignore invalid subscriber module(%s)!", name);
         } else if (id != g_s_module_id) {
             (void)frwk_ipc_msg_notify(static_cast<uint32_t>(id), msgid, data, len);
         }
     }
     if (lines.error() != 0) {
-        FRWK_WARN("read event key(%s) file failed!", file.path());
+        FRWK_WARN(__func__, "read event key(%s) file failed!", file.path());
     }
 }

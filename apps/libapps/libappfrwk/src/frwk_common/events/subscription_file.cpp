@@ -21,6 +21,8 @@
 #include "support/uninterrupted.h"
 #include "text_copy.h"
 
+namespace events {
+
 namespace {
 
 /* Publishers of other users may read it. */
@@ -205,3 +207,5 @@ Removal remove_subscriber(const SubscriptionFile &file, const char *name) {
     std::memmove(bytes + found, bytes + rest, text->size() - rest);
     return rewrite(file, text->substr(0, found), text->size() - rest);
 }
+
+}  // namespace events

@@ -9,6 +9,8 @@
 
 #include "support/unique_fd.h"
 
+namespace events {
+
 /* The list of an event's subscribers. */
 class SubscriptionFile {
   public:
@@ -91,3 +93,5 @@ enum class Removal {
  * file if nothing is left.
  */
 Removal remove_subscriber(const SubscriptionFile &file, const char *name);
+
+}  // namespace events

@@ -16,6 +16,8 @@
 #include "internal/frwk_paths.h"
 #include "support/unique_fd.h"
 
+namespace events {
+
 namespace {
 
 constexpr uint32_t kRetryPauseMs = 100;
@@ -37,34 +39,36 @@ __attribute__((constructor)) void open_lock_in_children() {
 
 }  // namespace
 
-int32_t frwk_ipc_subscribe_lock() {
+bool lock_subscriptions() {
     std::unique_lock<std::mutex> threads(g_s_sub_lock_mutex);
 
     for (;;) {
         UniqueFile file = open_lock_file(paths::kSubscribeLock);
         if (!file) {
-            FRWK_WARN_ERRNO("can't create subscribe lock file!");
-            return 0;
+            FRWK_WARN_ERRNO(log_name::kIpcSubscribeLock, "can't create subscribe lock file!");
+            return false;
         }
 
         const RecordLock lock = lock_whole_file(file.get());
         if (lock == RecordLock::kFailed) {
-            FRWK_WARN_ERRNO("can't enter subscribe lock!");
-            return 0;
+            FRWK_WARN_ERRNO(log_name::kIpcSubscribeLock, "can't enter subscribe lock!");
+            return false;
         }
         if (lock == RecordLock::kHeld) {
             g_s_sub_lock_file = file.take();
-            (void)threads.release();  // until frwk_ipc_subscribe_unlock
-            return 1;
+            (void)threads.release();  // until unlock_subscriptions
+            return true;
         }
 
-        FRWK_WARN("busy, will try lock again...");
+        FRWK_WARN(log_name::kIpcSubscribeLock, "busy, will try lock again...");
         file.reset();
         frwk_sleep(kRetryPauseMs);
     }
 }
 
-void frwk_ipc_subscribe_unlock() {
+void unlock_subscriptions() {
     UniqueFile(g_s_sub_lock_file.exchange(nullptr)).reset();
     g_s_sub_lock_mutex.unlock();
 }
+
+}  // namespace events

@@ -3,26 +3,26 @@
  */
 #pragma once
 
-#include <cstdint>
+namespace events {
 
 /*
  * Takes the lock; waits without limit. Not recursive.
- * Returns 1, or 0 if the lock can't be taken.
+ * Returns false, logged, if the lock can't be taken.
  */
-int32_t frwk_ipc_subscribe_lock();
+bool lock_subscriptions();
 
 /* Releases the lock. Call it on the thread that holds the lock. */
-void frwk_ipc_subscribe_unlock();
+void unlock_subscriptions();
 
 /* Holds the lock for a scope; false if it can't be taken. */
 class SubscriptionLock {
   public:
-    SubscriptionLock() : held_(frwk_ipc_subscribe_lock() != 0) {}
+    SubscriptionLock() : held_(lock_subscriptions()) {}
     SubscriptionLock(const SubscriptionLock &) = delete;
     SubscriptionLock &operator=(const SubscriptionLock &) = delete;
     ~SubscriptionLock() {
         if (held_) {
-            frwk_ipc_subscribe_unlock();
+            unlock_subscriptions();
         }
     }
 
@@ -31,3 +31,5 @@ class SubscriptionLock {
   private:
     const bool held_;
 };
+
+}  // namespace events

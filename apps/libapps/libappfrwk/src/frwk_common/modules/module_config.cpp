@@ -90,8 +90,8 @@ bool keep_text(const char *text, const char **place) {
     const size_t length = std::strlen(text);
     auto *kept = static_cast<KeptText *>(std::malloc(sizeof(KeptText) + length));
     if (kept == nullptr) {
-        FRWK_WARN_AS("frwk_load_module_param", "no memory for the text '%.64s' of the module configuration",
-                     text);
+        FRWK_WARN(log_name::kLoadModuleParam, "no memory for the text '%.64s' of the module configuration",
+                  text);
         return false;
     }
     std::memcpy(kept->text, text, length + 1);
@@ -132,14 +132,14 @@ struct DocumentDeleter {
 
 }  // namespace
 
-void frwk_load_module_param() {
+void modules::load_config() {
     if (os_file_exist(paths::kModuleConfig) == 0) {
         return;
     }
     const std::unique_ptr<xml_doc, DocumentDeleter> doc(xml_file_parse(paths::kModuleConfig));
-    FRWK_ASSERT(doc != nullptr, "((void *)0) != doc", "");
+    FRWK_ASSERT(log_name::kLoadModuleParam, doc != nullptr, "((void *)0) != doc", "");
     xml_node *node = doc != nullptr ? xml_get_doc_root(doc.get()) : nullptr;
-    FRWK_ASSERT(node != nullptr, "((void *)0) != node", "");
+    FRWK_ASSERT(log_name::kLoadModuleParam, node != nullptr, "((void *)0) != node", "");
 
     int32_t unknown = 0;
     xml_node *module = node != nullptr ? xml_get_child_node(node, nullptr) : nullptr;
@@ -149,7 +149,7 @@ void frwk_load_module_param() {
         if (id == 0) {
             // There are eight slots, but a ninth module is written after them; only the table's end is a
             // limit.
-            FRWK_ASSERT(FRWK_MODULE_SPARE_COUNT > unknown, "(8) > i", "");
+            FRWK_ASSERT(log_name::kLoadModuleParam, FRWK_MODULE_SPARE_COUNT > unknown, "(8) > i", "");
             id = FRWK_MODULE_SPARE_FIRST + unknown;
             if (id >= FRWK_MODULE_ROWS) {
                 continue;

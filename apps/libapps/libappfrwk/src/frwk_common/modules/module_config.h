@@ -3,5 +3,9 @@
  */
 #pragma once
 
+namespace modules {
+
 /* Applies the file, if it exists, to the rows of all modules. Only at start-up, on one thread. */
-void frwk_load_module_param();
+void load_config();
+
+}  // namespace modules

@@ -29,7 +29,7 @@ void mark_modules(char *text) {
 
 }  // namespace
 
-void frwk_load_module_run() {
+void modules::load_run_list() {
     const uint64_t size = os_file_size(paths::kStartupList);
     if (size == 0 && os_file_exist(paths::kStartupList) != 0) {
         return;  // Empty, or not a regular file: opening a pipe would wait for its writer.
@@ -37,19 +37,19 @@ void frwk_load_module_run() {
 
     UniqueFile file(std::fopen(paths::kStartupList, "re"));
     if (!file) {
-        FRWK_WARN("can't found apps run cfg file(%s)!", paths::kStartupList);
+        FRWK_WARN(log_name::kLoadModuleRun, "can't found apps run cfg file(%s)!", paths::kStartupList);
         return;
     }
 
     SmallBuffer<kFixedListSize> buffer;
     if (size >= UINT32_MAX || !buffer.reserve(static_cast<uint32_t>(size) + 1)) {
-        FRWK_WARN("alloc for load apps run cfg file failed!");
+        FRWK_WARN(log_name::kLoadModuleRun, "alloc for load apps run cfg file failed!");
         return;
     }
     char *text = reinterpret_cast<char *>(buffer.data());
     text[std::fread(text, 1, static_cast<size_t>(size), file.get())] = '\0';
     if (std::ferror(file.get())) {
-        FRWK_WARN_ERRNO("read apps run cfg file error!");
+        FRWK_WARN_ERRNO(log_name::kLoadModuleRun, "read apps run cfg file error!");
     }
 
     mark_modules(text);

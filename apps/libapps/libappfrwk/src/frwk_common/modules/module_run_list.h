@@ -3,5 +3,9 @@
  */
 #pragma once
 
+namespace modules {
+
 /* Marks every module that the list names. Only at start-up, on one thread. */
-void frwk_load_module_run();
+void load_run_list();
+
+}  // namespace modules

@@ -17,14 +17,14 @@ constexpr size_t kLineSize = 256 + 1;
 /*
  * Runs a tool and returns the first line that is_wanted accepts, without blanks and line end at its end.
  *
- * call: the function name in the log lines. line: receives the line.
+ * caller: the function name in the log lines. line: receives the line.
  * Returns false, and logs the cause, if there is none.
  */
-bool find_line(const char *call, const char *tool, const char *command, bool (*is_wanted)(const char *),
+bool find_line(LogName caller, const char *tool, const char *command, bool (*is_wanted)(const char *),
                char (&line)[kLineSize]) {
     ToolOutput output(command);
     if (!output) {
-        FRWK_WARN_AS(call, "execute %s cmd error!", tool);
+        FRWK_WARN(caller, "execute %s cmd error!", tool);
         return false;
     }
     while (output.next_line(line, sizeof(line))) {
@@ -33,14 +33,14 @@ bool find_line(const char *call, const char *tool, const char *command, bool (*i
             return true;
         }
     }
-    FRWK_WARN_AS(call, "no cpu state in the output of %s!", tool);
+    FRWK_WARN(caller, "no cpu state in the output of %s!", tool);
     return false;
 }
 
-void finish(const char *call, frwk_cpustate *state) {
+void finish(LogName caller, frwk_cpustate *state) {
     state->usage = 100 - state->idle;
-    FRWK_DEBUG_AS(call, "usage=%u, usr=%u, sys=%u, nic=%u, idle=%u", state->usage, state->usr, state->sys,
-                  state->nic, state->idle);
+    FRWK_DEBUG(caller, "usage=%u, usr=%u, sys=%u, nic=%u, idle=%u", state->usage, state->usr, state->sys,
+               state->nic, state->idle);
 }
 
 }  // namespace
@@ -50,7 +50,7 @@ void frwk_get_cpustate_top(frwk_cpustate *state) {
     if (state == nullptr || !find_line(__func__, "top", "top -n1", is_top_cpu_line, line)) {
         return;
     }
-    FRWK_DEBUG("%s", line);
+    FRWK_DEBUG(__func__, "%s", line);
     parse_top_cpu_line(line, state);
     finish(__func__, state);
 }
@@ -61,7 +61,7 @@ void frwk_get_cpustate_mpstat(frwk_cpustate *state) {
         return;
     }
     if (!parse_mpstat_cpu_line(line, state)) {
-        FRWK_WARN("separate char is not whitespace or table!");
+        FRWK_WARN(__func__, "separate char is not whitespace or table!");
     }
     finish(__func__, state);
 }

@@ -27,15 +27,15 @@ void build_command(const char *name, int32_t column, DfCommand *command) {
 }
 
 /* Reads the first line of the command's output. Returns false, and logs the cause, if there is none. */
-bool read_first_line(const char *call, const DfCommand &command, char (&line)[kLineSize]) {
-    FRWK_DEBUG_AS(call, "command [%s].", command.text());
+bool read_first_line(LogName caller, const DfCommand &command, char (&line)[kLineSize]) {
+    FRWK_DEBUG(caller, "command [%s].", command.text());
     ToolOutput output(command.text());
     if (!output) {
-        FRWK_WARN_AS(call, "popen command %s error.", command.text());
+        FRWK_WARN(caller, "popen command %s error.", command.text());
         return false;
     }
     if (!output.next_line(line, sizeof(line))) {
-        FRWK_WARN_AS(call, "fgets partion info failed.");
+        FRWK_WARN(caller, "fgets partion info failed.");
         return false;
     }
     return true;
@@ -59,18 +59,18 @@ void drop_last(char *line) {
 
 int32_t frwk_get_partion_info(const char *name, int32_t column, int32_t *result) {
     if (name == nullptr || result == nullptr) {
-        FRWK_WARN("partion or data null.\n");
+        FRWK_WARN(__func__, "partion or data null.\n");
         return -1;
     }
     if (!names_one_line(name)) {
-        FRWK_WARN("fgets partion info failed.");
+        FRWK_WARN(__func__, "fgets partion info failed.");
         return -1;
     }
 
     DfCommand command;
     build_command(name, column, &command);
     if (!command.complete()) {
-        FRWK_WARN("popen command %s error.", command.text());
+        FRWK_WARN(__func__, "popen command %s error.", command.text());
         return -1;
     }
 
@@ -79,9 +79,9 @@ int32_t frwk_get_partion_info(const char *name, int32_t column, int32_t *result)
         return -1;
     }
     drop_line_end(line);
-    FRWK_DEBUG("buffer [%s].", line);
+    FRWK_DEBUG(__func__, "buffer [%s].", line);
     drop_last(line); /* the per-cent sign, or another character */
     *result = decimal_number(line);
-    FRWK_DEBUG("avail space percentage [%d].\n", *result);
+    FRWK_DEBUG(__func__, "avail space percentage [%d].\n", *result);
     return 0;
 }

@@ -28,20 +28,20 @@ constexpr size_t kProcessNameSize = 64;
 /* The buffer for callers without one; one thread at a time. */
 char g_s_process_name[kProcessNameSize];
 
-/* Reads the kernel's command line, truncated to the buffer; false on failure. call: function name in the log.
+/* Reads the kernel's command line, truncated to the buffer; false on failure. caller: function name in the log.
  */
-bool read_command_line(const char *call, char (&text)[kCommandLineLength + 1]) {
+bool read_command_line(LogName caller, char (&text)[kCommandLineLength + 1]) {
     if (!os_file_exist(paths::kKernelCommandLine)) {
         return false;
     }
     const UniqueFile file(std::fopen(paths::kKernelCommandLine, "re"));
     if (!file) {
-        FRWK_WARN_AS(call, "open nodepath failed!");
+        FRWK_WARN(caller, "open nodepath failed!");
         return false;
     }
     const size_t length = std::fread(text, 1, kCommandLineLength, file.get());
     if (length == 0) {
-        FRWK_WARN_AS(call, "read nodepath buf failed!");
+        FRWK_WARN(caller, "read nodepath buf failed!");
         return false;
     }
     text[length] = '\0';
@@ -64,7 +64,7 @@ void copy_value(const char *value, size_t length, char *buffer, uint32_t size) {
 
 void frwk_get_hardware_id(char *buffer, uint32_t size) {
     if (buffer == nullptr) {
-        FRWK_WARN("hardware_id is null");
+        FRWK_WARN(__func__, "hardware_id is null");
         return;
     }
 
@@ -80,7 +80,7 @@ void frwk_get_hardware_id(char *buffer, uint32_t size) {
     const char *value = key + std::strlen(kHardwareIdKey);
     const size_t length = std::strcspn(value, kValueEnds);
     copy_value(value, length, buffer, size);
-    FRWK_DEBUG("hardware id:%.*s", static_cast<int>(length), value);
+    FRWK_DEBUG(__func__, "hardware id:%.*s", static_cast<int>(length), value);
 }
 
 const char *frwk_get_process_name(int32_t pid, char *buffer, uint32_t size) {
@@ -93,7 +93,7 @@ const char *frwk_get_process_name(int32_t pid, char *buffer, uint32_t size) {
     command.add("cat /proc/%d/comm", pid > 0 ? pid : ::getpid());
     ToolOutput output(command.text());
     if (!output) {
-        FRWK_WARN("popen command %s error.", command.text());
+        FRWK_WARN(__func__, "popen command %s error.", command.text());
         return nullptr;
     }
 

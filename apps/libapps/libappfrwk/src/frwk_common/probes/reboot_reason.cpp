@@ -37,7 +37,7 @@ bool make_reason_file() {
 
 int32_t frwk_reboot_reason_save(int32_t reason) {
     if (!make_reason_file()) {
-        FRWK_WARN_ERRNO("open reboot reason file error!");
+        FRWK_WARN_ERRNO(__func__, "open reboot reason file error!");
         return -1;
     }
     ShellCommand<256> command;
@@ -49,13 +49,13 @@ int32_t frwk_reboot_reason_save(int32_t reason) {
 
 int32_t frwk_reboot_reason_get(void) {
     if (!os_file_exist(paths::kRebootReason)) {
-        FRWK_DEBUG("reboot reason file not exist!");
+        FRWK_DEBUG(__func__, "reboot reason file not exist!");
         return 0;
     }
 
     const UniqueFile file = open_guarded_stream(paths::kRebootReason, O_RDONLY, 0, Planted::kRefuse, "r");
     if (!file) {
-        FRWK_WARN_ERRNO("fopen reboot reason file error!");
+        FRWK_WARN_ERRNO(__func__, "fopen reboot reason file error!");
         return 0;
     }
 
@@ -63,11 +63,11 @@ int32_t frwk_reboot_reason_get(void) {
     const size_t length = std::fread(text, 1, kReasonLength, file.get());
     text[length] = '\0';
     if (std::ferror(file.get())) {
-        FRWK_WARN_ERRNO("read reboot reason file error!");
+        FRWK_WARN_ERRNO(__func__, "read reboot reason file error!");
         return 0;
     }
     if (length == 0) { /* a power cut during the write leaves an empty file */
-        FRWK_WARN("reboot reason file is empty!");
+        FRWK_WARN(__func__, "reboot reason file is empty!");
     }
     return decimal_number(text);
 }
@@ -78,7 +78,7 @@ int32_t frwk_system_reset_check(void) {
 
 void frwk_system_reset_complete(void) {
     if (::unlink(paths::kResetFlag) != 0 && errno != ENOENT) {
-        FRWK_WARN_ERRNO("remove reset flag file error!");
+        FRWK_WARN_ERRNO(__func__, "remove reset flag file error!");
     }
     ::sync();
 }

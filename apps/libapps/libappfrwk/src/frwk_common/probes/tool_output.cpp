@@ -32,7 +32,7 @@ ToolOutput::ToolOutput(const char *command) : stream_(ask(command)) {}
 bool ToolOutput::failed() const {
     const bool failed = std::ferror(stream_.get()) != 0;
     if (failed) {
-        FRWK_WARN_ERRNO_AS("os_popen", "read the output of a command error!");
+        FRWK_WARN_ERRNO(log_name::kPopen, "read the output of a command error!");
     }
     return failed;
 }

@@ -32,10 +32,6 @@
 
 namespace {
 
-/* The steps of a call log with its name. */
-constexpr char kCreate[] = "frwk_itc_create";
-constexpr char kSend[] = "frwk_itc_send";
-
 constexpr size_t kNameSize = 64;
 
 /* This backlog is logged. */
@@ -198,13 +194,13 @@ OwnedItc make_object(const char *name, frwk_itc_handler_t handler) {
 apps_err_e_type add_object(const char *name, frwk_itc_handler_t handler, ItcObject **added) {
     const RegistryLock changing(pthread_rwlock_wrlock);
     if (find(name) != nullptr) {
-        FRWK_WARN_AS(kCreate, "repeat create itc object(%s)!", name);
+        FRWK_WARN(log_name::kItcCreate, "repeat create itc object(%s)!", name);
         return E_APPS_ERR_BUSY;
     }
 
     OwnedItc itc = make_object(name, handler);
     if (!itc) {
-        FRWK_WARN_AS(kCreate, "alloc itc object failed!");
+        FRWK_WARN(log_name::kItcCreate, "alloc itc object failed!");
         return E_APPS_ERR_MALLOC;
     }
     *added = itc.take();
@@ -314,21 +310,21 @@ apps_err_e_type send_to(ItcObject *itc, uint32_t msgid, const void *data, int32_
     OwnedBlock record(make_record(msgid, data, size));
     const uint32_t seen = record ? put(itc, static_cast<ItcRecord *>(record.get())) : kFull;
     if (seen == kFull) {
-        FRWK_WARN_AS(kSend, "alloc for itc send failed! msgid:%d, data_size:%d", static_cast<int>(msgid),
-                     size);
+        FRWK_WARN(log_name::kItcSend, "alloc for itc send failed! msgid:%d, data_size:%d",
+                  static_cast<int>(msgid), size);
         return E_APPS_ERR_MALLOC;
     }
     (void)record.take();
     if (seen != 0) {
-        FRWK_WARN_AS(kSend, "itc(%s): %u messages wait to be handled", itc->name, seen);
+        FRWK_WARN(log_name::kItcSend, "itc(%s): %u messages wait to be handled", itc->name, seen);
     }
     return E_APPS_ERR_SUCCESS;
 }
 
 }  // namespace
 
-void *frwk_itc_main(void *itc) {
-    FRWK_ASSERT(itc != nullptr, "NULL != itc", "");
+void *queue::run(void *itc) {
+    FRWK_ASSERT(log_name::kItcMain, itc != nullptr, "NULL != itc", "");
     if (itc == nullptr) {
         return nullptr;
     }
@@ -342,11 +338,11 @@ void *frwk_itc_main(void *itc) {
 apps_err_e_type frwk_itc_create(const char *name, const struct os_thread_attr *attr,
                                 frwk_itc_handler_t handler) {
     if (name == nullptr || handler == nullptr) {
-        FRWK_WARN("invalid itc parameter!");
+        FRWK_WARN(__func__, "invalid itc parameter!");
         return E_APPS_ERR_PARAM;
     }
     if (strnlen(name, kNameSize) == kNameSize) {
-        FRWK_WARN("itc name(%s) is too long!", name);
+        FRWK_WARN(__func__, "itc name(%s) is too long!", name);
         return E_APPS_ERR_OUTOFBUF;
     }
 
@@ -355,8 +351,8 @@ apps_err_e_type frwk_itc_create(const char *name, const struct os_thread_attr *a
     if (refused != E_APPS_ERR_SUCCESS) {
         return refused;
     }
-    if (os_thread_create(&itc->thread, attr, frwk_itc_main, itc) != 0) {
-        FRWK_WARN("create itc(%s) thread failed!", name);
+    if (os_thread_create(&itc->thread, attr, queue::run, itc) != 0) {
+        FRWK_WARN(__func__, "create itc(%s) thread failed!", name);
         remove_object(itc);
         return E_APPS_ERR_THREAD;
     }
@@ -366,7 +362,7 @@ apps_err_e_type frwk_itc_create(const char *name, const struct os_thread_attr *a
 
 apps_err_e_type frwk_itc_send(const char *name, uint32_t msgid, const void *data, int32_t size) {
     if (name == nullptr || (data == nullptr && size > 0)) {
-        FRWK_WARN("invalid itc parameter!");
+        FRWK_WARN(__func__, "invalid itc parameter!");
         return E_APPS_ERR_PARAM;
     }
 
@@ -378,7 +374,7 @@ apps_err_e_type frwk_itc_send(const char *name, uint32_t msgid, const void *data
     const RegistryLock sending(pthread_rwlock_rdlock);
     ItcObject *itc = find(name);
     if (itc == nullptr) {
-        FRWK_WARN("itc(%s) has not been registered!", name);
+        FRWK_WARN(__func__, "itc(%s) has not been registered!", name);
         return E_APPS_ERR_NOTEXIST;
     }
     return send_to(itc, msgid, data, size);

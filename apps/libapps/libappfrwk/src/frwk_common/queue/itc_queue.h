@@ -3,5 +3,9 @@
  */
 #pragma once
 
+namespace queue {
+
 /* The main function of a queue's thread; never returns. itc: the queue; null is logged and returns. */
-void *frwk_itc_main(void *itc);
+void *run(void *itc);
+
+}  // namespace queue

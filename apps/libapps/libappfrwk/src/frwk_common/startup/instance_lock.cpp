@@ -52,7 +52,7 @@ void take_instance_lock(const char *module_name) {
     // Only the lock is required: the module also runs without the process id in the file.
     (void)std::fprintf(file.get(), "%ld", static_cast<long>(::getpid()));
     if (std::fflush(file.get()) != 0 || std::ferror(file.get()) != 0) {
-        FRWK_WARN_ERRNO("write instance lock file error!");
+        FRWK_WARN_ERRNO(__func__, "write instance lock file error!");
     }
     g_s_instance_lock_file = file.take();
 }

@@ -46,7 +46,7 @@ void open_standard_descriptors() {
     for (int fd = STDIN_FILENO; fd <= STDERR_FILENO; ++fd) {
         const bool closed = ::fcntl(fd, F_GETFD) < 0 && errno == EBADF;
         if (closed && uninterrupted([] { return ::open(paths::kNullDevice, O_RDWR); }) < 0) {
-            FRWK_WARN_ERRNO("open a standard descriptor error!");
+            FRWK_WARN_ERRNO(__func__, "open a standard descriptor error!");
             return;
         }
     }
@@ -96,7 +96,7 @@ void run_start_hook(const char *name) {
     ShellCommand<kHookCommandSize> command;
     command.add("apps_init ").add_word(name).add(" %d", static_cast<int>(::getpid()));
     if (!command.complete()) {
-        FRWK_WARN("start hook not run: the module's name is too long");
+        FRWK_WARN(__func__, "start hook not run: the module's name is too long");
         return;
     }
     (void)run_shell(command.text());
@@ -116,7 +116,7 @@ void frwk_module_init(int32_t id, frwk_exit_handler_t exit_handler) {
     if (id == E_APPS_MODULE_ATFWD_DAEMON) {
         frwk_module_unset(id, FRWK_FLAG_MONITORED);
     }
-    frwk_load_module_param();
+    modules::load_config();
 
     const frwk_module_info &row = g_modules_info[id];
     const char *name = row.name != nullptr ? row.name : "";
@@ -131,11 +131,11 @@ void frwk_module_init(int32_t id, frwk_exit_handler_t exit_handler) {
     prepare_log(row);
     watch_working_folders();
     read_process_limits();
-    frwk_load_module_run();
+    modules::load_run_list();
 
     if (frwk_module_feature(id, kServingFlags) != 0) {
-        frwk_ipc_init();
-        FRWK_VERBOSE("******** '%s' module init complete ********", name);
+        ipc::start_service();
+        FRWK_VERBOSE(__func__, "******** '%s' module init complete ********", name);
     }
     run_start_hook(name);
     if (row.delay != 0) {

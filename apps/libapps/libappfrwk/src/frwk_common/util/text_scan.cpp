@@ -91,7 +91,7 @@ int32_t frwk_str_pick(const char *src, const char *begin, const char *end, char 
 
     const size_t length = static_cast<size_t>(stop - start);
     if (!fits(length, size)) {
-        FRWK_WARN("buffer not big enough(%d/%d)!", shown(length), size);
+        FRWK_WARN(__func__, "buffer not big enough(%d/%d)!", shown(length), size);
         return 0;
     }
     strsncpy(out, start, length);
@@ -100,14 +100,14 @@ int32_t frwk_str_pick(const char *src, const char *begin, const char *end, char 
 
 int32_t frwk_str_pick_value(const char *src, const char *name, char *out, int32_t size) {
     if (src == nullptr || name == nullptr || out == nullptr) {
-        FRWK_WARN_FAILED("src && name && out", "parameter is null");
+        FRWK_WARN_FAILED(__func__, "src && name && out", "parameter is null");
         return 0;
     }
     clear_text(out, size);
 
     const char *tag = std::strstr(src, name);
     if (tag == nullptr) {
-        FRWK_WARN("can't found tag '%s'!", name);
+        FRWK_WARN(__func__, "can't found tag '%s'!", name);
         return 0;
     }
 
@@ -119,7 +119,7 @@ int32_t frwk_str_pick_value(const char *src, const char *name, char *out, int32_
 
     const size_t length = value_length(value, quote);
     if (!fits(length, size)) {
-        FRWK_WARN_FAILED("len < size", "OUT OF BUFF!");
+        FRWK_WARN_FAILED(__func__, "len < size", "OUT OF BUFF!");
         return 0;
     }
     strsncpy(out, value, length);

@@ -42,7 +42,7 @@ unsigned long frwk_thread_create(void *(*function)(void *argument), void *argume
     os_thread_t thread = 0;
     const int32_t error = os_thread_create(&thread, nullptr, function, argument);
     if (error != 0) {
-        FRWK_WARN("can't start a thread, errno=%d, cause: %s", error,
+        FRWK_WARN(__func__, "can't start a thread, errno=%d, cause: %s", error,
                   std::strerror(error));  // NOLINT(concurrency-mt-unsafe)
         return 0;
     }

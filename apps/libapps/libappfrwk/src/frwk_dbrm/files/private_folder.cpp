@@ -48,7 +48,7 @@ void remove_leftover(int in, const char *name) {
     }
     empty_folder(fd.get());
     if (::unlinkat(in, name, AT_REMOVEDIR) == 0) {
-        FRWK_NOTICE("removed %s, which a killed process left", name);
+        FRWK_NOTICE(__func__, "removed %s, which a killed process left", name);
     }
 }
 
@@ -140,7 +140,7 @@ bool PrivateFolder::make_in(const char *parent, uint64_t room) {
 void PrivateFolder::discard() {
     const int kept = errno;
     if (::rmdir(path_) != 0) {
-        FRWK_WARN("can't remove %s, errno=%d, cause: %s", path_, os_log_errno,
+        FRWK_WARN(__func__, "can't remove %s, errno=%d, cause: %s", path_, os_log_errno,
                   strerror(os_log_errno));  // NOLINT(concurrency-mt-unsafe)
     }
     fd_.reset();

@@ -10,14 +10,11 @@
 
 namespace {
 
-/* The steps log with this name. */
-constexpr char kBackupFile[] = "frwk_dbrm_backup_file";
-
 apps_err_e_type write_header(std::FILE *out, uint32_t type, const char *path, uint32_t length) {
     const backup_format::RecordHeaderBytes bytes =
         backup_format::to_bytes(backup_format::make_record_header(type, path, length));
     if (std::fwrite(bytes.data(), 1, bytes.size(), out) != bytes.size()) {
-        FRWK_WARN_ERRNO_AS(kBackupFile, "write file hdr failed!");
+        FRWK_WARN_ERRNO(log_name::kDbrmBackupFile, "write file hdr failed!");
         return E_APPS_ERR_WRITE;
     }
     return E_APPS_ERR_SUCCESS;
@@ -26,16 +23,16 @@ apps_err_e_type write_header(std::FILE *out, uint32_t type, const char *path, ui
 apps_err_e_type write_data(std::FILE *out, const char *path, uint32_t length) {
     const UniqueFile source(std::fopen(path, "rbe"));
     if (!source) {
-        FRWK_WARN_ERRNO_AS(kBackupFile, "open backup file error!");
+        FRWK_WARN_ERRNO(log_name::kDbrmBackupFile, "open backup file error!");
         return E_APPS_ERR_IO;
     }
 
     switch (backup_io::copy(source.get(), out, length)) {
         case backup_io::Copied::kShortRead:
-            FRWK_WARN_ERRNO_AS(kBackupFile, "read backup source file error!");
+            FRWK_WARN_ERRNO(log_name::kDbrmBackupFile, "read backup source file error!");
             return E_APPS_ERR_READ;
         case backup_io::Copied::kShortWrite:
-            FRWK_WARN_ERRNO_AS(kBackupFile, "write backup target file error!");
+            FRWK_WARN_ERRNO(log_name::kDbrmBackupFile, "write backup target file error!");
             return E_APPS_ERR_WRITE;
         case backup_io::Copied::kAll:
             break;
@@ -45,15 +42,15 @@ apps_err_e_type write_data(std::FILE *out, const char *path, uint32_t length) {
 
 }  // namespace
 
-apps_err_e_type frwk_dbrm_backup_file(std::FILE *out, const char *path, uint32_t type) {
+apps_err_e_type backup::append_record(std::FILE *out, const char *path, uint32_t type) {
     const size_t name_length = std::strlen(path);
     if (name_length == 0 || name_length > backup_format::kNameLengthMax) {
-        FRWK_WARN("invalid filename length=%d!", static_cast<int>(name_length));
+        FRWK_WARN(log_name::kDbrmBackupFile, "invalid filename length=%d!", static_cast<int>(name_length));
         return E_APPS_ERR_PARAM;
     }
     const std::optional<uint32_t> length = backup_format::as_length(os_file_size(path));
     if (!length) {
-        FRWK_WARN("file '%s' is too large!", path);
+        FRWK_WARN(log_name::kDbrmBackupFile, "file '%s' is too large!", path);
         return E_APPS_ERR_FORMAT;
     }
 
@@ -62,7 +59,7 @@ apps_err_e_type frwk_dbrm_backup_file(std::FILE *out, const char *path, uint32_t
         return ret;
     }
     if (*length == 0) {
-        FRWK_DEBUG("file '%s' is empty!", path);
+        FRWK_DEBUG(log_name::kDbrmBackupFile, "file '%s' is empty!", path);
         return E_APPS_ERR_SUCCESS;
     }
     return write_data(out, path, *length);

@@ -8,6 +8,8 @@
 
 #include "apps_err.h"
 
+namespace backup {
+
 /*
  * Appends a record with a file's content. A missing file, and one that is not regular, becomes an empty
  * record.
@@ -17,4 +19,6 @@
  * then nothing was written; IO if the file can't be opened; READ if it became shorter; WRITE if the backup
  * can't be written. Logs failures.
  */
-apps_err_e_type frwk_dbrm_backup_file(std::FILE *out, const char *path, uint32_t type);
+apps_err_e_type append_record(std::FILE *out, const char *path, uint32_t type);
+
+}  // namespace backup

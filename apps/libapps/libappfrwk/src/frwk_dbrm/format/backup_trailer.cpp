@@ -16,30 +16,28 @@ using backup_format::kTrailerSize;
 using backup_format::Trailer;
 using backup_format::TrailerBytes;
 
+namespace backup {
+
 namespace {
 
 constexpr char kProductNameKey[] = "device_product_name";
 constexpr size_t kProductNameSize = 64;
 
-/* The steps of these functions log with the functions' names. */
-constexpr char kPack[] = "frwk_dbrm_pack";
-constexpr char kUnpack[] = "frwk_dbrm_unpack";
-
 apps_err_e_type append(const char *path, Trailer *trailer) {
     UniqueFile file = backup_io::open_to_write(path, "ab+e");
     if (!file) {
-        FRWK_WARN_ERRNO_AS(kPack, "append open backup file error!");
+        FRWK_WARN_ERRNO(log_name::kDbrmPack, "append open backup file error!");
         return E_APPS_ERR_IO;
     }
 
     const std::optional<uint64_t> size = backup_io::seek_to_end(file.get());
     if (!size) {
-        FRWK_WARN_ERRNO_AS(kPack, "append write backup file error!");
+        FRWK_WARN_ERRNO(log_name::kDbrmPack, "append write backup file error!");
         return E_APPS_ERR_WRITE;
     }
     const std::optional<uint32_t> body_length = backup_format::as_length(*size);
     if (!body_length) {
-        FRWK_WARN_AS(kPack, "backup file is too large!");
+        FRWK_WARN(log_name::kDbrmPack, "backup file is too large!");
         return E_APPS_ERR_FORMAT;
     }
     trailer->body_length = *body_length;
@@ -47,7 +45,7 @@ apps_err_e_type append(const char *path, Trailer *trailer) {
     const TrailerBytes bytes = backup_format::to_bytes(*trailer);
     if (std::fwrite(bytes.data(), 1, bytes.size(), file.get()) != bytes.size() ||
         !backup_io::finish(std::move(file))) {
-        FRWK_WARN_ERRNO_AS(kPack, "append write backup file error!");
+        FRWK_WARN_ERRNO(log_name::kDbrmPack, "append write backup file error!");
         return E_APPS_ERR_WRITE;
     }
     return E_APPS_ERR_SUCCESS;
@@ -57,17 +55,17 @@ apps_err_e_type append(const char *path, Trailer *trailer) {
 apps_err_e_type read_trailer(const char *path, Trailer *trailer, uint64_t *body_size) {
     const UniqueFile file(std::fopen(path, "rbe"));
     if (!file) {
-        FRWK_WARN_ERRNO_AS(kUnpack, "open restore file error!");
+        FRWK_WARN_ERRNO(log_name::kDbrmUnpack, "open restore file error!");
         return E_APPS_ERR_IO;
     }
 
     const std::optional<uint64_t> size = backup_io::seek_to_end(file.get());
     if (!size) {
-        FRWK_WARN_ERRNO_AS(kUnpack, "read restore file hdr error!");
+        FRWK_WARN_ERRNO(log_name::kDbrmUnpack, "read restore file hdr error!");
         return E_APPS_ERR_READ;
     }
     if (*size < kTrailerSize) {
-        FRWK_WARN_AS(kUnpack, "invalid restore file hdr format!");
+        FRWK_WARN(log_name::kDbrmUnpack, "invalid restore file hdr format!");
         return E_APPS_ERR_FORMAT;
     }
     *body_size = *size - kTrailerSize;
@@ -75,7 +73,7 @@ apps_err_e_type read_trailer(const char *path, Trailer *trailer, uint64_t *body_
     TrailerBytes bytes;
     if (::fseeko(file.get(), -static_cast<off_t>(kTrailerSize), SEEK_END) != 0 ||
         !backup_io::read_all(file.get(), bytes.data(), bytes.size())) {
-        FRWK_WARN_ERRNO_AS(kUnpack, "read restore file hdr error!");
+        FRWK_WARN_ERRNO(log_name::kDbrmUnpack, "read restore file hdr error!");
         return E_APPS_ERR_READ;
     }
     *trailer = backup_format::trailer_from(bytes);
@@ -85,16 +83,16 @@ apps_err_e_type read_trailer(const char *path, Trailer *trailer, uint64_t *body_
 /* Checks that a trailer has this product's magic and the right length. */
 apps_err_e_type check_trailer(const Trailer &trailer, uint64_t body_size) {
     uint32_t magic = 0;
-    if (!frwk_dbrm_get_magic(&magic)) {
-        FRWK_WARN_AS(kUnpack, "get device magic failed!");
+    if (!read_magic(&magic)) {
+        FRWK_WARN(log_name::kDbrmUnpack, "get device magic failed!");
         return E_APPS_ERR_INTERNAL;
     }
     if (trailer.magic != magic) {
-        FRWK_WARN_AS(kUnpack, "invalid restore file magic=0x%08x!", trailer.magic);
+        FRWK_WARN(log_name::kDbrmUnpack, "invalid restore file magic=0x%08x!", trailer.magic);
         return E_APPS_ERR_FORMAT;
     }
     if (trailer.body_length != body_size) {
-        FRWK_WARN_AS(kUnpack, "invalid restore file data format!");
+        FRWK_WARN(log_name::kDbrmUnpack, "invalid restore file data format!");
         return E_APPS_ERR_FORMAT;
     }
     return E_APPS_ERR_SUCCESS;
@@ -104,11 +102,11 @@ apps_err_e_type check_trailer(const Trailer &trailer, uint64_t body_size) {
 apps_err_e_type check_body(const char *path, const Trailer &trailer) {
     uint8_t md5[backup_format::kDigestSize];
     if (!md5_encrypt_file(path, md5)) {
-        FRWK_WARN_AS(kUnpack, "md5 encrypt file failed!");
+        FRWK_WARN(log_name::kDbrmUnpack, "md5 encrypt file failed!");
         return E_APPS_ERR_INTERNAL;
     }
     if (std::memcmp(md5, trailer.md5, sizeof(md5)) != 0) {
-        FRWK_WARN_AS(kUnpack, "invalid md5 checksum!");
+        FRWK_WARN(log_name::kDbrmUnpack, "invalid md5 checksum!");
         return E_APPS_ERR_FORMAT;
     }
     return E_APPS_ERR_SUCCESS;
@@ -118,30 +116,30 @@ apps_err_e_type check_body(const char *path, const Trailer &trailer) {
 
 static_assert(MD5_DIGEST_SIZE == backup_format::kDigestSize);
 
-int32_t frwk_dbrm_get_magic(uint32_t *magic) {
+bool read_magic(uint32_t *magic) {
     char name[kProductNameSize] = "";
     if (zndb_get(kProductNameKey, name, sizeof(name)) != E_ZNDB_RET_SUCCESS) {
-        FRWK_WARN("zndb get product name failed!");
-        return 0;
+        FRWK_WARN(log_name::kDbrmGetMagic, "zndb get product name failed!");
+        return false;
     }
     *magic = backup_format::magic_of({name, ::strnlen(name, sizeof(name))});
-    return 1;
+    return true;
 }
 
-apps_err_e_type frwk_dbrm_pack(const char *path) {
+apps_err_e_type append_trailer(const char *path) {
     Trailer trailer = {};
-    if (!frwk_dbrm_get_magic(&trailer.magic)) {
-        FRWK_WARN("get device magic failed!");
+    if (!read_magic(&trailer.magic)) {
+        FRWK_WARN(log_name::kDbrmPack, "get device magic failed!");
         return E_APPS_ERR_INTERNAL;
     }
     if (!md5_encrypt_file(path, trailer.md5)) {
-        FRWK_WARN("calc backup file md5sum failed!");
+        FRWK_WARN(log_name::kDbrmPack, "calc backup file md5sum failed!");
         return E_APPS_ERR_INTERNAL;
     }
     return append(path, &trailer);
 }
 
-apps_err_e_type frwk_dbrm_unpack(const char *path) {
+apps_err_e_type strip_trailer(const char *path) {
     Trailer trailer = {};
     uint64_t body_size = 0;
     apps_err_e_type ret = read_trailer(path, &trailer, &body_size);
@@ -154,8 +152,10 @@ apps_err_e_type frwk_dbrm_unpack(const char *path) {
     }
 
     if (::truncate(path, static_cast<off_t>(body_size)) != 0) {
-        FRWK_WARN_ERRNO("truncate restore file hdr error!");
+        FRWK_WARN_ERRNO(log_name::kDbrmUnpack, "truncate restore file hdr error!");
         return E_APPS_ERR_IO;
     }
     return check_body(path, trailer);
 }
+
+}  // namespace backup

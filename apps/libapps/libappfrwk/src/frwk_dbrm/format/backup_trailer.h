@@ -8,13 +8,15 @@
 
 #include "apps_err.h"
 
+namespace backup {
+
 /*
  * Reads the magic of this product's backups.
  *
  * magic: receives it; unchanged on failure.
- * Returns 1, or 0 if the database has no product name, which is logged.
+ * Returns false if the database has no product name, which is logged.
  */
-int32_t frwk_dbrm_get_magic(uint32_t *magic);
+bool read_magic(uint32_t *magic);
 
 /*
  * Appends the trailer to a body.
@@ -23,7 +25,7 @@ int32_t frwk_dbrm_get_magic(uint32_t *magic);
  * FORMAT for a body of 4 GiB or more; WRITE if its length can't be determined or the trailer can't be
  * written. Logs failures.
  */
-apps_err_e_type frwk_dbrm_pack(const char *path);
+apps_err_e_type append_trailer(const char *path);
 
 /*
  * Checks the trailer of a decrypted file and cuts it off, so that only the body is left.
@@ -32,4 +34,6 @@ apps_err_e_type frwk_dbrm_pack(const char *path);
  * if it is too short, of another product, of another length or altered; INTERNAL without magic or digest.
  * Logs failures; the trailer may be cut off even after a failure.
  */
-apps_err_e_type frwk_dbrm_unpack(const char *path);
+apps_err_e_type strip_trailer(const char *path);
+
+}  // namespace backup

@@ -18,13 +18,11 @@ using backup_format::RecordHeader;
 using database_text::Found;
 using database_text::Line;
 
+namespace backup {
+
 namespace {
 
 constexpr size_t kCommandSize = 256;
-
-/* The steps of restoring a record log with this name. */
-constexpr char kRestoreFile[] = "frwk_dbrm_restore_file";
-constexpr char kRestoreDb[] = "frwk_dbrm_restore_db";
 
 /* Creates the folder of a file if it is missing. A failure shows when the file is opened. */
 void make_folder_of(const char *name) {
@@ -58,26 +56,26 @@ UniqueFd open_target(const char *name) {
 apps_err_e_type fill(std::FILE *backup, UniqueFd fd, uint32_t length) {
     UniqueFile target = backup_io::write_to(std::move(fd), "wb+");
     if (!target) {
-        FRWK_WARN_ERRNO_AS(kRestoreFile, "create file error!");
+        FRWK_WARN_ERRNO(log_name::kDbrmRestoreFile, "create file error!");
         return E_APPS_ERR_IO;
     }
     const backup_io::Copied copied = backup_io::copy(backup, target.get(), length);
     if (copied == backup_io::Copied::kShortRead) {
-        FRWK_WARN_ERRNO_AS(kRestoreFile, "read restore source file error!");
+        FRWK_WARN_ERRNO(log_name::kDbrmRestoreFile, "read restore source file error!");
         return E_APPS_ERR_READ;
     }
     if (copied == backup_io::Copied::kShortWrite || !backup_io::finish_on_disk(std::move(target))) {
-        FRWK_WARN_ERRNO_AS(kRestoreFile, "write restore target file error!");
+        FRWK_WARN_ERRNO(log_name::kDbrmRestoreFile, "write restore target file error!");
         return E_APPS_ERR_WRITE;
     }
     return E_APPS_ERR_SUCCESS;
 }
 
 /* The next key and value of a text. */
-Found frwk_dbrm_get_keyvalue(char **text, Line *line) {
+Found next_pair(char **text, Line *line) {
     const Found found = database_text::next_line(text, line);
     if (found == Found::kOther) {
-        FRWK_WARN("invalid db record format '%s'!", line->key);
+        FRWK_WARN(log_name::kDbrmGetKeyvalue, "invalid db record format '%s'!", line->key);
     }
     return found;
 }
@@ -85,54 +83,55 @@ Found frwk_dbrm_get_keyvalue(char **text, Line *line) {
 /* Warns about the part of a text that is not restored, since nothing else shows it. */
 void warn_of_the_rest(size_t passed, uint32_t length) {
     if (passed < length) {
-        FRWK_WARN_AS(kRestoreDb, "only %zu of %u bytes of the db record were restored!", passed, length);
+        FRWK_WARN(log_name::kDbrmRestoreDb, "only %zu of %u bytes of the db record were restored!", passed,
+                  length);
     }
 }
 
 bool set_pair(const Line &line) {
-    FRWK_DEBUG_AS(kRestoreDb, "zndb set %s=%s", line.key, line.value);
+    FRWK_DEBUG(log_name::kDbrmRestoreDb, "zndb set %s=%s", line.key, line.value);
     if (zndb_set(line.key, line.value) != E_ZNDB_RET_SUCCESS) {
-        FRWK_WARN_AS(kRestoreDb, "zndb set db data error!");
+        FRWK_WARN(log_name::kDbrmRestoreDb, "zndb set db data error!");
         return false;
     }
     return true;
 }
 
 /* Sets every key of a text. length: bytes of the text. */
-apps_err_e_type frwk_dbrm_restore_db(char *text, uint32_t length) {
+apps_err_e_type set_pairs(char *text, uint32_t length) {
     char *at = text;
     Line line;
-    Found found = frwk_dbrm_get_keyvalue(&at, &line);
+    Found found = next_pair(&at, &line);
     bool is_set = true;
     while (found == Found::kPair && (is_set = set_pair(line))) {
-        found = frwk_dbrm_get_keyvalue(&at, &line);
+        found = next_pair(&at, &line);
     }
     warn_of_the_rest(database_text::passed(text, found, at, line), length);
     return is_set ? E_APPS_ERR_SUCCESS : E_APPS_ERR_PROCESS;
 }
 
 /* Reads the next text of the backup, sets its keys and frees it. */
-apps_err_e_type frwk_dbrm_restore_db(std::FILE *backup, uint32_t length) {
+apps_err_e_type restore_text(std::FILE *backup, uint32_t length) {
     OwnedBlock text;
     switch (backup_io::read_text(backup, length, &text)) {
         case backup_io::Text::kNoMemory:
-            FRWK_WARN("alloc read buffer[%u] failed!", length + 1);
+            FRWK_WARN(log_name::kDbrmRestoreDb, "alloc read buffer[%u] failed!", length + 1);
             return E_APPS_ERR_MALLOC;
         case backup_io::Text::kShortRead:
-            FRWK_WARN_ERRNO("read db file error!");
+            FRWK_WARN_ERRNO(log_name::kDbrmRestoreDb, "read db file error!");
             return E_APPS_ERR_READ;
         case backup_io::Text::kAll:
             break;
     }
-    return frwk_dbrm_restore_db(static_cast<char *>(text.get()), length);
+    return set_pairs(static_cast<char *>(text.get()), length);
 }
 
 }  // namespace
 
-apps_err_e_type frwk_dbrm_restore_file(std::FILE *backup, const RecordHeader &record) {
-    FRWK_DEBUG("restore file '%s' coming...", record.name);
+apps_err_e_type restore_file(std::FILE *backup, const RecordHeader &record) {
+    FRWK_DEBUG(log_name::kDbrmRestoreFile, "restore file '%s' coming...", record.name);
     if (record.length == 0) {
-        FRWK_DEBUG("remove empty file.");
+        FRWK_DEBUG(log_name::kDbrmRestoreFile, "remove empty file.");
         (void)std::remove(record.name);
         return E_APPS_ERR_SUCCESS;
     }
@@ -140,7 +139,7 @@ apps_err_e_type frwk_dbrm_restore_file(std::FILE *backup, const RecordHeader &re
     make_folder_of(record.name);
     UniqueFd target = open_target(record.name);
     if (!target) {
-        FRWK_WARN_ERRNO("create file error!");
+        FRWK_WARN_ERRNO(log_name::kDbrmRestoreFile, "create file error!");
         return E_APPS_ERR_IO;
     }
 
@@ -151,18 +150,20 @@ apps_err_e_type frwk_dbrm_restore_file(std::FILE *backup, const RecordHeader &re
     return ret;
 }
 
-apps_err_e_type frwk_dbrm_restore_db(std::FILE *backup, const RecordHeader &record) {
-    FRWK_DEBUG("restore db '%s' coming...", record.name);
+apps_err_e_type restore_database(std::FILE *backup, const RecordHeader &record) {
+    FRWK_DEBUG(log_name::kDbrmRestoreDb, "restore db '%s' coming...", record.name);
     if (record.length > 0) {
-        const apps_err_e_type ret = frwk_dbrm_restore_db(backup, record.length);
+        const apps_err_e_type ret = restore_text(backup, record.length);
         if (ret != E_APPS_ERR_SUCCESS) {
             return ret;
         }
         if (zndb_save() != E_ZNDB_RET_SUCCESS) {
-            FRWK_WARN("zndb save db file error!");
+            FRWK_WARN(log_name::kDbrmRestoreDb, "zndb save db file error!");
             return E_APPS_ERR_PROCESS;
         }
     }
-    FRWK_DEBUG("restore db '%s' success.", record.name);
+    FRWK_DEBUG(log_name::kDbrmRestoreDb, "restore db '%s' success.", record.name);
     return E_APPS_ERR_SUCCESS;
 }
+
+}  // namespace backup

@@ -9,6 +9,8 @@
 #include "apps_err.h"
 #include "frwk_dbrm/format/backup_format.h"
 
+namespace backup {
+
 /*
  * Restores a file. An empty record removes it.
  *
@@ -16,13 +18,15 @@
  * Returns E_APPS_ERR_SUCCESS; IO if the file can't be created; READ or WRITE if the copy fails midway, and
  * then the file is removed. Logs failures.
  */
-apps_err_e_type frwk_dbrm_restore_file(std::FILE *backup, const backup_format::RecordHeader &record);
+apps_err_e_type restore_file(std::FILE *backup, const backup_format::RecordHeader &record);
 
 /*
- * Sets every key of a database text and saves the database. A malformed line ends the restore of this record.
+ * Sets every key of a database text and saves the database. A malformed line ends the text.
  *
  * backup, record: as above.
  * Returns E_APPS_ERR_SUCCESS; MALLOC without memory for the text; READ if it is shorter than the record's
  * length; PROCESS if the database refuses a key or the save, and the keys set before stay. Logs failures.
  */
-apps_err_e_type frwk_dbrm_restore_db(std::FILE *backup, const backup_format::RecordHeader &record);
+apps_err_e_type restore_database(std::FILE *backup, const backup_format::RecordHeader &record);
+
+}  // namespace backup

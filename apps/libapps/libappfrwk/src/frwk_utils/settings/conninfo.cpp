@@ -65,14 +65,14 @@ constexpr RecordItem kItems[] = {
 
 apps_err_e_type frwk_zndb_get_conninfo(const char *key, frwk_conninfo_t *info) {
     if (info == nullptr) {
-        FRWK_WARN("parameter is null!");
+        FRWK_WARN(__func__, "parameter is null!");
         return E_APPS_ERR_PARAM;
     }
 
     char list[ZNDB_VALUE_LEN] = {};
     const apps_err_e_type ret = frwk_zndb_get_key_value(key, FRWK_DATA_TYPE_STRING, list, sizeof(list));
     if (ret != E_APPS_ERR_SUCCESS) {
-        FRWK_WARN("zndb get '%s' value failed!", key != nullptr ? key : "(null)");
+        FRWK_WARN(__func__, "zndb get '%s' value failed!", key != nullptr ? key : "(null)");
         return ret;
     }
     return fill_record(__func__, kItems, std::size(kItems), list, info);

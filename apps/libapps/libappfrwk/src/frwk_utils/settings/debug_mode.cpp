@@ -80,28 +80,28 @@ bool is_marked() {
 
 }  // namespace
 
-int32_t frwk_debug_mode_shell(int32_t start) {
+int32_t settings::run_debug_script(int32_t start) {
     const char *script = find_script();
     if (script == nullptr) {
         return 1;
     }
     char command[kCommandSize];
     (void)std::snprintf(command, sizeof(command), "%s %s", script, start != 0 ? "start" : "stop");
-    FRWK_DEBUG("%s", command);
+    FRWK_DEBUG(log_name::kDebugModeShell, "%s", command);
     return run_shell(command);
 }
 
 int32_t frwk_debug_mode_init(void) {
     if (is_marked()) {
         (void)zndb_set(kSetting, "true");
-        (void)frwk_debug_mode_shell(1);
+        (void)settings::run_debug_script(1);
     }
     return 1;
 }
 
 int32_t frwk_debug_mode_set(int32_t enable, const char *mode) {
     if (zndb_set(kSetting, enable != 0 ? "true" : "false") != E_ZNDB_RET_SUCCESS) {
-        FRWK_WARN("zndb set debugmode=%d failed!", enable);
+        FRWK_WARN(__func__, "zndb set debugmode=%d failed!", enable);
         return 0;
     }
     const bool forget = enable == 0 || lasts_until_reboot(mode);
@@ -109,6 +109,6 @@ int32_t frwk_debug_mode_set(int32_t enable, const char *mode) {
     if (changed) {
         ::sync();
     }
-    (void)frwk_debug_mode_shell(enable);
+    (void)settings::run_debug_script(enable);
     return 1;
 }

@@ -13,16 +13,16 @@
 namespace {
 
 struct Setting {
-    const char *call; /* function name in the log lines */
+    LogName caller;   /* function name in the log lines */
     const char *kind; /* kind of language in the log lines */
     const char *list_key;
     const char *current_key;
-    apps_message_id_e_type news;
+    apps_message_id_e_type event;
 };
 
-constexpr Setting kWebLanguage = {"frwk_language_change", "", "webs_language_support", "webs_language",
+constexpr Setting kWebLanguage = {log_name::kLanguageChange, "", "webs_language_support", "webs_language",
                                   E_APPS_MSG_SYS_LANGUAGE_CHANGE};
-constexpr Setting kAgreementLanguage = {"frwk_user_agreement_language_change", "user agreement ",
+constexpr Setting kAgreementLanguage = {log_name::kUserAgreementLanguageChange, "user agreement ",
                                         "webs_usragree_lang_support", "webs_usragree_language",
                                         E_APPS_MSG_SYS_USRAGREE_LANGUAGE_CHANGE};
 
@@ -46,30 +46,30 @@ bool save(const Setting &setting, const char *language) {
     return zndb_set(setting.current_key, language) == E_ZNDB_RET_SUCCESS && zndb_save() == E_ZNDB_RET_SUCCESS;
 }
 
-void announce(apps_message_id_e_type news) {
-    frwk_ipc_msg_pub(zn_enum_to_str_apps_message_id_e_type(news), news, nullptr, 0);
+void announce(apps_message_id_e_type event) {
+    frwk_ipc_msg_pub(zn_enum_to_str_apps_message_id_e_type(event), event, nullptr, 0);
 }
 
 int32_t change(const Setting &setting, const char *language) {
     if (language == nullptr || language[0] == '\0') {
-        FRWK_WARN_AS(setting.call, "invalid input language!");
+        FRWK_WARN(setting.caller, "invalid input language!");
         return 0;
     }
 
     char list[ZNDB_VALUE_LEN + 1] = {}; /* one more byte, in case the list lacks its NUL */
     if (zndb_get(setting.list_key, list, ZNDB_VALUE_LEN) != E_ZNDB_RET_SUCCESS) {
-        FRWK_WARN_AS(setting.call, "zndb get %ssupported language failed!", setting.kind);
+        FRWK_WARN(setting.caller, "zndb get %ssupported language failed!", setting.kind);
         return 0;
     }
     if (!has_language(list, language)) {
-        FRWK_WARN_AS(setting.call, "invalid %slanguage=%s", setting.kind, language);
+        FRWK_WARN(setting.caller, "invalid %slanguage=%s", setting.kind, language);
         return 0;
     }
     if (!save(setting, language)) {
-        FRWK_WARN_AS(setting.call, "save %slanguage '%s' to zndb failed!", setting.kind, language);
+        FRWK_WARN(setting.caller, "save %slanguage '%s' to zndb failed!", setting.kind, language);
         return 0;
     }
-    announce(setting.news);
+    announce(setting.event);
     return 1;
 }
 

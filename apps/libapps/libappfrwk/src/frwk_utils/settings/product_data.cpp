@@ -8,14 +8,14 @@
 
 namespace {
 
-constexpr KeyValueRules kProductDataRules = {"frwk_specify_path_db_adapt", CommentPlace::kFirstByte,
+constexpr KeyValueRules kProductDataRules = {log_name::kSpecifyPathDbAdapt, CommentPlace::kFirstByte,
                                              "line empty or '#', continue \n", nullptr, nullptr};
 
 }  // namespace
 
 int32_t frwk_specify_path_db_adapt(const char *path) {
     if (path == nullptr) {
-        FRWK_WARN("path null\n");
+        FRWK_WARN(__func__, "path null\n");
         return -1;
     }
     KeyValueFile file(kProductDataRules);
@@ -25,7 +25,7 @@ int32_t frwk_specify_path_db_adapt(const char *path) {
 
     KeyValue pair = {};
     while (file.next(&pair)) {
-        FRWK_DEBUG("set product id data %s=%s", pair.key, pair.value);
+        FRWK_DEBUG(__func__, "set product id data %s=%s", pair.key, pair.value);
         (void)zndb_set(pair.key, pair.value);
     }
     return 0;

@@ -28,7 +28,7 @@ apps_err_e_type store_word(const Word (&words)[kCount], const char *text, const 
             return E_APPS_ERR_SUCCESS;
         }
     }
-    FRWK_WARN_AS("frwk_parse_profile_str", "%s", error);
+    FRWK_WARN(log_name::kParseProfileStr, "%s", error);
     return E_APPS_ERR_FAILURE;
 }
 

@@ -8,6 +8,7 @@
 #include <cstdint>
 
 #include "frwk_utils/values/codec_list.h"
+#include "internal/log_name.h"
 
 /* The size of an item that is a word to be converted, including its NUL. */
 inline constexpr uint32_t kRecordWordSize = 32;
@@ -34,8 +35,7 @@ struct RecordItem {
  * Fills a record from the beginning of a list, which is decoded in place. Missing items count as empty; the
  * text after the last item is not read.
  *
- * call: the function name in the log lines. Stops at the first item that can't be read or interpreted, and
+ * caller: the function name in the log lines. Stops at the first item that can't be read or interpreted, and
  * returns its result; the fields before it are filled, the others are unchanged.
  */
-apps_err_e_type fill_record(const char *call, const RecordItem *items, size_t count, char *list,
-                            void *record);
+apps_err_e_type fill_record(LogName caller, const RecordItem *items, size_t count, char *list, void *record);

@@ -69,7 +69,7 @@ uint32_t frwk_get_sysinfo(frwk_sysinfo *info) {
 
     struct sysinfo kernel = {};
     if (::sysinfo(&kernel) != 0) {
-        FRWK_WARN_ERRNO("sysinfo error!");
+        FRWK_WARN_ERRNO(__func__, "sysinfo error!");
         return uptime;
     }
     fill(kernel, info);

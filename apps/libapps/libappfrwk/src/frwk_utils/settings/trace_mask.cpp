@@ -141,7 +141,7 @@ int32_t frwk_set_mals_tracemask(void) {
     make_mask_folder();
     const char *failure = write_mask_file(mask);
     if (failure != nullptr) {
-        FRWK_WARN_ERRNO(failure);
+        FRWK_WARN_ERRNO(__func__, failure);
         remove_mask_file();
         return 0;
     }

@@ -50,11 +50,11 @@ struct Destination {
 };
 
 /* Copies decoded bytes to the caller: all or none. */
-apps_err_e_type deliver(const char *call, const Encoding &encoding, const void *bytes, uint32_t count,
+apps_err_e_type deliver(LogName caller, const Encoding &encoding, const void *bytes, uint32_t count,
                         const Destination &to) {
     if (to.size < 0 || count > static_cast<uint32_t>(to.size)) {
-        FRWK_WARN_AS(call, "%s decrypt len(%d,%d) out of buf!", encoding.name, static_cast<int>(count),
-                     to.size);
+        FRWK_WARN(caller, "%s decrypt len(%d,%d) out of buf!", encoding.name, static_cast<int>(count),
+                  to.size);
         return E_APPS_ERR_OUTOFBUF;
     }
     std::memcpy(to.data, bytes, count);
@@ -64,15 +64,15 @@ apps_err_e_type deliver(const char *call, const Encoding &encoding, const void *
     return E_APPS_ERR_SUCCESS;
 }
 
-apps_err_e_type decode(const char *call, const Encoding &encoding, const char *text, const Destination &to) {
+apps_err_e_type decode(LogName caller, const Encoding &encoding, const char *text, const Destination &to) {
     uint32_t count = 0;
     const OwnedBlock val(encoding.decode(text, static_cast<uint32_t>(std::strlen(text)), &count));
     if (!val) {
-        FRWK_WARN_FAILED_AS(call, kGotBlock, encoding.decode_error);
+        FRWK_WARN_FAILED(caller, kGotBlock, encoding.decode_error);
         return E_APPS_ERR_FORMAT;
     }
 
-    const apps_err_e_type ret = deliver(call, encoding, val.get(), count, to);
+    const apps_err_e_type ret = deliver(caller, encoding, val.get(), count, to);
     explicit_bzero(val.get(), count);
     return ret;
 }
@@ -81,7 +81,7 @@ apps_err_e_type decode(const char *call, const Encoding &encoding, const char *t
 
 apps_err_e_type frwk_zndb_get_key_value_decrypt(const char *key, int32_t type, void *out, int32_t size) {
     if (out == nullptr) {
-        FRWK_WARN("Parameter error!"); /* the same text as the request's for a null key */
+        FRWK_WARN(__func__, "Parameter error!"); /* the same text as the request's for a null key */
         return E_APPS_ERR_FAILURE;
     }
 
@@ -116,7 +116,7 @@ apps_err_e_type frwk_zndb_set_key_value_encrypt(const char *key, int32_t type, c
 
     const OwnedBlock val(encoding->encode(data, length));
     if (!val) {
-        FRWK_WARN_FAILED(kGotBlock, encoding->encode_error);
+        FRWK_WARN_FAILED(__func__, kGotBlock, encoding->encode_error);
         return E_APPS_ERR_INTERNAL;
     }
     auto *text = static_cast<char *>(val.get());

@@ -9,8 +9,6 @@
 
 namespace {
 
-constexpr char kGet[] = "frwk_zndb_get_key_value";
-
 using Store = int (*)(const char *key, const char *value);
 
 apps_err_e_type get_number(const char *key, int32_t type, void *out, uint32_t size) {
@@ -22,20 +20,20 @@ apps_err_e_type get_number(const char *key, int32_t type, void *out, uint32_t si
 
     const apps_err_e_type ret = frwk_str_to_value(type, text, out, size);
     if (ret != E_APPS_ERR_SUCCESS) {
-        FRWK_WARN_AS(kGet, "the value of '%s' can't be read as type %d!", key, type);
-        FRWK_DEBUG_AS(kGet, "'%s' frwk_str_to_value(%s)!", key, text);
+        FRWK_WARN(log_name::kZndbGetKeyValue, "the value of '%s' can't be read as type %d!", key, type);
+        FRWK_DEBUG(log_name::kZndbGetKeyValue, "'%s' frwk_str_to_value(%s)!", key, text);
     }
     return ret;
 }
 
-/* call: the function name in the log lines. */
-apps_err_e_type set_typed(const char *call, Store store, const char *key, int32_t type, const void *value) {
+/* caller: the function name in the log lines. */
+apps_err_e_type set_typed(LogName caller, Store store, const char *key, int32_t type, const void *value) {
     if (key == nullptr) {
-        FRWK_WARN_AS(call, "parameter is null!");
+        FRWK_WARN(caller, "parameter is null!");
         return E_APPS_ERR_PARAM;
     }
     TypedText typed;
-    const apps_err_e_type ret = typed.assign(call, type, value);
+    const apps_err_e_type ret = typed.assign(caller, type, value);
     if (ret != E_APPS_ERR_SUCCESS) {
         return ret;
     }
@@ -46,7 +44,7 @@ apps_err_e_type set_typed(const char *call, Store store, const char *key, int32_
 
 apps_err_e_type frwk_zndb_get_key_value(const char *key, int32_t type, void *out, uint32_t size) {
     if (key == nullptr || out == nullptr) {
-        FRWK_WARN("parameter is null!");
+        FRWK_WARN(__func__, "parameter is null!");
         return E_APPS_ERR_PARAM;
     }
     if (is_text_type(type)) {

@@ -13,9 +13,11 @@
 #include "internal/frwk_log.h"
 #include "libmal.h"
 
-namespace {
+using sim::SimInfo;
+using sim::SubnetAction;
+using sim::SubnetDecision;
 
-constexpr char kCall[] = "frwk_sim_subnet_handle";
+namespace {
 
 constexpr uint32_t kModemPollMs = 1000;
 constexpr uint32_t kBeforeRebootMs = 2000;
@@ -43,7 +45,7 @@ void wait_for_modem() {
     if (frwk_module_feature(-1, FRWK_FLAG_MPSS) == 0 || frwk_utils_is_mpss_support() == 0) {
         return;
     }
-    FRWK_DEBUG_AS(kCall, "check MAL MPSS status...");
+    FRWK_DEBUG(log_name::kSimSubnetHandle, "check MAL MPSS status...");
     while (libmal_get_mpss_status() == 0) {
         frwk_sleep(kModemPollMs);
     }
@@ -62,35 +64,34 @@ const char *decision_name(SubnetDecision decision) {
 }
 
 /* Returns whether any setting was changed. */
-bool carry_out(SubnetDecision decision, const frwk_sim_subnet_sim_info_t &info) {
-    const int32_t deleted = frwk_sim_subnet_adapt_process(SubnetAction::kDelete, info);
-    const int32_t added =
-        decision == SubnetDecision::kNeedAdapt ? frwk_sim_subnet_adapt_process(SubnetAction::kAdd, info) : 0;
+bool carry_out(SubnetDecision decision, const SimInfo &info) {
+    const int32_t deleted = sim::adapt(SubnetAction::kDelete, info);
+    const int32_t added = decision == SubnetDecision::kNeedAdapt ? sim::adapt(SubnetAction::kAdd, info) : 0;
     return deleted != 0 || added != 0;
 }
 
 /* type: 0 for a check at run time. */
 void finish_success(int32_t type) {
-    FRWK_DEBUG_AS(kCall, "sim subnet adapt success");
+    FRWK_DEBUG(log_name::kSimSubnetHandle, "sim subnet adapt success");
     if (type == 0) {
-        FRWK_DEBUG_AS(kCall, "sim subnet boot adapt, no need reboot");
+        FRWK_DEBUG(log_name::kSimSubnetHandle, "sim subnet boot adapt, no need reboot");
         set_status(AdaptStatus::kFinished);
         return;
     }
-    FRWK_DEBUG_AS(kCall, "sim subnet boot adapt, need reboot");
+    FRWK_DEBUG(log_name::kSimSubnetHandle, "sim subnet boot adapt, need reboot");
     set_status(AdaptStatus::kRebootFollows);
     frwk_sleep(kBeforeRebootMs);
     (void)frwk_system_reboot(kRebootReason);
 }
 
-void act_on(SubnetDecision decision, const frwk_sim_subnet_sim_info_t &info, int32_t type) {
-    FRWK_DEBUG_AS(kCall, "%s", decision_name(decision));
+void act_on(SubnetDecision decision, const SimInfo &info, int32_t type) {
+    FRWK_DEBUG(log_name::kSimSubnetHandle, "%s", decision_name(decision));
     if (decision == SubnetDecision::kNoNeedAdapt) {
         set_status(AdaptStatus::kFinished);
         return;
     }
     if (!carry_out(decision, info)) {
-        FRWK_WARN_AS(kCall, "sim subnet adapt failed");
+        FRWK_WARN(log_name::kSimSubnetHandle, "sim subnet adapt failed");
         set_status(AdaptStatus::kFinished);
         return;
     }
@@ -101,20 +102,20 @@ void act_on(SubnetDecision decision, const frwk_sim_subnet_sim_info_t &info, int
 
 void frwk_sim_subnet_handle(int32_t type) {
     if (!is_switched_on()) {
-        FRWK_DEBUG("sim subnet adapt feature off return");
+        FRWK_DEBUG(__func__, "sim subnet adapt feature off return");
         set_status(AdaptStatus::kFinished);
         return;
     }
-    FRWK_DEBUG("sim subnet adapt feature on, start handle type=%d", type);
+    FRWK_DEBUG(__func__, "sim subnet adapt feature on, start handle type=%d", type);
     set_status(AdaptStatus::kUnderWay);
 
     const int32_t ret = mal_client_init(frwk_module_name(-1), 0);
-    FRWK_ASSERT(ret == MAL_NO_ERR || ret == MAL_INITIAL_ALREADY_ERR,
+    FRWK_ASSERT(__func__, ret == MAL_NO_ERR || ret == MAL_INITIAL_ALREADY_ERR,
                 "(MAL_NO_ERR == rt) || (MAL_INITIAL_ALREADY_ERR == rt)", "");
     wait_for_modem();
 
-    frwk_sim_subnet_sim_info_t info = {};
-    frwk_sim_subnet_get_sim_info(type, &info);
-    const SubnetDecision decision = frwk_sim_subnet_check_adapt_type(&info);
+    SimInfo info = {};
+    sim::read_sim_info(type, &info);
+    const SubnetDecision decision = sim::decide_adaptation(&info);
     act_on(decision, info, type);
 }

@@ -9,6 +9,8 @@
 #include <cstddef>
 #include <cstdint>
 
+namespace sim {
+
 /* Sizes in bytes, including the NUL. */
 inline constexpr size_t kSubnetPlmnSize = 10;
 inline constexpr size_t kSubnetSpnSize = 17;
@@ -16,7 +18,7 @@ inline constexpr size_t kSubnetMd5Size = 33;
 inline constexpr size_t kSubnetPathSize = 128;
 
 /* The data of the SIM. The texts are NUL-terminated, and empty if unknown. */
-struct frwk_sim_subnet_sim_info_t {
+struct SimInfo {
     int32_t sim_status;         /* mal_sim_status_e, or another number */
     char spn[kSubnetSpnSize];   /* service provider name */
     char plmn[kSubnetPlmnSize]; /* MCC, then the MNC or the custom MNC: at most 8 characters */
@@ -43,13 +45,13 @@ enum class SubnetAction {
  * type: 0 for a check at run time, which also waits for a SIM that waits for its PIN: up to nineteen seconds
  * if that alternates with failures. info: zeroed by the caller.
  */
-void frwk_sim_subnet_get_sim_info(int32_t type, frwk_sim_subnet_sim_info_t *info);
+void read_sim_info(int32_t type, SimInfo *info);
 
 /* Whether PLMN and name of a SIM in this state can be read. */
 bool is_usable_sim(int32_t sim_status);
 
 /* Compares the SIM's operator file with the applied one. info: receives the MD5 text of the file. */
-SubnetDecision frwk_sim_subnet_check_adapt_type(frwk_sim_subnet_sim_info_t *info);
+SubnetDecision decide_adaptation(SimInfo *info);
 
 /*
  * Deletes the keys of the default operator file from the perm store, or adds those of the SIM's file, and
@@ -57,14 +59,16 @@ SubnetDecision frwk_sim_subnet_check_adapt_type(frwk_sim_subnet_sim_info_t *info
  *
  * Returns 1 if the file has at least one pair, else 0.
  */
-int32_t frwk_sim_subnet_adapt_process(SubnetAction action, const frwk_sim_subnet_sim_info_t &info);
+int32_t adapt(SubnetAction action, const SimInfo &info);
 
 /*
  * Chooses the operator file: that of PLMN and SPN, that of the PLMN, or the default one, even if it doesn't
  * exist. A PLMN or SPN that contains '/' or ".." selects no file, so that every path is in the operators'
  * folder.
  */
-void frwk_sim_subnet_get_path(char (&path)[kSubnetPathSize], const char *plmn, const char *spn);
+void choose_path(char (&path)[kSubnetPathSize], const char *plmn, const char *spn);
 
 /* The default operator file. */
-void default_subnet_path(char (&path)[kSubnetPathSize]);
+void default_path(char (&path)[kSubnetPathSize]);
+
+}  // namespace sim

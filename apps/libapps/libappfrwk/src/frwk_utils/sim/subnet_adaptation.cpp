@@ -7,31 +7,32 @@
 #include "internal/frwk_log.h"
 #include "zndb.h"
 
+namespace sim {
+
 namespace {
 
-constexpr char kCall[] = "frwk_sim_subnet_adapt_process";
-
-constexpr KeyValueRules kOperatorFileRules = {kCall, CommentPlace::kFirstText, nullptr,
-                                              "subnet data format error, data=0 \n", "subnet data NULL \n"};
+constexpr KeyValueRules kOperatorFileRules = {log_name::kSimSubnetAdaptProcess, CommentPlace::kFirstText,
+                                              nullptr, "subnet data format error, data=0 \n",
+                                              "subnet data NULL \n"};
 
 /* Writes the path of the action's file. Returns false if there is nothing to delete. */
-bool choose_file(SubnetAction action, const frwk_sim_subnet_sim_info_t &info, const char *applied_plmn,
+bool choose_file(SubnetAction action, const SimInfo &info, const char *applied_plmn,
                  char (&path)[kSubnetPathSize]) {
     if (action == SubnetAction::kAdd) {
-        frwk_sim_subnet_get_path(path, info.plmn, info.spn);
+        choose_path(path, info.plmn, info.spn);
         return true;
     }
-    default_subnet_path(path);
+    default_path(path);
     return applied_plmn[0] != '\0';
 }
 
 /* Values may be secrets, so they are logged only at the debug level. */
 void act_on(SubnetAction action, const KeyValue &pair) {
     if (action == SubnetAction::kAdd) {
-        FRWK_DEBUG_AS(kCall, "add subnet %s=%s", pair.key, pair.value);
+        FRWK_DEBUG(log_name::kSimSubnetAdaptProcess, "add subnet %s=%s", pair.key, pair.value);
         (void)zndb_set_perm_data(pair.key, pair.value);
     } else {
-        FRWK_DEBUG_AS(kCall, "del subnet key=%s", pair.key);
+        FRWK_DEBUG(log_name::kSimSubnetAdaptProcess, "del subnet key=%s", pair.key);
         (void)zndb_del_perm(pair.key);
     }
 }
@@ -55,7 +56,7 @@ void forget_applied_file() {
 }
 
 /* whole: if false, no digest is recorded, so that the file is applied again when it can be read. */
-void note_applied_file(const frwk_sim_subnet_sim_info_t &info, const char *path, bool whole) {
+void note_applied_file(const SimInfo &info, const char *path, bool whole) {
     (void)zndb_set_perm_data(subnet_settings::kPlmn, info.plmn);
     (void)zndb_set_perm_data(subnet_settings::kSpn, info.spn);
     (void)zndb_set_perm_data(subnet_settings::kMd5, whole ? info.md5 : "");
@@ -64,18 +65,19 @@ void note_applied_file(const frwk_sim_subnet_sim_info_t &info, const char *path,
 
 }  // namespace
 
-int32_t frwk_sim_subnet_adapt_process(SubnetAction action, const frwk_sim_subnet_sim_info_t &info) {
+int32_t adapt(SubnetAction action, const SimInfo &info) {
     /* The result is not used, but the requests to the database and their order are fixed. */
     char applied_plmn[kSubnetPlmnSize];
     char applied_spn[kSubnetSpnSize];
     subnet_settings::read_perm(subnet_settings::kPlmn, applied_plmn);
     subnet_settings::read_perm(subnet_settings::kSpn, applied_spn);
-    FRWK_DEBUG("subnet adapt process action=%d, current_plmn=%s, subnet_plmn=%s", static_cast<int>(action),
+    FRWK_DEBUG(log_name::kSimSubnetAdaptProcess,
+               "subnet adapt process action=%d, current_plmn=%s, subnet_plmn=%s", static_cast<int>(action),
                info.plmn, applied_plmn);
 
     char path[kSubnetPathSize];
     if (!choose_file(action, info, applied_plmn, path)) {
-        FRWK_DEBUG("subnet delete, subnet_plmn empty, no need delete");
+        FRWK_DEBUG(log_name::kSimSubnetAdaptProcess, "subnet delete, subnet_plmn empty, no need delete");
         return 0;
     }
     KeyValueFile file(kOperatorFileRules);
@@ -92,3 +94,5 @@ int32_t frwk_sim_subnet_adapt_process(SubnetAction action, const frwk_sim_subnet
     (void)zndb_save();
     return result;
 }
+
+}  // namespace sim

@@ -10,6 +10,8 @@
 #include "md5.h"
 #include "os_file.h"
 
+namespace sim {
+
 static_assert(kSubnetMd5Size >= MD5_TEXT_SIZE, "the MD5 text fits its field");
 
 namespace {
@@ -33,7 +35,7 @@ struct Reasoned {
     const char *reason;
 };
 
-Reasoned decide(const frwk_sim_subnet_sim_info_t &info, const char *path, const AppliedFile &applied) {
+Reasoned decide(const SimInfo &info, const char *path, const AppliedFile &applied) {
     if (!is_usable_sim(info.sim_status)) {
         return {SubnetDecision::kNoNeedAdapt, "sim not normal, no need subnet adapt"};
     }
@@ -53,19 +55,22 @@ Reasoned decide(const frwk_sim_subnet_sim_info_t &info, const char *path, const 
 
 }  // namespace
 
-SubnetDecision frwk_sim_subnet_check_adapt_type(frwk_sim_subnet_sim_info_t *info) {
+SubnetDecision decide_adaptation(SimInfo *info) {
     AppliedFile applied;
     read_applied_file(&applied);
 
     char path[kSubnetPathSize];
-    frwk_sim_subnet_get_path(path, info->plmn, info->spn);
+    choose_path(path, info->plmn, info->spn);
     (void)md5_encrypt_file_str(path, info->md5);
     FRWK_DEBUG(
+        log_name::kSimSubnetCheckAdaptType,
         "sim subnet adatp, sim_status=%d, current_plmn=%s, current_spn=%s subnet_plmn=%s current_path=%s, "
         "subnet_path=%s",
         info->sim_status, info->plmn, info->spn, applied.plmn, path, applied.path);
 
     const Reasoned reasoned = decide(*info, path, applied);
-    FRWK_DEBUG("%s", reasoned.reason);
+    FRWK_DEBUG(log_name::kSimSubnetCheckAdaptType, "%s", reasoned.reason);
     return reasoned.decision;
 }
+
+}  // namespace sim

@@ -9,6 +9,8 @@
 #include "internal/frwk_paths.h"
 #include "os_file.h"
 
+namespace sim {
+
 namespace {
 
 bool stays_in_folder(const char *part) {
@@ -18,7 +20,7 @@ bool stays_in_folder(const char *part) {
 /* Whether the operator has a file; writes its path. spn: "" for the PLMN's file for all names. */
 bool find_operator_file(char (&path)[kSubnetPathSize], const char *plmn, const char *spn) {
     if (!stays_in_folder(plmn) || !stays_in_folder(spn)) {
-        FRWK_WARN_AS("frwk_sim_subnet_get_path", "plmn=%s spn=%s can't name an operator file", plmn, spn);
+        FRWK_WARN(log_name::kSimSubnetGetPath, "plmn=%s spn=%s can't name an operator file", plmn, spn);
         return false;
     }
     (void)std::snprintf(path, sizeof(path), "%s/%s/custom_%s%sdata.txt", paths::kSubnetFolder, plmn, spn,
@@ -28,15 +30,17 @@ bool find_operator_file(char (&path)[kSubnetPathSize], const char *plmn, const c
 
 }  // namespace
 
-void frwk_sim_subnet_get_path(char (&path)[kSubnetPathSize], const char *plmn, const char *spn) {
+void choose_path(char (&path)[kSubnetPathSize], const char *plmn, const char *spn) {
     if (spn[0] != '\0' && find_operator_file(path, plmn, spn)) {
         return;
     }
     if (!find_operator_file(path, plmn, "")) {
-        default_subnet_path(path);
+        default_path(path);
     }
 }
 
-void default_subnet_path(char (&path)[kSubnetPathSize]) {
+void default_path(char (&path)[kSubnetPathSize]) {
     (void)std::snprintf(path, sizeof(path), "%s/custom_data.txt", paths::kSubnetFolder);
 }
+
+}  // namespace sim

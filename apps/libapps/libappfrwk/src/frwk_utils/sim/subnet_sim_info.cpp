@@ -11,9 +11,9 @@
 #include "libmal.h"
 #include "text_copy.h"
 
-namespace {
+namespace sim {
 
-constexpr char kCall[] = "frwk_sim_subnet_get_sim_info";
+namespace {
 
 constexpr int kPollFailuresMax = 10;
 constexpr int kPinPollsMax = 4;
@@ -35,8 +35,8 @@ bool poll_sim(int failures, int32_t *status) {
         *status = polled;
     }
     const int level = ret == MAL_NO_ERR ? OS_LOG_DEBUG : OS_LOG_WARNING;
-    OS_LOG_AS(kCall, level, "libmal_get_sim_status ret:%d, count:%d, sim_status=%d", ret, failures + 1,
-              *status);
+    FRWK_LOG(log_name::kSimSubnetGetSimInfo, level, "libmal_get_sim_status ret:%d, count:%d, sim_status=%d",
+             ret, failures + 1, *status);
     return ret == MAL_NO_ERR && !is_not_ready(polled);
 }
 
@@ -67,31 +67,31 @@ void read_plmn_record(mal_sim_plmn_t *record) {
             return;
         }
         *record = {};
-        FRWK_WARN_AS(kCall, "failed to libmal_get_sim_plmn count %d", count);
+        FRWK_WARN(log_name::kSimSubnetGetSimInfo, "failed to libmal_get_sim_plmn count %d", count);
         frwk_sleep(kRetryMs);
     }
 }
 
 /* The two codes may lack a NUL, so reads don't exceed the fields. */
-void read_plmn(frwk_sim_subnet_sim_info_t *info) {
+void read_plmn(SimInfo *info) {
     mal_sim_plmn_t record = {};
     read_plmn_record(&record);
 
     char custom_mnc[sizeof(record.mnc)];
     subnet_settings::read_plain(subnet_settings::kCustomMnc, custom_mnc);
     if (custom_mnc[0] != '\0') {
-        FRWK_DEBUG_AS(kCall, "sim mnc get db is %s", custom_mnc);
+        FRWK_DEBUG(log_name::kSimSubnetGetSimInfo, "sim mnc get db is %s", custom_mnc);
     }
     const char *mnc = custom_mnc[0] != '\0' ? custom_mnc : record.mnc;
     (void)std::snprintf(info->plmn, sizeof(info->plmn), "%.*s%.*s", static_cast<int>(sizeof(record.mcc)),
                         record.mcc, static_cast<int>(sizeof(record.mnc)), mnc);
 }
 
-void read_spn(frwk_sim_subnet_sim_info_t *info) {
+void read_spn(SimInfo *info) {
     char spn[MAL_SIM_SPN_SIZE] = {};
     const int32_t ret = libmal_get_sim_spn(MAL_SIM_SLOT_FIRST, spn, sizeof(spn));
     if (ret != MAL_NO_ERR) {
-        FRWK_WARN_AS(kCall, "failed to libmal_get_sim_spn ret:%d", ret);
+        FRWK_WARN(log_name::kSimSubnetGetSimInfo, "failed to libmal_get_sim_spn ret:%d", ret);
         return;
     }
     strsncpy(info->spn, spn, sizeof(info->spn) - 1);
@@ -99,7 +99,7 @@ void read_spn(frwk_sim_subnet_sim_info_t *info) {
 
 }  // namespace
 
-void frwk_sim_subnet_get_sim_info(int32_t type, frwk_sim_subnet_sim_info_t *info) {
+void read_sim_info(int32_t type, SimInfo *info) {
     info->sim_status = wait_for_sim(type == 0);
     if (!is_usable_sim(info->sim_status)) {
         return;
@@ -111,3 +111,5 @@ void frwk_sim_subnet_get_sim_info(int32_t type, frwk_sim_subnet_sim_info_t *info
 bool is_usable_sim(int32_t sim_status) {
     return sim_status == MAL_SIM_STATUS_USABLE || sim_status == MAL_SIM_STATUS_USABLE_5;
 }
+
+}  // namespace sim

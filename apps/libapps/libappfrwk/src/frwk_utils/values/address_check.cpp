@@ -31,11 +31,11 @@ Address<kSize> address_of(int family, const char *text) {
 
 uint32_t frwk_domain_check(const char *text) {
     if (text == nullptr || text[0] == '\0') {
-        FRWK_WARN("domain is empty!");
+        FRWK_WARN(__func__, "domain is empty!");
         return 0;
     }
     if (text[std::strspn(text, kDomainCharacters)] != '\0') {
-        FRWK_WARN("invalid domain value=%s", text);
+        FRWK_WARN(__func__, "invalid domain value=%s", text);
         return 0;
     }
     return 1;
@@ -43,7 +43,7 @@ uint32_t frwk_domain_check(const char *text) {
 
 uint32_t frwk_check_ipv4_addr_range_valid(const char *start, const char *end) {
     if (address_of<sizeof(in_addr)>(AF_INET, start) > address_of<sizeof(in_addr)>(AF_INET, end)) {
-        FRWK_WARN("ipv4 start ip is big than end ip ");
+        FRWK_WARN(__func__, "ipv4 start ip is big than end ip ");
         return 0;
     }
     return 1;
@@ -51,7 +51,7 @@ uint32_t frwk_check_ipv4_addr_range_valid(const char *start, const char *end) {
 
 uint32_t frwk_check_ipv6_addr_range_valid(const char *start, const char *end) {
     if (address_of<sizeof(in6_addr)>(AF_INET6, start) > address_of<sizeof(in6_addr)>(AF_INET6, end)) {
-        FRWK_WARN("ipv6 start ip is big than end ip ");
+        FRWK_WARN(__func__, "ipv6 start ip is big than end ip ");
         return 0;
     }
     return 1;

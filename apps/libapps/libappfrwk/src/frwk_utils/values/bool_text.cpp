@@ -56,7 +56,7 @@ bool read_bool_word(const char *text, uint8_t *out) {
     const char *word = text != nullptr ? text : ""; /* an empty setting means off */
     const bool value = is_one_of(kTrueWords, word);
     if (!value && !is_one_of(kFalseWords, word)) {
-        FRWK_DEBUG_AS("frwk_str_to_bool", "invalid bool value=%s!", word);
+        FRWK_DEBUG(log_name::kStrToBool, "invalid bool value=%s!", word);
         return false;
     }
     if (out != nullptr) {
@@ -67,7 +67,7 @@ bool read_bool_word(const char *text, uint8_t *out) {
 
 int32_t frwk_str_to_bool(const char *text, uint8_t *out) {
     if (!read_bool_word(text, out)) {
-        FRWK_WARN("the text is no word for a boolean!");
+        FRWK_WARN(__func__, "the text is no word for a boolean!");
         return 0;
     }
     return 1;

@@ -54,9 +54,9 @@ uint32_t free_bytes(const frwk_codec_buf_t *buf) {
 }
 
 /* Appends a piece if that leaves one byte for the NUL, which is already in the zeroed storage. */
-bool append(const char *call, frwk_codec_buf_t *buf, std::string_view piece) {
+bool append(LogName caller, frwk_codec_buf_t *buf, std::string_view piece) {
     if (free_bytes(buf) <= piece.size()) {
-        FRWK_WARN_AS(call, "buf not big enough!");
+        FRWK_WARN(caller, "buf not big enough!");
         return false;
     }
     std::memcpy(buf->data + buf->len, piece.data(), piece.size());
@@ -69,10 +69,10 @@ void zero_the_rest(frwk_codec_buf_t *buf) {
     std::memset(buf->data + buf->len, 0, free_bytes(buf));
 }
 
-bool frwk_zndb_add_codec_value(frwk_codec_buf_t *buf, const char *item) {
+bool append_escaped(frwk_codec_buf_t *buf, const char *item) {
     for (const char *next = item; *next != '\0'; ++next) {
         const std::string_view stored = stored_form(next);
-        if (!append(__func__, buf, stored)) {
+        if (!append(log_name::kZndbAddCodecValue, buf, stored)) {
             return false;
         }
         if (stored.data() != next) {
@@ -86,9 +86,9 @@ bool frwk_zndb_add_codec_value(frwk_codec_buf_t *buf, const char *item) {
  * Decodes the first item in place, which never makes it longer. Returns the rest of the list, or null for a
  * null text.
  */
-char *frwk_zndb_get_codec_value(char *text) {
+char *cut_first_item(char *text) {
     if (text == nullptr) {
-        FRWK_WARN("parameter is null!");
+        FRWK_WARN(log_name::kZndbGetCodecValue, "parameter is null!");
         return nullptr;
     }
 
@@ -108,10 +108,9 @@ char *frwk_zndb_get_codec_value(char *text) {
 
 apps_err_e_type take_codec_item(char *text, int32_t type, void *out, uint32_t size, char **next,
                                 ItemPrivacy privacy) {
-    constexpr char kCall[] = "frwk_zndb_get_value";
-    char *behind = frwk_zndb_get_codec_value(text);
+    char *behind = cut_first_item(text);
     if (behind == nullptr) {
-        FRWK_WARN_AS(kCall, "get zndb codec value failed!");
+        FRWK_WARN(log_name::kZndbGetValue, "get zndb codec value failed!");
         return E_APPS_ERR_PARAM;
     }
     if (next != nullptr) {
@@ -120,8 +119,8 @@ apps_err_e_type take_codec_item(char *text, int32_t type, void *out, uint32_t si
 
     const apps_err_e_type ret = frwk_str_to_value(type, text, out, size);
     if (ret != E_APPS_ERR_SUCCESS) {
-        FRWK_DEBUG_AS(kCall, "convert zndb value(%s) failed!",
-                      privacy == ItemPrivacy::kSecret ? kHiddenText : text);
+        FRWK_DEBUG(log_name::kZndbGetValue, "convert zndb value(%s) failed!",
+                   privacy == ItemPrivacy::kSecret ? kHiddenText : text);
     }
     return ret;
 }
@@ -136,8 +135,8 @@ apps_err_e_type frwk_zndb_add_value(frwk_codec_buf_t *buf, int32_t type, const v
     if (first == 0 && !append(__func__, buf, kSeparatorText)) {
         return E_APPS_ERR_OUTOFBUF;
     }
-    if (!frwk_zndb_add_codec_value(buf, item.text())) {
-        FRWK_WARN("add codec value failed!");
+    if (!append_escaped(buf, item.text())) {
+        FRWK_WARN(__func__, "add codec value failed!");
         return E_APPS_ERR_OUTOFBUF;
     }
     return E_APPS_ERR_SUCCESS;
@@ -146,7 +145,7 @@ apps_err_e_type frwk_zndb_add_value(frwk_codec_buf_t *buf, int32_t type, const v
 apps_err_e_type frwk_zndb_get_value(char *text, int32_t type, void *out, uint32_t size, char **next) {
     const apps_err_e_type ret = take_codec_item(text, type, out, size, next, ItemPrivacy::kOpen);
     if (ret != E_APPS_ERR_SUCCESS && text != nullptr) {
-        FRWK_WARN("an item of a list can't be read as type %d!", type);
+        FRWK_WARN(__func__, "an item of a list can't be read as type %d!", type);
     }
     return ret;
 }

@@ -37,13 +37,13 @@ bool extract(const DataType &type, const json_item *member, void *out) {
 apps_err_e_type frwk_get_json_item_value(const json_item *object, int32_t type, const char *name, void *out,
                                          uint32_t size) {
     if (object == nullptr || name == nullptr) {
-        FRWK_WARN("parameter is null!");
+        FRWK_WARN(__func__, "parameter is null!");
         return E_APPS_ERR_PARAM;
     }
 
     const json_item *member = json_get_object_item(object, name);
     if (member == nullptr) {
-        FRWK_WARN("can't found json object(%s)!", name);
+        FRWK_WARN(__func__, "can't found json object(%s)!", name);
         return E_APPS_ERR_NOTFOUND;
     }
     if (json_is_string(member) != 0) {
@@ -52,19 +52,19 @@ apps_err_e_type frwk_get_json_item_value(const json_item *object, int32_t type, 
 
     const DataType *row = find_data_type(type);
     if (row == nullptr) {
-        FRWK_WARN("unsupported data type[%d].", type);
+        FRWK_WARN(__func__, "unsupported data type[%d].", type);
         return E_APPS_ERR_PARAM;
     }
     if (!has_room(*row, member, size)) {
-        FRWK_WARN_FAILED(row->fits.condition, row->fits.message);
+        FRWK_WARN_FAILED(__func__, row->fits.condition, row->fits.message);
         return E_APPS_ERR_OUTOFBUF;
     }
     if (out == nullptr) {
-        FRWK_WARN("parameter is null!");
+        FRWK_WARN(__func__, "parameter is null!");
         return E_APPS_ERR_PARAM;
     }
     if (!extract(*row, member, out)) {
-        FRWK_WARN_FAILED(row->json_range.check.condition, row->json_range.check.message);
+        FRWK_WARN_FAILED(__func__, row->json_range.check.condition, row->json_range.check.message);
         return E_APPS_ERR_PARAM;
     }
     return E_APPS_ERR_SUCCESS;

@@ -27,16 +27,16 @@ bool KeyValueFile::read_line() {
     std::memset(line_, 0, sizeof(line_)); /* a line may hold a NUL before its end */
     if (std::fgets(line_, static_cast<int>(sizeof(line_)), file_.get()) == nullptr) {
         if (failed()) {
-            FRWK_WARN_ERRNO_AS(rules_.call, "read data file error!");
+            FRWK_WARN_ERRNO(rules_.caller, "read data file error!");
         }
         if (rules_.end_note != nullptr) {
-            FRWK_DEBUG_AS(rules_.call, "%s", rules_.end_note);
+            FRWK_DEBUG(rules_.caller, "%s", rules_.end_note);
         }
         return false;
     }
     count_line();
     if (line_[0] == '\0' && rules_.nul_note != nullptr) {
-        FRWK_WARN_AS(rules_.call, "%s", rules_.nul_note);
+        FRWK_WARN(rules_.caller, "%s", rules_.nul_note);
         return false;
     }
     return true;
@@ -48,21 +48,21 @@ bool KeyValueFile::is_skipped(const char *text) const {
         return false;
     }
     if (rules_.skip_note != nullptr) {
-        FRWK_DEBUG_AS(rules_.call, "%s", rules_.skip_note);
+        FRWK_DEBUG(rules_.caller, "%s", rules_.skip_note);
     }
     return true;
 }
 
 bool KeyValueFile::split(char *text, KeyValue *pair) const {
     if (std::strlen(text) >= kLineMax) {
-        FRWK_WARN_AS(rules_.call, "%s line %u skipped: it is too long", path_, line_number_);
-        FRWK_DEBUG_AS(rules_.call, "buf is %s too long\n", text);  // May hold a secret.
+        FRWK_WARN(rules_.caller, "%s line %u skipped: it is too long", path_, line_number_);
+        FRWK_DEBUG(rules_.caller, "buf is %s too long\n", text);  // May hold a secret.
         return false;
     }
     char *equals = std::strchr(text, '=');
     if (equals == nullptr) {
-        FRWK_WARN_AS(rules_.call, "not found '='\n");
-        FRWK_WARN_AS(rules_.call, "%s line %u skipped: it has no equals sign", path_, line_number_);
+        FRWK_WARN(rules_.caller, "not found '='\n");
+        FRWK_WARN(rules_.caller, "%s line %u skipped: it has no equals sign", path_, line_number_);
         return false;
     }
     *equals = '\0';
@@ -74,7 +74,7 @@ bool KeyValueFile::open(const char *path) {
     path_ = path;
     file_.reset(std::fopen(path, "re"));
     if (!file_) {
-        FRWK_WARN_AS(rules_.call, "file(%s) not find\n", path);
+        FRWK_WARN(rules_.caller, "file(%s) not find\n", path);
     }
     return static_cast<bool>(file_);
 }

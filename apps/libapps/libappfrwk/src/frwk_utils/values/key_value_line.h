@@ -12,6 +12,7 @@
 #include <cstddef>
 #include <cstdio>
 
+#include "internal/log_name.h"
 #include "support/unique_fd.h"
 
 /* Where the check for a comment ('#') or an empty line is made. */
@@ -22,7 +23,7 @@ enum class CommentPlace {
 
 /* The differences between the kinds of files. */
 struct KeyValueRules {
-    const char *call;           /* function name in the log lines */
+    LogName caller;             /* function name in the log lines */
     CommentPlace comment_place; /* where the check for a comment is made */
     const char *skip_note;      /* logged for each comment and each empty line; null: not logged */
     const char *nul_note;       /* logged for a line that begins with NUL, which then ends the file; null when

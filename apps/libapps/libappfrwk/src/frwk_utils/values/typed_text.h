@@ -25,16 +25,16 @@ class TypedText {
     /*
      * Converts a value. A text is used unchanged, null as the empty text; other values are formatted.
      *
-     * call: the function name in the log line if the value has no text.
+     * caller: the function name in the log line if the value has no text.
      */
-    [[nodiscard]] apps_err_e_type assign(const char *call, int32_t type, const void *value) {
+    [[nodiscard]] apps_err_e_type assign(LogName caller, int32_t type, const void *value) {
         if (is_text_type(type)) {
             text_ = value != nullptr ? static_cast<const char *>(value) : "";
             return E_APPS_ERR_SUCCESS;
         }
         const apps_err_e_type ret = frwk_value_to_str(type, value, formatted_, kTypedTextSize);
         if (ret != E_APPS_ERR_SUCCESS) {
-            FRWK_WARN_FAILED_AS(call, "E_APPS_ERR_SUCCESS == ret", "");
+            FRWK_WARN_FAILED(caller, "E_APPS_ERR_SUCCESS == ret", "");
         }
         return ret;
     }

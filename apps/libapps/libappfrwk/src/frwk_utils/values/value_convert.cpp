@@ -45,21 +45,21 @@ const char *text_of(const DataType &type, const void *value, char (&number)[kNum
 apps_err_e_type frwk_str_to_value(int32_t type, const char *text, void *out, uint32_t size) {
     const DataType *row = find_data_type(type);
     if (row == nullptr) {
-        FRWK_WARN("unsupported data type[%d].", type);
+        FRWK_WARN(__func__, "unsupported data type[%d].", type);
         return E_APPS_ERR_PARAM;
     }
 
     const char *content = text != nullptr ? text : "";
     if (!has_room(*row, content, size)) {
-        FRWK_WARN_FAILED(row->fits.condition, row->fits.message);
+        FRWK_WARN_FAILED(__func__, row->fits.condition, row->fits.message);
         return E_APPS_ERR_OUTOFBUF;
     }
     if (out == nullptr) {
-        FRWK_WARN("parameter is null!");
+        FRWK_WARN(__func__, "parameter is null!");
         return E_APPS_ERR_PARAM;
     }
     if (!convert(*row, content, out)) {
-        FRWK_WARN_FAILED(row->text_range.check.condition, row->text_range.check.message);
+        FRWK_WARN_FAILED(__func__, row->text_range.check.condition, row->text_range.check.message);
         return E_APPS_ERR_PARAM;
     }
     return E_APPS_ERR_SUCCESS;
@@ -67,16 +67,16 @@ apps_err_e_type frwk_str_to_value(int32_t type, const char *text, void *out, uin
 
 apps_err_e_type frwk_value_to_str(int32_t type, const void *value, char *buf, int32_t size) {
     if (buf == nullptr) {
-        FRWK_WARN("parameter is null!");
+        FRWK_WARN(__func__, "parameter is null!");
         return E_APPS_ERR_PARAM;
     }
     const DataType *row = find_data_type(type);
     if (row == nullptr) {
-        FRWK_WARN("unsupported data type[%d].", type);
+        FRWK_WARN(__func__, "unsupported data type[%d].", type);
         return E_APPS_ERR_PARAM;
     }
     if (value == nullptr && !row->is_text()) {
-        FRWK_WARN("parameter is null!");
+        FRWK_WARN(__func__, "parameter is null!");
         return E_APPS_ERR_PARAM;
     }
 
@@ -84,7 +84,7 @@ apps_err_e_type frwk_value_to_str(int32_t type, const void *value, char *buf, in
     const char *text = text_of(*row, value, number);
     const size_t length = std::strlen(text);
     if (size <= 0 || length >= static_cast<size_t>(size)) {
-        FRWK_WARN_FAILED("size > len", "out of buf");
+        FRWK_WARN_FAILED(__func__, "size > len", "out of buf");
         return E_APPS_ERR_OUTOFBUF;
     }
     strsncpy(buf, text, length);
@@ -93,13 +93,13 @@ apps_err_e_type frwk_value_to_str(int32_t type, const void *value, char *buf, in
 
 int32_t frwk_check_enum_value(const char *list, const char *text) {
     if (list == nullptr || text == nullptr) {
-        FRWK_WARN("parameter is null!");
+        FRWK_WARN(__func__, "parameter is null!");
         return 0;
     }
 
     const OwnedBlock copy(os_mem_strdup(list)); /* the loop below splits it in place */
     if (!copy) {
-        FRWK_WARN("DUP enum string failed!");
+        FRWK_WARN(__func__, "DUP enum string failed!");
         return 0;
     }
 

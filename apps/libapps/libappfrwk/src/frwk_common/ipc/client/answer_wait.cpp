@@ -11,6 +11,8 @@
 #include "internal/coarse_clock.h"
 #include "internal/frwk_log.h"
 
+namespace ipc {
+
 namespace {
 
 constexpr uint64_t kMsPerSecond = 1000;
@@ -32,21 +34,23 @@ void AnswerWait::say_when_due() {
         return;
     }
     const char *alias = frwk_module_alias(static_cast<int32_t>(module_));
-    FRWK_WARN_AS(caller_, "still waiting for [%s]::[%s:%d], %u s", alias != nullptr ? alias : "unknown",
-                 frwk_ipc_message_name(msgid_), msgid_, due_seconds_);
+    FRWK_WARN(caller_, "still waiting for [%s]::[%s:%d], %u s", alias != nullptr ? alias : "unknown",
+              message_name(msgid_), msgid_, due_seconds_);
     due_seconds_ *= 2;
 }
 
-IpcWaited AnswerWait::wait(int fd, short events, uint32_t) {
+Waited AnswerWait::wait(int fd, short events, uint32_t) {
     for (;;) {
         pollfd peer = {fd, events, 0};
         const int result = ::poll(&peer, 1, ms_until_notice());
         if (result > 0) {
-            return IpcWaited::kReady;
+            return Waited::kReady;
         }
         if (result < 0 && errno != EINTR) {
-            return IpcWaited::kFailed;
+            return Waited::kFailed;
         }
         say_when_due();
     }
 }
+
+}  // namespace ipc

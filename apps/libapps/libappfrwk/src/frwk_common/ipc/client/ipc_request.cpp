@@ -15,20 +15,18 @@
 #include "frwk_common/ipc/client/answer_wait.h"
 #include "frwk_common/ipc/server/ipc_dispatch.h"
 #include "frwk_common/ipc/server/own_messages.h"
+#include "frwk_common/ipc/transport/ipc_connection.h"
 #include "frwk_common/ipc/transport/ipc_trace.h"
-#include "frwk_common/ipc/transport/ipc_transport.h"
 #include "frwk_common/ipc/transport/ipc_wire.h"
 #include "internal/frwk_log.h"
 #include "internal/small_buffer.h"
 #include "os_thread.h"
 #include "support/owned_block.h"
-#include "support/unique_fd.h"
+
+using ipc::AnswerWait;
+using ipc::Connection;
 
 namespace {
-
-/* The steps of a send log with the name of the exported function. */
-constexpr char kSync[] = "frwk_ipc_send_sync";
-constexpr char kAsync[] = "frwk_ipc_send_async";
 
 constexpr uint32_t kHeaderSize = sizeof(frwk_ipc_header);
 
@@ -66,65 +64,60 @@ void lay_out(void *request, const frwk_ipc_header &header, const Body &body) {
 }
 
 /* Checks the arguments of every send. Returns 0, or the result of the send. */
-apps_err_e_type check_request(const char *caller, uint32_t module, const Body &body, const void *rsp,
+apps_err_e_type check_request(LogName caller, uint32_t module, const Body &body, const void *rsp,
                               uint32_t rsp_size) {
     if (!is_destination(module)) {
-        FRWK_WARN_AS(caller, "invalid module id=%d", static_cast<int>(module));
+        FRWK_WARN(caller, "invalid module id=%d", static_cast<int>(module));
         return E_APPS_ERR_MODULE;
     }
     if ((body.len != 0 && body.data == nullptr) || (rsp_size != 0 && rsp == nullptr)) {
-        FRWK_WARN_AS(caller, "invalid request arguments!");
+        FRWK_WARN(caller, "invalid request arguments!");
         return E_APPS_ERR_PARAM;
     }
     return E_APPS_ERR_SUCCESS;
 }
 
+/* Opens a connection; none, logged, when the module can't be reached. */
+Connection connect_to(LogName caller, uint32_t module, uint32_t timeout) {
+    Connection connection = Connection::open(module, timeout);
+    if (!connection) {
+        const char *name = frwk_module_name(static_cast<int32_t>(module));
+        FRWK_WARN(caller, "ipc connect to module [%s] failed!", name != nullptr ? name : "");
+    }
+    return connection;
+}
+
 /* Writes one request. Returns 0, or the result of the send. */
-apps_err_e_type write_request(const char *caller, int fd, const frwk_ipc_header &header, const Body &body,
-                              AnswerWait &wait) {
+apps_err_e_type write_request(LogName caller, Connection &connection, const frwk_ipc_header &header,
+                              const Body &body, AnswerWait &wait) {
     IpcBuffer request;
     const std::optional<uint32_t> size = checked_add(kHeaderSize, body.len);
     if (!request.reserve(size)) {
-        FRWK_WARN_AS(caller, "alloc failed for ipc req!");
+        FRWK_WARN(caller, "alloc failed for ipc req!");
         return E_APPS_ERR_MALLOC;
     }
 
     int32_t written = 0;
     if (request.on_heap()) {
-        written = frwk_ipc_send(fd, &header, kHeaderSize, body.data, body.len, wait);
+        written = connection.send(&header, kHeaderSize, body.data, body.len, wait);
     } else {
         lay_out(request.data(), header, body);
-        written = frwk_ipc_send(fd, request.data(), *size, nullptr, 0, wait);
+        written = connection.send(request.data(), *size, nullptr, 0, wait);
     }
     if (written != static_cast<int32_t>(*size)) {
-        FRWK_WARN_AS(caller, "ipc send req msg failed!");
+        FRWK_WARN(caller, "ipc send req msg failed!");
         return E_APPS_ERR_WRITE;
     }
     return E_APPS_ERR_SUCCESS;
 }
 
-/* Opens a connection and writes one request. Returns 0 and the connection, or the result of the send. */
-apps_err_e_type send_request(const char *caller, uint32_t module, const frwk_ipc_header &header,
-                             const Body &body, AnswerWait &wait, UniqueFd *connection) {
-    UniqueFd fd(frwk_ipc_connect(module, header.timeout));
-    if (!fd) {
-        const char *name = frwk_module_name(static_cast<int32_t>(module));
-        FRWK_WARN_AS(caller, "ipc connect to module [%s] failed!", name != nullptr ? name : "");
-        return E_APPS_ERR_MODULE;
-    }
-
-    const apps_err_e_type sent = write_request(caller, fd.get(), header, body, wait);
-    *connection = std::move(fd);
-    return sent;
-}
-
 /* Reads the rest of len bytes. Returns false, and logs, on failure. */
-bool receive_rest(int fd, void *buf, uint32_t received, uint32_t len, AnswerWait &wait) {
+bool receive_rest(Connection &connection, void *buf, uint32_t received, uint32_t len, AnswerWait &wait) {
     if (received >= len) {
         return true;
     }
     const uint32_t missing = len - received;
-    return frwk_ipc_recv_stream(fd, static_cast<char *>(buf) + received, missing, wait) ==
+    return connection.receive_stream(static_cast<char *>(buf) + received, missing, wait) ==
            static_cast<int32_t>(missing);
 }
 
@@ -141,26 +134,26 @@ static_assert(offsetof(SmallAnswer, data) == sizeof(frwk_ipc_rsp_header));
  * larger one directly, after its header was checked. Returns 0 and the handler's result, or the result of the
  * send.
  */
-apps_err_e_type receive_answer(int fd, void *rsp, uint32_t rsp_size, AnswerWait &wait,
+apps_err_e_type receive_answer(Connection &connection, void *rsp, uint32_t rsp_size, AnswerWait &wait,
                                int32_t *handler_result) {
     SmallAnswer answer;
     constexpr uint32_t kHeadSize = sizeof(answer.header);
     const bool small = rsp_size <= sizeof(answer.data);
     const uint32_t most = kHeadSize + (small ? rsp_size : 0);
-    const int32_t count = frwk_ipc_recv_later(fd, &answer, kHeadSize, most, wait);
+    const int32_t count = connection.receive_later(&answer, kHeadSize, most, wait);
     if (count < static_cast<int32_t>(kHeadSize)) {
-        FRWK_WARN_AS(kSync, "ipc recv rsp header failed!");
+        FRWK_WARN(log_name::kIpcSendSync, "ipc recv rsp header failed!");
         return E_APPS_ERR_READ;
     }
 
     const uint32_t received = static_cast<uint32_t>(count) - kHeadSize;
     const uint32_t len = answer.header.rsp_len > 0 ? static_cast<uint32_t>(answer.header.rsp_len) : 0;
     if (len > rsp_size) {
-        FRWK_WARN_AS(kSync, "ipc recv rsp buffer not big enough!");
+        FRWK_WARN(log_name::kIpcSendSync, "ipc recv rsp buffer not big enough!");
         return E_APPS_ERR_OUTOFBUF;
     }
-    if (!receive_rest(fd, small ? answer.data : rsp, received, len, wait)) {
-        FRWK_WARN_AS(kSync, "ipc recv rsp data failed!");
+    if (!receive_rest(connection, small ? answer.data : rsp, received, len, wait)) {
+        FRWK_WARN(log_name::kIpcSendSync, "ipc recv rsp data failed!");
         return E_APPS_ERR_READ;
     }
     if (small && len > 0) {
@@ -178,12 +171,12 @@ void store(int32_t *result, int32_t value) {
 
 /* record: owned by the new thread if it was started. Returns false if not. */
 bool start_own_message(void *record) {
-    if (!own_message_begins()) {
+    if (!ipc::own_message_begins()) {
         return false;
     }
     os_thread_t thread = 0;
-    if (os_thread_create(&thread, nullptr, frwk_ipc_msg_async_handle, record) != 0) {
-        own_message_ends();
+    if (os_thread_create(&thread, nullptr, ipc::dispatch_own_message, record) != 0) {
+        ipc::own_message_ends();
         return false;
     }
     return true;
@@ -194,13 +187,13 @@ apps_err_e_type handle_on_own_thread(const frwk_ipc_header &header, const Body &
     const std::optional<uint32_t> size = checked_add(kHeaderSize, body.len);
     OwnedBlock record(size ? os_mem_malloc(*size) : nullptr);
     if (!record) {
-        FRWK_WARN_AS(kAsync, "alloc for async msg failed!");
+        FRWK_WARN(log_name::kIpcSendAsync, "alloc for async msg failed!");
         return E_APPS_ERR_MALLOC;
     }
     lay_out(record.get(), header, body);
 
     if (!start_own_message(record.get())) {
-        FRWK_WARN_AS(kAsync, "create async msg handle thread error!");
+        FRWK_WARN(log_name::kIpcSendAsync, "create async msg handle thread error!");
         return E_APPS_ERR_THREAD;
     }
     (void)record.take();
@@ -213,28 +206,31 @@ apps_err_e_type frwk_ipc_send_sync(uint32_t module, apps_message_id_e_type msgid
                                    uint32_t req_len, void *rsp, uint32_t rsp_size, uint32_t timeout,
                                    int32_t *result) {
     const Body body = {req, req_len};
-    const apps_err_e_type refused = check_request(kSync, module, body, rsp, rsp_size);
+    const apps_err_e_type refused = check_request(log_name::kIpcSendSync, module, body, rsp, rsp_size);
     if (refused != E_APPS_ERR_SUCCESS) {
         return refused;
     }
-    frwk_ipc_trace(IpcTrace::kAnswered, -1, static_cast<int32_t>(module), msgid);
+    ipc::trace(ipc::Way::kAnswered, -1, static_cast<int32_t>(module), msgid);
 
     const frwk_ipc_header header = make_header(msgid, false, timeout, rsp_size, req_len);
     if (is_self(module)) {
         const void *data = header.data_len > 0 ? req : nullptr;
-        store(result, frwk_ipc_msg_handle(module, msgid, data, header.data_len, rsp, rsp_size, timeout));
+        store(result, ipc::dispatch(module, msgid, data, header.data_len, rsp, rsp_size, timeout));
         return E_APPS_ERR_SUCCESS;
     }
 
-    AnswerWait wait(kSync, module, msgid);
-    UniqueFd connection;
-    const apps_err_e_type sent = send_request(kSync, module, header, body, wait, &connection);
+    Connection connection = connect_to(log_name::kIpcSendSync, module, timeout);
+    if (!connection) {
+        return E_APPS_ERR_MODULE;
+    }
+    AnswerWait wait(log_name::kIpcSendSync, module, msgid);
+    const apps_err_e_type sent = write_request(log_name::kIpcSendSync, connection, header, body, wait);
     if (sent != E_APPS_ERR_SUCCESS) {
         return sent;
     }
 
     int32_t handler_result = 0;
-    const apps_err_e_type received = receive_answer(connection.get(), rsp, rsp_size, wait, &handler_result);
+    const apps_err_e_type received = receive_answer(connection, rsp, rsp_size, wait, &handler_result);
     if (received != E_APPS_ERR_SUCCESS) {
         return received;
     }
@@ -245,20 +241,23 @@ apps_err_e_type frwk_ipc_send_sync(uint32_t module, apps_message_id_e_type msgid
 apps_err_e_type frwk_ipc_send_async(uint32_t module, apps_message_id_e_type msgid, const void *data,
                                     uint32_t len, uint32_t timeout) {
     const Body body = {data, len};
-    const apps_err_e_type refused = check_request(kAsync, module, body, nullptr, 0);
+    const apps_err_e_type refused = check_request(log_name::kIpcSendAsync, module, body, nullptr, 0);
     if (refused != E_APPS_ERR_SUCCESS) {
         return refused;
     }
-    frwk_ipc_trace(IpcTrace::kOneWay, -1, static_cast<int32_t>(module), msgid);
+    ipc::trace(ipc::Way::kOneWay, -1, static_cast<int32_t>(module), msgid);
 
     const frwk_ipc_header header = make_header(msgid, true, timeout, 0, len);
     if (is_self(module)) {
         return handle_on_own_thread(header, body);
     }
 
-    AnswerWait wait(kAsync, module, msgid);
-    UniqueFd connection;
-    const apps_err_e_type sent = send_request(kAsync, module, header, body, wait, &connection);
+    Connection connection = connect_to(log_name::kIpcSendAsync, module, timeout);
+    if (!connection) {
+        return E_APPS_ERR_MODULE;
+    }
+    AnswerWait wait(log_name::kIpcSendAsync, module, msgid);
+    const apps_err_e_type sent = write_request(log_name::kIpcSendAsync, connection, header, body, wait);
     return sent == E_APPS_ERR_SUCCESS ? E_APPS_ERR_ASYNC : sent;
 }
 

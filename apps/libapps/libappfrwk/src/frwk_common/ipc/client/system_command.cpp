@@ -10,7 +10,7 @@
 namespace {
 
 /* Sends a command with one argument. Returns 1 if it was delivered. */
-int32_t tell_monitor(apps_message_id_e_type msgid, uint32_t argument) {
+int32_t send_to_monitor(apps_message_id_e_type msgid, uint32_t argument) {
     return frwk_ipc_msg_notify(E_APPS_MODULE_MONITOR, msgid, &argument, sizeof(argument)) == E_APPS_ERR_ASYNC
                ? 1
                : 0;
@@ -22,44 +22,43 @@ bool may_act_on_others() {
     return !has_flags || frwk_module_feature(-1, FRWK_FLAG_ADMIN) != 0;
 }
 
-/* call: the function name in the log lines. */
-int32_t switch_module(const char *call, apps_message_id_e_type msgid, int32_t module) {
+/* caller: the function name in the log lines. */
+int32_t switch_module(LogName caller, apps_message_id_e_type msgid, int32_t module) {
     const int32_t self = g_s_module_id;
     const int32_t id = module < 0 ? self : module;
 
     const bool known = id > E_APPS_MODULE_MIN && id < E_APPS_MODULE_MAX;
     if (!known) {
-        FRWK_WARN_FAILED_AS(call, "(E_APPS_MODULE_MIN < id) && (E_APPS_MODULE_MAX > id)",
-                            "invalid module id");
+        FRWK_WARN_FAILED(caller, "(E_APPS_MODULE_MIN < id) && (E_APPS_MODULE_MAX > id)", "invalid module id");
         return 0;
     }
 
     const bool monitored = frwk_module_feature(id, FRWK_FLAG_MONITORED) != 0;
     if (!monitored) {
-        FRWK_WARN_FAILED_AS(call, "frwk_module_feature(id, (0x00000002))", "invalid operation");
+        FRWK_WARN_FAILED(caller, "frwk_module_feature(id, (0x00000002))", "invalid operation");
         return 0;
     }
 
     if (id != self && !may_act_on_others()) {
-        FRWK_WARN_AS(call, "no operation permission!!!");
+        FRWK_WARN(caller, "no operation permission!!!");
         return 0;
     }
-    return tell_monitor(msgid, static_cast<uint32_t>(id));
+    return send_to_monitor(msgid, static_cast<uint32_t>(id));
 }
 
 }  // namespace
 
 int32_t frwk_system_reboot(uint32_t reason) {
-    return tell_monitor(E_APPS_MSG_MONITOR_REBOOT, reason);
+    return send_to_monitor(E_APPS_MSG_MONITOR_REBOOT, reason);
 }
 
 int32_t frwk_system_reset(uint32_t reason) {
     shell_on_path("touch", paths::kResetFlag);
-    return tell_monitor(E_APPS_MSG_MONITOR_RESET, reason);
+    return send_to_monitor(E_APPS_MSG_MONITOR_RESET, reason);
 }
 
 int32_t frwk_system_shutdown(uint32_t reason) {
-    return tell_monitor(E_APPS_MSG_MONITOR_SHUTDOWN, reason);
+    return send_to_monitor(E_APPS_MSG_MONITOR_SHUTDOWN, reason);
 }
 
 int32_t frwk_module_enable(int32_t module) {

@@ -2,13 +2,15 @@
 
 #include <fcntl.h>
 #include <poll.h>
-#include <sys/socket.h>
 
 #include <cerrno>
 
 #include "frwk_common.h"
+#include "frwk_common/ipc/transport/ipc_connection.h"
 #include "internal/coarse_clock.h"
 #include "internal/frwk_log.h"
+
+namespace ipc {
 
 namespace {
 
@@ -34,8 +36,7 @@ bool wait_for_peer(int listener) {
 
 bool SpareFd::shed(int listener) {
     fd_.reset();
-    // cppcheck-suppress nullPointer ; accept4 allows a null address
-    const bool dropped = static_cast<bool>(UniqueFd(::accept4(listener, nullptr, nullptr, SOCK_CLOEXEC)));
+    const bool dropped = static_cast<bool>(Connection::accept(listener));
     open();
     return dropped;
 }
@@ -55,7 +56,7 @@ void DropNotice::dropped() {
 void DropNotice::say() {
     unsaid_ = false;
     said_ms_ = coarse_ms();
-    FRWK_WARN_AS("frwk_ipc_loop", "no descriptor left: connections dropped so far: %u", dropped_);
+    FRWK_WARN(log_name::kIpcLoop, "no descriptor left: connections dropped so far: %u", dropped_);
 }
 
 void AcceptRecovery::after_failure(int listener, int error) {
@@ -80,3 +81,5 @@ bool AcceptRecovery::shed(int listener) {
     }
     return dropped;
 }
+
+}  // namespace ipc

@@ -7,6 +7,8 @@
 
 #include "support/unique_fd.h"
 
+namespace ipc {
+
 /*
  * A reserve descriptor. Without descriptors, accept fails as long as a connection is pending. Closing the
  * reserve makes it possible to accept this connection and close it.
@@ -69,3 +71,5 @@ class AcceptRecovery {
     DropNotice notice_;
     bool retried_ = false; /* since the last success or drop */
 };
+
+}  // namespace ipc

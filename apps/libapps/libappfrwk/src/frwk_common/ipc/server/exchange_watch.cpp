@@ -18,9 +18,9 @@
 #include "frwk_common/ipc/transport/ipc_trace.h"
 #include "internal/frwk_log.h"
 
-namespace {
+namespace ipc {
 
-constexpr char kExchange[] = "frwk_ipc_handle";
+namespace {
 
 constexpr uint64_t kMsPerSecond = 1000;
 
@@ -102,26 +102,27 @@ uint64_t ExchangeWatch::ms_until_slow() const {
 void ExchangeWatch::report(unsigned held_ms) {
     reported_ = true;
     if (header_ == nullptr) {
-        FRWK_WARN_AS(kExchange, "process %d has held the service for %u ms: %s", peer_pid(fd_), held_ms,
-                     in_words(longest_));
+        FRWK_WARN(log_name::kIpcHandle, "process %d has held the service for %u ms: %s",
+                  peer_pid(connection_.fd()), held_ms, in_words(longest_));
         return;
     }
-    FRWK_WARN_AS(kExchange, "process %d, module [%s], has held the service for %u ms with [%s:%d]: %s",
-                 peer_pid(fd_), sender_alias(header_->src), held_ms, frwk_ipc_message_name(header_->msgid),
-                 header_->msgid, in_words(longest_));
+    FRWK_WARN(log_name::kIpcHandle,
+              "process %d, module [%s], has held the service for %u ms with [%s:%d]: %s",
+              peer_pid(connection_.fd()), sender_alias(header_->src), held_ms, message_name(header_->msgid),
+              header_->msgid, in_words(longest_));
 }
 
-IpcWaited ExchangeWatch::wait(int fd, short events, uint32_t done) {
+Waited ExchangeWatch::wait(int fd, short events, uint32_t done) {
     return events == POLLIN ? wait_for_request(fd) : wait_for_reader(fd, done);
 }
 
 /* A signal handler that runs on this thread ends the wait. */
-IpcWaited ExchangeWatch::wait_for_request(int fd) {
+Waited ExchangeWatch::wait_for_request(int fd) {
     // A connection is accepted before its sender has written. Yield first: the sender usually writes at once.
     if (!yielded_) {
         yielded_ = true;
         (void)::sched_yield();
-        return IpcWaited::kReady;
+        return Waited::kReady;
     }
     const uint64_t left = left_of(exchange_limit_ms(), looked_ms_ - began_ms_);
     pollfd peer = {fd, POLLIN, 0};
@@ -130,10 +131,10 @@ IpcWaited ExchangeWatch::wait_for_request(int fd) {
     look();
     if (result < 0) {
         errno = error;
-        return IpcWaited::kFailed;
+        return Waited::kFailed;
     }
     const bool in_time = left_of(exchange_limit_ms(), looked_ms_ - began_ms_) > 0;
-    return result > 0 && in_time ? IpcWaited::kReady : IpcWaited::kTimeout;
+    return result > 0 && in_time ? Waited::kReady : Waited::kTimeout;
 }
 
 void ExchangeWatch::note_progress(uint32_t done) {
@@ -146,12 +147,12 @@ void ExchangeWatch::note_progress(uint32_t done) {
 }
 
 /* poll reports room only after the peer has read several pieces, so try one more write at the limit. */
-IpcWaited ExchangeWatch::end_of_patience() {
-    return std::exchange(tried_, true) ? IpcWaited::kTimeout : IpcWaited::kReady;
+Waited ExchangeWatch::end_of_patience() {
+    return std::exchange(tried_, true) ? Waited::kTimeout : Waited::kReady;
 }
 
 /* A peer that doesn't read its answer is logged during the wait, since the wait may never end. */
-IpcWaited ExchangeWatch::wait_for_reader(int fd, uint32_t done) {
+Waited ExchangeWatch::wait_for_reader(int fd, uint32_t done) {
     note_progress(done);
     for (;;) {
         const uint64_t patience = left_of(exchange_limit_ms(), looked_ms_ - moved_ms_);
@@ -161,14 +162,16 @@ IpcWaited ExchangeWatch::wait_for_reader(int fd, uint32_t done) {
         const int error = errno;
         look();
         if (result > 0) {
-            return IpcWaited::kReady;
+            return Waited::kReady;
         }
         if (result < 0 && error != EINTR) {
             errno = error;
-            return IpcWaited::kFailed;
+            return Waited::kFailed;
         }
         if (left_of(exchange_limit_ms(), looked_ms_ - moved_ms_) == 0) {
             return end_of_patience();
         }
     }
 }
+
+}  // namespace ipc

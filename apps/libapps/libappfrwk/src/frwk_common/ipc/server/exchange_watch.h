@@ -5,9 +5,12 @@
 
 #include <cstdint>
 
+#include "frwk_common/ipc/transport/ipc_connection.h"
 #include "frwk_common/ipc/transport/ipc_wait.h"
 #include "frwk_common/ipc/transport/ipc_wire.h"
 #include "internal/coarse_clock.h"
+
+namespace ipc {
 
 /* The steps of an exchange. */
 enum class ExchangeStep {
@@ -24,10 +27,11 @@ enum class ExchangeStep {
  * in which the peer reads nothing of its answer. An exchange that takes longer than a second is logged once,
  * with its peer and its longest step.
  */
-class ExchangeWatch final : public IpcWait {
+class ExchangeWatch final : public Wait {
   public:
-    /* fd: the connection, owned by the caller. */
-    explicit ExchangeWatch(int fd) : fd_(fd), began_ms_(coarse_ms()), looked_ms_(began_ms_) {}
+    /* connection: outlives this. */
+    explicit ExchangeWatch(const Connection &connection)
+        : connection_(connection), began_ms_(coarse_ms()), looked_ms_(began_ms_) {}
 
     /* Starts the next step. header: of the request; must outlive the exchange. */
     void enter(ExchangeStep step, const frwk_ipc_header &header) {
@@ -39,17 +43,17 @@ class ExchangeWatch final : public IpcWait {
     /* Reads the clock, after a step that didn't wait here. */
     void look();
 
-    IpcWaited wait(int fd, short events, uint32_t done) override;
+    Waited wait(int fd, short events, uint32_t done) override;
 
   private:
-    IpcWaited wait_for_request(int fd);
-    IpcWaited wait_for_reader(int fd, uint32_t done);
+    Waited wait_for_request(int fd);
+    Waited wait_for_reader(int fd, uint32_t done);
     uint64_t ms_until_slow() const;
     void note_progress(uint32_t done);
-    IpcWaited end_of_patience();
+    Waited end_of_patience();
     void report(unsigned held_ms);
 
-    const int fd_;
+    const Connection &connection_;
     ExchangeStep step_ = ExchangeStep::kHeader;
     ExchangeStep longest_ = ExchangeStep::kHeader;
     bool reported_ = false;
@@ -62,3 +66,5 @@ class ExchangeWatch final : public IpcWait {
     uint64_t moved_ms_ = 0;       /* when this number last increased */
     bool tried_ = false;          /* whether a write was retried at the limit since then */
 };
+
+}  // namespace ipc

@@ -16,6 +16,8 @@
 #include "os_time.h"
 #include "support/owned_block.h"
 
+namespace ipc {
+
 namespace {
 
 constexpr uint32_t kHandlerPollMs = 200;
@@ -65,16 +67,16 @@ apps_err_e_type reopen_log(const Message &) {
     return E_APPS_ERR_SUCCESS;
 }
 
-apps_err_e_type tell_status(const Message &m) {
+apps_err_e_type answer_status(const Message &m) {
     const uint32_t status = g_s_module_status;
     return answer(m, &status, sizeof(status));
 }
 
-apps_err_e_type tell_alive(const Message &) {
+apps_err_e_type answer_probe(const Message &) {
     return E_APPS_ERR_SUCCESS;
 }
 
-apps_err_e_type tell_memory(const Message &m) {
+apps_err_e_type answer_memory(const Message &m) {
     os_mem_usage_t usage = {};
     os_mem_usage(&usage);
     return answer(m, &usage, sizeof(usage));
@@ -100,9 +102,9 @@ constexpr SystemMessage kSystemMessages[] = {
     {E_APPS_MSG_SYS_RESET, end_process},
     {E_APPS_MSG_SYS_SHUTDOWN, end_process},
     {E_APPS_MSG_SYS_LOG, reopen_log},
-    {E_APPS_MSG_SYS_STATUS, tell_status},
-    {E_APPS_MSG_SYS_PROBE, tell_alive},
-    {E_APPS_MSG_SYS_MEMORY, tell_memory},
+    {E_APPS_MSG_SYS_STATUS, answer_status},
+    {E_APPS_MSG_SYS_PROBE, answer_probe},
+    {E_APPS_MSG_SYS_MEMORY, answer_memory},
     {E_APPS_MSG_MONITOR_FPWRON_NOTIFY, wait_and_call},
     {E_APPS_MSG_MONITOR_FPWROFF_NOTIFY, wait_and_call},
 };
@@ -125,8 +127,8 @@ bool never_waits(uint32_t sender) {
 
 static_assert(sizeof(os_mem_usage_t) == 24);
 
-apps_err_e_type frwk_ipc_msg_handle(uint32_t src, apps_message_id_e_type msgid, const void *data,
-                                    int32_t data_len, void *rsp, uint32_t rsp_size, uint32_t timeout) {
+apps_err_e_type dispatch(uint32_t src, apps_message_id_e_type msgid, const void *data, int32_t data_len,
+                         void *rsp, uint32_t rsp_size, uint32_t timeout) {
     const Message message = {src, msgid, data, data_len, rsp, rsp_size, timeout};
 
     const SystemMessage *system = find_system_message(msgid);
@@ -139,11 +141,11 @@ apps_err_e_type frwk_ipc_msg_handle(uint32_t src, apps_message_id_e_type msgid, 
         return call(handler, message);
     }
     if (never_waits(src)) {
-        FRWK_WARN("ipc handler is null!");
+        FRWK_WARN(log_name::kIpcMsgHandle, "ipc handler is null!");
         return E_APPS_ERR_PROCESS;
     }
 
-    FRWK_WARN("waiting for ipc handler register start...");
+    FRWK_WARN(log_name::kIpcMsgHandle, "waiting for ipc handler register start...");
     os_simple_timer timer = {};
     os_simple_timer_start(&timer, timeout * kMillisecondsPerSecond);
     bool last_look = false;
@@ -151,19 +153,19 @@ apps_err_e_type frwk_ipc_msg_handle(uint32_t src, apps_message_id_e_type msgid, 
         last_look = os_simple_timer_timeout(&timer) != 0;
         handler = g_s_ipc_handler;
         if (handler != nullptr) {
-            FRWK_WARN("waiting for ipc handler register complete...");
+            FRWK_WARN(log_name::kIpcMsgHandle, "waiting for ipc handler register complete...");
             return call(handler, message);
         }
         if (!last_look) {
             frwk_sleep(kHandlerPollMs);
         }
     }
-    FRWK_WARN("waiting for ipc handler timeout!");
+    FRWK_WARN(log_name::kIpcMsgHandle, "waiting for ipc handler timeout!");
     return E_APPS_ERR_TIMEOUT;
 }
 
-void *frwk_ipc_msg_async_handle(void *ptr) {
-    FRWK_ASSERT(ptr != nullptr, "NULL != ptr", "");
+void *dispatch_own_message(void *ptr) {
+    FRWK_ASSERT(log_name::kIpcMsgAsyncHandle, ptr != nullptr, "NULL != ptr", "");
     if (ptr == nullptr) {
         return nullptr;
     }
@@ -171,11 +173,13 @@ void *frwk_ipc_msg_async_handle(void *ptr) {
     OwnedBlock record(ptr);
     const auto *header = static_cast<const frwk_ipc_header *>(ptr);
     const void *body = header->data_len > 0 ? header + 1 : nullptr;
-    if (frwk_ipc_msg_handle(header->src, header->msgid, body, header->data_len, nullptr, 0,
-                            header->timeout) != E_APPS_ERR_SUCCESS) {
-        FRWK_WARN("async call msg handler failed!");
+    if (dispatch(header->src, header->msgid, body, header->data_len, nullptr, 0, header->timeout) !=
+        E_APPS_ERR_SUCCESS) {
+        FRWK_WARN(log_name::kIpcMsgAsyncHandle, "async call msg handler failed!");
     }
     record.reset();
     own_message_ends();
     return nullptr;
 }
+
+}  // namespace ipc

@@ -16,6 +16,8 @@
 #include "internal/planted.h"
 #include "support/unique_fd.h"
 
+namespace ipc {
+
 namespace {
 
 constexpr int kBacklog = 128;
@@ -32,35 +34,37 @@ void remove_old_socket(const char *path) {
 
 }  // namespace
 
-int frwk_ipc_socket() {
+UniqueFd make_listener() {
     make_guarded_temp_folder(paths::kIpcFolder);
 
     UniqueFd fd(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
     if (!fd) {
-        FRWK_WARN_ERRNO("create ipc socket error!");
-        return -1;
+        FRWK_WARN_ERRNO(log_name::kIpcSocket, "create ipc socket error!");
+        return UniqueFd();
     }
 
     const int on = 1;
     if (::setsockopt(fd.get(), SOL_SOCKET, SO_REUSEADDR, &on, sizeof(on)) < 0) {
-        FRWK_WARN_ERRNO("set socket reuse address error!");
+        FRWK_WARN_ERRNO(log_name::kIpcSocket, "set socket reuse address error!");
     }
 
     // Before bind, which creates the file with this mode less the umask.
     if (::fchmod(fd.get(), kSocketMode) < 0) {
-        FRWK_WARN_ERRNO("set ipc socket mode error!");
-        return -1;
+        FRWK_WARN_ERRNO(log_name::kIpcSocket, "set ipc socket mode error!");
+        return UniqueFd();
     }
 
-    const IpcAddress address = ipc_address(frwk_module_name(-1));
+    const Address address = address_of(frwk_module_name(-1));
     remove_old_socket(address.un.sun_path);
-    if (::bind(fd.get(), address.get(), IpcAddress::size()) < 0) {
-        FRWK_WARN_ERRNO("socket bind error!");
-        return -1;
+    if (::bind(fd.get(), address.get(), Address::size()) < 0) {
+        FRWK_WARN_ERRNO(log_name::kIpcSocket, "socket bind error!");
+        return UniqueFd();
     }
     if (::listen(fd.get(), kBacklog) < 0) {
-        FRWK_WARN_ERRNO("socket listen error!");
-        return -1;
+        FRWK_WARN_ERRNO(log_name::kIpcSocket, "socket listen error!");
+        return UniqueFd();
     }
-    return fd.take();
+    return fd;
 }
+
+}  // namespace ipc

@@ -3,8 +3,14 @@
  */
 #pragma once
 
+#include "support/unique_fd.h"
+
+namespace ipc {
+
 /*
- * Creates the calling module's listening socket, replacing the file of an earlier run.
- * Returns the descriptor, owned by the caller, or -1 after logging the failure.
+ * Makes the calling module's listening socket, replacing the file of an earlier run.
+ * Returns nothing owned, after a log line, when that fails.
  */
-int frwk_ipc_socket();
+UniqueFd make_listener();
+
+}  // namespace ipc

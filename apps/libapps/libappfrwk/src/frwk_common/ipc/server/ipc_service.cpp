@@ -6,7 +6,6 @@
 #include "frwk_common/ipc/server/ipc_service.h"
 
 #include <pthread.h>
-#include <sys/socket.h>
 
 #include <atomic>
 #include <cerrno>
@@ -20,8 +19,8 @@
 #include "frwk_common/ipc/server/exchange_watch.h"
 #include "frwk_common/ipc/server/ipc_dispatch.h"
 #include "frwk_common/ipc/server/ipc_listener.h"
+#include "frwk_common/ipc/transport/ipc_connection.h"
 #include "frwk_common/ipc/transport/ipc_trace.h"
-#include "frwk_common/ipc/transport/ipc_transport.h"
 #include "frwk_common/ipc/transport/ipc_wire.h"
 #include "internal/frwk_log.h"
 #include "internal/plain_block.h"
@@ -30,13 +29,12 @@
 #include "support/owned_block.h"
 #include "support/unique_fd.h"
 
+namespace ipc {
+
 namespace {
 
 /* The status word of a module whose handler is registered. */
 constexpr uint32_t kStatusServing = 1;
-
-/* The steps of an exchange log with this name. */
-constexpr char kExchange[] = "frwk_ipc_handle";
 
 using IpcBuffer = SmallBuffer<kIpcFixedBuffer>;
 
@@ -47,8 +45,8 @@ using IpcBuffer = SmallBuffer<kIpcFixedBuffer>;
 class Request {
   public:
     /* Returns false if no complete header arrived. */
-    bool receive_header(int fd, ExchangeWatch &watch) {
-        const int32_t count = frwk_ipc_recv(fd, bytes_, sizeof(header_), sizeof(bytes_), watch);
+    bool receive_header(Connection &connection, ExchangeWatch &watch) {
+        const int32_t count = connection.receive(bytes_, sizeof(header_), sizeof(bytes_), watch);
         if (count < static_cast<int32_t>(sizeof(header_))) {
             return false;
         }
@@ -58,13 +56,13 @@ class Request {
     }
 
     /* Returns false, and logs, if the announced body can't be received completely. */
-    bool receive_body(int fd, ExchangeWatch &watch) {
+    bool receive_body(Connection &connection, ExchangeWatch &watch) {
         if (header_.data_len <= 0) {
             return true;
         }
         const auto size = static_cast<uint32_t>(header_.data_len);
         if (!make_room(size)) {
-            FRWK_WARN_AS(kExchange, "alloc for ipc recv body error!");
+            FRWK_WARN(log_name::kIpcHandle, "alloc for ipc recv body error!");
             return false;
         }
         if (early_ >= size) {
@@ -72,8 +70,8 @@ class Request {
         }
         watch.enter(ExchangeStep::kBody, header_);
         const uint32_t missing = size - early_;
-        if (frwk_ipc_recv(fd, body_ + early_, missing, missing, watch) != static_cast<int32_t>(missing)) {
-            FRWK_WARN_AS(kExchange, "ipc recv body error!");
+        if (connection.receive(body_ + early_, missing, missing, watch) != static_cast<int32_t>(missing)) {
+            FRWK_WARN(log_name::kIpcHandle, "ipc recv body error!");
             return false;
         }
         return true;
@@ -109,32 +107,33 @@ class Request {
 bool prepare_answer(const frwk_ipc_header &header, IpcBuffer *answer) {
     const std::optional<uint32_t> size = checked_add(header.rsp_size, sizeof(frwk_ipc_rsp_header));
     if (!answer->reserve_zeroed(size)) {
-        FRWK_WARN_AS(kExchange, "alloc for ipc rsp error!");
+        FRWK_WARN(log_name::kIpcHandle, "alloc for ipc rsp error!");
         return false;
     }
     return true;
 }
 
-apps_err_e_type dispatch(const frwk_ipc_header &header, const void *body, void *rsp, ExchangeWatch &watch) {
+apps_err_e_type handle_request(const frwk_ipc_header &header, const void *body, void *rsp,
+                               ExchangeWatch &watch) {
     const bool registered = g_s_ipc_handler.load() != nullptr;
     watch.enter(registered ? ExchangeStep::kHandler : ExchangeStep::kRegistration, header);
     const bool answered = header.async == 0;
     const apps_err_e_type result =
-        frwk_ipc_msg_handle(header.src, header.msgid, body, header.data_len, answered ? rsp : nullptr,
-                            answered ? header.rsp_size : 0, header.timeout);
+        dispatch(header.src, header.msgid, body, header.data_len, answered ? rsp : nullptr,
+                 answered ? header.rsp_size : 0, header.timeout);
     watch.look();
     return result;
 }
 
-void send_answer(int fd, const frwk_ipc_header &header, apps_err_e_type result, unsigned char *answer,
-                 ExchangeWatch &watch) {
+void send_answer(Connection &connection, const frwk_ipc_header &header, apps_err_e_type result,
+                 unsigned char *answer, ExchangeWatch &watch) {
     const frwk_ipc_rsp_header rsp_header = {result, static_cast<int32_t>(header.rsp_size)};
     std::memcpy(answer, &rsp_header, sizeof(rsp_header));
 
     watch.enter(ExchangeStep::kAnswer, header);
     const uint32_t size = header.rsp_size + static_cast<uint32_t>(sizeof(rsp_header));
-    if (frwk_ipc_send(fd, answer, size, nullptr, 0, watch) != static_cast<int32_t>(size)) {
-        FRWK_WARN_AS(kExchange, "send ipc rsp error!");
+    if (connection.send(answer, size, nullptr, 0, watch) != static_cast<int32_t>(size)) {
+        FRWK_WARN(log_name::kIpcHandle, "send ipc rsp error!");
     }
 }
 
@@ -144,7 +143,9 @@ std::atomic<int> g_connection{-1};
 /* Records a connection while it is served. */
 class Serving {
   public:
-    explicit Serving(int connection) { g_connection.store(connection, std::memory_order_relaxed); }
+    explicit Serving(const Connection &connection) {
+        g_connection.store(connection.fd(), std::memory_order_relaxed);
+    }
     ~Serving() { g_connection.store(-1, std::memory_order_relaxed); }
     Serving(const Serving &) = delete;
     Serving &operator=(const Serving &) = delete;
@@ -171,7 +172,7 @@ bool start_service_thread() {
     attr.detached = 0;
 
     os_thread_t thread = 0;
-    if (os_thread_create(&thread, &attr, frwk_ipc_loop, nullptr) != 0) {
+    if (os_thread_create(&thread, &attr, run_service, nullptr) != 0) {
         return false;
     }
     g_s_ipc_thread = thread;
@@ -180,65 +181,66 @@ bool start_service_thread() {
 
 }  // namespace
 
-void frwk_ipc_handle(int fd) {
-    ExchangeWatch watch(fd);
+void serve(Connection &connection) {
+    ExchangeWatch watch(connection);
     Request request;
-    if (!request.receive_header(fd, watch)) {
-        FRWK_WARN("recv ipc header error!");
+    if (!request.receive_header(connection, watch)) {
+        FRWK_WARN(log_name::kIpcHandle, "recv ipc header error!");
         return;
     }
     const frwk_ipc_header &header = request.header();
-    frwk_ipc_trace(IpcTrace::kAnswered, static_cast<int32_t>(header.src), -1, header.msgid);
+    trace(Way::kAnswered, static_cast<int32_t>(header.src), -1, header.msgid);
 
     IpcBuffer answer;
-    if (!request.receive_body(fd, watch) || !prepare_answer(header, &answer)) {
+    if (!request.receive_body(connection, watch) || !prepare_answer(header, &answer)) {
         return;
     }
 
     unsigned char *rsp = answer.data() + sizeof(frwk_ipc_rsp_header);
-    const apps_err_e_type result = dispatch(header, request.body(), rsp, watch);
+    const apps_err_e_type result = handle_request(header, request.body(), rsp, watch);
     if (header.async == 0) {
-        send_answer(fd, header, result, answer.data(), watch);
+        send_answer(connection, header, result, answer.data(), watch);
     }
 }
 
-void *frwk_ipc_loop(void *) {
+void *run_service(void *) {
     AcceptRecovery recovery;
     for (;;) {
         const int listener = g_s_ipcs_fd;
-        // cppcheck-suppress nullPointer ; accept4 allows a null address
-        const UniqueFd connection(::accept4(listener, nullptr, nullptr, SOCK_CLOEXEC));
+        Connection connection = Connection::accept(listener);
         if (connection) {
             recovery.after_success();
-            const Serving serving(connection.get());
-            frwk_ipc_handle(connection.get());
+            const Serving serving(connection);
+            serve(connection);
             continue;
         }
         const int error = errno;
-        FRWK_WARN_ERRNO("ipc accept error!");
+        FRWK_WARN_ERRNO(log_name::kIpcLoop, "ipc accept error!");
         recovery.after_failure(listener, error);
     }
 }
 
-void frwk_ipc_init() {
+void start_service() {
     // After a failure, a retry creates only what is missing: peers may already wait on the socket.
     if (g_s_ipcs_fd < 0) {
-        g_s_ipcs_fd = frwk_ipc_socket();
+        g_s_ipcs_fd = make_listener().take();
     }
-    FRWK_ASSERT(g_s_ipcs_fd >= 0, "0 <= g_s_ipcs_fd", "");
+    FRWK_ASSERT(log_name::kIpcInit, g_s_ipcs_fd >= 0, "0 <= g_s_ipcs_fd", "");
 
     if (g_s_ipc_thread == 0) {
         const bool started = start_service_thread();
-        FRWK_ASSERT(started, "0 == ret", "");
+        FRWK_ASSERT(log_name::kIpcInit, started, "0 == ret", "");
     }
 }
+
+}  // namespace ipc
 
 void frwk_ipc_service_ex(frwk_ipc_handler_t handler, int32_t wait) {
     g_s_ipc_handler = handler;
     if (g_s_ipc_thread == 0 || g_s_ipcs_fd < 0) {
-        frwk_ipc_init();
+        ipc::start_service();
     }
-    frwk_set_module_status(kStatusServing);
+    frwk_set_module_status(ipc::kStatusServing);
     if (wait != 0 && g_s_ipc_thread != 0) {
         os_thread_join(g_s_ipc_thread);
     }

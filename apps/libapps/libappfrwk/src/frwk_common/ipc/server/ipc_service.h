@@ -3,11 +3,17 @@
  */
 #pragma once
 
+#include "frwk_common/ipc/transport/ipc_connection.h"
+
+namespace ipc {
+
 /* Creates the listening socket and starts the service thread; asserts on failure. Call once, at start-up. */
-void frwk_ipc_init();
+void start_service();
 
 /* Entry of the service thread; never returns. */
-void *frwk_ipc_loop(void *unused);
+void *run_service(void *unused);
 
-/* Serves the request of a connection. fd: owned by the caller. */
-void frwk_ipc_handle(int fd);
+/* Serves the one request of a connection. */
+void serve(Connection &connection);
+
+}  // namespace ipc

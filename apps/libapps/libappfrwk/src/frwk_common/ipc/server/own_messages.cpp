@@ -8,6 +8,8 @@
 #include "frwk_common/util/crowd_notice.h"
 #include "internal/frwk_log.h"
 
+namespace ipc {
+
 namespace {
 
 constexpr uint32_t kManyThreads = 100;
@@ -35,9 +37,9 @@ bool own_message_begins() {
         return false;
     }
     if (g_notice.grown_to(threads)) {
-        FRWK_WARN_AS("frwk_ipc_send_async",
-                     "%u messages of this module to itself are handled at once, each on a thread of its own",
-                     threads);
+        FRWK_WARN(log_name::kIpcSendAsync,
+                  "%u messages of this module to itself are handled at once, each on a thread of its own",
+                  threads);
     }
     return true;
 }
@@ -45,3 +47,5 @@ bool own_message_begins() {
 void own_message_ends() {
     g_notice.fallen_to(g_threads.fetch_sub(1, std::memory_order_relaxed) - 1);
 }
+
+}  // namespace ipc

@@ -3,6 +3,8 @@
  */
 #pragma once
 
+namespace ipc {
+
 /*
  * Counts a thread before it is started; logs when there are unusually many. Returns false, without counting
  * it, if the limit is reached.
@@ -11,3 +13,5 @@ bool own_message_begins();
 
 /* Uncounts a thread that has ended, or could not be started. */
 void own_message_ends();
+
+}  // namespace ipc

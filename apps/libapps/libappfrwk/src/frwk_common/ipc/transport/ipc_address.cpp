@@ -11,8 +11,10 @@ constexpr uint32_t kPortBits = 0x7F00;
 
 }  // namespace
 
-IpcAddress ipc_address(const char *name) {
-    IpcAddress address = {};
+namespace ipc {
+
+Address address_of(const char *name) {
+    Address address = {};
     address.un.sun_family = AF_UNIX;
     constexpr size_t kFolder = sizeof(paths::kIpcFolder) - 1;
     constexpr size_t kRoom = sizeof(address.un.sun_path) - 1 - kFolder - 1;
@@ -23,6 +25,8 @@ IpcAddress ipc_address(const char *name) {
     }
     return address;
 }
+
+}  // namespace ipc
 
 uint16_t frwk_ipc_port(uint32_t module) {
     return static_cast<uint16_t>(module | kPortBits);

@@ -6,8 +6,10 @@
 #include <sys/socket.h>
 #include <sys/un.h>
 
+namespace ipc {
+
 /* A socket address for bind and connect, which are always given its full size. */
-struct IpcAddress {
+struct Address {
     sockaddr_un un;
 
     const sockaddr *get() const { return reinterpret_cast<const sockaddr *>(&un); }
@@ -17,4 +19,6 @@ struct IpcAddress {
 static_assert(sizeof(sockaddr_un) == 110);
 
 /* Returns the address of a module's socket; a path that is too long is truncated. name: null means "". */
-IpcAddress ipc_address(const char *name);
+Address address_of(const char *name);
+
+}  // namespace ipc

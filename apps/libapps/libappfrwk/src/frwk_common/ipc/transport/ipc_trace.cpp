@@ -13,22 +13,26 @@ const char *shown_alias(int32_t id) {
 
 }  // namespace
 
+namespace ipc {
+
 /* The base library may return null for a number without a name. */
-const char *frwk_ipc_message_name(int32_t msgid) {
+const char *message_name(int32_t msgid) {
     const char *name = zn_enum_to_str_apps_message_id_e_type(msgid);
     return name != nullptr ? name : "unknown";
 }
 
-void frwk_ipc_trace(IpcTrace way, int32_t sender, int32_t receiver, int32_t msgid) {
-    const char *arrow = way == IpcTrace::kAnswered ? "==>" : "-->";
+void trace(Way way, int32_t sender, int32_t receiver, int32_t msgid) {
+    const char *arrow = way == Way::kAnswered ? "==>" : "-->";
     if (frwk_ipc_msg_debug(msgid) != 0) {
-        OS_LOG_QUIET(OS_LOG_DEBUG, "#### [%s]%s[%s]::[%s:%d] ####", shown_alias(sender), arrow,
-                     shown_alias(receiver), frwk_ipc_message_name(msgid), msgid);
+        FRWK_DEBUG_QUIET(log_name::kIpcTrace, "#### [%s]%s[%s]::[%s:%d] ####", shown_alias(sender), arrow,
+                         shown_alias(receiver), message_name(msgid), msgid);
         return;
     }
-    FRWK_DEBUG("#### [%s]%s[%s]::[%s:%d] ####", shown_alias(sender), arrow, shown_alias(receiver),
-               frwk_ipc_message_name(msgid), msgid);
+    FRWK_DEBUG(log_name::kIpcTrace, "#### [%s]%s[%s]::[%s:%d] ####", shown_alias(sender), arrow,
+               shown_alias(receiver), message_name(msgid), msgid);
 }
+
+}  // namespace ipc
 
 int32_t frwk_ipc_msg_debug(apps_message_id_e_type msgid) {
     switch (msgid) {

@@ -5,8 +5,10 @@
 
 #include <cstdint>
 
+namespace ipc {
+
 /* The direction of a message, which selects the arrow in its line. */
-enum class IpcTrace {
+enum class Way {
     kAnswered,
     kOneWay
 };
@@ -15,7 +17,9 @@ enum class IpcTrace {
  * Traces one message. sender, receiver: module ids, -1 for the calling module. Frequent polls are only
  * written to the debug channel.
  */
-void frwk_ipc_trace(IpcTrace way, int32_t sender, int32_t receiver, int32_t msgid);
+void trace(Way way, int32_t sender, int32_t receiver, int32_t msgid);
 
 /* A message's name for log lines; "unknown" if the base library has none; never null. */
-const char *frwk_ipc_message_name(int32_t msgid);
+const char *message_name(int32_t msgid);
+
+}  // namespace ipc

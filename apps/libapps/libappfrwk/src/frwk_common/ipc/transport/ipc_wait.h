@@ -5,22 +5,26 @@
 
 #include <cstdint>
 
+namespace ipc {
+
 /* The result of a wait. */
-enum class IpcWaited {
+enum class Waited {
     kReady,   /* retry */
     kTimeout, /* the time limit is reached */
     kFailed   /* see errno */
 };
 
 /* Waits when a read or write would block. */
-class IpcWait {
+class Wait {
   public:
     /* Waits for poll events. done: bytes read or written so far. */
-    virtual IpcWaited wait(int fd, short events, uint32_t done) = 0;
+    virtual Waited wait(int fd, short events, uint32_t done) = 0;
 
   protected:
-    IpcWait() = default;
-    ~IpcWait() = default;
-    IpcWait(const IpcWait &) = default;
-    IpcWait &operator=(const IpcWait &) = default;
+    Wait() = default;
+    ~Wait() = default;
+    Wait(const Wait &) = default;
+    Wait &operator=(const Wait &) = default;
 };
+
+}  // namespace ipc

@@ -15,12 +15,12 @@
 #include "frwk_dbrm/files/trusted_path.h"
 #include "support/unique_fd.h"
 
-class Upload {
+class BackupFile {
   public:
     /* path: must outlive the object. */
-    explicit Upload(const char *path) : path_(path) {}
-    Upload(const Upload &) = delete;
-    Upload &operator=(const Upload &) = delete;
+    explicit BackupFile(const char *path) : path_(path) {}
+    BackupFile(const BackupFile &) = delete;
+    BackupFile &operator=(const BackupFile &) = delete;
 
     /* Opens the backup, or copies it. Returns false, with errno set, on failure. */
     bool open();

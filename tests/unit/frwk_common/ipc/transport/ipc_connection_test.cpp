@@ -1,7 +1,7 @@
 /*
  * Exact-length reads and writes, with every fault that the system can produce.
  */
-#include "frwk_common/ipc/transport/ipc_transport.h"
+#include "frwk_common/ipc/transport/ipc_connection.h"
 
 #include <fcntl.h>
 #include <poll.h>
@@ -16,17 +16,15 @@
 #include "doubles/libc_doubles.h"
 #include "support/log_checks.h"
 #include "unit/frwk_common/io_faults.h"
-#include "unit/frwk_common/ipc/test_peer.h"
+#include "unit/frwk_common/ipc/test_connection.h"
 #include "unit/frwk_common/module_fixture.h"
 
 namespace libc = doubles::libc;
 
-namespace {
+using ipc::Waited;
+using Mode = ipc::Connection::Mode;
 
-class IpcTransportTest : public ModuleTest {
-  protected:
-    LogCapture log_;
-};
+namespace {
 
 /* More than a socket's queue holds. */
 const Bytes &large() {
@@ -35,18 +33,18 @@ const Bytes &large() {
 }
 
 /* Waits for real, or as the test says; counts. */
-class TestWait final : public IpcWait {
+class TestWait final : public ipc::Wait {
   public:
-    IpcWaited wait(int fd, short events, uint32_t done) override {
+    Waited wait(int fd, short events, uint32_t done) override {
         asked_.push_back({events, done});
         if (act_) {
             return act_();
         }
         pollfd peer = {fd, events, 0};
-        return ::poll(&peer, 1, kPeerLimitSeconds * 1000) > 0 ? IpcWaited::kReady : IpcWaited::kTimeout;
+        return ::poll(&peer, 1, kPeerLimitSeconds * 1000) > 0 ? Waited::kReady : Waited::kTimeout;
     }
-    void act(std::function<IpcWaited()> act) { act_ = std::move(act); }
-    void ends_with(IpcWaited how, int error = 0) {
+    void act(std::function<Waited()> act) { act_ = std::move(act); }
+    void ends_with(Waited how, int error = 0) {
         act_ = [how, error] {
             errno = error;
             return how;
@@ -67,19 +65,33 @@ class TestWait final : public IpcWait {
     size_t waits() const { return asked_.size(); }
 
   private:
-    std::function<IpcWaited()> act_;
+    std::function<Waited()> act_;
     std::vector<std::pair<short, uint32_t>> asked_;
 };
 
-class IpcRecvTest : public IpcTransportTest {
+/* A connection of the library to a peer, which is the test. */
+class IpcConnectionTest : public ModuleTest {
+  protected:
+    void reconnect(Mode mode) {
+        pair_.reopen();
+        connection_ = connection_of(pair_, mode);
+    }
+
+    SocketPair pair_;
+    ipc::Connection connection_ = connection_of(pair_);
+    TestWait wait_;
+    LogCapture log_;
+};
+
+class IpcRecvTest : public IpcConnectionTest {
   protected:
     int32_t recv(uint32_t size) {
         received_.assign(size, 0);
-        return frwk_ipc_recv(pair_.subject(), received_.data(), size, size, wait_);
+        return connection_.receive(received_.data(), size, size, wait_);
     }
     int32_t recv_stream(uint32_t size) {
         received_.assign(size, 0);
-        return frwk_ipc_recv_stream(pair_.subject(), received_.data(), size, wait_);
+        return connection_.receive_stream(received_.data(), size, wait_);
     }
     void expect_to_read_a_stream() {
         std::thread peer([this] {
@@ -93,17 +105,15 @@ class IpcRecvTest : public IpcTransportTest {
         EXPECT_EQ(received_, large());
     }
 
-    SocketPair pair_;
     Bytes received_;
-    TestWait wait_;
 };
 
-class IpcSendTest : public IpcTransportTest {
+class IpcSendTest : public IpcConnectionTest {
   protected:
     /* The first bytes as the head, the others behind it. */
     int32_t send(const Bytes &bytes, uint32_t head) {
         const auto rest = static_cast<uint32_t>(bytes.size()) - head;
-        return frwk_ipc_send(pair_.subject(), bytes.data(), head, bytes.data() + head, rest, wait_);
+        return connection_.send(bytes.data(), head, bytes.data() + head, rest, wait_);
     }
     int32_t send(const Bytes &bytes) { return send(bytes, static_cast<uint32_t>(bytes.size())); }
     void expect_to_write_a_stream() {
@@ -115,12 +125,9 @@ class IpcSendTest : public IpcTransportTest {
         EXPECT_EQ(log_.text(), "");
     }
     Bytes arrived() {
-        pair_.close_subject();
+        connection_ = ipc::Connection();
         return read_to_end(pair_.test());
     }
-
-    SocketPair pair_;
-    TestWait wait_;
 };
 
 }  // namespace
@@ -147,7 +154,7 @@ TEST_F(IpcRecvTest, PutsPiecesTogether) {
 }
 
 TEST_F(IpcRecvTest, ReadsNothingForASizeOfZero) {
-    EXPECT_EQ(frwk_ipc_recv(pair_.subject(), nullptr, 0, 0, wait_), 0);
+    EXPECT_EQ(connection_.receive(nullptr, 0, 0, wait_), 0);
     EXPECT_EQ(io_faults::reads(), 0u);
 }
 
@@ -203,20 +210,20 @@ TEST_F(IpcRecvTest, ReturnsWhatItHasWhenAReadFails) {
 
 TEST_F(IpcRecvTest, ReturnsZeroAfterATimeOutWhateverCameBefore) {
     write_bytes(pair_.test(), pattern(10));
-    wait_.ends_with(IpcWaited::kTimeout);
+    wait_.ends_with(Waited::kTimeout);
     EXPECT_EQ(recv(24), 0);
     EXPECT_TRUE(logged_once(log_, kNoticeLevel, "frwk_ipc_recv", "select recv timeout!"));
 }
 
 TEST_F(IpcRecvTest, ReportsAWaitThatFails) {
-    wait_.ends_with(IpcWaited::kFailed, ENOMEM);
+    wait_.ends_with(Waited::kFailed, ENOMEM);
     EXPECT_LT(recv(24), 0);
     EXPECT_TRUE(logged_once(log_, kWarningLevel, "frwk_ipc_recv", with_errno("select recv error!", ENOMEM)));
     EXPECT_FALSE(log_.contains("signal"));
 }
 
 TEST_F(IpcRecvTest, SaysThatASignalEndedTheWait) {
-    wait_.ends_with(IpcWaited::kFailed, EINTR);
+    wait_.ends_with(Waited::kFailed, EINTR);
     EXPECT_LT(recv(24), 0);
     EXPECT_TRUE(logged_once(log_, kWarningLevel, "frwk_ipc_recv", with_errno("select recv error!", EINTR)));
     EXPECT_TRUE(logged_once(log_, kWarningLevel, "frwk_ipc_recv",
@@ -225,12 +232,12 @@ TEST_F(IpcRecvTest, SaysThatASignalEndedTheWait) {
 }
 
 TEST_F(IpcRecvTest, LeavesAllWaitingToItsCaller) {
-    for (const int flags : {0, O_NONBLOCK}) {
-        ASSERT_EQ(fcntl(pair_.subject(), F_SETFL, flags), 0);
+    for (const Mode mode : {Mode::kBlocking, Mode::kNonBlocking}) {
+        reconnect(mode);
         wait_ = TestWait();
         wait_.act([this] {
             write_bytes(pair_.test(), pattern(1));
-            return IpcWaited::kReady;
+            return Waited::kReady;
         });
         EXPECT_EQ(recv(3), 3);
         EXPECT_EQ(wait_.done(), (std::vector<uint32_t>{0, 1, 2}));
@@ -244,7 +251,7 @@ TEST_F(IpcRecvTest, LooksOnceForEachPiece) {
     write_bytes(pair_.test(), pattern(10));
     wait_.act([this] {
         write_bytes(pair_.test(), pattern(10));
-        return IpcWaited::kReady;
+        return Waited::kReady;
     });
     EXPECT_EQ(recv(50), 50);
     EXPECT_EQ(wait_.waits(), 4u);
@@ -254,9 +261,9 @@ TEST_F(IpcRecvTest, LooksOnceForEachPiece) {
 TEST_F(IpcRecvTest, TakesWhatHasArrivedBehindTheLeast) {
     write_bytes(pair_.test(), pattern(100));
     Bytes bytes(64);
-    EXPECT_EQ(frwk_ipc_recv(pair_.subject(), bytes.data(), 24, 64, wait_), 64);
+    EXPECT_EQ(connection_.receive(bytes.data(), 24, 64, wait_), 64);
     EXPECT_EQ(bytes, slice(pattern(100), 0, 64));
-    EXPECT_EQ(frwk_ipc_recv(pair_.subject(), bytes.data(), 24, 64, wait_), 36);
+    EXPECT_EQ(connection_.receive(bytes.data(), 24, 64, wait_), 36);
     EXPECT_EQ(io_faults::reads(), 2u);
 }
 
@@ -264,16 +271,16 @@ TEST_F(IpcRecvTest, WaitsBeforeItLooksWhereItIsToldTo) {
     wait_.act([this] {
         EXPECT_EQ(io_faults::reads(), 0u);
         write_bytes(pair_.test(), pattern(24));
-        return IpcWaited::kReady;
+        return Waited::kReady;
     });
     Bytes bytes(24);
-    EXPECT_EQ(frwk_ipc_recv_later(pair_.subject(), bytes.data(), 24, 24, wait_), 24);
+    EXPECT_EQ(connection_.receive_later(bytes.data(), 24, 24, wait_), 24);
     EXPECT_EQ(bytes, pattern(24));
     EXPECT_EQ(io_faults::reads(), 1u);
-    wait_.ends_with(IpcWaited::kTimeout);
-    EXPECT_EQ(frwk_ipc_recv_later(pair_.subject(), bytes.data(), 24, 24, wait_), 0);
-    wait_.ends_with(IpcWaited::kFailed, ENOMEM);
-    EXPECT_LT(frwk_ipc_recv_later(pair_.subject(), bytes.data(), 24, 24, wait_), 0);
+    wait_.ends_with(Waited::kTimeout);
+    EXPECT_EQ(connection_.receive_later(bytes.data(), 24, 24, wait_), 0);
+    wait_.ends_with(Waited::kFailed, ENOMEM);
+    EXPECT_LT(connection_.receive_later(bytes.data(), 24, 24, wait_), 0);
     EXPECT_EQ(io_faults::reads(), 1u);
 }
 
@@ -286,7 +293,7 @@ TEST_F(IpcRecvTest, ReadsAStreamThatComesInPieces) {
 
 TEST_F(IpcRecvTest, TurnsToItsCallersWaitWhenAStreamStops) {
     write_bytes(pair_.test(), pattern(1000));
-    wait_.ends_with(IpcWaited::kTimeout);
+    wait_.ends_with(Waited::kTimeout);
     EXPECT_EQ(recv_stream(200000), 0);
     EXPECT_EQ(wait_.done(), std::vector<uint32_t>{1000});
     EXPECT_TRUE(logged_once(log_, kNoticeLevel, "frwk_ipc_recv", "select recv timeout!"));
@@ -310,14 +317,14 @@ TEST_F(IpcRecvTest, ReadsAStreamOnADescriptorThatCanNotBlock) {
 }
 
 TEST_F(IpcSendTest, WritesMoreThanTheQueueHoldsWhileThePeerReads) {
-    for (const int flags : {0, O_NONBLOCK}) {
-        ASSERT_EQ(fcntl(pair_.subject(), F_SETFL, flags), 0);
+    for (const Mode mode : {Mode::kBlocking, Mode::kNonBlocking}) {
+        reconnect(mode);
         expect_to_write_a_stream();
     }
 }
 
 TEST_F(IpcSendTest, WritesAStreamOnADescriptorThatCanNotBlock) {
-    ASSERT_EQ(fcntl(pair_.subject(), F_SETFL, O_NONBLOCK), 0);
+    reconnect(Mode::kNonBlocking);
     libc::fcntl.stand_in([](int, int, void *) {
         errno = EBADF;
         return -1;
@@ -327,8 +334,19 @@ TEST_F(IpcSendTest, WritesAStreamOnADescriptorThatCanNotBlock) {
     EXPECT_TRUE(wait_.only_for(POLLOUT));
 }
 
+TEST_F(IpcSendTest, ChangesTheModeOfTheDescriptorOnceAndOnlyWhereItDoesNotBlock) {
+    libc::fcntl.forget_calls();
+    expect_to_write_a_stream();
+    EXPECT_EQ(libc::fcntl.calls(), 0u);
+    reconnect(Mode::kNonBlocking);
+    libc::fcntl.forget_calls();
+    expect_to_write_a_stream();
+    expect_to_write_a_stream();
+    EXPECT_EQ(libc::fcntl.calls(), 1u);
+}
+
 TEST_F(IpcSendTest, TurnsToItsCallersWaitWhenThePeerDoesNotRead) {
-    wait_.ends_with(IpcWaited::kTimeout);
+    wait_.ends_with(Waited::kTimeout);
     const int32_t written = send(large());
     EXPECT_LT(written, static_cast<int32_t>(large().size()));
     EXPECT_EQ(wait_.done(), std::vector<uint32_t>{static_cast<uint32_t>(written)});
@@ -336,7 +354,7 @@ TEST_F(IpcSendTest, TurnsToItsCallersWaitWhenThePeerDoesNotRead) {
 }
 
 TEST_F(IpcSendTest, ReportsAWaitThatFails) {
-    wait_.ends_with(IpcWaited::kFailed, ENOMEM);
+    wait_.ends_with(Waited::kFailed, ENOMEM);
     EXPECT_LT(send(large()), static_cast<int32_t>(large().size()));
     EXPECT_TRUE(logged_once(log_, kWarningLevel, "frwk_ipc_send", with_errno("ipc send error!", ENOMEM)));
 }
@@ -350,7 +368,7 @@ TEST_F(IpcSendTest, WritesAllBytes) {
 }
 
 TEST_F(IpcSendTest, WritesNothingForASizeOfZero) {
-    EXPECT_EQ(frwk_ipc_send(pair_.subject(), nullptr, 0, nullptr, 0, wait_), 0);
+    EXPECT_EQ(connection_.send(nullptr, 0, nullptr, 0, wait_), 0);
     EXPECT_EQ(io_faults::writes(), 0u);
 }
 
@@ -433,8 +451,9 @@ TEST_F(IpcSendTest, GoesOnWhereverAWriteOfTwoPartsStopped) {
             return real(fd, buf, std::min(size, each));
         });
         const Bytes bytes = pattern(100);
-        EXPECT_EQ(frwk_ipc_send(pair.subject(), bytes.data(), 24, bytes.data() + 24, 76, wait_), 100);
-        pair.close_subject();
+        ipc::Connection connection = connection_of(pair);
+        EXPECT_EQ(connection.send(bytes.data(), 24, bytes.data() + 24, 76, wait_), 100);
+        connection = ipc::Connection();
         EXPECT_EQ(read_to_end(pair.test()), bytes) << each;
     }
 }

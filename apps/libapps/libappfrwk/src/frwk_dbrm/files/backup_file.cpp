@@ -1,4 +1,4 @@
-#include "frwk_dbrm/files/upload.h"
+#include "frwk_dbrm/files/backup_file.h"
 
 #include <fcntl.h>
 
@@ -17,9 +17,6 @@ constexpr mode_t kAccessBits = 07777;
 constexpr mode_t kOthersAccess = S_IRWXG | S_IRWXO;
 constexpr mode_t kOthersWrite = S_IWGRP | S_IWOTH;
 
-/* The removal is the last step of the record walk, and logs with its name. */
-constexpr char kProcess[] = "frwk_dbrm_restore_process";
-
 /* Whether nobody but the caller and root can write to a file. */
 bool is_own(const struct stat &info) {
     return info.st_uid == ::geteuid() && (info.st_mode & kOthersWrite) == 0;
@@ -28,7 +25,7 @@ bool is_own(const struct stat &info) {
 }  // namespace
 
 /* Removes the permissions of others before the decryption. Returns false if the file system has none. */
-bool Upload::hide() {
+bool BackupFile::hide() {
     if ((info_.st_mode & kOthersAccess) == 0) {
         return true;
     }
@@ -37,7 +34,7 @@ bool Upload::hide() {
     return is_hidden_ && ::fstat(fd_.get(), &hidden) == 0 && (hidden.st_mode & kOthersAccess) == 0;
 }
 
-bool Upload::copy_aside() {
+bool BackupFile::copy_aside() {
     const auto size = static_cast<uint64_t>(info_.st_size);
     if (!folder_.make(backup_io::room_for(size))) {
         return false;
@@ -51,7 +48,7 @@ bool Upload::copy_aside() {
     return true;
 }
 
-bool Upload::open() {
+bool BackupFile::open() {
     if (!find_place(path_, LastLink::kFollow, &place_)) {
         return false;
     }
@@ -63,26 +60,27 @@ bool Upload::open() {
     return is_safe ? ::realpath(path_, file_) != nullptr : copy_aside();
 }
 
-void Upload::refuse() {
+void BackupFile::refuse() {
     if (is_hidden_) {
         (void)::fchmod(fd_.get(), info_.st_mode & kAccessBits);
     }
 }
 
 /* Whether another file has the name now, which must not be removed. */
-bool Upload::was_replaced() const {
+bool BackupFile::was_replaced() const {
     struct stat found = {};
     return ::fstatat(place_.folder.get(), place_.name, &found, AT_SYMLINK_NOFOLLOW) == 0 &&
            (found.st_dev != info_.st_dev || found.st_ino != info_.st_ino);
 }
 
-void Upload::remove() {
+void BackupFile::remove() {
     if (is_copied_ && was_replaced()) {
-        FRWK_WARN_AS(kProcess, "the restore file was replaced meanwhile, what is there now stays");
+        FRWK_WARN(log_name::kDbrmRestoreProcess,
+                  "the restore file was replaced meanwhile, what is there now stays");
     } else if (::unlinkat(place_.folder.get(), place_.name, 0) != 0) {
-        FRWK_WARN_ERRNO_AS(kProcess, "remove restore file error!");
+        FRWK_WARN_ERRNO(log_name::kDbrmRestoreProcess, "remove restore file error!");
     }
     if (place_.is_behind_a_link && std::remove(path_) != 0) {
-        FRWK_WARN_ERRNO_AS(kProcess, "remove restore file error!");
+        FRWK_WARN_ERRNO(log_name::kDbrmRestoreProcess, "remove restore file error!");
     }
 }
