@@ -1,18 +1,19 @@
 #!/bin/sh
 # Every call that a library makes into the C library is one that is made to fail, or one that can't.
 #
-#     imports_test.sh NM FOLDER LIBRARY...
+#     imports_test.sh NM TESTS LIBRARY...
 #
-# FOLDER: where libc_calls.def and calls_that_cannot_fail.txt lie.
+# TESTS: the folder of all tests.
 set -eu
 
 nm=$1
-folder=$2
+tests=$2
 shift 2
 
 known=$(
-    sed -n 's/^QUOR_CALL(\([a-z0-9_]*\),.*/\1/p' "$folder/libc_calls.def"
-    grep -v '^#' "$folder/calls_that_cannot_fail.txt"
+    grep -v '^QUOR_SURE_CALL' "$tests/support/libc_calls.def" |
+        sed -n 's/^QUOR_[A-Z_]*([^,]*, [^,]*, \([a-z0-9_]*\),.*/\1/p'
+    grep -v '^#' "$tests/faults/calls_that_cannot_fail.txt"
 )
 
 status=0

@@ -29,9 +29,8 @@ constexpr CallRow make_row(const char *name, Faults... faults) {
 }
 
 constexpr CallRow kRows[] = {
-#define QUOR_CALL(name, ...) make_row(#name, __VA_ARGS__),
-#include "faults/libc_calls.def"
-#undef QUOR_CALL
+#define QUOR_FAULTS(symbol, ...) make_row(#symbol, __VA_ARGS__),
+#include "support/libc_calls.def"
 };
 
 static_assert(sizeof(kRows) / sizeof(kRows[0]) == static_cast<size_t>(Call::kNone));

@@ -9,9 +9,8 @@
 namespace faults {
 
 enum class Call : uint8_t {
-#define QUOR_CALL(name, ...) name,
-#include "faults/libc_calls.def"
-#undef QUOR_CALL
+#define QUOR_FAULTS(symbol, ...) symbol,
+#include "support/libc_calls.def"
     kNone
 };
 

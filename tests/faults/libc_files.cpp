@@ -127,37 +127,6 @@ QUOR_IN_FRONT(int, fcntl64, (int fd, int command, ...)) {
     return fault.way == Fault::Way::kNone ? real(fd, command, argument) : faults::refuse(fault, -1);
 }
 
-QUOR_PASS(int, ftruncate64, -1, (int fd, off_t size), (fd, size))
-QUOR_PASS(int, truncate64, -1, (const char *path, off_t size), (path, size))
-QUOR_PASS(int, flock, -1, (int fd, int operation), (fd, operation))
-QUOR_PASS(int, fstat64, -1, (int fd, struct stat *found), (fd, found))
-QUOR_PASS(int, stat64, -1, (const char *path, struct stat *found), (path, found))
-QUOR_PASS(int, lstat64, -1, (const char *path, struct stat *found), (path, found))
-QUOR_PASS(int, fstatat64, -1, (int folder, const char *path, struct stat *found, int flags),
-          (folder, path, found, flags))
-QUOR_PASS(int, statvfs64, -1, (const char *path, struct statvfs *found), (path, found))
-QUOR_PASS(int, access, -1, (const char *path, int mode), (path, mode))
-QUOR_PASS(int, fchmod, -1, (int fd, mode_t mode), (fd, mode))
-QUOR_PASS(int, fchown, -1, (int fd, uid_t owner, gid_t group), (fd, owner, group))
-QUOR_PASS(int, rename, -1, (const char *from, const char *to), (from, to))
-QUOR_PASS(int, renameat, -1, (int old_folder, const char *from, int folder, const char *to),
-          (old_folder, from, folder, to))
-QUOR_PASS(int, linkat, -1, (int old_folder, const char *from, int folder, const char *to, int flags),
-          (old_folder, from, folder, to, flags))
-QUOR_PASS(int, link, -1, (const char *from, const char *to), (from, to))
-QUOR_PASS(int, unlink, -1, (const char *path), (path))
-QUOR_PASS(int, unlinkat, -1, (int folder, const char *path, int flags), (folder, path, flags))
-QUOR_PASS(int, remove, -1, (const char *path), (path))
-QUOR_PASS(int, mkdir, -1, (const char *path, mode_t mode), (path, mode))
-QUOR_PASS(char *, mkdtemp, nullptr, (char *path), (path))
-QUOR_PASS(int, rmdir, -1, (const char *path), (path))
-QUOR_PASS(char *, realpath, nullptr, (const char *path, char *resolved), (path, resolved))
-QUOR_PASS(ssize_t, readlink, -1, (const char *path, char *to, size_t size), (path, to, size))
-QUOR_PASS(ssize_t, readlinkat, -1, (int folder, const char *path, char *to, size_t size),
-          (folder, path, to, size))
-QUOR_PASS(DIR *, fdopendir, nullptr, (int fd), (fd))
-QUOR_PASS(DIR *, opendir, nullptr, (const char *path), (path))
-
 /* Of the processes of the machine a counted call sees those of the test alone, or no two runs were alike. */
 QUOR_IN_FRONT(dirent *, readdir64, (DIR * folder)) {
     QUOR_REAL(dirent *, readdir64, (DIR *));

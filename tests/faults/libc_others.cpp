@@ -76,19 +76,6 @@ QUOR_IN_FRONT(ssize_t, send, (int fd, const void *from, size_t size, int flags))
     return transfer(Call::send, size, [=](size_t part) { return real(fd, from, part, flags); });
 }
 
-QUOR_PASS(int, socket, -1, (int domain, int type, int protocol), (domain, type, protocol))
-QUOR_PASS(int, socketpair, -1, (int domain, int type, int protocol, int *ends),
-          (domain, type, protocol, ends))
-QUOR_PASS(int, bind, -1, (int fd, const sockaddr *address, socklen_t size), (fd, address, size))
-QUOR_PASS(int, listen, -1, (int fd, int backlog), (fd, backlog))
-QUOR_PASS(int, setsockopt, -1, (int fd, int level, int name, const void *value, socklen_t size),
-          (fd, level, name, value, size))
-QUOR_PASS(int, accept4, -1, (int fd, sockaddr *address, socklen_t *size, int flags),
-          (fd, address, size, flags))
-QUOR_PASS(int, connect, -1, (int fd, const sockaddr *address, socklen_t size), (fd, address, size))
-QUOR_PASS(int, poll, -1, (pollfd * fds, nfds_t count, int timeout), (fds, count, timeout))
-
-QUOR_PASS(int, pipe2, -1, (int *ends, int flags), (ends, flags))
 /* What a library forks goes its own way: its calls are not the caller's. */
 QUOR_IN_FRONT(pid_t, fork, ()) {
     QUOR_REAL(pid_t, fork, ());
@@ -102,27 +89,6 @@ QUOR_IN_FRONT(pid_t, fork, ()) {
     }
     return child;
 }
-
-QUOR_PASS(int, posix_spawn, fault.error,
-          (pid_t * pid, const char *path, const posix_spawn_file_actions_t *actions,
-           const posix_spawnattr_t *attributes, char *const *arguments, char *const *environment),
-          (pid, path, actions, attributes, arguments, environment))
-QUOR_PASS(int, posix_spawn_file_actions_init, fault.error, (posix_spawn_file_actions_t * actions), (actions))
-QUOR_PASS(int, posix_spawn_file_actions_adddup2, fault.error,
-          (posix_spawn_file_actions_t * actions, int from, int to), (actions, from, to))
-QUOR_PASS(int, posix_spawnattr_init, fault.error, (posix_spawnattr_t * attributes), (attributes))
-QUOR_PASS(pid_t, waitpid, -1, (pid_t pid, int *status, int options), (pid, status, options))
-QUOR_PASS(int, pthread_create, fault.error,
-          (pthread_t * thread, const pthread_attr_t *attributes, void *(*entry)(void *), void *argument),
-          (thread, attributes, entry, argument))
-QUOR_PASS(int, pthread_attr_init, fault.error, (pthread_attr_t * attributes), (attributes))
-QUOR_PASS(int, pthread_attr_setstacksize, fault.error, (pthread_attr_t * attributes, size_t size),
-          (attributes, size))
-QUOR_PASS(int, pthread_mutex_init, fault.error,
-          (pthread_mutex_t * mutex, const pthread_mutexattr_t *attributes), (mutex, attributes))
-QUOR_PASS(int, sem_init, -1, (sem_t * sem, int shared, unsigned value), (sem, shared, value))
-QUOR_PASS(int, sem_wait, -1, (sem_t * sem), (sem))
-QUOR_PASS(int, sysinfo, -1, (struct sysinfo * info), (info))
 
 QUOR_IN_FRONT(ssize_t, getrandom, (void *to, size_t size, unsigned flags)) {
     QUOR_REAL(ssize_t, getrandom, (void *, size_t, unsigned));

@@ -111,10 +111,3 @@ QUOR_IN_FRONT(int, fclose, (FILE * stream)) {
 }
 
 QUOR_PASS(FILE *, fopen64, nullptr, (const char *path, const char *mode), (file_for(path), mode))
-QUOR_PASS(FILE *, fdopen, nullptr, (int fd, const char *mode), (fd, mode))
-QUOR_PASS(int, fflush, EOF, (FILE * stream), (stream))
-QUOR_PASS(int, fseek, -1, (FILE * stream, long offset, int whence), (stream, offset, whence))
-QUOR_PASS(int, fseeko64, -1, (FILE * stream, off_t offset, int whence), (stream, offset, whence))
-QUOR_PASS(off_t, ftello64, -1, (FILE * stream), (stream))
-QUOR_PASS(int, setvbuf, -1, (FILE * stream, char *buffer, int mode, size_t size),
-          (stream, buffer, mode, size))

@@ -211,19 +211,19 @@ TEST_F(DeviceKey, InterruptedAndShortReadsAreContinued) {
 
 /* libsodium would end the process where it asks for them itself. */
 TEST_F(DeviceKey, WithoutRandomBytesThereIsNoKey) {
-    doubles::secrets::getrandom.stand_in([](void *, size_t, unsigned) -> ssize_t {
+    doubles::libc::getrandom.stand_in([](void *, size_t, unsigned) -> ssize_t {
         errno = EIO;
         return -1;
     });
     expect_refused("can't get random bytes, errno=5, cause: Input/output error");
     write_key_file(kProductKeyPath, some_key());
     EXPECT_FALSE(derived());
-    doubles::secrets::getrandom.restore();
+    doubles::libc::getrandom.restore();
     EXPECT_TRUE(derived());
 }
 
 TEST_F(DeviceKey, AKernelThatHasRandomBytesInAFileOnlyWillDo) {
-    doubles::secrets::getrandom.stand_in([](void *, size_t, unsigned) -> ssize_t {
+    doubles::libc::getrandom.stand_in([](void *, size_t, unsigned) -> ssize_t {
         errno = ENOSYS;
         return -1;
     });
@@ -232,15 +232,15 @@ TEST_F(DeviceKey, AKernelThatHasRandomBytesInAFileOnlyWillDo) {
 }
 
 TEST_F(DeviceKey, ASignalWhileRandomBytesAreGatheredIsNoLackOfThem) {
-    doubles::secrets::getrandom.stand_in([](void *to, size_t size, unsigned flags) -> ssize_t {
-        if (doubles::secrets::getrandom.calls() < 3) {
+    doubles::libc::getrandom.stand_in([](void *to, size_t size, unsigned flags) -> ssize_t {
+        if (doubles::libc::getrandom.calls() < 3) {
             errno = EINTR;
             return -1;
         }
-        return doubles::secrets::getrandom.real(to, size, flags);
+        return doubles::libc::getrandom.real(to, size, flags);
     });
     EXPECT_TRUE(derived());
-    EXPECT_EQ(3u, doubles::secrets::getrandom.calls());
+    EXPECT_EQ(3u, doubles::libc::getrandom.calls());
 }
 
 /* A device whose folder of permanent files is missing, until the end of the scope. */

@@ -14,7 +14,6 @@
 #include <string>
 
 #include "doubles/base_doubles.h"
-#include "doubles/file_doubles.h"
 #include "doubles/libc_doubles.h"
 #include "doubles/log_capture.h"
 #include "unit/base/file_cipher_fixture.h"
@@ -75,7 +74,7 @@ TEST_P(FileCipherFaults, WithoutAFaultTheFileIsReplaced) {
 }
 
 TEST_P(FileCipherFaults, APathThatCannotBeResolved) {
-    doubles::files::realpath.stand_in([](const char *, char *) -> char * {
+    doubles::libc::realpath.stand_in([](const char *, char *) -> char * {
         errno = EACCES;
         return nullptr;
     });
@@ -83,7 +82,7 @@ TEST_P(FileCipherFaults, APathThatCannotBeResolved) {
 }
 
 TEST_P(FileCipherFaults, AFileThatCannotBeOpened) {
-    fail_chosen(&doubles::files::openat, EACCES, [this](int, const char *name, int, mode_t) {
+    fail_chosen(&doubles::libc::openat, EACCES, [this](int, const char *name, int, mode_t) {
         return std::filesystem::path(path()).filename() == name;
     });
     expect_failure("13, cause: Permission denied");
@@ -98,8 +97,8 @@ TEST_P(FileCipherFaults, AFolderThatCannotBeOpened) {
 /* Where its name was looked up there was no link yet. */
 TEST_P(FileCipherFaults, ALinkInTheFilesPlaceIsNotFollowed) {
     const std::string other = path() + ".other";
-    doubles::files::realpath.stand_in([this, &other](const char *name, char *resolved) {
-        char *found = doubles::files::realpath.real(name, resolved);
+    doubles::libc::realpath.stand_in([this, &other](const char *name, char *resolved) {
+        char *found = doubles::libc::realpath.real(name, resolved);
         std::filesystem::rename(path(), other);
         std::filesystem::create_symlink(other, path());
         return found;
@@ -112,19 +111,19 @@ TEST_P(FileCipherFaults, ALinkInTheFilesPlaceIsNotFollowed) {
 }
 
 TEST_P(FileCipherFaults, AFileOfWhichNothingIsKnown) {
-    fail_chosen(&doubles::files::fstat, EIO,
-                [](int, struct stat *) { return doubles::files::fstat.calls() == 1; });
+    fail_chosen(&doubles::libc::fstat, EIO,
+                [](int, struct stat *) { return doubles::libc::fstat.calls() == 1; });
     expect_failure("5");
 }
 
 TEST_P(FileCipherFaults, AFolderThatTakesNoFile) {
-    fail_chosen(&doubles::files::openat, EROFS,
+    fail_chosen(&doubles::libc::openat, EROFS,
                 [](int, const char *, int flags, mode_t) { return (flags & O_CREAT) != 0; });
     expect_failure("30");
 }
 
 TEST_P(FileCipherFaults, ATemporaryFileThatCannotBeLocked) {
-    fail_chosen(&doubles::files::flock, ENOLCK, [](int, int) { return true; });
+    fail_chosen(&doubles::libc::flock, ENOLCK, [](int, int) { return true; });
     expect_failure("37");
 }
 
@@ -216,24 +215,24 @@ TEST_P(FileCipherFaults, AccessRightsThatCannotBeSet) {
 
 TEST_P(FileCipherFaults, AnOwnerThatCannotBeKeptLeavesTheFileToTheCallerAlone) {
     ASSERT_EQ(0, chmod(path().c_str(), 0664));
-    fail_chosen(&doubles::files::fchown, EPERM, [](int, uid_t, gid_t) { return true; });
+    fail_chosen(&doubles::libc::fchown, EPERM, [](int, uid_t, gid_t) { return true; });
     expect_success();
     struct stat info = {};
     ASSERT_EQ(0, stat(path().c_str(), &info));
     EXPECT_EQ(0600u, info.st_mode & 07777u);
-    EXPECT_EQ(1u, doubles::files::fchown.calls());
+    EXPECT_EQ(1u, doubles::libc::fchown.calls());
 }
 
 TEST_P(FileCipherFaults, TheOwnerIsKept) {
     struct stat info = {};
     ASSERT_EQ(0, stat(path().c_str(), &info));
-    doubles::files::fchown.stand_in([&info](int fd, uid_t user, gid_t group) {
+    doubles::libc::fchown.stand_in([&info](int fd, uid_t user, gid_t group) {
         EXPECT_EQ(info.st_uid, user);
         EXPECT_EQ(info.st_gid, group);
-        return doubles::files::fchown.real(fd, user, group);
+        return doubles::libc::fchown.real(fd, user, group);
     });
     expect_success();
-    EXPECT_EQ(1u, doubles::files::fchown.calls());
+    EXPECT_EQ(1u, doubles::libc::fchown.calls());
 }
 
 TEST_P(FileCipherFaults, AFileThatCannotBeSynced) {
@@ -242,7 +241,7 @@ TEST_P(FileCipherFaults, AFileThatCannotBeSynced) {
 }
 
 TEST_P(FileCipherFaults, AFileThatCannotBeRenamed) {
-    fail_chosen(&doubles::files::renameat, EBUSY, [](int, const char *, int, const char *) { return true; });
+    fail_chosen(&doubles::libc::renameat, EBUSY, [](int, const char *, int, const char *) { return true; });
     expect_failure("16");
 }
 
@@ -250,14 +249,14 @@ TEST_P(FileCipherFaults, TheFileIsOnTheDiskBeforeItTakesItsPlace) {
     std::string steps;
     doubles::libc::fsync.stand_in([&steps](int fd) {
         struct stat info = {};
-        EXPECT_EQ(0, doubles::files::fstat.real(fd, &info));
+        EXPECT_EQ(0, doubles::libc::fstat.real(fd, &info));
         steps += S_ISDIR(info.st_mode) ? "folder " : "file ";
         return doubles::libc::fsync.real(fd);
     });
-    doubles::files::renameat.stand_in(
+    doubles::libc::renameat.stand_in(
         [&steps](int from_folder, const char *from, int folder, const char *to) {
             steps += "rename ";
-            return doubles::files::renameat.real(from_folder, from, folder, to);
+            return doubles::libc::renameat.real(from_folder, from, folder, to);
         });
     expect_success();
     EXPECT_EQ("file rename folder ", steps);
@@ -294,10 +293,10 @@ TEST_P(FileCipherFaults, NoDescriptorReachesAShellsChild) {
         return doubles::libc::open.real(name, flags, mode);
     });
     unsigned made = 0;
-    doubles::files::openat.stand_in([&all, &made](int folder, const char *name, int flags, mode_t mode) {
+    doubles::libc::openat.stand_in([&all, &made](int folder, const char *name, int flags, mode_t mode) {
         all = all && (flags & O_CLOEXEC) != 0;
         made += (flags & O_CREAT) != 0 ? 1 : 0;
-        return doubles::files::openat.real(folder, name, flags, mode);
+        return doubles::libc::openat.real(folder, name, flags, mode);
     });
     expect_success();
     EXPECT_TRUE(all);
@@ -309,7 +308,7 @@ TEST_P(FileCipherFaults, TheTemporaryFileBelongsToItsOwnerUntilItIsWhole) {
     ASSERT_EQ(0, chmod(path().c_str(), 0644));
     doubles::libc::write.stand_in([](int fd, const void *data, size_t size) {
         struct stat info = {};
-        EXPECT_EQ(0, doubles::files::fstat.real(fd, &info));
+        EXPECT_EQ(0, doubles::libc::fstat.real(fd, &info));
         EXPECT_EQ(0600u, info.st_mode & 07777u);
         return doubles::libc::write.real(fd, data, size);
     });

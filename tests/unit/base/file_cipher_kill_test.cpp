@@ -12,7 +12,6 @@
 #include <random>
 #include <string>
 
-#include "doubles/file_doubles.h"
 #include "doubles/libc_doubles.h"
 #include "unit/base/file_cipher_fixture.h"
 
@@ -52,13 +51,13 @@ void kill_at(unsigned moment) {
     kill_around(&doubles::libc::close);
     kill_around(&doubles::libc::fchmod);
     kill_around(&doubles::libc::fsync);
-    kill_around(&doubles::files::renameat);
-    kill_around(&doubles::files::unlinkat);
-    kill_around(&doubles::files::openat);
-    kill_around(&doubles::files::flock);
-    kill_around(&doubles::files::fstat);
-    kill_around(&doubles::files::fchown);
-    kill_around(&doubles::files::realpath);
+    kill_around(&doubles::libc::renameat);
+    kill_around(&doubles::libc::unlinkat);
+    kill_around(&doubles::libc::openat);
+    kill_around(&doubles::libc::flock);
+    kill_around(&doubles::libc::fstat);
+    kill_around(&doubles::libc::fchown);
+    kill_around(&doubles::libc::realpath);
 }
 
 /* Starts a process that does the work. */

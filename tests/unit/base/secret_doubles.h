@@ -11,7 +11,6 @@
 
 namespace doubles::secrets {
 
-extern Double<ssize_t(void *, size_t, unsigned)> getrandom;
 extern Double<void(void *, size_t)> sodium_memzero;
 
 }  // namespace doubles::secrets

@@ -1,6 +1,6 @@
 /*
  * Files and folders that seem to belong to another user, as fstat tells. The calls are led through
- * doubles_dbrm.
+ * doubles_libc.
  */
 #pragma once
 
@@ -9,14 +9,14 @@
 #include <string>
 #include <utility>
 
-#include "doubles/file_doubles.h"
+#include "doubles/libc_doubles.h"
 #include "unit/frwk_dbrm/dbrm_doubles.h"
 
 inline constexpr uid_t kAnotherUser = 60001;
 
 inline void give_to_another_user(std::set<std::string> paths) {
-    doubles::files::fstat.stand_in([paths = std::move(paths)](int fd, struct stat *info) {
-        const int result = doubles::files::fstat.real(fd, info);
+    doubles::libc::fstat.stand_in([paths = std::move(paths)](int fd, struct stat *info) {
+        const int result = doubles::libc::fstat.real(fd, info);
         std::error_code error;
         const auto path = std::filesystem::read_symlink("/proc/self/fd/" + std::to_string(fd), error);
         info->st_uid = paths.count(path.string()) != 0 ? kAnotherUser : info->st_uid;

@@ -6,7 +6,7 @@
 #include <climits>
 #include <cstring>
 
-#include "doubles/file_doubles.h"
+#include "doubles/libc_doubles.h"
 #include "frwk_dbrm.h"
 #include "unit/frwk_dbrm/dbrm_fixture.h"
 
@@ -254,7 +254,7 @@ TEST_F(Backup, ThatCanNotBeEncipheredIsAnInternalError) {
 }
 
 TEST_F(Backup, ThatCanNotTakeItsNameIsAnIoError) {
-    doubles::files::renameat.stand_in([](int, const char *, int, const char *) {
+    doubles::libc::renameat.stand_in([](int, const char *, int, const char *) {
         errno = EROFS;
         return -1;
     });

@@ -18,15 +18,3 @@ extern Double<int32_t(const char *)> zn_decrypt_file_ex;
 extern Double<int32_t(const char *, uint8_t *)> md5_encrypt_file;
 
 }  // namespace doubles::base
-
-namespace doubles::libc {
-
-extern Double<int(const char *, off_t)> truncate;
-extern Double<int(int, const char *, struct ::stat *, int)> fstatat;
-extern Double<int(const char *, struct ::statvfs *)> statvfs;
-extern Double<char *(char *)> mkdtemp;
-extern Double<int(const char *)> rmdir;
-extern Double<ssize_t(int, const char *, char *, size_t)> readlinkat;
-extern Double<uid_t()> geteuid;
-
-}  // namespace doubles::libc

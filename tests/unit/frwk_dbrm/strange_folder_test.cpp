@@ -5,7 +5,7 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 
-#include "doubles/file_doubles.h"
+#include "doubles/libc_doubles.h"
 #include "frwk_dbrm.h"
 #include "unit/frwk_dbrm/another_user.h"
 #include "unit/frwk_dbrm/dbrm_fixture.h"
@@ -210,7 +210,7 @@ TEST_F(StrangeBackup, ThatVanishedIsAWriteError) {
 
 TEST_F(StrangeBackup, OfWhichNothingIsKnownIsAWriteError) {
     doubles::base::zn_encrypt_file_ex.stand_in([](const char *) {
-        refuse(&doubles::files::fstat, EIO);
+        refuse(&doubles::libc::fstat, EIO);
         return 1;
     });
     expect_failure(E_APPS_ERR_WRITE);
@@ -219,12 +219,12 @@ TEST_F(StrangeBackup, OfWhichNothingIsKnownIsAWriteError) {
 
 TEST_F(StrangeBackup, ThatTheFolderDoesNotTakeIsAWriteError) {
     doubles::base::zn_encrypt_file_ex.stand_in([](const char *) {
-        doubles::files::openat.stand_in([](int folder, const char *name, int flags, mode_t mode) {
+        doubles::libc::openat.stand_in([](int folder, const char *name, int flags, mode_t mode) {
             if ((flags & O_CREAT) != 0) {
                 errno = ENOSPC;
                 return -1;
             }
-            return doubles::files::openat.real(folder, name, flags, mode);
+            return doubles::libc::openat.real(folder, name, flags, mode);
         });
         return 1;
     });
@@ -255,7 +255,7 @@ TEST_F(StrangeBackup, ThatCanNotBeSyncedIsAWriteError) {
 }
 
 TEST_F(StrangeBackup, ThatCanNotTakeItsNameIsAnIoError) {
-    refuse(&doubles::files::renameat, EROFS);
+    refuse(&doubles::libc::renameat, EROFS);
     expect_failure(E_APPS_ERR_IO);
     expect_warning("frwk_dbrm_backup", with_errno("create backup file error!", EROFS));
 }
@@ -450,12 +450,12 @@ TEST_F(StrangeRestore, OfAFileThatCanNotBeReadIsRefused) {
 }
 
 TEST_F(StrangeRestore, OfAFileOfWhichNothingIsKnownIsRefused) {
-    doubles::files::fstat.stand_in([](int fd, struct stat *info) {
+    doubles::libc::fstat.stand_in([](int fd, struct stat *info) {
         if (std::filesystem::read_symlink("/proc/self/fd/" + std::to_string(fd)) == kTarget) {
             errno = EIO;
             return -1;
         }
-        return doubles::files::fstat.real(fd, info);
+        return doubles::libc::fstat.real(fd, info);
     });
     expect_refused(EIO);
 }
@@ -480,7 +480,7 @@ TEST_F(StrangeRestore, WhoseCopyCanNotBeMadeIsRefused) {
 
 TEST_F(StrangeRestore, OfAnOwnFileWhosePathCanNotBeResolvedIsRefused) {
     set_mode(kFolder, 0755);
-    doubles::files::realpath.stand_in([](const char *, char *) -> char * {
+    doubles::libc::realpath.stand_in([](const char *, char *) -> char * {
         errno = ENOMEM;
         return nullptr;
     });

@@ -14,7 +14,6 @@
 #include <vector>
 
 #include "doubles/faults_test_fixture.h"
-#include "doubles/file_doubles.h"
 #include "doubles/libc_doubles.h"
 #include "support/key_files.h"
 #include "support/open_descriptors.h"
@@ -74,14 +73,14 @@ class AtomicFiles : public FaultsTest {
             steps_ += S_ISDIR(info.st_mode) ? "sync folder;" : "sync file;";
             return doubles::libc::fsync.real(fd);
         });
-        doubles::files::renameat.stand_in([this](int from, const char *name, int to, const char *target) {
+        doubles::libc::renameat.stand_in([this](int from, const char *name, int to, const char *target) {
             steps_ += "rename;";
-            return doubles::files::renameat.real(from, name, to, target);
+            return doubles::libc::renameat.real(from, name, to, target);
         });
-        doubles::files::linkat.stand_in(
+        doubles::libc::linkat.stand_in(
             [this](int from, const char *name, int to, const char *target, int flags) {
                 steps_ += "link;";
-                return doubles::files::linkat.real(from, name, to, target, flags);
+                return doubles::libc::linkat.real(from, name, to, target, flags);
             });
     }
 
@@ -150,9 +149,9 @@ TEST_F(AtomicFiles, ThatReplacedTheirTargetRemoveNothingAnyMore) {
         AtomicFile file(held_.get(), "target");
         ASSERT_TRUE(file.create_beside(kSuffix));
         EXPECT_EQ(Placed::kYes, file.replace_target(Sync::kNothing));
-        doubles::files::unlinkat.forget_calls();
+        doubles::libc::unlinkat.forget_calls();
     }
-    EXPECT_EQ(0u, doubles::files::unlinkat.calls());
+    EXPECT_EQ(0u, doubles::libc::unlinkat.calls());
 }
 
 TEST_F(AtomicFiles, BecomeATargetThatIsMissing) {
@@ -191,12 +190,12 @@ TEST_F(AtomicFiles, TakeThePlaceOfWhatAKilledWriterLeft) {
 
 TEST_F(AtomicFiles, TryTwiceToRemoveWhatAKilledWriterLeft) {
     folder_.file("target.part", "left");
-    doubles::files::unlinkat.stand_in([](int folder, const char *name, int flags) {
-        if (doubles::files::unlinkat.calls() == 1) {
+    doubles::libc::unlinkat.stand_in([](int folder, const char *name, int flags) {
+        if (doubles::libc::unlinkat.calls() == 1) {
             errno = EIO;
             return -1;
         }
-        return doubles::files::unlinkat.real(folder, name, flags);
+        return doubles::libc::unlinkat.real(folder, name, flags);
     });
     {
         AtomicFile file(held_.get(), "target");
@@ -295,7 +294,7 @@ TEST_F(AtomicFiles, NeedRoomForTheirNames) {
 }
 
 TEST_F(AtomicFiles, KeepTheCauseOfAFailureWhenTheyAreRemoved) {
-    doubles::files::unlinkat.stand_in([](int, const char *, int) {
+    doubles::libc::unlinkat.stand_in([](int, const char *, int) {
         errno = EIO;
         return -1;
     });
@@ -316,7 +315,7 @@ TEST_F(AtomicFiles, ThatCannotBeSyncedReplaceNothing) {
 }
 
 TEST_F(AtomicFiles, ThatCannotBeRenamedReplaceNothing) {
-    doubles::files::renameat.stand_in([](int, const char *, int, const char *) {
+    doubles::libc::renameat.stand_in([](int, const char *, int, const char *) {
         errno = EBUSY;
         return -1;
     });
@@ -335,7 +334,7 @@ TEST_F(AtomicFiles, ThatCannotBeSyncedDoNotBecomeTheTarget) {
 }
 
 TEST_F(AtomicFiles, ThatCannotBeLinkedDoNotBecomeTheTarget) {
-    doubles::files::linkat.stand_in([](int, const char *, int, const char *, int) {
+    doubles::libc::linkat.stand_in([](int, const char *, int, const char *, int) {
         errno = EMLINK;
         return -1;
     });
@@ -377,7 +376,7 @@ INSTANTIATE_TEST_SUITE_P(Causes, AtomicFilesFolder, testing::Values(EIO, EINVAL)
 TEST_F(AtomicFiles, AFolderThatCannotBeOpenedForSyncingIsNoted) {
     AtomicFile file(held_.get(), "target");
     ASSERT_TRUE(file.create_beside(kSuffix));
-    doubles::files::openat.stand_in([](int, const char *, int, mode_t) {
+    doubles::libc::openat.stand_in([](int, const char *, int, mode_t) {
         errno = EMFILE;
         return -1;
     });

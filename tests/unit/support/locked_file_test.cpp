@@ -20,7 +20,6 @@
 #include <vector>
 
 #include "doubles/faults_test_fixture.h"
-#include "doubles/file_doubles.h"
 #include "doubles/libc_doubles.h"
 #include "support/open_descriptors.h"
 #include "support/temp_folder.h"
@@ -81,9 +80,9 @@ class LockedFiles : public FaultsTest {
     /* Puts a function in the place of the one that makes files, and counts its calls. */
     template <typename Make>
     void make_files_by(Make make) {
-        doubles::files::openat.stand_in([this, make](int folder, const char *name, int flags, mode_t mode) {
+        doubles::libc::openat.stand_in([this, make](int folder, const char *name, int flags, mode_t mode) {
             if ((flags & O_CREAT) == 0) {
-                return doubles::files::openat.real(folder, name, flags, mode);
+                return doubles::libc::openat.real(folder, name, flags, mode);
             }
             ++made_;
             return make(name);
@@ -91,7 +90,7 @@ class LockedFiles : public FaultsTest {
     }
 
     int make_file(const char *name) const {
-        return doubles::files::openat.real(held_.get(), name, O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
+        return doubles::libc::openat.real(held_.get(), name, O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
     }
 
     /* Counts the files that are made. */
@@ -213,9 +212,9 @@ TEST_F(LockedFiles, LeaveWhatIsNoFileAlone) {
 
 TEST_F(LockedFiles, ALeftoverThatAnotherRemovesFirstIsNotTold) {
     folder_.file(kLeftover, "content");
-    doubles::files::flock.stand_in([this](int fd, int operation) {
+    doubles::libc::flock.stand_in([this](int fd, int operation) {
         std::filesystem::remove(folder_.path(kLeftover));
-        return doubles::files::flock.real(fd, operation);
+        return doubles::libc::flock.real(fd, operation);
     });
     EXPECT_TRUE(LockedFile(held_.get()).fd);
     EXPECT_TRUE(g_removed.empty());
@@ -224,11 +223,11 @@ TEST_F(LockedFiles, ALeftoverThatAnotherRemovesFirstIsNotTold) {
 /* Between its making and its lock a file looks like a leftover. */
 TEST_F(LockedFiles, TakenForALeftoverAreMadeAgain) {
     count_files();
-    doubles::files::flock.stand_in([this](int fd, int operation) {
-        if (doubles::files::flock.calls() <= 2) {
+    doubles::libc::flock.stand_in([this](int fd, int operation) {
+        if (doubles::libc::flock.calls() <= 2) {
             std::filesystem::remove(folder_.path(names().front()));
         }
-        return doubles::files::flock.real(fd, operation);
+        return doubles::libc::flock.real(fd, operation);
     });
     const LockedFile file(held_.get());
     EXPECT_TRUE(file.fd);
@@ -238,9 +237,9 @@ TEST_F(LockedFiles, TakenForALeftoverAreMadeAgain) {
 
 TEST_F(LockedFiles, AlwaysTakenForLeftoversAreGivenUp) {
     count_files();
-    doubles::files::flock.stand_in([this](int fd, int operation) {
+    doubles::libc::flock.stand_in([this](int fd, int operation) {
         std::filesystem::remove(folder_.path(names().front()));
-        return doubles::files::flock.real(fd, operation);
+        return doubles::libc::flock.real(fd, operation);
     });
     expect_none(EAGAIN);
     EXPECT_EQ(10u, made_);
@@ -273,7 +272,7 @@ TEST_F(LockedFiles, HaveNamesOfTheirOwn) {
 }
 
 TEST_F(LockedFiles, AreMadeThoughTheFolderCanNotBeListed) {
-    doubles::files::fdopendir.stand_in([](int) -> DIR * {
+    doubles::libc::fdopendir.stand_in([](int) -> DIR * {
         errno = ENOMEM;
         return nullptr;
     });
@@ -281,15 +280,15 @@ TEST_F(LockedFiles, AreMadeThoughTheFolderCanNotBeListed) {
 }
 
 TEST_F(LockedFiles, AnInterruptedLockIsTriedAgain) {
-    doubles::files::flock.stand_in([](int fd, int operation) {
-        if (doubles::files::flock.calls() == 1) {
+    doubles::libc::flock.stand_in([](int fd, int operation) {
+        if (doubles::libc::flock.calls() == 1) {
             errno = EINTR;
             return -1;
         }
-        return doubles::files::flock.real(fd, operation);
+        return doubles::libc::flock.real(fd, operation);
     });
     EXPECT_TRUE(LockedFile(held_.get()).fd);
-    EXPECT_EQ(2u, doubles::files::flock.calls());
+    EXPECT_EQ(2u, doubles::libc::flock.calls());
 }
 
 TEST_F(LockedFiles, NeedAFolderThatCanBeWritten) {
@@ -307,7 +306,7 @@ TEST_F(LockedFiles, WithoutADescriptorThereIsNone) {
 }
 
 TEST_F(LockedFiles, ThatCannotBeLockedAreRemoved) {
-    doubles::files::flock.stand_in([](int, int) {
+    doubles::libc::flock.stand_in([](int, int) {
         errno = ENOLCK;
         return -1;
     });
@@ -323,7 +322,7 @@ TEST_F(LockedFiles, ThatCannotBeProtectedAreRemoved) {
 }
 
 TEST_F(LockedFiles, OfWhichNothingIsKnownAreRemoved) {
-    doubles::files::fstat.stand_in([](int, struct stat *) {
+    doubles::libc::fstat.stand_in([](int, struct stat *) {
         errno = EIO;
         return -1;
     });

@@ -12,7 +12,6 @@
 #include <filesystem>
 #include <string>
 
-#include "doubles/file_doubles.h"
 #include "doubles/libc_doubles.h"
 #include "support/wait_until.h"
 
@@ -91,7 +90,7 @@ TEST_F(FileSteps, OnlyARegularFileIsOpened) {
 TEST_F(FileSteps, AFileWhoseKindIsNotToldIsNotOpened) {
     ASSERT_EQ(0, make_folder_of(kFolder + "/file"));
     ASSERT_TRUE(write_text(kFolder + "/file", "x"));
-    doubles::files::fstat.stand_in([](int, struct stat *) {
+    doubles::libc::fstat.stand_in([](int, struct stat *) {
         errno = EIO;
         return -1;
     });

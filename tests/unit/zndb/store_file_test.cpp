@@ -228,13 +228,13 @@ TEST_F(StoreFile, TheFileIsSyncedBeforeItIsRenamedAndItsFolderAfterwards) {
         steps += S_ISDIR(info.st_mode) ? "sync folder;" : "sync file;";
         return doubles::libc::fsync.real(fd);
     });
-    doubles::files::renameat.stand_in(
+    doubles::libc::renameat.stand_in(
         [&steps](int from_folder, const char *from, int to_folder, const char *to) {
             EXPECT_EQ(kTemporary, from);
             EXPECT_EQ(kPath, to);
             EXPECT_EQ("area=\nzone= west=1 \n", content_of(kTemporary));
             steps += "rename;";
-            return doubles::files::renameat.real(from_folder, from, to_folder, to);
+            return doubles::libc::renameat.real(from_folder, from, to_folder, to);
         });
     EXPECT_EQ(0, save(two_values(), kPath, Folders::kOnDisk).error);
     EXPECT_EQ("sync file;rename;sync folder;", steps);

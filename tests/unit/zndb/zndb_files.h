@@ -16,7 +16,6 @@
 #include <string>
 #include <vector>
 
-#include "doubles/file_doubles.h"
 #include "doubles/libc_doubles.h"
 #include "doubles/log_capture.h"
 #include "os_log.h"
@@ -80,7 +79,7 @@ inline void fill_disk_of(const std::string &folder) {
 
 /* From now on renaming fails. */
 inline void fail_rename(int error) {
-    doubles::files::renameat.stand_in([error](int, const char *, int, const char *) {
+    doubles::libc::renameat.stand_in([error](int, const char *, int, const char *) {
         errno = error;
         return -1;
     });
@@ -88,7 +87,7 @@ inline void fail_rename(int error) {
 
 /* From now on no file can be given a second name, as where the file system has none. */
 inline void fail_link(int error) {
-    doubles::files::link.stand_in([error](const char *, const char *) {
+    doubles::libc::link.stand_in([error](const char *, const char *) {
         errno = error;
         return -1;
     });
@@ -126,9 +125,9 @@ inline void fail_opens(const std::function<int(const std::string &path)> &error_
         errno = error_of(path);
         return errno != 0 ? -1 : doubles::libc::open.real(path, flags, mode);
     });
-    doubles::files::openat.stand_in([error_of](int folder, const char *path, int flags, mode_t mode) {
+    doubles::libc::openat.stand_in([error_of](int folder, const char *path, int flags, mode_t mode) {
         errno = error_of(path);
-        return errno != 0 ? -1 : doubles::files::openat.real(folder, path, flags, mode);
+        return errno != 0 ? -1 : doubles::libc::openat.real(folder, path, flags, mode);
     });
 }
 
@@ -161,12 +160,12 @@ inline void end_faults() {
     doubles::libc::write.restore();
     doubles::libc::read.restore();
     doubles::libc::open.restore();
-    doubles::files::openat.restore();
-    doubles::files::renameat.restore();
+    doubles::libc::openat.restore();
+    doubles::libc::renameat.restore();
     doubles::libc::fsync.restore();
     doubles::libc::mkdir.restore();
     doubles::libc::ftruncate.restore();
-    doubles::files::link.restore();
+    doubles::libc::link.restore();
 }
 
 /* A test in which the disk may fail. The log is captured all the while. */

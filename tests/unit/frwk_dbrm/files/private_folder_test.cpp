@@ -15,7 +15,6 @@
 #include <string>
 #include <vector>
 
-#include "doubles/file_doubles.h"
 #include "doubles/libc_doubles.h"
 #include "doubles/log_capture.h"
 #include "support/log_checks.h"
@@ -225,23 +224,23 @@ TEST_F(PrivateFolders, ThatHoldAFolderStayButEmpty) {
 }
 
 TEST_F(PrivateFolders, AreMadeThoughLeftoversCanNotBeListed) {
-    doubles::files::openat.stand_in([](int folder, const char *name, int flags, mode_t mode) {
+    doubles::libc::openat.stand_in([](int folder, const char *name, int flags, mode_t mode) {
         if (std::string(name) == kTmp || std::string(name) == kDisk) {
             errno = EACCES;
             return -1;
         }
-        return doubles::files::openat.real(folder, name, flags, mode);
+        return doubles::libc::openat.real(folder, name, flags, mode);
     });
     EXPECT_TRUE(PrivateFolder().make(kRoom));
 }
 
 /* Between its making and its lock a folder looks like a leftover. */
 TEST_F(PrivateFolders, TakenForLeftoversAreMadeAgain) {
-    doubles::files::flock.stand_in([](int fd, int operation) {
-        if (doubles::files::flock.calls() == 1) {
+    doubles::libc::flock.stand_in([](int fd, int operation) {
+        if (doubles::libc::flock.calls() == 1) {
             std::filesystem::remove(std::string(kTmp) + "/" + folders_in(kTmp).front());
         }
-        return doubles::files::flock.real(fd, operation);
+        return doubles::libc::flock.real(fd, operation);
     });
     doubles::libc::mkdtemp.stand_in([](char *path) {
         char *made = doubles::libc::mkdtemp.real(path);
@@ -267,15 +266,15 @@ TEST_F(PrivateFolders, AlwaysTakenForLeftoversAreGivenUp) {
 }
 
 TEST_F(PrivateFolders, AnInterruptedLockIsTriedAgain) {
-    doubles::files::flock.stand_in([](int fd, int operation) {
-        if (doubles::files::flock.calls() == 1) {
+    doubles::libc::flock.stand_in([](int fd, int operation) {
+        if (doubles::libc::flock.calls() == 1) {
             errno = EINTR;
             return -1;
         }
-        return doubles::files::flock.real(fd, operation);
+        return doubles::libc::flock.real(fd, operation);
     });
     EXPECT_TRUE(PrivateFolder().make(kRoom));
-    EXPECT_EQ(2u, doubles::files::flock.calls());
+    EXPECT_EQ(2u, doubles::libc::flock.calls());
 }
 
 TEST_F(PrivateFolders, ThatCanNotBeMadeAreNone) {
@@ -295,7 +294,7 @@ TEST_F(PrivateFolders, ThatCanNotBeOpenedAreRemoved) {
 }
 
 TEST_F(PrivateFolders, ThatCanNotBeLockedAreRemoved) {
-    doubles::files::flock.stand_in([](int, int) {
+    doubles::libc::flock.stand_in([](int, int) {
         errno = ENOLCK;
         return -1;
     });
@@ -303,12 +302,12 @@ TEST_F(PrivateFolders, ThatCanNotBeLockedAreRemoved) {
 }
 
 TEST_F(PrivateFolders, OfWhichNothingIsKnownAreRemoved) {
-    doubles::files::fstat.stand_in([](int fd, struct stat *info) {
-        if (doubles::files::flock.calls() > 0) {
+    doubles::libc::fstat.stand_in([](int fd, struct stat *info) {
+        if (doubles::libc::flock.calls() > 0) {
             errno = EIO;
             return -1;
         }
-        return doubles::files::fstat.real(fd, info);
+        return doubles::libc::fstat.real(fd, info);
     });
     expect_none(EIO);
 }

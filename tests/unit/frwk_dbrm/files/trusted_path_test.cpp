@@ -11,7 +11,7 @@
 #include <filesystem>
 #include <string>
 
-#include "doubles/file_doubles.h"
+#include "doubles/libc_doubles.h"
 #include "support/wait_until.h"
 #include "unit/frwk_dbrm/another_user.h"
 
@@ -218,19 +218,19 @@ TEST_F(TrustedPath, InAWorkingFolderOfWhichNothingIsKnownIsNotClosed) {
     std::filesystem::current_path(in("a"));
     for (const unsigned which : {1u, 2u}) {
         doubles::restore_all();
-        doubles::files::openat.stand_in([which](int folder, const char *name, int flags, mode_t mode) {
-            if (doubles::files::openat.calls() == which) {
+        doubles::libc::openat.stand_in([which](int folder, const char *name, int flags, mode_t mode) {
+            if (doubles::libc::openat.calls() == which) {
                 errno = EIO;
                 return -1;
             }
-            return doubles::files::openat.real(folder, name, flags, mode);
+            return doubles::libc::openat.real(folder, name, flags, mode);
         });
         expect_closed(false, "name");
     }
 }
 
 TEST_F(TrustedPath, OfWhichNothingIsKnownIsNone) {
-    doubles::files::fstat.stand_in([](int, struct stat *) {
+    doubles::libc::fstat.stand_in([](int, struct stat *) {
         errno = EIO;
         return -1;
     });
