@@ -8,7 +8,6 @@
 #include <pthread.h>
 #include <sys/socket.h>
 
-#include <atomic>
 #include <cerrno>
 #include <cstddef>
 #include <cstring>
@@ -18,6 +17,7 @@
 #include "frwk_common/core/process_state.h"
 #include "frwk_common/ipc/server/accept_recovery.h"
 #include "frwk_common/ipc/server/exchange_watch.h"
+#include "frwk_common/ipc/server/inherited_sockets.h"
 #include "frwk_common/ipc/server/ipc_dispatch.h"
 #include "frwk_common/ipc/server/ipc_listener.h"
 #include "frwk_common/ipc/transport/ipc_trace.h"
@@ -138,25 +138,12 @@ void send_answer(int fd, const frwk_ipc_header &header, apps_err_e_type result, 
     }
 }
 
-/* The connection that the service thread is serving, or -1. */
-std::atomic<int> g_connection{-1};
-
-/* Records a connection while it is served. */
-class Serving {
-  public:
-    explicit Serving(int connection) { g_connection.store(connection, std::memory_order_relaxed); }
-    ~Serving() { g_connection.store(-1, std::memory_order_relaxed); }
-    Serving(const Serving &) = delete;
-    Serving &operator=(const Serving &) = delete;
-};
-
 /*
- * A forked child does not serve. If it kept its copies of the listening socket and of the connection open,
+ * A forked child does not serve. If it kept its copies of the listening socket and of a connection open,
  * peers would not notice the end of the module.
  */
 void close_service_in_child() {
-    const UniqueFd listener(g_s_ipcs_fd.exchange(-1));
-    const UniqueFd connection(g_connection.exchange(-1));
+    close_inherited_sockets(g_s_ipcs_fd.exchange(-1));
     g_s_ipc_thread = 0;
 }
 
@@ -210,7 +197,6 @@ void *frwk_ipc_loop(void *) {
         const UniqueFd connection(::accept4(listener, nullptr, nullptr, SOCK_CLOEXEC));
         if (connection) {
             recovery.after_success();
-            const Serving serving(connection.get());
             frwk_ipc_handle(connection.get());
             continue;
         }
