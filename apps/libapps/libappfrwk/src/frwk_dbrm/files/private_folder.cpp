@@ -1,6 +1,5 @@
 #include "frwk_dbrm/files/private_folder.h"
 
-#include <dirent.h>
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/stat.h>
@@ -10,9 +9,9 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <memory>
 
 #include "frwk_dbrm/files/trusted_path.h"
+#include "internal/folder_names.h"
 #include "internal/frwk_log.h"
 #include "internal/frwk_paths.h"
 #include "support/uninterrupted.h"
@@ -31,27 +30,6 @@ constexpr size_t kNameLength = sizeof(kPrefix) - 1 + sizeof(kRandom) - 1;
 constexpr int kAttempts = 10;
 
 constexpr int kOpenFolder = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
-
-struct CloseStream {
-    void operator()(DIR *folder) const { (void)::closedir(folder); }
-};
-using FolderStream = std::unique_ptr<DIR, CloseStream>;
-
-FolderStream read_folder(int folder, const char *name) {
-    UniqueFd fd(::openat(folder, name, kOpenFolder));
-    FolderStream stream(fd ? ::fdopendir(fd.get()) : nullptr);
-    if (stream) {
-        (void)fd.take();
-    }
-    return stream;
-}
-
-/* The next entry of a folder; null at its end. */
-const char *next_name(const FolderStream &folder) {
-    // cppcheck-suppress readdirCalled ; a stream of one thread, and readdir_r is withdrawn
-    const dirent *entry = folder ? ::readdir(folder.get()) : nullptr;
-    return entry != nullptr ? entry->d_name : nullptr;
-}
 
 void empty_folder(int folder) {
     const FolderStream stream = read_folder(folder, ".");

@@ -3,24 +3,19 @@
  */
 #include "frwk_common/ipc/server/inherited_sockets.h"
 
-#include <dirent.h>
 #include <sys/socket.h>
 #include <sys/un.h>
 
 #include <cstddef>
 #include <cstring>
-#include <memory>
 
 #include "internal/decimal.h"
+#include "internal/folder_names.h"
 #include "support/unique_fd.h"
 
 namespace {
 
 constexpr char kDescriptors[] = "/proc/self/fd";
-
-struct CloseFolder {
-    void operator()(DIR *folder) const { (void)::closedir(folder); }
-};
 
 /* The address that a socket is bound to. */
 struct Address {
@@ -43,10 +38,9 @@ struct Address {
 void close_inherited_sockets(int listener) {
     const Address own(listener);
     UniqueFd(listener).reset(); /* first: there may be no other descriptor to look with */
-    const std::unique_ptr<DIR, CloseFolder> descriptors(own.is_named() ? ::opendir(kDescriptors) : nullptr);
-    // cppcheck-suppress readdirCalled ; the only thread
-    while (const dirent *entry = descriptors ? ::readdir(descriptors.get()) : nullptr) {
-        const int fd = decimal_number(entry->d_name);
+    const FolderStream descriptors = own.is_named() ? read_folder(AT_FDCWD, kDescriptors) : FolderStream();
+    while (const char *name = next_name(descriptors)) {
+        const int fd = decimal_number(name);
         if (Address(fd) == own) {
             UniqueFd(fd).reset();
         }
