@@ -3,8 +3,8 @@
  *
  * Unlike syslog(3), it doesn't block every thread that logs while the daemon is stopped: a line waits at most
  * 100 ms for a daemon that accepts nothing, and the next lines don't wait until it accepts one again. Lines
- * that the daemon does not accept are counted, and the count is sent before the next line that it accepts. The
- * socket is created for the first line, and again after a restart of the daemon. Uses no heap memory. One
+ * that the daemon does not accept are counted, and the count is sent before the next line that it accepts.
+ * The socket is created for the first line, and again after a restart of the daemon. Uses no heap memory. One
  * thread at a time.
  */
 #pragma once
