@@ -23,13 +23,20 @@ bool means_nothing(std::string_view text) {
     return text.empty() || text[0] == '#';
 }
 
+/* Null, or why a line that means nothing here would mean something to who restores a backup of the file: its
+ * text goes on after a CR, and no further than to a NUL. */
+const char *comment_problem(std::string_view text) {
+    constexpr std::string_view kEnds("\r\0", 2);
+    return text.find_first_of(kEnds) != std::string_view::npos ? "the comment holds a CR or NUL" : nullptr;
+}
+
 constexpr char kStoreIsFull[] = "the store is full";
 
 /* Takes one line into the store. Returns null, or why it can't be taken. */
 const char *load_line(const Line &line, Store &store) {
     const std::string_view text = without_cr(line.text);
     if (means_nothing(text)) {
-        return nullptr;
+        return comment_problem(text);
     }
     if (!line.fits) {
         return "it is too long";

@@ -1,10 +1,11 @@
 /*
  * The connection to the system's log daemon: sends lines in the format of syslog(3) to "/dev/log".
  *
- * Unlike syslog(3), it doesn't block every thread that logs while the daemon is stopped. Lines that the
- * daemon does not accept are counted, and the count is sent before the next line that it accepts. The socket
- * is created for the first line, and again after a restart of the daemon. Uses no heap memory. One thread at
- * a time.
+ * Unlike syslog(3), it doesn't block every thread that logs while the daemon is stopped: a line waits at most
+ * 100 ms for a daemon that accepts nothing, and the next lines don't wait until it accepts one again. Lines
+ * that the daemon does not accept are counted, and the count is sent before the next line that it accepts.
+ * The socket is created for the first line, and again after a restart of the daemon. Uses no heap memory. One
+ * thread at a time.
  */
 #pragma once
 

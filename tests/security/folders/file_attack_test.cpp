@@ -1,5 +1,5 @@
 /*
- * Another user at single files: the reboot reason, the trace mask, the lists of subscribers.
+ * Another user at single files: the reboot reason, markers, the trace mask, the lists of subscribers.
  */
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -13,6 +13,7 @@
 #include "security/folders/attacked_device.h"
 #include "support/module_process.h"
 #include "support/other_user.h"
+#include "system/zndb/zndb_process.h"
 
 namespace {
 
@@ -74,6 +75,58 @@ TEST_F(FileAttack, TheReasonIsItsOwnersToWriteWhateverTheUmask) {
     EXPECT_EQ(0, frwk_reboot_reason_save(8));
     EXPECT_EQ(0644u, mode_of(kReason));
     EXPECT_EQ(8, frwk_reboot_reason_get());
+}
+
+namespace {
+
+constexpr char kResetFlag[] = "/m_data/usr_permanent/reset_flag";
+constexpr char kDebugMarker[] = "/m_data/usr/device_debug_mode";
+
+/* Puts the six things in a marker's place, and a link to a file that is not there. */
+template <typename Make>
+void expect_marker(const char *marker, Make make) {
+    for (const Plant what : kAllPlants) {
+        plant(what, marker);
+        make();
+        ASSERT_EQ(::geteuid(), owner_of(marker)) << name_of(what); /* or it may be a pipe */
+        EXPECT_EQ("", file_text(marker)) << name_of(what);
+        EXPECT_EQ(kPrecious, file_text(kVictim)) << name_of(what);
+        std::filesystem::remove(marker);
+    }
+    constexpr char kElsewhere[] = "/m_data/factor/made_by_a_link";
+    ASSERT_EQ(0, as_other_user([marker, &kElsewhere] { return ::symlink(kElsewhere, marker); }));
+    make();
+    EXPECT_FALSE(std::filesystem::exists(kElsewhere));
+    EXPECT_EQ(::geteuid(), owner_of(marker));
+    std::filesystem::remove(marker);
+}
+
+/* Debug mode is a setting too. */
+class MarkerAttack : public ZndbTest {
+  protected:
+    MarkerAttack() {
+        clean_device();
+        for (const char *folder : {kPermanentFolder, "/m_data/usr"}) {
+            open_to_all(folder);
+        }
+    }
+    ~MarkerAttack() override {
+        clear(kPermanentFolder);
+        (void)::chmod("/m_data/usr", 0755);
+    }
+};
+
+using MarkerAttackByAnotherUser = ByAnotherUser<MarkerAttack>;
+
+}  // namespace
+
+TEST_F(MarkerAttackByAnotherUser, WhatStandsInTheResetFlagsPlaceIsSetAside) {
+    expect_marker(kResetFlag, [] { (void)frwk_system_reset(1); });
+}
+
+TEST_F(MarkerAttackByAnotherUser, WhatStandsInTheDebugMarkersPlaceIsSetAside) {
+    start();
+    expect_marker(kDebugMarker, [] { EXPECT_EQ(1, frwk_debug_mode_set(1, "rom")); });
 }
 
 class MaskAttack : public FileAttack {

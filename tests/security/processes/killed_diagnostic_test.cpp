@@ -6,10 +6,12 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
 #include <string>
+#include <vector>
 
 #include "os_process.h"
 #include "support/module_process.h"
@@ -19,6 +21,7 @@
 namespace {
 
 constexpr int kRouter = 3;
+constexpr int kWlan = 5;
 constexpr char kPid[] = "/m_data/usr/tool_pid";
 
 /* The process of the tool, which writes its number to the file. */
@@ -27,16 +30,18 @@ pid_t noted_process() {
     return std::atoi(file_text(kPid).c_str());
 }
 
-class KilledDiagnostic : public testing::TestWithParam<const char *> {
+class KilledDiagnostic : public testing::Test {
   protected:
     ~KilledDiagnostic() override { (void)remove(kPid); }
 
     const ToolFolder tools_;
 };
 
+class KilledDiagnosticWithTool : public KilledDiagnostic, public testing::WithParamInterface<const char *> {};
+
 }  // namespace
 
-TEST_P(KilledDiagnostic, LeavesNoTool) {
+TEST_P(KilledDiagnosticWithTool, LeavesNoTool) {
     tools_.put_script("ping", GetParam());
     ModuleProcess router(kRouter);
     router.tell("ping 10.0.0.1");
@@ -47,10 +52,75 @@ TEST_P(KilledDiagnostic, LeavesNoTool) {
 }
 
 INSTANTIATE_TEST_SUITE_P(
-    Tools, KilledDiagnostic,
+    Tools, KilledDiagnosticWithTool,
     testing::Values("echo $$ > /m_data/usr/tool_pid; exec yes",
                     "trap '' TERM HUP INT; echo $$ > /m_data/usr/tool_pid; exec sleep 1000",
                     "setsid sh -c 'echo $$ > /m_data/usr/tool_pid; exec sleep 1000' & wait"));
+
+namespace {
+
+class KilledDiagnosticsOutput : public KilledDiagnostic {
+  protected:
+    KilledDiagnosticsOutput() {
+        for (const std::filesystem::path &path : outputs()) {
+            remove(path);
+        }
+    }
+
+    static std::vector<std::filesystem::path> outputs() {
+        std::vector<std::filesystem::path> found;
+        for (const auto &entry : std::filesystem::directory_iterator("/tmp/m_tmp")) {
+            if (entry.path().extension() == ".txt") {
+                found.push_back(entry.path());
+            }
+        }
+        return found;
+    }
+    static void make_old(const std::filesystem::path &path) {
+        last_write_time(path, std::filesystem::file_time_type::clock::now() - std::chrono::hours(1));
+    }
+
+    /* Starts a diagnostic that goes on, and returns its output, as if it were an old one. */
+    std::filesystem::path start(ModuleProcess *module) {
+        tools_.put_script("ping", "echo $$ > /m_data/usr/tool_pid; exec sleep 1000");
+        module->tell("ping 10.0.0.1");
+        (void)noted_process();
+        EXPECT_EQ(1u, outputs().size());
+        make_old(outputs().at(0));
+        return outputs().at(0);
+    }
+
+    void run_another() {
+        tools_.put_script("ping", "echo ok");
+        ModuleProcess wlan(kWlan);
+        EXPECT_EQ("ret=0", wlan.ask("ping 10.0.0.1"));
+    }
+};
+
+}  // namespace
+
+TEST_F(KilledDiagnosticsOutput, IsRemovedByTheNextOne) {
+    ModuleProcess router(kRouter);
+    const std::filesystem::path left = start(&router);
+    router.process().kill();
+    ASSERT_TRUE(exists(left));
+    run_another();
+    EXPECT_FALSE(exists(left));
+}
+
+/* However old it is; nor is what has another name. */
+TEST_F(KilledDiagnosticsOutput, IsNotRemovedWhileItsModuleLives) {
+    const std::filesystem::path other = "/tmp/m_tmp/ping_1_2.text";
+    ASSERT_TRUE(write_text(other, ""));
+    make_old(other);
+    {
+        ModuleProcess router(kRouter);
+        const std::filesystem::path present = start(&router);
+        run_another();
+        EXPECT_TRUE(exists(present));
+    }
+    EXPECT_TRUE(std::filesystem::remove(other));
+}
 
 namespace {
 

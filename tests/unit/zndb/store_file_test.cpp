@@ -60,6 +60,18 @@ TEST_F(StoreFile, SkipsCommentsAndEmptyLinesSilently) {
     EXPECT_EQ(Lines::kAllTaken, lines_);
 }
 
+/* A restore of a backup would end at the NUL, and take what follows the CR for a setting. */
+TEST_F(StoreFile, ACommentThatARestoreWouldNotPassIsDamage) {
+    const std::string content = std::string("#a\0b\n", 5) + "#c\rd=1\n#e\r\na=1\n";
+    EXPECT_EQ((Values{{"a", "1"}}), loaded(content).values());
+    EXPECT_TRUE(damaged_);
+    EXPECT_EQ((std::vector<std::string>{
+                  kPath + " line 1 skipped: the comment holds a CR or NUL",
+                  kPath + " line 2 skipped: the comment holds a CR or NUL",
+              }),
+              warnings(log_));
+}
+
 TEST_F(StoreFile, ALongCommentIsAComment) {
     EXPECT_EQ((Values{{"a", "1"}}), loaded("#" + std::string(5000, 'x') + "\na=1\n").values());
     EXPECT_EQ("", log_.text());

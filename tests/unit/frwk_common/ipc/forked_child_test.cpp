@@ -1,6 +1,7 @@
 /*
  * What a forked child has, and has not, of the module that it comes from.
  */
+#include <fcntl.h>
 #include <unistd.h>
 
 #include <atomic>
@@ -8,8 +9,11 @@
 #include <future>
 #include <string>
 #include <thread>
+#include <vector>
 
+#include "doubles/libc_doubles.h"
 #include "frwk_common/events/subscription_lock.h"
+#include "frwk_common/ipc/server/ipc_service.h"
 #include "frwk_common/ipc/server/own_messages.h"
 #include "support/child.h"
 #include "unit/frwk_common/events/subscription_fixture.h"
@@ -87,6 +91,43 @@ TEST_F(ForkedChildOfQueues, MakesOneThoughAThreadOfItsParentHoldsTheRegistry) {
     });
     EXPECT_EQ(create(), E_APPS_ERR_THREAD);
     EXPECT_EQ(end.report, "0");
+}
+
+/* ---- The sockets of its service -------------------------------------------------------------------- */
+
+namespace {
+
+using ForkedChildOfAService = IpcServiceTest;
+
+/* Which of these descriptors are open in a child. */
+std::string open_in_child(const std::vector<int> &descriptors) {
+    const ChildEnd end = in_child_within_limit([&descriptors] {
+        std::string report;
+        for (const int fd : descriptors) {
+            report += ::fcntl(fd, F_GETFD) >= 0 ? "open " : "closed ";
+        }
+        return report;
+    });
+    return end.report;
+}
+
+}  // namespace
+
+/* The service has not learnt of the connection yet when another thread forks. */
+TEST_F(ForkedChildOfAService, HasNoConnectionThatWasJustAccepted) {
+    const SocketPair others;
+    std::promise<std::string> report;
+    doubles::libc::accept4.stand_in([&](int listener, sockaddr *address, socklen_t *size, int flags) {
+        const bool is_first = doubles::libc::accept4.calls() == 1;
+        const int connection = doubles::libc::accept4.real(listener, address, size, flags);
+        if (is_first) {
+            report.set_value(open_in_child({listener, connection, others.test()}));
+        }
+        return connection;
+    });
+    frwk_ipc_init();
+    EXPECT_EQ(ask_module("router", request(4)), words({0, 4, 0}));
+    EXPECT_EQ(report.get_future().get(), "closed closed open ");
 }
 
 /* ---- Its threads of own messages ------------------------------------------------------------------- */

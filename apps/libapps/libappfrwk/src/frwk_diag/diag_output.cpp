@@ -4,12 +4,17 @@
  */
 #include "frwk_diag/diag_output.h"
 
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstring>
+#include <ctime>
 
+#include "internal/folder_names.h"
 #include "internal/frwk_log.h"
+#include "internal/frwk_paths.h"
 #include "internal/guarded_file.h"
 #include "os_process.h"
 
@@ -21,6 +26,50 @@ constexpr off_t kUntouchedSize = 1;
 constexpr char kStopped[] = "\n(the output was stopped at 16 MiB)\n";
 constexpr ssize_t kStoppedLength = sizeof(kStopped) - 1;
 static_assert(OS_COMMAND_FILE_MAX == 16 * 1024 * 1024);
+
+/* A file that is only just being made may not be locked yet. */
+constexpr time_t kSureAge = 60;
+
+constexpr const char *kTools[] = {"ping", "traceroute", "nslookup", "iperf"};
+
+/* Whether a name is that of an output: TOOL_SECONDS_NANOSECONDS.txt. */
+bool is_output_name(const char *name) {
+    for (const char *tool : kTools) {
+        const size_t length = std::strlen(tool);
+        const char *rest = name + length;
+        if (std::strncmp(name, tool, length) == 0 && *rest == '_') {
+            return std::strcmp(rest + std::strspn(rest, "_0123456789"), ".txt") == 0;
+        }
+    }
+    return false;
+}
+
+bool is_old(const struct stat &file) {
+    timespec now = {};
+    (void)::clock_gettime(CLOCK_REALTIME, &now);
+    return now.tv_sec - file.st_mtime > kSureAge;
+}
+
+/* Without a living owner its lock is free. */
+void remove_leftover(int folder, const char *name) {
+    const UniqueFd fd(::openat(folder, name, O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+    struct stat found = {};
+    const bool is_left = fd && ::fstat(fd.get(), &found) == 0 && S_ISREG(found.st_mode) &&
+                         found.st_uid == ::geteuid() && is_old(found) &&
+                         ::flock(fd.get(), LOCK_EX | LOCK_NB) == 0;
+    if (is_left && ::unlinkat(folder, name, 0) == 0) {
+        FRWK_NOTICE("removed %s/%s, which a killed process left", paths::kTempFolder, name);
+    }
+}
+
+void remove_leftovers() {
+    const FolderStream folder = read_folder(AT_FDCWD, paths::kTempFolder);
+    while (const char *name = next_name(folder)) {
+        if (is_output_name(name)) {
+            remove_leftover(::dirfd(folder.get()), name);
+        }
+    }
+}
 
 /* Whether a shell has opened the file, and the file still exists; if not, errno is set. */
 bool was_written(int fd, const char *path) {
@@ -46,9 +95,13 @@ bool write_that_it_stopped(int fd) {
 }  // namespace
 
 UniqueFd make_diag_output(const char *path) {
+    remove_leftovers();
     UniqueFd output = open_guarded(path, O_RDWR | O_CREAT | O_TRUNC, kMode, Planted::kSetAside);
     if (output && ::ftruncate(output.get(), kUntouchedSize) != 0) {
         output.reset();
+    }
+    if (output) {
+        (void)::flock(output.get(), LOCK_EX | LOCK_NB); /* says that its owner lives */
     }
     return output;
 }

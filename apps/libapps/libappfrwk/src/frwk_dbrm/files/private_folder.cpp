@@ -11,6 +11,7 @@
 #include <cstring>
 
 #include "frwk_dbrm/files/trusted_path.h"
+#include "internal/folder_names.h"
 #include "internal/frwk_log.h"
 #include "internal/frwk_paths.h"
 #include "support/file_io.h"

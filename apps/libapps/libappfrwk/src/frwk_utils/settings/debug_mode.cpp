@@ -12,6 +12,7 @@
 #include "internal/frwk_log.h"
 #include "internal/frwk_paths.h"
 #include "internal/letter_case.h"
+#include "internal/marker_file.h"
 #include "internal/shell.h"
 #include "os_file.h"
 #include "zndb.h"
@@ -59,7 +60,7 @@ bool remove_markers() {
 bool create_marker(const char *mode) {
     for (const Marker &marker : kMarkers) {
         if (same_ignoring_case(mode, marker.mode)) {
-            return run_on_path("touch", marker.path);
+            return make_marker(marker.path);
         }
     }
     return false;

@@ -1,11 +1,13 @@
 /*
  * Requests to the monitor, the module that controls the device.
  */
+#include <unistd.h>
+
 #include "frwk_common.h"
 #include "frwk_common/core/process_state.h"
 #include "internal/frwk_log.h"
 #include "internal/frwk_paths.h"
-#include "internal/shell.h"
+#include "internal/marker_file.h"
 
 namespace {
 
@@ -53,7 +55,9 @@ int32_t frwk_system_reboot(uint32_t reason) {
 }
 
 int32_t frwk_system_reset(uint32_t reason) {
-    shell_on_path("touch", paths::kResetFlag);
+    if (make_marker(paths::kResetFlag)) {
+        ::sync();
+    }
     return send_to_monitor(E_APPS_MSG_MONITOR_RESET, reason);
 }
 

@@ -7,7 +7,6 @@
 
 #include <pthread.h>
 
-#include <atomic>
 #include <cerrno>
 #include <cstddef>
 #include <cstring>
@@ -17,6 +16,7 @@
 #include "frwk_common/core/process_state.h"
 #include "frwk_common/ipc/server/accept_recovery.h"
 #include "frwk_common/ipc/server/exchange_watch.h"
+#include "frwk_common/ipc/server/inherited_sockets.h"
 #include "frwk_common/ipc/server/ipc_dispatch.h"
 #include "frwk_common/ipc/server/ipc_listener.h"
 #include "frwk_common/ipc/transport/ipc_connection.h"
@@ -137,27 +137,12 @@ void send_answer(Connection &connection, const frwk_ipc_header &header, apps_err
     }
 }
 
-/* The connection that the service thread is serving, or -1. */
-std::atomic<int> g_connection{-1};
-
-/* Records a connection while it is served. */
-class Serving {
-  public:
-    explicit Serving(const Connection &connection) {
-        g_connection.store(connection.fd(), std::memory_order_relaxed);
-    }
-    ~Serving() { g_connection.store(-1, std::memory_order_relaxed); }
-    Serving(const Serving &) = delete;
-    Serving &operator=(const Serving &) = delete;
-};
-
 /*
- * A forked child does not serve. If it kept its copies of the listening socket and of the connection open,
+ * A forked child does not serve. If it kept its copies of the listening socket and of a connection open,
  * peers would not notice the end of the module.
  */
 void close_service_in_child() {
-    const UniqueFd listener(g_s_ipcs_fd.exchange(-1));
-    const UniqueFd connection(g_connection.exchange(-1));
+    close_inherited_sockets(g_s_ipcs_fd.exchange(-1));
     g_s_ipc_thread = 0;
 }
 
@@ -210,7 +195,6 @@ void *run_service(void *) {
         Connection connection = Connection::accept(listener);
         if (connection) {
             recovery.after_success();
-            const Serving serving(connection);
             serve(connection);
             continue;
         }
