@@ -10,8 +10,8 @@
 #include <string_view>
 
 #include "apps_err.h"
+#include "formats/journal_record.h"
 #include "journal.h"
-#include "journal_record.h"
 #include "os_thread.h"
 #include "store.h"
 #include "until_reboot.h"

@@ -7,15 +7,15 @@
 #include <cerrno>
 #include <cstdio>
 
+#include "formats/device_paths.h"
 #include "support/file_io.h"
-#include "zndb_paths.h"
 
 namespace {
 
 constexpr size_t kBufferSize = 16384;
 
 std::string temporary_of(const std::string &path) {
-    return path + zndb_paths::kTemporarySuffix;
+    return path + paths::kTemporarySuffix;
 }
 
 }  // namespace

@@ -6,7 +6,7 @@
 #include <cerrno>
 
 #include "damaged_file.h"
-#include "entry_line.h"
+#include "formats/entry_line.h"
 #include "os_log.h"
 #include "replacement_file.h"
 #include "skipped_lines.h"

@@ -6,11 +6,10 @@
 #include <cstdio>
 
 #include "device/lock_table.h"
+#include "formats/device_paths.h"
 #include "frwk_common.h"
 
 namespace {
-
-constexpr char kLockFolder[] = "/tmp/m_tmp/lock/";
 
 /* Serves messages from its start although nobody watches it; the bit has no keyword. */
 constexpr uint32_t kServesUnwatched = 0x4000;
@@ -58,7 +57,9 @@ pid_t lock_holder(const std::string &path) {
 /* Closing the file would end a lock that the tool has itself, so its own is not looked at. */
 pid_t process_of(const frwk_module_info &row) {
     const bool own = frwk_module_name(-1) == row.name;
-    return (row.flag & kLockFlags) == 0 || own ? 0 : lock_holder(std::string(kLockFolder) + row.name);
+    return (row.flag & kLockFlags) == 0 || own
+               ? 0
+               : lock_holder(std::string(paths::kLockFolder) + "/" + row.name);
 }
 
 }  // namespace

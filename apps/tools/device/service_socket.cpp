@@ -14,6 +14,7 @@
 #include "apps_message.h"
 #include "cli/complaint.h"
 #include "cli/table_names.h"
+#include "formats/device_paths.h"
 #include "frwk_module.h"
 
 namespace {
@@ -34,7 +35,7 @@ class Connection {
 };
 
 std::string socket_path(uint32_t module) {
-    return "/tmp/m_tmp/ipc/" + module_text(module);
+    return std::string(paths::kIpcFolder) + "/" + module_text(module);
 }
 
 Connection::Connection(uint32_t module)

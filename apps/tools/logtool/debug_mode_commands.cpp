@@ -9,6 +9,7 @@
 #include "device/module_survey.h"
 #include "device/module_words.h"
 #include "device/text_file.h"
+#include "formats/device_paths.h"
 #include "frwk_module.h"
 #include "frwk_utils.h"
 #include "output/json_output.h"
@@ -25,8 +26,7 @@ struct Marker {
     const char *path;
 };
 
-constexpr Marker kMarkers[] = {{"rom", "/m_data/usr/device_debug_mode"},
-                               {"perm", "/m_data/usr_permanent/device_debug_mode"}};
+constexpr Marker kMarkers[] = {{"rom", paths::kDebugMarker}, {"perm", paths::kDebugMarkerPermanent}};
 
 /* How it is kept over reboots. */
 std::vector<std::string> kept_by() {

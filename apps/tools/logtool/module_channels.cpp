@@ -10,6 +10,7 @@
 #include "device/module_facts.h"
 #include "device/module_words.h"
 #include "device/text_file.h"
+#include "formats/device_paths.h"
 #include "frwk_common.h"
 #include "logtool/log_line.h"
 #include "output/json_output.h"
@@ -31,7 +32,7 @@ struct Channels {
 };
 
 std::string folder_of(pid_t process) {
-    return "/proc/" + std::to_string(process);
+    return std::string(paths::kProcessFolder) + "/" + std::to_string(process);
 }
 
 /* A variable of an environment, whose entries end in NULs; "" when it isn't there. */

@@ -5,13 +5,14 @@
 #include <system_error>
 
 #include "device/text_file.h"
+#include "formats/device_paths.h"
 
 namespace {
 
 namespace fs = std::filesystem;
 
 /* The second one counts while the first is missing. */
-constexpr const char *kFolders[] = {"/m_data/usr/subscribe", "/m_webui/subscribe"};
+constexpr const char *kFolders[] = {paths::kSubscribeFolder, paths::kSubscribeFolderEx};
 
 /* Longer lines are taken in pieces of this many characters, the line end counted. */
 constexpr size_t kLineChars = 62;

@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "device/text_file.h"
+#include "formats/device_paths.h"
 #include "zndb_tool/journal_text.h"
 
 namespace {
@@ -19,9 +20,9 @@ struct StoreFiles {
 
 const StoreFiles &files_of(Store store) {
     static const StoreFiles files[] = {
-        {"plain", {"/m_data/usr/db/user_data.txt"}, 'P'},
-        {"perm", {"/m_data/usr_permanent/db/perm_data.txt"}, 'M'},
-        {"default", {"/m_webui/usr/db/default_data.txt", "/m_data/factor/factor_data.txt"}, 'F'},
+        {"plain", {paths::kPlainFile}, 'P'},
+        {"perm", {paths::kPermFile}, 'M'},
+        {"default", {paths::kDefaultsFile, paths::kFactoryFile}, 'F'},
     };
     return files[static_cast<size_t>(store)];
 }

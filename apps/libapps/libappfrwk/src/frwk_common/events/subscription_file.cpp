@@ -13,7 +13,7 @@
 #include <optional>
 #include <string_view>
 
-#include "internal/frwk_paths.h"
+#include "formats/device_paths.h"
 #include "internal/guarded_file.h"
 #include "internal/letter_case.h"
 #include "internal/small_buffer.h"

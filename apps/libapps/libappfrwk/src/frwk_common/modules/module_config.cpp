@@ -9,10 +9,10 @@
 #include <cstring>
 #include <memory>
 
+#include "formats/device_paths.h"
 #include "frwk_common.h"
 #include "internal/decimal.h"
 #include "internal/frwk_log.h"
-#include "internal/frwk_paths.h"
 #include "internal/letter_case.h"
 #include "os_file.h"
 #include "xml.h"

@@ -7,10 +7,10 @@
 #include <cstdio>
 #include <cstring>
 
+#include "formats/device_paths.h"
 #include "frwk_common.h"
 #include "frwk_common/probes/tool_output.h"
 #include "internal/frwk_log.h"
-#include "internal/frwk_paths.h"
 #include "internal/shell_command.h"
 #include "os_file.h"
 #include "support/unique_fd.h"
@@ -90,7 +90,7 @@ const char *frwk_get_process_name(int32_t pid, char *buffer, uint32_t size) {
     }
 
     ShellCommand<64> command;
-    command.add("cat /proc/%d/comm", pid > 0 ? pid : ::getpid());
+    command.add("cat %s/%d/comm", paths::kProcessFolder, pid > 0 ? pid : ::getpid());
     ToolOutput output(command.text());
     if (!output) {
         FRWK_WARN("popen command %s error.", command.text());

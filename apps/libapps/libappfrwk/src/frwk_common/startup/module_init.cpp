@@ -10,6 +10,7 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "formats/device_paths.h"
 #include "frwk_common.h"
 #include "frwk_common/core/process_limits.h"
 #include "frwk_common/core/process_state.h"
@@ -18,7 +19,6 @@
 #include "frwk_common/modules/module_run_list.h"
 #include "frwk_common/startup/instance_lock.h"
 #include "internal/frwk_log.h"
-#include "internal/frwk_paths.h"
 #include "internal/guarded_folder.h"
 #include "internal/shell.h"
 #include "os_file.h"

@@ -12,9 +12,9 @@
 #include <cstring>
 #include <memory>
 
+#include "formats/device_paths.h"
 #include "frwk_dbrm/files/trusted_path.h"
 #include "internal/frwk_log.h"
-#include "internal/frwk_paths.h"
 #include "support/uninterrupted.h"
 
 namespace {

@@ -8,9 +8,9 @@
 
 #include <cstdio>
 
+#include "formats/device_paths.h"
 #include "frwk_utils.h"
 #include "internal/frwk_log.h"
-#include "internal/frwk_paths.h"
 #include "internal/letter_case.h"
 #include "internal/shell.h"
 #include "os_file.h"

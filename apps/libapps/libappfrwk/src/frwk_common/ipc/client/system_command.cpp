@@ -1,10 +1,10 @@
 /*
  * Requests to the monitor, the module that controls the device.
  */
+#include "formats/device_paths.h"
 #include "frwk_common.h"
 #include "frwk_common/core/process_state.h"
 #include "internal/frwk_log.h"
-#include "internal/frwk_paths.h"
 #include "internal/shell.h"
 
 namespace {

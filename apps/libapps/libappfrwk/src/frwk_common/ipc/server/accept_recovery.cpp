@@ -6,6 +6,7 @@
 
 #include <cerrno>
 
+#include "formats/device_paths.h"
 #include "frwk_common.h"
 #include "internal/coarse_clock.h"
 #include "internal/frwk_log.h"
@@ -41,7 +42,7 @@ bool SpareFd::shed(int listener) {
 }
 
 void SpareFd::open() {
-    fd_.reset(::open("/dev/null", O_RDONLY | O_CLOEXEC));
+    fd_.reset(::open(paths::kNullDevice, O_RDONLY | O_CLOEXEC));
 }
 
 void DropNotice::dropped() {

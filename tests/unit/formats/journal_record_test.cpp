@@ -1,4 +1,4 @@
-#include "journal_record.h"
+#include "formats/journal_record.h"
 
 #include <gtest/gtest.h>
 

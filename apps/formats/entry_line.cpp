@@ -1,6 +1,4 @@
-#include "entry_line.h"
-
-#include "zndb.h"
+#include "formats/entry_line.h"
 
 namespace {
 

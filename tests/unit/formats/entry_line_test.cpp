@@ -1,4 +1,4 @@
-#include "entry_line.h"
+#include "formats/entry_line.h"
 
 #include <gtest/gtest.h>
 

@@ -1,11 +1,4 @@
-#include "journal_record.h"
-
-#include "entry_line.h"
-#include "support/line_reader.h"
-#include "zndb.h"
-
-/* Two letters, a key, '=' and a value. */
-static_assert(kLineMax >= 2 + ZNDB_KEY_LEN - 1 + 1 + ZNDB_VALUE_LEN - 1);
+#include "formats/journal_record.h"
 
 namespace {
 

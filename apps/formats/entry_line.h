@@ -4,7 +4,13 @@
  */
 #pragma once
 
+#include <cstddef>
 #include <string_view>
+
+#include "zndb.h"
+
+/* The longest line, its end not included. */
+inline constexpr size_t kEntryLineMax = ZNDB_KEY_LEN - 1 + 1 + ZNDB_VALUE_LEN - 1;
 
 /* A key and its value; the text is someone else's. */
 struct Entry {
