@@ -36,13 +36,27 @@ const char *value_problem(std::string_view value) {
     return nullptr;
 }
 
-const char *parse_entry(std::string_view line, Entry &entry) {
-    const size_t split = line.find('=');
+std::string_view entry_text(std::string_view line) {
+    if (!line.empty() && line.back() == '\r') {
+        line.remove_suffix(1);
+    }
+    return !line.empty() && line[0] == '#' ? std::string_view() : line;
+}
+
+bool split_entry(std::string_view text, Entry &entry) {
+    const size_t split = text.find('=');
     if (split == std::string_view::npos) {
+        return false;
+    }
+    entry = {text.substr(0, split), text.substr(split + 1)};
+    return true;
+}
+
+const char *parse_entry(std::string_view text, Entry &entry) {
+    Entry parts;
+    if (!split_entry(text, parts)) {
         return "there is no '='";
     }
-
-    const Entry parts = {line.substr(0, split), line.substr(split + 1)};
     if (const char *problem = key_problem(parts.key)) {
         return problem;
     }
@@ -51,4 +65,11 @@ const char *parse_entry(std::string_view line, Entry &entry) {
     }
     entry = parts;
     return nullptr;
+}
+
+void append_entry(std::string &text, const Entry &entry) {
+    text += entry.key;
+    text += '=';
+    text += entry.value;
+    text += '\n';
 }

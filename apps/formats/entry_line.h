@@ -1,10 +1,11 @@
 /*
  * One key and its value as a line of text, as the store files and the journal hold it: key=value. Pure
- * text; knows nothing of files.
+ * text; knows nothing of files. docs/zndb.md describes both.
  */
 #pragma once
 
 #include <cstddef>
+#include <string>
 #include <string_view>
 
 #include "zndb.h"
@@ -24,9 +25,22 @@ const char *key_problem(std::string_view key);
 /* Returns why a line can't hold the value, as a text for people, or null when it can. */
 const char *value_problem(std::string_view value);
 
+/* What a line of a store's file says, its LF not included: nothing for a comment; a CR at its end doesn't
+ * count. */
+std::string_view entry_text(std::string_view line);
+
 /*
- * Splits a line, its end not included, at its first '='.
- * entry: receives the parts, which point into line; unchanged on failure.
- * Returns null, or what is wrong with the line.
+ * Splits a text at its first '=', whatever a line can hold.
+ * entry: receives the parts, which point into text; unchanged on failure.
+ * Returns false when there is no '='.
  */
-const char *parse_entry(std::string_view line, Entry &entry);
+bool split_entry(std::string_view text, Entry &entry);
+
+/*
+ * The same for a text that must be such as append_entry writes.
+ * Returns null, or what is wrong with the text.
+ */
+const char *parse_entry(std::string_view text, Entry &entry);
+
+/* Adds the entry's line to a text, its LF included. */
+void append_entry(std::string &text, const Entry &entry);

@@ -31,12 +31,12 @@ std::string format_record(const JournalRecord &record) {
     std::string line;
     line += kStoreLetters[static_cast<size_t>(record.store)];
     line += kChangeSigns[static_cast<size_t>(record.change)];
-    line += record.key;
     if (record.change == JournalRecord::Change::kSet) {
-        line += '=';
-        line += record.value;
+        append_entry(line, {record.key, record.value});
+    } else {
+        line += record.key;
+        line += '\n';
     }
-    line += '\n';
     return line;
 }
 

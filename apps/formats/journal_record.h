@@ -5,7 +5,7 @@
  *   M-key         delete     M perm
  *   F!            clear      F factory overlay
  *
- * Pure text; knows nothing of files.
+ * Pure text; knows nothing of files. docs/zndb.md describes the journal.
  */
 #pragma once
 

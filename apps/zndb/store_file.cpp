@@ -14,20 +14,12 @@
 
 namespace {
 
-std::string_view without_cr(std::string_view text) {
-    return !text.empty() && text.back() == '\r' ? text.substr(0, text.size() - 1) : text;
-}
-
-bool means_nothing(std::string_view text) {
-    return text.empty() || text[0] == '#';
-}
-
 constexpr char kStoreIsFull[] = "the store is full";
 
 /* Takes one line into the store. Returns null, or why it can't be taken. */
 const char *load_line(const Line &line, Store &store) {
-    const std::string_view text = without_cr(line.text);
-    if (means_nothing(text)) {
+    const std::string_view text = entry_text(line.text);
+    if (text.empty()) {
         return nullptr;
     }
     if (!line.fits) {
@@ -62,11 +54,11 @@ LoadedFile load_lines(int fd, const std::string &path, Store &store) {
 }
 
 void add_lines(const Store &store, ReplacementFile &file) {
+    std::string line;
     for (const auto &[key, value] : store.values()) {
-        file.add(key);
-        file.add("=");
-        file.add(value);
-        file.add("\n");
+        line.clear();
+        append_entry(line, {key, value});
+        file.add(line);
     }
 }
 

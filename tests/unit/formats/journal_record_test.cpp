@@ -42,6 +42,12 @@ TEST(JournalRecord, KnowsTheLengthOfItsLine) {
     }
 }
 
+TEST(JournalRecord, TheLongestLineSetsTheLongestValue) {
+    const std::string key(31, 'k');
+    const std::string value(1023, 'v');
+    EXPECT_EQ(kRecordLineMax + 1, format_record({StoreId::kPlain, Change::kSet, key, value}).size());
+}
+
 TEST(JournalRecord, RefusesDamagedLines) {
     JournalRecord record = {StoreId::kPerm, Change::kErase, "old", ""};
     for (const char *line : {"", "P", "X+k=v", "p+k=v", "P*k", "P+", "P+k", "P+=v", "P-", "P-a=b", "P!k"}) {
