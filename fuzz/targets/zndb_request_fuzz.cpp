@@ -12,11 +12,11 @@
 
 #include "formats/device_paths.h"
 #include "formats/entry_line.h"
+#include "formats/zndb_wire.h"
 #include "frwk_module.h"
 #include "support/fuzz_files.h"
 #include "support/fuzz_input.h"
 #include "zndb_handler.h"
-#include "zndb_wire.h"
 
 namespace {
 

@@ -15,6 +15,7 @@
 #include "cli/complaint.h"
 #include "cli/table_names.h"
 #include "formats/device_paths.h"
+#include "formats/ipc_wire.h"
 #include "frwk_module.h"
 
 namespace {
@@ -103,9 +104,11 @@ bool is_served(uint32_t module) {
 
 void wait_for_last_answer(uint32_t module, const SignalWatch &watch) {
     const Connection connection(module);
-    /* sender, message, asynchronous, time limit, room for an answer, length of the body */
-    const int32_t request[] = {E_APPS_MODULE_APPTEST, E_APPS_MSG_SYS_PROBE, 0, 1, 0, 0};
-    const bool sent = connection.error() == 0 && ::write(connection.fd(), request, sizeof(request)) ==
+    frwk_ipc_header request = {};
+    request.src = E_APPS_MODULE_APPTEST;
+    request.msgid = E_APPS_MSG_SYS_PROBE;
+    request.timeout = 1;
+    const bool sent = connection.error() == 0 && ::write(connection.fd(), &request, sizeof(request)) ==
                                                      static_cast<ssize_t>(sizeof(request));
     if (sent) {
         (void)watch.wait(connection.fd(), -1);

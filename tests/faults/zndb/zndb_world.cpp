@@ -7,8 +7,8 @@
 
 #include "faults/faulty_device.h"
 #include "formats/device_paths.h"
+#include "formats/zndb_wire.h"
 #include "support/wait_until.h"
-#include "zndb_wire.h"
 
 namespace faults {
 

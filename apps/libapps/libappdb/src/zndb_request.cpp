@@ -5,9 +5,9 @@
 
 #include <cstring>
 
+#include "formats/zndb_wire.h"
 #include "frwk_common.h"
 #include "internal/frwk_log.h"
-#include "zndb_wire.h"
 
 namespace {
 
@@ -83,9 +83,7 @@ int zndb_set_value(apps_message_id_e_type msg, const char *key, const char *valu
         return E_ZNDB_RET_VALUE_LEN;
     }
 
-    zndb_kv_t record = {};
-    std::memcpy(record.key, key, std::strlen(key));
-    std::memcpy(record.value, value, std::strlen(value));
+    const zndb_kv_t record = set_body({key, value});
     return request_plain_outcome({__func__, msg, &record, sizeof(record), nullptr, 0});
 }
 
@@ -96,7 +94,7 @@ int zndb_get_value(apps_message_id_e_type msg, const char *key, char *buf, uint3
     }
 
     int32_t result = 0;
-    ret = send_request({__func__, msg, key, std::strlen(key) + 1, buf, size}, &result);
+    ret = send_request({__func__, msg, key, key_body_size(key), buf, size}, &result);
     if (ret != E_ZNDB_RET_SUCCESS) {
         return ret;
     }
@@ -118,7 +116,7 @@ int zndb_del_value(apps_message_id_e_type msg, const char *key) {
     }
 
     int32_t result = 0;
-    ret = send_request({__func__, msg, key, std::strlen(key) + 1, nullptr, 0}, &result);
+    ret = send_request({__func__, msg, key, key_body_size(key), nullptr, 0}, &result);
     if (ret != E_ZNDB_RET_SUCCESS) {
         return ret;
     }

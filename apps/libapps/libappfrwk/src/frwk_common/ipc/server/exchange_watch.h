@@ -5,8 +5,8 @@
 
 #include <cstdint>
 
+#include "formats/ipc_wire.h"
 #include "frwk_common/ipc/transport/ipc_wait.h"
-#include "frwk_common/ipc/transport/ipc_wire.h"
 #include "internal/coarse_clock.h"
 
 /* The steps of an exchange. */
