@@ -7,6 +7,7 @@
 #include "device/module_words.h"
 #include "device/text_file.h"
 #include "formats/device_paths.h"
+#include "logtool/journal_line.h"
 #include "logtool/journal_reader.h"
 #include "logtool/log_file.h"
 #include "logtool/log_output.h"
