@@ -25,8 +25,10 @@ const char *key_problem(std::string_view key);
 /* Returns why a line can't hold the value, as a text for people, or null when it can. */
 const char *value_problem(std::string_view value);
 
-/* What a line of a store's file says, its LF not included: nothing for a comment; a CR at its end doesn't
- * count. */
+/*
+ * Returns what a line of a store's file says, its LF not included. A comment says nothing, and a CR at the
+ * end of the line doesn't count.
+ */
 std::string_view entry_text(std::string_view line);
 
 /*
