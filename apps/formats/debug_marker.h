@@ -1,5 +1,6 @@
 /*
- * How the device remembers its debug mode: a setting, "true" or "false", and over a reboot a marker file.
+ * How the device remembers its debug mode: in a setting, "true" or "false", and across a reboot in a marker
+ * file.
  */
 #pragma once
 
@@ -8,7 +9,7 @@
 inline constexpr char kDebugModeKey[] = "device_debug_mode";
 
 struct DebugMarker {
-    const char *keep; /* the word that asks for it */
+    const char *keep; /* the word that selects it */
     const char *path;
 };
 

@@ -1,6 +1,6 @@
 /*
- * Every path of the device: of the framework, the database service and the tools. Other files put a module's
- * or an event's name behind one of these folders, and nothing else.
+ * Every path of the device: of the framework, the database service and the tools. Other files append
+ * a module's or an event's name to one of these folders, and nothing else.
  *
  * Two libraries keep paths of their own. The base library, which knows nothing of what is built on it, has
  * those of its keys and of the system log; the simulated modem, which a device replaces, has that of its
@@ -45,7 +45,7 @@ inline constexpr char kDataManager[] = "/m_data/usr/dbm/database.db";
 inline constexpr char kResetFlag[] = "/m_data/usr_permanent/reset_flag";
 inline constexpr char kRebootReason[] = "/m_data/usr_permanent/reboot_reason";
 
-/* A module of whose name a file lies here doesn't start. */
+/* A module doesn't start if a file with its name is here. */
 inline constexpr char kDisabledModules[] = "/m_data/factor/apps_disable";
 
 /* ---- the image's own data ---- */
@@ -77,7 +77,7 @@ inline constexpr char kDebugScriptOfImage[] = "/m_webui/usr/debug_mode.sh";
 inline constexpr char kDebugMarker[] = "/m_data/usr/device_debug_mode";
 inline constexpr char kDebugMarkerPermanent[] = "/m_data/usr_permanent/device_debug_mode";
 
-/* A traced module has a file of its name. */
+/* A module is traced if a file with its name is here. */
 inline constexpr char kTraceFolder[] = "/m_data/usr/trace";
 inline constexpr char kTraceSwitch[] = "/m_data/usr/trace/mal_service";
 inline constexpr char kTraceMaskFolder[] = "/m_data/usr/mask";

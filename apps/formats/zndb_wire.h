@@ -15,7 +15,7 @@
 /* The module's limit for each request, in seconds. */
 inline constexpr unsigned kZndbTimeoutSeconds = 3;
 
-/* A set: both texts NUL-terminated, the rest of each field zero. */
+/* The body of a set: both texts are NUL-terminated, the rest of each field is zero. */
 struct zndb_kv_t {
     char key[ZNDB_KEY_LEN];
     char value[ZNDB_VALUE_LEN];
