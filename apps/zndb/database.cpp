@@ -4,10 +4,11 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "entry_line.h"
+#include "formats/device_paths.h"
+#include "formats/entry_line.h"
 #include "os_log.h"
+#include "store_file.h"
 #include "successor_file.h"
-#include "zndb_paths.h"
 
 namespace {
 
@@ -127,8 +128,8 @@ apps_err_e_type result_of_errno(int error) {
 
 Database::Database()
     : mutex_(make_mutex()),
-      held_{{zndb_paths::kPlainFile}, {zndb_paths::kPermFile}, {zndb_paths::kFactoryFile}},
-      journal_(zndb_paths::kJournalFile) {}
+      held_{{paths::kPlainFile}, {paths::kPermFile}, {paths::kFactoryFile}},
+      journal_(paths::kJournalFile) {}
 
 Database::~Database() {
     os_mutex_close(mutex_);
@@ -136,13 +137,13 @@ Database::~Database() {
 
 void Database::load() {
     const Lock lock(mutex_);
-    (void)load_store(zndb_paths::kDefaultsFile, defaults_);
+    (void)load_store(paths::kDefaultsFile, defaults_);
     for (Held &held : held_) {
         load_one(held);
     }
     until_reboot_.note_saved(store(StoreId::kPlain));
     (void)open_journal(); /* or at the first request */
-    drop_leftover(zndb_paths::kJournalFile);
+    drop_leftover(paths::kJournalFile);
 }
 
 void Database::load_one(Held &held) {
@@ -307,7 +308,7 @@ apps_err_e_type Database::reset() {
     const Lock lock(mutex_);
     apps_err_e_type result = open_journal();
     if (result == E_APPS_ERR_SUCCESS) {
-        result = try_to_replace(zndb_paths::kPlainFile);
+        result = try_to_replace(paths::kPlainFile);
     }
     return result == E_APPS_ERR_SUCCESS ? change({StoreId::kPlain, Change::kClear, {}, {}}) : result;
 }

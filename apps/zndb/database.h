@@ -10,18 +10,13 @@
 #include <string_view>
 
 #include "apps_err.h"
+#include "formats/journal_record.h"
+#include "formats/zndb_wire.h"
 #include "journal.h"
-#include "journal_record.h"
 #include "os_thread.h"
 #include "store.h"
 #include "store_file.h"
 #include "until_reboot.h"
-
-/* What became of each store in a save of both; 0 also for one without changes. */
-struct SaveResults {
-    apps_err_e_type plain;
-    apps_err_e_type perm;
-};
 
 class Database {
   public:

@@ -15,6 +15,8 @@
 
 namespace {
 
+static_assert(kLineMax >= kRecordLineMax);
+
 /* Returns null, or why the line is skipped. */
 const char *take_line(const Line &line, JournalContent &content) {
     if (!line.fits) {

@@ -9,8 +9,8 @@
 #include <string>
 
 #include "file_steps.h"
+#include "formats/journal_record.h"
 #include "journal_content.h"
-#include "journal_record.h"
 
 /* A journal of this many bytes or fewer is never overgrown. */
 inline constexpr uint64_t kJournalSmall = uint64_t{256} * 1024;

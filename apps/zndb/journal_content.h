@@ -11,7 +11,7 @@
 #include <optional>
 #include <string>
 
-#include "journal_record.h"
+#include "formats/journal_record.h"
 #include "store.h"
 
 /* More keys of one store than a journal ever has: clients can't change so many. */

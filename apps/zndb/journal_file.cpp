@@ -5,8 +5,8 @@
 
 #include <cerrno>
 
+#include "formats/device_paths.h"
 #include "internal/planted.h"
-#include "zndb_paths.h"
 
 namespace {
 
@@ -46,7 +46,7 @@ int make_journal_folder(const std::string &path) {
 
 int open_journal_file(const std::string &path, int flags, UniqueFd &fd) {
     set_aside(path);
-    set_aside(path + zndb_paths::kTemporarySuffix);
+    set_aside(path + paths::kTemporarySuffix);
     UniqueFd opened;
     int error = open_file(path, flags | O_NOFOLLOW, opened);
     if (error == 0) {

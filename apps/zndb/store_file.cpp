@@ -6,8 +6,8 @@
 #include <cerrno>
 
 #include "damaged_file.h"
-#include "entry_line.h"
 #include "file_steps.h"
+#include "formats/entry_line.h"
 #include "os_log.h"
 #include "skipped_lines.h"
 #include "successor_file.h"
@@ -15,28 +15,13 @@
 
 namespace {
 
-std::string_view without_cr(std::string_view text) {
-    return !text.empty() && text.back() == '\r' ? text.substr(0, text.size() - 1) : text;
-}
-
-bool means_nothing(std::string_view text) {
-    return text.empty() || text[0] == '#';
-}
-
-/* Null, or why a line that means nothing here would mean something to who restores a backup of the file: its
- * text goes on after a CR, and no further than to a NUL. */
-const char *comment_problem(std::string_view text) {
-    constexpr std::string_view kEnds("\r\0", 2);
-    return text.find_first_of(kEnds) != std::string_view::npos ? "the comment holds a CR or NUL" : nullptr;
-}
-
 constexpr char kStoreIsFull[] = "the store is full";
 
 /* Takes one line into the store. Returns null, or why it can't be taken. */
 const char *load_line(const Line &line, Store &store) {
-    const std::string_view text = without_cr(line.text);
-    if (means_nothing(text)) {
-        return comment_problem(text);
+    const std::string_view text = entry_text(line.text);
+    if (text.empty()) {
+        return comment_problem(line.text);
     }
     if (!line.fits) {
         return "it is too long";
@@ -70,11 +55,11 @@ LoadedFile load_lines(int fd, const std::string &path, Store &store) {
 }
 
 void add_lines(const Store &store, SuccessorFile &file) {
+    std::string line;
     for (const auto &[key, value] : store.values()) {
-        file.add(key);
-        file.add("=");
-        file.add(value);
-        file.add("\n");
+        line.clear();
+        append_entry(line, {key, value});
+        file.add(line);
     }
 }
 

@@ -7,8 +7,8 @@
 #include <cerrno>
 
 #include "file_steps.h"
+#include "formats/device_paths.h"
 #include "support/file_io.h"
-#include "zndb_paths.h"
 
 namespace {
 
@@ -17,12 +17,12 @@ constexpr size_t kBufferSize = 16384;
 }  // namespace
 
 bool remove_leftover(const std::string &path) {
-    return ::unlink((path + zndb_paths::kTemporarySuffix).c_str()) == 0;
+    return ::unlink((path + paths::kTemporarySuffix).c_str()) == 0;
 }
 
 SuccessorFile::SuccessorFile(const std::string &path)
     : path_(path), file_(AT_FDCWD, path_.c_str()), error_(make_folder_of(path_)) {
-    if (error_ == 0 && !file_.create_beside(zndb_paths::kTemporarySuffix, O_RDWR | O_APPEND)) {
+    if (error_ == 0 && !file_.create_beside(paths::kTemporarySuffix, O_RDWR | O_APPEND)) {
         error_ = errno;
     }
 }

@@ -2,6 +2,8 @@
 
 #include <iterator>
 
+#include "formats/debug_marker.h"
+
 namespace {
 
 /* Only this value of the key lasts until the reboot; any other one is saved. */
@@ -12,7 +14,7 @@ struct Setting {
 
 constexpr Setting kSettings[] = {
     /* A device that keeps its debug mode has a marker file, by which the next start sets the key again. */
-    {"device_debug_mode", "true"},
+    {kDebugModeKey, "true"},
 };
 
 bool is_unsaved(const Store &plain, const Setting &setting) {

@@ -3,8 +3,8 @@
 #include <cstring>
 #include <string_view>
 
+#include "formats/zndb_wire.h"
 #include "os_log.h"
-#include "zndb_wire.h"
 
 namespace {
 
@@ -23,42 +23,17 @@ apps_err_e_type refuse_body(const ZndbMessage &message) {
     return E_APPS_ERR_ZNDB_ARG;
 }
 
-/* The text of a field that must hold a NUL. Returns false when it doesn't. */
-bool field_text(const char *field, size_t size, std::string_view &text) {
-    const void *end = std::memchr(field, '\0', size);
-    if (end == nullptr) {
-        return false;
-    }
-    text = {field, static_cast<size_t>(static_cast<const char *>(end) - field)};
-    return true;
-}
-
-/* The body of a get or delete: a key that is not empty, with its NUL, and nothing behind it. */
-bool key_body(const ZndbMessage &message, std::string_view &key) {
-    if (message.data == nullptr || message.data_len < 2 || message.data_len > ZNDB_KEY_LEN) {
-        return false;
-    }
-    const auto size = static_cast<size_t>(message.data_len);
-    return field_text(static_cast<const char *>(message.data), size, key) && key.size() + 1 == size;
-}
-
 apps_err_e_type answer_set(Database &database, StoreId id, const ZndbMessage &message) {
-    if (message.data == nullptr || message.data_len != static_cast<int32_t>(sizeof(zndb_kv_t))) {
+    Entry entry;
+    if (!read_set_body(message.data, message.data_len, entry)) {
         return refuse_body(message);
     }
-    const auto *body = static_cast<const char *>(message.data);
-    std::string_view key;
-    std::string_view value;
-    if (!field_text(body + offsetof(zndb_kv_t, key), ZNDB_KEY_LEN, key) ||
-        !field_text(body + offsetof(zndb_kv_t, value), ZNDB_VALUE_LEN, value)) {
-        return refuse_body(message);
-    }
-    return database.set(id, key, value);
+    return database.set(id, entry.key, entry.value);
 }
 
 apps_err_e_type answer_get(Database &database, StoreId id, const ZndbMessage &message) {
     std::string_view key;
-    if (!key_body(message, key)) {
+    if (!read_key_body(message.data, message.data_len, key)) {
         return refuse_body(message);
     }
     auto *buffer = static_cast<char *>(message.rsp);
@@ -67,7 +42,8 @@ apps_err_e_type answer_get(Database &database, StoreId id, const ZndbMessage &me
 
 apps_err_e_type answer_del(Database &database, StoreId id, const ZndbMessage &message) {
     std::string_view key;
-    return key_body(message, key) ? database.erase(id, key) : refuse_body(message);
+    return read_key_body(message.data, message.data_len, key) ? database.erase(id, key)
+                                                              : refuse_body(message);
 }
 
 /* Whoever has room for it learns what became of each store. */
@@ -99,9 +75,6 @@ apps_err_e_type answer_reset(Database &database, StoreId, const ZndbMessage &mes
 apps_err_e_type answer_power_off(Database &database, StoreId, const ZndbMessage &) {
     return database.save_before_power_off();
 }
-
-/* Two 32-bit words on every host. */
-static_assert(sizeof(SaveResults) == 8);
 
 constexpr Row kRows[] = {
     {E_APPS_MSG_ZNDB_SET, StoreId::kPlain, answer_set},

@@ -8,13 +8,13 @@
 #include <string>
 
 #include "database.h"
+#include "formats/device_paths.h"
 #include "frwk_common.h"
 #include "os_log.h"
 #include "os_thread.h"
 #include "os_time.h"
 #include "own_files.h"
 #include "zndb_handler.h"
-#include "zndb_paths.h"
 
 namespace {
 
@@ -108,7 +108,7 @@ void before_exit(apps_message_id_e_type msgid) {
 
 int main() {
     frwk_module_init(E_APPS_MODULE_ZNDB, before_exit);
-    g_s_own_files = new OwnFiles({zndb_paths::kLockFile, zndb_paths::kSocketFile});
+    g_s_own_files = new OwnFiles({paths::kZndbLock, paths::kZndbSocket});
     (void)database();
     os_thread_t watcher = 0;
     (void)os_thread_create(&watcher, nullptr, watch_own_files, nullptr); /* or only requests look */

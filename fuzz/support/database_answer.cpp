@@ -5,9 +5,9 @@
 
 #include "apps_err.h"
 #include "apps_message.h"
+#include "formats/zndb_wire.h"
 #include "frwk_module.h"
 #include "support/fuzz_input.h"
-#include "zndb_wire.h"
 
 namespace {
 

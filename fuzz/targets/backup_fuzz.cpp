@@ -13,10 +13,10 @@
 #include <vector>
 
 #include "cipher.h"
+#include "formats/device_paths.h"
 #include "frwk_dbrm.h"
 #include "frwk_dbrm/format/backup_format.h"
 #include "frwk_dbrm/format/backup_trailer.h"
-#include "internal/frwk_paths.h"
 #include "md5.h"
 #include "support/database_answer.h"
 #include "support/fuzz_files.h"
@@ -32,7 +32,7 @@ constexpr char kBody[] = "/m_data/usr_permanent/body";
 /* Both the product's name and the word that asks for the web accounts. */
 constexpr char kDatabaseSays[] = "true";
 
-constexpr const char *kSources[] = {paths::kUserData, paths::kWebAccounts, paths::kWebKeys,
+constexpr const char *kSources[] = {paths::kPlainFile, paths::kWebAccounts, paths::kWebKeys,
                                     paths::kDataManager};
 
 enum class Kind {
@@ -139,7 +139,7 @@ void check_written(FuzzInput *input) {
         const std::string_view content = input->text();
         FUZZ_CHECK(make_folder(std::filesystem::path(source).parent_path().c_str()));
         put_file(source, content);
-        if (source != paths::kUserData) {
+        if (source != paths::kPlainFile) {
             files[source] = content;
         }
     }

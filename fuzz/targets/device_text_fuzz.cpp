@@ -4,8 +4,8 @@
  *
  * The input is the size of a buffer (2 bytes), and the file.
  */
+#include "formats/device_paths.h"
 #include "frwk_common.h"
-#include "internal/frwk_paths.h"
 #include "internal/guarded_file.h"
 #include "support/fuzz_input.h"
 

@@ -10,9 +10,9 @@
 
 #include <vector>
 
+#include "formats/ipc_wire.h"
 #include "frwk_common.h"
 #include "frwk_common/core/process_state.h"
-#include "frwk_common/ipc/transport/ipc_wire.h"
 #include "support/fuzz_input.h"
 #include "support/unique_fd.h"
 

@@ -8,9 +8,9 @@
 #include <unistd.h>
 
 #include "apps_message.h"
+#include "formats/ipc_wire.h"
 #include "frwk_common/core/process_state.h"
 #include "frwk_common/ipc/server/ipc_service.h"
-#include "frwk_common/ipc/transport/ipc_wire.h"
 #include "os_mem.h"
 #include "support/fuzz_input.h"
 #include "support/unique_fd.h"

@@ -4,9 +4,9 @@
  * The input is a byte that says which questions fail and which operator files exist (see Bit), the SIM's
  * state, its PLMN record, its name as the modem copies it, and what the database has as a custom MNC.
  */
+#include "formats/device_paths.h"
 #include "frwk_utils/sim/sim_subnet.h"
 #include "frwk_utils/sim/subnet_settings.h"
-#include "internal/frwk_paths.h"
 #include "libmal.h"
 #include "support/database_answer.h"
 #include "support/fuzz_files.h"

@@ -14,7 +14,7 @@
 #include "cli/complaint.h"
 #include "cli/input_line.h"
 #include "logtool/log_output.h"
-#include "os/log_line.h"
+#include "os/log_text.h"
 #include "output/json_output.h"
 #include "output/live_screen.h"
 #include "output/pair_lines.h"
@@ -148,7 +148,7 @@ void print_logs(const std::string &name, const std::string &text) {
     for (const bool json : {false, true}) {
         expect_text(0, [&] {
             LogOutput output(LogFilter(), 0, json);
-            LogLine line;
+            LogRecord line;
             line.time = name;
             line.module = name;
             line.process = name;

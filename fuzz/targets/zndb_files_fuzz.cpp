@@ -9,15 +9,15 @@
 #include <set>
 
 #include "database.h"
+#include "formats/device_paths.h"
 #include "support/fuzz_files.h"
 #include "support/fuzz_input.h"
 #include "zndb.h"
-#include "zndb_paths.h"
 
 namespace {
 
-constexpr const char *kFiles[] = {zndb_paths::kPlainFile, zndb_paths::kPermFile, zndb_paths::kDefaultsFile,
-                                  zndb_paths::kFactoryFile, zndb_paths::kJournalFile};
+constexpr const char *kFiles[] = {paths::kPlainFile, paths::kPermFile, paths::kDefaultsFile,
+                                  paths::kFactoryFile, paths::kJournalFile};
 
 bool make_folders() {
     bool made = true;
@@ -86,7 +86,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     FUZZ_CHECK(answers_after_start(keys) == first);
     save_everything();
     FUZZ_CHECK(answers_after_start(keys) == first);
-    (void)std::filesystem::remove(zndb_paths::kJournalFile);
+    (void)std::filesystem::remove(paths::kJournalFile);
     FUZZ_CHECK(answers_after_start(keys) == first);
     return 0;
 }

@@ -2,8 +2,8 @@
  * Whatever stands in a line of the database's files and journal: what is read from it is written as the same
  * line, and keeps the rules of keys and values.
  */
-#include "entry_line.h"
-#include "journal_record.h"
+#include "formats/entry_line.h"
+#include "formats/journal_record.h"
 #include "support/fuzz_input.h"
 #include "zndb.h"
 

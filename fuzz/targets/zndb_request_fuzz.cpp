@@ -10,13 +10,13 @@
 #include <optional>
 #include <vector>
 
-#include "entry_line.h"
+#include "formats/device_paths.h"
+#include "formats/entry_line.h"
+#include "formats/zndb_wire.h"
 #include "frwk_module.h"
 #include "support/fuzz_files.h"
 #include "support/fuzz_input.h"
 #include "zndb_handler.h"
-#include "zndb_paths.h"
-#include "zndb_wire.h"
 
 namespace {
 
@@ -193,8 +193,7 @@ void check_request(Database *database, Model *model, FuzzInput *input) {
 }
 
 void remove_files() {
-    for (const char *file : {zndb_paths::kPlainFile, zndb_paths::kPermFile, zndb_paths::kFactoryFile,
-                             zndb_paths::kJournalFile}) {
+    for (const char *file : {paths::kPlainFile, paths::kPermFile, paths::kFactoryFile, paths::kJournalFile}) {
         std::error_code ignored;
         std::filesystem::remove(file, ignored);
     }

@@ -9,8 +9,8 @@
 #include <cstring>
 
 #include "faults/faulty_device.h"
+#include "formats/ipc_wire.h"
 #include "frwk_common.h"
-#include "frwk_common/ipc/transport/ipc_wire.h"
 
 namespace faults {
 

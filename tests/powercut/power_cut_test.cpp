@@ -11,6 +11,7 @@
 #include "cipher.h"
 #include "database.h"
 #include "faults/faulty_device.h"
+#include "formats/device_paths.h"
 #include "frwk_common.h"
 #include "frwk_dbrm.h"
 #include "frwk_utils.h"
@@ -19,7 +20,6 @@
 #include "support/random_bytes.h"
 #include "support/wait_until.h"
 #include "zndb.h"
-#include "zndb_paths.h"
 
 namespace powercut {
 
@@ -79,7 +79,7 @@ PowerCut saving(const char *name, StoreId store, const std::string &path) {
 
 /* Whether a file, damaged or kept, has the line. */
 bool rubbish_is_kept() {
-    const auto folder = std::filesystem::path(zndb_paths::kPlainFile).parent_path();
+    const auto folder = std::filesystem::path(paths::kPlainFile).parent_path();
     const std::filesystem::directory_iterator files(folder);
     return std::any_of(begin(files), end(files), [](const auto &entry) {
         return file_text(entry.path()).find("\nrubbish\n") != std::string::npos;
@@ -88,18 +88,18 @@ bool rubbish_is_kept() {
 
 /* The file has two names for a moment. */
 PowerCut saving_of_a_damaged_file() {
-    PowerCut damaged = saving("the plain store, of a damaged file", StoreId::kPlain, zndb_paths::kPlainFile);
+    PowerCut damaged = saving("the plain store, of a damaged file", StoreId::kPlain, paths::kPlainFile);
     damaged.prepare = [] {
         std::filesystem::remove_all(kJournalFolder);
-        std::filesystem::remove_all(std::filesystem::path(zndb_paths::kPlainFile).parent_path());
-        put_text(zndb_paths::kPlainFile, lines_with("o") + "rubbish\n");
+        std::filesystem::remove_all(std::filesystem::path(paths::kPlainFile).parent_path());
+        put_text(paths::kPlainFile, lines_with("o") + "rubbish\n");
     };
     damaged.read = [] { return read_store(StoreId::kPlain) + (rubbish_is_kept() ? ", rubbish kept" : ""); };
     return damaged;
 }
 
 PowerCut first_saving() {
-    PowerCut first = saving("the first save of the perm store", StoreId::kPerm, zndb_paths::kPermFile);
+    PowerCut first = saving("the first save of the perm store", StoreId::kPerm, paths::kPermFile);
     first.folders = {"/m_data/usr_permanent"};
     first.prepare = [] {
         std::filesystem::remove_all(kJournalFolder);
@@ -124,14 +124,14 @@ PowerCut first_saving_after_a_kill() {
  * file's name safe, though it finds nothing of the journal's delete left to do.
  */
 PowerCut saving_after_a_kill() {
-    const std::string path = zndb_paths::kPermFile;
+    const std::string path = paths::kPermFile;
     PowerCut again = saving("the perm store, after a killed save", StoreId::kPerm, path);
-    const std::string successor = path + zndb_paths::kTemporarySuffix;
+    const std::string successor = path + paths::kTemporarySuffix;
     again.prepare = [path, successor] {
         const std::string old = lines_with("o");
         put_text(path, old);
         put_text(successor, old.substr(old.find('\n') + 1));
-        put_text(zndb_paths::kJournalFile, "M-key0\n");
+        put_text(paths::kJournalFile, "M-key0\n");
     };
     again.call = [path, successor] {
         std::filesystem::rename(successor, path);
@@ -407,9 +407,9 @@ PowerCut switching_the_debug_mode(const char *name, int32_t enable) {
 }  // namespace
 
 TEST_F(PowerCuts, LeaveTheDatabaseOldOrNew) {
-    check_power_cuts(saving("the plain store", StoreId::kPlain, zndb_paths::kPlainFile));
-    check_power_cuts(saving("the perm store", StoreId::kPerm, zndb_paths::kPermFile));
-    check_power_cuts(saving("the factory overlay", StoreId::kFactory, zndb_paths::kFactoryFile));
+    check_power_cuts(saving("the plain store", StoreId::kPlain, paths::kPlainFile));
+    check_power_cuts(saving("the perm store", StoreId::kPerm, paths::kPermFile));
+    check_power_cuts(saving("the factory overlay", StoreId::kFactory, paths::kFactoryFile));
     check_power_cuts(saving_of_a_damaged_file());
     check_power_cuts(first_saving());
     check_power_cuts(first_saving_after_a_kill());
@@ -429,7 +429,7 @@ TEST_F(PowerCuts, LeaveNoKeyOrAWholeOne) {
 
 TEST_F(PowerCuts, LeaveTheOldOrTheNewBackup) {
     put_text(kProductKeyPath, some_key());
-    put_text(zndb_paths::kPlainFile, "device_product_name=QR-100\n");
+    put_text(paths::kPlainFile, "device_product_name=QR-100\n");
     std::filesystem::create_directories(kFolder);
     start_database();
     check_power_cuts(backing_up());
@@ -439,7 +439,7 @@ TEST_F(PowerCuts, LeaveTheOldOrTheNewBackup) {
 
 TEST_F(PowerCuts, LoseNothingThatWasRestored) {
     put_text(kProductKeyPath, some_key());
-    put_text(zndb_paths::kPlainFile, "device_product_name=QR-100\n");
+    put_text(paths::kPlainFile, "device_product_name=QR-100\n");
     std::filesystem::create_directories(kFolder);
     start_database();
     check_power_cuts(restoring());

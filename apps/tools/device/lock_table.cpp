@@ -9,6 +9,8 @@
 #include <iterator>
 #include <sstream>
 
+#include "formats/device_paths.h"
+
 namespace {
 
 /* "1: POSIX  ADVISORY  WRITE 812 00:2a:56 0 EOF"; a process that waits for a lock has an arrow after the
@@ -50,6 +52,6 @@ pid_t listed_lock_holder(const std::string &path) {
     if (::stat(path.c_str(), &info) != 0) {
         return 0;
     }
-    std::ifstream file("/proc/locks");
+    std::ifstream file(paths::kLockTable);
     return holder_in_table(std::string(std::istreambuf_iterator<char>(file), {}), name_of(info));
 }

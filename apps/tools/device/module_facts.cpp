@@ -6,36 +6,18 @@
 #include <cstdio>
 
 #include "device/lock_table.h"
+#include "formats/device_paths.h"
+#include "formats/module_flags.h"
 #include "frwk_common.h"
 #include "support/unique_fd.h"
 
 namespace {
 
-constexpr char kLockFolder[] = "/tmp/m_tmp/lock/";
-
-/* Serves messages from its start although nobody watches it; the bit has no keyword. */
-constexpr uint32_t kServesUnwatched = 0x4000;
-
-constexpr uint32_t kLockFlags = FRWK_FLAG_DAEMON | FRWK_FLAG_MONITORED;
 constexpr int kFlagBits = 32;
 
-struct FlagName {
-    uint32_t bit;
-    const char *name;
-};
-
-constexpr FlagName kFlagNames[] = {
-    {FRWK_FLAG_DAEMON, "DAEMON"},     {FRWK_FLAG_MONITORED, "MONITORED"}, {FRWK_FLAG_RUN, "RUN"},
-    {FRWK_FLAG_BLOCK, "BLOCK"},       {FRWK_FLAG_MPSS, "MPSS"},           {FRWK_FLAG_ADMIN, "ADMIN"},
-    {FRWK_FLAG_POWEROFF, "POWEROFF"}, {FRWK_FLAG_PRESTART, "PRESTART"},   {FRWK_FLAG_EXTERNAL, "EXTERNAL"},
-    {FRWK_FLAG_PSEUDO, "PSEUDO"},
-};
-
 std::string flag_word(uint32_t bit) {
-    for (const FlagName &flag : kFlagNames) {
-        if (flag.bit == bit) {
-            return flag.name;
-        }
+    if (const char *name = flag_name(bit)) {
+        return name;
     }
     char number[16];
     (void)std::snprintf(number, sizeof(number), "0x%04x", bit);
@@ -58,7 +40,9 @@ pid_t lock_holder(const std::string &path) {
 /* Closing the file would end a lock that the tool has itself, so its own is not looked at. */
 pid_t process_of(const frwk_module_info &row) {
     const bool own = frwk_module_name(-1) == row.name;
-    return (row.flag & kLockFlags) == 0 || own ? 0 : lock_holder(std::string(kLockFolder) + row.name);
+    return (row.flag & kSingleInstanceFlags) == 0 || own
+               ? 0
+               : lock_holder(std::string(paths::kLockFolder) + "/" + row.name);
 }
 
 }  // namespace
@@ -80,7 +64,7 @@ std::vector<ModuleFacts> all_module_facts() {
 }
 
 bool is_service(const ModuleFacts &facts) {
-    return (facts.flags & (kLockFlags | kServesUnwatched)) != 0;
+    return (facts.flags & kServingFlags) != 0;
 }
 
 std::vector<std::string> flag_words(uint32_t flags) {

@@ -14,6 +14,8 @@
 #include "apps_message.h"
 #include "cli/complaint.h"
 #include "cli/table_names.h"
+#include "formats/device_paths.h"
+#include "formats/ipc_wire.h"
 #include "frwk_module.h"
 #include "support/unique_fd.h"
 
@@ -32,7 +34,7 @@ class Connection {
 };
 
 std::string socket_path(uint32_t module) {
-    return "/tmp/m_tmp/ipc/" + module_text(module);
+    return std::string(paths::kIpcFolder) + "/" + module_text(module);
 }
 
 Connection::Connection(uint32_t module)
@@ -100,9 +102,11 @@ bool is_served(uint32_t module) {
 
 void wait_for_last_answer(uint32_t module, const SignalWatch &watch) {
     const Connection connection(module);
-    /* sender, message, asynchronous, time limit, room for an answer, length of the body */
-    const int32_t request[] = {E_APPS_MODULE_APPTEST, E_APPS_MSG_SYS_PROBE, 0, 1, 0, 0};
-    const bool sent = connection.error() == 0 && ::write(connection.fd(), request, sizeof(request)) ==
+    frwk_ipc_header request = {};
+    request.src = E_APPS_MODULE_APPTEST;
+    request.msgid = E_APPS_MSG_SYS_PROBE;
+    request.timeout = 1;
+    const bool sent = connection.error() == 0 && ::write(connection.fd(), &request, sizeof(request)) ==
                                                      static_cast<ssize_t>(sizeof(request));
     if (sent) {
         (void)watch.wait(connection.fd(), -1);

@@ -9,6 +9,7 @@
 #include "device/module_survey.h"
 #include "device/module_words.h"
 #include "device/text_file.h"
+#include "formats/debug_marker.h"
 #include "frwk_module.h"
 #include "frwk_utils.h"
 #include "output/json_output.h"
@@ -17,21 +18,12 @@
 
 namespace {
 
-constexpr char kKey[] = "device_debug_mode";
 constexpr std::chrono::seconds kLimit{2};
-
-struct Marker {
-    const char *keep; /* the word for it */
-    const char *path;
-};
-
-constexpr Marker kMarkers[] = {{"rom", "/m_data/usr/device_debug_mode"},
-                               {"perm", "/m_data/usr_permanent/device_debug_mode"}};
 
 /* How it is kept over reboots. */
 std::vector<std::string> kept_by() {
     std::vector<std::string> words;
-    for (const Marker &marker : kMarkers) {
+    for (const DebugMarker &marker : kDebugMarkers) {
         if (file_exists(marker.path)) {
             words.emplace_back(marker.keep);
         }
@@ -46,7 +38,8 @@ ExitCode find_database(const std::string &what) {
 
 bool debug_mode_is_on() {
     char value[ZNDB_VALUE_LEN] = "";
-    return zndb_get(kKey, value, sizeof(value)) == E_ZNDB_RET_SUCCESS && ::strcasecmp(value, "true") == 0;
+    return zndb_get(kDebugModeKey, value, sizeof(value)) == E_ZNDB_RET_SUCCESS &&
+           ::strcasecmp(value, "true") == 0;
 }
 
 ExitCode show(bool json) {

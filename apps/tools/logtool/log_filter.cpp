@@ -16,12 +16,12 @@ bool has(const std::string &text, const std::string &part) {
 
 }  // namespace
 
-bool LogFilter::concerns(const LogLine &line) const {
+bool LogFilter::concerns(const LogRecord &line) const {
     const bool of_module =
         modules.empty() || std::find(modules.begin(), modules.end(), line.module) != modules.end();
     return of_module && has(line.text, text);
 }
 
-bool LogFilter::wants_level_of(const LogLine &line) const {
+bool LogFilter::wants_level_of(const LogRecord &line) const {
     return level == kNoLevel || (line.level != kNoLevel && line.level <= level);
 }

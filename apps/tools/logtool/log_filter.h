@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "logtool/log_line.h"
+#include "support/log_line.h"
 
 struct LogFilter {
     std::vector<std::string> modules; /* names; none for all */
@@ -14,8 +14,8 @@ struct LogFilter {
     std::string text;                 /* that the text has in it, in upper or lower case; "" for any */
 
     /* Whether a line is of the modules and has the text; its level is a matter of its own. */
-    bool concerns(const LogLine &line) const;
+    bool concerns(const LogRecord &line) const;
 
     /* Whether its level is wanted; a line without a level is not, when levels matter. */
-    bool wants_level_of(const LogLine &line) const;
+    bool wants_level_of(const LogRecord &line) const;
 };

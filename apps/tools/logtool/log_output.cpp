@@ -28,7 +28,7 @@ std::string part(Style style, const std::string &text) {
     return text.empty() ? "" : styled(Stream::kOutput, style, shown_text(Stream::kOutput, text)) + " ";
 }
 
-void print_plain(const LogLine &line) {
+void print_plain(const LogRecord &line) {
     const std::string process = line.process.empty() ? "" : "[" + line.process + "]";
     const std::string module = line.module.empty() ? "" : line.module + process + ":";
     const std::string text = shown_text(Stream::kOutput, line.text);
@@ -44,7 +44,7 @@ void add_if_known(const Json &object, const char *name, const std::string &text)
     }
 }
 
-void print_object(const LogLine &line) {
+void print_object(const LogRecord &line) {
     const Json object = json_members();
     add_if_known(object, "time", line.time);
     add_if_known(object, "module", line.module);
@@ -59,7 +59,7 @@ void print_object(const LogLine &line) {
 LogOutput::LogOutput(LogFilter filter, size_t last, bool json)
     : filter_(std::move(filter)), last_(last), json_(json) {}
 
-bool LogOutput::take(const LogLine &line) {
+bool LogOutput::take(const LogRecord &line) {
     if (!filter_.concerns(line)) {
         return error_ == 0;
     }
@@ -80,7 +80,7 @@ bool LogOutput::take(const LogLine &line) {
 bool LogOutput::flush() {
     live_ = true;
     last_ = 0;
-    for (const LogLine &line : kept_) {
+    for (const LogRecord &line : kept_) {
         print(line);
     }
     kept_.clear();
@@ -90,7 +90,7 @@ bool LogOutput::flush() {
     return error_ == 0;
 }
 
-bool LogOutput::print(const LogLine &line) {
+bool LogOutput::print(const LogRecord &line) {
     if (error_ != 0) {
         return false;
     }

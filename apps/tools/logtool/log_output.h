@@ -14,7 +14,7 @@ class LogOutput {
     LogOutput(LogFilter filter, size_t last, bool json);
 
     /* Takes a line. Returns whether the output still works. */
-    bool take(const LogLine &line);
+    bool take(const LogRecord &line);
 
     /* Prints what was kept; from now on each line is printed at once, and seen at once. */
     bool flush();
@@ -26,12 +26,12 @@ class LogOutput {
     size_t without_level() const { return without_level_; }
 
   private:
-    bool print(const LogLine &line);
+    bool print(const LogRecord &line);
 
     const LogFilter filter_;
     size_t last_;
     const bool json_;
-    std::deque<LogLine> kept_;
+    std::deque<LogRecord> kept_;
     bool live_ = false;
     int error_ = 0;
     size_t without_level_ = 0;

@@ -6,13 +6,13 @@
 #include "cli/table_names.h"
 #include "device/module_words.h"
 #include "device/text_file.h"
+#include "formats/device_paths.h"
+#include "logtool/journal_line.h"
 #include "logtool/journal_reader.h"
 #include "logtool/log_file.h"
 #include "logtool/log_output.h"
 
 namespace {
-
-constexpr const char *kLogFiles[] = {"/var/log/messages", "/var/log/syslog"};
 
 /* As much as is shown of the past when the future is what matters. */
 constexpr size_t kLinesBefore = 10;
@@ -125,7 +125,8 @@ ExitCode show_journal(const LogOptions &options, const std::vector<std::string> 
 }
 
 ExitCode show_found_log(const LogOptions &options, const LogFilter &filter, LogOutput &output) {
-    const std::string found = options.journal ? "" : first_file(kLogFiles, std::size(kLogFiles));
+    const std::string found =
+        options.journal ? "" : first_file(paths::kLogFiles, std::size(paths::kLogFiles));
     return found.empty() ? show_journal(options, filter.modules, output)
                          : show_file(options, found, ExitCode::kRefused, output);
 }

@@ -7,11 +7,11 @@
 #include "device/module_identity.h"
 #include "frwk_module.h"
 #include "logtool/debug_mode_commands.h"
-#include "logtool/log_line.h"
 #include "logtool/log_options.h"
 #include "logtool/log_show.h"
 #include "logtool/module_channels.h"
 #include "logtool/trace_commands.h"
+#include "support/log_line.h"
 
 namespace {
 

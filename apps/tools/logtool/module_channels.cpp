@@ -10,15 +10,14 @@
 #include "device/module_facts.h"
 #include "device/module_words.h"
 #include "device/text_file.h"
+#include "formats/device_paths.h"
 #include "frwk_common.h"
-#include "logtool/log_line.h"
 #include "output/json_output.h"
 #include "output/text_table.h"
+#include "support/log_line.h"
 
 namespace {
 
-constexpr char kDebugVariable[] = "QUOR_DEBUG=";
-constexpr char kLevelVariable[] = "QUOR_SYSLOG_LEVEL=";
 constexpr int kDefaultLevel = 4;
 
 /* A module's process, as it was started. */
@@ -31,23 +30,24 @@ struct Channels {
 };
 
 std::string folder_of(pid_t process) {
-    return "/proc/" + std::to_string(process);
+    return std::string(paths::kProcessFolder) + "/" + std::to_string(process);
 }
 
 /* A variable of an environment, whose entries end in NULs; "" when it isn't there. */
-std::string variable(const std::string &environment, const std::string &name) {
+std::string variable(const std::string &environment, const char *name) {
     const std::string all = '\0' + environment;
-    const size_t found = all.find('\0' + name);
+    const std::string entry = '\0' + std::string(name) + '=';
+    const size_t found = all.find(entry);
     if (found == std::string::npos) {
         return "";
     }
-    const size_t begin = found + 1 + name.size();
+    const size_t begin = found + entry.size();
     return all.substr(begin, all.find('\0', begin) - begin);
 }
 
 /* As the base library reads it: one digit, or else the default. */
 int level_of(const std::string &environment) {
-    const std::string value = variable(environment, kLevelVariable);
+    const std::string value = variable(environment, kLogLevelVariable);
     const int level = value.size() == 1 ? level_named(value) : kNoLevel;
     return level == kNoLevel ? kDefaultLevel : level;
 }

@@ -6,22 +6,19 @@
 #include "cli/table_names.h"
 #include "device/module_facts.h"
 #include "device/text_file.h"
+#include "formats/device_paths.h"
 
 namespace {
 
-constexpr char kFolder[] = "/m_data/usr/trace";
-constexpr char kSwitch[] = "mal_service";
-constexpr char kMask[] = "/m_data/usr/mask/mal_service";
-
 std::string path_of(const std::string &name) {
-    return std::string(kFolder) + "/" + name;
+    return std::string(paths::kTraceFolder) + "/" + name;
 }
 
 std::string make_file(const std::string &path) {
     std::error_code error;
-    std::filesystem::create_directories(kFolder, error);
+    std::filesystem::create_directories(paths::kTraceFolder, error);
     if (error) {
-        return std::string("can't make ") + kFolder + ": " + error.message();
+        return std::string("can't make ") + paths::kTraceFolder + ": " + error.message();
     }
     return file_exists(path) ? "" : write_private_file(path, "");
 }
@@ -32,14 +29,14 @@ std::string remove_file(const std::string &path) {
     return error ? "can't remove " + path + ": " + error.message() : "";
 }
 
-std::string switch_file(const std::string &name, bool on) {
-    return on ? make_file(path_of(name)) : remove_file(path_of(name));
+std::string switch_file(const std::string &path, bool on) {
+    return on ? make_file(path) : remove_file(path);
 }
 
 }  // namespace
 
 bool tracing_is_on() {
-    return file_exists(path_of(kSwitch));
+    return file_exists(paths::kTraceSwitch);
 }
 
 std::vector<uint32_t> traced_modules() {
@@ -54,14 +51,14 @@ std::vector<uint32_t> traced_modules() {
 
 std::string trace_mask() {
     std::string words;
-    const bool read = file_exists(kMask) && read_text_file(kMask, &words).empty();
+    const bool read = file_exists(paths::kTraceMask) && read_text_file(paths::kTraceMask, &words).empty();
     return read ? words : "";
 }
 
 std::string switch_tracing(bool on) {
-    return switch_file(kSwitch, on);
+    return switch_file(paths::kTraceSwitch, on);
 }
 
 std::string switch_trace_of(uint32_t module, bool on) {
-    return switch_file(module_text(module), on);
+    return switch_file(path_of(module_text(module)), on);
 }

@@ -5,18 +5,15 @@
 #include <system_error>
 
 #include "device/text_file.h"
+#include "formats/device_paths.h"
+#include "formats/subscription_line.h"
 
 namespace {
 
 namespace fs = std::filesystem;
 
 /* The second one counts while the first is missing. */
-constexpr const char *kFolders[] = {"/m_data/usr/subscribe", "/m_webui/subscribe"};
-
-/* Longer lines are taken in pieces of this many characters, the line end counted. */
-constexpr size_t kLineChars = 62;
-
-constexpr char kLineTail[] = " \t\r\n";
+constexpr const char *kFolders[] = {paths::kSubscribeFolder, paths::kSubscribeFolderEx};
 
 /* The files of a folder. Whatever else lies there can't be an event, and opening it might wait. */
 std::vector<std::string> file_names(const char *folder) {
@@ -33,6 +30,14 @@ std::vector<std::string> file_names(const char *folder) {
     return names;
 }
 
+void take_name(SubscriptionLine &line, std::vector<std::string> &names) {
+    const char *name = line.name();
+    if (*name != '\0') {
+        names.emplace_back(name);
+    }
+    line.clear();
+}
+
 EventListeners read_event(const char *folder, bool used, const std::string &event) {
     EventListeners listeners = {event, folder, used, {}, ""};
     std::string text;
@@ -45,16 +50,14 @@ EventListeners read_event(const char *folder, bool used, const std::string &even
 
 std::vector<std::string> subscriber_names(const std::string &text) {
     std::vector<std::string> names;
-    for (size_t at = 0; at < text.size();) {
-        const size_t line_end = std::min(text.find('\n', at), text.size() - 1) + 1;
-        const size_t length = std::min(line_end - at, kLineChars);
-        std::string name = text.substr(at, length);
-        name.erase(name.find_last_not_of(kLineTail) + 1);
-        if (!name.empty()) {
-            names.push_back(std::move(name));
+    SubscriptionLine line;
+    for (const char character : text) {
+        line.add(character);
+        if (line.is_whole()) {
+            take_name(line, names);
         }
-        at += length;
     }
+    take_name(line, names);
     return names;
 }
 

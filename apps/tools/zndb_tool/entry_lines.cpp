@@ -1,8 +1,9 @@
 #include "zndb_tool/entry_lines.h"
 
 #include <sstream>
+#include <string_view>
 
-#include "zndb.h"
+#include "formats/entry_line.h"
 
 namespace {
 
@@ -14,12 +15,12 @@ std::string unsendable(const std::string &what, const std::string &text, size_t 
     return text.find('\0') == std::string::npos ? "" : "the " + what + " holds a NUL";
 }
 
-EntryLine parse_line(size_t number, const std::string &line) {
-    const size_t split = line.find('=');
-    if (split == std::string::npos) {
+EntryLine parse_line(size_t number, std::string_view text) {
+    Entry parts;
+    if (!split_entry(text, parts)) {
         return {number, "", "", "there is no '='"};
     }
-    EntryLine entry = {number, line.substr(0, split), line.substr(split + 1), ""};
+    EntryLine entry = {number, std::string(parts.key), std::string(parts.value), ""};
     entry.problem = unsendable_key(entry.key);
     if (entry.problem.empty()) {
         entry.problem = unsendable_value(entry.value);
@@ -35,11 +36,9 @@ std::vector<EntryLine> parse_entry_lines(const std::string &text) {
     size_t number = 0;
     for (std::string line; std::getline(lines, line);) {
         ++number;
-        if (!line.empty() && line.back() == '\r') {
-            line.pop_back();
-        }
-        if (!line.empty() && line[0] != '#') {
-            entries.push_back(parse_line(number, line));
+        const std::string_view said = entry_text(line);
+        if (!said.empty()) {
+            entries.push_back(parse_line(number, said));
         }
     }
     return entries;
@@ -56,7 +55,7 @@ std::string unsendable_value(const std::string &value) {
 std::string format_entries(const Entries &entries) {
     std::string text;
     for (const auto &[key, value] : entries) {
-        text.append(key).append("=").append(value).append("\n");
+        append_entry(text, {key, value});
     }
     return text;
 }

@@ -1,7 +1,6 @@
 /*
- * Entries as lines of key=value, as the database's files and what a tool imports and exports hold them. Lines
- * that are empty or begin with '#' mean nothing; a CR before the line end is dropped; the first '=' ends the
- * key. Pure.
+ * Entries as a text that the tool imports and exports: lines as the database's files hold them. Of a line
+ * that is no entry it says why; what the database thinks of one is found out by sending it. Pure.
  */
 #pragma once
 

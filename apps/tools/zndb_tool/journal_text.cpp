@@ -7,18 +7,14 @@
 
 #include "cli/complaint.h"
 #include "device/text_file.h"
+#include "formats/device_paths.h"
 #include "internal/planted.h"
 #include "support/unique_fd.h"
 
 namespace {
 
-constexpr char kTempFolder[] = "/tmp/m_tmp";
-constexpr char kFolder[] = "/tmp/m_tmp/zndb";
-constexpr char kName[] = "journal";
-constexpr char kJournal[] = "/tmp/m_tmp/zndb/journal";
-
 std::string cant_read(int error) {
-    return errno_text(std::string("can't read ") + kJournal, error);
+    return errno_text(std::string("can't read ") + paths::kJournalFile, error);
 }
 
 bool is_missing(int error) {
@@ -28,7 +24,7 @@ bool is_missing(int error) {
 bool is_the_databases(const struct stat &found) {
     struct stat above = {};
     return is_trusted_owner(found.st_uid) ||
-           (::stat(kTempFolder, &above) == 0 && found.st_uid == above.st_uid);
+           (::stat(paths::kTempFolder, &above) == 0 && found.st_uid == above.st_uid);
 }
 
 /* Whose it is; "" when the database may have made it. */
@@ -47,30 +43,30 @@ std::string problem_of(int fd, const std::string &path) {
 /* Whether a link stands in the journal's place that the device itself has put there. */
 bool is_own_link(int folder) {
     struct stat found = {};
-    return ::fstatat(folder, kName, &found, AT_SYMLINK_NOFOLLOW) == 0 && S_ISLNK(found.st_mode) &&
-           is_the_databases(found);
+    return ::fstatat(folder, paths::kJournalName, &found, AT_SYMLINK_NOFOLLOW) == 0 &&
+           S_ISLNK(found.st_mode) && is_the_databases(found);
 }
 
 /* Without waiting for somebody at the other end of a pipe. */
 std::string read_in(int folder, std::string *text) {
     const bool follows = is_own_link(folder);
     const int flags = O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK | (follows ? 0 : O_NOFOLLOW);
-    const UniqueFd file(::openat(folder, kName, flags));
+    const UniqueFd file(::openat(folder, paths::kJournalName, flags));
     if (!file) {
         return is_missing(errno) ? "" : cant_read(errno);
     }
-    const std::string problem = follows ? "" : problem_of(file.get(), kJournal);
-    return problem.empty() ? read_open_file(file.get(), kJournal, text) : problem;
+    const std::string problem = follows ? "" : problem_of(file.get(), paths::kJournalFile);
+    return problem.empty() ? read_open_file(file.get(), paths::kJournalFile, text) : problem;
 }
 
 }  // namespace
 
 std::string read_journal_text(std::string *text) {
     text->clear();
-    const UniqueFd folder(::open(kFolder, O_PATH | O_DIRECTORY | O_CLOEXEC));
+    const UniqueFd folder(::open(paths::kJournalFolder, O_PATH | O_DIRECTORY | O_CLOEXEC));
     if (!folder) {
         return is_missing(errno) ? "" : cant_read(errno);
     }
-    std::string problem = problem_of(folder.get(), kFolder);
+    std::string problem = problem_of(folder.get(), paths::kJournalFolder);
     return problem.empty() ? read_in(folder.get(), text) : problem;
 }

@@ -4,6 +4,9 @@
 #include <vector>
 
 #include "device/text_file.h"
+#include "formats/device_paths.h"
+#include "formats/entry_line.h"
+#include "formats/journal_record.h"
 #include "zndb_tool/journal_text.h"
 
 namespace {
@@ -14,43 +17,49 @@ constexpr int kAttempts = 20;
 struct StoreFiles {
     const char *name;
     std::vector<std::string> paths; /* a later one has the last word */
-    char letter;                    /* in the journal */
+    StoreId changed;                /* the one that can change, as the journal names it */
 };
 
 const StoreFiles &files_of(Store store) {
     static const StoreFiles files[] = {
-        {"plain", {"/m_data/usr/db/user_data.txt"}, 'P'},
-        {"perm", {"/m_data/usr_permanent/db/perm_data.txt"}, 'M'},
-        {"default", {"/m_webui/usr/db/default_data.txt", "/m_data/factor/factor_data.txt"}, 'F'},
+        {"plain", {paths::kPlainFile}, StoreId::kPlain},
+        {"perm", {paths::kPermFile}, StoreId::kPerm},
+        {"default", {paths::kDefaultsFile, paths::kFactoryFile}, StoreId::kFactory},
     };
     return files[static_cast<size_t>(store)];
 }
 
 void apply_lines(const std::string &text, Entries &entries) {
-    for (const EntryLine &line : parse_entry_lines(text)) {
-        if (line.problem.empty()) {
-            entries[line.key] = line.value;
+    std::istringstream lines(text);
+    for (std::string line; std::getline(lines, line);) {
+        Entry entry;
+        if (parse_entry(entry_text(line), entry) == nullptr) {
+            entries[std::string(entry.key)] = entry.value;
         }
     }
 }
 
-/* A line of the journal: the store's letter, a sign and what the sign is about. */
-void apply_change(char sign, const std::string &text, Entries &entries) {
-    if (sign == '!') {
-        entries.clear();
-    } else if (sign == '-') {
-        entries.erase(text);
-    } else if (sign == '+') {
-        apply_lines(text, entries);
+void apply_record(const JournalRecord &record, Entries &entries) {
+    switch (record.change) {
+        case JournalRecord::Change::kSet:
+            entries[std::string(record.key)] = record.value;
+            break;
+        case JournalRecord::Change::kErase:
+            entries.erase(std::string(record.key));
+            break;
+        case JournalRecord::Change::kClear:
+            entries.clear();
+            break;
     }
 }
 
 /* A last line without its end was never answered and doesn't count. */
-void apply_journal(const std::string &journal, char letter, Entries &entries) {
+void apply_journal(const std::string &journal, StoreId store, Entries &entries) {
     std::istringstream lines(journal.substr(0, journal.rfind('\n') + 1));
     for (std::string line; std::getline(lines, line);) {
-        if (line.size() >= 2 && line[0] == letter) {
-            apply_change(line[1], line.substr(2), entries);
+        JournalRecord record = {};
+        if (parse_record(line, record) == nullptr && record.store == store) {
+            apply_record(record, entries);
         }
     }
 }
@@ -98,7 +107,7 @@ std::string read_store(Store store, Entries *entries) {
             problem = read_journal_text(&after);
         }
         if (problem.empty() && after == journal) {
-            apply_journal(journal, files_of(store).letter, read);
+            apply_journal(journal, files_of(store).changed, read);
             *entries = std::move(read);
             return "";
         }

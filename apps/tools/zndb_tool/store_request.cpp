@@ -3,8 +3,8 @@
 #include <cstring>
 
 #include "cli/wait_notice.h"
+#include "formats/zndb_wire.h"
 #include "frwk_module.h"
-#include "zndb.h"
 
 namespace {
 
@@ -31,17 +31,14 @@ RequestOutcome ask(apps_message_id_e_type msgid, const std::string &body, std::s
 
 /* A key with its NUL. */
 std::string key_body(const std::string &key) {
-    return {key.c_str(), key.size() + 1};
+    return {key.c_str(), key_body_size(key)};
 }
 
 }  // namespace
 
 RequestOutcome set_in_store(Store store, const std::string &key, const std::string &value) {
-    std::string body = key;
-    body.resize(ZNDB_KEY_LEN, '\0');
-    body += value;
-    body.resize(ZNDB_KEY_LEN + ZNDB_VALUE_LEN, '\0');
-    return ask(messages_of(store).set, body);
+    const zndb_kv_t body = set_body({key, value});
+    return ask(messages_of(store).set, {reinterpret_cast<const char *>(&body), sizeof(body)});
 }
 
 RequestOutcome get_from_store(Store store, const std::string &key, std::string *value) {
@@ -58,11 +55,11 @@ RequestOutcome delete_from_store(Store store, const std::string &key) {
 }
 
 SaveOutcome save_both_stores() {
-    apps_err_e_type each[] = {E_APPS_ERR_SUCCESS, E_APPS_ERR_SUCCESS}; /* as they travel */
+    SaveResults each = {E_APPS_ERR_SUCCESS, E_APPS_ERR_SUCCESS};
     std::string answer(sizeof(each), '\0');
     const RequestOutcome outcome = ask(E_APPS_MSG_ZNDB_SAVE, "", &answer);
-    std::memcpy(each, answer.data(), sizeof(each));
-    return {outcome, each[0], each[1]};
+    std::memcpy(&each, answer.data(), sizeof(each));
+    return {outcome, each.plain, each.perm};
 }
 
 RequestOutcome save_overlay() {

@@ -13,6 +13,7 @@
 #include "cli/wait_notice.h"
 #include "device/held_file.h"
 #include "device/text_file.h"
+#include "formats/device_paths.h"
 #include "frwk_dbrm.h"
 #include "frwk_dbrm/format/database_text.h"
 #include "frwk_module.h"
@@ -34,7 +35,7 @@ constexpr char kProductKey[] = "device_product_name";
 constexpr size_t kProductSize = 64;
 
 /* On tmpfs: what is deciphered never reaches a disk. */
-constexpr char kCopyTemplate[] = "/tmp/m_tmp/zndb_tool.XXXXXX";
+constexpr char kCopyName[] = "/zndb_tool.XXXXXX";
 
 /* A backup in the folder of the file that it is to become; gone at the end, unless it became it. */
 class Part {
@@ -144,10 +145,10 @@ ExitCode save_before_restore(const std::string &file) {
 
 /* A copy that only its owner can read; its name goes to path. Returns "" or what is wrong. */
 std::string copy_privately(const std::string &from, std::string *path) {
-    std::string name = kCopyTemplate;
+    std::string name = std::string(paths::kTempFolder) + kCopyName;
     const UniqueFd copy(::mkostemp(name.data(), O_CLOEXEC));
     if (!copy) {
-        return errno_text("can't make a copy in /tmp/m_tmp", errno);
+        return errno_text(std::string("can't make a copy in ") + paths::kTempFolder, errno);
     }
     *path = name;
     return copy_file(from, copy.get());

@@ -11,10 +11,10 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstdio>
 #include <ctime>
 #include <iterator>
 
+#include "support/log_line.h"
 #include "support/unique_fd.h"
 
 namespace {
@@ -26,23 +26,6 @@ constexpr sockaddr_un kDaemon = {AF_UNIX, "/dev/log"};
  * ten lines. After a time-out there is no further wait until the daemon reads a line again.
  */
 constexpr int kPatienceMs = 100;
-
-/* The names in the "C" locale, whatever the module's locale. */
-constexpr const char *kMonths[] = {"Jan", "Feb", "Mar", "Apr", "May", "Jun",
-                                   "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
-
-/* Adds "Nov  5 07:02:09 ". */
-void add_time(LogText *line) {
-    timespec now{};
-    clock_gettime(CLOCK_REALTIME, &now);
-    tm parts{};
-    localtime_r(&now.tv_sec, &parts);
-
-    char text[64];
-    static_cast<void>(snprintf(text, sizeof(text), "%s %2d %02d:%02d:%02d ", kMonths[parts.tm_mon],
-                               parts.tm_mday, parts.tm_hour, parts.tm_min, parts.tm_sec));
-    line->add(text);
-}
 
 /*
  * Takes ownership of a new descriptor and returns one above 2. A socket with descriptor 0, 1 or 2 would send
@@ -92,15 +75,14 @@ void LogSocket::close() {
 }
 
 void LogSocket::begin_line(int level) {
+    timespec now{};
+    clock_gettime(CLOCK_REALTIME, &now);
+    tm parts{};
+    localtime_r(&now.tv_sec, &parts);
+
     head_.clear();
-    head_.add("<");
-    head_.add_number(level | facility_);
-    head_.add(">");
-    add_time(&head_);
-    head_.add_escaped(tag_ != nullptr ? tag_ : program_invocation_short_name);
-    head_.add("[");
-    head_.add_number(getpid());
-    head_.add("]: ");
+    add_system_head(head_, level | facility_, parts, tag_ != nullptr ? tag_ : program_invocation_short_name,
+                    getpid());
 }
 
 /* In a stream a line ends with a NUL. After a partial line the connection must be closed to end the line. */

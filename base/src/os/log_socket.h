@@ -13,7 +13,7 @@
 #include <sys/types.h>
 #include <syslog.h>
 
-#include "log_line.h"
+#include "log_text.h"
 
 class LogSocket {
   public:

@@ -20,8 +20,9 @@
 
 #include "held_over_forks.h"
 #include "log_fold.h"
-#include "log_line.h"
 #include "log_socket.h"
+#include "log_text.h"
+#include "support/log_line.h"
 #include "text_copy.h"
 
 int g_debug_log_enable = 0;
@@ -64,33 +65,15 @@ std::atomic<uint32_t> g_mask{0};
 LogState g_log; /* the mutex protects all other members */
 LogSocket g_log_socket;
 
-const char *level_name(int level) {
-    static constexpr const char *kNames[] = {"emergency", "alert", "critical", "error",  "warning",
-                                             "notice",    "info",  "debug",    "verbose"};
-    return level >= 0 && level < static_cast<int>(std::size(kNames)) ? kNames[level] : "other";
-}
-
-void add_time(LogText *line) {
+void write_debug(int level, const LogText &body) {
     timespec now{};
     clock_gettime(CLOCK_REALTIME, &now);
     tm parts{};
     localtime_r(&now.tv_sec, &parts);
 
-    char text[64];
-    const size_t length = strftime(text, sizeof(text), "%F %T", &parts);
-    static_cast<void>(snprintf(text + length, sizeof(text) - length, ".%03ld", now.tv_nsec / kNanosPerMilli));
-    line->add(text);
-}
-
-void write_debug(int level, const LogText &body) {
     LogText &line = g_log.debug;
     line.clear();
-    add_time(&line);
-    line.add(" ");
-    line.add(level_name(level));
-    line.add(" ");
-    line.add_escaped(g_log.name);
-    line.add(" ");
+    add_debug_head(line, parts, now.tv_nsec / kNanosPerMilli, level, g_log.name);
     line.add(body.text());
     line.end();
     while (write(STDERR_FILENO, line.text(), line.length()) < 0 && errno == EINTR) {
@@ -126,13 +109,7 @@ void print(LogFold *channel, int level, const char *file, const char *function, 
     const std::lock_guard<std::mutex> lock(g_log.mutex);
     LogText &body = g_log.body;
     body.clear();
-    body.add_escaped(file);
-    body.add(" ");
-    body.add_escaped(function);
-    body.add(":");
-    body.add_number(line);
-    body.add(" ");
-    body.add_escaped(text);
+    add_log_body(body, file, function, line, text);
     if (length >= static_cast<int>(sizeof(text))) {
         body.mark_cut();
     }
@@ -140,11 +117,11 @@ void print(LogFold *channel, int level, const char *file, const char *function, 
 }
 
 void read_environment() {
-    const char *debug = getenv("QUOR_DEBUG");
+    const char *debug = getenv(kDebugVariable);
     if (debug != nullptr && strcmp(debug, "1") == 0) {
         os_debug_enable();
     }
-    const char *level = getenv("QUOR_SYSLOG_LEVEL");
+    const char *level = getenv(kLogLevelVariable);
     if (level != nullptr && level[0] >= '0' && level[0] <= '8' && level[1] == '\0') {
         __atomic_store_n(&g_syslog_level, level[0] - '0', __ATOMIC_RELAXED);
     }

@@ -8,7 +8,7 @@
 #include "faults/leaks.h"
 #include "faults/log_tap.h"
 #include "faults/zndb/flaw.h"
-#include "zndb_paths.h"
+#include "formats/device_paths.h"
 
 namespace faults {
 
@@ -30,7 +30,7 @@ class Run {
     }
 
     void start(Database &database) const {
-        const std::string journal = zndb_paths::kJournalFile;
+        const std::string journal = paths::kJournalFile;
         if (request_.late_journal) {
             fs::rename(journal, journal + ".aside");
             fs::create_directory(journal);
@@ -71,7 +71,7 @@ class Run {
     }
 
     void check_kept() const {
-        const std::string path = zndb_paths::kPlainFile;
+        const std::string path = paths::kPlainFile;
         const bool is_replaced = text_of(path) != text_before(path);
         const size_t expected = request_.damaged && is_replaced ? 1 : 0;
         const size_t found = kept_files();
@@ -91,14 +91,14 @@ class Run {
 
     /* A save is done where the plain store was saved: the perm store's failure is one line in the log. */
     void note_perm_failure(bool done) {
-        const std::string words = std::string("can't save ") + zndb_paths::kPermFile;
+        const std::string words = std::string("can't save ") + paths::kPermFile;
         perm_has_failed_ = done && logged_text().find(words) != std::string::npos;
     }
     bool perm_has_failed() const { return perm_has_failed_; }
 
     void check_files(bool done) const {
-        for (const char *path : {zndb_paths::kPlainFile, zndb_paths::kPermFile, zndb_paths::kFactoryFile,
-                                 zndb_paths::kDefaultsFile}) {
+        for (const char *path :
+             {paths::kPlainFile, paths::kPermFile, paths::kFactoryFile, paths::kDefaultsFile}) {
             const std::string text = text_of(path);
             const bool is_new = text == text_in(request_.saved, path, text_before(path));
             note_flaw_unless(is_new || (may_be_old(path, done) && text == text_before(path)),
@@ -120,9 +120,9 @@ class Run {
     void check_trial_goes(Database &database) const {
         if (request_.msgid == E_APPS_MSG_ZNDB_RESET) {
             note_flaw_unless(send(database, E_APPS_MSG_ZNDB_SAVE) == 0, "can't be saved");
-            note_flaw_unless(unfinished_files().count(std::string(zndb_paths::kPlainFile) +
-                                                      zndb_paths::kTemporarySuffix) == 0,
-                             "leaves what it tried for ever");
+            note_flaw_unless(
+                unfinished_files().count(std::string(paths::kPlainFile) + paths::kTemporarySuffix) == 0,
+                "leaves what it tried for ever");
         }
     }
 
@@ -140,7 +140,7 @@ class Run {
     }
 
     bool may_be_old(const std::string &path, bool done) const {
-        return !done || (perm_has_failed_ && path == zndb_paths::kPermFile);
+        return !done || (perm_has_failed_ && path == paths::kPermFile);
     }
 
     bool is_trial(const std::string &text) const {

@@ -1,15 +1,15 @@
 #include "faults/zndb/zndb_request_table.h"
 
-#include "zndb_paths.h"
+#include "formats/device_paths.h"
 
 namespace faults {
 
 namespace {
 
-using zndb_paths::kFactoryFile;
-using zndb_paths::kJournalFile;
-using zndb_paths::kPermFile;
-using zndb_paths::kPlainFile;
+using paths::kFactoryFile;
+using paths::kJournalFile;
+using paths::kPermFile;
+using paths::kPlainFile;
 
 const std::string kMissing = "result 2001";
 

@@ -11,7 +11,7 @@
 #include "faults/log_tap.h"
 #include "faults/zndb/flaw.h"
 #include "faults/zndb/zndb_request.h"
-#include "zndb_paths.h"
+#include "formats/device_paths.h"
 
 namespace faults {
 
@@ -67,8 +67,8 @@ void change_and_save(Database &database, Answers &expected) {
 
 /* The start that is watched must be the first: an earlier one has made the journal and its folder. */
 void check_journal_is_of(const Files &files) {
-    const bool has_one = files.count(zndb_paths::kJournalFile) != 0;
-    const bool has_folder = fs::exists(fs::path(zndb_paths::kJournalFile).parent_path());
+    const bool has_one = files.count(paths::kJournalFile) != 0;
+    const bool has_folder = fs::exists(fs::path(paths::kJournalFile).parent_path());
     note_flaw_unless(has_folder == has_one, "finds what an earlier start has made");
 }
 
@@ -104,7 +104,7 @@ Scenario start(const char *name, const Files &files) {
 }
 
 Files only_defaults() {
-    return {{zndb_paths::kDefaultsFile, "image=d\nshared=d\n"}};
+    return {{paths::kDefaultsFile, "image=d\nshared=d\n"}};
 }
 
 Files with(Files files, const std::string &path, const std::string &text) {
@@ -134,8 +134,7 @@ TEST(ZndbStartFaults, Files) {
     run_scenarios({
         start("zndb: start", all_files()),
         start("zndb: start, the first", only_defaults()),
-        start("zndb: start, torn journal",
-              with(all_files(), zndb_paths::kJournalFile, "P+answered=j\nP+key=ha")),
+        start("zndb: start, torn journal", with(all_files(), paths::kJournalFile, "P+answered=j\nP+key=ha")),
         start("zndb: start, with leftovers", with_leftovers()),
     });
 }

@@ -6,9 +6,9 @@
 #include <vector>
 
 #include "faults/faulty_device.h"
+#include "formats/device_paths.h"
+#include "formats/zndb_wire.h"
 #include "support/wait_until.h"
-#include "zndb_paths.h"
-#include "zndb_wire.h"
 
 namespace faults {
 
@@ -16,8 +16,8 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr const char *kPaths[] = {zndb_paths::kPlainFile, zndb_paths::kPermFile, zndb_paths::kFactoryFile,
-                                  zndb_paths::kDefaultsFile, zndb_paths::kJournalFile};
+constexpr const char *kPaths[] = {paths::kPlainFile, paths::kPermFile, paths::kFactoryFile,
+                                  paths::kDefaultsFile, paths::kJournalFile};
 
 constexpr const char *kKeys[] = {"answered", "deleted", "factory", "image", "kept",  "key",
                                  "long10",   "long27",  "next",    "other", "shared"};
@@ -67,11 +67,11 @@ std::string long_lines() {
 }
 
 Files all_files() {
-    return {{zndb_paths::kDefaultsFile, "image=d\nshared=d\n"},
-            {zndb_paths::kFactoryFile, "factory=f\nshared=f\n"},
-            {zndb_paths::kPlainFile, "# made by hand\nshared=p\n" + long_lines() + "kept=p\nkey=old\n"},
-            {zndb_paths::kPermFile, "deleted=m\nkept=m\nkey=old\n"},
-            {zndb_paths::kJournalFile, "P+answered=j\nM+answered=j\nF+answered=j\nM-deleted\n"}};
+    return {{paths::kDefaultsFile, "image=d\nshared=d\n"},
+            {paths::kFactoryFile, "factory=f\nshared=f\n"},
+            {paths::kPlainFile, "# made by hand\nshared=p\n" + long_lines() + "kept=p\nkey=old\n"},
+            {paths::kPermFile, "deleted=m\nkept=m\nkey=old\n"},
+            {paths::kJournalFile, "P+answered=j\nM+answered=j\nF+answered=j\nM-deleted\n"}};
 }
 
 void put_files(const Files &files) {
@@ -90,8 +90,8 @@ std::string text_of(const std::string &path) {
 Files leftovers() {
     Files files;
     for (const char *path : kPaths) {
-        if (path != zndb_paths::kDefaultsFile) {
-            files[std::string(path) + zndb_paths::kTemporarySuffix] = "key=ha";
+        if (path != paths::kDefaultsFile) {
+            files[std::string(path) + paths::kTemporarySuffix] = "key=ha";
         }
     }
     return files;
@@ -100,7 +100,7 @@ Files leftovers() {
 Files unfinished_files() {
     Files found;
     for (const char *path : kPaths) {
-        const std::string unfinished = std::string(path) + zndb_paths::kTemporarySuffix;
+        const std::string unfinished = std::string(path) + paths::kTemporarySuffix;
         if (fs::exists(unfinished)) {
             found[unfinished] = file_text(unfinished);
         }

@@ -48,7 +48,7 @@ class SharedFolder : public BackupSystem, public testing::WithParamInterface<As>
         }
         give_away(kShared, 0755, 0777);
         write_file(kPrecious, "precious");
-        write_file(zndb_paths::kDefaultsFile, std::string("device_product_name=") + kProduct + "\n");
+        write_file(paths::kDefaultsFile, std::string("device_product_name=") + kProduct + "\n");
         write_file(kUserData, "ssid=home\n");
         start();
     }

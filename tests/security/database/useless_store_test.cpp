@@ -24,7 +24,7 @@ TEST_F(UselessStore, OfASlightlyDamagedStoreNothingIsLost) {
 
 /* The database skips the line and keeps the rest; a restore would not. */
 TEST_F(UselessStore, ABackupOfADamagedFileWarnsOfTheLine) {
-    ASSERT_TRUE(write_text(zndb_paths::kPlainFile, "ssid=home\nscratched\nchannel=11\n"));
+    ASSERT_TRUE(write_text(paths::kPlainFile, "ssid=home\nscratched\nchannel=11\n"));
     const ToolEnd end = kTool.run({"backup", kBackup});
     EXPECT_EQ(0, end.status);
     EXPECT_EQ(

@@ -41,15 +41,15 @@ class ZndbSuccessor : public ZndbTest {
         EXPECT_EQ(0, zndb_set("k", "first"));
         EXPECT_EQ(0, zndb_set_perm_data("k", "first"));
         EXPECT_EQ(0, ask_zndb(E_APPS_MSG_ZNDB_FACTOR_SET, set_body("k", "first")));
-        ASSERT_EQ(0, ::link(zndb_paths::kSocketFile, kFirstSocket));
+        ASSERT_EQ(0, ::link(paths::kZndbSocket, kFirstSocket));
         first_ = std::move(zndb_);
     }
 
     void start_second() {
-        const ino_t before = number_of(zndb_paths::kSocketFile);
-        fs::remove(zndb_paths::kLockFile);
+        const ino_t before = number_of(paths::kZndbSocket);
+        fs::remove(paths::kZndbLock);
         zndb_ = std::make_unique<ChildProcess>(std::vector<std::string>{ZNDB_PROGRAM});
-        ASSERT_TRUE(wait_until([before] { return number_of(zndb_paths::kSocketFile) != before; }));
+        ASSERT_TRUE(wait_until([before] { return number_of(paths::kZndbSocket) != before; }));
         ASSERT_TRUE(wait_until([] { return frwk_get_module_status(E_APPS_MODULE_ZNDB) == 1; }));
     }
 
@@ -67,8 +67,7 @@ class ZndbSuccessor : public ZndbTest {
     void expect_end(uint32_t msgid, const std::string &body = "") {
         EXPECT_EQ("", ask_first(msgid, body)) << msgid;
         EXPECT_EQ(1, first_->exit_status()) << msgid;
-        EXPECT_NE(std::string::npos, first_->errors().find(zndb_paths::kLockFile + kWords))
-            << first_->errors();
+        EXPECT_NE(std::string::npos, first_->errors().find(paths::kZndbLock + kWords)) << first_->errors();
     }
 
     static constexpr char kFirstSocket[] = "/tmp/m_tmp/ipc/zndb.first";
@@ -141,7 +140,7 @@ TEST_F(ZndbSuccessor, ARebootEndsTheFirstWithoutASave) {
     start_second();
     EXPECT_EQ("", ask_first(E_APPS_MSG_SYS_REBOOT));
     EXPECT_EQ(0, first_->exit_status());
-    EXPECT_NE(std::string::npos, first_->errors().find(zndb_paths::kLockFile + kWords)) << first_->errors();
+    EXPECT_NE(std::string::npos, first_->errors().find(paths::kZndbLock + kWords)) << first_->errors();
     EXPECT_FALSE(fs::exists(kPlainFile));
     EXPECT_EQ("first", plain("k"));
 }
@@ -161,16 +160,16 @@ TEST_F(ZndbSuccessor, AFirstThatNobodyAsksEndsByItself) {
     start_first();
     start_second();
     EXPECT_EQ(1, first_->exit_status());
-    EXPECT_NE(std::string::npos, first_->errors().find(zndb_paths::kLockFile + kWords)) << first_->errors();
+    EXPECT_NE(std::string::npos, first_->errors().find(paths::kZndbLock + kWords)) << first_->errors();
     EXPECT_EQ("first", plain("k"));
 }
 
 TEST_F(ZndbSuccessor, ASocketThatSomebodyRemovedEndsItToo) {
     start_first();
-    fs::remove(zndb_paths::kSocketFile);
+    fs::remove(paths::kZndbSocket);
     EXPECT_EQ("", ask_first(E_APPS_MSG_ZNDB_SAVE));
     EXPECT_EQ(1, first_->exit_status());
-    EXPECT_NE(std::string::npos, first_->errors().find(zndb_paths::kSocketFile + kWords)) << first_->errors();
+    EXPECT_NE(std::string::npos, first_->errors().find(paths::kZndbSocket + kWords)) << first_->errors();
     start();
     EXPECT_EQ("first", plain("k"));
 }

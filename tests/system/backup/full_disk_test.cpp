@@ -111,7 +111,7 @@ TEST_F(FullDisk, OfTheDatabaseEndsTheRestoreWhenItSaves) {
     ASSERT_EQ(E_APPS_ERR_SUCCESS, frwk_dbrm_backup(kBackup));
 
     zndb_->kill();
-    write_file(zndb_paths::kDefaultsFile, settings.substr(0, settings.find('\n') + 1));
+    write_file(paths::kDefaultsFile, settings.substr(0, settings.find('\n') + 1));
     start_after("mount -t tmpfs -o size=16k tmpfs /m_data/usr/db");
     EXPECT_EQ(E_APPS_ERR_PROCESS, frwk_dbrm_restore(kBackup));
     EXPECT_EQ(std::string(1000, 'v'), plain("key99"));

@@ -129,7 +129,7 @@ TEST_F(RoundTrip, ChangesThatAreNotSavedAreNotInABackup) {
 }
 
 TEST_F(RoundTrip, ADeviceThatWasNeverSetUpComesBackEmpty) {
-    ASSERT_TRUE(write_text(zndb_paths::kDefaultsFile, std::string("device_product_name=") + kProduct + "\n"));
+    ASSERT_TRUE(write_text(paths::kDefaultsFile, std::string("device_product_name=") + kProduct + "\n"));
     start();
     ASSERT_EQ(E_APPS_ERR_SUCCESS, frwk_dbrm_backup(kBackup));
     EXPECT_EQ(0, zndb_set("a", "1"));

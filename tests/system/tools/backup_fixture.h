@@ -47,7 +47,7 @@ class ZndbToolBackup : public ZndbTest {
         remove_key_files();
         write_key_file(kProductKeyPath, some_key());
         EXPECT_TRUE(write_text(kDatabase, "data"));
-        EXPECT_TRUE(write_text(zndb_paths::kDefaultsFile, "device_product_name=QR-100\n"));
+        EXPECT_TRUE(write_text(paths::kDefaultsFile, "device_product_name=QR-100\n"));
         start();
         EXPECT_EQ(0, zndb_set("ssid", "home"));
         EXPECT_EQ(0, zndb_save());
@@ -58,7 +58,7 @@ class ZndbToolBackup : public ZndbTest {
     /* Starts the database of a device whose product's name is a setting like any other. */
     void make_product_a_setting() {
         zndb_->kill();
-        std::filesystem::remove(zndb_paths::kDefaultsFile);
+        std::filesystem::remove(paths::kDefaultsFile);
         start();
         EXPECT_EQ(0, zndb_set("device_product_name", "QR-100"));
         EXPECT_EQ(0, zndb_save());

@@ -63,7 +63,7 @@ TEST_F(ZndbToolBackup, LeavesNothingBesideTheBackup) {
 }
 
 TEST_F(ZndbToolBackup, ABackupWithoutSavedSettingsHasNothingToWarnOf) {
-    std::filesystem::remove(zndb_paths::kPlainFile);
+    std::filesystem::remove(paths::kPlainFile);
     EXPECT_EQ("", kTool.output_of({"backup", kBackup}));
 }
 
@@ -161,7 +161,7 @@ TEST_F(ZndbToolBackup, ARestoreSavesFirst) {
     EXPECT_EQ(0, zndb_set("ssid", "unsaved"));
     change_key();
     EXPECT_EQ(1, kTool.run({"restore", kBackup}).status);
-    EXPECT_NE(std::string::npos, file_text(zndb_paths::kPlainFile).find("ssid=unsaved\n"));
+    EXPECT_NE(std::string::npos, file_text(paths::kPlainFile).find("ssid=unsaved\n"));
 }
 
 TEST_F(ZndbToolBackup, AFileThatCannotBeReadIsWrongUsage) {

@@ -57,7 +57,7 @@ ZndbTest::ZndbTest() {
     for (const char *folder : {"/m_data/usr/db", "/m_data/usr_permanent/db", "/tmp/m_tmp/zndb"}) {
         std::filesystem::remove_all(folder);
     }
-    for (const char *path : {zndb_paths::kDefaultsFile, zndb_paths::kFactoryFile}) {
+    for (const char *path : {paths::kDefaultsFile, paths::kFactoryFile}) {
         std::filesystem::remove(path);
     }
     std::filesystem::create_directories("/m_data/usr/db");

@@ -8,9 +8,9 @@
 #include <memory>
 #include <string>
 
+#include "formats/device_paths.h"
 #include "support/child_process.h"
 #include "zndb.h"
-#include "zndb_paths.h"
 
 /* While it lives, the database stays in its start hook: it takes messages, and has loaded nothing yet. */
 class HeldStart {

@@ -5,9 +5,9 @@
 
 #include <cstring>
 
+#include "formats/zndb_wire.h"
 #include "frwk_common.h"
 #include "internal/frwk_log.h"
-#include "zndb_wire.h"
 
 namespace zndb_client {
 
@@ -85,9 +85,7 @@ int set_value(apps_message_id_e_type msg, const char *key, const char *value) {
         return E_ZNDB_RET_VALUE_LEN;
     }
 
-    zndb_kv_t record = {};
-    std::memcpy(record.key, key, std::strlen(key));
-    std::memcpy(record.value, value, std::strlen(value));
+    const zndb_kv_t record = set_body({key, value});
     return request_plain_outcome({log_name::kZndbSetRequest, msg, &record, sizeof(record), nullptr, 0});
 }
 
@@ -98,7 +96,7 @@ int get_value(apps_message_id_e_type msg, const char *key, char *buf, uint32_t s
     }
 
     int32_t result = 0;
-    ret = send_request({log_name::kZndbGetRequest, msg, key, std::strlen(key) + 1, buf, size}, &result);
+    ret = send_request({log_name::kZndbGetRequest, msg, key, key_body_size(key), buf, size}, &result);
     if (ret != E_ZNDB_RET_SUCCESS) {
         return ret;
     }
@@ -123,7 +121,7 @@ int delete_value(apps_message_id_e_type msg, const char *key) {
     }
 
     int32_t result = 0;
-    ret = send_request({log_name::kZndbDelRequest, msg, key, std::strlen(key) + 1, nullptr, 0}, &result);
+    ret = send_request({log_name::kZndbDelRequest, msg, key, key_body_size(key), nullptr, 0}, &result);
     if (ret != E_ZNDB_RET_SUCCESS) {
         return ret;
     }

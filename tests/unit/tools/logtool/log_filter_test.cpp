@@ -4,8 +4,8 @@
 
 namespace {
 
-LogLine line(const std::string &module, int level, const std::string &text) {
-    LogLine made;
+LogRecord line(const std::string &module, int level, const std::string &text) {
+    LogRecord made;
     made.module = module;
     made.level = level;
     made.text = text;

@@ -34,6 +34,12 @@ TEST_F(StoreFiles, ADamagedLineIsPassedOver) {
     EXPECT_EQ("a=1\nb=2\n", plain());
 }
 
+TEST_F(StoreFiles, ALineThatTheDatabaseSkipsIsPassedOver) {
+    ASSERT_TRUE(write_text("/m_data/usr/db/user_data.txt", " a=1\nb=2\r\nc=3\r\r\n"));
+    ASSERT_TRUE(write_text(kJournal, "P+ d=4\nP+e=5\r\nP-\nP!b\nP+f=6\n"));
+    EXPECT_EQ("b=2\nf=6\n", plain());
+}
+
 TEST_F(StoreFiles, ALineOfTheJournalThatMeansNothingIsPassedOver) {
     ASSERT_TRUE(write_text(kJournal, "P+a=1\nP\nP?b=2\nM+c=3\nP+d=4\n"));
     EXPECT_EQ("a=1\nd=4\n", plain());

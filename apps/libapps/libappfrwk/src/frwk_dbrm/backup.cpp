@@ -10,6 +10,7 @@
 #include <cstring>
 
 #include "cipher.h"
+#include "formats/device_paths.h"
 #include "frwk_dbrm.h"
 #include "frwk_dbrm/backup_check.h"
 #include "frwk_dbrm/files/backup_target.h"
@@ -18,7 +19,6 @@
 #include "frwk_dbrm/format/backup_record.h"
 #include "frwk_dbrm/format/backup_trailer.h"
 #include "internal/frwk_log.h"
-#include "internal/frwk_paths.h"
 #include "os_file.h"
 #include "zndb.h"
 
@@ -43,7 +43,7 @@ struct Source {
 
 /* The sources of a backup, in the order of its records. */
 constexpr Source kSources[] = {
-    {paths::kUserData, FRWK_DBRM_DATA_DB, Wanted::kAlways},
+    {paths::kPlainFile, FRWK_DBRM_DATA_DB, Wanted::kAlways},
     {paths::kWebAccounts, FRWK_DBRM_DATA_FILE, Wanted::kWithAccounts},
     {paths::kWebKeys, FRWK_DBRM_DATA_FILE, Wanted::kWithAccountsIfPresent},
     {paths::kDataManager, FRWK_DBRM_DATA_FILE, Wanted::kAlways},

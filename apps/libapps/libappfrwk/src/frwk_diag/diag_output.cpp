@@ -12,9 +12,9 @@
 #include <cstring>
 #include <ctime>
 
+#include "formats/device_paths.h"
 #include "internal/folder_names.h"
 #include "internal/frwk_log.h"
-#include "internal/frwk_paths.h"
 #include "internal/guarded_file.h"
 #include "os_process.h"
 

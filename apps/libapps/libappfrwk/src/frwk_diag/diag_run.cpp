@@ -11,11 +11,11 @@
 #include <optional>
 #include <utility>
 
+#include "formats/device_paths.h"
 #include "frwk_diag.h"
 #include "frwk_diag/diag_command.h"
 #include "frwk_diag/diag_output.h"
 #include "internal/frwk_log.h"
-#include "internal/frwk_paths.h"
 #include "internal/optional_calls.h"
 #include "internal/untranslated.h"
 #include "os_file.h"

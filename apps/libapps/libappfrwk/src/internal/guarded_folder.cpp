@@ -7,8 +7,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "formats/device_paths.h"
 #include "internal/frwk_log.h"
-#include "internal/frwk_paths.h"
 #include "internal/planted.h"
 #include "internal/shell.h"
 #include "os_file.h"

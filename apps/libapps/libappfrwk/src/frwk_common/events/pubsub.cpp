@@ -4,12 +4,12 @@
 #include <cerrno>
 #include <cstdio>
 
+#include "formats/device_paths.h"
 #include "frwk_common.h"
 #include "frwk_common/core/process_state.h"
 #include "frwk_common/events/subscription_file.h"
 #include "frwk_common/events/subscription_lock.h"
 #include "internal/frwk_log.h"
-#include "internal/frwk_paths.h"
 #include "internal/guarded_folder.h"
 #include "internal/shell.h"
 #include "os_file.h"

@@ -13,13 +13,12 @@
 #include <optional>
 #include <string_view>
 
-#include "internal/frwk_paths.h"
+#include "formats/device_paths.h"
 #include "internal/guarded_file.h"
 #include "internal/letter_case.h"
 #include "internal/small_buffer.h"
 #include "os_file.h"
 #include "support/uninterrupted.h"
-#include "text_copy.h"
 
 namespace events {
 
@@ -28,19 +27,14 @@ namespace {
 /* Publishers of other users may read it. */
 constexpr mode_t kFileMode = 0644;
 
-/* Longer lines are split into pieces of this many characters, including the line end. */
-constexpr size_t kLineChars = 62;
-
 /* Smaller files need no heap. */
 constexpr uint32_t kFixedTextSize = 512;
-
-constexpr size_t kNowhere = std::string_view::npos;
 
 using TextBuffer = SmallBuffer<kFixedTextSize>;
 
 /* Whether a name can be a file in a folder: no path, and neither "." nor "..". */
 bool is_file_name(std::string_view name) {
-    return !name.empty() && name != "." && name != ".." && name.find('/') == kNowhere;
+    return !name.empty() && name != "." && name != ".." && name.find('/') == std::string_view::npos;
 }
 
 /* Whether a line of the file is this name; nothing, with errno set, if the file can't be read to its end. */
@@ -63,7 +57,7 @@ std::optional<bool> lists(const SubscriptionFile &file, const char *name) {
 
 /* Appends a line to a file of this size: the complete line or, if the disk is full, nothing. */
 bool append_line(const UniqueFd &fd, uint64_t size, const char *name) {
-    char line_end = '\n';
+    char line_end = kSubscriptionEnd;
     const size_t length = std::strlen(name);
     const iovec line[] = {{const_cast<char *>(name), length}, {&line_end, 1}};
     const ssize_t written = uninterrupted([&] { return ::writev(fd.get(), line, 2); });
@@ -137,19 +131,11 @@ UniqueFd SubscriptionFile::open(int flags) const {
 SubscriptionLines::SubscriptionLines(const SubscriptionFile &file) : fd_(file.open(O_RDONLY)) {}
 
 const char *SubscriptionLines::next() {
-    size_t length = 0;
-    while (length < kLineChars && fill()) {
-        const char taken = block_[used_++];
-        line_[length++] = taken;
-        if (taken == '\n') {
-            break;
-        }
+    line_.clear();
+    while (!line_.is_whole() && fill()) {
+        line_.add(block_[used_++]);
     }
-    if (length == 0) {
-        return nullptr;
-    }
-    line_[length] = '\0';
-    return strdern(line_, length);
+    return line_.empty() ? nullptr : line_.name();
 }
 
 /*
@@ -198,14 +184,13 @@ Removal remove_subscriber(const SubscriptionFile &file, const char *name) {
         return Removal::kNotOpened;
     }
 
-    const size_t found = *name != '\0' ? text->find(name) : kNowhere;
-    if (found == kNowhere) {
+    const TextPart removed = subscription_of(name, *text);
+    if (removed.empty()) {
         return Removal::kNotListed;
     }
-    const size_t line_end = text->find('\n', found);
-    const size_t rest = line_end != kNowhere ? line_end + 1 : text->size();
-    std::memmove(bytes + found, bytes + rest, text->size() - rest);
-    return rewrite(file, text->substr(0, found), text->size() - rest);
+    const size_t end_size = text->size() - removed.end;
+    std::memmove(bytes + removed.begin, bytes + removed.end, end_size);
+    return rewrite(file, text->substr(0, removed.begin), end_size);
 }
 
 }  // namespace events

@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "formats/subscription_line.h"
 #include "support/unique_fd.h"
 
 namespace events {
@@ -57,7 +58,6 @@ class SubscriptionLines {
 
   private:
     static constexpr size_t kBlockSize = 4096;
-    static constexpr size_t kLineSize = 64;
 
     bool fill();
 
@@ -67,7 +67,7 @@ class SubscriptionLines {
     bool last_block_ = false;
     int error_ = 0;
     char block_[kBlockSize];
-    char line_[kLineSize];
+    SubscriptionLine line_;
 };
 
 enum class Addition {

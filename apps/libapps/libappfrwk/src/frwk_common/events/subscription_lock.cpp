@@ -9,11 +9,11 @@
 #include <mutex>
 #include <new>
 
+#include "formats/device_paths.h"
 #include "frwk_common.h"
 #include "frwk_common/core/process_state.h"
 #include "frwk_common/util/record_lock.h"
 #include "internal/frwk_log.h"
-#include "internal/frwk_paths.h"
 #include "support/unique_fd.h"
 
 namespace events {

@@ -9,10 +9,11 @@
 #include <cstring>
 #include <memory>
 
+#include "formats/device_paths.h"
+#include "formats/module_flags.h"
 #include "frwk_common.h"
 #include "internal/decimal.h"
 #include "internal/frwk_log.h"
-#include "internal/frwk_paths.h"
 #include "internal/letter_case.h"
 #include "os_file.h"
 #include "xml.h"
@@ -22,14 +23,6 @@ namespace {
 struct Word {
     const char *text;
     uint32_t value;
-};
-
-constexpr Word kFlagWords[] = {
-    {"FRWK_FLAG_DAEMON", FRWK_FLAG_DAEMON},     {"FRWK_FLAG_MONITORED", FRWK_FLAG_MONITORED},
-    {"FRWK_FLAG_RUN", FRWK_FLAG_RUN},           {"FRWK_FLAG_BLOCK", FRWK_FLAG_BLOCK},
-    {"FRWK_FLAG_MPSS", FRWK_FLAG_MPSS},         {"FRWK_FLAG_ADMIN", FRWK_FLAG_ADMIN},
-    {"FRWK_FLAG_POWEROFF", FRWK_FLAG_POWEROFF}, {"FRWK_FLAG_PRESTART", FRWK_FLAG_PRESTART},
-    {"FRWK_FLAG_EXTERNAL", FRWK_FLAG_EXTERNAL}, {"FRWK_FLAG_PSEUDO", FRWK_FLAG_PSEUDO},
 };
 
 constexpr Word kFacilityWords[] = {
@@ -54,16 +47,6 @@ constexpr Word kFacilityWords[] = {
     {"USER", 19},
     {"UUCP", 20},
 };
-
-uint32_t parse_flags(const char *text) {
-    uint32_t flags = 0;
-    for (const Word &word : kFlagWords) {
-        if (std::strstr(text, word.text) != nullptr) {
-            flags |= word.value;
-        }
-    }
-    return flags;
-}
 
 uint32_t parse_facility(const char *text) {
     for (const Word &word : kFacilityWords) {
@@ -113,7 +96,7 @@ void apply_elements(xml_node *module, frwk_module_info *row) {
         (void)keep_text(alias, &row->alias);
     }
     if (const char *flag = child_text(module, "flag")) {
-        row->flag = parse_flags(flag);
+        row->flag = flags_in(flag);
     }
     if (const char *delay = child_text(module, "delay")) {
         row->delay = decimal_number(delay);

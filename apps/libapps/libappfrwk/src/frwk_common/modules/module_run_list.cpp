@@ -5,9 +5,9 @@
 
 #include <cstring>
 
+#include "formats/device_paths.h"
 #include "frwk_common.h"
 #include "internal/frwk_log.h"
-#include "internal/frwk_paths.h"
 #include "internal/small_buffer.h"
 #include "os_file.h"
 #include "support/unique_fd.h"

@@ -6,8 +6,8 @@
 #include <cstdio>
 #include <cstring>
 
+#include "formats/device_paths.h"
 #include "frwk_common/core/process_state.h"
-#include "internal/frwk_paths.h"
 #include "os_file.h"
 
 namespace {

@@ -7,10 +7,10 @@
 #include <cstdio>
 #include <cstring>
 
+#include "formats/device_paths.h"
 #include "frwk_common.h"
 #include "frwk_common/probes/tool_output.h"
 #include "internal/frwk_log.h"
-#include "internal/frwk_paths.h"
 #include "internal/shell_command.h"
 #include "os_file.h"
 #include "support/unique_fd.h"
@@ -28,7 +28,8 @@ constexpr size_t kProcessNameSize = 64;
 /* The buffer for callers without one; one thread at a time. */
 char g_s_process_name[kProcessNameSize];
 
-/* Reads the kernel's command line, truncated to the buffer; false on failure. caller: function name in the log.
+/* Reads the kernel's command line, truncated to the buffer; false on failure. caller: function name in the
+ * log.
  */
 bool read_command_line(LogName caller, char (&text)[kCommandLineLength + 1]) {
     if (!os_file_exist(paths::kKernelCommandLine)) {
@@ -90,7 +91,7 @@ const char *frwk_get_process_name(int32_t pid, char *buffer, uint32_t size) {
     }
 
     ShellCommand<64> command;
-    command.add("cat /proc/%d/comm", pid > 0 ? pid : ::getpid());
+    command.add("cat %s/%d/comm", paths::kProcessFolder, pid > 0 ? pid : ::getpid());
     ToolOutput output(command.text());
     if (!output) {
         FRWK_WARN(__func__, "popen command %s error.", command.text());

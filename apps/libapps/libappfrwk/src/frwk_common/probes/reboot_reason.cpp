@@ -7,10 +7,10 @@
 #include <cerrno>
 #include <cstdio>
 
+#include "formats/device_paths.h"
 #include "frwk_common.h"
 #include "internal/decimal.h"
 #include "internal/frwk_log.h"
-#include "internal/frwk_paths.h"
 #include "internal/guarded_file.h"
 #include "internal/shell.h"
 #include "os_file.h"

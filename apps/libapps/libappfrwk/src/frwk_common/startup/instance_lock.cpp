@@ -9,9 +9,9 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "formats/device_paths.h"
 #include "frwk_common/util/record_lock.h"
 #include "internal/frwk_log.h"
-#include "internal/frwk_paths.h"
 #include "internal/guarded_file.h"
 #include "internal/guarded_folder.h"
 

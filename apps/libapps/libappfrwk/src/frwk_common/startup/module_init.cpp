@@ -10,6 +10,8 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "formats/device_paths.h"
+#include "formats/module_flags.h"
 #include "frwk_common.h"
 #include "frwk_common/core/process_limits.h"
 #include "frwk_common/core/process_state.h"
@@ -18,7 +20,6 @@
 #include "frwk_common/modules/module_run_list.h"
 #include "frwk_common/startup/instance_lock.h"
 #include "internal/frwk_log.h"
-#include "internal/frwk_paths.h"
 #include "internal/guarded_folder.h"
 #include "internal/shell.h"
 #include "os_file.h"
@@ -28,14 +29,6 @@
 namespace {
 
 constexpr size_t kHookCommandSize = 256;
-
-/* Modules of which only one process may run. */
-constexpr uint32_t kSingleInstanceFlags = FRWK_FLAG_DAEMON | FRWK_FLAG_MONITORED;
-
-/* Serves messages from its start, but is not monitored; the bit has no keyword. */
-constexpr uint32_t kServesUnwatched = 0x4000;
-
-constexpr uint32_t kServingFlags = kSingleInstanceFlags | kServesUnwatched;
 
 bool is_module(int32_t id) {
     return static_cast<uint32_t>(id) < E_APPS_MODULE_MAX;

@@ -8,9 +8,10 @@
 
 #include <cstdio>
 
+#include "formats/debug_marker.h"
+#include "formats/device_paths.h"
 #include "frwk_utils.h"
 #include "internal/frwk_log.h"
-#include "internal/frwk_paths.h"
 #include "internal/letter_case.h"
 #include "internal/marker_file.h"
 #include "internal/shell.h"
@@ -19,22 +20,10 @@
 
 namespace {
 
-constexpr char kSetting[] = "device_debug_mode";
 constexpr size_t kCommandSize = 128;
 
 /* The first one that exists is run. */
 constexpr const char *kScripts[] = {paths::kDebugScript, paths::kDebugScriptOfImage};
-
-/* A marker file for a permanent debug mode, and the word that selects it. */
-struct Marker {
-    const char *mode;
-    const char *path;
-};
-
-constexpr Marker kMarkers[] = {
-    {"rom", paths::kDebugMarker},
-    {"perm", paths::kDebugMarkerPermanent},
-};
 
 const char *find_script() {
     for (const char *script : kScripts) {
@@ -48,7 +37,7 @@ const char *find_script() {
 /* Returns whether there was one. */
 bool remove_markers() {
     bool removed = false;
-    for (const Marker &marker : kMarkers) {
+    for (const DebugMarker &marker : kDebugMarkers) {
         if (os_file_exist(marker.path) != 0) {
             removed = run_on_path("rm -f", marker.path) || removed;
         }
@@ -58,8 +47,8 @@ bool remove_markers() {
 
 /* Returns whether the mode is one that has a marker. */
 bool create_marker(const char *mode) {
-    for (const Marker &marker : kMarkers) {
-        if (same_ignoring_case(mode, marker.mode)) {
+    for (const DebugMarker &marker : kDebugMarkers) {
+        if (same_ignoring_case(mode, marker.keep)) {
             return make_marker(marker.path);
         }
     }
@@ -71,7 +60,7 @@ bool lasts_until_reboot(const char *mode) {
 }
 
 bool is_marked() {
-    for (const Marker &marker : kMarkers) {
+    for (const DebugMarker &marker : kDebugMarkers) {
         if (os_file_exist(marker.path) != 0) {
             return true;
         }
@@ -94,14 +83,14 @@ int32_t settings::run_debug_script(int32_t start) {
 
 int32_t frwk_debug_mode_init(void) {
     if (is_marked()) {
-        (void)zndb_set(kSetting, "true");
+        (void)zndb_set(kDebugModeKey, "true");
         (void)settings::run_debug_script(1);
     }
     return 1;
 }
 
 int32_t frwk_debug_mode_set(int32_t enable, const char *mode) {
-    if (zndb_set(kSetting, enable != 0 ? "true" : "false") != E_ZNDB_RET_SUCCESS) {
+    if (zndb_set(kDebugModeKey, enable != 0 ? "true" : "false") != E_ZNDB_RET_SUCCESS) {
         FRWK_WARN(__func__, "zndb set debugmode=%d failed!", enable);
         return 0;
     }

@@ -8,10 +8,10 @@
 #include <cstdio>
 #include <iterator>
 
+#include "formats/device_paths.h"
 #include "frwk_common.h"
 #include "frwk_utils.h"
 #include "internal/frwk_log.h"
-#include "internal/frwk_paths.h"
 #include "internal/guarded_file.h"
 #include "internal/guarded_folder.h"
 #include "internal/shell.h"

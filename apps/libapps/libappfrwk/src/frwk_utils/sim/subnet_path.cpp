@@ -4,9 +4,9 @@
 #include <cstdio>
 #include <cstring>
 
+#include "formats/device_paths.h"
 #include "frwk_utils/sim/sim_subnet.h"
 #include "internal/frwk_log.h"
-#include "internal/frwk_paths.h"
 #include "os_file.h"
 
 namespace sim {

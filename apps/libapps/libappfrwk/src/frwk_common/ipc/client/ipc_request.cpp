@@ -10,6 +10,7 @@
 #include <optional>
 #include <utility>
 
+#include "formats/ipc_wire.h"
 #include "frwk_common.h"
 #include "frwk_common/core/process_state.h"
 #include "frwk_common/ipc/client/answer_wait.h"
@@ -17,7 +18,6 @@
 #include "frwk_common/ipc/server/own_messages.h"
 #include "frwk_common/ipc/transport/ipc_connection.h"
 #include "frwk_common/ipc/transport/ipc_trace.h"
-#include "frwk_common/ipc/transport/ipc_wire.h"
 #include "internal/frwk_log.h"
 #include "internal/small_buffer.h"
 #include "os_thread.h"

@@ -3,10 +3,10 @@
  */
 #include <unistd.h>
 
+#include "formats/device_paths.h"
 #include "frwk_common.h"
 #include "frwk_common/core/process_state.h"
 #include "internal/frwk_log.h"
-#include "internal/frwk_paths.h"
 #include "internal/marker_file.h"
 
 namespace {

@@ -5,6 +5,7 @@
 
 #include <cerrno>
 
+#include "formats/device_paths.h"
 #include "frwk_common.h"
 #include "frwk_common/ipc/transport/ipc_connection.h"
 #include "internal/coarse_clock.h"
@@ -42,7 +43,7 @@ bool SpareFd::shed(int listener) {
 }
 
 void SpareFd::open() {
-    fd_.reset(::open("/dev/null", O_RDONLY | O_CLOEXEC));
+    fd_.reset(::open(paths::kNullDevice, O_RDONLY | O_CLOEXEC));
 }
 
 void DropNotice::dropped() {

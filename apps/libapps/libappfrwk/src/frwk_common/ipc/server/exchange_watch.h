@@ -5,9 +5,9 @@
 
 #include <cstdint>
 
+#include "formats/ipc_wire.h"
 #include "frwk_common/ipc/transport/ipc_connection.h"
 #include "frwk_common/ipc/transport/ipc_wait.h"
-#include "frwk_common/ipc/transport/ipc_wire.h"
 #include "internal/coarse_clock.h"
 
 namespace ipc {

@@ -7,10 +7,10 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "formats/ipc_wire.h"
 #include "frwk_common.h"
 #include "frwk_common/core/process_state.h"
 #include "frwk_common/ipc/server/own_messages.h"
-#include "frwk_common/ipc/transport/ipc_wire.h"
 #include "internal/frwk_log.h"
 #include "os_mem.h"
 #include "os_time.h"

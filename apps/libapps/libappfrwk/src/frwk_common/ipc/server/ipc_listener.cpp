@@ -8,10 +8,10 @@
 
 #include <cerrno>
 
+#include "formats/device_paths.h"
 #include "frwk_common.h"
 #include "frwk_common/ipc/transport/ipc_address.h"
 #include "internal/frwk_log.h"
-#include "internal/frwk_paths.h"
 #include "internal/guarded_folder.h"
 #include "internal/planted.h"
 #include "support/unique_fd.h"

@@ -12,6 +12,7 @@
 #include <cstring>
 #include <optional>
 
+#include "formats/ipc_wire.h"
 #include "frwk_common.h"
 #include "frwk_common/core/process_state.h"
 #include "frwk_common/ipc/server/accept_recovery.h"
@@ -21,7 +22,6 @@
 #include "frwk_common/ipc/server/ipc_listener.h"
 #include "frwk_common/ipc/transport/ipc_connection.h"
 #include "frwk_common/ipc/transport/ipc_trace.h"
-#include "frwk_common/ipc/transport/ipc_wire.h"
 #include "internal/frwk_log.h"
 #include "internal/plain_block.h"
 #include "internal/small_buffer.h"

@@ -2,8 +2,8 @@
 
 #include <cstring>
 
+#include "formats/device_paths.h"
 #include "frwk_common.h"
-#include "internal/frwk_paths.h"
 
 namespace {
 

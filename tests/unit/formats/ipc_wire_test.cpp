@@ -2,7 +2,7 @@
  * The layout of the two headers, byte by byte: of a sample of each when this is compiled, for each processor,
  * and of further values when it is run.
  */
-#include "frwk_common/ipc/transport/ipc_wire.h"
+#include "formats/ipc_wire.h"
 
 #include <gtest/gtest.h>
 

@@ -1,11 +1,38 @@
-#include "logtool/log_line.h"
+#include "support/log_line.h"
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 namespace {
 
+/* A line under construction; what comes from outside stands in quotation marks. */
+struct Written {
+    std::string text;
+
+    void add(const char *part) { text += part; }
+    void add_escaped(const char *part) { text += std::string("'") + part + "'"; }
+    void add_number(long number) { text += std::to_string(number); }
+};
+
+std::tm fifth_of_november() {
+    std::tm time = {};
+    time.tm_year = 126;
+    time.tm_mon = 10;
+    time.tm_mday = 5;
+    time.tm_hour = 7;
+    time.tm_min = 2;
+    time.tm_sec = 9;
+    return time;
+}
+
+std::string without_marks(std::string text) {
+    text.erase(std::remove(text.begin(), text.end(), '\''), text.end());
+    return text;
+}
+
 /* "TIME|MODULE|PROCESS|LEVEL|TEXT" */
-std::string shown(const LogLine &line) {
+std::string shown(const LogRecord &line) {
     return line.time + "|" + line.module + "|" + line.process + "|" + level_name(line.level) + "|" +
            line.text;
 }
@@ -14,10 +41,37 @@ std::string parsed(const std::string &text) {
     return shown(parse_log_line(text));
 }
 
-std::string from_journal(const std::string &text) {
-    std::string cursor = "before";
-    const std::string line = shown(parse_journal_line(text, &cursor));
-    return line + "|" + cursor;
+TEST(LogLine, OfTheDebugChannelBeginsWithTimeLevelAndModule) {
+    Written line;
+    add_debug_head(line, fifth_of_november(), 23, 4, "wlan");
+    EXPECT_EQ("2026-11-05 07:02:09.023 warning 'wlan' ", line.text);
+    Written other;
+    add_debug_head(other, fifth_of_november(), 999, 12, "wlan");
+    EXPECT_EQ("2026-11-05 07:02:09.999 other 'wlan' ", other.text);
+}
+
+TEST(LogLine, OfTheSystemLogBeginsWithPriorityTimeModuleAndProcess) {
+    Written line;
+    add_system_head(line, 188, fifth_of_november(), "wlan", 17);
+    EXPECT_EQ("<188>Nov  5 07:02:09 'wlan'[17]: ", line.text);
+}
+
+TEST(LogLine, SaysWhereItWasWritten) {
+    Written body;
+    add_log_body(body, "a.cpp", "f", 12, "text");
+    EXPECT_EQ("'a.cpp' 'f':12 'text'", body.text);
+}
+
+TEST(LogLine, IsReadAsItWasWritten) {
+    Written debug;
+    add_debug_head(debug, fifth_of_november(), 23, 8, "wlan");
+    add_log_body(debug, "a.cpp", "f", 1, "text");
+    EXPECT_EQ("2026-11-05 07:02:09.023|wlan||verbose|a.cpp f:1 text", parsed(without_marks(debug.text)));
+
+    Written system;
+    add_system_head(system, 188, fifth_of_november(), "wlan", 17);
+    add_log_body(system, "a.cpp", "f", 1, "text");
+    EXPECT_EQ("Nov  5 07:02:09|wlan|17|warning|a.cpp f:1 text", parsed(without_marks(system.text)));
 }
 
 TEST(LogLine, TakesLinesOfSyslogApart) {
@@ -70,17 +124,6 @@ TEST(LogLine, WhatIsOfNoKnownFormIsAllText) {
     EXPECT_EQ("||||Nov 21 04:4x:00 a b: c", parsed("Nov 21 04:4x:00 a b: c"));
 }
 
-TEST(LogLine, TakesLinesOfTheJournalApart) {
-    EXPECT_EQ("|wlan|7|error|text|s=1",
-              from_journal(R"({"SYSLOG_IDENTIFIER":"wlan","SYSLOG_PID":"7","PRIORITY":"3","MESSAGE":"text",)"
-                           R"("__CURSOR":"s=1"})"));
-    EXPECT_EQ("|init|1|||before", from_journal(R"({"_COMM":"init","_PID":"1","MESSAGE":null})"));
-    EXPECT_EQ("||||a\033b|before", from_journal(R"({"MESSAGE":[97,27,98]})"));
-    EXPECT_EQ("||||no JSON|before", from_journal("no JSON"));
-    std::string cursor;
-    EXPECT_EQ(15u, parse_journal_line(R"({"__REALTIME_TIMESTAMP":"1795000000000000"})", &cursor).time.size());
-}
-
 TEST(LogLine, KnowsLevelsByNameShortFormAndNumber) {
     EXPECT_EQ(4, level_named("warning"));
     EXPECT_EQ(4, level_named("WARN"));
@@ -88,8 +131,10 @@ TEST(LogLine, KnowsLevelsByNameShortFormAndNumber) {
     EXPECT_EQ(8, level_named("verbose"));
     EXPECT_EQ(kNoLevel, level_named("9"));
     EXPECT_EQ(kNoLevel, level_named(""));
-    EXPECT_EQ("", level_name(kNoLevel));
-    EXPECT_EQ("", level_name(9));
+    EXPECT_STREQ("", level_name(kNoLevel));
+    EXPECT_STREQ("", level_name(9));
+    EXPECT_STREQ("other", level_name(9, "other"));
+    EXPECT_STREQ("emergency", level_name(0, "other"));
     EXPECT_EQ(9u, level_names().size());
 }
 

@@ -5,13 +5,15 @@
  *   M-key         delete     M perm
  *   F!            clear      F factory overlay
  *
- * Pure text; knows nothing of files.
+ * Pure text; knows nothing of files. docs/zndb.md describes the journal.
  */
 #pragma once
 
 #include <cstddef>
 #include <string>
 #include <string_view>
+
+#include "formats/entry_line.h"
 
 /* The stores that can be changed. */
 enum class StoreId {
@@ -35,6 +37,9 @@ struct JournalRecord {
     std::string_view key;   /* empty for kClear */
     std::string_view value; /* kSet only */
 };
+
+/* The longest line, its end not included. */
+inline constexpr size_t kRecordLineMax = 2 + kEntryLineMax;
 
 /* Returns the record's line, its LF included. The texts must be such as a line can hold. */
 std::string format_record(const JournalRecord &record);

@@ -1,11 +1,4 @@
-#include "journal_record.h"
-
-#include "entry_line.h"
-#include "support/line_reader.h"
-#include "zndb.h"
-
-/* Two letters, a key, '=' and a value. */
-static_assert(kLineMax >= 2 + ZNDB_KEY_LEN - 1 + 1 + ZNDB_VALUE_LEN - 1);
+#include "formats/journal_record.h"
 
 namespace {
 
@@ -38,12 +31,12 @@ std::string format_record(const JournalRecord &record) {
     std::string line;
     line += kStoreLetters[static_cast<size_t>(record.store)];
     line += kChangeSigns[static_cast<size_t>(record.change)];
-    line += record.key;
     if (record.change == JournalRecord::Change::kSet) {
-        line += '=';
-        line += record.value;
+        append_entry(line, {record.key, record.value});
+    } else {
+        line += record.key;
+        line += '\n';
     }
-    line += '\n';
     return line;
 }
 

@@ -1,4 +1,4 @@
-#include "entry_line.h"
+#include "formats/entry_line.h"
 
 #include <gtest/gtest.h>
 
@@ -71,6 +71,43 @@ TEST(EntryLine, TakesAnEmptyValue) {
     Entry entry;
     EXPECT_EQ(nullptr, parse_entry("k=", entry));
     EXPECT_EQ("", entry.value);
+}
+
+TEST(EntryLine, ACommentSaysNothing) {
+    EXPECT_EQ("", entry_text("# k=v"));
+    EXPECT_EQ("", entry_text("#"));
+    EXPECT_EQ("", entry_text(""));
+    EXPECT_EQ(" #k=v", entry_text(" #k=v"));
+}
+
+TEST(EntryLine, OneCrAtTheEndDoesNotCount) {
+    EXPECT_EQ("k=v", entry_text("k=v\r"));
+    EXPECT_EQ("k=v\r", entry_text("k=v\r\r"));
+    EXPECT_EQ("k=\rv", entry_text("k=\rv"));
+    EXPECT_EQ("", entry_text("\r"));
+}
+
+TEST(EntryLine, SplitsWhatNoLineCanHold) {
+    Entry entry = {"old", "value"};
+    EXPECT_TRUE(split_entry(" =\r", entry));
+    EXPECT_EQ(" ", entry.key);
+    EXPECT_EQ("\r", entry.value);
+    EXPECT_FALSE(split_entry("k", entry));
+    EXPECT_EQ(" ", entry.key);
+}
+
+TEST(EntryLine, TheLineIsKeyEqualsSignValueAndLf) {
+    std::string text = "a=1\n";
+    append_entry(text, {"key", "b=c "});
+    append_entry(text, {"empty", ""});
+    EXPECT_EQ("a=1\nkey=b=c \nempty=\n", text);
+}
+
+TEST(EntryLine, TheLongestLineIsOfTheLongestKeyAndValue) {
+    const std::string line = std::string(31, 'k') + "=" + std::string(1023, 'v');
+    Entry entry;
+    EXPECT_EQ(nullptr, parse_entry(line, entry));
+    EXPECT_EQ(line.size(), kEntryLineMax);
 }
 
 TEST(EntryLine, LeavesTheEntryAloneOnFailure) {

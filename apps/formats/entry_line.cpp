@@ -1,11 +1,13 @@
-#include "entry_line.h"
-
-#include "zndb.h"
+#include "formats/entry_line.h"
 
 namespace {
 
 /* What ends a line, or a text. */
 constexpr std::string_view kEnds("\r\n\0", 3);
+
+std::string_view without_cr(std::string_view line) {
+    return !line.empty() && line.back() == '\r' ? line.substr(0, line.size() - 1) : line;
+}
 
 }  // namespace
 
@@ -38,13 +40,30 @@ const char *value_problem(std::string_view value) {
     return nullptr;
 }
 
-const char *parse_entry(std::string_view line, Entry &entry) {
-    const size_t split = line.find('=');
+std::string_view entry_text(std::string_view line) {
+    line = without_cr(line);
+    return !line.empty() && line[0] == '#' ? std::string_view() : line;
+}
+
+const char *comment_problem(std::string_view line) {
+    const bool goes_on = without_cr(line).find_first_of(kEnds) != std::string_view::npos;
+    return goes_on ? "the comment holds a CR or NUL" : nullptr;
+}
+
+bool split_entry(std::string_view text, Entry &entry) {
+    const size_t split = text.find('=');
     if (split == std::string_view::npos) {
+        return false;
+    }
+    entry = {text.substr(0, split), text.substr(split + 1)};
+    return true;
+}
+
+const char *parse_entry(std::string_view text, Entry &entry) {
+    Entry parts;
+    if (!split_entry(text, parts)) {
         return "there is no '='";
     }
-
-    const Entry parts = {line.substr(0, split), line.substr(split + 1)};
     if (const char *problem = key_problem(parts.key)) {
         return problem;
     }
@@ -53,4 +72,11 @@ const char *parse_entry(std::string_view line, Entry &entry) {
     }
     entry = parts;
     return nullptr;
+}
+
+void append_entry(std::string &text, const Entry &entry) {
+    text += entry.key;
+    text += '=';
+    text += entry.value;
+    text += '\n';
 }

@@ -1,31 +1,17 @@
-#include "logtool/log_line.h"
+#include "support/log_line.h"
 
 #include <strings.h>
 
 #include <algorithm>
 #include <cctype>
-#include <cstdlib>
 #include <cstring>
-#include <ctime>
 #include <iterator>
 #include <string_view>
-
-#include "output/json_output.h"
 
 namespace {
 
 constexpr size_t kNowhere = std::string_view::npos;
 constexpr int kSeverities = 8;
-constexpr long long kMicrosPerSecond = 1000000;
-
-struct LevelName {
-    const char *name;
-    const char *shorter;
-};
-
-constexpr LevelName kLevels[] = {{"emergency", "emerg"}, {"alert", "alert"},  {"critical", "crit"},
-                                 {"error", "err"},       {"warning", "warn"}, {"notice", "notice"},
-                                 {"info", "info"},       {"debug", "debug"},  {"verbose", "verbose"}};
 
 /* Forms of a time: a letter, d a digit, D a digit or blank; all else stands for itself. */
 constexpr const char *kTimes[] = {"aaa Dd dd:dd:dd", "dddd-dd-ddTdd:dd:dd", "dddd-dd-dd dd:dd:dd.ddd"};
@@ -78,7 +64,7 @@ class Rest {
 };
 
 /* "<14>" in front, as it travels to the log. */
-void take_priority(Rest &rest, LogLine &line) {
+void take_priority(Rest &rest, LogRecord &line) {
     const size_t end = rest.all().find('>');
     if (rest.all().empty() || rest.all()[0] != '<' || end == kNowhere || end < 2 || end > 4) {
         return;
@@ -91,7 +77,7 @@ void take_priority(Rest &rest, LogLine &line) {
 }
 
 /* A time with a T goes on to the next blank: fractions and the zone. */
-bool take_time(Rest &rest, LogLine &line) {
+bool take_time(Rest &rest, LogRecord &line) {
     for (const char *form : kTimes) {
         if (begins_as(rest.all(), form)) {
             const bool zoned = std::strchr(form, 'T') != nullptr;
@@ -103,7 +89,7 @@ bool take_time(Rest &rest, LogLine &line) {
 }
 
 /* "name:" or "name[17]:". */
-bool take_tag(Rest &rest, LogLine &line) {
+bool take_tag(Rest &rest, LogRecord &line) {
     std::string_view word = rest.word();
     if (word.size() < 2 || word.back() != ':') {
         return false;
@@ -119,7 +105,7 @@ bool take_tag(Rest &rest, LogLine &line) {
 }
 
 /* "local7.warn" */
-bool take_facility(Rest &rest, LogLine &line) {
+bool take_facility(Rest &rest, LogRecord &line) {
     const std::string word(rest.word());
     const size_t dot = word.find('.');
     const int level = dot != std::string::npos ? level_named(word.substr(dot + 1)) : kNoLevel;
@@ -132,7 +118,7 @@ bool take_facility(Rest &rest, LogLine &line) {
 }
 
 /* Of the debug channel: "warning wlan file function:line text". */
-bool take_debug_head(Rest &rest, LogLine &line) {
+bool take_debug_head(Rest &rest, LogRecord &line) {
     const std::string word(rest.word());
     const int level = level_named(word);
     if (level == kNoLevel || is_digit(word[0])) {
@@ -145,7 +131,7 @@ bool take_debug_head(Rest &rest, LogLine &line) {
 }
 
 /* Behind the time there may be the host, then perhaps the level, then who says it. */
-void take_syslog_head(Rest &rest, LogLine &line) {
+void take_syslog_head(Rest &rest, LogRecord &line) {
     if (take_facility(rest, line) || take_tag(rest, line)) {
         (void)(line.module.empty() && take_tag(rest, line));
         return;
@@ -158,49 +144,10 @@ void take_syslog_head(Rest &rest, LogLine &line) {
     }
 }
 
-// ---- the journal ----
-
-std::string member_text(const Json &object, const char *name) {
-    json_object *member = nullptr;
-    const bool found = json_object_object_get_ex(object.get(), name, &member) != 0;
-    return found && json_object_is_type(member, json_type_string) != 0 ? json_object_get_string(member) : "";
-}
-
-/* A message with control characters is an array of its bytes. */
-std::string message_of(const Json &object) {
-    json_object *member = nullptr;
-    if (json_object_object_get_ex(object.get(), "MESSAGE", &member) == 0 ||
-        json_object_is_type(member, json_type_array) == 0) {
-        return member_text(object, "MESSAGE");
-    }
-    std::string text;
-    for (size_t i = 0; i < json_object_array_length(member); ++i) {
-        text += static_cast<char>(json_object_get_int(json_object_array_get_idx(member, i)));
-    }
-    return text;
-}
-
-std::string time_text(const std::string &microseconds) {
-    if (microseconds.empty()) {
-        return "";
-    }
-    const auto seconds =
-        static_cast<std::time_t>(std::strtoll(microseconds.c_str(), nullptr, 10) / kMicrosPerSecond);
-    std::tm parts = {};
-    char text[32] = "";
-    (void)::localtime_r(&seconds, &parts); /* fails for years that no 64 bits of microseconds reach */
-    (void)std::strftime(text, sizeof(text), "%b %e %T", &parts);
-    return text;
-}
-
-std::string first_of(const std::string &one, const std::string &other) {
-    return one.empty() ? other : one;
-}
-
 }  // namespace
 
-LogLine parse_log_line(const std::string &text) {
-    LogLine line;
+LogRecord parse_log_line(const std::string &text) {
+    LogRecord line;
     Rest rest(text);
     take_priority(rest, line);
     const bool timed = take_time(rest, line);
@@ -211,38 +158,18 @@ LogLine parse_log_line(const std::string &text) {
     return line;
 }
 
-LogLine parse_journal_line(const std::string &text, std::string *cursor) {
-    LogLine line;
-    const Json object = json_parsed(text);
-    if (json_object_is_type(object.get(), json_type_object) == 0) {
-        line.text = text;
-        return line;
-    }
-    line.time = time_text(member_text(object, "__REALTIME_TIMESTAMP"));
-    line.module = first_of(member_text(object, "SYSLOG_IDENTIFIER"), member_text(object, "_COMM"));
-    line.process = first_of(member_text(object, "SYSLOG_PID"), member_text(object, "_PID"));
-    line.level = level_named(member_text(object, "PRIORITY"));
-    line.text = message_of(object);
-    *cursor = first_of(member_text(object, "__CURSOR"), *cursor);
-    return line;
-}
-
-std::string level_name(int level) {
-    return level >= 0 && level < static_cast<int>(std::size(kLevels)) ? kLevels[level].name : "";
-}
-
 std::vector<std::string> level_names() {
     std::vector<std::string> names;
-    for (const LevelName &level : kLevels) {
+    for (const LogLevel &level : kLogLevels) {
         names.emplace_back(level.name);
     }
     return names;
 }
 
 int level_named(const std::string &word) {
-    for (size_t i = 0; i < std::size(kLevels); ++i) {
-        const bool named = ::strcasecmp(word.c_str(), kLevels[i].name) == 0 ||
-                           ::strcasecmp(word.c_str(), kLevels[i].shorter) == 0;
+    for (size_t i = 0; i < std::size(kLogLevels); ++i) {
+        const bool named = ::strcasecmp(word.c_str(), kLogLevels[i].name) == 0 ||
+                           ::strcasecmp(word.c_str(), kLogLevels[i].shorter) == 0;
         if (named || word == std::to_string(i)) {
             return static_cast<int>(i);
         }

@@ -1,4 +1,4 @@
-#include "journal_record.h"
+#include "formats/journal_record.h"
 
 #include <gtest/gtest.h>
 
@@ -40,6 +40,12 @@ TEST(JournalRecord, KnowsTheLengthOfItsLine) {
                                         {StoreId::kPlain, Change::kClear, "", ""}}) {
         EXPECT_EQ(format_record(record).size(), record_size(record)) << format_record(record);
     }
+}
+
+TEST(JournalRecord, TheLongestLineSetsTheLongestValue) {
+    const std::string key(31, 'k');
+    const std::string value(1023, 'v');
+    EXPECT_EQ(kRecordLineMax + 1, format_record({StoreId::kPlain, Change::kSet, key, value}).size());
 }
 
 TEST(JournalRecord, RefusesDamagedLines) {
