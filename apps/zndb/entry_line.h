@@ -1,26 +1,25 @@
 /*
- * One key and its value as a line of text, as the store files and the journal hold it: key=value. Pure
- * text; knows nothing of files.
+ * A key and its value as a line of text, in the format of the store files and the journal: key=value. Pure.
  */
 #pragma once
 
 #include <string_view>
 
-/* A key and its value; the text is someone else's. */
+/* A key and its value; the texts are borrowed. */
 struct Entry {
     std::string_view key;
     std::string_view value;
 };
 
-/* Returns why a line can't hold the key, as a text for people, or null when it can. */
+/* Returns null if a line can contain the key, else the reason as a text for the log. */
 const char *key_problem(std::string_view key);
 
-/* Returns why a line can't hold the value, as a text for people, or null when it can. */
+/* Returns null if a line can contain the value, else the reason as a text for the log. */
 const char *value_problem(std::string_view value);
 
 /*
- * Splits a line, its end not included, at its first '='.
+ * Splits a line, without its line end, at its first '='.
  * entry: receives the parts, which point into line; unchanged on failure.
- * Returns null, or what is wrong with the line.
+ * Returns null, or the reason why the line is malformed.
  */
 const char *parse_entry(std::string_view line, Entry &entry);

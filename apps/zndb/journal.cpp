@@ -15,7 +15,7 @@
 
 namespace {
 
-/* Returns null, or why the line is skipped. */
+/* Returns null, or the reason why the line is skipped. */
 const char *take_line(const Line &line, JournalContent &content) {
     if (!line.fits) {
         return "it is too long";
@@ -103,7 +103,7 @@ int Journal::append(const JournalRecord &record) {
         error = file_io::write_all(fd_.get(), line.data(), line.size()) ? 0 : errno;
     }
     if (error != 0) {
-        (void)cut_torn_line(); /* or before the next record */
+        (void)cut_torn_line(); /* retried before the next record */
         return report("can't write", error);
     }
 
@@ -138,7 +138,7 @@ void Journal::postpone() {
 }
 
 int Journal::rewrite(const Source &source, uint64_t size) {
-    /* Emptying needs no room, and room may be what is short. */
+    /* A full disk still allows emptying the file in place. */
     const int error = size == 0 ? empty() : replace(source);
     postpone();
     return error == 0 ? 0 : report("can't rewrite", error);

@@ -1,6 +1,6 @@
 /*
- * A new content for a file that is the old one or the new one at every moment, never half: a temporary
- * file beside it takes its place when it is complete. One thread at a time.
+ * Atomic replacement of a file: a temporary file in the same folder is renamed to it when it is complete. One
+ * thread at a time.
  */
 #pragma once
 
@@ -11,48 +11,48 @@
 #include "file_steps.h"
 
 /*
- * Removes what a writer that was killed left beside a file. Only while nobody writes one.
+ * Removes the temporary file that a killed writer left. Only while nobody writes one.
  *
- * Returns whether there was something.
+ * Returns whether there was one.
  */
 bool remove_leftover(const std::string &path);
 
 class ReplacementFile {
   public:
-    /* What the new content has to outlive once it is in place. */
+    /* What the new content must survive. */
     enum class Outlives {
         kCrash,
         kPowerCut
     };
 
-    /* Opens the temporary file, readable by nobody else, and makes missing folders. */
+    /* Creates the temporary file, readable for its owner only, and missing folders. */
     explicit ReplacementFile(const std::string &path);
     ReplacementFile(const ReplacementFile &) = delete;
     ReplacementFile &operator=(const ReplacementFile &) = delete;
-    /* Removes the temporary file unless it was put in place. */
+    /* Removes the temporary file unless it has replaced the file. */
     ~ReplacementFile();
 
     /*
-     * Whether it could take the file's place, as far as is known before. Returns 0 or an errno value: that of
-     * the first failure so far, or EISDIR where the file is a folder.
+     * Checks in advance whether the file can be replaced. Returns 0 or an errno value: that of the first
+     * failure so far, or EISDIR if the file is a folder.
      */
     int obstacle() const;
 
-    /* Adds to the content. A failure is kept for put_in_place. */
+    /* Appends to the content. put_in_place reports a failure. */
     void add(std::string_view text);
 
     /*
-     * Puts the new content in the file's place. Returns 0, or the errno value of the first failure; then
+     * Replaces the file by the new content. Returns 0, or the errno value of the first failure; then
      * the file has its old content, unless only its folder could not be synced.
      */
     int put_in_place(Outlives outlives);
 
-    /* Whether the file is the new one. */
+    /* Whether the file was replaced. */
     bool in_place() const { return in_place_; }
 
     uint64_t size() const { return size_; }
 
-    /* Hands over the descriptor, open for reading and appending. */
+    /* Returns the descriptor, open for reading and appending, and its ownership. */
     UniqueFd take() { return std::move(fd_); }
 
   private:

@@ -24,7 +24,7 @@ bool means_nothing(std::string_view text) {
 
 constexpr char kStoreIsFull[] = "the store is full";
 
-/* Takes one line into the store. Returns null, or why it can't be taken. */
+/* Adds one line to the store. Returns null, or the reason why it is skipped. */
 const char *load_line(const Line &line, Store &store) {
     const std::string_view text = without_cr(line.text);
     if (means_nothing(text)) {
@@ -57,7 +57,7 @@ LoadedFile load_lines(int fd, const std::string &path, Store &store) {
     }
     skipped.report_rest();
 
-    // A file that holds more than the store must not be replaced by what the store holds.
+    // A file that contains more than the store must not be replaced.
     return {overflowed ? EOVERFLOW : reader.error(), skipped.any()};
 }
 
@@ -70,7 +70,7 @@ void add_lines(const Store &store, ReplacementFile &file) {
     }
 }
 
-/* Has the new file take the old one's place; the old one keeps the name kept, if any. */
+/* Replaces the file. kept: receives the name of the damaged copy, if one is kept. */
 int replace(const std::string &path, ReplacementFile &file, const SaveOptions &options, std::string &kept) {
     int error = options.keep_old ? keep_damaged(path, kept) : 0;
     if (error == 0) {
@@ -82,7 +82,7 @@ int replace(const std::string &path, ReplacementFile &file, const SaveOptions &o
     return error;
 }
 
-/* What was kept of a file that was not replaced after all is that file itself. */
+/* Removes the damaged copy again if the file was not replaced; otherwise logs it. */
 void settle_damaged(const std::string &path, const std::string &kept, bool in_place) {
     if (kept.empty()) {
         return;
@@ -91,7 +91,7 @@ void settle_damaged(const std::string &path, const std::string &kept, bool in_pl
         (void)::unlink(kept.c_str());
         return;
     }
-    OS_LOG(OS_LOG_WARNING, "%s was damaged; what it was is kept as %s", path.c_str(), kept.c_str());
+    OS_LOG(OS_LOG_WARNING, "%s was damaged: the old file is kept as %s", path.c_str(), kept.c_str());
     forget_old_damaged(path, kept);
 }
 

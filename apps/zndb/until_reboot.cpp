@@ -11,7 +11,7 @@ struct Setting {
 };
 
 constexpr Setting kSettings[] = {
-    /* A device that keeps its debug mode has a marker file, by which the next start sets the key again. */
+    /* For a permanent debug mode a marker file makes the next start set the key again. */
     {"device_debug_mode", "true"},
 };
 
@@ -46,7 +46,7 @@ void UntilReboot::put_back(Store &plain) {
         State &state = states_[i];
         if (state.taken_out) {
             plain.set(kSettings[i].key, kSettings[i].value);
-            plain.suspect(kSettings[i].key); /* no record of the journal is forgotten for it */
+            plain.suspect(kSettings[i].key); /* keeps the key's records in the journal */
             state.taken_out = false;
         }
     }

@@ -10,7 +10,7 @@ namespace {
 
 using Answer = apps_err_e_type (*)(Database &database, StoreId id, const ZndbMessage &message);
 
-/* A message that the database answers; id counts only where the message is about one store. */
+/* A message that the database answers. id: the store, for messages about one store. */
 struct Row {
     apps_message_id_e_type msgid;
     StoreId id;
@@ -18,12 +18,12 @@ struct Row {
 };
 
 apps_err_e_type refuse_body(const ZndbMessage &message) {
-    OS_LOG(OS_LOG_WARNING, "message %d of module %u refused: its body of %d bytes has the wrong form",
+    OS_LOG(OS_LOG_WARNING, "message %d of module %u refused: its body of %d bytes is malformed",
            message.msgid, message.src, message.data_len);
     return E_APPS_ERR_ZNDB_ARG;
 }
 
-/* The text of a field that must hold a NUL. Returns false when it doesn't. */
+/* The text of a field, which must contain a NUL. Returns false if it doesn't. */
 bool field_text(const char *field, size_t size, std::string_view &text) {
     const void *end = std::memchr(field, '\0', size);
     if (end == nullptr) {
@@ -33,7 +33,7 @@ bool field_text(const char *field, size_t size, std::string_view &text) {
     return true;
 }
 
-/* The body of a get or delete: a key that is not empty, with its NUL, and nothing behind it. */
+/* The body of a get or delete: a key that is not empty, its NUL, and nothing else. */
 bool key_body(const ZndbMessage &message, std::string_view &key) {
     if (message.data == nullptr || message.data_len < 2 || message.data_len > ZNDB_KEY_LEN) {
         return false;
@@ -70,7 +70,7 @@ apps_err_e_type answer_del(Database &database, StoreId id, const ZndbMessage &me
     return key_body(message, key) ? database.erase(id, key) : refuse_body(message);
 }
 
-/* Whoever has room for it learns what became of each store. */
+/* Returns the result of each store if the answer's buffer has room for both. */
 apps_err_e_type answer_save(Database &database, StoreId, const ZndbMessage &message) {
     if (message.data_len > 0) {
         return refuse_body(message);
@@ -95,7 +95,7 @@ apps_err_e_type answer_reset(Database &database, StoreId, const ZndbMessage &mes
     return message.data_len > 0 ? refuse_body(message) : database.reset();
 }
 
-/* The monitor's notice may carry anything. */
+/* The body of the monitor's notice is ignored. */
 apps_err_e_type answer_power_off(Database &database, StoreId, const ZndbMessage &) {
     return database.save_before_power_off();
 }

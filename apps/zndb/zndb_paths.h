@@ -10,14 +10,14 @@ inline constexpr char kPermFile[] = "/m_data/usr_permanent/db/perm_data.txt";
 inline constexpr char kDefaultsFile[] = "/m_webui/usr/db/default_data.txt";
 inline constexpr char kFactoryFile[] = "/m_data/factor/factor_data.txt";
 
-/* On tmpfs: outlives the service, not the power. */
+/* On tmpfs: survives the service, but not a power cut. */
 inline constexpr char kJournalFile[] = "/tmp/m_tmp/zndb/journal";
 
-/* What the framework makes for the module, and by what others find it. */
+/* The lock and the socket, which the framework creates for the module. */
 inline constexpr char kLockFile[] = "/tmp/m_tmp/lock/zndb";
 inline constexpr char kSocketFile[] = "/tmp/m_tmp/ipc/zndb";
 
-/* Added to a file's path while its successor is being written. */
+/* Suffix of a temporary file. */
 inline constexpr char kTemporarySuffix[] = ".tmp";
 
 }  // namespace zndb_paths

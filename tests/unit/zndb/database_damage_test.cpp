@@ -40,7 +40,7 @@ class DatabaseDamage : public DatabaseFixture {
         ASSERT_EQ(1u, kept_of(path).size());
         EXPECT_EQ(kDamaged, content_of(kept_of(path)[0]));
         EXPECT_EQ(
-            (std::vector<std::string>{path + " was damaged; what it was is kept as " + kept_of(path)[0]}),
+            (std::vector<std::string>{path + " was damaged: the old file is kept as " + kept_of(path)[0]}),
             warnings(log_));
     }
 };
