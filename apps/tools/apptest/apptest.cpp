@@ -1,5 +1,5 @@
 /*
- * apptest: sends messages to modules, receives them, plays a module, and measures one.
+ * apptest: sends messages to modules, receives messages, plays a module, and measures response times.
  */
 #include "apptest/apptest_load.h"
 #include "apptest/apptest_receive.h"
@@ -28,7 +28,7 @@ CommandLineTool::Run run(Command command) {
     };
 }
 
-/* For commands that take an identity of their own. */
+/* For commands that choose their module identity themselves. */
 CommandLineTool::Run run_as_is(Command command) {
     return [command] { return command(g_options); };
 }

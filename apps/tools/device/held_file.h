@@ -1,6 +1,6 @@
 /*
- * A file by its folder, which is held open, and its name there: whatever becomes of the names on the way, all
- * that is done to the file is done in one folder. A link that another user could have put on the way is not
+ * A file, given by its folder, which is kept open, and its name. So all operations use the same folder, even
+ * if somebody renames or replaces a folder above it. Links that another user could have created are not
  * followed.
  */
 #pragma once
@@ -13,20 +13,20 @@
 
 class HeldFile {
   public:
-    /* path: of a file, or of nothing yet. */
+    /* path: the file, which need not exist. */
     explicit HeldFile(const std::string &path);
 
-    /* Opens it, or the name with a suffix, by openat. A link of that name is not followed. -1 with errno set.
-     */
+    /* Opens the file, or its name with a suffix, with openat. Does not follow a link. Returns -1, with errno
+     * set, on failure. */
     int open(int flags, mode_t mode = 0, const std::string &suffix = "") const;
 
-    /* Gives what has the name with the suffix its own name. False, with errno set, when that fails. */
+    /* Renames the file with the suffix to the name without it. Returns false, with errno set, on failure. */
     bool replace_by(const std::string &suffix) const;
 
-    /* Removes what has the name with the suffix. */
+    /* Removes the file with the suffix. */
     void remove(const std::string &suffix) const;
 
   private:
     Place place_;
-    int error_ = 0; /* why there is no folder */
+    int error_ = 0; /* errno value if the folder can't be opened */
 };

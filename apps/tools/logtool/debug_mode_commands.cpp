@@ -21,14 +21,14 @@ constexpr char kKey[] = "device_debug_mode";
 constexpr std::chrono::seconds kLimit{2};
 
 struct Marker {
-    const char *keep; /* the word for it */
+    const char *keep; /* its word */
     const char *path;
 };
 
 constexpr Marker kMarkers[] = {{"rom", "/m_data/usr/device_debug_mode"},
                                {"perm", "/m_data/usr_permanent/device_debug_mode"}};
 
-/* How it is kept over reboots. */
+/* The markers that keep it across reboots. */
 std::vector<std::string> kept_by() {
     std::vector<std::string> words;
     for (const Marker &marker : kMarkers) {
@@ -39,7 +39,7 @@ std::vector<std::string> kept_by() {
     return words;
 }
 
-/* The calls into the library wait for the database, so it is asked with a limit first. */
+/* The library waits for the database without a limit, so check with a limit first. */
 ExitCode find_database(const std::string &what) {
     return report_outcome(survey_module(E_APPS_MODULE_ZNDB, kLimit).probe, E_APPS_MODULE_ZNDB, what);
 }

@@ -42,7 +42,7 @@ void LogFile::read_rest(const LineTaker &take) {
     }
 }
 
-/* Between two files of one name there may be none. */
+/* During a rotation the file may be missing for a moment. */
 std::string LogFile::read_more(const SignalWatch &watch, const LineTaker &take) {
     (void)watch.wait(-1, kLookMilliseconds);
     const bool another = is_another();
@@ -70,14 +70,14 @@ void LogFile::close() {
     fd_ = -1;
 }
 
-/* Whether the path leads to another file now, or to the same one, emptied. */
+/* Whether the path names another file now, or the file was truncated. */
 bool LogFile::is_another() const {
     struct stat own = {};
     struct stat named = {};
     if (fd_ <= STDERR_FILENO) {
         return false;
     }
-    (void)::fstat(fd_, &own); /* one that can't be asked any more stays all zeros, and so is another */
+    (void)::fstat(fd_, &own); /* after a failure it stays zero, and differs from any file */
     const bool moved =
         ::stat(path_.c_str(), &named) != 0 || own.st_dev != named.st_dev || own.st_ino != named.st_ino;
     return moved || own.st_size < at_;

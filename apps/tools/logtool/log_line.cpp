@@ -27,7 +27,7 @@ constexpr LevelName kLevels[] = {{"emergency", "emerg"}, {"alert", "alert"},  {"
                                  {"error", "err"},       {"warning", "warn"}, {"notice", "notice"},
                                  {"info", "info"},       {"debug", "debug"},  {"verbose", "verbose"}};
 
-/* Forms of a time: a letter, d a digit, D a digit or blank; all else stands for itself. */
+/* Time stamp formats: a is a letter, d a digit, D a digit or blank; other characters match themselves. */
 constexpr const char *kTimes[] = {"aaa Dd dd:dd:dd", "dddd-dd-ddTdd:dd:dd", "dddd-dd-dd dd:dd:dd.ddd"};
 
 bool is_digit(char character) {
@@ -56,7 +56,7 @@ bool begins_as(std::string_view text, std::string_view form) {
     return true;
 }
 
-/* What is left of a line while it is taken apart. */
+/* The rest of a line while it is parsed. */
 class Rest {
   public:
     explicit Rest(std::string_view text) : text_(text) {}
@@ -64,7 +64,7 @@ class Rest {
     std::string_view all() const { return text_; }
     std::string_view word() const { return text_.substr(0, text_.find(' ')); }
 
-    /* Takes so many characters, and the blanks behind them. */
+    /* Takes length characters, and skips the blanks after them. */
     std::string take(size_t length) {
         std::string taken(text_.substr(0, length));
         text_.remove_prefix(taken.size());
@@ -77,7 +77,7 @@ class Rest {
     std::string_view text_;
 };
 
-/* "<14>" in front, as it travels to the log. */
+/* "<14>" at the beginning, as sent to the log daemon. */
 void take_priority(Rest &rest, LogLine &line) {
     const size_t end = rest.all().find('>');
     if (rest.all().empty() || rest.all()[0] != '<' || end == kNowhere || end < 2 || end > 4) {
@@ -90,7 +90,7 @@ void take_priority(Rest &rest, LogLine &line) {
     }
 }
 
-/* A time with a T goes on to the next blank: fractions and the zone. */
+/* A time stamp with a T extends to the next blank: fraction and time zone. */
 bool take_time(Rest &rest, LogLine &line) {
     for (const char *form : kTimes) {
         if (begins_as(rest.all(), form)) {
@@ -131,7 +131,7 @@ bool take_facility(Rest &rest, LogLine &line) {
     return true;
 }
 
-/* Of the debug channel: "warning wlan file function:line text". */
+/* The debug channel's format: "warning wlan file function:line text". */
 bool take_debug_head(Rest &rest, LogLine &line) {
     const std::string word(rest.word());
     const int level = level_named(word);
@@ -144,7 +144,7 @@ bool take_debug_head(Rest &rest, LogLine &line) {
     return true;
 }
 
-/* Behind the time there may be the host, then perhaps the level, then who says it. */
+/* After the time stamp: an optional host, an optional level, the program. */
 void take_syslog_head(Rest &rest, LogLine &line) {
     if (take_facility(rest, line) || take_tag(rest, line)) {
         (void)(line.module.empty() && take_tag(rest, line));
@@ -188,7 +188,8 @@ std::string time_text(const std::string &microseconds) {
         static_cast<std::time_t>(std::strtoll(microseconds.c_str(), nullptr, 10) / kMicrosPerSecond);
     std::tm parts = {};
     char text[32] = "";
-    (void)::localtime_r(&seconds, &parts); /* fails for years that no 64 bits of microseconds reach */
+    (void)::localtime_r(
+        &seconds, &parts); /* can't fail: 64 bits of microseconds don't reach years that it can't represent */
     (void)std::strftime(text, sizeof(text), "%b %e %T", &parts);
     return text;
 }

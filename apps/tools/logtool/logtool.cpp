@@ -1,5 +1,5 @@
 /*
- * logtool: shows the device's log, and switches what can be switched of it from outside a module.
+ * logtool: shows the device's log, and switches debug mode and traces.
  */
 #include "cli/command_line_tool.h"
 #include "cli/near_name.h"

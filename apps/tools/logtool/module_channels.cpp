@@ -21,20 +21,20 @@ constexpr char kDebugVariable[] = "QUOR_DEBUG=";
 constexpr char kLevelVariable[] = "QUOR_SYSLOG_LEVEL=";
 constexpr int kDefaultLevel = 4;
 
-/* A module's process, as it was started. */
+/* The log settings that a module's process was started with. */
 struct Channels {
     ModuleFacts facts;
     bool known; /* its environment can be read */
     bool debug;
     int level;
-    std::string output; /* where its debug channel leads */
+    std::string output; /* target of the debug channel */
 };
 
 std::string folder_of(pid_t process) {
     return "/proc/" + std::to_string(process);
 }
 
-/* A variable of an environment, whose entries end in NULs; "" when it isn't there. */
+/* A variable of an environment with NUL-terminated entries; "" if it is missing. */
 std::string variable(const std::string &environment, const std::string &name) {
     const std::string all = '\0' + environment;
     const size_t found = all.find('\0' + name);
@@ -45,7 +45,7 @@ std::string variable(const std::string &environment, const std::string &name) {
     return all.substr(begin, all.find('\0', begin) - begin);
 }
 
-/* As the base library reads it: one digit, or else the default. */
+/* Parsed as by the base library: one digit, or else the default. */
 int level_of(const std::string &environment) {
     const std::string value = variable(environment, kLevelVariable);
     const int level = value.size() == 1 ? level_named(value) : kNoLevel;
@@ -129,7 +129,7 @@ ExitCode show_channels(const LogOptions &options) {
     return code;
 }
 
-/* Nobody waits for an answer, so that a module that hangs holds up nobody. */
+/* Doesn't wait for answers, so a module that hangs doesn't delay the command. */
 ExitCode reload_log_settings(const LogOptions &options) {
     std::vector<uint32_t> modules;
     ExitCode code = read_modules(options.modules, &modules);

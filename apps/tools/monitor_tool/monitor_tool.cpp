@@ -1,5 +1,5 @@
 /*
- * monitor_tool: shows the device's modules and how they are, and has the monitor act on them.
+ * monitor_tool: shows the status of the device's modules, and sends requests to the monitor.
  */
 #include "cli/command_line_tool.h"
 #include "cli/table_names.h"

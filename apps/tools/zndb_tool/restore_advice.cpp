@@ -2,7 +2,7 @@
 
 namespace {
 
-/* A word as a shell takes it, whatever it holds. */
+/* Quotes a word for the shell. */
 std::string shell_word(const std::string &text) {
     std::string word = "'";
     for (const char character : text) {

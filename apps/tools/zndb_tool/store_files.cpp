@@ -8,13 +8,13 @@
 
 namespace {
 
-/* The journal changes while it is read only when the database is busy; it settles soon. */
+/* Attempts to read a consistent state, since the database may change the journal meanwhile. */
 constexpr int kAttempts = 20;
 
 struct StoreFiles {
     const char *name;
-    std::vector<std::string> paths; /* a later one has the last word */
-    char letter;                    /* in the journal */
+    std::vector<std::string> paths; /* later files override earlier ones */
+    char letter;                    /* the store's letter in the journal */
 };
 
 const StoreFiles &files_of(Store store) {
@@ -34,7 +34,7 @@ void apply_lines(const std::string &text, Entries &entries) {
     }
 }
 
-/* A line of the journal: the store's letter, a sign and what the sign is about. */
+/* Applies a line of the journal. sign, text: the parts after the store's letter. */
 void apply_change(char sign, const std::string &text, Entries &entries) {
     if (sign == '!') {
         entries.clear();
@@ -45,7 +45,7 @@ void apply_change(char sign, const std::string &text, Entries &entries) {
     }
 }
 
-/* A last line without its end was never answered and doesn't count. */
+/* Ignores a last line without a line end, which was never answered. */
 void apply_journal(const std::string &journal, char letter, Entries &entries) {
     std::istringstream lines(journal.substr(0, journal.rfind('\n') + 1));
     for (std::string line; std::getline(lines, line);) {
@@ -55,7 +55,7 @@ void apply_journal(const std::string &journal, char letter, Entries &entries) {
     }
 }
 
-/* A file that is missing is empty. */
+/* A missing file counts as empty. */
 std::string read_if_there(const std::string &path, std::string *text) {
     text->clear();
     return file_exists(path) ? read_text_file(path, text) : "";

@@ -8,7 +8,7 @@
 
 namespace {
 
-/* The messages of a store; 0 where it has none. */
+/* The messages of a store; 0 for none. */
 struct StoreMessages {
     apps_message_id_e_type set, get, del;
 };
@@ -58,7 +58,7 @@ RequestOutcome delete_from_store(Store store, const std::string &key) {
 }
 
 SaveOutcome save_both_stores() {
-    apps_err_e_type each[] = {E_APPS_ERR_SUCCESS, E_APPS_ERR_SUCCESS}; /* as they travel */
+    apps_err_e_type each[] = {E_APPS_ERR_SUCCESS, E_APPS_ERR_SUCCESS}; /* in wire format */
     std::string answer(sizeof(each), '\0');
     const RequestOutcome outcome = ask(E_APPS_MSG_ZNDB_SAVE, "", &answer);
     std::memcpy(each, answer.data(), sizeof(each));
