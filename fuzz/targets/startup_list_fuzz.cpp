@@ -1,5 +1,5 @@
 /*
- * Whatever stands in the start-up list: exactly the modules that it names are marked.
+ * Fuzzes the start-up list: exactly the modules that it names are marked.
  */
 #include <iterator>
 
