@@ -28,7 +28,7 @@ class AnyDouble {
     AnyDouble(const AnyDouble &) = delete;
     AnyDouble &operator=(const AnyDouble &) = delete;
 
-    /* Takes the stand-in away: calls go to the real function again. */
+    /* Removes the test double: calls go to the real function again. */
     void restore() { current_.store(nullptr, std::memory_order_release); }
 
     /* Calls since the start or the last restore_all, whoever answered them. */
@@ -57,7 +57,7 @@ class AnyDouble {
     AnyDouble *next_ = nullptr;
 };
 
-/* Takes every stand-in of the program away and sets every count to 0. */
+/* Removes every test double of the program and sets every count to 0. */
 void restore_all();
 
 template <typename Signature>
@@ -70,13 +70,13 @@ class Double<Result(Args...)> : public AnyDouble {
 
     constexpr explicit Double(Result (*function)(Args...)) : real_(function) {}
 
-    /* From now on answers calls with function, until restore() or the next stand_in(). */
+    /* Redirects calls to function, until restore() or the next stand_in(). */
     void stand_in(Function function) {
         enrol();
         current_.store(keep(std::move(function)), std::memory_order_release);
     }
 
-    /* The real function, past any stand-in; not counted. */
+    /* The real function, bypassing any test double; not counted. */
     Result real(Args... args) const { return real_(args...); }
 
     Result operator()(Args... args) {

@@ -42,10 +42,10 @@ class FaultyDevice : public testing::Test {
 /* Writes a file and the folders above it. */
 void put_text(const std::string &path, const std::string &text);
 
-/* The bytes under the cipher of a file, by way of a copy; "" when it is none. */
+/* The decrypted bytes of a file, using a copy; "" if it is not encrypted. */
 std::string deciphered(const std::string &path, const std::string &copy);
 
-/* The value of the plain or the perm store; "" when there is none. */
+/* The value of the plain or the perm store; "" if it is missing. */
 std::string stored(const std::string &key);
 std::string stored_perm(const std::string &key);
 

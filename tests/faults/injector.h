@@ -71,7 +71,7 @@ class Unwatched {
 /* Sees each counted call when it was carried out, until null takes its place. fd: of fsync, else -1. */
 void set_observer(void (*observer)(Call call, int fd));
 
-/* For the functions that stand in front of the C library: counts a call and says what becomes of it. */
+/* For the functions that override the C library's: counts a call and returns its outcome. */
 Fault take(Call call);
 
 /* The same where a library is among the callers that can't bear a refusal; what that one asks for is not

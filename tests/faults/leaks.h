@@ -1,5 +1,5 @@
 /*
- * What a call may leave behind: blocks of memory, descriptors and files.
+ * Detects leaks of a call: blocks of memory, descriptors and files.
  */
 #pragma once
 

@@ -15,7 +15,7 @@ enum class Call : uint8_t {
     kNone
 };
 
-/* What becomes of one call. */
+/* The outcome of one call. */
 struct Fault {
     enum class Way : uint8_t {
         kNone,  /* it is carried out */

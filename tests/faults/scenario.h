@@ -13,8 +13,8 @@ namespace faults {
 
 /* What is not asked of a run in which certain calls fail. */
 enum class Waived {
-    kEffect,         /* the good result stands although the effect is not there, or is another */
-    kEffectIfLogged, /* the same, and a line in the log tells */
+    kEffect,         /* success although the effect is missing, or another one */
+    kEffectIfLogged, /* the same, but it is logged */
     kWarning,        /* a failing result comes without a line in the log */
     kFile,           /* a file is left behind */
     kChange          /* what a failed call leaves alone has changed */
@@ -38,7 +38,7 @@ enum class Failing {
     kAllocations
 };
 
-/* What tells that a call failed. */
+/* The indication that a call failed. */
 enum class Reports {
     kResult, /* its result */
     kLog     /* a line in the log: the function has no result that could tell */

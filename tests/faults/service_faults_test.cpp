@@ -20,7 +20,7 @@ using ServiceFaults = FaultyDevice;
 
 constexpr char kSocket[] = "/tmp/m_tmp/ipc/monitor_tool";
 
-/* What became of a row of requests. */
+/* The result of a sequence of requests. */
 enum Outcome : long {
     kAllAnswered = 0,
     kOneLost = 1 /* its connection was closed without an answer */

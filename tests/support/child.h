@@ -1,5 +1,5 @@
 /*
- * Runs a piece of a test in a process of its own: for code that ends the process or changes it for good.
+ * Runs a piece of a test in a separate process: for code that ends the process or changes it for good.
  */
 #pragma once
 

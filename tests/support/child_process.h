@@ -55,7 +55,7 @@ class ChildProcess {
 
     void send_signal(int number);
 
-    /* Stops it, and waits until each of its threads stands still. SIGCONT lets it go on. */
+    /* Stops it, and waits until each of its threads has stopped. SIGCONT continues it. */
     void stop();
 
     /* Ends it with SIGKILL and waits for its end. */

@@ -15,7 +15,7 @@ inline void write_file(const std::string &path, const std::string &content) {
     std::ofstream(path, std::ios::binary | std::ios::trunc) << content;
 }
 
-/* The content of a file; "" when there is none. */
+/* The content of a file; "" if it is missing. */
 inline std::string read_file(const std::string &path) {
     std::ifstream file(path, std::ios::binary);
     return std::string(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());

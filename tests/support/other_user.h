@@ -15,7 +15,7 @@ inline constexpr uid_t kThirdUser = 60002;
 /* Whether a process of the test may become the other user. */
 bool other_user_exists();
 
-/* Runs the body as that user, in a process of its own. Returns what it returned, 0 to 255; -1 when it could
+/* Runs the body as that user, in a separate process. Returns what it returned, 0 to 255; -1 when it could
  * not. */
 int as_other_user(const std::function<int()> &body);
 

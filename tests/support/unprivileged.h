@@ -27,7 +27,7 @@ class ModesHold {
     __user_cap_data_struct before_[2] = {};
 };
 
-/* What stands in front of a shell command for which the modes of files are to hold: a blank at its end. */
+/* The prefix, with a blank at its end, of a shell command that must be subject to file modes. */
 inline std::string modes_hold() {
     return ::geteuid() == 0 ? "setpriv --bounding-set=-dac_override,-dac_read_search -- " : "";
 }

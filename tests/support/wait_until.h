@@ -13,7 +13,7 @@ inline constexpr std::chrono::seconds kPatience{55};
 /* Looks at the condition until it holds. Returns false when the limit passes first. */
 bool wait_until(const std::function<bool()> &condition, std::chrono::milliseconds limit = kPatience);
 
-/* Returns the content of a file; "" when there is none. */
+/* Returns the content of a file; "" if it is missing. */
 std::string file_text(const std::string &path);
 
 /* Writes a whole file. Returns false, with errno set, when that fails. */

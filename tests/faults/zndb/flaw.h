@@ -1,5 +1,5 @@
 /*
- * What must hold in the middle of a run and does not: the run goes on, and the test fails at its end.
+ * Records violations in the middle of a run: the run continues, and the test fails at its end.
  */
 #pragma once
 

@@ -19,10 +19,10 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/* What becomes of a start. */
+/* The result of a start. */
 enum Start : long {
     kWhole = 0,
-    kGivenUp = 1 /* a file was not read, and the log tells */
+    kGivenUp = 1 /* a file was not read, and that was logged */
 };
 
 constexpr int kLockless = EXIT_FAILURE;
@@ -52,7 +52,7 @@ void check_answered(const Answers &expected, const Answers &found) {
     }
 }
 
-/* A store whose file is unreadable accepts changes, but does not overwrite the file. */
+/* A store whose file is unreadable accepts changes, but doesn't overwrite the file. */
 void change_and_save(Database &database, Answers &expected) {
     for (const Written &written : kWritten) {
         note_flaw_unless(send(database, written.set, "next", written.key) == 0, "refuses a set");

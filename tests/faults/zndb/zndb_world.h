@@ -47,7 +47,7 @@ void remove_kept_files();
 long send(Database &database, apps_message_id_e_type msgid, const std::string &key = "",
           const std::string &value = "");
 
-/* What the service answers for every key that these tests use. */
+/* The service's answers for every key of these tests. */
 Answers answers_of(Database &database);
 
 /* The same after a crash of the service, by way of a second one. Half-written files stay as they are. */

@@ -11,7 +11,7 @@ namespace {
 
 using UselessStore = ZndbToolBackup;
 
-/* A restore stops at a line that is none, so such lines must not get into a backup. */
+/* A restore stops at a malformed line, so a backup must not contain such lines. */
 TEST_F(UselessStore, OfASlightlyDamagedStoreNothingIsLost) {
     zndb_.reset();
     const std::string file = "/m_data/usr/db/user_data.txt";

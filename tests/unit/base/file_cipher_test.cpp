@@ -168,7 +168,7 @@ TEST_F(FileCipher, BytesBehindTheEndAreRefused) {
     }
 }
 
-/* The last chunk with bytes behind it looks like a full one. */
+/* The last chunk with bytes after it looks like a full one. */
 TEST_F(FileCipher, AnEndFilledUpToAFullChunkIsRefused) {
     const std::string file = known_file();
     const size_t missing = kBeginningSize + kSealedChunkSize - file.size();

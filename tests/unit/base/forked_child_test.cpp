@@ -37,7 +37,7 @@ bool ignores_interrupt() {
 
 using ForkedChildOfALogger = LogChannelsTest;
 
-/* The thread that writes goes on a while after the fork has begun, which waits for it. */
+/* The writing thread continues for a while after the start of the fork, which waits for it. */
 TEST_F(ForkedChildOfALogger, WritesItsLineThoughAnotherThreadIsWritingOne) {
     std::atomic<bool> writing{false};
     std::atomic<bool> forking{false};

@@ -1,5 +1,5 @@
 /*
- * Doubles of what is asked of files and folders, which only these tests stand in for.
+ * Test doubles for file and folder functions that only these tests replace.
  */
 #pragma once
 

@@ -410,7 +410,7 @@ TEST_F(ModuleConfigTest, ModulesBehindTheSixteenthUnknownOneAreStillRead) {
     EXPECT_EQ(log_.count(too_many()), 292u);
 }
 
-/* ---- Files that are none --------------------------------------------------------------------------- */
+/* ---- Not regular files ----------------------------------------------------------------------------- */
 
 TEST_F(ModuleConfigTest, AMissingFileIsFine) {
     const frwk_module_info before = row(kWlan);

@@ -100,7 +100,7 @@ class IpcRecvTest : public IpcTransportTest {
 
 class IpcSendTest : public IpcTransportTest {
   protected:
-    /* The first bytes as the head, the others behind it. */
+    /* The first bytes as the head, the others after it. */
     int32_t send(const Bytes &bytes, uint32_t head) {
         const auto rest = static_cast<uint32_t>(bytes.size()) - head;
         return frwk_ipc_send(pair_.subject(), bytes.data(), head, bytes.data() + head, rest, wait_);
