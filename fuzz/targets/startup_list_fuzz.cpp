@@ -26,7 +26,7 @@ bool names(std::string_view list, std::string_view name) {
     return false;
 }
 
-/* Row 0 stands for all names that are none. */
+/* An unknown name is looked up as row 0. */
 void check_row(const frwk_module_info &row, std::string_view list) {
     const bool marked = (row.flag & FRWK_FLAG_RUN) != 0;
     if (&row != &g_modules_info[0] && row.name != nullptr) {

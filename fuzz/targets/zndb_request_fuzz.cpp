@@ -160,7 +160,8 @@ Body take_body(const Request &request, FuzzInput *input) {
     return {bytes.begin(), bytes.end()};
 }
 
-/* What a save tells of each of its stores, where there is room: no failure. Leaves the rest of the answer. */
+/* The results of a save for each store, if there is room: success. Leaves the rest of the answer unchanged.
+ */
 void take_results(std::vector<char> *answer) {
     if (answer->size() >= sizeof(SaveResults)) {
         SaveResults each = {-1, -1};

@@ -39,7 +39,7 @@ std::string parse_delay(const std::string &word, uint32_t *delay) {
     char *end = nullptr;
     const unsigned long value = std::strtoul(word.c_str(), &end, 10);
     if (word.empty() || word.find_first_not_of("0123456789") != std::string::npos || value > kLongestDelay) {
-        return "'" + word + "' is no delay in milliseconds, at most an hour";
+        return "'" + word + "' is not a delay in milliseconds of at most an hour";
     }
     *delay = static_cast<uint32_t>(value);
     return "";

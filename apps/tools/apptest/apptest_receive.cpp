@@ -70,7 +70,7 @@ ExitCode start_serving(uint32_t module, frwk_ipc_handler_t handler, frwk_exit_ha
 
 /* The meaning of the two failures, E_APPS_ERR_BUSY and E_APPS_ERR_IO. */
 constexpr char kSubscriptionHint[] =
-    "; the folder of subscriptions or of locks is missing, or the event's name can't be a file's";
+    "; the folder of subscriptions or of locks is missing, or the event's name is not a valid file name";
 
 ExitCode subscribe(const std::string &event) {
     const apps_err_e_type code = frwk_ipc_msg_sub(event.c_str());

@@ -98,7 +98,7 @@ ExitCode Arrivals::verdict() {
     }
     if (taken_ < limits_.count && SignalWatch::caught() == 0) {
         return complain(ExitCode::kRefused, std::to_string(taken_) + " of " + std::to_string(limits_.count) +
-                                                " messages came in time");
+                                                " messages arrived in time");
     }
     return ExitCode::kDone;
 }

@@ -34,8 +34,7 @@ size_t lines_before(const LogOptions &options) {
 
 ExitCode finish(const LogOutput &output, ExitCode code) {
     if (output.without_level() > 0) {
-        (void)complain(
-            code, std::to_string(output.without_level()) + " lines don't say their level and were left out");
+        (void)complain(code, std::to_string(output.without_level()) + " lines without a level were left out");
     }
     return code;
 }

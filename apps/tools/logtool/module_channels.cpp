@@ -68,7 +68,7 @@ bool is_wanted(const std::vector<uint32_t> &modules, const ModuleFacts &facts) {
 }
 
 void print_table(const std::vector<Channels> &all) {
-    TextTable table({"MODULE", "PROCESS", "DEBUG", "SYSTEM LOG", "DEBUG CHANNEL LEADS TO"}, {4, 1});
+    TextTable table({"MODULE", "PROCESS", "DEBUG", "SYSTEM LOG", "DEBUG CHANNEL TARGET"}, {4, 1});
     for (const Channels &channels : all) {
         const std::string debug = channels.debug ? "on" : "off";
         table.add({channels.facts.name, std::to_string(channels.facts.process), channels.known ? debug : "?",

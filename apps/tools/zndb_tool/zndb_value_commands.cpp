@@ -133,7 +133,7 @@ ExitCode words_from_input(const ZndbOptions &options, Words *words) {
 /* Why the database refuses a key or a value. */
 std::string text_hint(apps_err_e_type result) {
     return result == E_APPS_ERR_ZNDB_ARG
-               ? "; a setting is one line, and a key has no '=' nor '#' or blank in front"
+               ? "; a setting must be one line, and a key must not contain '=' or begin with '#' or a blank"
                : "";
 }
 

@@ -110,7 +110,7 @@ TEST_F(AppTestReceive, AMessageThatEndsItLeavesNothingBehindEither) {
 }
 
 TEST_F(AppTestReceive, SaysHowManyCameInTime) {
-    kAppTest.expect_failure(1, "0 of 3 messages came in time",
+    kAppTest.expect_failure(1, "0 of 3 messages arrived in time",
                             {"subscribe", "--count", "3", "--seconds", "0.01", "weather"});
     EXPECT_EQ("", kAppTest.output_of({"subscribe", "--seconds", "0.01", "weather"}));
     EXPECT_TRUE(std::filesystem::is_empty(kEvents));

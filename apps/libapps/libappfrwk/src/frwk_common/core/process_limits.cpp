@@ -38,7 +38,8 @@ void read_process_limits() {
         if (is_limit(text)) {
             *limit.value = static_cast<uint32_t>(decimal_number(text));
         } else {
-            FRWK_WARN("%s is no number of up to 9 digits: %u stays", limit.variable, limit.value->load());
+            FRWK_WARN("%s is not a number of up to 9 digits: the limit stays %u", limit.variable,
+                      limit.value->load());
         }
     }
 }
