@@ -33,7 +33,7 @@ inline void remove_node(const std::string &path) {
     }
 }
 
-/* How many descriptors this process holds, give or take the one that looks. */
+/* The number of open descriptors of this process, including the one used for counting. */
 inline size_t open_descriptors() {
     size_t count = 0;
     DIR *folder = opendir("/proc/self/fd");

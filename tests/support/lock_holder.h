@@ -1,5 +1,5 @@
 /*
- * A lock in the hands of another process.
+ * A lock held by another process.
  */
 #pragma once
 
