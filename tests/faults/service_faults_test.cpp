@@ -1,5 +1,5 @@
 /*
- * The service thread: faults in the calls that it makes for requests which come by way of the module's
+ * The service thread: faults in the calls that it makes for requests from the module's
  * socket.
  */
 #include <sys/socket.h>

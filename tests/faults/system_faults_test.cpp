@@ -1,5 +1,5 @@
 /*
- * What modules ask about the system, values in files and of commands, and what survives a restart.
+ * Queries of the system, values in files and of commands, and the files that survive a restart.
  */
 #include <cstring>
 #include <filesystem>

@@ -1,5 +1,5 @@
 /*
- * Root as anybody else: without the right to pass over the modes of files, which a test's user may have.
+ * Drops root's right to bypass file modes, which a test's user may have.
  */
 #pragma once
 
@@ -9,7 +9,7 @@
 
 #include <string>
 
-/* While it lives, the modes of files hold for this thread. */
+/* While the object exists, file modes apply to this thread. */
 class ModesHold {
   public:
     ModesHold() {

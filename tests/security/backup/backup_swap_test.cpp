@@ -1,6 +1,6 @@
 /*
- * A backup is written to a folder that an attacker may write: nothing of the attacker's is sealed with the
- * device's key, no other file is encrypted, and no unencrypted data can be read.
+ * A backup is written to a folder that an attacker may write to: no data of the attacker is encrypted with
+ * the device's key, no other file is encrypted, and no unencrypted data can be read.
  */
 #include <fcntl.h>
 #include <sys/mman.h>

@@ -1,7 +1,7 @@
 /*
- * A backup is restored from a folder, or from a file, that an attacker may write: whatever is put in its
- * place in between, what was authenticated is what is restored. The attacker has a genuine backup and knows
- * the product's name.
+ * A backup is restored from a folder, or from a file, that an attacker may write to: even if the attacker
+ * replaces it, only authenticated data is restored. The attacker has a genuine backup and knows the product's
+ * name.
  */
 #include <fcntl.h>
 

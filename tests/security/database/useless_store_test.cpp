@@ -1,6 +1,6 @@
 /*
- * A bad day for a backup and its restore: damaged stores, a file of no use, a flash that can't be written. No
- * setting is lost without a word.
+ * Backup and restore with damaged stores, an unusable file, and a read-only flash: no setting is lost without
+ * a warning.
  */
 #include <filesystem>
 #include <string>

@@ -1,6 +1,6 @@
 /*
  * The database is killed again and again while several clients write: no acknowledged change is lost, and no
- * change that was refused is made. The same on file systems that are full most of the time.
+ * refused change is made. The same on file systems that are full most of the time.
  */
 #include <gtest/gtest.h>
 #include <signal.h>

@@ -1,5 +1,5 @@
 /*
- * Diagnostics with the real tools, against a far host at the other end of a cable.
+ * Diagnostics with the real tools, with a second host in another network namespace.
  */
 #include <gtest/gtest.h>
 #include <unistd.h>

@@ -1,5 +1,5 @@
 /*
- * What the probes say against what the kernel's files say.
+ * Compares the probes with the kernel's files.
  */
 #include <unistd.h>
 

@@ -1,5 +1,5 @@
 /*
- * A language that one module changes: the database keeps it, and the modules that subscribed hear of it.
+ * A module changes the language: the database stores it, and the subscribers receive the event.
  */
 #include <gtest/gtest.h>
 

@@ -1,5 +1,5 @@
 /*
- * What start-up makes of the process: its signals, its socket, its log, its start hook.
+ * The process after start-up: its signals, its socket, its log, its start hook.
  */
 #include <dirent.h>
 #include <gtest/gtest.h>

@@ -1,5 +1,5 @@
 /*
- * apptest receives: it subscribes to events and plays modules for real ones.
+ * apptest receives: it subscribes to events, and plays modules for real modules.
  */
 #include <gtest/gtest.h>
 

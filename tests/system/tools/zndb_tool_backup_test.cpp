@@ -1,5 +1,5 @@
 /*
- * zndb_tool carries the user configuration to a file and back.
+ * zndb_tool backs up and restores the user configuration.
  */
 #include <gtest/gtest.h>
 #include <unistd.h>

@@ -1,5 +1,5 @@
 /*
- * What survives when the database is killed, at any moment, and when the power is cut.
+ * The settings after the database is killed at any moment, and after a power cut.
  */
 #include <gtest/gtest.h>
 #include <signal.h>

@@ -1,5 +1,5 @@
 /*
- * Commands whose asker is gone. What has to be killed for it is a child of the test.
+ * Commands whose starting thread has ended. The killed processes are children of the test.
  */
 #include "os/command_guard.h"
 

@@ -1,5 +1,5 @@
 /*
- * Where the device's key comes from, and the keys derived from it.
+ * The sources of the device's key, and the keys derived from it.
  */
 #include "adapt/device_key.h"
 

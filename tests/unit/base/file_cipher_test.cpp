@@ -1,5 +1,5 @@
 /*
- * Files under the device cipher: what comes back, and what is refused.
+ * Files encrypted with the device cipher: round trips, and refused files.
  */
 #include <gtest/gtest.h>
 #include <sys/stat.h>

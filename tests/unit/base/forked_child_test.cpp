@@ -1,5 +1,5 @@
 /*
- * A process forks while another of its threads is in the base library: the child can use it all the same.
+ * A process forks while another thread is in the base library: the child can use the library.
  */
 #include <unistd.h>
 

@@ -1,5 +1,5 @@
 /*
- * Files under a name of their own until they are whole.
+ * Temporary files that replace their target when they are complete.
  */
 #include "unfinished_file.h"
 

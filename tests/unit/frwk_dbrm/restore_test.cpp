@@ -1,5 +1,5 @@
 /*
- * Whole restores: what is asked of the database and when, and what is left when one fails.
+ * Complete restores: the requests to the database and their order, and the state after a failure.
  */
 #include "frwk_dbrm.h"
 #include "unit/frwk_dbrm/dbrm_fixture.h"

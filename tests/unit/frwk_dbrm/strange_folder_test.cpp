@@ -1,6 +1,6 @@
 /*
- * Backups and restores where another user can write: what lies unencrypted lies in a private folder, and
- * what was checked is what is restored.
+ * Backups and restores where another user can write: unencrypted data is in a private folder, and only
+ * checked data is restored.
  */
 #include <fcntl.h>
 #include <sys/stat.h>

@@ -1,5 +1,5 @@
 /*
- * Files with damaged lines: the next save cleans them, and keeps what they were.
+ * Files with malformed lines: the next save cleans them, and keeps the damaged versions.
  */
 #include <gtest/gtest.h>
 

@@ -1,5 +1,5 @@
 /*
- * What a database makes of the files that it finds when it starts.
+ * The start of a database with all kinds of files.
  */
 #include <cstdlib>
 #include <set>

@@ -1,5 +1,5 @@
 /*
- * The module configuration file: every element, every word, unknown modules, and files that are no files.
+ * The module configuration file: every element, every keyword, unknown modules, and nodes that are not files.
  */
 #include "frwk_common/modules/module_config.h"
 

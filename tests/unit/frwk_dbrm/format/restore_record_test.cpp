@@ -1,5 +1,5 @@
 /*
- * Single records brought back, as a restore does it.
+ * Restoring single records.
  */
 #include "frwk_dbrm/format/restore_record.h"
 

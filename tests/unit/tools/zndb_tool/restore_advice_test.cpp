@@ -1,5 +1,5 @@
 /*
- * What is said of a restore that failed.
+ * The advice after a failed restore.
  */
 #include "zndb_tool/restore_advice.h"
 

@@ -1,5 +1,5 @@
 /*
- * How many messages of the module to itself are handled at once.
+ * The number of messages of the module to itself that are handled concurrently.
  */
 #include "frwk_common/ipc/server/own_messages.h"
 
