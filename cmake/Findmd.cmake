@@ -1,5 +1,5 @@
-# libmd, which brings no CMake package of its own: md::md. Its headers have names that other libraries use
-# too, so MD_INCLUDE_DIR is for naming one whole, never for a search path.
+# libmd, which has no CMake package: md::md. Other libraries have headers with the same names, so use MD_INCLUDE_DIR to
+# name a header by its full path, never as a search path.
 
 find_path(MD_INCLUDE_DIR md5.h)
 find_library(MD_LIBRARY md)

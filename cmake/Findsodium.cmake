@@ -1,4 +1,4 @@
-# libsodium, which brings no CMake package of its own: sodium::sodium.
+# libsodium, which has no CMake package: sodium::sodium.
 
 find_path(SODIUM_INCLUDE_DIR sodium.h)
 find_library(SODIUM_LIBRARY sodium)

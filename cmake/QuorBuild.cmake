@@ -1,4 +1,4 @@
-# What every target is compiled and linked with.
+# Compile and link options of every target.
 
 set(CMAKE_CXX_STANDARD 17)
 set(CMAKE_CXX_STANDARD_REQUIRED ON)
@@ -33,14 +33,14 @@ if(QUOR_COVERAGE)
   add_link_options(--coverage)
 endif()
 
-# Makes a library with an undefined symbol fail to link. A sanitizer's own functions are only in the program,
-# so sanitized libraries can't be held to it.
+# Makes a library with an undefined symbol fail to link. Not for sanitized libraries, since the sanitizer's functions
+# are only in the program.
 set(QUOR_NO_UNDEFINED "")
 if(NOT QUOR_SANITIZE)
   set(QUOR_NO_UNDEFINED -Wl,-z,defs)
 endif()
 
-# The libraries of the device do without exceptions and type information.
+# The device's libraries have no exceptions and no type information.
 function(quor_device_code target)
   target_compile_options(${target} PRIVATE $<$<COMPILE_LANGUAGE:CXX>:-fno-exceptions -fno-rtti>)
 endfunction()

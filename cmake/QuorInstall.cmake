@@ -1,6 +1,6 @@
-# What `cmake --install` puts in place: the three libraries with their SONAME links, the public headers (in
-# include/quorapps), and what pkg-config and find_package need to find them. All of it may be moved to
-# another prefix afterwards. The database service installs itself, from apps/zndb.
+# `cmake --install` installs the three libraries with their SONAME links, the public headers (in include/quorapps), and
+# the files for pkg-config and find_package. All of it may be moved to another prefix afterwards. apps/zndb installs the
+# database service.
 
 include(CMakePackageConfigHelpers)
 
@@ -23,7 +23,7 @@ write_basic_package_version_file(${PROJECT_BINARY_DIR}/quorappsConfigVersion.cma
 install(FILES ${PROJECT_BINARY_DIR}/quorappsConfig.cmake ${PROJECT_BINARY_DIR}/quorappsConfigVersion.cmake
   DESTINATION ${quor_package_dir})
 
-# The pkg-config files find their prefix from where they lie themselves.
+# The pkg-config files derive their prefix from their own location.
 file(RELATIVE_PATH quor_prefix_from_pkgconfig /prefix/${quor_pkgconfig_dir} /prefix)
 foreach(name IN ITEMS quorapps quorbase mal)
   configure_file(cmake/${name}.pc.in ${PROJECT_BINARY_DIR}/${name}.pc @ONLY)

@@ -1,10 +1,10 @@
 /*
- * ask: sends one request to a module, or to the database, and prints what comes of it.
+ * ask: sends one request to a module, or to the database, and prints the result.
  *
  *     ask sync MODULE MESSAGE [TEXT]     waits for the result and the answer
  *     ask async MODULE MESSAGE [TEXT]    only delivers the message
  *     ask broadcast MESSAGE [TEXT]       delivers it to every module that is monitored
- *     ask publish EVENT [TEXT]           sends the message of that name to whoever subscribed to it
+ *     ask publish EVENT [TEXT]           sends the message with that name to its subscribers
  *     ask init-events                    ends all subscriptions, as the device does when it starts
  *     ask status MODULE                  the module's status word
  *     ask set KEY VALUE                  the configuration database
@@ -13,7 +13,7 @@
  *     ask get-perm KEY                   its perm store
  *     ask adapt                          adapts the device to its SIM, and prints the adaptation's status
  *
- * The status is 0 when the request was made, whatever its result; 2 for a wrong usage.
+ * The status is 0 if the request was sent, whatever its result; 2 for wrong usage.
  */
 #include <stdio.h>
 #include <string.h>
@@ -120,7 +120,7 @@ static int carry_out(int count, char **words) {
 }
 
 int main(int argc, char **argv) {
-    /* A tool is a module too: it needs an identity to send with, but serves no messages. */
+    /* A tool is a module too: it needs an identity to send messages, but doesn't serve any. */
     frwk_module_init(E_APPS_MODULE_MONITOR_TOOL, NULL);
     return carry_out(argc - 1, argv + 1);
 }

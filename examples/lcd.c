@@ -1,6 +1,6 @@
 /*
- * lcd: a module that only asks. It reads its settings into variables, asks router for a text, shows it and
- * ends.
+ * lcd: a module that only sends requests. It reads its settings into variables, requests a text from router,
+ * prints it and ends.
  */
 #include <stdbool.h>
 #include <stdio.h>
@@ -12,7 +12,7 @@ enum {
     TIME_LIMIT = 3 /* seconds */
 };
 
-/* A setting that is missing, or out of its type's range, leaves the variable as it is. */
+/* A setting that is missing, or out of its type's range, leaves the variable unchanged. */
 static uint32_t brightness(void) {
     uint8_t percent = 80;
     frwk_zndb_get_key_value("lcd_brightness", FRWK_DATA_TYPE_BYTE, &percent, sizeof(percent));

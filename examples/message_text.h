@@ -8,7 +8,7 @@
 #include <stdio.h>
 
 /*
- * Copies a body, which need not end in a NUL and may be missing, and cuts it to the buffer.
+ * Copies a body, which may lack a NUL or be missing, truncated to the buffer.
  *
  * text: receives the NUL-terminated text. size: bytes of text.
  * Returns text.

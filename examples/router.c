@@ -1,5 +1,5 @@
 /*
- * router: the smallest module that is of use. It answers one question, takes two notices, and refuses
+ * router: the smallest useful module. It answers one request, accepts two notifications, and refuses
  * everything else.
  */
 #include <stdio.h>
@@ -7,7 +7,7 @@
 #include "frwk_common.h"
 #include "message_text.h"
 
-/* Called for each message, one at a time. rsp is where the answer goes; a notice has none. */
+/* Called for each message, one at a time. rsp is the buffer for the answer; null for a notification. */
 static apps_err_e_type handle(uint32_t src, apps_message_id_e_type msgid, const void *data, int32_t data_len,
                               void *rsp, uint32_t rsp_size, uint32_t timeout) {
     char text[64];

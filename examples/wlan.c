@@ -1,7 +1,7 @@
 /*
- * wlan: a module that keeps something, a radio channel, checks what it is asked, tells another module what
- * happens, hears of an event that it subscribed to, does what takes long on a thread of its own, says how it
- * is doing with a status word, and takes a signal on its main thread.
+ * wlan: a module that stores a value (a radio channel), checks requests, notifies another module, subscribes
+ * to an event, does long work on a separate thread, reports its state with a status word, and handles a
+ * signal on its main thread.
  */
 #include <signal.h>
 #include <stdatomic.h>
@@ -11,15 +11,15 @@
 #include "frwk_common.h"
 #include "message_text.h"
 
-/* The queue of what takes long. Its thread leaves the service thread free for other messages. */
+/* The queue for long work. Its thread keeps the service thread free for other messages. */
 static const char kRadioQueue[] = "radio";
 
-/* What frwk_get_module_status of other modules shows. 0 and 1 are the framework's own. */
+/* The status words that other modules read with frwk_get_module_status. The framework sets 0 and 1. */
 enum {
     STATUS_RADIO_ON = 2
 };
 
-/* The service thread sets it, since this module sends no messages to itself; the main thread shows it. */
+/* Set by the service thread, since this module sends no messages to itself; printed by the main thread. */
 static atomic_int g_channel = 1;
 
 static apps_err_e_type set_channel(const char *text) {
@@ -39,13 +39,13 @@ static apps_err_e_type get_channel(void *rsp, uint32_t rsp_size) {
     return E_APPS_ERR_SUCCESS;
 }
 
-/* Passes the news on. A notice doesn't wait for the router, so the two can't wait for each other. */
+/* Forwards the message. A notification doesn't wait for the router, so the two modules can't deadlock. */
 static apps_err_e_type clients_changed(const void *data, int32_t data_len) {
     frwk_ipc_msg_notify(E_APPS_MODULE_ROUTER, E_APPS_MSG_ROUTER_WIFI_NUM_CHANGED, data, (uint32_t)data_len);
     return E_APPS_ERR_SUCCESS;
 }
 
-/* Called on the queue's thread, for one scan after the other in the order they were asked for. */
+/* Called on the queue's thread, for one scan at a time, in the order of the requests. */
 static void scan(uint32_t msgid, const void *data, int32_t size) {
     char text[64];
     (void)msgid;
@@ -89,8 +89,8 @@ static apps_err_e_type handle(uint32_t src, apps_message_id_e_type msgid, const 
 }
 
 /*
- * A signal whose handler runs on the service thread would end that thread's wait for a request, and lose the
- * request. So all threads block it, and the main thread takes it when it is ready to.
+ * A signal handler on the service thread would interrupt its wait for a request, and the request would be
+ * lost. So all threads block the signal, and the main thread takes it with sigwait.
  */
 static sigset_t block_own_signals(void) {
     sigset_t own;
@@ -110,10 +110,10 @@ static void show_channel_on_signal(const sigset_t *own) {
 int main(void) {
     setvbuf(stdout, NULL, _IOLBF, 0);
 
-    const sigset_t own = block_own_signals(); /* first of all: every later thread inherits it */
+    const sigset_t own = block_own_signals(); /* must come first: every later thread inherits the mask */
     frwk_module_init(E_APPS_MODULE_WLAN, NULL);
     frwk_itc_create(kRadioQueue, NULL, scan);
-    frwk_ipc_service_ex(handle, 0); /* messages are handled on a thread of the framework's */
+    frwk_ipc_service_ex(handle, 0); /* messages are handled on a thread of the framework */
     frwk_ipc_msg_sub("E_APPS_MSG_ROUTER_ETH_STATE_CHANGED");
     frwk_set_module_status(STATUS_RADIO_ON);
     show_channel_on_signal(&own); /* it never returns */

@@ -13,7 +13,7 @@ namespace {
 constexpr size_t kNowhere = std::string_view::npos;
 constexpr int kSeverities = 8;
 
-/* Forms of a time: a letter, d a digit, D a digit or blank; all else stands for itself. */
+/* Time stamp formats: a is a letter, d a digit, D a digit or blank; other characters match themselves. */
 constexpr const char *kTimes[] = {"aaa Dd dd:dd:dd", "dddd-dd-ddTdd:dd:dd", "dddd-dd-dd dd:dd:dd.ddd"};
 
 bool is_digit(char character) {
@@ -42,7 +42,7 @@ bool begins_as(std::string_view text, std::string_view form) {
     return true;
 }
 
-/* What is left of a line while it is taken apart. */
+/* The rest of a line while it is parsed. */
 class Rest {
   public:
     explicit Rest(std::string_view text) : text_(text) {}
@@ -50,7 +50,7 @@ class Rest {
     std::string_view all() const { return text_; }
     std::string_view word() const { return text_.substr(0, text_.find(' ')); }
 
-    /* Takes so many characters, and the blanks behind them. */
+    /* Takes length characters, and skips the blanks after them. */
     std::string take(size_t length) {
         std::string taken(text_.substr(0, length));
         text_.remove_prefix(taken.size());

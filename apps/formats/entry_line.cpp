@@ -2,7 +2,7 @@
 
 namespace {
 
-/* What ends a line, or a text. */
+/* The characters that end a line or a text. */
 constexpr std::string_view kEnds("\r\n\0", 3);
 
 std::string_view without_cr(std::string_view line) {

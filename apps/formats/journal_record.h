@@ -5,7 +5,7 @@
  *   M-key         delete     M perm
  *   F!            clear      F factory overlay
  *
- * Pure text; knows nothing of files. docs/zndb.md describes the journal.
+ * Pure; does not access files.
  */
 #pragma once
 
@@ -24,7 +24,7 @@ enum class StoreId {
 
 inline constexpr StoreId kStoreIds[] = {StoreId::kPlain, StoreId::kPerm, StoreId::kFactory};
 
-/* A change; the texts are someone else's. */
+/* A change; the texts are borrowed. */
 struct JournalRecord {
     enum class Change {
         kSet,
@@ -48,8 +48,8 @@ std::string format_record(const JournalRecord &record);
 size_t record_size(const JournalRecord &record);
 
 /*
- * Reads a line, its LF not included.
+ * Parses a line, without its LF.
  * record: receives the change, whose texts point into line; unchanged on failure.
- * Returns null, or what is wrong with the line.
+ * Returns null, or the reason why the line is malformed.
  */
 const char *parse_record(std::string_view line, JournalRecord &record);

@@ -20,7 +20,7 @@ namespace {
 constexpr char kMark[] = ".damaged-";
 constexpr size_t kStampLength = 15; /* YYYYMMDD-HHMMSS */
 
-/* So many of one second are kept apart. */
+/* The maximum number of damaged files with the same time stamp. */
 constexpr unsigned kNumbersTried = 100;
 
 /* The local time, as the log's lines have it. */
@@ -63,17 +63,17 @@ int link_or_copy(const std::string &path, const std::string &name) {
     return error == ENOENT || error == EEXIST ? error : copy_file(path, name);
 }
 
-/* Whether a text is what this file puts behind the mark. */
+/* Whether a text is a time stamp with an optional number. */
 bool is_stamp(const std::string &text) {
     return text.size() >= kStampLength && text.find_first_not_of("0123456789-") == std::string::npos;
 }
 
-/* What names are sorted by: when, and then which of that second. */
+/* The sort key of a name: its time, then its number. */
 auto age_of(const std::string &name, size_t stamp) {
     return std::make_tuple(name.substr(stamp, kStampLength), name.size(), name);
 }
 
-/* The damaged ones of a file, the oldest first. */
+/* The damaged copies of a file, oldest first. */
 std::vector<std::string> damaged_ones(const std::string &path) {
     const size_t slash = path.rfind('/') + 1;
     const std::string prefix = path.substr(slash) + kMark;
@@ -112,7 +112,7 @@ void forget_old_damaged(const std::string &path, const std::string &kept) {
     names.erase(std::remove(names.begin(), names.end(), kept), names.end());
     for (size_t i = 0; i + kDamagedFilesKept <= names.size(); ++i) {
         if (::unlink(names[i].c_str()) == 0) {
-            OS_LOG(OS_LOG_NOTICE, "%s is removed, since there are newer ones", names[i].c_str());
+            OS_LOG(OS_LOG_NOTICE, "%s removed, since there are newer ones", names[i].c_str());
         }
     }
 }

@@ -1,22 +1,22 @@
 /*
- * Damaged files that are kept when their successors take their places, for whoever wants to look at them:
- * PATH.damaged-YYYYMMDD-HHMMSS, with -2 and so on behind it when the name is taken. One thread at a time.
+ * Keeps damaged files when they are replaced, for a later inspection: PATH.damaged-YYYYMMDD-HHMMSS, with the
+ * suffix -2 and so on if the name is taken. One thread at a time.
  */
 #pragma once
 
 #include <cstddef>
 #include <string>
 
-/* So many of one file are kept; the oldest go. */
+/* The number of damaged copies of a file; older ones are removed. */
 inline constexpr size_t kDamagedFilesKept = 4;
 
 /*
- * Gives a file a second name, or a copy where the file system has no links. Its own name stays.
+ * Creates a hard link to a file, or a copy if the file system has no hard links.
  *
- * kept: receives the name; unchanged on failure, and when the file is gone.
- * Returns 0 or an errno value; then nothing is left behind.
+ * kept: receives the new name; unchanged on failure, and if the file doesn't exist.
+ * Returns 0, or an errno value, and then leaves no file.
  */
 int keep_damaged(const std::string &path, std::string &kept);
 
-/* Removes the oldest of a file's damaged ones where there are too many, but not this one. */
+/* Removes the oldest damaged copies of a file if there are too many, but never the file "kept". */
 void forget_old_damaged(const std::string &path, const std::string &kept);

@@ -14,7 +14,7 @@ namespace {
 
 using Change = JournalRecord::Change;
 
-/* A journal of which less than this part is outdated is not worth a rewrite. */
+/* The journal is rewritten only if at least one part in this many is outdated. */
 constexpr uint64_t kOutdatedPart = 8;
 
 class Lock {
@@ -48,7 +48,7 @@ apps_err_e_type check_texts(std::string_view key, std::string_view value) {
     return E_APPS_ERR_SUCCESS;
 }
 
-/* A database without its lock would lose data silently; the process is only just starting. */
+/* Ends the process without memory: a database without its lock would lose data silently. */
 os_mutex *make_mutex() {
     os_mutex *mutex = os_mutex_create();
     if (mutex == nullptr) {
@@ -58,7 +58,7 @@ os_mutex *make_mutex() {
     return mutex;
 }
 
-/* Lists what leads from a store's file to its present values. */
+/* Lists the changes between a store's file and its present values. */
 void list_pending_of(StoreId id, const Store &store, const Journal::Replay &add) {
     if (store.basis() == Basis::kNothing) {
         add({id, Change::kClear, {}, {}});
@@ -73,7 +73,7 @@ void list_pending_of(StoreId id, const Store &store, const Journal::Replay &add)
     }
 }
 
-/* Only a store that has all of its file may replace it, and only by one that the next start reads whole. */
+/* Checks that the store has everything of its file, and that the next start can read the new file. */
 apps_err_e_type check_replaceable(const char *path, const Store &store) {
     switch (store.savable()) {
         case Savable::kNotWhole:
@@ -89,19 +89,20 @@ apps_err_e_type check_replaceable(const char *path, const Store &store) {
     return E_APPS_ERR_SUCCESS;
 }
 
-/* Makes the file that a reset and its save will need, and removes it. */
+/* Checks that a save after a reset can create its temporary file: creates it and removes it. */
 apps_err_e_type try_to_replace(const char *path) {
     const int error = SuccessorFile(path).obstacle();
     if (error != 0) {
         errno = error;
-        OS_LOG_ERRNO(("no reset, since it can't be saved: can't replace " + std::string(path)).c_str());
+        OS_LOG_ERRNO(
+            ("reset refused, since it could not be saved: can't replace " + std::string(path)).c_str());
     }
     return result_of_errno(error);
 }
 
 void drop_leftover(const char *path) {
     if (remove_leftover(path)) {
-        OS_LOG(OS_LOG_NOTICE, "a half-written successor of %s is removed", path);
+        OS_LOG(OS_LOG_NOTICE, "removed the incomplete temporary file of %s", path);
     }
 }
 
@@ -152,8 +153,8 @@ void Database::load_one(Held &held) {
     held.file = loaded.lines == Lines::kSomeSkipped ? FileState::kDamaged : FileState::kSound;
     if (loaded.error != 0) {
         held.store.mark_partly_read();
-        OS_LOG(OS_LOG_WARNING, "%s is given up: its store goes on with %zu keys of it and is not saved",
-               held.path, held.store.values().size());
+        OS_LOG(OS_LOG_WARNING, "%s unreadable: loaded %zu keys, will not be overwritten", held.path,
+               held.store.values().size());
     }
 }
 
@@ -168,7 +169,7 @@ const std::string *Database::find(StoreId id, std::string_view key) const {
 
 apps_err_e_type Database::get(StoreId id, std::string_view key, char *buffer, uint32_t size) {
     const Lock lock(mutex_);
-    (void)open_journal(); /* the files have an answer all the same */
+    (void)open_journal(); /* after a failure, answer from the files only */
     const std::string *value = find(id, key);
     if (value == nullptr) {
         return report_missing(key);
@@ -184,9 +185,9 @@ apps_err_e_type Database::get(StoreId id, std::string_view key, char *buffer, ui
 }
 
 /*
- * Every request tries it, so that a journal that could not be read at the start is missing in no answer once
- * it can be. It is repeated whole or not at all, and no change is possible without it, so reading it late
- * gives the same as reading it at the start.
+ * Every request retries this, so that a journal that was unreadable at the start is used as soon as it can be
+ * read. It is replayed completely or not at all, and changes are refused until then, so replaying it late has
+ * the same result as replaying it at the start.
  */
 apps_err_e_type Database::open_journal() {
     return result_of_errno(journal_.open([this](const JournalRecord &record) { repeat(record); }));
@@ -209,8 +210,8 @@ void Database::apply(const JournalRecord &record) {
 }
 
 /*
- * A save of the service before may have put the key into the file, another have taken it out, and neither be
- * on the disk yet: then a power cut brings either file back, whatever was read now.
+ * Earlier saves may have added the key to the file and removed it again without syncing either file. A power
+ * cut could then bring back either file, so the file may still contain the key, whatever was read.
  */
 void Database::repeat(const JournalRecord &record) {
     apply(record);
@@ -239,7 +240,7 @@ int Database::shorten_journal() {
     return journal_.rewrite([this](const Journal::Replay &add) { list_pending(add); }, pending_size());
 }
 
-/* Where nearly all of it counts, a second journal beside the first would only take room. */
+/* If little of the journal is outdated, a rewrite would only use space. */
 void Database::shorten_overgrown_journal() {
     if (deletes_ <= kStoreKeysMax && journal_.size() - pending_size() < journal_.size() / kOutdatedPart) {
         journal_.postpone();
@@ -348,7 +349,8 @@ apps_err_e_type Database::save(SaveResults *each) {
     }
     const bool perm_alone = changed(StoreId::kPerm) && !changed(StoreId::kPlain);
     const SaveResults results = {save_one(StoreId::kPlain), save_one(StoreId::kPerm)};
-    (void)shorten_journal(); /* records that the files hold by now do no harm */
+    (void)
+        shorten_journal(); /* after a failure, replaying records that the files already contain is harmless */
     if (each != nullptr) {
         *each = results;
     }

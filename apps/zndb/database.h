@@ -1,8 +1,8 @@
 /*
- * The database: its stores, their files and the journal, put together. Knows nothing of messages.
+ * The database: its stores, their files and the journal. Does not handle messages.
  *
- * Every function may be called from any thread. Results are those that a client receives; every refusal
- * has been logged, values never are.
+ * Every function may be called from any thread. Results are those that a client receives. Every refusal is
+ * logged; values are never logged.
  */
 #pragma once
 
@@ -25,11 +25,11 @@ class Database {
     Database &operator=(const Database &) = delete;
     ~Database();
 
-    /* Reads the files and the journal. Once, before anything else. */
+    /* Reads the files and the journal. Must be the first call; call it once. */
     void load();
 
     /*
-     * Reads a value: kPlain falls back to kFactory, and that to the defaults; kPerm to nothing.
+     * Reads a value. kPlain falls back to kFactory, and that to the defaults; kPerm has no fallback.
      *
      * buffer, size: receives the NUL-terminated text; unchanged on failure.
      * Returns 0, E_APPS_ERR_ZNDB_NO_FOUND, or E_APPS_ERR_OUTOFBUF.
@@ -37,43 +37,43 @@ class Database {
     apps_err_e_type get(StoreId id, std::string_view key, char *buffer, uint32_t size);
 
     /*
-     * Sets a value in a store. It is in the journal when the call returns 0; otherwise nothing has changed:
-     * E_APPS_ERR_ZNDB_ARG for a text that a line can't hold, E_APPS_ERR_ZNDB_MEM for a full store or one key
-     * more than may be changed, or what result_of_errno says.
+     * Sets a value in a store. Returns 0 when the change is in the journal. Otherwise nothing has changed:
+     * E_APPS_ERR_ZNDB_ARG for a text that a line can't contain, E_APPS_ERR_ZNDB_MEM if the store is full or
+     * too many keys have changed, or the value of result_of_errno.
      */
     apps_err_e_type set(StoreId id, std::string_view key, std::string_view value);
 
     /*
-     * Deletes a key of this store; E_APPS_ERR_ZNDB_NO_FOUND when it has none, and none that its file could
-     * bring back when that could not be read. Otherwise as set.
+     * Deletes a key of this store. Returns E_APPS_ERR_ZNDB_NO_FOUND if the key is missing; if the store's
+     * file is unreadable, the delete is recorded nevertheless. Otherwise as set.
      */
     apps_err_e_type erase(StoreId id, std::string_view key);
 
     /*
-     * Empties the plain store; as set. Refused, with what result_of_errno says, where its file can't be
-     * replaced: then the store would be empty, and the file would bring everything back.
+     * Empties the plain store; as set. Refused, with the value of result_of_errno, if the store's file can't
+     * be replaced: after the next start the file's values would be back.
      */
     apps_err_e_type reset();
 
     /*
-     * Writes the plain and the perm file, where they have changed. A failure of one stops not the other.
+     * Writes the plain and the perm file if they have changed. A failure of one doesn't stop the other.
      *
-     * Returns the plain store's result, or the perm store's where that alone had changes. A result is 0,
-     * E_APPS_ERR_ZNDB_OTHER for a file that was not read, E_APPS_ERR_ZNDB_MEM for a store with more keys than
-     * a file may have, or what result_of_errno says. Each failure has been logged. each: receives both
-     * results, if it is not null.
+     * Returns the plain store's result, or the perm store's if only that had changes. A result is 0,
+     * E_APPS_ERR_ZNDB_OTHER for an unreadable file, E_APPS_ERR_ZNDB_MEM for a store with more keys than
+     * a file may have, or the value of result_of_errno. Logs each failure. each: receives both results; may
+     * be null.
      */
     apps_err_e_type save(SaveResults *each = nullptr);
 
-    /* Writes the file of the factory overlay, where it has changed; as save. */
+    /* Writes the file of the factory overlay if it has changed; as save. */
     apps_err_e_type save_factory();
 
     /* Writes the journal in its shortest form. */
     apps_err_e_type save_ram();
 
     /*
-     * Writes every file whose store has changed, before the device reboots or its power goes off. What lasts
-     * until the reboot stays unsaved. Tries all, returns the first failure.
+     * Writes every file whose store has changed, before a reboot or power-off. Does not save settings that
+     * last until the reboot. Tries all files; returns the first failure.
      */
     apps_err_e_type save_before_power_off();
 
@@ -102,7 +102,7 @@ class Database {
     const Store &store(StoreId id) const { return held_[static_cast<size_t>(id)].store; }
     Store &store(StoreId id) { return held_[static_cast<size_t>(id)].store; }
     const std::string *find(StoreId id, std::string_view key) const;
-    /* Whether the file, which was not read whole, may hold another value of a key that is as it was then. */
+    /* Whether the file is unreadable and may contain another value of an unchanged key. */
     bool file_may_differ(StoreId id, std::string_view key) const;
     void load_one(Held &held);
     apps_err_e_type open_journal();
@@ -122,12 +122,12 @@ class Database {
     Store defaults_;
     UntilReboot until_reboot_;
     Journal journal_;
-    size_t deletes_ = 0; /* since the journal was written in its shortest form: all would be repeated */
+    size_t deletes_ = 0; /* since the journal was last rewritten; a start would replay all of them */
 };
 
 /*
- * What a client is told when a file can't be written: E_APPS_ERR_NOSPACE for a full disk,
- * E_APPS_ERR_ZNDB_READ_ONLY where writing isn't allowed, E_APPS_ERR_ZNDB_MEM without memory, otherwise
+ * Converts the errno value of a failed write to a client's result: E_APPS_ERR_NOSPACE for a full disk,
+ * E_APPS_ERR_ZNDB_READ_ONLY if writing isn't allowed, E_APPS_ERR_ZNDB_MEM without memory, otherwise
  * E_APPS_ERR_ZNDB_OTHER; 0 for 0.
  */
 apps_err_e_type result_of_errno(int error);

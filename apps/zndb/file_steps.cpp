@@ -29,7 +29,7 @@ int file_kind_error(int fd) {
     return file_io::kind_error(info);
 }
 
-/* Makes one folder whose parent exists; a new one's name must survive a power cut too. */
+/* Creates a folder whose parent exists, and syncs the parent, so that the new name survives a power cut. */
 int make_one_folder(const std::string &path) {
     if (::mkdir(path.c_str(), kFolderMode) != 0) {
         return errno == EEXIST ? 0 : errno;

@@ -106,7 +106,7 @@ int Journal::append(const JournalRecord &record) {
         error = file_io::write_all(fd_.get(), line.data(), line.size()) ? 0 : errno;
     }
     if (error != 0) {
-        (void)cut_torn_line(); /* or before the next record */
+        (void)cut_torn_line(); /* retried before the next record */
         return report("can't write", error);
     }
 
@@ -141,7 +141,7 @@ void Journal::postpone() {
 }
 
 int Journal::rewrite(const Source &source, uint64_t size) {
-    /* Emptying needs no room, and room may be what is short. */
+    /* A full disk still allows emptying the file in place. */
     const int error = size == 0 ? empty() : replace(source);
     postpone();
     return error == 0 ? 0 : report("can't rewrite", error);

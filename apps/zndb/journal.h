@@ -1,6 +1,6 @@
 /*
  * The journal: every change since the files were last written, on tmpfs, so that a crash of the service
- * loses nothing that was answered. Not for power cuts. One thread at a time.
+ * loses no answered change. It does not survive a power cut. One thread at a time.
  */
 #pragma once
 
@@ -12,46 +12,47 @@
 #include "formats/journal_record.h"
 #include "journal_content.h"
 
-/* A journal of this many bytes or fewer is never overgrown. */
+/* A journal of up to this size in bytes is never overgrown. */
 inline constexpr uint64_t kJournalSmall = uint64_t{256} * 1024;
 
 class Journal {
   public:
     using Replay = std::function<void(const JournalRecord &record)>;
 
-    /* Calls its argument with one record after the other; the same ones each time. */
+    /* Calls its argument with each record in turn; the same records in every call. */
     using Source = std::function<void(const Replay &add)>;
 
     explicit Journal(std::string path) : path_(std::move(path)) {}
 
     /*
-     * Opens the journal and hands out what it says in the end, store by store; makes it when there is none. A
-     * damaged line is reported and passed over; a last line that was cut off was never answered, and goes
-     * away. Does nothing once it has succeeded. Returns 0, or an errno value after a log line; then nothing
-     * was handed out, since the first records without the last ones would give values that are long gone.
+     * Opens the journal and passes the last change of each key to replay, store by store. Creates a missing
+     * journal. Reports and skips damaged lines; removes an incomplete last line, which was never answered.
+     * Does nothing after it has succeeded. Returns 0, or an errno value, which is logged; then replay was not
+     * called, since the first records without the last ones would give outdated values.
      */
     int open(const Replay &replay);
 
     /*
-     * Adds a record, whole or not at all. Only when open.
-     * Returns 0, or an errno value after a log line.
+     * Appends a record, completely or not at all. Only when open.
+     * Returns 0, or an errno value, which is logged.
      */
     int append(const JournalRecord &record);
 
     /*
-     * Replaces all records by those of a source, at once or not at all. Only when open.
-     * size: of their lines.
-     * Returns 0, or an errno value after a log line; then the journal is as before.
+     * Atomically replaces all records by those of a source. Only when open.
+     * size: total size of their lines in bytes.
+     * Returns 0, or an errno value, which is logged; then the journal is unchanged.
      */
     int rewrite(const Source &source, uint64_t size);
 
-    /* Bytes of the records that count. */
+    /* The size of the valid records in bytes. */
     uint64_t size() const { return size_; }
 
-    /* Whether it has grown so much that it is time to look whether a rewrite is worth its cost. */
+    /* Whether the journal has grown so much that the caller should consider a rewrite. */
     bool overgrown() const { return size_ > overgrown_above_; }
 
-    /* Has it grow as much again before the next look: it is not worth its cost, or has failed. */
+    /* Postpones the next rewrite until the journal has grown as much again: it was not worth it, or failed.
+     */
     void postpone();
 
   private:

@@ -32,7 +32,7 @@ void JournalContent::hand_out(const std::function<void(const JournalRecord &reco
         if (store.basis == Basis::kNothing) {
             receive({id, Change::kClear, {}, {}});
         }
-        /* Each is gone before the next is copied, or both sides would hold all of them. */
+        /* Remove each record before the next one is copied; otherwise all of them would exist twice. */
         while (!store.keys.empty()) {
             const auto change = store.keys.extract(store.keys.begin());
             const std::optional<std::string> &value = change.mapped();

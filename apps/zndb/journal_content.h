@@ -1,6 +1,6 @@
 /*
- * What a journal says in the end: of all records of one key the last. So a journal takes as much memory to
- * read as its keys, not as its lines. Knows nothing of files. One thread at a time.
+ * The content of a journal while it is read: the last record of each key. So the memory needed depends on the
+ * number of keys, not of lines. Does not access files. One thread at a time.
  */
 #pragma once
 
@@ -14,15 +14,15 @@
 #include "formats/journal_record.h"
 #include "store.h"
 
-/* More keys of one store than a journal ever has: clients can't change so many. */
+/* A limit for the keys of one store, which a valid journal never exceeds: clients can't change so many. */
 inline constexpr size_t kJournalKeysMax = 2 * kChangedKeysMax;
 
 class JournalContent {
   public:
-    /* Takes the next record. Returns null, or why there is no place for it. */
+    /* Takes the next record. Returns null, or the reason why it is skipped. */
     const char *take(const JournalRecord &record);
 
-    /* Hands out what is there, store by store, and forgets it. */
+    /* Passes all records to receive, store by store, and removes them. */
     void hand_out(const std::function<void(const JournalRecord &record)> &receive);
 
   private:

@@ -17,7 +17,7 @@ void set_aside(const std::string &path) {
     (void)set_aside_planted(path.c_str(), FolderOwner::kStranger);
 }
 
-/* Whether what was opened is the service's own, which it is kept. Returns 0 or an errno value. */
+/* Checks that an open file belongs to the service, and narrows its mode. Returns 0 or an errno value. */
 int keep_own(int fd, const std::string &path, mode_t rights) {
     struct stat found = {};
     if (::fstat(fd, &found) != 0) {
@@ -39,7 +39,7 @@ int make_journal_folder(const std::string &path) {
         return error;
     }
 
-    // A link that is still there is the device's own.
+    // A link that was not set aside belongs to the device.
     const UniqueFd fd(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     return fd ? keep_own(fd.get(), folder, kFolderRights) : errno;
 }

@@ -1,6 +1,6 @@
 /*
- * The journal as a file that nobody but the service may have written: it lies on tmpfs, where another user
- * may have been first. These report with errno values; what is set aside is logged. Any thread.
+ * Opens the journal so that only the service can have written it: on tmpfs, another user may have created a
+ * file with its name first. The functions return errno values; renamed files are logged. Any thread.
  */
 #pragma once
 
@@ -9,15 +9,15 @@
 #include "file_steps.h"
 
 /*
- * Makes the folder of a file where it is missing, and takes the right to write to it from everybody but its
- * owner. A folder, or a link, that another user put in its place is set aside first. Returns 0 or an errno
+ * Creates the folder of a file if it is missing, and removes the write permission of everybody except its
+ * owner. Renames a folder or link that another user put in its place. Returns 0 or an errno
  * value; EPERM for a folder of another user.
  */
 int make_journal_folder(const std::string &path);
 
 /*
- * Opens a regular file as open_file does, with O_NOFOLLOW, and keeps it from everybody but its owner. What
- * another user put in its place, or in that of its successor, is set aside first. Returns 0 or an errno
- * value; EPERM for a file of another user.
+ * Opens a regular file as open_file does, with O_NOFOLLOW, and removes the permissions of everybody except
+ * its owner. Renames a file that another user put in its place, or in that of its temporary file. Returns 0
+ * or an errno value; EPERM for a file of another user.
  */
 int open_journal_file(const std::string &path, int flags, UniqueFd &fd);

@@ -13,7 +13,7 @@ OwnFiles::OwnFiles(const std::vector<std::string> &paths) {
     }
 }
 
-/* A file that can't be looked at for once is not given up. */
+/* A file that temporarily can't be checked does not count as lost. */
 bool OwnFiles::is_lost(const File &file) {
     struct stat info = {};
     if (::stat(file.path.c_str(), &info) != 0) {

@@ -1,6 +1,6 @@
 /*
- * The files that make a process the only one of its kind, such as its lock and its socket: whether they are
- * still those that it made. Where one was removed, another process may have taken its place. Any thread.
+ * Checks whether the files that make a process the only instance, such as its lock and its socket, are still
+ * those that it created. If one was removed, another instance may have started. Any thread.
  */
 #pragma once
 
@@ -11,11 +11,11 @@
 
 class OwnFiles {
   public:
-    /* Notes those that are there. The process holds them open, or another file could get the number of one.
-     */
+    /* Records the files that exist. The process keeps them open, so that no other file gets the same inode
+     * number. */
     explicit OwnFiles(const std::vector<std::string> &paths);
 
-    /* Returns the path of the first that is gone or another one, or null. */
+    /* Returns the path of the first file that is missing or was replaced, or null. */
     const char *lost() const;
 
   private:

@@ -1,6 +1,6 @@
 /*
- * Reports the lines of a file that were skipped: the first ones singly, then their number, so that a file of
- * rubbish floods no log. One thread at a time.
+ * Reports skipped lines of a file: the first ones one by one, then only their number, so that a file of
+ * garbage doesn't flood the log. One thread at a time.
  */
 #pragma once
 
@@ -9,13 +9,13 @@
 
 class SkippedLines {
   public:
-    /* path: stays the caller's. */
+    /* path: must outlive the object. */
     explicit SkippedLines(const std::string &path) : path_(path) {}
 
-    /* number: of the line, from 1. problem: why it was skipped. */
+    /* number: line number, from 1. problem: the reason. */
     void report(uint64_t number, const char *problem);
 
-    /* To be called once, when there are no more. */
+    /* Call it once, after the last line. */
     void report_rest() const;
 
     bool any() const { return count_ > 0; }

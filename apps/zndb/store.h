@@ -1,6 +1,6 @@
 /*
- * One store in memory: its values, and what has changed since its file was last read or written. Not for
- * files, and without a lock.
+ * One store in memory: its values, and its changes since its file was last read or written. Does not access
+ * files, and has no lock.
  */
 #pragma once
 
@@ -10,14 +10,15 @@
 #include <string>
 #include <string_view>
 
-/* The most keys that a store takes of its file or of clients. The journal can add more: see Savable. */
+/* The maximum number of keys that a store accepts from its file or from clients. The journal can add more:
+ * see overfull. */
 inline constexpr size_t kStoreKeysMax = 16384;
 
 /*
- * The most keys that clients can make changed ones, so that no client takes all memory: all those of a full
- * file, deleted, and as many new ones. Where the file may hold any key, each deleted one counts. A start
- * repeats the deletes of keys that were forgotten; the journal is shortened often enough for kStoreKeysMax of
- * these.
+ * The maximum number of unsaved changed keys, so that no client can exhaust the memory. Limit: every key of a
+ * full file deleted, plus as many new keys. If the file is unreadable, every deleted key counts. A start also
+ * replays deletes of keys that no file contains; the journal is shortened often enough that there are at most
+ * kStoreKeysMax of these.
  */
 inline constexpr size_t kChangedKeysMax = 2 * kStoreKeysMax;
 
@@ -46,36 +47,36 @@ class Store {
     using Values = std::map<std::string, std::string, std::less<>>;
     using Changes = std::map<std::string, InFile, std::less<>>;
 
-    /* Returns the key's value, or null when there is none; valid until the next change. */
+    /* Returns the key's value, or null if it is missing; valid until the next change. */
     const std::string *find(std::string_view key) const;
 
-    /* Whether the key can be set: it is there already, or the store is not full. */
+    /* Whether the key can be set: it exists, or the store is not full. */
     bool has_room_for(std::string_view key) const;
 
-    /* Whether the key can be set or deleted: it is a changed one already, or there are not too many. */
+    /* Whether the key can be set or deleted: it has already changed, or the limit is not reached. */
     bool has_room_for_change_of(std::string_view key) const;
 
     Savable savable() const;
 
-    /* Takes over what the file holds: not a change. */
+    /* Adds a key of the file; not a change. */
     void load(std::string_view key, std::string_view value);
 
-    /* Sets a value. The caller has asked for room. */
+    /* Sets a value. The caller has checked that there is room. */
     void set(std::string_view key, std::string_view value);
 
     /*
-     * Deletes a key. One that isn't there counts as changed all the same, since the file may hold it; one
-     * that no file can hold, as it came after the last save, is forgotten.
+     * Deletes a key. A missing key counts as changed too, since the file may contain it. A key that was added
+     * after the last save, so that no file can contain it, is forgotten.
      */
     void erase(std::string_view key);
 
-    /* Deletes all keys. Nothing of the file is wanted any more, whether it could be read or not. */
+    /* Deletes all keys. The file's content becomes irrelevant, even if the file was unreadable. */
     void clear();
 
-    /* Takes a key's change back: it has the file's value, or null for none, and is no changed one. */
+    /* Reverts a key's change. saved: the file's value, or null for none. */
     void revert(std::string_view key, const std::string *saved);
 
-    /* Declares the present values to be the file's. */
+    /* Marks the present values as saved. */
     void mark_saved();
 
     /* Declares that the file was not read whole. */

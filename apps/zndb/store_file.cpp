@@ -17,7 +17,7 @@ namespace {
 
 constexpr char kStoreIsFull[] = "the store is full";
 
-/* Takes one line into the store. Returns null, or why it can't be taken. */
+/* Adds one line to the store. Returns null, or the reason why it is skipped. */
 const char *load_line(const Line &line, Store &store) {
     const std::string_view text = entry_text(line.text);
     if (text.empty()) {
@@ -76,7 +76,7 @@ int replace(const std::string &path, SuccessorFile &file, Folders folders, OldFi
     return error;
 }
 
-/* What was kept of a file that was not replaced after all is that file itself. */
+/* Removes the damaged copy again if the file was not replaced; otherwise logs it. */
 void settle_damaged(const std::string &path, const std::string &kept, bool in_place) {
     if (kept.empty()) {
         return;
@@ -85,7 +85,7 @@ void settle_damaged(const std::string &path, const std::string &kept, bool in_pl
         (void)::unlink(kept.c_str());
         return;
     }
-    OS_LOG(OS_LOG_WARNING, "%s was damaged; what it was is kept as %s", path.c_str(), kept.c_str());
+    OS_LOG(OS_LOG_WARNING, "%s was damaged: the old file is kept as %s", path.c_str(), kept.c_str());
     forget_old_damaged(path, kept);
 }
 

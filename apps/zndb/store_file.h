@@ -1,6 +1,6 @@
 /*
- * The file of a store: lines of key=value in order of the keys. Lines that begin with '#' and empty lines
- * mean nothing, and are gone once the file is rewritten. One thread at a time.
+ * The file of a store: lines of key=value sorted by key. Lines that begin with '#' and empty lines are
+ * ignored, and lost when the file is rewritten. One thread at a time.
  */
 #pragma once
 
@@ -20,15 +20,14 @@ struct LoadedFile {
 };
 
 /*
- * Loads a file into a store. What can't be read is reported and passed over; the store has the rest. No file
- * is an empty one.
+ * Loads a file into a store. Malformed lines are reported and skipped. A missing file counts as empty.
  */
 LoadedFile load_store(const std::string &path, Store &store);
 
-/* What became of a save. */
+/* The result of a save. */
 struct SavedFile {
-    int error;     /* 0 when the new file survives a power cut, or an errno value after a log line */
-    bool in_place; /* the file is the new one, perhaps until a power cut only */
+    int error;     /* 0 if the new file survives a power cut, else an errno value, which is logged */
+    bool in_place; /* the file was replaced, but may not survive a power cut */
 };
 
 /* The names of the folders above a file that are there already. */
@@ -44,7 +43,7 @@ enum class OldFile {
 };
 
 /*
- * Replaces a file by what the store holds, so that it survives a power cut, and is the old one or the new
- * one at every moment. Missing folders are made. Where the old file is to be kept and can't be, it stays.
+ * Replaces a file by the content of the store, atomically and durably. Creates missing folders. Fails, and
+ * changes nothing, if the old file must be kept and can't be.
  */
 SavedFile save_store(const std::string &path, const Store &store, Folders folders, OldFile old_file);

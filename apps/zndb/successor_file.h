@@ -1,6 +1,6 @@
 /*
- * A new content for a file: it is collected in a temporary file, which takes the file's place when it is
- * complete. One thread at a time.
+ * Atomic replacement of a file: a temporary file in the same folder is renamed to it when it is complete. One
+ * thread at a time.
  */
 #pragma once
 
@@ -11,9 +11,9 @@
 #include "support/atomic_file.h"
 
 /*
- * Removes what a writer that was killed left beside a file. Only while nobody writes one.
+ * Removes the temporary file that a killed writer left. Only while nobody writes one.
  *
- * Returns whether there was something.
+ * Returns whether there was one.
  */
 bool remove_leftover(const std::string &path);
 
@@ -25,16 +25,16 @@ class SuccessorFile {
     SuccessorFile &operator=(const SuccessorFile &) = delete;
 
     /*
-     * Whether it could take the file's place, as far as is known before. Returns 0 or an errno value: that of
-     * the first failure so far, or EISDIR where the file is a folder.
+     * Checks in advance whether the file can be replaced. Returns 0 or an errno value: that of the first
+     * failure so far, or EISDIR if the file is a folder.
      */
     int obstacle() const;
 
-    /* Adds to the content. A failure is kept for put_in_place. */
+    /* Appends to the content. put_in_place reports a failure. */
     void add(std::string_view text);
 
     /*
-     * Puts the new content in the file's place. Returns 0, or the errno value of the first failure; then
+     * Replaces the file by the new content. Returns 0, or the errno value of the first failure; then
      * the file has its old content, unless only its folder could not be synced.
      */
     int put_in_place(AtomicFile::Sync sync);

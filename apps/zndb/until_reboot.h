@@ -1,6 +1,6 @@
 /*
- * Settings that last until the next reboot: what the save before a reboot leaves out, so that the file keeps
- * the value that it had. A save that a client asks for makes them permanent like any other setting.
+ * Settings that last until the next reboot. The save before a reboot leaves them out, so that the file keeps
+ * its old value. A save that a client requests makes them permanent like any other setting.
  *
  * To add one, add a row to kSettings in until_reboot.cpp. One thread at a time.
  */
@@ -15,13 +15,14 @@
 
 class UntilReboot {
   public:
-    /* Notes what the plain file holds. To be called when the store equals the file: just read or written. */
+    /* Records the plain file's values. Call it when the store equals the file, after reading or writing it.
+     */
     void note_saved(const Store &plain);
 
-    /* Gives the settings that are set and not saved the values that the file will have. */
+    /* Replaces the unsaved values of these settings by the values that the file will have. */
     void take_out(Store &plain);
 
-    /* Sets again what was taken out; it counts as unsaved. */
+    /* Sets the values again that take_out has replaced; they count as unsaved. */
     void put_back(Store &plain);
 
   private:

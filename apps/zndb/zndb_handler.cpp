@@ -10,7 +10,7 @@ namespace {
 
 using Answer = apps_err_e_type (*)(Database &database, StoreId id, const ZndbMessage &message);
 
-/* A message that the database answers; id counts only where the message is about one store. */
+/* A message that the database answers. id: the store, for messages about one store. */
 struct Row {
     apps_message_id_e_type msgid;
     StoreId id;
@@ -18,7 +18,7 @@ struct Row {
 };
 
 apps_err_e_type refuse_body(const ZndbMessage &message) {
-    OS_LOG(OS_LOG_WARNING, "message %d of module %u refused: its body of %d bytes has the wrong form",
+    OS_LOG(OS_LOG_WARNING, "message %d of module %u refused: its body of %d bytes is malformed",
            message.msgid, message.src, message.data_len);
     return E_APPS_ERR_ZNDB_ARG;
 }
@@ -46,7 +46,7 @@ apps_err_e_type answer_del(Database &database, StoreId id, const ZndbMessage &me
                                                               : refuse_body(message);
 }
 
-/* Whoever has room for it learns what became of each store. */
+/* Returns the result of each store if the answer's buffer has room for both. */
 apps_err_e_type answer_save(Database &database, StoreId, const ZndbMessage &message) {
     if (message.data_len > 0) {
         return refuse_body(message);
@@ -71,7 +71,7 @@ apps_err_e_type answer_reset(Database &database, StoreId, const ZndbMessage &mes
     return message.data_len > 0 ? refuse_body(message) : database.reset();
 }
 
-/* The monitor's notice may carry anything. */
+/* The body of the monitor's notice is ignored. */
 apps_err_e_type answer_power_off(Database &database, StoreId, const ZndbMessage &) {
     return database.save_before_power_off();
 }

@@ -1,5 +1,5 @@
 /*
- * From a message's bytes to a call of the database, and back. Knows nothing of files.
+ * Converts messages to calls of the database, and results to answers. Does not access files.
  */
 #pragma once
 
@@ -13,17 +13,17 @@
 struct ZndbMessage {
     uint32_t src;
     apps_message_id_e_type msgid;
-    const void *data; /* null when data_len is 0 or less */
+    const void *data; /* null if data_len is 0 or less */
     int32_t data_len;
     void *rsp; /* null for an asynchronous message */
     uint32_t rsp_size;
 };
 
 /*
- * Answers one message. Any thread. Refusals that the database doesn't log are logged here.
+ * Answers one message. Any thread. Logs refusals that the database doesn't log.
  *
- * Returns the database's result, E_APPS_ERR_ZNDB_ARG for a body of the wrong form, or
- * E_APPS_ERR_UNSUPPORTED for a message that isn't the database's. The answer's buffer is written by a get
- * that succeeds, and by a save: with the results of the plain and the perm store, where it has room for both.
+ * Returns the database's result, E_APPS_ERR_ZNDB_ARG for a malformed body, or
+ * E_APPS_ERR_UNSUPPORTED for an unknown message. The answer's buffer is written by a successful get, and by a
+ * save: with the results of the plain and the perm store, if it has room for both.
  */
 apps_err_e_type zndb_handle(Database &database, const ZndbMessage &message);

@@ -20,11 +20,12 @@ namespace {
 
 constexpr uint32_t kLookPauseMs = 10000;
 
-/* The lock and the socket of this process. Made when they are there; never freed, as the database. */
+/* The lock and the socket of this process. Created after these files exist; never freed, like the database.
+ */
 std::atomic<const OwnFiles *> g_s_own_files{nullptr};
 
 /*
- * Loaded by whoever comes first: the service thread may be told to end before the main thread gets here.
+ * Loaded by the first caller: the service thread may receive a message before the main thread gets here.
  * Never freed, since a message may end the process on any thread.
  */
 Database &database() {
@@ -37,9 +38,9 @@ Database &database() {
 }
 
 /*
- * Where somebody removed the lock, a second database may have been started, which has the socket now. The
- * files and the journal are its own then: it has repeated what this one had not saved. Says so, and returns
- * true.
+ * Checks whether another instance has taken over. If somebody removed the lock, a second database may have
+ * started; it owns the socket, the files and the journal now, and has replayed the unsaved changes. Logs that
+ * and returns true.
  */
 bool is_superseded() {
     const OwnFiles *files = g_s_own_files;
@@ -59,21 +60,21 @@ bool is_reading(apps_message_id_e_type msgid) {
            msgid == E_APPS_MSG_ZNDB_GET_DEF;
 }
 
-/* What changes nothing is worth a look once a second. */
+/* Messages that change nothing are checked at most once a second. */
 bool is_worth_a_look(apps_message_id_e_type msgid) {
     static std::atomic<uint32_t> looked_at{0};
     const uint32_t now = os_uptime_sec();
     return looked_at.exchange(now) != now || !is_reading(msgid);
 }
 
-/* Ends the process, whichever thread is the first to ask for it. */
+/* Ends the process. Only the first thread that calls it does so. */
 [[noreturn]] void end_superseded() {
     static std::mutex ending;
     ending.lock();
-    std::exit(EXIT_FAILURE);  // NOLINT(concurrency-mt-unsafe): one thread gets here
+    std::exit(EXIT_FAILURE);  // NOLINT(concurrency-mt-unsafe): only one thread reaches this
 }
 
-/* One that nobody asks any more, since its successor has the socket, would never learn of it. */
+/* Checks regularly, since a database that has lost its socket receives no more requests. */
 void *watch_own_files(void *) {
     for (;;) {
         frwk_sleep(kLookPauseMs);
@@ -91,16 +92,18 @@ apps_err_e_type answer_message(uint32_t src, apps_message_id_e_type msgid, const
     return zndb_handle(database(), {src, msgid, data, data_len, rsp, rsp_size});
 }
 
-/* The memory of the device is gone after these; a reset is to end what the user has set. */
+/* After these messages the device's RAM is lost. A reset is not one of them: it discards the user's settings.
+ */
 bool ends_the_device(apps_message_id_e_type msgid) {
     return msgid == E_APPS_MSG_SYS_REBOOT || msgid == E_APPS_MSG_SYS_SHUTDOWN;
 }
 
-/* What stays unsaved is in the journal, for the next start of the service alone. */
+/* Saves if the device ends. Otherwise the journal keeps the unsaved changes for the next start of the
+ * service. */
 void before_exit(apps_message_id_e_type msgid) {
-    OS_LOG(OS_LOG_NOTICE, "ending, as message %d asks", msgid);
+    OS_LOG(OS_LOG_NOTICE, "ending because of message %d", msgid);
     if (ends_the_device(msgid) && !is_superseded()) {
-        (void)database().save_before_power_off(); /* a failure is logged, and nothing else can be done */
+        (void)database().save_before_power_off(); /* a failure is only logged */
     }
 }
 
@@ -111,7 +114,8 @@ int main() {
     g_s_own_files = new OwnFiles({paths::kZndbLock, paths::kZndbSocket});
     (void)database();
     os_thread_t watcher = 0;
-    (void)os_thread_create(&watcher, nullptr, watch_own_files, nullptr); /* or only requests look */
+    (void)os_thread_create(&watcher, nullptr, watch_own_files,
+                           nullptr); /* after a failure only requests check */
     frwk_ipc_service(answer_message);
     return 1;  // GCOVR_EXCL_LINE: there is no service thread
 }

@@ -1,9 +1,9 @@
 /*
- * hot-paths PATH COUNT: goes one of the library's hot paths COUNT times and ends. bench/guard/guard.py counts
- * what that takes; it plays the other modules.
+ * hot-paths PATH COUNT: runs one of the library's hot paths COUNT times and ends. bench/guard/guard.py counts
+ * its instructions and system calls, and plays the other modules.
  *
- * What depends on the order in which threads run would be counted differently each time. So the service and
- * the queue wait in their first message until all the others are there.
+ * The counts must not depend on the scheduling of threads. So the service and the queue wait in their first
+ * message until all other messages have arrived.
  */
 #include <semaphore.h>
 #include <unistd.h>

@@ -1,6 +1,6 @@
 /*
- * What a call costs that stays inside the process: conversions by type code, and look-ups of names. Beside
- * the time stands how many blocks of memory a call takes.
+ * The cost of calls inside a process: conversions by type code, and look-ups of names, with the number of
+ * memory blocks that a call allocates.
  */
 #include <benchmark/benchmark.h>
 
@@ -11,12 +11,12 @@
 
 #include "apps_err.h"
 #include "apps_message.h"
-#include "peers/require.h"
 #include "frwk_common.h"
 #include "frwk_utils.h"
 #include "os_mem.h"
+#include "peers/require.h"
 
-/* The C library's own, under the names that it keeps for those who replace them. */
+/* The C library's functions, under their names for replacements. */
 extern "C" void *__libc_malloc(size_t size);
 extern "C" void *__libc_calloc(size_t count, size_t size);
 extern "C" void *__libc_realloc(void *block, size_t size);
@@ -27,8 +27,8 @@ std::atomic<uint64_t> g_allocations{0};
 
 }  // namespace
 
-/* These take the place of the C library's for the whole process, so that they see the library's blocks too.
- */
+/* These replace the C library's functions in the whole process, so that blocks of the library are counted
+ * too. */
 #pragma GCC visibility push(default)
 extern "C" {
 void *malloc(size_t size) {
@@ -50,7 +50,7 @@ void *realloc(void *block, size_t size) {
 
 namespace {
 
-/* Notes in the state how many blocks a call took. */
+/* Records the number of blocks that a call allocates. */
 class AllocationCount {
   public:
     explicit AllocationCount(benchmark::State *state) : state_(state), before_(g_allocations.load()) {}
@@ -108,7 +108,7 @@ void value_to_text(benchmark::State &state, const TypeCase &type) {
     }
 }
 
-/* What the C library takes for the number alone. */
+/* The cost of the C library's conversion. */
 void plain_strtol(benchmark::State &state) {
     const char *text = "-1234567";
     const AllocationCount count(&state);
@@ -163,8 +163,7 @@ void register_all() {
     benchmark::RegisterBenchmark("module/logtool", module_id, "logtool");
 }
 
-/* Ends the process where the blocks of other libraries are not seen, as in a program linked in another way.
- */
+/* Ends the process if the blocks of other libraries are not counted, as in a program linked differently. */
 void check_the_count() {
     const uint64_t before = g_allocations.load();
     os_mem_free(os_mem_malloc(16));

@@ -1,6 +1,6 @@
 /*
- * idle-module ID: a module that does nothing but exist. Once it serves it writes to standard output when its
- * main began and when it served, in nanoseconds of the monotonic clock.
+ * idle-module ID: a module that does nothing. When it serves, it prints the times at which its main began and
+ * at which it served, in nanoseconds of the monotonic clock.
  */
 #include <stdio.h>
 #include <stdlib.h>

@@ -1,9 +1,9 @@
 /*
- * startup-bench PROGRAM COUNT: starts a module again and again, and prints one JSON object with the medians:
+ * startup-bench PROGRAM COUNT: starts a module COUNT times, and prints one JSON object with the medians:
  * from its exec to its answer to a probe, from its exec to its main, and from its main until it serves.
  *
- * The probe is tried until it is answered. Between tries the processor is left to the module, so that on one
- * core it is not held up.
+ * The probe is repeated until it is answered. Between attempts the program yields, so that it doesn't delay
+ * the module on one core.
  */
 #include <fcntl.h>
 #include <sched.h>

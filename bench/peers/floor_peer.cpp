@@ -1,13 +1,13 @@
 /*
- * The floor: the wire protocol with the fewest system calls that it can be spoken with. Client: socket,
- * connect, write, read, close. Server: accept4, recv, write, close. Buffers are made once, nothing is checked
- * but that it works, nothing is logged.
+ * The floor: the wire protocol with the fewest possible system calls. Client: socket, connect, write, read,
+ * close. Server: accept4, recv, write, close. Buffers are allocated once; nothing is checked except for
+ * errors, and nothing is logged.
  */
 #include "peers/wire_socket.h"
 
 namespace {
 
-/* Reads a whole request; returns its header. buffer: kept from request to request, grows with them. */
+/* Reads a complete request; returns its header. buffer: reused, grows as needed. */
 WireRequest read_request(int fd, Bytes *buffer) {
     size_t have = 0;
     WireRequest header = {};
@@ -48,7 +48,7 @@ class FloorClient : public Client {
     }
 
   private:
-    /* The request is laid out anew only when it is another one than before. */
+    /* The request is built again only if it has changed. */
     int send(const Bytes &body, bool async) {
         if (laid_out_ != body.data() || wire_.size() != sizeof(WireRequest) + body.size()) {
             wire_ = wire_request(body, async);

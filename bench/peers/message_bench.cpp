@@ -1,5 +1,5 @@
 /*
- * message-bench: the processes of the message benchmarks, one at a time. The driver starts them.
+ * message-bench: runs one of the processes of the message benchmarks. The driver starts them.
  *
  *   message-bench list
  *   message-bench serve PEER [--index N] [--told] [--counters FILE]
@@ -15,7 +15,7 @@
 
 namespace {
 
-/* The options behind the command and the peer. */
+/* The options after the command and the peer. */
 class Options {
   public:
     Options(int argc, char **argv) {

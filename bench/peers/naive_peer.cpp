@@ -1,7 +1,7 @@
 /*
- * The naive twin: the same protocol with every step written out on its own. Descriptor flags are read and set
- * by separate calls, a select stands before every read with a limit, header and body are read one after the
- * other, buffers are filled with zeros for each message.
+ * The naive implementation: the same protocol with a separate call for every step. Descriptor flags are read
+ * and set separately, every read with a limit is preceded by a select, header and body are read separately,
+ * and buffers are filled with zeros for each message.
  */
 #include <fcntl.h>
 #include <sys/select.h>
@@ -62,7 +62,7 @@ class NaiveClient : public Client {
         add_descriptor_flag(fd);
         const sockaddr_un address = wire_address("naive", index_);
         set_blocking(fd, false);
-        // A full queue refuses a non-blocking connect at once.
+        // A non-blocking connect fails at once if the backlog is full.
         while (::connect(fd, as_address(address), sizeof(address)) != 0) {
             require(errno == EAGAIN, "connect");
             (void)::usleep(100);

@@ -1,7 +1,7 @@
 /*
- * The sender lives until everything has arrived, so that what its library sends on a thread of its own is
- * sent. The time is taken from the first send until the servers have counted the last message: a sender that
- * only fills queues has sent nothing yet.
+ * The sender runs until everything has arrived, since its library may send on a separate thread. The time is
+ * measured from the first send until the servers have counted the last message: filling a queue is not
+ * sending.
  */
 #include "peers/one_way.h"
 
@@ -20,7 +20,7 @@ using Clock = std::chrono::steady_clock;
 
 constexpr unsigned kMostServers = 64;
 constexpr size_t kLine = 64;
-constexpr auto kPatience = std::chrono::seconds(2); /* without a message more, the rest is lost */
+constexpr auto kPatience = std::chrono::seconds(2); /* without another message, the rest counts as lost */
 constexpr useconds_t kPollMicroseconds = 200;
 
 uint64_t received(const OneWay &plan) {
@@ -54,7 +54,7 @@ class Sender {
         }
     }
 
-    /* Returns how many sends failed; of a publication nobody learns that. */
+    /* Returns the number of failed sends; a publication doesn't report them. */
     unsigned long send(unsigned long events) {
         unsigned long failed = 0;
         for (unsigned long i = 0; i < events; ++i) {
@@ -76,7 +76,7 @@ class Sender {
     std::vector<std::unique_ptr<Client>> clients_;
 };
 
-/* What was refused is not lost, where the sender learns of it. */
+/* Messages that the sender knows were refused don't count as lost. */
 void print_counts(const OneWay &plan, uint64_t arrived, unsigned long failed, double seconds) {
     const unsigned long sent = plan.count * plan.servers;
     const auto lost = static_cast<long long>(sent - failed) - static_cast<long long>(arrived);

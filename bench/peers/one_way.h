@@ -13,10 +13,10 @@ struct OneWay {
     size_t size = 64;
     unsigned long count = 0; /* messages, or events */
     unsigned servers = 1;    /* each receives every event */
-    bool publish = false;    /* by the library's publish, in place of a send to each in turn */
+    bool publish = false;    /* use the library's publish instead of a send to each server */
 };
 
-/* The count of a server in the file of counters. Servers count at once, so each has a line of its own. */
+/* A server's counter in the file of counters, each in a separate cache line. */
 std::atomic<uint64_t> *open_counter(const std::string &path, unsigned index);
 
 /* Sends everything, waits until it has arrived or no more arrives, and prints one JSON object. */

@@ -1,5 +1,5 @@
 /*
- * What the peers share, and the list of them.
+ * The code shared by the peers, and their list.
  */
 #include "peers/peer.h"
 

@@ -1,9 +1,8 @@
 /*
- * What every way of sending messages looks like to the benchmark: a server in a process of its own, and
- * clients in others. Each way has one source file.
+ * The interface of a messaging peer: a server process, and client processes. Each peer has one source file.
  *
- * A request begins with the bytes of answer that it wants, as a 32-bit word, so that a server needs no
- * protocol of its own for that. Whatever fails ends the process: a figure of a broken run is worth nothing.
+ * A request begins with the size of its answer as a 32-bit word. Any failure ends the process, since the
+ * figures of a failed run are useless.
  */
 #pragma once
 
@@ -19,33 +18,33 @@
 
 using Bytes = std::vector<unsigned char>;
 
-/* A request of size bytes (4 or more) that wants an answer of so many bytes. */
+/* A request of size bytes (4 or more) for an answer of answer_size bytes. */
 Bytes make_request(size_t size, uint32_t answer_size);
 
-/* The bytes of answer that a request wants. */
+/* The answer size in a request. */
 uint32_t wanted_answer(const void *request, size_t size);
 
 /* The event that every server of the library subscribes to. */
 inline constexpr char kBenchEvent[] = "bench";
 
-/* Where servers listen; made by the first who asks. */
+/* The folder of the servers' sockets; created by the first call. */
 const std::string &bench_folder();
 
-/* A server's end. */
+/* The arguments of a server. */
 struct Service {
-    unsigned index = 0;               /* which of several servers this is */
+    unsigned index = 0;               /* index among several servers */
     std::atomic<uint64_t> *received;  /* counts the messages */
-    std::function<void()> when_ready; /* to be called once clients may come */
+    std::function<void()> when_ready; /* to be called when clients may connect */
 };
 
 class Client {
   public:
     virtual ~Client() = default;
 
-    /* One round trip. answer: filled whole. */
+    /* One round trip. answer: filled completely. */
     virtual void ask(const Bytes &request, Bytes *answer) = 0;
 
-    /* Sends without an answer; returns whether the message is on its way. */
+    /* Sends without an answer; returns whether that succeeded. */
     virtual bool tell(const Bytes &message) = 0;
 };
 
@@ -53,14 +52,14 @@ class Peer {
   public:
     virtual ~Peer() = default;
 
-    /* Serves requests, or messages without an answer where told is set, until the process is ended. */
+    /* Serves requests, or messages without an answer if told is set, until the process is killed. */
     [[noreturn]] virtual void serve(const Service &service, bool told) = 0;
 
     /* A client of the server with this index. */
     virtual std::unique_ptr<Client> open(unsigned index, bool tells) = 0;
 };
 
-/* The peer of this name, such as "floor"; gives up on an unknown one. */
+/* The peer with this name, such as "floor"; ends the process for an unknown name. */
 std::unique_ptr<Peer> find_peer(const std::string &name);
 
 /* Every name, in the order of the tables. */

@@ -1,9 +1,9 @@
 /*
- * private-broker PATH: runs a dbus-broker whose bus listens on PATH and lets everybody do everything. It
- * prints "ready" and lives until it is ended.
+ * private-broker PATH: runs a dbus-broker whose bus listens on PATH with a policy that allows everything. It
+ * prints "ready" and runs until it is killed.
  *
- * The broker takes its listening socket and its policy over the connection to its controller, which is this
- * program; its usual launcher wants a whole session around it.
+ * The broker receives its listening socket and its policy from its controller, which is this program; the
+ * usual launcher needs a complete session.
  */
 #include <sys/prctl.h>
 #include <sys/socket.h>
@@ -20,7 +20,8 @@
 
 namespace {
 
-/* The policy as the broker takes it: rules to connect, own, send and receive, by user, by group, the rest. */
+/* The policy in the broker's format: rules to connect, own, send and receive, by user, by group, for others.
+ */
 #define RULES "bta(btbs)a(btssssuutt)a(btssssuutt)"
 #define POLICY "a(u(" RULES "))a(buu(" RULES "))a(ss)bs"
 

@@ -6,8 +6,8 @@
 
 namespace {
 
-/* Servers are the modules from router on; a client is one that neither locks nor serves, nor logs to stderr.
- */
+/* Servers are the modules from router on; a client is a module that neither locks, nor serves, nor logs to
+ * stderr. */
 constexpr unsigned kFirstServer = E_APPS_MODULE_ROUTER;
 constexpr int32_t kClient = E_APPS_MODULE_MONITOR_TOOL;
 constexpr apps_message_id_e_type kMessage = E_APPS_MSG_ROUTER_ETHER_INFO_GET;

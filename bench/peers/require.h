@@ -1,5 +1,6 @@
 /*
- * What the benchmark's programs do when something fails: a figure of a broken run is worth nothing.
+ * Error handling of the benchmark's programs: a failure ends the process, since the figures of a failed run
+ * are useless.
  */
 #pragma once
 
@@ -9,13 +10,13 @@
 #include <cstring>
 #include <string>
 
-/* Prints what failed, with errno, and ends the process. */
+/* Prints the failed operation and errno, and ends the process. */
 [[noreturn]] inline void give_up(const std::string &what) {
     (void)std::fprintf(stderr, "bench: %s: %s\n", what.c_str(), std::strerror(errno));
     std::_Exit(1);
 }
 
-/* Gives up unless a condition holds. */
+/* Calls give_up unless a condition holds. */
 inline void require(bool holds, const char *what) {
     if (!holds) {
         give_up(what);

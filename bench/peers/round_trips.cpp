@@ -1,6 +1,5 @@
 /*
- * A client warms up, then times each round trip on its own. Many clients are many processes that wait for
- * each other before they begin.
+ * A client warms up, then measures each round trip. Many clients are separate processes that start together.
  */
 #include "peers/round_trips.h"
 
@@ -24,7 +23,7 @@ constexpr unsigned long kWarmUp = 50;
 constexpr unsigned long kLeast = 20;
 constexpr unsigned long kMost = 1000 * 1000;
 
-/* What one client found. */
+/* The result of one client. */
 struct Outcome {
     unsigned long count; /* timed */
     double seconds;
@@ -33,7 +32,7 @@ struct Outcome {
     double cpu_ns; /* of the client, for each round trip */
 };
 
-/* What the clients share. */
+/* Shared memory of the clients. */
 struct Board {
     std::atomic<unsigned> waiting;
     Outcome outcomes[64];
@@ -58,13 +57,12 @@ Outcome summarise(std::vector<uint32_t> *times, double seconds, double cpu_ns) {
     return {count, seconds, at(0.5), at(0.99), cpu_ns / static_cast<double>(count)};
 }
 
-/* A round trip of many megabytes is slow enough to warm up in a few. */
+/* Round trips of many megabytes need only a few for warming up. */
 unsigned long warm_up(const RoundTrips &plan) {
     return plan.request + plan.answer > (1u << 20) ? 3 : kWarmUp;
 }
 
-/* One client's life. gate: called between the warm-up and the first round trip that counts, and at the end.
- */
+/* Runs one client. gate: called between the warm-up and the first measured round trip, and at the end. */
 Outcome ask_repeatedly(const RoundTrips &plan, const std::function<void()> &gate) {
     const std::unique_ptr<Client> client = find_peer(plan.peer)->open(0, false);
     const Bytes request = make_request(plan.request, plan.answer);
@@ -72,7 +70,7 @@ Outcome ask_repeatedly(const RoundTrips &plan, const std::function<void()> &gate
     for (unsigned long i = 0; i < warm_up(plan); ++i) {
         client->ask(request, &answer);
     }
-    std::vector<uint32_t> times(kMost, 1); /* its pages are there from now on */
+    std::vector<uint32_t> times(kMost, 1); /* allocates its pages */
     times.clear();
 
     gate();

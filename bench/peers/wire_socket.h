@@ -1,6 +1,6 @@
 /*
- * What the hand-written peers share: addresses, and exact-length writing. They speak the protocol of
- * docs/ipc-protocol.md, so their system calls are all that they differ in.
+ * The code shared by the hand-written peers: addresses, and exact-length writes. They use the protocol of
+ * docs/ipc-protocol.md, and differ only in their system calls.
  */
 #pragma once
 
@@ -37,8 +37,7 @@ inline void write_all(int fd, const unsigned char *data, size_t size) {
     }
 }
 
-/* A request as it travels, header and body in one block, so that it is laid out once and not for each send.
- */
+/* A request in wire format, header and body in one block, so that it is built once and not for each send. */
 inline Bytes wire_request(const Bytes &body, bool async) {
     const WireRequest header = {51,
                                 3001,

@@ -1,5 +1,5 @@
 /*
- * Boost's lock-free queue, with messages by value. It can't be waited for, so a semaphore counts its
+ * Boost's lock-free queue, with messages by value. It has no blocking receive, so a semaphore counts its
  * messages.
  */
 #include <semaphore.h>

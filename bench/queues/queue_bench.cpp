@@ -44,7 +44,7 @@ uint64_t now_ns() {
     return static_cast<uint64_t>(std::chrono::steady_clock::now().time_since_epoch().count());
 }
 
-/* Both belong to the worker until it posts. */
+/* Both are used only by the worker until it posts the semaphore. */
 uint64_t g_left = 0;
 uint64_t g_arrived_ns = 0; /* when the last message of all was handled, or how long one was under way */
 sem_t g_done;
@@ -66,8 +66,8 @@ void wait_done() {
     }
 }
 
-/* From the first sender's first send to the handling of the last message, by the clocks of those who do it:
- * the thread that waits for them may be woken late. */
+/* From the first send to the handling of the last message. The threads concerned read the clock, since the
+ * waiting thread may be woken late. */
 void measure_rate(const Entry &entry, uint64_t senders, uint64_t messages) {
     const uint64_t each = messages / senders;
     g_left = each * senders;

@@ -1,6 +1,6 @@
 /*
- * What every queue between threads looks like to the benchmark. Each has one source file. A message of 16
- * bytes is copied in by the sender; the queue's one worker gives each to the sink.
+ * The interface of a queue between threads. Each queue has one source file. The sender copies a message of 16
+ * bytes into the queue; the queue's only worker passes each message to the sink.
  */
 #pragma once
 
@@ -15,7 +15,8 @@ struct Item {
     uint64_t sent_ns; /* by the monotonic clock, where it matters */
 };
 
-/* Gets each message, on the worker's thread. Plain, so that the call costs every peer the same little. */
+/* Receives each message, on the worker's thread. A plain function pointer, so that the call is cheap for
+ * every peer. */
 using Sink = void (*)(const Item &item);
 
 class QueuePeer {
@@ -26,7 +27,7 @@ class QueuePeer {
     virtual void send(const Item &item) = 0;
 };
 
-/* Each starts a worker that lives until the process ends. */
+/* Each starts a worker that runs until the process ends. */
 std::unique_ptr<QueuePeer> make_itc_queue(Sink sink);
 std::unique_ptr<QueuePeer> make_semaphore_queue(Sink sink);
 std::unique_ptr<QueuePeer> make_glib_queue(Sink sink);

@@ -1,5 +1,5 @@
 /*
- * The plain way: a list under a mutex, and a semaphore that counts its messages.
+ * The plain queue: a list with a mutex, and a counting semaphore.
  */
 #include <pthread.h>
 #include <semaphore.h>

@@ -15,7 +15,7 @@ std::string g_answer;
 std::function<void(std::string_view, std::string_view)> g_seen;
 size_t g_changes = 0;
 
-/* A field as a text, which has to end within it. */
+/* A field as a text, which must have a NUL. */
 std::string_view field(const char *bytes, size_t size) {
     const size_t length = ::strnlen(bytes, size);
     FUZZ_CHECK(length < size);

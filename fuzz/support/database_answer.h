@@ -1,5 +1,5 @@
 /*
- * What the database answers: a target that wraps frwk_ipc_send_sync plays the module zndb to its client.
+ * A simulated database: a target that wraps frwk_ipc_send_sync plays the module zndb.
  */
 #pragma once
 
@@ -9,11 +9,11 @@
 #include <string>
 #include <string_view>
 
-/* The answer to every get: as many of these bytes as the client's buffer takes, the rest of it zero. */
+/* Sets the answer to every get: these bytes, truncated or padded with zeros to the client's buffer. */
 void answer_gets_with(std::string_view bytes);
 
 /* Called with every key and value that is set, as the client sent them. */
 void on_set(std::function<void(std::string_view key, std::string_view value)> seen);
 
-/* How many requests so far would have changed the database. */
+/* The number of requests that would have changed the database. */
 size_t database_changes();

@@ -19,7 +19,7 @@ inline void put_file(const char *path, std::string_view content) {
     FUZZ_CHECK(file);
 }
 
-/* The whole content; "" when there is no file. */
+/* The complete content; "" without a file. */
 inline std::string content_of(const char *path) {
     std::ifstream file(path, std::ios::binary);
     return std::string(std::istreambuf_iterator<char>(file), {});

@@ -1,5 +1,5 @@
 /*
- * What every fuzz target needs: taking its input apart, and saying what must hold.
+ * Helpers for every fuzz target: splitting the input, and asserting properties.
  */
 #pragma once
 
@@ -14,7 +14,7 @@
 #include <string>
 #include <string_view>
 
-/* Ends the run, and so keeps the input, unless the condition holds. */
+/* Ends the run, which keeps the input, unless the condition holds. */
 #define FUZZ_CHECK(condition)                                                                         \
     do {                                                                                              \
         if (!(condition)) {                                                                           \
@@ -23,19 +23,19 @@
         }                                                                                             \
     } while (false)
 
-/* Whether all of these bytes still are what they were filled with. */
+/* Whether all of these bytes still have their fill value. */
 template <typename Bytes>
 bool is_filled(const Bytes &bytes, char fill) {
     return std::all_of(std::begin(bytes), std::end(bytes), [fill](char byte) { return byte == fill; });
 }
 
-/* Whether an array of characters holds a terminated text. */
+/* Whether an array of characters contains a NUL. */
 template <size_t kSize>
 bool ends(const char (&text)[kSize]) {
     return std::memchr(text, '\0', kSize) != nullptr;
 }
 
-/* A text in a block of exactly its size, so that the sanitizer sees a step behind its NUL. */
+/* A text in a block of exactly its size, so that the sanitizer detects a read past its NUL. */
 class ExactText {
   public:
     explicit ExactText(std::string_view text) : bytes_(std::make_unique<char[]>(text.size() + 1)) {
@@ -50,7 +50,7 @@ class ExactText {
     std::unique_ptr<char[]> bytes_;
 };
 
-/* The input, taken from its front piece by piece. What is used up gives zeros and empty texts. */
+/* The input, consumed from its beginning. After its end it gives zeros and empty texts. */
 class FuzzInput {
   public:
     FuzzInput(const uint8_t *data, size_t size) : left_(reinterpret_cast<const char *>(data), size) {}
@@ -72,7 +72,7 @@ class FuzzInput {
         return front;
     }
 
-    /* The bytes up to the next NUL, which is passed over. */
+    /* The bytes up to the next NUL, which is consumed too. */
     std::string_view text() {
         const std::string_view front = take(std::min(left_.find('\0'), left_.size()));
         take(1);

@@ -1,10 +1,10 @@
 /*
- * The system log of the fuzz targets: every line is put together, down to the debug level, so that the
- * sanitizers see what it reads, and none is written.
+ * The system log of the fuzz targets: every line, down to the debug level, is formatted, so that the
+ * sanitizers check its arguments, but none is written.
  */
 #include "os_log.h"
 
-/* In place of LogSocket::write. */
+/* Replaces LogSocket::write. */
 extern "C" void __wrap__ZN9LogSocket5writeEiRK7LogText(void *, int, const void *) {}
 
 namespace {

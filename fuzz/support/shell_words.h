@@ -1,5 +1,5 @@
 /*
- * How a shell takes a command apart, for checking that nothing from outside is more than a word.
+ * Splits a command as a shell does, to check that every text from outside is a single word.
  */
 #pragma once
 
@@ -11,8 +11,8 @@
 #include "support/fuzz_input.h"
 
 /*
- * The words of a command without redirections: quoted parts as they are, every other character one that means
- * nothing to the shell.
+ * The words of a command without redirections. Parts outside quotes may only have characters without a
+ * special meaning to the shell.
  */
 inline std::vector<std::string> shell_words(std::string_view command) {
     std::vector<std::string> words(1);
@@ -37,7 +37,7 @@ inline std::vector<std::string> shell_words(std::string_view command) {
     return words;
 }
 
-/* How a word from outside has to stand in a command: as one that the shell takes for just that word. */
+/* The quoted form of a word from outside, which the shell reads as exactly this word. */
 inline std::string as_word(const std::string &word) {
     ShellCommand<4096> argument;
     argument.add_word(word.c_str());

@@ -1,7 +1,7 @@
 /*
- * A terminal that takes nothing but text and the sequences of the tool itself, and no character that changes
- * the direction of others, hides or controls. It has a reader of UTF-8 of its own to check the one of the
- * tools.
+ * A terminal that accepts only text and the tool's own escape sequences, and no character that changes the
+ * direction of others, is invisible or controls the terminal. It has its own UTF-8 decoder, to check the one
+ * of the tools.
  */
 #pragma once
 
@@ -11,24 +11,24 @@
 
 #include "support/fuzz_input.h"
 
-/* What it does with bytes that are not UTF-8. */
+/* The handling of bytes that are not UTF-8. */
 enum class Malformed {
     kRefused,
-    kTakenAboveC1 /* refused only where an 8-bit terminal takes them for control characters */
+    kTakenAboveC1 /* refused only if an 8-bit terminal treats them as control characters */
 };
 
 class StrictTerminal {
   public:
     explicit StrictTerminal(Malformed malformed = Malformed::kRefused) : malformed_(malformed) {}
 
-    /* Reads what a tool has printed. Ends the run where no tool may print that. */
+    /* Checks the output of a tool. Ends the run if it is not allowed. */
     void take(const std::string &bytes) {
         for (size_t at = 0; at < bytes.size();) {
             at += bytes[at] == '\033' ? sequence_length(bytes, at) : character_length(bytes, at);
         }
     }
 
-    /* How many escape sequences it has taken. The caller knows how many the tool itself prints. */
+    /* The number of escape sequences so far. The caller knows how many the tool prints. */
     size_t sequences() const { return sequences_; }
 
   private:

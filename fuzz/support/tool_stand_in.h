@@ -1,14 +1,13 @@
 /*
- * What a system tool prints: a target that wraps os_popen and os_pclose plays every tool that the library
- * runs.
+ * Simulated system tools: a target that wraps os_popen and os_pclose plays every tool that the library runs.
  */
 #pragma once
 
 #include <string>
 #include <string_view>
 
-/* From now on every command prints these bytes. */
+/* Makes every command print these bytes. */
 void tools_print(std::string_view bytes);
 
-/* The command that was run last. */
+/* The last command. */
 const std::string &last_command();

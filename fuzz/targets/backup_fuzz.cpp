@@ -1,9 +1,9 @@
 /*
- * Whatever a backup holds: forged ones, sealed ones with any records, and those that the device wrote itself.
+ * Fuzzes backups: forged ones, ones with a valid trailer and any records, and ones that the device wrote.
  *
- * The input is a byte that chooses (see Kind), and all bytes of the file, the records in front of the
- * trailer, or the files to back up with a NUL behind each. Every one is enciphered with the device's key,
- * since nothing else gets past the cipher. No record leaves its folder of the private device tree.
+ * The input is a byte that chooses (see Kind), and all bytes of the file, the records before the
+ * trailer, or the files to back up with a NUL after each. Every one is encrypted with the device's key,
+ * since the cipher refuses anything else. No record leaves its folder of the private device tree.
  */
 #include <fcntl.h>
 

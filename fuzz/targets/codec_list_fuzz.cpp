@@ -1,8 +1,7 @@
 /*
- * Lists of values in one text: any text is taken apart item by item, and what a list was made of comes back
- * from it.
+ * Fuzzes codec lists: any text is read item by item, and written items are read back unchanged.
  *
- * The input is a byte that chooses (odd: write and read back), then the list, or its items with a NUL behind
+ * The input is a byte that chooses (odd: write and read back), then the list, or its items with a NUL after
  * each.
  */
 #include <vector>

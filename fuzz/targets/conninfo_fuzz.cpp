@@ -1,5 +1,5 @@
 /*
- * Whatever the database holds as the state of a data connection.
+ * Fuzzes the setting with the state of a data connection.
  *
  * The input is the setting, as the database's answer brings it: it may lack its NUL.
  */

@@ -1,5 +1,5 @@
 /*
- * Whatever top and mpstat print about the processors.
+ * Fuzzes the output of top and mpstat.
  *
  * The input is the output of both.
  */

@@ -1,6 +1,6 @@
 /*
- * Whatever a backup holds as the text of a database: every line means what a plainer reading of it says, and
- * a backup warns of a text if and only if a restore would stop in it.
+ * Fuzzes the database text of a backup: every line is read as by a simpler parser, and a backup warns of a
+ * text if and only if a restore would stop in it.
  */
 #include "frwk_dbrm/format/database_text.h"
 #include "support/fuzz_input.h"

@@ -1,6 +1,6 @@
 /*
- * Whatever stands in the two files that hold one word each for the device: the hardware's id in the kernel's
- * command line, and the reason of the last reboot.
+ * Fuzzes two files with one word each: the hardware id in the kernel's command line, and the reason of the
+ * last reboot.
  *
  * The input is the size of a buffer (2 bytes), and the file.
  */
@@ -24,7 +24,7 @@ std::string text_of(size_t most) {
     return text.substr(0, text.find('\0'));
 }
 
-/* As much of the id as fits in front of the caller's last byte, and a NUL where there is room. */
+/* The id, truncated before the caller's last byte, and a NUL if there is room. */
 std::string expected_buffer(uint32_t size) {
     std::string buffer(size, kFill);
     const std::string key = "hardware.id=";

@@ -1,5 +1,5 @@
 /*
- * Whatever a diagnostic is asked for: no request becomes anything but one tool with plain words.
+ * Fuzzes diagnostic requests: each one becomes a single tool with plain words, or is refused.
  *
  * The input is the type of the diagnostic and the bytes of its request.
  */

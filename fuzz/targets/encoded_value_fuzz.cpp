@@ -1,5 +1,5 @@
 /*
- * Whatever the database holds as base64 or enciphered bytes, and what becomes of secrets that were altered.
+ * Fuzzes stored base64 and encrypted values, and altered secrets.
  *
  * The input is a byte that chooses base64 or the cipher, the size of the caller's buffer (2 bytes), a place
  * (2 bytes) and a mask to alter what was encoded there, and a stored text, which also serves as the bytes to

@@ -1,6 +1,6 @@
 /*
- * Whatever file is to be deciphered: one that was not enciphered, or was altered, cut or extended since,
- * stays as it is; any other comes back.
+ * Fuzzes the decryption of files: a file that was not encrypted, or was altered, truncated or extended since,
+ * is left unchanged; any other is decrypted.
  *
  * The input is a byte that chooses how the file came about (see Origin), a place (2 bytes) and a mask to
  * alter it, and its bytes.
@@ -14,15 +14,15 @@ namespace {
 constexpr char kFile[] = "/m_data/usr/backup.bin";
 
 enum class Origin {
-    kForeign,  /* written as it is */
-    kWhole,    /* enciphered */
-    kAltered,  /* enciphered, one byte changed */
-    kCut,      /* enciphered, ended early */
-    kExtended, /* enciphered, followed by what the input holds */
+    kForeign,  /* not encrypted */
+    kWhole,    /* encrypted */
+    kAltered,  /* encrypted, one byte changed */
+    kCut,      /* encrypted, truncated */
+    kExtended, /* encrypted, followed by the input */
     kCount
 };
 
-/* Makes the file and returns what it holds. */
+/* Creates the file and returns its content. */
 std::string make_file(Origin origin, size_t place, char mask, std::string_view bytes) {
     put_file(kFile, bytes);
     if (origin == Origin::kForeign) {

@@ -1,6 +1,5 @@
 /*
- * Whatever a peer answers to a synchronous request, through frwk_ipc_send_sync: connect(2) gives it a socket
- * whose other end has the answer ready.
+ * Fuzzes a peer's answer to frwk_ipc_send_sync: connect(2) is replaced and provides a socket with the answer.
  *
  * The input is the size of the sender's buffer (2 bytes), that of its request (2 bytes), and the answer.
  */
@@ -26,7 +25,7 @@ constexpr int32_t kMessage = 9001;
 
 int g_sender_end = -1;
 
-/* What the sender is told, by the protocol. */
+/* The sender's result according to the protocol. */
 apps_err_e_type expected(std::string_view answer, uint32_t rsp_size) {
     frwk_ipc_rsp_header header;
     if (answer.size() < sizeof(header)) {
@@ -48,7 +47,7 @@ bool untouched_from(const std::vector<char> &rsp, size_t begin) {
                        [](char byte) { return byte == kUntouchedByte; });
 }
 
-/* How much of a failed answer may be in the sender's buffer: a large one goes straight there. */
+/* How many bytes of a failed answer may be in the sender's buffer: a large one is read directly into it. */
 size_t left_by_failure(std::string_view answer, uint32_t rsp_size) {
     frwk_ipc_rsp_header header;
     const bool cut_in_data = answer.size() > sizeof(header) && expected(answer, rsp_size) == E_APPS_ERR_READ;
@@ -80,7 +79,7 @@ void check_request(int peer, const std::vector<char> &request, uint32_t rsp_size
 
 }  // namespace
 
-/* Puts the prepared socket in the place of the one that was to be connected. */
+/* Replaces the socket to be connected by the prepared one. */
 extern "C" int __wrap_connect(int fd, const sockaddr *, socklen_t) {
     return ::dup3(g_sender_end, fd, O_CLOEXEC) == fd ? 0 : -1;
 }

@@ -1,8 +1,8 @@
 /*
- * Whatever a peer writes to a module's socket, through the service's own path: header, body, handler, answer.
+ * Fuzzes the bytes that a peer writes to a module's socket: header, body, handler, answer.
  *
  * The input is the bytes of one connection, whose peer writes nothing more. Messages that end the process are
- * left to the tests.
+ * not fuzzed; the tests cover them.
  */
 #include <sys/socket.h>
 #include <unistd.h>

@@ -1,5 +1,5 @@
 /*
- * Whatever comes as JSON: parsing it, and reading a member of it into a variable.
+ * Fuzzes JSON: parsing a text, and reading a member into a variable.
  *
  * The input is the variable's type, its size (2 bytes), the member's name with a NUL, and the text.
  */

@@ -1,6 +1,5 @@
 /*
- * Whatever stands in a file of key=value lines: the operator's, the product's, and the one that a simulated
- * modem answers from.
+ * Fuzzes files of key=value lines: the operator's, the product's, and the one of the simulated modem.
  *
  * The input is a key that the modem is asked for, with a NUL, and the file.
  */
@@ -21,7 +20,7 @@ namespace {
 constexpr char kOperatorFile[] = "/m_webui/usr/db/subnet/custom_data.txt";
 constexpr char kProductFile[] = "/m_data/usr/product_data.txt";
 
-/* Pairs are parts of lines: none holds a line end, and none is longer than a line. */
+/* Pairs are parts of lines: none contains a line end, and none is longer than a line. */
 void check_pairs(const char *path, CommentPlace place) {
     const KeyValueRules rules = {"fuzz", place, "skipped", "NUL", "end"};
     KeyValueFile file(rules);

@@ -1,5 +1,5 @@
 /*
- * Whatever the database holds as the list of languages, and whatever language is asked for.
+ * Fuzzes the list of languages in the database, and the requested language.
  *
  * The input is the language with a NUL, and the list, as the database's answer brings it: it may lack its
  * NUL.

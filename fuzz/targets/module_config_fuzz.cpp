@@ -1,5 +1,5 @@
 /*
- * Whatever stands in the module configuration file: the module table that start-up makes of it.
+ * Fuzzes the module configuration file, and checks the resulting module table.
  */
 #include <array>
 #include <iterator>

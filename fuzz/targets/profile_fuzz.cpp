@@ -1,5 +1,5 @@
 /*
- * Whatever a caller holds as a connection profile.
+ * Fuzzes connection profiles.
  */
 #include "frwk_utils.h"
 #include "support/fuzz_input.h"

@@ -1,8 +1,8 @@
 /*
- * Whatever a SIM says about its operator: what is kept of it, and which file it makes the device look for.
+ * Fuzzes a SIM's data: the stored copy, and the operator file that is chosen.
  *
- * The input is a byte that says which questions fail and which operator files exist (see Bit), the SIM's
- * state, its PLMN record, its name as the modem copies it, and what the database has as a custom MNC.
+ * The input is a byte that selects which modem calls fail and which operator files exist (see Bit), the SIM's
+ * state, its PLMN record, its name as the modem copies it, and the custom MNC in the database.
  */
 #include "formats/device_paths.h"
 #include "frwk_utils/sim/sim_subnet.h"

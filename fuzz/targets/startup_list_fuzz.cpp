@@ -1,5 +1,5 @@
 /*
- * Whatever stands in the start-up list: exactly the modules that it names are marked.
+ * Fuzzes the start-up list: exactly the modules that it names are marked.
  */
 #include <iterator>
 
@@ -26,7 +26,7 @@ bool names(std::string_view list, std::string_view name) {
     return false;
 }
 
-/* Row 0 stands for all names that are none. */
+/* Row 0 is not checked: unknown names have its id. */
 void check_row(const frwk_module_info &row, std::string_view list) {
     const bool marked = (row.flag & FRWK_FLAG_RUN) != 0;
     if (&row != &g_modules_info[0] && row.name != nullptr) {

@@ -1,5 +1,5 @@
 /*
- * Whatever stands in the file that lists an event's subscribers: publishing, subscribing and unsubscribing.
+ * Fuzzes subscription files: publishing, subscribing and unsubscribing.
  *
  * The input is the file. No message leaves the process, and nothing is synced.
  */

@@ -1,6 +1,6 @@
 /*
- * Names, keys, values, arguments and lines of a log, printed on a terminal by what the tools print with: they
- * reach it as text and nothing else. So do the lines of the log itself.
+ * Fuzzes the terminal output of the tools and of the log: names, keys, values, arguments and log lines reach
+ * the terminal only as text.
  *
  * Input: a key or name up to a NUL, then a value or text. Every function gets both.
  */
@@ -31,7 +31,7 @@ extern "C" int __wrap_isatty(int) {
 
 namespace {
 
-/* What is printed while it lives. */
+/* Captures the output while the object exists. */
 class Printed {
   public:
     Printed() : output_(stdout), errors_(stderr), stream_(open_memstream(&bytes_, &size_)) {
@@ -68,7 +68,7 @@ std::string printed_by(Print print) {
     return printed.text();
 }
 
-/* Prints, and expects nothing but text and this many sequences of the tool itself. */
+/* Prints, and expects only text and this number of escape sequences. */
 template <typename Print>
 void expect_text(size_t own_sequences, Print print) {
     StrictTerminal terminal;

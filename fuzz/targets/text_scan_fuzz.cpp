@@ -1,5 +1,5 @@
 /*
- * Whatever text is scanned for blanks, markers, named values and file names.
+ * Fuzzes the text scanner: blanks, markers, named values and file names.
  *
  * The input is the size of the buffer (2 bytes), a name or first marker and a second marker, each with a NUL,
  * and the text.

@@ -1,6 +1,6 @@
 /*
- * Whatever df prints about a partition, the kernel about a process, and a caller's command: and what of the
- * partition's name reaches the shell.
+ * Fuzzes the output of df, of the kernel about a process, and of a caller's command, and the partition's name
+ * in the shell command.
  *
  * The input is the size of a buffer (2 bytes), a partition's name with a NUL, and the output.
  */

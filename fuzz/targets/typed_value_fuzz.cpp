@@ -1,5 +1,5 @@
 /*
- * Whatever text is read into a variable of any type, what is written of it, words of lists, host names and
+ * Fuzzes typed values: reading a text into a variable, writing the variable, words of lists, host names and
  * addresses.
  *
  * The input is the type, the size of the variable (2 bytes), a list or a second text with a NUL, and the
@@ -20,7 +20,7 @@ bool is_real(int32_t type) {
     return type == FRWK_DATA_TYPE_FLOAT || type == FRWK_DATA_TYPE_DOUBLE;
 }
 
-/* What a variable is written as is read back as the same variable; a real number loses digits. */
+/* A written variable is read back unchanged; only real numbers lose digits. */
 void check_round_trip(int32_t type, const std::vector<char> &variable) {
     std::vector<char> text(kTextSize, kFill);
     FUZZ_CHECK(frwk_value_to_str(type, variable.data(), text.data(), kTextSize) == E_APPS_ERR_SUCCESS);
@@ -43,7 +43,7 @@ void check_conversion(int32_t type, uint32_t size, const char *text) {
     }
 }
 
-/* What was escaped is the beginning of the whole escaped text, cut behind the size or one byte later. */
+/* What was escaped is the beginning of the whole escaped text, truncated at the size or one byte later. */
 void check_escaping(std::string_view text, const char *specials, int32_t size) {
     std::string whole;
     for (const char c : text) {

@@ -1,9 +1,9 @@
 /*
- * Whatever stands in the database's files and its journal: they are loaded, and what was loaded outlives a
- * crash and, once saved, a power cut.
+ * Fuzzes the database's files and its journal: the loaded values survive a crash and, after a save, a power
+ * cut.
  *
- * The input is the plain file, the perm file, the defaults, the factory overlay and the journal, each with a
- * NUL behind it.
+ * The input is the plain file, the perm file, the defaults, the factory overlay and the journal, each
+ * followed by a NUL.
  */
 #include <filesystem>
 #include <set>
@@ -35,7 +35,7 @@ std::set<std::string> possible_keys(std::string_view input) {
         const std::string_view word = input.substr(0, input.find_first_of(kEnds));
         keys.emplace(word);
         if (word.size() > 2) {
-            keys.emplace(word.substr(2)); /* behind the letters of a journal's record */
+            keys.emplace(word.substr(2)); /* after the letters of a journal record */
         }
         input.remove_prefix(std::min(word.size() + 1, input.size()));
     }

@@ -1,6 +1,6 @@
 /*
- * Whatever stands in a line of the database's files and journal: what is read from it is written as the same
- * line, and keeps the rules of keys and values.
+ * Fuzzes lines of the database's files and journal: a parsed line is written back as the same line, and obeys
+ * the rules for keys and values.
  */
 #include "formats/entry_line.h"
 #include "formats/journal_record.h"

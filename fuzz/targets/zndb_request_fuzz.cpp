@@ -1,9 +1,8 @@
 /*
- * Whatever the database's clients send: a row of requests, compared with a database that is nothing but three
- * maps.
+ * Fuzzes the requests of the database's clients: a sequence of requests, compared with a model of three maps.
  *
- * The input is a row of requests: which (a byte), the size of the answer's buffer (2 bytes), the size of the
- * body (2 bytes), and the body. For a set, a size of 0 stands for a body that holds a key and a value, each
+ * The input is a sequence of requests: the request (a byte), the size of the answer's buffer (2 bytes), the
+ * size of the body (2 bytes), and the body. For a set, a size of 0 means a body with a key and a value, each
  * with a NUL.
  */
 #include <map>
@@ -59,7 +58,7 @@ constexpr Request kRequests[] = {
 /* A body, in a block of exactly its size. */
 using Body = std::vector<char>;
 
-/* The database as it is meant: what each request answers and changes. */
+/* A model of the database: the answer and the effect of each request. */
 class Model {
   public:
     apps_err_e_type answer(const Request &request, const Body &body, uint32_t size, std::string *value) {
@@ -101,7 +100,7 @@ class Model {
         return E_APPS_ERR_SUCCESS;
     }
 
-    /* The key of a get or delete, or nothing for a body of the wrong form. */
+    /* The key of a get or delete, or nothing for a malformed body. */
     static std::optional<std::string> key_of(const Body &body) {
         const bool is_key = body.size() >= 2 && body.size() <= ZNDB_KEY_LEN &&
                             ::strnlen(body.data(), body.size()) == body.size() - 1;
@@ -161,7 +160,8 @@ Body take_body(const Request &request, FuzzInput *input) {
     return {bytes.begin(), bytes.end()};
 }
 
-/* What a save tells of each of its stores, where there is room: no failure. Leaves the rest of the answer. */
+/* The results of a save for each store, if there is room: success. Leaves the rest of the answer unchanged.
+ */
 void take_results(std::vector<char> *answer) {
     if (answer->size() >= sizeof(SaveResults)) {
         SaveResults each = {-1, -1};

@@ -1,8 +1,8 @@
 /*
  * Doubles of the base library's functions. Link doubles_base; the real functions are those of the base
- * library, or of its object files when the program links these.
+ * library, or of its object files if the program links these.
  *
- * os_debug_print and os_trace_print hand over the formatted text.
+ * The doubles of os_debug_print and os_trace_print receive the formatted text.
  */
 #pragma once
 

@@ -1,5 +1,5 @@
 /*
- * Blocks as an allocator leaves them that zeroes nothing. Link doubles_base.
+ * Simulates an allocator that doesn't zero blocks. Link doubles_base.
  */
 #pragma once
 
@@ -7,7 +7,7 @@
 
 #include "doubles/base_doubles.h"
 
-/* From now on every block of the code under test is full of 0xA5, until restore_all. */
+/* Fills every new block of the code under test with 0xA5, until restore_all. */
 inline void hand_out_dirty_blocks() {
     doubles::base::os_mem_malloc.stand_in([](size_t size) {
         void *block = doubles::base::os_mem_malloc.real(size);

@@ -1,8 +1,8 @@
 /*
- * Stand-ins for single functions, put in their place when a test program is linked (-Wl,--wrap=NAME).
+ * Test doubles for single functions, installed when a test program is linked (-Wl,--wrap=NAME).
  *
- * A program that links doubles_libc or doubles_base calls the functions named there through a Double each.
- * Without a stand-in the call goes on to the real function:
+ * A program that links doubles_libc or doubles_base calls each function listed there through a Double.
+ * Without a stand-in the Double calls the real function:
  *
  *     doubles::libc::socket.stand_in([](int, int, int) { errno = EMFILE; return -1; });
  *     ...
@@ -10,9 +10,9 @@
  *     doubles::restore_all();
  *
  * A stand-in may call the real function: doubles::libc::recv.real(fd, buf, len, flags). Only calls from
- * object files that are linked into the program are led through a Double, never those between functions of
+ * object files that are linked into the program go through a Double, not those between functions of
  * one source file or inside shared libraries. Every function here may be called from any thread; a
- * stand-in must stand concurrent calls and may still be running when restore() returns.
+ * stand-in must allow concurrent calls and may still be running when restore() returns.
  */
 #pragma once
 
@@ -22,19 +22,19 @@
 
 namespace doubles {
 
-/* What all doubles have in common. They are constants of the program: usable before main and after it. */
+/* The common base of all doubles. They are constant-initialized: usable before main and after it. */
 class AnyDouble {
   public:
     AnyDouble(const AnyDouble &) = delete;
     AnyDouble &operator=(const AnyDouble &) = delete;
 
-    /* Takes the stand-in away: calls go to the real function again. */
+    /* Removes the test double: calls go to the real function again. */
     void restore() { current_.store(nullptr, std::memory_order_release); }
 
-    /* Calls since the start or the last restore_all, whoever answered them. */
+    /* The number of calls since the start or the last restore_all, with and without a stand-in. */
     unsigned calls() const { return calls_.load(std::memory_order_acquire); }
 
-    /* Starts the count afresh. */
+    /* Resets the count. */
     void forget_calls() { calls_.store(0, std::memory_order_release); }
 
   protected:
@@ -57,7 +57,7 @@ class AnyDouble {
     AnyDouble *next_ = nullptr;
 };
 
-/* Takes every stand-in of the program away and sets every count to 0. */
+/* Removes every test double of the program and sets every count to 0. */
 void restore_all();
 
 template <typename Signature>
@@ -70,13 +70,13 @@ class Double<Result(Args...)> : public AnyDouble {
 
     constexpr explicit Double(Result (*function)(Args...)) : real_(function) {}
 
-    /* From now on answers calls with function, until restore() or the next stand_in(). */
+    /* Redirects calls to function, until restore() or the next stand_in(). */
     void stand_in(Function function) {
         enrol();
         current_.store(keep(std::move(function)), std::memory_order_release);
     }
 
-    /* The real function, past any stand-in; not counted. */
+    /* The real function, bypassing any test double; not counted. */
     Result real(Args... args) const { return real_(args...); }
 
     Result operator()(Args... args) {

@@ -1,5 +1,5 @@
 /*
- * A fixture for tests that stand in for functions: no stand-in outlives its test.
+ * A fixture for tests with test doubles: it removes them after each test.
  */
 #pragma once
 

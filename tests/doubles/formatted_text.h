@@ -1,5 +1,5 @@
 /*
- * The finished text of a printf-like call, for doubles of variadic functions.
+ * The formatted text of a printf-like call, for doubles of variadic functions.
  */
 #pragma once
 
@@ -9,7 +9,7 @@
 
 namespace doubles {
 
-/* args: used up. A text that can't be formatted gives "". */
+/* args: consumed. Returns "" if the text can't be formatted. */
 inline std::string formatted_text(const char *format, va_list args) {
     va_list measured;
     va_copy(measured, args);

@@ -1,9 +1,9 @@
 /*
  * Doubles of the C library's functions: those of support/libc_calls.def. Link doubles_libc.
  *
- * Variadic functions take their finished arguments: open and openat a mode (0 when none was passed), fcntl
- * one argument as a pointer (only meaningful where the command has one). open, fcntl and fopen stand for
- * their 64-bit-offset twins too.
+ * Variadic functions have fixed arguments: open a mode (0 if none was passed), fcntl one
+ * argument as a pointer (only meaningful if the command has one).
+ * The doubles of open, fcntl and fopen also replace their variants with 64-bit offsets.
  */
 #pragma once
 

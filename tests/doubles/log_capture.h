@@ -1,8 +1,8 @@
 /*
- * What the code under test logs. Link doubles_base.
+ * Captures the log of the code under test. Link doubles_base.
  *
- * While a LogCapture lives, both channels take every message, and each line lands in the capture instead
- * of the channel. One at a time; any thread may log and ask.
+ * While a LogCapture exists, both channels accept every message, and each line goes to the capture instead
+ * of the channel. One object at a time; any thread may log and query.
  *
  *     LogCapture log;
  *     EXPECT_FALSE(ipc::Connection::open(5, 0));
@@ -35,16 +35,16 @@ class LogCapture {
     LogCapture(const LogCapture &) = delete;
     LogCapture &operator=(const LogCapture &) = delete;
 
-    /* Whether a line of either channel has text in it. */
+    /* Whether a line of either channel contains the text. */
     bool contains(const std::string &text) const;
 
-    /* How many messages have text in them. A message that went to both channels counts once. */
+    /* The number of messages that contain the text. A message on both channels counts once. */
     size_t count(const std::string &text) const;
 
-    /* Waits until contains(text); false when that took longer than the limit. */
+    /* Waits until contains(text); false after the time limit. */
     bool wait_for(const std::string &text, int seconds = 20) const;
 
-    /* How many conditions that don't hold were handed to the base library, which may do anything then. */
+    /* The number of failed assertions that were passed to the base library. */
     size_t assertions() const;
 
     std::vector<LogLine> debug_lines() const;
@@ -53,7 +53,7 @@ class LogCapture {
     /* Every line, for a failed test's message. */
     std::string text() const;
 
-    /* Forgets what was captured so far. */
+    /* Discards the captured lines. */
     void clear();
 
   private:

@@ -103,7 +103,7 @@ std::vector<Scenario> backup() {
 }
 
 /*
- * Where the backup stands as it came nothing has changed. Where it stands otherwise, no record has been
+ * If the backup is unchanged, nothing on the device has changed. If it is changed, no record has been
  * looked at. Where it is gone, the settings were emptied, and the file may have been replaced: never by a
  * part.
  */
@@ -121,7 +121,7 @@ bool is_sound() {
     return file_text(kDataManager) == kOtherFile && (!as_it_came || stored("key") == kOtherValue);
 }
 
-/* Where its copy is deciphered, the backup is as it came as long as it is there. */
+/* If a copy is decrypted, the backup itself is unchanged as long as it exists. */
 bool is_sound_beside_strangers() {
     if (!std::filesystem::exists(kStrangeBackup)) {
         return is_sound_without_backup();

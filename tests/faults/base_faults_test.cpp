@@ -266,7 +266,7 @@ std::vector<Scenario> ciphers() {
     };
 }
 
-/* Longer than what is enciphered at once. */
+/* Longer than one chunk of the encryption. */
 const std::string &long_text() {
     static const std::string text(70000, 'p');
     return text;

@@ -1,6 +1,6 @@
 /*
- * No exported function is forgotten: each has a scenario, is shown to make no call, or is left out for a
- * reason that stands here.
+ * Every exported function has a scenario, is shown to make no call, or is left out for a
+ * documented reason.
  */
 #include <gtest/gtest.h>
 

@@ -1,5 +1,5 @@
 /*
- * The device on which the functions are called: the database, modules that answer, and stand-ins for tools.
+ * The simulated device of the fault tests: the database, modules that answer, and fake tools.
  */
 #pragma once
 
@@ -22,10 +22,10 @@ inline constexpr uint32_t kPeer = 10;
 /* A message that the modules of the device answer with their request's body. */
 inline constexpr int32_t kEcho = 40000;
 
-/* Makes the test's process the module that it stays. */
+/* Makes the test's process a module, permanently. */
 void become_module(int32_t id);
 
-/* The test's process is a tool; what an earlier test left is gone. */
+/* The test's process is a tool; removes the leftovers of earlier tests. */
 class FaultyDevice : public testing::Test {
   protected:
     FaultyDevice();
@@ -42,10 +42,10 @@ class FaultyDevice : public testing::Test {
 /* Writes a file and the folders above it. */
 void put_text(const std::string &path, const std::string &text);
 
-/* The bytes under the cipher of a file, by way of a copy; "" when it is none. */
+/* The decrypted bytes of a file, using a copy; "" if it is not encrypted. */
 std::string deciphered(const std::string &path, const std::string &copy);
 
-/* The value of the plain or the perm store; "" when there is none. */
+/* The value of the plain or the perm store; "" if it is missing. */
 std::string stored(const std::string &key);
 std::string stored_perm(const std::string &key);
 

@@ -16,8 +16,8 @@ namespace faults {
 inline constexpr int kStarved = 100;
 
 /*
- * In a child: calls what ends with the process where it gets no memory, since it knows no exceptions. Here
- * the frames above it belong to the tests, which do.
+ * In a child: calls a function that ends the process without memory, since it has no exceptions. The calling
+ * test code has exceptions and can catch them.
  */
 template <typename Tested>
 long end_if_starved(Tested tested) noexcept {
@@ -25,7 +25,7 @@ long end_if_starved(Tested tested) noexcept {
     return tested();
 }
 
-/* Runs a step in a child. Returns its exit status. wait4 is none of the calls that fail. */
+/* Runs a step in a child. Returns its exit status. wait4 is not one of the calls that fail. */
 template <typename Step>
 long in_child(Step step) {
     const pid_t child = real_function<pid_t (*)()>("fork")(); /* the step is part of the run */

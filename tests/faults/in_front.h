@@ -1,6 +1,6 @@
 /*
- * How a function is put in front of one of the C library. The program exports it, so that every library of
- * the process calls it in place of the real one, which it finds behind itself.
+ * Overrides functions of the C library. The program exports the override, so that every library of the
+ * process calls it; it finds the real function with RTLD_NEXT.
  */
 #pragma once
 
@@ -22,19 +22,19 @@ Function real_function(const char *name) {
     return reinterpret_cast<Function>(found);
 }
 
-/* What a call that is made to fail returns. */
+/* The result of a failing call. */
 template <typename Result>
 Result refuse(const Fault &fault, Result result) {
     errno = fault.error;
     return result;
 }
 
-/* The bytes that a call may take which is made to be short. */
+/* The number of bytes of a short call. */
 inline size_t part_of(size_t size) {
     return size > 1 ? size / 2 : size;
 }
 
-/* Reads or writes all, a part, or nothing. */
+/* Reads or writes everything, a part, or nothing. */
 template <typename Transfer>
 ssize_t transfer(Call call, size_t size, Transfer real) {
     const Fault fault = take(call);
@@ -57,7 +57,7 @@ ssize_t transfer(Call call, size_t size, Transfer real) {
 
 }  // namespace faults
 
-/* Begins the definition of a function of the C library; real is the one behind it. */
+/* Begins the definition of an override; real is the C library's function. */
 #define QUOR_IN_FRONT(RESULT, NAME, PARAMS)                                                            \
     extern "C" __attribute__((visibility("default"))) RESULT in_front_of_##NAME PARAMS __asm__(#NAME); \
     extern "C" RESULT in_front_of_##NAME PARAMS
@@ -65,7 +65,7 @@ ssize_t transfer(Call call, size_t size, Transfer real) {
 #define QUOR_REAL(RESULT, NAME, PARAMS) \
     static const auto real = faults::real_function<RESULT(*) PARAMS>(#NAME)
 
-/* A function that is carried out, or not and then gives FAILURE. */
+/* A function that is either carried out or returns FAILURE. */
 #define QUOR_PASS(RESULT, NAME, FAILURE, PARAMS, ARGUMENTS)           \
     QUOR_IN_FRONT(RESULT, NAME, PARAMS) {                             \
         QUOR_REAL(RESULT, NAME, PARAMS);                              \

@@ -94,7 +94,7 @@ Fault strike(Call call) {
     return g_shared->fault;
 }
 
-/* What becomes of the nth call of the kind in question. */
+/* The outcome of the nth call of the kind. */
 Fault fault_of(Call call, size_t nth) {
     if (nth == g_shared->at) {
         return strike(call);

@@ -1,8 +1,8 @@
 /*
  * Counts the calls that one run makes into the C library, and makes one of them fail.
  *
- * Between watch() and end() the calls of the threads in question are counted. What the test's own code, its
- * other threads and its helpers do is not. One run at a time; a child that the run forks goes on counting.
+ * Between watch() and end() the calls of the selected threads are counted. Calls of the test code, its other
+ * threads and its helpers are not. One run at a time; a child that the run forks continues counting.
  */
 #pragma once
 
@@ -12,18 +12,17 @@
 
 namespace faults {
 
-/* Whose calls count. */
+/* The threads whose calls are counted. */
 enum class Who : uint8_t {
     kNobody,
     kCaller, /* the thread that called watch */
     kOthers  /* every other thread of the process, such as its service thread */
 };
 
-/* Counts from now on. */
+/* Starts counting. */
 void watch(Who who);
 
-/* The same, and makes the call fail that is the nth of its kind, counted from 0. variant: which of its faults
- * it meets. */
+/* The same, and makes the nth call of a kind fail, counted from 0. variant: the index of its fault. */
 void watch_kind(Who who, Call kind, size_t nth, size_t variant);
 
 struct Trace {
@@ -33,19 +32,19 @@ struct Trace {
     Fault fault;
 };
 
-/* Counts no longer. */
+/* Stops counting. */
 Trace end();
 
-/* Counts no longer, in a child: the trace is its parent's. In the parent, what a child that ended left on. */
+/* Stops counting, in a child without returning the trace, and in the parent after a child that ended. */
 void stop_watching();
 
-/* The same for a process that a library under test has forked, for good: the run goes on without it. */
+/* The same for a process that a library under test has forked, permanently: the run continues without it. */
 void leave_run();
 
-/* What the call that was made to fail met; nothing while none was. */
+/* The fault of the failed call; none if no call has failed yet. */
 Fault met();
 
-/* The test's own steps before and after a call, in the middle of a run: they are not counted. */
+/* Steps of the test in the middle of a run, which are not counted. */
 class Unwatched {
   public:
     Unwatched();
@@ -68,23 +67,22 @@ class Unwatched {
     const Who who_;
 };
 
-/* Sees each counted call when it was carried out, until null takes its place. fd: of fsync, else -1. */
+/* Sets a function that is called after each counted call; null for none. fd: of fsync, else -1. */
 void set_observer(void (*observer)(Call call, int fd));
 
-/* For the functions that stand in front of the C library: counts a call and says what becomes of it. */
+/* For the functions that override the C library's: counts a call and returns its outcome. */
 Fault take(Call call);
 
-/* The same where a library is among the callers that can't bear a refusal; what that one asks for is not
- * counted. caller: the code that calls. */
+/* The same, but does not count calls of a library that can't handle a failure. caller: the calling code. */
 Fault take_from(Call call, const void *caller);
 
-/* Tells the observer. */
+/* Calls the observer. */
 void carried_out(Call call, int fd);
 
 /* Whether calls of this thread are counted now. */
 bool watched();
 
-/* Blocks of memory that were taken and not given back, in the whole process; constant under a sanitizer. */
+/* The number of allocated blocks in the process; constant with a sanitizer. */
 long live_blocks();
 void count_block(long change);
 

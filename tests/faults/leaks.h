@@ -1,5 +1,5 @@
 /*
- * What a call may leave behind: blocks of memory, descriptors and files.
+ * Detects leaks of a call: blocks of memory, descriptors and files.
  */
 #pragma once
 
@@ -16,10 +16,10 @@ struct Holdings {
     size_t descriptors; /* open ones */
 };
 
-/* As it is now. Takes no memory. */
+/* The present counts. Allocates no memory. */
 Holdings holdings();
 
-/* Waits a little for other threads to let go. Returns "" or what there is more of than before. */
+/* Waits briefly for other threads to release theirs. Returns "" or a description of the leaks. */
 std::string grown_since(const Holdings &before);
 
 /* The paths of all files in the device's own folders. */

@@ -1,5 +1,5 @@
 /*
- * The calls into the C library that are counted and made to fail, and the ways in which each of them can.
+ * The counted calls into the C library, and the ways in which each of them can fail.
  */
 #pragma once
 
@@ -14,14 +14,14 @@ enum class Call : uint8_t {
     kNone
 };
 
-/* What becomes of one call. */
+/* The outcome of one call. */
 struct Fault {
     enum class Way : uint8_t {
         kNone,  /* it is carried out */
         kFails, /* it is not carried out and fails with error */
-        kShort, /* about half of the bytes, at least one where it was given any */
+        kShort, /* about half of the bytes, at least one unless it was given none */
         kEnds,  /* no byte, as at the end of a file or of a connection */
-        kFills  /* as kShort, and the next call of its kind fails with error: the disk is full */
+        kFills  /* as kShort, and the next call of its kind fails with error: a full disk */
     };
 
     Way way = Way::kNone;
@@ -30,7 +30,7 @@ struct Fault {
 
 inline constexpr size_t kMostFaults = 5;
 
-/* A call's name and its faults, of which count are there. */
+/* A call's name and its faults; count is their number. */
 struct CallRow {
     const char *name;
     size_t count;
@@ -39,10 +39,10 @@ struct CallRow {
 
 const CallRow &row_of(Call call);
 
-/* Whether it asks for memory; all others count as system calls. */
+/* Whether it allocates memory; all others count as system calls. */
 bool is_allocation(Call call);
 
-/* As a failed test names it: "EIO", "short", "end". */
+/* Its name in a failed test's message: "EIO", "short", "end". */
 const char *name_of(const Fault &fault);
 
 }  // namespace faults

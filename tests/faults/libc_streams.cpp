@@ -53,7 +53,7 @@ faults::StandInFile::~StandInFile() {
     g_path = nullptr;
 }
 
-/* A short read comes to its end behind a part of the bytes. */
+/* A short read ends after a part of the bytes. */
 QUOR_IN_FRONT(size_t, fread, (void *to, size_t size, size_t count, FILE *stream)) {
     QUOR_REAL(size_t, fread, (void *, size_t, size_t, FILE *));
     const Fault fault = faults::take(Call::fread);

@@ -1,6 +1,6 @@
 /*
- * The lines that the libraries log, taken before they reach a channel: what a line says is looked at, and
- * writing it is no part of the run.
+ * Captures the log lines of the libraries before they reach a channel, so that writing them is not part of a
+ * run.
  */
 #pragma once
 
@@ -8,13 +8,13 @@
 
 namespace faults {
 
-/* From now on lines are kept, the earlier ones forgotten. */
+/* Starts capturing; discards earlier lines. */
 void start_log();
 
-/* How many lines at the level of a warning or above were logged since. */
+/* The number of captured lines at the warning level or above. */
 int warnings();
 
-/* They, and no line of a lower level, for a failed test's message. */
+/* The text of these lines, for a failed test's message. */
 std::string logged_text();
 
 }  // namespace faults

@@ -1,5 +1,5 @@
 /*
- * Single lacks of memory that once did harm. Not for builds in which a sanitizer stands in front of the
+ * Refused allocations that once caused errors. Not for builds in which a sanitizer replaces the
  * allocator.
  */
 #include <gtest/gtest.h>
@@ -11,7 +11,7 @@ namespace faults {
 
 namespace {
 
-/* What becomes of a text when the nth block is refused, counted from 0. */
+/* Parses a text while the nth block, from 0, is refused. */
 json_item *parse_without_block(size_t nth) {
     watch_kind(Who::kCaller, Call::malloc, nth, 0);
     json_item *root = json_parse("{\"key\": 17}");

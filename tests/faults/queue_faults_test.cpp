@@ -32,7 +32,7 @@ void *run(void *) {
     return nullptr;
 }
 
-/* A queue lives for ever, so that each creation takes a name of its own. */
+/* A queue exists until the process ends, so each creation needs a new name. */
 void choose_name() {
     static int number = 0;
     (void)std::snprintf(g_name, sizeof(g_name), "queue-%d", ++number);

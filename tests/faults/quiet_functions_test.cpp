@@ -1,5 +1,5 @@
 /*
- * The functions that ask the system for nothing: a good run of each makes no call that could fail.
+ * The functions without system calls: a successful run of each makes no call that could fail.
  */
 #include <gtest/gtest.h>
 #include <sys/time.h>

@@ -28,7 +28,7 @@ constexpr int kMostComplaints = 4;
 constexpr int kGoodRuns = 5;
 constexpr int kMostTries = 5;
 
-/* Holds for every function. */
+/* Checks for every function. */
 const Exception kOfAll[] = {
     {{Call::stat64}, Waived::kEffect, "os_file_exist says no and os_file_size 0, and nobody learns why"},
     {{Call::stat64}, Waived::kWarning, "the same"},
@@ -47,7 +47,7 @@ std::set<std::string> without_numbers(const std::string &log) {
     return lines;
 }
 
-/* A run and what came of it. */
+/* A run and its result. */
 struct Outcome {
     long result = 0;
     Trace trace;

@@ -1,5 +1,5 @@
 /*
- * The procedure itself: what a function does wrong is found.
+ * The fault procedure itself: it detects functions that misbehave.
  */
 #include <fcntl.h>
 #include <gtest/gtest-spi.h>

@@ -1,5 +1,5 @@
 /*
- * One call of an exported function: what it needs, how it is made, what it leaves.
+ * One call of an exported function: its preparation, the call, its checks and its clean-up.
  */
 #pragma once
 
@@ -11,13 +11,13 @@
 
 namespace faults {
 
-/* What is not asked of a run in which certain calls fail. */
+/* Checks that are skipped if certain calls fail. */
 enum class Waived {
-    kEffect,         /* the good result stands although the effect is not there, or is another */
-    kEffectIfLogged, /* the same, and a line in the log tells */
-    kWarning,        /* a failing result comes without a line in the log */
-    kFile,           /* a file is left behind */
-    kChange          /* what a failed call leaves alone has changed */
+    kEffect,         /* success although the effect is missing, or another one */
+    kEffectIfLogged, /* the same, but it is logged */
+    kWarning,        /* a failing result is not logged */
+    kFile,           /* a file is left */
+    kChange          /* something that a failed call must not change has changed */
 };
 
 /* The calls that start a shell. */
@@ -27,64 +27,64 @@ inline const std::vector<Call> kShellCalls = {Call::posix_spawnattr_init, Call::
 struct Exception {
     std::vector<Call> calls; /* those that fail; none: any */
     Waived waived;
-    const char *reason;                 /* for whoever reads the table */
+    const char *reason;                 /* documents the exception */
     Fault::Way way = Fault::Way::kNone; /* in which they fail; kNone: any */
 };
 
-/* Which of the calls are made to fail. */
+/* The calls that are made to fail. */
 enum class Failing {
     kAll,
     kSystemCalls, /* the caller ends without memory */
     kAllocations
 };
 
-/* What tells that a call failed. */
+/* The indication that a call failed. */
 enum class Reports {
     kResult, /* its result */
-    kLog     /* a line in the log: the function has no result that could tell */
+    kLog     /* a log line: the function has no result */
 };
 
 /*
- * Put together in one expression:
+ * Built in one expression:
  *
  *     Scenario("zndb_save").called([] { return zndb_save(); }).verified(saved).failing({E_ZNDB_RET_IPC})
  */
 struct Scenario {
     explicit Scenario(const char *name) : function(name) {}
 
-    /* Makes the device what it is before the call. */
+    /* Prepares the device for the call. */
     Scenario &prepared(std::function<void()> step) { return set(prepare, std::move(step)); }
 
-    /* Makes the call and returns its result; 0 for a call without one. Takes no memory of its own. */
+    /* Makes the call and returns its result; 0 for a call without one. Must not allocate memory itself. */
     Scenario &called(std::function<long()> step) { return set(call, std::move(step)); }
 
-    /* Gives back what the call handed out. */
+    /* Releases what the call returned. */
     Scenario &released(std::function<void()> step) { return set(release, std::move(step)); }
 
-    /* Whether the effect of a good call is there: what was read, written, or arrived. */
+    /* Checks the effect of a successful call: what was read, written, or has arrived. */
     Scenario &verified(std::function<bool()> step) { return set(verify, std::move(step)); }
 
-    /* Whether what a failed call leaves alone is as it was: its outputs, a file that it replaces. */
+    /* Checks that a failed call has changed nothing: its outputs, a file that it replaces. */
     Scenario &unchanged(std::function<bool()> step) { return set(is_unchanged, std::move(step)); }
 
-    /* Results of a failed call that its header names. */
+    /* Results of a failed call that its header documents. */
     Scenario &failing(std::vector<long> results) { return set(failures, std::move(results)); }
 
     Scenario &reporting(Reports how) { return set(reports, how); }
 
-    /* A good call keeps memory or descriptors for the life of the process. */
+    /* A successful call keeps memory or descriptors until the process ends. */
     Scenario &keeping() { return set(keeps, true); }
 
-    /* Not every good call makes the same calls: the last ones may not come again to be failed. */
+    /* Successful runs may make different calls: the last ones may not occur again. */
     Scenario &varying() { return set(varies, true); }
 
-    /* A good call makes no call that could fail, where nearly all do. */
+    /* A successful run makes no call that could fail. */
     Scenario &quiet() { return set(is_quiet, true); }
 
-    /* Of the calls these alone count. */
+    /* Only these calls count. */
     Scenario &only(Failing which) { return set(failing_calls, which); }
 
-    /* Calls of other threads of the process count. */
+    /* Only calls of other threads of the process count. */
     Scenario &on_other_threads() { return set(who, Who::kOthers); }
 
     Scenario &except(std::vector<Call> calls, Waived waived, const char *reason,
@@ -116,7 +116,7 @@ struct Scenario {
     }
 };
 
-/* What was done for a function. */
+/* The counts for a function. */
 struct Tally {
     size_t allocations = 0;
     size_t system_calls = 0;

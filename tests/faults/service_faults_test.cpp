@@ -1,5 +1,5 @@
 /*
- * The service thread: faults in the calls that it makes for requests which come by way of the module's
+ * The service thread: faults in the calls that it makes for requests from the module's
  * socket.
  */
 #include <sys/socket.h>
@@ -20,7 +20,7 @@ using ServiceFaults = FaultyDevice;
 
 constexpr char kSocket[] = "/tmp/m_tmp/ipc/monitor_tool";
 
-/* What became of a row of requests. */
+/* The result of a sequence of requests. */
 enum Outcome : long {
     kAllAnswered = 0,
     kOneLost = 1 /* its connection was closed without an answer */

@@ -1,5 +1,5 @@
 /*
- * Single faults that once did harm: nobody was told, or something was lost.
+ * Single faults that once caused errors: nothing was logged, or data was lost.
  */
 #include <algorithm>
 #include <cstring>

@@ -1,11 +1,12 @@
 /*
- * A file in place of one that only the kernel writes.
+ * Replaces a file that only the kernel writes.
  */
 #pragma once
 
 namespace faults {
 
-/* While it lives, fopen of the one opens the other. One at a time; the paths outlive it. */
+/* While the object exists, fopen of the one path opens the other. One object at a time; the paths must
+ * outlive it. */
 class StandInFile {
   public:
     StandInFile(const char *path, const char *stand_in);

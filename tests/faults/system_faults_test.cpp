@@ -1,5 +1,5 @@
 /*
- * What modules ask about the system, values in files and of commands, and what survives a restart.
+ * Queries of the system, values in files and of commands, and the files that survive a restart.
  */
 #include <cstring>
 #include <filesystem>
@@ -109,10 +109,10 @@ std::vector<Scenario> kernel() {
     };
 }
 
-/* Seconds: more than a call takes, so that an uptime tells whether they were subtracted. */
+/* Seconds: more than a call takes, so that the uptime shows whether they were subtracted. */
 constexpr uint32_t kUptimeOffset = 10;
 
-/* What a process whose first look meets a fault is told. */
+/* The result in a process whose first query fails. */
 enum Uptime : long {
     kLess = 0, /* the time since boot, less the offset */
     kWhole = 1,

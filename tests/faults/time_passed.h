@@ -1,6 +1,6 @@
 /*
- * The time that passes for a call. Its sleeps end after a moment while its calls are counted, so that the
- * clock alone would not tell whether they were whole.
+ * The duration of a call. Its sleeps are shortened while its calls are counted, so the cut-off time must be
+ * added to that of the clock.
  */
 #pragma once
 
@@ -8,10 +8,10 @@
 
 namespace faults {
 
-/* What all sleeps so far were cut by. */
+/* The total time by which sleeps were shortened so far. */
 std::chrono::nanoseconds cut_off_sleeps();
 
-/* How long a step takes, with what its sleeps were cut by. */
+/* The duration of a step, including the time by which its sleeps were shortened. */
 template <typename Step>
 std::chrono::nanoseconds time_passed(Step step) {
     const auto cut_off = cut_off_sleeps();

@@ -89,7 +89,7 @@ class DiskSet {
 
 }  // namespace
 
-/* Looks at the disk behind each call into the C library. */
+/* Records the disk after each call into the C library. */
 class Recorder {
   public:
     explicit Recorder(DiskHistory *history) : history_(history) {
@@ -141,7 +141,7 @@ class Recorder {
 
 Recorder *Recorder::current_ = nullptr;
 
-/* What is safe behind a step, and what is not. */
+/* What is safe after a step, and what is not. */
 class Volatile {
   public:
     explicit Volatile(const DiskImage &before) : now_(before), safe_(before.contents), names_{before.names} {}

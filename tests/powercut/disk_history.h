@@ -22,7 +22,7 @@ class DiskHistory {
   public:
     DiskHistory(std::vector<std::string> folders, const std::function<void()> &call);
 
-    /* Every disk that a power cut may leave while the call runs or right behind it, each once. */
+    /* Every disk that a power cut may leave during the call or directly after it, each once. */
     std::vector<DiskImage> during() const;
 
     /* The same for a power cut when the call has returned. */
@@ -42,7 +42,7 @@ class DiskHistory {
         Kind kind;
         uint64_t file;      /* of kSyncFile */
         std::string folder; /* of kSyncFolder */
-        DiskImage image;    /* behind the step */
+        DiskImage image;    /* after the step */
     };
 
     friend class Recorder;

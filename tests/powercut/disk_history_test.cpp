@@ -1,5 +1,5 @@
 /*
- * The model of the disk itself: what it says of calls whose fate is known.
+ * The disk model itself: its results for calls whose results are known.
  */
 #include "powercut/disk_history.h"
 

@@ -10,7 +10,7 @@
 
 namespace powercut {
 
-/* What a name stands for: a folder, or the file with this number. */
+/* The target of a name: a folder, or the file with this number. */
 struct Entry {
     bool is_folder;
     uint64_t file;
@@ -36,7 +36,7 @@ DiskImage read_disk(const std::vector<std::string> &folders);
 /* Makes the folders what the image says. */
 void write_disk(const std::vector<std::string> &folders, const DiskImage &image);
 
-/* The folder that a name stands in. */
+/* The folder of a name. */
 std::string folder_of(const std::string &path);
 
 }  // namespace powercut

@@ -17,7 +17,7 @@ struct PowerCut {
     /* All that the call changes and a power cut does not clear. */
     std::vector<std::string> folders;
 
-    /* Makes the device what it is before the call. */
+    /* Prepares the device for the call. */
     std::function<void()> prepare;
 
     std::function<void()> call;

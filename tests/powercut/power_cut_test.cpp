@@ -120,8 +120,8 @@ PowerCut first_saving_after_a_kill() {
 }
 
 /*
- * What a service left that was killed behind the rename of its save: the successor's save must make the new
- * file's name safe, though it finds nothing of the journal's delete left to do.
+ * The leftovers of a service that was killed after the rename of its save: the next service's save must make
+ * the new file's name safe, though it finds nothing of the journal's delete left to do.
  */
 PowerCut saving_after_a_kill() {
     const std::string path = paths::kPermFile;
@@ -142,7 +142,7 @@ PowerCut saving_after_a_kill() {
     return again;
 }
 
-/* ---- Enciphered files ----------------------------------------------------------------------------- */
+/* ---- Encrypted files ----------------------------------------------------------------------------- */
 
 constexpr char kFolder[] = "/m_data/usr/exchange";
 constexpr char kFile[] = "/m_data/usr/exchange/file";
@@ -223,7 +223,7 @@ PowerCut making_a_key_on_a_fresh_device() {
 constexpr char kBackup[] = "/m_data/usr/exchange/backup.bin";
 constexpr char kDataManager[] = "/m_data/usr/dbm/database.db";
 
-/* In a folder where anybody writes: there is nothing in the clear, and what is, is on tmpfs. */
+/* In a folder where anybody writes: there is nothing unencrypted, and what is, is on tmpfs. */
 constexpr char kStrangeFolder[] = "/m_data/usr/strange";
 constexpr char kStrangeBackup[] = "/m_data/usr/strange/backup.bin";
 
@@ -265,7 +265,7 @@ PowerCut backing_up_among_strangers() {
     return backing_up_to("frwk_dbrm_backup, where anybody writes", kStrangeFolder, kStrangeBackup);
 }
 
-/* What is under the backup's name: only an enciphered one, with its trailer, can be restored. */
+/* The file with the backup's name: only an encrypted one, with its trailer, can be restored. */
 std::string read_what_is_restored_from(const char *path, char letter) {
     const std::string bytes(9000, letter);
     if (!std::filesystem::exists(path)) {
@@ -288,7 +288,7 @@ std::string read_restored(const char *path) {
 
 /*
  * A restore has no way back, so that a part of a file is what a power cut in its middle may leave; but then
- * what it came from is still there, though in the clear, which another restore refuses.
+ * what it came from is still there, though unencrypted, which another restore refuses.
  */
 PowerCut restoring() {
     return {"frwk_dbrm_restore",
@@ -385,7 +385,7 @@ PowerCut ending_the_last_subscription() {
             [] { return file_text(kSubscription).empty() ? "nobody" : "somebody"; }};
 }
 
-/* Put together anew from the trace files at each call, and written in place. */
+/* Built from the trace files at each call, and written in place. */
 PowerCut writing_the_mask() {
     return {"frwk_set_mals_tracemask",
             {"/m_data/usr/mask"},

@@ -1,5 +1,5 @@
 /*
- * Digests, base64 and the cipher. The cipher's key is built in, and a file is enciphered and deciphered
+ * Digests, base64 and the cipher. The cipher's key is built in, and a file is encrypted and decrypted
  * whole, in its place: another form than our own base library's.
  */
 #include <sodium.h>

@@ -1,6 +1,5 @@
 /*
- * JSON members and names with the second base library, which brings no JSON parser that anybody knows: the
- * objects are its reader's own.
+ * JSON members and names with the second base library, whose JSON objects are opaque.
  */
 #include <gtest/gtest.h>
 #include <json-c/json_object.h>

@@ -10,7 +10,7 @@
 #include <functional>
 #include <ostream>
 
-/* Who attacks. The same user stands for another one in folders and files that all may write. */
+/* The attacker. The same user can play another one in folders and files that everybody may write to. */
 enum class As {
     kTheSameUser,
     kAnotherUser

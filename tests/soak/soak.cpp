@@ -1,6 +1,6 @@
 /*
  * soak --messages N [--seed S]: many modules with mixed traffic for a fixed count of messages, of which some
- * are killed and started anew all the time, as is the database. Runs in a device tree of its own; see
+ * are repeatedly killed and restarted, and so is the database. Runs in its own device tree; see
  * docs/testing.md.
  *
  * The status is 0 when everything held, 1 when something did not, and 2 when the run could not be made or
@@ -70,7 +70,7 @@ uint64_t steps_done(const soak::Board &board) {
     return total;
 }
 
-/* Kills, and starts anew what it killed a while ago. */
+/* Kills modules, and restarts those that it killed a while ago. */
 class Reaper {
   public:
     Reaper(soak::Board &board, soak::Fleet &fleet, uint64_t messages)

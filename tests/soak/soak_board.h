@@ -49,7 +49,7 @@ enum class Listed : uint32_t {
 struct Module {
     Count steps;   /* done */
     Count excused; /* requests that failed since their receiver was down or killed */
-    Count doubts;  /* sets of which only a get told what became of them */
+    Count doubts;  /* sets whose result only a later get showed */
     Count syncs, asyncs, publications, changes, gets, sets, saves;
     Count churn_notices;
     Count published_begun;

@@ -1,5 +1,5 @@
 /*
- * The processes of a soak: 51 modules and the real database, started, killed and started anew. For one
+ * The processes of a soak: 51 modules and the real database, started, killed and restarted. For one
  * thread.
  */
 #pragma once
@@ -23,7 +23,7 @@ class Fleet {
     /* Kills a module with SIGKILL; others see that it is down. */
     void kill(uint32_t module);
 
-    /* Starts a killed module anew and waits until it serves. */
+    /* Restarts a killed module and waits until it serves. */
     void revive(uint32_t module);
 
     /* Lets every module end its step, and waits until the last one has. */

@@ -1,5 +1,5 @@
 /*
- * Where the process of a soak's module stands. Written before there are threads.
+ * The state of a soak module's process. Written before there are threads.
  */
 #pragma once
 

@@ -56,7 +56,7 @@ uint32_t peer_of(uint64_t draw) {
     return id < kDatabase ? id : id + 1;
 }
 
-/* The first request goes to the module itself, the next ones to those behind it. */
+/* The first request goes to the module itself, the next ones to the modules after it. */
 Step first_step(Step step, uint32_t module, uint64_t number) {
     step.action = kFirst[number];
     step.size = kLargest;

@@ -1,6 +1,6 @@
 /*
  * What every process of a soak does, as a function of the run's seed, the module and the number of its step.
- * A module that was killed goes on where it was with the same choices.
+ * A killed module continues where it was, with the same choices.
  */
 #pragma once
 
@@ -56,7 +56,7 @@ constexpr uint32_t kLargest = 65536;
  */
 Step step_of(uint64_t seed, uint32_t module, uint64_t number);
 
-/* Killed and started anew every so often; all others live from the first message to the last. */
+/* Killed and restarted regularly; all others run from the first message to the last. */
 bool is_mortal(uint32_t module);
 
 /* One that stays subscribed to the event kSteadyEvent. */
@@ -80,7 +80,7 @@ std::string key_name(uint32_t module, uint32_t key);
 /* A number above those of all steps; its value has the greatest length. */
 constexpr uint64_t kFullLength = uint64_t{1} << 63;
 
-/* The value that a module's step sets; number 0 stands for none. */
+/* The value that a module's step sets; number 0 means none. */
 std::string value_of(uint64_t seed, uint32_t module, uint32_t key, uint64_t number);
 
 }  // namespace soak

@@ -1,5 +1,5 @@
 /*
- * What a soak counted, and what it tells of it.
+ * The counts of a soak, and its report.
  */
 #include <algorithm>
 #include <cstdio>

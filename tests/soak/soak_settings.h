@@ -29,7 +29,7 @@ class Liveness {
 /* Reads one of the module's settings and compares. */
 void get_setting(uint32_t key);
 
-/* Sets one to the value of a step, or finds out what became of an earlier set of it. */
+/* Sets one to the value of a step, or reads whether an earlier set of it was done. */
 void change_setting(uint32_t key, uint64_t number);
 
 void save_settings();

@@ -79,7 +79,7 @@ void send_sync(const Step &step) {
     ++own().syncs;
 }
 
-/* The number of the next message to a receiver; counting begins anew with each start of it. */
+/* The number of the next message to a receiver; counting restarts with each start of it. */
 uint64_t begin(Traffic &traffic, uint32_t generation) {
     if (traffic.sent_to != generation) {
         traffic.begun = 0;

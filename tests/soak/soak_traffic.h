@@ -11,15 +11,15 @@
 
 namespace soak {
 
-/* What begins every body. The bytes behind it are those that fill() makes from start. */
+/* The beginning of every body. fill() generates the bytes after it from start. */
 struct Head {
     uint64_t number; /* counts the messages of one kind from a sender to a receiver */
     uint64_t start;
     uint32_t generation; /* of the receiver, as the sender saw it */
-    uint32_t size;       /* of the bytes behind */
+    uint32_t size;       /* number of the bytes after it */
 };
 
-/* Where this process stands. Set before anything else here is called. */
+/* The state of this process. Set before anything else here is called. */
 void set_place(Board *board, uint32_t module, uint32_t generation);
 
 /* Takes the memory that the steps need. */

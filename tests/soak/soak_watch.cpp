@@ -17,7 +17,7 @@ namespace soak {
 
 namespace {
 
-/* For what is under way when the modules stand still. */
+/* For messages that are still on their way when the modules pause. */
 constexpr std::chrono::seconds kArrivalLimit{10};
 
 constexpr int kLooks = 3;
@@ -101,7 +101,7 @@ void check_setting(Board &board, uint32_t module, uint32_t key) {
     }
 }
 
-/* The number behind a name in the kernel's summary of a process's memory; 0 when it is not there. */
+/* The number after a name in the kernel's summary of a process's memory; 0 if it is missing. */
 uint64_t kib_of(const std::string &text, const std::string &name) {
     const size_t at = text.find("\n" + name + ":");
     return at == std::string::npos ? 0 : std::strtoull(text.c_str() + at + name.size() + 2, nullptr, 10);

@@ -1,5 +1,5 @@
 /*
- * What must hold of a soak whenever its modules stand still: nothing that was acknowledged is lost,
+ * The invariants of a soak, checked when its modules pause: nothing that was acknowledged is lost,
  * subscriptions are as they were left, settings are the last acknowledged ones, and no process grows. For one
  * thread.
  */
@@ -34,7 +34,7 @@ constexpr size_t kDatabaseTenth = 6;
 /* How far a module may grow between the second tenth and the last, and the database from its tenth on. */
 constexpr uint64_t kGrowthKib = 64;
 
-/* Live blocks of the tracked memory of a module that stands still; complains when it does not tell. */
+/* Live blocks of the tracked memory of a paused module; reports an error if it doesn't answer. */
 uint32_t live_blocks(Board &board, uint32_t module);
 
 /* Every message that was acknowledged to a module that still lives was received; waits for those under way.

@@ -1,5 +1,5 @@
 /*
- * Backups put together byte by byte, apart from the code that writes and reads them.
+ * Builds backups byte by byte, without the code that writes and reads them.
  */
 #pragma once
 
@@ -22,7 +22,7 @@ inline std::string word(uint32_t number) {
     return bytes;
 }
 
-/* A record's header. name: cut or filled up with zeros to 128 bytes. */
+/* A record's header. name: truncated or padded with zeros to 128 bytes. */
 inline std::string header(uint32_t type, std::string name, uint32_t length) {
     name.resize(128, '\0');
     return word(type) + name + word(length);

@@ -1,5 +1,5 @@
 /*
- * Runs a piece of a test in a process of its own: for code that ends the process or changes it for good.
+ * Runs a piece of a test in a separate process: for code that ends the process or changes it for good.
  */
 #pragma once
 
@@ -12,7 +12,7 @@
 
 #include "unit/frwk_common/ipc/test_peer.h"
 
-/* How the child ended. */
+/* The result of the child. */
 struct ChildEnd {
     int status = -1;    /* of its exit; -1 when it ended otherwise */
     std::string report; /* what the body returned; "" when it ended the process */
@@ -21,7 +21,7 @@ struct ChildEnd {
 
 namespace child_detail {
 
-/* What ends by _exit writes no counters of its own. */
+/* A process that ends with _exit doesn't write its counters by itself. */
 #ifdef QUOR_COVERAGE
 extern "C" void __gcov_dump(void);
 inline void write_counters() {

@@ -1,8 +1,8 @@
 /*
  * A program that a test starts, talks to, watches and ends. For one thread at a time.
  *
- * The program's standard input and output are pipes to the test; what it prints to standard error is kept
- * and may be read at any time. No other descriptor of the test reaches it.
+ * The program's standard input and output are pipes to the test; its standard error is captured
+ * and may be read at any time. It inherits no other descriptor of the test.
  */
 #pragma once
 
@@ -16,7 +16,7 @@
 
 #include "support/wait_until.h"
 
-/* Whether a process, of whoever's, is gone, reaped or not. */
+/* Whether a process of any user has ended, reaped or not. */
 bool has_ended(pid_t pid);
 
 class ChildProcess {
@@ -24,7 +24,7 @@ class ChildProcess {
     /*
      * Starts a program.
      *
-     * command: the program, looked for as a shell does, and its arguments.
+     * command: the program, looked up in PATH, and its arguments.
      * environment: "NAME=value" entries on top of the test's own environment.
      */
     explicit ChildProcess(const std::vector<std::string> &command,
@@ -44,18 +44,18 @@ class ChildProcess {
     /* Ends the program's input. */
     void close_input();
 
-    /* Takes the next line of its output, without the line end; nothing when none comes in time. */
+    /* Reads the next line of its output, without the line end; nothing after the time limit. */
     std::optional<std::string> read_line(std::chrono::milliseconds limit = kPatience);
 
-    /* Everything it has printed to standard error so far. */
+    /* Its standard error so far. */
     std::string errors() const;
 
-    /* Waits until its standard error has the text. */
+    /* Waits until its standard error contains the text. */
     bool wait_for_error(const std::string &text, std::chrono::milliseconds limit = kPatience) const;
 
     void send_signal(int number);
 
-    /* Stops it, and waits until each of its threads stands still. SIGCONT lets it go on. */
+    /* Stops it, and waits until each of its threads has stopped. SIGCONT continues it. */
     void stop();
 
     /* Ends it with SIGKILL and waits for its end. */
@@ -63,7 +63,7 @@ class ChildProcess {
 
     bool running();
 
-    /* Waits for its end. Returns its exit status, 128 and the signal's number, or -1 when it still runs. */
+    /* Waits for its end. Returns its exit status, 128 plus the signal's number, or -1 if it still runs. */
     int exit_status(std::chrono::milliseconds limit = kPatience);
 
     /* Open descriptors, as the kernel lists them. */

@@ -34,7 +34,7 @@ void enter_folder(const std::string &path) {
     }
 }
 
-// The command's place among the arguments; null when there is none.
+// The command among the arguments; null without one.
 char **find_command(char **argv) {
     char **first = argv + 1;
     if (*first != nullptr && strcmp(*first, "--") == 0) {

@@ -78,7 +78,7 @@ int wait_for(pid_t command, const sigset_t &signals) {
     return status;
 }
 
-// The parent of a process; 0 when it can't be told. The program's name may hold blanks and parentheses, so
+// The parent of a process; 0 if unknown. The program's name may contain blanks and parentheses, so
 // the fields are counted from the last one.
 pid_t parent_of(const char *pid) {
     const std::unique_ptr<FILE, CloseFile> file(fopen((std::string("/proc/") + pid + "/stat").c_str(), "re"));

@@ -1,10 +1,10 @@
-// The command that runs in the private tree, and whatever it leaves behind.
+// The command that runs in the private tree, and the processes that it leaves running.
 #ifndef QUOR_DEVICE_TREE_PROCESS_H
 #define QUOR_DEVICE_TREE_PROCESS_H
 
 namespace device_tree {
 
-// Runs a command and waits for it, then kills every process that it left behind. SIGTERM and SIGINT are
+// Runs a command and waits for it, then kills every process that it left running. SIGTERM and SIGINT are
 // passed on to it.
 //
 // command: its arguments, the program first, ended by null; looked up in PATH.

@@ -1,5 +1,5 @@
 /*
- * Time that passes only where the code under test waits for a peer, and as the test says.
+ * Simulated time, which passes only while the code under test waits for a peer.
  */
 #pragma once
 
@@ -14,7 +14,7 @@
 
 #include "doubles/libc_doubles.h"
 
-/* One at a time; the stand-ins go with doubles::restore_all. For the thread that waits. */
+/* One object at a time; doubles::restore_all removes its stand-ins. For the waiting thread. */
 class FakeTime {
   public:
     FakeTime() {
@@ -34,13 +34,13 @@ class FakeTime {
     int64_t passed_ms() const { return now_ms_ - kBegin; }
     void pass(int64_t ms) { now_ms_ += ms; }
 
-    /* What happens while the code waits, so many milliseconds after the begin; in the order of the calls. */
+    /* Adds an event that happens while the code waits, ms milliseconds after the start. */
     void at(int64_t ms, std::function<void()> event) { events_.push_back({ms, std::move(event)}); }
 
-    /* A signal comes every so often while the code waits; 0 for no more. */
+    /* Sends a signal every ms milliseconds while the code waits; 0 for none. */
     void signal_each(int64_t ms) { signal_each_ = ms; }
 
-    /* The limits of the waits that found nothing at once. */
+    /* The time limits of the waits that did not return at once. */
     const std::vector<int> &limits() const { return limits_; }
 
   private:
@@ -49,7 +49,7 @@ class FakeTime {
         std::function<void()> happens;
     };
 
-    /* poll, with what is to happen until its limit. A wait without a limit lasts until something happens. */
+    /* Simulates poll with the events until its limit. A wait without a limit lasts until an event. */
     int wait(pollfd *fds, nfds_t count, int limit) {
         int ready = doubles::libc::poll.real(fds, count, 0);
         if (ready != 0) {

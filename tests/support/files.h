@@ -15,7 +15,7 @@ inline void write_file(const std::string &path, const std::string &content) {
     std::ofstream(path, std::ios::binary | std::ios::trunc) << content;
 }
 
-/* The content of a file; "" when there is none. */
+/* The content of a file; "" if it is missing. */
 inline std::string read_file(const std::string &path) {
     std::ifstream file(path, std::ios::binary);
     return std::string(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
@@ -33,7 +33,7 @@ inline void remove_node(const std::string &path) {
     }
 }
 
-/* How many descriptors this process holds, give or take the one that looks. */
+/* The number of open descriptors of this process, including the one used for counting. */
 inline size_t open_descriptors() {
     size_t count = 0;
     DIR *folder = opendir("/proc/self/fd");

@@ -1,12 +1,11 @@
 /*
- * A locale that differs from "C" in what a program's own texts rely on.
+ * A locale that differs from "C" in decimal point and case conversion.
  */
 #pragma once
 
 /*
- * The process's locale is that of Turkey until the end of the scope: "," is the decimal point, and the small
- * letter of "I" is not "i". The build compiles this locale; the machine needs none but "C". One object at a
- * time.
+ * Sets the Turkish locale until the end of the scope: "," is the decimal point, and the lower case of "I" is
+ * not "i". The build compiles this locale; the machine needs only "C". One object at a time.
  */
 class ForeignLocale {
   public:

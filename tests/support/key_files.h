@@ -1,5 +1,5 @@
 /*
- * The device's key files, as a test lays them out.
+ * Creates and removes the device's key files.
  */
 #pragma once
 

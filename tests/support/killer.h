@@ -1,5 +1,5 @@
 /*
- * Kills a process after a while, to the microsecond: a sleep would always be too long.
+ * Kills a process after a time in microseconds; a sleep would always be too long.
  */
 #pragma once
 

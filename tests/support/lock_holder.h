@@ -1,5 +1,5 @@
 /*
- * A lock in the hands of another process.
+ * A lock held by another process.
  */
 #pragma once
 
@@ -11,7 +11,7 @@
 
 #include "unit/frwk_common/ipc/test_peer.h"
 
-/* A process that holds a lock until it is told to end, or is killed. */
+/* A process that holds a lock until it is asked to end, or is killed. */
 class LockHolder {
   public:
     /* take: takes the lock, in the new process. */

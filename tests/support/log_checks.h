@@ -1,5 +1,5 @@
 /*
- * Questions about captured log lines.
+ * Checks captured log lines.
  */
 #pragma once
 
@@ -25,7 +25,7 @@ inline size_t count_lines(const std::vector<LogLine> &lines, int level, const st
     return count;
 }
 
-/* Whether both channels got one line with this level and exactly this text. */
+/* Whether both channels received one line with this level and exactly this text. */
 inline testing::AssertionResult logged_once(const LogCapture &log, int level, const std::string &text) {
     if (count_lines(log.debug_lines(), level, text) == 1 &&
         count_lines(log.system_lines(), level, text) == 1) {

@@ -1,5 +1,5 @@
 /*
- * A daemon of the system log, played by the test: it takes lines when the test says so.
+ * A fake daemon of the system log, which reads lines when the test calls it.
  */
 #pragma once
 
@@ -32,7 +32,7 @@ class LogDaemon {
     LogDaemon(const LogDaemon &) = delete;
     LogDaemon &operator=(const LogDaemon &) = delete;
 
-    /* Takes the lines that are there. */
+    /* Reads the available lines. */
     std::vector<std::string> lines() const {
         std::vector<std::string> taken;
         std::string line(65536, '\0');
@@ -42,13 +42,13 @@ class LogDaemon {
         return taken;
     }
 
-    /* For a daemon of streams: what comes over the next connection is taken from now on. */
+    /* For a stream socket: accepts the next connection. */
     void take_next_connection() {
         close(connection_);
         connection_ = accept4(fd_, nullptr, nullptr, SOCK_CLOEXEC);
     }
 
-    /* Takes what came over the connection, with its NULs as line ends. */
+    /* Reads from the connection; NULs become line ends. */
     std::string stream() {
         if (connection_ < 0) {
             take_next_connection();

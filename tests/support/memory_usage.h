@@ -1,5 +1,5 @@
 /*
- * What this process holds of tracked memory.
+ * The tracked memory of this process.
  */
 #pragma once
 

@@ -1,6 +1,6 @@
 /*
- * A real module that a test starts and gives commands to: the program scripted-module in a process of its
- * own. For one thread at a time.
+ * A real module that a test starts and controls with commands: the program scripted-module. For one thread at
+ * a time.
  */
 #pragma once
 
@@ -23,10 +23,10 @@ class ModuleProcess {
     /* Starts the module and waits until it is started. */
     explicit ModuleProcess(int id, const ModuleOptions &options = {});
 
-    /* Ends the module. What a sanitizer found in it fails the test. */
+    /* Ends the module. A sanitizer's finding in it fails the test. */
     ~ModuleProcess();
 
-    /* Gives a command, waits until it is carried out, and returns the reply. */
+    /* Sends a command, waits until it is carried out, and returns the reply. */
     std::string ask(const std::string &command);
 
     /* The two halves of ask. */

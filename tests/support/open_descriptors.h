@@ -1,5 +1,5 @@
 /*
- * How many descriptors the test has open, to tell that a call leaves none behind.
+ * Counts the open descriptors of the test, to check that a call leaks none.
  */
 #pragma once
 

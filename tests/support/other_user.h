@@ -1,6 +1,6 @@
 /*
- * A second user to attack as. There is one where the tests run as root, or where the private device tree
- * could map one. Only root can make one, so an unprivileged run skips these attacks and says so.
+ * A second user for attacks. It exists if the tests run as root, or if the private device tree could map one.
+ * Only root can create one, so an unprivileged run skips these attacks with a message.
  */
 #pragma once
 
@@ -15,11 +15,10 @@ inline constexpr uid_t kThirdUser = 60002;
 /* Whether a process of the test may become the other user. */
 bool other_user_exists();
 
-/* Runs the body as that user, in a process of its own. Returns what it returned, 0 to 255; -1 when it could
- * not. */
+/* Runs the body as that user, in a separate process. Returns its result, 0 to 255; -1 on failure. */
 int as_other_user(const std::function<int()> &body);
 
-/* Skips the running test where there is no other user. For SetUp(), which then returns. */
+/* Skips the running test if there is no other user. For SetUp(), which must then return. */
 void skip_without_other_user();
 
 /* A fixture whose tests need the other user. */

@@ -1,11 +1,12 @@
 /*
- * A module on the public interface that does what a test tells it.
+ * A module on the public interface that carries out a test's commands.
  *
  *     scripted-module --id ID [--record FILE] [--unregistered] [--no-exit-handler]
  *
- * It starts as module ID, registers its handler unless told otherwise, and prints "started". Then it takes
- * one command a line from its standard input, carries it out and prints one line of reply. At the end of the
- * input it parks for ever. See kCommands for the commands and handle() for the messages that it answers.
+ * It starts as module ID, registers its handler unless an option says otherwise, and prints "started". Then
+ * it reads one command per line from its standard input, carries it out and prints one line of reply. At the
+ * end of the input it parks permanently. See kCommands for the commands and handle() for the messages that it
+ * answers.
  *
  * A body is written "-" (none), "text:WORD", "int:NUMBER" (four bytes) or "zeros:LENGTH".
  *
@@ -252,7 +253,7 @@ std::string show_run(const Words &) {
     return ids;
 }
 
-/* The key of an event; "-" stands for the empty key. */
+/* The key of an event; "-" means the empty key. */
 std::string event_of(const Words &words) {
     return words.text(1) == "-" ? "" : words.text(1);
 }

@@ -1,5 +1,5 @@
 /*
- * The system log of the device tree, played by the test: it takes what every process of the tree logs.
+ * A fake system log of the device tree: it receives the log lines of every process of the tree.
  */
 #pragma once
 
@@ -16,16 +16,16 @@ class SystemLog {
     SystemLog(const SystemLog &) = delete;
     SystemLog &operator=(const SystemLog &) = delete;
 
-    /* How many messages have the text in them. A process that replied has logged what came before. */
+    /* The number of messages that contain the text. A process that replied has logged everything before. */
     size_t count(const std::string &text);
 
     /* Waits until a message has the text. */
     bool wait_for(const std::string &text);
 
-    /* The whole of the first message that has the text, its "<priority>" included; "" when none has. */
+    /* The first message that contains the text, including its "<priority>"; "" if none does. */
     std::string find(const std::string &text);
 
-    /* Forgets what was logged so far. */
+    /* Discards the messages. */
     void clear();
 
     /* Every message, for a failed test. */

@@ -1,5 +1,5 @@
 /*
- * A folder of its own for a test's files, gone when the test ends.
+ * A folder for a test's files; the destructor removes it.
  */
 #pragma once
 
@@ -24,7 +24,7 @@ class TempFolder {
 
     std::string path(const std::string &name = "") const { return path_ + "/" + name; }
 
-    /* Makes a file and gives its path. */
+    /* Creates a file and returns its path. */
     std::string file(const std::string &name, const std::string &content) const {
         std::ofstream(path(name), std::ios::binary) << content;
         return path(name);

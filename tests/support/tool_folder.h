@@ -5,7 +5,7 @@
 
 #include <string>
 
-/* A folder in front of all others in PATH, until the end of the scope. */
+/* The first folder in PATH, until the end of the scope. */
 class ToolFolder {
   public:
     ToolFolder();
@@ -13,11 +13,11 @@ class ToolFolder {
     ToolFolder(const ToolFolder &) = delete;
     ToolFolder &operator=(const ToolFolder &) = delete;
 
-    /* Makes a tool: a shell script with this body, or another program under this name. */
+    /* Creates a tool: a shell script with this body, or another program with this name. */
     void put_script(const std::string &name, const std::string &body) const;
     void put_link(const std::string &name, const std::string &program) const;
 
-    /* From now on there are no other tools. */
+    /* Removes all other folders from PATH. */
     void hide_others() const;
 
   private:

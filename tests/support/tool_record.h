@@ -1,16 +1,16 @@
 /*
- * Which versions of the system's tools a test has tried, for script/tools-tried.
+ * Records the versions of the system tools that a test ran, for script/tools-tried.
  */
 #pragma once
 
 #include <string>
 
 /*
- * Notes that a use of a tool worked, unless the test has failed. A note is a line in the file that
- * QUOR_TOOLS_TRIED names; without that nothing is noted.
+ * Records that a use of a tool worked, unless the test has failed: a line in the file that QUOR_TOOLS_TRIED
+ * names. Does nothing without this variable.
  *
- * use: what the tool was tried for, such as "ping". tool: its name and package, such as "busybox ping".
- * version: a command that prints the version, of which the first line counts.
+ * use: the use of the tool, such as "ping". tool: its name and package, such as "busybox ping".
+ * version: a command that prints the version on its first line.
  */
 void record_tool(const std::string &use, const std::string &tool, const std::string &version_command);
 

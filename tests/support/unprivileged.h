@@ -1,5 +1,5 @@
 /*
- * Root as anybody else: without the right to pass over the modes of files, which a test's user may have.
+ * Drops root's right to bypass file modes, which a test's user may have.
  */
 #pragma once
 
@@ -9,7 +9,7 @@
 
 #include <string>
 
-/* While it lives, the modes of files hold for this thread. */
+/* While the object exists, file modes apply to this thread. */
 class ModesHold {
   public:
     ModesHold() {
@@ -27,7 +27,7 @@ class ModesHold {
     __user_cap_data_struct before_[2] = {};
 };
 
-/* What stands in front of a shell command for which the modes of files are to hold: a blank at its end. */
+/* The prefix, with a blank at its end, of a shell command that must be subject to file modes. */
 inline std::string modes_hold() {
     return ::geteuid() == 0 ? "setpriv --bounding-set=-dac_override,-dac_read_search -- " : "";
 }

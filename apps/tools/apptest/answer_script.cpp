@@ -9,12 +9,12 @@
 
 namespace {
 
-/* The message of a '*' line: no message of 32 bits. */
+/* The message of a '*' line: a number outside the 32 bits of messages. */
 constexpr int64_t kAnyMessage = int64_t{1} << 40;
 
 constexpr uint32_t kLongestDelay = 3600 * 1000;
 
-/* The rest of a line behind a mark, or false when the line doesn't begin with it. */
+/* Returns the rest of a line after a prefix, or false if the line doesn't begin with it. */
 bool behind(const std::string &text, const std::string &mark, std::string *rest) {
     if (text.compare(0, mark.size(), mark) != 0) {
         return false;
@@ -39,13 +39,13 @@ std::string parse_delay(const std::string &word, uint32_t *delay) {
     char *end = nullptr;
     const unsigned long value = std::strtoul(word.c_str(), &end, 10);
     if (word.empty() || word.find_first_not_of("0123456789") != std::string::npos || value > kLongestDelay) {
-        return "'" + word + "' is no delay in milliseconds, at most an hour";
+        return "'" + word + "' is not a delay in milliseconds of at most an hour";
     }
     *delay = static_cast<uint32_t>(value);
     return "";
 }
 
-/* What stands behind message and result. */
+/* Parses the part of a line after message and result. */
 std::string parse_answer(std::string text, ScriptedAnswer *answer) {
     std::string rest;
     if (behind(text, "delay=", &rest)) {
@@ -68,7 +68,7 @@ std::string parse_answer(std::string text, ScriptedAnswer *answer) {
     return answer->echo ? "" : "unknown answer '" + text + "': delay=, text=, hex=, int= or echo";
 }
 
-/* One line of the script. */
+/* Parses one line of the script. */
 std::string parse_line(std::string text, int64_t *msgid, ScriptedAnswer *answer) {
     const std::string message = take_word(&text);
     const Named found = message == "*" ? Named{kAnyMessage, ""} : find_message(message);

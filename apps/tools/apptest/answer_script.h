@@ -1,12 +1,12 @@
 /*
- * What a module that is played by apptest answers: a script of lines
+ * The answers of a module that apptest plays: a script of lines
  *
  *     MESSAGE RESULT [delay=MILLISECONDS] [text=TEXT | hex=DIGITS | int=NUMBERS | echo]
  *
- * MESSAGE is a name, a number, or * for every message that has no line of its own; RESULT a result code's
- * name or number. What follows "text=" goes to the end of the line. Of several lines for a message each
- * answers once, in turn, the last one for good. Lines that are empty or begin with # mean nothing. Not
- * thread-safe.
+ * MESSAGE is a name, a number, or * for every message without a line; RESULT is a result code's
+ * name or number. A text after "text=" extends to the end of the line. If a message has several lines, each
+ * one is used once, in order, and the last one for all further messages. Empty lines and lines that begin
+ * with # are ignored. Not thread-safe.
  */
 #pragma once
 
@@ -21,16 +21,16 @@
 struct ScriptedAnswer {
     apps_err_e_type result = E_APPS_ERR_SUCCESS;
     uint32_t delay = 0; /* milliseconds */
-    bool echo = false;  /* the request's own body */
+    bool echo = false;  /* answer with the request's body */
     std::string body;
 };
 
 class AnswerScript {
   public:
-    /* Reads a script. Returns "" or, by line, what is wrong; nothing is taken then. */
+    /* Parses a script. Returns "", or the problems by line; the script is then ignored. */
     std::string parse(const std::string &text);
 
-    /* Takes the next answer to a message; without a line for it, success and no body. */
+    /* Returns the next answer to a message; without a line for it, success and no body. */
     ScriptedAnswer next(apps_message_id_e_type msgid);
 
   private:

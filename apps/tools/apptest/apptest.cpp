@@ -1,5 +1,5 @@
 /*
- * apptest: sends messages to modules, receives them, plays a module, and measures one.
+ * apptest: sends messages to modules, receives messages, plays a module, and measures response times.
  */
 #include "apptest/apptest_load.h"
 #include "apptest/apptest_receive.h"
@@ -28,7 +28,7 @@ CommandLineTool::Run run(Command command) {
     };
 }
 
-/* For commands that take an identity of their own. */
+/* For commands that choose their module identity themselves. */
 CommandLineTool::Run run_as_is(Command command) {
     return [command] { return command(g_options); };
 }
@@ -39,36 +39,36 @@ void add_module(CLI::App &command) {
 
 CLI::Option *add_message(CLI::App &command) {
     return command.add_option("MESSAGE", g_options.message,
-                              "Name of a message, E_APPS_MSG_ may be left out, or its number");
+                              "Name of a message, with or without E_APPS_MSG_, or its number");
 }
 
 void add_body(CLI::App &command) {
-    CLI::Option *body = command.add_option("BODY", g_options.body, "What the message carries");
+    CLI::Option *body = command.add_option("BODY", g_options.body, "The message's body");
     CLI::Option *hex = command.add_flag("--hex", g_options.hex, "BODY is bytes in hexadecimal");
-    command.add_flag("--int", g_options.numbers, "BODY is numbers of 32 bits")->excludes(hex);
-    command.add_flag("--nul", g_options.nul, "Add a NUL at its end, as texts in C have it");
-    command.add_option("--file", g_options.file, "Take the body from a file, - for standard input")
+    command.add_flag("--int", g_options.numbers, "BODY is a list of 32-bit numbers")->excludes(hex);
+    command.add_flag("--nul", g_options.nul, "Append a NUL to BODY, as in a C string");
+    command.add_option("--file", g_options.file, "Read the body from a file, - for standard input")
         ->type_name("FILE")
         ->excludes(body);
 }
 
 void add_timeout(CLI::App &command) {
-    command.add_option("--timeout", g_options.timeout, "Seconds that the module is granted to take it (3)")
+    command.add_option("--timeout", g_options.timeout, "Seconds for the module to accept it (3)")
         ->type_name("S")
         ->check(CLI::Range(0, 3600));
 }
 
 void add_room(CLI::App &command) {
-    command.add_option("--room", g_options.room, "Bytes that an answer may have (1024)")
+    command.add_option("--room", g_options.room, "Maximum bytes of the answer (1024)")
         ->type_name("N")
         ->check(CLI::Range(uint32_t{0}, kMostRoom));
 }
 
 void add_limits(CLI::App &command, const std::string &what) {
-    command.add_option("--count", g_options.count, "End after so many " + what)
+    command.add_option("--count", g_options.count, "End after N " + what)
         ->type_name("N")
         ->check(CLI::PositiveNumber);
-    command.add_option("--seconds", g_options.seconds, "End after so much time")
+    command.add_option("--seconds", g_options.seconds, "End after S seconds")
         ->type_name("S")
         ->check(CLI::Range(0.001, kLongestRun));
 }
@@ -94,14 +94,14 @@ void add_call(CommandLineTool &tool) {
 }
 
 void add_sending_commands(CommandLineTool &tool) {
-    CLI::App &send = tool.add("send", "Send a message that is not answered",
+    CLI::App &send = tool.add("send", "Send a message without an answer",
                               "apptest send --timeout 10 router 3004 text\n", run(send_to_module));
     add_module(send);
     add_message(send)->required();
     add_body(send);
     add_timeout(send);
 
-    CLI::App &notify = tool.add("notify", "The same with the limit that modules use, 3 seconds",
+    CLI::App &notify = tool.add("notify", "As send, with the limit that modules use, 3 seconds",
                                 "apptest notify wlan sys_language_change\n", run(notify_module));
     add_module(notify);
     add_message(notify)->required();
@@ -120,7 +120,8 @@ void add_event_commands(CommandLineTool &tool) {
                                  run(publish_event));
     publish.add_option("EVENT", g_options.event, "Key of the event")->required();
     publish
-        .add_option("--message", g_options.message, "The message to send, if not the one of the event's name")
+        .add_option("--message", g_options.message,
+                    "The message to send; default: the one named like the event")
         ->type_name("MESSAGE");
     add_body(publish);
 
@@ -130,7 +131,7 @@ void add_event_commands(CommandLineTool &tool) {
                                    run_as_is(subscribe_to_events));
     subscribe.add_option("EVENT", g_options.events, "Keys of events")->required();
     add_limits(subscribe, "messages");
-    add_json(subscribe, "Print each message as JSON, one a line");
+    add_json(subscribe, "Print each message as JSON, one per line");
 }
 
 void add_serve(CommandLineTool &tool) {
@@ -144,13 +145,13 @@ void add_serve(CommandLineTool &tool) {
                  "#   *           unsupported\n",
                  run_as_is(serve_as_module));
     add_module(serve);
-    CLI::Option *script = serve.add_option("--script", g_options.script, "A file with an answer a line");
+    CLI::Option *script = serve.add_option("--script", g_options.script, "A file with one answer per line");
     script->type_name("FILE");
-    serve.add_option("--answer", g_options.answer, "What every message is answered with")
+    serve.add_option("--answer", g_options.answer, "The answer to every message")
         ->type_name("'RESULT ...'")
         ->excludes(script);
     add_limits(serve, "messages");
-    add_json(serve, "Print each message as JSON, one a line");
+    add_json(serve, "Print each message as JSON, one per line");
 }
 
 void add_load(CommandLineTool &tool) {
@@ -164,10 +165,10 @@ void add_load(CommandLineTool &tool) {
     add_timeout(load);
     add_room(load);
     add_limits(load, "requests");
-    load.add_option("--clients", g_options.clients, "Clients that ask at the same time (1)")
+    load.add_option("--clients", g_options.clients, "Number of concurrent clients (1)")
         ->type_name("N")
         ->check(CLI::Range(1u, kMostClients));
-    load.add_option("--rate", g_options.rate, "Requests a second, of all clients; as many as go without")
+    load.add_option("--rate", g_options.rate, "Requests per second of all clients; default: no limit")
         ->type_name("N")
         ->check(CLI::Range(0.01, kHighestRate));
     add_json(load, "Print JSON");

@@ -41,7 +41,7 @@ uint64_t total(const std::map<apps_err_e_type, uint64_t> &counts) {
     return sum;
 }
 
-/* Shows the bar until the run is over; Ctrl-C stops it. */
+/* Shows the progress bar until the run ends; Ctrl-C stops the run. */
 void watch_run(LoadRun &run, const SignalWatch &watch) {
     const ProgressBar bar;
     while (run.done() < 1 && SignalWatch::caught() == 0) {
@@ -105,7 +105,7 @@ void print_object(const LoadResult &result) {
     print_json(object);
 }
 
-/* The worst of what happened. */
+/* The exit code of the worst result. */
 ExitCode judge(const LoadResult &result, const std::string &module) {
     const uint64_t lost = total(result.lost);
     const uint64_t refused = total(result.refused);
@@ -149,7 +149,7 @@ ExitCode load_module(const AppTestOptions &options) {
         LoadRun run(plan_of(options, envelope));
         watch_run(run, *watch);
         signal_number = SignalWatch::caught();
-        watch.reset(); /* a second Ctrl-C doesn't wait for answers */
+        watch.reset(); /* so that a second Ctrl-C ends the tool at once */
         result = run.result();
     }
     if (options.json) {

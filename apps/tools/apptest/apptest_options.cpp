@@ -15,7 +15,7 @@ ExitCode take(const Named &named, int64_t *number) {
     return ExitCode::kDone;
 }
 
-/* The bytes that the body's words stand for. */
+/* Encodes the body given on the command line. */
 std::string encode(const AppTestOptions &options, const std::string &text, std::string *bytes) {
     if (options.hex) {
         return bytes_from_hex(text, bytes);

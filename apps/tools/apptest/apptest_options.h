@@ -1,5 +1,5 @@
 /*
- * What the command line of apptest says.
+ * The command line options of apptest.
  */
 #pragma once
 
@@ -15,19 +15,19 @@ struct AppTestOptions {
     std::string event;
     std::vector<std::string> events;
 
-    /* The body: how it is written, and a file in its place. */
+    /* The body, its notation, and a file to read it from. */
     std::string body;
     std::string file;
     bool hex = false;
     bool numbers = false;
     bool nul = false;
 
-    uint32_t timeout = 3; /* seconds, that a module is granted to take a message */
-    uint32_t room = 1024; /* bytes of an answer */
+    uint32_t timeout = 3; /* seconds for a module to accept a message */
+    uint32_t room = 1024; /* maximum bytes of an answer */
     bool dump = false;
     bool json = false;
 
-    /* subscribe, serve, load: when to end; 0 for never. */
+    /* subscribe, serve, load: limits; 0 for none. */
     uint64_t count = 0;
     double seconds = 0;
 
@@ -35,20 +35,20 @@ struct AppTestOptions {
     std::string answer;
 
     uint32_t clients = 1;
-    double rate = 0; /* requests a second, 0 for as many as go */
+    double rate = 0; /* requests per second, 0 for no limit */
 };
 
-/* Where a message goes, and what it carries. */
+/* The receiver, number and body of a message. */
 struct Envelope {
     uint32_t module = 0;
     int32_t msgid = 0;
     std::string body;
 };
 
-/* Reads what the command line says of each; explains what is wrong. */
+/* Each reads one part from the command line, and reports a problem. */
 ExitCode read_module(const AppTestOptions &options, Envelope *envelope);
 ExitCode read_message(const AppTestOptions &options, Envelope *envelope);
 ExitCode read_body(const AppTestOptions &options, Envelope *envelope);
 
-/* All three. */
+/* Reads all three parts. */
 ExitCode read_envelope(const AppTestOptions &options, Envelope *envelope);

@@ -14,7 +14,7 @@
 
 namespace {
 
-/* Made before a handler is registered, and never freed: handlers may still run while the process ends. */
+/* Created before a handler is registered, and never freed: handlers may still run while the process ends. */
 Arrivals *g_arrivals = nullptr;
 AnswerScript *g_script = nullptr;
 std::mutex g_subscribed_lock;
@@ -38,7 +38,7 @@ ScriptedAnswer next_answer(apps_message_id_e_type msgid) {
     return g_script->next(msgid);
 }
 
-/* What doesn't fit the sender's room is an answer of its own kind, as a real module would say. */
+/* An answer that doesn't fit the sender's buffer becomes an error, as in a real module. */
 apps_err_e_type answer_as_scripted(uint32_t src, apps_message_id_e_type msgid, const void *data,
                                    int32_t length, void *rsp, uint32_t rsp_size, uint32_t) noexcept {
     const std::string request = body_of(data, length);
@@ -56,7 +56,7 @@ apps_err_e_type answer_as_scripted(uint32_t src, apps_message_id_e_type msgid, c
     return answer.result;
 }
 
-/* A module has one socket: whoever came second would take the first one's messages away. */
+/* Refuses to start if the module runs: a second process would take over its socket. */
 ExitCode start_serving(uint32_t module, frwk_ipc_handler_t handler, frwk_exit_handler_t exit_handler) {
     if (is_served(module)) {
         return complain(ExitCode::kRefused, module_text(module) + " runs already");
@@ -68,9 +68,9 @@ ExitCode start_serving(uint32_t module, frwk_ipc_handler_t handler, frwk_exit_ha
 
 // ---- subscribe ----
 
-/* What the two ways of failing mean, E_APPS_ERR_BUSY and E_APPS_ERR_IO. */
+/* The meaning of the two failures, E_APPS_ERR_BUSY and E_APPS_ERR_IO. */
 constexpr char kSubscriptionHint[] =
-    "; the folder of subscriptions or of locks is missing, or the event's name can't be a file's";
+    "; the folder of subscriptions or of locks is missing, or the event's name is not a valid file name";
 
 ExitCode subscribe(const std::string &event) {
     const apps_err_e_type code = frwk_ipc_msg_sub(event.c_str());
@@ -97,13 +97,13 @@ ExitCode unsubscribe_all(ExitCode code) {
     return code;
 }
 
-/* A message may end the process as well. */
+/* Also called if a message ends the process. */
 void unsubscribe_at_exit(apps_message_id_e_type) noexcept {
     (void)unsubscribe_all(ExitCode::kDone);
     remove_service_socket(E_APPS_MODULE_APPTEST);
 }
 
-/* A message that ends the process meanwhile finds every subscription that was made. */
+/* Recorded under the lock, so that a message that ends the process finds every subscription. */
 ExitCode subscribe_and_note(const std::string &event) {
     const std::lock_guard<std::mutex> lock(g_subscribed_lock);
     const ExitCode code = subscribe(event);
@@ -125,11 +125,11 @@ ExitCode subscribe_all(const std::vector<std::string> &events) {
 
 // ---- serve ----
 
-/* The script: a file's, or one answer for every message. */
+/* Reads the script from a file, or the single answer for every message. */
 ExitCode read_script(const AppTestOptions &options) {
     if (!options.answer.empty()) {
         const std::string problem = g_script->parse("* " + options.answer);
-        /* behind the number of the line, which there is only one of */
+        /* without the line number, since there is only one line */
         return problem.empty() ? ExitCode::kDone
                                : complain(ExitCode::kUsage, "--answer" + problem.substr(problem.find(':')));
     }
@@ -145,7 +145,7 @@ ExitCode read_script(const AppTestOptions &options) {
 }  // namespace
 
 ExitCode subscribe_to_events(const AppTestOptions &options) {
-    const SignalWatch watch; /* before there are threads */
+    const SignalWatch watch; /* must be created before threads */
     g_arrivals = new Arrivals({options.count, options.seconds}, options.json);
     g_subscribed = new std::vector<std::string>;
     ExitCode code = start_serving(E_APPS_MODULE_APPTEST, print_only, unsubscribe_at_exit);

@@ -1,12 +1,12 @@
 /*
- * The commands of apptest that take messages: they serve until they have had enough, or Ctrl-C.
+ * The commands of apptest that receive messages, until a limit is reached, or Ctrl-C.
  */
 #pragma once
 
 #include "apptest/apptest_options.h"
 
-/* Subscribes to events and prints what arrives; ends the subscriptions afterwards. */
+/* Subscribes to events and prints the messages; ends the subscriptions afterwards. */
 ExitCode subscribe_to_events(const AppTestOptions &options);
 
-/* Plays a module: prints what arrives and answers as scripted. */
+/* Plays a module: prints messages and answers them as scripted. */
 ExitCode serve_as_module(const AppTestOptions &options);

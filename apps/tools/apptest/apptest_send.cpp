@@ -33,7 +33,7 @@ void print_answer(const AppTestOptions &options, const std::string &answer) {
     }
 }
 
-/* The answer as bytes, as a text where it is one, and as a value where the text is JSON. */
+/* Adds the answer as bytes, also as a text if it is one, and as a value if the text is JSON. */
 void add_answer(const Json &object, const std::string &answer) {
     const std::string text = without_nuls(answer);
     add_member(object, "hex", json_text(hex_of(text)));
@@ -60,7 +60,7 @@ std::string what(const char *command, const Envelope &envelope) {
     return std::string(command) + " " + module_text(envelope.module) + " " + message_text(envelope.msgid);
 }
 
-/* send and notify differ in the time limit only. */
+/* send and notify differ only in the time limit. */
 ExitCode deliver(const char *command, const AppTestOptions &options, uint32_t seconds) {
     Envelope envelope;
     const ExitCode code = read_envelope(options, &envelope);

@@ -10,8 +10,8 @@ ExitCode send_to_module(const AppTestOptions &options);
 ExitCode notify_module(const AppTestOptions &options);
 ExitCode broadcast_message(const AppTestOptions &options);
 
-/* The message is the one that has the event's name, unless another is given. */
+/* Sends the message with the event's name, unless another one is given. */
 ExitCode publish_event(const AppTestOptions &options);
 
-/* Lists the messages whose name has the text in it. */
+/* Lists the messages whose names contain the text. */
 ExitCode list_messages(const AppTestOptions &options);

@@ -18,7 +18,7 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-constexpr int64_t kLongestWait = 1000000; /* milliseconds; then it looks again */
+constexpr int64_t kLongestWait = 1000000; /* milliseconds of one poll; longer waits are repeated */
 
 void print_line(const Arrival &arrival) {
     const std::string body =
@@ -44,7 +44,7 @@ void print_object(const Arrival &arrival) {
     print_json_line(object);
 }
 
-/* Milliseconds until a moment, -1 for no limit. */
+/* Milliseconds until a time, -1 for no limit. */
 int left_until(Clock::time_point end, bool limited) {
     const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(end - Clock::now()).count();
     return limited ? static_cast<int>(std::clamp<int64_t>(left + 1, 0, kLongestWait)) : -1;
@@ -98,7 +98,7 @@ ExitCode Arrivals::verdict() {
     }
     if (taken_ < limits_.count && SignalWatch::caught() == 0) {
         return complain(ExitCode::kRefused, std::to_string(taken_) + " of " + std::to_string(limits_.count) +
-                                                " messages came in time");
+                                                " messages arrived in time");
     }
     return ExitCode::kDone;
 }

@@ -1,7 +1,7 @@
 /*
- * Messages that reach a tool which serves: each is printed as it comes, until there are enough.
+ * Prints the messages that a tool receives, until a limit is reached.
  *
- * The handler runs on the library's threads, waiting on the main thread; the lock in between is this file's.
+ * Handlers call take on the library's threads; the main thread calls wait. The object has a lock.
  */
 #pragma once
 
@@ -19,7 +19,7 @@ struct Arrival {
     std::string body;
 };
 
-/* When a tool has had enough; 0 for never. */
+/* The limits of a tool; 0 for none. */
 struct ArrivalLimits {
     uint64_t count;
     double seconds;
@@ -27,19 +27,19 @@ struct ArrivalLimits {
 
 class Arrivals {
   public:
-    /* json: one object a line. */
+    /* json: print one object per line. */
     Arrivals(const ArrivalLimits &limits, bool json);
 
     Arrivals(const Arrivals &) = delete;
     Arrivals &operator=(const Arrivals &) = delete;
 
-    /* Prints a message. Any thread; once there are enough, nothing more is printed. */
+    /* Prints a message, unless the limit is reached. Any thread. */
     void take(const Arrival &arrival);
 
     /*
-     * Waits for the limits, for Ctrl-C, or for an output that nobody reads any more.
+     * Waits for a limit, for Ctrl-C, or until the output is closed.
      *
-     * Returns kRefused when the time passed before enough messages had come, or the output broke.
+     * Returns kRefused if the time limit was reached before the number of messages, or the output failed.
      */
     ExitCode wait(const SignalWatch &watch);
 

@@ -54,7 +54,7 @@ std::string bytes_from_hex(const std::string &digits, std::string *bytes) {
         const std::string pair = digits.substr(at, 2);
         if (pair.size() != 2 || std::isxdigit(static_cast<unsigned char>(pair[0])) == 0 ||
             std::isxdigit(static_cast<unsigned char>(pair[1])) == 0) {
-            return "'" + pair + "' is no byte in hexadecimal";
+            return "'" + pair + "' is not a hexadecimal byte";
         }
         read += static_cast<char>(std::strtoul(pair.c_str(), nullptr, 16));
         at += 2;
@@ -73,7 +73,7 @@ std::string bytes_from_numbers(const std::string &numbers, std::string *bytes) {
         errno = 0;
         const long long value = std::strtoll(word.c_str(), &end, 0);
         if (*end != '\0' || errno != 0 || value < INT32_MIN || value > UINT32_MAX) {
-            return "'" + word + "' is no number of 32 bits";
+            return "'" + word + "' is not a 32-bit number";
         }
         const auto bits = static_cast<uint32_t>(value);
         read.append(reinterpret_cast<const char *>(&bits), sizeof(bits));

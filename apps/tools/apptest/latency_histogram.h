@@ -1,5 +1,5 @@
 /*
- * How long many requests took, in constant memory: counts of times that lie close together, exact to a 64th.
+ * A histogram of latencies with constant memory and a relative resolution of 1/64.
  * Times are whole microseconds. Not thread-safe; each client has its own, added up at the end.
  */
 #pragma once
@@ -18,8 +18,8 @@ class LatencyHistogram {
     uint64_t highest() const { return highest_; }
     double mean() const;
 
-    /* The time that percent of the requests did not pass; 0 without requests. percent: above 0, at most 100.
-     */
+    /* The latency that percent of the requests did not exceed; 0 without requests. percent: above 0, at most
+     * 100. */
     uint64_t percentile(double percent) const;
 
   private:

@@ -4,10 +4,10 @@
 
 namespace {
 
-/* A client looks this often whether the run was stopped. */
+/* How often a client checks whether the run was stopped. */
 constexpr std::chrono::milliseconds kLook{50};
 
-/* A module that is gone is not asked again at full speed. */
+/* The pause before the next request to a module that can't be reached. */
 constexpr std::chrono::milliseconds kAfterLoss{10};
 
 void count(LoadResult &result, const RequestOutcome &outcome, uint64_t microseconds) {
@@ -85,8 +85,8 @@ void LoadRun::run_client(LoadResult &result) {
 }
 
 /*
- * Waits until a request is due. Its time counts from then: with a rate, a request that had to wait for the
- * one before it is late, and that is what its user would feel. Returns false when the run is over.
+ * Waits until a request is due. Its latency is measured from then: with a rate, a request that had to wait
+ * for an earlier one counts as late, as its user would notice. Returns false if the run is over.
  */
 bool LoadRun::wait_for_turn(uint64_t number, Clock::time_point *due) const {
     *due = Clock::now();

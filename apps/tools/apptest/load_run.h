@@ -1,5 +1,6 @@
 /*
- * Many requests to a module from several clients at once, counted and timed. Every client is a thread.
+ * Sends many requests to a module from several concurrent clients, and measures them. Every client is a
+ * thread.
  */
 #pragma once
 
@@ -19,7 +20,7 @@
 struct LoadPlan {
     Envelope envelope;
     uint32_t clients;
-    double rate;      /* requests a second of all clients together; 0 for as many as go */
+    double rate;      /* requests per second of all clients together; 0 for no limit */
     uint64_t count;   /* requests; 0 for no limit */
     double seconds;   /* 0 for no limit */
     uint32_t room;    /* bytes of an answer */
@@ -41,20 +42,20 @@ class LoadRun {
     /* Starts the clients. */
     explicit LoadRun(const LoadPlan &plan);
 
-    /* Stops and waits for them. */
+    /* Stops the clients and waits for them. */
     ~LoadRun();
 
     LoadRun(const LoadRun &) = delete;
     LoadRun &operator=(const LoadRun &) = delete;
 
-    /* Requests finished so far, and how far the run has come: from 0 to 1, 1 when it is over. */
+    /* The number of finished requests, and the progress of the run: from 0 to 1. */
     uint64_t finished() const { return finished_; }
     double done() const;
 
-    /* No client begins another request. */
+    /* Makes the clients stop after their present request. */
     void stop() { stopped_ = true; }
 
-    /* Waits for the clients and adds up what they counted; once. */
+    /* Waits for the clients and adds up their results. Call it once. */
     LoadResult result();
 
   private:

@@ -26,7 +26,7 @@ std::string with_heading(const std::string &examples) {
     return text;
 }
 
-/* A full disk or a closed pipe shows at the latest here. */
+/* Flushes the output, which reports a full disk or a closed pipe at the latest. */
 ExitCode finish_output(ExitCode code) {
     const bool written = std::fflush(stdout) == 0 && std::ferror(stdout) == 0;
     if (written || code != ExitCode::kDone) {
@@ -57,7 +57,7 @@ void CommandLineTool::complete(const std::string &argument, Words words) {
 }
 
 ExitCode CommandLineTool::run(int argc, char **argv) {
-    (void)std::signal(SIGPIPE, SIG_IGN); /* a closed pipe is a failed write, not a death without words */
+    (void)std::signal(SIGPIPE, SIG_IGN); /* so that writing to a closed pipe fails with an error message */
     return finish_output(parse_and_run(argc, argv));
 }
 
@@ -94,7 +94,7 @@ ExitCode CommandLineTool::refuse_command_line(const CLI::ParseError &error) cons
                     "see '" + app_.get_name() + (root ? "" : " " + chosen().get_name()) + " --help'");
 }
 
-/* A word that nothing took. */
+/* The error message for a word that is no command, argument or option. */
 std::string CommandLineTool::problem_with(const std::string &word) const {
     if (word.size() > 1 && word[0] == '-') {
         const std::string problem = unknown_name("option", word, option_names(chosen()));

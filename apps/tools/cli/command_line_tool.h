@@ -1,6 +1,6 @@
 /*
- * The frame of every command-line tool: its commands, their help, what is said of a wrong command line, the
- * words that the shell completes, and the exit code. Exceptions end here.
+ * The frame of every command-line tool: its commands, their help, error messages for a wrong command line,
+ * the completions for the shell, and the exit code. Exceptions of the parser are handled here.
  */
 #pragma once
 
@@ -12,10 +12,10 @@
 
 #include "cli/exit_code.h"
 
-/* The option, beyond those of --help, with which the shell's completion asks: --complete WORD... */
+/* The hidden option for the shell's completion: --complete WORD... */
 inline constexpr char kCompleteOption[] = "--complete";
 
-/* What a tool is, in its help. */
+/* The texts of a tool's help. */
 struct ToolWords {
     const char *name;
     const char *purpose;
@@ -32,11 +32,11 @@ class CommandLineTool {
     /*
      * Adds a command and returns it, for its arguments and options.
      *
-     * examples: command lines, each with its line end; shown as they are. run: carries it out.
+     * examples: command lines, each with its line end, printed unchanged. run: carries out the command.
      */
     CLI::App &add(const std::string &name, const std::string &purpose, const std::string &examples, Run run);
 
-    /* Tells what may stand for an argument, or for an option's value, of this name: "KEY", "MODULE". */
+    /* Registers the completions of an argument or an option's value with this name: "KEY", "MODULE". */
     void complete(const std::string &argument, Words words);
 
     /* Parses and runs. */
@@ -55,13 +55,13 @@ class CommandLineTool {
 };
 
 /*
- * The whole of a tool's main.
+ * The complete main function of a tool.
  *
  * declare: adds its commands. Returns the exit status.
  */
 int run_tool(const ToolWords &words, void (*declare)(CommandLineTool &tool), int argc, char **argv) noexcept;
 
-/* The check of an option or argument that is one of some words; a wrong one gets the nearest right one. */
+/* Checks that an option or argument is one of some words; the error message suggests the nearest one. */
 CLI::Validator one_of(const std::string &kind, std::vector<std::string> (*words)());
 
 /* The names of an app's commands, and the names of its options ("--json"). */

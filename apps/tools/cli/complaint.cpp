@@ -8,7 +8,7 @@
 #include "output/terminal.h"
 
 ExitCode complain(ExitCode code, const std::string &text) {
-    (void)std::fflush(stdout); /* what went well before comes first */
+    (void)std::fflush(stdout); /* so that earlier output comes first */
     const std::string line =
         styled(Stream::kError, Style::kAlert, shown_text(Stream::kError, program_invocation_short_name)) +
         ": " + shown_text(Stream::kError, text) + "\n";

@@ -10,11 +10,11 @@ namespace {
 using Names = std::vector<std::string>;
 using Candidates = std::map<std::string, std::function<Names()>>;
 
-/* Where the word to be completed stands. */
+/* The position of the word to be completed. */
 struct Place {
     const CLI::App *app;         /* the command, or the tool itself */
-    const CLI::Option *value_of; /* the option whose value it is, or null */
-    size_t arguments;            /* of the command before it */
+    const CLI::Option *value_of; /* the option whose value is completed, or null */
+    size_t arguments;            /* number of the command's arguments before it */
 };
 
 const CLI::App *command_named(const CLI::App &app, const std::string &name) {
@@ -47,7 +47,7 @@ void step(Place &place, const std::string &word) {
     }
 }
 
-/* The argument at a place; the last one may take many words. */
+/* The argument at a position; the last one may have many words. */
 std::string argument_at(const CLI::App &app, size_t index) {
     Names names;
     bool many = false;

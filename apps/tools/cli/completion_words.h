@@ -1,5 +1,5 @@
 /*
- * What the shell may complete a word to. The completion script gives the words so far to --complete.
+ * Completions for the shell. The completion script passes the words so far to --complete.
  */
 #pragma once
 
@@ -9,14 +9,14 @@
 #include <string>
 #include <vector>
 
-/* What stands for an option's value in help and completion, without what the parser adds: "TYPE". */
+/* The name of an option's value in help and completion, without the parser's additions: "TYPE". */
 std::string value_name(const CLI::Option &option);
 
 /*
- * Prints the words that fit, one a line. Words that a terminal can't show as they are, are left out.
+ * Prints the matching words, one per line. Leaves out words that a terminal can't show unchanged.
  *
- * candidates: what stands for an argument or an option's value, by its name.
- * words: the command line behind the tool's name; the last one is to be completed.
+ * candidates: returns the possible words for an argument or an option's value, by its name.
+ * words: the command line after the tool's name; the last word is to be completed.
  */
 void print_completions(const CLI::App &app,
                        const std::map<std::string, std::function<std::vector<std::string>()>> &candidates,

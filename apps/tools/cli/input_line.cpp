@@ -10,7 +10,7 @@
 
 namespace {
 
-/* Byte by byte, so that what follows the line stays for others. */
+/* Reads byte by byte, so that the input after the line is not consumed. */
 bool read_line(const SignalWatch &watch, std::string *line) {
     line->clear();
     char next = 0;
@@ -39,7 +39,7 @@ bool ask_hidden(const SignalWatch &watch, const std::string &prompt, std::string
     ask(prompt);
     const bool got = read_line(watch, line);
     if (silent.changed()) {
-        (void)std::fputc('\n', stderr); /* the one that was typed was not shown */
+        (void)std::fputc('\n', stderr); /* the typed line end was not echoed */
     }
     return got;
 }

@@ -1,13 +1,13 @@
 /*
- * A line that somebody types, or that a program writes to standard input.
+ * Reads a line from standard input, typed or piped.
  */
 #pragma once
 
 #include <string>
 
 /*
- * Reads a line of standard input. On a terminal it asks first, on standard error; hidden keeps what is typed
- * off the screen. Ctrl-C puts the terminal back as it was and ends the process.
+ * Reads a line from standard input. On a terminal it first prints a prompt on standard error; hidden turns
+ * the echo off. Ctrl-C restores the terminal and ends the process.
  *
  * Returns false at the end of the input.
  */

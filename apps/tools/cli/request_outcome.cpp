@@ -10,7 +10,7 @@ const void *data_of(const std::string &body) {
     return body.empty() ? nullptr : body.data();
 }
 
-/* What a failed delivery means, in words. The code of a failed connection doesn't say why it failed. */
+/* Describes a failed delivery. The result code of a failed connection doesn't say why it failed. */
 std::string delivery_words(apps_err_e_type sent, uint32_t module) {
     switch (sent) {
         case E_APPS_ERR_MODULE:

@@ -29,7 +29,7 @@ bool same_name(const std::string &left, const char *right) {
     return ::strcasecmp(left.c_str(), right) == 0;
 }
 
-/* The row whose name is the word, or the prefix and the word; null when there is none. */
+/* The row with the name "word", or prefix and word; null if there is none. */
 const zn_enum_item *row_named(const zn_enum_item *table, size_t count, const std::string &prefix,
                               const std::string &word) {
     for (size_t i = 0; i < count; ++i) {
@@ -71,7 +71,7 @@ bool is_module(int64_t id) {
            frwk_module_name(static_cast<int32_t>(id)) != nullptr;
 }
 
-/* What a device's base library says of a number without a name may be nothing. */
+/* A device's base library may return null for a number without a name. */
 std::string name_or_unknown(const char *name) {
     return name != nullptr ? name : "unknown";
 }

@@ -1,6 +1,6 @@
 /*
- * Names that people give to a tool: modules, messages and result codes, by name or by number. What is unknown
- * is explained, with the nearest right name.
+ * Looks up modules, messages and result codes from the command line, by name or by number. The error message
+ * for an unknown name suggests the nearest one.
  */
 #pragma once
 
@@ -11,7 +11,7 @@
 #include "apps_err.h"
 #include "apps_message.h"
 
-/* A number, or what is wrong with the word that should be one. */
+/* A number, or the problem with the word. */
 struct Named {
     int64_t number;
     std::string problem; /* "" when there is none */

@@ -13,7 +13,7 @@ constexpr int kSignals[] = {SIGINT, SIGTERM, SIGHUP};
 volatile std::sig_atomic_t g_caught = 0;
 pthread_t g_watcher;
 
-/* The kernel may pick a thread of the library, which holds nothing back; the watcher would sleep on. */
+/* The kernel may deliver the signal to a thread of the library; pass it on to wake the watching thread. */
 extern "C" void note_signal(int number) {
     if (::pthread_equal(::pthread_self(), g_watcher) == 0) {
         (void)::pthread_kill(g_watcher, number);

@@ -1,33 +1,32 @@
 /*
- * Ctrl-C and the other ways in which somebody ends a tool (SIGINT, SIGTERM, SIGHUP): noticed instead of
- * fatal, or held back for a moment, so that nothing is left behind. For the main thread. A signal that
- * another thread gets is passed on to the one that watches; holding back works only before there are other
- * threads.
+ * Handles SIGINT (Ctrl-C), SIGTERM and SIGHUP so that a tool can clean up: watches for them, or blocks them
+ * for a moment. For the main thread. A signal that another thread receives is passed on to the watching
+ * thread; blocking works only before there are other threads.
  */
 #pragma once
 
 #include <csignal>
 
-/* While it lives, the signals are noted while it waits, and held back else. One at a time. */
+/* While the object exists, signals are recorded during a wait and blocked otherwise. One object at a time. */
 class SignalWatch {
   public:
     SignalWatch();
 
-    /* The signals do again what they did. */
+    /* Restores the signals. */
     ~SignalWatch();
 
     SignalWatch(const SignalWatch &) = delete;
     SignalWatch &operator=(const SignalWatch &) = delete;
 
     /*
-     * Waits until a descriptor can be read, a signal has come, or the time is up.
+     * Waits until a descriptor can be read, a signal has arrived, or the time is over.
      *
      * fd: -1 for none. milliseconds: below 0 for no limit.
-     * Returns true when the descriptor can be read and no signal has come.
+     * Returns true if the descriptor can be read and no signal has arrived.
      */
     bool wait(int fd, int milliseconds) const;
 
-    /* The signal that came, or 0. */
+    /* The signal that arrived, or 0. */
     static int caught();
 
   private:
@@ -36,10 +35,10 @@ class SignalWatch {
     sigset_t mask_waiting_;
 };
 
-/* Has a signal that was caught take its usual effect, which ends the process. number: 0 for none. */
+/* Raises a caught signal with its default action, which ends the process. number: 0 for none. */
 void end_by_signal(int number);
 
-/* While it lives, the signals wait; at its end they take effect. */
+/* Blocks the signals while the object exists. */
 class SignalHold {
   public:
     SignalHold();
@@ -47,7 +46,7 @@ class SignalHold {
     SignalHold(const SignalHold &) = delete;
     SignalHold &operator=(const SignalHold &) = delete;
 
-    /* Whether one waits. */
+    /* Whether a signal is pending. */
     static bool waiting();
 
   private:

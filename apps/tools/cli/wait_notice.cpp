@@ -24,7 +24,7 @@ int64_t now_ms() {
     return std::chrono::duration_cast<std::chrono::milliseconds>(now).count();
 }
 
-/* Looks at the wait now and then, rather than be told of each: most are over at once. */
+/* Checks for a wait regularly instead of being notified of each one, since most waits are short. */
 void *watch_waits(void *) {
     int64_t began = 0;
     int64_t due = 0;
@@ -41,7 +41,8 @@ void *watch_waits(void *) {
     }
 }
 
-/* Ctrl-C belongs to the main thread, which may hold it back. Without a thread there is no notice. */
+/* Signals are blocked in the new thread, since the main thread handles them. Without a thread there is no
+ * notice. */
 void start_watching() {
     sigset_t all;
     sigset_t before;

@@ -1,13 +1,13 @@
 /*
- * What a tool says while a module keeps it waiting.
+ * The notice that a tool prints while it waits for a module.
  */
 #pragma once
 
 #include <cstdint>
 
 /*
- * While it lives, the tool waits for a module's answer, which may take without limit. It says so on standard
- * error after 5 seconds, and each time that this has doubled. For the main thread, one at a time.
+ * While the object exists, the tool waits for a module's answer without a limit. The wait is reported on
+ * standard error after 5, 10, 20 seconds and so on. For the main thread, one object at a time.
  */
 class WaitNotice {
   public:

@@ -1,6 +1,6 @@
 /*
- * A file by its folder, which is held open, and its name there: whatever becomes of the names on the way, all
- * that is done to the file is done in one folder. A link that another user could have put on the way is not
+ * A file, given by its folder, which is kept open, and its name. So all operations use the same folder, even
+ * if somebody renames or replaces a folder above it. Links that another user could have created are not
  * followed.
  */
 #pragma once
@@ -11,7 +11,7 @@
 
 class HeldFile {
   public:
-    /* path: of a file, or of nothing yet. */
+    /* path: the file, which need not exist. */
     explicit HeldFile(const std::string &path);
 
     /* Opens it by openat. A link of that name is not followed. -1 with errno set. */

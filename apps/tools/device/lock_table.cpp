@@ -13,8 +13,8 @@
 
 namespace {
 
-/* "1: POSIX  ADVISORY  WRITE 812 00:2a:56 0 EOF"; a process that waits for a lock has an arrow after the
- * number. */
+/* "1: POSIX  ADVISORY  WRITE 812 00:2a:56 0 EOF"; the row of a process that waits for a lock has an arrow
+ * after the number. */
 struct Row {
     std::string number, kind, way, type, file;
     pid_t process = 0;
@@ -26,7 +26,7 @@ Row row_of(const std::string &line) {
     return row;
 }
 
-/* As the table names it. */
+/* The name of a file in the table. */
 std::string name_of(const struct stat &info) {
     char name[64];
     (void)std::snprintf(name, sizeof(name), "%02x:%02x:%" PRIuMAX, ::major(info.st_dev), ::minor(info.st_dev),

@@ -1,5 +1,5 @@
 /*
- * The kernel's table of locks, which tells who holds the lock of a file that the user may not open.
+ * Reads the kernel's lock table, which shows the holder of a lock even if the user may not open the file.
  */
 #pragma once
 
@@ -8,10 +8,10 @@
 #include <string>
 
 /*
- * The process that holds a record lock for writing; 0 for none.
- * table: the text of /proc/locks. file: as the table names it, "MAJOR:MINOR:INODE".
+ * The process that holds a write lock; 0 for none.
+ * table: the text of /proc/locks. file: the file's name in the table, "MAJOR:MINOR:INODE".
  */
 pid_t holder_in_table(const std::string &table, const std::string &file);
 
-/* The same for a path, as the table is now. */
+/* The same for a path, using the current table. */
 pid_t listed_lock_holder(const std::string &path);

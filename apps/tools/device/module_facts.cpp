@@ -37,7 +37,7 @@ pid_t lock_holder(const std::string &path) {
     return told ? lock.l_pid : 0;
 }
 
-/* Closing the file would end a lock that the tool has itself, so its own is not looked at. */
+/* Skips the tool's own lock file: closing the file would release the lock. */
 pid_t process_of(const frwk_module_info &row) {
     const bool own = frwk_module_name(-1) == row.name;
     return (row.flag & kSingleInstanceFlags) == 0 || own

@@ -4,16 +4,15 @@
 
 namespace {
 
-/* A flag that the framework doesn't look at. */
+/* A flag that the framework ignores. */
 constexpr uint32_t kAnyFlag = 0x0800;
 
 }  // namespace
 
-/* A module without flags talks on the debug channel as soon as it starts, so this one has a flag until it has
- * started.
- */
+/* The debug channel of a module without flags is on from its start, so the tool has a flag until it has
+ * started. */
 void become_module(int32_t id, frwk_exit_handler_t exit_handler) {
-    const int wanted = g_debug_log_enable; /* as the environment says */
+    const int wanted = g_debug_log_enable; /* from the environment */
     const bool flagless = frwk_module_feature(id, ~0u) == 0;
     if (flagless && wanted == 0) {
         frwk_module_set(id, kAnyFlag);

@@ -1,5 +1,5 @@
 /*
- * A tool as a module: it takes its identity before it sends anything.
+ * Gives a tool the identity of a module, which it needs to send messages.
  */
 #pragma once
 
@@ -8,8 +8,8 @@
 #include "frwk_common.h"
 
 /*
- * Starts as a module. The debug channel stays off unless QUOR_DEBUG=1 asks for it: a tool says itself what
- * went wrong, and the lines may show values.
+ * Starts as a module. The debug channel stays off unless QUOR_DEBUG=1 is set: a tool prints its own error
+ * messages, and the debug lines may contain values.
  *
  * exit_handler: called before a message ends the process; may be null.
  */

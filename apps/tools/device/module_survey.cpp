@@ -18,10 +18,11 @@ using Clock = std::chrono::steady_clock;
 
 constexpr VitalSigns kLate = {{E_APPS_ERR_TIMEOUT, E_APPS_ERR_SUCCESS}, 0, std::nullopt, std::nullopt};
 
-/* Longer than anybody here waits: a module whose queue is full is late, not absent. */
+/* Longer than any time limit of the tools, so that a module with a full backlog counts as late, not absent.
+ */
 constexpr uint32_t kConnectSeconds = 120;
 
-/* The answer to a question of fixed size, if the module gives one. */
+/* Requests an answer of fixed size. */
 template <typename T>
 std::optional<T> answer_to(uint32_t module, apps_message_id_e_type msgid) {
     static_assert(std::is_trivially_copyable_v<T>);
@@ -69,10 +70,10 @@ struct ModuleSurvey::State {
     std::mutex mutex;
     std::map<uint32_t, Subject> subjects; /* mutex */
     uint64_t round = 0;                   /* mutex */
-    size_t awaited = 0;                   /* of this round; mutex */
+    size_t awaited = 0;                   /* missing answers of this round; mutex */
 };
 
-/* The modules to ask. */
+/* Starts a round; returns the modules to query. */
 std::vector<uint32_t> ModuleSurvey::State::begin_round() {
     const std::lock_guard<std::mutex> lock(mutex);
     std::vector<uint32_t> idle;

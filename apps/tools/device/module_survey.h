@@ -1,6 +1,6 @@
 /*
- * Asks modules how they are, all at once and with a time limit: a module that hangs would hold a request for
- * ever, so each is asked on a thread of its own, which is left behind when the time is up.
+ * Queries the status of modules, all at once and with a time limit. A module that hangs would block a request
+ * forever, so each one is queried on a separate thread, which is abandoned when the time is over.
  */
 #pragma once
 
@@ -15,9 +15,9 @@
 #include "cli/user_signals.h"
 #include "os_mem.h"
 
-/* What a module said. */
+/* The answers of a module. */
 struct VitalSigns {
-    /* Of a probe. A module that did not answer in time: E_APPS_ERR_TIMEOUT. */
+    /* The outcome of a probe; E_APPS_ERR_TIMEOUT if the module did not answer in time. */
     RequestOutcome probe = {E_APPS_ERR_MODULE, E_APPS_ERR_SUCCESS};
     int64_t microseconds = 0; /* until the probe was answered */
     std::optional<uint32_t> status;
@@ -26,19 +26,19 @@ struct VitalSigns {
 
 class ModuleSurvey {
   public:
-    /* limit: how long a module may take for its answers. */
+    /* limit: the time limit for a module's answers. */
     ModuleSurvey(const std::vector<uint32_t> &modules, std::chrono::milliseconds limit);
 
-    /* Begins a round: asks every module but those that still owe the answers of an earlier one. */
+    /* Starts a round: queries every module except those that have not answered an earlier round yet. */
     void begin();
 
-    /* Waits until all that were asked in this round have answered, or the time is up. */
+    /* Waits until all modules queried in this round have answered, or the time is over. */
     void wait() const;
 
-    /* The same, or until a signal comes. */
+    /* The same, or until a signal arrives. */
     void wait(const SignalWatch &watch) const;
 
-    /* What the modules said last. */
+    /* The last answers of the modules. */
     std::map<uint32_t, VitalSigns> signs() const;
 
   private:
@@ -51,7 +51,7 @@ class ModuleSurvey {
     const std::shared_ptr<State> state_; /* shared with the threads, which may outlive the survey */
 };
 
-/* Asks some modules once. */
+/* Queries modules once. */
 std::map<uint32_t, VitalSigns> survey_modules(const std::vector<uint32_t> &modules,
                                               std::chrono::milliseconds limit);
 VitalSigns survey_module(uint32_t module, std::chrono::milliseconds limit);

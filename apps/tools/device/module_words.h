@@ -1,5 +1,5 @@
 /*
- * Modules that the command line names.
+ * Parses module names from the command line.
  */
 #pragma once
 
@@ -9,8 +9,8 @@
 
 #include "cli/exit_code.h"
 
-/* Reads the names of modules; explains the first that is none, and returns kUsage then. */
+/* Converts names of modules to ids; reports the first unknown one and returns kUsage. */
 ExitCode read_modules(const std::vector<std::string> &words, std::vector<uint32_t> *modules);
 
-/* The words with something between. Pure. */
+/* Joins words with a separator. Pure. */
 std::string joined(const std::vector<std::string> &words, const char *between = " ");

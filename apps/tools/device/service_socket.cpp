@@ -48,8 +48,8 @@ Connection::Connection(uint32_t module)
 }
 
 std::string owner_name(uid_t user) {
-    // cppcheck-suppress getpwuidCalled ; the main thread alone reports
-    const passwd *entry = ::getpwuid(user);  // NOLINT(concurrency-mt-unsafe): the main thread alone reports
+    // cppcheck-suppress getpwuidCalled ; only the main thread calls it
+    const passwd *entry = ::getpwuid(user);  // NOLINT(concurrency-mt-unsafe): only the main thread calls it
     return entry != nullptr ? entry->pw_name : std::to_string(user);
 }
 
@@ -64,7 +64,7 @@ std::string first_closed(const std::string &path) {
     return path;
 }
 
-/* What stands in the way, whose it is, and what its mode allows. */
+/* Describes the folder or file that can't be accessed, with its owner and mode. */
 std::string closed_words(const std::string &path) {
     const std::string closed = first_closed(path);
     struct stat info = {};

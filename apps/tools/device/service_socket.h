@@ -1,6 +1,6 @@
 /*
- * A module's socket as others see it: who listens, what keeps them from it, and of a module that a tool plays
- * its end.
+ * A module's socket as seen by other processes: whether somebody listens, and why it can't be reached. For a
+ * played module also its removal.
  */
 #pragma once
 
@@ -9,20 +9,20 @@
 
 #include "cli/user_signals.h"
 
-/* Whether somebody listens as the module. */
+/* Whether a process listens on the module's socket. */
 bool is_served(uint32_t module);
 
 /*
- * Says what keeps a request from the module's socket, as words that follow its name: "is not running". One
- * look at the present state, without waiting.
+ * Describes why the module's socket can't be reached, as a text that follows the module's name: "is not
+ * running". Checks the present state, without waiting.
  */
 std::string absence_words(uint32_t module);
 
 /*
- * Waits until the module has answered what it took so far, or until Ctrl-C. It takes one message at a time,
- * so the answer to one more says so.
+ * Waits until the module has answered all accepted messages, or until Ctrl-C. It sends a probe: the module
+ * handles one message at a time, so the probe is answered last.
  */
 void wait_for_last_answer(uint32_t module, const SignalWatch &watch);
 
-/* Removes the socket: nobody finds the module any more. */
+/* Removes the socket, so that nobody can reach the module any more. */
 void remove_service_socket(uint32_t module);

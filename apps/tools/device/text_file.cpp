@@ -32,8 +32,7 @@ bool write_text(int fd, std::string_view text) {
 }
 
 /*
- * Puts a new file in the place of what is there, in one step: the file's name never shows a part of the text.
- * False with errno set.
+ * Atomically replaces a file by a new one with the text. Returns false, with errno set, on failure.
  */
 bool replace_file(const HeldFile &file, const std::string &text) {
     AtomicFile part(file.folder(), file.name());
@@ -41,19 +40,20 @@ bool replace_file(const HeldFile &file, const std::string &text) {
            part.replace_target(AtomicFile::Sync::kAll) != AtomicFile::Placed::kNo;
 }
 
-/* fd: opened without blocking, which was for pipes only. False with errno set. */
+/* fd: opened non-blocking, which was only needed in case it is a pipe. Returns false, with errno set, on
+ * failure. */
 bool write_device(int fd, const std::string &text) {
     return ::fcntl(fd, F_SETFL, 0) == 0 && write_text(fd, ::isatty(fd) == 1 ? spelt_out_lines(text) : text);
 }
 
-/* Of an open file; 0 when that can't be found out. */
+/* The type of an open file; 0 on failure. */
 mode_t type_of(int fd) {
     struct stat info = {};
     (void)::fstat(fd, &info);
     return info.st_mode & S_IFMT;
 }
 
-/* Writes to what is there, open as fd. False with errno set. */
+/* Writes to the existing file or device, open as fd. Returns false, with errno set, on failure. */
 bool write_present(const HeldFile &file, int fd, const std::string &text) {
     switch (type_of(fd)) {
         case S_IFREG:

@@ -1,36 +1,35 @@
 /*
- * Whole files, read and written for a tool. "-" stands for standard input or output where it is said so.
+ * Reads and writes complete files for a tool. "-" means standard input or output if the function says so.
  */
 #pragma once
 
 #include <string>
 
-/* The name that stands for standard input, or output. */
+/* The file name that means standard input or output. */
 inline constexpr char kStandardStream[] = "-";
 
 bool file_exists(const std::string &path);
 
-/* Reads a file, or standard input when path is "-". Returns "" or why it can't be read. At most 64 MiB. */
+/* Reads a file of at most 64 MiB, or standard input if path is "-". Returns "" or the problem. */
 std::string read_text_file(const std::string &path, std::string *text);
 
-/* The same for a file that is open. path: how it is named. */
+/* The same for an open file. path: its name in error messages. */
 std::string read_open_file(int fd, const std::string &path, std::string *text);
 
 /*
- * Copies a file of any size, but nothing else, to an open one. Returns "" or why it can't be read or copied.
+ * Copies a regular file of any size to an open one. Returns "" or the problem.
  */
 std::string copy_file(const std::string &from, int to);
 
 /*
  * Writes a file that only its owner can read.
  *
- * A new file replaces the one that is there, if any, in one step. So it belongs to the caller and has the
- * mode 0600, whatever the old file had, and who holds the old file open reads nothing of the new one. It
- * needs a folder in which the caller may make files. Links are not followed: neither one of that name, nor
- * one on the way that another user could have put there. A device is written to as it is, a terminal with
- * everything spelt out that would act on it. Anything else, such as a pipe that somebody might listen to, is
- * refused.
+ * A new file atomically replaces an existing one. So it belongs to the caller and has the mode 0600, whatever
+ * mode the old file had, and whoever has the old file open can't read the new one. The caller must be allowed
+ * to create files in the folder. Links are not followed: neither one with this name, nor one in the path that
+ * another user could have created. A device is written to directly; text for a terminal is escaped. Anything
+ * else, such as a pipe, which another user could read, is refused.
  *
- * Returns "" or why the file can't be written; the old file is still there then.
+ * Returns "" or the problem; the old file is then unchanged.
  */
 std::string write_private_file(const std::string &path, const std::string &text);

@@ -31,7 +31,7 @@ std::vector<std::string> kept_by() {
     return words;
 }
 
-/* The calls into the library wait for the database, so it is asked with a limit first. */
+/* The library waits for the database without a limit, so check with a limit first. */
 ExitCode find_database(const std::string &what) {
     return report_outcome(survey_module(E_APPS_MODULE_ZNDB, kLimit).probe, E_APPS_MODULE_ZNDB, what);
 }

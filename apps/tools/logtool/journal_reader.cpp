@@ -15,7 +15,7 @@ namespace {
 
 constexpr char kProgram[] = "journalctl";
 
-/* How the program starts: its output is a pipe, and signals do to it what they usually do. */
+/* The posix_spawn settings: output to a pipe, and default signals. */
 class SpawnSettings {
   public:
     explicit SpawnSettings(int output) {

@@ -1,5 +1,5 @@
 /*
- * The journal, where the system keeps its log in one: what the program journalctl prints, line by line.
+ * Reads the system's journal: the output of journalctl, line by line.
  */
 #pragma once
 
@@ -16,8 +16,8 @@ class JournalReader {
     /*
      * Starts journalctl.
      *
-     * modules: the names whose lines are wanted; none for all. after: the place behind which it begins; ""
-     * for the beginning. follow: it doesn't end.
+     * modules: only lines of these names; none for all. after: the cursor after which to start; "" for the
+     * beginning. follow: continue with new lines.
      */
     JournalReader(const std::vector<std::string> &modules, const std::string &after, bool follow);
 
@@ -27,13 +27,13 @@ class JournalReader {
     JournalReader(const JournalReader &) = delete;
     JournalReader &operator=(const JournalReader &) = delete;
 
-    /* Why it could not be started, or "". */
+    /* The problem if it could not be started, or "". */
     const std::string &problem() const { return problem_; }
 
-    /* Gives the lines until it ends, a signal comes, or no more are wanted. */
+    /* Passes on the lines until the output ends, a signal arrives, or take returns false. */
     void read(const SignalWatch &watch, const LineTaker &take);
 
-    /* Waits for its end. Returns "" or what went wrong; it said itself why. */
+    /* Waits for its end. Returns "" or the problem; journalctl has printed the reason. */
     std::string end();
 
   private:

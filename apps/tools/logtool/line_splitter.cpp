@@ -9,7 +9,7 @@ constexpr size_t kLongest = size_t{64} * 1024;
 
 }  // namespace
 
-/* Of a line without an end, no more is kept than is shown. */
+/* Keeps only the part of a long line that will be printed. */
 void LineSplitter::add(const char *piece, size_t length) {
     text_.erase(0, std::exchange(at_, 0));
     if (text_.size() > kLongest && text_.find('\n') == std::string::npos) {

@@ -1,5 +1,5 @@
 /*
- * Lines out of pieces of text, as they come from a file or a pipe. Pure.
+ * Splits pieces of text from a file or a pipe into lines. Pure.
  */
 #pragma once
 
@@ -10,13 +10,13 @@ class LineSplitter {
   public:
     void add(const char *piece, size_t length);
 
-    /* Takes the next whole line, without its line end. A line of more than 64 KiB is cut. */
+    /* Returns the next complete line, without its line end. A line of more than 64 KiB is truncated. */
     bool next(std::string *line);
 
-    /* Takes what stands behind the last line end; "" for nothing. */
+    /* Returns the text after the last line end. */
     std::string rest();
 
   private:
     std::string text_;
-    size_t at_ = 0; /* where the next line begins */
+    size_t at_ = 0; /* beginning of the next line */
 };

@@ -38,7 +38,7 @@ void LogFile::read_rest(const LineTaker &take) {
     }
 }
 
-/* Between two files of one name there may be none. */
+/* During a rotation the file may be missing for a moment. */
 std::string LogFile::read_more(const SignalWatch &watch, const LineTaker &take) {
     (void)watch.wait(-1, kLookMilliseconds);
     const bool another = is_another();
@@ -60,7 +60,7 @@ std::string LogFile::open() {
     return fd_ ? "" : errno_text("can't read " + path_, errno);
 }
 
-/* Whether the path leads to another file now, or to the same one, emptied. */
+/* Whether the path names another file now, or the file was truncated. */
 bool LogFile::is_another() const {
     struct stat own = {};
     struct stat named = {};

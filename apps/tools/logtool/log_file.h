@@ -1,6 +1,6 @@
 /*
- * A log file, read to its end and then as it grows. When another takes its name, as when logs are rotated, or
- * when it was emptied, it is read from its beginning.
+ * Reads a log file to its end, and then as it grows. If it is replaced, as in a log rotation, or truncated,
+ * reading starts at the beginning of the new file.
  */
 #pragma once
 
@@ -13,7 +13,7 @@
 #include "logtool/line_splitter.h"
 #include "support/unique_fd.h"
 
-/* Takes a line; returns whether it wants more of them. */
+/* Receives a line; returns whether to continue. */
 using LineTaker = std::function<bool(const std::string &line)>;
 
 class LogFile {
@@ -21,13 +21,13 @@ class LogFile {
     /* path: "-" for standard input. */
     explicit LogFile(std::string path) : path_(std::move(path)) {}
 
-    /* Gives every line that there is, as long as they are wanted. Returns "" or why it can't be read. */
+    /* Passes on all present lines, until take returns false. Returns "" or the problem. */
     std::string read(const LineTaker &take);
 
-    /* Gives the last line, even if it has no line end yet. */
+    /* Passes on the last line if it has no line end yet. */
     void read_rest(const LineTaker &take);
 
-    /* Waits a moment, then gives what came. Returns "" or why it can't be read. */
+    /* Waits a moment, then passes on new lines. Returns "" or the problem. */
     std::string read_more(const SignalWatch &watch, const LineTaker &take);
 
   private:
@@ -40,5 +40,5 @@ class LogFile {
     LineSplitter lines_;
 };
 
-/* The first of some files that is there; "" when none is. */
+/* The first of some files that exists; "" if none does. */
 std::string first_file(const char *const *paths, size_t count);

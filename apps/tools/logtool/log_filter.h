@@ -1,5 +1,5 @@
 /*
- * Which lines of the log are wanted. Pure.
+ * Selects lines of the log. Pure.
  */
 #pragma once
 
@@ -10,8 +10,8 @@
 
 struct LogFilter {
     std::vector<std::string> modules; /* names; none for all */
-    int level = kNoLevel;             /* this one and more urgent ones; kNoLevel for all */
-    std::string text;                 /* that the text has in it, in upper or lower case; "" for any */
+    int level = kNoLevel;             /* this level and more urgent ones; kNoLevel for all */
+    std::string text;                 /* part of the line's text, ignoring case; "" for any */
 
     /* Whether a line is of the modules and has the text; its level is a matter of its own. */
     bool concerns(const LogRecord &line) const;

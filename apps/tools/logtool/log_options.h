@@ -1,5 +1,5 @@
 /*
- * What the command line of logtool says.
+ * The command line options of logtool.
  */
 #pragma once
 
@@ -11,12 +11,12 @@ struct LogOptions {
     std::vector<std::string> modules;
     std::string level;
     std::string text;
-    std::string file; /* "" for the one that is found */
+    std::string file; /* "" for the default */
     bool journal = false;
     bool follow = false;
-    size_t lines = 0; /* the last ones of those that are wanted; 0 for all */
+    size_t lines = 0; /* number of last lines; 0 for all */
     bool json = false;
     bool all = false;
-    std::string state; /* "on", "off", or "" to look only */
+    std::string state; /* "on", "off", or "" to show it only */
     std::string keep;  /* how long debug mode lasts */
 };

@@ -23,7 +23,7 @@ Style style_of(int level) {
                                     : Style::kPlain;
 }
 
-/* With a blank behind it, if there is anything. */
+/* Adds a blank after the text, unless it is empty. */
 std::string part(Style style, const std::string &text) {
     return text.empty() ? "" : styled(Stream::kOutput, style, shown_text(Stream::kOutput, text)) + " ";
 }

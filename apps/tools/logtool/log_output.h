@@ -1,5 +1,5 @@
 /*
- * Lines of the log that are wanted, printed as they come or kept until it is known which are the last.
+ * Prints the selected lines of the log at once, or keeps them until it is known which are the last ones.
  */
 #pragma once
 
@@ -10,19 +10,19 @@
 
 class LogOutput {
   public:
-    /* last: how many of the lines so far are printed by flush; 0 prints each at once. json: objects. */
+    /* last: number of last lines that flush prints; 0 prints each line at once. json: print objects. */
     LogOutput(LogFilter filter, size_t last, bool json);
 
     /* Takes a line. Returns whether the output still works. */
     bool take(const LogRecord &line);
 
-    /* Prints what was kept; from now on each line is printed at once, and seen at once. */
+    /* Prints the kept lines; from now on each line is printed and flushed at once. */
     bool flush();
 
-    /* Why the output doesn't work any more, an errno value; 0 while it does. */
+    /* The errno value of a failed output, or 0. */
     int error() const { return error_; }
 
-    /* Lines that were left out because they don't say their level. */
+    /* The number of lines left out because they have no level. */
     size_t without_level() const { return without_level_; }
 
   private:

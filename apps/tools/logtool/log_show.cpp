@@ -34,13 +34,12 @@ size_t lines_before(const LogOptions &options) {
 
 ExitCode finish(const LogOutput &output, ExitCode code) {
     if (output.without_level() > 0) {
-        (void)complain(
-            code, std::to_string(output.without_level()) + " lines don't say their level and were left out");
+        (void)complain(code, std::to_string(output.without_level()) + " lines without a level were left out");
     }
     return code;
 }
 
-/* What became of the output; the frame of the tool says nothing more of it then. */
+/* Reports a failed output. */
 ExitCode check_output(const LogOutput &output) {
     return output.error() == 0
                ? ExitCode::kDone
@@ -60,7 +59,7 @@ ExitCode follow_file(LogFile &file, const LogOutput &output, const LineTaker &ta
     return check_output(output);
 }
 
-/* code: what a file that can't be read means. */
+/* code: the exit code for a file that can't be read. */
 ExitCode show_file(const LogOptions &options, const std::string &path, ExitCode code, LogOutput &output) {
     const LineTaker take = [&](const std::string &line) { return output.take(parse_log_line(line)); };
     LogFile file(path);
@@ -77,7 +76,8 @@ ExitCode show_file(const LogOptions &options, const std::string &path, ExitCode 
 
 // ---- the journal ----
 
-/* The journal has no mark where the past ends: a second run begins behind the last line of the first. */
+/* The journal doesn't mark the end of the old lines, so a second run starts after the last line of the first.
+ */
 class JournalShow {
   public:
     JournalShow(const std::vector<std::string> &modules, LogOutput &output)
@@ -105,7 +105,7 @@ class JournalShow {
     std::string cursor_;
 };
 
-/* Ctrl-C is the usual end of following only. */
+/* Ctrl-C is success only when following. */
 ExitCode show_journal(const LogOptions &options, const std::vector<std::string> &modules, LogOutput &output) {
     int signal_number = 0;
     ExitCode code = ExitCode::kDone;

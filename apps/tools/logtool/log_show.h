@@ -6,5 +6,5 @@
 #include "cli/exit_code.h"
 #include "logtool/log_options.h"
 
-/* From the file that is named, else the first of the system's own that is there, else the journal. */
+/* Shows the given file, else the first existing log file of the system, else the journal. */
 ExitCode show_log(const LogOptions &options);

@@ -1,5 +1,5 @@
 /*
- * logtool: shows the device's log, and switches what can be switched of it from outside a module.
+ * logtool: shows the device's log, and switches debug mode and traces.
  */
 #include "cli/command_line_tool.h"
 #include "cli/near_name.h"
@@ -45,7 +45,7 @@ CLI::Option *add_modules(CLI::App &command, const char *what) {
 }
 
 void add_state(CLI::App &command) {
-    command.add_option("STATE", g_options.state, "on or off; without it, only look")
+    command.add_option("STATE", g_options.state, "on or off; default: only show it")
         ->check(one_of("state", states));
 }
 
@@ -63,19 +63,18 @@ void add_show(CommandLineTool &tool) {
         ->type_name("MODULE")
         ->expected(1)
         ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
-    show.add_option("--level", g_options.level, "Only lines of this level and more urgent ones")
+    show.add_option("--level", g_options.level, "Only lines of this level or more urgent ones")
         ->type_name("LEVEL")
         ->check(check_level);
-    show.add_option("--text", g_options.text, "Only lines with this text, in upper or lower case")
-        ->type_name("TEXT");
+    show.add_option("--text", g_options.text, "Only lines with this text, ignoring case")->type_name("TEXT");
     CLI::Option *file = show.add_option("--file", g_options.file, "The log, - for standard input");
     file->type_name("FILE");
-    show.add_flag("--journal", g_options.journal, "Take the journal, even if there is a log file")
+    show.add_flag("--journal", g_options.journal, "Read the journal, even if there is a log file")
         ->excludes(file);
     show.add_option("--lines", g_options.lines, "Only the last N of these lines")
         ->type_name("N")
         ->check(CLI::PositiveNumber);
-    show.add_flag("--follow", g_options.follow, "Go on with lines as they come, until Ctrl-C");
+    show.add_flag("--follow", g_options.follow, "Continue with new lines, until Ctrl-C");
     add_json(show, "Print each line as JSON");
 }
 
@@ -84,15 +83,15 @@ void add_channel_commands(CommandLineTool &tool) {
                                   "logtool channels\n"
                                   "logtool channels --json wlan\n",
                                   run(show_channels));
-    add_modules(channels, "Names, aliases or ids of modules; all that run without");
+    add_modules(channels, "Names, aliases or ids of modules; default: all that run");
     add_json(channels, "Print JSON");
 
-    CLI::App &reload = tool.add("reload", "Have modules read their log settings again",
+    CLI::App &reload = tool.add("reload", "Make modules read their log settings again",
                                 "logtool reload wlan router\n"
                                 "logtool reload --all\n",
                                 run(reload_log_settings));
     add_modules(reload, "Names, aliases or ids of modules");
-    reload.add_flag("--all", g_options.all, "Every monitored module that runs");
+    reload.add_flag("--all", g_options.all, "All monitored modules that run");
 }
 
 void add_switching_commands(CommandLineTool &tool) {
@@ -101,22 +100,23 @@ void add_switching_commands(CommandLineTool &tool) {
                                "logtool debug on --keep rom\n",
                                run(switch_debug_mode));
     add_state(debug);
-    debug.add_option("--keep", g_options.keep, "How long it lasts: ram until a reboot (ram), rom or perm")
+    debug
+        .add_option("--keep", g_options.keep, "How long it lasts: ram until a reboot (default), rom or perm")
         ->type_name("KEEP")
         ->check(one_of("way to keep it", ways_to_keep));
     add_json(debug, "Print JSON");
 
-    CLI::App &trace = tool.add("trace", "Show or switch what the modem's service traces",
+    CLI::App &trace = tool.add("trace", "Show or switch the traces of the modem service",
                                "logtool trace\n"
                                "logtool trace on router voice\n"
                                "logtool trace off\n",
                                run(switch_traces));
     add_state(trace);
-    add_modules(trace, "Names, aliases or ids of modules; without, tracing as a whole");
+    add_modules(trace, "Names, aliases or ids of modules; default: all tracing");
     add_json(trace, "Print JSON");
 }
 
-constexpr ToolWords kWords = {"logtool", "Shows the device's log, and switches what can be switched of it.",
+constexpr ToolWords kWords = {"logtool", "Shows the device's log, and switches debug mode and traces.",
                               "logtool show --module wlan --follow\n"
                               "logtool channels\n"
                               "logtool trace on router\n"};

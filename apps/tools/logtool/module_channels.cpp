@@ -20,13 +20,13 @@ namespace {
 
 constexpr int kDefaultLevel = 4;
 
-/* A module's process, as it was started. */
+/* The log settings that a module's process was started with. */
 struct Channels {
     ModuleFacts facts;
     bool known; /* its environment can be read */
     bool debug;
     int level;
-    std::string output; /* where its debug channel leads */
+    std::string output; /* target of the debug channel */
 };
 
 std::string folder_of(pid_t process) {
@@ -45,7 +45,7 @@ std::string variable(const std::string &environment, const char *name) {
     return all.substr(begin, all.find('\0', begin) - begin);
 }
 
-/* As the base library reads it: one digit, or else the default. */
+/* Parsed as by the base library: one digit, or else the default. */
 int level_of(const std::string &environment) {
     const std::string value = variable(environment, kLogLevelVariable);
     const int level = value.size() == 1 ? level_named(value) : kNoLevel;
@@ -68,7 +68,7 @@ bool is_wanted(const std::vector<uint32_t> &modules, const ModuleFacts &facts) {
 }
 
 void print_table(const std::vector<Channels> &all) {
-    TextTable table({"MODULE", "PROCESS", "DEBUG", "SYSTEM LOG", "DEBUG CHANNEL LEADS TO"}, {4, 1});
+    TextTable table({"MODULE", "PROCESS", "DEBUG", "SYSTEM LOG", "DEBUG CHANNEL TARGET"}, {4, 1});
     for (const Channels &channels : all) {
         const std::string debug = channels.debug ? "on" : "off";
         table.add({channels.facts.name, std::to_string(channels.facts.process), channels.known ? debug : "?",
@@ -129,7 +129,7 @@ ExitCode show_channels(const LogOptions &options) {
     return code;
 }
 
-/* Nobody waits for an answer, so that a module that hangs holds up nobody. */
+/* Doesn't wait for answers, so a module that hangs doesn't delay the command. */
 ExitCode reload_log_settings(const LogOptions &options) {
     std::vector<uint32_t> modules;
     ExitCode code = read_modules(options.modules, &modules);

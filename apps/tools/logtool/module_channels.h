@@ -8,5 +8,5 @@
 
 ExitCode show_channels(const LogOptions &options);
 
-/* Has modules read their log settings again. */
+/* Makes modules read their log settings again. */
 ExitCode reload_log_settings(const LogOptions &options);

@@ -15,7 +15,7 @@
 
 namespace {
 
-/* Why a module that is to be traced isn't; "" when nothing is in the way. */
+/* Why a selected module is not traced; "" if it is. */
 std::string obstacle(uint32_t module) {
     const auto id = static_cast<int32_t>(module);
     if (frwk_module_feature(id, FRWK_FLAG_RUN) == 0) {
@@ -54,7 +54,7 @@ void print_pairs() {
     print_pair("mask", trace_mask());
 }
 
-/* Without a module, "off" switches the whole off and keeps the selection. */
+/* Without a module, "off" switches off all tracing and keeps the selection. */
 std::string change(bool on, const std::vector<uint32_t> &modules) {
     std::string problem = on || modules.empty() ? switch_tracing(on) : "";
     for (size_t i = 0; i < modules.size() && problem.empty(); ++i) {

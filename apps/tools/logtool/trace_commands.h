@@ -1,5 +1,5 @@
 /*
- * The command of logtool that shows and switches what the modem's service traces.
+ * The command of logtool that shows and switches the traces of the modem service.
  */
 #pragma once
 

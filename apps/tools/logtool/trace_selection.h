@@ -1,6 +1,6 @@
 /*
- * Which modules are traced by the modem's service: a file for each, and one that switches the whole on. What
- * counts of them is the library's business, which writes the mask.
+ * The modules traced by the modem service: a file for each, and one that switches tracing on. The library
+ * interprets these files and writes the mask.
  */
 #pragma once
 
@@ -11,12 +11,12 @@
 /* Whether tracing is switched on. */
 bool tracing_is_on();
 
-/* The modules of the table that are to be traced. */
+/* The modules of the table that are selected for tracing. */
 std::vector<uint32_t> traced_modules();
 
-/* The words of the mask; "" when there is none. */
+/* The words of the mask; "" without a mask. */
 std::string trace_mask();
 
-/* Switches tracing as a whole, or that of a module. They return "" or why it can't be done. */
+/* Switch all tracing, or that of a module. They return "" or the problem. */
 std::string switch_tracing(bool on);
 std::string switch_trace_of(uint32_t module, bool on);

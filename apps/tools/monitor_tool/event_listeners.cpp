@@ -12,10 +12,10 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/* The second one counts while the first is missing. */
+/* The second one is used while the first is missing. */
 constexpr const char *kFolders[] = {paths::kSubscribeFolder, paths::kSubscribeFolderEx};
 
-/* The files of a folder. Whatever else lies there can't be an event, and opening it might wait. */
+/* The regular files of a folder. Other nodes are not events, and opening them might block. */
 std::vector<std::string> file_names(const char *folder) {
     std::error_code error;
     std::vector<std::string> names;

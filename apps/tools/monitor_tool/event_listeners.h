@@ -1,5 +1,5 @@
 /*
- * Who listens to which event: the files in which modules subscribe, read as a publisher reads them.
+ * The subscribers of events, read from the subscription files as a publisher reads them.
  */
 #pragma once
 
@@ -10,9 +10,9 @@
 struct EventListeners {
     std::string event;
     std::string folder;
-    bool used;                      /* the folder is the one that counts */
+    bool used;                      /* the folder is the one in use */
     std::vector<std::string> names; /* in the order of subscription, of modules or not */
-    std::string problem;            /* why its file can't be read, or "" */
+    std::string problem;            /* the problem if its file can't be read, or "" */
 };
 
 /* The names in the text of a subscription file. Pure. */

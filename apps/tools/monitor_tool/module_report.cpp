@@ -84,7 +84,7 @@ struct Column {
     const char *name;
     const char *heading;
     std::string (*cell)(const ModuleReport &report);
-    double (*weight)(const ModuleReport &report); /* null where texts are compared */
+    double (*weight)(const ModuleReport &report); /* null: compare the texts */
 };
 
 constexpr Column kColumns[] = {

@@ -1,5 +1,5 @@
 /*
- * A module as monitor_tool sees it: what is known of it and what it said, put into words.
+ * The status of a module for monitor_tool: the known facts and the module's answers, as texts.
  */
 #pragma once
 
@@ -15,18 +15,18 @@ struct ModuleReport {
     VitalSigns signs;
 };
 
-/* Asks every module that can be asked, and reports on all of the table. */
+/* Queries all services, and returns a report for every module of the table. */
 std::vector<ModuleReport> report_all(std::chrono::milliseconds limit);
 
-/* The modules of the table that can be asked; the tool itself is left out. */
+/* The services of the table, except the tool itself. */
 std::vector<uint32_t> modules_to_ask();
 
-/* What modules said, joined with what is known of all of them. */
+/* Combines the modules' answers with the known facts. */
 std::vector<ModuleReport> with_facts(const std::map<uint32_t, VitalSigns> &signs);
 
 /*
- * "running": it answers. "hangs": it takes messages, but did not answer in time. "silent": its process lives,
- * but takes no messages. "stopped". "-": a tool, which nobody asks.
+ * "running": it answers. "hangs": it accepts messages, but did not answer in time. "silent": its process
+ * exists, but accepts no messages. "stopped". "-": a tool, which is not queried.
  */
 const char *state_of(const ModuleReport &report);
 
@@ -37,17 +37,17 @@ void keep_running(std::vector<ModuleReport> &reports);
 
 Json memory_as_json(const os_mem_usage_t &memory);
 
-/* Everything about it, as JSON; what is not known is left out. */
+/* Everything about a module as JSON; unknown values are left out. */
 Json report_as_json(const ModuleReport &report);
 
 /* The names of the columns that a list can be sorted by. */
 std::vector<std::string> column_names();
 
-/* Sorts by a column: numbers from the largest, but for ids, and texts from A. */
+/* Sorts by a column: numbers with the largest first, except ids, and texts alphabetically. */
 void sort_reports(std::vector<ModuleReport> &reports, const std::string &column, bool reverse);
 
-/* What stands in a column of that name; "" when it is not known. */
+/* The content of a column; "" if unknown. */
 std::string cell_of(const ModuleReport &report, const std::string &column);
 
-/* The list, for people. */
+/* Prints the list as a table. */
 void print_reports(const std::vector<ModuleReport> &reports);

@@ -14,14 +14,14 @@ constexpr size_t kLongestBar = 30;
 constexpr size_t kLinesAround = 3; /* summary, heading, keys */
 constexpr char kKeys[] = "q quits, s sorts by the next column, r turns it round";
 
-/* What takes the room of a line. */
+/* The widths of a line's parts. */
 struct Layout {
     size_t columns;
     size_t name;
     size_t bar;
 };
 
-/* The largest of what is shown, at least 1. */
+/* The largest shown values, at least 1. */
 struct Scale {
     double memory = 1;
     double time = 1;
@@ -42,7 +42,7 @@ std::string fitted(const std::string &text, const Layout &layout) {
     return line;
 }
 
-/* Blanks stand between name, state, number, bar, number and bar. */
+/* Name, state, number, bar, number and bar are separated by blanks. */
 Layout layout_for(const std::vector<ModuleReport> &reports, size_t columns) {
     size_t longest = kFewestNameColumns;
     for (const ModuleReport &report : reports) {

@@ -14,8 +14,8 @@ struct ScreenSize {
 };
 
 /*
- * A summary, a heading, a line a module with a bar for its memory and one for its time, each as long as its
- * share of the largest, and what the keys do. No line is longer than the screen is wide.
+ * A summary, a heading, one line per module with bars for its memory and its response time, relative to the
+ * largest, and the key help. No line is longer than the screen's width.
  *
  * sort: the column that they are sorted by.
  */

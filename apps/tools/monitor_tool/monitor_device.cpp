@@ -14,7 +14,8 @@
 
 namespace {
 
-/* A request without a monitor is lost, and some have effects of their own that would stay. */
+/* Checks that the monitor runs: otherwise the request would be lost, but side effects of the call would stay.
+ */
 ExitCode find_monitor(const MonitorOptions &options, const std::string &what) {
     const VitalSigns signs = survey_module(E_APPS_MODULE_MONITOR, options.limit());
     return report_outcome(signs.probe, E_APPS_MODULE_MONITOR, what);
@@ -55,7 +56,7 @@ ExitCode switch_module(const MonitorOptions &options, const std::string &command
 
 struct DeviceCommand {
     const char *name; /* "reboot" */
-    const char *what; /* for people */
+    const char *what; /* text of the question */
     int32_t (*act)(uint32_t reason);
 };
 
@@ -63,7 +64,7 @@ bool says_yes(const std::string &answer) {
     return ::strcasecmp(answer.c_str(), "y") == 0 || ::strcasecmp(answer.c_str(), "yes") == 0;
 }
 
-/* A script is not asked. */
+/* Asks for a confirmation, but only on a terminal. */
 bool is_confirmed(const MonitorOptions &options, const char *what) {
     if (options.yes || ::isatty(STDIN_FILENO) == 0) {
         return true;

@@ -1,6 +1,5 @@
 /*
- * The commands of monitor_tool that change something: each is a request to the monitor, which acts on it
- * later.
+ * The commands of monitor_tool that send a request to the monitor, which carries it out later.
  */
 #pragma once
 
@@ -10,7 +9,7 @@
 ExitCode enable_module(const MonitorOptions &options);
 ExitCode disable_module(const MonitorOptions &options);
 
-/* These ask before they act, on a terminal. */
+/* On a terminal these ask for a confirmation. */
 ExitCode reboot_device(const MonitorOptions &options);
 ExitCode reset_device(const MonitorOptions &options);
 ExitCode shut_device_down(const MonitorOptions &options);

@@ -1,5 +1,5 @@
 /*
- * The command of monitor_tool that shows who listens to what.
+ * The command of monitor_tool that shows the subscribers of events.
  */
 #include <cstdio>
 
@@ -15,7 +15,7 @@ namespace {
 
 constexpr size_t kMostNameColumns = 40;
 constexpr size_t kFewestNameColumns = 10;
-constexpr size_t kMargin = 4; /* in front of a name and behind it */
+constexpr size_t kMargin = 4; /* columns before and after a name */
 
 bool is_wanted(const EventListeners &listeners, const std::string &text) {
     return listeners.event.find(text) != std::string::npos;
@@ -25,7 +25,7 @@ bool is_module(const std::string &name) {
     return frwk_module_id(name.c_str()) != 0;
 }
 
-/* Names of no module are marked: publishers pass them over. */
+/* Marks names that are not modules, since publishers skip them. */
 std::string names_line(const EventListeners &listeners) {
     std::string line;
     for (const std::string &name : listeners.names) {

@@ -15,7 +15,7 @@
 
 namespace {
 
-/* Explains why a module did not answer, if it did not. */
+/* Reports why a module did not answer, if it did not. */
 ExitCode report_missing(const VitalSigns &signs, const char *command, uint32_t module) {
     return report_outcome(signs.probe, module, std::string(command) + " " + module_text(module));
 }
@@ -77,7 +77,7 @@ void print_probe(uint32_t module, const VitalSigns &signs) {
 
 // ---- memory ----
 
-/* Without room, the ones that matter least go first: warn at, refused, ever, blocks. */
+/* On a narrow terminal the least important columns are left out first: warn at, refused, ever, blocks. */
 TextTable memory_table() {
     return TextTable({"MODULE", "LIVE", "PEAK", "BLOCKS", "EVER", "REFUSED", "WARN AT"}, {6, 5, 4, 3});
 }

@@ -1,5 +1,5 @@
 /*
- * The commands of monitor_tool that look at modules.
+ * The commands of monitor_tool that show the status of modules.
  */
 #pragma once
 
@@ -12,11 +12,11 @@ ExitCode list_modules(const MonitorOptions &options);
 /* Everything about one module. */
 ExitCode show_status(const MonitorOptions &options);
 
-/* How long some modules take to answer. */
+/* The response times of some modules. */
 ExitCode probe_modules(const MonitorOptions &options);
 
-/* What some modules, or all that run, hold of the tracked memory. */
+/* The tracked memory of some modules, or of all that run. */
 ExitCode show_memory(const MonitorOptions &options);
 
-/* Who listens to what. */
+/* The subscribers of events. */
 ExitCode show_events(const MonitorOptions &options);

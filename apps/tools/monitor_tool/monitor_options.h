@@ -1,5 +1,5 @@
 /*
- * What the command line of monitor_tool says.
+ * The command line options of monitor_tool.
  */
 #pragma once
 
@@ -11,12 +11,12 @@
 struct MonitorOptions {
     std::string module;
     std::vector<std::string> modules;
-    std::string text;   /* in the name of an event */
-    double timeout = 2; /* seconds that a module may take for its answers */
-    std::string sort;   /* a column; "" for what the command thinks best */
+    std::string text;   /* part of an event's name */
+    double timeout = 2; /* seconds to wait for a module's answers */
+    std::string sort;   /* a column; "" for the command's default */
     bool reverse = false;
     bool running = false; /* only modules that run */
-    double interval = 2;  /* seconds between two looks */
+    double interval = 2;  /* seconds between two updates */
     uint32_t reason = 0;
     bool yes = false;
     bool json = false;

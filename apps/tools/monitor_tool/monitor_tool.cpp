@@ -1,5 +1,5 @@
 /*
- * monitor_tool: shows the device's modules and how they are, and has the monitor act on them.
+ * monitor_tool: shows the status of the device's modules, and sends requests to the monitor.
  */
 #include "cli/command_line_tool.h"
 #include "cli/table_names.h"
@@ -38,7 +38,7 @@ CLI::Option *add_modules(CLI::App &command, const std::string &what) {
 }
 
 void add_timeout(CLI::App &command) {
-    command.add_option("--timeout", g_options.timeout, "Seconds that a module may take to answer (2)")
+    command.add_option("--timeout", g_options.timeout, "Seconds to wait for a module's answer (2)")
         ->type_name("S")
         ->check(CLI::Range(kShortestTime, kLongestTimeout));
 }
@@ -51,12 +51,12 @@ void add_order(CLI::App &command, const std::string &first) {
     command.add_option("--sort", g_options.sort, "The column to sort by (" + first + ")")
         ->type_name("COLUMN")
         ->check(one_of("column", column_names));
-    command.add_flag("--reverse", g_options.reverse, "The other way round");
+    command.add_flag("--reverse", g_options.reverse, "Reverse the order");
     command.add_flag("--running", g_options.running, "Leave out modules that don't run");
 }
 
 void add_looking_commands(CommandLineTool &tool) {
-    CLI::App &list = tool.add("list", "List every module and how it is",
+    CLI::App &list = tool.add("list", "List all modules and their status",
                               "monitor_tool list\n"
                               "monitor_tool list --running --sort memory\n"
                               "monitor_tool list --json | jq '.[] | select(.state == \"hangs\")'\n",
@@ -71,17 +71,17 @@ void add_looking_commands(CommandLineTool &tool) {
     add_timeout(status);
     add_json(status);
 
-    CLI::App &probe = tool.add("probe", "Show how long modules take to answer",
+    CLI::App &probe = tool.add("probe", "Show the response times of modules",
                                "monitor_tool probe --timeout 0.5 wlan router\n", run(probe_modules));
     add_modules(probe, "Names, aliases or ids of modules")->required();
     add_timeout(probe);
     add_json(probe);
 
-    CLI::App &memory = tool.add("memory", "Show what modules hold of the tracked memory",
+    CLI::App &memory = tool.add("memory", "Show the tracked memory of modules",
                                 "monitor_tool memory\n"
                                 "monitor_tool memory --json zndb\n",
                                 run(show_memory));
-    add_modules(memory, "Names, aliases or ids of modules; all that answer without");
+    add_modules(memory, "Names, aliases or ids of modules; default: all that answer");
     add_timeout(memory);
     add_json(memory);
 }
@@ -90,12 +90,12 @@ void add_watching_commands(CommandLineTool &tool) {
     CLI::App &top = tool.add("top", "Show the modules, refreshed, until q or Ctrl-C",
                              "monitor_tool top --interval 0.5 --sort time\n", run(watch_modules));
     add_order(top, "memory");
-    top.add_option("--interval", g_options.interval, "Seconds between two looks (2)")
+    top.add_option("--interval", g_options.interval, "Seconds between two updates (2)")
         ->type_name("S")
         ->check(CLI::Range(kShortestTime, kLongestInterval));
     add_timeout(top);
 
-    CLI::App &events = tool.add("events", "Show who listens to which event",
+    CLI::App &events = tool.add("events", "Show the subscribers of events",
                                 "monitor_tool events\n"
                                 "monitor_tool events --json LANGUAGE\n",
                                 run(show_events));
@@ -115,20 +115,20 @@ void add_device_command(CommandLineTool &tool, const char *name, const char *pur
         std::string("monitor_tool ") + name + "\n" + "monitor_tool " + name + " --yes --reason 801\n",
         run(command));
     added.add_flag("--yes", g_options.yes, "Don't ask");
-    added.add_option("--reason", g_options.reason, "A number that the monitor is told (0)")->type_name("N");
+    added.add_option("--reason", g_options.reason, "A reason code for the monitor (0)")->type_name("N");
     add_timeout(added);
 }
 
 void add_acting_commands(CommandLineTool &tool) {
-    add_switch(tool, "enable", "Have a monitored module enabled", enable_module);
-    add_switch(tool, "disable", "Have a monitored module disabled", disable_module);
-    add_device_command(tool, "reboot", "Have the device rebooted", reboot_device);
-    add_device_command(tool, "reset", "Have the device reset to its factory settings", reset_device);
-    add_device_command(tool, "shutdown", "Have the device shut down", shut_device_down);
+    add_switch(tool, "enable", "Request that a monitored module be enabled", enable_module);
+    add_switch(tool, "disable", "Request that a monitored module be disabled", disable_module);
+    add_device_command(tool, "reboot", "Request a reboot of the device", reboot_device);
+    add_device_command(tool, "reset", "Request a reset to factory settings", reset_device);
+    add_device_command(tool, "shutdown", "Request a shutdown of the device", shut_device_down);
 }
 
 constexpr ToolWords kWords = {"monitor_tool",
-                              "Shows the device's modules and how they are, and has the monitor act on them.",
+                              "Shows the status of the device's modules, and sends requests to the monitor.",
                               "monitor_tool list --running\n"
                               "monitor_tool status wlan\n"
                               "monitor_tool top\n"};

@@ -30,7 +30,7 @@ class Top {
           reverse_(options.reverse),
           survey_(modules_to_ask(), options.limit()) {}
 
-    /* Returns 0, or why the terminal could not be drawn on. */
+    /* Returns 0, or the errno value of a failed output. */
     int run() {
         LiveScreen screen(watch_);
         while (SignalWatch::caught() == 0) {
@@ -67,7 +67,7 @@ class Top {
         return screen.draw(lines);
     }
 
-    /* Obeys the keys until it is time to look again. */
+    /* Handles keys until the next update. */
     Next wait(LiveScreen &screen) {
         const auto end = Clock::now() + std::chrono::duration_cast<Clock::duration>(
                                             std::chrono::duration<double>(options_.interval));
@@ -81,7 +81,7 @@ class Top {
         return Next::kLook;
     }
 
-    /* Returns whether something is to be drawn anew. */
+    /* Handles a key. Returns whether to redraw. */
     bool obey(char key) {
         reverse_ = key == 'r' ? !reverse_ : reverse_;
         sort_ = key == 's' ? next_column() : sort_;
@@ -97,7 +97,7 @@ class Top {
     const MonitorOptions &options_;
     std::string sort_;
     bool reverse_;
-    const SignalWatch watch_; /* before the survey has threads */
+    const SignalWatch watch_; /* must be created before the survey's threads */
     ModuleSurvey survey_;
     std::vector<ModuleReport> reports_;
 };

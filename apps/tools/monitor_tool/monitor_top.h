@@ -6,5 +6,5 @@
 #include "cli/exit_code.h"
 #include "monitor_tool/monitor_options.h"
 
-/* Until q or Ctrl-C. Where there is no screen to draw on, it prints the list once. */
+/* Runs until q or Ctrl-C. Without a terminal it prints the list once. */
 ExitCode watch_modules(const MonitorOptions &options);

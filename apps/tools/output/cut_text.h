@@ -1,10 +1,10 @@
 /*
- * Text in UTF-8 cut to a length. Pure.
+ * Truncates UTF-8 texts. Pure.
  */
 #pragma once
 
 #include <cstddef>
 #include <string>
 
-/* The text, or as many of its first bytes as fit into a number of them without cutting a character. */
+/* The text, or its longest prefix of complete characters that fits the number of bytes. */
 std::string cut_text(const std::string &text, size_t bytes);

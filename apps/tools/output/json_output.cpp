@@ -62,7 +62,8 @@ Json json_parsed(const std::string &text) {
         return nullptr;
     }
     json_tokener_set_flags(tokener.get(), JSON_TOKENER_STRICT | JSON_TOKENER_VALIDATE_UTF8);
-    const int length = static_cast<int>(std::strlen(text.c_str())) + 1; /* its NUL ends a number */
+    const int length =
+        static_cast<int>(std::strlen(text.c_str())) + 1; /* including the NUL, which ends a number */
     Json value(json_tokener_parse_ex(tokener.get(), text.c_str(), length));
     const bool whole = json_tokener_get_error(tokener.get()) == json_tokener_success;
     return whole ? std::move(value) : nullptr;

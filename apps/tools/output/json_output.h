@@ -1,5 +1,5 @@
 /*
- * JSON for scripts: one value on standard output, readable, with a line end.
+ * Prints JSON for scripts: one indented value on standard output, with a line end.
  */
 #pragma once
 
@@ -18,13 +18,13 @@ Json json_items();
 Json json_number(int64_t number);
 Json json_truth(bool value);
 
-/* A text; bytes that are no UTF-8 become U+FFFD. */
+/* A text; bytes that are not UTF-8 become U+FFFD. */
 Json json_text(const std::string &text);
 
-/* The value of a text that is JSON, null when it isn't. */
+/* The value of a JSON text; null if it is not JSON. */
 Json json_parsed(const std::string &text);
 
-/* A number or a boolean as it is written, or a text when it is neither (such as "inf"). */
+/* A number or a boolean, unchanged, or a text if it is neither (such as "inf"). */
 Json json_word(const std::string &word);
 
 void add_member(const Json &object, const std::string &name, Json value);

@@ -1,8 +1,7 @@
 /*
- * Whether a text is made of what JSON knows: json-c alone takes words and numbers that JSON has not.
+ * Checks that a text consists of JSON tokens: json-c alone accepts words and numbers that are not JSON.
  */
 #pragma once
 
-/* text: may be of any size and hold any bytes. One that is larger than what a module reads as JSON is none
- * here. */
+/* text: of any size and content. False for a text that is larger than the limit for modules. */
 bool has_json_tokens(const char *text);

@@ -9,7 +9,7 @@
 
 namespace {
 
-constexpr char kEnter[] = "\033[?1049h\033[?25l"; /* a screen of its own, without the cursor */
+constexpr char kEnter[] = "\033[?1049h\033[?25l"; /* the alternate screen, without the cursor */
 constexpr char kLeave[] = "\033[?25h\033[?1049l";
 constexpr char kHome[] = "\033[H";
 constexpr char kEraseLineEnd[] = "\033[K";
@@ -27,7 +27,7 @@ LiveScreen::~LiveScreen() {
     (void)std::fflush(stdout);
 }
 
-/* The last line gets no line end, which would scroll. */
+/* A line end after the last line would scroll. */
 bool LiveScreen::draw(const std::vector<ScreenLine> &lines) const {
     std::string all = kHome;
     const size_t count = std::min(lines.size(), rows_of(Stream::kOutput));
@@ -39,7 +39,7 @@ bool LiveScreen::draw(const std::vector<ScreenLine> &lines) const {
     return std::fwrite(all.data(), 1, all.size(), stdout) == all.size() && std::fflush(stdout) == 0;
 }
 
-/* Input that ended would be readable for ever. */
+/* At the end of the input, stop polling it: it would always be readable. */
 char LiveScreen::wait_for_key(int milliseconds) {
     char key = 0;
     if (watch_.wait(has_keys_ ? STDIN_FILENO : -1, milliseconds)) {

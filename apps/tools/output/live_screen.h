@@ -1,5 +1,5 @@
 /*
- * A terminal that a tool draws on again and again. What it showed before comes back at the end.
+ * A full-screen terminal that a tool redraws. The previous content is restored at the end.
  */
 #pragma once
 
@@ -10,7 +10,7 @@
 #include "output/terminal.h"
 #include "output/terminal_mode.h"
 
-/* A line; its text may come from anywhere. */
+/* A line; its text is escaped. */
 struct ScreenLine {
     std::string text;
     Style style;
@@ -18,20 +18,21 @@ struct ScreenLine {
 
 class LiveScreen {
   public:
-    /* Takes the terminal. watch: made before, so that no signal ends the tool while it has it. */
+    /* Starts the full screen. watch: must exist, so that no signal ends the tool before the terminal is
+     * restored. */
     explicit LiveScreen(const SignalWatch &watch);
 
-    /* Gives it back as it was. */
+    /* Restores the terminal. */
     ~LiveScreen();
 
     LiveScreen(const LiveScreen &) = delete;
     LiveScreen &operator=(const LiveScreen &) = delete;
 
-    /* Draws lines without line ends; those that don't fit the terminal are left out. False when it is gone.
-     */
+    /* Draws lines without line ends; lines that don't fit the terminal are left out. Returns false if the
+     * terminal is gone. */
     bool draw(const std::vector<ScreenLine> &lines) const;
 
-    /* Waits for a key, a signal or the end of the time. Returns the key, or 0. */
+    /* Waits for a key, a signal or the time limit. Returns the key, or 0. */
     char wait_for_key(int milliseconds);
 
   private:

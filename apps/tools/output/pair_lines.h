@@ -1,11 +1,11 @@
 /*
- * What is known of one thing, for people: a name and a value a line, wrapped on a narrow terminal.
+ * Prints properties, one name and value per line, wrapped on a narrow terminal.
  */
 #pragma once
 
 #include <string>
 
-/* Prints a thing's name, strong. */
+/* Prints a title in bold. */
 void print_title(const std::string &title);
 
 /* Prints a line below it; an empty value is a dash. */

@@ -23,7 +23,7 @@ std::string progress_line(double done, const std::string &note, size_t columns) 
     char percent[8];
     (void)std::snprintf(percent, sizeof(percent), "%3d%%", static_cast<int>(share * 100));
     const std::string text = std::string(percent) + " " + note;
-    const size_t taken = text.size() + 3; /* the bar's ends and a blank */
+    const size_t taken = text.size() + 3; /* plus the bar's brackets and a blank */
     if (columns <= taken) {
         return cut_text(text, columns);
     }

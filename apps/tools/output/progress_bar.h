@@ -1,15 +1,15 @@
 /*
- * How far something has come, on the terminal of standard error; nothing elsewhere.
+ * A progress bar on standard error, if that is a terminal.
  */
 #pragma once
 
 #include <cstddef>
 #include <string>
 
-/* A bar of so many characters, filled with '#' up to its share. share: from 0 to 1. */
+/* A bar of width characters, filled with '#' up to its share. share: from 0 to 1. */
 std::string bar_text(double share, size_t width);
 
-/* A bar and a note in one line of so many columns. done: from 0 to 1. */
+/* A bar and a note in one line. done: from 0 to 1. */
 std::string progress_line(double done, const std::string &note, size_t columns);
 
 class ProgressBar {

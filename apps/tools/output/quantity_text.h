@@ -1,5 +1,5 @@
 /*
- * Times and sizes as people read them. Pure.
+ * Formats times and sizes. Pure.
  */
 #pragma once
 

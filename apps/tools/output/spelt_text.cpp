@@ -8,7 +8,7 @@
 
 namespace {
 
-constexpr uint32_t kFirstInPairs = 0x10000; /* from here on JSON takes two numbers */
+constexpr uint32_t kFirstInPairs = 0x10000; /* from here on JSON needs a surrogate pair */
 
 std::string spelt(const char *format, unsigned number) {
     char text[16];

@@ -26,7 +26,7 @@ bool takes_colours(Stream stream) {
     return is_screen(stream) && !refused;
 }
 
-/* All zeros when the stream is no terminal. */
+/* All zeros if the stream is not a terminal. */
 winsize size_of(Stream stream) {
     winsize size = {};
     return ::ioctl(descriptor_of(stream), TIOCGWINSZ, &size) == 0 ? size : winsize{};

@@ -1,5 +1,5 @@
 /*
- * What a tool knows of the terminal it prints to. Anything else, a file or a pipe, gets plain text in full.
+ * The terminal that a tool prints to. A file or a pipe gets complete plain text.
  */
 #pragma once
 
@@ -23,22 +23,22 @@ bool is_terminal(Stream stream);
 /* Whether it is a terminal that can be drawn on. */
 bool is_screen(Stream stream);
 
-/* Characters that a line may have: the terminal's, or 80. Never below 20. */
+/* The maximum characters of a line: the terminal's, or 80. Never below 20. */
 size_t columns_of(Stream stream);
 
-/* Lines that fit: the terminal's, or 24. Never below 5. */
+/* The maximum number of lines: the terminal's, or 24. Never below 5. */
 size_t rows_of(Stream stream);
 
-/* The text with a style around it, on a terminal that takes colours and unless NO_COLOR is set. */
+/* The text with a style, if the stream is a terminal with colours and NO_COLOR is not set. */
 std::string styled(Stream stream, Style style, const std::string &text);
 
 /*
- * The text. For a terminal, everything that would act on it is spelt out, since the text may come from
- * anywhere. Whatever a tool prints passes one of these three, except texts of its own source.
+ * The text, escaped for a terminal, since it may come from an untrusted source. Tools pass everything that
+ * they print through one of these three functions, except constant texts.
  */
 std::string shown_text(Stream stream, const std::string &text);
 
-/* The same, but line feeds stay. */
+/* The same, but line feeds are kept. */
 std::string shown_lines(Stream stream, const std::string &text);
 
 /* The same for JSON, which stays JSON. */

@@ -1,29 +1,29 @@
 /*
- * How the terminal of standard input treats what is typed, changed for a while.
+ * Temporarily changes the input mode of the terminal on standard input.
  */
 #pragma once
 
 #include <termios.h>
 
-/* What is typed is not shown. */
+/* Echo is off. */
 struct HiddenTyping {};
 
-/* Every key reaches the tool at once and unseen; none but Ctrl-C sends a signal. */
+/* Every key is passed to the tool at once, without echo; only Ctrl-C sends a signal. */
 struct SingleKeys {};
 
-/* While it lives, the terminal is changed. Nothing happens without a terminal. */
+/* Changes the mode while the object exists. Does nothing without a terminal. */
 class TerminalMode {
   public:
     explicit TerminalMode(HiddenTyping);
     explicit TerminalMode(SingleKeys);
 
-    /* The terminal is as it was; what was typed and not read is forgotten. */
+    /* Restores the mode; discards unread input. */
     ~TerminalMode();
 
     TerminalMode(const TerminalMode &) = delete;
     TerminalMode &operator=(const TerminalMode &) = delete;
 
-    /* Whether there is a terminal, and it was changed. */
+    /* Whether there is a terminal and its mode was changed. */
     bool changed() const { return changed_; }
 
   private:

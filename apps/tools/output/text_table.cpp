@@ -31,7 +31,7 @@ std::string line_of(const std::vector<std::string> &cells, const std::vector<siz
     return line + "\n";
 }
 
-/* What each column takes when nothing is cut. */
+/* The width of each column without truncation. */
 std::vector<size_t> natural_widths(const Rows &rows) {
     std::vector<size_t> widths(rows[0].size(), 0);
     for (const auto &row : rows) {
@@ -52,7 +52,7 @@ void drop_column(Rows &rows, size_t column) {
     }
 }
 
-/* The rows without the columns that there is no room for. */
+/* The rows without the columns that don't fit. */
 Rows without_spare(Rows rows, std::vector<size_t> spare, size_t columns) {
     while (!spare.empty() && line_width(natural_widths(rows)) > columns) {
         const size_t dropped = spare.front();
@@ -65,7 +65,7 @@ Rows without_spare(Rows rows, std::vector<size_t> spare, size_t columns) {
     return rows;
 }
 
-/* The widest columns give way. */
+/* Narrows the widest columns. */
 std::vector<size_t> narrowed(std::vector<size_t> widths, size_t columns) {
     while (line_width(widths) > columns) {
         size_t &widest = *std::max_element(widths.begin(), widths.end());

@@ -1,6 +1,6 @@
 /*
- * A table of texts with a header line, for people. On a terminal columns are left out, and then the widest
- * give way, until a row fits its width; elsewhere nothing is cut. Pure but for print.
+ * A table of texts with a header line. On a terminal, spare columns are left out and then the widest ones
+ * narrowed until a row fits the width; elsewhere nothing is truncated. Pure except print.
  */
 #pragma once
 
@@ -10,16 +10,16 @@
 
 class TextTable {
   public:
-    /* spare: numbers of the columns that are left out where there is no room, the first one first. */
+    /* spare: numbers of the columns that may be left out, in this order. */
     explicit TextTable(std::vector<std::string> header, std::vector<size_t> spare = {});
 
     /* cells: one for each column of the header. */
     void add(std::vector<std::string> cells);
 
-    /* The lines, each with its line end. columns: characters of a line, 0 for as many as it takes. */
+    /* The lines, each with its line end. columns: maximum characters of a line, 0 for no limit. */
     std::string text(size_t columns) const;
 
-    /* Prints the table to standard output, the header strong. */
+    /* Prints the table to standard output, the header in bold. */
     void print() const;
 
   private:

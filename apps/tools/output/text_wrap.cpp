@@ -9,7 +9,7 @@ constexpr size_t kFewestForMeaning = 30;
 constexpr size_t kNameIndent = 2;
 constexpr size_t kLowerIndent = 6;
 
-/* One line of the text, broken. */
+/* Wraps one line of the text. */
 std::string wrapped_line(const std::string &line, size_t width, size_t indent) {
     const std::string margin(indent, ' ');
     std::istringstream words(line);

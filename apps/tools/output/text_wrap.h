@@ -1,5 +1,5 @@
 /*
- * Text broken into lines. Pure.
+ * Wraps text. Pure.
  */
 #pragma once
 
@@ -7,14 +7,14 @@
 #include <string>
 
 /*
- * Breaks a text at blanks so that no line is longer than width, each line indented; a word that is longer
- * stands on a line of its own. Line ends of the text are kept. Every line ends with a line end.
+ * Wraps a text at blanks so that no line is longer than width; indents each line. A longer word gets its own
+ * line. Line ends of the text are kept. Every line ends with a line end.
  */
 std::string wrapped(const std::string &text, size_t width, size_t indent);
 
 /*
- * A name and what it means: side by side when there is room, else one below the other. name_width: columns of
- * the name, the indent of two blanks included.
+ * A name and its meaning: side by side if there is room, else one below the other. name_width: columns of
+ * the name, including the indent of two blanks.
  */
 std::string wrapped_pair(const std::string &name, const std::string &meaning, size_t width,
                          size_t name_width);

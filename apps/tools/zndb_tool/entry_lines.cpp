@@ -7,7 +7,7 @@
 
 namespace {
 
-/* what: "key" or "value". size: bytes that it may take, its NUL included. */
+/* what: "key" or "value". size: its maximum bytes, including the NUL. */
 std::string unsendable(const std::string &what, const std::string &text, size_t size) {
     if (text.size() >= size) {
         return "the " + what + " has more than " + std::to_string(size - 1) + " characters";

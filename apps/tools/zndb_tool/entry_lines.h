@@ -1,6 +1,7 @@
 /*
- * Entries as a text that the tool imports and exports: lines as the database's files hold them. Of a line
- * that is no entry it says why; what the database thinks of one is found out by sending it. Pure.
+ * Entries as lines of key=value, the format of the database's files and of imports and exports. Empty lines
+ * and lines that begin with '#' are ignored; a CR before the line end is dropped; the first '=' ends the key.
+ * Pure.
  */
 #pragma once
 
@@ -14,13 +15,13 @@ struct EntryLine {
     size_t number; /* from 1 */
     std::string key;
     std::string value;
-    std::string problem; /* why it is no entry; "" when it is one */
+    std::string problem; /* why the line is malformed; "" if it is not */
 };
 
-/* The lines of a text that mean something, in order. */
+/* The lines of a text, in order, without comments and empty lines. */
 std::vector<EntryLine> parse_entry_lines(const std::string &text);
 
-/* Why a key or a value can't be sent, whatever the database thinks of it; "" when it can. */
+/* Why a key or a value can't be sent to the database; "" if it can. */
 std::string unsendable_key(const std::string &key);
 std::string unsendable_value(const std::string &value);
 

@@ -27,27 +27,27 @@ bool is_the_databases(const struct stat &found) {
            (::stat(paths::kTempFolder, &above) == 0 && found.st_uid == above.st_uid);
 }
 
-/* Whose it is; "" when the database may have made it. */
+/* The owner, if the database can't have created the file; otherwise "". */
 std::string stranger(const std::string &path, const struct stat &found) {
     return is_the_databases(found) ? ""
                                    : path + " is not the database's: it belongs to user " +
                                          std::to_string(found.st_uid) + " and is not read";
 }
 
-/* Of an open file or folder. */
+/* The problem with an open file or folder. */
 std::string problem_of(int fd, const std::string &path) {
     struct stat found = {};
     return ::fstat(fd, &found) == 0 ? stranger(path, found) : cant_read(errno);
 }
 
-/* Whether a link stands in the journal's place that the device itself has put there. */
+/* Whether the journal is a link that the device itself created. */
 bool is_own_link(int folder) {
     struct stat found = {};
     return ::fstatat(folder, paths::kJournalName, &found, AT_SYMLINK_NOFOLLOW) == 0 &&
            S_ISLNK(found.st_mode) && is_the_databases(found);
 }
 
-/* Without waiting for somebody at the other end of a pipe. */
+/* Does not block if the file is a pipe. */
 std::string read_in(int folder, std::string *text) {
     const bool follows = is_own_link(folder);
     const int flags = O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK | (follows ? 0 : O_NOFOLLOW);

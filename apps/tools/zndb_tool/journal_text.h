@@ -1,15 +1,14 @@
 /*
- * The text of the database's journal, as it is on tmpfs.
+ * Reads the database's journal from tmpfs.
  */
 #pragma once
 
 #include <string>
 
 /*
- * Reads the journal; "" when there is none. What another user has put there is not believed, as the database
- * doesn't believe it: a journal, or its folder, must be root's, the caller's, or of the user who owns
- * /tmp/m_tmp, as whom the database runs.
+ * Reads the journal; "" if there is none. Like the database, it ignores files of other users: journal and
+ * folder must belong to root, to the caller, or to the owner of /tmp/m_tmp, which is the database's user.
  *
- * Returns "" or why it can't be read.
+ * Returns "" or the problem.
  */
 std::string read_journal_text(std::string *text);

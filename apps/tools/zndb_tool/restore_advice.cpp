@@ -2,7 +2,7 @@
 
 namespace {
 
-/* A word as a shell takes it, whatever it holds. */
+/* Quotes a word for the shell. */
 std::string shell_word(const std::string &text) {
     std::string word = "'";
     for (const char character : text) {
@@ -51,19 +51,19 @@ std::vector<std::string> restore_advice(const RestoreFacts &facts) {
     if (facts.was_refused && facts.settings_on_disk > 0) {
         lines.push_back(
             "the " + std::to_string(facts.settings_on_disk) +
-            " that were last saved are still on the disk, and come back when the device starts anew");
+            " that were last saved are still on the disk, and are loaded again when the device restarts");
     }
     if (has_lost_product(facts)) {
         lines.push_back("the device no longer knows its product; first: " + set_product(facts.product));
     }
     lines.push_back("to go back, restore a backup that was made before; " + facts.file +
-                    " is as it was and can be tried again");
+                    " is unchanged, and the restore can be repeated");
     return lines;
 }
 
 std::string product_warning(const std::string &product) {
     return "warning: device_product_name is a setting and not among the defaults; if the restore fails "
            "half-way, the "
-           "device takes no backup until: " +
+           "device accepts no backup until: " +
            set_product(product);
 }

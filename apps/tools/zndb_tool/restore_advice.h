@@ -1,5 +1,5 @@
 /*
- * What a restore that failed has left, in words, and how to go back. Pure.
+ * Describes what a failed restore has left, and how to recover. Pure.
  */
 #pragma once
 
@@ -9,21 +9,21 @@
 
 struct RestoreFacts {
     std::string file;          /* the backup */
-    std::string product;       /* the product's name before; "" when it was not known */
-    bool knows_product = true; /* whether the device knows it still */
+    std::string product;       /* the product's name before; "" if unknown */
+    bool knows_product = true; /* whether the device still has it */
     bool was_refused = true;   /* no record of the backup was applied */
-    bool is_known = true;      /* the settings could be read, before and now */
-    bool has_changed = false;  /* they are others than before */
+    bool is_known = true;      /* the settings could be read both before and afterwards */
+    bool has_changed = false;  /* the settings differ from those before */
     size_t settings_before = 0;
     size_t settings_now = 0;
-    size_t settings_on_disk = 0; /* as they were last saved */
+    size_t settings_on_disk = 0; /* number of settings when they were last saved */
 };
 
-/* Follows the result of the call. */
+/* Printed after the result of the call. */
 std::string restore_hint(const RestoreFacts &facts);
 
-/* Lines of their own; none when nothing has changed. */
+/* Separate lines; none if nothing has changed. */
 std::vector<std::string> restore_advice(const RestoreFacts &facts);
 
-/* Said before a restore when the product's name would be gone with the settings. */
+/* A warning before a restore that would discard the product's name with the other settings. */
 std::string product_warning(const std::string &product);

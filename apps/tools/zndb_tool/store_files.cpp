@@ -11,7 +11,7 @@
 
 namespace {
 
-/* The journal changes while it is read only when the database is busy; it settles soon. */
+/* Attempts to read a consistent state, since the database may change the journal meanwhile. */
 constexpr int kAttempts = 20;
 
 struct StoreFiles {
@@ -64,7 +64,7 @@ void apply_journal(const std::string &journal, StoreId store, Entries &entries) 
     }
 }
 
-/* A file that is missing is empty. */
+/* A missing file counts as empty. */
 std::string read_if_there(const std::string &path, std::string *text) {
     text->clear();
     return file_exists(path) ? read_text_file(path, text) : "";

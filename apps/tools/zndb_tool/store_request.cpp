@@ -8,7 +8,7 @@
 
 namespace {
 
-/* The messages of a store; 0 where it has none. */
+/* The messages of a store; 0 for none. */
 struct StoreMessages {
     apps_message_id_e_type set, get, del;
 };

@@ -1,6 +1,6 @@
 /*
- * Requests to the configuration database, by store. They carry the database's own result code, which tells
- * more than the client's calls do.
+ * Requests to the configuration database, by store. They return the database's result code, which is more
+ * precise than the results of the client library.
  */
 #pragma once
 
@@ -8,7 +8,7 @@
 
 #include "cli/request_outcome.h"
 
-/* kDefault: the defaults with the factory overlay on top; what is written goes to the overlay. */
+/* kDefault: the defaults with the factory overlay; writes go to the overlay. */
 enum class Store {
     kPlain,
     kPerm,
@@ -18,26 +18,26 @@ enum class Store {
 /* key: at most 31 characters. value: at most 1023. */
 RequestOutcome set_in_store(Store store, const std::string &key, const std::string &value);
 
-/* value: set when the outcome is done. A plain get falls back to the default. */
+/* value: set on success. A get from the plain store falls back to the default. */
 RequestOutcome get_from_store(Store store, const std::string &key, std::string *value);
 
-/* store: not the defaults, which have no such message. */
+/* store: not kDefault, which has no such message. */
 RequestOutcome delete_from_store(Store store, const std::string &key);
 
-/* What became of a save of the plain and the perm store. */
+/* The outcome of a save of the plain and the perm store. */
 struct SaveOutcome {
-    RequestOutcome request; /* done also where the perm store alone failed, unless it alone had changes */
+    RequestOutcome request; /* also success if only the perm store failed, unless only that had changes */
     apps_err_e_type plain;
     apps_err_e_type perm;
 };
 
-/* Makes the changes of the plain and the perm store survive a power cut. */
+/* Saves the plain and the perm store. */
 SaveOutcome save_both_stores();
 
 /* The same for the overlay. */
 RequestOutcome save_overlay();
 
-/* Shortens what the database keeps in RAM of unsaved changes. */
+/* Shortens the database's journal of unsaved changes. */
 RequestOutcome save_in_ram();
 
 /* Empties the plain store. */

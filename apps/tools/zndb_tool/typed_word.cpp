@@ -41,7 +41,7 @@ const Type &type_of(int32_t code) {
     return kTypes[0];
 }
 
-/* An integer without its '+' and leading zeros; "" when it is none. */
+/* An integer without '+' and leading zeros; "" if it is not an integer. */
 std::string canonical_integer(const std::string &word) {
     const bool has_sign = !word.empty() && (word[0] == '-' || word[0] == '+');
     std::string digits = word.substr(has_sign ? 1 : 0);
@@ -58,7 +58,7 @@ bool is_real(const std::string &word) {
     return !word.empty() && std::isspace(static_cast<unsigned char>(word[0])) == 0 && *end == '\0';
 }
 
-/* Whether the word is written as values of the kind are. kind: not text, which is written in any way. */
+/* Whether the word has the notation of the kind. kind: not text, which has no notation. */
 bool is_written_as(Kind kind, const std::string &word) {
     if (kind == Kind::kBool) {
         return !word.empty() && frwk_str_to_bool(word.c_str(), nullptr) == 1;
@@ -66,7 +66,7 @@ bool is_written_as(Kind kind, const std::string &word) {
     return kind == Kind::kInteger ? !canonical_integer(word).empty() : is_real(word);
 }
 
-/* A text to a variable of the type and back. */
+/* Converts a text to a variable of the type and back. */
 apps_err_e_type through_variable(int32_t type, const std::string &text, std::string *out) {
     alignas(8) char variable[ZNDB_VALUE_LEN] = {};
     char written[ZNDB_VALUE_LEN] = {};

@@ -8,7 +8,7 @@
 
 namespace {
 
-/* An item takes at most five characters for one of its own, and a comma. */
+/* Each character of an item needs at most five characters. */
 constexpr size_t kLongestEscape = 5;
 
 }  // namespace

@@ -27,17 +27,17 @@
 
 namespace {
 
-/* The backup until it is whole. */
+/* The suffix of an incomplete backup. */
 constexpr char kPartSuffix[] = ".part";
 
-/* What a backup is bound to, and the room that its value takes. */
+/* The setting that a backup is bound to, and the size of its value. */
 constexpr char kProductKey[] = "device_product_name";
 constexpr size_t kProductSize = 64;
 
 /* On tmpfs: what is deciphered never reaches a disk. */
 constexpr char kCopyName[] = "/zndb_tool.XXXXXX";
 
-/* A backup in the folder of the file that it is to become; gone at the end, unless it became it. */
+/* A temporary backup in the target's folder; the destructor removes it, unless it has replaced the target. */
 class Part {
   public:
     explicit Part(const std::string &file)
@@ -56,7 +56,7 @@ class Part {
     const std::string path_;
 };
 
-/* A file that is gone at the end. */
+/* A file that the destructor removes. */
 class TemporaryFile {
   public:
     explicit TemporaryFile(std::string path) : path_(std::move(path)) {}
@@ -70,14 +70,14 @@ class TemporaryFile {
     const std::string path_;
 };
 
-/* Without the database nothing else makes sense. */
+/* Checks that the database runs. */
 ExitCode check_database(const std::string &what) {
     const WaitNotice notice(E_APPS_MODULE_ZNDB);
     return report_outcome(send_request(E_APPS_MODULE_ZNDB, E_APPS_MSG_SYS_PROBE, ""), E_APPS_MODULE_ZNDB,
                           what);
 }
 
-/* A backup is bound to the product, so a device that doesn't know its own has none. */
+/* A backup is bound to the product, so a device without a product name can't have one. */
 const char *backup_hint(apps_err_e_type code) {
     char product[kProductSize] = "";
     const bool unknown = code == E_APPS_ERR_INTERNAL &&
@@ -85,20 +85,20 @@ const char *backup_hint(apps_err_e_type code) {
     return unknown ? "; the device doesn't know its product: device_product_name is not set" : "";
 }
 
-/* The product's name as a backup is bound to it; "" when the device doesn't know it. */
+/* The product's name that a backup is bound to; "" if the device has none. */
 std::string product_name() {
     char product[kProductSize] = "";
     return zndb_get(kProductKey, product, sizeof(product)) == E_ZNDB_RET_SUCCESS ? product : "";
 }
 
-/* Whether the name would be gone with the settings. */
+/* Whether a restore would discard the name with the settings. */
 bool product_is_a_setting() {
     char product[kProductSize] = "";
     return !product_name().empty() &&
            zndb_get_def(kProductKey, product, sizeof(product)) == E_ZNDB_RET_NOT_FOUND;
 }
 
-/* What the plain store holds, where that can be read. */
+/* The content of the plain store, if it can be read. */
 struct Settings {
     Settings() : is_known(read_store(Store::kPlain, &entries).empty()) {}
     Entries entries;
@@ -110,7 +110,7 @@ size_t settings_on_disk() {
     return read_text_file(store_paths(Store::kPlain), &text).empty() ? parse_entry_lines(text).size() : 0;
 }
 
-/* What a restore that failed has made of the device. copy: gone when records were begun to be applied. */
+/* The state after a failed restore. copy: removed if the restore had started to apply records. */
 RestoreFacts facts_after(const std::string &file, const std::string &copy, const std::string &product,
                          const Settings &before) {
     const Settings now;
@@ -137,13 +137,13 @@ ExitCode complain_about_restore(apps_err_e_type result, const RestoreFacts &fact
     return code;
 }
 
-/* What is not saved would be lost, and a database that can't save would be left empty. */
+/* Unsaved changes would be lost, and a database that can't save would stay empty. */
 ExitCode save_before_restore(const std::string &file) {
     return report_outcome(save_both_stores().request, E_APPS_MODULE_ZNDB, "restore of " + file + ": save",
                           "; nothing has changed");
 }
 
-/* A copy that only its owner can read; its name goes to path. Returns "" or what is wrong. */
+/* Creates a copy that only its owner can read. path: receives its name. Returns "" or the problem. */
 std::string copy_privately(const std::string &from, std::string *path) {
     std::string name = std::string(paths::kTempFolder) + kCopyName;
     const UniqueFd copy(::mkostemp(name.data(), O_CLOEXEC));

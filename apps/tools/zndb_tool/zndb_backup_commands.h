@@ -1,13 +1,13 @@
 /*
- * The commands of zndb_tool that carry the whole user configuration to a file and back.
+ * The commands of zndb_tool that back up and restore the user configuration.
  */
 #pragma once
 
 #include "cli/exit_code.h"
 #include "zndb_tool/zndb_options.h"
 
-/* A file that was there before is only replaced by a whole backup. */
+/* An existing file is only replaced by a complete backup. */
 ExitCode back_up(const ZndbOptions &options);
 
-/* The file stays: what the library consumes is a copy. */
+/* The file is kept: the library consumes a copy. */
 ExitCode restore(const ZndbOptions &options);

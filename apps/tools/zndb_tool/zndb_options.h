@@ -1,5 +1,5 @@
 /*
- * What the command line of zndb_tool says.
+ * The command line options of zndb_tool.
  */
 #pragma once
 
@@ -21,7 +21,7 @@ struct ZndbOptions {
     size_t item = 0; /* from 1; 0 for none */
     bool json = false;
     bool save = false;
-    bool no_save = false; /* backup only, which saves otherwise */
+    bool no_save = false; /* only for backup, which saves by default */
     bool ram = false;
 
     Store store() const { return perm ? Store::kPerm : defaults ? Store::kDefault : Store::kPlain; }

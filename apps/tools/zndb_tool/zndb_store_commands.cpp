@@ -35,7 +35,7 @@ ExitCode read_or_complain(Store store, Entries *entries) {
 
 // ---- import ----
 
-/* Says what is wrong with each line that is no entry. */
+/* Reports the problem of each malformed line. */
 ExitCode check_lines(const std::string &file, const std::vector<EntryLine> &lines) {
     ExitCode code = ExitCode::kDone;
     for (const EntryLine &line : lines) {

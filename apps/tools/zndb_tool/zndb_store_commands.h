@@ -1,5 +1,5 @@
 /*
- * The commands of zndb_tool that are about whole stores.
+ * The commands of zndb_tool for complete stores.
  */
 #pragma once
 

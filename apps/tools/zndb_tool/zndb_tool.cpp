@@ -27,7 +27,7 @@ CommandLineTool::Run run(Command command) {
 
 void add_store(CLI::App &command, bool with_defaults) {
     CLI::Option *perm =
-        command.add_flag("--perm", g_options.perm, "The perm store, which a reset leaves alone");
+        command.add_flag("--perm", g_options.perm, "The perm store, which a reset doesn't clear");
     if (with_defaults) {
         command.add_flag("--default", g_options.defaults, "The defaults; changes go to the factory overlay")
             ->excludes(perm);
@@ -36,13 +36,13 @@ void add_store(CLI::App &command, bool with_defaults) {
 
 void add_value_form(CLI::App &command) {
     CLI::Option *type =
-        command.add_option("--type", g_options.type, "What the value is: a string, uint, bool and so on");
+        command.add_option("--type", g_options.type, "Type of the value: string, uint, bool and so on");
     type->type_name("TYPE")->check(one_of("type", type_names));
     CLI::Option *list = command.add_flag("--list", g_options.list, "The value is a list of items");
-    CLI::Option *item = command.add_option("--item", g_options.item, "One item of the list, counted from 1");
+    CLI::Option *item = command.add_option("--item", g_options.item, "One item of the list, from 1");
     item->type_name("N")->check(CLI::PositiveNumber)->excludes(list);
     CLI::Option *secret =
-        command.add_flag("--secret", g_options.secret, "The value is kept enciphered, in the plain store");
+        command.add_flag("--secret", g_options.secret, "The value is stored encrypted, in the plain store");
     secret->excludes(type)->excludes(list)->excludes(item)->excludes(command.get_option("--perm"));
     secret->excludes(command.get_option("--default"));
 }
@@ -77,12 +77,12 @@ void add_value_commands(CommandLineTool &tool) {
                              "zndb_tool set --secret wifi_key < key.txt\n",
                              run(set_value));
     set.add_option("KEY", g_options.key, "Name of the setting")->required();
-    set.add_option("VALUE", g_options.values, "Its value; a line of standard input when it is left out");
+    set.add_option("VALUE", g_options.values, "Its value; by default a line of standard input");
     add_store(set, true);
     add_value_form(set);
     add_save(set);
 
-    CLI::App &del = tool.add("del", "Delete settings, so that their defaults show again",
+    CLI::App &del = tool.add("del", "Delete settings, so that their defaults apply again",
                              "zndb_tool del lan_ip\n", run(delete_keys));
     add_keys(del);
     add_store(del, false);
@@ -90,7 +90,7 @@ void add_value_commands(CommandLineTool &tool) {
 }
 
 void add_saving_commands(CommandLineTool &tool) {
-    CLI::App &save = tool.add("save", "Make all changes survive a power cut",
+    CLI::App &save = tool.add("save", "Save all changes, so that they survive a power cut",
                               "zndb_tool save\n"
                               "zndb_tool save --default\n",
                               run(save_changes));
@@ -104,7 +104,7 @@ void add_saving_commands(CommandLineTool &tool) {
 }
 
 void add_store_commands(CommandLineTool &tool) {
-    CLI::App &dump = tool.add("dump", "Print everything that the stores hold",
+    CLI::App &dump = tool.add("dump", "Print the content of the stores",
                               "zndb_tool dump\n"
                               "zndb_tool dump --perm --json\n",
                               run(dump_stores));
@@ -113,10 +113,10 @@ void add_store_commands(CommandLineTool &tool) {
 
     CLI::App &exported = tool.add("export", "Write the settings of a store as lines of key=value",
                                   "zndb_tool export settings.txt\n", run(export_store));
-    exported.add_option("FILE", g_options.file, "Where to; standard output when it is left out or -");
+    exported.add_option("FILE", g_options.file, "The file; standard output by default or with -");
     add_store(exported, true);
 
-    CLI::App &imported = tool.add("import", "Set what a file of key=value lines says",
+    CLI::App &imported = tool.add("import", "Set the settings of a file of key=value lines",
                                   "zndb_tool import --save settings.txt\n"
                                   "zndb_tool export | ssh router zndb_tool import -\n",
                                   run(import_store));
@@ -126,15 +126,16 @@ void add_store_commands(CommandLineTool &tool) {
 }
 
 void add_backup_commands(CommandLineTool &tool) {
-    CLI::App &backup = tool.add("backup", "Write the device's user configuration to a file, enciphered",
+    CLI::App &backup = tool.add("backup", "Write the device's user configuration to an encrypted file",
                                 "zndb_tool backup /tmp/router.bak\n", run(back_up));
-    backup.add_option("FILE", g_options.file, "Where to; what was there is replaced")->required();
-    CLI::Option *save = backup.add_flag("--save", g_options.save, "Save first, as it does without this too");
+    backup.add_option("FILE", g_options.file, "The file; an existing one is replaced")->required();
+    CLI::Option *save = backup.add_flag("--save", g_options.save, "Save first, which is the default");
     backup
-        .add_flag("--no-save", g_options.no_save, "Don't save first: the backup holds what was saved before")
+        .add_flag("--no-save", g_options.no_save,
+                  "Don't save first: the backup contains the last saved settings")
         ->excludes(save);
 
-    CLI::App &restored = tool.add("restore", "Bring a backup back, in the place of the user configuration",
+    CLI::App &restored = tool.add("restore", "Replace the user configuration with a backup",
                                   "zndb_tool restore /tmp/router.bak\n", run(restore));
     restored.add_option("FILE", g_options.file, "The backup, of this device or one of its kind")->required();
 }

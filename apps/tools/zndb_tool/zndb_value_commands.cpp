@@ -18,14 +18,14 @@
 
 namespace {
 
-/* The words of a setting: one, or with --list any number. */
+/* The words of a setting: one, or any number with --list. */
 using Words = std::vector<std::string>;
 
 std::string quoted(const std::string &what, const std::string &key) {
     return what + " '" + key + "'";
 }
 
-/* "; did you mean ...?" for a key that the store doesn't have; the typed calls have a code of their own. */
+/* "; did you mean ...?" for a missing key; the typed calls return another code for it. */
 std::string key_hint(Store store, const std::string &key, apps_err_e_type result) {
     Entries entries;
     const bool missing = result == E_APPS_ERR_ZNDB_NO_FOUND || result == E_APPS_ERR_NOTFOUND;
@@ -48,7 +48,7 @@ ExitCode check_key(const std::string &key) {
     return problem.empty() ? ExitCode::kDone : complain(ExitCode::kUsage, "'" + key + "': " + problem);
 }
 
-/* The typed calls translate what the database answered; a request that failed is E_APPS_ERR_BUSY. */
+/* The typed calls translate the database's result; a failed request is E_APPS_ERR_BUSY. */
 RequestOutcome outcome_of(apps_err_e_type ret) {
     if (ret == E_APPS_ERR_BUSY) {
         return {E_APPS_ERR_MODULE, E_APPS_ERR_SUCCESS};
@@ -76,7 +76,7 @@ ExitCode read_stored(const ZndbOptions &options, const std::string &key, std::st
     return report(outcome, quoted("get", key), key_hint(options.store(), key, outcome.result));
 }
 
-/* Leaves the one item that --item names. */
+/* Keeps only the item that --item selects. */
 ExitCode pick_item(const ZndbOptions &options, const std::string &key, Words *items) {
     if (options.item > items->size()) {
         return complain(ExitCode::kRefused, "'" + key + "' has " + std::to_string(items->size()) + " items");
@@ -130,14 +130,14 @@ ExitCode words_from_input(const ZndbOptions &options, Words *words) {
     return ExitCode::kDone;
 }
 
-/* What the database holds against a key or a value. */
+/* Why the database refuses a key or a value. */
 std::string text_hint(apps_err_e_type result) {
     return result == E_APPS_ERR_ZNDB_ARG
-               ? "; a setting is one line, and a key has no '=' nor '#' or blank in front"
+               ? "; a setting must be one line, and a key must not contain '=' or begin with '#' or a blank"
                : "";
 }
 
-/* The list that is stored, with one item replaced or added at its end. */
+/* The stored list with one item replaced or appended. */
 ExitCode replace_item(const ZndbOptions &options, const std::string &item, Words *items) {
     std::string stored;
     const RequestOutcome outcome = get_from_store(options.store(), options.key, &stored);
@@ -154,7 +154,7 @@ ExitCode replace_item(const ZndbOptions &options, const std::string &item, Words
     return ExitCode::kDone;
 }
 
-/* The text that is to be stored. */
+/* The text to be stored. */
 ExitCode compose(const ZndbOptions &options, Words words, std::string *text) {
     for (std::string &word : words) {
         const std::string problem = to_stored(type_named(options.type), word, &word);
@@ -197,7 +197,7 @@ ExitCode set_words(const ZndbOptions &options, const Words &words) {
 
 // ---- save ----
 
-/* A store that could not be saved is said; it fails the command where its changes are what it is about. */
+/* Reports a store that could not be saved; it fails the command only if the command has changed it. */
 ExitCode report_store(apps_err_e_type result, bool counts, const std::string &what, const std::string &hint) {
     if (result == E_APPS_ERR_SUCCESS) {
         return ExitCode::kDone;
@@ -208,7 +208,8 @@ ExitCode report_store(apps_err_e_type result, bool counts, const std::string &wh
     return complain(ExitCode::kDone, "warning: " + what + " failed: " + code_text(result));
 }
 
-/* Saves the plain and the perm store; about_plain, about_perm: whether a failure of it fails the command. */
+/* Saves the plain and the perm store. about_plain, about_perm: whether a failure of that store fails the
+ * command. */
 ExitCode save_both(bool about_plain, bool about_perm, const std::string &hint = "") {
     const SaveOutcome saved = save_both_stores();
     if (saved.plain == E_APPS_ERR_SUCCESS && saved.perm == E_APPS_ERR_SUCCESS) {

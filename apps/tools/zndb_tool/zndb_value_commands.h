@@ -12,8 +12,8 @@ ExitCode delete_keys(const ZndbOptions &options);
 ExitCode save_changes(const ZndbOptions &options);
 ExitCode reset_settings(const ZndbOptions &options);
 
-/* Saves when --save was given. */
+/* Saves if --save was given. */
 ExitCode save_if_wanted(const ZndbOptions &options);
 
-/* Saves unless --no-save was given: a backup holds what the files hold. */
+/* Saves unless --no-save was given: a backup has the content of the files. */
 ExitCode save_before_backup(const ZndbOptions &options);

@@ -67,7 +67,7 @@ int32_t report(const char *function, const char *path, Result result) {
     }
     if (result == Result::kRefused) {
         OS_LOG_AS(function, OS_LOG_WARNING,
-                  "%s is refused: it is no enciphered file, was altered or cut, or has another key", path);
+                  "%s is refused: not encrypted, altered, truncated, or encrypted with another key", path);
     }
     return result == Result::kDone ? 1 : 0;
 }

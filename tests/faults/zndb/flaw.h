@@ -1,5 +1,5 @@
 /*
- * What must hold in the middle of a run and does not: the run goes on, and the test fails at its end.
+ * Records violations in the middle of a run: the run continues, and the test fails at its end.
  */
 #pragma once
 
@@ -9,13 +9,13 @@
 
 namespace faults {
 
-/* Begins another run. */
+/* Starts another run. */
 void forget_flaw();
 
-/* Whether none was noted. */
+/* Whether no flaw was recorded. */
 bool is_flawless();
 
-/* Notes a flaw, the first one of a run only, and logs it for the failed test's message. */
+/* Records a flaw, only the first one of a run, and logs it for the failed test's message. */
 void note_flaw(const std::string &text);
 void note_flaw_unless(bool holds, const std::string &text);
 

@@ -1,6 +1,6 @@
 /*
  * The database service without memory: it ends, and its successor finds the old or the new. Not for builds in
- * which a sanitizer stands in front of the allocator.
+ * which a sanitizer replaces the allocator.
  */
 #include <gtest/gtest.h>
 

@@ -30,25 +30,25 @@ struct ZndbRequest {
 
 inline constexpr char kCutMeanwhile[] = "a file that ends early has been cut meanwhile";
 
-/* A scenario whose runs begin with these files, and in which a flaw is what fails the test. */
+/* A scenario whose runs start with these files, and in which a flaw fails the test. */
 Scenario with_files(const char *name, const Files &files);
 
 /*
- * Of a run in which a call fails it is asked, beside what every scenario asks:
+ * Additional checks for a run in which a call fails:
  *
- * - a refusal names its cause, and has a line in the log, which does not hold the value;
- * - what is answered is the old when it refuses, the new when it is done, and the same after a crash;
- * - a file is the old one or the new one, byte by byte, and the new one when it is done, but for a perm file
- * whose failure is logged; no other file is touched;
+ * - a refusal has the code of its cause, and is logged without the value;
+ * - answers are the old ones after a refusal, the new ones after success, and the same after a crash;
+ * - a file is the old one or the new one, byte by byte, and the new one after success, except a perm file
+ * whose failure is logged; no other file is changed;
  * - nothing half-written is left;
- * - a damaged file is kept where it was replaced, once, and only there;
- * - the same service does the same request when it comes again, and another one.
+ * - a damaged file is kept once when it was replaced, and only then;
+ * - the same service carries out the repeated request, and another one.
  */
 Scenario faulty(const ZndbRequest &request);
 
 /*
- * The same for a service that ends since it gets no memory: what its successor answers, and what the files
- * hold, is the old or the new.
+ * The same for a service that ends without memory: the answers of its successor, and the files, are the old
+ * or the new ones.
  */
 Scenario starved(const ZndbRequest &request);
 

@@ -60,7 +60,7 @@ ZndbRequest late(ZndbRequest request) {
     return request;
 }
 
-/* With a line that is none in the plain file. */
+/* With a malformed line in the plain file. */
 ZndbRequest damaged(ZndbRequest request) {
     request.files[kPlainFile] += "rubbish\n";
     request.damaged = true;

@@ -1,6 +1,5 @@
 /*
- * The requests that the database service answers, each on the stores and under the circumstances in which it
- * makes other calls.
+ * The requests to the database service, each for all stores and conditions that lead to different calls.
  */
 #pragma once
 
@@ -15,13 +14,13 @@ std::vector<ZndbRequest> zndb_changes();
 
 std::vector<ZndbRequest> zndb_saves();
 
-/* Of the factory overlay, of all files and of the journal. */
+/* Saves of the factory overlay, of all files and of the journal. */
 std::vector<ZndbRequest> zndb_other_saves();
 
-/* Which make no call when the journal is open. */
+/* Requests that make no call if the journal is open. */
 std::vector<ZndbRequest> zndb_readings();
 
-/* One with a journal that could not be opened at the start. */
+/* A request with a journal that could not be opened at the start. */
 ZndbRequest zndb_late_reading();
 
 }  // namespace faults

@@ -1,5 +1,5 @@
 /*
- * The database service in the test's own process: its files, and what it answers.
+ * The database service in the test's process: its files, and its answers.
  */
 #pragma once
 
@@ -19,27 +19,27 @@ using Files = std::map<std::string, std::string>;
 using Answers = std::map<std::string, std::string>;
 
 /*
- * Every kind of file and line: each of the stores has a file, and a key that is answered for out of the
- * journal alone. Saving the plain store takes more than one write.
+ * Every kind of file and line: each store has a file, and a key that is only in the journal. Saving the plain
+ * store needs more than one write.
  */
 Files all_files();
 
 /* The plain store's long values, in order of their keys, as lines. */
 std::string long_lines();
 
-/* Makes these the only files in the service's folders; folders of no file are missing. */
+/* Makes these the only files in the service's folders; folders without a file are removed. */
 void put_files(const Files &files);
 
 /* The text of a file; "(none)" when it is missing. */
 std::string text_of(const std::string &path);
 
-/* What writers that were killed leave beside each of the files that are replaced. */
+/* The temporary files that killed writers leave. */
 Files leftovers();
 
-/* What is there of that kind. */
+/* The existing temporary files. */
 Files unfinished_files();
 
-/* How many damaged files are kept beside their successors; their names hold the time. */
+/* The number of kept damaged files. */
 size_t kept_files();
 void remove_kept_files();
 
@@ -47,13 +47,14 @@ void remove_kept_files();
 long send(Database &database, apps_message_id_e_type msgid, const std::string &key = "",
           const std::string &value = "");
 
-/* What the service answers for every key that these tests use. */
+/* The service's answers for every key of these tests. */
 Answers answers_of(Database &database);
 
-/* The same after a crash of the service, by way of a second one. Half-written files stay as they are. */
+/* The same after a crash of the service, using a second one. Half-written files are unchanged. */
 Answers answers_after_crash();
 
-/* The same for a service that finds these files. They are put anew, since a start makes the journal. */
+/* The same for a service that starts with these files. They are written again, since a start creates the
+ * journal. */
 Answers answers_of_files(const Files &files);
 
 }  // namespace faults

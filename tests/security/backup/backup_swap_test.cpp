@@ -1,6 +1,6 @@
 /*
- * A backup is written to a folder that an attacker may write: nothing of the attacker's is sealed with the
- * device's key, no other file is enciphered, and nothing in the clear is there to be read.
+ * A backup is written to a folder that an attacker may write to: no data of the attacker is encrypted with
+ * the device's key, no other file is encrypted, and no unencrypted data can be read.
  */
 #include <fcntl.h>
 #include <sys/mman.h>
@@ -36,7 +36,7 @@ class BackupSwap : public SharedFolder {
         expect_clean_device();
     }
 
-    /* What stands under the backup's name, if it is sealed, is what the device wrote. */
+    /* An encrypted file with the backup's name has the content that the device wrote. */
     static void expect_no_forgery() {
         std::error_code error;
         const std::string copy = "/m_data/usr_permanent/forgery";

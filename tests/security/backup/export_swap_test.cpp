@@ -1,6 +1,6 @@
 /*
- * Settings are exported to a folder that an attacker may write: no other file is written to, and nobody else
- * reads them.
+ * Settings are exported to a folder that an attacker may write to: no other file is written to, and nobody
+ * else reads them.
  */
 #include <fcntl.h>
 

@@ -1,6 +1,6 @@
 /*
- * The folder of a backup stands in an attacker's folder, and is swapped for a link to one of the device's
- * own: nothing is made, replaced, deciphered or removed there.
+ * The folder of a backup is in an attacker's folder, and is repeatedly replaced by a link to a folder of the
+ * device: nothing is created, replaced, decrypted or removed there.
  */
 #include "security/backup/shared_folder.h"
 #include "system/tools/tool_run.h"

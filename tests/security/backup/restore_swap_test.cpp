@@ -1,7 +1,7 @@
 /*
- * A backup is restored from a folder, or from a file, that an attacker may write: whatever is put in its
- * place in between, what was authenticated is what is restored. The attacker has a genuine backup and knows
- * the product's name.
+ * A backup is restored from a folder, or from a file, that an attacker may write to: even if the attacker
+ * replaces it, only authenticated data is restored. The attacker has a genuine backup and knows the product's
+ * name.
  */
 #include <fcntl.h>
 
@@ -55,7 +55,7 @@ class RestoreSwap : public SharedFolder {
     std::string forged_;
 };
 
-/* The file is swapped when it is no longer the one that was put there, which tells that it was deciphered. */
+/* The attacker replaces the file as soon as it has changed, which means that it was decrypted. */
 TEST_P(RestoreSwap, BehindTheDecipheringGainsNothing) {
     const ino_t genuine = number_of(kGenuine);
     const ino_t forged = number_of(kForged);
@@ -97,7 +97,8 @@ TEST_P(RestoreSwap, ByALinkGainsNoOtherBackup) {
     EXPECT_TRUE(genuine_ == file_text(kBackup));
 }
 
-/* The folder is the caller's, the file the attacker's, who writes to it when it is no longer enciphered. */
+/* The folder belongs to the caller, the file to the attacker, who writes to it as soon as it was decrypted.
+ */
 TEST_P(RestoreSwap, OfTheFilesContentGainsNothing) {
     static constexpr char kOwnUpload[] = "/m_data/usr/own/upload.bin";
     static constexpr char kEnciphered[] = "quorfile";

@@ -1,5 +1,5 @@
 /*
- * Files with secrets that were missing come back by a restore: nobody else reads them, at no moment.
+ * A restore creates missing files with secrets: no other user can read them at any moment.
  */
 #include <fcntl.h>
 #include <sys/mman.h>

@@ -1,5 +1,5 @@
 /*
- * Keys that were named to be carried out by the shell in which somebody completes them.
+ * Keys whose names contain commands, completed in a shell: the commands are not run.
  */
 #include <gtest/gtest.h>
 

@@ -1,5 +1,5 @@
 /*
- * A journal that somebody has filled with rubbish.
+ * A journal full of garbage.
  */
 #include <gtest/gtest.h>
 

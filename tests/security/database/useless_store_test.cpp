@@ -1,6 +1,6 @@
 /*
- * A bad day for a backup and its restore: damaged stores, a file of no use, a flash that can't be written. No
- * setting is lost without a word.
+ * Backup and restore with damaged stores, an unusable file, and a read-only flash: no setting is lost without
+ * a warning.
  */
 #include <filesystem>
 #include <string>
@@ -11,7 +11,7 @@ namespace {
 
 using UselessStore = ZndbToolBackup;
 
-/* A restore stops at a line that is none, so such lines must not get into a backup. */
+/* A restore stops at a malformed line, so a backup must not contain such lines. */
 TEST_F(UselessStore, OfASlightlyDamagedStoreNothingIsLost) {
     zndb_.reset();
     const std::string file = "/m_data/usr/db/user_data.txt";

@@ -1,6 +1,6 @@
 /*
- * Two databases at once, since somebody removed the lock of the first: it must not touch what is its
- * successor's.
+ * Two databases at once, since somebody removed the lock of the first one: the first one must not change
+ * files of its successor.
  */
 #include <gtest/gtest.h>
 #include <sys/stat.h>

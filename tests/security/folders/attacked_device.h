@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-/* What stands in a file's, a socket's or a folder's place. */
+/* The kinds of nodes that an attacker puts in the place of a file, socket or folder. */
 enum class Plant {
     kFile,       /* one that all may read and write, with a text */
     kLink,       /* to the victim */
@@ -38,7 +38,7 @@ void open_to_all(const std::string &folder);
 /* Puts something there as the other user. text: that of a file. */
 void plant(Plant what, const std::string &path, const std::string &text = "planted");
 
-/* The mode of a file, folder or socket, and its owner; all ones when there is none. Links are not followed.
+/* The mode of a file, folder or socket, and its owner; all ones if it doesn't exist. Links are not followed.
  */
 mode_t mode_of(const std::string &path);
 uid_t owner_of(const std::string &path);

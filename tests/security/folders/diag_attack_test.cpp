@@ -1,5 +1,5 @@
 /*
- * Another user at a diagnostic's output file, whose name is known before the file is there.
+ * Another user attacks a diagnostic's output file, whose name is known in advance.
  */
 #include <gtest/gtest.h>
 #include <sys/stat.h>

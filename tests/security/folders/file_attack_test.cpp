@@ -1,5 +1,5 @@
 /*
- * Another user at single files: the reboot reason, markers, the trace mask, the lists of subscribers.
+ * Another user attacks single files: the reboot reason, the trace mask, the lists of subscribers.
  */
 #include <gtest/gtest.h>
 #include <sys/stat.h>

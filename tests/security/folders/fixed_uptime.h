@@ -1,11 +1,11 @@
 /*
- * An uptime that stands still: the names of files that are made from it are then known before they are there.
+ * A fixed uptime, so that the names of files that contain the uptime are known in advance.
  */
 #pragma once
 
 #include <string>
 
-/* The library is told the uptime of the scope's beginning until its end. */
+/* Until the end of the scope, the library sees the uptime of its beginning. */
 class FixedUptime {
   public:
     FixedUptime();

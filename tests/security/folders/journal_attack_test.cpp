@@ -1,5 +1,5 @@
 /*
- * Another user at the database's journal, which lies on tmpfs: what it holds becomes settings.
+ * Another user attacks the database's journal on tmpfs, whose content becomes settings.
  */
 #include <gtest/gtest.h>
 #include <sys/stat.h>

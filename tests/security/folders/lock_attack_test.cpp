@@ -1,6 +1,6 @@
 /*
- * Another user at the lock files: who can read one could hold a lock on it, and keep a module from starting
- * or all of them from subscribing.
+ * Another user attacks the lock files: whoever can read one could hold a lock on it, and keep a module from
+ * starting or all of them from subscribing.
  */
 #include <fcntl.h>
 #include <gtest/gtest.h>

@@ -1,5 +1,5 @@
 /*
- * Working folders that others can write: closed where they are the module's own, and told in the log where
+ * Working folders that other users can write to: closed if they belong to the module, and logged if
  * they are not.
  */
 #include <gtest/gtest.h>
@@ -45,7 +45,7 @@ class OpenFolder : public testing::Test {
 
 using OpenFolderByAnotherUser = ByAnotherUser<OpenFolder>;
 
-/* What a module of the other user prints to standard error when it starts. */
+/* The error output of a module that the other user starts. */
 std::string errors_of_other_users(int32_t module) {
     constexpr char kErrors[] = "/tmp/errors_of_other_user";
     EXPECT_TRUE(write_text(kErrors, ""));

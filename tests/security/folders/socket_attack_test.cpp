@@ -1,5 +1,5 @@
 /*
- * Another user at the modules' sockets: message 1 ends a module, so who may connect decides who may end it.
+ * Another user attacks the modules' sockets: message 1 ends a module, so whoever may connect may end it.
  */
 #include <gtest/gtest.h>
 #include <sys/socket.h>

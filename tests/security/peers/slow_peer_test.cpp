@@ -1,6 +1,6 @@
 /*
- * One peer can't hold a module's service for as long as it likes, where the module has a limit for exchanges;
- * and a peer that is slow but honest is served.
+ * With a limit for exchanges, a peer can't block a module's service without limit, and a slow but honest peer
+ * is served.
  */
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
 /*
- * A handler forks: its child neither hangs on a lock that another thread had, nor keeps the module's sockets
- * when the module has died.
+ * A handler forks: its child neither hangs on a lock that another thread held, nor keeps the module's sockets
+ * open after the module's end.
  */
 #include <gtest/gtest.h>
 #include <signal.h>

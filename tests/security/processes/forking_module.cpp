@@ -4,7 +4,7 @@
  *     forking-module LOAD
  *
  * LOAD is what its threads do all the time, and a child once: "log" writes lines and looks for a queue,
- * "shell" runs commands, "events" subscribes and unsubscribes, "cipher" enciphers. Each message is answered
+ * "shell" runs commands, "events" subscribes and unsubscribes, "cipher" encrypts. Each message is answered
  * with 0 when all went well. The answer to kForkAndLive is the process id of a child that lives on.
  */
 #include <sys/wait.h>

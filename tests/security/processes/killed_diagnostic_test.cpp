@@ -1,5 +1,5 @@
 /*
- * A module that is killed while a diagnostic runs for it, whose tool would go on for ever.
+ * A module is killed during a diagnostic whose tool would never end by itself: the tool is ended too.
  */
 #include <gtest/gtest.h>
 #include <sys/stat.h>

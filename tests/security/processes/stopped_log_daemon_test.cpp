@@ -1,5 +1,5 @@
 /*
- * A log daemon that is stopped, or hangs: its socket is there and takes nothing.
+ * A log daemon that is stopped, or hangs: its socket exists and accepts nothing.
  */
 #include <gtest/gtest.h>
 

@@ -1,5 +1,5 @@
 /*
- * A tool of somebody else's in a folder of the module's PATH, and a module that makes files for everybody.
+ * Another user's tool in a folder of the module's PATH, and a module with an open umask.
  */
 #include <gtest/gtest.h>
 #include <sys/stat.h>

@@ -1,5 +1,5 @@
 /*
- * Backups that were altered in any way, restored beside the real database: none is taken, and no setting
+ * Backups that were altered in any way, restored with the real database: all are refused, and no setting
  * changes.
  */
 #include <gtest/gtest.h>

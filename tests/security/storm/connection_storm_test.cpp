@@ -1,6 +1,5 @@
 /*
- * Thousands of requests that are under way at the same time: the module serves each of them, one after the
- * other.
+ * Thousands of concurrent requests: the module serves all of them, one at a time.
  */
 #include <gtest/gtest.h>
 #include <pthread.h>

@@ -1,6 +1,6 @@
 /*
- * Hundreds of thousands of requests that nobody would send, to a module and to the database: both go on
- * serving, and no setting changes.
+ * Hundreds of thousands of garbage requests to a module and to the database: both continue to serve, and no
+ * setting changes.
  */
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
 /*
  * The database is killed again and again while several clients write: no acknowledged change is lost, and no
- * change that was refused is made. The same on file systems that are full most of the time.
+ * refused change is made. The same on file systems that are full most of the time.
  */
 #include <gtest/gtest.h>
 #include <signal.h>
@@ -62,7 +62,7 @@ class Writer {
         }
     }
 
-    /* Compares what is there with what may be there, and goes on from it. */
+    /* Compares the stored values with the allowed ones, and continues with the stored ones. */
     testing::AssertionResult check() {
         for (size_t i = 0; i < keys_.size(); ++i) {
             Known &key = keys_[i];
@@ -115,7 +115,7 @@ class Writer {
 
 class KillStorm : public ZndbTest {
   protected:
-    /* Starts a shell that runs the command and then the database, anew each time that it ends. */
+    /* Starts a shell that runs the command and then the database, again each time that it ends. */
     void start_loop(const std::string &command) {
         std::vector<std::string> words = {"unshare", "--mount"};
         if (geteuid() != 0) {

@@ -1,5 +1,5 @@
 /*
- * A module that backs up and restores as a test tells it, in a process that a test may kill, or on a device
+ * A module that backs up and restores on a test's command, in a process that a test may kill, or on a device
  * of its own.
  *
  *     backup-device

@@ -54,13 +54,13 @@ inline void write_file(const std::string &path, const std::string &bytes) {
     ASSERT_TRUE(write_text(path, bytes)) << path;
 }
 
-/* Writes a file as a backup that a device with this key enciphered. */
+/* Writes a file as a backup that a device with this key encrypted. */
 inline void write_enciphered(const std::string &path, const std::string &bytes) {
     write_file(path, bytes);
     ASSERT_EQ(1, zn_encrypt_file_ex(path.c_str()));
 }
 
-/* The bytes under the cipher of a backup; "" when it is none of this device. */
+/* The decrypted bytes of a backup; "" if it is not of this device. */
 inline std::string deciphered(const std::string &backup) {
     const std::string copy = "/m_data/usr_permanent/copy";
     std::filesystem::copy_file(backup, copy, std::filesystem::copy_options::overwrite_existing);

@@ -1,5 +1,5 @@
 /*
- * The worked example of docs/backup-format.md, made anew and read back.
+ * The example of docs/backup-format.md, generated and read back.
  */
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
 /*
  * Backups that were altered on their way: none reaches the database, nothing on the device changes, and the
- * uploaded file stays as it came. The database is played by a module that writes down what it is asked.
+ * uploaded file is unchanged. A module that records its requests plays the database.
  */
 #include <gtest/gtest.h>
 

@@ -1,5 +1,5 @@
 /*
- * Disks that are full at each step: no half-written file stays, and the code tells which step it was. The
+ * Full disks at each step: no half-written file stays, and the result code shows the step. The
  * small disk is a mount of the backing-up process alone.
  */
 #include <gtest/gtest.h>

@@ -1,5 +1,5 @@
 /*
- * Processes that are killed at any moment of a backup, and while a backup is being deciphered.
+ * Processes that are killed at any moment of a backup, and while a backup is being decrypted.
  */
 #include <gtest/gtest.h>
 

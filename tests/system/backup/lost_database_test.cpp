@@ -1,8 +1,8 @@
 /*
- * A database that is killed or stands still before, between and after the reset and the save of a restore:
+ * A database that is killed or stopped before, between and after the reset and the save of a restore:
  * what is returned, and what the configuration is when the database is back.
  *
- * Each request to the database is a connection, so the program's connect counts where the restore stands.
+ * Each request to the database is a connection, so the program's connect shows the progress of the restore.
  */
 #include <gtest/gtest.h>
 #include <signal.h>
@@ -62,7 +62,7 @@ class LostDatabase : public BackupSystem {
         return ret;
     }
 
-    /* The database stands still when a request comes; while the restore waits, it gets another signal. */
+    /* Stops the database when a request arrives; while the restore waits, it receives another signal. */
     apps_err_e_type restore_and_stop_before(unsigned request, int next) {
         const apps_err_e_type ret = restore_and_before(request, [this, next] {
             zndb_->stop();

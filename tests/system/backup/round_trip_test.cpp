@@ -1,5 +1,5 @@
 /*
- * What comes back: every key and every byte, on the same device and on another one.
+ * Backup and restore: every key and every byte, on the same device and on another one.
  */
 #include <gtest/gtest.h>
 

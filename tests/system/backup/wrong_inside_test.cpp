@@ -1,6 +1,6 @@
 /*
- * Backups that a device with the key enciphered, but that are wrong inside: what is logged, what is returned,
- * and that the device goes on.
+ * Backups that a device with the key encrypted, but with malformed content: the log lines, the results,
+ * and that the device continues to work.
  */
 #include <gtest/gtest.h>
 

@@ -13,7 +13,7 @@
 
 class LibcReference {
   public:
-    /* Starts the program; ready() tells whether that went well. */
+    /* Starts the program; ready() returns whether that succeeded. */
     explicit LibcReference(const char *path);
 
     /* Ends the program and waits for it. */
@@ -27,7 +27,7 @@ class LibcReference {
     /*
      * Asks what the 32-bit C library reads from texts.
      *
-     * texts: each with its NUL, one behind the other; at most REFERENCE_BLOCK_MAX bytes.
+     * texts: each with its NUL, one after the other; at most REFERENCE_BLOCK_MAX bytes.
      * Returns count answers, or none when the program failed.
      */
     std::vector<libc_numbers> ask(const std::string &texts, size_t count);

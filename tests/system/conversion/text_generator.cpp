@@ -121,7 +121,7 @@ std::string TextGenerator::several_of(const std::string &characters, size_t most
     return text;
 }
 
-/* With what may stand before and behind a number. */
+/* Adds text that is allowed before and after a number. */
 std::string TextGenerator::dressed(const std::string &number) {
     std::string text;
     if (below(4) == 0) {

@@ -1,5 +1,5 @@
 /*
- * Diagnostics with tools of the test's own: what they get, and what becomes of whatever they do.
+ * Diagnostics with fake tools: their arguments, and the handling of whatever they do.
  */
 #include <gtest/gtest.h>
 #include <signal.h>

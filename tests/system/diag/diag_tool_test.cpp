@@ -1,5 +1,5 @@
 /*
- * Diagnostics with the real tools, against a far host at the other end of a cable.
+ * Diagnostics with the real tools, with a second host in another network namespace.
  */
 #include <gtest/gtest.h>
 #include <unistd.h>
@@ -24,8 +24,8 @@ constexpr char kSilentHost[] = "10.12.0.1";
 /* One of the programs that go by a tool's name. */
 struct Tool {
     const char *name;            /* as in a test's name */
-    const char *program;         /* what the tool's name stands for */
-    const char *version_command; /* its first line tells the version */
+    const char *program;         /* the program with the tool's name */
+    const char *version_command; /* its first line contains the version */
     const char *description;     /* for the table of what was tried */
 };
 
@@ -40,7 +40,7 @@ std::string name_of(const testing::TestParamInfo<Tool> &tool) {
 const char kBusybox[] = "/usr/bin/busybox";
 const char kBusyboxVersion[] = "busybox | sed 's, multi-call binary.,,'";
 
-/* A test in which a name stands for one of its programs. */
+/* A test in which a tool's name runs one of its programs. */
 class ToolTest : public testing::TestWithParam<Tool> {
   protected:
     explicit ToolTest(const char *tool) : tool_(tool) { tools_.put_link(tool, GetParam().program); }

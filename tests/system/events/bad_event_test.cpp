@@ -1,5 +1,5 @@
 /*
- * Keys that no event has, files that no module wrote, and a device without a place for the lock.
+ * Invalid event keys, malformed subscription files, and a device without a folder for the lock.
  */
 #include <gtest/gtest.h>
 #include <sys/stat.h>

@@ -1,5 +1,5 @@
 /*
- * The lock of the subscriptions between processes: who finds it held waits, and goes on when it is free, even
+ * The lock of the subscriptions between processes: a process that finds it held waits until it is free, even
  * if its holder was killed.
  */
 #include <fcntl.h>

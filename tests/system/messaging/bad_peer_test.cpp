@@ -1,5 +1,5 @@
 /*
- * Peers that answer garbage: the sender reports it and goes on.
+ * Peers that answer garbage: the sender reports it and continues.
  */
 #include <gtest/gtest.h>
 

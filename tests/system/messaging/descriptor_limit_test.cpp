@@ -1,5 +1,5 @@
 /*
- * A module that has no descriptor left, with the real limit of a real process.
+ * A module without a free descriptor, with the real limit of a real process.
  */
 #include <gtest/gtest.h>
 #include <sys/resource.h>

@@ -1,5 +1,5 @@
 /*
- * Modules that talk to each other, as processes of their own.
+ * Modules that exchange messages, as separate processes.
  */
 #include <gtest/gtest.h>
 

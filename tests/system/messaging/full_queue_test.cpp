@@ -1,5 +1,5 @@
 /*
- * Receivers that don't accept for a while: their queue fills, and senders wait as long as they were told.
+ * Receivers that don't accept for a while: their backlog fills, and senders wait up to their time limits.
  */
 #include <gtest/gtest.h>
 

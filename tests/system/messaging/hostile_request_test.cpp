@@ -1,5 +1,5 @@
 /*
- * Requests that no honest module sends. After each one the module answers the next good request, and holds
+ * Malformed requests. After each one the module answers the next valid request, and holds
  * no descriptor and no byte more than before.
  */
 #include <gtest/gtest.h>

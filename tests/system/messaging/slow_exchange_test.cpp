@@ -1,5 +1,5 @@
 /*
- * Who waits long, and who makes others wait, is in the log of both sides.
+ * A long exchange is logged by the waiting sender and by the receiver.
  */
 #include <gtest/gtest.h>
 #include <unistd.h>

@@ -1,5 +1,5 @@
 /*
- * Requests to the monitor, played by a module of id 1: reboot, reset, shutdown, enable and disable.
+ * Requests to the monitor, which a module with id 1 plays: reboot, reset, shutdown, enable and disable.
  */
 #include <gtest/gtest.h>
 #include <unistd.h>

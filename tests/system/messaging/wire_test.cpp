@@ -1,5 +1,5 @@
 /*
- * The bytes on the wire, written out by hand: modules built long ago send and expect exactly these.
+ * The bytes on the wire, written by hand: modules built long ago send and expect exactly these.
  */
 #include <gtest/gtest.h>
 

@@ -1,5 +1,5 @@
 /*
- * What the probes say against what the kernel's files say.
+ * Compares the probes with the kernel's files.
  */
 #include <unistd.h>
 
@@ -16,7 +16,7 @@ namespace {
 
 class KernelFiles : public ProbeTest {
   protected:
-    /* The record's members in their order, behind the uptime that the call returned. */
+    /* The record's members in order, after the uptime that the call returned. */
     enum {
         kReturned,
         kUptime,

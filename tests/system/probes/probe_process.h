@@ -1,5 +1,5 @@
 /*
- * A module that asks one probe, in a process of its own, with the tools that the test gives it.
+ * A module that asks one probe, in a separate process, with the tools that the test gives it.
  */
 #pragma once
 
@@ -33,7 +33,7 @@ class ProbeTest : public testing::Test {
     std::vector<std::string> environment_ = {"LC_ALL=C", "QUOR_DEBUG=1"};
 };
 
-/* A command whose first line tells busybox's version, for the table of what was tried. */
+/* A command whose first line contains busybox's version, for the table of tools. */
 inline constexpr char kBusyboxVersion[] = "busybox | sed 's, multi-call binary.,,'";
 
 /* The numbers of a line. */

@@ -11,7 +11,7 @@ namespace {
 
 class UptimeOffset : public ZndbTest {
   protected:
-    /* How far the uptime lies behind the kernel's, whose second may end between the two calls. */
+    /* The difference between the kernel's uptime and ours; a second may end between the two calls. */
     static uint32_t lag() {
         for (;;) {
             const uint32_t before = os_uptime_sec();

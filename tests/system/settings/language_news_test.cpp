@@ -1,5 +1,5 @@
 /*
- * A language that one module changes: the database keeps it, and the modules that subscribed hear of it.
+ * A module changes the language: the database stores it, and the subscribers receive the event.
  */
 #include <gtest/gtest.h>
 
@@ -28,7 +28,7 @@ class LanguageNews : public ZndbTest {
         ASSERT_EQ("ret=0", subscriber_.ask("sub E_APPS_MSG_SYS_LANGUAGE_CHANGE"));
     }
 
-    /* Module 3 tells each of the others the message 77: whatever it told them before has arrived then. */
+    /* Module 3 sends message 77 to each of the others, so that all its earlier messages have arrived. */
     void expect_no_news() {
         for (ModuleProcess *module : {&subscriber_, &stranger_}) {
             const std::string id = module == &subscriber_ ? "5" : "20";

@@ -1,5 +1,5 @@
 /*
- * A SIM is outside input: whatever it says, no file outside the operators' folder is opened.
+ * A SIM is untrusted input: whatever its data, no file outside the operators' folder is opened.
  */
 #include <gtest/gtest.h>
 

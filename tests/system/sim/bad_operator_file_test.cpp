@@ -1,5 +1,5 @@
 /*
- * Operator files as nobody should write them, and what the real database makes of them.
+ * Malformed operator files, and their effect on the real database.
  */
 #include <gtest/gtest.h>
 

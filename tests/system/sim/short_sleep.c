@@ -1,5 +1,5 @@
 /*
- * Sleeps that last a millisecond, and say on standard error how long they should have been: "pause 1000". A
+ * Sleeps that last a millisecond, and print the requested duration on standard error: "pause 1000". A
  * library to preload in the place of the base library's sleeping.
  */
 #include <stdint.h>

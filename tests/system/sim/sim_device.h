@@ -25,7 +25,7 @@ class SimDevice : public ZndbTest {
     /* Starts the database and the monitor. */
     void power_on();
 
-    /* Reboots as the monitor does when it is asked: it tells the database, the module ends, tmpfs is gone. */
+    /* Reboots as the monitor does: notifies the database, ends the module, clears tmpfs. */
     void reboot();
 
     /* Runs the adaptation in a module whose waits take no time, and waits for its end. */

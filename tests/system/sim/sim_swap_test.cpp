@@ -1,5 +1,5 @@
 /*
- * One device, several SIMs: what is applied, what is taken back, and when the device reboots.
+ * One device, several SIMs: which settings are applied and deleted, and when the device reboots.
  */
 #include <gtest/gtest.h>
 

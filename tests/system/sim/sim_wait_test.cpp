@@ -1,5 +1,5 @@
 /*
- * Waiting for the modem and the SIM, with the real modem client: what is asked how often, and what comes of a
+ * Waiting for the modem and the SIM, with the real modem client: the number of requests, and the result of a
  * modem that fails at each step.
  */
 #include <gtest/gtest.h>

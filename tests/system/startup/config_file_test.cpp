@@ -1,5 +1,5 @@
 /*
- * The module configuration file, good and bad, as a starting module takes it.
+ * Valid and malformed module configuration files, read by a starting module.
  */
 #include <gtest/gtest.h>
 

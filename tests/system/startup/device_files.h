@@ -9,7 +9,7 @@
 
 class DeviceFiles : public testing::Test {
   protected:
-    /* Starts without any of them and without traces of earlier modules, and leaves none behind. */
+    /* Removes the files, and traces of earlier modules, before and after the test. */
     DeviceFiles() { remove_all(); }
     ~DeviceFiles() override { remove_all(); }
 

@@ -16,7 +16,7 @@ namespace {
 constexpr char kLock[] = "/tmp/m_tmp/lock/wlan";
 constexpr int kRefused = 255;
 
-/* What a module prints to standard error when its start is refused. */
+/* The error output of a module whose start is refused. */
 std::string refusal_of(int id) {
     ModuleOptions options;
     ChildProcess module(module_command(id, options), {"QUOR_DEBUG=0"});

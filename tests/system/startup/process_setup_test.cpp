@@ -1,5 +1,5 @@
 /*
- * What start-up makes of the process: its signals, its socket, its log, its start hook.
+ * The process after start-up: its signals, its socket, its log, its start hook.
  */
 #include <dirent.h>
 #include <gtest/gtest.h>
@@ -106,7 +106,7 @@ TEST_F(ProcessSetup, TheParentsEndIsAHangup) {
     for (const std::string &word : module_command(5)) {
         command += "'" + word + "' ";
     }
-    // The shell in the middle tells how the module ended; the one around it is its parent.
+    // The inner shell prints the module's exit status; the outer one is its parent.
     ChildProcess parent({"sh", "-c", "trap '' HUP; " + command + "& echo $!; wait"});
     const int pid = std::atoi(parent.read_line().value_or("0").c_str());
     ASSERT_EQ("started", parent.read_line().value_or(""));

@@ -1,5 +1,5 @@
 /*
- * The start-up list, of all sizes and shapes, as a starting module takes it.
+ * Start-up lists of all sizes and formats, read by a starting module.
  */
 #include <gtest/gtest.h>
 #include <sys/stat.h>

@@ -1,5 +1,5 @@
 /*
- * apptest loads a module with requests and tells how it went.
+ * apptest loads a module with requests and prints the results.
  */
 #include <gtest/gtest.h>
 
@@ -18,7 +18,7 @@ class AppTestLoad : public testing::Test {
     ModuleProcess wlan_{E_APPS_MODULE_WLAN};
 };
 
-/* The number behind a name of the table. */
+/* The number after a name in the table. */
 double number_of(const std::string &table, const std::string &name) {
     const size_t at = table.find("\n" + name + "  ");
     EXPECT_NE(std::string::npos, at) << name << " in " << table;

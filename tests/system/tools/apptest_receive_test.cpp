@@ -1,5 +1,5 @@
 /*
- * apptest receives: it subscribes to events and plays modules for real ones.
+ * apptest receives: it subscribes to events, and plays modules for real modules.
  */
 #include <gtest/gtest.h>
 
@@ -110,7 +110,7 @@ TEST_F(AppTestReceive, AMessageThatEndsItLeavesNothingBehindEither) {
 }
 
 TEST_F(AppTestReceive, SaysHowManyCameInTime) {
-    kAppTest.expect_failure(1, "0 of 3 messages came in time",
+    kAppTest.expect_failure(1, "0 of 3 messages arrived in time",
                             {"subscribe", "--count", "3", "--seconds", "0.01", "weather"});
     EXPECT_EQ("", kAppTest.output_of({"subscribe", "--seconds", "0.01", "weather"}));
     EXPECT_TRUE(std::filesystem::is_empty(kEvents));

@@ -146,9 +146,9 @@ TEST_F(AppTestSend, WrongNamesGetTheNearestRightOne) {
 }
 
 TEST_F(AppTestSend, BodiesThatMakeNoSenseAreWrongUsage) {
-    kAppTest.expect_failure(2, "'0g' is no byte in hexadecimal", {"call", "wlan", "5004", "--hex", "000g"});
-    kAppTest.expect_failure(2, "'0' is no byte in hexadecimal", {"send", "wlan", "5004", "--hex", "000"});
-    kAppTest.expect_failure(2, "'1x' is no number of 32 bits", {"notify", "wlan", "5004", "--int", "1x"});
+    kAppTest.expect_failure(2, "'0g' is not a hexadecimal byte", {"call", "wlan", "5004", "--hex", "000g"});
+    kAppTest.expect_failure(2, "'0' is not a hexadecimal byte", {"send", "wlan", "5004", "--hex", "000"});
+    kAppTest.expect_failure(2, "'1x' is not a 32-bit number", {"notify", "wlan", "5004", "--int", "1x"});
     kAppTest.expect_failure(2, "can't read /no/file: No such file or directory",
                             {"broadcast", "5004", "--file", "/no/file"});
     kAppTest.expect_usage("BODY excludes --file", {"call", "wlan", "5004", "x", "--file", "y"});

@@ -19,7 +19,7 @@ inline const ToolChecks kTool("zndb_tool");
 
 inline const std::string kFolder = "/m_data/usr/exchange";
 inline const std::string kBackup = kFolder + "/router.bak";
-inline constexpr size_t kLarge = size_t{32} << 20; /* takes a while to encipher */
+inline constexpr size_t kLarge = size_t{32} << 20; /* takes a while to encrypt */
 inline constexpr uint32_t kMagic = 0x3A54D70D;     /* of the product QR-100 */
 inline const std::string kDatabase = "/m_data/usr/dbm/database.db";
 
@@ -72,7 +72,7 @@ class ZndbToolBackup : public ZndbTest {
         EXPECT_FALSE(copies_are_left());
     }
 
-    /* A device of another kind reads none of the files that this one enciphered. */
+    /* A device of another kind, which can't read the files that this one encrypted. */
     static void change_key() { write_key_file(kProductKeyPath, some_key(1)); }
 };
 

@@ -1,5 +1,5 @@
 /*
- * logtool where a log, an output or a folder can't be used.
+ * logtool with a log, an output or a folder that can't be used.
  */
 #include <gtest/gtest.h>
 

@@ -101,7 +101,7 @@ TEST_F(LogShow, FiltersByLevelAndCountsLinesWithoutOne) {
         "Nov 21 04:40:00 warning wlan[7]: a.cpp f:1 ipc accept error! errno=24\n"
         "Nov 21 04:40:02 error router[8]: b.cpp g:3 no route\n",
         end.output);
-    EXPECT_EQ("logtool: 2 lines don't say their level and were left out\n", end.errors);
+    EXPECT_EQ("logtool: 2 lines without a level were left out\n", end.errors);
 }
 
 TEST_F(LogShow, PrintsAnObjectALineAsJson) {
@@ -245,7 +245,7 @@ TEST(LogChannels, ShowHowTheyWereStarted) {
     ModuleProcess router(E_APPS_MODULE_ROUTER, quiet);
     const std::string output = kTool.output_of({"channels"});
     const std::string wlan_row = "wlan    " + std::to_string(wlan.pid()) + "  ";
-    EXPECT_EQ(0u, output.find("MODULE  PROCESS  DEBUG  SYSTEM LOG  DEBUG CHANNEL LEADS TO\nrouter  "));
+    EXPECT_EQ(0u, output.find("MODULE  PROCESS  DEBUG  SYSTEM LOG  DEBUG CHANNEL TARGET\nrouter  "));
     EXPECT_NE(std::string::npos, output.find("  off    debug       /"));
     EXPECT_NE(std::string::npos, output.find("  on     warning     /"));
     EXPECT_NE(std::string::npos, output.find(wlan_row.substr(0, wlan_row.size() - 1)));

@@ -1,5 +1,5 @@
 /*
- * monitor_tool against real modules: every command, and what it says of those that hang or don't run.
+ * monitor_tool with real modules: every command, and its output for modules that hang or don't run.
  */
 #include <gtest/gtest.h>
 

@@ -1,5 +1,5 @@
 /*
- * What comes with each tool: its man page says everything that its help says, and bash completes its words.
+ * The man page of each tool covers everything in its help, and bash completes its words.
  */
 #include <gtest/gtest.h>
 

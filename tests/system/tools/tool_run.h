@@ -9,7 +9,7 @@
 
 struct ToolEnd {
     int status;         /* the exit status, or 128 and the signal's number; -1 when it never ended */
-    std::string output; /* of a terminal: standard error too */
+    std::string output; /* on a terminal including standard error */
     std::string errors;
 };
 

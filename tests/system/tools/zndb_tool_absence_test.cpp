@@ -1,5 +1,5 @@
 /*
- * What zndb_tool says of a database that can't be asked: each cause has words of its own, the code and the
+ * The messages of zndb_tool if the database can't be reached: each cause has its own text; the code and the
  * exit status are the same.
  */
 #include <gtest/gtest.h>

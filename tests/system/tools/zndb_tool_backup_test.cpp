@@ -1,5 +1,5 @@
 /*
- * zndb_tool carries the user configuration to a file and back.
+ * zndb_tool backs up and restores the user configuration.
  */
 #include <gtest/gtest.h>
 #include <unistd.h>
@@ -120,7 +120,7 @@ TEST_F(ZndbToolBackup, ABackupThatIsWrongInsideMayHaveChangedSomething) {
                               "files of the backup may be "
                               "missing\n"
                               "zndb_tool: to go back, restore a backup that was made before; " +
-                              kBackup + " is as it was and can be tried again");
+                              kBackup + " is unchanged, and the restore can be repeated");
     EXPECT_EQ("ret 3", plain("ssid"));
     EXPECT_EQ("1", plain("a"));
 }
@@ -131,7 +131,7 @@ TEST_F(ZndbToolBackup, ARestoreThatLosesTheProductsNameSaysHowToSetIt) {
     expect_failed_restore(backup_bytes::record(3, kDatabase, "of no known type"),
                           "warning: device_product_name is a setting and not among the defaults; if the "
                           "restore fails half-way, the "
-                          "device takes no backup until: " +
+                          "device accepts no backup until: " +
                               set + "\nzndb_tool: restore of " + kBackup +
                               " failed: 4 E_APPS_ERR_FORMAT; the configuration may be incomplete\n"
                               "zndb_tool: the settings were emptied; there were 2, and there are 0 now; "
@@ -139,7 +139,7 @@ TEST_F(ZndbToolBackup, ARestoreThatLosesTheProductsNameSaysHowToSetIt) {
                               "missing\n"
                               "zndb_tool: the device no longer knows its product; first: " +
                               set + "\nzndb_tool: to go back, restore a backup that was made before; " +
-                              kBackup + " is as it was and can be tried again");
+                              kBackup + " is unchanged, and the restore can be repeated");
     EXPECT_EQ(0, run_shell("$TOOLS/" + set).status);
     EXPECT_EQ("QR-100", plain("device_product_name"));
 }

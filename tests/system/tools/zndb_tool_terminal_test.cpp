@@ -1,5 +1,5 @@
 /*
- * zndb_tool at a terminal: what it shows there, and what is typed.
+ * zndb_tool on a terminal: its output, and typed input.
  */
 #include <gtest/gtest.h>
 

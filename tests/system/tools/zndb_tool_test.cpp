@@ -1,5 +1,5 @@
 /*
- * zndb_tool against the real database: every command, and what it says of things that can't be done.
+ * zndb_tool with the real database: every command, and its error messages.
  */
 #include <gtest/gtest.h>
 #include <sys/stat.h>

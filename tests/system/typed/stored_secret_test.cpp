@@ -1,5 +1,5 @@
 /*
- * A secret in the real database: nobody finds it in a file or a log, and nobody alters it unnoticed.
+ * A secret in the real database: it is not in any file or log, and can't be altered unnoticed.
  */
 #include <gtest/gtest.h>
 

@@ -1,5 +1,5 @@
 /*
- * Typed settings over the real database: what is written as a variable comes back as one.
+ * Typed settings with the real database: a written variable is read back unchanged.
  */
 #include <gtest/gtest.h>
 

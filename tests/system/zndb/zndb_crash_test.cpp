@@ -1,5 +1,5 @@
 /*
- * What survives when the database is killed, at any moment, and when the power is cut.
+ * The settings after the database is killed at any moment, and after a power cut.
  */
 #include <gtest/gtest.h>
 #include <signal.h>
@@ -32,7 +32,7 @@ constexpr int kKeys = 10;
 constexpr int kPads = 300;
 const std::string kPlainFile = "/m_data/usr/db/user_data.txt";
 
-/* Half of the keys sort before the pads, half behind them. */
+/* Half of the keys sort before the pads, half after them. */
 std::string key_of(int number) {
     return (number < kKeys / 2 ? "a" : "z") + std::to_string(number);
 }

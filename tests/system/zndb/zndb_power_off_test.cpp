@@ -1,6 +1,5 @@
 /*
- * What the database saves by itself: before a reboot, a shutdown and when the power is about to go off, and
- * what it does not.
+ * What the database saves by itself, and what it doesn't: before a reboot, a shutdown and a power-off.
  */
 #include <gtest/gtest.h>
 

@@ -38,7 +38,7 @@ class ZndbTest : public testing::Test {
     /* As start, with a shell command run before, in a mount namespace of its own. */
     void start_after(const std::string &command);
 
-    /* Kills it with SIGKILL, and starts it anew. */
+    /* Kills it with SIGKILL, and restarts it. */
     void restart();
 
     /* Kills it as a power cut does: what is on tmpfs is gone. */
@@ -50,7 +50,7 @@ class ZndbTest : public testing::Test {
     /* The same, and starts it on a device that has come up again: what was on tmpfs is gone. */
     void come_up_after(int32_t msgid);
 
-    /* A file as the database sees it; "" when there is none. */
+    /* A file as the database sees it; "" if it is missing. */
     std::string file_of_zndb(const std::string &path) const;
 
     std::unique_ptr<ChildProcess> zndb_;

@@ -1,5 +1,5 @@
 /*
- * What a module sees of the database while all is well, and when it asks for what can't be.
+ * Valid and invalid requests of a module to the database.
  */
 #include <gtest/gtest.h>
 

@@ -18,7 +18,7 @@ namespace {
 
 constexpr char kAlphabet[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
 
-/* A count that no call may leave behind unless it failed. */
+/* A count that a successful call must overwrite. */
 constexpr uint32_t kUntouched = 0xABCDu;
 
 uint32_t size_of(const std::string &text) {

@@ -1,5 +1,5 @@
 /*
- * The enciphered form of files: bytes that the key's owner may have sealed but this library never writes.
+ * Encrypted files that a holder of the key could have written, but this library never writes.
  */
 #include "adapt/cipher_stream.h"
 

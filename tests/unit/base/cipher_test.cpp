@@ -1,5 +1,5 @@
 /*
- * Secrets under the device cipher.
+ * Secrets encrypted with the device cipher.
  */
 #include "cipher.h"
 

@@ -1,5 +1,5 @@
 /*
- * Commands whose asker is gone. What has to be killed for it is a child of the test.
+ * Commands whose starting thread has ended. The killed processes are children of the test.
  */
 #include "os/command_guard.h"
 
@@ -101,7 +101,7 @@ enum class Asker {
     kHasEnded
 };
 
-/* Does the guard's work in a process of its own, whose asker does this. */
+/* Does the guard's work in a separate process, whose asker does this. */
 void guard_for(Asker asker) {
     int calls[2];
     ASSERT_EQ(0, socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, calls));
@@ -128,7 +128,7 @@ void guard_for(Asker asker) {
 
 }  // namespace
 
-/* ---- What becomes of commands ---------------------------------------------------------------------- */
+/* ---- The end of commands --------------------------------------------------------------------------- */
 
 TEST_F(CommandGuardTest, ACommandEndsWithTheProcessThatIsKilled) {
     const pid_t asker = start_asker("echo $$ > /m_data/usr/command_pid; exec sleep 1000");

@@ -1,5 +1,5 @@
 /*
- * What a command may do with files, whatever the module's umask, and how its shell then runs.
+ * The umask and file limit of commands, whatever the module's umask, and the shell that sets them.
  */
 #include <gtest/gtest.h>
 #include <sys/stat.h>

@@ -1,5 +1,5 @@
 /*
- * Where the device's key comes from, and the keys derived from it.
+ * The sources of the device's key, and the keys derived from it.
  */
 #include "adapt/device_key.h"
 
@@ -304,7 +304,7 @@ TEST_F(DeviceKey, ANewFolderThatCannotBeSyncedIsAWarning) {
     remove_key_files();
 }
 
-/* A step of the making that fails leaves nothing behind, and the next call makes the key. */
+/* A step of the creation that fails leaves no file, and the next call creates the key. */
 TEST_F(DeviceKey, AFailedWriteLeavesNoKeyFile) {
     doubles::libc::write.stand_in([](int fd, const void *data, size_t size) -> ssize_t {
         if (doubles::libc::write.calls() == 1) {
@@ -411,7 +411,7 @@ TEST_F(DeviceKey, WhatAKilledProcessLeftIsRemovedAtTheNextMaking) {
     EXPECT_EQ(std::vector<std::string>{"device.key"}, permanent_files());
 }
 
-/* A copy that somebody keeps beside the key is none of ours. */
+/* A copy of the key in the same folder is not one of our files. */
 TEST_F(DeviceKey, ACopyOfTheKeyStaysAtTheNextMaking) {
     const std::string copy = std::string(kDeviceKeyPath) + ".backup";
     write_key_file(copy.c_str(), some_key());

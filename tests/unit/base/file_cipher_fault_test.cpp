@@ -1,5 +1,5 @@
 /*
- * Enciphering and deciphering files when the system fails: the file stays as it was, and nothing stays beside
+ * Encrypting and decrypting files when the system fails: the file is unchanged, and nothing is left next to
  * it.
  */
 #include <fcntl.h>
@@ -38,7 +38,7 @@ void fail_chosen(doubles::Double<int(Args...)> *function, int cause, Chosen chos
 /* Each test runs once with the one call and once with the other. */
 class FileCipherFaults : public FileCipherTest, public testing::WithParamInterface<Operation> {
   protected:
-    /* What the file holds before: in its enciphered form for deciphering. Three chunks. */
+    /* The initial content of the file, three chunks; encrypted for a decryption. */
     void SetUp() override {
         FileCipherTest::SetUp();
         const std::string plain = some_content(2 * kChunkSize + 100);
@@ -253,11 +253,10 @@ TEST_P(FileCipherFaults, TheFileIsOnTheDiskBeforeItTakesItsPlace) {
         steps += S_ISDIR(info.st_mode) ? "folder " : "file ";
         return doubles::libc::fsync.real(fd);
     });
-    doubles::libc::renameat.stand_in(
-        [&steps](int from_folder, const char *from, int folder, const char *to) {
-            steps += "rename ";
-            return doubles::libc::renameat.real(from_folder, from, folder, to);
-        });
+    doubles::libc::renameat.stand_in([&steps](int from_folder, const char *from, int folder, const char *to) {
+        steps += "rename ";
+        return doubles::libc::renameat.real(from_folder, from, folder, to);
+    });
     expect_success();
     EXPECT_EQ("file rename folder ", steps);
 }

@@ -45,7 +45,7 @@ class FileCipherTest : public FaultsTest {
         os_mem_usage(&before_);
     }
 
-    /* No call of a test leaves a block or a descriptor behind. */
+    /* No call of a test leaks a block or a descriptor. */
     void TearDown() override {
         FaultsTest::TearDown();
         remove_key_files();
@@ -65,21 +65,21 @@ class FileCipherTest : public FaultsTest {
 
     int32_t decipher() const { return zn_decrypt_file_ex(path().c_str()); }
 
-    /* The enciphered form of a content. */
+    /* The encrypted form of a content. */
     std::string enciphered(const std::string &plain) const {
         put(plain);
         EXPECT_EQ(1, encipher());
         return content();
     }
 
-    /* What a file with these bytes is deciphered to. */
+    /* The decrypted content of a file with these bytes. */
     std::string deciphered(const std::string &bytes) const {
         put(bytes);
         EXPECT_EQ(1, decipher());
         return content();
     }
 
-    /* Whether a file with these bytes is not deciphered, stays as it is, and stands alone. */
+    /* Whether a file with these bytes is refused and unchanged, and is the only file in its folder. */
     bool is_refused(const std::string &bytes) const {
         put(bytes);
         return decipher() == 0 && content() == bytes && stands_alone();

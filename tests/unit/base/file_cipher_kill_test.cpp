@@ -1,5 +1,5 @@
 /*
- * Enciphering and deciphering files in a process that is killed: the file is the old one or the new one.
+ * Encrypting and decrypting files in a process that is killed: the file is the old one or the new one.
  */
 #include <gtest/gtest.h>
 #include <sys/wait.h>
@@ -17,7 +17,7 @@
 
 namespace {
 
-/* Moments behind the renaming: at least those around the syncing of the folder. */
+/* Moments after the rename: at least those around the sync of the folder. */
 constexpr unsigned kChangedAtLeast = 6;
 
 /* And in front of it: around reading, writing and the temporary file. */

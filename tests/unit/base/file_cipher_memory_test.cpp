@@ -1,8 +1,8 @@
 /*
- * The memory that enciphering and deciphering a large file takes. LARGE_FILE: its bytes.
+ * The memory for encrypting and decrypting a large file. LARGE_FILE: its size in bytes.
  *
- * The file is one of zeros without blocks on the disk. Zeros that are deciphered are left out again, so that
- * only the enciphered form takes room.
+ * The file is sparse and contains only zeros. Decrypted zeros are left out again, so that only the encrypted
+ * form needs disk space.
  */
 #include <gtest/gtest.h>
 #include <sys/mman.h>

@@ -1,5 +1,5 @@
 /*
- * Files under the device cipher: what comes back, and what is refused.
+ * Files encrypted with the device cipher: round trips, and refused files.
  */
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -168,7 +168,7 @@ TEST_F(FileCipher, BytesBehindTheEndAreRefused) {
     }
 }
 
-/* The last chunk with bytes behind it looks like a full one. */
+/* The last chunk with bytes after it looks like a full one. */
 TEST_F(FileCipher, AnEndFilledUpToAFullChunkIsRefused) {
     const std::string file = known_file();
     const size_t missing = kBeginningSize + kSealedChunkSize - file.size();
@@ -328,7 +328,7 @@ TEST_F(FileCipher, TheLogTellsWhatIsRefusedAndNeverTheContent) {
     EXPECT_EQ("", log.text());
     EXPECT_TRUE(is_refused(known_file().substr(1)));
     EXPECT_EQ(1u, log.count(path() +
-                            " is refused: it is no enciphered file, was altered or cut, or has another key"))
+                            " is refused: not encrypted, altered, truncated, or encrypted with another key"))
         << log.text();
     EXPECT_EQ("zn_decrypt_file_ex", log.system_lines().at(0).function);
     EXPECT_EQ(0, zn_encrypt_file_ex(folder_.path("missing").c_str()));

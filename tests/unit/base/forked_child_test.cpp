@@ -1,5 +1,5 @@
 /*
- * A process forks while another of its threads is in the base library: the child can use it all the same.
+ * A process forks while another thread is in the base library: the child can use the library.
  */
 #include <unistd.h>
 
@@ -37,7 +37,7 @@ bool ignores_interrupt() {
 
 using ForkedChildOfALogger = LogChannelsTest;
 
-/* The thread that writes goes on a while after the fork has begun, which waits for it. */
+/* The writing thread continues for a while after the start of the fork, which waits for it. */
 TEST_F(ForkedChildOfALogger, WritesItsLineThoughAnotherThreadIsWritingOne) {
     std::atomic<bool> writing{false};
     std::atomic<bool> forking{false};

@@ -1,5 +1,5 @@
 /*
- * JSON texts: which are read, and what their items give.
+ * JSON texts: which ones are accepted, and the values of their items.
  */
 #include "json.h"
 

@@ -1,6 +1,6 @@
 /*
- * The two log channels' outer ends: what is written to standard error, and what is sent to the system log's
- * daemon.
+ * The outputs of the two log channels: the text written to standard error, and the lines sent to the system
+ * log's daemon.
  */
 #pragma once
 

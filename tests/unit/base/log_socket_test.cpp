@@ -1,5 +1,5 @@
 /*
- * The system log as its daemon sees it: real sockets, and daemons that stop, come late and are started anew.
+ * The system log as its daemon sees it: real sockets, and daemons that stop, start late and restart.
  */
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -75,7 +75,7 @@ int log_descriptor() {
 
 class LogSocketTest : public FaultsTest {
   protected:
-    /* Whatever other tests could not log is told now. */
+    /* Reports the lines that other tests could not log. */
     LogSocketTest() {
         os_log_init("sockmod", kLocal7);
         const LogDaemon daemon;

@@ -15,7 +15,7 @@ namespace {
 
 class OsLog : public LogChannelsTest {
   protected:
-    /* The text of the one line that the debug channel holds, behind "file function:line ". */
+    /* The text of the only line in the debug channel, after "file function:line ". */
     std::string only_debug_text() const {
         const std::vector<std::string> lines = debug_lines();
         EXPECT_EQ(1u, lines.size());

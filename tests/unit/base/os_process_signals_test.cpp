@@ -1,4 +1,4 @@
-// How a command's signals stand, whatever the module does with its own.
+// The signals of a command don't depend on those of the module.
 #include <gtest/gtest.h>
 #include <sys/wait.h>
 #include <unistd.h>

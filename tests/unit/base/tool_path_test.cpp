@@ -1,5 +1,5 @@
 /*
- * Which folders of a PATH commands get.
+ * The folders of PATH that commands inherit.
  */
 #include <gtest/gtest.h>
 #include <sys/stat.h>

@@ -1,5 +1,5 @@
 /*
- * Characters in UTF-8, and those that do something to a terminal.
+ * UTF-8 characters, and those that control a terminal.
  */
 #include "utf8_text.h"
 

@@ -37,7 +37,7 @@ inline void on_read(const std::function<ssize_t(const Transfer &real, int fd, vo
     });
 }
 
-/* The bytes of all parts of a message, one behind the other. */
+/* The bytes of all parts of a message, one after the other. */
 inline std::vector<unsigned char> gather(const msghdr &message) {
     std::vector<unsigned char> bytes;
     for (size_t i = 0; i < message.msg_iovlen; ++i) {

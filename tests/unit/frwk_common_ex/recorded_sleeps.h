@@ -10,7 +10,7 @@
 
 #include "doubles/base_doubles.h"
 
-/* Made and undone with the fixture itself, so that members of derived fixtures may stand in for more. */
+/* Installed and removed with the fixture, so that members of derived fixtures may replace more functions. */
 class RecordedSleeps : public testing::Test {
   protected:
     RecordedSleeps() {

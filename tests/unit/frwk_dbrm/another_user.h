@@ -1,6 +1,6 @@
 /*
- * Files and folders that seem to belong to another user, as fstat tells. The calls are led through
- * doubles_libc.
+ * Files and folders that seem to belong to another user, according to fstat. The calls are redirected through
+ * doubles_dbrm.
  */
 #pragma once
 

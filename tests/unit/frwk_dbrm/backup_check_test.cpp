@@ -1,5 +1,5 @@
 /*
- * Backups of a database's text that a restore would not read whole.
+ * Backups of a database text that a restore would not read completely.
  */
 #include "frwk_dbrm/backup_check.h"
 

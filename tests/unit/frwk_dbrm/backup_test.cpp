@@ -1,5 +1,5 @@
 /*
- * Whole backups: what is in them, and what is left when one fails.
+ * Complete backups: their content, and the files after a failure.
  */
 #include <sys/stat.h>
 

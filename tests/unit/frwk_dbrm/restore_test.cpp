@@ -1,5 +1,5 @@
 /*
- * Whole restores: what is asked of the database and when, and what is left when one fails.
+ * Complete restores: the requests to the database and their order, and the state after a failure.
  */
 #include "frwk_dbrm.h"
 #include "unit/frwk_dbrm/dbrm_fixture.h"
@@ -244,7 +244,7 @@ TEST_F(Restore, OfARecordThatClaims4GiBHasNoMemoryForADatabase) {
     expect_warning("frwk_dbrm_restore_db", "alloc read buffer[0] failed!");
 }
 
-/* 136 and such a length are 0 in 32 bits: the walk must neither end there nor go round for ever. */
+/* 136 plus this length is 0 in 32 bits: the walk must neither end there nor loop. */
 TEST_F(Restore, OfALengthThatWrapsTheRestOfTheBodyIsAReadError) {
     expect_walk_failure(header(1, kFile, 0xFFFFFFFF - 135) + header(1, kFile, 0), E_APPS_ERR_READ);
     expect_warning("frwk_dbrm_restore_file", with_errno("read restore source file error!", 0));

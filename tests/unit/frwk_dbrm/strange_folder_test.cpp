@@ -1,6 +1,6 @@
 /*
- * Backups and restores where another user can write: what lies in the clear lies in a private folder, and
- * what was checked is what is restored.
+ * Backups and restores where another user can write: unencrypted data is in a private folder, and only
+ * checked data is restored.
  */
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -278,7 +278,7 @@ class StrangeRestore : public StrangeFolder {
 
     static std::string backup() { return packed(record(1, kRestored, "bytes"), kMagic); }
 
-    /* Restores, and tells whether that was done by way of a private copy. */
+    /* Restores, and returns whether a private copy was used. */
     bool restored_privately(const std::string &path = kTarget) {
         store("device_product_name", "a");
         bool seen = false;
@@ -292,7 +292,7 @@ class StrangeRestore : public StrangeFolder {
         return seen;
     }
 
-    /* Refuses the file before it is deciphered. */
+    /* Refuses the file before it is decrypted. */
     void expect_refused(int error, const std::string &path = kTarget) {
         EXPECT_EQ(E_APPS_ERR_INTERNAL, frwk_dbrm_restore(path.c_str()));
         expect_warning("frwk_dbrm_restore", with_errno("decrypt restore file error!", error));

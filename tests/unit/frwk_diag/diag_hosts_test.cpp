@@ -1,5 +1,5 @@
 /*
- * What a diagnostic refuses to hand to a tool.
+ * Hosts and interfaces that a diagnostic refuses.
  */
 #include <gtest/gtest.h>
 

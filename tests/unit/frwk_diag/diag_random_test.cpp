@@ -1,5 +1,5 @@
 /*
- * A hundred thousand random names: none that is refused comes near a shell.
+ * A hundred thousand random names: a refused one is never passed to a shell.
  */
 #include <gtest/gtest.h>
 

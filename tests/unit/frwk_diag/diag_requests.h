@@ -41,7 +41,7 @@ inline frwk_diag_req iperf_of(const std::string &server) {
     return req;
 }
 
-/* Every option of a request is there or not: bit N of a combination stands for the Nth, in the tool's order.
+/* All combinations of a request's options: bit N of a combination is the Nth option, in the tool's order.
  */
 inline bool has_option(unsigned combination, unsigned number) {
     return (combination >> number & 1) != 0;

@@ -1,5 +1,5 @@
 /*
- * Numbers in texts, held against the C library's conversions.
+ * Numbers in texts, compared with the C library's conversions.
  */
 #include "internal/decimal.h"
 

@@ -1,5 +1,6 @@
 /*
- * Files that nobody else may have put there. A second name stands for another user, whom a test may not have.
+ * Files that no other user may have planted. A second hard link replaces another user, whom a test may not
+ * have.
  */
 #include "internal/guarded_file.h"
 

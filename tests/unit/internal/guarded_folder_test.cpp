@@ -1,5 +1,5 @@
 /*
- * The working folders: their making, their modes, and what is told of them.
+ * The working folders: their creation, their modes, and the warnings about them.
  */
 #include "internal/guarded_folder.h"
 

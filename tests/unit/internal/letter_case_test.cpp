@@ -1,5 +1,5 @@
 /*
- * Comparing without regard to case.
+ * Comparing texts, ignoring case.
  */
 #include "internal/letter_case.h"
 

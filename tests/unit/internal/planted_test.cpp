@@ -1,5 +1,5 @@
 /*
- * Whose a file may be.
+ * The owners that a file may have.
  */
 #include "internal/planted.h"
 

@@ -1,5 +1,5 @@
 /*
- * Commands for the shell: what stays as it is, what is quoted, and what a shell then sees.
+ * Shell commands: what is unchanged, what is quoted, and how a shell parses them.
  */
 #include "internal/shell_command.h"
 

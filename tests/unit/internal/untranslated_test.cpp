@@ -1,5 +1,5 @@
 /*
- * Asking untranslated on a device whose base library doesn't know how. The test's program has no other base
+ * Untranslated output with a base library that lacks this function. The test program has no other base
  * library.
  */
 #include "internal/untranslated.h"

@@ -1,5 +1,5 @@
 /*
- * The simulated modem: what its calls answer, by what stands in its file.
+ * The simulated modem: the results of its calls for the content of its file.
  */
 #include "libmal.h"
 

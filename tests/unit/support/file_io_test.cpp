@@ -1,5 +1,5 @@
 /*
- * Whole writes, and folders on the disk.
+ * Complete writes, and synced folders.
  */
 #include "support/file_io.h"
 

@@ -147,7 +147,7 @@ TEST_F(DamagedFile, OnlyTheNewestAreKept) {
         forget_old_damaged(kPath, kept.back());
     }
     EXPECT_EQ((Names(kept.end() - kDamagedFilesKept, kept.end())), files_beginning(kPath + "."));
-    EXPECT_TRUE(log_.contains(kNoon + " is removed, since there are newer ones")) << log_.text();
+    EXPECT_TRUE(log_.contains(kNoon + " removed, since there are newer ones")) << log_.text();
 }
 
 TEST_F(DamagedFile, OfOneSecondTheHighestNumbersAreTheNewest) {

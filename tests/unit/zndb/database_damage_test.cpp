@@ -1,5 +1,5 @@
 /*
- * Files with damaged lines: the next save cleans them, and keeps what they were.
+ * Files with malformed lines: the next save cleans them, and keeps the damaged versions.
  */
 #include <gtest/gtest.h>
 
@@ -40,7 +40,7 @@ class DatabaseDamage : public DatabaseFixture {
         ASSERT_EQ(1u, kept_of(path).size());
         EXPECT_EQ(kDamaged, content_of(kept_of(path)[0]));
         EXPECT_EQ(
-            (std::vector<std::string>{path + " was damaged; what it was is kept as " + kept_of(path)[0]}),
+            (std::vector<std::string>{path + " was damaged: the old file is kept as " + kept_of(path)[0]}),
             warnings(log_));
     }
 };

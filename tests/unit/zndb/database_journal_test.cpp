@@ -1,5 +1,5 @@
 /*
- * What a database writes into its journal, and what it has of it after a crash.
+ * The records that a database writes to its journal, and their replay after a crash.
  */
 #include <gtest/gtest.h>
 

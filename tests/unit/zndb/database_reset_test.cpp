@@ -26,7 +26,7 @@ class DatabaseReset : public DatabaseFixture {
         EXPECT_EQ("P+k=v\n", content_of(kJournalFile));
         EXPECT_FALSE(exists(kPlainFile + ".tmp"));
         ASSERT_EQ(1u, warnings(log_).size()) << log_.text();
-        EXPECT_EQ(0u, warnings(log_)[0].find("no reset, since it can't be saved: can't replace " +
+        EXPECT_EQ(0u, warnings(log_)[0].find("reset refused, since it could not be saved: can't replace " +
                                              kPlainFile + " errno=" + std::to_string(error)))
             << log_.text();
     }

@@ -1,5 +1,5 @@
 /*
- * What a database makes of the files that it finds when it starts.
+ * The start of a database with all kinds of files.
  */
 #include <cstdlib>
 #include <set>
@@ -115,9 +115,8 @@ TEST_F(DatabaseStart, FoldersInThePlaceOfFilesAreSurvived) {
 TEST_F(DatabaseStart, AFileThatIsGivenUpIsToldAtOnce) {
     for (const std::string &path : {kPlainFile, kPermFile, kFactoryFile}) {
         start_with_broken(path, "precious=1\n");
-        EXPECT_EQ((std::vector<std::string>{
-                      "can't read " + path + " errno=5, cause: Input/output error",
-                      path + " is given up: its store goes on with 0 keys of it and is not saved"}),
+        EXPECT_EQ((std::vector<std::string>{"can't read " + path + " errno=5, cause: Input/output error",
+                                            path + " unreadable: loaded 0 keys, will not be overwritten"}),
                   warnings(log_));
         std::filesystem::remove(path);
     }
@@ -135,8 +134,7 @@ TEST_F(DatabaseStart, AFileThatIsGivenUpHalfWayKeepsWhatWasRead) {
     doubles::libc::read.forget_calls();
     restart();
     end_faults();
-    EXPECT_TRUE(
-        log_.contains(kPermFile + " is given up: its store goes on with 1 keys of it and is not saved"))
+    EXPECT_TRUE(log_.contains(kPermFile + " unreadable: loaded 1 keys, will not be overwritten"))
         << log_.text();
     EXPECT_EQ("1", perm("a"));
     EXPECT_EQ(0, database_->set(M, "k", "v"));
@@ -216,7 +214,7 @@ TEST_F(DatabaseStart, HalfWrittenSuccessorsAreRemoved) {
     restart();
     for (const std::string &path : paths) {
         EXPECT_FALSE(exists(path + ".tmp")) << path;
-        EXPECT_EQ(1u, log_.count("a half-written successor of " + path + " is removed")) << log_.text();
+        EXPECT_EQ(1u, log_.count("removed the incomplete temporary file of " + path)) << log_.text();
     }
     EXPECT_EQ("whole", plain("k"));
     EXPECT_TRUE(warnings(log_).empty()) << log_.text();

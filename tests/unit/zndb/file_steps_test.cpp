@@ -1,5 +1,5 @@
 /*
- * The single steps of writing a file so that it can't be lost.
+ * The single steps of writing a file durably.
  */
 #include "file_steps.h"
 

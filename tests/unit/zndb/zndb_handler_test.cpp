@@ -41,7 +41,7 @@ class ZndbHandler : public DatabaseFixture {
         EXPECT_STREQ("untouched", rsp);
         EXPECT_EQ((std::vector<std::string>{"message " + std::to_string(msgid) +
                                             " of module 3 refused: its body of " +
-                                            std::to_string(body.size()) + " bytes has the wrong form"}),
+                                            std::to_string(body.size()) + " bytes is malformed"}),
                   warnings(log_));
         EXPECT_EQ("", content_of(kJournalFile));
     }

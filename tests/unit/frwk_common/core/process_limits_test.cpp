@@ -65,8 +65,9 @@ TEST_F(ProcessLimitsTest, StayWhereTheEnvironmentHasNoNumber) {
         set(kOwnMessages, value);
         read_process_limits();
         EXPECT_EQ(limits(), built_in_) << value;
-        EXPECT_TRUE(logged_once(log_, kWarningLevel,
-                                "QUOR_IPC_OWN_MESSAGES_LIMIT is no number of up to 9 digits: 4096 stays"));
+        EXPECT_TRUE(logged_once(
+            log_, kWarningLevel,
+            "QUOR_IPC_OWN_MESSAGES_LIMIT is not a number of up to 9 digits: the limit stays 4096"));
     }
 }
 

@@ -1,5 +1,5 @@
 /*
- * The words of the process: what they are at first, and after a start.
+ * The process-wide variables, initially and after a start.
  */
 #include "frwk_common/core/process_state.h"
 

@@ -1,5 +1,5 @@
 /*
- * The two folders of subscriptions: which one is used, and how each is made and cleared.
+ * The two folders of subscriptions: which one is used, and how each is created and cleared.
  */
 #include <string>
 

@@ -1,5 +1,5 @@
 /*
- * Publishing: who is sent the message, what is skipped, and what is reported.
+ * Publishing: the receivers of the message, what is skipped, and what is logged.
  */
 #include <cerrno>
 #include <string>

@@ -1,5 +1,5 @@
 /*
- * Subscribing: what it makes of the event's file, every result and its text.
+ * Subscribing: the event's file afterwards, every result and its log line.
  */
 #include <cerrno>
 #include <string>

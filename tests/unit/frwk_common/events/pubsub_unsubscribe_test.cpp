@@ -1,5 +1,5 @@
 /*
- * Unsubscribing: what it leaves of the event's file, every result and its text.
+ * Unsubscribing: the event's file afterwards, every result and its log line.
  */
 #include <fcntl.h>
 

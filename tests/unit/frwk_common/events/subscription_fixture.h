@@ -35,7 +35,7 @@ inline void remove_tree(const std::string &path) {
 }
 
 /*
- * Opening files but that of the lock fails with this error where the flags have one of these bits; 0 stands
+ * Opening files except that of the lock fails with this error if the flags have one of these bits; 0 stands
  * for all files.
  */
 inline void refuse_to_open(int bits, int error) {
@@ -49,7 +49,7 @@ inline void refuse_to_open(int bits, int error) {
     });
 }
 
-/* Every test starts with both folders there and empty, and leaves no block and no descriptor behind. */
+/* Every test starts with both folders empty, and leaks no block and no descriptor. */
 class SubscriptionTest : public ModuleTest {
   protected:
     SubscriptionTest() {
@@ -71,7 +71,7 @@ class SubscriptionTest : public ModuleTest {
         remove_tree(kSubscribeLockFile);
     }
 
-    /* What becomes of a file when the module subscribes, or unsubscribes. */
+    /* The content of a file after the module subscribes, or unsubscribes. */
     static std::string after_sub(const std::string &content) {
         write_file(kLinkFile, content);
         EXPECT_EQ(frwk_ipc_msg_sub("link"), 0);

@@ -1,5 +1,5 @@
 /*
- * The lock of the subscriptions: against other processes, against other threads, and when it can't be had.
+ * The lock of the subscriptions: against other processes, against other threads, and when it can't be taken.
  */
 #include "frwk_common/events/subscription_lock.h"
 

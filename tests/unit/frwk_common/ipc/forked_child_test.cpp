@@ -1,5 +1,5 @@
 /*
- * What a forked child has, and has not, of the module that it comes from.
+ * What a forked child inherits from its module, and what it does not.
  */
 #include <fcntl.h>
 #include <unistd.h>

@@ -42,7 +42,7 @@ inline Bytes pattern(size_t size) {
     return bytes;
 }
 
-/* The word at a byte offset; 0xDEADBEEF behind the end. */
+/* The word at a byte offset; 0xDEADBEEF after the end. */
 inline uint32_t word_at(const Bytes &bytes, size_t offset) {
     uint32_t value = 0xDEADBEEF;
     if (offset + sizeof(value) <= bytes.size()) {

@@ -1,5 +1,5 @@
 /*
- * The module configuration file: every element, every word, unknown modules, and files that are no files.
+ * The module configuration file: every element, every keyword, unknown modules, and nodes that are not files.
  */
 #include "frwk_common/modules/module_config.h"
 
@@ -410,7 +410,7 @@ TEST_F(ModuleConfigTest, ModulesBehindTheSixteenthUnknownOneAreStillRead) {
     EXPECT_EQ(log_.count(too_many()), 292u);
 }
 
-/* ---- Files that are none --------------------------------------------------------------------------- */
+/* ---- Not regular files ----------------------------------------------------------------------------- */
 
 TEST_F(ModuleConfigTest, AMissingFileIsFine) {
     const frwk_module_info before = row(kWlan);

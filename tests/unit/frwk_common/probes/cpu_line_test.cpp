@@ -1,5 +1,5 @@
 /*
- * Lines of top and mpstat, whole ones and broken ones.
+ * Lines of top and mpstat, complete and malformed ones.
  */
 #include "frwk_common/probes/cpu_line.h"
 

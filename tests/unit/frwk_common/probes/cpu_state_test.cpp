@@ -24,7 +24,7 @@ class CpuState : public ToolTest {
         return state;
     }
 
-    /* The log has one line that tells why, under the probe's name. */
+    /* The log has one line with the reason, with the probe's name. */
     void expect_no_state(Probe probe, const std::string &function, const std::string &tool,
                          const std::string &output) {
         log_.clear();

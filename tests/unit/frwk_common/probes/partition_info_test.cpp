@@ -33,7 +33,7 @@ class PartitionInfo : public ToolTest {
         EXPECT_TRUE(logged_once(log_, kWarningLevel, kCall, "fgets partion info failed.")) << name;
     }
 
-    /* What df and the tools behind it are asked. */
+    /* The command line of df and the tools after it. */
     std::string command_of(const std::string &name, int32_t column = 5) {
         commands_.clear();
         no_tool_starts();

@@ -1,5 +1,5 @@
 /*
- * The probes on outputs in the form of several versions of their tools, which lie in tests/recorded.
+ * The probes with outputs of several tool versions, from tests/recorded.
  */
 #include <cctype>
 #include <string>

@@ -1,5 +1,5 @@
 /*
- * A queue in which remarkably many messages wait says so.
+ * A queue with an unusually long backlog is logged.
  */
 #include <atomic>
 #include <chrono>

@@ -1,5 +1,5 @@
 /*
- * Queues between threads: creation, delivery, and every failure with its text.
+ * Queues between threads: creation, delivery, and every failure with its log line.
  */
 #include <cerrno>
 #include <climits>

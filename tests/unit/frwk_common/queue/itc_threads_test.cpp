@@ -95,7 +95,7 @@ class ItcThreadsTest : public ItcTest {
         });
     }
 
-    /* Sends to every queue in turn until told to stop. Returns how many messages were taken. */
+    /* Sends to every queue in turn until it is stopped. Returns the number of accepted messages. */
     uint32_t send_everywhere(const std::atomic<bool> &stop) {
         uint32_t taken = 0;
         ++sending_;

@@ -41,7 +41,7 @@ class InstanceLockTest : public testing::Test {
         remove_node(kFile);
     }
 
-    /* Takes the lock in a process of its own, which then reports. */
+    /* Takes the lock in a separate process, which then reports. */
     static ChildEnd take(const std::function<std::string()> &then = [] { return "held"; }) {
         return run_in_child([&then] {
             take_instance_lock("wlan");
@@ -77,7 +77,7 @@ void refuse_lock(int error) {
     });
 }
 
-/* A process that is wlan until it is told to end. */
+/* A process that is wlan until it is asked to end. */
 class Holder : public LockHolder {
   public:
     Holder() : LockHolder([] { take_instance_lock("wlan"); }) {}

@@ -1,5 +1,5 @@
 /*
- * The start of a module, step by step. Each start happens in a process of its own, which reports what it
+ * The start of a module, step by step. Each start happens in a separate process, which reports what it
  * became.
  */
 #include <cerrno>
@@ -30,7 +30,7 @@ class ModuleInitTest : public ModuleTest {
     ModuleInitTest() { clean(); }
     ~ModuleInitTest() override { clean(); }
 
-    /* Starts a module in a process of its own, which then answers the query. */
+    /* Starts a module in a separate process, which then answers the query. */
     static ChildEnd start(
         int32_t id, const Query &query = [] { return "started"; }) {
         return run_in_child([id, &query] {

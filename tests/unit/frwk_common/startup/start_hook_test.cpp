@@ -1,5 +1,5 @@
 /*
- * The device's own program that every start runs. Each start happens in a process of its own.
+ * The device's own program that every start runs. Each start happens in a separate process.
  */
 #include <sys/stat.h>
 #include <unistd.h>
@@ -40,7 +40,7 @@ class StartHook : public ModuleTest {
         return end.report;
     }
 
-    /* The command line of the hook, which is not run; "" when there was none. */
+    /* The command line of the hook, which is not run; "" without one. */
     static std::string command_of(const std::string &name) {
         std::string command;
         base::os_system.stand_in([&command](const char *text) {

@@ -1,5 +1,5 @@
 /*
- * What a start makes of the process: its signals and its standard descriptors. Each start happens in a
+ * The process after a start: its signals and its standard descriptors. Each start happens in a
  * process of its own.
  */
 #include <signal.h>
@@ -90,7 +90,7 @@ void wait_for_the_end_of_parent(pid_t parent) {
     _exit(0);
 }
 
-/* What a module in a process of its own says about its start, whose parent ends before or while it starts. */
+/* What a module in a separate process says about its start, whose parent ends before or while it starts. */
 std::string report_of_orphan(Orphaned when) {
     int ends[2];
     EXPECT_EQ(0, pipe2(ends, O_CLOEXEC));

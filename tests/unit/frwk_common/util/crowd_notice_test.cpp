@@ -1,5 +1,5 @@
 /*
- * When a growing count is worth a line, and when once more.
+ * When a growing count is logged, and when again.
  */
 #include "frwk_common/util/crowd_notice.h"
 

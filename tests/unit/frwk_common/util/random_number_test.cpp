@@ -1,5 +1,5 @@
 /*
- * Random numbers: the bounds, and that every call seeds the process's generator anew.
+ * Random numbers: the bounds, and that every call seeds the process's generator.
  */
 #include <climits>
 #include <cstdlib>

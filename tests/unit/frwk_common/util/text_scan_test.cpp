@@ -1,5 +1,5 @@
 /*
- * Skipping, picking and file names: what tool output and key=value texts are taken apart with.
+ * The text scanner: skipping, picking and file names.
  */
 #include <gtest/gtest.h>
 

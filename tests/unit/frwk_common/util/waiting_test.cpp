@@ -1,5 +1,5 @@
 /*
- * Sleeping, parking and starting threads. The base library's sleeps are stood in for.
+ * Sleeping, parking and starting threads. The base library's sleeps are replaced by test doubles.
  */
 #include <gtest/gtest.h>
 
@@ -76,7 +76,7 @@ TEST_F(Waiting, ASleepTakesItsTime) {
     EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(30));
 }
 
-/* These run in a process of their own each, which a stand-in ends when it has seen enough. */
+/* Each of these runs in a separate process, which a test double ends. */
 class KeepRunningDeathTest : public Waiting {};
 
 TEST_F(KeepRunningDeathTest, WaitsOnASemaphoreThatStartsAtZero) {

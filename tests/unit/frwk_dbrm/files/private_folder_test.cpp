@@ -1,6 +1,6 @@
 /*
- * Private folders: who reaches them, where they are made, and what becomes of those that a killed process
- * left.
+ * Private folders: who can access them, where they are created, and what happens to those that a killed
+ * process left.
  */
 #include "frwk_dbrm/files/private_folder.h"
 

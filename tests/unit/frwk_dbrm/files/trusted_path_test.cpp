@@ -1,5 +1,5 @@
 /*
- * Where paths lead, and on which of them another user has a say.
+ * Resolving paths, and which of them another user could change.
  */
 #include "frwk_dbrm/files/trusted_path.h"
 

@@ -1,5 +1,5 @@
 /*
- * The trailer: written behind a body, checked and cut off.
+ * The trailer: appended to a body, checked and cut off.
  */
 #include "frwk_dbrm/format/backup_trailer.h"
 

@@ -1,5 +1,5 @@
 /*
- * Single records brought back, as a restore does it.
+ * Restoring single records.
  */
 #include "frwk_dbrm/format/restore_record.h"
 
@@ -22,7 +22,7 @@ constexpr char kTarget[] = "/m_data/usr/www/target";
 
 class RestoreRecord : public DbrmTest {
   protected:
-    /* Restores a record of so many bytes from a backup that holds data behind the header. */
+    /* Restores a record of this length from a backup with data after the header. */
     template <typename Restore>
     static apps_err_e_type run(Restore restore, const std::string &name, const std::string &data,
                                uint32_t length) {

@@ -1,5 +1,5 @@
 /*
- * Both language changes: what is accepted, stored and announced, and every failure with its text.
+ * Both language changes: what is accepted, stored and published, and every failure with its log line.
  */
 #include "doubles/log_capture.h"
 #include "frwk_utils.h"

@@ -1,5 +1,5 @@
 /*
- * Product data: which requests the lines of a file become.
+ * Product data: the requests for the lines of a file.
  */
 #include <gtest/gtest.h>
 

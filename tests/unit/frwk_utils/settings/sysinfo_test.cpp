@@ -1,5 +1,5 @@
 /*
- * Uptime and memory. The database is the test's own, the kernel's answer a stand-in.
+ * Uptime and memory, with a fake database and test doubles for the kernel calls.
  */
 #include <sys/sysinfo.h>
 

@@ -1,5 +1,5 @@
 /*
- * The trace mask as a file: when it is written and when it is removed, and what becomes of failures.
+ * The trace mask as a file: when it is written and when it is removed, and the handling of failures.
  */
 #include <sched.h>
 #include <sys/mount.h>

@@ -1,5 +1,5 @@
 /*
- * What the trace mask says.
+ * The content of the trace mask.
  */
 #include "unit/frwk_utils/settings/trace_mask_fixture.h"
 

@@ -1,5 +1,5 @@
 /*
- * Encoded settings: what is stored, what comes back, and what is refused. No test leaves a block behind:
+ * Encoded settings: what is stored, what is read back, and what is refused. No test leaks a block:
  * the fixture counts them.
  */
 #include <gtest/gtest.h>
@@ -57,7 +57,7 @@ std::string every_byte() {
     return bytes;
 }
 
-/* Another character that may stand in the same place. */
+/* Another character that is valid at the same place. */
 char other_than(char character) {
     return character == 'A' ? 'B' : 'A';
 }

@@ -1,5 +1,5 @@
 /*
- * Typed settings: what is asked of the database, and what its answers become.
+ * Typed settings: the requests to the database, and the conversion of its answers.
  */
 #include <gtest/gtest.h>
 

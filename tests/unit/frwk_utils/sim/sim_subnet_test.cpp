@@ -30,7 +30,7 @@ std::string md5_of(const std::string &path) {
     return text;
 }
 
-/* Lists of events, one behind the other. */
+/* Lists of events, one after the other. */
 Events joined(std::initializer_list<Events> parts) {
     Events all;
     for (const Events &part : parts) {

@@ -1,5 +1,5 @@
 /*
- * Asking the modem which SIM is inserted: how often, with which pauses, and what is made of the answers.
+ * Reading the SIM's data from the modem: number of requests, pauses, and the use of the answers.
  */
 #include <gtest/gtest.h>
 

@@ -1,5 +1,5 @@
 /*
- * The fixed answers of this product build.
+ * The constant properties of this product build.
  */
 #include <gtest/gtest.h>
 

@@ -13,7 +13,7 @@
 
 #include "frwk_utils.h"
 
-/* A list's storage, in a block of exactly its size so that a sanitizer sees the byte behind it. */
+/* A list's storage, in a block of exactly its size, so that a sanitizer detects an access past it. */
 class List {
   public:
     explicit List(uint32_t size, char fill = '\0') : storage_(new char[size]), buf_{size, 0, storage_.get()} {

@@ -1,5 +1,5 @@
 /*
- * Codec lists: what is added comes back, whatever it is.
+ * Codec lists: every added item is read back unchanged.
  */
 #include <gtest/gtest.h>
 

@@ -1,5 +1,5 @@
 /*
- * Every type code with every small destination, at the limits of the type and beside them.
+ * Every type code with every small destination, at the limits of the type and next to them.
  */
 #include <vector>
 

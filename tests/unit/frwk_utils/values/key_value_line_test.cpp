@@ -1,6 +1,5 @@
 /*
- * The reader of key=value lines, with the rules of both of its users: what they have in common, and each
- * difference.
+ * The reader of key=value lines, with the rules of both of its users.
  */
 #include "frwk_utils/values/key_value_line.h"
 

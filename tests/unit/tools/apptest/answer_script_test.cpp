@@ -52,12 +52,12 @@ TEST(AnswerScript, SaysInWhichLineSomethingIsWrong) {
     EXPECT_EQ("1: there is no result", problem_with("5004\n"));
     EXPECT_EQ("1: unknown result code 'bsuy'; did you mean 'BUSY'?", problem_with("5004 bsuy"));
     EXPECT_EQ("1: unknown answer 'txt': delay=, text=, hex=, int= or echo", problem_with("5004 0 txt"));
-    EXPECT_EQ("1: 'zz' is no byte in hexadecimal", problem_with("5004 0 hex=zz"));
-    EXPECT_EQ("1: 'x' is no number of 32 bits", problem_with("5004 0 int=x"));
-    EXPECT_EQ("1: '1s' is no delay in milliseconds, at most an hour", problem_with("5004 0 delay=1s"));
-    EXPECT_EQ("1: '3600001' is no delay in milliseconds, at most an hour",
+    EXPECT_EQ("1: 'zz' is not a hexadecimal byte", problem_with("5004 0 hex=zz"));
+    EXPECT_EQ("1: 'x' is not a 32-bit number", problem_with("5004 0 int=x"));
+    EXPECT_EQ("1: '1s' is not a delay in milliseconds of at most an hour", problem_with("5004 0 delay=1s"));
+    EXPECT_EQ("1: '3600001' is not a delay in milliseconds of at most an hour",
               problem_with("5004 0 delay=3600001"));
-    EXPECT_EQ("1: '' is no delay in milliseconds, at most an hour", problem_with("5004 0 delay="));
+    EXPECT_EQ("1: '' is not a delay in milliseconds of at most an hour", problem_with("5004 0 delay="));
 }
 
 TEST(AnswerScript, ABadScriptChangesNothing) {

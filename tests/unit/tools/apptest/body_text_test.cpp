@@ -23,9 +23,9 @@ TEST(BodyText, ReadsHexWithBlanksAndColonsBetweenBytes) {
 }
 
 TEST(BodyText, RefusesHalfBytesAndOtherCharacters) {
-    EXPECT_EQ("'1' is no byte in hexadecimal", from_hex("001"));
-    EXPECT_EQ("'1 ' is no byte in hexadecimal", from_hex("1 2"));
-    EXPECT_EQ("'0x' is no byte in hexadecimal", from_hex("0x01"));
+    EXPECT_EQ("'1' is not a hexadecimal byte", from_hex("001"));
+    EXPECT_EQ("'1 ' is not a hexadecimal byte", from_hex("1 2"));
+    EXPECT_EQ("'0x' is not a hexadecimal byte", from_hex("0x01"));
 }
 
 TEST(BodyText, ReadsNumbersAsWordsInHostByteOrder) {
@@ -36,10 +36,10 @@ TEST(BodyText, ReadsNumbersAsWordsInHostByteOrder) {
 }
 
 TEST(BodyText, RefusesNumbersBeyond32Bits) {
-    EXPECT_EQ("'4294967296' is no number of 32 bits", from_numbers("4294967296"));
-    EXPECT_EQ("'-2147483649' is no number of 32 bits", from_numbers("-2147483649"));
-    EXPECT_EQ("'99999999999999999999' is no number of 32 bits", from_numbers("99999999999999999999"));
-    EXPECT_EQ("'1x' is no number of 32 bits", from_numbers("1x"));
+    EXPECT_EQ("'4294967296' is not a 32-bit number", from_numbers("4294967296"));
+    EXPECT_EQ("'-2147483649' is not a 32-bit number", from_numbers("-2147483649"));
+    EXPECT_EQ("'99999999999999999999' is not a 32-bit number", from_numbers("99999999999999999999"));
+    EXPECT_EQ("'1x' is not a 32-bit number", from_numbers("1x"));
 }
 
 TEST(BodyText, DumpsBytesAndOnlyCountsZerosAtTheEnd) {

@@ -21,7 +21,7 @@ class LogFileTest : public testing::Test {
         EXPECT_EQ("", file_.read(take_));
     }
 
-    /* The lines since the last call, or why there are none. */
+    /* The lines since the last call, or the problem. */
     Lines more() {
         const std::string problem = file_.read_more(watch_, take_);
         Lines lines = problem.empty() ? std::move(lines_) : Lines{problem};

@@ -1,5 +1,5 @@
 /*
- * Texts as a terminal gets them.
+ * Escaping texts for a terminal.
  */
 #include "output/spelt_text.h"
 

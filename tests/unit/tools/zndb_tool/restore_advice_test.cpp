@@ -1,5 +1,5 @@
 /*
- * What is said of a restore that failed.
+ * The advice after a failed restore.
  */
 #include "zndb_tool/restore_advice.h"
 
@@ -10,7 +10,7 @@ namespace {
 using Lines = std::vector<std::string>;
 
 constexpr char kGoBack[] =
-    "to go back, restore a backup that was made before; FILE is as it was and can be tried again";
+    "to go back, restore a backup that was made before; FILE is unchanged, and the restore can be repeated";
 
 RestoreFacts some_facts() {
     RestoreFacts facts;
@@ -41,9 +41,10 @@ TEST(RestoreAdvice, OfAnEmptiedDatabaseSaysWhereItsSettingsAre) {
     facts.settings_on_disk = 6;
     EXPECT_EQ("; the configuration may be incomplete", restore_hint(facts));
     EXPECT_EQ(
-        (Lines{"the settings were emptied, all 7 of them, and nothing was brought back",
-               "the 6 that were last saved are still on the disk, and come back when the device starts anew",
-               kGoBack}),
+        (Lines{
+            "the settings were emptied, all 7 of them, and nothing was brought back",
+            "the 6 that were last saved are still on the disk, and are loaded again when the device restarts",
+            kGoBack}),
         restore_advice(facts));
     facts.settings_on_disk = 0;
     EXPECT_EQ((Lines{"the settings were emptied, all 7 of them, and nothing was brought back", kGoBack}),

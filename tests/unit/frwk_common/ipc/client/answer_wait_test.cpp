@@ -1,5 +1,5 @@
 /*
- * A sender that is kept waiting says so, and signals change nothing about it.
+ * A sender logs a long wait, and signals don't end it.
  */
 #include "frwk_common/ipc/client/answer_wait.h"
 

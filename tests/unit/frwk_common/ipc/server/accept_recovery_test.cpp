@@ -1,5 +1,5 @@
 /*
- * Connections that are dropped for want of a descriptor are told of.
+ * Connections that are dropped for lack of a descriptor are logged.
  */
 #include "frwk_common/ipc/server/accept_recovery.h"
 

@@ -1,5 +1,5 @@
 /*
- * An exchange that holds the service thread for more than a second is told of, with its peer and its step.
+ * An exchange that occupies the service thread for more than a second is logged, with its peer and its step.
  * The limit for exchanges ends one that holds it for too long.
  */
 #include "frwk_common/ipc/server/exchange_watch.h"

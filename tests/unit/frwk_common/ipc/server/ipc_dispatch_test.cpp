@@ -1,5 +1,6 @@
 /*
- * The system messages, the way to the module's handler, and the wait for a handler that is not there yet.
+ * The system messages, the dispatch to the module's handler, and the wait for a handler that is not
+ * registered yet.
  */
 #include "frwk_common/ipc/server/ipc_dispatch.h"
 

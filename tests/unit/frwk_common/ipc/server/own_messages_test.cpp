@@ -1,5 +1,5 @@
 /*
- * How many messages of the module to itself are handled at once.
+ * The number of messages of the module to itself that are handled concurrently.
  */
 #include "frwk_common/ipc/server/own_messages.h"
 
@@ -24,7 +24,7 @@ apps_err_e_type held_handler(uint32_t, apps_message_id_e_type, const void *, int
 
 std::string line(int threads) {
     return std::to_string(threads) +
-           " messages of this module to itself are handled at once, each on a thread of its own";
+           " messages of this module to itself are handled at once, each on a separate thread";
 }
 
 class OwnMessagesTest : public IpcRequestTest {

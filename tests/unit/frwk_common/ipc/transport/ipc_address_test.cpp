@@ -1,5 +1,5 @@
 /*
- * Where a module's socket lies.
+ * The path of a module's socket.
  */
 #include "frwk_common/ipc/transport/ipc_address.h"
 

@@ -110,7 +110,7 @@ class IpcRecvTest : public IpcConnectionTest {
 
 class IpcSendTest : public IpcConnectionTest {
   protected:
-    /* The first bytes as the head, the others behind it. */
+    /* The first bytes as the head, the others after it. */
     int32_t send(const Bytes &bytes, uint32_t head) {
         const auto rest = static_cast<uint32_t>(bytes.size()) - head;
         return connection_.send(bytes.data(), head, bytes.data() + head, rest, wait_);

@@ -1,5 +1,5 @@
 /*
- * The line that traces each message, and which messages stay out of the system log.
+ * The trace line of each message, and the messages that don't go to the system log.
  */
 #include "frwk_common/ipc/transport/ipc_trace.h"
 

@@ -38,7 +38,7 @@ void read_process_limits() {
         if (is_limit(text)) {
             *limit.value = static_cast<uint32_t>(decimal_number(text));
         } else {
-            FRWK_WARN(__func__, "%s is no number of up to 9 digits: %u stays", limit.variable,
+            FRWK_WARN(__func__, "%s is not a number of up to 9 digits: the limit stays %u", limit.variable,
                       limit.value->load());
         }
     }

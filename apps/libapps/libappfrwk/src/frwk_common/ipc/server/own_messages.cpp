@@ -38,7 +38,7 @@ bool own_message_begins() {
     }
     if (g_notice.grown_to(threads)) {
         FRWK_WARN(log_name::kIpcSendAsync,
-                  "%u messages of this module to itself are handled at once, each on a thread of its own",
+                  "%u messages of this module to itself are handled at once, each on a separate thread",
                   threads);
     }
     return true;
