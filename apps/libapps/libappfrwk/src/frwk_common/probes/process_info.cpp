@@ -28,7 +28,8 @@ constexpr size_t kProcessNameSize = 64;
 /* The buffer for callers without one; one thread at a time. */
 char g_s_process_name[kProcessNameSize];
 
-/* Reads the kernel's command line, truncated to the buffer; false on failure. caller: function name in the log.
+/* Reads the kernel's command line, truncated to the buffer; false on failure. caller: function name in the
+ * log.
  */
 bool read_command_line(LogName caller, char (&text)[kCommandLineLength + 1]) {
     if (!os_file_exist(paths::kKernelCommandLine)) {
