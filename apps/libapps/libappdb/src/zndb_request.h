@@ -1,6 +1,6 @@
 /*
- * The requests to the configuration database, one function for each shape of body. Each logs its failures and
- * returns a zndb_ret_e_type. They keep no state: any thread.
+ * The requests to the configuration database, one function for each kind of body. Each logs its failures
+ * and returns a zndb_ret_e_type. No state: any thread.
  */
 #pragma once
 

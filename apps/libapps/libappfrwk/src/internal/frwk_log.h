@@ -18,13 +18,13 @@
 #define FRWK_VERBOSE(name, ...) FRWK_LOG(name, OS_LOG_VERBOSE, __VA_ARGS__)
 
 /* Logs on the debug channel only, whatever the system log takes. */
-#define FRWK_DEBUG_QUIET(name, ...)                                                                       \
-    do {                                                                                                  \
-        if (OS_LOG_TO_DEBUG(OS_LOG_DEBUG)) {                                                              \
-            const int frwk_log_errno = errno;                                                             \
-            os_debug_print(OS_LOG_DEBUG, __FILE_NAME__, LogName(name).function(), __LINE__, __VA_ARGS__); \
-            errno = frwk_log_errno;                                                                       \
-        }                                                                                                 \
+#define FRWK_DEBUG_QUIET(name, ...)                                                                          \
+    do {                                                                                                     \
+        if (OS_LOG_TO_DEBUG(OS_LOG_DEBUG)) {                                                                 \
+            const int frwk_log_errno = errno;                                                                \
+            os_debug_print(OS_LOG_DEBUG, __FILE_NAME__, LogName(name).function(), __LINE__, "" __VA_ARGS__); \
+            errno = frwk_log_errno;                                                                          \
+        }                                                                                                    \
     } while (0)
 
 /* Logs, as a warning, a failure that left its cause in errno. */

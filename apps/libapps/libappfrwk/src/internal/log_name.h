@@ -7,7 +7,7 @@
 /* A name as it is passed to the steps that several functions share. The text outlives it. */
 class LogName {
   public:
-    // cppcheck-suppress noExplicitConstructor ; __func__ is one
+    /* Implicit, so that __func__ is passed as it is. */
     constexpr LogName(const char *function) : function_(function) {}
 
     constexpr const char *function() const { return function_; }

@@ -8,8 +8,8 @@
 namespace ipc {
 
 /*
- * Makes the calling module's listening socket, replacing the file of an earlier run.
- * Returns nothing owned, after a log line, when that fails.
+ * Creates the calling module's listening socket, replacing the file of an earlier run.
+ * Returns nothing owned, after logging the failure.
  */
 UniqueFd make_listener();
 

@@ -1,9 +1,8 @@
 /*
- * A connection between two modules: opening one, and exact-length reads and writes on it. Knows bytes,
- * nothing of messages.
+ * Opens connections, and reads and writes exact numbers of bytes. Does not interpret messages.
  *
- * No read or write blocks, whatever the connection's mode: where the peer has to be waited for, the caller's
- * Wait does it. Where much is read or written at once, it may block for 100 ms before that.
+ * Reads and writes don't block, whatever the connection's mode: the caller's Wait waits for the peer. A large
+ * read or write may block for 100 ms before that.
  */
 #pragma once
 
@@ -33,43 +32,44 @@ class Connection {
 
     /*
      * Opens a connection to a module's socket. module: 1 to 52. timeout: seconds to wait while the receiver's
-     * queue is full. Returns no connection when that fails.
+     * backlog is full. Returns no connection on failure.
      */
     static Connection open(uint32_t module, uint32_t timeout);
 
-    /* Takes the first connection of a listener's queue; none, with errno set, when that fails. */
+    /* Accepts a listener's next connection. Returns none, with errno set, on failure. */
     static Connection accept(int listener);
 
     explicit operator bool() const { return static_cast<bool>(fd_); }
     int fd() const { return fd_.get(); }
 
     /*
-     * Reads at least least bytes; what else has arrived is taken too, up to most bytes (least or more).
-     * Returns the bytes read; fewer than least when the peer closed or the read failed; 0 after a time-out,
-     * whatever was read before; negative when the wait failed.
+     * Reads at least "least" bytes, and further bytes that have arrived, up to "most" (least or more).
+     * Returns the number of bytes read; fewer than least if the peer closed or the read failed; 0 after a
+     * time-out, even if bytes were read; negative if the wait failed.
      */
     int32_t receive(void *buf, uint32_t least, uint32_t most, Wait &wait);
 
-    /* The same for bytes that are hardly there yet: waits before it looks. */
+    /* The same for bytes that have probably not arrived yet: waits before the first read. */
     int32_t receive_later(void *buf, uint32_t least, uint32_t most, Wait &wait);
 
     /*
-     * The same for exactly size bytes, which may be many. It may block up to 100 ms before it turns to the
+     * The same for exactly size bytes, which may be many. It may block for up to 100 ms before it uses the
      * caller's wait.
      */
     int32_t receive_stream(void *buf, uint32_t size, Wait &wait);
 
     /*
-     * Writes a head and what follows it, both in one call as long as there is room.
-     * rest, rest_size: 0 for nothing after the head.
-     * Returns the bytes written, those of the head included; fewer when the peer is gone or has had its time.
+     * Writes a head and a rest, with one call if the socket has room.
+     * rest, rest_size: null and 0 for none.
+     * Returns the number of bytes written, including the head; fewer if the peer closed or the wait timed
+     * out.
      */
     int32_t send(const void *head, uint32_t head_size, const void *rest, uint32_t rest_size, Wait &wait);
 
   private:
     enum class Reading {
-        kLooking,  /* takes what is there; the caller's wait does the rest */
-        kStreaming /* may block for a moment where much is to come */
+        kLooking,  /* non-blocking; the caller's wait does the waiting */
+        kStreaming /* may block for a moment if much is left */
     };
 
     bool reach(const Address &address, uint32_t timeout);
