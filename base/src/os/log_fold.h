@@ -11,7 +11,7 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "log_line.h"
+#include "log_text.h"
 
 class LogFold {
   public:

@@ -125,7 +125,7 @@ TEST_F(ForkedChildOfAService, HasNoConnectionThatWasJustAccepted) {
         }
         return connection;
     });
-    frwk_ipc_init();
+    ipc::start_service();
     EXPECT_EQ(ask_module("router", request(4)), words({0, 4, 0}));
     EXPECT_EQ(report.get_future().get(), "closed closed open ");
 }

@@ -13,10 +13,10 @@
 #include <ctime>
 
 #include "formats/device_paths.h"
-#include "internal/folder_names.h"
 #include "internal/frwk_log.h"
 #include "internal/guarded_file.h"
 #include "os_process.h"
+#include "support/folder_stream.h"
 
 namespace {
 
@@ -58,12 +58,12 @@ void remove_leftover(int folder, const char *name) {
                          found.st_uid == ::geteuid() && is_old(found) &&
                          ::flock(fd.get(), LOCK_EX | LOCK_NB) == 0;
     if (is_left && ::unlinkat(folder, name, 0) == 0) {
-        FRWK_NOTICE("removed %s/%s, which a killed process left", paths::kTempFolder, name);
+        FRWK_NOTICE(__func__, "removed %s/%s, which a killed process left", paths::kTempFolder, name);
     }
 }
 
 void remove_leftovers() {
-    const FolderStream folder = read_folder(AT_FDCWD, paths::kTempFolder);
+    const UniqueFolderStream folder = open_folder_stream(AT_FDCWD, paths::kTempFolder);
     while (const char *name = next_name(folder)) {
         if (is_output_name(name)) {
             remove_leftover(::dirfd(folder.get()), name);

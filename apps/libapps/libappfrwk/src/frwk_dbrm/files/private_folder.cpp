@@ -12,7 +12,6 @@
 
 #include "formats/device_paths.h"
 #include "frwk_dbrm/files/trusted_path.h"
-#include "internal/folder_names.h"
 #include "internal/frwk_log.h"
 #include "support/file_io.h"
 #include "support/folder_stream.h"

@@ -10,7 +10,7 @@
 #include <cstring>
 
 #include "internal/decimal.h"
-#include "internal/folder_names.h"
+#include "support/folder_stream.h"
 #include "support/unique_fd.h"
 
 namespace {
@@ -38,7 +38,8 @@ struct Address {
 void close_inherited_sockets(int listener) {
     const Address own(listener);
     UniqueFd(listener).reset(); /* first: there may be no other descriptor to look with */
-    const FolderStream descriptors = own.is_named() ? read_folder(AT_FDCWD, kDescriptors) : FolderStream();
+    const UniqueFolderStream descriptors =
+        own.is_named() ? open_folder_stream(AT_FDCWD, kDescriptors) : UniqueFolderStream();
     while (const char *name = next_name(descriptors)) {
         const int fd = decimal_number(name);
         if (Address(fd) == own) {
