@@ -120,7 +120,7 @@ TEST_F(AppTestReceive, AnEventThatCannotBeSubscribedTakesTheOthersBack) {
     kAppTest.expect_failure(
         1,
         "subscribe 'a/b' failed: 12 E_APPS_ERR_IO; the folder of subscriptions or of locks "
-        "is missing, or the event's name can't be a file's",
+        "is missing, or the event's name is not a valid file name",
         {"subscribe", "weather", "a/b"});
     EXPECT_TRUE(std::filesystem::is_empty(kEvents));
     EXPECT_FALSE(std::filesystem::exists(kSocket));

@@ -159,8 +159,8 @@ TEST_F(ZndbTool, OffersTheNearestKeyForOneThatIsMissing) {
 
 TEST_F(ZndbTool, SaysWhatTheDatabaseHoldsAgainstATextThatNoFileCanHold) {
     const std::string rest =
-        " failed: 2004 E_APPS_ERR_ZNDB_ARG; a setting is one line, and a key has no '=' nor '#' or blank in "
-        "front";
+        " failed: 2004 E_APPS_ERR_ZNDB_ARG; a setting must be one line, and a key must not contain '=' or "
+        "begin with '#' or a blank";
     kTool.expect_failure(1, "set 'a=b'" + rest, {"set", "a=b", "1"});
     kTool.expect_failure(1, "set 'a'" + rest, {"set", "a", "two\nlines"});
 }
