@@ -89,6 +89,7 @@ inline constexpr const char *kLogFiles[] = {"/var/log/messages", "/var/log/syslo
 /* ---- the kernel's ---- */
 
 inline constexpr char kProcessFolder[] = "/proc";
+inline constexpr char kOwnDescriptors[] = "/proc/self/fd";
 inline constexpr char kKernelCommandLine[] = "/proc/cmdline";
 inline constexpr char kLockTable[] = "/proc/locks";
 inline constexpr char kNullDevice[] = "/dev/null";

@@ -9,13 +9,12 @@
 #include <cstddef>
 #include <cstring>
 
+#include "formats/device_paths.h"
 #include "internal/decimal.h"
 #include "support/folder_stream.h"
 #include "support/unique_fd.h"
 
 namespace {
-
-constexpr char kDescriptors[] = "/proc/self/fd";
 
 /* The address that a socket is bound to. */
 struct Address {
@@ -39,7 +38,7 @@ void close_inherited_sockets(int listener) {
     const Address own(listener);
     UniqueFd(listener).reset(); /* first: there may be no other descriptor to look with */
     const UniqueFolderStream descriptors =
-        own.is_named() ? open_folder_stream(AT_FDCWD, kDescriptors) : UniqueFolderStream();
+        own.is_named() ? open_folder_stream(AT_FDCWD, paths::kOwnDescriptors) : UniqueFolderStream();
     while (const char *name = next_name(descriptors)) {
         const int fd = decimal_number(name);
         if (Address(fd) == own) {
