@@ -43,8 +43,8 @@ std::string problem_of(int fd, const std::string &path) {
 /* Whether a link stands in the journal's place that the device itself has put there. */
 bool is_own_link(int folder) {
     struct stat found = {};
-    return ::fstatat(folder, paths::kJournalName, &found, AT_SYMLINK_NOFOLLOW) == 0 && S_ISLNK(found.st_mode) &&
-           is_the_databases(found);
+    return ::fstatat(folder, paths::kJournalName, &found, AT_SYMLINK_NOFOLLOW) == 0 &&
+           S_ISLNK(found.st_mode) && is_the_databases(found);
 }
 
 /* Without waiting for somebody at the other end of a pipe. */
