@@ -15,9 +15,9 @@
 #include "cli/input_line.h"
 #include "logtool/log_output.h"
 #include "os/log_text.h"
+#include "output/field_list.h"
 #include "output/json_output.h"
 #include "output/live_screen.h"
-#include "output/pair_lines.h"
 #include "output/progress_bar.h"
 #include "output/text_table.h"
 #include "support/fuzz_input.h"
@@ -82,7 +82,7 @@ void print_plain(const std::string &name, const std::string &text) {
     expect_text(0, [&] { print_entry_lines({{name, text}}); });
     expect_text(0, [&] { print_words(name, {text, name}); });
     expect_text(0, [&] { print_title(name); });
-    expect_text(0, [&] { print_pair(name, text); });
+    expect_text(0, [&] { print_field(name, text); });
     expect_text(0, [&] {
         TextTable table({"NAME", "TEXT"});
         table.add({name, text});

@@ -5,7 +5,7 @@
 #include <sstream>
 
 #include "apptest/body_text.h"
-#include "cli/table_names.h"
+#include "cli/name_lookup.h"
 
 namespace {
 

@@ -5,7 +5,7 @@
 #include "apptest/apptest_receive.h"
 #include "apptest/apptest_send.h"
 #include "cli/command_line_tool.h"
-#include "cli/table_names.h"
+#include "cli/name_lookup.h"
 #include "device/module_identity.h"
 #include "frwk_module.h"
 

@@ -4,11 +4,11 @@
 
 #include "apptest/load_run.h"
 #include "cli/complaint.h"
-#include "cli/table_names.h"
+#include "cli/name_lookup.h"
 #include "cli/user_signals.h"
+#include "output/human_units.h"
 #include "output/json_output.h"
 #include "output/progress_bar.h"
-#include "output/quantity_text.h"
 #include "output/text_table.h"
 
 namespace {

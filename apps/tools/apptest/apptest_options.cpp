@@ -2,7 +2,7 @@
 
 #include "apptest/body_text.h"
 #include "cli/complaint.h"
-#include "cli/table_names.h"
+#include "cli/name_lookup.h"
 #include "device/text_file.h"
 
 namespace {

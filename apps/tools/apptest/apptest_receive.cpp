@@ -6,7 +6,7 @@
 #include "apptest/answer_script.h"
 #include "apptest/arrivals.h"
 #include "cli/complaint.h"
-#include "cli/table_names.h"
+#include "cli/name_lookup.h"
 #include "device/module_identity.h"
 #include "device/service_socket.h"
 #include "device/text_file.h"

@@ -5,8 +5,8 @@
 
 #include "apptest/body_text.h"
 #include "cli/complaint.h"
+#include "cli/name_lookup.h"
 #include "cli/request_outcome.h"
-#include "cli/table_names.h"
 #include "cli/wait_notice.h"
 #include "frwk_common.h"
 #include "output/json_output.h"

@@ -10,7 +10,7 @@
 
 #include "apptest/body_text.h"
 #include "cli/complaint.h"
-#include "cli/table_names.h"
+#include "cli/name_lookup.h"
 #include "output/json_output.h"
 #include "output/terminal.h"
 

@@ -11,7 +11,7 @@
 #include "cli/complaint.h"
 #include "cli/completion_words.h"
 #include "cli/help_text.h"
-#include "cli/near_name.h"
+#include "cli/spelling_hint.h"
 #include "output/terminal.h"
 
 namespace {

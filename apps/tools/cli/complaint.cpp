@@ -4,7 +4,7 @@
 #include <cstdio>
 #include <cstring>
 
-#include "cli/table_names.h"
+#include "cli/name_lookup.h"
 #include "output/terminal.h"
 
 ExitCode complain(ExitCode code, const std::string &text) {

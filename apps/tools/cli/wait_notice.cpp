@@ -9,7 +9,7 @@
 #include <thread>
 
 #include "cli/complaint.h"
-#include "cli/table_names.h"
+#include "cli/name_lookup.h"
 
 namespace {
 

@@ -16,7 +16,7 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-constexpr VitalSigns kLate = {{E_APPS_ERR_TIMEOUT, E_APPS_ERR_SUCCESS}, 0, std::nullopt, std::nullopt};
+constexpr ProbeResult kLate = {{E_APPS_ERR_TIMEOUT, E_APPS_ERR_SUCCESS}, 0, std::nullopt, std::nullopt};
 
 /* Longer than any time limit of the tools, so that a module with a full backlog counts as late, not absent.
  */
@@ -35,16 +35,16 @@ std::optional<T> answer_to(uint32_t module, apps_message_id_e_type msgid) {
     return value;
 }
 
-VitalSigns ask(uint32_t module) {
-    VitalSigns signs;
+ProbeResult ask(uint32_t module) {
+    ProbeResult result;
     const auto begin = Clock::now();
-    signs.probe = send_request(module, E_APPS_MSG_SYS_PROBE, "", nullptr, kConnectSeconds);
-    signs.microseconds = std::chrono::duration_cast<std::chrono::microseconds>(Clock::now() - begin).count();
-    if (signs.probe.delivered()) {
-        signs.status = answer_to<uint32_t>(module, E_APPS_MSG_SYS_STATUS);
-        signs.memory = answer_to<os_mem_usage_t>(module, E_APPS_MSG_SYS_MEMORY);
+    result.probe = send_request(module, E_APPS_MSG_SYS_PROBE, "", nullptr, kConnectSeconds);
+    result.microseconds = std::chrono::duration_cast<std::chrono::microseconds>(Clock::now() - begin).count();
+    if (result.probe.delivered()) {
+        result.status = answer_to<uint32_t>(module, E_APPS_MSG_SYS_STATUS);
+        result.memory = answer_to<os_mem_usage_t>(module, E_APPS_MSG_SYS_MEMORY);
     }
-    return signs;
+    return result;
 }
 
 }  // namespace
@@ -58,13 +58,13 @@ struct ModuleSurvey::State {
     }
 
     struct Subject {
-        VitalSigns signs;
+        ProbeResult result;
         bool asked = false; /* and has not answered yet */
         uint64_t round = 0; /* in which it was asked */
     };
 
     std::vector<uint32_t> begin_round();
-    void take(uint32_t module, const VitalSigns &signs);
+    void take(uint32_t module, const ProbeResult &result);
 
     const UniqueFd all_answered; /* can be read when the round is over */
     std::mutex mutex;
@@ -94,10 +94,10 @@ std::vector<uint32_t> ModuleSurvey::State::begin_round() {
     return idle;
 }
 
-void ModuleSurvey::State::take(uint32_t module, const VitalSigns &signs) {
+void ModuleSurvey::State::take(uint32_t module, const ProbeResult &result) {
     const std::lock_guard<std::mutex> lock(mutex);
     Subject &subject = subjects[module];
-    subject.signs = signs;
+    subject.result = result;
     subject.asked = false;
     if (subject.round == round && --awaited == 0) {
         (void)::eventfd_write(all_answered.get(), 1);
@@ -123,11 +123,11 @@ void ModuleSurvey::wait(const SignalWatch &watch) const {
     (void)watch.wait(state_->all_answered.get(), milliseconds_left());
 }
 
-std::map<uint32_t, VitalSigns> ModuleSurvey::signs() const {
+std::map<uint32_t, ProbeResult> ModuleSurvey::results() const {
     const std::lock_guard<std::mutex> lock(state_->mutex);
-    std::map<uint32_t, VitalSigns> all;
+    std::map<uint32_t, ProbeResult> all;
     for (const auto &[module, subject] : state_->subjects) {
-        all[module] = subject.asked ? kLate : subject.signs;
+        all[module] = subject.asked ? kLate : subject.result;
     }
     return all;
 }
@@ -137,14 +137,14 @@ int ModuleSurvey::milliseconds_left() const {
     return static_cast<int>(std::max<int64_t>(left + 1, 0));
 }
 
-std::map<uint32_t, VitalSigns> survey_modules(const std::vector<uint32_t> &modules,
-                                              std::chrono::milliseconds limit) {
+std::map<uint32_t, ProbeResult> survey_modules(const std::vector<uint32_t> &modules,
+                                               std::chrono::milliseconds limit) {
     ModuleSurvey survey(modules, limit);
     survey.begin();
     survey.wait();
-    return survey.signs();
+    return survey.results();
 }
 
-VitalSigns survey_module(uint32_t module, std::chrono::milliseconds limit) {
+ProbeResult survey_module(uint32_t module, std::chrono::milliseconds limit) {
     return survey_modules({module}, limit)[module];
 }

@@ -16,7 +16,7 @@
 #include "os_mem.h"
 
 /* The answers of a module. */
-struct VitalSigns {
+struct ProbeResult {
     /* The outcome of a probe; E_APPS_ERR_TIMEOUT if the module did not answer in time. */
     RequestOutcome probe = {E_APPS_ERR_MODULE, E_APPS_ERR_SUCCESS};
     int64_t microseconds = 0; /* until the probe was answered */
@@ -39,7 +39,7 @@ class ModuleSurvey {
     void wait(const SignalWatch &watch) const;
 
     /* The last answers of the modules. */
-    std::map<uint32_t, VitalSigns> signs() const;
+    std::map<uint32_t, ProbeResult> results() const;
 
   private:
     struct State;
@@ -52,6 +52,6 @@ class ModuleSurvey {
 };
 
 /* Queries modules once. */
-std::map<uint32_t, VitalSigns> survey_modules(const std::vector<uint32_t> &modules,
-                                              std::chrono::milliseconds limit);
-VitalSigns survey_module(uint32_t module, std::chrono::milliseconds limit);
+std::map<uint32_t, ProbeResult> survey_modules(const std::vector<uint32_t> &modules,
+                                               std::chrono::milliseconds limit);
+ProbeResult survey_module(uint32_t module, std::chrono::milliseconds limit);

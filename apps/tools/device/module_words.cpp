@@ -1,7 +1,7 @@
 #include "device/module_words.h"
 
 #include "cli/complaint.h"
-#include "cli/table_names.h"
+#include "cli/name_lookup.h"
 
 ExitCode read_modules(const std::vector<std::string> &words, std::vector<uint32_t> *modules) {
     for (const std::string &word : words) {

@@ -13,7 +13,7 @@
 
 #include "apps_message.h"
 #include "cli/complaint.h"
-#include "cli/table_names.h"
+#include "cli/name_lookup.h"
 #include "formats/device_paths.h"
 #include "formats/ipc_wire.h"
 #include "frwk_module.h"

@@ -12,8 +12,8 @@
 #include "formats/debug_marker.h"
 #include "frwk_module.h"
 #include "frwk_utils.h"
+#include "output/field_list.h"
 #include "output/json_output.h"
-#include "output/pair_lines.h"
 #include "zndb.h"
 
 namespace {
@@ -46,8 +46,8 @@ ExitCode show(bool json) {
     const std::vector<std::string> kept = kept_by();
     const bool on = debug_mode_is_on();
     if (!json) {
-        print_pair("debug mode", on ? "on" : "off");
-        print_pair("over reboots", kept.empty() ? "no" : "yes (" + joined(kept, ", ") + ")");
+        print_field("debug mode", on ? "on" : "off");
+        print_field("over reboots", kept.empty() ? "no" : "yes (" + joined(kept, ", ") + ")");
         return ExitCode::kDone;
     }
     const Json object = json_members();

@@ -3,7 +3,7 @@
 #include <iterator>
 
 #include "cli/complaint.h"
-#include "cli/table_names.h"
+#include "cli/name_lookup.h"
 #include "device/module_words.h"
 #include "device/text_file.h"
 #include "formats/device_paths.h"

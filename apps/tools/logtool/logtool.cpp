@@ -2,8 +2,8 @@
  * logtool: shows the device's log, and switches debug mode and traces.
  */
 #include "cli/command_line_tool.h"
-#include "cli/near_name.h"
-#include "cli/table_names.h"
+#include "cli/name_lookup.h"
+#include "cli/spelling_hint.h"
 #include "device/module_identity.h"
 #include "frwk_module.h"
 #include "logtool/debug_mode_commands.h"

@@ -5,8 +5,8 @@
 #include <system_error>
 
 #include "cli/complaint.h"
+#include "cli/name_lookup.h"
 #include "cli/request_outcome.h"
-#include "cli/table_names.h"
 #include "device/module_facts.h"
 #include "device/module_words.h"
 #include "device/text_file.h"

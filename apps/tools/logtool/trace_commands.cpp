@@ -5,13 +5,13 @@
 #include <vector>
 
 #include "cli/complaint.h"
-#include "cli/table_names.h"
+#include "cli/name_lookup.h"
 #include "device/module_words.h"
 #include "frwk_common.h"
 #include "frwk_utils.h"
 #include "logtool/trace_selection.h"
+#include "output/field_list.h"
 #include "output/json_output.h"
-#include "output/pair_lines.h"
 
 namespace {
 
@@ -49,9 +49,9 @@ void print_object() {
 }
 
 void print_pairs() {
-    print_pair("tracing", tracing_is_on() ? "on" : "off");
-    print_pair("modules", joined(described(traced_modules()), ", "));
-    print_pair("mask", trace_mask());
+    print_field("tracing", tracing_is_on() ? "on" : "off");
+    print_field("modules", joined(described(traced_modules()), ", "));
+    print_field("mask", trace_mask());
 }
 
 /* Without a module, "off" switches off all tracing and keeps the selection. */

@@ -3,7 +3,7 @@
 #include <filesystem>
 #include <system_error>
 
-#include "cli/table_names.h"
+#include "cli/name_lookup.h"
 #include "device/module_facts.h"
 #include "device/text_file.h"
 #include "formats/device_paths.h"

@@ -5,7 +5,7 @@
 
 #include "device/module_words.h"
 #include "frwk_common.h"
-#include "output/quantity_text.h"
+#include "output/human_units.h"
 #include "output/text_table.h"
 
 namespace {
@@ -39,15 +39,15 @@ std::string state_cell(const ModuleReport &report) {
 }
 
 std::string status_cell(const ModuleReport &report) {
-    return report.signs.status ? std::to_string(*report.signs.status) : "";
+    return report.result.status ? std::to_string(*report.result.status) : "";
 }
 
 std::string memory_cell(const ModuleReport &report) {
-    return report.signs.memory ? short_bytes(report.signs.memory->live_bytes) : "";
+    return report.result.memory ? short_bytes(report.result.memory->live_bytes) : "";
 }
 
 std::string time_cell(const ModuleReport &report) {
-    return is_running(report) ? milliseconds_text(static_cast<double>(report.signs.microseconds)) : "";
+    return is_running(report) ? milliseconds_text(static_cast<double>(report.result.microseconds)) : "";
 }
 
 std::string enabled_cell(const ModuleReport &report) {
@@ -69,15 +69,15 @@ double minus_id(const ModuleReport &report) {
 }
 
 double status_weight(const ModuleReport &report) {
-    return report.signs.status ? *report.signs.status : kUnknown;
+    return report.result.status ? *report.result.status : kUnknown;
 }
 
 double time_weight(const ModuleReport &report) {
-    return is_running(report) ? static_cast<double>(report.signs.microseconds) : kUnknown;
+    return is_running(report) ? static_cast<double>(report.result.microseconds) : kUnknown;
 }
 
 double memory_weight(const ModuleReport &report) {
-    return report.signs.memory ? report.signs.memory->live_bytes : kUnknown;
+    return report.result.memory ? report.result.memory->live_bytes : kUnknown;
 }
 
 struct Column {
@@ -126,13 +126,13 @@ Json texts_as_json(const std::vector<std::string> &texts) {
 
 void add_signs(const Json &object, const ModuleReport &report) {
     if (is_running(report)) {
-        add_member(object, "microseconds", json_number(report.signs.microseconds));
+        add_member(object, "microseconds", json_number(report.result.microseconds));
     }
-    if (report.signs.status) {
-        add_member(object, "status", json_number(*report.signs.status));
+    if (report.result.status) {
+        add_member(object, "status", json_number(*report.result.status));
     }
-    if (report.signs.memory) {
-        add_member(object, "memory", memory_as_json(*report.signs.memory));
+    if (report.result.memory) {
+        add_member(object, "memory", memory_as_json(*report.result.memory));
     }
 }
 
@@ -152,11 +152,11 @@ std::vector<uint32_t> modules_to_ask() {
     return modules;
 }
 
-std::vector<ModuleReport> with_facts(const std::map<uint32_t, VitalSigns> &signs) {
+std::vector<ModuleReport> with_facts(const std::map<uint32_t, ProbeResult> &results) {
     std::vector<ModuleReport> reports;
     for (const ModuleFacts &facts : all_module_facts()) {
-        const auto found = signs.find(static_cast<uint32_t>(facts.id));
-        reports.push_back({facts, found != signs.end() ? found->second : VitalSigns()});
+        const auto found = results.find(static_cast<uint32_t>(facts.id));
+        reports.push_back({facts, found != results.end() ? found->second : ProbeResult()});
     }
     return reports;
 }
@@ -165,7 +165,7 @@ const char *state_of(const ModuleReport &report) {
     if (is_running(report)) {
         return "running";
     }
-    if (report.signs.probe.sent == E_APPS_ERR_TIMEOUT) {
+    if (report.result.probe.sent == E_APPS_ERR_TIMEOUT) {
         return "hangs";
     }
     if (report.facts.process != 0) {
@@ -175,12 +175,12 @@ const char *state_of(const ModuleReport &report) {
 }
 
 bool is_running(const ModuleReport &report) {
-    return report.signs.probe.delivered();
+    return report.result.probe.delivered();
 }
 
 void keep_running(std::vector<ModuleReport> &reports) {
     const auto idle = [](const ModuleReport &report) {
-        return !is_running(report) && report.signs.probe.sent != E_APPS_ERR_TIMEOUT &&
+        return !is_running(report) && report.result.probe.sent != E_APPS_ERR_TIMEOUT &&
                report.facts.process == 0;
     };
     reports.erase(std::remove_if(reports.begin(), reports.end(), idle), reports.end());

@@ -12,7 +12,7 @@
 
 struct ModuleReport {
     ModuleFacts facts;
-    VitalSigns signs;
+    ProbeResult result;
 };
 
 /* Queries all services, and returns a report for every module of the table. */
@@ -22,7 +22,7 @@ std::vector<ModuleReport> report_all(std::chrono::milliseconds limit);
 std::vector<uint32_t> modules_to_ask();
 
 /* Combines the modules' answers with the known facts. */
-std::vector<ModuleReport> with_facts(const std::map<uint32_t, VitalSigns> &signs);
+std::vector<ModuleReport> with_facts(const std::map<uint32_t, ProbeResult> &results);
 
 /*
  * "running": it answers. "hangs": it accepts messages, but did not answer in time. "silent": its process

@@ -2,8 +2,8 @@
 
 #include <algorithm>
 
+#include "output/human_units.h"
 #include "output/progress_bar.h"
-#include "output/quantity_text.h"
 
 namespace {
 
@@ -55,11 +55,11 @@ Layout layout_for(const std::vector<ModuleReport> &reports, size_t columns) {
 }
 
 double memory_of(const ModuleReport &report) {
-    return report.signs.memory ? report.signs.memory->live_bytes : 0;
+    return report.result.memory ? report.result.memory->live_bytes : 0;
 }
 
 double time_of(const ModuleReport &report) {
-    return is_running(report) ? static_cast<double>(report.signs.microseconds) : 0;
+    return is_running(report) ? static_cast<double>(report.result.microseconds) : 0;
 }
 
 Scale scale_of(const std::vector<ModuleReport> &reports) {
@@ -79,7 +79,7 @@ std::string heading(const Layout &layout) {
 }
 
 std::string module_line(const ModuleReport &report, const Layout &layout, const Scale &scale) {
-    const std::string memory = report.signs.memory ? short_bytes(report.signs.memory->live_bytes) : "";
+    const std::string memory = report.result.memory ? short_bytes(report.result.memory->live_bytes) : "";
     const std::string time = is_running(report) ? short_milliseconds(time_of(report)) : "";
     return fitted(left(report.facts.name, layout.name) + " " + left(state_of(report), kStateWidth) + " " +
                       right(memory, kNumberWidth) + " " +

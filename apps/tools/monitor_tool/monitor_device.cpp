@@ -7,7 +7,7 @@
 
 #include "cli/complaint.h"
 #include "cli/input_line.h"
-#include "cli/table_names.h"
+#include "cli/name_lookup.h"
 #include "device/module_survey.h"
 #include "frwk_common.h"
 #include "output/terminal.h"
@@ -17,8 +17,8 @@ namespace {
 /* Checks that the monitor runs: otherwise the request would be lost, but side effects of the call would stay.
  */
 ExitCode find_monitor(const MonitorOptions &options, const std::string &what) {
-    const VitalSigns signs = survey_module(E_APPS_MODULE_MONITOR, options.limit());
-    return report_outcome(signs.probe, E_APPS_MODULE_MONITOR, what);
+    const ProbeResult result = survey_module(E_APPS_MODULE_MONITOR, options.limit());
+    return report_outcome(result.probe, E_APPS_MODULE_MONITOR, what);
 }
 
 ExitCode say_asked(const std::string &what) {

@@ -6,7 +6,7 @@
 #include "cli/complaint.h"
 #include "frwk_common.h"
 #include "monitor_tool/event_listeners.h"
-#include "monitor_tool/monitor_look.h"
+#include "monitor_tool/status_commands.h"
 #include "output/json_output.h"
 #include "output/terminal.h"
 #include "output/text_wrap.h"

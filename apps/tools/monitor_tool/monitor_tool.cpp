@@ -2,14 +2,14 @@
  * monitor_tool: shows the status of the device's modules, and sends requests to the monitor.
  */
 #include "cli/command_line_tool.h"
-#include "cli/table_names.h"
+#include "cli/name_lookup.h"
 #include "device/module_identity.h"
 #include "frwk_module.h"
 #include "monitor_tool/module_report.h"
 #include "monitor_tool/monitor_device.h"
-#include "monitor_tool/monitor_look.h"
 #include "monitor_tool/monitor_options.h"
 #include "monitor_tool/monitor_top.h"
+#include "monitor_tool/status_commands.h"
 
 namespace {
 

@@ -7,7 +7,7 @@
 #include "cli/complaint.h"
 #include "monitor_tool/module_report.h"
 #include "monitor_tool/module_screen.h"
-#include "monitor_tool/monitor_look.h"
+#include "monitor_tool/status_commands.h"
 #include "output/live_screen.h"
 #include "output/terminal.h"
 
@@ -49,7 +49,7 @@ class Top {
 
   private:
     void look() {
-        reports_ = with_facts(survey_.signs());
+        reports_ = with_facts(survey_.results());
         if (options_.running) {
             keep_running(reports_);
         }

@@ -4,7 +4,7 @@
 
 #include "cli/complaint.h"
 #include "cli/input_line.h"
-#include "cli/near_name.h"
+#include "cli/spelling_hint.h"
 #include "cli/wait_notice.h"
 #include "frwk_module.h"
 #include "frwk_utils.h"

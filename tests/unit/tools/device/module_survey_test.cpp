@@ -25,7 +25,7 @@ TEST(ModuleSurvey, NobodyIsWaitedForWhereNobodyIsAsked) {
     const auto begin = std::chrono::steady_clock::now();
     survey.wait();
     EXPECT_LT(std::chrono::steady_clock::now() - begin, kPatience);
-    EXPECT_TRUE(survey.signs().empty());
+    EXPECT_TRUE(survey.results().empty());
 }
 
 TEST(ModuleSurvey, AModuleThatAnswersTheProbeAloneRuns) {
@@ -35,11 +35,11 @@ TEST(ModuleSurvey, AModuleThatAnswersTheProbeAloneRuns) {
         take_request(wlan, {});
         take_request(wlan, {});
     });
-    const VitalSigns signs = survey_module(E_APPS_MODULE_WLAN, kPatience);
+    const ProbeResult result = survey_module(E_APPS_MODULE_WLAN, kPatience);
     module.join();
-    EXPECT_TRUE(signs.probe.done());
-    EXPECT_FALSE(signs.status);
-    EXPECT_FALSE(signs.memory);
+    EXPECT_TRUE(result.probe.done());
+    EXPECT_FALSE(result.status);
+    EXPECT_FALSE(result.memory);
 }
 
 TEST(ModuleSurvey, AModuleThatIsLateIsNotAskedASecondTime) {
@@ -47,13 +47,13 @@ TEST(ModuleSurvey, AModuleThatIsLateIsNotAskedASecondTime) {
     ModuleSurvey survey({E_APPS_MODULE_WLAN}, kShort);
     survey.begin();
     survey.wait();
-    EXPECT_EQ(E_APPS_ERR_TIMEOUT, survey.signs()[E_APPS_MODULE_WLAN].probe.sent);
+    EXPECT_EQ(E_APPS_ERR_TIMEOUT, survey.results()[E_APPS_MODULE_WLAN].probe.sent);
     const int first = wlan.accept();
     survey.begin();
     survey.wait();
     EXPECT_FALSE(wlan.has_connection());
     (void)close(first);
-    const auto went_away = [&] { return survey.signs()[E_APPS_MODULE_WLAN].probe.sent == E_APPS_ERR_READ; };
+    const auto went_away = [&] { return survey.results()[E_APPS_MODULE_WLAN].probe.sent == E_APPS_ERR_READ; };
     EXPECT_TRUE(wait_until(went_away)) << "a late answer counts";
 }
 

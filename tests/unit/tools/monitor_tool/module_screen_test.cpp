@@ -8,9 +8,9 @@ namespace {
 
 ModuleReport running(const std::string &name, uint32_t bytes, int64_t microseconds) {
     ModuleReport report = {{1, name, "", FRWK_FLAG_DAEMON, true, 1}, {}};
-    report.signs.probe.sent = E_APPS_ERR_SUCCESS;
-    report.signs.microseconds = microseconds;
-    report.signs.memory = os_mem_usage_t{bytes, bytes, 1, 1, 0, 0};
+    report.result.probe.sent = E_APPS_ERR_SUCCESS;
+    report.result.microseconds = microseconds;
+    report.result.memory = os_mem_usage_t{bytes, bytes, 1, 1, 0, 0};
     return report;
 }
 

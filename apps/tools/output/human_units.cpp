@@ -1,4 +1,4 @@
-#include "output/quantity_text.h"
+#include "output/human_units.h"
 
 #include <cstdio>
 #include <iterator>

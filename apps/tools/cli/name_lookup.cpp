@@ -1,11 +1,11 @@
-#include "cli/table_names.h"
+#include "cli/name_lookup.h"
 
 #include <strings.h>
 
 #include <cerrno>
 #include <cstdlib>
 
-#include "cli/near_name.h"
+#include "cli/spelling_hint.h"
 #include "frwk_common.h"
 
 namespace {

@@ -1,4 +1,4 @@
-#include "cli/table_names.h"
+#include "cli/name_lookup.h"
 
 #include <gtest/gtest.h>
 
@@ -10,7 +10,7 @@ std::string shown(const Named &named) {
     return named.problem.empty() ? std::to_string(named.number) : named.problem;
 }
 
-TEST(TableNames, FindsAModuleByNameAliasOrId) {
+TEST(NameLookup, FindsAModuleByNameAliasOrId) {
     for (const char *word : {"wlan", "WLAN", "5", "0x5"}) {
         EXPECT_EQ("5", shown(find_module(word))) << word;
     }
@@ -19,7 +19,7 @@ TEST(TableNames, FindsAModuleByNameAliasOrId) {
     EXPECT_EQ("52", shown(find_module("52")));
 }
 
-TEST(TableNames, RefusesModulesThatCannotBeSentTo) {
+TEST(NameLookup, RefusesModulesThatCannotBeSentTo) {
     for (const char *word : {"0", "53", "40", "-1", "4294967301"}) {
         EXPECT_NE("", find_module(word).problem) << word;
     }
@@ -28,7 +28,7 @@ TEST(TableNames, RefusesModulesThatCannotBeSentTo) {
     EXPECT_EQ("unknown module ''", shown(find_module("")));
 }
 
-TEST(TableNames, FindsAMessageWithOrWithoutItsPrefixOrByAnyNumber) {
+TEST(NameLookup, FindsAMessageWithOrWithoutItsPrefixOrByAnyNumber) {
     EXPECT_EQ("6", shown(find_message("E_APPS_MSG_SYS_STATUS")));
     EXPECT_EQ("6", shown(find_message("e_apps_msg_sys_status")));
     EXPECT_EQ("6", shown(find_message("sys_status")));
@@ -42,7 +42,7 @@ TEST(TableNames, FindsAMessageWithOrWithoutItsPrefixOrByAnyNumber) {
     }
 }
 
-TEST(TableNames, FindsAResultCode) {
+TEST(NameLookup, FindsAResultCode) {
     EXPECT_EQ("17", shown(find_code("E_APPS_ERR_BUSY")));
     EXPECT_EQ("17", shown(find_code("busy")));
     EXPECT_EQ("10001", shown(find_code("E_APPS_VOICE_REQ_FAIL")));
@@ -50,7 +50,7 @@ TEST(TableNames, FindsAResultCode) {
     EXPECT_EQ("unknown result code 'bsy'; did you mean 'BUSY'?", shown(find_code("bsy")));
 }
 
-TEST(TableNames, ShowsWhatHasNoNameAsItsNumber) {
+TEST(NameLookup, ShowsWhatHasNoNameAsItsNumber) {
     EXPECT_EQ("wlan", module_text(E_APPS_MODULE_WLAN));
     EXPECT_EQ("0", module_text(0));
     EXPECT_EQ("45", module_text(45));
@@ -59,7 +59,7 @@ TEST(TableNames, ShowsWhatHasNoNameAsItsNumber) {
     EXPECT_EQ("40000 unknown", message_text(40000));
 }
 
-TEST(TableNames, ListsWhatCanBeCompleted) {
+TEST(NameLookup, ListsWhatCanBeCompleted) {
     EXPECT_EQ(549u, message_names().size());
     EXPECT_EQ(45u, module_names().size());
 }

@@ -1,4 +1,4 @@
-#include "cli/near_name.h"
+#include "cli/spelling_hint.h"
 
 #include <algorithm>
 #include <cctype>

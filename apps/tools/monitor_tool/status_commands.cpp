@@ -1,23 +1,23 @@
-#include "monitor_tool/monitor_look.h"
+#include "monitor_tool/status_commands.h"
 
 #include <algorithm>
 #include <cstdio>
 
 #include "cli/complaint.h"
-#include "cli/table_names.h"
+#include "cli/name_lookup.h"
 #include "device/module_words.h"
 #include "frwk_common.h"
 #include "monitor_tool/module_report.h"
-#include "output/pair_lines.h"
-#include "output/quantity_text.h"
+#include "output/field_list.h"
+#include "output/human_units.h"
 #include "output/terminal.h"
 #include "output/text_table.h"
 
 namespace {
 
 /* Reports why a module did not answer, if it did not. */
-ExitCode report_missing(const VitalSigns &signs, const char *command, uint32_t module) {
-    return report_outcome(signs.probe, module, std::string(command) + " " + module_text(module));
+ExitCode report_missing(const ProbeResult &result, const char *command, uint32_t module) {
+    return report_outcome(result.probe, module, std::string(command) + " " + module_text(module));
 }
 
 void print_json_reports(const std::vector<ModuleReport> &reports) {
@@ -31,10 +31,10 @@ void print_json_reports(const std::vector<ModuleReport> &reports) {
 // ---- status ----
 
 std::string memory_line(const ModuleReport &report) {
-    if (!report.signs.memory) {
+    if (!report.result.memory) {
         return "";
     }
-    const os_mem_usage_t &memory = *report.signs.memory;
+    const os_mem_usage_t &memory = *report.result.memory;
     return std::to_string(memory.live_bytes) + " bytes in " + std::to_string(memory.live_blocks) +
            " blocks, at most " + std::to_string(memory.peak_bytes) + " bytes so far";
 }
@@ -43,35 +43,35 @@ void print_status(const ModuleReport &report) {
     const ModuleFacts &facts = report.facts;
     print_title(facts.name);
     for (const char *column : {"id", "alias", "flags", "enabled", "startup", "state"}) {
-        print_pair(column, cell_of(report, column));
+        print_field(column, cell_of(report, column));
     }
-    print_pair("process", facts.process != 0 ? std::to_string(facts.process) : "");
-    print_pair("status", cell_of(report, "status"));
-    print_pair("memory", memory_line(report));
-    print_pair("time", cell_of(report, "time"));
-    print_pair("start delay", std::to_string(g_modules_info[facts.id].delay) + " ms");
-    print_pair("log facility", std::to_string(g_modules_info[facts.id].facility));
-    print_pair("arguments", frwk_module_cmd(facts.id));
+    print_field("process", facts.process != 0 ? std::to_string(facts.process) : "");
+    print_field("status", cell_of(report, "status"));
+    print_field("memory", memory_line(report));
+    print_field("time", cell_of(report, "time"));
+    print_field("start delay", std::to_string(g_modules_info[facts.id].delay) + " ms");
+    print_field("log facility", std::to_string(g_modules_info[facts.id].facility));
+    print_field("arguments", frwk_module_cmd(facts.id));
 }
 
 // ---- probe ----
 
-Json probe_as_json(uint32_t module, const VitalSigns &signs) {
+Json probe_as_json(uint32_t module, const ProbeResult &result) {
     Json object = json_members();
-    const apps_err_e_type code = signs.probe.delivered() ? signs.probe.result : signs.probe.sent;
+    const apps_err_e_type code = result.probe.delivered() ? result.probe.result : result.probe.sent;
     add_member(object, "name", json_text(module_text(module)));
     add_member(object, "result", json_number(code));
     add_member(object, "result_name", json_text(code_name(code)));
-    if (signs.probe.delivered()) {
-        add_member(object, "microseconds", json_number(signs.microseconds));
+    if (result.probe.delivered()) {
+        add_member(object, "microseconds", json_number(result.microseconds));
     }
     return object;
 }
 
-void print_probe(uint32_t module, const VitalSigns &signs) {
-    if (signs.probe.delivered()) {
+void print_probe(uint32_t module, const ProbeResult &result) {
+    if (result.probe.delivered()) {
         (void)std::printf("%s answered in %s\n", shown_text(Stream::kOutput, module_text(module)).c_str(),
-                          milliseconds_text(static_cast<double>(signs.microseconds)).c_str());
+                          milliseconds_text(static_cast<double>(result.microseconds)).c_str());
     }
 }
 
@@ -88,21 +88,21 @@ void add_memory_row(TextTable &table, uint32_t module, const os_mem_usage_t &mem
                std::to_string(memory.refused), std::to_string(memory.warn_at)});
 }
 
-void print_memory(const std::map<uint32_t, VitalSigns> &all) {
+void print_memory(const std::map<uint32_t, ProbeResult> &all) {
     TextTable table = memory_table();
-    for (const auto &[module, signs] : all) {
-        if (signs.memory) {
-            add_memory_row(table, module, *signs.memory);
+    for (const auto &[module, result] : all) {
+        if (result.memory) {
+            add_memory_row(table, module, *result.memory);
         }
     }
     table.print();
 }
 
-void print_memory_json(const std::map<uint32_t, VitalSigns> &all) {
+void print_memory_json(const std::map<uint32_t, ProbeResult> &all) {
     const Json items = json_items();
-    for (const auto &[module, signs] : all) {
-        if (signs.memory) {
-            Json object = memory_as_json(*signs.memory);
+    for (const auto &[module, result] : all) {
+        if (result.memory) {
+            Json object = memory_as_json(*result.memory);
             add_member(object, "name", json_text(module_text(module)));
             add_item(items, std::move(object));
         }
@@ -139,7 +139,7 @@ ExitCode show_status(const MonitorOptions &options) {
     } else {
         print_status(report);
     }
-    return report_missing(report.signs, "status", modules[0]);
+    return report_missing(report.result, "status", modules[0]);
 }
 
 ExitCode probe_modules(const MonitorOptions &options) {
@@ -148,19 +148,19 @@ ExitCode probe_modules(const MonitorOptions &options) {
     if (code != ExitCode::kDone) {
         return code;
     }
-    const std::map<uint32_t, VitalSigns> all = survey_modules(modules, options.limit());
+    const std::map<uint32_t, ProbeResult> all = survey_modules(modules, options.limit());
     const Json items = json_items();
-    for (const auto &[module, signs] : all) {
-        add_item(items, probe_as_json(module, signs));
+    for (const auto &[module, result] : all) {
+        add_item(items, probe_as_json(module, result));
     }
     if (options.json) {
         print_json(items);
     }
-    for (const auto &[module, signs] : all) {
+    for (const auto &[module, result] : all) {
         if (!options.json) {
-            print_probe(module, signs);
+            print_probe(module, result);
         }
-        code = std::max(code, report_missing(signs, "probe", module));
+        code = std::max(code, report_missing(result, "probe", module));
     }
     return code;
 }
@@ -172,15 +172,15 @@ ExitCode show_memory(const MonitorOptions &options) {
         return code;
     }
     const bool every = modules.empty();
-    const std::map<uint32_t, VitalSigns> all =
+    const std::map<uint32_t, ProbeResult> all =
         survey_modules(every ? modules_to_ask() : modules, options.limit());
     if (options.json) {
         print_memory_json(all);
     } else {
         print_memory(all);
     }
-    for (const auto &[module, signs] : all) {
-        code = every ? code : std::max(code, report_missing(signs, "memory", module));
+    for (const auto &[module, result] : all) {
+        code = every ? code : std::max(code, report_missing(result, "memory", module));
     }
     return code;
 }

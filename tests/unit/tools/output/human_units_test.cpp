@@ -1,16 +1,16 @@
-#include "output/quantity_text.h"
+#include "output/human_units.h"
 
 #include <gtest/gtest.h>
 
 namespace {
 
-TEST(QuantityText, ShowsMillisecondsWithTheirMicroseconds) {
+TEST(HumanUnits, ShowsMillisecondsWithTheirMicroseconds) {
     EXPECT_EQ("0.000 ms", milliseconds_text(0));
     EXPECT_EQ("0.123 ms", milliseconds_text(123));
     EXPECT_EQ("12345.678 ms", milliseconds_text(12345678));
 }
 
-TEST(QuantityText, ShortMillisecondsKeepThreeDigits) {
+TEST(HumanUnits, ShortMillisecondsKeepThreeDigits) {
     EXPECT_EQ("0.12", short_milliseconds(123));
     EXPECT_EQ("9.99", short_milliseconds(9990));
     EXPECT_EQ("10.0", short_milliseconds(9999));
@@ -19,7 +19,7 @@ TEST(QuantityText, ShortMillisecondsKeepThreeDigits) {
     EXPECT_EQ("12346", short_milliseconds(12345678));
 }
 
-TEST(QuantityText, ShortBytesTakeFiveCharactersAtMost) {
+TEST(HumanUnits, ShortBytesTakeFiveCharactersAtMost) {
     EXPECT_EQ("0", short_bytes(0));
     EXPECT_EQ("999", short_bytes(999));
     EXPECT_EQ("1.0K", short_bytes(1000));

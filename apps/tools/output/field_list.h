@@ -9,4 +9,4 @@
 void print_title(const std::string &title);
 
 /* Prints a line below it; an empty value is a dash. */
-void print_pair(const std::string &name, const std::string &value);
+void print_field(const std::string &name, const std::string &value);
