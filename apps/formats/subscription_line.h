@@ -1,19 +1,19 @@
 /*
- * The text of a subscription file: the modules that subscribed to an event, a name a line, in the order of
- * subscription. Pure text; knows nothing of files. docs/events.md describes who changes a file, and when.
+ * The text of a subscription file: the modules that subscribed to an event, one name per line, in the order
+ * of subscription. Pure; does not access files. docs/events.md describes who changes a file, and when.
  */
 #pragma once
 
 #include <cstddef>
 #include <string_view>
 
-/* Added to a name when its module subscribes. */
+/* Ends each name. */
 inline constexpr char kSubscriptionEnd = '\n';
 
 /* Longer lines are split into pieces of this many characters, including the line end. */
 inline constexpr size_t kSubscriptionPiece = 62;
 
-/* A line, or a piece of one, that a reader puts together character by character. */
+/* A line, or a piece of one, that a reader builds from the blocks that it reads. */
 class SubscriptionLine {
   public:
     void clear() {
@@ -22,16 +22,20 @@ class SubscriptionLine {
     }
     bool empty() const { return length_ == 0; }
 
-    /* Whether it takes no more characters. */
+    /* Whether the line is complete. */
     bool is_whole() const { return is_whole_; }
 
-    /* Only when it isn't whole. */
-    void add(char character) {
-        text_[length_++] = character;
-        is_whole_ = character == kSubscriptionEnd || length_ == kSubscriptionPiece;
+    /* Appends the part of a text that belongs to this line, which is not whole. Returns the part's length. */
+    size_t take(std::string_view text) {
+        const std::string_view piece = text.substr(0, kSubscriptionPiece - length_);
+        const size_t end = piece.find(kSubscriptionEnd);
+        const size_t taken = end == std::string_view::npos ? piece.size() : end + 1;
+        length_ += piece.copy(text_ + length_, taken);
+        is_whole_ = end != std::string_view::npos || length_ == kSubscriptionPiece;
+        return taken;
     }
 
-    /* The name in it, without blanks at its end; "" for none. Valid until the next change. */
+    /* The name in the line, without trailing blanks; may be "". Valid until the next change. */
     const char *name();
 
   private:
@@ -40,7 +44,7 @@ class SubscriptionLine {
     char text_[kSubscriptionPiece + 1];
 };
 
-/* A part of a text: its first byte, and the one behind its last. */
+/* A part of a text, from begin up to, and not including, end. */
 struct TextPart {
     size_t begin;
     size_t end;
@@ -49,7 +53,7 @@ struct TextPart {
 };
 
 /*
- * What a module's unsubscribing removes from a file's text: from the first place at which the name stands, be
- * it within another name, to the end of that line. Empty when it stands nowhere.
+ * The part of a file's text that unsubscribing a module removes: from the first occurrence of its name, even
+ * in another name, to the end of that line. Empty if the name does not occur.
  */
 TextPart subscription_of(std::string_view name, std::string_view text);

@@ -14,6 +14,22 @@ namespace {
 
 constexpr size_t kBufferSize = 16384;
 
+/* The errno value with which a rename to this path would fail although its folder can be written; 0 for none.
+ */
+int rename_obstacle(const std::string &path) {
+    struct statx found = {};
+    if (::statx(AT_FDCWD, path.c_str(), 0, STATX_TYPE, &found) != 0) {
+        return 0; /* the file is missing, or the kernel does not know */
+    }
+    if (S_ISDIR(found.stx_mode)) {
+        return EISDIR;
+    }
+    if ((found.stx_attributes & STATX_ATTR_MOUNT_ROOT) != 0) {
+        return EBUSY;
+    }
+    return (found.stx_attributes & (STATX_ATTR_IMMUTABLE | STATX_ATTR_APPEND)) != 0 ? EPERM : 0;
+}
+
 }  // namespace
 
 bool remove_leftover(const std::string &path) {
@@ -28,9 +44,7 @@ SuccessorFile::SuccessorFile(const std::string &path)
 }
 
 int SuccessorFile::obstacle() const {
-    struct stat info = {};
-    const bool is_folder = ::stat(path_.c_str(), &info) == 0 && S_ISDIR(info.st_mode);
-    return error_ == 0 && is_folder ? EISDIR : error_;
+    return error_ != 0 ? error_ : rename_obstacle(path_);
 }
 
 void SuccessorFile::flush() {

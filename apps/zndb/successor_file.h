@@ -26,7 +26,7 @@ class SuccessorFile {
 
     /*
      * Checks in advance whether the file can be replaced. Returns 0 or an errno value: that of the first
-     * failure so far, or EISDIR if the file is a folder.
+     * failure so far, EISDIR if the file is a folder, EBUSY if it is mounted, EPERM if it is immutable.
      */
     int obstacle() const;
 

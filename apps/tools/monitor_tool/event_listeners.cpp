@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <string_view>
 #include <system_error>
 
 #include "device/text_file.h"
@@ -51,13 +52,10 @@ EventListeners read_event(const char *folder, bool used, const std::string &even
 std::vector<std::string> subscriber_names(const std::string &text) {
     std::vector<std::string> names;
     SubscriptionLine line;
-    for (const char character : text) {
-        line.add(character);
-        if (line.is_whole()) {
-            take_name(line, names);
-        }
+    for (std::string_view rest = text; !rest.empty();) {
+        rest.remove_prefix(line.take(rest));
+        take_name(line, names);
     }
-    take_name(line, names);
     return names;
 }
 

@@ -122,7 +122,8 @@ void read_environment() {
         os_debug_enable();
     }
     const char *level = getenv(kLogLevelVariable);
-    if (level != nullptr && level[0] >= '0' && level[0] <= '8' && level[1] == '\0') {
+    constexpr char kLastLevel = '0' + static_cast<char>(std::size(kLogLevels) - 1);
+    if (level != nullptr && level[0] >= '0' && level[0] <= kLastLevel && level[1] == '\0') {
         __atomic_store_n(&g_syslog_level, level[0] - '0', __ATOMIC_RELAXED);
     }
 }

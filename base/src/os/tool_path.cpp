@@ -47,6 +47,12 @@ bool is_missing(int error) {
     return error == ENOENT || error == ENOTDIR || error == EACCES;
 }
 
+/* Links of /proc, such as /proc/self/cwd, name another folder in each process. */
+bool is_of_the_reader(const struct stat &link) {
+    struct stat processes;
+    return lstat("/proc", &processes) == 0 && link.st_dev == processes.st_dev;
+}
+
 Found look_at(const char *path, bool is_last) {
     struct stat found;
     if (lstat(path, &found) != 0) {
@@ -59,7 +65,7 @@ Found look_at(const char *path, bool is_last) {
         return Found::kUnsafe;
     }
     if (S_ISLNK(found.st_mode)) {
-        return Found::kLink;
+        return is_of_the_reader(found) ? Found::kUnsafe : Found::kLink;
     }
     return S_ISDIR(found.st_mode) && is_kept(found, is_last) ? Found::kFolder : Found::kUnsafe;
 }

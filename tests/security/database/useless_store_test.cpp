@@ -65,6 +65,14 @@ TEST_F(UselessStore, ARestoreOntoAReadOnlyFlashChangesNothing) {
     EXPECT_EQ("data", file_text(kDatabase));
 }
 
+TEST_F(UselessStore, AMountedFileIsNotReset) {
+    const std::string file = paths::kPlainFile;
+    start_after("mount --bind " + file + " " + file);
+    EXPECT_NE(0, zndb_reset());
+    EXPECT_EQ("home", plain("ssid"));
+    EXPECT_TRUE(zndb_->wait_for_error("reset refused, since it could not be saved: can't replace " + file));
+}
+
 /* What could not be saved would be lost, and an emptied database left empty. */
 TEST_F(UselessStore, ARestoreThatCannotSaveFirstChangesNothing) {
     EXPECT_EQ("", kTool.output_of({"backup", kBackup}));

@@ -167,6 +167,13 @@ TEST_F(ToolPathByAnotherUser, AnotherUsersLinkIsDropped) {
     EXPECT_EQ(a, safe(link + ":" + link + "/:" + a));
 }
 
+TEST_F(ToolPath, AFolderByTheNameOfAProcessIsDropped) {
+    const std::string a = make("/a");
+    const std::string link = std::string(kRoom) + "/working_folder";
+    ASSERT_EQ(0, symlink("/proc/self/cwd", link.c_str()));
+    EXPECT_EQ(a, safe("/proc/self/cwd:/./proc/self/root/usr/bin:" + link + ":" + a));
+}
+
 TEST_F(ToolPath, TheDevicesOwnFoldersAreSafe) {
     EXPECT_EQ("/usr/bin:/bin", safe("/usr/bin:/bin"));
 }

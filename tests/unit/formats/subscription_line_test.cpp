@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace {
@@ -13,10 +14,9 @@ using Names = std::vector<std::string>;
 Names names_in(const std::string &text) {
     Names names;
     SubscriptionLine line;
-    for (size_t at = 0; at < text.size();) {
-        for (line.clear(); at < text.size() && !line.is_whole(); ++at) {
-            line.add(text[at]);
-        }
+    for (std::string_view rest = text; !rest.empty();) {
+        line.clear();
+        rest.remove_prefix(line.take(rest));
         names.emplace_back(line.name());
     }
     return names;
@@ -48,6 +48,21 @@ TEST(SubscriptionLine, ALongLineIsTakenInPiecesOf62) {
     EXPECT_EQ(Names({std::string(61, 'x'), "wlan"}), names_in(std::string(61, 'x') + "\nwlan\n"));
 }
 
+TEST(SubscriptionLine, ALineMayComeInParts) {
+    SubscriptionLine line;
+    EXPECT_EQ(2u, line.take("wl"));
+    EXPECT_FALSE(line.is_whole());
+    EXPECT_EQ(3u, line.take("an\nlcd\n"));
+    EXPECT_TRUE(line.is_whole());
+    EXPECT_STREQ("wlan", line.name());
+
+    line.clear();
+    EXPECT_EQ(60u, line.take(std::string(60, 'x')));
+    EXPECT_EQ(2u, line.take("yyy\n"));
+    EXPECT_TRUE(line.is_whole());
+    EXPECT_EQ(std::string(60, 'x') + "yy", line.name());
+}
+
 TEST(SubscriptionLine, ANulEndsTheName) {
     EXPECT_EQ(Names({"wlan"}), names_in(std::string("wlan\0x\n", 7)));
 }
@@ -57,7 +72,7 @@ TEST(SubscriptionLine, IsEmptyUntilItHasACharacter) {
     EXPECT_TRUE(line.empty());
     EXPECT_FALSE(line.is_whole());
     EXPECT_STREQ("", line.name());
-    line.add('w');
+    line.take("w");
     EXPECT_FALSE(line.empty());
     EXPECT_STREQ("w", line.name());
     line.clear();

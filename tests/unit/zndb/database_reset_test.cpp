@@ -18,6 +18,16 @@ class DatabaseReset : public DatabaseFixture {
         log_.clear();
     }
 
+    /* Files have an attribute more. */
+    static void give_attribute(uint64_t attribute) {
+        doubles::libc::statx.stand_in(
+            [attribute](int folder, const char *path, int flags, unsigned mask, struct ::statx *found) {
+                const int result = doubles::libc::statx.real(folder, path, flags, mask, found);
+                found->stx_attributes |= attribute;
+                return result;
+            });
+    }
+
     /* Expects a refusal that changes nothing, leaves nothing and has one line in the log. */
     void expect_refused(int32_t result, int error) {
         EXPECT_EQ(result, database_->reset());
@@ -63,6 +73,21 @@ TEST_F(DatabaseReset, IsRefusedWhereTheFoldersCantBeMade) {
 TEST_F(DatabaseReset, IsRefusedWhereTheFileIsAFolder) {
     std::filesystem::create_directories(kPlainFile);
     expect_refused(2007, EISDIR);
+}
+
+TEST_F(DatabaseReset, IsRefusedWhereTheFileIsMounted) {
+    put_file(kPlainFile, "");
+    give_attribute(STATX_ATTR_MOUNT_ROOT);
+    expect_refused(2007, EBUSY);
+}
+
+TEST_F(DatabaseReset, IsRefusedWhereTheFileIsImmutable) {
+    for (const uint64_t attribute : {STATX_ATTR_IMMUTABLE, STATX_ATTR_APPEND}) {
+        log_.clear();
+        put_file(kPlainFile, "");
+        give_attribute(attribute);
+        expect_refused(2006, EPERM);
+    }
 }
 
 TEST_F(DatabaseReset, IsDoneOnceTheFileCanBeReplaced) {

@@ -133,7 +133,7 @@ SubscriptionLines::SubscriptionLines(const SubscriptionFile &file) : fd_(file.op
 const char *SubscriptionLines::next() {
     line_.clear();
     while (!line_.is_whole() && fill()) {
-        line_.add(block_[used_++]);
+        used_ += line_.take({block_ + used_, filled_ - used_});
     }
     return line_.empty() ? nullptr : line_.name();
 }
