@@ -22,8 +22,8 @@ int open_for_reading(const char *path);
 int open_for_reading_in(int folder, const char *name);
 
 /*
- * The same for a regular file; fails with EINVAL for anything else. found: receives the result of fstat. Returns
- * nothing owned, with errno set, on failure.
+ * The same for a regular file; fails with EINVAL for anything else. found: receives the result of fstat.
+ * Returns nothing owned, with errno set, on failure.
  */
 UniqueFd open_regular(const char *path, struct stat *found);
 UniqueFd open_regular_in(int folder, const char *name, struct stat *found);

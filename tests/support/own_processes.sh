@@ -14,11 +14,16 @@ if [ -n "${OWN_PROCESSES_INSIDE-}" ]; then
     exit
 fi
 
-for as_user in "" --map-current-user; do
-    options="$as_user --pid --fork --kill-child --mount-proc"
-    if unshare $options -- true 2> /dev/null; then
-        export OWN_PROCESSES_INSIDE=1
-        exec unshare $options -- "$0" "$@"
-    fi
-done
+# Root needs no user namespace. Where it may not do without one, as in a container, it gets one as anybody does.
+as_user=
+separate() {
+    unshare ${as_user:+"$as_user"} --pid --fork --kill-child --mount-proc -- "$@"
+}
+
+separate true 2> /dev/null || as_user=--map-current-user
+if separate true 2> /dev/null; then
+    export OWN_PROCESSES_INSIDE=1
+    separate "$0" "$@"
+    exit
+fi
 exec "$@"
