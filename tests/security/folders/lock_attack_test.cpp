@@ -12,6 +12,7 @@
 
 #include "security/attacker.h"
 #include "security/folders/attacked_device.h"
+#include "security/folders/lock_holder.h"
 #include "support/module_process.h"
 #include "support/other_user.h"
 
@@ -40,26 +41,6 @@ bool lock(const char *path, int flags, short type) {
 bool lock_somehow(const char *path) {
     return lock(path, O_RDONLY, F_RDLCK) || lock(path, O_RDWR, F_WRLCK);
 }
-
-/* The other user with a lock on a file of theirs, until the end of the scope. */
-class Holder {
-  public:
-    explicit Holder(const char *path) : attacker_(As::kAnotherUser, [path] { hold(path); }) {
-        attacker_.wait_for_a_move();
-    }
-
-  private:
-    static void hold(const char *path) {
-        static const int fd = ::open(path, O_RDWR | O_CLOEXEC);
-        struct flock whole = {};
-        whole.l_type = F_WRLCK;
-        whole.l_whence = SEEK_SET;
-        (void)::fcntl(fd, F_SETLK, &whole);
-        (void)::usleep(1000);
-    }
-
-    Attacker attacker_;
-};
 
 class LockAttack : public testing::Test {
   protected:
@@ -142,8 +123,8 @@ TEST_F(LockAttackByAnotherUser, AFileThatSomebodyElseHoldsALockOnIsSetAside) {
     open_to_all(kLockFolder);
     plant(Plant::kFile, kInstanceLock);
     plant(Plant::kFile, kSubscribeLock);
-    const Holder at_start(kInstanceLock);
-    const Holder at_subscribing(kSubscribeLock);
+    const LockHolder at_start(kInstanceLock);
+    const LockHolder at_subscribing(kSubscribeLock);
     ModuleProcess wlan(kWlan);
     EXPECT_EQ(std::to_string(wlan.pid()), file_text(kInstanceLock)) << wlan.process().errors();
     EXPECT_EQ("ret=0", wlan.ask("sub link"));

@@ -12,6 +12,7 @@
 #include "frwk_common.h"
 #include "os_log.h"
 #include "security/folders/attacked_device.h"
+#include "security/folders/lock_holder.h"
 #include "support/module_process.h"
 #include "support/other_user.h"
 
@@ -102,12 +103,37 @@ TEST_F(OpenFolder, NothingIsToldOfFoldersThatAreClosed) {
 }
 
 TEST_F(OpenFolderByAnotherUser, AFolderOfAnotherUserIsTold) {
-    ASSERT_EQ(0, ::mkdir(kIpcFolder, 0755));
-    ASSERT_EQ(0, ::chown(kIpcFolder, kOtherUser, ::getegid()));
+    ASSERT_EQ(0, ::mkdir(kMaskFolder, 0755));
+    ASSERT_EQ(0, ::chown(kMaskFolder, kOtherUser, ::getegid()));
     ModuleProcess wlan(kWlan);
     EXPECT_TRUE(
-        wlan.process().wait_for_error("others can write the working folder /tmp/m_tmp/ipc: owner 60001, "
+        wlan.process().wait_for_error("others can write the working folder /m_data/usr/mask: owner 60001, "
                                       "mode 0755"));
+}
+
+/* While the temporary folder was open, they made the lock's folder, and hold a lock on a module's file. */
+TEST_F(OpenFolderByAnotherUser, WhatWasPlantedBeforeTheFolderWasClosedIsSetAside) {
+    open_to_all(kTempFolder);
+    plant(Plant::kFolder, kLockFolder);
+    plant(Plant::kFolder, kIpcFolder);
+    plant(Plant::kFile, std::string(kLockFolder) + "/wlan");
+    ASSERT_EQ(0, ::chmod(kTempFolder, 0755));
+    const LockHolder holder("/tmp/m_tmp/lock/wlan");
+    ModuleProcess wlan(kWlan);
+    EXPECT_EQ("ret=0 result=0 rsp=6f6b", wlan.ask("sync 5 40000 3 2 text:ok"));
+    EXPECT_EQ(::geteuid(), owner_of(kLockFolder));
+    EXPECT_EQ(::geteuid(), owner_of(kIpcFolder));
+}
+
+/* They could replace the folders in it anyway. */
+TEST_F(OpenFolderByAnotherUser, FoldersOfTheTemporaryFoldersOwnerStay) {
+    for (const char *folder : {kTempFolder, kIpcFolder}) {
+        (void)::mkdir(folder, 0755);
+        ASSERT_EQ(0, ::chown(folder, kOtherUser, ::getegid()));
+    }
+    const ModuleProcess wlan(kWlan);
+    EXPECT_EQ(kOtherUser, owner_of(kIpcFolder));
+    ASSERT_EQ(0, ::chown(kTempFolder, ::geteuid(), ::getegid()));
 }
 
 /* The other user is the module, and the folder root's. */

@@ -92,11 +92,11 @@ void make_guarded_temp_folder(const char *path) {
     make_guarded_folder(path);
 }
 
+/* A folder that somebody planted while /tmp/m_tmp was open is still theirs after it was closed. */
 void close_temp_folder() {
-    if (!is_open(paths::kTempFolder)) {
-        return;
+    if (is_open(paths::kTempFolder)) {
+        close_folder(paths::kTempFolder, false);
     }
-    close_folder(paths::kTempFolder, false);
     for (const char *folder : {paths::kLockFolder, paths::kIpcFolder}) {
         (void)set_aside_planted(folder, FolderOwner::kTrusted);
     }
