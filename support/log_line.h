@@ -106,5 +106,5 @@ LogRecord parse_log_line(const std::string &line);
 /* The names of the levels, from the most urgent one. */
 std::vector<std::string> level_names();
 
-/* The level of a name, short forms included, or of a number; kNoLevel when there is none. */
+/* The level of a name, short forms included, or of a number; kNoLevel for an unknown name. */
 int level_named(const std::string &word);

@@ -46,7 +46,7 @@ int32_t os_thread_join(os_thread_t thread);
 /*
  * Cancels a thread, which ends at its next cancellation point, such as a wait. The call doesn't wait for
  * that, and the thread's resources are not released. The C library allocates memory for the first call of a
- * process, and ends the process if there is none.
+ * process, and ends the process if that fails.
  *
  * thread: a thread that has not been joined or released; 0 gives ESRCH.
  */

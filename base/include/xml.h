@@ -26,7 +26,7 @@ typedef struct xml_node xml_node;
  */
 xml_doc *xml_file_parse(const char *path);
 
-/* Returns the root element, or null if there is none or doc is null. */
+/* Returns the root element, or null if doc is null or has no root element. */
 xml_node *xml_get_doc_root(xml_doc *doc);
 
 /*

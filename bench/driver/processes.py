@@ -90,7 +90,7 @@ class Programs:
 
 
 class Server:
-    """One server process, with a helper behind it at times."""
+    """One server process, for some peers with a helper process."""
 
     def __init__(self, programs, process):
         self.programs = programs

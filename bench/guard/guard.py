@@ -169,7 +169,7 @@ def uncounted(found, record):
 
 
 def check_itself(found):
-    """A guard that can't bark is none: what was found has to be too much for a record that is a bit lower."""
+    """Checks the guard itself: the measured figures must exceed a record that is a bit lower."""
     lower = {path: (count / SLACK - 1, calls) for path, (count, calls) in found.items()}
     fewer_calls = {path: (count, calls - 0.1) for path, (count, calls) in found.items()}
     near = {path: (count / SLACK + 1, calls) for path, (count, calls) in found.items()}
@@ -177,7 +177,7 @@ def check_itself(found):
     if set(growth(found, lower)) != everything or set(growth(found, fewer_calls)) != everything:
         sys.exit("guard: growth would not be seen")
     if growth(found, near) or growth(found, found) or set(growth(found, {})) != everything:
-        sys.exit("guard: growth is seen where there is none")
+        sys.exit("guard: reports growth without any")
     if set(uncounted({}, found)) != everything or uncounted(found, found):
         sys.exit("guard: a path could be dropped")
     patched, old = "# for cpu, g++ 12.9.9, glibc 1\na 1 1\n", "# for cpu, g++ 11.1.0, glibc 1\na 1 1\n"

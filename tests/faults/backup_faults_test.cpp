@@ -170,9 +170,9 @@ std::vector<Scenario> diagnostics() {
             })
             .verified([] { return g_answer; })
             .failing({E_APPS_ERR_IO, E_APPS_ERR_MALLOC})
-            .except(
-                {Call::lstat64}, Waived::kEffectIfLogged,
-                "no tool is run from a folder that can't be looked at; the output says that there is none")
+            .except({Call::lstat64}, Waived::kEffectIfLogged,
+                    "no tool is run from a folder that can't be looked at; the output then says that no tool "
+                    "was found")
             .varying(),
         Scenario("frwk_diag_free")
             .prepared([] {

@@ -72,7 +72,7 @@ bool is_left_out(const LeftOut (&list)[kCount], const std::string &name) {
     return false;
 }
 
-/* What a row of a table names, made by one of these; or of the quiet functions, with its call behind it. */
+/* What a row of a table names, made by one of these; or of the quiet functions, followed by its call. */
 std::set<std::string> with_scenario() {
     const std::string tables = all_tables();
     const std::regex row(R"re((?:Scenario|makes|cpu|language|command)\(\s*"(\w+)[",]|\{"(\w+)",\s*\[\])re");

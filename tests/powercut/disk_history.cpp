@@ -17,7 +17,7 @@ namespace {
 constexpr size_t kPage = 4096;
 constexpr size_t kSector = 512;
 
-/* The beginning of the first, and what the other has behind it. */
+/* The beginning of the first, followed by the rest of the other. */
 std::string torn_at(const std::string &before, const std::string &now, size_t place) {
     std::string torn = now.substr(0, std::min(place, now.size()));
     const std::string rest = before.size() > place ? before.substr(place) : "";

@@ -2,7 +2,7 @@
 # two_hosts.sh COMMAND [ARG...]: runs a command on a host that is joined by a cable to a far host.
 #
 #   here    rmnet0 10.11.0.1/24, fd11::1/64, and loopback
-#   there   far0   10.11.0.2/24, fd11::2/64, and loopback; 10.12.0.0/16 lies behind it, where nobody answers
+#   there   far0   10.11.0.2/24, fd11::2/64, and loopback; it routes 10.12.0.0/16, where nobody answers
 #
 # Both are network namespaces of its own, and so is the mount namespace: the command may mount file systems.
 # FAR_HOST is the process that keeps the far host: "nsenter -t $FAR_HOST -n PROGRAM" runs a program there. To be

@@ -436,7 +436,7 @@ const char *frwk_get_filename(const char *path);
  */
 int32_t frwk_reboot_reason_save(int32_t reason);
 
-/* Returns the reason that was saved last; 0 if there is none or it can't be read. */
+/* Returns the last saved reason; 0 if no reason was saved or it can't be read. */
 int32_t frwk_reboot_reason_get(void);
 
 /* Returns 1 if a reset to factory settings was requested and is not completed, else 0. */

@@ -73,8 +73,8 @@ typedef union frwk_diag_req {
 
 /* One run. */
 typedef struct frwk_diag_ctx {
-    FILE *fp;                       /* the tool's output, open for reading; null if there is none */
-    char path[FRWK_DIAG_PATH_SIZE]; /* file of the output; empty if there is none */
+    FILE *fp;                       /* the tool's output, open for reading, or null */
+    char path[FRWK_DIAG_PATH_SIZE]; /* path of the output file, or empty */
     zn_bf_t buf;                    /* the output as a text; its length includes NULs that the tool printed */
 } frwk_diag_ctx;
 

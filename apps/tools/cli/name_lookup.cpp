@@ -29,7 +29,7 @@ bool same_name(const std::string &left, const char *right) {
     return ::strcasecmp(left.c_str(), right) == 0;
 }
 
-/* The row with the name "word", or prefix and word; null if there is none. */
+/* Finds the row with the name "word", or prefix and word. Returns null if no row has that name. */
 const zn_enum_item *row_named(const zn_enum_item *table, size_t count, const std::string &prefix,
                               const std::string &word) {
     for (size_t i = 0; i < count; ++i) {

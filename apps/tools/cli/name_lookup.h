@@ -14,7 +14,7 @@
 /* A number, or the problem with the word. */
 struct Named {
     int64_t number;
-    std::string problem; /* "" when there is none */
+    std::string problem; /* "" on success */
 };
 
 /* A module that can be sent to: its name or alias, in upper or lower case, or its id. */

@@ -122,7 +122,7 @@ class Run {
             note_flaw_unless(send(database, E_APPS_MSG_ZNDB_SAVE) == 0, "can't be saved");
             note_flaw_unless(
                 unfinished_files().count(std::string(paths::kPlainFile) + paths::kTemporarySuffix) == 0,
-                "leaves what it tried for ever");
+                "never removes what it tried");
         }
     }
 

@@ -29,7 +29,7 @@ static void read_numbers(const char *text, struct libc_numbers *numbers) {
     memcpy(&numbers->of_strtod_cast, &narrow, sizeof(narrow));
 }
 
-/* Returns the size of the next request, or 0 if there is none. */
+/* Returns the size of the next request, or 0 at the end of the input. */
 static uint32_t read_request(void) {
     uint32_t length = 0;
     if (fread(&length, sizeof(length), 1, stdin) != 1) {

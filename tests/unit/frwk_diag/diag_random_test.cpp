@@ -22,8 +22,7 @@ constexpr char kShellCharacters[] = " \t\r\n;&|<>()$`\\\"'*?~#=%!{},/^@+-";
 
 class RandomNames {
   public:
-    /* A name of host characters; in two of three there is one that doesn't belong, or there is none at all.
-     */
+    /* A name of host characters; two of three have a wrong character, or are empty. */
     std::string next() {
         std::string name(pick(4) == 0 ? pick(300) : pick(12), '\0');
         for (char &character : name) {

@@ -22,7 +22,7 @@ struct DfRecording {
     const char *version;
     const char *partition;
     int32_t column;
-    int32_t number; /* kNone when there is none */
+    int32_t number; /* or kNone */
 };
 
 constexpr uint32_t kKept = kUntouchedState.usr;

@@ -18,7 +18,7 @@ constexpr size_t kLineSize = 256 + 1;
  * Runs a tool and returns the first line that is_wanted accepts, without blanks and line end at its end.
  *
  * caller: the function name in the log lines. line: receives the line.
- * Returns false, and logs the cause, if there is none.
+ * Returns false, and logs the cause, on failure.
  */
 bool find_line(LogName caller, const char *tool, const char *command, bool (*is_wanted)(const char *),
                char (&line)[kLineSize]) {

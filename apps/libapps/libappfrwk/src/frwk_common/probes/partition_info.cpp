@@ -26,7 +26,7 @@ void build_command(const char *name, int32_t column, DfCommand *command) {
     command->add_word(name).add(" | grep -v grep |awk '{print $%d}'", column);
 }
 
-/* Reads the first line of the command's output. Returns false, and logs the cause, if there is none. */
+/* Reads the first line of the command's output. Returns false, and logs the cause, on failure. */
 bool read_first_line(LogName caller, const DfCommand &command, char (&line)[kLineSize]) {
     FRWK_DEBUG(caller, "command [%s].", command.text());
     ToolOutput output(command.text());

@@ -46,7 +46,7 @@ class KeyValueFile {
      * read. */
     [[nodiscard]] bool open(const char *path);
 
-    /* Reads the next pair of the opened file. Returns false if there is none. */
+    /* Reads the next pair of the opened file. Returns false at the end of the file. */
     [[nodiscard]] bool next(KeyValue *pair);
 
     /* Whether a read error, which was logged, ended the pairs before the file's end. */
