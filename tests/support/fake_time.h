@@ -40,6 +40,10 @@ class FakeTime {
     /* Sends a signal every ms milliseconds while the code waits; 0 for none. */
     void signal_each(int64_t ms) { signal_each_ = ms; }
 
+    /* From now on the peer is a thread: the code waits for it as long as it takes, and no simulated time
+     * passes. */
+    void wait_for_thread() { peer_is_thread_ = true; }
+
     /* The time limits of the waits that did not return at once. */
     const std::vector<int> &limits() const { return limits_; }
 
@@ -63,6 +67,9 @@ class FakeTime {
             events_[next_++].happens();
             ready = doubles::libc::poll.real(fds, count, 0);
         }
+        if (ready == 0 && peer_is_thread_) {
+            return doubles::libc::poll.real(fds, count, -1);
+        }
         if (ready == 0 && signal < end) {
             now_ms_ = kBegin + signal;
             errno = EINTR;
@@ -79,6 +86,7 @@ class FakeTime {
 
     int64_t now_ms_ = kBegin;
     int64_t signal_each_ = 0;
+    bool peer_is_thread_ = false;
     std::vector<Event> events_;
     size_t next_ = 0;
     std::vector<int> limits_;

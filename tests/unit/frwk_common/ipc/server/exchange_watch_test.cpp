@@ -285,6 +285,7 @@ class ExchangeLimitTest : public ExchangeWatchTest {
     }
     void peer_reads_the_rest_at(int64_t ms) {
         time_.at(ms, [this] {
+            time_.wait_for_thread();
             reader_ =
                 std::thread([this] { read_ += read_bytes(pair_.test(), kLargeRoom + 8 - read_).size(); });
         });
