@@ -82,7 +82,7 @@ TEST_F(DatabaseReset, IsRefusedWhereTheFileIsMounted) {
 }
 
 TEST_F(DatabaseReset, IsRefusedWhereTheFileIsImmutable) {
-    for (const uint64_t attribute : {STATX_ATTR_IMMUTABLE, STATX_ATTR_APPEND}) {
+    for (const uint64_t attribute : {uint64_t{STATX_ATTR_IMMUTABLE}, uint64_t{STATX_ATTR_APPEND}}) {
         log_.clear();
         put_file(kPlainFile, "");
         give_attribute(attribute);
