@@ -23,12 +23,6 @@ bool takes_mode(int flags) {
     return (flags & (O_CREAT | __O_TMPFILE)) != 0;
 }
 
-/* Whether the name is that of a process in /proc which belongs to another group than this one's. */
-bool is_strange_process(const char *name) {
-    const pid_t pid = static_cast<pid_t>(std::strtol(name, nullptr, 10));
-    return pid > 0 && ::getpgid(pid) != ::getpgrp();
-}
-
 }  // namespace
 
 QUOR_IN_FRONT(int, open64, (const char *path, int flags, ...)) {
@@ -125,21 +119,4 @@ QUOR_IN_FRONT(int, fcntl64, (int fd, int command, ...)) {
     va_end(rest);
     const Fault fault = faults::take(Call::fcntl64);
     return fault.way == Fault::Way::kNone ? real(fd, command, argument) : faults::refuse(fault, -1);
-}
-
-/* Of the processes of the machine a counted call sees those of the test alone, or no two runs were alike. */
-QUOR_IN_FRONT(dirent *, readdir64, (DIR * folder)) {
-    QUOR_REAL(dirent *, readdir64, (DIR *));
-    if (!faults::watched()) {
-        return real(folder);
-    }
-    const Fault fault = faults::take(Call::readdir64);
-    if (fault.way != Fault::Way::kNone) {
-        return faults::refuse<dirent *>(fault, nullptr);
-    }
-    dirent *entry = real(folder);
-    while (entry != nullptr && is_strange_process(entry->d_name)) {
-        entry = real(folder);
-    }
-    return entry;
 }

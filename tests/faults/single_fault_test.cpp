@@ -269,7 +269,7 @@ TEST_F(SingleFault, WhatACommandLeftBehindEndsThoughProcessesCannotBeListedAtOnc
         os_system("sleep 1000 & echo $! >/m_data/usr/pid");
         return static_cast<long>(os_command_scope_close());
     };
-    EXPECT_EQ(0, fail_first(Call::opendir, EMFILE, run_and_close));
+    EXPECT_EQ(0, fail_first(Call::getdents64, EIO, run_and_close));
     EXPECT_TRUE(wait_until([] { return has_ended(std::stoi(file_text("/m_data/usr/pid"))); }));
 }
 

@@ -14,7 +14,7 @@
 
 #include "os_log.h"
 #include "shell_child.h"
-#include "support/folder_stream.h"
+#include "support/folder_list.h"
 #include "support/unique_fd.h"
 
 namespace {
@@ -30,11 +30,11 @@ constexpr int kAskerEnded = SIGHUP;
 void keep_only(int call) {
     (void)dup2(call, STDIN_FILENO);
     close(call);
-    const UniqueFolderStream descriptors(opendir("/proc/self/fd"));
-    while (const char *name = next_name(descriptors)) {
+    FolderList descriptors("/proc/self/fd");
+    while (const char *name = descriptors.next()) {
         int fd = STDIN_FILENO;
         (void)std::from_chars(name, name + strlen(name), fd);
-        if (fd != STDIN_FILENO && fd != dirfd(descriptors.get())) {
+        if (fd != STDIN_FILENO && fd != descriptors.fd()) {
             close(fd);
         }
     }

@@ -18,7 +18,7 @@
 #include "command_guard.h"
 #include "os_process.h"
 #include "os_time.h"
-#include "support/folder_stream.h"
+#include "support/folder_list.h"
 #include "support/unique_fd.h"
 
 namespace {
@@ -139,12 +139,12 @@ bool kill_if_marked(pid_t pid) {
 }
 
 /* The next process in /proc; 0 at the end, with errno set after a read error. */
-pid_t next_process(const UniqueFolderStream &processes) {
+pid_t next_process(FolderList &processes) {
     pid_t pid = 0;
     const char *name = nullptr;
     do {
         errno = 0;
-        name = next_name(processes);
+        name = processes.next();
         pid = name != nullptr ? process_of(name) : 0;
     } while (name != nullptr && pid == 0);
     return pid;
@@ -152,7 +152,7 @@ pid_t next_process(const UniqueFolderStream &processes) {
 
 /* Scans all processes once. Returns true if one was marked or that is unknown. */
 bool kill_marked() {
-    const UniqueFolderStream processes(opendir("/proc"));
+    FolderList processes("/proc");
     if (!processes) {
         return true;
     }

@@ -11,7 +11,7 @@
 
 #include "formats/device_paths.h"
 #include "internal/decimal.h"
-#include "support/folder_stream.h"
+#include "support/folder_list.h"
 #include "support/unique_fd.h"
 
 namespace {
@@ -37,9 +37,11 @@ struct Address {
 void close_inherited_sockets(int listener) {
     const Address own(listener);
     UniqueFd(listener).reset(); /* first: there may be no other descriptor to look with */
-    const UniqueFolderStream descriptors =
-        own.is_named() ? open_folder_stream(AT_FDCWD, paths::kOwnDescriptors) : UniqueFolderStream();
-    while (const char *name = next_name(descriptors)) {
+    if (!own.is_named()) {
+        return;
+    }
+    FolderList descriptors(paths::kOwnDescriptors);
+    while (const char *name = descriptors.next()) {
         const int fd = decimal_number(name);
         if (Address(fd) == own) {
             UniqueFd(fd).reset();
