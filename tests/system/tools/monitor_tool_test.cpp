@@ -73,8 +73,8 @@ TEST_F(MonitorTool, SortsByAColumn) {
     EXPECT_EQ("lcd", second({"list", "--running", "--sort", "name"}));
     EXPECT_EQ("wlan", second({"list", "--sort", "status"}));
     hang_wlan();
-    EXPECT_EQ("lcd", second({"list", "--running", "--sort", "time", "--timeout", "0.2"}));
-    EXPECT_EQ("lcd", second({"list", "--running", "--sort", "memory", "--timeout", "0.2"}));
+    EXPECT_EQ("lcd", second({"list", "--running", "--sort", "time", "--timeout", "2"}));
+    EXPECT_EQ("lcd", second({"list", "--running", "--sort", "memory", "--timeout", "2"}));
 }
 
 TEST_F(MonitorTool, ListsAsJson) {
