@@ -20,6 +20,6 @@ bool other_user_exists() {
 
 void skip_without_other_user() {
     if (!other_user_exists()) {
-        GTEST_SKIP() << "only root has a second user to attack as";
+        GTEST_SKIP() << "the kernel lets only root become another user: run the tests as root";
     }
 }

@@ -13,11 +13,9 @@
 #include <string>
 #include <vector>
 
-#include "doubles/faults_test_fixture.h"
 #include "doubles/libc_doubles.h"
 #include "support/key_files.h"
-#include "support/open_descriptors.h"
-#include "support/temp_folder.h"
+#include "unit/support/held_folder_fixture.h"
 
 namespace {
 
@@ -26,27 +24,8 @@ using Sync = AtomicFile::Sync;
 
 constexpr char kSuffix[] = ".part";
 
-class AtomicFiles : public FaultsTest {
+class AtomicFiles : public HeldFolderTest {
   protected:
-    void SetUp() override {
-        FaultsTest::SetUp();
-        descriptors_before_ = open_descriptors();
-    }
-
-    void TearDown() override {
-        FaultsTest::TearDown();
-        EXPECT_EQ(descriptors_before_, open_descriptors());
-    }
-
-    std::vector<std::string> names() const {
-        std::vector<std::string> names;
-        for (const auto &entry : std::filesystem::directory_iterator(folder_.path())) {
-            names.push_back(entry.path().filename());
-        }
-        std::sort(names.begin(), names.end());
-        return names;
-    }
-
     /* The file does not take the target's place, for this reason, and is gone; the target keeps what it has.
      */
     void expect_not_in_place(int cause) {
@@ -84,13 +63,8 @@ class AtomicFiles : public FaultsTest {
             });
     }
 
-    const TempFolder folder_;
     const std::string target_ = folder_.path("target");
-    const UniqueFd held_{open(folder_.path().c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC)};
     std::string steps_;
-
-  private:
-    int descriptors_before_ = 0;
 };
 
 TEST_F(AtomicFiles, VanishUnlessTheyTakeTheTargetsPlace) {

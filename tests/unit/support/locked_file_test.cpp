@@ -19,10 +19,8 @@
 #include <string>
 #include <vector>
 
-#include "doubles/faults_test_fixture.h"
 #include "doubles/libc_doubles.h"
-#include "support/open_descriptors.h"
-#include "support/temp_folder.h"
+#include "unit/support/held_folder_fixture.h"
 
 namespace {
 
@@ -43,26 +41,11 @@ struct LockedFile {
     const UniqueFd fd;
 };
 
-class LockedFiles : public FaultsTest {
+class LockedFiles : public HeldFolderTest {
   protected:
     void SetUp() override {
-        FaultsTest::SetUp();
+        HeldFolderTest::SetUp();
         g_removed.clear();
-        descriptors_before_ = open_descriptors();
-    }
-
-    void TearDown() override {
-        FaultsTest::TearDown();
-        EXPECT_EQ(descriptors_before_, open_descriptors());
-    }
-
-    std::vector<std::string> names() const {
-        std::vector<std::string> names;
-        for (const auto &entry : std::filesystem::directory_iterator(folder_.path())) {
-            names.push_back(entry.path().filename());
-        }
-        std::sort(names.begin(), names.end());
-        return names;
     }
 
     /* No file can be made, for this reason, and nothing is left of it. */
@@ -98,13 +81,7 @@ class LockedFiles : public FaultsTest {
         make_files_by([this](const char *name) { return make_file(name); });
     }
 
-    const TempFolder folder_;
-    const UniqueFd held_{open(folder_.path().c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC)};
-
     unsigned made_ = 0;
-
-  private:
-    int descriptors_before_ = 0;
 };
 
 TEST_F(LockedFiles, AreForTheirOwnerOnly) {
