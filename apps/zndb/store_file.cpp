@@ -17,11 +17,21 @@ namespace {
 
 constexpr char kStoreIsFull[] = "the store is full";
 
+/* Returns null, or why a comment or an empty line is damage: a restore of a backup would read it differently.
+ */
+const char *problem_without_entry(const Line &line) {
+    const bool is_comment = !line.text.empty() && line.text[0] == '#';
+    if (!is_comment) {
+        return line.number == 1 ? "the file begins with an empty line" : nullptr;
+    }
+    return line.is_broken ? kBrokenComment : comment_problem(line.text);
+}
+
 /* Adds one line to the store. Returns null, or the reason why it is skipped. */
 const char *load_line(const Line &line, Store &store) {
     const std::string_view text = entry_text(line.text);
     if (text.empty()) {
-        return comment_problem(line.text);
+        return problem_without_entry(line);
     }
     if (!line.fits) {
         return "it is too long";

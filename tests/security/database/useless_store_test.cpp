@@ -36,6 +36,32 @@ TEST_F(UselessStore, ABackupOfADamagedFileWarnsOfTheLine) {
     EXPECT_EQ("ret 3", plain("channel"));
 }
 
+/* The part of a line that the database doesn't keep is no hiding place. */
+TEST_F(UselessStore, AFileWithLongCommentsIsRestoredAsItWasRead) {
+    const std::string long_comment = "#" + std::string(1100, 'x');
+    for (const std::string &comment : {long_comment + "\revil=1\n", long_comment + std::string("\0\n", 2),
+                                       std::string("#x\revil=1\n"), std::string("\n")}) {
+        zndb_.reset();
+        ASSERT_TRUE(write_text(paths::kPlainFile, comment + "ssid=home\n"));
+        start();
+        EXPECT_EQ("", kTool.output_of({"backup", kBackup}));
+        EXPECT_EQ("home", restored("ssid")) << comment.substr(0, 9);
+        EXPECT_EQ("ret 3", plain("evil")) << comment.substr(0, 9);
+    }
+}
+
+/* A file that was damaged after the database had read it is not cleaned by a save. */
+TEST_F(UselessStore, ABackupWarnsOfACommentThatBecomesASetting) {
+    ASSERT_TRUE(write_text(paths::kPlainFile, "ssid=home\n#x\revil=1\n"));
+    const ToolEnd end = kTool.run({"backup", kBackup});
+    EXPECT_EQ(0, end.status);
+    EXPECT_EQ(
+        "zndb_tool: warning: /m_data/usr/db/user_data.txt:2: there is a CR within the line; a restore of "
+        "this "
+        "backup reads it differently\n",
+        end.errors);
+}
+
 TEST_F(UselessStore, ARestoreWithAPermFileOfNoUseSucceeds) {
     EXPECT_EQ("", kTool.output_of({"backup", kBackup}));
     zndb_.reset();
