@@ -129,3 +129,24 @@ SavedFile save_store(const std::string &path, const Store &store, Folders folder
     settle_damaged(path, kept, file.in_place());
     return {error, file.in_place()};
 }
+
+int rehearse_emptying(const std::string &path, const Store &store, Folders folders, OldFile old_file) {
+    int error = replacement_obstacle(path);
+    if (error != 0) {
+        return error; /* before there is a temporary file, which could perhaps not be removed either */
+    }
+    SuccessorFile file(path);
+    std::string kept;
+    if (old_file == OldFile::kIsKept) {
+        add_lines(store, file); /* the room of the old file is not going to be free */
+        error = keep_damaged(path, kept);
+    }
+    error = error == 0 ? file.discard() : error;
+    if (error == 0 && folders == Folders::kPerhapsNew) {
+        error = sync_folders_above(path);
+    }
+    if (!kept.empty() && ::unlink(kept.c_str()) != 0 && error == 0) {
+        error = errno;
+    }
+    return error;
+}

@@ -11,6 +11,11 @@ namespace {
 
 using UselessStore = ZndbToolBackup;
 
+class UselessReset : public ZndbToolBackup {
+  protected:
+    void expect_refused_after(const std::string &prepare);
+};
+
 /* A restore stops at a malformed line, so a backup must not contain such lines. */
 TEST_F(UselessStore, OfASlightlyDamagedStoreNothingIsLost) {
     zndb_.reset();
@@ -97,6 +102,31 @@ TEST_F(UselessStore, AMountedFileIsNotReset) {
     EXPECT_NE(0, zndb_reset());
     EXPECT_EQ("home", plain("ssid"));
     EXPECT_TRUE(zndb_->wait_for_error("reset refused, since it could not be saved: can't replace " + file));
+}
+
+/* A reset that no save could follow. prepare: a shell command that makes the file's folder such a place. */
+void UselessReset::expect_refused_after(const std::string &prepare) {
+    zndb_->kill();
+    ASSERT_TRUE(write_text(paths::kPlainFile, "ssid=home\nrubbish\n"));
+    start_after(prepare);
+    EXPECT_NE(0, zndb_reset());
+    EXPECT_EQ("home", plain("ssid"));
+    EXPECT_TRUE(zndb_->wait_for_error("reset refused, since it could not be saved: can't replace "));
+    EXPECT_EQ("ssid=home\nrubbish\n", file_of_zndb(paths::kPlainFile));
+}
+
+const std::string kOntoTmpfs =
+    "cp /m_data/usr/db/user_data.txt /tmp/user_data && mount -t tmpfs -o size=64k,nr_inodes=3 none "
+    "/m_data/usr/db && mv /tmp/user_data /m_data/usr/db/user_data.txt";
+
+TEST_F(UselessReset, OfADamagedFileIsRefusedWithoutAnInodeForItsCopy) {
+    expect_refused_after(kOntoTmpfs);
+}
+
+TEST_F(UselessReset, OfADamagedFileIsRefusedWithoutRoomForTheSettings) {
+    expect_refused_after(
+        "cp /m_data/usr/db/user_data.txt /tmp/user_data && mount -t tmpfs -o size=8k none /m_data/usr/db && "
+        "mv /tmp/user_data /m_data/usr/db/user_data.txt && head -c 4096 /dev/zero > /m_data/usr/db/full");
 }
 
 /* What could not be saved would be lost, and an emptied database left empty. */
