@@ -157,18 +157,25 @@ std::string copy_privately(const std::string &from, std::string *path) {
     return copy_file(from, copy.get());
 }
 
-/* Warns of a line of the saved settings at which a restore would stop. */
+/* Warns of a line of the saved settings, if there is a reason for that. */
+void warn_of_line(unsigned line, const char *reason, const char *consequence) {
+    if (reason != nullptr) {
+        (void)complain(ExitCode::kDone, "warning: " + std::string(store_paths(Store::kPlain)) + ":" +
+                                            std::to_string(line) + ": " + reason +
+                                            "; a restore of this backup " + consequence);
+    }
+}
+
+/* Warns of lines of the saved settings that a restore would read differently, or at which it would stop. */
 void warn_of_lost_lines() {
     const std::string path = store_paths(Store::kPlain);
     std::string text;
     if (!file_exists(path) || !read_text_file(path, &text).empty()) {
         return;
     }
-    const database_text::Stop stop = database_text::find_stop(text.data(), text.size());
-    if (stop.reason != nullptr) {
-        (void)complain(ExitCode::kDone, "warning: " + path + ":" + std::to_string(stop.line) + ": " +
-                                            stop.reason + "; a restore of this backup stops there");
-    }
+    const auto [difference, stop] = database_text::find_losses(text.data(), text.size());
+    warn_of_line(difference.line, difference.reason, "reads it differently");
+    warn_of_line(stop.line, stop.reason, "stops there");
 }
 
 /* Saves unless --no-save was given: a backup has the content of the files. */
