@@ -15,9 +15,9 @@
 
 #include "formats/device_paths.h"
 #include "internal/guarded_file.h"
-#include "internal/letter_case.h"
 #include "internal/small_buffer.h"
 #include "os_file.h"
+#include "support/letter_case.h"
 #include "support/uninterrupted.h"
 
 namespace events {

@@ -12,10 +12,10 @@
 #include "formats/device_paths.h"
 #include "frwk_utils.h"
 #include "internal/frwk_log.h"
-#include "internal/letter_case.h"
 #include "internal/marker_file.h"
 #include "internal/shell.h"
 #include "os_file.h"
+#include "support/letter_case.h"
 #include "zndb.h"
 
 namespace {
