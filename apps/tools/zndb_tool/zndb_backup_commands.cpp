@@ -231,9 +231,12 @@ ExitCode restore(const ZndbOptions &options) {
         (void)complain(code, product_warning(product));
     }
     const apps_err_e_type ret = frwk_dbrm_restore(copy.path().c_str());
-    return ret == E_APPS_ERR_SUCCESS
-               ? code
-               : complain_about_restore(ret, facts_after(options.file, copy.path(), product, before));
+    if (ret == E_APPS_ERR_SUCCESS) {
+        return code;
+    }
+    RestoreFacts facts = facts_after(options.file, copy.path(), product, before);
+    facts.lacks_space = ret == E_APPS_ERR_NOSPACE;
+    return complain_about_restore(ret, facts);
 }
 
 // ---- the command line ----
