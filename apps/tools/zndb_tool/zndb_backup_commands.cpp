@@ -170,7 +170,13 @@ void warn_of_line(unsigned line, const char *reason, const char *consequence) {
 void warn_of_lost_lines() {
     const std::string path = store_paths(Store::kPlain);
     std::string text;
-    if (!file_exists(path) || !read_text_file(path, &text).empty()) {
+    if (!file_exists(path)) {
+        return;
+    }
+    const std::string problem = read_text_file(path, &text);
+    if (!problem.empty()) {
+        (void)complain(ExitCode::kDone,
+                       "warning: " + problem + "; a restore of this backup empties the settings");
         return;
     }
     const auto [difference, stop] = database_text::find_losses(text.data(), text.size());
