@@ -102,6 +102,25 @@ TEST_F(FullDisk, WhileAFileIsRestoredNoHalfFileStays) {
     EXPECT_EQ("1", plain("a"));
 }
 
+/* The settings would be gone. */
+TEST_F(FullDisk, ThatHasNoSpaceForTheSettingsChangesNothing) {
+    std::string settings = "a=2\n";
+    for (int i = 0; i < 100; ++i) {
+        settings += "key" + std::to_string(i) + "=" + std::string(1000, 'v') + "\n";
+    }
+    write_file(kUserData, settings);
+    ASSERT_EQ(E_APPS_ERR_SUCCESS, frwk_dbrm_backup(kBackup));
+    const std::string backup = file_text(kBackup);
+    for (const char *folder : {"/m_data/usr/db", "/tmp/m_tmp/zndb"}) {
+        write_file(kBackup, backup);
+        start_device(folder, "64k");
+        EXPECT_EQ("6", ask(std::string("restore ") + kBackup));
+        expect_error("no space for the settings: '" + std::string(folder));
+        EXPECT_EQ("1", plain("a"));
+        EXPECT_TRUE(std::filesystem::exists(kBackup));
+    }
+}
+
 TEST_F(FullDisk, OfTheDatabaseEndsTheRestoreWhenItSaves) {
     std::string settings = "device_product_name=" + std::string(kProduct) + "\n";
     for (int i = 0; i < 100; ++i) {

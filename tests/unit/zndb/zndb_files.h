@@ -169,6 +169,7 @@ inline void end_faults() {
     doubles::libc::unlink.restore();
     doubles::libc::unlinkat.restore();
     doubles::libc::rmdir.restore();
+    doubles::libc::statx.restore();
 }
 
 /* A test in which the disk may fail. The log is captured all the while. */
