@@ -6,6 +6,7 @@
 #include "apptest/apptest_send.h"
 #include "cli/command_line_tool.h"
 #include "cli/name_lookup.h"
+#include "cli/number_range.h"
 #include "device/module_identity.h"
 #include "frwk_module.h"
 
@@ -13,6 +14,7 @@ namespace {
 
 using Command = ExitCode (*)(const AppTestOptions &options);
 
+constexpr uint32_t kLongestTimeout = 3600;
 constexpr uint32_t kMostClients = 1000;
 constexpr uint32_t kMostRoom = 64u * 1024 * 1024;
 constexpr double kLongestRun = 7 * 24 * 3600;
@@ -55,22 +57,22 @@ void add_body(CLI::App &command) {
 void add_timeout(CLI::App &command) {
     command.add_option("--timeout", g_options.timeout, "Seconds for the module to accept it (3)")
         ->type_name("S")
-        ->check(CLI::Range(0, 3600));
+        ->check(whole_number(0, kLongestTimeout));
 }
 
 void add_room(CLI::App &command) {
     command.add_option("--room", g_options.room, "Maximum bytes of the answer (1024)")
         ->type_name("N")
-        ->check(CLI::Range(uint32_t{0}, kMostRoom));
+        ->check(whole_number(0, kMostRoom));
 }
 
 void add_limits(CLI::App &command, const std::string &what) {
     command.add_option("--count", g_options.count, "End after N " + what)
         ->type_name("N")
-        ->check(CLI::PositiveNumber);
+        ->check(whole_number(1));
     command.add_option("--seconds", g_options.seconds, "End after S seconds")
         ->type_name("S")
-        ->check(CLI::Range(0.001, kLongestRun));
+        ->check(real_number(0.001, kLongestRun));
 }
 
 void add_json(CLI::App &command, const std::string &what) {
@@ -167,10 +169,10 @@ void add_load(CommandLineTool &tool) {
     add_limits(load, "requests");
     load.add_option("--clients", g_options.clients, "Number of concurrent clients (1)")
         ->type_name("N")
-        ->check(CLI::Range(1u, kMostClients));
+        ->check(whole_number(1, kMostClients));
     load.add_option("--rate", g_options.rate, "Requests per second of all clients; default: no limit")
         ->type_name("N")
-        ->check(CLI::Range(0.01, kHighestRate));
+        ->check(real_number(0.01, kHighestRate));
     add_json(load, "Print JSON");
 }
 

@@ -13,6 +13,7 @@
 #include "cli/help_text.h"
 #include "cli/spelling_hint.h"
 #include "output/terminal.h"
+#include "support/product_version.h"
 
 namespace {
 
@@ -24,6 +25,11 @@ std::string with_heading(const std::string &examples) {
         at = end;
     }
     return text;
+}
+
+ExitCode print(const std::string &text) {
+    (void)std::fwrite(text.data(), 1, text.size(), stdout);
+    return ExitCode::kDone;
 }
 
 /* Flushes the output, which reports a full disk or a closed pipe at the latest. */
@@ -41,6 +47,7 @@ CommandLineTool::CommandLineTool(const ToolWords &words) : app_(words.purpose, w
     app_.require_subcommand(1);
     app_.formatter(std::make_shared<HelpText>());
     app_.set_help_flag("-h,--help", "Show this help");
+    app_.set_version_flag("--version", std::string(words.name) + " " + product_version(), "Show the version");
     app_.footer(with_heading(words.examples));
 }
 
@@ -69,9 +76,9 @@ ExitCode CommandLineTool::parse_and_run(int argc, char **argv) {
     try {
         app_.parse(argc, argv);
     } catch (const CLI::CallForHelp &) {
-        const std::string text = app_.help();
-        (void)std::fwrite(text.data(), 1, text.size(), stdout);
-        return ExitCode::kDone;
+        return print(app_.help());
+    } catch (const CLI::CallForVersion &) {
+        return print(app_.version() + "\n");
     } catch (const CLI::ParseError &error) {
         return refuse_command_line(error);
     }

@@ -3,6 +3,7 @@
  */
 #include "cli/command_line_tool.h"
 #include "cli/name_lookup.h"
+#include "cli/number_range.h"
 #include "cli/spelling_hint.h"
 #include "device/module_identity.h"
 #include "frwk_module.h"
@@ -73,7 +74,7 @@ void add_show(CommandLineTool &tool) {
         ->excludes(file);
     show.add_option("--lines", g_options.lines, "Only the last N of these lines")
         ->type_name("N")
-        ->check(CLI::PositiveNumber);
+        ->check(whole_number(1));
     show.add_flag("--follow", g_options.follow, "Continue with new lines, until Ctrl-C");
     add_json(show, "Print each line as JSON");
 }

@@ -3,6 +3,7 @@
  */
 #include "cli/command_line_tool.h"
 #include "cli/name_lookup.h"
+#include "cli/number_range.h"
 #include "device/module_identity.h"
 #include "frwk_module.h"
 #include "monitor_tool/module_report.h"
@@ -40,7 +41,7 @@ CLI::Option *add_modules(CLI::App &command, const std::string &what) {
 void add_timeout(CLI::App &command) {
     command.add_option("--timeout", g_options.timeout, "Seconds to wait for a module's answer (2)")
         ->type_name("S")
-        ->check(CLI::Range(kShortestTime, kLongestTimeout));
+        ->check(real_number(kShortestTime, kLongestTimeout));
 }
 
 void add_json(CLI::App &command) {
@@ -92,7 +93,7 @@ void add_watching_commands(CommandLineTool &tool) {
     add_order(top, "memory");
     top.add_option("--interval", g_options.interval, "Seconds between two updates (2)")
         ->type_name("S")
-        ->check(CLI::Range(kShortestTime, kLongestInterval));
+        ->check(real_number(kShortestTime, kLongestInterval));
     add_timeout(top);
 
     CLI::App &events = tool.add("events", "Show the subscribers of events",
@@ -115,7 +116,9 @@ void add_device_command(CommandLineTool &tool, const char *name, const char *pur
         std::string("monitor_tool ") + name + "\n" + "monitor_tool " + name + " --yes --reason 801\n",
         run(command));
     added.add_flag("--yes", g_options.yes, "Don't ask");
-    added.add_option("--reason", g_options.reason, "A reason code for the monitor (0)")->type_name("N");
+    added.add_option("--reason", g_options.reason, "A reason code for the monitor (0)")
+        ->type_name("N")
+        ->check(whole_number(0, UINT32_MAX));
     add_timeout(added);
 }
 

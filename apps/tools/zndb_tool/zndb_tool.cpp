@@ -2,6 +2,7 @@
  * zndb_tool: reads and changes the configuration database from a command line.
  */
 #include "cli/command_line_tool.h"
+#include "cli/number_range.h"
 #include "device/module_identity.h"
 #include "frwk_module.h"
 #include "zndb_tool/store_files.h"
@@ -40,7 +41,7 @@ void add_value_form(CLI::App &command) {
     type->type_name("TYPE")->check(one_of("type", type_names));
     CLI::Option *list = command.add_flag("--list", g_options.list, "The value is a list of items");
     CLI::Option *item = command.add_option("--item", g_options.item, "One item of the list, from 1");
-    item->type_name("N")->check(CLI::PositiveNumber)->excludes(list);
+    item->type_name("N")->check(whole_number(1))->excludes(list);
     CLI::Option *secret =
         command.add_flag("--secret", g_options.secret, "The value is stored encrypted, in the plain store");
     secret->excludes(type)->excludes(list)->excludes(item)->excludes(command.get_option("--perm"));

@@ -112,9 +112,9 @@ TEST_F(AppTestLoad, AModuleOfNoNameIsWrongUsage) {
 }
 
 TEST_F(AppTestLoad, NumbersOutOfRangeAreWrongUsage) {
-    kAppTest.expect_usage("--clients: Value 0 not in range 1 to 1000",
+    kAppTest.expect_usage("--clients: '0' is not a whole number from 1 to 1000",
                           {"load", "wlan", "6", "--clients", "0"});
-    kAppTest.expect_usage("--rate: Value 0 not in range 0.010000 to 1000000.000000",
+    kAppTest.expect_usage("--rate: '0' is not a number from 0.01 to 1000000",
                           {"load", "wlan", "6", "--rate", "0"});
 }
 

@@ -302,7 +302,7 @@ TEST_F(MonitorTool, WrongNamesGetTheNearestRightOne) {
     kTool.expect_failure(2, "unknown module 'wlna'; did you mean 'wlan'?", {"disable", "wlna"});
     kTool.expect_usage("unknown command 'lits'; did you mean 'list'?", {"lits"});
     kTool.expect_usage("--sort: unknown column 'memry'; did you mean 'memory'?", {"top", "--sort", "memry"});
-    kTool.expect_usage("--timeout: Value 0 not in range 0.010000 to 60.000000", {"list", "--timeout", "0"});
+    kTool.expect_usage("--timeout: '0' is not a number from 0.01 to 60", {"list", "--timeout", "0"});
 }
 
 TEST_F(MonitorTool, CompletesModulesAndColumns) {
