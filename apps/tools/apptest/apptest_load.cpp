@@ -126,7 +126,7 @@ LoadPlan plan_of(const AppTestOptions &options, const Envelope &envelope) {
             options.rate,
             options.count,
             endless ? kDefaultSeconds : options.seconds,
-            options.room,
+            options.room.value_or(kDefaultRoom),
             options.timeout};
 }
 

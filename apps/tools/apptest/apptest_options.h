@@ -4,10 +4,14 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "cli/exit_code.h"
+
+/* Bytes of an answer, unless --room says otherwise. */
+inline constexpr uint32_t kDefaultRoom = 1024;
 
 struct AppTestOptions {
     std::string module;
@@ -22,8 +26,8 @@ struct AppTestOptions {
     bool numbers = false;
     bool nul = false;
 
-    uint32_t timeout = 3; /* seconds for a module to accept a message */
-    uint32_t room = 1024; /* maximum bytes of an answer */
+    uint32_t timeout = 3;         /* seconds for a module to accept a message */
+    std::optional<uint32_t> room; /* bytes of the answer; nothing: the default */
     bool dump = false;
     bool json = false;
 

@@ -25,18 +25,24 @@ uint32_t length_of(const std::string &body) {
     return static_cast<uint32_t>(body.size());
 }
 
+/* Whether the answer is nothing but zeros: a number, if the caller knows how many bytes to expect. */
+bool is_zero_number(const AppTestOptions &options, const std::string &answer) {
+    return options.room && !answer.empty() && without_nuls(answer).empty();
+}
+
 void print_answer(const AppTestOptions &options, const std::string &answer) {
-    if (options.dump || !is_text(answer)) {
+    if (options.dump || !is_text(answer) || is_zero_number(options, answer)) {
         (void)std::fputs(hex_dump(answer).c_str(), stdout);
     } else if (!without_nuls(answer).empty()) {
         (void)std::puts(shown_text(Stream::kOutput, without_nuls(answer)).c_str());
     }
 }
 
-/* Adds the answer as bytes, also as a text if it is one, and as a value if the text is JSON. */
+/* Adds all bytes of the answer, also a text if it is one, and a value if the text is JSON. */
 void add_answer(const Json &object, const std::string &answer) {
     const std::string text = without_nuls(answer);
-    add_member(object, "hex", json_text(hex_of(text)));
+    add_member(object, "length", json_number(static_cast<int64_t>(answer.size())));
+    add_member(object, "hex", json_text(hex_of(answer)));
     if (!is_text(answer)) {
         return;
     }
@@ -84,7 +90,7 @@ ExitCode call_module(const AppTestOptions &options) {
     if (code != ExitCode::kDone) {
         return code;
     }
-    std::string answer(options.room, '\0');
+    std::string answer(options.room.value_or(kDefaultRoom), '\0');
     const WaitNotice notice(envelope.module);
     const auto begin = Clock::now();
     const RequestOutcome outcome =

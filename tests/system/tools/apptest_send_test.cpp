@@ -62,7 +62,8 @@ TEST_F(AppTestSend, ShowsBytesThatAreNoText) {
 }
 
 TEST_F(AppTestSend, ShowsTheAnswerAsJson) {
-    std::string output = kAppTest.output_of({"call", "wlan", kEcho, "{\"on\": true}", "--json"});
+    std::string output =
+        kAppTest.output_of({"call", "wlan", kEcho, "{\"on\": true}", "--json", "--room", "14"});
     const size_t begin = output.find("  \"microseconds\": ");
     ASSERT_NE(std::string::npos, begin) << output;
     output.erase(begin, output.find('\n', begin) + 1 - begin);
@@ -70,7 +71,8 @@ TEST_F(AppTestSend, ShowsTheAnswerAsJson) {
         "{\n"
         "  \"result\": 0,\n"
         "  \"name\": \"E_APPS_ERR_SUCCESS\",\n"
-        "  \"hex\": \"7b226f6e223a20747275657d\",\n"
+        "  \"length\": 14,\n"
+        "  \"hex\": \"7b226f6e223a20747275657d0000\",\n"
         "  \"text\": \"{\\\"on\\\": true}\",\n"
         "  \"value\": {\n"
         "    \"on\": true\n"
@@ -84,6 +86,25 @@ TEST_F(AppTestSend, ShowsWhatTheAnswerIsInJson) {
     EXPECT_NE(std::string::npos, bytes.find("  \"hex\": \"a5a5\"\n}\n")) << bytes;
     const std::string text = kAppTest.output_of({"call", "wlan", kEcho, "plain", "--json"});
     EXPECT_NE(std::string::npos, text.find("  \"text\": \"plain\"\n}\n")) << text;
+}
+
+TEST_F(AppTestSend, JsonHasEveryByteOfTheAnswer) {
+    wlan_.ask("set-status 0");
+    const std::string zero = kAppTest.output_of({"call", "wlan", "sys_status", "--room", "4", "--json"});
+    EXPECT_NE(std::string::npos, zero.find("\"length\": 4,\n  \"hex\": \"00000000\",")) << zero;
+    const std::string memory = kAppTest.output_of({"call", "wlan", "8", "--room", "24", "--json"});
+    const std::string begin = "\"length\": 24,\n  \"hex\": \"";
+    const size_t at = memory.find(begin);
+    ASSERT_NE(std::string::npos, at) << memory;
+    EXPECT_EQ(at + begin.size() + 48, memory.find('"', at + begin.size())) << memory;
+    const std::string none = kAppTest.output_of({"call", "wlan", "sys_probe", "--room", "0", "--json"});
+    EXPECT_NE(std::string::npos, none.find("\"length\": 0,\n  \"hex\": \"\",")) << none;
+}
+
+TEST_F(AppTestSend, ANumberThatIsZeroIsAnAnswer) {
+    wlan_.ask("set-status 0");
+    EXPECT_EQ("(4 zero bytes)\n", kAppTest.output_of({"call", "wlan", "sys_status", "--room", "4"}));
+    EXPECT_EQ("", kAppTest.output_of({"call", "wlan", "sys_probe", "--room", "0"}));
 }
 
 TEST_F(AppTestSend, ShowsTheCodeThatTheModuleReturned) {
