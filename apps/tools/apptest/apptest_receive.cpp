@@ -8,6 +8,7 @@
 #include "cli/complaint.h"
 #include "cli/name_lookup.h"
 #include "device/module_identity.h"
+#include "device/played_module.h"
 #include "device/service_socket.h"
 #include "device/text_file.h"
 #include "frwk_common.h"
@@ -56,10 +57,15 @@ apps_err_e_type answer_as_scripted(uint32_t src, apps_message_id_e_type msgid, c
     return answer.result;
 }
 
-/* Refuses to start if the module runs: a second process would take over its socket. */
+/* Refuses to start if the module runs, or where the library would end the process for want of a right. */
 ExitCode start_serving(uint32_t module, frwk_ipc_handler_t handler, frwk_exit_handler_t exit_handler) {
-    if (is_served(module)) {
-        return complain(ExitCode::kRefused, module_text(module) + " runs already");
+    const std::string running = running_words(module);
+    if (!running.empty()) {
+        return complain(ExitCode::kRefused, running + "; a module that runs can't be played");
+    }
+    const std::string missing = missing_right(module);
+    if (!missing.empty()) {
+        return complain(ExitCode::kRefused, "can't play " + module_text(module) + ": " + missing);
     }
     become_module(static_cast<int32_t>(module), exit_handler);
     frwk_ipc_service_ex(handler, 0);

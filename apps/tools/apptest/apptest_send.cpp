@@ -30,8 +30,8 @@ bool is_zero_number(const AppTestOptions &options, const std::string &answer) {
     return options.room && !answer.empty() && without_nuls(answer).empty();
 }
 
-void print_answer(const AppTestOptions &options, const std::string &answer) {
-    if (options.dump || !is_text(answer) || is_zero_number(options, answer)) {
+void print_answer(const AppTestOptions &options, const RequestOutcome &outcome, const std::string &answer) {
+    if (options.dump || !is_text(answer) || (outcome.done() && is_zero_number(options, answer))) {
         (void)std::fputs(hex_dump(answer).c_str(), stdout);
     } else if (!without_nuls(answer).empty()) {
         (void)std::puts(shown_text(Stream::kOutput, without_nuls(answer)).c_str());
@@ -99,7 +99,7 @@ ExitCode call_module(const AppTestOptions &options) {
     if (outcome.delivered() && options.json) {
         print_json_answer(outcome.result, took.count(), answer);
     } else if (outcome.delivered()) {
-        print_answer(options, answer);
+        print_answer(options, outcome, answer);
     }
     return report_outcome(outcome, envelope.module, what("call", envelope));
 }

@@ -8,6 +8,7 @@
 
 #include "frwk_module.h"
 #include "support/module_process.h"
+#include "support/unprivileged.h"
 #include "support/wait_until.h"
 #include "system/tools/tool_checks.h"
 
@@ -137,7 +138,10 @@ TEST_F(AppTestReceive, ASubscriptionThatCannotBeEndedIsSaidSo) {
 TEST_F(AppTestReceive, ASecondSubscriberDoesNotTakeTheFirstOnesMessages) {
     Serving subscriber({"subscribe", "weather"});
     ASSERT_TRUE(is_subscribed("weather"));
-    kAppTest.expect_failure(1, "apptest runs already", {"subscribe", "weather"});
+    kAppTest.expect_failure(1,
+                            "apptest is running (pid " + std::to_string(subscriber.process().pid()) +
+                                "); a module that runs can't be played",
+                            {"subscribe", "weather"});
     EXPECT_EQ("ret=15", router_.ask("async 49 9 3 -"));
     EXPECT_EQ("router 9 E_APPS_MSG_SYS_LANGUAGE_CHANGE 0 bytes", subscriber.line());
 }
@@ -201,8 +205,38 @@ TEST_F(AppTestReceive, AnAnswerThatDoesNotFitTheSendersRoomIsRefused) {
 }
 
 TEST_F(AppTestReceive, DoesNotPlayAModuleThatRuns) {
-    kAppTest.expect_failure(1, "router runs already", {"serve", "router"});
+    const std::string running =
+        "router is running (pid " + std::to_string(router_.pid()) + "); a module that runs can't be played";
+    kAppTest.expect_failure(1, running, {"serve", "router"});
     EXPECT_EQ("status=1", router_.ask("status 3"));
+    std::filesystem::remove("/tmp/m_tmp/ipc/router");
+    kAppTest.expect_failure(1, running, {"serve", "router"});
+}
+
+/* One sentence of its own, instead of what the library or a shell prints when they fail. */
+TEST_F(AppTestReceive, WhoMayNotPlayAModuleIsToldWhy) {
+    namespace fs = std::filesystem;
+    const auto expect_refusal = [](const std::string &closed, fs::perms mode, const std::string &octal) {
+        const fs::perms before = fs::status(closed).permissions();
+        fs::permissions(closed, mode);
+        const ToolEnd end = run_shell(modes_hold() + "$TOOLS/apptest serve wlan");
+        fs::permissions(closed, before);
+        EXPECT_EQ(1, end.status);
+        EXPECT_EQ(0u, end.errors.find("apptest: can't play wlan: no access to " + closed + " (owner "))
+            << end.errors;
+        EXPECT_NE(std::string::npos,
+                  end.errors.find(", mode " + octal + "; try 'chmod u+rwX " + closed + "')\n"))
+            << end.errors;
+        EXPECT_EQ(end.errors.size() - 1, end.errors.find('\n')) << end.errors;
+    };
+    const fs::perms look_only = fs::perms::owner_read | fs::perms::owner_exec;
+    fs::remove("/tmp/m_tmp/lock/wlan");
+    expect_refusal("/tmp/m_tmp/lock", look_only, "0500");
+    expect_refusal("/tmp/m_tmp/ipc", look_only, "0500");
+    ASSERT_TRUE(write_text("/tmp/m_tmp/lock/wlan", ""));
+    expect_refusal("/tmp/m_tmp/lock/wlan", fs::perms::owner_read, "0400");
+    fs::remove_all("/tmp/m_tmp/ipc");
+    expect_refusal("/tmp/m_tmp", look_only, "0500");
 }
 
 TEST_F(AppTestReceive, AScriptThatMakesNoSenseIsWrongUsage) {

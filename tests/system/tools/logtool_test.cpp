@@ -11,6 +11,7 @@
 
 #include "frwk_module.h"
 #include "support/module_process.h"
+#include "support/other_user.h"
 #include "support/wait_until.h"
 #include "system/tools/tool_checks.h"
 #include "system/zndb/zndb_process.h"
@@ -254,6 +255,22 @@ TEST(LogChannels, ShowHowTheyWereStarted) {
         0u, json.find("[\n  {\n    \"name\": \"router\",\n    \"process\": " + std::to_string(router.pid()) +
                       ",\n    \"debug\": false,\n    \"system_log\": \"debug\",\n    \"leads_to\": \"/"))
         << json;
+}
+
+/* The environment of another user's process can't be read. */
+using LogChannelsByAnotherUser = ByAnotherUser<testing::Test>;
+
+TEST_F(LogChannelsByAnotherUser, ThatMayNotBeReadAreSaidSo) {
+    const ModuleProcess wlan(E_APPS_MODULE_WLAN);
+    fs::permissions("/tmp/m_tmp/lock", fs::perms::all);
+    const ToolEnd end =
+        run_shell("setpriv --reuid=60001 --clear-groups --bounding-set=-all -- $TOOLS/logtool channels");
+    const std::string path = "/proc/" + std::to_string(wlan.pid()) + "/environ";
+    EXPECT_EQ(1, end.status);
+    EXPECT_NE(std::string::npos, end.output.find("  ?      ?")) << end.output;
+    EXPECT_EQ(0u, end.errors.find("logtool: channels wlan: can't read " + path + ": no access to " + path +
+                                  " (owner "))
+        << end.errors;
 }
 
 TEST(LogChannels, OfModulesThatDoNotRunAreUnknown) {

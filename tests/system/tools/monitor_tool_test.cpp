@@ -9,6 +9,7 @@
 
 #include "frwk_module.h"
 #include "support/module_process.h"
+#include "support/unprivileged.h"
 #include "support/wait_until.h"
 #include "system/tools/monitor_fixture.h"
 #include "system/tools/tool_checks.h"
@@ -50,6 +51,12 @@ TEST_F(MonitorTool, AProcessThatTakesNoMessagesIsSilent) {
     EXPECT_EQ("5 wlan WLAN silent yes no MONITORED ADMIN PSEUDO 0x1000",
               row_of(kTool.output_of({"list"}), "wlan"));
     EXPECT_EQ(2u, lines_of(kTool.output_of({"list", "--running"})).size());
+}
+
+TEST_F(MonitorTool, AModuleThatMayNotBeAskedIsNotSilent) {
+    fs::permissions("/tmp/m_tmp/ipc/wlan", fs::perms::none);
+    const ToolEnd end = run_shell(modes_hold() + "$TOOLS/monitor_tool list --running");
+    EXPECT_EQ("5 wlan WLAN no access yes no MONITORED ADMIN PSEUDO 0x1000", row_of(end.output, "wlan"));
 }
 
 TEST_F(MonitorTool, ALockThatNobodyHoldsIsNoProcess) {
