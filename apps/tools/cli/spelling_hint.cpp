@@ -53,7 +53,7 @@ std::string nearest_name(std::string_view word, const std::vector<std::string> &
     size_t fewest = std::max<size_t>(word.size() / 3, 1) + 1;
     for (const std::string &name : names) {
         const size_t distance = edit_distance(word, name);
-        if (distance < fewest) {
+        if (distance < fewest && 2 * distance < std::max(word.size(), name.size())) {
             fewest = distance;
             nearest = name;
         }

@@ -1,12 +1,9 @@
 #include "monitor_tool/monitor_device.h"
 
-#include <strings.h>
-#include <unistd.h>
-
 #include <cstdio>
 
 #include "cli/complaint.h"
-#include "cli/input_line.h"
+#include "cli/confirmation.h"
 #include "cli/name_lookup.h"
 #include "device/module_survey.h"
 #include "frwk_common.h"
@@ -60,25 +57,12 @@ struct DeviceCommand {
     int32_t (*act)(uint32_t reason);
 };
 
-bool says_yes(const std::string &answer) {
-    return ::strcasecmp(answer.c_str(), "y") == 0 || ::strcasecmp(answer.c_str(), "yes") == 0;
-}
-
-/* Asks for a confirmation, but only on a terminal. */
-bool is_confirmed(const MonitorOptions &options, const char *what) {
-    if (options.yes || ::isatty(STDIN_FILENO) == 0) {
-        return true;
-    }
-    std::string answer;
-    return read_input_line(std::string(what) + "? [y/N] ", false, &answer) && says_yes(answer);
-}
-
 ExitCode act_on_device(const MonitorOptions &options, const DeviceCommand &command) {
     ExitCode code = find_monitor(options, command.name);
     if (code != ExitCode::kDone) {
         return code;
     }
-    if (!is_confirmed(options, command.what)) {
+    if (!is_confirmed(command.what, options.yes)) {
         return complain(ExitCode::kRefused, "nothing was done");
     }
     if (command.act(options.reason) == 0) {

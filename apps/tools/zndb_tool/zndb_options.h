@@ -23,6 +23,7 @@ struct ZndbOptions {
     bool save = false;
     bool no_save = false; /* only for backup, which saves by default */
     bool ram = false;
+    bool yes = false; /* don't ask */
 
     Store store() const { return perm ? Store::kPerm : defaults ? Store::kDefault : Store::kPlain; }
 };

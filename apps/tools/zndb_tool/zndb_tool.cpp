@@ -99,8 +99,9 @@ void add_saving_commands(CommandLineTool &tool) {
         save.add_flag("--default", g_options.defaults, "Save the factory overlay instead");
     save.add_flag("--ram", g_options.ram, "Only shorten the journal of unsaved changes")->excludes(defaults);
 
-    CLI::App &reset = tool.add("reset", "Delete every setting of the plain store", "zndb_tool reset --save\n",
-                               run(reset_settings));
+    CLI::App &reset = tool.add("reset", "Delete every setting of the plain store",
+                               "zndb_tool reset --yes --save\n", run(reset_settings));
+    reset.add_flag("--yes", g_options.yes, "Don't ask");
     add_save(reset);
 }
 

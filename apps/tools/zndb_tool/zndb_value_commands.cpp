@@ -1,8 +1,10 @@
 #include "zndb_tool/zndb_value_commands.h"
 
 #include <algorithm>
+#include <functional>
 
 #include "cli/complaint.h"
+#include "cli/confirmation.h"
 #include "cli/input_line.h"
 #include "cli/spelling_hint.h"
 #include "cli/wait_notice.h"
@@ -220,26 +222,45 @@ ExitCode save_both(bool about_plain, bool about_perm, const std::string &hint = 
     return std::max(plain, perm);
 }
 
+// ---- del ----
+
+ExitCode delete_key(const ZndbOptions &options, const std::string &key) {
+    const ExitCode code = check_key(key);
+    if (code != ExitCode::kDone) {
+        return code;
+    }
+    const RequestOutcome outcome = delete_from_store(options.store(), key);
+    return report(outcome, quoted("del", key), key_hint(options.store(), key, outcome.result));
+}
+
+/* Goes on after a failure, so that every wrong key is reported, but not without the database. Returns the
+ * worst code. */
+ExitCode for_each_key(const Words &keys, const std::function<ExitCode(const std::string &key)> &act) {
+    ExitCode code = ExitCode::kDone;
+    for (size_t i = 0; i < keys.size() && code != ExitCode::kUnreachable; ++i) {
+        code = std::max(code, act(keys[i]));
+    }
+    return code;
+}
+
 }  // namespace
 
 ExitCode get_values(const ZndbOptions &options) {
     const Json members = json_members();
-    for (const std::string &key : options.keys) {
+    const ExitCode code = for_each_key(options.keys, [&](const std::string &key) {
         Words words;
-        const ExitCode code = read_words(options, key, &words);
-        if (code != ExitCode::kDone) {
-            return code;
-        }
-        if (options.json) {
+        const ExitCode read = read_words(options, key, &words);
+        if (read == ExitCode::kDone && options.json) {
             add_member(members, key, json_of_words(options, words));
-        } else {
+        } else if (read == ExitCode::kDone) {
             print_words(options.keys.size() > 1 ? key + "=" : "", words);
         }
-    }
-    if (options.json) {
+        return read;
+    });
+    if (options.json && (code == ExitCode::kDone || json_object_object_length(members.get()) > 0)) {
         print_json(members);
     }
-    return ExitCode::kDone;
+    return code;
 }
 
 ExitCode set_value(const ZndbOptions &options) {
@@ -257,18 +278,16 @@ ExitCode set_value(const ZndbOptions &options) {
     return code == ExitCode::kDone ? save_if_wanted(options) : code;
 }
 
+/* Saves what was deleted, even if other keys could not be. */
 ExitCode delete_keys(const ZndbOptions &options) {
-    for (const std::string &key : options.keys) {
-        ExitCode code = check_key(key);
-        if (code == ExitCode::kDone) {
-            const RequestOutcome outcome = delete_from_store(options.store(), key);
-            code = report(outcome, quoted("del", key), key_hint(options.store(), key, outcome.result));
-        }
-        if (code != ExitCode::kDone) {
-            return code;
-        }
-    }
-    return save_if_wanted(options);
+    bool has_deleted = false;
+    const ExitCode code = for_each_key(options.keys, [&](const std::string &key) {
+        const ExitCode deleted = delete_key(options, key);
+        has_deleted = has_deleted || deleted == ExitCode::kDone;
+        return deleted;
+    });
+    const bool saves = has_deleted && code != ExitCode::kUnreachable;
+    return saves ? std::max(code, save_if_wanted(options)) : code;
 }
 
 ExitCode save_changes(const ZndbOptions &options) {
@@ -279,6 +298,9 @@ ExitCode save_changes(const ZndbOptions &options) {
 }
 
 ExitCode reset_settings(const ZndbOptions &options) {
+    if (!is_confirmed("delete every setting of the plain store", options.yes)) {
+        return complain(ExitCode::kRefused, "nothing was done");
+    }
     const ExitCode code = report(reset_store(), "reset");
     return code == ExitCode::kDone ? save_if_wanted(options) : code;
 }

@@ -147,12 +147,59 @@ TEST_F(ZndbTool, DeletesSettings) {
     EXPECT_EQ("ret 3", perm("c"));
 }
 
+TEST_F(ZndbTool, ReportsEveryMissingKeyAndGoesOn) {
+    EXPECT_EQ(0, zndb_set("a", "1"));
+    EXPECT_EQ(0, zndb_set("b", "2"));
+    const std::string missing = " failed: 2001 E_APPS_ERR_ZNDB_NO_FOUND\n";
+    const ToolEnd got = kTool.run({"get", "a", "nokey", "b", "none"});
+    EXPECT_EQ(1, got.status);
+    EXPECT_EQ("a=1\nb=2\n", got.output);
+    EXPECT_EQ("zndb_tool: get 'nokey'" + missing + "zndb_tool: get 'none'" + missing, got.errors);
+    const ToolEnd json = kTool.run({"get", "--json", "a", "nokey"});
+    EXPECT_EQ(1, json.status);
+    EXPECT_EQ("{\n  \"a\": \"1\"\n}\n", json.output);
+    EXPECT_EQ("zndb_tool: get 'nokey'" + missing, json.errors);
+    kTool.expect_failure(1, "get 'nokey'" + missing.substr(0, missing.size() - 1),
+                         {"get", "--json", "nokey"});
+    kTool.expect_failure(
+        1, "del 'nokey'" + missing + "zndb_tool: del 'none'" + missing.substr(0, missing.size() - 1),
+        {"del", "--save", "a", "nokey", "none", "b"});
+    EXPECT_EQ("ret 3", plain("a"));
+    EXPECT_EQ("ret 3", plain("b"));
+    EXPECT_EQ("", file_text("/m_data/usr/db/user_data.txt"));
+    kTool.expect_failure(
+        2, "'': the key is empty\nzndb_tool: get 'none'" + missing.substr(0, missing.size() - 1),
+        {"get", "", "none"});
+}
+
+TEST_F(ZndbTool, ADeletionThatOnlyFailsInPartIsSaved) {
+    EXPECT_EQ(0, zndb_set("a", "1"));
+    EXPECT_EQ(0, zndb_set("b", "2"));
+    EXPECT_EQ(0, zndb_save());
+    EXPECT_EQ(1, kTool.run({"del", "--save", "nokey", "a"}).status);
+    cut_power();
+    EXPECT_EQ("ret 3", plain("a"));
+    EXPECT_EQ("2", plain("b"));
+}
+
+TEST_F(ZndbTool, ADatabaseThatIsGoneIsReportedOnce) {
+    zndb_->kill();
+    kTool.expect_failure(
+        3, "get 'a' failed: zndb is not running any more: nobody listens on its socket: 1 E_APPS_ERR_MODULE",
+        {"get", "a", "b"});
+    kTool.expect_failure(
+        3, "del 'a' failed: zndb is not running any more: nobody listens on its socket: 1 E_APPS_ERR_MODULE",
+        {"del", "--save", "a", "b"});
+}
+
 TEST_F(ZndbTool, OffersTheNearestKeyForOneThatIsMissing) {
     EXPECT_EQ(0, zndb_set("lan_ip", "1"));
     const std::string rest = " 'lanip' failed: 2001 E_APPS_ERR_ZNDB_NO_FOUND; did you mean 'lan_ip'?";
     kTool.expect_failure(1, "get" + rest, {"get", "lanip"});
     kTool.expect_failure(1, "del" + rest, {"del", "lanip"});
     kTool.expect_failure(1, "get 'other' failed: 2001 E_APPS_ERR_ZNDB_NO_FOUND", {"get", "other"});
+    EXPECT_EQ(0, zndb_set("a", "1"));
+    kTool.expect_failure(1, "get 'b' failed: 2001 E_APPS_ERR_ZNDB_NO_FOUND", {"get", "b"});
     kTool.expect_failure(1, "get 'lanip' failed: 7 E_APPS_ERR_NOTFOUND; did you mean 'lan_ip'?",
                          {"get", "--secret", "lanip"});
 }
