@@ -12,6 +12,7 @@
 #include "cli/completion_words.h"
 #include "cli/help_text.h"
 #include "cli/spelling_hint.h"
+#include "output/output_failure.h"
 #include "output/terminal.h"
 #include "support/product_version.h"
 
@@ -35,10 +36,7 @@ ExitCode print(const std::string &text) {
 /* Flushes the output, which reports a full disk or a closed pipe at the latest. */
 ExitCode finish_output(ExitCode code) {
     const bool written = std::fflush(stdout) == 0 && std::ferror(stdout) == 0;
-    if (written || code != ExitCode::kDone) {
-        return code;
-    }
-    return complain(ExitCode::kRefused, errno_text("can't write the output", errno));
+    return written || code != ExitCode::kDone ? code : output_failure(errno);
 }
 
 }  // namespace
@@ -73,6 +71,10 @@ ExitCode CommandLineTool::parse_and_run(int argc, char **argv) {
         print_completions(app_, words_, {argv + 2, argv + argc});
         return ExitCode::kDone;
     }
+    if (const std::optional<std::string> stray = stray_word({argv + 1, argv + argc})) {
+        complain(ExitCode::kUsage, unknown_name("command", *stray, command_names(app_)));
+        return complain(ExitCode::kUsage, "see '" + app_.get_name() + " --help'");
+    }
     try {
         app_.parse(argc, argv);
     } catch (const CLI::CallForHelp &) {
@@ -83,6 +85,21 @@ ExitCode CommandLineTool::parse_and_run(int argc, char **argv) {
         return refuse_command_line(error);
     }
     return run_chosen();
+}
+
+/* The first word that is neither an option nor a command. The parser would run a command that follows it. */
+std::optional<std::string> CommandLineTool::stray_word(const std::vector<std::string> &words) const {
+    const std::vector<std::string> commands = command_names(app_);
+    for (const std::string &word : words) {
+        if (word == "-h" || word == "--help" || word == "--version") {
+            break;
+        }
+        if (word.empty() || word[0] != '-') {
+            const bool known = std::find(commands.begin(), commands.end(), word) != commands.end();
+            return known ? std::nullopt : std::optional<std::string>(word);
+        }
+    }
+    return std::nullopt;
 }
 
 ExitCode CommandLineTool::run_chosen() {
@@ -101,15 +118,12 @@ ExitCode CommandLineTool::refuse_command_line(const CLI::ParseError &error) cons
                     "see '" + app_.get_name() + (root ? "" : " " + chosen().get_name()) + " --help'");
 }
 
-/* The error message for a word that is no command, argument or option. */
+/* The error message for a word that is no argument or option. */
 std::string CommandLineTool::problem_with(const std::string &word) const {
     if (word.size() > 1 && word[0] == '-') {
         const std::string problem = unknown_name("option", word, option_names(chosen()));
         const bool number = word[1] >= '0' && word[1] <= '9';
         return number ? problem + "; write -- before arguments that begin with '-'" : problem;
-    }
-    if (&chosen() == &app_) {
-        return unknown_name("command", word, command_names(app_));
     }
     return "one argument too many: '" + word + "'";
 }

@@ -7,6 +7,7 @@
 #include <CLI/CLI.hpp>
 #include <functional>
 #include <map>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -44,6 +45,7 @@ class CommandLineTool {
 
   private:
     ExitCode parse_and_run(int argc, char **argv);
+    std::optional<std::string> stray_word(const std::vector<std::string> &words) const;
     ExitCode run_chosen();
     ExitCode refuse_command_line(const CLI::ParseError &error) const;
     std::string problem_with(const std::string &word) const;

@@ -4,11 +4,11 @@
 #include <cerrno>
 #include <utility>
 
-#include "cli/complaint.h"
 #include "monitor_tool/module_report.h"
 #include "monitor_tool/module_screen.h"
 #include "monitor_tool/status_commands.h"
 #include "output/live_screen.h"
+#include "output/output_failure.h"
 #include "output/terminal.h"
 
 namespace {
@@ -112,6 +112,5 @@ ExitCode watch_modules(const MonitorOptions &options) {
     }
     Top top(options);
     const int error = top.run();
-    return error == 0 ? ExitCode::kDone
-                      : complain(ExitCode::kRefused, errno_text("can't write the output", error));
+    return error == 0 ? ExitCode::kDone : output_failure(error);
 }

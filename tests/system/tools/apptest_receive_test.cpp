@@ -151,8 +151,8 @@ TEST_F(AppTestReceive, AReaderThatLeavesEndsIt) {
         "mkfifo /tmp/closed.$$; exec 3<>/tmp/closed.$$ 4>/tmp/closed.$$ 3<&-; "
         "$TOOLS/apptest serve wlan >&4 & until [ -S /tmp/m_tmp/ipc/wlan ]; do sleep 0.01; done; "
         "$TOOLS/apptest call wlan 5004; wait $!");
-    EXPECT_EQ(1, end.status);
-    EXPECT_EQ("apptest: can't write the output: Broken pipe\n", end.errors);
+    EXPECT_EQ(0, end.status);
+    EXPECT_EQ("", end.errors);
 }
 
 TEST_F(AppTestReceive, PlaysAModuleWithOneAnswerForEverything) {
