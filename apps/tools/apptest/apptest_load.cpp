@@ -15,6 +15,7 @@ namespace {
 
 constexpr int kLookMilliseconds = 100;
 constexpr double kDefaultSeconds = 5;
+constexpr int kSecondsDigits = 3;
 
 struct Percentile {
     const char *name;
@@ -27,9 +28,9 @@ double per_second(const LoadResult &result) {
     return result.seconds > 0 ? static_cast<double>(result.answered) / result.seconds : 0;
 }
 
-std::string rounded(double number) {
+std::string rounded(double number, int digits) {
     char text[32];
-    (void)std::snprintf(text, sizeof(text), "%.1f", number);
+    (void)std::snprintf(text, sizeof(text), "%.*f", digits, number);
     return text;
 }
 
@@ -58,12 +59,12 @@ void add_codes(TextTable &table, const char *what, const std::map<apps_err_e_typ
 }
 
 void print_table(const LoadResult &result) {
-    TextTable table({"LOAD", ""});
+    TextTable table({"RESULT", "VALUE"});
     table.add({"answered", std::to_string(result.answered)});
     add_codes(table, "refused", result.refused);
     add_codes(table, "lost", result.lost);
-    table.add({"seconds", rounded(result.seconds)});
-    table.add({"answers a second", rounded(per_second(result))});
+    table.add({"seconds", rounded(result.seconds, kSecondsDigits)});
+    table.add({"answers per second", rounded(per_second(result), 1)});
     table.add({"fastest", milliseconds_text(static_cast<double>(result.latencies.lowest()))});
     table.add({"mean", milliseconds_text(result.latencies.mean())});
     for (const Percentile &percentile : kPercentiles) {
@@ -99,10 +100,19 @@ void print_object(const LoadResult &result) {
     add_member(object, "answered", json_number(static_cast<int64_t>(result.answered)));
     add_member(object, "refused", codes_as_json(result.refused));
     add_member(object, "lost", codes_as_json(result.lost));
-    add_member(object, "seconds", json_word(rounded(result.seconds)));
-    add_member(object, "answers_per_second", json_word(rounded(per_second(result))));
+    add_member(object, "seconds", json_word(rounded(result.seconds, kSecondsDigits)));
+    add_member(object, "answers_per_second", json_word(rounded(per_second(result), 1)));
     add_member(object, "microseconds", latencies_as_json(result.latencies));
     print_json(object);
+}
+
+/* "7 E_APPS_ERR_NOTFOUND, 17 E_APPS_ERR_BUSY" */
+std::string code_list(const std::map<apps_err_e_type, uint64_t> &counts) {
+    std::string all;
+    for (const auto &count : counts) {
+        all += (all.empty() ? "" : ", ") + code_text(count.first);
+    }
+    return all;
 }
 
 /* The exit code of the worst result. */
@@ -110,11 +120,12 @@ ExitCode judge(const LoadResult &result, const std::string &module) {
     const uint64_t lost = total(result.lost);
     const uint64_t refused = total(result.refused);
     if (lost > 0) {
-        return complain(ExitCode::kUnreachable,
-                        std::to_string(lost) + " requests to " + module + " were lost");
+        return complain(ExitCode::kUnreachable, std::to_string(lost) + " requests to " + module +
+                                                    " were lost: " + code_list(result.lost));
     }
     if (refused > 0) {
-        return complain(ExitCode::kRefused, std::to_string(refused) + " requests were refused by " + module);
+        return complain(ExitCode::kRefused, std::to_string(refused) + " requests were refused by " + module +
+                                                ": " + code_list(result.refused));
     }
     return ExitCode::kDone;
 }

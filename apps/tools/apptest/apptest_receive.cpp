@@ -51,6 +51,9 @@ apps_err_e_type answer_as_scripted(uint32_t src, apps_message_id_e_type msgid, c
         return answer.result;
     }
     if (body.size() > rsp_size) {
+        (void)complain(ExitCode::kRefused, "the answer to " + message_text(msgid) + " has " +
+                                               std::to_string(body.size()) + " bytes, but the sender takes " +
+                                               std::to_string(rsp_size));
         return E_APPS_ERR_OUTOFBUF;
     }
     std::memcpy(rsp, body.data(), body.size());

@@ -3,6 +3,7 @@
 #include <chrono>
 #include <cstdio>
 
+#include "apptest/answer_room.h"
 #include "apptest/body_text.h"
 #include "cli/complaint.h"
 #include "cli/name_lookup.h"
@@ -90,7 +91,8 @@ ExitCode call_module(const AppTestOptions &options) {
     if (code != ExitCode::kDone) {
         return code;
     }
-    std::string answer(options.room.value_or(kDefaultRoom), '\0');
+    const uint32_t room = options.room.value_or(kDefaultRoom);
+    std::string answer(room, '\0');
     const WaitNotice notice(envelope.module);
     const auto begin = Clock::now();
     const RequestOutcome outcome =
@@ -101,7 +103,8 @@ ExitCode call_module(const AppTestOptions &options) {
     } else if (outcome.delivered()) {
         print_answer(options, outcome, answer);
     }
-    return report_outcome(outcome, envelope.module, what("call", envelope));
+    return report_outcome(outcome, envelope.module, what("call", envelope),
+                          room_hint(outcome.result, envelope.msgid, room));
 }
 
 ExitCode send_to_module(const AppTestOptions &options) {

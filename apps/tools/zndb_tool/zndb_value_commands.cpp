@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <functional>
 
+#include "cli/code_hint.h"
 #include "cli/complaint.h"
 #include "cli/confirmation.h"
 #include "cli/input_line.h"
@@ -132,13 +133,6 @@ ExitCode words_from_input(const ZndbOptions &options, Words *words) {
     return ExitCode::kDone;
 }
 
-/* Why the database refuses a key or a value. */
-std::string text_hint(apps_err_e_type result) {
-    return result == E_APPS_ERR_ZNDB_ARG
-               ? "; a setting must be one line, and a key must not contain '=' or begin with '#' or a blank"
-               : "";
-}
-
 /* The stored list with one item replaced or appended. */
 ExitCode replace_item(const ZndbOptions &options, const std::string &item, Words *items) {
     std::string stored;
@@ -194,7 +188,7 @@ ExitCode set_words(const ZndbOptions &options, const Words &words) {
         return complain(ExitCode::kUsage, "'" + options.key + "': " + problem);
     }
     const RequestOutcome outcome = store_text(options, text);
-    return report(outcome, quoted("set", options.key), text_hint(outcome.result));
+    return report(outcome, quoted("set", options.key));
 }
 
 // ---- save ----
@@ -207,7 +201,8 @@ ExitCode report_store(apps_err_e_type result, bool counts, const std::string &wh
     if (counts) {
         return report({E_APPS_ERR_SUCCESS, result}, what, hint);
     }
-    return complain(ExitCode::kDone, "warning: " + what + " failed: " + code_text(result));
+    return complain(ExitCode::kDone,
+                    "warning: " + what + " failed: " + code_text(result) + code_hint(result));
 }
 
 /* Saves the plain and the perm store. about_plain, about_perm: whether a failure of that store fails the

@@ -189,19 +189,24 @@ TEST_F(AppTestReceive, PlaysAModuleAsScripted) {
     const ToolEnd end = kAppTest.run({"call", "wlan", "5010", "back"});
     EXPECT_EQ("back\n", end.output);
     EXPECT_EQ(
-        "apptest: call wlan 5010 E_APPS_MSG_WLAN_RESET_WPS_AP_PIN_CODE failed: 8 E_APPS_ERR_UNSUPPORTED\n",
+        "apptest: call wlan 5010 E_APPS_MSG_WLAN_RESET_WPS_AP_PIN_CODE failed: 8 E_APPS_ERR_UNSUPPORTED; "
+        "the module doesn't know this message\n",
         end.errors);
     EXPECT_EQ(0, wlan.interrupt());
     EXPECT_FALSE(std::filesystem::exists("/tmp/m_tmp/ipc/wlan"));
 }
 
 TEST_F(AppTestReceive, AnAnswerThatDoesNotFitTheSendersRoomIsRefused) {
-    const Serving wlan({"serve", "wlan", "--answer", "0 text=too long"}, "wlan");
+    Serving wlan({"serve", "wlan", "--answer", "0 text=too long"}, "wlan");
     wait_for_module("5");
     kAppTest.expect_failure(1,
                             "call wlan 5004 E_APPS_MSG_WLAN_WIRELESS_MACFILTER_CONFIG failed: "
-                            "9 E_APPS_ERR_OUTOFBUF",
+                            "9 E_APPS_ERR_OUTOFBUF; --room 4 is too small for the answer",
                             {"call", "wlan", "5004", "--room", "4"});
+    EXPECT_TRUE(
+        wlan.process().wait_for_error("apptest: the answer to 5004 E_APPS_MSG_WLAN_WIRELESS_MACFILTER_CONFIG "
+                                      "has 8 bytes, but the sender takes "
+                                      "4\n"));
 }
 
 TEST_F(AppTestReceive, DoesNotPlayAModuleThatRuns) {

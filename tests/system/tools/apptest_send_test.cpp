@@ -114,6 +114,19 @@ TEST_F(AppTestSend, ShowsTheCodeThatTheModuleReturned) {
                             {"call", "wlan", kReturn, "--int", "777"});
 }
 
+TEST_F(AppTestSend, ARoomThatIsTooSmallIsSaidSo) {
+    kAppTest.expect_failure(
+        1,
+        "call wlan 6 E_APPS_MSG_SYS_STATUS failed: 3 E_APPS_ERR_PARAM; --room 3 is too small, "
+        "the answer has 4 bytes",
+        {"call", "wlan", "sys_status", "--room", "3"});
+    kAppTest.expect_failure(
+        1,
+        "call wlan 40001 unknown failed: 9 E_APPS_ERR_OUTOFBUF; --room 0 is too small for the "
+        "answer",
+        {"call", "wlan", kReturn, "--int", "9", "--room", "0"});
+}
+
 TEST_F(AppTestSend, AModuleThatGoesAwayWithoutAnAnswerIsNotReachable) {
     kAppTest.expect_failure(3,
                             "call wlan 1 E_APPS_MSG_SYS_EXIT failed: wlan went away without an answer: "

@@ -16,6 +16,9 @@ const std::string kExported = "/tmp/exported.txt";
 
 const ToolChecks kTool("zndb_tool");
 
+const std::string kReadOnlyHint =
+    "; the store's file can't be replaced; check its folder with ls -l and mount";
+
 class ZndbTool : public ZndbTest {
   protected:
     ZndbTool() {
@@ -253,7 +256,7 @@ TEST_F(ZndbTool, SaveRamShortensTheJournal) {
 TEST_F(ZndbTool, ASaveThatFailsShowsTheDatabasesCode) {
     start_after("mkdir -p /m_data/usr/db && mount -t tmpfs -o ro tmpfs /m_data/usr/db");
     EXPECT_EQ(0, zndb_set("k", "v"));
-    kTool.expect_failure(1, "save failed: 2006 E_APPS_ERR_ZNDB_READ_ONLY", {"save"});
+    kTool.expect_failure(1, "save failed: 2006 E_APPS_ERR_ZNDB_READ_ONLY" + kReadOnlyHint, {"save"});
 }
 
 /* A command of zndb_tool in a database whose perm store can't be saved. */
@@ -261,7 +264,7 @@ TEST_F(ZndbTool, APermStoreThatCantBeSavedIsNamed) {
     start_after("mkdir -p /m_data/usr_permanent/db && mount -t tmpfs -o ro tmpfs /m_data/usr_permanent/db");
     EXPECT_EQ(0, zndb_set_perm_data("p", "pv"));
     EXPECT_EQ(0, zndb_set("k", "v"));
-    const std::string words = "save of the perm store failed: 2006 E_APPS_ERR_ZNDB_READ_ONLY";
+    const std::string words = "save of the perm store failed: 2006 E_APPS_ERR_ZNDB_READ_ONLY" + kReadOnlyHint;
     kTool.expect_failure(1, words, {"save"});
     EXPECT_EQ("k=v\n", file_text("/m_data/usr/db/user_data.txt"));
     kTool.expect_failure(0, "warning: " + words, {"set", "--save", "k", "new"});
@@ -277,8 +280,9 @@ TEST_F(ZndbTool, EachStoreThatCantBeSavedIsNamed) {
     EXPECT_EQ(0, zndb_set_perm_data("p", "pv"));
     EXPECT_EQ(0, zndb_set("k", "v"));
     kTool.expect_failure(1,
-                         "save failed: 2006 E_APPS_ERR_ZNDB_READ_ONLY\n"
-                         "zndb_tool: save of the perm store failed: 2006 E_APPS_ERR_ZNDB_READ_ONLY",
+                         "save failed: 2006 E_APPS_ERR_ZNDB_READ_ONLY" + kReadOnlyHint +
+                             "\nzndb_tool: save of the perm store failed: 2006 E_APPS_ERR_ZNDB_READ_ONLY" +
+                             kReadOnlyHint,
                          {"save"});
 }
 
@@ -286,7 +290,8 @@ TEST_F(ZndbTool, AResetThatCantBeSavedIsRefused) {
     start_after("mkdir -p /m_data/usr/db && mount -t tmpfs -o ro tmpfs /m_data/usr/db");
     EXPECT_EQ(0, zndb_set("k", "v"));
     EXPECT_EQ(1, zndb_reset());
-    kTool.expect_failure(1, "reset failed: 2006 E_APPS_ERR_ZNDB_READ_ONLY", {"reset", "--save"});
+    kTool.expect_failure(1, "reset failed: 2006 E_APPS_ERR_ZNDB_READ_ONLY" + kReadOnlyHint,
+                         {"reset", "--save"});
     EXPECT_EQ("v", plain("k"));
 }
 
@@ -387,7 +392,9 @@ TEST_F(ZndbTool, ImportsNothingOfAFileWithABadLine) {
 TEST_F(ZndbTool, SaysHowFarAnImportCameWhenTheDatabaseRefuses) {
     ASSERT_TRUE(write_text(kExported, "good=1\n bad=1\nlater=1\n"));
     kTool.expect_failure(1,
-                         kExported + ":2: set ' bad' failed: 2004 E_APPS_ERR_ZNDB_ARG\n" +
+                         kExported +
+                             ":2: set ' bad' failed: 2004 E_APPS_ERR_ZNDB_ARG; a setting must be one " +
+                             "line, and a key must not contain '=' or begin with '#' or a blank\n" +
                              "zndb_tool: 1 of 3 settings were imported",
                          {"import", kExported});
 }
