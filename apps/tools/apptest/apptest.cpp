@@ -116,11 +116,11 @@ void add_sending_commands(CommandLineTool &tool) {
 }
 
 void add_event_commands(CommandLineTool &tool) {
-    CLI::App &publish = tool.add("publish", "Send an event to its subscribers",
-                                 "apptest publish E_APPS_MSG_SYS_LANGUAGE_CHANGE en\n"
+    CLI::App &publish = tool.add("publish", "Send an event to its listeners",
+                                 "apptest publish sys_language_change en\n"
                                  "apptest publish --message 5004 wlan_clients --int 3\n",
                                  run(publish_event));
-    publish.add_option("EVENT", g_options.event, "Key of the event")->required();
+    publish.add_option("EVENT", g_options.event, "Key of the event, with or without E_APPS_MSG_")->required();
     publish
         .add_option("--message", g_options.message,
                     "The message to send; default: the one named like the event")
@@ -129,9 +129,15 @@ void add_event_commands(CommandLineTool &tool) {
 
     CLI::App &subscribe = tool.add("subscribe", "Subscribe to events and print what arrives, until Ctrl-C",
                                    "apptest subscribe E_APPS_MSG_SYS_LANGUAGE_CHANGE\n"
+                                   "apptest subscribe --as sms sys_language_change\n"
                                    "apptest subscribe --count 1 --seconds 10 --json wlan_clients\n",
                                    run_as_is(subscribe_to_events));
-    subscribe.add_option("EVENT", g_options.events, "Keys of events")->required();
+    subscribe.add_option("EVENT", g_options.events, "Keys of events, with or without E_APPS_MSG_")
+        ->required();
+    subscribe
+        .add_option("--as", g_options.identity,
+                    "The module to subscribe as; it must not run (apptest, which 'publish' is too)")
+        ->type_name("MODULE");
     add_limits(subscribe, "messages");
     add_json(subscribe, "Print each message as JSON, one per line");
 }

@@ -18,6 +18,7 @@ struct AppTestOptions {
     std::string message;
     std::string event;
     std::vector<std::string> events;
+    std::string identity = "apptest"; /* the module to subscribe as */
 
     /* The body, its notation, and a file to read it from. */
     std::string body;

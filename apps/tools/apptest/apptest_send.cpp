@@ -9,6 +9,8 @@
 #include "cli/name_lookup.h"
 #include "cli/request_outcome.h"
 #include "cli/wait_notice.h"
+#include "device/event_key.h"
+#include "device/module_words.h"
 #include "frwk_common.h"
 #include "output/json_output.h"
 #include "output/terminal.h"
@@ -78,6 +80,37 @@ ExitCode deliver(const char *command, const AppTestOptions &options, uint32_t se
     return report_outcome(outcome, envelope.module, what(command, envelope));
 }
 
+/* To whom an event goes. */
+struct Audience {
+    std::vector<std::string> modules;
+    bool has_publisher = false; /* the publisher doesn't send it to itself */
+};
+
+Audience audience_of(const std::string &event) {
+    Audience audience;
+    for (const std::string &name : listeners_of(event)) {
+        if (name == frwk_module_name(-1)) {
+            audience.has_publisher = true;
+        } else if (frwk_module_id(name.c_str()) > E_APPS_MODULE_MIN) {
+            audience.modules.push_back(name);
+        }
+    }
+    return audience;
+}
+
+void report_audience(const std::string &event, const Audience &audience) {
+    const size_t count = audience.modules.size();
+    const std::string names = count == 0 ? "" : ": " + joined(audience.modules, " ");
+    const std::string line =
+        event + " has " + std::to_string(count) + (count == 1 ? " listener" : " listeners") + names;
+    (void)std::puts(shown_text(Stream::kOutput, line).c_str());
+    if (audience.has_publisher) {
+        (void)complain(ExitCode::kDone,
+                       "apptest itself subscribes too, but a publisher never hears itself; use 'apptest "
+                       "subscribe --as MODULE'");
+    }
+}
+
 ExitCode read_message_and_body(const AppTestOptions &options, Envelope *envelope) {
     const ExitCode code = read_message(options, envelope);
     return code == ExitCode::kDone ? read_body(options, envelope) : code;
@@ -125,15 +158,17 @@ ExitCode broadcast_message(const AppTestOptions &options) {
 }
 
 ExitCode publish_event(const AppTestOptions &options) {
+    const std::string event = event_key(options.event);
     AppTestOptions completed = options;
     if (completed.message.empty()) {
-        completed.message = options.event;
+        completed.message = event;
     }
     Envelope envelope;
     const ExitCode code = read_message_and_body(completed, &envelope);
     if (code == ExitCode::kDone) {
-        frwk_ipc_msg_pub(options.event.c_str(), envelope.msgid, data_of(envelope.body),
-                         length_of(envelope.body));
+        const Audience audience = audience_of(event);
+        frwk_ipc_msg_pub(event.c_str(), envelope.msgid, data_of(envelope.body), length_of(envelope.body));
+        report_audience(event, audience);
     }
     return code;
 }

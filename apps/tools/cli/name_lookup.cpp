@@ -96,6 +96,12 @@ Named find_message(const std::string &word) {
     return find_row("message", word, kMessagePrefix, g_enum_apps_message_id_e_type, APPS_MESSAGE_ID_COUNT);
 }
 
+std::string complete_message_name(const std::string &word) {
+    const zn_enum_item *row =
+        row_named(g_enum_apps_message_id_e_type, APPS_MESSAGE_ID_COUNT, kMessagePrefix, word);
+    return row != nullptr ? row->name : "";
+}
+
 Named find_code(const std::string &word) {
     return find_row("result code", word, kCodePrefix, g_enum_apps_err_e_type, APPS_ERR_CODE_COUNT);
 }

@@ -23,6 +23,9 @@ Named find_module(const std::string &word);
 /* A message: its name, with or without its E_APPS_MSG_, in upper or lower case, or its number. */
 Named find_message(const std::string &word);
 
+/* The complete name of the message that has this name, with or without its E_APPS_MSG_; "" for none. */
+std::string complete_message_name(const std::string &word);
+
 /* A result code: its name, with or without its E_APPS_ERR_, in upper or lower case, or its number. */
 Named find_code(const std::string &word);
 

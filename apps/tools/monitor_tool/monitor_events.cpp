@@ -4,8 +4,8 @@
 #include <cstdio>
 
 #include "cli/complaint.h"
+#include "device/event_listeners.h"
 #include "frwk_common.h"
-#include "monitor_tool/event_listeners.h"
 #include "monitor_tool/status_commands.h"
 #include "output/json_output.h"
 #include "output/terminal.h"

@@ -52,6 +52,7 @@ bool is_subscribed(const std::string &event) {
 class AppTestReceive : public testing::Test {
   protected:
     AppTestReceive() {
+        std::filesystem::remove_all(kEvents);
         std::filesystem::create_directories(kEvents);
         std::filesystem::create_directories("/tmp/m_tmp/lock");
     }
@@ -119,9 +120,7 @@ TEST_F(AppTestReceive, SaysHowManyCameInTime) {
 
 TEST_F(AppTestReceive, AnEventThatCannotBeSubscribedTakesTheOthersBack) {
     kAppTest.expect_failure(
-        1,
-        "subscribe 'a/b' failed: 12 E_APPS_ERR_IO; the folder of subscriptions or of locks "
-        "is missing, or the event's name is not a valid file name",
+        1, "subscribe 'a/b' failed: 12 E_APPS_ERR_IO; the event's name is not a valid file name",
         {"subscribe", "weather", "a/b"});
     EXPECT_TRUE(std::filesystem::is_empty(kEvents));
     EXPECT_FALSE(std::filesystem::exists(kSocket));
@@ -139,11 +138,82 @@ TEST_F(AppTestReceive, ASecondSubscriberDoesNotTakeTheFirstOnesMessages) {
     Serving subscriber({"subscribe", "weather"});
     ASSERT_TRUE(is_subscribed("weather"));
     kAppTest.expect_failure(1,
-                            "apptest is running (pid " + std::to_string(subscriber.process().pid()) +
-                                "); a module that runs can't be played",
+                            "another apptest subscribe is running (pid " +
+                                std::to_string(subscriber.process().pid()) +
+                                "); --as MODULE subscribes as another module",
                             {"subscribe", "weather"});
     EXPECT_EQ("ret=15", router_.ask("async 49 9 3 -"));
     EXPECT_EQ("router 9 E_APPS_MSG_SYS_LANGUAGE_CHANGE 0 bytes", subscriber.line());
+}
+
+/* apptest publishes, so the subscriber must be another module. */
+TEST_F(AppTestReceive, HearsWhatApptestPublishesAsAnotherModule) {
+    Serving subscriber({"subscribe", "--as", "sms", "sys_language_change"}, "sms");
+    ASSERT_TRUE(wait_until(
+        [] { return file_text(std::string(kEvents) + "/E_APPS_MSG_SYS_LANGUAGE_CHANGE") == "sms\n"; }));
+    EXPECT_EQ("E_APPS_MSG_SYS_LANGUAGE_CHANGE has 1 listener: sms\n",
+              kAppTest.output_of({"publish", "Sys_Language_Change", "en"}));
+    EXPECT_EQ("apptest 9 E_APPS_MSG_SYS_LANGUAGE_CHANGE 2 bytes: en", subscriber.line());
+    EXPECT_EQ(0, subscriber.interrupt());
+    EXPECT_TRUE(std::filesystem::is_empty(kEvents));
+    EXPECT_FALSE(std::filesystem::exists("/tmp/m_tmp/ipc/sms"));
+}
+
+TEST_F(AppTestReceive, SubscribersOfDifferentNamesRunSideBySide) {
+    Serving one({"subscribe", "weather"});
+    ASSERT_TRUE(is_subscribed("weather"));
+    Serving other({"subscribe", "--as", "sms", "weather"}, "sms");
+    ASSERT_TRUE(wait_until([] { return file_text(std::string(kEvents) + "/weather") == "apptest\nsms\n"; }));
+    const ToolEnd end = kAppTest.run({"publish", "--message", "9", "weather", "rain"});
+    EXPECT_EQ(0, end.status);
+    EXPECT_EQ("weather has 1 listener: sms\n", end.output);
+    EXPECT_EQ(
+        "apptest: apptest itself subscribes too, but a publisher never hears itself; use 'apptest subscribe "
+        "--as "
+        "MODULE'\n",
+        end.errors);
+    EXPECT_EQ("apptest 9 E_APPS_MSG_SYS_LANGUAGE_CHANGE 4 bytes: rain", other.line());
+}
+
+TEST_F(AppTestReceive, AModuleThatRunsOrHasAnUnfitNameIsNoIdentity) {
+    kAppTest.expect_failure(
+        1,
+        "router is running (pid " + std::to_string(router_.pid()) + "); a module that runs can't be played",
+        {"subscribe", "--as", "router", "weather"});
+    kAppTest.expect_failure(
+        2, "can't subscribe as oma: unsubscribing would remove omadm, whose name contains it",
+        {"subscribe", "--as", "oma", "weather"});
+    kAppTest.expect_failure(2, "unknown module 'smss'; did you mean 'sms'?",
+                            {"subscribe", "--as", "smss", "weather"});
+    EXPECT_TRUE(std::filesystem::is_empty(kEvents));
+}
+
+TEST_F(AppTestReceive, TheModulesOwnSubscriptionStays) {
+    ASSERT_TRUE(write_text(std::string(kEvents) + "/weather", "sms\n"));
+    EXPECT_EQ("",
+              kAppTest.output_of({"subscribe", "--as", "sms", "--seconds", "0.01", "weather", "traffic"}));
+    EXPECT_EQ("sms\n", file_text(std::string(kEvents) + "/weather"));
+    EXPECT_FALSE(std::filesystem::exists(std::string(kEvents) + "/traffic"));
+}
+
+TEST_F(AppTestReceive, WhatKeepsItFromSubscribingIsNamed) {
+    namespace fs = std::filesystem;
+    const std::string failed = "apptest: subscribe 'weather' failed: ";
+    const auto errors = [] {
+        return run_shell(modes_hold() + "$TOOLS/apptest subscribe --seconds 0.01 weather").errors;
+    };
+    fs::permissions(kEvents, fs::perms::owner_read | fs::perms::owner_exec);
+    EXPECT_EQ(0u, errors().find(failed + "12 E_APPS_ERR_IO; no access to " + kEvents + " (owner "));
+    fs::permissions(kEvents, fs::perms::owner_all);
+    fs::permissions("/tmp/m_tmp/lock/subscribe", fs::perms::none);
+    EXPECT_EQ(0u,
+              errors().find(failed + "17 E_APPS_ERR_BUSY; no access to /tmp/m_tmp/lock/subscribe (owner "));
+    fs::remove("/tmp/m_tmp/lock/subscribe");
+    fs::remove_all(kEvents);
+    EXPECT_EQ(failed + "12 E_APPS_ERR_IO; the folder " + kEvents + " is missing\n", errors());
+    fs::create_directories(kEvents);
+    fs::remove_all("/tmp/m_tmp/lock");
+    EXPECT_EQ(failed + "17 E_APPS_ERR_BUSY; the folder /tmp/m_tmp/lock is missing\n", errors());
 }
 
 TEST_F(AppTestReceive, AReaderThatLeavesEndsIt) {

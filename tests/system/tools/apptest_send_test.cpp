@@ -152,11 +152,31 @@ TEST_F(AppTestSend, PublishesToTheSubscribersOfAnEvent) {
     std::filesystem::create_directories("/m_data/usr/subscribe");
     ASSERT_TRUE(write_text("/m_data/usr/subscribe/E_APPS_MSG_SYS_LANGUAGE_CHANGE", "wlan\n"));
     ASSERT_TRUE(write_text("/m_data/usr/subscribe/weather", "wlan\n"));
-    EXPECT_EQ("", kAppTest.output_of({"publish", "E_APPS_MSG_SYS_LANGUAGE_CHANGE", "en"}));
+    EXPECT_EQ("E_APPS_MSG_SYS_LANGUAGE_CHANGE has 1 listener: wlan\n",
+              kAppTest.output_of({"publish", "E_APPS_MSG_SYS_LANGUAGE_CHANGE", "en"}));
     expect_message("9 2 656e");
-    EXPECT_EQ("", kAppTest.output_of({"publish", "--message", "5004", "weather", "--int", "1"}));
+    EXPECT_EQ("weather has 1 listener: wlan\n",
+              kAppTest.output_of({"publish", "--message", "5004", "weather", "--int", "1"}));
     expect_message("5004 4 01000000");
     kAppTest.expect_failure(2, "unknown message 'weather'", {"publish", "weather"});
+    EXPECT_EQ("E_APPS_MSG_SYS_LANGUAGE_CHANGE has 1 listener: wlan\n",
+              kAppTest.output_of({"publish", "sys_language_change", "de"}));
+    expect_message("9 2 6465");
+}
+
+TEST_F(AppTestSend, PublishingCountsTheListeners) {
+    std::filesystem::create_directories("/m_data/usr/subscribe");
+    ASSERT_TRUE(write_text("/m_data/usr/subscribe/weather", "wlan\nnobody\nlcd\n"));
+    EXPECT_EQ("weather has 2 listeners: wlan lcd\n",
+              kAppTest.output_of({"publish", "--message", "5004", "weather"}));
+    EXPECT_EQ("traffic has 0 listeners\n", kAppTest.output_of({"publish", "--message", "5004", "traffic"}));
+}
+
+TEST_F(AppTestSend, AnEventThatExistsIsNotTakenForAMessage) {
+    std::filesystem::create_directories("/m_data/usr/subscribe");
+    ASSERT_TRUE(write_text("/m_data/usr/subscribe/sys_probe", "wlan\n"));
+    EXPECT_EQ("sys_probe has 1 listener: wlan\n",
+              kAppTest.output_of({"publish", "--message", "5004", "sys_probe"}));
 }
 
 TEST_F(AppTestSend, AModuleThatDoesNotRunIsNotReachable) {
