@@ -73,6 +73,14 @@ AtomicFile::Placed AtomicFile::become_target() {
     return sync_folder() ? Placed::kYes : Placed::kUnsynced;
 }
 
+bool AtomicFile::discard() {
+    if (unlinkat(folder_, name_, 0) != 0) {
+        return false;
+    }
+    name_[0] = '\0';
+    return true;
+}
+
 bool AtomicFile::sync_folder() const {
     return file_io::sync_folder_of(folder_, target_);
 }

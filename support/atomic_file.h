@@ -63,6 +63,9 @@ class AtomicFile {
     /* Syncs everything and gives the file the target's name; fails with EEXIST if the target exists. */
     Placed become_target();
 
+    /* Removes the temporary file already. Returns false if that is impossible. */
+    bool discard();
+
     /* Syncs the target's folder. */
     bool sync_folder() const;
 

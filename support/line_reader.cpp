@@ -2,11 +2,16 @@
 
 #include <unistd.h>
 
-#include <algorithm>
 #include <cerrno>
 #include <cstring>
 
 #include "support/uninterrupted.h"
+
+namespace {
+
+constexpr std::string_view kEnds("\r\0", 2);
+
+}  // namespace
 
 bool LineReader::fill() {
     const ssize_t count = uninterrupted([this] { return ::read(fd_, buffer_.data(), buffer_.size()); });
@@ -16,12 +21,23 @@ bool LineReader::fill() {
     return count > 0;
 }
 
-void LineReader::keep(const char *text, size_t length) {
-    const size_t room = line_.size() - kept_;
-    const size_t taken = std::min(length, room);
-    std::memcpy(line_.data() + kept_, text, taken);
+void LineReader::look_at_rest(std::string_view rest) {
+    broken_ = broken_ || last_is_cr_ || rest.back() == '\0' ||
+              rest.substr(0, rest.size() - 1).find_first_of(kEnds) != std::string_view::npos;
+    last_is_cr_ = rest.back() == '\r';
+}
+
+void LineReader::keep(std::string_view piece) {
+    const size_t taken = piece.copy(line_.data() + kept_, line_.size() - kept_);
     kept_ += taken;
-    fits_ = fits_ && taken == length;
+    if (taken == piece.size()) {
+        return;
+    }
+    if (fits_) {
+        fits_ = false;
+        last_is_cr_ = line_.back() == '\r';
+    }
+    look_at_rest(piece.substr(taken));
 }
 
 bool LineReader::take_piece() {
@@ -30,7 +46,7 @@ bool LineReader::take_piece() {
     const auto *line_end = static_cast<const char *>(std::memchr(piece, '\n', left));
     const bool ended = line_end != nullptr;
     const size_t length = ended ? static_cast<size_t>(line_end - piece) : left;
-    keep(piece, length);
+    keep({piece, length});
 
     const size_t taken = ended ? length + 1 : length;
     at_ += taken;
@@ -43,6 +59,7 @@ bool LineReader::next(Line &line) {
     bool ended = false;
     kept_ = 0;
     fits_ = true;
+    broken_ = false;
     while (!ended && (at_ < filled_ || fill())) {
         ended = take_piece();
     }
@@ -51,6 +68,6 @@ bool LineReader::next(Line &line) {
     }
 
     ++number_;
-    line = {{line_.data(), kept_}, number_, offset_, fits_, ended};
+    line = {{line_.data(), kept_}, number_, offset_, fits_, broken_, ended};
     return true;
 }

@@ -1,6 +1,6 @@
 /*
- * Reads a file line by line with constant memory, however long its lines are. Does not interpret the lines.
- * One thread at a time.
+ * Reads a file line by line with constant memory, however long its lines are. Does not interpret the lines,
+ * but notes what other readers would take for the end of one. One thread at a time.
  */
 #pragma once
 
@@ -17,7 +17,9 @@ struct Line {
     uint64_t number;       /* from 1 */
     uint64_t end;          /* file offset after the line and its LF */
     bool fits;             /* false: text is only the line's first kLineMax characters */
-    bool ended;            /* false: the file's last line, which lacks its LF */
+    bool is_broken; /* the part that does not fit, or the last character before it, has a CR that is not
+                       the line's last character, or a NUL */
+    bool ended;     /* false: the file's last line, which lacks its LF */
 };
 
 class LineReader {
@@ -33,7 +35,9 @@ class LineReader {
 
   private:
     bool fill();
-    void keep(const char *text, size_t length);
+    void keep(std::string_view piece);
+    /* Notes whether the rest breaks the line. rest: a piece, not empty, that does not fit. */
+    void look_at_rest(std::string_view rest);
     /* Appends the buffered part of the line; returns whether it contained the line's end. */
     bool take_piece();
 
@@ -45,6 +49,8 @@ class LineReader {
     uint64_t offset_ = 0;
     size_t kept_ = 0;
     bool fits_ = true;
+    bool broken_ = false;
+    bool last_is_cr_ = false; /* the last character before the next piece of the rest */
     std::array<char, 8192> buffer_;
     std::array<char, kLineMax> line_;
 };

@@ -47,7 +47,7 @@ std::string_view entry_text(std::string_view line) {
 
 const char *comment_problem(std::string_view line) {
     const bool goes_on = without_cr(line).find_first_of(kEnds) != std::string_view::npos;
-    return goes_on ? "the comment holds a CR or NUL" : nullptr;
+    return goes_on ? kBrokenComment : nullptr;
 }
 
 bool split_entry(std::string_view text, Entry &entry) {

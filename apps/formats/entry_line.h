@@ -31,6 +31,9 @@ const char *value_problem(std::string_view value);
  */
 std::string_view entry_text(std::string_view line);
 
+/* Why a comment would be an entry to a restore, as comment_problem returns it. */
+inline constexpr char kBrokenComment[] = "the comment holds a CR or NUL";
+
 /*
  * Returns null, or why a line that says nothing here would be an entry to a restore of the file: a restore
  * also ends a line at a CR, and reads no further than a NUL.

@@ -89,17 +89,6 @@ apps_err_e_type check_replaceable(const char *path, const Store &store) {
     return E_APPS_ERR_SUCCESS;
 }
 
-/* Checks that a save after a reset can create its temporary file: creates it and removes it. */
-apps_err_e_type try_to_replace(const char *path) {
-    const int error = SuccessorFile(path).obstacle();
-    if (error != 0) {
-        errno = error;
-        OS_LOG_ERRNO(
-            ("reset refused, since it could not be saved: can't replace " + std::string(path)).c_str());
-    }
-    return result_of_errno(error);
-}
-
 void drop_leftover(const char *path) {
     if (remove_leftover(path)) {
         OS_LOG(OS_LOG_NOTICE, "removed the incomplete temporary file of %s", path);
@@ -305,11 +294,22 @@ apps_err_e_type Database::erase(StoreId id, std::string_view key) {
     return is_missing && result == E_APPS_ERR_SUCCESS ? report_missing(key) : result;
 }
 
+/* A reset that can't be saved would empty the settings of the running device, and nothing else. */
+apps_err_e_type Database::check_resettable(const Held &held) {
+    const int error = rehearse_emptying(held.path, held.store, held.folders, held.old_file());
+    if (error != 0) {
+        errno = error;
+        OS_LOG_ERRNO(
+            ("reset refused, since it could not be saved: can't replace " + std::string(held.path)).c_str());
+    }
+    return result_of_errno(error);
+}
+
 apps_err_e_type Database::reset() {
     const Lock lock(mutex_);
     apps_err_e_type result = open_journal();
     if (result == E_APPS_ERR_SUCCESS) {
-        result = try_to_replace(paths::kPlainFile);
+        result = check_resettable(held_[static_cast<size_t>(StoreId::kPlain)]);
     }
     return result == E_APPS_ERR_SUCCESS ? change({StoreId::kPlain, Change::kClear, {}, {}}) : result;
 }
@@ -324,8 +324,7 @@ apps_err_e_type Database::save_one(StoreId id) {
         return refused;
     }
     const bool damaged = held.file == FileState::kDamaged;
-    const SavedFile saved =
-        save_store(held.path, held.store, held.folders, damaged ? OldFile::kIsKept : OldFile::kGoes);
+    const SavedFile saved = save_store(held.path, held.store, held.folders, held.old_file());
     if (saved.error != 0) {
         held.folders = Folders::kPerhapsNew;
         held.file = damaged && saved.in_place ? FileState::kPerhapsNotOnDisk : held.file;

@@ -51,7 +51,8 @@ class Database {
 
     /*
      * Empties the plain store; as set. Refused, with the value of result_of_errno, if the store's file can't
-     * be replaced: after the next start the file's values would be back.
+     * be replaced: after the next start the file's values would be back. All that the save after it would do
+     * is tried first. A damaged file needs a place beside the new one, and room for the settings.
      */
     apps_err_e_type reset();
 
@@ -97,6 +98,8 @@ class Database {
         bool needs_cleaning() const {
             return file != FileState::kSound && store.basis() != Basis::kPartOfFile;
         }
+
+        OldFile old_file() const { return file == FileState::kDamaged ? OldFile::kIsKept : OldFile::kGoes; }
     };
 
     const Store &store(StoreId id) const { return held_[static_cast<size_t>(id)].store; }
@@ -110,6 +113,7 @@ class Database {
     void repeat(const JournalRecord &record);
     apps_err_e_type change(const JournalRecord &record);
     apps_err_e_type change_key(const JournalRecord &record);
+    static apps_err_e_type check_resettable(const Held &held);
     apps_err_e_type save_one(StoreId id);
     bool changed(StoreId id) const { return held_[static_cast<size_t>(id)].changed(); }
     void list_pending(const Journal::Replay &add) const;

@@ -17,11 +17,21 @@ namespace {
 
 constexpr char kStoreIsFull[] = "the store is full";
 
+/* Returns null, or why a comment or an empty line is damage: a restore of a backup would read it differently.
+ */
+const char *problem_without_entry(const Line &line) {
+    const bool is_comment = !line.text.empty() && line.text[0] == '#';
+    if (!is_comment) {
+        return line.number == 1 ? "the file begins with an empty line" : nullptr;
+    }
+    return line.is_broken ? kBrokenComment : comment_problem(line.text);
+}
+
 /* Adds one line to the store. Returns null, or the reason why it is skipped. */
 const char *load_line(const Line &line, Store &store) {
     const std::string_view text = entry_text(line.text);
     if (text.empty()) {
-        return comment_problem(line.text);
+        return problem_without_entry(line);
     }
     if (!line.fits) {
         return "it is too long";
@@ -118,4 +128,25 @@ SavedFile save_store(const std::string &path, const Store &store, Folders folder
     }
     settle_damaged(path, kept, file.in_place());
     return {error, file.in_place()};
+}
+
+int rehearse_emptying(const std::string &path, const Store &store, Folders folders, OldFile old_file) {
+    int error = replacement_obstacle(path);
+    if (error != 0) {
+        return error; /* before there is a temporary file, which could perhaps not be removed either */
+    }
+    SuccessorFile file(path);
+    std::string kept;
+    if (old_file == OldFile::kIsKept) {
+        add_lines(store, file); /* the room of the old file is not going to be free */
+        error = keep_damaged(path, kept);
+    }
+    error = error == 0 ? file.discard() : error;
+    if (error == 0 && folders == Folders::kPerhapsNew) {
+        error = sync_folders_above(path);
+    }
+    if (!kept.empty() && ::unlink(kept.c_str()) != 0 && error == 0) {
+        error = errno;
+    }
+    return error;
 }

@@ -47,3 +47,9 @@ enum class OldFile {
  * changes nothing, if the old file must be kept and can't be.
  */
 SavedFile save_store(const std::string &path, const Store &store, Folders folders, OldFile old_file);
+
+/*
+ * Tries whether the store could be saved empty, and then with its present values again: does all that these
+ * saves would do, except to replace the file, and leaves nothing. Returns 0 or an errno value; logs nothing.
+ */
+int rehearse_emptying(const std::string &path, const Store &store, Folders folders, OldFile old_file);

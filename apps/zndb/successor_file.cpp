@@ -14,9 +14,21 @@ namespace {
 
 constexpr size_t kBufferSize = 16384;
 
-/* The errno value with which a rename to this path would fail although its folder can be written; 0 for none.
+/*
+ * The errno value with which removing the name of a file would fail; 0 for none. The kernel checks the rights
+ * to the name, those of a sticky or an append-only folder included, before it refuses to remove a file like a
+ * folder.
  */
-int rename_obstacle(const std::string &path) {
+int removal_obstacle(const std::string &path) {
+    if (::rmdir(path.c_str()) == 0 || errno == ENOTDIR || errno == ENOENT) {
+        return 0;
+    }
+    return errno;
+}
+
+}  // namespace
+
+int replacement_obstacle(const std::string &path) {
     struct statx found = {};
     if (::statx(AT_FDCWD, path.c_str(), 0, STATX_TYPE, &found) != 0) {
         return 0; /* the file is missing, or the kernel does not know */
@@ -27,10 +39,11 @@ int rename_obstacle(const std::string &path) {
     if ((found.stx_attributes & STATX_ATTR_MOUNT_ROOT) != 0) {
         return EBUSY;
     }
-    return (found.stx_attributes & (STATX_ATTR_IMMUTABLE | STATX_ATTR_APPEND)) != 0 ? EPERM : 0;
+    if ((found.stx_attributes & (STATX_ATTR_IMMUTABLE | STATX_ATTR_APPEND)) != 0) {
+        return EPERM;
+    }
+    return removal_obstacle(path);
 }
-
-}  // namespace
 
 bool remove_leftover(const std::string &path) {
     return ::unlink((path + paths::kTemporarySuffix).c_str()) == 0;
@@ -41,10 +54,6 @@ SuccessorFile::SuccessorFile(const std::string &path)
     if (error_ == 0 && !file_.create_beside(paths::kTemporarySuffix, O_RDWR | O_APPEND)) {
         error_ = errno;
     }
-}
-
-int SuccessorFile::obstacle() const {
-    return error_ != 0 ? error_ : rename_obstacle(path_);
 }
 
 void SuccessorFile::flush() {
@@ -60,6 +69,14 @@ void SuccessorFile::add(std::string_view text) {
     if (buffer_.size() >= kBufferSize) {
         flush();
     }
+}
+
+int SuccessorFile::discard() {
+    flush();
+    if (error_ == 0 && (::fsync(file_.fd()) != 0 || !file_.discard() || !file_.sync_folder())) {
+        error_ = errno;
+    }
+    return error_;
 }
 
 int SuccessorFile::put_in_place(AtomicFile::Sync sync) {

@@ -17,6 +17,13 @@
  */
 bool remove_leftover(const std::string &path);
 
+/*
+ * Checks whether a file can be replaced by another one of its folder. Returns 0, also for a missing file, or
+ * an errno value: EISDIR if it is a folder, EBUSY if it is mounted, EPERM if it or its folder is immutable or
+ * append-only, or if the folder is sticky and the file another user's.
+ */
+int replacement_obstacle(const std::string &path);
+
 class SuccessorFile {
   public:
     /* Opens the temporary file, readable by nobody else, and makes missing folders. */
@@ -24,14 +31,14 @@ class SuccessorFile {
     SuccessorFile(const SuccessorFile &) = delete;
     SuccessorFile &operator=(const SuccessorFile &) = delete;
 
-    /*
-     * Checks in advance whether the file can be replaced. Returns 0 or an errno value: that of the first
-     * failure so far, EISDIR if the file is a folder, EBUSY if it is mounted, EPERM if it is immutable.
-     */
-    int obstacle() const;
-
-    /* Appends to the content. put_in_place reports a failure. */
+    /* Appends to the content. put_in_place and discard report a failure. */
     void add(std::string_view text);
+
+    /*
+     * Does all that put_in_place does, except that the temporary file is removed. Returns 0, or the errno
+     * value of the first failure. May not be followed by other calls.
+     */
+    int discard();
 
     /*
      * Replaces the file by the new content. Returns 0, or the errno value of the first failure; then

@@ -1,7 +1,11 @@
 /*
  * Fuzzes the database text of a backup: every line is read as by a simpler parser, and a backup warns of a
- * text if and only if a restore would stop in it.
+ * text if and only if a restore would stop in it, and of every text of which the database reads other
+ * settings.
  */
+#include <map>
+
+#include "formats/entry_line.h"
 #include "frwk_dbrm/format/database_text.h"
 #include "support/fuzz_input.h"
 
@@ -48,6 +52,34 @@ bool is_read_whole(std::string_view bytes, bool has_nul) {
     return found == Found::kEnd && !has_nul;
 }
 
+using Settings = std::map<std::string, std::string>;
+
+/* What the database reads of a file. */
+Settings read_by_the_database(std::string_view bytes) {
+    Settings settings;
+    while (!bytes.empty()) {
+        const std::string_view line = bytes.substr(0, bytes.find('\n'));
+        Entry entry;
+        if (parse_entry(entry_text(line), entry) == nullptr) {
+            settings[std::string(entry.key)] = entry.value;
+        }
+        bytes.remove_prefix(std::min(line.size() + 1, bytes.size()));
+    }
+    return settings;
+}
+
+/* What a restore reads of a text to its end. */
+Settings read_by_a_restore(std::string_view bytes) {
+    Settings settings;
+    Reader reader(bytes);
+    std::string key;
+    std::string value;
+    while (reader.next(&key, &value) == Found::kPair) {
+        settings[key] = value;
+    }
+    return settings;
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
@@ -72,8 +104,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
 
     const std::string_view all(reinterpret_cast<const char *>(data), size);
     const ExactText copy(all);
-    const database_text::Stop stop = database_text::find_stop(copy.get(), all.size());
+    const auto [difference, stop] = database_text::find_losses(copy.get(), all.size());
     FUZZ_CHECK((stop.reason == nullptr) == is_read_whole(bytes, bytes.size() < all.size()));
     FUZZ_CHECK(stop.bytes <= bytes.size());
+    FUZZ_CHECK(difference.reason != nullptr || stop.reason != nullptr ||
+               read_by_the_database(all) == read_by_a_restore(all));
     return 0;
 }

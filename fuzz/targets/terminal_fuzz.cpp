@@ -98,13 +98,15 @@ void ask(const std::string &prompt) {
     });
 }
 
-/* The words that a tool offers and knows. */
+/* The words that a tool offers and knows, and those that it was given. */
 std::vector<std::string> g_words;
+std::string g_key;
+std::string g_type;
 
 void declare(CommandLineTool &tool) {
-    CLI::App &command = tool.add("get", "Print it", "tool get\n", [] { return ExitCode::kDone; });
-    command.add_option("KEY", "A key")->type_name("KEY");
-    command.add_option("--type", "A type")->check(one_of("type", [] { return g_words; }));
+    const Command command = tool.add("get", "Print it", "tool get\n", [] { return ExitCode::kDone; });
+    command.add("KEY", g_key, "A key").value("KEY");
+    command.add("--type", g_type, "A type").one_of("type", [] { return g_words; });
     tool.complete("KEY", [] { return g_words; });
 }
 

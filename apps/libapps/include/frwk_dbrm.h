@@ -31,7 +31,8 @@ extern "C" {
  * The backup is written to PATH.unfinished and renamed to PATH when it is complete: after a crash PATH is
  * never a partial backup, and the next call with the same path removes the leftovers. A backup that succeeded
  * survives a power cut. Unsaved changes of the configuration (zndb_save) are not in it. If the saved settings
- * have a malformed line, at which a restore would stop, a warning quotes the line.
+ * have a malformed line, at which a restore would stop, a warning names it; another one names the first line
+ * that a restore reads differently from the database, because of a CR within it or a blank before its key.
  *
  * path: the target; an existing file is replaced by one that only its owner can read. Its last part may have
  * at most 244 characters, so that there is room for ".unfinished". Null gives E_APPS_ERR_PARAM.

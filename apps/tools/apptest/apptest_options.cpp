@@ -3,9 +3,14 @@
 #include "apptest/body_text.h"
 #include "cli/complaint.h"
 #include "cli/name_lookup.h"
+#include "device/module_identity.h"
 #include "device/text_file.h"
+#include "frwk_module.h"
 
 namespace {
+
+constexpr uint32_t kMostRoom = 64u * 1024 * 1024;
+constexpr double kLongestRun = 7 * 24 * 3600;
 
 ExitCode take(const Named &named, int64_t *number) {
     if (!named.problem.empty()) {
@@ -28,6 +33,52 @@ std::string encode(const AppTestOptions &options, const std::string &text, std::
 }
 
 }  // namespace
+
+void AppTestOptions::add_module(const Command &command) {
+    command.add("MODULE", module, "Name, alias or id of a module").required();
+}
+
+CommandOption AppTestOptions::add_message(const Command &command) {
+    return command.add("MESSAGE", message, "Name of a message, with or without E_APPS_MSG_, or its number");
+}
+
+void AppTestOptions::add_body(const Command &command) {
+    command.add("BODY", body, "The message's body");
+    command.flag("--hex", hex, "BODY is bytes in hexadecimal");
+    command.flag("--int", numbers, "BODY is a list of 32-bit numbers").excludes("--hex");
+    command.flag("--nul", nul, "Append a NUL to BODY, as in a C string");
+    command.add("--file", file, "Read the body from a file, - for standard input")
+        .value("FILE")
+        .excludes("BODY");
+}
+
+void AppTestOptions::add_timeout(const Command &command) {
+    command.add("--timeout", timeout, "Seconds for the module to accept it (3)").value("S").within(0, 3600);
+}
+
+void AppTestOptions::add_room(const Command &command) {
+    command.add("--room", room, "Maximum bytes of the answer (1024)").value("N").within(0, kMostRoom);
+}
+
+void AppTestOptions::add_limits(const Command &command, const std::string &what) {
+    command.add("--count", count, "End after N " + what).value("N").positive();
+    command.add("--seconds", seconds, "End after S seconds").value("S").within_real(0.001, kLongestRun);
+}
+
+void AppTestOptions::add_json(const Command &command, const std::string &what) {
+    command.flag("--json", json, what);
+}
+
+CommandLineTool::Run AppTestOptions::runs(ExitCode (*command)(const AppTestOptions &options)) const {
+    return [this, command] {
+        become_module(E_APPS_MODULE_APPTEST);
+        return command(*this);
+    };
+}
+
+CommandLineTool::Run AppTestOptions::runs_as_is(ExitCode (*command)(const AppTestOptions &options)) const {
+    return [this, command] { return command(*this); };
+}
 
 ExitCode read_module(const AppTestOptions &options, Envelope *envelope) {
     int64_t number = 0;

@@ -1,5 +1,6 @@
 /*
- * The command line options of apptest.
+ * The command line options of apptest. A file of commands has an object, filled by the parser
+ * before a command runs.
  */
 #pragma once
 
@@ -8,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "cli/exit_code.h"
+#include "cli/command_line_tool.h"
 
 /* Bytes of an answer, unless --room says otherwise. */
 inline constexpr uint32_t kDefaultRoom = 1024;
@@ -41,6 +42,21 @@ struct AppTestOptions {
 
     uint32_t clients = 1;
     double rate = 0; /* requests per second, 0 for no limit */
+
+    /* What several commands take. */
+    void add_module(const Command &command);
+    CommandOption add_message(const Command &command);
+    void add_body(const Command &command);
+    void add_timeout(const Command &command);
+    void add_room(const Command &command);
+    void add_limits(const Command &command, const std::string &what);
+    void add_json(const Command &command, const std::string &what);
+
+    /* Carries out a command as the module apptest. */
+    CommandLineTool::Run runs(ExitCode (*command)(const AppTestOptions &options)) const;
+
+    /* The same for a command that chooses its module itself. */
+    CommandLineTool::Run runs_as_is(ExitCode (*command)(const AppTestOptions &options)) const;
 };
 
 /* The receiver, number and body of a message. */

@@ -1,5 +1,6 @@
 #include "cli/command_line_tool.h"
 
+#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cerrno>
 #include <csignal>
@@ -41,23 +42,27 @@ ExitCode finish_output(ExitCode code) {
 
 }  // namespace
 
-CommandLineTool::CommandLineTool(const ToolWords &words) : app_(words.purpose, words.name) {
-    app_.require_subcommand(1);
-    app_.formatter(std::make_shared<HelpText>());
-    app_.set_help_flag("-h,--help", "Show this help");
-    app_.set_version_flag("--version", std::string(words.name) + " " + product_version(), "Show the version");
-    app_.footer(with_heading(words.examples));
+CommandLineTool::CommandLineTool(const ToolWords &words)
+    : app_(std::make_unique<CLI::App>(words.purpose, words.name)) {
+    app_->require_subcommand(1);
+    app_->formatter(std::make_shared<HelpText>());
+    app_->set_help_flag("-h,--help", "Show this help");
+    app_->set_version_flag("--version", std::string(words.name) + " " + product_version(),
+                           "Show the version");
+    app_->footer(with_heading(words.examples));
 }
 
-CLI::App &CommandLineTool::add(const std::string &name, const std::string &purpose,
-                               const std::string &examples, Run run) {
-    CLI::App *command = app_.add_subcommand(name, purpose);
+CommandLineTool::~CommandLineTool() = default;
+
+Command CommandLineTool::add(const std::string &name, const std::string &purpose, const std::string &examples,
+                             Run run) {
+    CLI::App *command = app_->add_subcommand(name, purpose);
     command->footer(with_heading(examples));
     runs_[command] = std::move(run);
-    return *command;
+    return Command(command);
 }
 
-void CommandLineTool::complete(const std::string &argument, Words words) {
+void CommandLineTool::complete(const std::string &argument, KnownWords words) {
     words_[argument] = std::move(words);
 }
 
@@ -68,19 +73,19 @@ ExitCode CommandLineTool::run(int argc, char **argv) {
 
 ExitCode CommandLineTool::parse_and_run(int argc, char **argv) {
     if (argc > 1 && std::string_view(argv[1]) == kCompleteOption) {
-        print_completions(app_, words_, {argv + 2, argv + argc});
+        print_completions(*app_, words_, {argv + 2, argv + argc});
         return ExitCode::kDone;
     }
     if (const std::optional<std::string> stray = stray_word({argv + 1, argv + argc})) {
-        complain(ExitCode::kUsage, unknown_name("command", *stray, command_names(app_)));
-        return complain(ExitCode::kUsage, "see '" + app_.get_name() + " --help'");
+        complain(ExitCode::kUsage, unknown_name("command", *stray, command_names(*app_)));
+        return complain(ExitCode::kUsage, "see '" + app_->get_name() + " --help'");
     }
     try {
-        app_.parse(argc, argv);
+        app_->parse(argc, argv);
     } catch (const CLI::CallForHelp &) {
-        return print(app_.help());
+        return print(app_->help());
     } catch (const CLI::CallForVersion &) {
-        return print(app_.version() + "\n");
+        return print(app_->version() + "\n");
     } catch (const CLI::ParseError &error) {
         return refuse_command_line(error);
     }
@@ -89,7 +94,7 @@ ExitCode CommandLineTool::parse_and_run(int argc, char **argv) {
 
 /* The first word that is neither an option nor a command. The parser would run a command that follows it. */
 std::optional<std::string> CommandLineTool::stray_word(const std::vector<std::string> &words) const {
-    const std::vector<std::string> commands = command_names(app_);
+    const std::vector<std::string> commands = command_names(*app_);
     for (const std::string &word : words) {
         if (word == "-h" || word == "--help" || word == "--version") {
             break;
@@ -107,15 +112,15 @@ ExitCode CommandLineTool::run_chosen() {
 }
 
 ExitCode CommandLineTool::refuse_command_line(const CLI::ParseError &error) const {
-    const std::vector<std::string> left = app_.remaining(true);
-    const bool root = &chosen() == &app_;
+    const std::vector<std::string> left = app_->remaining(true);
+    const bool root = &chosen() == app_.get();
     if (!left.empty()) {
         complain(ExitCode::kUsage, problem_with(left.front()));
     } else {
         complain(ExitCode::kUsage, root ? "a command is missing" : error.what());
     }
     return complain(ExitCode::kUsage,
-                    "see '" + app_.get_name() + (root ? "" : " " + chosen().get_name()) + " --help'");
+                    "see '" + app_->get_name() + (root ? "" : " " + chosen().get_name()) + " --help'");
 }
 
 /* The error message for a word that is no argument or option. */
@@ -129,28 +134,20 @@ std::string CommandLineTool::problem_with(const std::string &word) const {
 }
 
 const CLI::App &CommandLineTool::chosen() const {
-    const auto parsed = app_.get_subcommands();
-    return parsed.empty() ? app_ : *parsed.front();
+    const auto parsed = app_->get_subcommands();
+    return parsed.empty() ? *app_ : *parsed.front();
 }
 
 int run_tool(const ToolWords &words, void (*declare)(CommandLineTool &tool), int argc, char **argv) noexcept {
     try {
         CommandLineTool tool(words);
         declare(tool);
+        CommandGroup::declare_all(tool);
         return static_cast<int>(tool.run(argc, argv));
     } catch (const std::exception &error) {
         (void)std::fprintf(stderr, "%s: %s\n", words.name, shown_text(Stream::kError, error.what()).c_str());
     }
     return static_cast<int>(ExitCode::kRefused);
-}
-
-CLI::Validator one_of(const std::string &kind, std::vector<std::string> (*words)()) {
-    const auto check = [kind, words](const std::string &word) {
-        const std::vector<std::string> known = words();
-        const bool found = std::find(known.begin(), known.end(), word) != known.end();
-        return found ? "" : unknown_name(kind, word, known);
-    };
-    return CLI::Validator(check, "");
 }
 
 std::vector<std::string> command_names(const CLI::App &app) {

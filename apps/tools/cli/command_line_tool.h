@@ -4,14 +4,19 @@
  */
 #pragma once
 
-#include <CLI/CLI.hpp>
 #include <functional>
 #include <map>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
+#include "cli/command.h"
 #include "cli/exit_code.h"
+
+namespace CLI {
+class ParseError;
+}
 
 /* The hidden option for the shell's completion: --complete WORD... */
 inline constexpr char kCompleteOption[] = "--complete";
@@ -26,19 +31,21 @@ struct ToolWords {
 class CommandLineTool {
   public:
     using Run = std::function<ExitCode()>;
-    using Words = std::function<std::vector<std::string>()>;
 
     explicit CommandLineTool(const ToolWords &words);
+    ~CommandLineTool();
+    CommandLineTool(const CommandLineTool &) = delete;
+    CommandLineTool &operator=(const CommandLineTool &) = delete;
 
     /*
      * Adds a command and returns it, for its arguments and options.
      *
      * examples: command lines, each with its line end, printed unchanged. run: carries out the command.
      */
-    CLI::App &add(const std::string &name, const std::string &purpose, const std::string &examples, Run run);
+    Command add(const std::string &name, const std::string &purpose, const std::string &examples, Run run);
 
     /* Registers the completions of an argument or an option's value with this name: "KEY", "MODULE". */
-    void complete(const std::string &argument, Words words);
+    void complete(const std::string &argument, KnownWords words);
 
     /* Parses and runs. */
     ExitCode run(int argc, char **argv);
@@ -51,20 +58,17 @@ class CommandLineTool {
     std::string problem_with(const std::string &word) const;
     const CLI::App &chosen() const;
 
-    CLI::App app_;
+    const std::unique_ptr<CLI::App> app_;
     std::map<const CLI::App *, Run> runs_;
-    std::map<std::string, Words> words_;
+    std::map<std::string, KnownWords> words_;
 };
 
 /*
  * The complete main function of a tool.
  *
- * declare: adds its commands. Returns the exit status.
+ * declare: adds what the groups of commands share. Returns the exit status.
  */
 int run_tool(const ToolWords &words, void (*declare)(CommandLineTool &tool), int argc, char **argv) noexcept;
-
-/* Checks that an option or argument is one of some words; the error message suggests the nearest one. */
-CLI::Validator one_of(const std::string &kind, std::vector<std::string> (*words)());
 
 /* The names of an app's commands, and the names of its options ("--json"). */
 std::vector<std::string> command_names(const CLI::App &app);

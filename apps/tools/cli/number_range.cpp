@@ -3,7 +3,6 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
-#include <string>
 
 namespace {
 
@@ -35,22 +34,18 @@ std::string shortest(double number) {
 
 }  // namespace
 
-CLI::Validator whole_number(uint64_t lowest, uint64_t highest) {
-    const std::string range = highest == kAnyHigh
-                                  ? std::to_string(lowest) + " or more"
-                                  : "from " + std::to_string(lowest) + " to " + std::to_string(highest);
-    const std::string kind = highest == kAnyHigh ? "' is not a whole number of " : "' is not a whole number ";
-    const auto check = [=](const std::string &word) {
-        return is_whole_within(word, lowest, highest) ? std::string() : "'" + word + kind + range;
-    };
-    return CLI::Validator(check, "");
+std::string whole_number_problem(const std::string &word, uint64_t lowest, uint64_t highest) {
+    if (is_whole_within(word, lowest, highest)) {
+        return "";
+    }
+    const std::string least = std::to_string(lowest);
+    const std::string range =
+        highest == kAnyHigh ? "of " + least + " or more" : "from " + least + " to " + std::to_string(highest);
+    return "'" + word + "' is not a whole number " + range;
 }
 
-CLI::Validator real_number(double lowest, double highest) {
-    const auto check = [=](const std::string &word) {
-        return is_real_within(word, lowest, highest)
-                   ? std::string()
-                   : "'" + word + "' is not a number from " + shortest(lowest) + " to " + shortest(highest);
-    };
-    return CLI::Validator(check, "");
+std::string real_number_problem(const std::string &word, double lowest, double highest) {
+    return is_real_within(word, lowest, highest)
+               ? ""
+               : "'" + word + "' is not a number from " + shortest(lowest) + " to " + shortest(highest);
 }

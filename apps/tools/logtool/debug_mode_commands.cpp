@@ -1,10 +1,12 @@
-#include "logtool/debug_mode_commands.h"
-
+/*
+ * The command of logtool that shows and switches the device's debug mode.
+ */
 #include <strings.h>
 
 #include <string>
 #include <vector>
 
+#include "cli/command_line_tool.h"
 #include "cli/complaint.h"
 #include "device/module_survey.h"
 #include "device/module_words.h"
@@ -12,6 +14,7 @@
 #include "formats/debug_marker.h"
 #include "frwk_module.h"
 #include "frwk_utils.h"
+#include "logtool/log_options.h"
 #include "output/field_list.h"
 #include "output/json_output.h"
 #include "zndb.h"
@@ -61,8 +64,6 @@ ExitCode show(bool json) {
     return ExitCode::kDone;
 }
 
-}  // namespace
-
 ExitCode switch_debug_mode(const LogOptions &options) {
     const bool on = options.state == "on";
     if (!options.keep.empty() && !on) {
@@ -77,3 +78,23 @@ ExitCode switch_debug_mode(const LogOptions &options) {
     }
     return show(options.json);
 }
+
+// ---- the command line ----
+
+LogOptions g_options;
+
+void declare(CommandLineTool &tool) {
+    Command debug = tool.add("debug", "Show or switch the device's debug mode",
+                             "logtool debug\n"
+                             "logtool debug on --keep rom\n",
+                             g_options.runs(switch_debug_mode));
+    g_options.add_state(debug);
+    debug.add("--keep", g_options.keep, "How long it lasts: ram until a reboot (default), rom or perm")
+        .value("KEEP")
+        .one_of("way to keep it", LogOptions::ways_to_keep);
+    g_options.add_json(debug, "Print JSON");
+}
+
+const CommandGroup kCommands(3, declare);
+
+}  // namespace

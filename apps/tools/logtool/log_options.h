@@ -1,11 +1,14 @@
 /*
- * The command line options of logtool.
+ * The command line options of logtool. A file of commands has an object, filled by the parser
+ * before a command runs.
  */
 #pragma once
 
 #include <cstddef>
 #include <string>
 #include <vector>
+
+#include "cli/command_line_tool.h"
 
 struct LogOptions {
     std::vector<std::string> modules;
@@ -19,4 +22,16 @@ struct LogOptions {
     bool all = false;
     std::string state; /* "on", "off", or "" to show it only */
     std::string keep;  /* how long debug mode lasts */
+
+    /* The possible words for state and keep. */
+    static std::vector<std::string> states();
+    static std::vector<std::string> ways_to_keep();
+
+    /* What several commands take. */
+    void add_modules(const Command &command, const char *what);
+    void add_state(const Command &command);
+    void add_json(const Command &command, const char *what);
+
+    /* Carries out a command as the module logtool. */
+    CommandLineTool::Run runs(ExitCode (*command)(const LogOptions &options)) const;
 };

@@ -1,14 +1,17 @@
-#include "logtool/trace_commands.h"
-
+/*
+ * The command of logtool that shows and switches the traces of the modem service.
+ */
 #include <cstdint>
 #include <string>
 #include <vector>
 
+#include "cli/command_line_tool.h"
 #include "cli/complaint.h"
 #include "cli/name_lookup.h"
 #include "device/module_words.h"
 #include "frwk_common.h"
 #include "frwk_utils.h"
+#include "logtool/log_options.h"
 #include "logtool/trace_selection.h"
 #include "output/field_list.h"
 #include "output/json_output.h"
@@ -63,8 +66,6 @@ std::string change(bool on, const std::vector<uint32_t> &modules) {
     return problem.empty() && frwk_set_mals_tracemask() == 0 ? "can't write the mask" : problem;
 }
 
-}  // namespace
-
 ExitCode switch_traces(const LogOptions &options) {
     std::vector<uint32_t> modules;
     const ExitCode code = read_modules(options.modules, &modules);
@@ -82,3 +83,22 @@ ExitCode switch_traces(const LogOptions &options) {
     }
     return ExitCode::kDone;
 }
+
+// ---- the command line ----
+
+LogOptions g_options;
+
+void declare(CommandLineTool &tool) {
+    Command trace = tool.add("trace", "Show or switch the traces of the modem service",
+                             "logtool trace\n"
+                             "logtool trace on router voice\n"
+                             "logtool trace off\n",
+                             g_options.runs(switch_traces));
+    g_options.add_state(trace);
+    g_options.add_modules(trace, "Names, aliases or ids of modules; default: all tracing");
+    g_options.add_json(trace, "Print JSON");
+}
+
+const CommandGroup kCommands(4, declare);
+
+}  // namespace

@@ -1,5 +1,6 @@
 /*
- * The command line options of monitor_tool.
+ * The command line options of monitor_tool. A file of commands has an object, filled by the parser
+ * before a command runs.
  */
 #pragma once
 
@@ -7,6 +8,8 @@
 #include <cstdint>
 #include <string>
 #include <vector>
+
+#include "cli/command_line_tool.h"
 
 struct MonitorOptions {
     std::string module;
@@ -20,6 +23,19 @@ struct MonitorOptions {
     uint32_t reason = 0;
     bool yes = false;
     bool json = false;
+
+    /* The shortest --timeout and --interval. */
+    static constexpr double kShortestTime = 0.01;
+
+    /* What several commands take. */
+    void add_module(const Command &command);
+    CommandOption add_modules(const Command &command, const std::string &what);
+    void add_timeout(const Command &command);
+    void add_json(const Command &command);
+    void add_order(const Command &command, const std::string &first);
+
+    /* Carries out a command as the module monitor_tool. */
+    CommandLineTool::Run runs(ExitCode (*command)(const MonitorOptions &options)) const;
 
     std::chrono::milliseconds limit() const {
         return std::chrono::milliseconds(static_cast<int64_t>(timeout * 1000));

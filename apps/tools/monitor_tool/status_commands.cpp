@@ -1,13 +1,17 @@
-#include "monitor_tool/status_commands.h"
-
+/*
+ * The commands of monitor_tool that show the status of modules.
+ */
 #include <algorithm>
 #include <cstdio>
 
+#include "cli/command_line_tool.h"
 #include "cli/complaint.h"
 #include "cli/name_lookup.h"
 #include "device/module_words.h"
 #include "frwk_common.h"
+#include "monitor_tool/module_list.h"
 #include "monitor_tool/module_report.h"
+#include "monitor_tool/monitor_options.h"
 #include "output/field_list.h"
 #include "output/human_units.h"
 #include "output/terminal.h"
@@ -18,14 +22,6 @@ namespace {
 /* Reports why a module did not answer, if it did not. */
 ExitCode report_missing(const ProbeResult &result, const char *command, uint32_t module) {
     return report_outcome(result.probe, module, std::string(command) + " " + module_text(module));
-}
-
-void print_json_reports(const std::vector<ModuleReport> &reports) {
-    const Json items = json_items();
-    for (const ModuleReport &report : reports) {
-        add_item(items, report_as_json(report));
-    }
-    print_json(items);
 }
 
 // ---- status ----
@@ -110,22 +106,6 @@ void print_memory_json(const std::map<uint32_t, ProbeResult> &all) {
     print_json(items);
 }
 
-}  // namespace
-
-ExitCode list_modules(const MonitorOptions &options) {
-    std::vector<ModuleReport> reports = report_all(options.limit());
-    if (options.running) {
-        keep_running(reports);
-    }
-    sort_reports(reports, options.sort, options.reverse);
-    if (options.json) {
-        print_json_reports(reports);
-    } else {
-        print_reports(reports);
-    }
-    return ExitCode::kDone;
-}
-
 ExitCode show_status(const MonitorOptions &options) {
     std::vector<uint32_t> modules;
     const ExitCode code = read_modules({options.module}, &modules);
@@ -184,3 +164,42 @@ ExitCode show_memory(const MonitorOptions &options) {
     }
     return code;
 }
+
+// ---- the command line ----
+
+MonitorOptions g_options;
+
+void declare(CommandLineTool &tool) {
+    Command list = tool.add("list", "List all modules and their status",
+                            "monitor_tool list\n"
+                            "monitor_tool list --running --sort memory\n"
+                            "monitor_tool list --json | jq '.[] | select(.state == \"hangs\")'\n",
+                            g_options.runs(list_modules));
+    g_options.add_order(list, "id");
+    g_options.add_timeout(list);
+    g_options.add_json(list);
+
+    Command status = tool.add("status", "Show everything about a module", "monitor_tool status wlan\n",
+                              g_options.runs(show_status));
+    g_options.add_module(status);
+    g_options.add_timeout(status);
+    g_options.add_json(status);
+
+    Command probe = tool.add("probe", "Show the response times of modules",
+                             "monitor_tool probe --timeout 0.5 wlan router\n", g_options.runs(probe_modules));
+    g_options.add_modules(probe, "Names, aliases or ids of modules").required();
+    g_options.add_timeout(probe);
+    g_options.add_json(probe);
+
+    Command memory = tool.add("memory", "Show the tracked memory of modules",
+                              "monitor_tool memory\n"
+                              "monitor_tool memory --json zndb\n",
+                              g_options.runs(show_memory));
+    g_options.add_modules(memory, "Names, aliases or ids of modules; default: all that answer");
+    g_options.add_timeout(memory);
+    g_options.add_json(memory);
+}
+
+const CommandGroup kCommands(1, declare);
+
+}  // namespace

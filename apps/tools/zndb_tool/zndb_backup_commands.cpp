@@ -1,5 +1,6 @@
-#include "zndb_tool/zndb_backup_commands.h"
-
+/*
+ * The commands of zndb_tool that back up and restore the user configuration.
+ */
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -7,6 +8,7 @@
 #include <cstdlib>
 #include <string>
 
+#include "cli/command_line_tool.h"
 #include "cli/complaint.h"
 #include "cli/request_outcome.h"
 #include "cli/user_signals.h"
@@ -23,7 +25,8 @@
 #include "zndb_tool/restore_advice.h"
 #include "zndb_tool/store_files.h"
 #include "zndb_tool/store_request.h"
-#include "zndb_tool/zndb_value_commands.h"
+#include "zndb_tool/store_saving.h"
+#include "zndb_tool/zndb_options.h"
 
 namespace {
 
@@ -154,22 +157,34 @@ std::string copy_privately(const std::string &from, std::string *path) {
     return copy_file(from, copy.get());
 }
 
-/* Warns of a line of the saved settings at which a restore would stop. */
+/* Warns of a line of the saved settings, if there is a reason for that. */
+void warn_of_line(unsigned line, const char *reason, const char *consequence) {
+    if (reason != nullptr) {
+        (void)complain(ExitCode::kDone, "warning: " + std::string(store_paths(Store::kPlain)) + ":" +
+                                            std::to_string(line) + ": " + reason +
+                                            "; a restore of this backup " + consequence);
+    }
+}
+
+/* Warns of lines of the saved settings that a restore would read differently, or at which it would stop. */
 void warn_of_lost_lines() {
     const std::string path = store_paths(Store::kPlain);
     std::string text;
     if (!file_exists(path) || !read_text_file(path, &text).empty()) {
         return;
     }
-    const database_text::Stop stop = database_text::find_stop(text.data(), text.size());
-    if (stop.reason != nullptr) {
-        (void)complain(ExitCode::kDone, "warning: " + path + ":" + std::to_string(stop.line) + ": " +
-                                            stop.reason + "; a restore of this backup stops there");
-    }
+    const auto [difference, stop] = database_text::find_losses(text.data(), text.size());
+    warn_of_line(difference.line, difference.reason, "reads it differently");
+    warn_of_line(stop.line, stop.reason, "stops there");
 }
 
-}  // namespace
+/* Saves unless --no-save was given: a backup has the content of the files. */
+ExitCode save_before_backup(const ZndbOptions &options) {
+    return options.no_save ? ExitCode::kDone
+                           : save_both(true, false, "; --no-save backs up what was saved before");
+}
 
+/* An existing file is only replaced by a complete backup. */
 ExitCode back_up(const ZndbOptions &options) {
     ExitCode code = check_database("backup");
     if (code == ExitCode::kDone) {
@@ -192,6 +207,7 @@ ExitCode back_up(const ZndbOptions &options) {
     return ExitCode::kDone;
 }
 
+/* The file is kept: the library consumes a copy. */
 ExitCode restore(const ZndbOptions &options) {
     ExitCode code = check_database("restore");
     if (code != ExitCode::kDone) {
@@ -219,3 +235,25 @@ ExitCode restore(const ZndbOptions &options) {
                ? code
                : complain_about_restore(ret, facts_after(options.file, copy.path(), product, before));
 }
+
+// ---- the command line ----
+
+ZndbOptions g_options;  // NOLINT(cert-err58-cpp): nothing here needs memory, so nothing throws
+
+void declare(CommandLineTool &tool) {
+    Command backup = tool.add("backup", "Write the device's user configuration to an encrypted file",
+                              "zndb_tool backup /tmp/router.bak\n", g_options.runs(back_up));
+    backup.add("FILE", g_options.file, "The file; an existing one is replaced").required();
+    backup.flag("--save", g_options.save, "Save first, which is the default");
+    backup
+        .flag("--no-save", g_options.no_save, "Don't save first: the backup contains the last saved settings")
+        .excludes("--save");
+
+    Command restored = tool.add("restore", "Replace the user configuration with a backup",
+                                "zndb_tool restore /tmp/router.bak\n", g_options.runs(restore));
+    restored.add("FILE", g_options.file, "The backup, of this device or one of its kind").required();
+}
+
+const CommandGroup kCommands(3, declare);
+
+}  // namespace

@@ -1,11 +1,13 @@
 /*
- * The command line options of zndb_tool.
+ * The command line options of zndb_tool. A file of commands has an object, filled by the parser
+ * before a command runs.
  */
 #pragma once
 
 #include <string>
 #include <vector>
 
+#include "cli/command_line_tool.h"
 #include "zndb_tool/store_request.h"
 
 struct ZndbOptions {
@@ -24,6 +26,16 @@ struct ZndbOptions {
     bool no_save = false; /* only for backup, which saves by default */
     bool ram = false;
     bool yes = false; /* don't ask */
+
+    /* What several commands take. */
+    void add_keys(const Command &command);
+    void add_store(const Command &command, bool with_defaults);
+    void add_value_form(const Command &command);
+    void add_json(const Command &command);
+    void add_save(const Command &command);
+
+    /* Carries out a command as the module zndb_tool. */
+    CommandLineTool::Run runs(ExitCode (*command)(const ZndbOptions &options)) const;
 
     Store store() const { return perm ? Store::kPerm : defaults ? Store::kDefault : Store::kPlain; }
 };

@@ -1,16 +1,35 @@
-#include "zndb_tool/zndb_store_commands.h"
-
+/*
+ * The commands of zndb_tool for complete stores.
+ */
+#include "cli/command_line_tool.h"
 #include "cli/complaint.h"
+#include "cli/confirmation.h"
 #include "device/text_file.h"
 #include "frwk_module.h"
 #include "output/json_output.h"
 #include "zndb_tool/entry_output.h"
 #include "zndb_tool/store_files.h"
-#include "zndb_tool/zndb_value_commands.h"
+#include "zndb_tool/store_saving.h"
+#include "zndb_tool/zndb_options.h"
 
 namespace {
 
 constexpr Store kStores[] = {Store::kPlain, Store::kPerm, Store::kDefault};
+
+ExitCode save_changes(const ZndbOptions &options) {
+    if (options.ram) {
+        return report_store_outcome(save_in_ram(), "save");
+    }
+    return options.defaults ? report_store_outcome(save_overlay(), "save") : save_both(true, true);
+}
+
+ExitCode reset_settings(const ZndbOptions &options) {
+    if (!is_confirmed("delete every setting of the plain store", options.yes)) {
+        return complain(ExitCode::kRefused, "nothing was done");
+    }
+    const ExitCode code = report_store_outcome(reset_store(), "reset");
+    return code == ExitCode::kDone ? save_if_wanted(options) : code;
+}
 
 bool one_is_chosen(const ZndbOptions &options) {
     return options.perm || options.defaults;
@@ -62,8 +81,6 @@ ExitCode set_lines(const ZndbOptions &options, const std::vector<EntryLine> &lin
     return ExitCode::kDone;
 }
 
-}  // namespace
-
 ExitCode dump_stores(const ZndbOptions &options) {
     const Json members = json_members();
     for (const Store store : kStores) {
@@ -99,6 +116,7 @@ ExitCode export_store(const ZndbOptions &options) {
     return problem.empty() ? ExitCode::kDone : complain(ExitCode::kUsage, problem);
 }
 
+/* Checks every line before it sets the first key. */
 ExitCode import_store(const ZndbOptions &options) {
     std::string text;
     const std::string problem = read_text_file(options.file, &text);
@@ -112,3 +130,45 @@ ExitCode import_store(const ZndbOptions &options) {
     }
     return code == ExitCode::kDone ? save_if_wanted(options) : code;
 }
+
+// ---- the command line ----
+
+ZndbOptions g_options;  // NOLINT(cert-err58-cpp): nothing here needs memory, so nothing throws
+
+void declare(CommandLineTool &tool) {
+    Command save = tool.add("save", "Save all changes, so that they survive a power cut",
+                            "zndb_tool save\n"
+                            "zndb_tool save --default\n",
+                            g_options.runs(save_changes));
+    save.flag("--default", g_options.defaults, "Save the factory overlay instead");
+    save.flag("--ram", g_options.ram, "Only shorten the journal of unsaved changes").excludes("--default");
+
+    Command reset = tool.add("reset", "Delete every setting of the plain store",
+                             "zndb_tool reset --yes --save\n", g_options.runs(reset_settings));
+    reset.flag("--yes", g_options.yes, "Don't ask");
+    g_options.add_save(reset);
+
+    Command dump = tool.add("dump", "Print the content of the stores",
+                            "zndb_tool dump\n"
+                            "zndb_tool dump --perm --json\n",
+                            g_options.runs(dump_stores));
+    g_options.add_store(dump, true);
+    g_options.add_json(dump);
+
+    Command exported = tool.add("export", "Write the settings of a store as lines of key=value",
+                                "zndb_tool export settings.txt\n", g_options.runs(export_store));
+    exported.add("FILE", g_options.file, "The file; standard output by default or with -");
+    g_options.add_store(exported, true);
+
+    Command imported = tool.add("import", "Set the settings of a file of key=value lines",
+                                "zndb_tool import --save settings.txt\n"
+                                "zndb_tool export | ssh router zndb_tool import -\n",
+                                g_options.runs(import_store));
+    imported.add("FILE", g_options.file, "The file, - for standard input").required();
+    g_options.add_store(imported, true);
+    g_options.add_save(imported);
+}
+
+const CommandGroup kCommands(2, declare);
+
+}  // namespace

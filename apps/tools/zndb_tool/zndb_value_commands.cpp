@@ -1,11 +1,11 @@
-#include "zndb_tool/zndb_value_commands.h"
-
+/*
+ * The commands of zndb_tool that read, change and save single settings.
+ */
 #include <algorithm>
 #include <functional>
 
-#include "cli/code_hint.h"
+#include "cli/command_line_tool.h"
 #include "cli/complaint.h"
-#include "cli/confirmation.h"
 #include "cli/input_line.h"
 #include "cli/spelling_hint.h"
 #include "cli/wait_notice.h"
@@ -16,8 +16,10 @@
 #include "zndb_tool/entry_lines.h"
 #include "zndb_tool/entry_output.h"
 #include "zndb_tool/store_files.h"
+#include "zndb_tool/store_saving.h"
 #include "zndb_tool/typed_word.h"
 #include "zndb_tool/value_list.h"
+#include "zndb_tool/zndb_options.h"
 
 namespace {
 
@@ -40,10 +42,6 @@ std::string key_hint(Store store, const std::string &key, apps_err_e_type result
         keys.push_back(entry.first);
     }
     return did_you_mean(key, keys);
-}
-
-ExitCode report(const RequestOutcome &outcome, const std::string &what, const std::string &hint = "") {
-    return report_outcome(outcome, E_APPS_MODULE_ZNDB, what, hint);
 }
 
 ExitCode check_key(const std::string &key) {
@@ -76,7 +74,7 @@ ExitCode read_stored(const ZndbOptions &options, const std::string &key, std::st
     } else {
         outcome = get_from_store(options.store(), key, stored);
     }
-    return report(outcome, quoted("get", key), key_hint(options.store(), key, outcome.result));
+    return report_store_outcome(outcome, quoted("get", key), key_hint(options.store(), key, outcome.result));
 }
 
 /* Keeps only the item that --item selects. */
@@ -138,7 +136,7 @@ ExitCode replace_item(const ZndbOptions &options, const std::string &item, Words
     std::string stored;
     const RequestOutcome outcome = get_from_store(options.store(), options.key, &stored);
     if (!outcome.done() && outcome.result != E_APPS_ERR_ZNDB_NO_FOUND) {
-        return report(outcome, quoted("get", options.key));
+        return report_store_outcome(outcome, quoted("get", options.key));
     }
     *items = split_list(stored);
     if (options.item > items->size() + 1) {
@@ -188,33 +186,7 @@ ExitCode set_words(const ZndbOptions &options, const Words &words) {
         return complain(ExitCode::kUsage, "'" + options.key + "': " + problem);
     }
     const RequestOutcome outcome = store_text(options, text);
-    return report(outcome, quoted("set", options.key));
-}
-
-// ---- save ----
-
-/* Reports a store that could not be saved; it fails the command only if the command has changed it. */
-ExitCode report_store(apps_err_e_type result, bool counts, const std::string &what, const std::string &hint) {
-    if (result == E_APPS_ERR_SUCCESS) {
-        return ExitCode::kDone;
-    }
-    if (counts) {
-        return report({E_APPS_ERR_SUCCESS, result}, what, hint);
-    }
-    return complain(ExitCode::kDone,
-                    "warning: " + what + " failed: " + code_text(result) + code_hint(result));
-}
-
-/* Saves the plain and the perm store. about_plain, about_perm: whether a failure of that store fails the
- * command. */
-ExitCode save_both(bool about_plain, bool about_perm, const std::string &hint = "") {
-    const SaveOutcome saved = save_both_stores();
-    if (saved.plain == E_APPS_ERR_SUCCESS && saved.perm == E_APPS_ERR_SUCCESS) {
-        return report(saved.request, "save", hint);
-    }
-    const ExitCode plain = report_store(saved.plain, about_plain, "save", hint);
-    const ExitCode perm = report_store(saved.perm, about_perm, "save of the perm store", hint);
-    return std::max(plain, perm);
+    return report_store_outcome(outcome, quoted("set", options.key));
 }
 
 // ---- del ----
@@ -225,7 +197,7 @@ ExitCode delete_key(const ZndbOptions &options, const std::string &key) {
         return code;
     }
     const RequestOutcome outcome = delete_from_store(options.store(), key);
-    return report(outcome, quoted("del", key), key_hint(options.store(), key, outcome.result));
+    return report_store_outcome(outcome, quoted("del", key), key_hint(options.store(), key, outcome.result));
 }
 
 /* Goes on after a failure, so that every wrong key is reported, but not without the database. Returns the
@@ -237,8 +209,6 @@ ExitCode for_each_key(const Words &keys, const std::function<ExitCode(const std:
     }
     return code;
 }
-
-}  // namespace
 
 ExitCode get_values(const ZndbOptions &options) {
     const Json members = json_members();
@@ -285,29 +255,40 @@ ExitCode delete_keys(const ZndbOptions &options) {
     return saves ? std::max(code, save_if_wanted(options)) : code;
 }
 
-ExitCode save_changes(const ZndbOptions &options) {
-    if (options.ram) {
-        return report(save_in_ram(), "save");
-    }
-    return options.defaults ? report(save_overlay(), "save") : save_both(true, true);
+// ---- the command line ----
+
+ZndbOptions g_options;  // NOLINT(cert-err58-cpp): nothing here needs memory, so nothing throws
+
+void declare(CommandLineTool &tool) {
+    Command get = tool.add("get", "Print settings",
+                           "zndb_tool get lan_ip\n"
+                           "zndb_tool get --type uint --json mtu\n"
+                           "zndb_tool get --list dns_servers\n",
+                           g_options.runs(get_values));
+    g_options.add_keys(get);
+    g_options.add_store(get, true);
+    g_options.add_value_form(get);
+    g_options.add_json(get);
+
+    Command set = tool.add("set", "Change a setting",
+                           "zndb_tool set --save lan_ip 192.168.0.1\n"
+                           "zndb_tool set --type int -- offset -5\n"
+                           "zndb_tool set --list dns_servers 1.1.1.1 9.9.9.9\n"
+                           "zndb_tool set --secret wifi_key < key.txt\n",
+                           g_options.runs(set_value));
+    set.add("KEY", g_options.key, "Name of the setting").required();
+    set.add("VALUE", g_options.values, "Its value; by default a line of standard input");
+    g_options.add_store(set, true);
+    g_options.add_value_form(set);
+    g_options.add_save(set);
+
+    Command del = tool.add("del", "Delete settings, so that their defaults apply again",
+                           "zndb_tool del lan_ip\n", g_options.runs(delete_keys));
+    g_options.add_keys(del);
+    g_options.add_store(del, false);
+    g_options.add_save(del);
 }
 
-ExitCode reset_settings(const ZndbOptions &options) {
-    if (!is_confirmed("delete every setting of the plain store", options.yes)) {
-        return complain(ExitCode::kRefused, "nothing was done");
-    }
-    const ExitCode code = report(reset_store(), "reset");
-    return code == ExitCode::kDone ? save_if_wanted(options) : code;
-}
+const CommandGroup kCommands(1, declare);
 
-ExitCode save_if_wanted(const ZndbOptions &options) {
-    if (!options.save) {
-        return ExitCode::kDone;
-    }
-    return options.defaults ? report(save_overlay(), "save") : save_both(!options.perm, options.perm);
-}
-
-ExitCode save_before_backup(const ZndbOptions &options) {
-    return options.no_save ? ExitCode::kDone
-                           : save_both(true, false, "; --no-save backs up what was saved before");
-}
+}  // namespace

@@ -1,4 +1,5 @@
 #include "sodium_ready.h"
+#include "support/held_over_forks.h"
 
 #include <sodium.h>
 #include <sys/random.h>
@@ -7,7 +8,6 @@
 #include <cerrno>
 #include <mutex>
 
-#include "held_over_forks.h"
 #include "support/uninterrupted.h"
 
 namespace {

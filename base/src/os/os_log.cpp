@@ -18,10 +18,10 @@
 #include <iterator>
 #include <mutex>
 
-#include "held_over_forks.h"
 #include "log_fold.h"
 #include "log_socket.h"
 #include "log_text.h"
+#include "support/held_over_forks.h"
 #include "support/log_line.h"
 #include "text_copy.h"
 

@@ -15,8 +15,8 @@
 #include <mutex>
 #include <utility>
 
-#include "held_over_forks.h"
 #include "shell_child.h"
+#include "support/held_over_forks.h"
 #include "support/unique_fd.h"
 
 namespace {

@@ -13,7 +13,7 @@
 
 #include "command_environment.h"
 #include "command_prelude.h"
-#include "held_over_forks.h"
+#include "support/held_over_forks.h"
 
 namespace {
 

@@ -4,7 +4,9 @@
  */
 #include "tool_path.h"
 
+#include <linux/magic.h>
 #include <sys/stat.h>
+#include <sys/vfs.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -47,10 +49,15 @@ bool is_missing(int error) {
     return error == ENOENT || error == ENOTDIR || error == EACCES;
 }
 
-/* Links of /proc, such as /proc/self/cwd, name another folder in each process. */
-bool is_of_the_reader(const struct stat &link) {
-    struct stat processes;
-    return lstat("/proc", &processes) == 0 && link.st_dev == processes.st_dev;
+/*
+ * Links of /proc, such as /proc/self/cwd, name another folder in each process, wherever it is mounted. A link
+ * lies in the file system of its folder.
+ */
+bool is_of_the_reader(const char *link) {
+    Path folder;
+    (void)snprintf(folder, sizeof(folder), "%.*s/", static_cast<int>(strrchr(link, '/') - link), link);
+    struct statfs system;
+    return statfs(folder, &system) != 0 || system.f_type == PROC_SUPER_MAGIC;
 }
 
 Found look_at(const char *path, bool is_last) {
@@ -65,7 +72,7 @@ Found look_at(const char *path, bool is_last) {
         return Found::kUnsafe;
     }
     if (S_ISLNK(found.st_mode)) {
-        return is_of_the_reader(found) ? Found::kUnsafe : Found::kLink;
+        return is_of_the_reader(path) ? Found::kUnsafe : Found::kLink;
     }
     return S_ISDIR(found.st_mode) && is_kept(found, is_last) ? Found::kFolder : Found::kUnsafe;
 }

@@ -11,6 +11,11 @@ namespace {
 
 using UselessStore = ZndbToolBackup;
 
+class UselessReset : public ZndbToolBackup {
+  protected:
+    void expect_refused_after(const std::string &prepare);
+};
+
 /* A restore stops at a malformed line, so a backup must not contain such lines. */
 TEST_F(UselessStore, OfASlightlyDamagedStoreNothingIsLost) {
     zndb_.reset();
@@ -34,6 +39,32 @@ TEST_F(UselessStore, ABackupOfADamagedFileWarnsOfTheLine) {
     EXPECT_EQ("", kTool.output_of({"restore", kBackup}));
     EXPECT_EQ("home", plain("ssid"));
     EXPECT_EQ("ret 3", plain("channel"));
+}
+
+/* The part of a line that the database doesn't keep is no hiding place. */
+TEST_F(UselessStore, AFileWithLongCommentsIsRestoredAsItWasRead) {
+    const std::string long_comment = "#" + std::string(1100, 'x');
+    for (const std::string &comment : {long_comment + "\revil=1\n", long_comment + std::string("\0\n", 2),
+                                       std::string("#x\revil=1\n"), std::string("\n")}) {
+        zndb_.reset();
+        ASSERT_TRUE(write_text(paths::kPlainFile, comment + "ssid=home\n"));
+        start();
+        EXPECT_EQ("", kTool.output_of({"backup", kBackup}));
+        EXPECT_EQ("home", restored("ssid")) << comment.substr(0, 9);
+        EXPECT_EQ("ret 3", plain("evil")) << comment.substr(0, 9);
+    }
+}
+
+/* A file that was damaged after the database had read it is not cleaned by a save. */
+TEST_F(UselessStore, ABackupWarnsOfACommentThatBecomesASetting) {
+    ASSERT_TRUE(write_text(paths::kPlainFile, "ssid=home\n#x\revil=1\n"));
+    const ToolEnd end = kTool.run({"backup", kBackup});
+    EXPECT_EQ(0, end.status);
+    EXPECT_EQ(
+        "zndb_tool: warning: /m_data/usr/db/user_data.txt:2: there is a CR within the line; a restore of "
+        "this "
+        "backup reads it differently\n",
+        end.errors);
 }
 
 TEST_F(UselessStore, ARestoreWithAPermFileOfNoUseSucceeds) {
@@ -71,6 +102,31 @@ TEST_F(UselessStore, AMountedFileIsNotReset) {
     EXPECT_NE(0, zndb_reset());
     EXPECT_EQ("home", plain("ssid"));
     EXPECT_TRUE(zndb_->wait_for_error("reset refused, since it could not be saved: can't replace " + file));
+}
+
+/* A reset that no save could follow. prepare: a shell command that makes the file's folder such a place. */
+void UselessReset::expect_refused_after(const std::string &prepare) {
+    zndb_->kill();
+    ASSERT_TRUE(write_text(paths::kPlainFile, "ssid=home\nrubbish\n"));
+    start_after(prepare);
+    EXPECT_NE(0, zndb_reset());
+    EXPECT_EQ("home", plain("ssid"));
+    EXPECT_TRUE(zndb_->wait_for_error("reset refused, since it could not be saved: can't replace "));
+    EXPECT_EQ("ssid=home\nrubbish\n", file_of_zndb(paths::kPlainFile));
+}
+
+const std::string kOntoTmpfs =
+    "cp /m_data/usr/db/user_data.txt /tmp/user_data && mount -t tmpfs -o size=64k,nr_inodes=3 none "
+    "/m_data/usr/db && mv /tmp/user_data /m_data/usr/db/user_data.txt";
+
+TEST_F(UselessReset, OfADamagedFileIsRefusedWithoutAnInodeForItsCopy) {
+    expect_refused_after(kOntoTmpfs);
+}
+
+TEST_F(UselessReset, OfADamagedFileIsRefusedWithoutRoomForTheSettings) {
+    expect_refused_after(
+        "cp /m_data/usr/db/user_data.txt /tmp/user_data && mount -t tmpfs -o size=8k none /m_data/usr/db && "
+        "mv /tmp/user_data /m_data/usr/db/user_data.txt && head -c 4096 /dev/zero > /m_data/usr/db/full");
 }
 
 /* What could not be saved would be lost, and an emptied database left empty. */

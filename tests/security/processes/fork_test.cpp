@@ -1,6 +1,6 @@
 /*
- * A handler forks: its child neither hangs on a lock that another thread held, nor keeps the module's sockets
- * open after the module's end.
+ * A handler forks, or another thread does during the start: the child neither hangs on a lock that a thread
+ * held, nor keeps the module's sockets open after the module's end.
  */
 #include <gtest/gtest.h>
 #include <signal.h>
@@ -85,3 +85,21 @@ TEST_F(Fork, AChildThatLivesDoesNotKeepTheRequestOfADeadModule) {
     EXPECT_TRUE(survivor.lives());
     EXPECT_EQ(kUntouched, result);
 }
+
+namespace {
+
+class ForkAtTheStart : public Fork, public testing::WithParamInterface<const char *> {};
+
+}  // namespace
+
+TEST_P(ForkAtTheStart, KeepsNoSocketOfADeadModule) {
+    ChildProcess module({FORKING_MODULE, GetParam()});
+    const Survivor survivor(std::atoi(module.read_line().value_or("-1").c_str()));
+    ASSERT_TRUE(is_ready(module));
+    module.kill();
+    EXPECT_TRUE(survivor.lives());
+    int32_t result = kUntouched;
+    EXPECT_EQ(E_APPS_ERR_MODULE, ask(kForkAndWork, nullptr, 0, &result));
+}
+
+INSTANTIATE_TEST_SUITE_P(Moments, ForkAtTheStart, testing::Values("at-socket", "at-listen"));

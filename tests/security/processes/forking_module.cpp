@@ -1,16 +1,22 @@
 /*
- * A module, router, whose handler forks while other threads of it are at work.
+ * A module, router, whose handler forks while other threads of it are at work, or that forks while it starts.
  *
  *     forking-module LOAD
+ *     forking-module at-socket | at-listen
  *
- * LOAD is what its threads do all the time, and a child once: "log" writes lines and looks for a queue,
- * "shell" runs commands, "events" subscribes and unsubscribes, "cipher" encrypts. Each message is answered
- * with 0 when all went well. The answer to kForkAndLive is the process id of a child that lives on.
+ * The second form forks a child that lives on, by another thread, as soon as the socket exists, or listens;
+ * its first line is the child's process id. LOAD is what its threads do all the time, and a child once: "log"
+ * writes lines and looks for a queue, "shell" runs commands, "events" subscribes and unsubscribes, "cipher"
+ * encrypts. Each message is answered with 0 when all went well. The answer to kForkAndLive is the process id
+ * of a child that lives on.
  */
+#include <sys/socket.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <atomic>
 #include <chrono>
 #include <csignal>
 #include <cstdio>
@@ -23,6 +29,7 @@
 #include "os_mem.h"
 #include "os_process.h"
 #include "security/processes/forking_module.h"
+#include "support/wait_until.h"
 
 namespace {
 
@@ -106,6 +113,19 @@ pid_t fork_and_live() {
     return child;
 }
 
+/* The moment of the start at which to fork; empty once that is done. */
+std::string g_moment;
+std::atomic<pid_t> g_child{0};
+
+/* A fork may have to wait until the socket can be closed in the child: so wait a little, not for ever. */
+void fork_at(const char *moment) {
+    if (g_moment == moment) {
+        g_moment.clear();
+        std::thread([] { g_child = fork_and_live(); }).detach();
+        (void)wait_until([] { return g_child != 0; }, std::chrono::milliseconds(300));
+    }
+}
+
 apps_err_e_type handle(uint32_t, apps_message_id_e_type msgid, const void *, int32_t, void *rsp,
                        uint32_t rsp_size, uint32_t) {
     pid_t child = -1;
@@ -138,10 +158,32 @@ Work work_named(const std::string &name) {
 
 }  // namespace
 
+/* The library's calls come here. */
+extern "C" __attribute__((visibility("default"))) int socket(int family, int type, int protocol) noexcept {
+    const int fd = static_cast<int>(::syscall(SYS_socket, family, type, protocol));
+    if ((type & SOCK_STREAM) != 0) {
+        fork_at("at-socket");
+    }
+    return fd;
+}
+
+extern "C" __attribute__((visibility("default"))) int listen(int fd, int backlog) noexcept {
+    const int result = static_cast<int>(::syscall(SYS_listen, fd, backlog));
+    fork_at("at-listen");
+    return result;
+}
+
 int main(int argc, char **argv) {
+    const std::string load = argc > 1 ? argv[1] : "";
+    const bool at_start = load.rfind("at-", 0) == 0;
+    g_moment = at_start ? load : "";
     frwk_module_init(E_APPS_MODULE_ROUTER, nullptr);
-    g_work = work_named(argc > 1 ? argv[1] : "");
-    if (argc > 1) {
+    if (at_start) {
+        (void)wait_until([] { return g_child != 0; });
+        std::printf("%d\n", g_child.load());
+    }
+    g_work = work_named(load);
+    if (argc > 1 && !at_start) {
         for (int i = 0; i < kThreads; ++i) {
             std::thread(work_for_ever).detach();
         }

@@ -2,6 +2,7 @@
  * The folders of PATH that commands inherit.
  */
 #include <gtest/gtest.h>
+#include <sys/mount.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -172,6 +173,19 @@ TEST_F(ToolPath, AFolderByTheNameOfAProcessIsDropped) {
     const std::string link = std::string(kRoom) + "/working_folder";
     ASSERT_EQ(0, symlink("/proc/self/cwd", link.c_str()));
     EXPECT_EQ(a, safe("/proc/self/cwd:/./proc/self/root/usr/bin:" + link + ":" + a));
+}
+
+/* Another file system of processes than the one at /proc. */
+TEST_F(ToolPath, AFolderByTheNameOfAProcessIsDroppedWhereverThatIsMounted) {
+    const std::string a = make("/a");
+    const std::string processes = make("/processes");
+    if (mount("proc", processes.c_str(), "proc", 0, nullptr) != 0) {
+        GTEST_SKIP() << "the kernel lets only root mount this: run the tests as root";
+    }
+    const std::string link = std::string(kRoom) + "/working_folder";
+    EXPECT_EQ(0, symlink((processes + "/self/cwd").c_str(), link.c_str()));
+    EXPECT_EQ(a, safe(processes + "/self/cwd:" + processes + "/self/root/usr/bin:" + link + ":" + a));
+    EXPECT_EQ(0, umount(processes.c_str()));
 }
 
 TEST_F(ToolPath, TheDevicesOwnFoldersAreSafe) {

@@ -31,6 +31,12 @@ TEST_F(BackupCheck, NamesTheLineAtWhichARestoreStops) {
                       "file '/m_data/usr/db/user_data.txt' line 2: there is no '=', a restore stops there!");
 }
 
+TEST_F(BackupCheck, NamesTheLineThatARestoreReadsDifferently) {
+    expect_warning_of(record(2, kUserData, "a=1\n#old\rb=2\n"),
+                      "file '/m_data/usr/db/user_data.txt' line 2: there is a CR within the line, a restore "
+                      "reads it differently!");
+}
+
 TEST_F(BackupCheck, SaysNothingOfAWholeText) {
     for (const char *text : {"", "a=1\nb=2\n"}) {
         write(kBackup, record(2, kUserData, text) + record(1, kDataManager, "bad\n"));

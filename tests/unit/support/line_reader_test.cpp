@@ -19,6 +19,7 @@ struct Seen {
     uint64_t number;
     uint64_t end;
     bool fits;
+    bool is_broken;
     bool ended;
 };
 
@@ -32,7 +33,8 @@ class LineReaderTest : public FaultsTest {
         std::vector<Seen> seen;
         Line line = {};
         while (reader.next(line)) {
-            seen.push_back({std::string(line.text), line.number, line.end, line.fits, line.ended});
+            seen.push_back(
+                {std::string(line.text), line.number, line.end, line.fits, line.is_broken, line.ended});
         }
         error_ = reader.error();
         return seen;
@@ -72,6 +74,34 @@ TEST_F(LineReaderTest, HandsOutTheLongestLineWhole) {
     EXPECT_FALSE(seen[1].fits);
     EXPECT_EQ("z", seen[2].text);
     EXPECT_TRUE(seen[2].fits);
+}
+
+/* A CR as the last character may belong to the line's end. */
+TEST_F(LineReaderTest, NotesACrOrNulBehindWhatItKeeps) {
+    const std::string longest(kLineMax, 'x');
+    const std::string cr_at_its_end = longest.substr(1) + "\r";
+    const std::string nul("\0", 1);
+    for (const std::string &whole :
+         {longest, cr_at_its_end, longest + "\r", longest + std::string(20000, 'y') + "\r", "\r" + longest}) {
+        EXPECT_FALSE(lines_of(whole + "\n").at(0).is_broken) << whole.substr(kLineMax - 1, 9);
+        EXPECT_FALSE(lines_of(whole).at(0).is_broken) << whole.substr(kLineMax - 1, 9);
+    }
+    for (const std::string &broken :
+         {cr_at_its_end + "y", longest + "\ry", longest + "\r\r", longest + nul, longest + nul + "y",
+          longest + std::string(20000, 'y') + "\ry", longest + std::string(20000, 'y') + nul}) {
+        const std::vector<Seen> seen = lines_of(broken + "\na\n");
+        EXPECT_TRUE(seen.at(0).is_broken) << broken.substr(kLineMax - 1, 9);
+        EXPECT_FALSE(seen.at(1).is_broken);
+    }
+}
+
+TEST_F(LineReaderTest, NotesACrThatTwoReadsSeparate) {
+    doubles::libc::read.stand_in(
+        [](int fd, void *data, size_t) { return doubles::libc::read.real(fd, data, 1); });
+    const std::string longest(kLineMax, 'x');
+    EXPECT_TRUE(lines_of(longest + "\ry\n").at(0).is_broken);
+    EXPECT_TRUE(lines_of(longest.substr(1) + "\ry\n").at(0).is_broken);
+    EXPECT_FALSE(lines_of(longest + "y\r\n").at(0).is_broken);
 }
 
 TEST_F(LineReaderTest, KeepsLinesWholeWhateverReadGives) {

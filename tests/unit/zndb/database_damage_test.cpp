@@ -34,6 +34,17 @@ class DatabaseDamage : public DatabaseFixture {
         log_.clear();
     }
 
+    /* Expects a refusal that changes and leaves nothing. */
+    void expect_reset_refused(int32_t result) {
+        EXPECT_EQ(result, database_->reset());
+        end_faults();
+        EXPECT_EQ("v", plain("k"));
+        EXPECT_EQ(kDamaged, content_of(kPlainFile));
+        EXPECT_TRUE(kept_of(kPlainFile).empty());
+        EXPECT_FALSE(exists(kPlainFile + ".tmp"));
+        EXPECT_EQ("", content_of(kJournalFile));
+    }
+
     /* Expects the cleaned file, the damaged one beside it, and one warning. */
     void expect_cleaned(const std::string &path, const std::string &content = "k=v\n") {
         EXPECT_EQ(content, content_of(path));
@@ -103,6 +114,38 @@ TEST_F(DatabaseDamage, AFileThatCantBeKeptIsNotReplaced) {
     end_faults();
     EXPECT_EQ(kDamaged, content_of(kPlainFile));
     EXPECT_TRUE(log_.contains("can't save " + kPlainFile + " errno=5")) << log_.text();
+}
+
+/* The save after the reset would fail, and leave the device without its settings. */
+TEST_F(DatabaseDamage, AResetIsRefusedWhereTheDamagedFileCantBeKept) {
+    start_with_damaged(kPlainFile);
+    fail_link(ENOSPC);
+    fail_opens([](const std::string &path) { return path.find(".damaged-") != path.npos ? ENOSPC : 0; });
+    expect_reset_refused(6);
+}
+
+TEST_F(DatabaseDamage, AResetIsRefusedWhereAllNamesOfDamagedFilesAreTaken) {
+    start_with_damaged(kPlainFile);
+    fail_link(EEXIST);
+    expect_reset_refused(2007);
+}
+
+/* The damaged file keeps its room, so that the settings need as much again. */
+TEST_F(DatabaseDamage, AResetIsRefusedWhereTheDamagedFileFillsTheDisk) {
+    start_with_damaged(kPlainFile);
+    fill_disk_of("/m_data/usr/db");
+    expect_reset_refused(6);
+}
+
+TEST_F(DatabaseDamage, AResetIsRefusedWhereADamagedFileCantBeRemovedAgain) {
+    start_with_damaged(kPlainFile);
+    doubles::libc::unlink.stand_in([](const char *) {
+        errno = EPERM;
+        return -1;
+    });
+    EXPECT_EQ(2006, database_->reset());
+    end_faults();
+    EXPECT_EQ("v", plain("k"));
 }
 
 /* The file is the new one already, so that there is no damage left to keep. */

@@ -90,6 +90,62 @@ TEST_F(DatabaseReset, IsRefusedWhereTheFileIsImmutable) {
     }
 }
 
+TEST_F(DatabaseReset, IsRefusedWhereTheNameOfTheFileCantBeRemoved) {
+    put_file(kPlainFile, "");
+    doubles::libc::rmdir.stand_in([](const char *) {
+        errno = EPERM;
+        return -1;
+    });
+    expect_refused(2006, EPERM);
+}
+
+TEST_F(DatabaseReset, IsRefusedWhereTheTemporaryFileCantBeRemoved) {
+    unsigned removals = 0;
+    doubles::libc::unlinkat.stand_in([&removals](int folder, const char *path, int flags) {
+        if (++removals == 2) { /* the first one is of a leftover */
+            errno = EPERM;
+            return -1;
+        }
+        return doubles::libc::unlinkat.real(folder, path, flags);
+    });
+    expect_refused(2006, EPERM);
+}
+
+TEST_F(DatabaseReset, IsRefusedWhereTheNewFileCantBeSynced) {
+    std::filesystem::create_directories("/m_data/usr/db");
+    doubles::libc::fsync.stand_in([](int fd) {
+        struct stat info = {};
+        if (::fstat(fd, &info) == 0 && S_ISREG(info.st_mode)) {
+            errno = EIO;
+            return -1;
+        }
+        return doubles::libc::fsync.real(fd);
+    });
+    expect_refused(2007, EIO);
+}
+
+TEST_F(DatabaseReset, IsRefusedWhereTheFolderCantBeSynced) {
+    std::filesystem::create_directories("/m_data/usr/db");
+    fail_folder_sync();
+    expect_refused(2007, EIO);
+}
+
+TEST_F(DatabaseReset, IsRefusedWhereTheFoldersAboveCantBeSynced) {
+    std::filesystem::create_directories("/m_data/usr/db");
+    fail_open("/m_data", EIO);
+    expect_refused(2007, EIO);
+}
+
+/* The save makes room itself. */
+TEST_F(DatabaseReset, IsDoneOnAFullDisk) {
+    put_file(kPlainFile, "k=v\n");
+    EXPECT_EQ(0, database_->save());
+    fill_disk_of("/m_data/usr/db");
+    EXPECT_EQ(0, database_->reset());
+    EXPECT_EQ(0, database_->save());
+    EXPECT_EQ("", content_of(kPlainFile));
+}
+
 TEST_F(DatabaseReset, IsDoneOnceTheFileCanBeReplaced) {
     fail_open(kPlainFile + ".tmp", EROFS);
     EXPECT_EQ(2006, database_->reset());

@@ -73,8 +73,31 @@ TEST_F(StoreFile, ACommentThatARestoreWouldNotPassIsDamage) {
 }
 
 TEST_F(StoreFile, ALongCommentIsAComment) {
-    EXPECT_EQ((Values{{"a", "1"}}), loaded("#" + std::string(5000, 'x') + "\na=1\n").values());
+    for (const char *end : {"\n", "\r\n"}) {
+        EXPECT_EQ((Values{{"a", "1"}}), loaded("#" + std::string(5000, 'x') + end + "a=1\n").values());
+    }
     EXPECT_EQ("", log_.text());
+    EXPECT_EQ(Lines::kAllTaken, lines_);
+}
+
+TEST_F(StoreFile, ALongCommentThatARestoreWouldNotPassIsDamage) {
+    for (const size_t length : {1086, 1087, 1088, 70000}) {
+        for (const std::string &rest : {std::string("\re=1"), std::string("\0", 1)}) {
+            EXPECT_EQ((Values{{"a", "1"}}),
+                      loaded("#" + std::string(length, 'x') + rest + "\na=1\n").values());
+            EXPECT_EQ(Lines::kSomeSkipped, lines_) << length;
+        }
+    }
+    EXPECT_EQ(kPath + " line 1 skipped: the comment holds a CR or NUL", warnings(log_).back());
+}
+
+/* A restore would find no "=" there, and stop. */
+TEST_F(StoreFile, AnEmptyFirstLineIsDamage) {
+    for (const char *line : {"\n", "\r\n"}) {
+        EXPECT_EQ((Values{{"a", "1"}}), loaded(std::string(line) + "a=1\n").values());
+        EXPECT_EQ(Lines::kSomeSkipped, lines_);
+    }
+    EXPECT_EQ(kPath + " line 1 skipped: the file begins with an empty line", warnings(log_).back());
 }
 
 TEST_F(StoreFile, KeepsBlanksAndEqualsSignsOfAValue) {

@@ -166,6 +166,9 @@ inline void end_faults() {
     doubles::libc::mkdir.restore();
     doubles::libc::ftruncate.restore();
     doubles::libc::link.restore();
+    doubles::libc::unlink.restore();
+    doubles::libc::unlinkat.restore();
+    doubles::libc::rmdir.restore();
 }
 
 /* A test in which the disk may fail. The log is captured all the while. */

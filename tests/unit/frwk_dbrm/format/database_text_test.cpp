@@ -126,6 +126,46 @@ TEST(DatabaseTextStop, IsANul) {
     EXPECT_EQ("2 at 5: a NUL ends the text", stop_of(std::string("a=1\n \0", 6)));
 }
 
+/* What a restore would read differently: "line: reason"; "" if there is nothing. */
+std::string difference_of(const std::string &text) {
+    const database_text::Difference found = database_text::find_difference(text);
+    return found.reason == nullptr ? "" : std::to_string(found.line) + ": " + found.reason;
+}
+
+TEST(DatabaseTextDifference, IsNoneInWhatTheDatabaseReads) {
+    for (const char *text :
+         {"", "a=1\r\nb=2\r\n", "a= 1 \n#c\r\nb=2\r", "a=1\n\n\r\nb=2\n \t", " #a=1\n \r\n \t\na=1\n"}) {
+        EXPECT_EQ("", difference_of(text)) << text;
+    }
+}
+
+TEST(DatabaseTextDifference, IsACrThatEndsALineForARestoreOnly) {
+    EXPECT_EQ("2: there is a CR within the line", difference_of("a=1\n#c\rb=2\n"));
+    EXPECT_EQ("1: there is a CR within the line", difference_of("a=1\r\r\n"));
+    EXPECT_EQ("3: there is a CR within the line", difference_of("a=1\nb=2\r\n\rc=3"));
+    EXPECT_EQ("1: there is a CR within the line", difference_of("#" + std::string(5000, 'x') + "\rb=2\n"));
+}
+
+TEST(DatabaseTextDifference, IsABlankBeforeAKey) {
+    EXPECT_EQ("2: there is a blank before the key", difference_of("a=1\n b=2\nc=3\n"));
+    EXPECT_EQ("1: there is a blank before the key", difference_of("\tb=2"));
+}
+
+TEST(DatabaseTextDifference, IsNotSoughtWhereARestoreDoesNotCome) {
+    EXPECT_EQ("", difference_of(std::string("a=1\0\n b=2\n", 11)));
+    std::string text = "a=1\nbad\n b=2\n";
+    const database_text::Losses losses = database_text::find_losses(text.data(), text.size());
+    EXPECT_EQ(nullptr, losses.difference.reason);
+    EXPECT_EQ(2u, losses.stop.line);
+}
+
+TEST(DatabaseTextDifference, IsReportedBesideAStopAfterIt) {
+    std::string text = "a=1\n b=2\nbad\n";
+    const database_text::Losses losses = database_text::find_losses(text.data(), text.size());
+    EXPECT_EQ(2u, losses.difference.line);
+    EXPECT_EQ(3u, losses.stop.line);
+}
+
 TEST(DatabaseTextStop, IsWhatTheDatabaseDoesNotTake) {
     EXPECT_EQ("2 at 4: the key is empty", stop_of("a=1\n=v\nb=2\n"));
     EXPECT_EQ("2 at 4: the key is too long", stop_of("a=1\n" + std::string(32, 'k') + "=v\n"));

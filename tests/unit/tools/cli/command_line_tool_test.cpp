@@ -13,7 +13,7 @@ ExitCode act() {
 /* The parser throws of names that are taken; so does whatever is short of memory. */
 void declare_twice(CommandLineTool &tool) {
     for (int i = 0; i < 2; ++i) {
-        tool.add("act", "Act", "tool act\n", act).add_flag("--now");
+        tool.add("act", "Act", "tool act\n", act);
     }
 }
 

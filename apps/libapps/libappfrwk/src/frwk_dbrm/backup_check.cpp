@@ -15,7 +15,11 @@ using backup_format::RecordHeaderBytes;
 namespace {
 
 void check_text(const RecordHeader &record, char *text) {
-    const database_text::Stop stop = database_text::find_stop(text, record.length);
+    const auto [difference, stop] = database_text::find_losses(text, record.length);
+    if (difference.reason != nullptr) {
+        FRWK_WARN(log_name::kDbrmBackupCheck, "file '%s' line %u: %s, a restore reads it differently!",
+                  record.name, difference.line, difference.reason);
+    }
     if (stop.reason != nullptr) {
         FRWK_WARN(log_name::kDbrmBackupCheck, "file '%s' line %u: %s, a restore stops there!", record.name,
                   stop.line, stop.reason);

@@ -23,35 +23,6 @@ using backup_format::RecordHeaderBytes;
 
 namespace {
 
-apps_err_e_type restore_file(std::FILE *file, const RecordHeader &record) {
-    const apps_err_e_type ret = backup::restore_file(file, record);
-    if (ret != E_APPS_ERR_SUCCESS) {
-        FRWK_WARN(log_name::kDbrmRestoreProcess, "restore file '%s' failed!", record.name);
-    }
-    return ret;
-}
-
-apps_err_e_type restore_db(std::FILE *file, const RecordHeader &record) {
-    const apps_err_e_type ret = backup::restore_database(file, record);
-    if (ret != E_APPS_ERR_SUCCESS) {
-        FRWK_WARN(log_name::kDbrmRestoreProcess, "restore db '%s' failed!", record.name);
-    }
-    return ret;
-}
-
-/* Restores one record. A name without a NUL is malformed. */
-apps_err_e_type restore_record(std::FILE *file, RecordHeader *record) {
-    if (record->type != FRWK_DBRM_DATA_FILE && record->type != FRWK_DBRM_DATA_DB) {
-        FRWK_WARN(log_name::kDbrmRestoreProcess, "invalid data type=%u!", record->type);
-        return E_APPS_ERR_FORMAT;
-    }
-    if (!backup_format::terminate_name(record)) {
-        FRWK_WARN(log_name::kDbrmRestoreProcess, "invalid data name '%s'!", record->name);
-        return E_APPS_ERR_FORMAT;
-    }
-    return record->type == FRWK_DBRM_DATA_FILE ? restore_file(file, *record) : restore_db(file, *record);
-}
-
 /* Restores the records in the next "remaining" bytes of the file. 64 bits, so that no length wraps. */
 apps_err_e_type restore_records(std::FILE *file, uint64_t remaining) {
     while (remaining != 0) {
@@ -61,7 +32,7 @@ apps_err_e_type restore_records(std::FILE *file, uint64_t remaining) {
             return E_APPS_ERR_READ;
         }
         RecordHeader record = backup_format::record_header_from(bytes);
-        const apps_err_e_type ret = restore_record(file, &record);
+        const apps_err_e_type ret = backup::restore_record(file, &record);
         if (ret != E_APPS_ERR_SUCCESS) {
             return ret;
         }

@@ -12,7 +12,7 @@
 #include <optional>
 #include <string_view>
 
-/* The types of data records. */
+/* The types of data records. Each has a row in restore_record.cpp. */
 enum : uint32_t {
     FRWK_DBRM_DATA_FILE = 1, /* a file, restored byte for byte */
     FRWK_DBRM_DATA_DB = 2    /* lines of key=value, set in the database one by one */

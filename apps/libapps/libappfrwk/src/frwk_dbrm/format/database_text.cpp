@@ -1,5 +1,6 @@
 #include "frwk_dbrm/format/database_text.h"
 
+#include <algorithm>
 #include <cstring>
 
 #include "frwk_common.h"
@@ -47,6 +48,17 @@ const char *objection_to(const Line &line) {
     return std::strlen(line.value) >= ZNDB_VALUE_LEN ? "the value is too long" : nullptr;
 }
 
+/* Why the database and a restore read a line differently; null if they don't. line: without its LF. */
+const char *difference_in(std::string_view line) {
+    const size_t cr = line.find('\r');
+    if (cr != std::string_view::npos && cr + 1 != line.size()) {
+        return "there is a CR within the line";
+    }
+    const size_t begin = line.find_first_not_of(kBlanks);
+    const bool is_read = begin != std::string_view::npos && line[begin] != kComment && line[begin] != '\r';
+    return is_read && begin > 0 ? "there is a blank before the key" : nullptr;
+}
+
 }  // namespace
 
 Found next_line(char **at, Line *line) {
@@ -81,6 +93,28 @@ Stop find_stop(char *text, size_t length) {
             return {reason, line.number, bytes};
         }
     }
+}
+
+Difference find_difference(std::string_view text) {
+    std::string_view left = text.substr(0, text.find('\0'));
+    for (unsigned number = 1; !left.empty(); ++number) {
+        const std::string_view line = left.substr(0, left.find('\n'));
+        if (const char *reason = difference_in(line)) {
+            return {reason, number};
+        }
+        left.remove_prefix(std::min(line.size() + 1, left.size()));
+    }
+    return {};
+}
+
+Losses find_losses(char *text, size_t length) {
+    Losses losses;
+    losses.difference = find_difference({text, length});
+    losses.stop = find_stop(text, length);
+    if (losses.stop.reason != nullptr && losses.stop.line < losses.difference.line) {
+        losses.difference = {};
+    }
+    return losses;
 }
 
 }  // namespace database_text

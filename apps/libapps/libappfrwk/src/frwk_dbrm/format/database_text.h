@@ -1,12 +1,13 @@
 /*
  * Parses the text of a database record line by line: key=value, and comments that begin with '#'. Also finds
- * the line at which a restore would stop.
+ * the line at which a restore would stop, and the first one that it reads differently from the database.
  *
  * Pure: parses the text in place; uses only the database's length limits. Any thread.
  */
 #pragma once
 
 #include <cstddef>
+#include <string_view>
 
 namespace database_text {
 
@@ -48,5 +49,23 @@ struct Stop {
 
 /* text: length bytes and a NUL, parsed in place. */
 Stop find_stop(char *text, size_t length);
+
+/* The first line that the database and a restore read differently. */
+struct Difference {
+    const char *reason = nullptr; /* null if there is none */
+    unsigned line = 0;
+};
+
+/* Searches a text up to its first NUL. To a restore a CR ends a line, and blanks before a key don't count. */
+Difference find_difference(std::string_view text);
+
+/* What a restore of a text would not bring back, or bring back differently. */
+struct Losses {
+    Difference difference; /* empty if the restore would stop before it */
+    Stop stop;
+};
+
+/* As find_stop. */
+Losses find_losses(char *text, size_t length);
 
 }  // namespace database_text

@@ -166,4 +166,45 @@ apps_err_e_type restore_database(std::FILE *backup, const RecordHeader &record) 
     return E_APPS_ERR_SUCCESS;
 }
 
+namespace {
+
+struct RecordType {
+    uint32_t number;
+    const char *name; /* in the log */
+    apps_err_e_type (*restore)(std::FILE *backup, const RecordHeader &record);
+};
+
+constexpr RecordType kTypes[] = {
+    {FRWK_DBRM_DATA_FILE, "file", restore_file},
+    {FRWK_DBRM_DATA_DB, "db", restore_database},
+};
+
+const RecordType *type_of(const RecordHeader &record) {
+    for (const RecordType &type : kTypes) {
+        if (type.number == record.type) {
+            return &type;
+        }
+    }
+    return nullptr;
+}
+
+}  // namespace
+
+apps_err_e_type restore_record(std::FILE *backup, RecordHeader *record) {
+    const RecordType *type = type_of(*record);
+    if (type == nullptr) {
+        FRWK_WARN(log_name::kDbrmRestoreProcess, "invalid data type=%u!", record->type);
+        return E_APPS_ERR_FORMAT;
+    }
+    if (!backup_format::terminate_name(record)) {
+        FRWK_WARN(log_name::kDbrmRestoreProcess, "invalid data name '%s'!", record->name);
+        return E_APPS_ERR_FORMAT;
+    }
+    const apps_err_e_type ret = type->restore(backup, *record);
+    if (ret != E_APPS_ERR_SUCCESS) {
+        FRWK_WARN(log_name::kDbrmRestoreProcess, "restore %s '%s' failed!", type->name, record->name);
+    }
+    return ret;
+}
+
 }  // namespace backup

@@ -29,4 +29,12 @@ apps_err_e_type restore_file(std::FILE *backup, const backup_format::RecordHeade
  */
 apps_err_e_type restore_database(std::FILE *backup, const backup_format::RecordHeader &record);
 
+/*
+ * Restores a record of any type. A type that is unknown and a name without a NUL are malformed.
+ *
+ * record: its name is terminated.
+ * Returns what the type's function above returns, or FORMAT. Logs failures.
+ */
+apps_err_e_type restore_record(std::FILE *backup, backup_format::RecordHeader *record);
+
 }  // namespace backup

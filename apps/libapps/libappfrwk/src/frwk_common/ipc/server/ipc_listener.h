@@ -3,14 +3,12 @@
  */
 #pragma once
 
-#include "support/unique_fd.h"
-
 namespace ipc {
 
 /*
- * Creates the calling module's listening socket, replacing the file of an earlier run.
- * Returns nothing owned, after logging the failure.
+ * Creates the calling module's listening socket, replacing the file of an earlier run. g_s_ipcs_fd has it
+ * from its first moment, so that no forked child keeps it; -1 after a failure, which is logged.
  */
-UniqueFd make_listener();
+void make_listener();
 
 }  // namespace ipc

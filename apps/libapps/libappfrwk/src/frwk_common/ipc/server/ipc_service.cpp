@@ -207,7 +207,7 @@ void *run_service(void *) {
 void start_service() {
     // After a failure, a retry creates only what is missing: peers may already wait on the socket.
     if (g_s_ipcs_fd < 0) {
-        g_s_ipcs_fd = make_listener().take();
+        make_listener();
     }
     FRWK_ASSERT(log_name::kIpcInit, g_s_ipcs_fd >= 0, "0 <= g_s_ipcs_fd", "");
 

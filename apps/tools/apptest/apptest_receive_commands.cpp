@@ -1,11 +1,14 @@
-#include "apptest/apptest_receive.h"
-
+/*
+ * The commands of apptest that receive messages, until a limit is reached, or Ctrl-C.
+ */
 #include <cstring>
 #include <mutex>
 
 #include "apptest/answer_script.h"
+#include "apptest/apptest_options.h"
 #include "apptest/arrivals.h"
 #include "apptest/event_subscriptions.h"
+#include "cli/command_line_tool.h"
 #include "cli/complaint.h"
 #include "cli/name_lookup.h"
 #include "device/event_key.h"
@@ -136,8 +139,7 @@ ExitCode read_script(const AppTestOptions &options) {
     return problem.empty() ? ExitCode::kDone : complain(ExitCode::kUsage, problem);
 }
 
-}  // namespace
-
+/* Subscribes to events and prints the messages; ends the subscriptions afterwards. */
 ExitCode subscribe_to_events(const AppTestOptions &options) {
     const SignalWatch watch; /* must be created before threads */
     ExitCode code = read_identity(options, &g_identity);
@@ -161,6 +163,7 @@ ExitCode subscribe_to_events(const AppTestOptions &options) {
     return end_subscriptions(code);
 }
 
+/* Plays a module: prints messages and answers them as scripted. */
 ExitCode serve_as_module(const AppTestOptions &options) {
     const SignalWatch watch;
     g_arrivals = new Arrivals({options.count, options.seconds}, options.json);
@@ -184,3 +187,40 @@ ExitCode serve_as_module(const AppTestOptions &options) {
     }
     return code;
 }
+
+// ---- the command line ----
+
+AppTestOptions g_options;
+
+void declare(CommandLineTool &tool) {
+    Command subscribe = tool.add("subscribe", "Subscribe to events and print what arrives, until Ctrl-C",
+                                 "apptest subscribe E_APPS_MSG_SYS_LANGUAGE_CHANGE\n"
+                                 "apptest subscribe --as sms sys_language_change\n"
+                                 "apptest subscribe --count 1 --seconds 10 --json wlan_clients\n",
+                                 g_options.runs_as_is(subscribe_to_events));
+    subscribe.add("EVENT", g_options.events, "Keys of events, with or without E_APPS_MSG_").required();
+    subscribe.add("--as", g_options.identity, "The module to subscribe as; it must not run (apptest)")
+        .value("MODULE");
+    g_options.add_limits(subscribe, "messages");
+    g_options.add_json(subscribe, "Print each message as JSON, one per line");
+
+    Command serve = tool.add("serve", "Play a module: print what arrives and answer it, until Ctrl-C",
+                             "apptest serve wlan --answer '0 text=hello'\n"
+                             "apptest serve wlan --script answers.txt\n"
+                             "# answers.txt:  MESSAGE RESULT [delay=MS] [text=.. | hex=.. | int=.. | echo]\n"
+                             "#   5004        0     text=three clients\n"
+                             "#   5005        busy  delay=500\n"
+                             "#   *           unsupported\n",
+                             g_options.runs_as_is(serve_as_module));
+    g_options.add_module(serve);
+    serve.add("--script", g_options.script, "A file with one answer per line").value("FILE");
+    serve.add("--answer", g_options.answer, "The answer to every message")
+        .value("'RESULT ...'")
+        .excludes("--script");
+    g_options.add_limits(serve, "messages");
+    g_options.add_json(serve, "Print each message as JSON, one per line");
+}
+
+const CommandGroup kCommands(2, declare);
+
+}  // namespace

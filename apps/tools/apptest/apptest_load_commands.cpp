@@ -1,8 +1,11 @@
-#include "apptest/apptest_load.h"
-
+/*
+ * The command of apptest that loads a module with requests.
+ */
 #include <cstdio>
 
+#include "apptest/apptest_options.h"
 #include "apptest/load_run.h"
+#include "cli/command_line_tool.h"
 #include "cli/complaint.h"
 #include "cli/name_lookup.h"
 #include "cli/user_signals.h"
@@ -16,6 +19,9 @@ namespace {
 constexpr int kLookMilliseconds = 100;
 constexpr double kDefaultSeconds = 5;
 constexpr int kSecondsDigits = 3;
+
+constexpr uint32_t kMostClients = 1000;
+constexpr double kHighestRate = 1e6;
 
 struct Percentile {
     const char *name;
@@ -141,8 +147,7 @@ LoadPlan plan_of(const AppTestOptions &options, const Envelope &envelope) {
             options.timeout};
 }
 
-}  // namespace
-
+/* Ctrl-C ends the run early, and the results until then are printed. */
 ExitCode load_module(const AppTestOptions &options) {
     Envelope envelope;
     const ExitCode code = read_envelope(options, &envelope);
@@ -171,3 +176,31 @@ ExitCode load_module(const AppTestOptions &options) {
     end_by_signal(signal_number);
     return judge(result, module_text(envelope.module));
 }
+
+// ---- the command line ----
+
+AppTestOptions g_options;
+
+void declare(CommandLineTool &tool) {
+    Command load = tool.add("load", "Send many requests and print how fast they were answered",
+                            "apptest load wlan sys_status --room 4 --seconds 10\n"
+                            "apptest load zndb zndb_get --nul lan_ip --clients 8 --rate 2000 --json\n",
+                            g_options.runs(load_module));
+    g_options.add_module(load);
+    g_options.add_message(load).required();
+    g_options.add_body(load);
+    g_options.add_timeout(load);
+    g_options.add_room(load);
+    g_options.add_limits(load, "requests");
+    load.add("--clients", g_options.clients, "Number of concurrent clients (1)")
+        .value("N")
+        .within(1, kMostClients);
+    load.add("--rate", g_options.rate, "Requests per second of all clients; default: no limit")
+        .value("N")
+        .within_real(0.01, kHighestRate);
+    g_options.add_json(load, "Print JSON");
+}
+
+const CommandGroup kCommands(3, declare);
+
+}  // namespace

@@ -1,17 +1,22 @@
-#include "logtool/log_show.h"
-
+/*
+ * The command of logtool that shows the log.
+ */
 #include <utility>
 
+#include "cli/command_line_tool.h"
 #include "cli/complaint.h"
 #include "cli/name_lookup.h"
+#include "cli/spelling_hint.h"
 #include "device/module_words.h"
 #include "device/text_file.h"
 #include "logtool/journal_line.h"
 #include "logtool/journal_reader.h"
 #include "logtool/log_file.h"
+#include "logtool/log_options.h"
 #include "logtool/log_output.h"
 #include "logtool/log_places.h"
 #include "output/output_failure.h"
+#include "support/log_line.h"
 
 namespace {
 
@@ -148,8 +153,7 @@ ExitCode show_chosen_log(const LogOptions &options, const LogFilter &filter, Log
                         : show_file(options, file, unreadable, output);
 }
 
-}  // namespace
-
+/* Shows the given file, else the first existing log file of the system, else the journal. */
 ExitCode show_log(const LogOptions &options) {
     if (options.follow && options.file == kStandardStream) {
         return complain(ExitCode::kUsage, "standard input can't be followed");
@@ -163,3 +167,36 @@ ExitCode show_log(const LogOptions &options) {
     code = show_chosen_log(options, filter, output);
     return finish(options, output, code);
 }
+
+// ---- the command line ----
+
+LogOptions g_options;
+
+std::string check_level(const std::string &word) {
+    return level_named(word) != kNoLevel ? "" : unknown_name("level", word, level_names());
+}
+
+void declare(CommandLineTool &tool) {
+    Command show = tool.add("show", "Show the device's log",
+                            "logtool show --module wlan --level warning\n"
+                            "logtool show --follow --text 'errno='\n"
+                            "logtool show --file /var/log/messages.0 --lines 20 --json\n",
+                            g_options.runs(show_log));
+    show.add("--module", g_options.modules, "Only lines of this module; may be given several times")
+        .value("MODULE")
+        .repeated();
+    show.add("--level", g_options.level, "Only lines of this level or more urgent ones")
+        .value("LEVEL")
+        .check(check_level);
+    show.add("--text", g_options.text, "Only lines with this text, ignoring case").value("TEXT");
+    show.add("--file", g_options.file, "The log, - for standard input").value("FILE");
+    show.flag("--journal", g_options.journal, "Read the journal, even if there is a log file")
+        .excludes("--file");
+    show.add("--lines", g_options.lines, "Only the last N of these lines").value("N").positive();
+    show.flag("--follow", g_options.follow, "Continue with new lines, until Ctrl-C");
+    g_options.add_json(show, "Print each line as JSON");
+}
+
+const CommandGroup kCommands(1, declare);
+
+}  // namespace

@@ -1,10 +1,13 @@
-#include "apptest/apptest_send.h"
-
+/*
+ * The commands of apptest that send one message.
+ */
 #include <chrono>
 #include <cstdio>
 
 #include "apptest/answer_room.h"
+#include "apptest/apptest_options.h"
 #include "apptest/body_text.h"
+#include "cli/command_line_tool.h"
 #include "cli/complaint.h"
 #include "cli/name_lookup.h"
 #include "cli/request_outcome.h"
@@ -116,8 +119,6 @@ ExitCode read_message_and_body(const AppTestOptions &options, Envelope *envelope
     return code == ExitCode::kDone ? read_body(options, envelope) : code;
 }
 
-}  // namespace
-
 ExitCode call_module(const AppTestOptions &options) {
     Envelope envelope;
     const ExitCode code = read_envelope(options, &envelope);
@@ -157,6 +158,7 @@ ExitCode broadcast_message(const AppTestOptions &options) {
     return code;
 }
 
+/* Sends the message with the event's name, unless another one is given. */
 ExitCode publish_event(const AppTestOptions &options) {
     const std::string event = event_key(options.event);
     AppTestOptions completed = options;
@@ -173,23 +175,53 @@ ExitCode publish_event(const AppTestOptions &options) {
     return code;
 }
 
-ExitCode list_messages(const AppTestOptions &options) {
-    TextTable table({"NUMBER", "NAME"});
-    const Json items = json_items();
-    for (const zn_enum_item &row : g_enum_apps_message_id_e_type) {
-        if (std::string(row.name).find(options.message) == std::string::npos) {
-            continue;
-        }
-        table.add({std::to_string(row.value), row.name});
-        Json item = json_members();
-        add_member(item, "number", json_number(row.value));
-        add_member(item, "name", json_text(row.name));
-        add_item(items, std::move(item));
-    }
-    if (options.json) {
-        print_json(items);
-    } else {
-        table.print();
-    }
-    return ExitCode::kDone;
+// ---- the command line ----
+
+AppTestOptions g_options;
+
+void declare(CommandLineTool &tool) {
+    Command call = tool.add("call", "Send a request and print the answer",
+                            "apptest call wlan sys_status --room 4 --dump\n"
+                            "apptest call zndb zndb_get --nul lan_ip\n"
+                            "apptest call router 3004 --hex '01 00 00 00'\n"
+                            "apptest call device 9000 --file request.json --json\n",
+                            g_options.runs(call_module));
+    g_options.add_module(call);
+    g_options.add_message(call).required();
+    g_options.add_body(call);
+    g_options.add_timeout(call);
+    g_options.add_room(call);
+    call.flag("--dump", g_options.dump, "Print the answer's bytes, even if it is a text");
+    g_options.add_json(call, "Print result, time and answer as JSON");
+
+    Command send = tool.add("send", "Send a message without an answer",
+                            "apptest send --timeout 10 router 3004 text\n", g_options.runs(send_to_module));
+    g_options.add_module(send);
+    g_options.add_message(send).required();
+    g_options.add_body(send);
+    g_options.add_timeout(send);
+
+    Command notify = tool.add("notify", "As send, with the limit that modules use, 3 seconds",
+                              "apptest notify wlan sys_language_change\n", g_options.runs(notify_module));
+    g_options.add_module(notify);
+    g_options.add_message(notify).required();
+    g_options.add_body(notify);
+
+    Command broadcast = tool.add("broadcast", "Send a message to every monitored module",
+                                 "apptest broadcast sys_device_offline\n", g_options.runs(broadcast_message));
+    g_options.add_message(broadcast).required();
+    g_options.add_body(broadcast);
+
+    Command publish = tool.add("publish", "Send an event to its listeners",
+                               "apptest publish sys_language_change en\n"
+                               "apptest publish --message 5004 wlan_clients --int 3\n",
+                               g_options.runs(publish_event));
+    publish.add("EVENT", g_options.event, "Key of the event, with or without E_APPS_MSG_").required();
+    publish.add("--message", g_options.message, "The message to send; default: the one named like the event")
+        .value("MESSAGE");
+    g_options.add_body(publish);
 }
+
+const CommandGroup kCommands(1, declare);
+
+}  // namespace

@@ -1,12 +1,16 @@
-#include "monitor_tool/monitor_device.h"
+/*
+ * The commands of monitor_tool that send a request to the monitor, which carries it out later.
+ */
 
 #include <cstdio>
 
+#include "cli/command_line_tool.h"
 #include "cli/complaint.h"
 #include "cli/confirmation.h"
 #include "cli/name_lookup.h"
 #include "device/module_survey.h"
 #include "frwk_common.h"
+#include "monitor_tool/monitor_options.h"
 #include "output/terminal.h"
 
 namespace {
@@ -71,8 +75,6 @@ ExitCode act_on_device(const MonitorOptions &options, const DeviceCommand &comma
     return say_asked(command.what);
 }
 
-}  // namespace
-
 ExitCode enable_module(const MonitorOptions &options) {
     return switch_module(options, "enable", frwk_module_enable);
 }
@@ -92,3 +94,40 @@ ExitCode reset_device(const MonitorOptions &options) {
 ExitCode shut_device_down(const MonitorOptions &options) {
     return act_on_device(options, {"shutdown", "shut the device down", frwk_system_shutdown});
 }
+
+// ---- the command line ----
+
+using Act = ExitCode (*)(const MonitorOptions &options);
+
+MonitorOptions g_options;
+
+void add_switch(CommandLineTool &tool, const char *name, const char *purpose, Act command) {
+    Command added =
+        tool.add(name, purpose, std::string("monitor_tool ") + name + " wlan\n", g_options.runs(command));
+    g_options.add_module(added);
+    g_options.add_timeout(added);
+}
+
+void add_device_command(CommandLineTool &tool, const char *name, const char *purpose, Act command) {
+    Command added = tool.add(
+        name, purpose,
+        std::string("monitor_tool ") + name + "\n" + "monitor_tool " + name + " --yes --reason 801\n",
+        g_options.runs(command));
+    added.flag("--yes", g_options.yes, "Don't ask");
+    added.add("--reason", g_options.reason, "A reason code for the monitor (0)")
+        .value("N")
+        .within(0, UINT32_MAX);
+    g_options.add_timeout(added);
+}
+
+void declare(CommandLineTool &tool) {
+    add_switch(tool, "enable", "Request that a monitored module be enabled", enable_module);
+    add_switch(tool, "disable", "Request that a monitored module be disabled", disable_module);
+    add_device_command(tool, "reboot", "Request a reboot of the device", reboot_device);
+    add_device_command(tool, "reset", "Request a reset to factory settings", reset_device);
+    add_device_command(tool, "shutdown", "Request a shutdown of the device", shut_device_down);
+}
+
+const CommandGroup kCommands(4, declare);
+
+}  // namespace

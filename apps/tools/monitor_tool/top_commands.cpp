@@ -1,12 +1,15 @@
-#include "monitor_tool/monitor_top.h"
-
+/*
+ * The command of monitor_tool that shows the list of modules, refreshed.
+ */
 #include <algorithm>
 #include <cerrno>
 #include <utility>
 
+#include "cli/command_line_tool.h"
+#include "monitor_tool/module_list.h"
 #include "monitor_tool/module_report.h"
 #include "monitor_tool/module_screen.h"
-#include "monitor_tool/status_commands.h"
+#include "monitor_tool/monitor_options.h"
 #include "output/live_screen.h"
 #include "output/output_failure.h"
 #include "output/terminal.h"
@@ -16,6 +19,7 @@ namespace {
 using Clock = std::chrono::steady_clock;
 
 constexpr char kFirstColumn[] = "memory";
+constexpr double kLongestInterval = 3600;
 
 enum class Next {
     kLook,
@@ -102,8 +106,7 @@ class Top {
     std::vector<ModuleReport> reports_;
 };
 
-}  // namespace
-
+/* Runs until q or Ctrl-C. Without a terminal it prints the list once. */
 ExitCode watch_modules(const MonitorOptions &options) {
     if (!is_screen(Stream::kOutput)) {
         MonitorOptions once = options;
@@ -114,3 +117,21 @@ ExitCode watch_modules(const MonitorOptions &options) {
     const int error = top.run();
     return error == 0 ? ExitCode::kDone : output_failure(error);
 }
+
+// ---- the command line ----
+
+MonitorOptions g_options;
+
+void declare(CommandLineTool &tool) {
+    Command top = tool.add("top", "Show the modules, refreshed, until q or Ctrl-C",
+                           "monitor_tool top --interval 0.5 --sort time\n", g_options.runs(watch_modules));
+    g_options.add_order(top, "memory");
+    top.add("--interval", g_options.interval, "Seconds between two updates (2)")
+        .value("S")
+        .within_real(MonitorOptions::kShortestTime, kLongestInterval);
+    g_options.add_timeout(top);
+}
+
+const CommandGroup kCommands(2, declare);
+
+}  // namespace

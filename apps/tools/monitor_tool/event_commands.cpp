@@ -3,10 +3,11 @@
  */
 #include <cstdio>
 
+#include "cli/command_line_tool.h"
 #include "cli/complaint.h"
 #include "device/event_listeners.h"
 #include "frwk_common.h"
-#include "monitor_tool/status_commands.h"
+#include "monitor_tool/monitor_options.h"
 #include "output/json_output.h"
 #include "output/terminal.h"
 #include "output/text_wrap.h"
@@ -87,8 +88,6 @@ void print_events_json(const std::vector<EventListeners> &events) {
     print_json(items);
 }
 
-}  // namespace
-
 ExitCode show_events(const MonitorOptions &options) {
     std::vector<EventListeners> wanted;
     ExitCode code = ExitCode::kDone;
@@ -106,3 +105,20 @@ ExitCode show_events(const MonitorOptions &options) {
     }
     return code;
 }
+
+// ---- the command line ----
+
+MonitorOptions g_options;
+
+void declare(CommandLineTool &tool) {
+    Command events = tool.add("events", "Show the subscribers of events",
+                              "monitor_tool events\n"
+                              "monitor_tool events --json LANGUAGE\n",
+                              g_options.runs(show_events));
+    events.add("TEXT", g_options.text, "Only events with this text in the name");
+    g_options.add_json(events);
+}
+
+const CommandGroup kCommands(3, declare);
+
+}  // namespace

@@ -1,9 +1,11 @@
-#include "logtool/module_channels.h"
-
+/*
+ * The commands of logtool for modules' log channels: how they were started, and reading their settings again.
+ */
 #include <algorithm>
 #include <filesystem>
 #include <system_error>
 
+#include "cli/command_line_tool.h"
 #include "cli/complaint.h"
 #include "cli/name_lookup.h"
 #include "cli/request_outcome.h"
@@ -12,6 +14,7 @@
 #include "device/text_file.h"
 #include "formats/device_paths.h"
 #include "frwk_common.h"
+#include "logtool/log_options.h"
 #include "output/json_output.h"
 #include "output/text_table.h"
 #include "support/log_line.h"
@@ -114,8 +117,6 @@ ExitCode report_missing(const ModuleFacts &facts) {
                     "channels " + facts.name + " failed: it has no process that is known");
 }
 
-}  // namespace
-
 ExitCode show_channels(const LogOptions &options) {
     std::vector<uint32_t> modules;
     ExitCode code = read_modules(options.modules, &modules);
@@ -160,3 +161,27 @@ ExitCode reload_log_settings(const LogOptions &options) {
     }
     return code;
 }
+
+// ---- the command line ----
+
+LogOptions g_options;
+
+void declare(CommandLineTool &tool) {
+    Command channels = tool.add("channels", "Show how the log channels of running modules were started",
+                                "logtool channels\n"
+                                "logtool channels --json wlan\n",
+                                g_options.runs(show_channels));
+    g_options.add_modules(channels, "Names, aliases or ids of modules; default: all that run");
+    g_options.add_json(channels, "Print JSON");
+
+    Command reload = tool.add("reload", "Make modules read their log settings again",
+                              "logtool reload wlan router\n"
+                              "logtool reload --all\n",
+                              g_options.runs(reload_log_settings));
+    g_options.add_modules(reload, "Names, aliases or ids of modules");
+    reload.flag("--all", g_options.all, "All monitored modules that run");
+}
+
+const CommandGroup kCommands(2, declare);
+
+}  // namespace
