@@ -21,6 +21,7 @@
 #include <sys/sysinfo.h>
 #include <sys/types.h>
 #include <sys/uio.h>
+#include <sys/vfs.h>
 #include <time.h>
 
 #include "doubles/double.h"

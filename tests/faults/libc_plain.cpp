@@ -10,6 +10,7 @@
 #include <sys/stat.h>
 #include <sys/statvfs.h>
 #include <sys/sysinfo.h>
+#include <sys/vfs.h>
 #include <sys/wait.h>
 #include <unistd.h>
 

@@ -1,0 +1,73 @@
+/*
+ * One function of a library, examined in a process of its own: a library that crashes, hangs or ends the
+ * process costs one row of the table.
+ */
+#pragma once
+
+#include <string>
+
+#include "loaded_library.h"
+#include "support/unique_fd.h"
+
+enum class Verdict : char {
+    kRight = 'r',     /* it does what the contract says */
+    kCalled = 'c',    /* it came back; what it does can't be seen from outside */
+    kNotCalled = 'n', /* it is there, and can't be called without something that is missing */
+    kWrong = 'w',     /* it does something else, crashes or doesn't come back */
+    kMissing = 'm'
+};
+
+struct Finding {
+    Verdict verdict;
+    std::string text; /* the reason; "" where there is none */
+};
+
+/* In the process of the examination. Every function that ends it reports a finding first. */
+class Examination {
+  public:
+    Examination(const LoadedLibrary &library, std::string folder, UniqueFd report)
+        : library_(library), folder_(std::move(folder)), report_(std::move(report)) {}
+
+    /* The address of a function. Ends the examination if the library doesn't have it. See CALL. */
+    void *demand(const char *name) const;
+
+    const LoadedLibrary &library() const { return library_; }
+
+    /* Ends the examination as wrong unless the condition holds. otherwise: what the function did. */
+    void expect(bool holds, const std::string &otherwise) const;
+
+    [[noreturn]] void end(Verdict verdict, const std::string &text) const;
+
+    /* The path of a file in a private, empty folder. */
+    std::string path(const char *name) const { return folder_ + "/" + name; }
+
+    /* The same of a file with this content. */
+    std::string file(const char *name, const std::string &content) const;
+
+    /* The content of a file; "" if it can't be read. */
+    static std::string content(const std::string &path);
+
+  private:
+    const LoadedLibrary &library_;
+    std::string folder_;
+    UniqueFd report_;
+};
+
+/* The function with this name in the library under examination, with the type that our header declares. */
+#define CALL(examination, name) (reinterpret_cast<decltype(&(name))>((examination).demand(#name)))
+
+using Check = void (*)(const Examination &examination);
+
+/* One function's check, or, with two null members, the mere loading of a library. */
+struct NamedCheck {
+    const char *name; /* of the function */
+    Check check;
+};
+
+/*
+ * Loads the library in a child process and runs a check there.
+ *
+ * limit: seconds until a child that doesn't end is killed.
+ * Returns kRight if the check came to its end; kMissing if the library doesn't have the function.
+ */
+Finding examine(const std::string &library, const NamedCheck &check, unsigned limit);

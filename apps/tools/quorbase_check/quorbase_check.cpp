@@ -1,0 +1,185 @@
+/*
+ * quorbase-check: whether a device maker's base library or modem client has every function that the product
+ * needs, and whether each does what it must.
+ */
+#include <getopt.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+
+#include "contract_table.h"
+
+namespace {
+
+/* The exit status; scripts rely on these numbers, which are those of all tools. */
+enum {
+    kDone = 0,
+    kNotConforming = 1,
+    kUsage = 2,
+    kNotLoaded = 3
+};
+
+constexpr char kHelp[] =
+    "Usage: quorbase-check [OPTION]... LIBRARY\n"
+    "Check a device maker's libquorbase, or libmal with --modem: load it with all symbols bound,\n"
+    "list the functions that are missing, and run each of the others against its contract.\n"
+    "\n"
+    "  --modem          LIBRARY is the modem client (libmal)\n"
+    "  --limit SECONDS  End a function that does not return for so long (1 to 600; default 10)\n"
+    "  --help           Print this help\n"
+    "  --version        Print the version\n"
+    "\n"
+    "Each function runs in a process of its own, in a private folder. A path without a slash is searched\n"
+    "for in the loader's folders. Run it on the device, as the user of the modules: the checks of the\n"
+    "cipher need the product's key, or make the device's own.\n"
+    "\n"
+    "Results: ok; called (it returned, and its effect can't be seen from here); not called;\n"
+    "missing; wrong, with the reason.\n"
+    "Exit status: 0 conforming, 1 functions are missing or wrong, 2 wrong usage, 3 the library can't be "
+    "loaded.\n";
+
+struct Request {
+    std::string library;
+    bool modem = false;
+    unsigned limit = 10;
+};
+
+const char *word_of(Verdict verdict) {
+    switch (verdict) {
+        case Verdict::kRight:
+            return "ok";
+        case Verdict::kCalled:
+            return "called";
+        case Verdict::kNotCalled:
+            return "not called";
+        case Verdict::kMissing:
+            return "missing";
+        case Verdict::kWrong:
+            break;
+    }
+    return "wrong";
+}
+
+/* What the table says at its end. */
+struct Totals {
+    unsigned right = 0;
+    unsigned unseen = 0;
+    unsigned absent = 0; /* optional functions that are missing */
+    unsigned missing = 0;
+    unsigned wrong = 0;
+
+    void count(const ContractRow &row, Verdict verdict) {
+        unsigned &total = verdict == Verdict::kRight     ? right
+                          : verdict == Verdict::kWrong   ? wrong
+                          : verdict != Verdict::kMissing ? unseen
+                          : row.optional()               ? absent
+                                                         : missing;
+        ++total;
+    }
+};
+
+void print_row(const ContractRow &row, const Finding &finding) {
+    const char *const gap = finding.text.empty() ? "" : ": ";
+    (void)std::printf("%-25s %-9s %s%s%s\n", row.check.name, row.origin.data(), word_of(finding.verdict), gap,
+                      finding.text.c_str());
+    (void)std::fflush(stdout);
+}
+
+/* Examines every function of the contract. */
+Totals examine_all(const Request &request) {
+    Totals totals;
+    for (const ContractRow &row : contract_rows(request.modem)) {
+        const Finding finding = examine(request.library, row.check, request.limit);
+        print_row(row, finding);
+        totals.count(row, finding.verdict);
+    }
+    return totals;
+}
+
+int check_library(const Request &request) {
+    const Finding loading = examine(request.library, {nullptr, nullptr}, request.limit);
+    if (loading.verdict != Verdict::kRight) {
+        (void)std::fprintf(stderr, "quorbase-check: %s: %s\n", request.library.c_str(), loading.text.c_str());
+        return kNotLoaded;
+    }
+    const Totals totals = examine_all(request);
+    (void)std::printf("\n%u ok, %u not seen from here, %u optional ones missing, %u missing, %u wrong\n",
+                      totals.right, totals.unseen, totals.absent, totals.missing, totals.wrong);
+    return totals.missing + totals.wrong == 0 ? kDone : kNotConforming;
+}
+
+/* The parser of the options has named the problem already. */
+int refuse_option() {
+    (void)std::fputs("Try 'quorbase-check --help'.\n", stderr);
+    return kUsage;
+}
+
+int refuse(const std::string &problem) {
+    (void)std::fprintf(stderr, "quorbase-check: %s\n", problem.c_str());
+    return refuse_option();
+}
+
+/* Seconds from 1 to 600; 0 for anything else. */
+unsigned limit_in(const char *text) {
+    char *end = nullptr;
+    const unsigned long seconds = std::strtoul(text, &end, 10);
+    constexpr unsigned long kMost = 600;
+    const bool number = text[0] >= '0' && text[0] <= '9' && *end == '\0';
+    return number && seconds <= kMost ? static_cast<unsigned>(seconds) : 0;
+}
+
+constexpr int kGoOn = -1;
+
+/* Reads the options. Returns kGoOn, or the exit status. */
+int read_options(int argc, char **argv, Request *request) {
+    enum {
+        kModem = 1,
+        kLimit,
+        kHelpOption,
+        kVersion
+    };
+    constexpr option kOptions[] = {{"modem", no_argument, nullptr, kModem},
+                                   {"limit", required_argument, nullptr, kLimit},
+                                   {"help", no_argument, nullptr, kHelpOption},
+                                   {"version", no_argument, nullptr, kVersion},
+                                   {nullptr, 0, nullptr, 0}};
+    for (int found = 0; (found = ::getopt_long(argc, argv, "", kOptions, nullptr)) !=
+                        -1;) { /* NOLINT(concurrency-mt-unsafe) */
+        switch (found) {
+            case kModem:
+                request->modem = true;
+                break;
+            case kLimit:
+                request->limit = limit_in(optarg);
+                break;
+            case kHelpOption:
+                (void)std::fputs(kHelp, stdout);
+                return kDone;
+            case kVersion:
+                (void)std::puts("quorbase-check " QUOR_VERSION);
+                return kDone;
+            default:
+                return refuse_option();
+        }
+    }
+    return request->limit == 0 ? refuse("--limit takes 1 to 600 seconds") : kGoOn;
+}
+
+}  // namespace
+
+int main(int argc, char **argv) {
+    Request request;
+    const int status = read_options(argc, argv, &request);
+    if (status != kGoOn) {
+        return status;
+    }
+    if (optind == argc) {
+        return refuse("the library's path is missing");
+    }
+    if (optind + 1 < argc) {
+        return refuse(std::string("unexpected argument '") + argv[optind + 1] + "'");
+    }
+    request.library = argv[optind];
+    return check_library(request);
+}

@@ -1,0 +1,205 @@
+/*
+ * quorbase-check, run on libraries that conform and on libraries that don't.
+ */
+#include <gtest/gtest.h>
+
+#include <map>
+#include <set>
+#include <sstream>
+
+#include "support/temp_folder.h"
+#include "support/wait_until.h"
+#include "system/tools/tool_run.h"
+
+namespace {
+
+/* Function and result, as printed. */
+using Rows = std::map<std::string, std::string>;
+
+Rows rows_of(const std::string &output) {
+    Rows rows;
+    std::istringstream lines(output);
+    for (std::string line; std::getline(lines, line) && !line.empty();) {
+        std::istringstream words(line);
+        std::string name;
+        std::string origin;
+        words >> name >> origin >> std::ws;
+        std::getline(words, rows[name]);
+    }
+    return rows;
+}
+
+ToolEnd check(std::vector<std::string> words) {
+    words.insert(words.begin(), "quorbase-check");
+    return run_tool(words);
+}
+
+/* The names of the contract of one library. */
+std::set<std::string> contract(bool modem) {
+    std::set<std::string> names;
+    std::istringstream lines(file_text(PLATFORM_CONTRACT));
+    for (std::string line; std::getline(lines, line);) {
+        if (line.front() != '#' && (line.find(" libmal.h") != std::string::npos) == modem) {
+            names.insert(line.substr(0, line.find(' ')));
+        }
+    }
+    return names;
+}
+
+std::set<std::string> names_of(const Rows &rows) {
+    std::set<std::string> names;
+    for (const auto &[name, result] : rows) {
+        names.insert(name);
+    }
+    return names;
+}
+
+/* The functions whose result begins so. */
+std::set<std::string> with_result(const Rows &rows, const std::string &result) {
+    std::set<std::string> names;
+    for (const auto &[name, printed] : rows) {
+        if (printed.rfind(result, 0) == 0) {
+            names.insert(name);
+        }
+    }
+    return names;
+}
+
+const std::set<std::string> kOptional = {"os_mem_zeroing", "os_command_scope_open", "os_command_scope_close",
+                                         "os_command_untranslated"};
+const std::set<std::string> kUnseen = {"os_log_init", "os_trace_print", "os_log_assert"};
+
+}  // namespace
+
+TEST(QuorbaseCheck, FindsNothingWrongInOurBaseLibrary) {
+    const ToolEnd end = check({OUR_BASE});
+    EXPECT_EQ(0, end.status) << end.output << end.errors;
+    const Rows rows = rows_of(end.output);
+    EXPECT_EQ(contract(false), names_of(rows));
+    EXPECT_EQ(kUnseen, with_result(rows, "called"));
+    EXPECT_EQ(rows.size() - kUnseen.size(), with_result(rows, "ok").size()) << end.output;
+    EXPECT_NE(std::string::npos, end.output.find(" 0 missing, 0 wrong\n")) << end.output;
+}
+
+#ifdef SECOND_BASE
+TEST(QuorbaseCheck, FindsNothingWrongInAMakersLibraryWithoutTheOptionalFunctions) {
+    const ToolEnd end = check({SECOND_BASE});
+    EXPECT_EQ(0, end.status) << end.output << end.errors;
+    const Rows rows = rows_of(end.output);
+    EXPECT_EQ(kOptional, with_result(rows, "missing"));
+    EXPECT_EQ((std::set<std::string>{"json_get_object_item", "json_is_string", "json_get_string",
+                                     "json_get_int64", "json_get_double"}),
+              with_result(rows, "not called: needs a document, and the library has no json_parse"));
+    EXPECT_EQ(std::set<std::string>(), with_result(rows, "wrong")) << end.output;
+}
+#endif
+
+TEST(QuorbaseCheck, FindsEveryFunctionWrongThatDoesNothing) {
+    const ToolEnd end = check({"--limit", "5", IDLE_BASE});
+    EXPECT_EQ(1, end.status) << end.errors;
+    const Rows rows = rows_of(end.output);
+    EXPECT_EQ(contract(false), names_of(rows));
+    std::set<std::string> unnoticed = with_result(rows, "ok");
+    unnoticed.merge(with_result(rows, "called"));
+    EXPECT_EQ(kUnseen, unnoticed) << end.output;
+}
+
+TEST(QuorbaseCheck, ListsEveryFunctionThatIsMissing) {
+    const ToolEnd end = check({OUR_MODEM});
+    EXPECT_EQ(1, end.status) << end.errors;
+    EXPECT_EQ(contract(false), with_result(rows_of(end.output), "missing"));
+}
+
+TEST(QuorbaseCheck, SurvivesFunctionsThatAProcessDoesNotSurvive) {
+    const ToolEnd end = check({"--limit", "5", ILL_BASE});
+    EXPECT_EQ(1, end.status) << end.errors;
+    Rows rows = rows_of(end.output);
+    EXPECT_EQ("wrong: ends the process with signal 6 (Aborted)", rows["os_uptime"]);
+    EXPECT_EQ("wrong: ends the process with status 5", rows["os_file_size"]);
+    EXPECT_EQ("wrong: does not return within 5 s", rows["os_msleep"]);
+    EXPECT_EQ("ok", rows["os_uptime_sec"]);
+}
+
+TEST(QuorbaseCheck, NamesWhatKeepsALibraryFromLoading) {
+    const ToolEnd unbound = check({UNBOUND_BASE});
+    EXPECT_EQ(3, unbound.status);
+    EXPECT_NE(std::string::npos, unbound.errors.find("a_function_that_is_nowhere")) << unbound.errors;
+    const ToolEnd missing = check({"/no/such/library.so"});
+    EXPECT_EQ(3, missing.status);
+    EXPECT_EQ(0u, missing.errors.find("quorbase-check: /no/such/library.so: ")) << missing.errors;
+    EXPECT_EQ("", missing.output);
+}
+
+TEST(QuorbaseCheck, AcceptsAModemWithoutASim) {
+    const ToolEnd end = check({"--modem", OUR_MODEM});
+    EXPECT_EQ(0, end.status) << end.output << end.errors;
+    Rows rows = rows_of(end.output);
+    EXPECT_EQ(contract(true), names_of(rows));
+    EXPECT_EQ("ok", rows["mal_client_init"]);
+    EXPECT_EQ("called: fails with -1: no SIM, or no modem", rows["libmal_get_sim_plmn"]);
+}
+
+TEST(QuorbaseCheck, ReadsTheSimOfAModem) {
+    const ToolEnd end = check({"--modem", LIVELY_MODEM});
+    EXPECT_EQ(0, end.status) << end.output << end.errors;
+    const Rows rows = rows_of(end.output);
+    EXPECT_EQ((std::set<std::string>{"mal_client_init", "libmal_get_sim_status", "libmal_get_sim_plmn",
+                                     "libmal_get_sim_spn"}),
+              with_result(rows, "ok"));
+    EXPECT_EQ("called: the modem side is up", rows.at("libmal_get_mpss_status"));
+}
+
+TEST(QuorbaseCheck, FindsAModemWrongThatSucceedsAndGivesNothing) {
+    const ToolEnd end = check({"--modem", IDLE_MODEM});
+    EXPECT_EQ(1, end.status);
+    EXPECT_EQ((std::set<std::string>{"libmal_get_sim_status", "libmal_get_sim_plmn", "libmal_get_sim_spn"}),
+              with_result(rows_of(end.output), "wrong"))
+        << end.output;
+}
+
+TEST(QuorbaseCheck, RefusesAWrongCommandLine) {
+    for (const std::vector<std::string> &words : {std::vector<std::string>{},
+                                                  {"one", "two"},
+                                                  {"--unknown", "one"},
+                                                  {"--limit", "0", "one"},
+                                                  {"--limit", "601", "one"},
+                                                  {"--limit", "five", "one"},
+                                                  {"--limit", "5s", "one"}}) {
+        const ToolEnd end = check(words);
+        EXPECT_EQ(2, end.status) << end.errors;
+        EXPECT_NE(std::string::npos, end.errors.find("Try 'quorbase-check --help'.")) << end.errors;
+        EXPECT_EQ("", end.output);
+    }
+}
+
+TEST(QuorbaseCheck, PrintsHelpAndVersion) {
+    const ToolEnd help = check({"--help"});
+    EXPECT_EQ(0, help.status);
+    EXPECT_NE(std::string::npos, help.output.find("--modem"));
+    const ToolEnd version = check({"--version"});
+    EXPECT_EQ(0, version.status);
+    EXPECT_EQ(0u, version.output.find("quorbase-check "));
+}
+
+TEST(QuorbaseCheck, LeavesNoFolder) {
+    const TempFolder folder;
+    const ToolEnd end =
+        run_shell("TMPDIR='" + folder.path() + "' $TOOLS/quorbase-check --modem " + OUR_MODEM);
+    EXPECT_EQ(0, end.status) << end.errors;
+    EXPECT_EQ("", run_shell("ls -A '" + folder.path() + "'").output);
+}
+
+TEST(QuorbaseCheck, SaysThatItHasNoFolder) {
+    const ToolEnd end =
+        run_shell(std::string("TMPDIR=/no/such/folder $TOOLS/quorbase-check --modem ") + OUR_MODEM);
+    EXPECT_EQ(3, end.status);
+    EXPECT_NE(std::string::npos, end.errors.find("No such file or directory")) << end.errors;
+}
+
+TEST(QuorbaseCheck, HasAManPageThatIsWellFormedAndHasEveryOption) {
+    EXPECT_EQ("", run_shell("groff -man -Tascii -ww -z " MAN_PAGE " 2>&1").output);
+    const std::string page = file_text(MAN_PAGE);
+    for (const char *option : {"modem", "limit", "help", "version"}) {
+        EXPECT_NE(std::string::npos, page.find(std::string("\\fB\\-\\-") + option + "\\fP")) << option;
+    }
+}
