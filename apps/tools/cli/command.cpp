@@ -6,6 +6,7 @@
 
 #include "cli/number_range.h"
 #include "cli/spelling_hint.h"
+#include "cli/text_match.h"
 
 namespace {
 
@@ -43,11 +44,19 @@ const CommandOption &CommandOption::check(
 }
 
 const CommandOption &CommandOption::one_of(const std::string &kind, const KnownWords &words) const {
-    return check([kind, words](const std::string &word) {
+    const auto become_known = [kind, words](std::string &word) {
         const std::vector<std::string> known = words();
-        const bool found = std::find(known.begin(), known.end(), word) != known.end();
-        return found ? "" : unknown_name(kind, word, known);
-    });
+        const auto found = std::find_if(known.begin(), known.end(), [&](const std::string &name) {
+            return name.size() == word.size() && starts_like(name, word);
+        });
+        if (found == known.end()) {
+            return unknown_name(kind, word, known);
+        }
+        word = *found;
+        return std::string();
+    };
+    option_->transform(CLI::Validator(become_known, ""));
+    return *this;
 }
 
 const CommandOption &CommandOption::excludes(const char *other) const {

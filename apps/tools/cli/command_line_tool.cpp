@@ -63,6 +63,10 @@ Command CommandLineTool::add(const std::string &name, const std::string &purpose
 }
 
 void CommandLineTool::complete(const std::string &argument, KnownWords words) {
+    words_[argument] = [words = std::move(words)](const TypedWords &) { return words(); };
+}
+
+void CommandLineTool::complete_with(const std::string &argument, FittingWords words) {
     words_[argument] = std::move(words);
 }
 

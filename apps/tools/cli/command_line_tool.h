@@ -46,6 +46,7 @@ class CommandLineTool {
 
     /* Registers the completions of an argument or an option's value with this name: "KEY", "MODULE". */
     void complete(const std::string &argument, KnownWords words);
+    void complete_with(const std::string &argument, FittingWords words);
 
     /* Parses and runs. */
     ExitCode run(int argc, char **argv);
@@ -60,7 +61,7 @@ class CommandLineTool {
 
     const std::unique_ptr<CLI::App> app_;
     std::map<const CLI::App *, Run> runs_;
-    std::map<std::string, KnownWords> words_;
+    std::map<std::string, FittingWords> words_;
 };
 
 /*

@@ -1,13 +1,10 @@
 #include "cli/spelling_hint.h"
 
 #include <algorithm>
-#include <cctype>
+
+#include "cli/text_match.h"
 
 namespace {
-
-bool same_letter(char left, char right) {
-    return std::tolower(static_cast<unsigned char>(left)) == std::tolower(static_cast<unsigned char>(right));
-}
 
 bool swapped(std::string_view left, std::string_view right, size_t row, size_t column) {
     return row > 1 && column > 1 && same_letter(left[row - 1], right[column - 2]) &&

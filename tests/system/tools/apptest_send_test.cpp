@@ -213,6 +213,9 @@ TEST_F(AppTestSend, BodiesThatMakeNoSenseAreWrongUsage) {
 TEST_F(AppTestSend, ListsMessages) {
     EXPECT_EQ("NUMBER  NAME\n6       E_APPS_MSG_SYS_STATUS\n",
               kAppTest.output_of({"messages", "SYS_STATUS"}));
+    EXPECT_EQ(kAppTest.output_of({"messages", "WLAN"}), kAppTest.output_of({"messages", "wlan"}));
+    EXPECT_EQ("NUMBER  NAME\n6       E_APPS_MSG_SYS_STATUS\n",
+              kAppTest.output_of({"messages", "e_apps_msg_sys_status"}));
     EXPECT_EQ("[\n  {\n    \"number\": 7,\n    \"name\": \"E_APPS_MSG_SYS_PROBE\"\n  }\n]\n",
               kAppTest.output_of({"messages", "--json", "SYS_PROBE"}));
 }

@@ -197,7 +197,7 @@ TEST_F(MonitorTool, ShowsWhoListensToWhat) {
         "  E_APPS_MSG_SYS_LANGUAGE_CHANGE  lcd nobody(?) wlan\n"
         "  weather                         wlan\n",
         kTool.output_of({"events"}));
-    EXPECT_EQ("# /m_data/usr/subscribe\n  weather     wlan\n", kTool.output_of({"events", "eath"}));
+    EXPECT_EQ("# /m_data/usr/subscribe\n  weather     wlan\n", kTool.output_of({"events", "EATH"}));
     EXPECT_EQ(
         "[\n  {\n    \"event\": \"weather\",\n    \"folder\": \"/m_data/usr/subscribe\",\n    \"used\": "
         "true,\n"

@@ -429,6 +429,8 @@ TEST_F(ZndbTool, WrongNamesGetTheNearestRightOne) {
     kTool.expect_usage("unknown command 'frobnicate'", {"frobnicate"});
     kTool.expect_usage("unknown option '--prem'; did you mean '--perm'?", {"get", "--prem", "k"});
     kTool.expect_usage("--type: unknown type 'unit'; did you mean 'uint'?", {"get", "--type", "unit", "k"});
+    EXPECT_EQ("", kTool.output_of({"set", "--type", "UINT", "k", "007"}));
+    EXPECT_EQ("7", plain("k"));
 }
 
 TEST_F(ZndbTool, WrongUsageIsExplained) {
@@ -473,7 +475,8 @@ TEST_F(ZndbTool, CompletesCommandsOptionsTypesAndKeys) {
     EXPECT_EQ("dump\n", kTool.output_of({"--complete", "du"}));
     EXPECT_EQ("--help\n--perm\n--default\n--json\n", kTool.output_of({"--complete", "dump", "--"}));
     EXPECT_EQ("uchar\nushort\nuint\nulong\nullong\n", kTool.output_of({"--complete", "get", "--type", "u"}));
-    EXPECT_EQ("lan_ip\nlan_mac\n", kTool.output_of({"--complete", "get", "--perm", "other", "lan"}));
+    EXPECT_EQ("lan_mac\n", kTool.output_of({"--complete", "get", "--perm", "other", "lan"}));
+    EXPECT_EQ("lan_ip\n", kTool.output_of({"--complete", "get", "LAN"}));
     EXPECT_EQ("", kTool.output_of({"--complete", "import", ""}));
     EXPECT_EQ(kTool.output_of({"--complete", ""}), kTool.output_of({"--complete"}));
 }
