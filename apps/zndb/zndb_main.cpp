@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <mutex>
+#include <optional>
 #include <string>
 
 #include "database.h"
@@ -15,6 +16,7 @@
 #include "os_time.h"
 #include "own_files.h"
 #include "zndb_handler.h"
+#include "zndb_words.h"
 
 namespace {
 
@@ -109,7 +111,10 @@ void before_exit(apps_message_id_e_type msgid) {
 
 }  // namespace
 
-int main() {
+int main(int argc, char **argv) {
+    if (const std::optional<int> status = answer_command_line(argc, argv)) {
+        return *status;
+    }
     frwk_module_init(E_APPS_MODULE_ZNDB, before_exit);
     g_s_own_files = new OwnFiles({paths::kZndbLock, paths::kZndbSocket});
     (void)database();

@@ -3,6 +3,7 @@
  */
 #include "apptest/apptest_options.h"
 #include "cli/command_line_tool.h"
+#include "cli/text_match.h"
 #include "frwk_common.h"
 #include "output/json_output.h"
 #include "output/text_table.h"
@@ -14,7 +15,7 @@ ExitCode list_messages(const AppTestOptions &options) {
     TextTable table({"NUMBER", "NAME"});
     const Json items = json_items();
     for (const zn_enum_item &row : g_enum_apps_message_id_e_type) {
-        if (std::string(row.name).find(options.message) == std::string::npos) {
+        if (!contains_like(row.name, options.message)) {
             continue;
         }
         table.add({std::to_string(row.value), row.name});

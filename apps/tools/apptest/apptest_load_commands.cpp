@@ -18,6 +18,7 @@ namespace {
 
 constexpr int kLookMilliseconds = 100;
 constexpr double kDefaultSeconds = 5;
+constexpr int kSecondsDigits = 3;
 
 constexpr uint32_t kMostClients = 1000;
 constexpr double kHighestRate = 1e6;
@@ -33,9 +34,9 @@ double per_second(const LoadResult &result) {
     return result.seconds > 0 ? static_cast<double>(result.answered) / result.seconds : 0;
 }
 
-std::string rounded(double number) {
+std::string rounded(double number, int digits) {
     char text[32];
-    (void)std::snprintf(text, sizeof(text), "%.1f", number);
+    (void)std::snprintf(text, sizeof(text), "%.*f", digits, number);
     return text;
 }
 
@@ -64,12 +65,12 @@ void add_codes(TextTable &table, const char *what, const std::map<apps_err_e_typ
 }
 
 void print_table(const LoadResult &result) {
-    TextTable table({"LOAD", ""});
+    TextTable table({"RESULT", "VALUE"});
     table.add({"answered", std::to_string(result.answered)});
     add_codes(table, "refused", result.refused);
     add_codes(table, "lost", result.lost);
-    table.add({"seconds", rounded(result.seconds)});
-    table.add({"answers a second", rounded(per_second(result))});
+    table.add({"seconds", rounded(result.seconds, kSecondsDigits)});
+    table.add({"answers per second", rounded(per_second(result), 1)});
     table.add({"fastest", milliseconds_text(static_cast<double>(result.latencies.lowest()))});
     table.add({"mean", milliseconds_text(result.latencies.mean())});
     for (const Percentile &percentile : kPercentiles) {
@@ -105,10 +106,19 @@ void print_object(const LoadResult &result) {
     add_member(object, "answered", json_number(static_cast<int64_t>(result.answered)));
     add_member(object, "refused", codes_as_json(result.refused));
     add_member(object, "lost", codes_as_json(result.lost));
-    add_member(object, "seconds", json_word(rounded(result.seconds)));
-    add_member(object, "answers_per_second", json_word(rounded(per_second(result))));
+    add_member(object, "seconds", json_word(rounded(result.seconds, kSecondsDigits)));
+    add_member(object, "answers_per_second", json_word(rounded(per_second(result), 1)));
     add_member(object, "microseconds", latencies_as_json(result.latencies));
     print_json(object);
+}
+
+/* "7 E_APPS_ERR_NOTFOUND, 17 E_APPS_ERR_BUSY" */
+std::string code_list(const std::map<apps_err_e_type, uint64_t> &counts) {
+    std::string all;
+    for (const auto &count : counts) {
+        all += (all.empty() ? "" : ", ") + code_text(count.first);
+    }
+    return all;
 }
 
 /* The exit code of the worst result. */
@@ -116,11 +126,12 @@ ExitCode judge(const LoadResult &result, const std::string &module) {
     const uint64_t lost = total(result.lost);
     const uint64_t refused = total(result.refused);
     if (lost > 0) {
-        return complain(ExitCode::kUnreachable,
-                        std::to_string(lost) + " requests to " + module + " were lost");
+        return complain(ExitCode::kUnreachable, std::to_string(lost) + " requests to " + module +
+                                                    " were lost: " + code_list(result.lost));
     }
     if (refused > 0) {
-        return complain(ExitCode::kRefused, std::to_string(refused) + " requests were refused by " + module);
+        return complain(ExitCode::kRefused, std::to_string(refused) + " requests were refused by " + module +
+                                                ": " + code_list(result.refused));
     }
     return ExitCode::kDone;
 }
@@ -132,7 +143,7 @@ LoadPlan plan_of(const AppTestOptions &options, const Envelope &envelope) {
             options.rate,
             options.count,
             endless ? kDefaultSeconds : options.seconds,
-            options.room,
+            options.room.value_or(kDefaultRoom),
             options.timeout};
 }
 
@@ -183,10 +194,10 @@ void declare(CommandLineTool &tool) {
     g_options.add_limits(load, "requests");
     load.add("--clients", g_options.clients, "Number of concurrent clients (1)")
         .value("N")
-        .within(1u, kMostClients);
+        .within(1, kMostClients);
     load.add("--rate", g_options.rate, "Requests per second of all clients; default: no limit")
         .value("N")
-        .within(0.01, kHighestRate);
+        .within_real(0.01, kHighestRate);
     g_options.add_json(load, "Print JSON");
 }
 

@@ -57,14 +57,12 @@ void AppTestOptions::add_timeout(const Command &command) {
 }
 
 void AppTestOptions::add_room(const Command &command) {
-    command.add("--room", room, "Maximum bytes of the answer (1024)")
-        .value("N")
-        .within(uint32_t{0}, kMostRoom);
+    command.add("--room", room, "Maximum bytes of the answer (1024)").value("N").within(0, kMostRoom);
 }
 
 void AppTestOptions::add_limits(const Command &command, const std::string &what) {
     command.add("--count", count, "End after N " + what).value("N").positive();
-    command.add("--seconds", seconds, "End after S seconds").value("S").within(0.001, kLongestRun);
+    command.add("--seconds", seconds, "End after S seconds").value("S").within_real(0.001, kLongestRun);
 }
 
 void AppTestOptions::add_json(const Command &command, const std::string &what) {

@@ -5,16 +5,21 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "cli/command_line_tool.h"
+
+/* Bytes of an answer, unless --room says otherwise. */
+inline constexpr uint32_t kDefaultRoom = 1024;
 
 struct AppTestOptions {
     std::string module;
     std::string message;
     std::string event;
     std::vector<std::string> events;
+    std::string identity = "apptest"; /* the module to subscribe as */
 
     /* The body, its notation, and a file to read it from. */
     std::string body;
@@ -23,8 +28,8 @@ struct AppTestOptions {
     bool numbers = false;
     bool nul = false;
 
-    uint32_t timeout = 3; /* seconds for a module to accept a message */
-    uint32_t room = 1024; /* maximum bytes of an answer */
+    uint32_t timeout = 3;         /* seconds for a module to accept a message */
+    std::optional<uint32_t> room; /* bytes of the answer; nothing: the default */
     bool dump = false;
     bool json = false;
 

@@ -7,10 +7,13 @@
 #include "apptest/answer_script.h"
 #include "apptest/apptest_options.h"
 #include "apptest/arrivals.h"
+#include "apptest/event_subscriptions.h"
 #include "cli/command_line_tool.h"
 #include "cli/complaint.h"
 #include "cli/name_lookup.h"
+#include "device/event_key.h"
 #include "device/module_identity.h"
+#include "device/played_module.h"
 #include "device/service_socket.h"
 #include "device/text_file.h"
 #include "frwk_common.h"
@@ -20,8 +23,8 @@ namespace {
 /* Created before a handler is registered, and never freed: handlers may still run while the process ends. */
 Arrivals *g_arrivals = nullptr;
 AnswerScript *g_script = nullptr;
-std::mutex g_subscribed_lock;
-std::vector<std::string> *g_subscribed = nullptr; /* g_subscribed_lock */
+EventSubscriptions *g_subscriptions = nullptr;
+uint32_t g_identity = 0; /* of subscribe */
 std::mutex g_script_lock;
 
 std::string body_of(const void *data, int32_t length) {
@@ -53,16 +56,22 @@ apps_err_e_type answer_as_scripted(uint32_t src, apps_message_id_e_type msgid, c
         return answer.result;
     }
     if (body.size() > rsp_size) {
+        (void)complain(ExitCode::kRefused, "the answer to " + message_text(msgid) + " has " +
+                                               std::to_string(body.size()) + " bytes, but the sender takes " +
+                                               std::to_string(rsp_size));
         return E_APPS_ERR_OUTOFBUF;
     }
     std::memcpy(rsp, body.data(), body.size());
     return answer.result;
 }
 
-/* Refuses to start if the module runs: a second process would take over its socket. */
+constexpr char kPlayed[] = "; a module that runs can't be played";
+
+/* Refuses to start where the library would end the process for want of a right. */
 ExitCode start_serving(uint32_t module, frwk_ipc_handler_t handler, frwk_exit_handler_t exit_handler) {
-    if (is_served(module)) {
-        return complain(ExitCode::kRefused, module_text(module) + " runs already");
+    const std::string missing = missing_right(module);
+    if (!missing.empty()) {
+        return complain(ExitCode::kRefused, "can't play " + module_text(module) + ": " + missing);
     }
     become_module(static_cast<int32_t>(module), exit_handler);
     frwk_ipc_service_ex(handler, 0);
@@ -71,59 +80,44 @@ ExitCode start_serving(uint32_t module, frwk_ipc_handler_t handler, frwk_exit_ha
 
 // ---- subscribe ----
 
-/* The meaning of the two failures, E_APPS_ERR_BUSY and E_APPS_ERR_IO. */
-constexpr char kSubscriptionHint[] =
-    "; the folder of subscriptions or of locks is missing, or the event's name is not a valid file name";
-
-ExitCode subscribe(const std::string &event) {
-    const apps_err_e_type code = frwk_ipc_msg_sub(event.c_str());
-    return code == E_APPS_ERR_SUCCESS
-               ? ExitCode::kDone
-               : complain(ExitCode::kRefused,
-                          "subscribe '" + event + "' failed: " + code_text(code) + kSubscriptionHint);
-}
-
-ExitCode unsubscribe(const std::string &event) {
-    const apps_err_e_type code = frwk_ipc_msg_unsub(event.c_str());
-    return code == E_APPS_ERR_SUCCESS
-               ? ExitCode::kDone
-               : complain(ExitCode::kRefused, "unsubscribe '" + event + "' failed: " + code_text(code));
-}
-
-ExitCode unsubscribe_all(ExitCode code) {
-    const std::lock_guard<std::mutex> lock(g_subscribed_lock);
-    for (const std::string &event : *g_subscribed) {
-        const ExitCode ended = unsubscribe(event);
-        code = code == ExitCode::kDone ? ended : code;
-    }
-    g_subscribed->clear();
-    return code;
-}
-
 /* Also called if a message ends the process. */
-void unsubscribe_at_exit(apps_message_id_e_type) noexcept {
-    (void)unsubscribe_all(ExitCode::kDone);
-    remove_service_socket(E_APPS_MODULE_APPTEST);
-}
-
-/* Recorded under the lock, so that a message that ends the process finds every subscription. */
-ExitCode subscribe_and_note(const std::string &event) {
-    const std::lock_guard<std::mutex> lock(g_subscribed_lock);
-    const ExitCode code = subscribe(event);
-    if (code == ExitCode::kDone) {
-        g_subscribed->push_back(event);
-    }
+ExitCode end_subscriptions(ExitCode code) {
+    code = g_subscriptions->end(code);
+    remove_service_socket(g_identity);
     return code;
 }
 
-ExitCode subscribe_all(const std::vector<std::string> &events) {
-    for (const std::string &event : events) {
-        const ExitCode code = subscribe_and_note(event);
-        if (code != ExitCode::kDone) {
-            return code;
-        }
+void end_subscriptions_at_exit(apps_message_id_e_type) noexcept {
+    (void)end_subscriptions(ExitCode::kDone);
+}
+
+/* The module to subscribe as. */
+ExitCode read_identity(const AppTestOptions &options, uint32_t *module) {
+    const Named named = find_module(options.identity);
+    if (!named.problem.empty()) {
+        return complain(ExitCode::kUsage, named.problem);
     }
-    return ExitCode::kDone;
+    *module = static_cast<uint32_t>(named.number);
+    const std::string obstacle = obstacle_to_subscribing(*module);
+    return obstacle.empty() ? ExitCode::kDone : complain(ExitCode::kUsage, obstacle);
+}
+
+/* Says who runs as the module already. */
+std::string subscriber_words(uint32_t module) {
+    const std::string running = running_words(module);
+    if (running.empty() || module != E_APPS_MODULE_APPTEST) {
+        return running.empty() ? "" : running + kPlayed;
+    }
+    return "another apptest subscribe" + running.substr(module_text(module).size()) +
+           "; --as MODULE subscribes as another module";
+}
+
+std::vector<std::string> event_keys(const std::vector<std::string> &words) {
+    std::vector<std::string> keys;
+    for (const std::string &word : words) {
+        keys.push_back(event_key(word));
+    }
+    return keys;
 }
 
 // ---- serve ----
@@ -148,19 +142,25 @@ ExitCode read_script(const AppTestOptions &options) {
 /* Subscribes to events and prints the messages; ends the subscriptions afterwards. */
 ExitCode subscribe_to_events(const AppTestOptions &options) {
     const SignalWatch watch; /* must be created before threads */
-    g_arrivals = new Arrivals({options.count, options.seconds}, options.json);
-    g_subscribed = new std::vector<std::string>;
-    ExitCode code = start_serving(E_APPS_MODULE_APPTEST, print_only, unsubscribe_at_exit);
+    ExitCode code = read_identity(options, &g_identity);
     if (code != ExitCode::kDone) {
         return code;
     }
-    code = subscribe_all(options.events);
+    const std::string running = subscriber_words(g_identity);
+    if (!running.empty()) {
+        return complain(ExitCode::kRefused, running);
+    }
+    g_arrivals = new Arrivals({options.count, options.seconds}, options.json);
+    g_subscriptions = new EventSubscriptions;
+    code = start_serving(g_identity, print_only, end_subscriptions_at_exit);
+    if (code != ExitCode::kDone) {
+        return code;
+    }
+    code = g_subscriptions->begin(event_keys(options.events));
     if (code == ExitCode::kDone) {
         code = g_arrivals->wait(watch);
     }
-    code = unsubscribe_all(code);
-    remove_service_socket(E_APPS_MODULE_APPTEST);
-    return code;
+    return end_subscriptions(code);
 }
 
 /* Plays a module: prints messages and answers them as scripted. */
@@ -172,6 +172,10 @@ ExitCode serve_as_module(const AppTestOptions &options) {
     ExitCode code = read_module(options, &envelope);
     if (code == ExitCode::kDone) {
         code = read_script(options);
+    }
+    if (code == ExitCode::kDone) {
+        const std::string running = running_words(envelope.module);
+        code = running.empty() ? ExitCode::kDone : complain(ExitCode::kRefused, running + kPlayed);
     }
     if (code == ExitCode::kDone) {
         code = start_serving(envelope.module, answer_as_scripted, nullptr);
@@ -191,9 +195,12 @@ AppTestOptions g_options;
 void declare(CommandLineTool &tool) {
     Command subscribe = tool.add("subscribe", "Subscribe to events and print what arrives, until Ctrl-C",
                                  "apptest subscribe E_APPS_MSG_SYS_LANGUAGE_CHANGE\n"
+                                 "apptest subscribe --as sms sys_language_change\n"
                                  "apptest subscribe --count 1 --seconds 10 --json wlan_clients\n",
                                  g_options.runs_as_is(subscribe_to_events));
-    subscribe.add("EVENT", g_options.events, "Keys of events").required();
+    subscribe.add("EVENT", g_options.events, "Keys of events, with or without E_APPS_MSG_").required();
+    subscribe.add("--as", g_options.identity, "The module to subscribe as; it must not run (apptest)")
+        .value("MODULE");
     g_options.add_limits(subscribe, "messages");
     g_options.add_json(subscribe, "Print each message as JSON, one per line");
 

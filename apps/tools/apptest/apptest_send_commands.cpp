@@ -4,6 +4,7 @@
 #include <chrono>
 #include <cstdio>
 
+#include "apptest/answer_room.h"
 #include "apptest/apptest_options.h"
 #include "apptest/body_text.h"
 #include "cli/command_line_tool.h"
@@ -11,6 +12,8 @@
 #include "cli/name_lookup.h"
 #include "cli/request_outcome.h"
 #include "cli/wait_notice.h"
+#include "device/event_key.h"
+#include "device/module_words.h"
 #include "frwk_common.h"
 #include "output/json_output.h"
 #include "output/terminal.h"
@@ -28,18 +31,24 @@ uint32_t length_of(const std::string &body) {
     return static_cast<uint32_t>(body.size());
 }
 
-void print_answer(const AppTestOptions &options, const std::string &answer) {
-    if (options.dump || !is_text(answer)) {
+/* Whether the answer is nothing but zeros: a number, if the caller knows how many bytes to expect. */
+bool is_zero_number(const AppTestOptions &options, const std::string &answer) {
+    return options.room && !answer.empty() && without_nuls(answer).empty();
+}
+
+void print_answer(const AppTestOptions &options, const RequestOutcome &outcome, const std::string &answer) {
+    if (options.dump || !is_text(answer) || (outcome.done() && is_zero_number(options, answer))) {
         (void)std::fputs(hex_dump(answer).c_str(), stdout);
     } else if (!without_nuls(answer).empty()) {
         (void)std::puts(shown_text(Stream::kOutput, without_nuls(answer)).c_str());
     }
 }
 
-/* Adds the answer as bytes, also as a text if it is one, and as a value if the text is JSON. */
+/* Adds all bytes of the answer, also a text if it is one, and a value if the text is JSON. */
 void add_answer(const Json &object, const std::string &answer) {
     const std::string text = without_nuls(answer);
-    add_member(object, "hex", json_text(hex_of(text)));
+    add_member(object, "length", json_number(static_cast<int64_t>(answer.size())));
+    add_member(object, "hex", json_text(hex_of(answer)));
     if (!is_text(answer)) {
         return;
     }
@@ -74,6 +83,37 @@ ExitCode deliver(const char *command, const AppTestOptions &options, uint32_t se
     return report_outcome(outcome, envelope.module, what(command, envelope));
 }
 
+/* To whom an event goes. */
+struct Audience {
+    std::vector<std::string> modules;
+    bool has_publisher = false; /* the publisher doesn't send it to itself */
+};
+
+Audience audience_of(const std::string &event) {
+    Audience audience;
+    for (const std::string &name : listeners_of(event)) {
+        if (name == frwk_module_name(-1)) {
+            audience.has_publisher = true;
+        } else if (frwk_module_id(name.c_str()) > E_APPS_MODULE_MIN) {
+            audience.modules.push_back(name);
+        }
+    }
+    return audience;
+}
+
+void report_audience(const std::string &event, const Audience &audience) {
+    const size_t count = audience.modules.size();
+    const std::string names = count == 0 ? "" : ": " + joined(audience.modules, " ");
+    const std::string line =
+        event + " has " + std::to_string(count) + (count == 1 ? " listener" : " listeners") + names;
+    (void)std::puts(shown_text(Stream::kOutput, line).c_str());
+    if (audience.has_publisher) {
+        (void)complain(ExitCode::kDone,
+                       "apptest itself subscribes too, but a publisher never hears itself; use 'apptest "
+                       "subscribe --as MODULE'");
+    }
+}
+
 ExitCode read_message_and_body(const AppTestOptions &options, Envelope *envelope) {
     const ExitCode code = read_message(options, envelope);
     return code == ExitCode::kDone ? read_body(options, envelope) : code;
@@ -85,7 +125,8 @@ ExitCode call_module(const AppTestOptions &options) {
     if (code != ExitCode::kDone) {
         return code;
     }
-    std::string answer(options.room, '\0');
+    const uint32_t room = options.room.value_or(kDefaultRoom);
+    std::string answer(room, '\0');
     const WaitNotice notice(envelope.module);
     const auto begin = Clock::now();
     const RequestOutcome outcome =
@@ -94,9 +135,10 @@ ExitCode call_module(const AppTestOptions &options) {
     if (outcome.delivered() && options.json) {
         print_json_answer(outcome.result, took.count(), answer);
     } else if (outcome.delivered()) {
-        print_answer(options, answer);
+        print_answer(options, outcome, answer);
     }
-    return report_outcome(outcome, envelope.module, what("call", envelope));
+    return report_outcome(outcome, envelope.module, what("call", envelope),
+                          room_hint(outcome.result, envelope.msgid, room));
 }
 
 ExitCode send_to_module(const AppTestOptions &options) {
@@ -118,15 +160,17 @@ ExitCode broadcast_message(const AppTestOptions &options) {
 
 /* Sends the message with the event's name, unless another one is given. */
 ExitCode publish_event(const AppTestOptions &options) {
+    const std::string event = event_key(options.event);
     AppTestOptions completed = options;
     if (completed.message.empty()) {
-        completed.message = options.event;
+        completed.message = event;
     }
     Envelope envelope;
     const ExitCode code = read_message_and_body(completed, &envelope);
     if (code == ExitCode::kDone) {
-        frwk_ipc_msg_pub(options.event.c_str(), envelope.msgid, data_of(envelope.body),
-                         length_of(envelope.body));
+        const Audience audience = audience_of(event);
+        frwk_ipc_msg_pub(event.c_str(), envelope.msgid, data_of(envelope.body), length_of(envelope.body));
+        report_audience(event, audience);
     }
     return code;
 }
@@ -168,11 +212,11 @@ void declare(CommandLineTool &tool) {
     g_options.add_message(broadcast).required();
     g_options.add_body(broadcast);
 
-    Command publish = tool.add("publish", "Send an event to its subscribers",
-                               "apptest publish E_APPS_MSG_SYS_LANGUAGE_CHANGE en\n"
+    Command publish = tool.add("publish", "Send an event to its listeners",
+                               "apptest publish sys_language_change en\n"
                                "apptest publish --message 5004 wlan_clients --int 3\n",
                                g_options.runs(publish_event));
-    publish.add("EVENT", g_options.event, "Key of the event").required();
+    publish.add("EVENT", g_options.event, "Key of the event, with or without E_APPS_MSG_").required();
     publish.add("--message", g_options.message, "The message to send; default: the one named like the event")
         .value("MESSAGE");
     g_options.add_body(publish);

@@ -12,6 +12,7 @@
 #include "cli/complaint.h"
 #include "cli/name_lookup.h"
 #include "output/json_output.h"
+#include "output/output_failure.h"
 #include "output/terminal.h"
 
 namespace {
@@ -94,7 +95,7 @@ ExitCode Arrivals::verdict() {
     const std::lock_guard<std::mutex> lock(mutex_);
     closed_ = true;
     if (output_error_ != 0) {
-        return complain(ExitCode::kRefused, errno_text("can't write the output", output_error_));
+        return output_failure(output_error_);
     }
     if (taken_ < limits_.count && SignalWatch::caught() == 0) {
         return complain(ExitCode::kRefused, std::to_string(taken_) + " of " + std::to_string(limits_.count) +

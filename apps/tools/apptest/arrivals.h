@@ -39,7 +39,8 @@ class Arrivals {
     /*
      * Waits for a limit, for Ctrl-C, or until the output is closed.
      *
-     * Returns kRefused if the time limit was reached before the number of messages, or the output failed.
+     * Returns kRefused if the time limit was reached before the number of messages, or the output failed. A
+     * reader that has left ends the wait with kDone.
      */
     ExitCode wait(const SignalWatch &watch);
 

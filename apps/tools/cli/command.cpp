@@ -2,8 +2,11 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <optional>
 
+#include "cli/number_range.h"
 #include "cli/spelling_hint.h"
+#include "cli/text_match.h"
 
 namespace {
 
@@ -23,19 +26,16 @@ const CommandOption &CommandOption::value(const char *name) const {
 }
 
 const CommandOption &CommandOption::positive() const {
-    option_->check(CLI::PositiveNumber);
-    return *this;
+    return check([](const std::string &word) { return whole_number_problem(word, 1); });
 }
 
-template <typename Number>
-const CommandOption &CommandOption::within(Number lowest, Number highest) const {
-    option_->check(CLI::Range(lowest, highest));
-    return *this;
+const CommandOption &CommandOption::within(uint32_t lowest, uint32_t highest) const {
+    return check([=](const std::string &word) { return whole_number_problem(word, lowest, highest); });
 }
 
-template const CommandOption &CommandOption::within(int lowest, int highest) const;
-template const CommandOption &CommandOption::within(uint32_t lowest, uint32_t highest) const;
-template const CommandOption &CommandOption::within(double lowest, double highest) const;
+const CommandOption &CommandOption::within_real(double lowest, double highest) const {
+    return check([=](const std::string &word) { return real_number_problem(word, lowest, highest); });
+}
 
 const CommandOption &CommandOption::check(
     const std::function<std::string(const std::string &)> &problem_with) const {
@@ -44,11 +44,19 @@ const CommandOption &CommandOption::check(
 }
 
 const CommandOption &CommandOption::one_of(const std::string &kind, const KnownWords &words) const {
-    return check([kind, words](const std::string &word) {
+    const auto become_known = [kind, words](std::string &word) {
         const std::vector<std::string> known = words();
-        const bool found = std::find(known.begin(), known.end(), word) != known.end();
-        return found ? "" : unknown_name(kind, word, known);
-    });
+        const auto found = std::find_if(known.begin(), known.end(), [&](const std::string &name) {
+            return name.size() == word.size() && starts_like(name, word);
+        });
+        if (found == known.end()) {
+            return unknown_name(kind, word, known);
+        }
+        word = *found;
+        return std::string();
+    };
+    option_->transform(CLI::Validator(become_known, ""));
+    return *this;
 }
 
 const CommandOption &CommandOption::excludes(const char *other) const {
@@ -74,6 +82,8 @@ using Texts = std::vector<std::string>;
 template CommandOption Command::add(const char *name, std::string &value, const std::string &purpose) const;
 template CommandOption Command::add(const char *name, Texts &value, const std::string &purpose) const;
 template CommandOption Command::add(const char *name, uint32_t &value, const std::string &purpose) const;
+template CommandOption Command::add(const char *name, std::optional<uint32_t> &value,
+                                    const std::string &purpose) const;
 template CommandOption Command::add(const char *name, uint64_t &value, const std::string &purpose) const;
 template CommandOption Command::add(const char *name, double &value, const std::string &purpose) const;
 

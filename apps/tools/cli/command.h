@@ -3,6 +3,7 @@
  */
 #pragma once
 
+#include <cstdint>
 #include <functional>
 #include <string>
 #include <vector>
@@ -19,6 +20,15 @@ class CommandLineTool;
 /* Returns the possible words for a value. */
 using KnownWords = std::function<std::vector<std::string>()>;
 
+/* The command line when a word of it is to be completed. */
+struct TypedWords {
+    std::vector<std::string> before; /* the command, and all between it and the word */
+    std::string word;
+};
+
+/* Returns the words that may complete the typed one, and perhaps others. */
+using FittingWords = std::function<std::vector<std::string>(const TypedWords &typed)>;
+
 /* An argument or option that was added to a command. */
 class CommandOption {
   public:
@@ -30,12 +40,13 @@ class CommandOption {
     const CommandOption &value(const char *name) const;
 
     /* What the value must be. */
-    const CommandOption &positive() const;
-    template <typename Number>
-    const CommandOption &within(Number lowest, Number highest) const;
+    const CommandOption &positive() const; /* a whole number */
+    const CommandOption &within(uint32_t lowest, uint32_t highest) const;
+    const CommandOption &within_real(double lowest, double highest) const;
     const CommandOption &check(const std::function<std::string(const std::string &)> &problem_with) const;
 
-    /* The error message suggests the nearest word. */
+    /* Upper and lower case are equal: the value becomes the known word. The error message suggests the
+     * nearest one. */
     const CommandOption &one_of(const std::string &kind, const KnownWords &words) const;
 
     /* other: the name of an earlier option of the command. */

@@ -1,6 +1,7 @@
 #include "cli/command_line_tool.h"
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
@@ -12,7 +13,9 @@
 #include "cli/completion_words.h"
 #include "cli/help_text.h"
 #include "cli/spelling_hint.h"
+#include "output/output_failure.h"
 #include "output/terminal.h"
+#include "support/product_version.h"
 
 namespace {
 
@@ -26,13 +29,15 @@ std::string with_heading(const std::string &examples) {
     return text;
 }
 
+ExitCode print(const std::string &text) {
+    (void)std::fwrite(text.data(), 1, text.size(), stdout);
+    return ExitCode::kDone;
+}
+
 /* Flushes the output, which reports a full disk or a closed pipe at the latest. */
 ExitCode finish_output(ExitCode code) {
     const bool written = std::fflush(stdout) == 0 && std::ferror(stdout) == 0;
-    if (written || code != ExitCode::kDone) {
-        return code;
-    }
-    return complain(ExitCode::kRefused, errno_text("can't write the output", errno));
+    return written || code != ExitCode::kDone ? code : output_failure(errno);
 }
 
 }  // namespace
@@ -42,6 +47,8 @@ CommandLineTool::CommandLineTool(const ToolWords &words)
     app_->require_subcommand(1);
     app_->formatter(std::make_shared<HelpText>());
     app_->set_help_flag("-h,--help", "Show this help");
+    app_->set_version_flag("--version", std::string(words.name) + " " + product_version(),
+                           "Show the version");
     app_->footer(with_heading(words.examples));
 }
 
@@ -56,6 +63,10 @@ Command CommandLineTool::add(const std::string &name, const std::string &purpose
 }
 
 void CommandLineTool::complete(const std::string &argument, KnownWords words) {
+    words_[argument] = [words = std::move(words)](const TypedWords &) { return words(); };
+}
+
+void CommandLineTool::complete_with(const std::string &argument, FittingWords words) {
     words_[argument] = std::move(words);
 }
 
@@ -69,16 +80,35 @@ ExitCode CommandLineTool::parse_and_run(int argc, char **argv) {
         print_completions(*app_, words_, {argv + 2, argv + argc});
         return ExitCode::kDone;
     }
+    if (const std::optional<std::string> stray = stray_word({argv + 1, argv + argc})) {
+        complain(ExitCode::kUsage, unknown_name("command", *stray, command_names(*app_)));
+        return complain(ExitCode::kUsage, "see '" + app_->get_name() + " --help'");
+    }
     try {
         app_->parse(argc, argv);
     } catch (const CLI::CallForHelp &) {
-        const std::string text = app_->help();
-        (void)std::fwrite(text.data(), 1, text.size(), stdout);
-        return ExitCode::kDone;
+        return print(app_->help());
+    } catch (const CLI::CallForVersion &) {
+        return print(app_->version() + "\n");
     } catch (const CLI::ParseError &error) {
         return refuse_command_line(error);
     }
     return run_chosen();
+}
+
+/* The first word that is neither an option nor a command. The parser would run a command that follows it. */
+std::optional<std::string> CommandLineTool::stray_word(const std::vector<std::string> &words) const {
+    const std::vector<std::string> commands = command_names(*app_);
+    for (const std::string &word : words) {
+        if (word == "-h" || word == "--help" || word == "--version") {
+            break;
+        }
+        if (word.empty() || word[0] != '-') {
+            const bool known = std::find(commands.begin(), commands.end(), word) != commands.end();
+            return known ? std::nullopt : std::optional<std::string>(word);
+        }
+    }
+    return std::nullopt;
 }
 
 ExitCode CommandLineTool::run_chosen() {
@@ -97,15 +127,12 @@ ExitCode CommandLineTool::refuse_command_line(const CLI::ParseError &error) cons
                     "see '" + app_->get_name() + (root ? "" : " " + chosen().get_name()) + " --help'");
 }
 
-/* The error message for a word that is no command, argument or option. */
+/* The error message for a word that is no argument or option. */
 std::string CommandLineTool::problem_with(const std::string &word) const {
     if (word.size() > 1 && word[0] == '-') {
         const std::string problem = unknown_name("option", word, option_names(chosen()));
         const bool number = word[1] >= '0' && word[1] <= '9';
         return number ? problem + "; write -- before arguments that begin with '-'" : problem;
-    }
-    if (&chosen() == app_.get()) {
-        return unknown_name("command", word, command_names(*app_));
     }
     return "one argument too many: '" + word + "'";
 }

@@ -7,6 +7,7 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -45,12 +46,14 @@ class CommandLineTool {
 
     /* Registers the completions of an argument or an option's value with this name: "KEY", "MODULE". */
     void complete(const std::string &argument, KnownWords words);
+    void complete_with(const std::string &argument, FittingWords words);
 
     /* Parses and runs. */
     ExitCode run(int argc, char **argv);
 
   private:
     ExitCode parse_and_run(int argc, char **argv);
+    std::optional<std::string> stray_word(const std::vector<std::string> &words) const;
     ExitCode run_chosen();
     ExitCode refuse_command_line(const CLI::ParseError &error) const;
     std::string problem_with(const std::string &word) const;
@@ -58,7 +61,7 @@ class CommandLineTool {
 
     const std::unique_ptr<CLI::App> app_;
     std::map<const CLI::App *, Run> runs_;
-    std::map<std::string, KnownWords> words_;
+    std::map<std::string, FittingWords> words_;
 };
 
 /*

@@ -3,12 +3,13 @@
 #include <cstdio>
 
 #include "cli/command_line_tool.h"
+#include "cli/text_match.h"
 #include "output/spelt_text.h"
 
 namespace {
 
 using Names = std::vector<std::string>;
-using Candidates = std::map<std::string, std::function<Names()>>;
+using Candidates = std::map<std::string, FittingWords>;
 
 /* The position of the word to be completed. */
 struct Place {
@@ -63,20 +64,54 @@ std::string argument_at(const CLI::App &app, size_t index) {
     return many ? names.back() : "";
 }
 
-Names named(const Candidates &candidates, const std::string &argument) {
+Names named(const Candidates &candidates, const std::string &argument, const TypedWords &typed) {
     const auto found = candidates.find(argument);
-    return found != candidates.end() ? found->second() : Names();
+    return found != candidates.end() ? found->second(typed) : Names();
 }
 
-Names fitting(const Place &place, const Candidates &candidates, const std::string &word) {
+Names fitting(const Place &place, const Candidates &candidates, const TypedWords &typed) {
     if (place.value_of != nullptr) {
-        return named(candidates, value_name(*place.value_of));
+        return named(candidates, value_name(*place.value_of), typed);
     }
-    if (is_option(word)) {
+    if (is_option(typed.word)) {
         return option_names(*place.app);
     }
     const Names commands = command_names(*place.app);
-    return commands.empty() ? named(candidates, argument_at(*place.app, place.arguments)) : commands;
+    return commands.empty() ? named(candidates, argument_at(*place.app, place.arguments), typed) : commands;
+}
+
+/* The words with "--option=value" taken apart. */
+struct Split {
+    TypedWords typed;
+    std::string prefix; /* of each completion: "--option=" if bash takes that for a part of the word */
+};
+
+Split split(const Names &words) {
+    Split all;
+    Names &parts = all.typed.before;
+    bool after_equals = false;
+    for (const std::string &word : words) {
+        all.prefix.clear();
+        const size_t equals = word.find('=');
+        if (after_equals) {
+            parts.back() = word;
+            after_equals = false;
+        } else if (word == "=" && !parts.empty() && is_option(parts.back())) {
+            parts.emplace_back();
+            after_equals = true;
+        } else if (is_option(word) && equals != std::string::npos) {
+            all.prefix = word.substr(0, equals + 1);
+            parts.push_back(word.substr(0, equals));
+            parts.push_back(word.substr(equals + 1));
+        } else {
+            parts.push_back(word);
+        }
+    }
+    if (!parts.empty()) {
+        all.typed.word = parts.back();
+        parts.pop_back();
+    }
+    return all;
 }
 
 }  // namespace
@@ -87,14 +122,14 @@ std::string value_name(const CLI::Option &option) {
 }
 
 void print_completions(const CLI::App &app, const Candidates &candidates, const Names &words) {
+    const auto [typed, prefix] = split(words);
     Place place = {&app, nullptr, 0};
-    for (size_t i = 0; i + 1 < words.size(); ++i) {
-        step(place, words[i]);
+    for (const std::string &word : typed.before) {
+        step(place, word);
     }
-    const std::string word = words.empty() ? "" : words.back();
-    for (const std::string &name : fitting(place, candidates, word)) {
-        if (name.compare(0, word.size(), word) == 0 && spelt_out(name) == name) {
-            (void)std::puts(name.c_str());
+    for (const std::string &name : fitting(place, candidates, typed)) {
+        if (starts_like(name, typed.word) && spelt_out(name) == name) {
+            (void)std::puts((prefix + name).c_str());
         }
     }
 }

@@ -2,10 +2,13 @@
 
 #include <strings.h>
 
+#include <algorithm>
+#include <cctype>
 #include <cerrno>
 #include <cstdlib>
 
 #include "cli/spelling_hint.h"
+#include "cli/text_match.h"
 #include "frwk_common.h"
 
 namespace {
@@ -96,6 +99,12 @@ Named find_message(const std::string &word) {
     return find_row("message", word, kMessagePrefix, g_enum_apps_message_id_e_type, APPS_MESSAGE_ID_COUNT);
 }
 
+std::string complete_message_name(const std::string &word) {
+    const zn_enum_item *row =
+        row_named(g_enum_apps_message_id_e_type, APPS_MESSAGE_ID_COUNT, kMessagePrefix, word);
+    return row != nullptr ? row->name : "";
+}
+
 Named find_code(const std::string &word) {
     return find_row("result code", word, kCodePrefix, g_enum_apps_err_e_type, APPS_ERR_CODE_COUNT);
 }
@@ -112,6 +121,20 @@ std::vector<std::string> module_names() {
 
 std::vector<std::string> message_names() {
     return names_of(g_enum_apps_message_id_e_type, APPS_MESSAGE_ID_COUNT, "");
+}
+
+std::vector<std::string> message_names_like(const std::string &begun) {
+    const bool complete = starts_like(kMessagePrefix, begun) || starts_like(begun, kMessagePrefix);
+    const bool lower = std::any_of(begun.begin(), begun.end(),
+                                   [](unsigned char letter) { return std::islower(letter) != 0; });
+    std::vector<std::string> names =
+        names_of(g_enum_apps_message_id_e_type, APPS_MESSAGE_ID_COUNT, complete ? "" : kMessagePrefix);
+    for (std::string &name : names) {
+        std::transform(name.begin(), name.end(), name.begin(), [&](unsigned char letter) {
+            return static_cast<char>(lower ? std::tolower(letter) : letter);
+        });
+    }
+    return names;
 }
 
 std::string module_text(uint32_t module) {

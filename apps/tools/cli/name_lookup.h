@@ -23,11 +23,18 @@ Named find_module(const std::string &word);
 /* A message: its name, with or without its E_APPS_MSG_, in upper or lower case, or its number. */
 Named find_message(const std::string &word);
 
+/* The complete name of the message that has this name, with or without its E_APPS_MSG_; "" for none. */
+std::string complete_message_name(const std::string &word);
+
 /* A result code: its name, with or without its E_APPS_ERR_, in upper or lower case, or its number. */
 Named find_code(const std::string &word);
 
 std::vector<std::string> module_names();
 std::vector<std::string> message_names();
+
+/* The names that may complete the beginning of one, in the notation in which it was begun: with or without
+ * E_APPS_MSG_, in upper or lower case. */
+std::vector<std::string> message_names_like(const std::string &begun);
 
 /* "wlan", or the number of a module that has no name. */
 std::string module_text(uint32_t module);

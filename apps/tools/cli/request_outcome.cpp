@@ -1,5 +1,6 @@
 #include "cli/request_outcome.h"
 
+#include "cli/code_hint.h"
 #include "cli/complaint.h"
 #include "device/service_socket.h"
 #include "frwk_common.h"
@@ -63,7 +64,8 @@ ExitCode report_outcome(const RequestOutcome &outcome, uint32_t module, const st
         return code;
     }
     if (outcome.delivered()) {
-        return complain(code, what + " failed: " + code_text(outcome.result) + hint);
+        const std::string known = hint.empty() ? code_hint(outcome.result) : hint;
+        return complain(code, what + " failed: " + code_text(outcome.result) + known);
     }
     const char *name = frwk_module_name(static_cast<int32_t>(module));
     return complain(code, what + " failed: " + (name != nullptr ? name : "the module") + " " +

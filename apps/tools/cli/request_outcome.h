@@ -35,7 +35,8 @@ ExitCode exit_code_of(const RequestOutcome &outcome);
 /*
  * Prints an error message if the request failed, and returns the exit code.
  *
- * what: the request, such as "get 'lan_ip'". hint: appended to a refusal of the module.
+ * what: the request, such as "get 'lan_ip'". hint: appended to a refusal of the module; ""
+ * for the one of its code.
  */
 ExitCode report_outcome(const RequestOutcome &outcome, uint32_t module, const std::string &what,
                         const std::string &hint = "");

@@ -1,13 +1,10 @@
 #include "cli/spelling_hint.h"
 
 #include <algorithm>
-#include <cctype>
+
+#include "cli/text_match.h"
 
 namespace {
-
-bool same_letter(char left, char right) {
-    return std::tolower(static_cast<unsigned char>(left)) == std::tolower(static_cast<unsigned char>(right));
-}
 
 bool swapped(std::string_view left, std::string_view right, size_t row, size_t column) {
     return row > 1 && column > 1 && same_letter(left[row - 1], right[column - 2]) &&
@@ -53,7 +50,7 @@ std::string nearest_name(std::string_view word, const std::vector<std::string> &
     size_t fewest = std::max<size_t>(word.size() / 3, 1) + 1;
     for (const std::string &name : names) {
         const size_t distance = edit_distance(word, name);
-        if (distance < fewest) {
+        if (distance < fewest && 2 * distance < std::max(word.size(), name.size())) {
             fewest = distance;
             nearest = name;
         }

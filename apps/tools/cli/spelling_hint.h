@@ -13,7 +13,8 @@
  */
 size_t edit_distance(std::string_view left, std::string_view right);
 
-/* The nearest of the names, or "" if none is near: a third of the word's characters may differ. */
+/* The nearest of the names, or "" if none is near: a third of the word's characters may differ, and
+ * less than half of a short one's. */
 std::string nearest_name(std::string_view word, const std::vector<std::string> &names);
 
 /* "; did you mean 'NAME'?", or "" if no name is near. */

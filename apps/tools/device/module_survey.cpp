@@ -10,13 +10,15 @@
 #include <thread>
 #include <type_traits>
 
+#include "device/service_socket.h"
 #include "support/unique_fd.h"
 
 namespace {
 
 using Clock = std::chrono::steady_clock;
 
-constexpr ProbeResult kLate = {{E_APPS_ERR_TIMEOUT, E_APPS_ERR_SUCCESS}, 0, std::nullopt, std::nullopt};
+constexpr ProbeResult kLate = {
+    {E_APPS_ERR_TIMEOUT, E_APPS_ERR_SUCCESS}, false, 0, std::nullopt, std::nullopt};
 
 /* Longer than any time limit of the tools, so that a module with a full backlog counts as late, not absent.
  */
@@ -40,6 +42,7 @@ ProbeResult ask(uint32_t module) {
     const auto begin = Clock::now();
     result.probe = send_request(module, E_APPS_MSG_SYS_PROBE, "", nullptr, kConnectSeconds);
     result.microseconds = std::chrono::duration_cast<std::chrono::microseconds>(Clock::now() - begin).count();
+    result.forbidden = result.probe.sent == E_APPS_ERR_MODULE && is_forbidden(module);
     if (result.probe.delivered()) {
         result.status = answer_to<uint32_t>(module, E_APPS_MSG_SYS_STATUS);
         result.memory = answer_to<os_mem_usage_t>(module, E_APPS_MSG_SYS_MEMORY);

@@ -19,6 +19,7 @@
 struct ProbeResult {
     /* The outcome of a probe; E_APPS_ERR_TIMEOUT if the module did not answer in time. */
     RequestOutcome probe = {E_APPS_ERR_MODULE, E_APPS_ERR_SUCCESS};
+    bool forbidden = false;   /* this process may not connect to its socket */
     int64_t microseconds = 0; /* until the probe was answered */
     std::optional<uint32_t> status;
     std::optional<os_mem_usage_t> memory;

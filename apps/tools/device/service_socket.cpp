@@ -1,19 +1,16 @@
 #include "device/service_socket.h"
 
-#include <fcntl.h>
-#include <pwd.h>
 #include <sys/socket.h>
-#include <sys/stat.h>
 #include <sys/un.h>
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstdio>
 #include <string>
 
 #include "apps_message.h"
 #include "cli/complaint.h"
 #include "cli/name_lookup.h"
+#include "device/access_words.h"
 #include "formats/device_paths.h"
 #include "formats/ipc_wire.h"
 #include "frwk_module.h"
@@ -47,34 +44,6 @@ Connection::Connection(uint32_t module)
     }
 }
 
-std::string owner_name(uid_t user) {
-    // cppcheck-suppress getpwuidCalled ; only the main thread calls it
-    const passwd *entry = ::getpwuid(user);  // NOLINT(concurrency-mt-unsafe): only the main thread calls it
-    return entry != nullptr ? entry->pw_name : std::to_string(user);
-}
-
-/* The first folder above a path that this process may not search, or else the path itself. */
-std::string first_closed(const std::string &path) {
-    for (size_t slash = path.find('/', 1); slash != std::string::npos; slash = path.find('/', slash + 1)) {
-        std::string folder = path.substr(0, slash);
-        if (::faccessat(AT_FDCWD, folder.c_str(), X_OK, AT_EACCESS) != 0) {
-            return folder;
-        }
-    }
-    return path;
-}
-
-/* Describes the folder or file that can't be accessed, with its owner and mode. */
-std::string closed_words(const std::string &path) {
-    const std::string closed = first_closed(path);
-    struct stat info = {};
-    const bool known = ::stat(closed.c_str(), &info) == 0;
-    char mode[16];
-    (void)std::snprintf(mode, sizeof(mode), "%04o", static_cast<unsigned>(info.st_mode & 07777));
-    return "no access to " + closed +
-           (known ? " (owner " + owner_name(info.st_uid) + ", mode " + mode + ")" : "");
-}
-
 }  // namespace
 
 std::string absence_words(uint32_t module) {
@@ -89,10 +58,23 @@ std::string absence_words(uint32_t module) {
         case EAGAIN:
             return "is busy: its queue of requests is full";
         case EACCES:
-            return "can't be reached: " + closed_words(socket_path(module));
+            return "can't be reached: " + access_words(socket_path(module));
         default:
             return errno_text("can't be reached", connection.error());
     }
+}
+
+bool is_forbidden(uint32_t module) {
+    return Connection(module).error() == EACCES;
+}
+
+pid_t serving_process(uint32_t module) {
+    const Connection connection(module);
+    ucred peer = {};
+    socklen_t size = sizeof(peer);
+    const bool known =
+        connection.error() == 0 && ::getsockopt(connection.fd(), SOL_SOCKET, SO_PEERCRED, &peer, &size) == 0;
+    return known ? peer.pid : 0;
 }
 
 bool is_served(uint32_t module) {

@@ -4,6 +4,8 @@
  */
 #pragma once
 
+#include <sys/types.h>
+
 #include <cstdint>
 #include <string>
 
@@ -11,6 +13,12 @@
 
 /* Whether a process listens on the module's socket. */
 bool is_served(uint32_t module);
+
+/* Whether this process may not connect to the module's socket. Any thread. */
+bool is_forbidden(uint32_t module);
+
+/* The process that listens on the module's socket; 0 if it is unknown. */
+pid_t serving_process(uint32_t module);
 
 /*
  * Describes why the module's socket can't be reached, as a text that follows the module's name: "is not

@@ -8,6 +8,7 @@
 #include <string_view>
 
 #include "cli/complaint.h"
+#include "device/access_words.h"
 #include "device/held_file.h"
 #include "output/spelt_text.h"
 #include "support/atomic_file.h"
@@ -20,11 +21,11 @@ constexpr size_t kLargest = size_t{64} * 1024 * 1024;
 constexpr char kPartSuffix[] = ".part";
 
 std::string cant_read(const std::string &path, int error) {
-    return errno_text("can't read " + path, error);
+    return failure_text("can't read " + path, path, error);
 }
 
 std::string cant_write(const std::string &path, int error) {
-    return errno_text("can't write " + path, error);
+    return failure_text("can't write " + path, path, error, Access::kCreate);
 }
 
 bool write_text(int fd, std::string_view text) {

@@ -26,7 +26,7 @@ constexpr int kDefaultLevel = 4;
 /* The log settings that a module's process was started with. */
 struct Channels {
     ModuleFacts facts;
-    bool known; /* its environment can be read */
+    std::string problem; /* why its environment can't be read, or "" */
     bool debug;
     int level;
     std::string output; /* target of the debug channel */
@@ -59,9 +59,9 @@ Channels channels_of(const ModuleFacts &facts) {
     std::string environment;
     std::error_code error;
     const std::string folder = folder_of(facts.process);
-    const bool known = read_text_file(folder + "/environ", &environment).empty();
+    const std::string problem = read_text_file(folder + "/environ", &environment);
     const std::filesystem::path output = std::filesystem::read_symlink(folder + "/fd/2", error);
-    return {facts, known, variable(environment, kDebugVariable) == "1", level_of(environment),
+    return {facts, problem, variable(environment, kDebugVariable) == "1", level_of(environment),
             output.string()};
 }
 
@@ -74,8 +74,9 @@ void print_table(const std::vector<Channels> &all) {
     TextTable table({"MODULE", "PROCESS", "DEBUG", "SYSTEM LOG", "DEBUG CHANNEL TARGET"}, {4, 1});
     for (const Channels &channels : all) {
         const std::string debug = channels.debug ? "on" : "off";
-        table.add({channels.facts.name, std::to_string(channels.facts.process), channels.known ? debug : "?",
-                   channels.known ? level_name(channels.level) : "?", channels.output});
+        table.add({channels.facts.name, std::to_string(channels.facts.process),
+                   channels.problem.empty() ? debug : "?",
+                   channels.problem.empty() ? level_name(channels.level) : "?", channels.output});
     }
     table.print();
 }
@@ -84,7 +85,7 @@ Json channels_as_json(const Channels &channels) {
     Json object = json_members();
     add_member(object, "name", json_text(channels.facts.name));
     add_member(object, "process", json_number(channels.facts.process));
-    if (channels.known) {
+    if (channels.problem.empty()) {
         add_member(object, "debug", json_truth(channels.debug));
         add_member(object, "system_log", json_text(level_name(channels.level)));
     }
@@ -98,6 +99,17 @@ void print_array(const std::vector<Channels> &all) {
         add_item(items, channels_as_json(channels));
     }
     print_json(items);
+}
+
+/* Reports the modules whose settings can't be read. */
+ExitCode report_unreadable(const std::vector<Channels> &all, ExitCode code) {
+    for (const Channels &channels : all) {
+        if (!channels.problem.empty()) {
+            code = std::max(code, complain(ExitCode::kRefused,
+                                           "channels " + channels.facts.name + ": " + channels.problem));
+        }
+    }
+    return code;
 }
 
 ExitCode report_missing(const ModuleFacts &facts) {
@@ -127,7 +139,7 @@ ExitCode show_channels(const LogOptions &options) {
     } else {
         print_table(all);
     }
-    return code;
+    return report_unreadable(all, code);
 }
 
 /* Doesn't wait for answers, so a module that hangs doesn't delay the command. */

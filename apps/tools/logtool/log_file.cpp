@@ -7,6 +7,7 @@
 #include <cerrno>
 
 #include "cli/complaint.h"
+#include "device/access_words.h"
 #include "device/text_file.h"
 
 namespace {
@@ -57,7 +58,7 @@ std::string LogFile::open() {
     at_ = 0;
     fd_.reset(path_ == kStandardStream ? ::fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 0)
                                        : ::open(path_.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY));
-    return fd_ ? "" : errno_text("can't read " + path_, errno);
+    return fd_ ? "" : failure_text("can't read " + path_, path_, errno);
 }
 
 /* Whether the path names another file now, or the file was truncated. */

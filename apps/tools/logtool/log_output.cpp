@@ -60,6 +60,7 @@ LogOutput::LogOutput(LogFilter filter, size_t last, bool json)
     : filter_(std::move(filter)), last_(last), json_(json) {}
 
 bool LogOutput::take(const LogRecord &line) {
+    ++taken_;
     if (!filter_.concerns(line)) {
         return error_ == 0;
     }
@@ -67,6 +68,7 @@ bool LogOutput::take(const LogRecord &line) {
         without_level_ += line.level == kNoLevel ? 1 : 0;
         return error_ == 0;
     }
+    ++wanted_;
     if (last_ == 0) {
         return print(line);
     }

@@ -25,6 +25,10 @@ class LogOutput {
     /* The number of lines left out because they have no level. */
     size_t without_level() const { return without_level_; }
 
+    /* The number of lines that were taken, and of those that the filter let through. */
+    size_t taken() const { return taken_; }
+    size_t wanted() const { return wanted_; }
+
   private:
     bool print(const LogRecord &line);
 
@@ -35,4 +39,6 @@ class LogOutput {
     bool live_ = false;
     int error_ = 0;
     size_t without_level_ = 0;
+    size_t taken_ = 0;
+    size_t wanted_ = 0;
 };

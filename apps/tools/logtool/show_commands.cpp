@@ -1,7 +1,7 @@
 /*
  * The command of logtool that shows the log.
  */
-#include <iterator>
+#include <utility>
 
 #include "cli/command_line_tool.h"
 #include "cli/complaint.h"
@@ -9,12 +9,13 @@
 #include "cli/spelling_hint.h"
 #include "device/module_words.h"
 #include "device/text_file.h"
-#include "formats/device_paths.h"
 #include "logtool/journal_line.h"
 #include "logtool/journal_reader.h"
 #include "logtool/log_file.h"
 #include "logtool/log_options.h"
 #include "logtool/log_output.h"
+#include "logtool/log_places.h"
+#include "output/output_failure.h"
 #include "support/log_line.h"
 
 namespace {
@@ -37,18 +38,31 @@ size_t lines_before(const LogOptions &options) {
     return options.lines == 0 && options.follow ? kLinesBefore : options.lines;
 }
 
-ExitCode finish(const LogOutput &output, ExitCode code) {
+/* Explains why nothing was printed. */
+void explain_silence(const LogOptions &options, const LogOutput &output) {
+    const std::string taken = std::to_string(output.taken());
+    (void)complain(ExitCode::kDone, output.taken() == 0
+                                        ? "there are no lines: " + empty_places(options)
+                                        : "none of the " + taken + " lines of " + log_place(options) +
+                                              " is selected by the options");
+}
+
+ExitCode finish(const LogOptions &options, const LogOutput &output, ExitCode code) {
+    if (code != ExitCode::kDone || output.error() != 0) {
+        return code;
+    }
     if (output.without_level() > 0) {
         (void)complain(code, std::to_string(output.without_level()) + " lines without a level were left out");
+    }
+    if (output.wanted() == 0 && !options.follow) {
+        explain_silence(options, output);
     }
     return code;
 }
 
 /* Reports a failed output. */
 ExitCode check_output(const LogOutput &output) {
-    return output.error() == 0
-               ? ExitCode::kDone
-               : complain(ExitCode::kRefused, errno_text("can't write the output", output.error()));
+    return output.error() == 0 ? ExitCode::kDone : output_failure(output.error());
 }
 
 // ---- a file ----
@@ -85,13 +99,14 @@ ExitCode show_file(const LogOptions &options, const std::string &path, ExitCode 
  */
 class JournalShow {
   public:
-    JournalShow(const std::vector<std::string> &modules, LogOutput &output)
-        : modules_(modules), output_(output) {}
+    /* missing: which log files don't exist, for a journal that can't be read either. */
+    JournalShow(const std::vector<std::string> &modules, LogOutput &output, std::string missing)
+        : modules_(modules), output_(output), missing_(std::move(missing)) {}
 
     ExitCode run(bool follow) {
         JournalReader reader(modules_, cursor_, follow);
         if (!reader.problem().empty()) {
-            return complain(ExitCode::kRefused, reader.problem());
+            return complain(ExitCode::kRefused, reader.problem() + missing_);
         }
         reader.read(watch_, [this](const std::string &line) {
             return output_.take(parse_journal_line(line, &cursor_));
@@ -100,12 +115,13 @@ class JournalShow {
             return check_output(output_);
         }
         const std::string problem = reader.end();
-        return problem.empty() ? ExitCode::kDone : complain(ExitCode::kRefused, problem);
+        return problem.empty() ? ExitCode::kDone : complain(ExitCode::kRefused, problem + missing_);
     }
 
   private:
     const std::vector<std::string> &modules_;
     LogOutput &output_;
+    const std::string missing_;
     const SignalWatch watch_;
     std::string cursor_;
 };
@@ -115,7 +131,7 @@ ExitCode show_journal(const LogOptions &options, const std::vector<std::string> 
     int signal_number = 0;
     ExitCode code = ExitCode::kDone;
     {
-        JournalShow show(modules, output);
+        JournalShow show(modules, output, missing_files(options));
         code = show.run(false);
         signal_number = SignalWatch::caught();
         if (code != ExitCode::kDone || !output.flush()) {
@@ -129,11 +145,12 @@ ExitCode show_journal(const LogOptions &options, const std::vector<std::string> 
     return code;
 }
 
-ExitCode show_found_log(const LogOptions &options, const LogFilter &filter, LogOutput &output) {
-    const std::string found =
-        options.journal ? "" : first_file(paths::kLogFiles, std::size(paths::kLogFiles));
-    return found.empty() ? show_journal(options, filter.modules, output)
-                         : show_file(options, found, ExitCode::kRefused, output);
+/* A file that the user has named and that can't be read is wrong usage. */
+ExitCode show_chosen_log(const LogOptions &options, const LogFilter &filter, LogOutput &output) {
+    const std::string file = chosen_log_file(options);
+    const ExitCode unreadable = options.file.empty() ? ExitCode::kRefused : ExitCode::kUsage;
+    return file.empty() ? show_journal(options, filter.modules, output)
+                        : show_file(options, file, unreadable, output);
 }
 
 /* Shows the given file, else the first existing log file of the system, else the journal. */
@@ -147,9 +164,8 @@ ExitCode show_log(const LogOptions &options) {
         return code;
     }
     LogOutput output(filter, lines_before(options), options.json);
-    code = options.file.empty() ? show_found_log(options, filter, output)
-                                : show_file(options, options.file, ExitCode::kUsage, output);
-    return finish(output, code);
+    code = show_chosen_log(options, filter, output);
+    return finish(options, output, code);
 }
 
 // ---- the command line ----

@@ -4,6 +4,7 @@
 #include <system_error>
 
 #include "cli/name_lookup.h"
+#include "device/access_words.h"
 #include "device/module_facts.h"
 #include "device/text_file.h"
 #include "formats/device_paths.h"
@@ -18,7 +19,8 @@ std::string make_file(const std::string &path) {
     std::error_code error;
     std::filesystem::create_directories(paths::kTraceFolder, error);
     if (error) {
-        return std::string("can't make ") + paths::kTraceFolder + ": " + error.message();
+        return failure_text(std::string("can't make ") + paths::kTraceFolder, paths::kTraceFolder,
+                            error.value(), Access::kCreate);
     }
     return file_exists(path) ? "" : write_private_file(path, "");
 }
@@ -26,7 +28,7 @@ std::string make_file(const std::string &path) {
 std::string remove_file(const std::string &path) {
     std::error_code error;
     std::filesystem::remove(path, error);
-    return error ? "can't remove " + path + ": " + error.message() : "";
+    return error ? failure_text("can't remove " + path, path, error.value(), Access::kCreate) : "";
 }
 
 std::string switch_file(const std::string &path, bool on) {

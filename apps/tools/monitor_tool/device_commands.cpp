@@ -1,14 +1,12 @@
 /*
  * The commands of monitor_tool that send a request to the monitor, which carries it out later.
  */
-#include <strings.h>
-#include <unistd.h>
 
 #include <cstdio>
 
 #include "cli/command_line_tool.h"
 #include "cli/complaint.h"
-#include "cli/input_line.h"
+#include "cli/confirmation.h"
 #include "cli/name_lookup.h"
 #include "device/module_survey.h"
 #include "frwk_common.h"
@@ -63,25 +61,12 @@ struct DeviceCommand {
     int32_t (*act)(uint32_t reason);
 };
 
-bool says_yes(const std::string &answer) {
-    return ::strcasecmp(answer.c_str(), "y") == 0 || ::strcasecmp(answer.c_str(), "yes") == 0;
-}
-
-/* Asks for a confirmation, but only on a terminal. */
-bool is_confirmed(const MonitorOptions &options, const char *what) {
-    if (options.yes || ::isatty(STDIN_FILENO) == 0) {
-        return true;
-    }
-    std::string answer;
-    return read_input_line(std::string(what) + "? [y/N] ", false, &answer) && says_yes(answer);
-}
-
 ExitCode act_on_device(const MonitorOptions &options, const DeviceCommand &command) {
     ExitCode code = find_monitor(options, command.name);
     if (code != ExitCode::kDone) {
         return code;
     }
-    if (!is_confirmed(options, command.what)) {
+    if (!is_confirmed(command.what, options.yes)) {
         return complain(ExitCode::kRefused, "nothing was done");
     }
     if (command.act(options.reason) == 0) {
@@ -129,7 +114,9 @@ void add_device_command(CommandLineTool &tool, const char *name, const char *pur
         std::string("monitor_tool ") + name + "\n" + "monitor_tool " + name + " --yes --reason 801\n",
         g_options.runs(command));
     added.flag("--yes", g_options.yes, "Don't ask");
-    added.add("--reason", g_options.reason, "A reason code for the monitor (0)").value("N");
+    added.add("--reason", g_options.reason, "A reason code for the monitor (0)")
+        .value("N")
+        .within(0, UINT32_MAX);
     g_options.add_timeout(added);
 }
 

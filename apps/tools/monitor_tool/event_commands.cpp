@@ -5,8 +5,9 @@
 
 #include "cli/command_line_tool.h"
 #include "cli/complaint.h"
+#include "cli/text_match.h"
+#include "device/event_listeners.h"
 #include "frwk_common.h"
-#include "monitor_tool/event_listeners.h"
 #include "monitor_tool/monitor_options.h"
 #include "output/json_output.h"
 #include "output/terminal.h"
@@ -19,7 +20,7 @@ constexpr size_t kFewestNameColumns = 10;
 constexpr size_t kMargin = 4; /* columns before and after a name */
 
 bool is_wanted(const EventListeners &listeners, const std::string &text) {
-    return listeners.event.find(text) != std::string::npos;
+    return contains_like(listeners.event, text);
 }
 
 bool is_module(const std::string &name) {

@@ -168,6 +168,9 @@ const char *state_of(const ModuleReport &report) {
     if (report.result.probe.sent == E_APPS_ERR_TIMEOUT) {
         return "hangs";
     }
+    if (report.result.forbidden) {
+        return "no access";
+    }
     if (report.facts.process != 0) {
         return "silent";
     }

@@ -26,7 +26,8 @@ std::vector<ModuleReport> with_facts(const std::map<uint32_t, ProbeResult> &resu
 
 /*
  * "running": it answers. "hangs": it accepts messages, but did not answer in time. "silent": its process
- * exists, but accepts no messages. "stopped". "-": a tool, which is not queried.
+ * exists, but accepts no messages. "no access": this user may not ask it. "stopped". "-": a tool, which is
+ * not queried.
  */
 const char *state_of(const ModuleReport &report);
 

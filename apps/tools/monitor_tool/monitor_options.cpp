@@ -21,7 +21,7 @@ CommandOption MonitorOptions::add_modules(const Command &command, const std::str
 void MonitorOptions::add_timeout(const Command &command) {
     command.add("--timeout", timeout, "Seconds to wait for a module's answer (2)")
         .value("S")
-        .within(kShortestTime, kLongestTimeout);
+        .within_real(kShortestTime, kLongestTimeout);
 }
 
 void MonitorOptions::add_json(const Command &command) {

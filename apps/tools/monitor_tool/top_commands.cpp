@@ -6,12 +6,12 @@
 #include <utility>
 
 #include "cli/command_line_tool.h"
-#include "cli/complaint.h"
 #include "monitor_tool/module_list.h"
 #include "monitor_tool/module_report.h"
 #include "monitor_tool/module_screen.h"
 #include "monitor_tool/monitor_options.h"
 #include "output/live_screen.h"
+#include "output/output_failure.h"
 #include "output/terminal.h"
 
 namespace {
@@ -115,8 +115,7 @@ ExitCode watch_modules(const MonitorOptions &options) {
     }
     Top top(options);
     const int error = top.run();
-    return error == 0 ? ExitCode::kDone
-                      : complain(ExitCode::kRefused, errno_text("can't write the output", error));
+    return error == 0 ? ExitCode::kDone : output_failure(error);
 }
 
 // ---- the command line ----
@@ -129,7 +128,7 @@ void declare(CommandLineTool &tool) {
     g_options.add_order(top, "memory");
     top.add("--interval", g_options.interval, "Seconds between two updates (2)")
         .value("S")
-        .within(MonitorOptions::kShortestTime, kLongestInterval);
+        .within_real(MonitorOptions::kShortestTime, kLongestInterval);
     g_options.add_timeout(top);
 }
 

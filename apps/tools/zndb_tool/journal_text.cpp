@@ -5,7 +5,7 @@
 
 #include <cerrno>
 
-#include "cli/complaint.h"
+#include "device/access_words.h"
 #include "device/text_file.h"
 #include "formats/device_paths.h"
 #include "internal/planted.h"
@@ -14,7 +14,7 @@
 namespace {
 
 std::string cant_read(int error) {
-    return errno_text(std::string("can't read ") + paths::kJournalFile, error);
+    return failure_text(std::string("can't read ") + paths::kJournalFile, paths::kJournalFile, error);
 }
 
 bool is_missing(int error) {

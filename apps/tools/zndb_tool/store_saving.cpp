@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "cli/code_hint.h"
 #include "cli/complaint.h"
 #include "frwk_module.h"
 
@@ -15,7 +16,8 @@ ExitCode report_store(apps_err_e_type result, bool counts, const std::string &wh
     if (counts) {
         return report_store_outcome({E_APPS_ERR_SUCCESS, result}, what, hint);
     }
-    return complain(ExitCode::kDone, "warning: " + what + " failed: " + code_text(result));
+    return complain(ExitCode::kDone,
+                    "warning: " + what + " failed: " + code_text(result) + code_hint(result));
 }
 
 }  // namespace

@@ -25,6 +25,7 @@ struct ZndbOptions {
     bool save = false;
     bool no_save = false; /* only for backup, which saves by default */
     bool ram = false;
+    bool yes = false; /* don't ask */
 
     /* What several commands take. */
     void add_keys(const Command &command);

@@ -3,6 +3,7 @@
  */
 #include "cli/command_line_tool.h"
 #include "cli/complaint.h"
+#include "cli/confirmation.h"
 #include "device/text_file.h"
 #include "frwk_module.h"
 #include "output/json_output.h"
@@ -23,6 +24,9 @@ ExitCode save_changes(const ZndbOptions &options) {
 }
 
 ExitCode reset_settings(const ZndbOptions &options) {
+    if (!is_confirmed("delete every setting of the plain store", options.yes)) {
+        return complain(ExitCode::kRefused, "nothing was done");
+    }
     const ExitCode code = report_store_outcome(reset_store(), "reset");
     return code == ExitCode::kDone ? save_if_wanted(options) : code;
 }
@@ -139,8 +143,9 @@ void declare(CommandLineTool &tool) {
     save.flag("--default", g_options.defaults, "Save the factory overlay instead");
     save.flag("--ram", g_options.ram, "Only shorten the journal of unsaved changes").excludes("--default");
 
-    Command reset = tool.add("reset", "Delete every setting of the plain store", "zndb_tool reset --save\n",
-                             g_options.runs(reset_settings));
+    Command reset = tool.add("reset", "Delete every setting of the plain store",
+                             "zndb_tool reset --yes --save\n", g_options.runs(reset_settings));
+    reset.flag("--yes", g_options.yes, "Don't ask");
     g_options.add_save(reset);
 
     Command dump = tool.add("dump", "Print the content of the stores",

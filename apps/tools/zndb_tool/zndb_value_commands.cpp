@@ -2,6 +2,7 @@
  * The commands of zndb_tool that read, change and save single settings.
  */
 #include <algorithm>
+#include <functional>
 
 #include "cli/command_line_tool.h"
 #include "cli/complaint.h"
@@ -130,13 +131,6 @@ ExitCode words_from_input(const ZndbOptions &options, Words *words) {
     return ExitCode::kDone;
 }
 
-/* Why the database refuses a key or a value. */
-std::string text_hint(apps_err_e_type result) {
-    return result == E_APPS_ERR_ZNDB_ARG
-               ? "; a setting must be one line, and a key must not contain '=' or begin with '#' or a blank"
-               : "";
-}
-
 /* The stored list with one item replaced or appended. */
 ExitCode replace_item(const ZndbOptions &options, const std::string &item, Words *items) {
     std::string stored;
@@ -192,27 +186,46 @@ ExitCode set_words(const ZndbOptions &options, const Words &words) {
         return complain(ExitCode::kUsage, "'" + options.key + "': " + problem);
     }
     const RequestOutcome outcome = store_text(options, text);
-    return report_store_outcome(outcome, quoted("set", options.key), text_hint(outcome.result));
+    return report_store_outcome(outcome, quoted("set", options.key));
+}
+
+// ---- del ----
+
+ExitCode delete_key(const ZndbOptions &options, const std::string &key) {
+    const ExitCode code = check_key(key);
+    if (code != ExitCode::kDone) {
+        return code;
+    }
+    const RequestOutcome outcome = delete_from_store(options.store(), key);
+    return report_store_outcome(outcome, quoted("del", key), key_hint(options.store(), key, outcome.result));
+}
+
+/* Goes on after a failure, so that every wrong key is reported, but not without the database. Returns the
+ * worst code. */
+ExitCode for_each_key(const Words &keys, const std::function<ExitCode(const std::string &key)> &act) {
+    ExitCode code = ExitCode::kDone;
+    for (size_t i = 0; i < keys.size() && code != ExitCode::kUnreachable; ++i) {
+        code = std::max(code, act(keys[i]));
+    }
+    return code;
 }
 
 ExitCode get_values(const ZndbOptions &options) {
     const Json members = json_members();
-    for (const std::string &key : options.keys) {
+    const ExitCode code = for_each_key(options.keys, [&](const std::string &key) {
         Words words;
-        const ExitCode code = read_words(options, key, &words);
-        if (code != ExitCode::kDone) {
-            return code;
-        }
-        if (options.json) {
+        const ExitCode read = read_words(options, key, &words);
+        if (read == ExitCode::kDone && options.json) {
             add_member(members, key, json_of_words(options, words));
-        } else {
+        } else if (read == ExitCode::kDone) {
             print_words(options.keys.size() > 1 ? key + "=" : "", words);
         }
-    }
-    if (options.json) {
+        return read;
+    });
+    if (options.json && (code == ExitCode::kDone || json_object_object_length(members.get()) > 0)) {
         print_json(members);
     }
-    return ExitCode::kDone;
+    return code;
 }
 
 ExitCode set_value(const ZndbOptions &options) {
@@ -230,19 +243,16 @@ ExitCode set_value(const ZndbOptions &options) {
     return code == ExitCode::kDone ? save_if_wanted(options) : code;
 }
 
+/* Saves what was deleted, even if other keys could not be. */
 ExitCode delete_keys(const ZndbOptions &options) {
-    for (const std::string &key : options.keys) {
-        ExitCode code = check_key(key);
-        if (code == ExitCode::kDone) {
-            const RequestOutcome outcome = delete_from_store(options.store(), key);
-            code = report_store_outcome(outcome, quoted("del", key),
-                                        key_hint(options.store(), key, outcome.result));
-        }
-        if (code != ExitCode::kDone) {
-            return code;
-        }
-    }
-    return save_if_wanted(options);
+    bool has_deleted = false;
+    const ExitCode code = for_each_key(options.keys, [&](const std::string &key) {
+        const ExitCode deleted = delete_key(options, key);
+        has_deleted = has_deleted || deleted == ExitCode::kDone;
+        return deleted;
+    });
+    const bool saves = has_deleted && code != ExitCode::kUnreachable;
+    return saves ? std::max(code, save_if_wanted(options)) : code;
 }
 
 // ---- the command line ----

@@ -62,7 +62,8 @@ TEST_F(AppTestSend, ShowsBytesThatAreNoText) {
 }
 
 TEST_F(AppTestSend, ShowsTheAnswerAsJson) {
-    std::string output = kAppTest.output_of({"call", "wlan", kEcho, "{\"on\": true}", "--json"});
+    std::string output =
+        kAppTest.output_of({"call", "wlan", kEcho, "{\"on\": true}", "--json", "--room", "14"});
     const size_t begin = output.find("  \"microseconds\": ");
     ASSERT_NE(std::string::npos, begin) << output;
     output.erase(begin, output.find('\n', begin) + 1 - begin);
@@ -70,7 +71,8 @@ TEST_F(AppTestSend, ShowsTheAnswerAsJson) {
         "{\n"
         "  \"result\": 0,\n"
         "  \"name\": \"E_APPS_ERR_SUCCESS\",\n"
-        "  \"hex\": \"7b226f6e223a20747275657d\",\n"
+        "  \"length\": 14,\n"
+        "  \"hex\": \"7b226f6e223a20747275657d0000\",\n"
         "  \"text\": \"{\\\"on\\\": true}\",\n"
         "  \"value\": {\n"
         "    \"on\": true\n"
@@ -86,11 +88,43 @@ TEST_F(AppTestSend, ShowsWhatTheAnswerIsInJson) {
     EXPECT_NE(std::string::npos, text.find("  \"text\": \"plain\"\n}\n")) << text;
 }
 
+TEST_F(AppTestSend, JsonHasEveryByteOfTheAnswer) {
+    wlan_.ask("set-status 0");
+    const std::string zero = kAppTest.output_of({"call", "wlan", "sys_status", "--room", "4", "--json"});
+    EXPECT_NE(std::string::npos, zero.find("\"length\": 4,\n  \"hex\": \"00000000\",")) << zero;
+    const std::string memory = kAppTest.output_of({"call", "wlan", "8", "--room", "24", "--json"});
+    const std::string begin = "\"length\": 24,\n  \"hex\": \"";
+    const size_t at = memory.find(begin);
+    ASSERT_NE(std::string::npos, at) << memory;
+    EXPECT_EQ(at + begin.size() + 48, memory.find('"', at + begin.size())) << memory;
+    const std::string none = kAppTest.output_of({"call", "wlan", "sys_probe", "--room", "0", "--json"});
+    EXPECT_NE(std::string::npos, none.find("\"length\": 0,\n  \"hex\": \"\",")) << none;
+}
+
+TEST_F(AppTestSend, ANumberThatIsZeroIsAnAnswer) {
+    wlan_.ask("set-status 0");
+    EXPECT_EQ("(4 zero bytes)\n", kAppTest.output_of({"call", "wlan", "sys_status", "--room", "4"}));
+    EXPECT_EQ("", kAppTest.output_of({"call", "wlan", "sys_probe", "--room", "0"}));
+}
+
 TEST_F(AppTestSend, ShowsTheCodeThatTheModuleReturned) {
     kAppTest.expect_failure(1, "call wlan 40001 unknown failed: 7 E_APPS_ERR_NOTFOUND",
                             {"call", "wlan", kReturn, "--int", "7"});
     kAppTest.expect_failure(1, "call wlan 40001 unknown failed: 777 unknown",
                             {"call", "wlan", kReturn, "--int", "777"});
+}
+
+TEST_F(AppTestSend, ARoomThatIsTooSmallIsSaidSo) {
+    kAppTest.expect_failure(
+        1,
+        "call wlan 6 E_APPS_MSG_SYS_STATUS failed: 3 E_APPS_ERR_PARAM; --room 3 is too small, "
+        "the answer has 4 bytes",
+        {"call", "wlan", "sys_status", "--room", "3"});
+    kAppTest.expect_failure(
+        1,
+        "call wlan 40001 unknown failed: 9 E_APPS_ERR_OUTOFBUF; --room 0 is too small for the "
+        "answer",
+        {"call", "wlan", kReturn, "--int", "9", "--room", "0"});
 }
 
 TEST_F(AppTestSend, AModuleThatGoesAwayWithoutAnAnswerIsNotReachable) {
@@ -118,11 +152,31 @@ TEST_F(AppTestSend, PublishesToTheSubscribersOfAnEvent) {
     std::filesystem::create_directories("/m_data/usr/subscribe");
     ASSERT_TRUE(write_text("/m_data/usr/subscribe/E_APPS_MSG_SYS_LANGUAGE_CHANGE", "wlan\n"));
     ASSERT_TRUE(write_text("/m_data/usr/subscribe/weather", "wlan\n"));
-    EXPECT_EQ("", kAppTest.output_of({"publish", "E_APPS_MSG_SYS_LANGUAGE_CHANGE", "en"}));
+    EXPECT_EQ("E_APPS_MSG_SYS_LANGUAGE_CHANGE has 1 listener: wlan\n",
+              kAppTest.output_of({"publish", "E_APPS_MSG_SYS_LANGUAGE_CHANGE", "en"}));
     expect_message("9 2 656e");
-    EXPECT_EQ("", kAppTest.output_of({"publish", "--message", "5004", "weather", "--int", "1"}));
+    EXPECT_EQ("weather has 1 listener: wlan\n",
+              kAppTest.output_of({"publish", "--message", "5004", "weather", "--int", "1"}));
     expect_message("5004 4 01000000");
     kAppTest.expect_failure(2, "unknown message 'weather'", {"publish", "weather"});
+    EXPECT_EQ("E_APPS_MSG_SYS_LANGUAGE_CHANGE has 1 listener: wlan\n",
+              kAppTest.output_of({"publish", "sys_language_change", "de"}));
+    expect_message("9 2 6465");
+}
+
+TEST_F(AppTestSend, PublishingCountsTheListeners) {
+    std::filesystem::create_directories("/m_data/usr/subscribe");
+    ASSERT_TRUE(write_text("/m_data/usr/subscribe/weather", "wlan\nnobody\nlcd\n"));
+    EXPECT_EQ("weather has 2 listeners: wlan lcd\n",
+              kAppTest.output_of({"publish", "--message", "5004", "weather"}));
+    EXPECT_EQ("traffic has 0 listeners\n", kAppTest.output_of({"publish", "--message", "5004", "traffic"}));
+}
+
+TEST_F(AppTestSend, AnEventThatExistsIsNotTakenForAMessage) {
+    std::filesystem::create_directories("/m_data/usr/subscribe");
+    ASSERT_TRUE(write_text("/m_data/usr/subscribe/sys_probe", "wlan\n"));
+    EXPECT_EQ("sys_probe has 1 listener: wlan\n",
+              kAppTest.output_of({"publish", "--message", "5004", "sys_probe"}));
 }
 
 TEST_F(AppTestSend, AModuleThatDoesNotRunIsNotReachable) {
@@ -152,13 +206,16 @@ TEST_F(AppTestSend, BodiesThatMakeNoSenseAreWrongUsage) {
     kAppTest.expect_failure(2, "can't read /no/file: No such file or directory",
                             {"broadcast", "5004", "--file", "/no/file"});
     kAppTest.expect_usage("BODY excludes --file", {"call", "wlan", "5004", "x", "--file", "y"});
-    kAppTest.expect_usage("--room: Value 67108865 not in range 0 to 67108864",
+    kAppTest.expect_usage("--room: '67108865' is not a whole number from 0 to 67108864",
                           {"call", "wlan", "5004", "--room", "67108865"});
 }
 
 TEST_F(AppTestSend, ListsMessages) {
     EXPECT_EQ("NUMBER  NAME\n6       E_APPS_MSG_SYS_STATUS\n",
               kAppTest.output_of({"messages", "SYS_STATUS"}));
+    EXPECT_EQ(kAppTest.output_of({"messages", "WLAN"}), kAppTest.output_of({"messages", "wlan"}));
+    EXPECT_EQ("NUMBER  NAME\n6       E_APPS_MSG_SYS_STATUS\n",
+              kAppTest.output_of({"messages", "e_apps_msg_sys_status"}));
     EXPECT_EQ("[\n  {\n    \"number\": 7,\n    \"name\": \"E_APPS_MSG_SYS_PROBE\"\n  }\n]\n",
               kAppTest.output_of({"messages", "--json", "SYS_PROBE"}));
 }

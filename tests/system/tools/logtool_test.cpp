@@ -11,6 +11,7 @@
 
 #include "frwk_module.h"
 #include "support/module_process.h"
+#include "support/other_user.h"
 #include "support/wait_until.h"
 #include "system/tools/tool_checks.h"
 #include "system/zndb/zndb_process.h"
@@ -156,7 +157,7 @@ TEST_F(LogShow, TakesTheJournalWhereThereIsNoLogFile) {
 
 TEST_F(LogShow, AsksTheJournalForTheModulesOnly) {
     fake_journalctl("echo \"$*\" > /tmp/journal.words");
-    EXPECT_EQ("", run_shell(with_fakes() + "$TOOLS/logtool show --journal --module wlan --module 20").errors);
+    EXPECT_EQ(0, run_shell(with_fakes() + "$TOOLS/logtool show --journal --module wlan --module 20").status);
     EXPECT_EQ("--no-pager --quiet --output=json SYSLOG_IDENTIFIER=wlan SYSLOG_IDENTIFIER=lcd\n",
               file_text("/tmp/journal.words"));
 }
@@ -216,11 +217,58 @@ TEST_F(LogShow, AReaderThatLeavesEndsIt) {
         "mkfifo /tmp/closed.$$; exec 3<>/tmp/closed.$$ 4>/tmp/closed.$$ 3<&-; $TOOLS/logtool show --follow "
         "--file " +
         kLog + " >&4");
-    EXPECT_EQ(1, end.status);
-    EXPECT_EQ("logtool: can't write the output: Broken pipe\n", end.errors);
+    EXPECT_EQ(0, end.status);
+    EXPECT_EQ("", end.errors);
     const ToolEnd full = run_shell("$TOOLS/logtool show --file " + kLog + " > /dev/full");
     EXPECT_EQ(1, full.status);
     EXPECT_EQ("logtool: can't write the output: No space left on device\n", full.errors);
+}
+
+TEST_F(LogShow, AnEmptyLogNamesThePlaces) {
+    ASSERT_TRUE(write_text(kLog, ""));
+    kTool.expect_failure(0, "there are no lines: " + kLog + " is empty", {"show", "--file", kLog});
+    kTool.expect_failure(0, "there are no lines: standard input is empty", {"show", "--file", "-"});
+    fake_journalctl("true");
+    const ToolEnd nowhere = with_own_logs(with_fakes() + "$TOOLS/logtool show");
+    EXPECT_EQ(0, nowhere.status);
+    EXPECT_EQ(
+        "logtool: there are no lines: /var/log/messages is missing; /var/log/syslog is missing; the journal "
+        "has "
+        "no lines\n",
+        nowhere.errors);
+    EXPECT_EQ("logtool: there are no lines: /var/log/messages is missing; /var/log/syslog is empty\n",
+              with_own_logs("touch /var/log/syslog && $TOOLS/logtool show").errors);
+    EXPECT_EQ("logtool: there are no lines: the journal has no lines of these modules\n",
+              with_own_logs(with_fakes() + "$TOOLS/logtool show --journal --module wlan").errors);
+    EXPECT_EQ(
+        "logtool: can't run journalctl: No such file or directory; /var/log/messages is missing; "
+        "/var/log/syslog "
+        "is missing\n",
+        with_own_logs("PATH= $TOOLS/logtool show").errors);
+}
+
+TEST_F(LogShow, AJournalWithoutLinesMayBeOneThatTheUserMayNotRead) {
+    fake_journalctl("true");
+    fs::permissions(kFakes, fs::perms::all);
+    fs::permissions(kFakes + "/journalctl", fs::perms::all);
+    if (geteuid() == 0) {
+        EXPECT_EQ(
+            "logtool: there are no lines: the journal has no lines, or none that this user may read; try "
+            "'sudo "
+            "logtool show'\n",
+            run_shell("PATH=" + kFakes +
+                      ":$PATH setpriv --reuid=60001 --clear-groups -- $TOOLS/logtool show " + "--journal")
+                .errors);
+    }
+}
+
+TEST_F(LogShow, AFilterThatSelectsNothingIsSaidSo) {
+    kTool.expect_failure(0, "none of the 5 lines of " + kLog + " is selected by the options",
+                         {"show", "--file", kLog, "--text", "no such text"});
+    const ToolEnd level = kTool.run({"show", "--file", kLog, "--level", "alert"});
+    EXPECT_EQ("logtool: 2 lines without a level were left out\nlogtool: none of the 5 lines of " + kLog +
+                  " is selected by the options\n",
+              level.errors);
 }
 
 TEST_F(LogShow, WrongUsageIsExplained) {
@@ -233,6 +281,10 @@ TEST_F(LogShow, WrongUsageIsExplained) {
                        {"show", "--level", "wraning"});
     kTool.expect_usage("--file excludes --journal", {"show", "--journal", "--file", kLog});
     kTool.expect_usage("unknown command 'shwo'; did you mean 'show'?", {"shwo"});
+    kTool.expect_usage("unknown command 'level'", {"level", "wlan", "debug"});
+    kTool.expect_usage("unknown command ''", {"", "debug"});
+    kTool.expect_usage("unknown option '--no-such'", {"--no-such", "debug"});
+    EXPECT_EQ(kTool.output_of({"--help"}), kTool.output_of({"--help", "level"}));
 }
 
 // ---- channels, reload ----
@@ -254,6 +306,22 @@ TEST(LogChannels, ShowHowTheyWereStarted) {
         0u, json.find("[\n  {\n    \"name\": \"router\",\n    \"process\": " + std::to_string(router.pid()) +
                       ",\n    \"debug\": false,\n    \"system_log\": \"debug\",\n    \"leads_to\": \"/"))
         << json;
+}
+
+/* The environment of another user's process can't be read. */
+using LogChannelsByAnotherUser = ByAnotherUser<testing::Test>;
+
+TEST_F(LogChannelsByAnotherUser, ThatMayNotBeReadAreSaidSo) {
+    const ModuleProcess wlan(E_APPS_MODULE_WLAN);
+    fs::permissions("/tmp/m_tmp/lock", fs::perms::all);
+    const ToolEnd end =
+        run_shell("setpriv --reuid=60001 --clear-groups --bounding-set=-all -- $TOOLS/logtool channels");
+    const std::string path = "/proc/" + std::to_string(wlan.pid()) + "/environ";
+    EXPECT_EQ(1, end.status);
+    EXPECT_NE(std::string::npos, end.output.find("  ?      ?")) << end.output;
+    EXPECT_EQ(0u, end.errors.find("logtool: channels wlan: can't read " + path + ": no access to " + path +
+                                  " (owner "))
+        << end.errors;
 }
 
 TEST(LogChannels, OfModulesThatDoNotRunAreUnknown) {

@@ -9,6 +9,7 @@
 
 #include "frwk_module.h"
 #include "support/module_process.h"
+#include "support/unprivileged.h"
 #include "support/wait_until.h"
 #include "system/tools/monitor_fixture.h"
 #include "system/tools/tool_checks.h"
@@ -50,6 +51,12 @@ TEST_F(MonitorTool, AProcessThatTakesNoMessagesIsSilent) {
     EXPECT_EQ("5 wlan WLAN silent yes no MONITORED ADMIN PSEUDO 0x1000",
               row_of(kTool.output_of({"list"}), "wlan"));
     EXPECT_EQ(2u, lines_of(kTool.output_of({"list", "--running"})).size());
+}
+
+TEST_F(MonitorTool, AModuleThatMayNotBeAskedIsNotSilent) {
+    fs::permissions("/tmp/m_tmp/ipc/wlan", fs::perms::none);
+    const ToolEnd end = run_shell(modes_hold() + "$TOOLS/monitor_tool list --running");
+    EXPECT_EQ("5 wlan WLAN no access yes no MONITORED ADMIN PSEUDO 0x1000", row_of(end.output, "wlan"));
 }
 
 TEST_F(MonitorTool, ALockThatNobodyHoldsIsNoProcess) {
@@ -190,7 +197,7 @@ TEST_F(MonitorTool, ShowsWhoListensToWhat) {
         "  E_APPS_MSG_SYS_LANGUAGE_CHANGE  lcd nobody(?) wlan\n"
         "  weather                         wlan\n",
         kTool.output_of({"events"}));
-    EXPECT_EQ("# /m_data/usr/subscribe\n  weather     wlan\n", kTool.output_of({"events", "eath"}));
+    EXPECT_EQ("# /m_data/usr/subscribe\n  weather     wlan\n", kTool.output_of({"events", "EATH"}));
     EXPECT_EQ(
         "[\n  {\n    \"event\": \"weather\",\n    \"folder\": \"/m_data/usr/subscribe\",\n    \"used\": "
         "true,\n"
@@ -302,7 +309,7 @@ TEST_F(MonitorTool, WrongNamesGetTheNearestRightOne) {
     kTool.expect_failure(2, "unknown module 'wlna'; did you mean 'wlan'?", {"disable", "wlna"});
     kTool.expect_usage("unknown command 'lits'; did you mean 'list'?", {"lits"});
     kTool.expect_usage("--sort: unknown column 'memry'; did you mean 'memory'?", {"top", "--sort", "memry"});
-    kTool.expect_usage("--timeout: Value 0 not in range 0.010000 to 60.000000", {"list", "--timeout", "0"});
+    kTool.expect_usage("--timeout: '0' is not a number from 0.01 to 60", {"list", "--timeout", "0"});
 }
 
 TEST_F(MonitorTool, CompletesModulesAndColumns) {

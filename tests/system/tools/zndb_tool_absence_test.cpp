@@ -48,7 +48,7 @@ class ZndbToolAbsence : public ZndbTest {
         const ToolEnd end = run_shell(modes_hold() + "$TOOLS/zndb_tool get k");
         EXPECT_EQ(3, end.status);
         EXPECT_EQ("zndb_tool: get 'k' failed: zndb can't be reached: no access to " + path + " (owner " +
-                      owner + ", mode 0000): 1 E_APPS_ERR_MODULE\n",
+                      owner + ", mode 0000; try 'chmod u+rwX " + path + "'): 1 E_APPS_ERR_MODULE\n",
                   end.errors);
     }
 

@@ -166,6 +166,7 @@ TEST_F(ZndbToolBackup, ARestoreSavesFirst) {
 
 TEST_F(ZndbToolBackup, AFileThatCannotBeReadIsWrongUsage) {
     kTool.expect_failure(2, "can't read /no/file: No such file or directory", {"restore", "/no/file"});
+    kTool.expect_failure(2, "can't read " + kFolder + ": Is a directory", {"restore", kFolder});
     EXPECT_FALSE(copies_are_left());
 }
 

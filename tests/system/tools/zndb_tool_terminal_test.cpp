@@ -97,6 +97,25 @@ TEST_F(ZndbToolAtATerminal, ASecretThatIsTypedIsNotShown) {
     EXPECT_EQ("correct horse\n", kTool.output_of({"get", "--secret", "wifi_key"}));
 }
 
+TEST_F(ZndbToolAtATerminal, AResetIsConfirmedFirst) {
+    EXPECT_EQ(0, zndb_set("k", "v"));
+    TerminalOptions typing;
+    typing.type_after = "delete every setting of the plain store? [y/N] ";
+    typing.typed = "n\n";
+    const ToolEnd no = run_on_terminal({"zndb_tool", "reset"}, typing);
+    EXPECT_EQ(1, no.status);
+    EXPECT_NE(std::string::npos, no.output.find("nothing was done")) << no.output;
+    typing.typed = "\003";
+    EXPECT_EQ(130, run_on_terminal({"zndb_tool", "reset"}, typing).status);
+    EXPECT_EQ("v", plain("k"));
+    typing.typed = "y\n";
+    EXPECT_EQ(0, run_on_terminal({"zndb_tool", "reset"}, typing).status);
+    EXPECT_EQ("ret 3", plain("k"));
+    EXPECT_EQ(0, zndb_set("k", "v"));
+    EXPECT_EQ("", run_on_terminal({"zndb_tool", "reset", "--yes"}, {}).output);
+    EXPECT_EQ("ret 3", plain("k"));
+}
+
 TEST_F(ZndbToolAtATerminal, CtrlCWhileTypingChangesNothing) {
     TerminalOptions typing;
     typing.type_after = "value of wifi_key: ";

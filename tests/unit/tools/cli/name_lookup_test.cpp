@@ -42,6 +42,13 @@ TEST(NameLookup, FindsAMessageWithOrWithoutItsPrefixOrByAnyNumber) {
     }
 }
 
+TEST(NameLookup, CompletesTheNameOfAMessage) {
+    EXPECT_EQ("E_APPS_MSG_SYS_STATUS", complete_message_name("sys_status"));
+    EXPECT_EQ("E_APPS_MSG_SYS_STATUS", complete_message_name("e_apps_msg_sys_status"));
+    EXPECT_EQ("", complete_message_name("weather"));
+    EXPECT_EQ("", complete_message_name("6"));
+}
+
 TEST(NameLookup, FindsAResultCode) {
     EXPECT_EQ("17", shown(find_code("E_APPS_ERR_BUSY")));
     EXPECT_EQ("17", shown(find_code("busy")));

@@ -40,7 +40,9 @@ TEST(RequestOutcome, AFailureOfTheToolItselfIsNotTheModules) {
 }
 
 TEST(RequestOutcome, ShowsWhatTheModuleAnswered) {
-    EXPECT_EQ("1 call failed: 17 E_APPS_ERR_BUSY", report({E_APPS_ERR_SUCCESS, E_APPS_ERR_BUSY}));
+    EXPECT_EQ("1 call failed: 7 E_APPS_ERR_NOTFOUND", report({E_APPS_ERR_SUCCESS, E_APPS_ERR_NOTFOUND}));
+    EXPECT_EQ("1 call failed: 17 E_APPS_ERR_BUSY; try again later",
+              report({E_APPS_ERR_SUCCESS, E_APPS_ERR_BUSY}));
 }
 
 TEST(RequestOutcome, AModuleWithoutANameIsCalledTheModule) {

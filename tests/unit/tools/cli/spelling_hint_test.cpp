@@ -26,7 +26,7 @@ TEST(SpellingHint, TakesUpperAndLowerCaseAsEqual) {
 
 TEST(SpellingHint, FindsTheNearestOfSeveral) {
     EXPECT_EQ("router", nearest_name("ruoter", {"monitor", "router", "rc"}));
-    EXPECT_EQ("rc", nearest_name("r", {"router", "rc"}));
+    EXPECT_EQ("rc", nearest_name("rcc", {"router", "rc"}));
 }
 
 TEST(SpellingHint, OffersNothingThatIsFar) {
@@ -38,6 +38,14 @@ TEST(SpellingHint, OffersNothingThatIsFar) {
 TEST(SpellingHint, SaysWhatIsUnknownAndWhatWasProbablyMeant) {
     EXPECT_EQ("unknown module 'wlna'; did you mean 'wlan'?", unknown_name("module", "wlna", {"wlan"}));
     EXPECT_EQ("unknown module 'xyz'", unknown_name("module", "xyz", {"wlan"}));
+}
+
+TEST(SpellingHint, AnotherShortNameIsNoSuggestion) {
+    EXPECT_EQ("", nearest_name("b", {"a"}));
+    EXPECT_EQ("", nearest_name("a", {"ab"}));
+    EXPECT_EQ("", nearest_name("a1", {"a2"}));
+    EXPECT_EQ("off", nearest_name("of", {"on", "off"}));
+    EXPECT_EQ("A", nearest_name("a", {"b", "A"}));
 }
 
 }  // namespace

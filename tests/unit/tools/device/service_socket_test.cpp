@@ -2,7 +2,9 @@
 
 #include <gtest/gtest.h>
 #include <pwd.h>
+#include <unistd.h>
 
+#include <cerrno>
 #include <filesystem>
 #include <fstream>
 #include <string>
@@ -18,8 +20,11 @@ TEST(ServiceSocket, ALeftSocketIsServedByNobody) {
     TestListener listener("wlan");
     ASSERT_TRUE(listener.ok());
     EXPECT_TRUE(is_served(E_APPS_MODULE_WLAN));
+    EXPECT_FALSE(is_forbidden(E_APPS_MODULE_WLAN));
+    EXPECT_EQ(::getpid(), serving_process(E_APPS_MODULE_WLAN));
     listener.stop();
     EXPECT_FALSE(is_served(E_APPS_MODULE_WLAN));
+    EXPECT_EQ(0, serving_process(E_APPS_MODULE_WLAN));
 }
 
 TEST(ServiceSocket, AModuleWhoseQueueIsFullIsThere) {
@@ -44,7 +49,8 @@ std::string absence() {
 std::string closed(const std::string &path) {
     const passwd *entry = ::getpwuid(::geteuid());
     const std::string owner = entry != nullptr ? entry->pw_name : std::to_string(::geteuid());
-    return "can't be reached: no access to " + path + " (owner " + owner + ", mode 0000)";
+    return "can't be reached: no access to " + path + " (owner " + owner + ", mode 0000; try 'chmod u+rwX " +
+           path + "')";
 }
 
 TEST(ServiceSocket, AMissingSocketIsThatOfAModuleThatDoesNotRun) {
@@ -93,7 +99,10 @@ TEST_F(ServiceSocketByAnotherUser, AnOwnerWithoutANameIsANumber) {
     ASSERT_EQ(0, ::chown("/tmp/m_tmp/ipc/wlan", kOtherUser, static_cast<gid_t>(-1)));
     fs::permissions("/tmp/m_tmp/ipc/wlan", fs::perms::owner_all);
     const ModesHold unprivileged;
-    EXPECT_EQ("can't be reached: no access to /tmp/m_tmp/ipc/wlan (owner 60001, mode 0700)", absence());
+    EXPECT_TRUE(is_forbidden(E_APPS_MODULE_WLAN));
+    EXPECT_EQ(std::string("can't be reached: no access to /tmp/m_tmp/ipc/wlan (owner 60001, mode 0700; ") +
+                  "try 'sudo -u 60001 " + program_invocation_short_name + "')",
+              absence());
 }
 
 TEST(ServiceSocket, AnyOtherCauseIsGivenInTheSystemsWords) {

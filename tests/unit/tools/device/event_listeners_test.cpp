@@ -1,4 +1,4 @@
-#include "monitor_tool/event_listeners.h"
+#include "device/event_listeners.h"
 
 #include <gtest/gtest.h>
 

@@ -1,0 +1,32 @@
+#include "device/event_key.h"
+
+#include <algorithm>
+
+#include "cli/name_lookup.h"
+#include "device/event_listeners.h"
+
+std::string event_key(const std::string &word) {
+    const std::vector<std::string> known = known_events();
+    const std::string message = complete_message_name(word);
+    const bool exists = std::find(known.begin(), known.end(), word) != known.end();
+    return exists || message.empty() ? word : message;
+}
+
+std::vector<std::string> listeners_of(const std::string &event) {
+    for (const EventListeners &listeners : read_event_listeners()) {
+        if (listeners.used && listeners.event == event) {
+            return listeners.names;
+        }
+    }
+    return {};
+}
+
+std::vector<std::string> known_events() {
+    std::vector<std::string> events;
+    for (const EventListeners &listeners : read_event_listeners()) {
+        if (listeners.used) {
+            events.push_back(listeners.event);
+        }
+    }
+    return events;
+}
