@@ -7,15 +7,20 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cstdio>
+#include <cstring>
+
 #include "formats/device_paths.h"
 #include "internal/frwk_log.h"
 #include "internal/planted.h"
 #include "internal/shell.h"
 #include "os_file.h"
+#include "support/folder_list.h"
 #include "support/unique_fd.h"
 
 namespace {
 
+constexpr size_t kPathSize = 256;
 constexpr mode_t kRights = 07777;
 constexpr mode_t kAccess = 0777;
 constexpr mode_t kNewFolder = 0755;
@@ -25,6 +30,10 @@ constexpr mode_t kOthersWrite = S_IWGRP | S_IWOTH;
 constexpr const char *kOwnFolders[] = {paths::kTempFolder,        paths::kLockFolder,
                                        paths::kIpcFolder,         paths::kSubscribeFolder,
                                        paths::kSubscribeFolderEx, paths::kTraceMaskFolder};
+
+/* Those of them that may be of an earlier run, and are made again where they are missing. */
+constexpr const char *kKeptFolders[] = {paths::kSubscribeFolder, paths::kSubscribeFolderEx,
+                                        paths::kTraceMaskFolder};
 
 /* Folders of the device's image, and of the database. Modules trust the files in them. */
 constexpr const char *kImageFolders[] = {paths::kDataFolder,
@@ -43,6 +52,20 @@ bool is_open(const char *path) {
     return ::stat(path, &found) == 0 && (found.st_mode & kOthersWrite) != 0;
 }
 
+/* Whether one of the folders above a path has the property. */
+template <typename Property>
+bool is_any_above(const char *path, Property has_property) {
+    char folder[kPathSize];
+    for (const char *end = path; end != nullptr; end = std::strchr(end + 1, '/')) {
+        (void)std::snprintf(folder, sizeof(folder), "%.*s/", static_cast<int>(end - path), path);
+        struct stat found = {};
+        if (::stat(folder, &found) == 0 && has_property(found)) {
+            return true;
+        }
+    }
+    return false;
+}
+
 void warn_of_others(const char *path) {
     struct stat found = {};
     if (::stat(path, &found) != 0) {
@@ -51,6 +74,23 @@ void warn_of_others(const char *path) {
     if ((found.st_mode & kOthersWrite) != 0 || !is_trusted_owner(found.st_uid)) {
         FRWK_WARN(__func__, "others can write the working folder %s: owner %u, mode %04o", path, found.st_uid,
                   found.st_mode & kRights);
+    }
+}
+
+/*
+ * While /tmp/m_tmp was open, other users could rename the module's own files and folders in it: removes what
+ * can't be used from a folder's place and from the folder.
+ *
+ * type: that of the folder's entries.
+ */
+void undo_renames(const char *folder, mode_t type) {
+    (void)set_aside_misplaced(folder, S_IFDIR);
+    FolderList entries(folder);
+    while (const char *name = entries.next()) {
+        char path[kPathSize];
+        (void)std::snprintf(path, sizeof(path), "%s/%s", folder, name);
+        const bool is_entry = name[0] != '.'; /* nothing of ours begins with it */
+        (void)(is_entry && set_aside_misplaced(path, type));
     }
 }
 
@@ -92,17 +132,27 @@ void make_guarded_temp_folder(const char *path) {
     make_guarded_folder(path);
 }
 
-/* A folder that somebody planted while /tmp/m_tmp was open is still theirs after it was closed. */
 void close_temp_folder() {
-    if (is_open(paths::kTempFolder)) {
+    const bool was_open = is_open(paths::kTempFolder);
+    if (was_open) {
         close_folder(paths::kTempFolder, false);
     }
+    // What somebody planted while it was open is still theirs after it was closed.
     for (const char *folder : {paths::kLockFolder, paths::kIpcFolder}) {
         (void)set_aside_planted(folder, FolderOwner::kTrusted);
+    }
+    if (was_open && !is_open(paths::kTempFolder)) {
+        undo_renames(paths::kLockFolder, S_IFREG);
+        undo_renames(paths::kIpcFolder, S_IFSOCK);
     }
 }
 
 void watch_working_folders() {
+    for (const char *folder : kKeptFolders) {
+        if (set_aside_planted(folder, FolderOwner::kTrusted)) {
+            make_guarded_folder(folder);
+        }
+    }
     for (const char *folder : kOwnFolders) {
         if (is_open(folder)) {
             close_folder(folder, false);
@@ -112,4 +162,16 @@ void watch_working_folders() {
     for (const char *folder : kImageFolders) {
         warn_of_others(folder);
     }
+}
+
+bool others_can_write_above(const char *path) {
+    return is_any_above(path, [](const struct stat &folder) {
+        return (folder.st_mode & kOthersWrite) != 0 || !is_trusted_owner(folder.st_uid);
+    });
+}
+
+bool all_can_replace(const char *path) {
+    return is_any_above(path, [](const struct stat &folder) {
+        return (folder.st_mode & S_IWOTH) != 0 && (folder.st_mode & S_ISVTX) == 0;
+    });
 }
