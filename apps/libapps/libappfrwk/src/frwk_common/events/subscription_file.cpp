@@ -124,7 +124,7 @@ UniqueFd SubscriptionFile::open(int flags) const {
         errno = EINVAL;
         return UniqueFd();
     }
-    return open_guarded(path_, flags, kFileMode, Planted::kRefuse);
+    return open_guarded(path_, flags, kFileMode, Planted::kRefuse, FolderOwner::kTrustedWithParent);
 }
 
 // cppcheck-suppress uninitMemberVar ; the buffers are filled before they are read, as used_ and filled_ say
