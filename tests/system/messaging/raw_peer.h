@@ -25,6 +25,12 @@ struct RawRequest {
     uint32_t rsp_size = 0;
     uint32_t data_len = 0;
 
+    static RawRequest of(uint32_t msgid) {
+        RawRequest request;
+        request.msgid = msgid;
+        return request;
+    }
+
     std::string bytes() const { return words({src, msgid, async, timeout, rsp_size, data_len}); }
 };
 

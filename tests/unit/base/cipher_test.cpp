@@ -12,10 +12,10 @@
 #include <vector>
 
 #include "doubles/base_doubles.h"
-#include "doubles/faults_test_fixture.h"
 #include "doubles/log_capture.h"
 #include "os_mem.h"
 #include "support/key_files.h"
+#include "unit/base/product_key_fixture.h"
 
 namespace {
 
@@ -67,26 +67,7 @@ void fail_block(unsigned which) {
     });
 }
 
-class Cipher : public FaultsTest {
-  protected:
-    void SetUp() override {
-        FaultsTest::SetUp();
-        remove_key_files();
-        write_key_file(kProductKeyPath, some_key());
-        os_mem_usage(&before_);
-    }
-
-    void TearDown() override {
-        FaultsTest::TearDown();
-        remove_key_files();
-        os_mem_usage_t after = {};
-        os_mem_usage(&after);
-        EXPECT_EQ(before_.live_blocks, after.live_blocks);
-        EXPECT_EQ(before_.live_bytes, after.live_bytes);
-    }
-
-    os_mem_usage_t before_ = {};
-};
+class Cipher : public ProductKeyTest {};
 
 TEST_F(Cipher, ReadsTextsThatExist) {
     EXPECT_EQ(kSecret, deciphered(kKnownText));

@@ -12,6 +12,7 @@
 #include "os_process.h"
 #include "support/temp_folder.h"
 #include "support/wait_until.h"
+#include "unit/base/command_output.h"
 
 namespace {
 
@@ -51,18 +52,10 @@ struct ShellChild : testing::Test {
     const BlockedSignal blocked{SIGPIPE};
 };
 
-std::string output_of(const char *command) {
-    FILE *stream = os_popen(command, "r");
-    char text[256] = "";
-    const size_t length = fread(text, 1, sizeof(text), stream);
-    EXPECT_EQ(0, os_pclose(stream));
-    return {text, length};
-}
-
 /* The numbered signals of a line of /proc/self/status, as a command sees its own: signal N is bit N - 1. */
 unsigned long shell_signals(const char *line) {
     const std::string text =
-        output_of((std::string("sed -n 's/^") + line + ":[[:blank:]]*//p' /proc/self/status").c_str());
+        output_of(std::string("sed -n 's/^") + line + ":[[:blank:]]*//p' /proc/self/status");
     return strtoul(text.substr(text.size() - 9).c_str(), nullptr, 16) & 0x7fffffff;
 }
 
