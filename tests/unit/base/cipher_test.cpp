@@ -50,14 +50,6 @@ std::string deciphered(const std::string &text) {
     return copy;
 }
 
-std::string every_byte() {
-    std::string bytes;
-    for (int i = 0; i < 256; ++i) {
-        bytes += static_cast<char>(i);
-    }
-    return bytes;
-}
-
 /* Fails the given request for memory, counted from 1, and lets the others through. */
 void fail_block(unsigned which) {
     doubles::base::os_mem_malloc.forget_calls();
