@@ -63,7 +63,7 @@ class HostileRequest : public testing::Test {
         return peer;
     }
 
-    /* What the module says it holds. */
+    /* The memory that the module reports. */
     static Held held() {
         RawConnection query = RawConnection::to("router");
         RawRequest request = RawRequest::of(8);
@@ -74,7 +74,7 @@ class HostileRequest : public testing::Test {
         return {word_at(answer, 8), word_at(answer, 16)};
     }
 
-    /* The whole answer to some bytes, from a peer that stays until it is dropped. */
+    /* The complete answer to some bytes, sent by a peer that stays connected until it is dropped. */
     static std::string answer_to(const std::string &bytes) {
         RawConnection peer = RawConnection::to("router");
         peer.send(bytes);

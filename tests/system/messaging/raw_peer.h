@@ -16,7 +16,7 @@ std::string words(std::initializer_list<uint32_t> values);
 /* The word at a place of a text; 0 when the text ends before. */
 uint32_t word_at(const std::string &bytes, size_t offset);
 
-/* What a sender writes in front of the body. */
+/* The header that a sender writes before the body. */
 struct RawRequest {
     uint32_t src = 9;
     uint32_t msgid = 0;

@@ -1,5 +1,5 @@
 /*
- * A file of a test's own, under the product's key, and what may become of it.
+ * A file under the product's key, and its encrypted and decrypted forms.
  */
 #pragma once
 
@@ -17,7 +17,7 @@
 #include "support/temp_folder.h"
 #include "unit/base/product_key_fixture.h"
 
-/* Bytes in front of the chunks, of a full chunk's content, and of each chunk's seal. */
+/* The sizes of the header before the chunks, of a full chunk's content, and of a chunk's seal. */
 inline constexpr size_t kBeginningSize = 36;
 inline constexpr size_t kChunkSize = 65536;
 inline constexpr size_t kSealSize = 17;

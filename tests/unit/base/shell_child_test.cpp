@@ -16,7 +16,7 @@
 
 namespace {
 
-/* What a signal does, until the end of the scope. */
+/* Sets the action of a signal until the end of the scope. */
 class SignalAction {
   public:
     SignalAction(int number, sighandler_t handler) : number_(number), before_(signal(number, handler)) {}
@@ -29,7 +29,7 @@ class SignalAction {
     const sighandler_t before_;
 };
 
-/* A signal that the thread blocks, until the end of the scope. */
+/* Blocks a signal in this thread until the end of the scope. */
 class BlockedSignal {
   public:
     explicit BlockedSignal(int number) {
@@ -46,7 +46,7 @@ class BlockedSignal {
     sigset_t before_;
 };
 
-/* SIGPIPE as every module has it. */
+/* SIGPIPE is ignored and blocked, as in every module. */
 struct ShellChild : testing::Test {
     const SignalAction ignored{SIGPIPE, SIG_IGN};
     const BlockedSignal blocked{SIGPIPE};

@@ -34,7 +34,7 @@ void cut_writes(ssize_t taken) {
 
 class SubscriptionFolderTest : public SubscriptionTest {};
 
-/* What a call does with the shell and the file systems, in order. */
+/* The shell commands and syncs of a call, in order. */
 std::string steps_of(void (*call)()) {
     std::string steps;
     base::os_system.stand_in([&steps](const char *command) {
