@@ -72,7 +72,7 @@ TEST_F(FullDisk, WhileABackupIsEnciphered) {
     EXPECT_EQ(std::vector<std::string>(), names_in(of_device("/m_data/usr/small")));
 }
 
-/* It is whole when it comes to the disk on which others write. */
+/* The backup is complete before it is written to the disk that others fill. */
 TEST_F(FullDisk, WhileABackupIsBroughtToAFolderOfOthers) {
     start_device("/m_data/usr/small", "64k", "chmod 1777 /m_data/usr/small");
     EXPECT_EQ("18", ask("backup /m_data/usr/small/backup.bin"));
