@@ -15,6 +15,7 @@
 #include "device/event_key.h"
 #include "device/module_words.h"
 #include "frwk_common.h"
+#include "output/field_list.h"
 #include "output/json_output.h"
 #include "output/terminal.h"
 #include "output/text_table.h"
@@ -38,7 +39,7 @@ bool is_zero_number(const AppTestOptions &options, const std::string &answer) {
 
 void print_answer(const AppTestOptions &options, const RequestOutcome &outcome, const std::string &answer) {
     if (options.dump || !is_text(answer) || (outcome.done() && is_zero_number(options, answer))) {
-        (void)std::fputs(hex_dump(answer).c_str(), stdout);
+        (void)std::fputs(hex_dump(answer, output_width()).c_str(), stdout);
     } else if (!without_nuls(answer).empty()) {
         (void)std::puts(shown_text(Stream::kOutput, without_nuls(answer)).c_str());
     }
@@ -106,7 +107,7 @@ void report_audience(const std::string &event, const Audience &audience) {
     const std::string names = count == 0 ? "" : ": " + joined(audience.modules, " ");
     const std::string line =
         event + " has " + std::to_string(count) + (count == 1 ? " listener" : " listeners") + names;
-    (void)std::puts(shown_text(Stream::kOutput, line).c_str());
+    print_sentence(line);
     if (audience.has_publisher) {
         (void)complain(ExitCode::kDone,
                        "apptest itself subscribes too, but a publisher never hears itself; use 'apptest "

@@ -15,6 +15,9 @@
 namespace {
 
 constexpr size_t kDumpWidth = 16;
+constexpr size_t kNarrowestDump = 4;
+constexpr size_t kOffsetColumns = 9;
+constexpr size_t kColumnsPerByte = 4; /* two digits, a blank and the character */
 constexpr size_t kLineBytes = 64;
 
 bool is_separator(char character) {
@@ -26,8 +29,17 @@ bool is_printable(char character) {
     return code >= 0x20 && code != 0x7F;
 }
 
+/* The bytes of a line: a power of two. */
+size_t dump_width(size_t columns) {
+    size_t width = kDumpWidth;
+    while (width > kNarrowestDump && kOffsetColumns + kColumnsPerByte * width + 2 > columns) {
+        width /= 2;
+    }
+    return width;
+}
+
 /* One line of a dump: offset, bytes and characters. */
-std::string dump_line(size_t offset, const std::string &bytes) {
+std::string dump_line(size_t offset, const std::string &bytes, size_t width) {
     char text[32];
     (void)std::snprintf(text, sizeof(text), "%08zx ", offset);
     std::string line = text;
@@ -38,7 +50,7 @@ std::string dump_line(size_t offset, const std::string &bytes) {
         const bool ascii = is_printable(byte) && static_cast<unsigned char>(byte) < 0x80;
         characters += ascii ? byte : '.';
     }
-    line.resize(sizeof("00000000 ") - 1 + 3 * kDumpWidth, ' ');
+    line.resize(kOffsetColumns + 3 * width, ' ');
     return line + "  " + characters + "\n";
 }
 
@@ -92,11 +104,12 @@ std::string hex_of(const std::string &bytes) {
     return text;
 }
 
-std::string hex_dump(const std::string &bytes) {
+std::string hex_dump(const std::string &bytes, size_t columns) {
     const std::string shown = without_nuls(bytes);
     std::string text;
-    for (size_t at = 0; at < shown.size(); at += kDumpWidth) {
-        text += dump_line(at, shown.substr(at, kDumpWidth));
+    const size_t width = dump_width(columns);
+    for (size_t at = 0; at < shown.size(); at += width) {
+        text += dump_line(at, shown.substr(at, width), width);
     }
     const size_t zeros = bytes.size() - shown.size();
     return zeros == 0 ? text : text + "(" + std::to_string(zeros) + " zero bytes)\n";

@@ -16,8 +16,8 @@ std::string bytes_from_numbers(const std::string &numbers, std::string *bytes);
 /* The bytes in hexadecimal, without blanks. */
 std::string hex_of(const std::string &bytes);
 
-/* Lines of 16 bytes, with offset and characters; zeros at the end are only counted. */
-std::string hex_dump(const std::string &bytes);
+/* Lines of 16 bytes, or of as few as fit, with offset and characters; zeros at the end are only counted. */
+std::string hex_dump(const std::string &bytes, size_t columns);
 
 /* Whether the bytes are a text: UTF-8 without control characters, optionally followed by NULs. */
 bool is_text(const std::string &bytes);

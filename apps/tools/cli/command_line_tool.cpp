@@ -19,16 +19,6 @@
 
 namespace {
 
-std::string with_heading(const std::string &examples) {
-    std::string text = "Examples:\n";
-    for (size_t at = 0; at < examples.size();) {
-        const size_t end = examples.find('\n', at) + 1;
-        text += "  " + examples.substr(at, end - at);
-        at = end;
-    }
-    return text;
-}
-
 ExitCode print(const std::string &text) {
     (void)std::fwrite(text.data(), 1, text.size(), stdout);
     return ExitCode::kDone;
@@ -49,7 +39,7 @@ CommandLineTool::CommandLineTool(const ToolWords &words)
     app_->set_help_flag("-h,--help", "Show this help");
     app_->set_version_flag("--version", std::string(words.name) + " " + product_version(),
                            "Show the version");
-    app_->footer(with_heading(words.examples));
+    app_->footer(words.examples);
 }
 
 CommandLineTool::~CommandLineTool() = default;
@@ -57,7 +47,7 @@ CommandLineTool::~CommandLineTool() = default;
 Command CommandLineTool::add(const std::string &name, const std::string &purpose, const std::string &examples,
                              Run run) {
     CLI::App *command = app_->add_subcommand(name, purpose);
-    command->footer(with_heading(examples));
+    command->footer(examples);
     runs_[command] = std::move(run);
     return Command(command);
 }

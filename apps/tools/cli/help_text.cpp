@@ -1,6 +1,7 @@
 #include "cli/help_text.h"
 
 #include <algorithm>
+#include <sstream>
 
 #include "cli/completion_words.h"
 #include "output/terminal.h"
@@ -59,11 +60,21 @@ std::string commands(const CLI::App *app, size_t width) {
     return lines.empty() ? "" : "\nCommands:\n" + lines;
 }
 
+/* The footer: command lines, each with its line end. */
+std::string examples(const std::string &footer, size_t width) {
+    std::istringstream lines(footer);
+    std::string text = "\nExamples:\n";
+    for (std::string line; std::getline(lines, line);) {
+        text += wrapped_command(line, width, kUsageIndent);
+    }
+    return text;
+}
+
 }  // namespace
 
 std::string HelpText::make_help(const CLI::App *app, std::string name, CLI::AppFormatMode) const {
     const size_t width = std::min(columns_of(Stream::kOutput), kWidest);
     std::string text = wrapped(app->get_description(), width, 0) + "\n" + usage(app, name, width);
     text += options(app, true, width) + options(app, false, width) + commands(app, width);
-    return text + (app->get_footer().empty() ? "" : "\n" + app->get_footer());
+    return text + examples(app->get_footer(), width);
 }

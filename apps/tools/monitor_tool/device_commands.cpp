@@ -11,7 +11,7 @@
 #include "device/module_survey.h"
 #include "frwk_common.h"
 #include "monitor_tool/monitor_options.h"
-#include "output/terminal.h"
+#include "output/field_list.h"
 
 namespace {
 
@@ -23,7 +23,7 @@ ExitCode find_monitor(const MonitorOptions &options, const std::string &what) {
 }
 
 ExitCode say_asked(const std::string &what) {
-    (void)std::printf("the monitor was asked to %s\n", shown_text(Stream::kOutput, what).c_str());
+    print_sentence("the monitor was asked to " + what);
     return ExitCode::kDone;
 }
 

@@ -9,6 +9,7 @@
 #include "device/event_listeners.h"
 #include "frwk_common.h"
 #include "monitor_tool/monitor_options.h"
+#include "output/field_list.h"
 #include "output/json_output.h"
 #include "output/terminal.h"
 #include "output/text_wrap.h"
@@ -47,13 +48,10 @@ size_t name_columns(const std::vector<EventListeners> &events) {
 
 void print_folder(const EventListeners &first) {
     const std::string note = first.used ? "" : ", not used while the other folder exists";
-    (void)std::puts(
-        styled(Stream::kOutput, Style::kFaint, "# " + shown_text(Stream::kOutput, first.folder) + note)
-            .c_str());
+    print_sentence("# " + first.folder + note, Style::kFaint);
 }
 
 void print_events(const std::vector<EventListeners> &events) {
-    const size_t width = is_terminal(Stream::kOutput) ? columns_of(Stream::kOutput) : std::string::npos;
     const size_t names_at = name_columns(events);
     std::string folder;
     for (const EventListeners &listeners : events) {
@@ -62,7 +60,8 @@ void print_events(const std::vector<EventListeners> &events) {
             folder = listeners.folder;
         }
         const std::string event = shown_text(Stream::kOutput, listeners.event);
-        (void)std::fputs(wrapped_pair(event, names_line(listeners), width, names_at).c_str(), stdout);
+        (void)std::fputs(wrapped_pair(event, names_line(listeners), output_width(), names_at).c_str(),
+                         stdout);
     }
 }
 

@@ -15,7 +15,8 @@ struct ScreenSize {
 
 /*
  * A summary, a heading, one line per module with bars for its memory and its response time, relative to the
- * largest, and the key help. No line is longer than the screen's width.
+ * largest, and the key help. No line is longer than the screen's width: bars and key
+ * help shrink and go.
  *
  * sort: the column that they are sorted by.
  */

@@ -66,8 +66,8 @@ Json probe_as_json(uint32_t module, const ProbeResult &result) {
 
 void print_probe(uint32_t module, const ProbeResult &result) {
     if (result.probe.delivered()) {
-        (void)std::printf("%s answered in %s\n", shown_text(Stream::kOutput, module_text(module)).c_str(),
-                          milliseconds_text(static_cast<double>(result.microseconds)).c_str());
+        print_sentence(module_text(module) + " answered in " +
+                       milliseconds_text(static_cast<double>(result.microseconds)));
     }
 }
 
@@ -173,7 +173,7 @@ void declare(CommandLineTool &tool) {
     Command list = tool.add("list", "List all modules and their status",
                             "monitor_tool list\n"
                             "monitor_tool list --running --sort memory\n"
-                            "monitor_tool list --json | jq '.[] | select(.state == \"hangs\")'\n",
+                            "monitor_tool list --json | jq '.[].name'\n",
                             g_options.runs(list_modules));
     g_options.add_order(list, "id");
     g_options.add_timeout(list);

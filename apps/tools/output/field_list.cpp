@@ -11,13 +11,22 @@ constexpr size_t kNameColumns = 18;
 
 }  // namespace
 
+size_t output_width() {
+    return is_terminal(Stream::kOutput) ? columns_of(Stream::kOutput) : std::string::npos;
+}
+
+void print_sentence(const std::string &sentence, Style style) {
+    std::string lines = wrapped(shown_text(Stream::kOutput, sentence), output_width(), 0);
+    lines.pop_back();
+    (void)std::puts(styled(Stream::kOutput, style, lines).c_str());
+}
+
 void print_title(const std::string &title) {
-    (void)std::puts(styled(Stream::kOutput, Style::kStrong, shown_text(Stream::kOutput, title)).c_str());
+    print_sentence(title, Style::kStrong);
 }
 
 void print_field(const std::string &name, const std::string &value) {
-    const size_t width = is_terminal(Stream::kOutput) ? columns_of(Stream::kOutput) : std::string::npos;
     const std::string text = value.empty() ? "-" : shown_text(Stream::kOutput, value);
-    (void)std::fputs(wrapped_pair(shown_text(Stream::kOutput, name), text, width, kNameColumns).c_str(),
-                     stdout);
+    (void)std::fputs(
+        wrapped_pair(shown_text(Stream::kOutput, name), text, output_width(), kNameColumns).c_str(), stdout);
 }

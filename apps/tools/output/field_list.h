@@ -1,9 +1,17 @@
 /*
- * Prints properties, one name and value per line, wrapped on a narrow terminal.
+ * Prints sentences, and properties, one name and value per line, wrapped on a narrow terminal.
  */
 #pragma once
 
 #include <string>
+
+#include "output/terminal.h"
+
+/* The terminal's width; no limit elsewhere. */
+size_t output_width();
+
+/* Prints a sentence, wrapped. */
+void print_sentence(const std::string &sentence, Style style = Style::kPlain);
 
 /* Prints a title in bold. */
 void print_title(const std::string &title);

@@ -2,10 +2,14 @@
 
 #include <cstdio>
 
+#include "output/field_list.h"
 #include "output/terminal.h"
+#include "output/text_wrap.h"
 
 void print_entries(const std::string &heading, const Entries &entries) {
-    (void)std::puts(styled(Stream::kOutput, Style::kFaint, shown_text(Stream::kOutput, heading)).c_str());
+    std::string lines = wrapped_command(shown_text(Stream::kOutput, heading), output_width(), 0);
+    lines.pop_back();
+    (void)std::puts(styled(Stream::kOutput, Style::kFaint, lines).c_str());
     for (const auto &[key, value] : entries) {
         (void)std::printf("%s=%s\n",
                           styled(Stream::kOutput, Style::kStrong, shown_text(Stream::kOutput, key)).c_str(),

@@ -43,15 +43,22 @@ TEST(BodyText, RefusesNumbersBeyond32Bits) {
 }
 
 TEST(BodyText, DumpsBytesAndOnlyCountsZerosAtTheEnd) {
-    EXPECT_EQ("", hex_dump(""));
-    EXPECT_EQ("(3 zero bytes)\n", hex_dump(std::string(3, '\0')));
+    EXPECT_EQ("", hex_dump("", 80));
+    EXPECT_EQ("(3 zero bytes)\n", hex_dump(std::string(3, '\0'), 80));
     EXPECT_EQ(
         "00000000  41 00 7f ff 30 31 32 33 34 35 36 37 38 39 3a 3b  A...0123456789:;\n"
         "00000010  3c                                               <\n"
         "(1 zero bytes)\n",
         hex_dump(std::string("A\0\x7F\xFF"
                              "0123456789:;<\0",
-                             18)));
+                             18),
+                 80));
+}
+
+TEST(BodyText, ANarrowDumpHasFewerBytesOnALine) {
+    EXPECT_EQ("00000000  61 62 63 64  abcd\n00000004  65           e\n", hex_dump("abcde", 42));
+    EXPECT_EQ("00000000  61 62 63 64 65           abcde\n", hex_dump("abcde", 43));
+    EXPECT_EQ("00000000  61 62 63 64  abcd\n00000004  65           e\n", hex_dump("abcde", 1));
 }
 
 TEST(BodyText, KnowsATextByItsCharacters) {

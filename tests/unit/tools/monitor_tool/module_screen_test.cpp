@@ -25,7 +25,7 @@ TEST(ModuleScreen, DrawsBarsAsLongAsTheShareOfTheLargest) {
                   "router   running   2.0K ##########   0.50 #####",
                   "wlan     running   1.0K #####        1.00 ##########",
                   "lcd      stopped",
-                  "q quits, s sorts by the next column, r turns it roun",
+                  "q quits, s sorts, r reverses",
               }),
               screen_lines({running("router", 2048, 500), running("wlan", 1024, 1000), stopped("lcd")},
                            "memory", {52, 24}));
@@ -45,6 +45,17 @@ TEST(ModuleScreen, FitsTheTerminal) {
 TEST(ModuleScreen, KeepsBarsAt40Columns) {
     EXPECT_EQ("qmi_shutdo running   2.0K ###   0.50 ###",
               screen_lines({running("qmi_shutdown_modem", 2048, 500)}, "memory", {40, 10})[2]);
+}
+
+TEST(ModuleScreen, LeavesOutWholePartsOnANarrowScreen) {
+    const std::vector<ModuleReport> reports = {running("qmi_shutdown_modem", 2048, 500)};
+    EXPECT_EQ("qmi_shut running   2.0K   0.50", screen_lines(reports, "memory", {34, 10})[2]);
+    EXPECT_EQ("NAME     STATE   MEMORY     MS", screen_lines(reports, "memory", {34, 10})[1]);
+    EXPECT_EQ("qmi_shut running   2.0K", screen_lines(reports, "memory", {25, 10})[2]);
+    EXPECT_EQ("qmi_shut running", screen_lines(reports, "memory", {20, 10})[2]);
+    EXPECT_EQ("q quits", screen_lines(reports, "memory", {20, 10})[3]);
+    EXPECT_EQ("q quits, s sorts by the next column, r reverses the order",
+              screen_lines(reports, "memory", {57, 10})[3]);
 }
 
 TEST(ModuleScreen, EmptyWithoutModules) {
