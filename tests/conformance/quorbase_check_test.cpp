@@ -110,6 +110,21 @@ TEST(QuorbaseCheck, ListsEveryFunctionThatIsMissing) {
     EXPECT_EQ(contract(false), with_result(rows_of(end.output), "missing"));
 }
 
+TEST(QuorbaseCheck, NamesTheMissingFunctionThatAnotherOneNeeds) {
+    const ToolEnd end = check({PARTIAL_BASE});
+    EXPECT_EQ(1, end.status) << end.errors;
+    Rows rows = rows_of(end.output);
+    EXPECT_EQ("not called: needs os_mutex_create, which is missing", rows["os_mutex_lock"]);
+    EXPECT_EQ("ok", rows["os_file_exist"]);
+    EXPECT_EQ("missing", rows["os_file_size"]);
+}
+
+TEST(QuorbaseCheck, SaysThatItCanNotWriteItsFiles) {
+    const ToolEnd end = run_shell("trap '' XFSZ; ulimit -f 0; exec $TOOLS/quorbase-check " PARTIAL_BASE);
+    Rows rows = rows_of(end.output);
+    EXPECT_EQ("not called: no file for it: File too large", rows["os_file_exist"]) << end.output;
+}
+
 TEST(QuorbaseCheck, SurvivesFunctionsThatAProcessDoesNotSurvive) {
     const ToolEnd end = check({"--limit", "5", ILL_BASE});
     EXPECT_EQ(1, end.status) << end.errors;

@@ -3,7 +3,7 @@
 
 void checks::check_os_file_exist(const Examination &that) {
     const auto exist = CALL(that, os_file_exist);
-    that.expect(exist(that.file("there", "").c_str()) != 0, "does not find a file");
+    that.expect(exist(that.file("there", "text").c_str()) != 0, "does not find a file");
     that.expect(exist(that.path("").c_str()) != 0, "does not find a folder");
     that.expect(exist(that.path("missing").c_str()) == 0, "finds a file that is missing");
 }

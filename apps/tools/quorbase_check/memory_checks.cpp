@@ -15,14 +15,12 @@ constexpr uintptr_t kAlignment = sizeof(uint64_t);
 
 constexpr size_t kMebibyte = size_t{1} << 20;
 
-/* Resident memory of the process, in bytes. */
+/* Resident memory of the process, in bytes; 0 if it is not known. */
 size_t resident() {
     size_t pages = 0;
     size_t resident_pages = 0;
     const UniqueFile file(std::fopen(paths::kOwnMemory, "re"));
-    if (!file || std::fscanf(file.get(), "%zu %zu", &pages, &resident_pages) != 2) {
-        return 0;
-    }
+    (void)(file && std::fscanf(file.get(), "%zu %zu", &pages, &resident_pages) == 2);
     return resident_pages * static_cast<size_t>(::sysconf(_SC_PAGESIZE));
 }
 

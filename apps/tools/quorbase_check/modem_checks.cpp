@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <array>
 #include <cstring>
 
@@ -22,22 +23,13 @@ void start_client(const Examination &that) {
 
 template <size_t Size>
 bool is_blank(const std::array<unsigned char, Size> &record) {
-    for (const unsigned char byte : record) {
-        if (byte != kBlank) {
-            return false;
-        }
-    }
-    return true;
+    return std::all_of(record.begin(), record.end(), [](unsigned char byte) { return byte == kBlank; });
 }
 
+/* A NUL-terminated text of at most three digits. */
 bool is_code(const unsigned char *code) {
     const auto *const end = static_cast<const unsigned char *>(std::memchr(code, '\0', 4));
-    for (const unsigned char *at = code; end != nullptr && at < end; ++at) {
-        if (*at < '0' || *at > '9') {
-            return false;
-        }
-    }
-    return end != nullptr;
+    return end != nullptr && std::all_of(code, end, [](unsigned char c) { return c >= '0' && c <= '9'; });
 }
 
 }  // namespace

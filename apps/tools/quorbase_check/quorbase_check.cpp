@@ -9,6 +9,7 @@
 #include <string>
 
 #include "contract_table.h"
+#include "support/product_version.h"
 
 namespace {
 
@@ -157,7 +158,7 @@ int read_options(int argc, char **argv, Request *request) {
                 (void)std::fputs(kHelp, stdout);
                 return kDone;
             case kVersion:
-                (void)std::puts("quorbase-check " QUOR_VERSION);
+                (void)std::printf("quorbase-check %s\n", product_version());
                 return kDone;
             default:
                 return refuse_option();
