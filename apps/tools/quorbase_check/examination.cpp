@@ -148,12 +148,6 @@ void Examination::end(Verdict verdict, const std::string &text) const {
     std::exit(0); /* NOLINT(concurrency-mt-unsafe): whatever a library's threads do now is not reported */
 }
 
-void Examination::expect(bool holds, const std::string &otherwise) const {
-    if (!holds) {
-        end(Verdict::kWrong, otherwise);
-    }
-}
-
 void *Examination::demand(const char *name) const {
     void *const found = library_.address(name);
     if (found == nullptr) {

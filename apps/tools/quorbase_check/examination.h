@@ -34,7 +34,11 @@ class Examination {
     const LoadedLibrary &library() const { return library_; }
 
     /* Ends the examination as wrong unless the condition holds. otherwise: what the function did. */
-    void expect(bool holds, const std::string &otherwise) const;
+    void expect(bool holds, const std::string &otherwise) const {
+        if (!holds) {
+            end(Verdict::kWrong, otherwise);
+        }
+    }
 
     [[noreturn]] void end(Verdict verdict, const std::string &text) const;
 

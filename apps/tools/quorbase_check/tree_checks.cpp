@@ -58,9 +58,9 @@ bool same(const char *text, const char *expected) {
 /* Whatever a library makes of an entity, it is not the file's content. */
 void expect_no_entity(const Examination &that) {
     const std::string secret = that.file("secret", "the secret");
-    xml_doc *const doc = CALL(that, xml_file_parse)(
-        that.file("entity.xml", "<!DOCTYPE r [<!ENTITY e SYSTEM \"file://" + secret + "\">]><r>&e;</r>")
-            .c_str());
+    const std::string text = "<!DOCTYPE r [<!ENTITY e SYSTEM \"file://" + secret + "\">]><r>&e;</r>";
+    const std::string path = that.file("entity.xml", text);
+    xml_doc *const doc = CALL(that, xml_file_parse)(path.c_str());
     xml_node *const root = doc != nullptr ? CALL(that, xml_get_doc_root)(doc) : nullptr;
     const char *const value = root != nullptr ? CALL(that, xml_get_node_value)(root) : nullptr;
     that.expect(value == nullptr || std::strstr(value, "secret") == nullptr,
