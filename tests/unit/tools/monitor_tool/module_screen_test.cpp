@@ -20,7 +20,7 @@ ModuleReport stopped(const std::string &name) {
 
 TEST(ModuleScreen, DrawsBarsAsLongAsTheShareOfTheLargest) {
     EXPECT_EQ(std::vector<std::string>({
-                  "2 of 3 modules run, by memory",
+                  "2 of 3 modules running, sorted by memory",
                   "NAME     STATE   MEMORY                MS",
                   "router   running   2.0K ##########   0.50 #####",
                   "wlan     running   1.0K #####        1.00 ##########",
@@ -59,7 +59,7 @@ TEST(ModuleScreen, LeavesOutWholePartsOnANarrowScreen) {
 }
 
 TEST(ModuleScreen, EmptyWithoutModules) {
-    EXPECT_EQ("0 of 0 modules run, by id", screen_lines({}, "id", {80, 24})[0]);
+    EXPECT_EQ("0 of 0 modules running, sorted by id", screen_lines({}, "id", {80, 24})[0]);
 }
 
 }  // namespace
