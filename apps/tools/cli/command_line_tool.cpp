@@ -22,7 +22,7 @@ namespace {
 /* The words of the parser for an option without its value, or with too many, and for two that exclude each
  * other. */
 std::string parser_words(const CLI::ParseError &error) {
-    const std::string words = error.what();
+    std::string words = error.what();
     const size_t colon = words.find(": ");
     const size_t excludes = words.find(" excludes ");
     if (error.get_name() == "ExcludesError" && excludes != std::string::npos) {

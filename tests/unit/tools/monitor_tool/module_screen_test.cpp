@@ -54,6 +54,7 @@ TEST(ModuleScreen, LeavesOutWholePartsOnANarrowScreen) {
     EXPECT_EQ("qmi_shut running   2.0K", screen_lines(reports, "memory", {25, 10})[2]);
     EXPECT_EQ("qmi_shut running", screen_lines(reports, "memory", {20, 10})[2]);
     EXPECT_EQ("q quits", screen_lines(reports, "memory", {20, 10})[3]);
+    EXPECT_EQ("", screen_lines(reports, "memory", {6, 10})[3]);
     EXPECT_EQ("q quits, s sorts by the next column, r reverses the order",
               screen_lines(reports, "memory", {57, 10})[3]);
 }
