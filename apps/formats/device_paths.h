@@ -90,6 +90,7 @@ inline constexpr const char *kLogFiles[] = {"/var/log/messages", "/var/log/syslo
 
 inline constexpr char kProcessFolder[] = "/proc";
 inline constexpr char kOwnDescriptors[] = "/proc/self/fd";
+inline constexpr char kOwnMemory[] = "/proc/self/statm";
 inline constexpr char kKernelCommandLine[] = "/proc/cmdline";
 inline constexpr char kLockTable[] = "/proc/locks";
 inline constexpr char kNullDevice[] = "/dev/null";

@@ -31,6 +31,15 @@ uint32_t flags_in(const char *text) {
     return flags;
 }
 
+uint32_t flag_bit(std::string_view word) {
+    for (const Word &known : kWords) {
+        if (word == known.text) {
+            return known.bit;
+        }
+    }
+    return 0;
+}
+
 const char *flag_name(uint32_t bit) {
     for (const Word &word : kWords) {
         if (word.bit == bit) {

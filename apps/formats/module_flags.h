@@ -5,6 +5,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string_view>
 
 #include "frwk_module.h"
 
@@ -19,6 +20,9 @@ inline constexpr uint32_t kServingFlags = kSingleInstanceFlags | kServesUnwatche
 
 /* The bits whose words a text of the configuration holds, wherever in it they stand. */
 uint32_t flags_in(const char *text);
+
+/* The bit of one word, in this case of letters; 0 for any other word. */
+uint32_t flag_bit(std::string_view word);
 
 /* A bit's word without "FRWK_FLAG_" in front, such as "MONITORED"; null for a bit that has none. */
 const char *flag_name(uint32_t bit);

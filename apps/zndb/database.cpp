@@ -1,5 +1,7 @@
 #include "database.h"
 
+#include <unistd.h>
+
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
@@ -314,6 +316,15 @@ apps_err_e_type Database::reset() {
     return result == E_APPS_ERR_SUCCESS ? change({StoreId::kPlain, Change::kClear, {}, {}}) : result;
 }
 
+void Database::look_for_file(Held &held) {
+    const bool is_expected = held.file == FileState::kSound && held.store.basis() == Basis::kFile &&
+                             !held.store.changed() && !held.store.values().empty();
+    if (is_expected && ::access(held.path, F_OK) != 0 && errno == ENOENT) {
+        OS_LOG(OS_LOG_WARNING, "%s was removed by somebody, it is written again", held.path);
+        held.file = FileState::kPerhapsNotOnDisk;
+    }
+}
+
 apps_err_e_type Database::save_one(StoreId id) {
     Held &held = held_[static_cast<size_t>(id)];
     if (!held.changed()) {
@@ -346,6 +357,8 @@ apps_err_e_type Database::save(SaveResults *each) {
     if (opened != E_APPS_ERR_SUCCESS) {
         return opened;
     }
+    look_for_file(held_[static_cast<size_t>(StoreId::kPlain)]);
+    look_for_file(held_[static_cast<size_t>(StoreId::kPerm)]);
     const bool perm_alone = changed(StoreId::kPerm) && !changed(StoreId::kPlain);
     const SaveResults results = {save_one(StoreId::kPlain), save_one(StoreId::kPerm)};
     (void)

@@ -57,7 +57,8 @@ class Database {
     apps_err_e_type reset();
 
     /*
-     * Writes the plain and the perm file if they have changed. A failure of one doesn't stop the other.
+     * Writes the plain and the perm file if they have changed, or somebody has removed them: a backup would
+     * then be one without settings. A failure of one doesn't stop the other.
      *
      * Returns the plain store's result, or the perm store's if only that had changes. A result is 0,
      * E_APPS_ERR_ZNDB_OTHER for an unreadable file, E_APPS_ERR_ZNDB_MEM for a store with more keys than
@@ -82,7 +83,7 @@ class Database {
     enum class FileState {
         kSound,
         kDamaged,         /* lines of it were skipped */
-        kPerhapsNotOnDisk /* it replaced a damaged one, which a power cut may bring back */
+        kPerhapsNotOnDisk /* somebody removed it; or a power cut may bring back the damaged one before it */
     };
 
     struct Held {
@@ -114,6 +115,7 @@ class Database {
     apps_err_e_type change(const JournalRecord &record);
     apps_err_e_type change_key(const JournalRecord &record);
     static apps_err_e_type check_resettable(const Held &held);
+    static void look_for_file(Held &held);
     apps_err_e_type save_one(StoreId id);
     bool changed(StoreId id) const { return held_[static_cast<size_t>(id)].changed(); }
     void list_pending(const Journal::Replay &add) const;

@@ -57,7 +57,7 @@ bool is_result(apps_err_e_type ret) {
     return std::find(std::begin(kResults), std::end(kResults), ret) != std::end(kResults);
 }
 
-/* What the files are that records bring back, the last one of a path counting. */
+/* The files that the records restore; the last record of a path counts. */
 std::map<std::string, std::string> files_of(std::string_view records) {
     std::map<std::string, std::string> files;
     while (records.size() >= backup_format::kRecordHeaderSize) {
@@ -95,7 +95,7 @@ apps_err_e_type restore() {
     return ret;
 }
 
-/* Whether a digest is that of the bytes. */
+/* Whether a digest belongs to the bytes. */
 bool is_digest_of(const uint8_t (&digest)[backup_format::kDigestSize], std::string_view bytes) {
     uint8_t right[MD5_DIGEST_SIZE];
     put_file(kBody, bytes);

@@ -14,7 +14,8 @@ namespace {
 constexpr uint32_t kListSize = 1024;
 constexpr uint32_t kItemSize = 300;
 
-/* Takes items until the end; each leaves a terminated text within its size, or the variable alone. */
+/* Takes items until the end; each either leaves a terminated text within its size or doesn't change the
+ * variable. */
 void read_list(FuzzInput *input) {
     const auto type = static_cast<int32_t>(input->number(20));
     const ExactText list(input->text());

@@ -17,7 +17,7 @@
 
 namespace {
 
-/* What a socket takes without a reader. */
+/* The bytes that a socket accepts without a reader. */
 constexpr size_t kInputMax = 65536;
 constexpr uint32_t kAnswerMax = 65536;
 
@@ -72,7 +72,7 @@ bool is_system_message(int32_t msgid) {
     return msgid >= E_APPS_MSG_SYS_EXIT && msgid <= E_APPS_MSG_SYS_MEMORY;
 }
 
-/* Whether the whole request is there and asks for no more than there can be. */
+/* Whether the request is complete and asks for no more than an answer can hold. */
 bool is_served() {
     const frwk_ipc_header &header = g_request.header;
     const size_t body = header.data_len > 0 ? static_cast<size_t>(header.data_len) : 0;

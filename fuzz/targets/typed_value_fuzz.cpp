@@ -43,7 +43,7 @@ void check_conversion(int32_t type, uint32_t size, const char *text) {
     }
 }
 
-/* What was escaped is the beginning of the whole escaped text, truncated at the size or one byte later. */
+/* The result is the beginning of the complete escaped text, truncated at the size or one byte later. */
 void check_escaping(std::string_view text, const char *specials, int32_t size) {
     std::string whole;
     for (const char c : text) {

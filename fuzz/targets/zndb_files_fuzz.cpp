@@ -42,7 +42,7 @@ std::set<std::string> possible_keys(std::string_view input) {
     return keys;
 }
 
-/* The database's whole answer to these keys, and that each is one that it may hold. */
+/* The database's answers to these keys, each checked to be a valid value. */
 std::string answers(Database *database, const std::set<std::string> &keys) {
     std::string all;
     for (const std::string &key : keys) {

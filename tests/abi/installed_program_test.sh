@@ -1,6 +1,6 @@
 #!/bin/bash
 # installed_program_test.sh CASE: tests of what is installed, and of a C99 program outside the tree that knows
-# nothing else. The environment tells the build: BUILD, WORK, LIBDIR, INCLUDEDIR, BINDIR, CMAKE, CC, GENERATOR,
+# nothing else. The environment describes the build: BUILD, WORK, LIBDIR, INCLUDEDIR, BINDIR, CMAKE, CC, GENERATOR,
 # FLAGS, LIBS and LAUNCHER (the device tree's).
 set -eu -o pipefail
 

@@ -1,6 +1,6 @@
 /*
  * A module that sends one asynchronous message to itself. The framework keeps it in a block of the base
- * library until it is handled, so this tells which base library is called. Status 0 when the message was
+ * library until it is handled, so this shows which base library is called. Status 0 when the message was
  * handled and its block given back.
  */
 #include <stdio.h>

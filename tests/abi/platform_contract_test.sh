@@ -1,8 +1,8 @@
 #!/bin/bash
 # platform_contract_test.sh CASE: what a device's base library and modem client have to bring, compared with what is
-# shipped, with the documents and with the tests' second base library. The environment tells the build: SOURCE, NM, BASE
-# (our base library) and MAL (our modem client), SHIPPED (the framework and each program, by a blank) and, for the cases
-# of that library, SECOND and LOADED (programs that are started with it).
+# shipped, with the documents and with the tests' second base library. The environment describes the build: SOURCE, NM,
+# BASE (our base library) and MAL (our modem client), SHIPPED (the framework and each program, by a blank) and, for the
+# cases of that library, SECOND and LOADED (programs that are started with it).
 set -eu -o pipefail
 export LC_ALL=C
 

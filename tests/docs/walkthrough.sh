@@ -1,5 +1,5 @@
 #!/bin/bash
-# walkthrough.sh PAGE [--write]: does what a page of docs/ tells its reader, and compares what is printed with what
+# walkthrough.sh PAGE [--write]: does what a page of docs/ asks of its reader, and compares what is printed with what
 # the page shows; --write puts what is printed into the page.
 #
 # A page marks its blocks:

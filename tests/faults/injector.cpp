@@ -18,7 +18,7 @@ namespace {
 
 constexpr size_t kMostCalls = 1 << 16;
 
-/* What a library does not bear: its end, not ours. */
+/* Calls that a library doesn't expect to fail: the process would end there. */
 struct Fragile {
     const char *file; /* part of its name */
     bool (*is_call)(Call call);

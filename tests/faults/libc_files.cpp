@@ -77,7 +77,7 @@ QUOR_IN_FRONT(ssize_t, pwrite64, (int fd, const void *from, size_t size, off64_t
     return transfer(Call::pwrite64, size, [=](size_t part) { return real(fd, from, part, at); });
 }
 
-/* Short: the first of the pieces alone. */
+/* Short: only the first piece. */
 QUOR_IN_FRONT(ssize_t, writev, (int fd, const iovec *pieces, int count)) {
     QUOR_REAL(ssize_t, writev, (int, const iovec *, int));
     return transfer(Call::writev, static_cast<size_t>(count),

@@ -41,7 +41,7 @@ int64_t length_of_sleep(clockid_t clock, int flags, const timespec &time) {
     return std::max<int64_t>(in_nanoseconds(time) - in_nanoseconds(now), 0);
 }
 
-/* Short: a part of the first piece alone. */
+/* Short: only a part of the first piece. */
 template <typename Pass>
 ssize_t transfer_message(Call call, msghdr *message, Pass pass) {
     const size_t whole = message->msg_iov[0].iov_len;
@@ -76,7 +76,7 @@ QUOR_IN_FRONT(ssize_t, send, (int fd, const void *from, size_t size, int flags))
     return transfer(Call::send, size, [=](size_t part) { return real(fd, from, part, flags); });
 }
 
-/* What a library forks goes its own way: its calls are not the caller's. */
+/* The calls of a child that a library forks are not the caller's. */
 QUOR_IN_FRONT(pid_t, fork, ()) {
     QUOR_REAL(pid_t, fork, ());
     const Fault fault = faults::take(Call::fork);

@@ -184,7 +184,7 @@ class Runner {
         return static_cast<size_t>(std::count(calls.begin(), place, *place));
     }
 
-    /* What a run without a fault does not make is nothing that every good run makes. */
+    /* A call of the recorded run that this run did not make. */
     void missed(size_t at, size_t variant) {
         if (scenario_.varies) {
             ++missed_;

@@ -65,7 +65,7 @@ void clear_folders() {
     (void)::truncate(kErrors, 0);
 }
 
-/* Standard error is a file, so that what a refused start prints can be looked at. */
+/* Standard error is a file, so that the output of a refused start can be checked. */
 void keep_errors() {
     const int file = ::open(kErrors, O_WRONLY | O_CREAT | O_TRUNC | O_APPEND | O_CLOEXEC, 0600);
     ASSERT_EQ(STDERR_FILENO, ::dup2(file, STDERR_FILENO));

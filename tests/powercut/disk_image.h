@@ -33,7 +33,7 @@ struct DiskImage {
 /* The folders as they are, with all that is in them. */
 DiskImage read_disk(const std::vector<std::string> &folders);
 
-/* Makes the folders what the image says. */
+/* Makes the folders equal to the image. */
 void write_disk(const std::vector<std::string> &folders, const DiskImage &image);
 
 /* The folder of a name. */

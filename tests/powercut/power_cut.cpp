@@ -10,7 +10,7 @@ namespace powercut {
 
 namespace {
 
-/* What the images show, read by the device's own code. */
+/* The content of the images, read by the device's own code. */
 std::set<std::string> findings(const PowerCut &power_cut, const std::vector<DiskImage> &images) {
     std::set<std::string> found;
     for (const DiskImage &image : images) {

@@ -1,6 +1,6 @@
 /*
  * The log: a line on standard error and a call of syslog(3). QUOR_DEBUG and QUOR_SYSLOG_LEVEL are the tests'
- * way to see what a module says.
+ * way to read a module's log.
  */
 #include <stdarg.h>
 #include <stdio.h>

@@ -16,7 +16,7 @@ char *strsncpy(char *dst, const char *src, size_t length) {
     return dst;
 }
 
-/* The line end alone. */
+/* Only the line end. */
 char *strdern(char *text, size_t length) {
     while (length > 0 && (text[length - 1] == '\n' || text[length - 1] == '\r')) {
         text[--length] = '\0';
@@ -44,7 +44,7 @@ void list_del(list_node *node) {
     node->prev = NULL;
 }
 
-/* A number that no row has is nobody's name. */
+/* A number without a row has no name. */
 const char *zn_enum_to_string(const zn_enum_item *table, uint32_t count, int32_t value) {
     for (uint32_t i = 0; i < count; ++i) {
         if (table[i].value == value) {

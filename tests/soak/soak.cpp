@@ -173,7 +173,7 @@ void check_all(soak::Board &board) {
     soak::check_settings(board);
 }
 
-/* What the processes do in a tenth, and what they look like at its end. */
+/* Runs a tenth of the messages and samples the processes at its end. */
 soak::Sample run_tenth(soak::Board &board, soak::Fleet &fleet, Reaper &reaper, uint64_t goal) {
     const uint64_t before = steps_done(board);
     const Clock::time_point begin = Clock::now();

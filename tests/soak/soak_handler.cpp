@@ -1,5 +1,5 @@
 /*
- * What a module does with the messages of a soak: it looks at every byte, answers, and counts.
+ * The handler of a soak's modules: it checks every byte of a message, answers, and counts.
  */
 #include <cstring>
 

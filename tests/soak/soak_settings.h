@@ -40,7 +40,7 @@ void save_settings();
  */
 void fill_settings(Board &board);
 
-/* What a get of a module's setting shows: whether it is one of the values that it may have. */
+/* Whether a get of a module's setting returned one of its valid values. */
 bool is_possible(const Board &board, uint32_t module, uint32_t key, int ret, const char *value);
 
 }  // namespace soak

@@ -35,7 +35,7 @@ bool take_step();
 apps_err_e_type handle(uint32_t src, apps_message_id_e_type msgid, const void *data, int32_t data_len,
                        void *rsp, uint32_t rsp_size, uint32_t timeout);
 
-/* What a handler answers and returns for a body that began from start. */
+/* A handler's answer and result for a body that begins with start. */
 uint64_t answer_start(uint64_t start, uint32_t receiver, uint32_t room);
 apps_err_e_type answer_result(uint64_t start);
 

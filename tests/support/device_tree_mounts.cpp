@@ -261,7 +261,7 @@ void unshare_namespaces(bool own_user_namespace) {
 }
 
 // Makes an empty tmpfs the root, with the host's root at kHost. It is mounted over /tmp for a moment only,
-// and nobody outside sees that.
+// which is not visible outside.
 void switch_root() {
     mount_fresh("/tmp");
     const std::string host = std::string("/tmp") + kHost;

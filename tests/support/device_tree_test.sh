@@ -63,7 +63,7 @@ ProtectsTheHostsOwnFilesBehindTheLinks() {
 }
 
 KeepsTheHostsConfigurationOfModulesOut() {
-    # The outer tree stands for a host that has such files.
+    # The outer tree plays a host that has such files.
     "$launcher" -- sh -ec 'touch /etc/quor_apps_cfg.xml /etc/quor_apps_startup /etc/quor_product.key \
         /usr/bin/apps_init
         "$1" -- sh -ec "! ls /etc/quor_* /usr/bin/apps_init 2>/dev/null"' sh "$launcher"

@@ -34,7 +34,7 @@
 
 namespace {
 
-/* What the handler does, by message; any other message is taken and answered with 0. */
+/* The handler's action for each message; any other message is answered with 0. */
 enum Script {
     kEcho = 40000,   /* gives the body back */
     kReturn = 40001, /* returns the number in the body */

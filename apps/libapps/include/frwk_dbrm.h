@@ -71,6 +71,8 @@ apps_err_e_type frwk_dbrm_backup(const char *path);
  *   E_APPS_ERR_WRITE     the disk is full, or fails; the file that didn't fit was removed
  *   E_APPS_ERR_MALLOC    no memory for a database's text
  *   E_APPS_ERR_PROCESS   the database refuses a key or a save
+ *   E_APPS_ERR_NOSPACE   the database's disk, or the memory for its journal, has no space for the settings
+ *                        of the backup; nothing has changed
  */
 apps_err_e_type frwk_dbrm_restore(const char *path);
 

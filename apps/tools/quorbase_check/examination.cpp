@@ -12,6 +12,7 @@
 #include <cstring>
 #include <utility>
 
+#include "formats/device_paths.h"
 #include "os_mem.h"
 #include "support/file_io.h"
 
@@ -47,7 +48,7 @@ class WorkFolder {
 
 /* What the library and its commands print is not the table's. */
 void silence_output() {
-    const UniqueFd nowhere(::open("/dev/null", O_RDWR | O_CLOEXEC));
+    const UniqueFd nowhere(::open(paths::kNullDevice, O_RDWR | O_CLOEXEC));
     for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
         (void)::dup2(nowhere.get(), stream);
     }

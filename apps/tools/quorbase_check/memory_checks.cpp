@@ -1,14 +1,17 @@
 #include <unistd.h>
 
-#include <cstddef>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
 
 #include "checks.h"
+#include "formats/device_paths.h"
 #include "os_mem.h"
 
 namespace {
+
+/* That of the largest plain type. */
+constexpr uintptr_t kAlignment = sizeof(uint64_t);
 
 constexpr size_t kMebibyte = size_t{1} << 20;
 
@@ -16,7 +19,7 @@ constexpr size_t kMebibyte = size_t{1} << 20;
 size_t resident() {
     size_t pages = 0;
     size_t resident_pages = 0;
-    const UniqueFile file(std::fopen("/proc/self/statm", "re"));
+    const UniqueFile file(std::fopen(paths::kOwnMemory, "re"));
     if (!file || std::fscanf(file.get(), "%zu %zu", &pages, &resident_pages) != 2) {
         return 0;
     }
@@ -41,8 +44,8 @@ void checks::check_os_mem_malloc(const Examination &that) {
     for (const size_t size : {size_t{1}, size_t{100}, kMebibyte}) {
         void *const block = allocate(size);
         that.expect(block != nullptr, "gives no block of " + std::to_string(size) + " bytes");
-        that.expect(reinterpret_cast<uintptr_t>(block) % alignof(std::max_align_t) == 0,
-                    "gives a block that is not aligned for every type");
+        that.expect(reinterpret_cast<uintptr_t>(block) % kAlignment == 0,
+                    "gives a block that is not aligned to 8 bytes");
         std::memset(block, 0xA5, size);
         release(block);
     }

@@ -31,15 +31,21 @@ std::string what_is_left(const RestoreFacts &facts) {
                      " now; files of the backup may be missing";
 }
 
+const char *cause_of_refusal(const RestoreFacts &facts) {
+    if (facts.lacks_space) {
+        return "; the device has no space for its settings, on its disk or in its memory";
+    }
+    return facts.product.empty() ? "; the device doesn't know its product: device_product_name is not set"
+                                 : "; it is damaged, or of another kind of device, or the database failed";
+}
+
 }  // namespace
 
 std::string restore_hint(const RestoreFacts &facts) {
     if (!facts.was_refused || facts.has_changed) {
         return "; the configuration may be incomplete";
     }
-    const std::string cause = facts.product.empty()
-                                  ? "; the device doesn't know its product: device_product_name is not set"
-                                  : "; it is damaged, or of another kind of device, or the database failed";
+    const std::string cause = cause_of_refusal(facts);
     return facts.is_known ? cause + "; nothing has changed" : cause;
 }
 

@@ -11,6 +11,7 @@ struct RestoreFacts {
     std::string file;          /* the backup */
     std::string product;       /* the product's name before; "" if unknown */
     bool knows_product = true; /* whether the device still has it */
+    bool lacks_space = false;  /* the device has no space for the settings of the backup */
     bool was_refused = true;   /* no record of the backup was applied */
     bool is_known = true;      /* the settings could be read both before and afterwards */
     bool has_changed = false;  /* the settings differ from those before */

@@ -170,7 +170,13 @@ void warn_of_line(unsigned line, const char *reason, const char *consequence) {
 void warn_of_lost_lines() {
     const std::string path = store_paths(Store::kPlain);
     std::string text;
-    if (!file_exists(path) || !read_text_file(path, &text).empty()) {
+    if (!file_exists(path)) {
+        return;
+    }
+    const std::string problem = read_text_file(path, &text);
+    if (!problem.empty()) {
+        (void)complain(ExitCode::kDone,
+                       "warning: " + problem + "; a restore of this backup empties the settings");
         return;
     }
     const auto [difference, stop] = database_text::find_losses(text.data(), text.size());
@@ -231,9 +237,12 @@ ExitCode restore(const ZndbOptions &options) {
         (void)complain(code, product_warning(product));
     }
     const apps_err_e_type ret = frwk_dbrm_restore(copy.path().c_str());
-    return ret == E_APPS_ERR_SUCCESS
-               ? code
-               : complain_about_restore(ret, facts_after(options.file, copy.path(), product, before));
+    if (ret == E_APPS_ERR_SUCCESS) {
+        return code;
+    }
+    RestoreFacts facts = facts_after(options.file, copy.path(), product, before);
+    facts.lacks_space = ret == E_APPS_ERR_NOSPACE;
+    return complain_about_restore(ret, facts);
 }
 
 // ---- the command line ----

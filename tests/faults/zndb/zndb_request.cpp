@@ -19,7 +19,7 @@ namespace fs = std::filesystem;
 /* Status of a child whose service went on. */
 constexpr long kRefused = 101;
 
-/* One run: what is there before, and what must be there when the request is done. */
+/* One run: the content before, and the content that must be there after the request. */
 class Run {
   public:
     explicit Run(const ZndbRequest &request)
@@ -116,7 +116,7 @@ class Run {
         }
     }
 
-    /* What a reset has tried, and could not remove, is gone with the next save. */
+    /* The next save removes the file that a reset has created and could not remove. */
     void check_trial_goes(Database &database) const {
         if (request_.msgid == E_APPS_MSG_ZNDB_RESET) {
             note_flaw_unless(send(database, E_APPS_MSG_ZNDB_SAVE) == 0, "can't be saved");

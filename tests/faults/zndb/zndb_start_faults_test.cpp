@@ -43,7 +43,7 @@ bool was_answered_before(const std::string &key) {
     return key.find(" answered") != std::string::npos;
 }
 
-/* What the journal holds is what other modules were told. */
+/* Other modules have been given the values that the journal holds. */
 void check_answered(const Answers &expected, const Answers &found) {
     for (const auto &[key, value] : expected) {
         if (was_answered_before(key)) {

@@ -68,7 +68,7 @@ TEST_P(RestoreSwap, BehindTheDecipheringGainsNothing) {
     EXPECT_EQ(attack_rounds(), restore_under_attack(&attacker, kUpload, put_genuine));
 }
 
-/* Lets a while pass that nobody can foresee, of a length that a restore's steps have. */
+/* Waits for a pseudo-random time, about as long as one step of a restore. */
 void pass_time() {
     static uint32_t drawn = 1;
     drawn = drawn * 1664525 + 1013904223;
@@ -87,7 +87,7 @@ TEST_P(RestoreSwap, AtAnyTimeGainsNothing) {
     restore_under_attack(&attacker, kUpload, [] {});
 }
 
-/* The device's own backup, of which the attacker knows the path alone. */
+/* The device's own backup; the attacker knows only its path. */
 TEST_P(RestoreSwap, ByALinkGainsNoOtherBackup) {
     Attacker attacker(GetParam(), [] {
         (void)::symlink(kBackup, kAside);

@@ -67,6 +67,23 @@ TEST_F(UselessStore, ABackupWarnsOfACommentThatBecomesASetting) {
         end.errors);
 }
 
+TEST_F(UselessStore, ABackupOfARemovedFileHasTheSettings) {
+    std::filesystem::remove(paths::kPlainFile);
+    EXPECT_EQ("", kTool.output_of({"backup", kBackup}));
+    EXPECT_EQ("home", restored("ssid"));
+}
+
+TEST_F(UselessStore, ABackupOfAFolderInTheFilesPlaceWarns) {
+    zndb_.reset();
+    std::filesystem::remove(paths::kPlainFile);
+    std::filesystem::create_directory(paths::kPlainFile);
+    start();
+    kTool.expect_failure(0,
+                         "warning: can't read /m_data/usr/db/user_data.txt: Is a directory; a restore of "
+                         "this backup empties the settings",
+                         {"backup", kBackup});
+}
+
 TEST_F(UselessStore, ARestoreWithAPermFileOfNoUseSucceeds) {
     EXPECT_EQ("", kTool.output_of({"backup", kBackup}));
     zndb_.reset();

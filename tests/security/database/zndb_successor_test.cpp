@@ -56,8 +56,7 @@ class ZndbSuccessor : public ZndbTest {
     /* Asks the first one, and returns what it answered, in bytes. */
     static std::string ask_first(uint32_t msgid, const std::string &body = "") {
         RawConnection connection = RawConnection::to("zndb.first");
-        RawRequest request;
-        request.msgid = msgid;
+        RawRequest request = RawRequest::of(msgid);
         request.data_len = static_cast<uint32_t>(body.size());
         (void)connection.send(request.bytes() + body);
         return connection.receive_rest();

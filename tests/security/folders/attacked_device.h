@@ -43,7 +43,7 @@ void plant(Plant what, const std::string &path, const std::string &text = "plant
 mode_t mode_of(const std::string &path);
 uid_t owner_of(const std::string &path);
 
-/* What the processes of a test count together. */
+/* Counters that the processes of a test share. */
 class SharedCount {
   public:
     SharedCount();

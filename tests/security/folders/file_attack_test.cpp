@@ -1,5 +1,6 @@
 /*
- * Another user attacks single files: the reboot reason, the trace mask, the lists of subscribers.
+ * Another user attacks single files: the reboot reason, the trace mask, the lists of subscribers. Markers
+ * have a file of their own.
  */
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -13,12 +14,12 @@
 #include "security/folders/attacked_device.h"
 #include "support/module_process.h"
 #include "support/other_user.h"
-#include "system/zndb/zndb_process.h"
 
 namespace {
 
 constexpr int kRouter = 3;
 constexpr int kWlan = 5;
+constexpr char kTempFolder[] = "/tmp/m_tmp";
 constexpr char kPermanentFolder[] = "/m_data/usr_permanent";
 constexpr char kReason[] = "/m_data/usr_permanent/reboot_reason";
 constexpr char kMaskFolder[] = "/m_data/usr/mask";
@@ -79,56 +80,6 @@ TEST_F(FileAttack, TheReasonIsItsOwnersToWriteWhateverTheUmask) {
 
 namespace {
 
-constexpr char kResetFlag[] = "/m_data/usr_permanent/reset_flag";
-constexpr char kDebugMarker[] = "/m_data/usr/device_debug_mode";
-
-/* Puts the six things in a marker's place, and a link to a file that is not there. */
-template <typename Make>
-void expect_marker(const char *marker, Make make) {
-    for (const Plant what : kAllPlants) {
-        plant(what, marker);
-        make();
-        ASSERT_EQ(::geteuid(), owner_of(marker)) << name_of(what); /* or it may be a pipe */
-        EXPECT_EQ("", file_text(marker)) << name_of(what);
-        EXPECT_EQ(kPrecious, file_text(kVictim)) << name_of(what);
-        std::filesystem::remove(marker);
-    }
-    constexpr char kElsewhere[] = "/m_data/factor/made_by_a_link";
-    ASSERT_EQ(0, as_other_user([marker, &kElsewhere] { return ::symlink(kElsewhere, marker); }));
-    make();
-    EXPECT_FALSE(std::filesystem::exists(kElsewhere));
-    EXPECT_EQ(::geteuid(), owner_of(marker));
-    std::filesystem::remove(marker);
-}
-
-/* Debug mode is a setting too. */
-class MarkerAttack : public ZndbTest {
-  protected:
-    MarkerAttack() {
-        clean_device();
-        for (const char *folder : {kPermanentFolder, "/m_data/usr"}) {
-            open_to_all(folder);
-        }
-    }
-    ~MarkerAttack() override {
-        clear(kPermanentFolder);
-        (void)::chmod("/m_data/usr", 0755);
-    }
-};
-
-using MarkerAttackByAnotherUser = ByAnotherUser<MarkerAttack>;
-
-}  // namespace
-
-TEST_F(MarkerAttackByAnotherUser, WhatStandsInTheResetFlagsPlaceIsSetAside) {
-    expect_marker(kResetFlag, [] { (void)frwk_system_reset(1); });
-}
-
-TEST_F(MarkerAttackByAnotherUser, WhatStandsInTheDebugMarkersPlaceIsSetAside) {
-    start();
-    expect_marker(kDebugMarker, [] { EXPECT_EQ(1, frwk_debug_mode_set(1, "rom")); });
-}
-
 class MaskAttack : public FileAttack {
   protected:
     MaskAttack() {
@@ -153,6 +104,8 @@ class MaskAttack : public FileAttack {
 
 using MaskAttackByAnotherUser = ByAnotherUser<MaskAttack>;
 
+}  // namespace
+
 TEST_F(MaskAttackByAnotherUser, WhatStandsInTheMasksPlaceIsSetAside) {
     for (const Plant what : kAllPlants) {
         std::filesystem::remove_all(kMaskFolder);
@@ -160,6 +113,23 @@ TEST_F(MaskAttackByAnotherUser, WhatStandsInTheMasksPlaceIsSetAside) {
         plant(what, kMask);
         expect_mask(name_of(what));
     }
+}
+
+TEST_F(MaskAttackByAnotherUser, AFolderOfTheirsIsReplaced) {
+    ASSERT_EQ(0, ::mkdir(kMaskFolder, 0755));
+    ASSERT_EQ(0, ::chown(kMaskFolder, kOtherUser, ::getegid()));
+    expect_mask("a folder of another user");
+    EXPECT_EQ(::geteuid(), owner_of(kMaskFolder));
+}
+
+TEST_F(MaskAttackByAnotherUser, TheirsAreNoTraces) {
+    for (const char *file : {"/m_data/usr/trace/mal_service", "/m_data/usr/trace/wlan"}) {
+        ASSERT_EQ(0, ::chown(file, kOtherUser, ::getegid()));
+        EXPECT_EQ(1, frwk_set_mals_tracemask()) << file;
+        EXPECT_FALSE(std::filesystem::exists(kMask)) << file;
+        ASSERT_EQ(0, ::chown(file, ::geteuid(), ::getegid()));
+    }
+    expect_mask("traces of the device");
 }
 
 TEST_F(MaskAttack, FolderAndMaskAreTheirOwnersToWriteWhateverTheUmask) {
@@ -197,6 +167,46 @@ TEST_F(SubscriptionAttackByAnotherUser, WhatStandsInAListsPlaceIsRefused) {
         EXPECT_EQ(1u, wlan.messages().size()) << name_of(what) << ": somebody else's list was believed";
         EXPECT_EQ(kPrecious, file_text(kVictim)) << name_of(what);
     }
+}
+
+/* They made folder and list while the folder above was open, which was closed since. */
+TEST_F(SubscriptionAttackByAnotherUser, AListInAFolderOfTheirsIsRefused) {
+    ModuleProcess router(kRouter);
+    ModuleProcess wlan(kWlan);
+    open_to_all(kSubscribeFolder);
+    plant(Plant::kFile, kEvent, "wlan\n");
+    ASSERT_EQ(0, ::chown(kSubscribeFolder, kOtherUser, ::getegid()));
+    EXPECT_EQ("done", router.ask("pub link 3001 -"));
+    EXPECT_EQ("ret=0 result=0 rsp=6f6b", router.ask("sync 5 40000 3 2 text:ok"));
+    EXPECT_EQ(1u, wlan.messages().size()) << "somebody else's list was believed";
+    EXPECT_EQ("ret=12", router.ask("sub link"));
+    EXPECT_EQ("ret=12", router.ask("unsub link"));
+}
+
+/* Modules may run as a user of their own, to whom the operator's tools, run by root, publish. */
+TEST_F(SubscriptionAttackByAnotherUser, RootBelievesTheListsOfTheModulesUser) {
+    std::filesystem::create_directory(kTempFolder);
+    ASSERT_EQ(0, ::chown(kTempFolder, kOtherUser, ::getegid()));
+    open_to_all(kSubscribeFolder);
+    plant(Plant::kFile, kEvent, "wlan\n");
+    ASSERT_EQ(0, ::chown(kSubscribeFolder, kOtherUser, ::getegid()));
+    ASSERT_EQ(0, ::chmod(kSubscribeFolder, 0755));
+    {
+        ModuleProcess router(kRouter);
+        ModuleProcess wlan(kWlan);
+        EXPECT_EQ(kOtherUser, owner_of(kSubscribeFolder)) << "a start has set their folder aside";
+        EXPECT_EQ("done", router.ask("pub link 3001 -"));
+        EXPECT_EQ("ret=0 result=0 rsp=6f6b", router.ask("sync 5 40000 3 2 text:ok"));
+        EXPECT_EQ(2u, wlan.messages().size());
+    }
+    ASSERT_EQ(0, ::chown(kTempFolder, ::geteuid(), ::getegid()));
+}
+
+TEST_F(SubscriptionAttackByAnotherUser, ClearingAFolderOfTheirsReplacesIt) {
+    ASSERT_EQ(0, ::chown(kSubscribeFolder, kOtherUser, ::getegid()));
+    frwk_ipc_init_sub();
+    EXPECT_EQ(::geteuid(), owner_of(kSubscribeFolder));
+    EXPECT_EQ(0755u, mode_of(kSubscribeFolder));
 }
 
 TEST_F(SubscriptionAttackByAnotherUser, TheLogTellsWhoseTheListIs) {

@@ -27,7 +27,7 @@ constexpr char kSubscribeLock[] = "/tmp/m_tmp/lock/subscribe";
 constexpr int kStarts = 50;
 constexpr int kSubscriptions = 200;
 
-/* Gets a lock on a whole file in one of the two ways. */
+/* Locks a complete file in one of the two ways. */
 bool lock(const char *path, int flags, short type) {
     const int fd = ::open(path, flags | O_CLOEXEC);
     struct flock whole = {};

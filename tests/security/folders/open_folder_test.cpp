@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include <cstdio>
+#include <filesystem>
 #include <string>
 
 #include "frwk_common.h"
@@ -45,6 +46,30 @@ class OpenFolder : public testing::Test {
 };
 
 using OpenFolderByAnotherUser = ByAnotherUser<OpenFolder>;
+
+/* Removes what was set aside in a folder. */
+void remove_planted(const std::string &folder) {
+    for (const auto &entry : std::filesystem::directory_iterator(folder)) {
+        if (entry.path().string().find(".planted-") != std::string::npos) {
+            std::filesystem::remove_all(entry.path());
+        }
+    }
+}
+
+/* Renames as the other user. */
+void rename_by_another(const std::string &from, const std::string &to) {
+    ASSERT_EQ(0, as_other_user([&] { return ::rename(from.c_str(), to.c_str()); })) << from;
+}
+
+/* Whether a module serves and subscribes. */
+void expect_works(const std::string &what) {
+    (void)::mkdir(kSubscribeFolder, 0755);
+    ModuleProcess wlan(kWlan);
+    ModuleProcess router(3);
+    EXPECT_EQ("ret=0 result=0 rsp=6f6b", router.ask("sync 5 40000 3 2 text:ok")) << what;
+    EXPECT_EQ("ret=0", wlan.ask("sub link")) << what;
+    (void)::unlink("/m_data/usr/subscribe/link");
+}
 
 /* The error output of a module that the other user starts. */
 std::string errors_of_other_users(int32_t module) {
@@ -103,12 +128,43 @@ TEST_F(OpenFolder, NothingIsToldOfFoldersThatAreClosed) {
 }
 
 TEST_F(OpenFolderByAnotherUser, AFolderOfAnotherUserIsTold) {
-    ASSERT_EQ(0, ::mkdir(kMaskFolder, 0755));
-    ASSERT_EQ(0, ::chown(kMaskFolder, kOtherUser, ::getegid()));
+    (void)::mkdir(kPermanentFolder, 0755);
+    ASSERT_EQ(0, ::chown(kPermanentFolder, kOtherUser, ::getegid()));
     ModuleProcess wlan(kWlan);
     EXPECT_TRUE(
-        wlan.process().wait_for_error("others can write the working folder /m_data/usr/mask: owner 60001, "
-                                      "mode 0755"));
+        wlan.process().wait_for_error("others can write the working folder /m_data/usr_permanent: owner "
+                                      "60001, mode 0755"));
+    ASSERT_EQ(0, ::chown(kPermanentFolder, ::geteuid(), ::getegid()));
+}
+
+/* They were made while /m_data/usr was open. */
+TEST_F(OpenFolderByAnotherUser, FoldersOfSubscriptionsAndOfTheMaskAreReplaced) {
+    for (const char *folder : {kSubscribeFolder, kMaskFolder}) {
+        ASSERT_EQ(0, ::mkdir(folder, 0755));
+        ASSERT_EQ(0, ::chown(folder, kOtherUser, ::getegid()));
+    }
+    ModuleProcess wlan(kWlan);
+    for (const char *folder : {kSubscribeFolder, kMaskFolder}) {
+        EXPECT_EQ(::geteuid(), owner_of(folder)) << folder;
+        EXPECT_EQ(0755u, mode_of(folder)) << folder;
+        const std::string told =
+            folder + std::string(" was not ours (owner 60001, mode 0755): set aside as ");
+        EXPECT_TRUE(wlan.process().wait_for_error(told)) << folder;
+    }
+    EXPECT_EQ("ret=0", wlan.ask("sub link"));
+    EXPECT_EQ(0, ::unlink("/m_data/usr/subscribe/link"));
+    remove_planted("/m_data/usr");
+}
+
+/* Whoever owns the folder above could replace them anyway. */
+TEST_F(OpenFolderByAnotherUser, ASubscriptionFolderOfItsParentsOwnerStays) {
+    ASSERT_EQ(0, ::mkdir(kSubscribeFolder, 0755));
+    for (const char *folder : {kSubscribeFolder, "/m_data/usr"}) {
+        ASSERT_EQ(0, ::chown(folder, kOtherUser, ::getegid()));
+    }
+    const ModuleProcess wlan(kWlan);
+    EXPECT_EQ(kOtherUser, owner_of(kSubscribeFolder));
+    ASSERT_EQ(0, ::chown("/m_data/usr", ::geteuid(), ::getegid()));
 }
 
 /* While the temporary folder was open, they made the lock's folder, and hold a lock on a module's file. */
@@ -182,4 +238,39 @@ TEST_F(OpenFolderByAnotherUser, WhatCanNotBeSetAsideIsTold) {
                           "set aside! errno=1"))
         << errors;
     EXPECT_NE(std::string::npos, errors.find("can't open /tmp/m_tmp/lock/wlan\n")) << errors;
+}
+
+/* The device's own things, which they renamed while the folder was open. */
+TEST_F(OpenFolderByAnotherUser, WhatWasRenamedToTheLocksOrTheSocketsFolderIsSetAside) {
+    const char *const made[] = {"echo text > /tmp/m_tmp/thing", "ln -s /nowhere /tmp/m_tmp/thing",
+                                "mkdir -p /tmp/m_tmp/thing/wlan/full /tmp/m_tmp/thing/subscribe",
+                                "mkfifo /tmp/m_tmp/thing"};
+    for (const char *make : made) {
+        for (const char *folder : {kLockFolder, kIpcFolder}) {
+            clean_device();
+            ASSERT_EQ(0, std::system(make));
+            open_to_all(kTempFolder);
+            rename_by_another("/tmp/m_tmp/thing", folder);
+            expect_works(make + std::string(" in the place of ") + folder);
+        }
+    }
+}
+
+TEST_F(OpenFolderByAnotherUser, FoldersThatWereExchangedWorkAgain) {
+    expect_works("before");
+    open_to_all(kTempFolder);
+    rename_by_another(kIpcFolder, "/tmp/m_tmp/aside");
+    rename_by_another(kLockFolder, kIpcFolder);
+    rename_by_another("/tmp/m_tmp/aside", kLockFolder);
+    expect_works("exchanged");
+}
+
+/* Though somebody has closed /tmp/m_tmp meanwhile. */
+TEST_F(OpenFolderByAnotherUser, SocketsInTheLocksFolderAreSetAside) {
+    expect_works("before");
+    open_to_all(kTempFolder);
+    rename_by_another(kLockFolder, "/tmp/m_tmp/aside");
+    rename_by_another(kIpcFolder, kLockFolder);
+    ASSERT_EQ(0, ::chmod(kTempFolder, 0755));
+    expect_works("renamed");
 }

@@ -45,8 +45,7 @@ class SlowPeer : public testing::Test {
         return options;
     }
     static bool serves() {
-        RawRequest request;
-        request.msgid = kEcho;
+        RawRequest request = RawRequest::of(kEcho);
         request.rsp_size = 4;
         request.data_len = 4;
         RawConnection good = RawConnection::to("router");
@@ -87,8 +86,7 @@ class SlowPeer : public testing::Test {
 };
 
 TEST_F(SlowPeer, ABodyThatDripsEndsAtTheLimit) {
-    RawRequest request;
-    request.msgid = kEcho;
+    RawRequest request = RawRequest::of(kEcho);
     request.data_len = 100;
     drip(request.bytes() + std::string(100, 'x'), 24);
     EXPECT_TRUE(logged("select recv timeout!"));
@@ -104,8 +102,7 @@ TEST_F(SlowPeer, AHeaderThatDripsEndsAtTheLimit) {
 }
 
 TEST_F(SlowPeer, AnAnswerThatNobodyReadsEndsAtTheLimit) {
-    RawRequest request;
-    request.msgid = kFill;
+    RawRequest request = RawRequest::of(kFill);
     request.rsp_size = kLargeRoom;
     const auto begin = Clock::now();
     RawConnection peer = RawConnection::to("router");
@@ -116,8 +113,7 @@ TEST_F(SlowPeer, AnAnswerThatNobodyReadsEndsAtTheLimit) {
 }
 
 TEST_F(SlowPeer, AnHonestSlowRequestIsServed) {
-    RawRequest request;
-    request.msgid = kEcho;
+    RawRequest request = RawRequest::of(kEcho);
     request.rsp_size = 4;
     request.data_len = 4;
     const std::string whole = request.bytes() + "slow";
@@ -134,8 +130,7 @@ TEST_F(SlowPeer, AnHonestSlowRequestIsServed) {
 
 /* It takes longer than the limit in all, and never pauses for so long. */
 TEST_F(SlowPeer, AnHonestSlowReaderGetsItsAnswer) {
-    RawRequest request;
-    request.msgid = kFill;
+    RawRequest request = RawRequest::of(kFill);
     request.rsp_size = kLargeRoom;
     expect_served([&](PauseClock &clock) {
         RawConnection peer = RawConnection::to("router");

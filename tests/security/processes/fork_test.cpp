@@ -31,7 +31,7 @@ class Fork : public testing::Test {
 
 class ForkUnderLoad : public Fork, public testing::WithParamInterface<std::string> {};
 
-/* Kills what a test left to live. */
+/* Kills the processes that a test left running. */
 class Survivor {
   public:
     explicit Survivor(pid_t pid) : pid_(pid) {}

@@ -34,7 +34,7 @@
 namespace {
 
 constexpr int kThreads = 3;
-/* Far above what a child needs that does not hang. */
+/* Far more than a child needs unless it hangs. */
 constexpr std::chrono::seconds kPatience(60);
 
 using Work = void (*)();
@@ -117,7 +117,7 @@ pid_t fork_and_live() {
 std::string g_moment;
 std::atomic<pid_t> g_child{0};
 
-/* A fork may have to wait until the socket can be closed in the child: so wait a little, not for ever. */
+/* A fork may have to wait until the socket can be closed in the child: so wait, with a limit. */
 void fork_at(const char *moment) {
     if (g_moment == moment) {
         g_moment.clear();

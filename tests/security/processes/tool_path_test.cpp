@@ -19,7 +19,7 @@ constexpr int kRouter = 3;
 constexpr char kFolder[] = "/m_data/usr/foreign";
 constexpr char kRan[] = "/m_data/usr/ran";
 
-/* The folder is open to all, or another user's and open to nobody else. */
+/* The folder is writable for everybody, or belongs to another user who alone may write to it. */
 class ForeignTool : public testing::TestWithParam<As> {
   protected:
     void SetUp() override {

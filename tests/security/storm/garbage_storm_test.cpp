@@ -48,7 +48,7 @@ class GarbageStorm : public ZndbTest {
         }
     }
 
-    /* A message that both know, or one that nobody knows. */
+    /* A message that both processes know, or an unknown one. */
     uint32_t some_message() {
         switch (below(3)) {
             case 0:

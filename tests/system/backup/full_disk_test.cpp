@@ -72,7 +72,7 @@ TEST_F(FullDisk, WhileABackupIsEnciphered) {
     EXPECT_EQ(std::vector<std::string>(), names_in(of_device("/m_data/usr/small")));
 }
 
-/* It is whole when it comes to the disk on which others write. */
+/* The backup is complete before it is written to the disk that others fill. */
 TEST_F(FullDisk, WhileABackupIsBroughtToAFolderOfOthers) {
     start_device("/m_data/usr/small", "64k", "chmod 1777 /m_data/usr/small");
     EXPECT_EQ("18", ask("backup /m_data/usr/small/backup.bin"));
@@ -100,6 +100,25 @@ TEST_F(FullDisk, WhileAFileIsRestoredNoHalfFileStays) {
     EXPECT_EQ(std::vector<std::string>(), names_in(of_device("/m_data/usr/dbm")));
     EXPECT_EQ(std::vector<std::string>(), names_in(kFolder));
     EXPECT_EQ("1", plain("a"));
+}
+
+/* The settings would be gone. */
+TEST_F(FullDisk, ThatHasNoSpaceForTheSettingsChangesNothing) {
+    std::string settings = "a=2\n";
+    for (int i = 0; i < 100; ++i) {
+        settings += "key" + std::to_string(i) + "=" + std::string(1000, 'v') + "\n";
+    }
+    write_file(kUserData, settings);
+    ASSERT_EQ(E_APPS_ERR_SUCCESS, frwk_dbrm_backup(kBackup));
+    const std::string backup = file_text(kBackup);
+    for (const char *folder : {"/m_data/usr/db", "/tmp/m_tmp/zndb"}) {
+        write_file(kBackup, backup);
+        start_device(folder, "64k");
+        EXPECT_EQ("6", ask(std::string("restore ") + kBackup));
+        expect_error("no space for the settings: '" + std::string(folder));
+        EXPECT_EQ("1", plain("a"));
+        EXPECT_TRUE(std::filesystem::exists(kBackup));
+    }
 }
 
 TEST_F(FullDisk, OfTheDatabaseEndsTheRestoreWhenItSaves) {

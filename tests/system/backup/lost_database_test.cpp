@@ -1,6 +1,6 @@
 /*
  * A database that is killed or stopped before, between and after the reset and the save of a restore:
- * what is returned, and what the configuration is when the database is back.
+ * the result, and the configuration when the database is back.
  *
  * Each request to the database is a connection, so the program's connect shows the progress of the restore.
  */

@@ -18,7 +18,7 @@ constexpr size_t kTextsOfABlock = 2000;
 constexpr uint64_t kSeed = 20240229;
 constexpr int kMostFailures = 10;
 
-/* What a conversion gave: the result and, when that is 0, the variable's bits. */
+/* The outcome of a conversion: its result and, if that is 0, the variable's bits. */
 struct Outcome {
     apps_err_e_type result;
     uint64_t bits;
@@ -37,7 +37,7 @@ Outcome any(uint64_t bits) {
     return {E_APPS_ERR_SUCCESS, bits};
 }
 
-/* What the framework has to make of the text that the C library read these numbers from. */
+/* The value that the framework must read from the text from which the C library read these numbers. */
 Outcome expected(int32_t type, const libc_numbers &numbers) {
     switch (type) {
         case FRWK_DATA_TYPE_BYTE:

@@ -25,7 +25,7 @@ class LibcReference {
     bool ready() const { return process_ > 0; }
 
     /*
-     * Asks what the 32-bit C library reads from texts.
+     * Returns the numbers that the 32-bit C library reads from texts.
      *
      * texts: each with its NUL, one after the other; at most REFERENCE_BLOCK_MAX bytes.
      * Returns count answers, or none when the program failed.

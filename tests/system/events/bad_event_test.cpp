@@ -14,7 +14,7 @@
 
 namespace {
 
-/* A module that alone sees a folder of subscriptions that was mounted and then filled by a command. */
+/* A module with its own mount of the folder of subscriptions, filled by a command. */
 ChildProcess module_on_own_folder(int id, const std::string &options, const std::string &fill) {
     const std::string mount = "mount -t tmpfs -o " + options + " tmpfs /m_data/usr/subscribe";
     std::vector<std::string> words = {"unshare", "--mount"};

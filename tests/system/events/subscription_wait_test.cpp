@@ -67,6 +67,14 @@ class SubscriptionWait : public EventFiles {
             return false;
         });
     }
+
+    /* Lets wlan wait for a lock that router holds, stopped. */
+    static void wait_for_a_stopped_holder(ModuleProcess *holder, ModuleProcess *wlan) {
+        ASSERT_TRUE(write_text(kEventFile, "lcd\n"));
+        ASSERT_TRUE(stop_with_lock(holder));
+        wlan->tell("sub link");
+        EXPECT_TRUE(wlan->process().wait_for_error(kBusy));
+    }
 };
 
 TEST_F(SubscriptionWait, EndsWhenAnotherProgramLetsTheLockGo) {
@@ -103,24 +111,18 @@ TEST_F(SubscriptionWait, DoesNotKeepTheModuleFromServing) {
 }
 
 TEST_F(SubscriptionWait, EndsWhenTheHolderIsKilled) {
-    ASSERT_TRUE(write_text(kEventFile, "lcd\n"));
     ModuleProcess holder(3);
     ModuleProcess wlan(5);
-    ASSERT_TRUE(stop_with_lock(&holder));
-    wlan.tell("sub link");
-    EXPECT_TRUE(wlan.process().wait_for_error(kBusy));
+    wait_for_a_stopped_holder(&holder, &wlan);
     holder.process().kill();
     EXPECT_EQ("ret=0", wlan.reply());
     EXPECT_EQ("wlan", subscribers().back());
 }
 
 TEST_F(SubscriptionWait, EndsWhenAStoppedHolderGoesOn) {
-    ASSERT_TRUE(write_text(kEventFile, "lcd\n"));
     ModuleProcess holder(3);
     ModuleProcess wlan(5);
-    ASSERT_TRUE(stop_with_lock(&holder));
-    wlan.tell("sub link");
-    EXPECT_TRUE(wlan.process().wait_for_error(kBusy));
+    wait_for_a_stopped_holder(&holder, &wlan);
     holder.process().send_signal(SIGCONT);
     EXPECT_EQ("ret=0", wlan.reply());
     holder.process().kill();

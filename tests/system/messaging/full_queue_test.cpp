@@ -17,7 +17,7 @@ namespace {
 using namespace std::chrono_literals;
 using Clock = std::chrono::steady_clock;
 
-/* A router that listens, whose queue the test has filled, and that accepts nobody. */
+/* A router that listens but accepts no connection; the test has filled its queue. */
 class FullQueue : public testing::Test {
   protected:
     FullQueue() {

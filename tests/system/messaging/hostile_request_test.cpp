@@ -47,8 +47,7 @@ class HostileRequest : public testing::Test {
 
     static bool serves() {
         RawConnection good = RawConnection::to("router");
-        RawRequest request;
-        request.msgid = kEcho;
+        RawRequest request = RawRequest::of(kEcho);
         request.rsp_size = 4;
         request.data_len = 4;
         return good.send(request.bytes() + "good") && good.receive_rest() == words({0, 4}) + "good";
@@ -56,8 +55,7 @@ class HostileRequest : public testing::Test {
 
     /* A peer that has read the begin of a large answer and reads no more. */
     static RawConnection stopped_reader() {
-        RawRequest request;
-        request.msgid = kFill;
+        RawRequest request = RawRequest::of(kFill);
         request.rsp_size = 32u * 1024 * 1024;
         RawConnection peer = RawConnection::to("router");
         peer.send(request.bytes());
@@ -65,11 +63,10 @@ class HostileRequest : public testing::Test {
         return peer;
     }
 
-    /* What the module says it holds. */
+    /* The memory that the module reports. */
     static Held held() {
         RawConnection query = RawConnection::to("router");
-        RawRequest request;
-        request.msgid = 8;
+        RawRequest request = RawRequest::of(8);
         request.rsp_size = 24;
         query.send(request.bytes());
         const std::string answer = query.receive_rest();
@@ -77,7 +74,7 @@ class HostileRequest : public testing::Test {
         return {word_at(answer, 8), word_at(answer, 16)};
     }
 
-    /* The whole answer to some bytes, from a peer that stays until it is dropped. */
+    /* The complete answer to some bytes, sent by a peer that stays connected until it is dropped. */
     static std::string answer_to(const std::string &bytes) {
         RawConnection peer = RawConnection::to("router");
         peer.send(bytes);
@@ -119,8 +116,7 @@ TEST_F(HostileRequest, AHeaderThatStopsInTheMiddleIsDroppedAfterThreeSeconds) {
 }
 
 TEST_F(HostileRequest, ABodyThatNeverComesIsDroppedAfterThreeSeconds) {
-    RawRequest request;
-    request.msgid = kEcho;
+    RawRequest request = RawRequest::of(kEcho);
     request.data_len = 100;
     const auto start = Clock::now();
     EXPECT_EQ("", answer_to(request.bytes() + "only a part"));
@@ -130,8 +126,7 @@ TEST_F(HostileRequest, ABodyThatNeverComesIsDroppedAfterThreeSeconds) {
 }
 
 TEST_F(HostileRequest, ALargeBodyThatNeverComesIsDroppedAfterThreeSeconds) {
-    RawRequest request;
-    request.msgid = kEcho;
+    RawRequest request = RawRequest::of(kEcho);
     request.data_len = kBlockMax;
     const auto start = Clock::now();
     EXPECT_EQ("", answer_to(request.bytes()));
@@ -140,8 +135,7 @@ TEST_F(HostileRequest, ALargeBodyThatNeverComesIsDroppedAfterThreeSeconds) {
 }
 
 TEST_F(HostileRequest, ABodyThatIsCutShortIsDropped) {
-    RawRequest request;
-    request.msgid = kEcho;
+    RawRequest request = RawRequest::of(kEcho);
     for (uint32_t length : {100u, 1024u, 1025u, 5000000u}) {
         request.data_len = length;
         RawConnection peer = RawConnection::to("router");
@@ -153,8 +147,7 @@ TEST_F(HostileRequest, ABodyThatIsCutShortIsDropped) {
 }
 
 TEST_F(HostileRequest, ANegativeBodyLengthMeansNoBody) {
-    RawRequest request;
-    request.msgid = kEcho;
+    RawRequest request = RawRequest::of(kEcho);
     request.rsp_size = 2;
     for (uint32_t length : {0xFFFFFFFFu, 0x80000000u, 0u}) {
         request.data_len = length;
@@ -166,8 +159,7 @@ TEST_F(HostileRequest, ANegativeBodyLengthMeansNoBody) {
 }
 
 TEST_F(HostileRequest, ABodyOfTwoGigabytesIsRefusedAtOnce) {
-    RawRequest request;
-    request.msgid = kEcho;
+    RawRequest request = RawRequest::of(kEcho);
     request.data_len = 0x7FFFFFFF;
     const auto start = Clock::now();
     EXPECT_EQ("", answer_to(request.bytes()));
@@ -177,16 +169,14 @@ TEST_F(HostileRequest, ABodyOfTwoGigabytesIsRefusedAtOnce) {
 }
 
 TEST_F(HostileRequest, ABodyJustAboveTheLargestBlockIsRefused) {
-    RawRequest request;
-    request.msgid = kEcho;
+    RawRequest request = RawRequest::of(kEcho);
     request.data_len = kBlockMax + 1;
     EXPECT_EQ("", answer_to(request.bytes()));
     EXPECT_TRUE(logged("alloc for ipc recv body error!"));
 }
 
 TEST_F(HostileRequest, AnAnswerRoomThatCanNotBeHadIsRefusedBeforeTheHandlerRuns) {
-    RawRequest request;
-    request.msgid = kFill;
+    RawRequest request = RawRequest::of(kFill);
     for (uint32_t room :
          {0xFFFFFFFFu, 0xFFFFFFF8u, 0xFFFFFFF7u, 0x80000000u, kBlockMax + 1, kBlockMax - kRspHeader + 1}) {
         SCOPED_TRACE(room);
@@ -198,8 +188,7 @@ TEST_F(HostileRequest, AnAnswerRoomThatCanNotBeHadIsRefusedBeforeTheHandlerRuns)
 }
 
 TEST_F(HostileRequest, AnAnswerRoomThatWrapsAroundIsRefusedForAsyncMessagesToo) {
-    RawRequest request;
-    request.msgid = kFill;
+    RawRequest request = RawRequest::of(kFill);
     request.async = 1;
     request.rsp_size = 0xFFFFFFFF;
     EXPECT_EQ("", answer_to(request.bytes()));
@@ -207,8 +196,7 @@ TEST_F(HostileRequest, AnAnswerRoomThatWrapsAroundIsRefusedForAsyncMessagesToo) 
 }
 
 TEST_F(HostileRequest, TheLargestAnswerIsServed) {
-    RawRequest request;
-    request.msgid = kEcho;
+    RawRequest request = RawRequest::of(kEcho);
     request.rsp_size = kBlockMax - kRspHeader;
     const std::string answer = answer_to(request.bytes());
     EXPECT_EQ(size_t{kBlockMax}, answer.size());
@@ -217,8 +205,7 @@ TEST_F(HostileRequest, TheLargestAnswerIsServed) {
 }
 
 TEST_F(HostileRequest, AHandlerThatFillsALargeAnswerReachesItsEnd) {
-    RawRequest request;
-    request.msgid = kFill;
+    RawRequest request = RawRequest::of(kFill);
     request.rsp_size = 1017;
     EXPECT_EQ(words({0, 1017}) + std::string(1017, '\xA5'), answer_to(request.bytes()));
     request.rsp_size = 1016;
@@ -232,8 +219,7 @@ TEST_F(HostileRequest, APeerMayConnectAndLeaveTwoThousandTimes) {
 }
 
 TEST_F(HostileRequest, APeerMayAskAndLeaveTwoThousandTimes) {
-    RawRequest request;
-    request.msgid = 7;
+    RawRequest request = RawRequest::of(7);
     request.rsp_size = 2000;
     for (int i = 0; i < 2000; ++i) {
         RawConnection peer = RawConnection::to("router");
@@ -249,8 +235,7 @@ TEST_F(HostileRequest, APeerThatStopsReadingItsAnswerAndDiesIsGivenUp) {
 
 TEST_F(HostileRequest, APeerThatStopsReadingItsAnswerHoldsTheServiceUntilItLeaves) {
     RawConnection first = stopped_reader();
-    RawRequest request;
-    request.msgid = kEcho;
+    RawRequest request = RawRequest::of(kEcho);
     request.rsp_size = 4;
     RawConnection second = RawConnection::to("router");
     second.send(request.bytes());
@@ -260,8 +245,7 @@ TEST_F(HostileRequest, APeerThatStopsReadingItsAnswerHoldsTheServiceUntilItLeave
 }
 
 TEST_F(HostileRequest, ARequestThatDripsIsServedHoweverLongItTakes) {
-    RawRequest request;
-    request.msgid = kEcho;
+    RawRequest request = RawRequest::of(kEcho);
     request.rsp_size = 4;
     request.data_len = 4;
     RawConnection peer = RawConnection::to("router");
@@ -274,8 +258,7 @@ TEST_F(HostileRequest, ARequestThatDripsIsServedHoweverLongItTakes) {
 }
 
 TEST_F(HostileRequest, ASenderThatDoesNotExistIsServed) {
-    RawRequest request;
-    request.msgid = kEcho;
+    RawRequest request = RawRequest::of(kEcho);
     for (uint32_t src : {0u, 40u, 53u, 1000u, 0x80000000u, 0xFFFFFFFFu}) {
         request.src = src;
         EXPECT_EQ(words({0, 0}), answer_to(request.bytes()));
@@ -284,8 +267,7 @@ TEST_F(HostileRequest, ASenderThatDoesNotExistIsServed) {
 }
 
 TEST_F(HostileRequest, ALimitOfAHundredYearsIsServed) {
-    RawRequest request;
-    request.msgid = kEcho;
+    RawRequest request = RawRequest::of(kEcho);
     request.timeout = 0xFFFFFFFF;
     EXPECT_EQ(words({0, 0}), answer_to(request.bytes()));
 }

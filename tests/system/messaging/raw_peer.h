@@ -16,7 +16,7 @@ std::string words(std::initializer_list<uint32_t> values);
 /* The word at a place of a text; 0 when the text ends before. */
 uint32_t word_at(const std::string &bytes, size_t offset);
 
-/* What a sender writes in front of the body. */
+/* The header that a sender writes before the body. */
 struct RawRequest {
     uint32_t src = 9;
     uint32_t msgid = 0;
@@ -24,6 +24,12 @@ struct RawRequest {
     uint32_t timeout = 5;
     uint32_t rsp_size = 0;
     uint32_t data_len = 0;
+
+    static RawRequest of(uint32_t msgid) {
+        RawRequest request;
+        request.msgid = msgid;
+        return request;
+    }
 
     std::string bytes() const { return words({src, msgid, async, timeout, rsp_size, data_len}); }
 };

@@ -43,8 +43,7 @@ class SignalStorm {
 };
 
 bool answers_a_probe(std::chrono::milliseconds pause) {
-    RawRequest request;
-    request.msgid = kProbe;
+    RawRequest request = RawRequest::of(kProbe);
     const std::string whole = request.bytes();
     RawConnection peer = RawConnection::to("wlan");
     if (!peer || !peer.send(whole.substr(0, 10))) {

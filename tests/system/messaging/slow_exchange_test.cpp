@@ -37,8 +37,7 @@ TEST_F(SlowExchange, BothSidesTellOfAHandlerOfSixSeconds) {
 }
 
 TEST_F(SlowExchange, AnAnswerThatNobodyReadsIsToldOfWhileItIsSo) {
-    RawRequest request;
-    request.msgid = kFill;
+    RawRequest request = RawRequest::of(kFill);
     request.rsp_size = 4 * 1024 * 1024;
     RawConnection peer = RawConnection::to("router");
     peer.send(request.bytes());

@@ -18,8 +18,7 @@ std::string answer_to(const RawRequest &request) {
 }
 
 RawRequest query(uint32_t msgid, uint32_t rsp_size) {
-    RawRequest request;
-    request.msgid = msgid;
+    RawRequest request = RawRequest::of(msgid);
     request.rsp_size = rsp_size;
     return request;
 }

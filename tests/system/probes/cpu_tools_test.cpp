@@ -16,7 +16,7 @@ constexpr long long kCut = 4; /* each of four numbers loses its fraction */
 
 class CpuTools : public ProbeTest {
   protected:
-    /* Whatever the machine does: shares of one whole, and a usage that is the rest of idle. */
+    /* Whatever the load: the shares add up to 100, and usage is 100 minus idle. */
     static void expect_state(const std::string &line) {
         const std::vector<long long> state = numbers_of(line);
         ASSERT_EQ(5u, state.size()) << line;

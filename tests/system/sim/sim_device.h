@@ -34,7 +34,7 @@ class SimDevice : public ZndbTest {
     /* Starts that module. */
     void start_module(const std::vector<std::string> &environment = {"LD_PRELOAD=" SHORT_SLEEP});
 
-    /* What the module has logged since it started. */
+    /* The module's log since its start. */
     std::string log() const { return module_->process().errors(); }
     bool logged(const std::string &text) const { return log().find(text) != std::string::npos; }
     size_t count_logged(const std::string &text) const;
@@ -52,7 +52,7 @@ class SimDevice : public ZndbTest {
 /* Inserts a SIM. */
 void insert_sim(const std::string &mcc, const std::string &mnc, const std::string &spn = "");
 
-/* Writes what the modem knows. */
+/* Writes the file of the simulated modem. */
 void simulate(const std::string &lines);
 
 /* Writes an operator file. name: its path in the operators' folder. */

@@ -76,7 +76,7 @@ class ZndbToolBackup : public ZndbTest {
     static void change_key() { write_key_file(kProductKeyPath, some_key(1)); }
 };
 
-/* What a restore brings of a setting. */
+/* A setting's value after a restore. */
 inline std::string restored(const std::string &key) {
     EXPECT_EQ(0, zndb_reset());
     EXPECT_EQ("", kTool.output_of({"restore", kBackup}));

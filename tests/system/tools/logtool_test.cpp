@@ -36,7 +36,7 @@ ToolEnd with_own_logs(const std::string &command) {
                      "'");
 }
 
-/* Puts a journalctl in front of the system's. */
+/* Puts a journalctl before the system's in the PATH. */
 void fake_journalctl(const std::string &script) {
     fs::create_directories(kFakes);
     ASSERT_TRUE(write_text(kFakes + "/journalctl", "#!/bin/bash\n" + script));

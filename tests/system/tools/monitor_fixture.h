@@ -27,7 +27,7 @@ inline std::vector<std::string> lines_of(const std::string &text) {
     return all;
 }
 
-/* The line of a module in the list, its blanks single, and its time, which nobody knows, as T. */
+/* A module's line in the list, with single blanks; T replaces its time, which varies. */
 inline std::string row_of(const std::string &list, const std::string &name) {
     for (const std::string &line : lines_of(list)) {
         std::istringstream words(line);

@@ -60,7 +60,7 @@ class Terminal {
     int fd_;
 };
 
-/* What a terminal shows between the change to a screen of its own and the change back. */
+/* The terminal's output between the switch to the alternate screen and the switch back. */
 std::string screen_of(const std::string &output) {
     const std::string enter = "\033[?1049h\033[?25l";
     const std::string leave = "\033[?25h\033[?1049l";

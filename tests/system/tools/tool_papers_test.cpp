@@ -5,6 +5,8 @@
 
 #include <string>
 
+#include "formats/module_facility.h"
+#include "formats/module_flags.h"
 #include "support/wait_until.h"
 #include "system/tools/tool_run.h"
 
@@ -81,3 +83,34 @@ INSTANTIATE_TEST_SUITE_P(, ToolPapers, testing::Values("apptest", "logtool", "mo
                          [](const auto &param) { return std::string(param.param); });
 
 }  // namespace
+
+/* ---- The files of the device ----------------------------------------------------------------------- */
+
+class FilePage : public testing::TestWithParam<const char *> {};
+
+TEST_P(FilePage, IsWellFormed) {
+    EXPECT_EQ("",
+              run_shell(std::string("groff -man -Tascii -ww -z " TOOLS_SOURCE "/man/") + GetParam() + " 2>&1")
+                  .output);
+}
+
+INSTANTIATE_TEST_SUITE_P(All, FilePage, testing::Values("quor_apps_cfg.xml.5", "quor_apps_startup.5"));
+
+TEST(ConfigPage, HasEveryFlagAndEveryFacility) {
+    const std::string page = file_text(TOOLS_SOURCE "/man/quor_apps_cfg.xml.5");
+    for (uint32_t bit = 1; flag_name(bit) != nullptr; bit <<= 1) {
+        EXPECT_NE(std::string::npos, page.find(std::string("\n.B FRWK_FLAG_") + flag_name(bit) + "\n"));
+    }
+    for (uint32_t facility = 1; facility_word(facility) != nullptr; ++facility) {
+        EXPECT_NE(std::string::npos, page.find(std::string("\n.BR ") + facility_word(facility) + " "));
+    }
+}
+
+TEST(ConfigPage, ItsExampleHasNothingWrong) {
+    const ToolEnd end =
+        run_shell("sed -n '/^<modules>/,/^<.modules>/p' " TOOLS_SOURCE
+                  "/man/quor_apps_cfg.xml.5 | sed 's/.-.-/--/g' > /tmp/example.xml && "
+                  "grep -q camera /tmp/example.xml && $TOOLS/apptest check-config /tmp/example.xml");
+    EXPECT_EQ(0, end.status) << end.errors;
+    EXPECT_EQ("", end.output);
+}

@@ -34,7 +34,7 @@ ToolEnd run_to_end(const std::vector<std::string> &command, const std::string &i
     return end;
 }
 
-/* entries: on top of what a tool sees of its environment at a terminal. */
+/* entries: added to the environment of a tool at a terminal. */
 [[noreturn]] void become_tool(std::vector<std::string> words, std::vector<std::string> entries) {
     entries.insert(entries.begin(), {"TERM=xterm", "QUOR_DEBUG=0"});
     for (std::string &entry : entries) {
@@ -49,7 +49,7 @@ ToolEnd run_to_end(const std::vector<std::string> &command, const std::string &i
     ::_exit(127);
 }
 
-/* What the tool shows until it ends. The typed text is sent once. */
+/* The tool's output until it ends. The typed text is sent once. */
 std::string talk(int terminal, TerminalOptions options) {
     std::string shown;
     char piece[4096];

@@ -34,14 +34,14 @@ class ZndbToolAbsence : public ZndbTest {
         }
     }
 
-    /* Asks in vain. words: what the tool says of the database. */
+    /* Expects a request to fail. words: the tool's description of the database's state. */
     static void expect_absent(const std::string &words) {
         const std::string rest = " 'k' failed: zndb " + words + ": 1 E_APPS_ERR_MODULE";
         kTool.expect_failure(3, "get" + rest, {"get", "k"});
         kTool.expect_failure(3, "set" + rest, {"set", "--secret", "k", "v"});
     }
 
-    /* The same for a user who has no right but what the modes of files give. */
+    /* The same for a user without privileges: only file modes count. */
     static void expect_closed(const std::string &path) {
         const passwd *entry = ::getpwuid(::geteuid());
         const std::string owner = entry != nullptr ? entry->pw_name : std::to_string(::geteuid());

@@ -20,7 +20,7 @@ const std::vector<std::string> kEnvironment = {"QUOR_DEBUG=1"};
 constexpr char kStartHook[] = "/usr/bin/apps_init";
 const std::string kGate = "/tmp/m_tmp/gate";
 
-/* A module without a service, of which any number may run. */
+/* A module without a service; any number of them may run. */
 void become_module() {
     static const bool done = [] {
         frwk_module_init(E_APPS_MODULE_MONITOR_TOOL, nullptr);

@@ -64,5 +64,5 @@ std::string def(const std::string &key);
 /* Sends a request past the client. Returns the database's result, or -1000 when there was no answer. */
 int32_t ask_zndb(int32_t msgid, const std::string &body);
 
-/* The body of a set, put together by hand. */
+/* The body of a set request. */
 std::string set_body(const std::string &key, const std::string &value);

@@ -11,8 +11,8 @@
 #include <string>
 
 #include "doubles/base_doubles.h"
-#include "doubles/faults_test_fixture.h"
 #include "os_mem.h"
+#include "unit/base/no_leak_fixture.h"
 
 namespace {
 
@@ -49,31 +49,7 @@ bool is_refused(const std::string &text) {
     return data == nullptr && count == kUntouched;
 }
 
-std::string every_byte() {
-    std::string bytes;
-    for (int i = 0; i < 256; ++i) {
-        bytes += static_cast<char>(i);
-    }
-    return bytes;
-}
-
-class Base64 : public FaultsTest {
-  protected:
-    void SetUp() override {
-        FaultsTest::SetUp();
-        os_mem_usage(&before_);
-    }
-
-    void TearDown() override {
-        FaultsTest::TearDown();
-        os_mem_usage_t after = {};
-        os_mem_usage(&after);
-        EXPECT_EQ(before_.live_blocks, after.live_blocks);
-        EXPECT_EQ(before_.live_bytes, after.live_bytes);
-    }
-
-    os_mem_usage_t before_ = {};
-};
+class Base64 : public NoLeakTest {};
 
 TEST_F(Base64, WritesTheStandardAlphabetWithPadding) {
     EXPECT_EQ("Zg==", encoded("f"));

@@ -7,6 +7,7 @@
 #include "doubles/faults_test_fixture.h"
 #include "doubles/libc_doubles.h"
 #include "os_mem.h"
+#include "support/memory_usage.h"
 
 namespace {
 
@@ -32,12 +33,6 @@ class ByteBuffer : public FaultsTest {
 
     zn_bf_t buffer_;
 };
-
-uint32_t live_blocks() {
-    os_mem_usage_t usage;
-    os_mem_usage(&usage);
-    return usage.live_blocks;
-}
 
 }  // namespace
 

@@ -12,10 +12,10 @@
 #include <vector>
 
 #include "doubles/base_doubles.h"
-#include "doubles/faults_test_fixture.h"
 #include "doubles/log_capture.h"
 #include "os_mem.h"
 #include "support/key_files.h"
+#include "unit/base/product_key_fixture.h"
 
 namespace {
 
@@ -50,14 +50,6 @@ std::string deciphered(const std::string &text) {
     return copy;
 }
 
-std::string every_byte() {
-    std::string bytes;
-    for (int i = 0; i < 256; ++i) {
-        bytes += static_cast<char>(i);
-    }
-    return bytes;
-}
-
 /* Fails the given request for memory, counted from 1, and lets the others through. */
 void fail_block(unsigned which) {
     doubles::base::os_mem_malloc.forget_calls();
@@ -67,26 +59,7 @@ void fail_block(unsigned which) {
     });
 }
 
-class Cipher : public FaultsTest {
-  protected:
-    void SetUp() override {
-        FaultsTest::SetUp();
-        remove_key_files();
-        write_key_file(kProductKeyPath, some_key());
-        os_mem_usage(&before_);
-    }
-
-    void TearDown() override {
-        FaultsTest::TearDown();
-        remove_key_files();
-        os_mem_usage_t after = {};
-        os_mem_usage(&after);
-        EXPECT_EQ(before_.live_blocks, after.live_blocks);
-        EXPECT_EQ(before_.live_bytes, after.live_bytes);
-    }
-
-    os_mem_usage_t before_ = {};
-};
+class Cipher : public ProductKeyTest {};
 
 TEST_F(Cipher, ReadsTextsThatExist) {
     EXPECT_EQ(kSecret, deciphered(kKnownText));

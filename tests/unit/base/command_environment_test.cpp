@@ -7,7 +7,7 @@
 #include <string>
 #include <thread>
 
-#include "os_process.h"
+#include "unit/base/command_output.h"
 
 namespace {
 
@@ -19,14 +19,6 @@ class CommandEnvironment : public testing::Test {
     ~CommandEnvironment() override {
         unsetenv("LC_ALL");
         os_command_untranslated(0);
-    }
-
-    static std::string output_of(const char *command) {
-        FILE *stream = os_popen(command, "r");
-        char text[256] = "";
-        const size_t length = fread(text, 1, sizeof(text) - 1, stream);
-        EXPECT_EQ(0, os_pclose(stream));
-        return std::string(text, length);
     }
 
     static std::string locale_of_a_command() { return output_of("printf %s \"$LC_ALL\""); }

@@ -83,7 +83,7 @@ class CommandGuardTest : public FaultsTest {
     }
 };
 
-/* What the guard's process is when it acts: its name and its descriptors, but for that of the look at them.
+/* The name and the descriptors of the guard's process when it acts, without the one that lists them.
  */
 void note_guard() {
     char name[16] = "";

@@ -10,23 +10,15 @@
 
 #include "doubles/faults_test_fixture.h"
 #include "doubles/libc_doubles.h"
-#include "os_process.h"
 #include "support/temp_folder.h"
 #include "support/wait_until.h"
+#include "unit/base/command_output.h"
 
 namespace {
 
 class CommandPrelude : public FaultsTest {
   protected:
     ~CommandPrelude() override { umask(before_); }
-
-    static std::string output_of(const char *command) {
-        FILE *stream = os_popen(command, "r");
-        char text[256] = "";
-        const size_t length = fread(text, 1, sizeof(text) - 1, stream);
-        EXPECT_EQ(0, os_pclose(stream));
-        return std::string(text, length);
-    }
 
     /* The shell of a command, as the kernel shows it. */
     static std::string shell() { return output_of("tr '\\0' '|' < /proc/$$/cmdline; echo"); }

@@ -222,27 +222,6 @@ TEST_F(DeviceKey, WithoutRandomBytesThereIsNoKey) {
     EXPECT_TRUE(derived());
 }
 
-TEST_F(DeviceKey, AKernelThatHasRandomBytesInAFileOnlyWillDo) {
-    doubles::libc::getrandom.stand_in([](void *, size_t, unsigned) -> ssize_t {
-        errno = ENOSYS;
-        return -1;
-    });
-    write_key_file(kProductKeyPath, some_key());
-    EXPECT_TRUE(derived());
-}
-
-TEST_F(DeviceKey, ASignalWhileRandomBytesAreGatheredIsNoLackOfThem) {
-    doubles::libc::getrandom.stand_in([](void *to, size_t size, unsigned flags) -> ssize_t {
-        if (doubles::libc::getrandom.calls() < 3) {
-            errno = EINTR;
-            return -1;
-        }
-        return doubles::libc::getrandom.real(to, size, flags);
-    });
-    EXPECT_TRUE(derived());
-    EXPECT_EQ(3u, doubles::libc::getrandom.calls());
-}
-
 /* A device whose folder of permanent files is missing, until the end of the scope. */
 class FreshDevice {
   public:

@@ -1,5 +1,5 @@
 /*
- * A file of a test's own, under the product's key, and what may become of it.
+ * A file under the product's key, and its encrypted and decrypted forms.
  */
 #pragma once
 
@@ -13,13 +13,11 @@
 #include <vector>
 
 #include "cipher.h"
-#include "doubles/faults_test_fixture.h"
-#include "os_mem.h"
-#include "support/key_files.h"
 #include "support/open_descriptors.h"
 #include "support/temp_folder.h"
+#include "unit/base/product_key_fixture.h"
 
-/* Bytes in front of the chunks, of a full chunk's content, and of each chunk's seal. */
+/* The sizes of the header before the chunks, of a full chunk's content, and of a chunk's seal. */
 inline constexpr size_t kBeginningSize = 36;
 inline constexpr size_t kChunkSize = 65536;
 inline constexpr size_t kSealSize = 17;
@@ -35,23 +33,16 @@ inline std::string some_content(size_t size) {
     return content;
 }
 
-class FileCipherTest : public FaultsTest {
+class FileCipherTest : public ProductKeyTest {
   protected:
     void SetUp() override {
-        FaultsTest::SetUp();
-        remove_key_files();
-        write_key_file(kProductKeyPath, some_key());
+        ProductKeyTest::SetUp();
         descriptors_before_ = open_descriptors();
-        os_mem_usage(&before_);
     }
 
-    /* No call of a test leaks a block or a descriptor. */
+    /* No call of a test leaks a descriptor. */
     void TearDown() override {
-        FaultsTest::TearDown();
-        remove_key_files();
-        os_mem_usage_t after = {};
-        os_mem_usage(&after);
-        EXPECT_EQ(before_.live_blocks, after.live_blocks);
+        ProductKeyTest::TearDown();
         EXPECT_EQ(descriptors_before_, open_descriptors());
     }
 
@@ -99,6 +90,5 @@ class FileCipherTest : public FaultsTest {
     const TempFolder folder_;
 
   private:
-    os_mem_usage_t before_ = {};
     int descriptors_before_ = 0;
 };

@@ -68,7 +68,7 @@ bool can_allocate(size_t size) {
     return block != MAP_FAILED && munmap(block, size) == 0;
 }
 
-/* Limits what the process has of memory of its own, libraries and all. */
+/* Limits the private memory of the process, libraries included. */
 bool limit_data(size_t size) {
     struct rlimit limit = {};
     if (getrlimit(RLIMIT_DATA, &limit) != 0) {

@@ -20,7 +20,7 @@
 
 namespace {
 
-/* Far above what a child needs that does not hang. */
+/* Far more than a child needs unless it hangs. */
 constexpr unsigned kChildSeconds = 60;
 
 void write_line() {

@@ -14,7 +14,7 @@ struct NameRow {
     const char *name;
 };
 
-/* Checks a whole name table, row by row, and that its reserved word is all ones. */
+/* Checks every row of a name table, and that its reserved word is all ones. */
 template <size_t kRows, size_t kExpected>
 void expect_table(const zn_enum_item (&table)[kRows], const NameRow (&expected)[kExpected]) {
     static_assert(kRows == kExpected);

@@ -10,7 +10,7 @@
 
 namespace {
 
-/* Whether a path is that of an entry of a folder. */
+/* Whether a path names an entry of a folder. */
 bool lies_in(std::string_view folder, std::string_view path) {
     return path.substr(0, folder.size()) == folder && path.size() > folder.size() &&
            path.find_first_of('/', folder.size()) == folder.size();

@@ -51,3 +51,12 @@ TEST(ModuleFlags, ServicesAreDaemonsMonitoredModulesAndAnUnwatchedOne) {
     EXPECT_EQ(0x3u, kSingleInstanceFlags);
     EXPECT_EQ(0x4003u, kServingFlags);
 }
+
+TEST(ModuleFlags, OneWordHasOneBit) {
+    for (const Flag &flag : kFlags) {
+        EXPECT_EQ(flag.bit, flag_bit(std::string("FRWK_FLAG_") + flag.name));
+    }
+    for (const char *word : {"", "FRWK_FLAG_", "FRWK_FLAG_RUNS", "frwk_flag_run", "RUN"}) {
+        EXPECT_EQ(0u, flag_bit(word)) << word;
+    }
+}

@@ -22,7 +22,7 @@ Names names_in(const std::string &text) {
     return names;
 }
 
-/* A text without what a name's unsubscribing removes. */
+/* A text without the part that unsubscribing a name removes. */
 std::string without(const std::string &name, std::string text) {
     const TextPart part = subscription_of(name, text);
     return text.erase(part.begin, part.end - part.begin);

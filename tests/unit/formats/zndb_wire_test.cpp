@@ -26,7 +26,7 @@ bool reads_set(const std::string &bytes, Entry &entry) {
     return read_set_body(bytes.data(), static_cast<int32_t>(bytes.size()), entry);
 }
 
-/* The key of a body, or what stands for a body that is refused. */
+/* The key of a body, or a mark for a refused body. */
 std::string key_of(const std::string &bytes) {
     std::string_view key = "unchanged";
     const bool read = read_key_body(bytes.data(), static_cast<int32_t>(bytes.size()), key);

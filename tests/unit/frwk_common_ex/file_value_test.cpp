@@ -16,6 +16,7 @@
 #include "doubles/log_capture.h"
 #include "frwk_common_ex.h"
 #include "recorded_sleeps.h"
+#include "support/open_descriptors.h"
 
 namespace {
 
@@ -33,14 +34,6 @@ class FileValue : public RecordedSleeps {
     static std::string file_content() {
         std::ifstream file(kPath, std::ios::binary);
         return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-    }
-
-    static int open_descriptors() {
-        int count = 0;
-        for (int fd = 0; fd < 256; ++fd) {
-            count += ::fcntl(fd, F_GETFD) >= 0 ? 1 : 0;
-        }
-        return count;
     }
 
     LogCapture log_;

@@ -1,5 +1,5 @@
 /*
- * Where calls of the file cipher and the digest arrive, and how they go on.
+ * Where calls of the file cipher, the digest and the size of a file arrive, and how they go on.
  */
 #include "unit/frwk_dbrm/dbrm_doubles.h"
 
@@ -8,6 +8,7 @@ extern "C" {
 int32_t __real_zn_encrypt_file_ex(const char *);
 int32_t __real_zn_decrypt_file_ex(const char *);
 int32_t __real_md5_encrypt_file(const char *, uint8_t *);
+uint64_t __real_os_file_size(const char *);
 
 }  // extern "C"
 
@@ -16,6 +17,7 @@ namespace doubles::base {
 Double<int32_t(const char *)> zn_encrypt_file_ex(__real_zn_encrypt_file_ex);
 Double<int32_t(const char *)> zn_decrypt_file_ex(__real_zn_decrypt_file_ex);
 Double<int32_t(const char *, uint8_t *)> md5_encrypt_file(__real_md5_encrypt_file);
+Double<uint64_t(const char *)> os_file_size(__real_os_file_size);
 
 }  // namespace doubles::base
 
@@ -31,6 +33,10 @@ int32_t __wrap_zn_decrypt_file_ex(const char *a) {
 
 int32_t __wrap_md5_encrypt_file(const char *a, uint8_t *b) {
     return doubles::base::md5_encrypt_file(a, b);
+}
+
+uint64_t __wrap_os_file_size(const char *a) {
+    return doubles::base::os_file_size(a);
 }
 
 }  // extern "C"

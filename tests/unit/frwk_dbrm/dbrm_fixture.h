@@ -60,7 +60,7 @@ class DbrmTest : public ConfigTest {
 
     static bool exists(const std::string &path) { return std::filesystem::exists(path); }
 
-    /* The requests that the database got, "zndb_set key=value" or the call alone. */
+    /* The requests that the database received: "zndb_set key=value", or only the call's name. */
     std::vector<std::string> requests() {
         std::vector<std::string> all;
         for (const DatabaseRequest &request : database().requests) {

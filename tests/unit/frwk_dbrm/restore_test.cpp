@@ -12,7 +12,7 @@ using backup_bytes::record;
 
 using Requests = std::vector<std::string>;
 
-/* What a restore asks before it comes to the first record. */
+/* The requests of a restore before the first record. */
 const Requests kUpToReset = {"zndb_get", "zndb_reset", "zndb_save"};
 
 constexpr char kFile[] = "/m_data/usr/www/restored";

@@ -1,64 +1,17 @@
 /*
  * A diagnostic's run: its file, its text, and each way to fail.
  */
-#include <fcntl.h>
-#include <gtest/gtest.h>
-#include <unistd.h>
-
 #include <climits>
-#include <string>
 
-#include "doubles/base_doubles.h"
-#include "doubles/libc_doubles.h"
-#include "doubles/log_capture.h"
-#include "support/files.h"
-#include "support/log_checks.h"
 #include "support/memory_usage.h"
-#include "unit/frwk_diag/diag_requests.h"
+#include "unit/frwk_diag/diag_fixture.h"
 
 namespace base = doubles::base;
 namespace libc = doubles::libc;
 
 namespace {
 
-constexpr char kPingFile[] = "/tmp/m_tmp/ping_12345_678.txt";
-
-/* Plays the tool: notes the command line and prints to the file that it names. */
-class DiagRun : public testing::Test {
-  protected:
-    void SetUp() override {
-        base::os_uptime.stand_in([](long *seconds, long *nanoseconds) {
-            *seconds = 12345;
-            *nanoseconds = 678;
-        });
-        base::os_system.stand_in([this](const char *command) { return run_tool(command); });
-        ASSERT_EQ(1u, frwk_diag_init(&context_));
-    }
-    void TearDown() override {
-        frwk_diag_free(&context_);
-        doubles::restore_all();
-    }
-
-    int32_t run_tool(const std::string &command) {
-        command_ = command;
-        const size_t path = command.find("/tmp/m_tmp/");
-        if (prints_) {
-            write_file(command.substr(path, command.find(' ', path) - path), output_);
-        }
-        return tool_status_;
-    }
-    int32_t ping(const std::string &target = "8.8.8.8") {
-        const frwk_diag_req req = ping_of(target);
-        return frwk_diag_exec(FRWK_DIAG_TYPE_PING, &req, &context_);
-    }
-
-    bool prints_ = true;
-    std::string output_ = "the tool's own words\n";
-    int32_t tool_status_ = 0;
-    std::string command_;
-    frwk_diag_ctx context_;
-    LogCapture log_;
-};
+class DiagRun : public DiagTest {};
 
 }  // namespace
 
@@ -186,50 +139,6 @@ TEST_F(DiagRun, ARefusedTargetRunsNothingAndMakesNoFile) {
     EXPECT_EQ(nullptr, context_.fp);
 }
 
-TEST_F(DiagRun, AMissingOutputIsReported) {
-    prints_ = false;
-    EXPECT_EQ(E_APPS_ERR_IO, ping());
-    EXPECT_TRUE(logged_once(log_, kWarningLevel, with_errno("open diag log file error!", ENOENT)));
-    EXPECT_EQ(nullptr, context_.fp);
-    EXPECT_STREQ(kPingFile, context_.path);
-}
-
-TEST_F(DiagRun, WithoutItsFileNothingIsRun) {
-    libc::open.stand_in([](const char *, int, mode_t) {
-        errno = EMFILE;
-        return -1;
-    });
-    EXPECT_EQ(E_APPS_ERR_IO, ping());
-    EXPECT_TRUE(logged_once(log_, kWarningLevel, with_errno("open diag log file error!", EMFILE)));
-    EXPECT_EQ(0u, base::os_system.calls());
-}
-
-TEST_F(DiagRun, AFileThatCanNotBeMarkedIsReported) {
-    libc::ftruncate.stand_in([](int, off_t) {
-        errno = EIO;
-        return -1;
-    });
-    EXPECT_EQ(E_APPS_ERR_IO, ping());
-    EXPECT_TRUE(logged_once(log_, kWarningLevel, with_errno("open diag log file error!", EIO)));
-    EXPECT_EQ(0u, base::os_system.calls());
-}
-
-TEST_F(DiagRun, AnOutputWithoutAStreamIsReported) {
-    libc::fdopen.stand_in([](int, const char *) -> FILE * {
-        errno = ENOMEM;
-        return nullptr;
-    });
-    EXPECT_EQ(E_APPS_ERR_IO, ping());
-    EXPECT_TRUE(logged_once(log_, kWarningLevel, with_errno("open diag log file error!", ENOMEM)));
-    EXPECT_EQ(nullptr, context_.fp);
-}
-
-TEST_F(DiagRun, AnOutputThatIsGoneIsReported) {
-    base::os_system.stand_in([](const char *) { return unlink(kPingFile); });
-    EXPECT_EQ(E_APPS_ERR_IO, ping());
-    EXPECT_TRUE(logged_once(log_, kWarningLevel, with_errno("open diag log file error!", ENOENT)));
-}
-
 TEST_F(DiagRun, OneByteIsAnOutput) {
     output_ = "x";
     EXPECT_EQ(E_APPS_ERR_SUCCESS, ping());
@@ -244,40 +153,6 @@ TEST_F(DiagRun, ABufferThatCanNotGrowIsReported) {
     EXPECT_EQ(E_APPS_ERR_MALLOC, ping());
     EXPECT_TRUE(logged_once(log_, kWarningLevel, "grow buffer failed!"));
     EXPECT_TRUE(exists(kPingFile));
-}
-
-/* Leaves an output as the base library stops it. */
-static int leave_stopped_output(const char *) {
-    write_file(kPingFile, "");
-    return truncate(kPingFile, OS_COMMAND_FILE_MAX);
-}
-
-TEST_F(DiagRun, AStoppedOutputSaysSoAtItsEnd) {
-    base::os_system.stand_in(leave_stopped_output);
-    EXPECT_EQ(E_APPS_ERR_SUCCESS, ping());
-    EXPECT_STREQ("\n(the output was stopped at 16 MiB)\n", context_.buf.data + OS_COMMAND_FILE_MAX);
-    EXPECT_EQ(context_.buf.length, read_file(kPingFile).size());
-}
-
-TEST_F(DiagRun, AStoppedOutputThatCanNotSaySoIsLoggedAndGiven) {
-    base::os_system.stand_in(leave_stopped_output);
-    libc::pwrite.stand_in([](int, const void *, size_t, off_t) {
-        errno = EIO;
-        return ssize_t{-1};
-    });
-    EXPECT_EQ(E_APPS_ERR_SUCCESS, ping());
-    EXPECT_TRUE(logged_once(log_, kWarningLevel, "frwk_diag_exec",
-                            with_errno("mark a stopped diag output error!", EIO)));
-    EXPECT_EQ(static_cast<uint32_t>(OS_COMMAND_FILE_MAX), context_.buf.length);
-}
-
-TEST_F(DiagRun, AStoppedOutputWithoutRoomToSaySoIsLogged) {
-    base::os_system.stand_in(leave_stopped_output);
-    libc::pwrite.stand_in(
-        [](int fd, const void *text, size_t, off_t at) { return libc::pwrite.real(fd, text, 5, at); });
-    EXPECT_EQ(E_APPS_ERR_SUCCESS, ping());
-    EXPECT_TRUE(logged_once(log_, kWarningLevel, "frwk_diag_exec",
-                            with_errno("mark a stopped diag output error!", ENOSPC)));
 }
 
 TEST_F(DiagRun, AnOutputAboveOneBlockIsRefused) {
@@ -330,11 +205,6 @@ TEST_F(DiagRun, NoDescriptorAndNoMemoryStaysBehind) {
     }
     EXPECT_EQ(descriptors, open_descriptors());
     EXPECT_EQ(blocks, live_blocks());
-}
-
-TEST_F(DiagRun, TheOutputFileIsClosedOnExec) {
-    ASSERT_EQ(E_APPS_ERR_SUCCESS, ping());
-    EXPECT_EQ(FD_CLOEXEC, fcntl(fileno(context_.fp), F_GETFD));
 }
 
 TEST_F(DiagRun, FreeTakesAnythingThatWasInitialised) {

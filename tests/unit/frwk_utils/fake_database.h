@@ -13,6 +13,7 @@
 
 #include "doubles/double.h"
 #include "os_mem.h"
+#include "support/memory_usage.h"
 #include "zndb.h"
 
 struct DatabaseRequest {
@@ -48,12 +49,6 @@ class ConfigTest : public testing::Test {
     void TearDown() override {
         EXPECT_EQ(blocks_, live_blocks());
         doubles::restore_all();
-    }
-
-    static uint32_t live_blocks() {
-        os_mem_usage_t usage = {};
-        os_mem_usage(&usage);
-        return usage.live_blocks;
     }
 
     FakeDatabase &database() { return fake_database(); }

@@ -6,28 +6,16 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
-#include <filesystem>
 #include <string>
 
-#include "support/files.h"
-
-using namespace std::string_literals;
+#include "unit/modem/simulated_modem.h"
 
 namespace {
 
 constexpr int32_t kUntouched = -777;
 
-class Libmal : public testing::Test {
+class Libmal : public SimulatedModem {
   protected:
-    Libmal() { std::filesystem::remove_all(folder()); }
-
-    static std::filesystem::path folder() { return std::filesystem::path(MAL_SIMULATION_FILE).parent_path(); }
-
-    static void simulate(const std::string &content) {
-        std::filesystem::create_directories(folder());
-        write_file(MAL_SIMULATION_FILE, content);
-    }
-
     /* The state, or kUntouched when the call failed. */
     static int32_t status() {
         int32_t value = kUntouched;
@@ -119,36 +107,6 @@ TEST_F(Libmal, HandsOutHostileTextsAsTheyAre) {
     simulate("mcc=../\nmnc=/..\nspn=../../etc/x\n");
     EXPECT_EQ("../ /..", plmn());
     EXPECT_EQ("../../etc/x", spn());
-}
-
-TEST_F(Libmal, TakesTheFirstLineOfAKeyAndSkipsOtherLines) {
-    simulate("# spn=comment\nspn\nspn2=other\n spn=blank\n\nspn=first\nspn=second\n");
-    EXPECT_EQ("first", spn());
-}
-
-TEST_F(Libmal, ReadsLinesWithCrLfAndWithoutALastLineEnd) {
-    simulate("spn=name\r\nsim_status=5\r\nmcc=460\r\nmnc=01");
-    EXPECT_EQ("name", spn());
-    EXPECT_EQ(5, status());
-    EXPECT_EQ("460 01", plmn());
-}
-
-TEST_F(Libmal, NeverTakesTheRestOfALongLineForALine) {
-    simulate(std::string(127, 'x') + "spn=inside\n");
-    EXPECT_EQ("failed", spn());
-    simulate("spn=" + std::string(5000, 'y') + "\nmcc=460\nmnc=01\n");
-    EXPECT_EQ(std::string(16, 'y'), spn());
-    EXPECT_EQ(std::string(63, 'y'), spn(64));
-    EXPECT_EQ("460 01", plmn());
-}
-
-TEST_F(Libmal, SurvivesRubbishInPlaceOfItsFile) {
-    simulate("\0spn=x\nsp\0n=y\n\xff\xfe=\n"s);
-    EXPECT_EQ("failed", spn());
-    std::filesystem::remove(MAL_SIMULATION_FILE);
-    std::filesystem::create_directory(MAL_SIMULATION_FILE);
-    EXPECT_EQ("failed", spn());
-    EXPECT_EQ(1, libmal_get_mpss_status());
 }
 
 TEST_F(Libmal, InitialisesOnceAndSaysSoAfterwards) {

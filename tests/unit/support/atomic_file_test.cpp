@@ -1,5 +1,5 @@
 /*
- * Files that take their target's name once they are whole.
+ * Files that take their target's name once they are complete.
  */
 #include "support/atomic_file.h"
 

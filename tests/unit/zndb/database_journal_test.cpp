@@ -138,7 +138,7 @@ TEST_F(DatabaseJournal, AJournalThatComesBackIsReadBeforeTheNextAnswer) {
     EXPECT_EQ("1", plain("a"));
 }
 
-/* Its first lines alone would give a value that was replaced long ago. */
+/* The first part of the journal has an outdated value. */
 TEST_F(DatabaseJournal, AJournalThatIsReadHalfWayIsInNoAnswer) {
     put_file(kPlainFile, "a=saved\n");
     put_file(kJournalFile, "P+a=1\n" + some_blocks_of_records() + "P+a=2\n");

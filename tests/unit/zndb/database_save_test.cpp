@@ -268,4 +268,35 @@ TEST_F(DatabaseSave, ErrnoValuesHaveTheirResults) {
     }
 }
 
+/* A backup would be one without settings. */
+TEST_F(DatabaseSave, WritesAFileAgainThatSomebodyRemoved) {
+    for (const std::string &path : {kPlainFile, kPermFile}) {
+        put_file(path, "k=v\n");
+        restart();
+        std::filesystem::remove(path);
+        log_.clear();
+        EXPECT_EQ(0, database_->save());
+        EXPECT_EQ("k=v\n", content_of(path));
+        EXPECT_EQ((std::vector<std::string>{path + " was removed by somebody, it is written again"}),
+                  warnings(log_));
+        EXPECT_EQ(0, database_->save());
+        EXPECT_EQ(1u, warnings(log_).size());
+    }
+}
+
+TEST_F(DatabaseSave, DoesNotMissTheFileOfAnEmptyStore) {
+    EXPECT_EQ(0, database_->save());
+    EXPECT_FALSE(exists(kPlainFile));
+    EXPECT_EQ("", log_.text());
+}
+
+/* Who removes the file and reboots wants the defaults. */
+TEST_F(DatabaseSave, BeforeAPowerOffBringsNoRemovedFileBack) {
+    put_file(kPlainFile, "k=v\n");
+    restart();
+    std::filesystem::remove(kPlainFile);
+    EXPECT_EQ(0, database_->save_before_power_off());
+    EXPECT_FALSE(exists(kPlainFile));
+}
+
 }  // namespace

@@ -20,7 +20,7 @@
 #include "doubles/log_capture.h"
 #include "os_log.h"
 
-/* The whole content; "" when there is no file. */
+/* The content; "" without a file. */
 inline std::string content_of(const std::string &path) {
     std::ifstream file(path, std::ios::binary);
     return std::string(std::istreambuf_iterator<char>(file), {});
@@ -169,6 +169,7 @@ inline void end_faults() {
     doubles::libc::unlink.restore();
     doubles::libc::unlinkat.restore();
     doubles::libc::rmdir.restore();
+    doubles::libc::statx.restore();
 }
 
 /* A test in which the disk may fail. The log is captured all the while. */

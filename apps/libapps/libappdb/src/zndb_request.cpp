@@ -1,15 +1,15 @@
 /*
- * Checks the arguments, builds the body, sends it, translates the answer and logs failures.
+ * The requests to the configuration database. Each checks its arguments, builds the body, sends it,
+ * translates the answer and logs failures.
  */
-#include "zndb_request.h"
+#include "zndb.h"
 
 #include <cstring>
 
 #include "formats/zndb_wire.h"
 #include "frwk_common.h"
 #include "internal/frwk_log.h"
-
-namespace zndb_client {
+#include "internal/log_name.h"
 
 namespace {
 
@@ -73,8 +73,7 @@ int request_plain_outcome(const Request &request) {
     return ret != E_ZNDB_RET_SUCCESS ? ret : plain_outcome(request.caller, result);
 }
 
-}  // namespace
-
+/* Sends a key and a value. */
 int set_value(apps_message_id_e_type msg, const char *key, const char *value) {
     const int ret = check_arguments(log_name::kZndbSetRequest, key != nullptr && value != nullptr, key);
     if (ret != E_ZNDB_RET_SUCCESS) {
@@ -89,6 +88,10 @@ int set_value(apps_message_id_e_type msg, const char *key, const char *value) {
     return request_plain_outcome({log_name::kZndbSetRequest, msg, &record, sizeof(record), nullptr, 0});
 }
 
+/*
+ * Sends a key and receives its value. buf: receives the NUL-terminated text; undefined on failure.
+ * size: size of buf in bytes; the database checks it.
+ */
 int get_value(apps_message_id_e_type msg, const char *key, char *buf, uint32_t size) {
     int ret = check_arguments(log_name::kZndbGetRequest, key != nullptr && buf != nullptr, key);
     if (ret != E_ZNDB_RET_SUCCESS) {
@@ -114,6 +117,7 @@ int get_value(apps_message_id_e_type msg, const char *key, char *buf, uint32_t s
     return E_ZNDB_RET_SUCCESS;
 }
 
+/* Sends a key. */
 int delete_value(apps_message_id_e_type msg, const char *key) {
     int ret = check_arguments(log_name::kZndbDelRequest, key != nullptr, key);
     if (ret != E_ZNDB_RET_SUCCESS) {
@@ -128,8 +132,49 @@ int delete_value(apps_message_id_e_type msg, const char *key) {
     return outcome_for_key(log_name::kZndbDelRequest, key, result);
 }
 
+/* Sends a message without a body. caller: the function that the log names. */
 int send_message(LogName caller, apps_message_id_e_type msg) {
     return request_plain_outcome({caller, msg, nullptr, 0, nullptr, 0});
 }
 
-}  // namespace zndb_client
+}  // namespace
+
+int zndb_set(const char *key, const char *value) {
+    return set_value(E_APPS_MSG_ZNDB_SET, key, value);
+}
+
+int zndb_set_perm_data(const char *key, const char *value) {
+    return set_value(E_APPS_MSG_ZNDB_SET_PERM, key, value);
+}
+
+int zndb_get(const char *key, char *value, uint32_t size) {
+    return get_value(E_APPS_MSG_ZNDB_GET, key, value, size);
+}
+
+int zndb_get_perm(const char *key, char *value, uint32_t size) {
+    return get_value(E_APPS_MSG_ZNDB_GET_PERM, key, value, size);
+}
+
+int zndb_get_def(const char *key, char *value, uint32_t size) {
+    return get_value(E_APPS_MSG_ZNDB_GET_DEF, key, value, size);
+}
+
+int zndb_del(const char *key) {
+    return delete_value(E_APPS_MSG_ZNDB_DEL, key);
+}
+
+int zndb_del_perm(const char *key) {
+    return delete_value(E_APPS_MSG_ZNDB_DEL_PERM, key);
+}
+
+int zndb_save(void) {
+    return send_message(log_name::kZndbSaveRequest, E_APPS_MSG_ZNDB_SAVE);
+}
+
+int zndb_save_ram(void) {
+    return send_message(log_name::kZndbSaveRequest, E_APPS_MSG_ZNDB_SAVE_RAM);
+}
+
+int zndb_reset(void) {
+    return send_message(__func__, E_APPS_MSG_ZNDB_RESET);
+}

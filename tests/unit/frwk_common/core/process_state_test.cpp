@@ -23,15 +23,9 @@ void fill_all_words() {
     g_s_sub_lock_file = stderr;
 }
 
-class ProcessStateTest : public testing::Test {
-  protected:
-    ~ProcessStateTest() override { reset_process_state(E_APPS_MODULE_TOOL, nullptr); }
-};
-
-}  // namespace
-
-TEST_F(ProcessStateTest, IsThatOfAToolWithoutServiceBeforeTheStart) {
-    EXPECT_EQ(g_s_module_id, 0);
+/* All words of a process that has just become this module. */
+void expect_fresh_words(int32_t module) {
+    EXPECT_EQ(g_s_module_id, module);
     EXPECT_EQ(g_s_exit_handler, nullptr);
     EXPECT_EQ(g_s_ipcs_fd, -1);
     EXPECT_EQ(g_s_ipc_thread, 0u);
@@ -40,16 +34,21 @@ TEST_F(ProcessStateTest, IsThatOfAToolWithoutServiceBeforeTheStart) {
     EXPECT_EQ(g_s_sub_lock_file, nullptr);
 }
 
+class ProcessStateTest : public testing::Test {
+  protected:
+    ~ProcessStateTest() override { reset_process_state(E_APPS_MODULE_TOOL, nullptr); }
+};
+
+}  // namespace
+
+TEST_F(ProcessStateTest, IsThatOfAToolWithoutServiceBeforeTheStart) {
+    expect_fresh_words(0);
+}
+
 TEST_F(ProcessStateTest, StartSetsEveryWord) {
     fill_all_words();
     reset_process_state(3, nullptr);
-    EXPECT_EQ(g_s_module_id, 3);
-    EXPECT_EQ(g_s_exit_handler, nullptr);
-    EXPECT_EQ(g_s_ipcs_fd, -1);
-    EXPECT_EQ(g_s_ipc_thread, 0u);
-    EXPECT_EQ(g_s_ipc_handler, nullptr);
-    EXPECT_EQ(g_s_module_status, 0u);
-    EXPECT_EQ(g_s_sub_lock_file, nullptr);
+    expect_fresh_words(3);
 }
 
 TEST_F(ProcessStateTest, StartKeepsTheExitHandler) {

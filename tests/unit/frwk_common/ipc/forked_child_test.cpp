@@ -24,7 +24,7 @@ namespace base = doubles::base;
 
 namespace {
 
-/* Far above what a child needs that does not hang. */
+/* Far more than a child needs unless it hangs. */
 constexpr unsigned kChildSeconds = 60;
 
 ChildEnd in_child_within_limit(const std::function<std::string()> &body) {
@@ -149,7 +149,7 @@ TEST_F(ForkedChildOfOwnMessages, CountsItsOwnAlone) {
 
 using ForkedChildOfASubscriber = SubscriptionTest;
 
-/* The child waits for the process that holds the lock, not for a thread that it hasn't got. */
+/* The child waits for the process that holds the lock, not for a thread that exists only in the parent. */
 TEST_F(ForkedChildOfASubscriber, TakesTheLockWhenItsParentHasLetItGo) {
     SocketPair pair;
     std::promise<bool> locked;

@@ -21,7 +21,7 @@ struct HandledCall {
     uint32_t timeout;
 };
 
-/* One handler for the whole program, since a handler is a plain function. Any thread may call it. */
+/* One handler for the program, since a handler is a plain function. Any thread may call it. */
 class TestHandler {
   public:
     /* Forgets all calls; further ones return result and copy answer into the answer's buffer. */

@@ -155,7 +155,7 @@ inline int connect_to(const std::string &module_name, int flags = 0) {
     return fd;
 }
 
-/* What a module answers to a request. */
+/* A module's answer to a request. */
 inline Bytes ask_module(const std::string &module_name, const Bytes &sent) {
     const int fd = connect_to(module_name);
     (void)write_bytes(fd, sent);

@@ -25,7 +25,7 @@ frwk_cpustate mpstat(const std::string &line, bool has_idle = true) {
     return state;
 }
 
-/* What a line leaves alone keeps this. */
+/* The value of members that a line does not set. */
 constexpr uint32_t kOld = kUntouchedState.usr;
 
 }  // namespace

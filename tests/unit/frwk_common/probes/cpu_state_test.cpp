@@ -35,7 +35,7 @@ class CpuState : public ToolTest {
     }
 };
 
-/* What half a line leaves alone keeps this, and usage is 100 less idle, in 32 bits. */
+/* Members that half a line does not set keep this value; usage is 100 minus idle, in 32 bits. */
 constexpr uint32_t kKept = kUntouchedState.usr;
 
 }  // namespace

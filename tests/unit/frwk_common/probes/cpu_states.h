@@ -7,7 +7,7 @@
 
 #include "frwk_common.h"
 
-/* What a test fills a record with, to see what is written and what is not. */
+/* The fill value of a record, which shows the members that are not written. */
 inline constexpr frwk_cpustate kUntouchedState = {7777, 7777, 7777, 7777, 7777};
 
 inline bool operator==(const frwk_cpustate &a, const frwk_cpustate &b) {

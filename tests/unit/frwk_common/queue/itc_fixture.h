@@ -28,7 +28,7 @@ struct ItcMessage {
     }
 };
 
-/* A handler that keeps what it got. One for the whole program, since a handler is a plain function. */
+/* A handler that keeps the messages it receives. One for the program, since a handler is a plain function. */
 class ItcRecorder {
   public:
     static void handle(uint32_t msgid, const void *data, int32_t size) {

@@ -38,7 +38,7 @@ class ItcQueueTest : public ItcTest {
         ASSERT_EQ(0, base::os_thread_create.real(&thread, nullptr, entry_, argument_));
     }
 
-    /* No thread can be had; messages are sent before the queue learns of it. */
+    /* The thread can't be started; messages are sent before the queue notices. */
     void refuse_threads(os_thread_t handle, size_t messages) {
         base::os_thread_create.stand_in(
             [this, handle, messages](os_thread_t *thread, const os_thread_attr *, os_thread_entry, void *) {
@@ -54,7 +54,7 @@ class ItcQueueTest : public ItcTest {
         base::os_mem_malloc.stand_in([](size_t) { return nullptr; });
     }
 
-    /* What a creation that failed must have left: no block, no name. */
+    /* A failed creation leaves neither a block nor a name. */
     void expect_nothing_left(uint32_t blocks_before) {
         EXPECT_EQ(blocks_before, live_blocks());
         EXPECT_EQ(kNotExist, send_text(name_, 1, "x"));

@@ -28,7 +28,8 @@ void run_threads(uint32_t count, const std::function<void(uint32_t)> &body) {
     }
 }
 
-/* What a handler got from each sender. The message is the sender, its data the number. */
+/* The messages that a handler received from each sender. The message identifies the sender, its data is the
+ * number. */
 struct Tally {
     std::atomic<uint32_t> next[kSenders] = {}; /* the number that has to come next */
     std::atomic<uint32_t> total{0};
@@ -87,7 +88,7 @@ class ItcThreadsTest : public ItcTest {
 
     std::string queue(int number) const { return name_ + std::to_string(number); }
 
-    /* Every second thread can't be had. */
+    /* Every second thread fails to start. */
     void refuse_some_threads() {
         base::os_thread_create.stand_in([this](os_thread_t *thread, const os_thread_attr *attr,
                                                os_thread_entry entry, void *argument) {

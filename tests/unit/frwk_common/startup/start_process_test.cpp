@@ -44,7 +44,7 @@ void close_all(const std::vector<int> &fds) {
     }
 }
 
-/* What a descriptor of this process is open to. */
+/* The file that a descriptor of this process is open to. */
 std::string target_of(int fd) {
     char path[256] = "";
     const ssize_t length = readlink(("/proc/self/fd/" + std::to_string(fd)).c_str(), path, sizeof(path));
@@ -90,7 +90,8 @@ void wait_for_the_end_of_parent(pid_t parent) {
     _exit(0);
 }
 
-/* What a module in a separate process says about its start, whose parent ends before or while it starts. */
+/* The report of a module in a separate process about its start; its parent ends before or during the start.
+ */
 std::string report_of_orphan(Orphaned when) {
     int ends[2];
     EXPECT_EQ(0, pipe2(ends, O_CLOEXEC));

@@ -77,10 +77,20 @@ TEST_F(Waiting, ASleepTakesItsTime) {
 }
 
 /* Each of these runs in a separate process, which a test double ends. */
-class KeepRunningDeathTest : public Waiting {};
+class KeepRunningDeathTest : public Waiting {
+  protected:
+    /* prepare: sets the double that ends the process. */
+    static void expect_enough_seen(void (*prepare)()) {
+        const auto park = [prepare] {
+            prepare();
+            frwk_keep_running();
+        };
+        EXPECT_EXIT(park(), testing::ExitedWithCode(kSeenEnough), "");
+    }
+};
 
 TEST_F(KeepRunningDeathTest, WaitsOnASemaphoreThatStartsAtZero) {
-    const auto park = [] {
+    expect_enough_seen([] {
         doubles::base::os_sem_create.stand_in([](uint32_t count) {
             if (count != 0) {
                 std::_Exit(1);
@@ -91,39 +101,33 @@ TEST_F(KeepRunningDeathTest, WaitsOnASemaphoreThatStartsAtZero) {
             std::_Exit(sem != nullptr ? kSeenEnough : 2);
             return 0;
         });
-        frwk_keep_running();
-    };
-    EXPECT_EXIT(park(), testing::ExitedWithCode(kSeenEnough), "");
+    });
 }
 
 TEST_F(KeepRunningDeathTest, DoesNotReturnWhenAWaitEnds) {
-    const auto park = [] {
+    expect_enough_seen([] {
         doubles::base::os_sem_wait.stand_in([](os_sem *) {
             if (doubles::base::os_sem_wait.calls() == 3) {
                 std::_Exit(kSeenEnough);
             }
             return 0;
         });
-        frwk_keep_running();
-    };
-    EXPECT_EXIT(park(), testing::ExitedWithCode(kSeenEnough), "");
+    });
 }
 
 TEST_F(KeepRunningDeathTest, SleepsAndWaitsAgainWhenAWaitFails) {
-    const auto park = [] {
+    expect_enough_seen([] {
         doubles::base::os_sem_wait.stand_in([](os_sem *) { return EINVAL; });
         doubles::base::os_sleep.stand_in([](uint32_t) {
             if (doubles::base::os_sleep.calls() == 3 && doubles::base::os_sem_wait.calls() == 3) {
                 std::_Exit(kSeenEnough);
             }
         });
-        frwk_keep_running();
-    };
-    EXPECT_EXIT(park(), testing::ExitedWithCode(kSeenEnough), "");
+    });
 }
 
 TEST_F(KeepRunningDeathTest, ParksWithoutASemaphoreToo) {
-    const auto park = [] {
+    expect_enough_seen([] {
         doubles::base::os_sem_create.stand_in([](uint32_t) -> os_sem * { return nullptr; });
         doubles::base::os_sem_wait.stand_in([](os_sem *) {
             std::_Exit(1);
@@ -134,9 +138,7 @@ TEST_F(KeepRunningDeathTest, ParksWithoutASemaphoreToo) {
                 std::_Exit(kSeenEnough);
             }
         });
-        frwk_keep_running();
-    };
-    EXPECT_EXIT(park(), testing::ExitedWithCode(kSeenEnough), "");
+    });
 }
 
 class ThreadCreate : public FaultsTest {};

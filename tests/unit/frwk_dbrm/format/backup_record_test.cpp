@@ -72,6 +72,32 @@ TEST_F(BackupRecord, AMissingSourceIsAnEmptyOne) {
 TEST_F(BackupRecord, AFolderInTheSourcesPlaceIsAnEmptyOne) {
     EXPECT_EQ(E_APPS_ERR_SUCCESS, append("/m_data/usr"));
     EXPECT_EQ(header(1, "/m_data/usr", 0), file_text(kBackup));
+    EXPECT_TRUE(logged_once(log(), kWarningLevel, "frwk_dbrm_backup_file",
+                            "'/m_data/usr' is no regular file, the backup has nothing of it!"));
+}
+
+/* Its size is 0 then; a restore would remove the file, or empty the settings. */
+TEST_F(BackupRecord, ASourceThatCantBeLookedAtIsNoEmptyOne) {
+    write(kSource, "data");
+    doubles::base::os_file_size.stand_in([](const char *) { return uint64_t{0}; });
+    EXPECT_EQ(E_APPS_ERR_IO, append(kSource)); /* it can be by now */
+    doubles::libc::stat.stand_in([](const char *, struct stat *) {
+        errno = EACCES;
+        return -1;
+    });
+    EXPECT_EQ(E_APPS_ERR_IO, append(kSource));
+    EXPECT_EQ("", file_text(kBackup));
+    EXPECT_TRUE(logged_once(log(), kWarningLevel, "frwk_dbrm_backup_file",
+                            with_errno("open backup file error!", EACCES)));
+}
+
+TEST_F(BackupRecord, ASourceInAMissingFolderIsAnEmptyOne) {
+    write(kSource, "data");
+    for (const std::string &path :
+         {std::string("/m_data/usr/missing/file"), std::string(kSource) + "/file"}) {
+        EXPECT_EQ(E_APPS_ERR_SUCCESS, append(path));
+        EXPECT_EQ(header(1, path, 0), file_text(kBackup));
+    }
 }
 
 TEST_F(BackupRecord, AcceptsAPathOf127Characters) {

@@ -26,7 +26,7 @@ class Conninfo : public ConfigTest {
     }
 };
 
-/* The 18 items of a whole list, in their order. */
+/* The 18 items of a complete list, in order. */
 const std::vector<std::string> kItems = {"connected",
                                          "400",
                                          "00:11:22:33:44:55",
@@ -66,7 +66,7 @@ const std::vector<ItemCase> kItemCases = {
 /* A number that an int refuses; as a uint it is accepted like any other. */
 constexpr char kRefusedInt[] = "-2147483648";
 
-/* The whole record, whatever its members are. */
+/* The bytes of a record. */
 std::string bytes_of(const frwk_conninfo_t &info) {
     return std::string(reinterpret_cast<const char *>(&info), sizeof(info));
 }

@@ -28,7 +28,7 @@ const std::vector<ItemCase> kItemCases = {{"profilename", 50}, {"apn", 150},    
                                           {"password", 127},   {"authmode", 31}, {"iptype", 31},
                                           {"readonly", 32}};
 
-/* The whole record, whatever its members are. */
+/* The bytes of a record. */
 std::string bytes_of(const frwk_profile_t &profile) {
     return std::string(reinterpret_cast<const char *>(&profile), sizeof(profile));
 }

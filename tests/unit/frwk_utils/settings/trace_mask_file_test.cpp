@@ -41,7 +41,7 @@ class TraceMaskFileTest : public TraceMaskTest {
     }
 };
 
-/* Lays a read-only file system over the mask's folder, for this process alone. */
+/* Mounts a read-only file system over the mask's folder, visible only to this process. */
 bool make_mask_folder_read_only() {
     const int flags = geteuid() == 0 ? CLONE_NEWNS : CLONE_NEWNS | CLONE_NEWUSER;
     return unshare(flags) == 0 && mount("tmpfs", "/m_data/usr/mask", "tmpfs", MS_RDONLY, nullptr) == 0;

@@ -47,7 +47,7 @@ std::ostream &operator<<(std::ostream &out, const TypeCase &type) {
 
 const std::string kTooLong(400, '9');
 
-/* Texts that are 0 as every whole number. */
+/* Texts that every integer type reads as 0. */
 std::vector<Sample> with_zeros(std::vector<Sample> samples) {
     for (const char *text : {"", " ", "0", "-0", "+0", "000", "abc", "-", "+", "--1", "+-1", "- 1", "0x10",
                              ".5", "\"7\"", "nan", "inf", "\n"}) {

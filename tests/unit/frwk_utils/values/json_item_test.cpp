@@ -100,7 +100,7 @@ const Member kMembers[] = {
     {"[7]", 0, 0},
 };
 
-/* A whole-number type: its size, what it accepts of JSON, and what it logs otherwise. */
+/* An integer type: its size, the JSON numbers that it accepts, and its log line for others. */
 struct IntegerType {
     const char *name;
     int32_t code;

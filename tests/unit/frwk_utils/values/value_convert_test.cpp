@@ -11,6 +11,7 @@
 #include "doubles/log_capture.h"
 #include "frwk_utils.h"
 #include "support/log_checks.h"
+#include "support/memory_usage.h"
 #include "unit/frwk_utils/heap_count.h"
 #include "unit/frwk_utils/values/destination.h"
 #include "unit/frwk_utils/values/value_text.h"
@@ -18,12 +19,6 @@
 namespace {
 
 constexpr char kUntouched[] = "untouched";
-
-uint32_t live_blocks() {
-    os_mem_usage_t usage;
-    os_mem_usage(&usage);
-    return usage.live_blocks;
-}
 
 class CheckEnumValueFaults : public FaultsTest {};
 

@@ -34,6 +34,14 @@ TEST(RestoreAdvice, WithoutAProductSaysSo) {
     EXPECT_EQ(Lines(), restore_advice(facts));
 }
 
+TEST(RestoreAdvice, WithoutSpaceSaysSo) {
+    RestoreFacts facts = some_facts();
+    facts.lacks_space = true;
+    EXPECT_EQ("; the device has no space for its settings, on its disk or in its memory; nothing has changed",
+              restore_hint(facts));
+    EXPECT_EQ(Lines(), restore_advice(facts));
+}
+
 /* The database was emptied and could not be saved. */
 TEST(RestoreAdvice, OfAnEmptiedDatabaseSaysWhereItsSettingsAre) {
     RestoreFacts facts = some_facts();

@@ -15,6 +15,7 @@
 #include "frwk_dbrm/format/backup_io.h"
 #include "frwk_dbrm/format/backup_trailer.h"
 #include "frwk_dbrm/format/restore_record.h"
+#include "frwk_dbrm/restore_room.h"
 #include "internal/frwk_log.h"
 #include "zndb.h"
 
@@ -77,6 +78,9 @@ apps_err_e_type restore_from(BackupFile *source) {
     if (ret != E_APPS_ERR_SUCCESS) {
         FRWK_WARN(log_name::kDbrmRestore, "decompression failed!");
         return ret;
+    }
+    if (!backup::has_room_for_settings(source->file())) {
+        return E_APPS_ERR_NOSPACE;
     }
     if (zndb_reset() != E_ZNDB_RET_SUCCESS || zndb_save() != E_ZNDB_RET_SUCCESS) {
         FRWK_WARN(log_name::kDbrmRestore, "zndb reset user data failed!");

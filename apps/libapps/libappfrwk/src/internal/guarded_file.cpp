@@ -27,12 +27,12 @@ int settle(int fd, const struct stat &found, int flags, mode_t mode) {
 }
 
 /* Checks an open file. Returns 0, or the errno value if it is refused; EPERM for a planted one. */
-int look_at(int fd, const char *path, int flags, mode_t mode, Planted planted) {
+int look_at(int fd, const char *path, int flags, mode_t mode, Planted planted, FolderOwner folder_owner) {
     struct stat found;
     if (::fstat(fd, &found) != 0) {
         return errno;
     }
-    if (is_planted(path, found, FolderOwner::kTrusted)) {
+    if (is_planted(path, found, folder_owner)) {
         if (planted == Planted::kRefuse) {
             FRWK_WARN(__func__, "%s is not ours (owner %u, mode %04o): refused", path, found.st_uid,
                       found.st_mode & kRights);
@@ -43,9 +43,9 @@ int look_at(int fd, const char *path, int flags, mode_t mode, Planted planted) {
     return error != 0 ? error : settle(fd, found, flags, mode);
 }
 
-UniqueFd open_ours(const char *path, int flags, mode_t mode, Planted planted) {
+UniqueFd open_ours(const char *path, int flags, mode_t mode, Planted planted, FolderOwner folder_owner) {
     UniqueFd fd(::open(path, (flags & ~O_TRUNC) | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, mode));
-    const int error = fd ? look_at(fd.get(), path, flags, mode, planted) : errno;
+    const int error = fd ? look_at(fd.get(), path, flags, mode, planted, folder_owner) : errno;
     if (error != 0) {
         fd.reset();
         errno = error;
@@ -55,15 +55,15 @@ UniqueFd open_ours(const char *path, int flags, mode_t mode, Planted planted) {
 
 }  // namespace
 
-UniqueFd open_guarded(const char *path, int flags, mode_t mode, Planted planted) {
-    UniqueFd fd = open_ours(path, flags, mode, planted);
+UniqueFd open_guarded(const char *path, int flags, mode_t mode, Planted planted, FolderOwner folder_owner) {
+    UniqueFd fd = open_ours(path, flags, mode, planted, folder_owner);
     if (fd || planted == Planted::kRefuse) {
         return fd;
     }
 
     const int error = errno;
-    if (set_aside_planted(path, FolderOwner::kTrusted)) {
-        return open_ours(path, flags | O_EXCL, mode, planted);
+    if (set_aside_planted(path, folder_owner)) {
+        return open_ours(path, flags | O_EXCL, mode, planted, folder_owner);
     }
     errno = error;
     return UniqueFd();

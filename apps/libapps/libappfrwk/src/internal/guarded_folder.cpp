@@ -7,15 +7,21 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
+
 #include "formats/device_paths.h"
 #include "internal/frwk_log.h"
 #include "internal/planted.h"
 #include "internal/shell.h"
 #include "os_file.h"
+#include "support/folder_list.h"
 #include "support/unique_fd.h"
 
 namespace {
 
+constexpr size_t kPathSize = 256;
 constexpr mode_t kRights = 07777;
 constexpr mode_t kAccess = 0777;
 constexpr mode_t kNewFolder = 0755;
@@ -25,6 +31,10 @@ constexpr mode_t kOthersWrite = S_IWGRP | S_IWOTH;
 constexpr const char *kOwnFolders[] = {paths::kTempFolder,        paths::kLockFolder,
                                        paths::kIpcFolder,         paths::kSubscribeFolder,
                                        paths::kSubscribeFolderEx, paths::kTraceMaskFolder};
+
+/* Those of them that may be of an earlier run, and are made again where they are missing. */
+constexpr const char *kKeptFolders[] = {paths::kSubscribeFolder, paths::kSubscribeFolderEx,
+                                        paths::kTraceMaskFolder};
 
 /* Folders of the device's image, and of the database. Modules trust the files in them. */
 constexpr const char *kImageFolders[] = {paths::kDataFolder,
@@ -43,6 +53,30 @@ bool is_open(const char *path) {
     return ::stat(path, &found) == 0 && (found.st_mode & kOthersWrite) != 0;
 }
 
+bool lets_all_replace(const struct stat &folder) {
+    return (folder.st_mode & S_IWOTH) != 0 && (folder.st_mode & S_ISVTX) == 0;
+}
+
+RightsAbove rights_in(const struct stat &folder) {
+    if (!is_trusted_owner(folder.st_uid) || lets_all_replace(folder)) {
+        return RightsAbove::kReplace;
+    }
+    return (folder.st_mode & kOthersWrite) != 0 ? RightsAbove::kAdd : RightsAbove::kNone;
+}
+
+/* The owner of "/" is whoever owns the device, which in a container may be a user without a number. */
+template <typename Look>
+void look_above(const char *path, Look look) {
+    for (const char *end = std::strchr(path + 1, '/'); end != nullptr; end = std::strchr(end + 1, '/')) {
+        char folder[kPathSize];
+        (void)std::snprintf(folder, sizeof(folder), "%.*s", static_cast<int>(end - path), path);
+        struct stat found = {};
+        if (::stat(folder, &found) == 0) {
+            look(found);
+        }
+    }
+}
+
 void warn_of_others(const char *path) {
     struct stat found = {};
     if (::stat(path, &found) != 0) {
@@ -51,6 +85,23 @@ void warn_of_others(const char *path) {
     if ((found.st_mode & kOthersWrite) != 0 || !is_trusted_owner(found.st_uid)) {
         FRWK_WARN(__func__, "others can write the working folder %s: owner %u, mode %04o", path, found.st_uid,
                   found.st_mode & kRights);
+    }
+}
+
+/*
+ * While /tmp/m_tmp was open, other users could rename the module's own files and folders in it: removes what
+ * can't be used from a folder's place and from the folder.
+ *
+ * type: that of the folder's entries.
+ */
+void undo_renames(const char *folder, mode_t type) {
+    (void)set_aside_misplaced(folder, S_IFDIR);
+    FolderList entries(folder);
+    while (const char *name = entries.next()) {
+        char path[kPathSize];
+        (void)std::snprintf(path, sizeof(path), "%s/%s", folder, name);
+        const bool is_entry = name[0] != '.'; /* nothing of ours begins with it */
+        (void)(is_entry && set_aside_misplaced(path, type));
     }
 }
 
@@ -92,17 +143,27 @@ void make_guarded_temp_folder(const char *path) {
     make_guarded_folder(path);
 }
 
-/* A folder that somebody planted while /tmp/m_tmp was open is still theirs after it was closed. */
 void close_temp_folder() {
-    if (is_open(paths::kTempFolder)) {
+    const bool was_open = is_open(paths::kTempFolder);
+    if (was_open) {
         close_folder(paths::kTempFolder, false);
     }
+    // What somebody planted while it was open is still theirs after it was closed.
     for (const char *folder : {paths::kLockFolder, paths::kIpcFolder}) {
         (void)set_aside_planted(folder, FolderOwner::kTrusted);
+    }
+    if (was_open && !is_open(paths::kTempFolder)) {
+        undo_renames(paths::kLockFolder, S_IFREG);
+        undo_renames(paths::kIpcFolder, S_IFSOCK);
     }
 }
 
 void watch_working_folders() {
+    for (const char *folder : kKeptFolders) {
+        if (set_aside_planted(folder, FolderOwner::kTrusted)) {
+            make_guarded_folder(folder);
+        }
+    }
     for (const char *folder : kOwnFolders) {
         if (is_open(folder)) {
             close_folder(folder, false);
@@ -112,4 +173,18 @@ void watch_working_folders() {
     for (const char *folder : kImageFolders) {
         warn_of_others(folder);
     }
+}
+
+RightsAbove rights_above(const char *path) {
+    RightsAbove most = RightsAbove::kNone;
+    look_above(path, [&most](const struct stat &folder) { most = std::max(most, rights_in(folder)); });
+    return most;
+}
+
+bool all_can_replace(const char *path) {
+    bool replaceable = false;
+    look_above(path, [&replaceable](const struct stat &folder) {
+        replaceable = replaceable || lets_all_replace(folder);
+    });
+    return replaceable;
 }

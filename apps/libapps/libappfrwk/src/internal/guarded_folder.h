@@ -22,8 +22,27 @@ void make_guarded_temp_folder(const char *path);
  */
 void close_folder(const char *path, bool made);
 
-/* Closes /tmp/m_tmp, and renames whatever other users have put in the place of its folders. */
+/*
+ * Closes /tmp/m_tmp, and renames whatever other users have put in the place of its folders. If it was open,
+ * also renames whatever is of the wrong type there or in them, whoever it belongs to.
+ */
 void close_temp_folder();
 
-/* Closes all working folders, and warns of each one that other users can still write to. */
+/*
+ * Closes all working folders, and warns of each one that other users can still write to. Replaces the folders
+ * of subscriptions and of the trace mask that other users have made.
+ */
 void watch_working_folders();
+
+/* What a user who is neither this process's nor root can do with a file, by the folders above it. */
+enum class RightsAbove {
+    kNone,
+    kAdd,    /* put something in its place while it is missing */
+    kReplace /* rename it, and put something else in its place */
+};
+
+/* The group of a folder is trusted not to replace files. */
+RightsAbove rights_above(const char *path);
+
+/* Whether all users can replace a file of this process's user: a folder above it is open and not sticky. */
+bool all_can_replace(const char *path);

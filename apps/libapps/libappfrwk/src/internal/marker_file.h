@@ -3,17 +3,15 @@
  */
 #pragma once
 
-#include "internal/planted.h"
-#include "internal/shell.h"
-
 /*
  * Makes a marker with the shell's touch, which would follow a link: what another user has put in its place is
- * set aside first.
+ * set aside first. Where other users can add files, the marker is made before touch runs; where they can
+ * replace it, it is made without the shell.
  *
  * path: absolute.
- * Returns whether the command was run.
+ * Returns whether the marker may be there now; a failure is logged.
  */
-inline bool make_marker(const char *path) {
-    (void)set_aside_planted(path, FolderOwner::kTrusted);
-    return run_on_path("touch", path);
-}
+bool make_marker(const char *path);
+
+/* Whether there is anything at a path, be it a link that leads nowhere; true if that can't be determined. */
+bool is_occupied(const char *path);

@@ -11,9 +11,14 @@
 #include <sys/types.h>
 #include <unistd.h>
 
-/* Whether to trust files of the folder's owner, who could replace every file in the folder anyway. */
+/*
+ * Whether to trust files of the folder's owner, who could replace every file in the folder anyway. Where they
+ * are trusted, root also trusts the owner of /tmp/m_tmp, as whom the modules run: root's tools work there
+ * too.
+ */
 enum class FolderOwner {
     kTrusted,
+    kTrustedWithParent, /* if the folder above it is theirs too: otherwise the folder may be planted itself */
     kStranger
 };
 
@@ -30,10 +35,26 @@ inline bool is_trusted_owner(uid_t user) {
 bool is_planted(const char *path, const struct stat &found, FolderOwner folder_owner);
 
 /*
+ * Whether there is something at a path that belongs to this process's user, to root, or to the owner of its
+ * folder and of the one above. What belongs to another user is logged.
+ *
+ * path: absolute. A link counts if it leads somewhere, and as its own owner's.
+ */
+bool exists_as_ours(const char *path);
+
+/*
  * Renames a planted file to NAME.planted-UPTIME, for a later inspection, and logs that. Returns true if it
  * was renamed; false if the file is not planted, or can't be renamed, which is logged.
  */
 bool set_aside_planted(const char *path, FolderOwner folder_owner);
+
+/*
+ * The same for whatever is planted, or is not of this type, whoever it belongs to: while a folder was open,
+ * other users could rename the device's own files in it.
+ *
+ * type: S_IFREG, S_IFDIR or S_IFSOCK.
+ */
+bool set_aside_misplaced(const char *path, mode_t type);
 
 /*
  * Removes permissions beyond the given ones from an open file of this process's user; ignores files of other

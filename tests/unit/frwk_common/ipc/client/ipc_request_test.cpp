@@ -14,7 +14,7 @@ namespace {
 
 class IpcSyncTest : public IpcRequestTest {
   protected:
-    /* Asks with room for so many bytes, which hold a pattern before, and a peer with this answer. */
+    /* Sends a request with a patterned buffer of this size to a peer with this answer. */
     apps_err_e_type ask_for(uint32_t room, const Bytes &answer) {
         const AnsweringPeer wlan("wlan", answer);
         rsp_ = pattern(room);
@@ -22,7 +22,7 @@ class IpcSyncTest : public IpcRequestTest {
     }
 };
 
-/* Room for answers around the size up to which they are taken whole. */
+/* Buffer sizes around the limit up to which an answer is read at once. */
 constexpr uint32_t kRooms[] = {1, 8, 1015, 1016, 1017, 1023, 1024, 1025, 5000};
 constexpr uint32_t kSmallRoom = 1024;
 

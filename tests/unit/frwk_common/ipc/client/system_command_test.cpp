@@ -23,7 +23,7 @@ class SystemCommandTest : public ModuleTest {
   protected:
     SystemCommandTest() { (void)unlink(kResetFlag); }
 
-    /* What the monitor received: one notification of module 3 with one word. */
+    /* Checks that the monitor received one notification of module 3 with one word. */
     static Bytes notification(uint32_t msgid, uint32_t word, uint32_t src = 3) {
         return words({src, msgid, 1, 3, 0, 4, word});
     }

@@ -11,6 +11,7 @@
 #include "frwk_common/events/subscription_lock.h"
 #include "internal/frwk_log.h"
 #include "internal/guarded_folder.h"
+#include "internal/planted.h"
 #include "internal/shell.h"
 #include "os_file.h"
 
@@ -29,6 +30,7 @@ const char *own_name() {
 
 /* Empties a subscription folder, or creates it. */
 void init_folder(const char *folder) {
+    (void)set_aside_planted(folder, FolderOwner::kTrusted);
     if (os_file_exist(folder) == 0) {
         make_guarded_folder(folder);
         return;

@@ -15,9 +15,9 @@
 
 #include "formats/device_paths.h"
 #include "internal/guarded_file.h"
-#include "internal/letter_case.h"
 #include "internal/small_buffer.h"
 #include "os_file.h"
+#include "support/letter_case.h"
 #include "support/uninterrupted.h"
 
 namespace events {
@@ -124,7 +124,7 @@ UniqueFd SubscriptionFile::open(int flags) const {
         errno = EINVAL;
         return UniqueFd();
     }
-    return open_guarded(path_, flags, kFileMode, Planted::kRefuse);
+    return open_guarded(path_, flags, kFileMode, Planted::kRefuse, FolderOwner::kTrustedWithParent);
 }
 
 // cppcheck-suppress uninitMemberVar ; the buffers are filled before they are read, as used_ and filled_ say

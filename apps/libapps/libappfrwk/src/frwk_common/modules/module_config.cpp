@@ -10,52 +10,15 @@
 #include <memory>
 
 #include "formats/device_paths.h"
+#include "formats/module_facility.h"
 #include "formats/module_flags.h"
 #include "frwk_common.h"
 #include "internal/decimal.h"
 #include "internal/frwk_log.h"
-#include "internal/letter_case.h"
 #include "os_file.h"
 #include "xml.h"
 
 namespace {
-
-struct Word {
-    const char *text;
-    uint32_t value;
-};
-
-constexpr Word kFacilityWords[] = {
-    {"AUTH", 1},
-    {"AUTHPRIV", 2},
-    {"CRON", 3},
-    {"OS_LOG_DAEMON", 4},
-    {"FTP", 5},
-    {"KERN", 6},
-    {"OS_LOG_LOCAL0", 7},
-    {"OS_LOG_LOCAL1", 8},
-    {"OS_LOG_LOCAL2", 9},
-    {"OS_LOG_LOCAL3", 10},
-    {"OS_LOG_LOCAL4", 11},
-    {"OS_LOG_LOCAL5", 12},
-    {"OS_LOG_LOCAL6", 13},
-    {"OS_LOG_LOCAL7", 14},
-    {"LPR", 15},
-    {"MAIL", 16},
-    {"NEWS", 17},
-    {"SYSLOG", 18},
-    {"USER", 19},
-    {"UUCP", 20},
-};
-
-uint32_t parse_facility(const char *text) {
-    for (const Word &word : kFacilityWords) {
-        if (same_ignoring_case(text, word.text)) {
-            return word.value;
-        }
-    }
-    return 0;
-}
 
 /*
  * Texts from the file are never freed, even if a second element replaces them: somebody may still use the
@@ -102,7 +65,7 @@ void apply_elements(xml_node *module, frwk_module_info *row) {
         row->delay = decimal_number(delay);
     }
     if (const char *facility = child_text(module, "facility")) {
-        row->facility = parse_facility(facility);
+        row->facility = facility_in(facility);
     }
     if (const char *cmd = child_text(module, "cmd")) {
         (void)keep_text(cmd, &row->cmd);

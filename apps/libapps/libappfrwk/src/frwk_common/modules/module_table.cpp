@@ -8,7 +8,7 @@
 
 #include "formats/device_paths.h"
 #include "frwk_common/core/process_state.h"
-#include "os_file.h"
+#include "internal/planted.h"
 
 namespace {
 
@@ -82,5 +82,5 @@ int32_t frwk_module_disabled(int32_t id, char *path, uint32_t size) {
                         text_or_empty(name));
 
     // Without a name the path is that of the folder, which must not count as a marker.
-    return name != nullptr ? os_file_exist(marker) : 0;
+    return name != nullptr && exists_as_ours(marker) ? 1 : 0;
 }

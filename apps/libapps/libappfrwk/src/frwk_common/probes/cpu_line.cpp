@@ -3,7 +3,7 @@
 #include <cstring>
 
 #include "internal/decimal.h"
-#include "internal/letter_case.h"
+#include "support/letter_case.h"
 
 namespace {
 

@@ -12,6 +12,7 @@
 #include "internal/decimal.h"
 #include "internal/frwk_log.h"
 #include "internal/guarded_file.h"
+#include "internal/planted.h"
 #include "internal/shell.h"
 #include "os_file.h"
 #include "support/unique_fd.h"
@@ -73,7 +74,7 @@ int32_t frwk_reboot_reason_get(void) {
 }
 
 int32_t frwk_system_reset_check(void) {
-    return os_file_exist(paths::kResetFlag);
+    return exists_as_ours(paths::kResetFlag) ? 1 : 0;
 }
 
 void frwk_system_reset_complete(void) {

@@ -7,17 +7,25 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <utility>
 
 #include "internal/guarded_file.h"
+#include "internal/planted.h"
 
 namespace {
 
 constexpr mode_t kLockFileMode = 0600;
 
+UniqueFile open_file(const char *path) {
+    return open_guarded_stream(path, O_RDWR | O_CREAT | O_TRUNC, kLockFileMode, Planted::kSetAside, "w+");
+}
+
 }  // namespace
 
 UniqueFile open_lock_file(const char *path) {
-    return open_guarded_stream(path, O_RDWR | O_CREAT | O_TRUNC, kLockFileMode, Planted::kSetAside, "w+");
+    UniqueFile file = open_file(path);
+    const bool is_socket = !file && errno == ENXIO; /* somebody has renamed the folder of sockets */
+    return is_socket && set_aside_misplaced(path, S_IFREG) ? open_file(path) : std::move(file);
 }
 
 RecordLock lock_whole_file(std::FILE *file) {

@@ -17,7 +17,8 @@ enum class RecordLock {
 
 /*
  * Opens a lock file and empties it; creates it if it is missing. Only its owner may open it, since whoever
- * can read it can hold a lock on it. Owns nothing, with errno set, on failure.
+ * can read it can hold a lock on it. A socket in its place is set aside. Owns nothing, with errno
+ * set, on failure.
  */
 UniqueFile open_lock_file(const char *path);
 

@@ -1,5 +1,8 @@
 #include "frwk_dbrm/format/backup_record.h"
 
+#include <sys/stat.h>
+
+#include <cerrno>
 #include <cstring>
 
 #include "frwk_dbrm/format/backup_format.h"
@@ -40,6 +43,23 @@ apps_err_e_type write_data(std::FILE *out, const char *path, uint32_t length) {
     return E_APPS_ERR_SUCCESS;
 }
 
+/*
+ * Checks a source whose size was given as 0, which is also the size of a file that can't be looked at. A
+ * restore removes the file, or empties the settings, so a backup must not hold such a record by mistake.
+ */
+bool is_really_empty(const char *path) {
+    struct stat found = {};
+    errno = 0;
+    if (::stat(path, &found) != 0) {
+        return errno == ENOENT || errno == ENOTDIR;
+    }
+    if (!S_ISREG(found.st_mode)) {
+        FRWK_WARN(log_name::kDbrmBackupFile, "'%s' is no regular file, the backup has nothing of it!", path);
+        return true;
+    }
+    return found.st_size == 0;
+}
+
 }  // namespace
 
 apps_err_e_type backup::append_record(std::FILE *out, const char *path, uint32_t type) {
@@ -52,6 +72,11 @@ apps_err_e_type backup::append_record(std::FILE *out, const char *path, uint32_t
     if (!length) {
         FRWK_WARN(log_name::kDbrmBackupFile, "file '%s' is too large!", path);
         return E_APPS_ERR_FORMAT;
+    }
+
+    if (*length == 0 && !is_really_empty(path)) {
+        FRWK_WARN_ERRNO(log_name::kDbrmBackupFile, "open backup file error!");
+        return E_APPS_ERR_IO;
     }
 
     const apps_err_e_type ret = write_header(out, type, path, *length);

@@ -5,8 +5,8 @@
 
 #include "frwk_utils/settings/record_items.h"
 #include "internal/frwk_log.h"
-#include "internal/letter_case.h"
 #include "os_time.h"
+#include "support/letter_case.h"
 #include "zndb.h"
 
 namespace {

@@ -12,22 +12,35 @@
 #include "formats/device_paths.h"
 #include "frwk_utils.h"
 #include "internal/frwk_log.h"
-#include "internal/letter_case.h"
+#include "internal/guarded_folder.h"
 #include "internal/marker_file.h"
+#include "internal/planted.h"
 #include "internal/shell.h"
-#include "os_file.h"
+#include "support/letter_case.h"
 #include "zndb.h"
 
 namespace {
 
 constexpr size_t kCommandSize = 128;
 
-/* The first one that exists is run. */
+/* The first one that exists is run; it runs with the module's rights, so no other user may have put it there.
+ */
 constexpr const char *kScripts[] = {paths::kDebugScript, paths::kDebugScriptOfImage};
+
+bool may_run(const char *script) {
+    if (!exists_as_ours(script)) {
+        return false;
+    }
+    const bool replaceable = all_can_replace(script);
+    if (replaceable) {
+        FRWK_WARN(log_name::kDebugModeShell, "everybody can replace %s: not run", script);
+    }
+    return !replaceable;
+}
 
 const char *find_script() {
     for (const char *script : kScripts) {
-        if (os_file_exist(script) != 0) {
+        if (may_run(script)) {
             return script;
         }
     }
@@ -38,7 +51,7 @@ const char *find_script() {
 bool remove_markers() {
     bool removed = false;
     for (const DebugMarker &marker : kDebugMarkers) {
-        if (os_file_exist(marker.path) != 0) {
+        if (is_occupied(marker.path)) {
             removed = run_on_path("rm -f", marker.path) || removed;
         }
     }
@@ -61,7 +74,7 @@ bool lasts_until_reboot(const char *mode) {
 
 bool is_marked() {
     for (const DebugMarker &marker : kDebugMarkers) {
-        if (os_file_exist(marker.path) != 0) {
+        if (exists_as_ours(marker.path)) {
             return true;
         }
     }

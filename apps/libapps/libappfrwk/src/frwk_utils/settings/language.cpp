@@ -7,7 +7,7 @@
 #include "frwk_common.h"
 #include "frwk_utils.h"
 #include "internal/frwk_log.h"
-#include "internal/letter_case.h"
+#include "support/letter_case.h"
 #include "zndb.h"
 
 namespace {

@@ -7,7 +7,7 @@
 
 #include "frwk_utils/settings/record_items.h"
 #include "internal/frwk_log.h"
-#include "internal/letter_case.h"
+#include "support/letter_case.h"
 
 namespace {
 

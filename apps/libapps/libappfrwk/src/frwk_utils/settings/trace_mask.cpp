@@ -14,6 +14,7 @@
 #include "internal/frwk_log.h"
 #include "internal/guarded_file.h"
 #include "internal/guarded_folder.h"
+#include "internal/planted.h"
 #include "internal/shell.h"
 #include "os_file.h"
 #include "support/unique_fd.h"
@@ -62,7 +63,7 @@ class MaskText {
 bool has_trace_file(const char *name) {
     char path[kPathSize];
     (void)std::snprintf(path, sizeof(path), "%s/%s", paths::kTraceFolder, name);
-    return os_file_exist(path) != 0;
+    return exists_as_ours(path);
 }
 
 bool is_traced(int32_t id) {
@@ -103,6 +104,7 @@ void remove_mask_file() {
 }
 
 void make_mask_folder() {
+    (void)set_aside_planted(paths::kTraceMaskFolder, FolderOwner::kTrusted);
     if (os_file_exist(paths::kTraceMaskFolder) == 0) {
         (void)run_on_path("mkdir -p", paths::kTraceMaskFolder);
         close_folder(paths::kTraceMaskFolder, true);
@@ -128,7 +130,7 @@ const char *write_mask_file(const MaskText &mask) {
 
 int32_t frwk_set_mals_tracemask(void) {
     MaskText mask;
-    if (os_file_exist(paths::kTraceSwitch) != 0) {
+    if (exists_as_ours(paths::kTraceSwitch)) {
         describe_traced_modules(&mask);
     }
     if (mask.empty()) {

@@ -6,9 +6,9 @@
 #include "frwk_utils/sim/sim_subnet.h"
 #include "frwk_utils/sim/subnet_settings.h"
 #include "internal/frwk_log.h"
-#include "internal/letter_case.h"
 #include "md5.h"
 #include "os_file.h"
+#include "support/letter_case.h"
 
 namespace sim {
 

@@ -1,5 +1,8 @@
 /*
  * Converts JSON members to variables with the table of data types. Pure functions; any thread.
+ *
+ * The checks are those of frwk_str_to_value, in its order. They are written here again, since each logged
+ * failure names the file of its call.
  */
 #include "json.h"
 

@@ -7,7 +7,7 @@
 #include "frwk_utils.h"
 #include "frwk_utils/values/data_type.h"
 #include "internal/frwk_log.h"
-#include "internal/letter_case.h"
+#include "support/letter_case.h"
 #include "support/owned_block.h"
 #include "text_copy.h"
 

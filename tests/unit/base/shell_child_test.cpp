@@ -12,10 +12,11 @@
 #include "os_process.h"
 #include "support/temp_folder.h"
 #include "support/wait_until.h"
+#include "unit/base/command_output.h"
 
 namespace {
 
-/* What a signal does, until the end of the scope. */
+/* Sets the action of a signal until the end of the scope. */
 class SignalAction {
   public:
     SignalAction(int number, sighandler_t handler) : number_(number), before_(signal(number, handler)) {}
@@ -28,7 +29,7 @@ class SignalAction {
     const sighandler_t before_;
 };
 
-/* A signal that the thread blocks, until the end of the scope. */
+/* Blocks a signal in this thread until the end of the scope. */
 class BlockedSignal {
   public:
     explicit BlockedSignal(int number) {
@@ -45,24 +46,16 @@ class BlockedSignal {
     sigset_t before_;
 };
 
-/* SIGPIPE as every module has it. */
-struct OsProcessSignals : testing::Test {
+/* SIGPIPE is ignored and blocked, as in every module. */
+struct ShellChild : testing::Test {
     const SignalAction ignored{SIGPIPE, SIG_IGN};
     const BlockedSignal blocked{SIGPIPE};
 };
 
-std::string output_of(const char *command) {
-    FILE *stream = os_popen(command, "r");
-    char text[256] = "";
-    const size_t length = fread(text, 1, sizeof(text), stream);
-    EXPECT_EQ(0, os_pclose(stream));
-    return {text, length};
-}
-
 /* The numbered signals of a line of /proc/self/status, as a command sees its own: signal N is bit N - 1. */
 unsigned long shell_signals(const char *line) {
     const std::string text =
-        output_of((std::string("sed -n 's/^") + line + ":[[:blank:]]*//p' /proc/self/status").c_str());
+        output_of(std::string("sed -n 's/^") + line + ":[[:blank:]]*//p' /proc/self/status");
     return strtoul(text.substr(text.size() - 9).c_str(), nullptr, 16) & 0x7fffffff;
 }
 
@@ -74,7 +67,7 @@ bool ignores(int number) {
 
 }  // namespace
 
-TEST_F(OsProcessSignals, AnEndlessCommandEndsWithItsReader) {
+TEST_F(ShellChild, AnEndlessCommandEndsWithItsReader) {
     FILE *stream = os_popen("while :; do echo x; done", "r");
     ASSERT_NE(nullptr, stream);
     char text[2] = "";
@@ -85,13 +78,13 @@ TEST_F(OsProcessSignals, AnEndlessCommandEndsWithItsReader) {
     EXPECT_EQ(SIGPIPE, WTERMSIG(status));
 }
 
-TEST_F(OsProcessSignals, ACommandOfOsSystemDiesOfABrokenPipeToo) {
+TEST_F(ShellChild, ACommandOfOsSystemDiesOfABrokenPipeToo) {
     const int status = os_system("kill -PIPE $$");
     ASSERT_TRUE(WIFSIGNALED(status));
     EXPECT_EQ(SIGPIPE, WTERMSIG(status));
 }
 
-TEST_F(OsProcessSignals, ACommandStartsWithNoSignalBlockedOrIgnored) {
+TEST_F(ShellChild, ACommandStartsWithNoSignalBlockedOrIgnored) {
     const SignalAction child_ignored(SIGCHLD, SIG_DFL);
     const SignalAction hangup_ignored(SIGHUP, SIG_IGN);
     const BlockedSignal terminate_blocked(SIGTERM);
@@ -99,7 +92,7 @@ TEST_F(OsProcessSignals, ACommandStartsWithNoSignalBlockedOrIgnored) {
     EXPECT_EQ(0u, shell_signals("SigIgn"));
 }
 
-TEST_F(OsProcessSignals, TheModulesOwnSignalsStayAsTheyAre) {
+TEST_F(ShellChild, TheModulesOwnSignalsStayAsTheyAre) {
     EXPECT_EQ(0, os_system("true"));
     EXPECT_TRUE(ignores(SIGPIPE));
     EXPECT_FALSE(ignores(SIGINT));
@@ -110,20 +103,20 @@ TEST_F(OsProcessSignals, TheModulesOwnSignalsStayAsTheyAre) {
     EXPECT_EQ(0, sigismember(&mask, SIGCHLD));
 }
 
-TEST_F(OsProcessSignals, AnIgnoredInterruptStaysIgnoredInTheCommand) {
+TEST_F(ShellChild, AnIgnoredInterruptStaysIgnoredInTheCommand) {
     const SignalAction interrupt_ignored(SIGINT, SIG_IGN);
     EXPECT_EQ(1u << (SIGINT - 1), shell_signals("SigIgn"));
     EXPECT_EQ(0, os_system("kill -INT $$"));
 }
 
-TEST_F(OsProcessSignals, AnInterruptIsTheForegroundCommandsAlone) {
+TEST_F(ShellChild, AnInterruptIsTheForegroundCommandsAlone) {
     const int status = os_system("kill -INT $PPID; kill -QUIT $PPID; kill -INT $$");
     ASSERT_TRUE(WIFSIGNALED(status));
     EXPECT_EQ(SIGINT, WTERMSIG(status));
     EXPECT_FALSE(ignores(SIGINT));
 }
 
-TEST_F(OsProcessSignals, AnInterruptStaysIgnoredUntilTheLastForegroundCommandEnds) {
+TEST_F(ShellChild, AnInterruptStaysIgnoredUntilTheLastForegroundCommandEnds) {
     const TempFolder folder;
     const std::string gate = folder.path("gate");
     std::thread longer([&gate] { os_system(("until test -e " + gate + "; do sleep 0.01; done").c_str()); });
@@ -138,7 +131,7 @@ TEST_F(OsProcessSignals, AnInterruptStaysIgnoredUntilTheLastForegroundCommandEnd
     EXPECT_FALSE(ignores(SIGINT));
 }
 
-TEST_F(OsProcessSignals, WithIgnoredChildrenACommandIsAwaitedAndItsStatusUnknown) {
+TEST_F(ShellChild, WithIgnoredChildrenACommandIsAwaitedAndItsStatusUnknown) {
     const SignalAction children_ignored(SIGCHLD, SIG_IGN);
     const TempFolder folder;
     const std::string done = folder.path("done");
@@ -155,7 +148,7 @@ TEST_F(OsProcessSignals, WithIgnoredChildrenACommandIsAwaitedAndItsStatusUnknown
     EXPECT_EQ(ECHILD, errno);
 }
 
-TEST_F(OsProcessSignals, WithIgnoredChildrenAShellStillAwaitsItsOwn) {
+TEST_F(ShellChild, WithIgnoredChildrenAShellStillAwaitsItsOwn) {
     const SignalAction children_ignored(SIGCHLD, SIG_IGN);
     FILE *stream = os_popen("(exit 3); echo $?; sh -c 'exit 4' & wait $!; echo $?", "r");
     ASSERT_NE(nullptr, stream);

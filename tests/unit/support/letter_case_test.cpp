@@ -1,7 +1,7 @@
 /*
  * Comparing texts, ignoring case.
  */
-#include "internal/letter_case.h"
+#include "support/letter_case.h"
 
 #include <gtest/gtest.h>
 

@@ -30,7 +30,7 @@ class OsLogFold : public LogChannelsTest {
         });
     }
 
-    /* What the system log was handed, without file, function and line. */
+    /* The texts passed to the system log, without file, function and line. */
     Texts texts() const {
         Texts found;
         for (const SystemMessage &message : system_messages()) {
