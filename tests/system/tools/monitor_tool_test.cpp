@@ -155,7 +155,7 @@ TEST_F(MonitorTool, AProbePrintsOnlyWhoAnswered) {
 TEST_F(MonitorTool, AProbeSaysWhoDidNotAnswer) {
     forget_module("lcd");
     hang_wlan();
-    const ToolEnd end = kTool.run({"probe", "--json", "--timeout", "0.1", "wlan", "lcd"});
+    const ToolEnd end = kTool.run({"probe", "--json", "--timeout", "2", "wlan", "lcd"});
     EXPECT_EQ(3, end.status);
     EXPECT_EQ(
         "[\n  {\n    \"name\": \"wlan\",\n    \"result\": 2,\n    \"result_name\": \"E_APPS_ERR_TIMEOUT\"\n  "
