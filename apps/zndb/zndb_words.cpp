@@ -1,10 +1,12 @@
 #include "zndb_words.h"
 
-#include <cstdio>
+#include <unistd.h>
+
 #include <cstdlib>
 #include <string>
 #include <string_view>
 
+#include "support/file_io.h"
 #include "support/product_version.h"
 
 namespace {
@@ -21,8 +23,7 @@ constexpr char kHelp[] =
     "zndb_tool reads and changes the settings; 'man zndb' lists the files.\n";
 
 int print(const std::string &text) {
-    (void)std::fputs(text.c_str(), stdout);
-    return std::fflush(stdout) == 0 ? EXIT_SUCCESS : EXIT_FAILURE;
+    return file_io::write_all(STDOUT_FILENO, text.data(), text.size()) ? EXIT_SUCCESS : EXIT_FAILURE;
 }
 
 }  // namespace

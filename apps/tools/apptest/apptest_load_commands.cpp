@@ -195,7 +195,7 @@ void declare(CommandLineTool &tool) {
     load.add("--clients", g_options.clients, "Number of concurrent clients (1)")
         .value("N")
         .within(1, kMostClients);
-    load.add("--rate", g_options.rate, "Requests per second of all clients; default: no limit")
+    load.add("--rate", g_options.rate, "Total request rate, per second (default: unlimited)")
         .value("N")
         .within_real(0.01, kHighestRate);
     g_options.add_json(load, "Print JSON");

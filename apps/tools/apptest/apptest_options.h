@@ -19,7 +19,7 @@ struct AppTestOptions {
     std::string message;
     std::string event;
     std::vector<std::string> events;
-    std::string identity = "apptest"; /* the module to subscribe as */
+    std::string identity; /* the module to subscribe as; "" for apptest */
 
     /* The body, its notation, and a file to read it from. */
     std::string body;

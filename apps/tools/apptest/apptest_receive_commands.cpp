@@ -1,6 +1,7 @@
 /*
  * The commands of apptest that receive messages, until a limit is reached, or Ctrl-C.
  */
+#include <algorithm>
 #include <cstring>
 #include <mutex>
 
@@ -93,7 +94,8 @@ void end_subscriptions_at_exit(apps_message_id_e_type) noexcept {
 
 /* The module to subscribe as. */
 ExitCode read_identity(const AppTestOptions &options, uint32_t *module) {
-    const Named named = find_module(options.identity);
+    const Named named =
+        options.identity.empty() ? Named{E_APPS_MODULE_APPTEST, ""} : find_module(options.identity);
     if (!named.problem.empty()) {
         return complain(ExitCode::kUsage, named.problem);
     }
@@ -113,10 +115,8 @@ std::string subscriber_words(uint32_t module) {
 }
 
 std::vector<std::string> event_keys(const std::vector<std::string> &words) {
-    std::vector<std::string> keys;
-    for (const std::string &word : words) {
-        keys.push_back(event_key(word));
-    }
+    std::vector<std::string> keys(words.size());
+    std::transform(words.begin(), words.end(), keys.begin(), event_key);
     return keys;
 }
 

@@ -112,7 +112,9 @@ std::string hex_dump(const std::string &bytes, size_t columns) {
         text += dump_line(at, shown.substr(at, width), width);
     }
     const size_t zeros = bytes.size() - shown.size();
-    return zeros == 0 ? text : text + "(" + std::to_string(zeros) + " zero bytes)\n";
+    return zeros == 0
+               ? text
+               : text + "(" + std::to_string(zeros) + (zeros == 1 ? " zero byte)\n" : " zero bytes)\n");
 }
 
 bool is_text(const std::string &bytes) {

@@ -64,13 +64,13 @@ ExitCode unsubscribe(const std::string &event) {
 
 std::string obstacle_to_subscribing(uint32_t module) {
     const std::string own = module_text(module);
-    for (const std::string &name : module_names()) {
-        if (name != own && name.find(own) != std::string::npos) {
-            return "can't subscribe as " + own + ": unsubscribing would remove " + name +
-                   ", whose name contains it";
-        }
-    }
-    return "";
+    const std::vector<std::string> names = module_names();
+    const auto other = std::find_if(names.begin(), names.end(), [&](const std::string &name) {
+        return name != own && name.find(own) != std::string::npos;
+    });
+    return other == names.end() ? ""
+                                : "can't subscribe as " + own + ": unsubscribing would remove " + *other +
+                                      ", whose name contains it";
 }
 
 ExitCode EventSubscriptions::begin(const std::vector<std::string> &events) {

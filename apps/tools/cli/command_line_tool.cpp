@@ -19,6 +19,23 @@
 
 namespace {
 
+/* The words of the parser for an option without its value, or with too many, and for two that exclude each
+ * other. */
+std::string parser_words(const CLI::ParseError &error) {
+    std::string words = error.what();
+    const size_t colon = words.find(": ");
+    const size_t excludes = words.find(" excludes ");
+    if (error.get_name() == "ExcludesError" && excludes != std::string::npos) {
+        return words.substr(0, excludes) + " and " + words.substr(excludes + sizeof(" excludes ") - 1) +
+               " can't be given together";
+    }
+    if (error.get_name() == "ArgumentMismatch" && colon != std::string::npos) {
+        const bool missing = words.find("missing", colon) != std::string::npos;
+        return words.substr(0, colon) + (missing ? " needs a value" : " may be given only once");
+    }
+    return words;
+}
+
 ExitCode print(const std::string &text) {
     (void)std::fwrite(text.data(), 1, text.size(), stdout);
     return ExitCode::kDone;
@@ -111,7 +128,7 @@ ExitCode CommandLineTool::refuse_command_line(const CLI::ParseError &error) cons
     if (!left.empty()) {
         complain(ExitCode::kUsage, problem_with(left.front()));
     } else {
-        complain(ExitCode::kUsage, root ? "a command is missing" : error.what());
+        complain(ExitCode::kUsage, root ? "a command is missing" : parser_words(error));
     }
     return complain(ExitCode::kUsage,
                     "see '" + app_->get_name() + (root ? "" : " " + chosen().get_name()) + " --help'");
@@ -124,7 +141,7 @@ std::string CommandLineTool::problem_with(const std::string &word) const {
         const bool number = word[1] >= '0' && word[1] <= '9';
         return number ? problem + "; write -- before arguments that begin with '-'" : problem;
     }
-    return "one argument too many: '" + word + "'";
+    return "unexpected argument '" + word + "'";
 }
 
 const CLI::App &CommandLineTool::chosen() const {

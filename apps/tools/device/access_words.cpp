@@ -39,7 +39,7 @@ std::string present_folder(const std::string &path) {
 /* The first folder above a path that this process may not search, or else "". */
 std::string closed_folder(const std::string &path) {
     for (size_t slash = path.find('/', 1); slash != std::string::npos; slash = path.find('/', slash + 1)) {
-        const std::string folder = path.substr(0, slash);
+        std::string folder = path.substr(0, slash);
         if (!allows(folder, X_OK) && errno == EACCES) {
             return folder;
         }
@@ -49,7 +49,7 @@ std::string closed_folder(const std::string &path) {
 
 /* What is closed: a folder on the way, the folder of a file to be created, or the file itself. */
 std::string closed_place(const std::string &path, Access access) {
-    const std::string folder = closed_folder(path);
+    std::string folder = closed_folder(path);
     if (!folder.empty()) {
         return folder;
     }

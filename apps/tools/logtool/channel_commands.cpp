@@ -71,7 +71,7 @@ bool is_wanted(const std::vector<uint32_t> &modules, const ModuleFacts &facts) {
 }
 
 void print_table(const std::vector<Channels> &all) {
-    TextTable table({"MODULE", "PROCESS", "DEBUG", "SYSTEM LOG", "DEBUG CHANNEL TARGET"}, {4, 1});
+    TextTable table({"MODULE", "PROCESS", "DEBUG", "SYSTEM LOG", "DEBUG OUTPUT"}, {4, 1});
     for (const Channels &channels : all) {
         const std::string debug = channels.debug ? "on" : "off";
         table.add({channels.facts.name, std::to_string(channels.facts.process),
@@ -89,7 +89,7 @@ Json channels_as_json(const Channels &channels) {
         add_member(object, "debug", json_truth(channels.debug));
         add_member(object, "system_log", json_text(level_name(channels.level)));
     }
-    add_member(object, "leads_to", json_text(channels.output));
+    add_member(object, "debug_output", json_text(channels.output));
     return object;
 }
 
@@ -113,8 +113,7 @@ ExitCode report_unreadable(const std::vector<Channels> &all, ExitCode code) {
 }
 
 ExitCode report_missing(const ModuleFacts &facts) {
-    return complain(ExitCode::kUnreachable,
-                    "channels " + facts.name + " failed: it has no process that is known");
+    return complain(ExitCode::kUnreachable, "channels " + facts.name + " failed: its process is unknown");
 }
 
 ExitCode show_channels(const LogOptions &options) {

@@ -50,7 +50,7 @@ ExitCode show(bool json) {
     const bool on = debug_mode_is_on();
     if (!json) {
         print_field("debug mode", on ? "on" : "off");
-        print_field("over reboots", kept.empty() ? "no" : "yes (" + joined(kept, ", ") + ")");
+        print_field("kept over reboot", kept.empty() ? "no" : "yes (" + joined(kept, ", ") + ")");
         return ExitCode::kDone;
     }
     const Json object = json_members();
@@ -67,7 +67,7 @@ ExitCode show(bool json) {
 ExitCode switch_debug_mode(const LogOptions &options) {
     const bool on = options.state == "on";
     if (!options.keep.empty() && !on) {
-        return complain(ExitCode::kUsage, "--keep goes with 'on' only");
+        return complain(ExitCode::kUsage, "--keep requires 'on'");
     }
     const ExitCode code = find_database("debug");
     if (code != ExitCode::kDone) {

@@ -121,11 +121,11 @@ void add_device_command(CommandLineTool &tool, const char *name, const char *pur
 }
 
 void declare(CommandLineTool &tool) {
-    add_switch(tool, "enable", "Request that a monitored module be enabled", enable_module);
-    add_switch(tool, "disable", "Request that a monitored module be disabled", disable_module);
-    add_device_command(tool, "reboot", "Request a reboot of the device", reboot_device);
-    add_device_command(tool, "reset", "Request a reset to factory settings", reset_device);
-    add_device_command(tool, "shutdown", "Request a shutdown of the device", shut_device_down);
+    add_switch(tool, "enable", "Ask the monitor to enable a module", enable_module);
+    add_switch(tool, "disable", "Ask the monitor to disable a module", disable_module);
+    add_device_command(tool, "reboot", "Ask the monitor to reboot the device", reboot_device);
+    add_device_command(tool, "reset", "Ask the monitor for a reset to factory settings", reset_device);
+    add_device_command(tool, "shutdown", "Ask the monitor to shut the device down", shut_device_down);
 }
 
 const CommandGroup kCommands(4, declare);

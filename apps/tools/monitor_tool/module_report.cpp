@@ -166,13 +166,13 @@ const char *state_of(const ModuleReport &report) {
         return "running";
     }
     if (report.result.probe.sent == E_APPS_ERR_TIMEOUT) {
-        return "hangs";
+        return "no answer";
     }
     if (report.result.forbidden) {
         return "no access";
     }
     if (report.facts.process != 0) {
-        return "silent";
+        return "not accepting";
     }
     return is_service(report.facts) ? "stopped" : "-";
 }

@@ -25,15 +25,15 @@ std::vector<uint32_t> modules_to_ask();
 std::vector<ModuleReport> with_facts(const std::map<uint32_t, ProbeResult> &results);
 
 /*
- * "running": it answers. "hangs": it accepts messages, but did not answer in time. "silent": its process
- * exists, but accepts no messages. "no access": this user may not ask it. "stopped". "-": a tool, which is
- * not queried.
+ * "running": it answers. "no answer": it accepts messages, but did not answer in time. "not accepting": its
+ * process exists, but accepts no messages. "no access": this user may not ask it. "stopped". "-": a tool,
+ * which is not queried.
  */
 const char *state_of(const ModuleReport &report);
 
 bool is_running(const ModuleReport &report);
 
-/* Leaves out the modules that don't run; those that hang or are silent stay. */
+/* Leaves out the modules that don't run; those that don't answer or don't accept messages stay. */
 void keep_running(std::vector<ModuleReport> &reports);
 
 Json memory_as_json(const os_mem_usage_t &memory);

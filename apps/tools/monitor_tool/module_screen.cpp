@@ -143,7 +143,8 @@ std::string keys(size_t columns) {
 
 std::string summary(const std::vector<ModuleReport> &reports, const std::string &sort) {
     const auto running = std::count_if(reports.begin(), reports.end(), is_running);
-    return std::to_string(running) + " of " + std::to_string(reports.size()) + " modules run, by " + sort;
+    return std::to_string(running) + " of " + std::to_string(reports.size()) +
+           " modules running, sorted by " + sort;
 }
 
 }  // namespace

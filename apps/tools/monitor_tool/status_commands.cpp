@@ -32,7 +32,7 @@ std::string memory_line(const ModuleReport &report) {
     }
     const os_mem_usage_t &memory = *report.result.memory;
     return std::to_string(memory.live_bytes) + " bytes in " + std::to_string(memory.live_blocks) +
-           " blocks, at most " + std::to_string(memory.peak_bytes) + " bytes so far";
+           " blocks, peak " + std::to_string(memory.peak_bytes) + " bytes";
 }
 
 void print_status(const ModuleReport &report) {
@@ -73,9 +73,9 @@ void print_probe(uint32_t module, const ProbeResult &result) {
 
 // ---- memory ----
 
-/* On a narrow terminal the least important columns are left out first: warn at, refused, ever, blocks. */
+/* On a narrow terminal the least important columns are left out first: warn at, refused, total, blocks. */
 TextTable memory_table() {
-    return TextTable({"MODULE", "LIVE", "PEAK", "BLOCKS", "EVER", "REFUSED", "WARN AT"}, {6, 5, 4, 3});
+    return TextTable({"MODULE", "LIVE", "PEAK", "BLOCKS", "TOTAL", "REFUSED", "WARN AT"}, {6, 5, 4, 3});
 }
 
 void add_memory_row(TextTable &table, uint32_t module, const os_mem_usage_t &memory) {

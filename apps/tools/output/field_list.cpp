@@ -7,7 +7,7 @@
 
 namespace {
 
-constexpr size_t kNameColumns = 18;
+constexpr size_t kNameColumns = 20;
 
 }  // namespace
 

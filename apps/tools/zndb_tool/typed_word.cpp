@@ -3,7 +3,6 @@
 #include <cctype>
 #include <cstdlib>
 
-#include "cli/complaint.h"
 #include "frwk_utils.h"
 #include "zndb.h"
 
@@ -20,16 +19,30 @@ struct Type {
     const char *name;
     int32_t code;
     Kind kind;
+    const char *values; /* what it can hold */
 };
 
+constexpr char kAnyText[] = "any text";
+constexpr char kBoolWords[] = "on, off, yes, no, true, false, enable, disable, 1 or 0";
+constexpr char kSymmetric32[] = "-2147483647 to 2147483647"; /* as modules check an int */
+constexpr char kSigned32[] = "-2147483648 to 2147483647";
+constexpr char kUnsigned32[] = "0 to 4294967295";
+
 constexpr Type kTypes[] = {
-    {"string", FRWK_DATA_TYPE_STRING, Kind::kText},  {"bool", FRWK_DATA_TYPE_BOOL, Kind::kBool},
-    {"byte", FRWK_DATA_TYPE_BYTE, Kind::kInteger},   {"uchar", FRWK_DATA_TYPE_UCHAR, Kind::kInteger},
-    {"short", FRWK_DATA_TYPE_SHORT, Kind::kInteger}, {"ushort", FRWK_DATA_TYPE_USHORT, Kind::kInteger},
-    {"int", FRWK_DATA_TYPE_INT, Kind::kInteger},     {"uint", FRWK_DATA_TYPE_UINT, Kind::kInteger},
-    {"long", FRWK_DATA_TYPE_LONG, Kind::kInteger},   {"ulong", FRWK_DATA_TYPE_ULONG, Kind::kInteger},
-    {"llong", FRWK_DATA_TYPE_LLONG, Kind::kInteger}, {"ullong", FRWK_DATA_TYPE_ULLONG, Kind::kInteger},
-    {"float", FRWK_DATA_TYPE_FLOAT, Kind::kReal},    {"double", FRWK_DATA_TYPE_DOUBLE, Kind::kReal},
+    {"string", FRWK_DATA_TYPE_STRING, Kind::kText, kAnyText},
+    {"bool", FRWK_DATA_TYPE_BOOL, Kind::kBool, kBoolWords},
+    {"byte", FRWK_DATA_TYPE_BYTE, Kind::kInteger, "0 to 255"},
+    {"uchar", FRWK_DATA_TYPE_UCHAR, Kind::kInteger, "0 to 255"},
+    {"short", FRWK_DATA_TYPE_SHORT, Kind::kInteger, "-32767 to 32767"},
+    {"ushort", FRWK_DATA_TYPE_USHORT, Kind::kInteger, "0 to 65535"},
+    {"int", FRWK_DATA_TYPE_INT, Kind::kInteger, kSymmetric32},
+    {"uint", FRWK_DATA_TYPE_UINT, Kind::kInteger, kUnsigned32},
+    {"long", FRWK_DATA_TYPE_LONG, Kind::kInteger, kSigned32},
+    {"ulong", FRWK_DATA_TYPE_ULONG, Kind::kInteger, kUnsigned32},
+    {"llong", FRWK_DATA_TYPE_LLONG, Kind::kInteger, "-9223372036854775808 to 9223372036854775807"},
+    {"ullong", FRWK_DATA_TYPE_ULLONG, Kind::kInteger, "0 to 18446744073709551615"},
+    {"float", FRWK_DATA_TYPE_FLOAT, Kind::kReal, "a number, such as -1.5"},
+    {"double", FRWK_DATA_TYPE_DOUBLE, Kind::kReal, "a number, such as -1.5"},
 };
 
 const Type &type_of(int32_t code) {
@@ -80,8 +93,9 @@ apps_err_e_type through_variable(int32_t type, const std::string &text, std::str
     return ret;
 }
 
-std::string is_no(const std::string &text, const Type &type) {
-    return "'" + text + "' is no " + type.name;
+std::string is_not(const std::string &text, const Type &type) {
+    const std::string article = type.name[0] == 'i' ? " is not an " : " is not a ";
+    return "'" + text + "'" + article + type.name + " (" + type.values + ")";
 }
 
 }  // namespace
@@ -110,13 +124,13 @@ std::string to_stored(int32_t code, const std::string &word, std::string *stored
         return "";
     }
     if (!is_written_as(type.kind, word)) {
-        return is_no(word, type);
+        return is_not(word, type);
     }
     std::string text;
     const apps_err_e_type ret = through_variable(code, word, &text);
     const bool changed = type.kind == Kind::kInteger && text != canonical_integer(word);
     if (ret != E_APPS_ERR_SUCCESS || changed) {
-        return is_no(word, type) + ": out of its range";
+        return is_not(word, type);
     }
     *stored = text;
     return "";
@@ -124,5 +138,5 @@ std::string to_stored(int32_t code, const std::string &word, std::string *stored
 
 std::string to_shown(int32_t code, const std::string &stored, std::string *word) {
     const apps_err_e_type ret = through_variable(code, stored, word);
-    return ret == E_APPS_ERR_SUCCESS ? "" : is_no(stored, type_of(code)) + ": " + code_text(ret);
+    return ret == E_APPS_ERR_SUCCESS ? "" : is_not(stored, type_of(code));
 }

@@ -205,7 +205,8 @@ TEST_F(AppTestSend, BodiesThatMakeNoSenseAreWrongUsage) {
     kAppTest.expect_failure(2, "'1x' is not a 32-bit number", {"notify", "wlan", "5004", "--int", "1x"});
     kAppTest.expect_failure(2, "can't read /no/file: No such file or directory",
                             {"broadcast", "5004", "--file", "/no/file"});
-    kAppTest.expect_usage("BODY excludes --file", {"call", "wlan", "5004", "x", "--file", "y"});
+    kAppTest.expect_usage("BODY and --file can't be given together",
+                          {"call", "wlan", "5004", "x", "--file", "y"});
     kAppTest.expect_usage("--room: '67108865' is not a whole number from 0 to 67108864",
                           {"call", "wlan", "5004", "--room", "67108865"});
 }

@@ -86,7 +86,7 @@ TEST_F(LogTraceFaults, AModulesFileThatCannotBeMadeIsSaidSo) {
 
 TEST_F(LogTraceFaults, AMaskThatCannotBeReadIsNone) {
     fs::create_directories("/m_data/usr/mask/mal_service");
-    EXPECT_EQ("  tracing         off\r\n  modules         -\r\n  mask            -\r\n",
+    EXPECT_EQ("  tracing           off\r\n  modules           -\r\n  mask              -\r\n",
               run_on_terminal({"logtool", "trace"}, {}).output);
     fs::remove_all("/m_data/usr/mask");
 }

@@ -279,7 +279,7 @@ TEST_F(LogShow, WrongUsageIsExplained) {
     kTool.expect_failure(2, "standard input can't be followed", {"show", "--file", "-", "--follow"});
     kTool.expect_usage("--level: unknown level 'wraning'; did you mean 'warning'?",
                        {"show", "--level", "wraning"});
-    kTool.expect_usage("--file excludes --journal", {"show", "--journal", "--file", kLog});
+    kTool.expect_usage("--file and --journal can't be given together", {"show", "--journal", "--file", kLog});
     kTool.expect_usage("unknown command 'shwo'; did you mean 'show'?", {"shwo"});
     kTool.expect_usage("unknown command 'level'", {"level", "wlan", "debug"});
     kTool.expect_usage("unknown command ''", {"", "debug"});
@@ -297,14 +297,14 @@ TEST(LogChannels, ShowHowTheyWereStarted) {
     ModuleProcess router(E_APPS_MODULE_ROUTER, quiet);
     const std::string output = kTool.output_of({"channels"});
     const std::string wlan_row = "wlan    " + std::to_string(wlan.pid()) + "  ";
-    EXPECT_EQ(0u, output.find("MODULE  PROCESS  DEBUG  SYSTEM LOG  DEBUG CHANNEL TARGET\nrouter  "));
+    EXPECT_EQ(0u, output.find("MODULE  PROCESS  DEBUG  SYSTEM LOG  DEBUG OUTPUT\nrouter  "));
     EXPECT_NE(std::string::npos, output.find("  off    debug       /"));
     EXPECT_NE(std::string::npos, output.find("  on     warning     /"));
     EXPECT_NE(std::string::npos, output.find(wlan_row.substr(0, wlan_row.size() - 1)));
     const std::string json = kTool.output_of({"channels", "--json", "router"});
     EXPECT_EQ(
         0u, json.find("[\n  {\n    \"name\": \"router\",\n    \"process\": " + std::to_string(router.pid()) +
-                      ",\n    \"debug\": false,\n    \"system_log\": \"debug\",\n    \"leads_to\": \"/"))
+                      ",\n    \"debug\": false,\n    \"system_log\": \"debug\",\n    \"debug_output\": \"/"))
         << json;
 }
 
@@ -327,7 +327,7 @@ TEST_F(LogChannelsByAnotherUser, ThatMayNotBeReadAreSaidSo) {
 TEST(LogChannels, OfModulesThatDoNotRunAreUnknown) {
     const ToolEnd end = kTool.run({"channels", "lcd"});
     EXPECT_EQ(3, end.status);
-    EXPECT_EQ("logtool: channels lcd failed: it has no process that is known\n", end.errors);
+    EXPECT_EQ("logtool: channels lcd failed: its process is unknown\n", end.errors);
     kTool.expect_failure(2, "unknown module 'wlna'; did you mean 'wlan'?", {"channels", "wlna"});
 }
 
@@ -362,14 +362,14 @@ class LogDebugMode : public ZndbTest {
 };
 
 TEST_F(LogDebugMode, IsShownAndSwitched) {
-    EXPECT_EQ("  debug mode      off\n  over reboots    no\n", kTool.output_of({"debug"}));
-    EXPECT_EQ("  debug mode      on\n  over reboots    yes (rom)\n",
+    EXPECT_EQ("  debug mode        off\n  kept over reboot  no\n", kTool.output_of({"debug"}));
+    EXPECT_EQ("  debug mode        on\n  kept over reboot  yes (rom)\n",
               kTool.output_of({"debug", "on", "--keep", "rom"}));
     EXPECT_EQ("true", plain("device_debug_mode"));
     EXPECT_EQ("{\n  \"debug_mode\": true,\n  \"kept\": [\n    \"rom\"\n  ]\n}\n",
               kTool.output_of({"debug", "--json"}));
-    EXPECT_EQ("  debug mode      on\n  over reboots    no\n", kTool.output_of({"debug", "on"}));
-    EXPECT_EQ("  debug mode      off\n  over reboots    no\n", kTool.output_of({"debug", "off"}));
+    EXPECT_EQ("  debug mode        on\n  kept over reboot  no\n", kTool.output_of({"debug", "on"}));
+    EXPECT_EQ("  debug mode        off\n  kept over reboot  no\n", kTool.output_of({"debug", "off"}));
     EXPECT_EQ("start\nstart\nstop\n", file_text("/tmp/debug_runs"));
 }
 
@@ -392,7 +392,7 @@ TEST_F(LogDebugMode, WrongWordsGetTheNearestRightOne) {
     kTool.expect_usage("STATE: unknown state 'onn'; did you mean 'on'?", {"debug", "onn"});
     kTool.expect_usage("--keep: unknown way to keep it 'rmo'; did you mean 'rom'?",
                        {"debug", "on", "--keep", "rmo"});
-    kTool.expect_failure(2, "--keep goes with 'on' only", {"debug", "off", "--keep", "rom"});
+    kTool.expect_failure(2, "--keep requires 'on'", {"debug", "off", "--keep", "rom"});
 }
 
 // ---- trace ----
@@ -407,20 +407,20 @@ class LogTrace : public testing::Test {
 };
 
 TEST_F(LogTrace, IsShownAndSwitched) {
-    EXPECT_EQ("  tracing         off\n  modules         -\n  mask            -\n",
+    EXPECT_EQ("  tracing           off\n  modules           -\n  mask              -\n",
               kTool.output_of({"trace"}));
     EXPECT_EQ(
-        "  tracing         on\n"
-        "  modules         router, voice, lcd (not in the start-up list)\n"
-        "  mask            router,voice,mpss,lib,base\n",
+        "  tracing           on\n"
+        "  modules           router, voice, lcd (not in the start-up list)\n"
+        "  mask              router,voice,mpss,lib,base\n",
         kTool.output_of({"trace", "on", "router", "voice", "lcd"}));
     EXPECT_EQ(
-        "  tracing         on\n"
-        "  modules         router\n"
-        "  mask            router,lib,base\n",
+        "  tracing           on\n"
+        "  modules           router\n"
+        "  mask              router,lib,base\n",
         kTool.output_of({"trace", "off", "voice", "lcd"}));
     EXPECT_EQ("router,lib,base", file_text("/m_data/usr/mask/mal_service"));
-    EXPECT_EQ("  tracing         off\n  modules         router\n  mask            -\n",
+    EXPECT_EQ("  tracing           off\n  modules           router\n  mask              -\n",
               kTool.output_of({"trace", "off"}));
     EXPECT_FALSE(fs::exists("/m_data/usr/mask/mal_service"));
 }
@@ -437,7 +437,7 @@ TEST_F(LogTrace, IsShownAsJson) {
 TEST_F(LogTrace, SaysWhatIsDisabled) {
     fs::create_directories("/m_data/factor/apps_disable");
     ASSERT_TRUE(write_text("/m_data/factor/apps_disable/voice", ""));
-    EXPECT_EQ("  tracing         on\n  modules         voice (disabled)\n  mask            -\n",
+    EXPECT_EQ("  tracing           on\n  modules           voice (disabled)\n  mask              -\n",
               kTool.output_of({"trace", "on", "voice"}));
     fs::remove("/m_data/factor/apps_disable/voice");
 }

@@ -106,16 +106,18 @@ TEST_F(MonitorAtATerminal, TopDrawsUntilQAndLeavesTheTerminalAsItWas) {
     const ToolEnd end = run_on_terminal({"monitor_tool", "top", "--interval", "60", "--running"}, typing);
     EXPECT_EQ(0, end.status);
     const std::string screen = screen_of(end.output);
-    EXPECT_NE(std::string::npos, screen.find("\033[H1 of 1 modules run, by memory\033[K\r\n")) << screen;
+    EXPECT_NE(std::string::npos, screen.find("\033[H1 of 1 modules running, sorted by memory\033[K\r\n"))
+        << screen;
     EXPECT_NE(std::string::npos, screen.find("\r\nwlan     running      0 ")) << screen;
-    EXPECT_NE(std::string::npos, screen.find("\033[H1 of 1 modules run, by time\033[K\r\n")) << screen;
+    EXPECT_NE(std::string::npos, screen.find("\033[H1 of 1 modules running, sorted by time\033[K\r\n"))
+        << screen;
 }
 
 TEST_F(MonitorAtATerminal, TopLooksAgainAndEndsWithCtrlC) {
     hang_wlan();
     TerminalOptions typing;
     typing.columns = 40;
-    typing.type_after = "\033[H0 of 1 modules run, by time";
+    typing.type_after = "\033[H0 of 1 modules running, sorted by time";
     typing.typed = "\003";
     const ToolEnd end = run_on_terminal(
         {"monitor_tool", "top", "--interval", "0.01", "--running", "--sort", "time", "--timeout", "0.05"},
@@ -145,7 +147,7 @@ TEST_F(MonitorAtATerminal, TopEndsWithCtrlCBetweenTwoLooks) {
     typing.typed = "\003";
     const ToolEnd end = run_on_terminal({"monitor_tool", "top", "--interval", "60"}, typing);
     EXPECT_EQ(0, end.status);
-    EXPECT_NE(std::string::npos, screen_of(end.output).find(" modules run, by memory"));
+    EXPECT_NE(std::string::npos, screen_of(end.output).find(" modules running, sorted by memory"));
 }
 
 TEST_F(MonitorAtATerminal, ATerminalThatGoesAwayEndsTop) {

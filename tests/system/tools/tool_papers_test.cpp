@@ -53,6 +53,18 @@ TEST_P(ToolPapers, TheManPageHasEveryCommandAndEveryOption) {
     }
 }
 
+/* Words that a user of other tools expects. */
+TEST(ToolHelp, UsesPlainWords) {
+    const auto expect_line = [](const char *command, const char *words) {
+        const std::string help = run_shell(std::string("$TOOLS/") + command + " --help").output;
+        EXPECT_NE(std::string::npos, help.find(words)) << help;
+    };
+    expect_line("apptest load", "Total request rate, per second (default: unlimited)\n");
+    expect_line("monitor_tool list", "Reverse the order\n");
+    expect_line("monitor_tool", "Ask the monitor to enable a module\n");
+    expect_line("monitor_tool", "Ask the monitor to shut the device down\n");
+}
+
 TEST_P(ToolPapers, BashCompletesItsCommands) {
     const std::string name = GetParam();
     const ToolEnd end =

@@ -39,7 +39,8 @@ TEST_F(ZndbToolBackup, WithNoSaveItHoldsWhatWasSavedBefore) {
     EXPECT_EQ("", kTool.output_of({"backup", "--no-save", kBackup}));
     EXPECT_NE(std::string::npos, file_text("/m_data/usr/db/user_data.txt").find("ssid=home\n"));
     EXPECT_EQ("home", restored("ssid"));
-    kTool.expect_usage("--save excludes --no-save", {"backup", "--save", "--no-save", kBackup});
+    kTool.expect_usage("--save and --no-save can't be given together",
+                       {"backup", "--save", "--no-save", kBackup});
 }
 
 TEST_F(ZndbToolBackup, ASaveThatFailsEndsItUnlessItIsToGoOn) {

@@ -79,10 +79,12 @@ TEST_F(ZndbTool, SetsAnEmptyValueAndOneThatBeginsWithADash) {
 }
 
 TEST_F(ZndbTool, RefusesAValueThatTheTypeCannotHold) {
-    kTool.expect_failure(2, "'70000' is no ushort: out of its range",
+    kTool.expect_failure(2, "'70000' is not a ushort (0 to 65535)",
                          {"set", "--type", "ushort", "port", "70000"});
-    kTool.expect_failure(2, "'8o' is no ushort", {"set", "--type", "ushort", "port", "8o"});
-    kTool.expect_failure(2, "'perhaps' is no bool", {"set", "--type", "bool", "flag", "perhaps"});
+    kTool.expect_failure(2, "'8o' is not a ushort (0 to 65535)", {"set", "--type", "ushort", "port", "8o"});
+    kTool.expect_failure(2,
+                         "'perhaps' is not a bool (on, off, yes, no, true, false, enable, disable, 1 or 0)",
+                         {"set", "--type", "bool", "flag", "perhaps"});
     EXPECT_EQ("ret 3", plain("port"));
 }
 
@@ -95,8 +97,10 @@ TEST_F(ZndbTool, StoresATypedValueAsModulesWriteIt) {
 
 TEST_F(ZndbTool, SaysWhenAStoredTextIsNotOfTheType) {
     EXPECT_EQ(0, zndb_set("flag", "perhaps"));
-    kTool.expect_failure(1, "get 'flag' failed: 'perhaps' is no bool: 3 E_APPS_ERR_PARAM",
-                         {"get", "--type", "bool", "flag"});
+    kTool.expect_failure(
+        1,
+        "get 'flag' failed: 'perhaps' is not a bool (on, off, yes, no, true, false, enable, disable, 1 or 0)",
+        {"get", "--type", "bool", "flag"});
 }
 
 TEST_F(ZndbTool, SetsAndGetsAListItemByItem) {
@@ -436,8 +440,10 @@ TEST_F(ZndbTool, WrongNamesGetTheNearestRightOne) {
 TEST_F(ZndbTool, WrongUsageIsExplained) {
     kTool.expect_usage("a command is missing", {});
     kTool.expect_usage("KEY is required", {"get"});
-    kTool.expect_usage("one argument too many: 'x'", {"reset", "x"});
-    kTool.expect_usage("--perm excludes --secret", {"set", "--secret", "--perm", "k"});
+    kTool.expect_usage("unexpected argument 'x'", {"reset", "x"});
+    kTool.expect_usage("--type needs a value", {"get", "k", "--type"});
+    kTool.expect_usage("--type may be given only once", {"get", "k", "--type", "int", "--type", "uint"});
+    kTool.expect_usage("--perm and --secret can't be given together", {"set", "--secret", "--perm", "k"});
     kTool.expect_usage("unknown option '--default'", {"del", "--default", "k"});
     kTool.expect_usage("unknown option '-5'; write -- before arguments that begin with '-'", {"reset", "-5"});
     kTool.expect_usage("unknown option '-x'", {"reset", "-x"});

@@ -48,7 +48,7 @@ TEST(BodyText, DumpsBytesAndOnlyCountsZerosAtTheEnd) {
     EXPECT_EQ(
         "00000000  41 00 7f ff 30 31 32 33 34 35 36 37 38 39 3a 3b  A...0123456789:;\n"
         "00000010  3c                                               <\n"
-        "(1 zero bytes)\n",
+        "(1 zero byte)\n",
         hex_dump(std::string("A\0\x7F\xFF"
                              "0123456789:;<\0",
                              18),

@@ -20,7 +20,7 @@ ModuleReport stopped(const std::string &name) {
 
 TEST(ModuleScreen, DrawsBarsAsLongAsTheShareOfTheLargest) {
     EXPECT_EQ(std::vector<std::string>({
-                  "2 of 3 modules run, by memory",
+                  "2 of 3 modules running, sorted by memory",
                   "NAME     STATE   MEMORY                MS",
                   "router   running   2.0K ##########   0.50 #####",
                   "wlan     running   1.0K #####        1.00 ##########",
@@ -54,12 +54,13 @@ TEST(ModuleScreen, LeavesOutWholePartsOnANarrowScreen) {
     EXPECT_EQ("qmi_shut running   2.0K", screen_lines(reports, "memory", {25, 10})[2]);
     EXPECT_EQ("qmi_shut running", screen_lines(reports, "memory", {20, 10})[2]);
     EXPECT_EQ("q quits", screen_lines(reports, "memory", {20, 10})[3]);
+    EXPECT_EQ("", screen_lines(reports, "memory", {6, 10})[3]);
     EXPECT_EQ("q quits, s sorts by the next column, r reverses the order",
               screen_lines(reports, "memory", {57, 10})[3]);
 }
 
 TEST(ModuleScreen, EmptyWithoutModules) {
-    EXPECT_EQ("0 of 0 modules run, by id", screen_lines({}, "id", {80, 24})[0]);
+    EXPECT_EQ("0 of 0 modules running, sorted by id", screen_lines({}, "id", {80, 24})[0]);
 }
 
 }  // namespace
