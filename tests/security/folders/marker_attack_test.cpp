@@ -124,7 +124,7 @@ std::string debug_setting() {
 
 TEST_F(MarkerAttackByAnotherUser, ALinkThatIsSwappedInIsNotFollowed) {
     start();
-    for (const mode_t mode : {0777, 01777}) {
+    for (const mode_t mode : {0777u, 01777u}) {
         for (const char *folder : {kPermanentFolder, kUserFolder}) {
             ASSERT_EQ(0, ::chmod(folder, mode));
         }

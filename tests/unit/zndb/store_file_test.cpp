@@ -81,7 +81,7 @@ TEST_F(StoreFile, ALongCommentIsAComment) {
 }
 
 TEST_F(StoreFile, ALongCommentThatARestoreWouldNotPassIsDamage) {
-    for (const size_t length : {1086, 1087, 1088, 70000}) {
+    for (const size_t length : {1086u, 1087u, 1088u, 70000u}) {
         for (const std::string &rest : {std::string("\re=1"), std::string("\0", 1)}) {
             EXPECT_EQ((Values{{"a", "1"}}),
                       loaded("#" + std::string(length, 'x') + rest + "\na=1\n").values());
