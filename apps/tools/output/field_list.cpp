@@ -17,7 +17,7 @@ size_t output_width() {
 
 void print_sentence(const std::string &sentence, Style style) {
     std::string lines = wrapped(shown_text(Stream::kOutput, sentence), output_width(), 0);
-    lines.pop_back();
+    lines.resize(lines.empty() ? 0 : lines.size() - 1); /* puts adds the line end */
     (void)std::puts(styled(Stream::kOutput, style, lines).c_str());
 }
 
