@@ -4,7 +4,7 @@
 #include <cerrno>
 #include <cstdint>
 #include <cstdlib>
-#include <map>
+#include <iterator>
 #include <pugixml.hpp>
 #include <set>
 
@@ -112,16 +112,27 @@ std::string no_problem(const std::string &) {
     return "";
 }
 
-const std::map<std::string, std::string (*)(const std::string &)> kElements = {{"alias", alias_problem},
-                                                                               {"cmd", no_problem},
-                                                                               {"delay", delay_problem},
-                                                                               {"facility", facility_problem},
-                                                                               {"flag", flag_problem}};
+struct Element {
+    const char *name;
+    std::string (*problem)(const std::string &text);
+};
+
+constexpr Element kElements[] = {{"alias", alias_problem},
+                                 {"cmd", no_problem},
+                                 {"delay", delay_problem},
+                                 {"facility", facility_problem},
+                                 {"flag", flag_problem}};
+
+const Element *find_element(const std::string &name) {
+    const auto *found = std::find_if(std::begin(kElements), std::end(kElements),
+                                     [&name](const Element &element) { return name == element.name; });
+    return found != std::end(kElements) ? found : nullptr;
+}
 
 Words element_names() {
     Words names;
-    for (const auto &[name, problem] : kElements) {
-        names.push_back(name);
+    for (const Element &element : kElements) {
+        names.emplace_back(element.name);
     }
     return names;
 }
@@ -216,15 +227,15 @@ class Checker {
     }
 
     void check_element(const pugi::xml_node &element, bool first) {
-        const auto known = kElements.find(element.name());
-        if (known == kElements.end()) {
+        const Element *const known = find_element(element.name());
+        if (known == nullptr) {
             add(element, unknown_name("element", element.name(), element_names()) + ": ignored");
         } else if (!first) {
             add(element, "a second " + quoted(element.name()) + " of the same module is ignored");
         } else if (const std::string text = text_of(element); text.empty()) {
             add(element, quoted(element.name()) + " is empty: ignored");
         } else {
-            add(element, known->second(text));
+            add(element, known->problem(text));
         }
     }
 
