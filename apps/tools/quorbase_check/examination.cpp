@@ -46,6 +46,11 @@ class WorkFolder {
     bool made_;
 };
 
+std::string system_error(int error) {
+    return std::strerror(
+        error); /* NOLINT(concurrency-mt-unsafe): glibc's texts of system errors are constants */
+}
+
 /* What the library and its commands print is not the table's. */
 void silence_output() {
     const UniqueFd nowhere(::open(paths::kNullDevice, O_RDWR | O_CLOEXEC));
@@ -133,7 +138,7 @@ Finding collect(pid_t child, int fd, unsigned limit) {
 }
 
 Finding no_process() {
-    return {Verdict::kNotCalled, std::string("can not be started: ") + std::strerror(errno)};
+    return {Verdict::kNotCalled, "can not be started: " + system_error(errno)};
 }
 
 }  // namespace
@@ -159,7 +164,7 @@ void *Examination::demand(const char *name) const {
 std::string Examination::file(const char *name, const std::string &content) const {
     const UniqueFd made(::open(path(name).c_str(), O_CREAT | O_TRUNC | O_WRONLY | O_CLOEXEC, 0600));
     if (!file_io::write_all(made.get(), content.data(), content.size())) {
-        end(Verdict::kNotCalled, std::string("no file for it: ") + std::strerror(errno));
+        end(Verdict::kNotCalled, "no file for it: " + system_error(errno));
     }
     return path(name);
 }

@@ -10,7 +10,7 @@ constexpr char kWords[] = "a line of the check";
 
 /* Standard error goes to a file of the examination from here on. */
 std::string catch_errors(const Examination &that) {
-    const std::string path = that.file("errors", "");
+    std::string path = that.file("errors", "");
     const UniqueFd file(::open(path.c_str(), O_WRONLY | O_APPEND | O_CLOEXEC));
     (void)::dup2(file.get(), STDERR_FILENO);
     return path;

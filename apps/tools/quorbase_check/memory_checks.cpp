@@ -1,7 +1,8 @@
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdint>
-#include <cstdio>
+#include <cstdlib>
 #include <cstring>
 
 #include "checks.h"
@@ -15,13 +16,11 @@ constexpr uintptr_t kAlignment = sizeof(uint64_t);
 
 constexpr size_t kMebibyte = size_t{1} << 20;
 
-/* Resident memory of the process, in bytes; 0 if it is not known. */
+/* Resident memory of the process, in bytes: the second number of the file, in pages. */
 size_t resident() {
-    size_t pages = 0;
-    size_t resident_pages = 0;
-    const UniqueFile file(std::fopen(paths::kOwnMemory, "re"));
-    (void)(file && std::fscanf(file.get(), "%zu %zu", &pages, &resident_pages) == 2);
-    return resident_pages * static_cast<size_t>(::sysconf(_SC_PAGESIZE));
+    const std::string sizes = Examination::content(paths::kOwnMemory);
+    const size_t gap = std::min(sizes.find(' '), sizes.size());
+    return std::strtoul(sizes.c_str() + gap, nullptr, 10) * static_cast<size_t>(::sysconf(_SC_PAGESIZE));
 }
 
 }  // namespace
