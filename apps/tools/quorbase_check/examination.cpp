@@ -46,9 +46,9 @@ class WorkFolder {
     bool made_;
 };
 
+/* glibc's texts of system errors are constants. */
 std::string system_error(int error) {
-    return std::strerror(
-        error); /* NOLINT(concurrency-mt-unsafe): glibc's texts of system errors are constants */
+    return std::strerror(error);  // NOLINT(concurrency-mt-unsafe)
 }
 
 /* What the library and its commands print is not the table's. */

@@ -145,8 +145,9 @@ int read_options(int argc, char **argv, Request *request) {
                                    {"help", no_argument, nullptr, kHelpOption},
                                    {"version", no_argument, nullptr, kVersion},
                                    {nullptr, 0, nullptr, 0}};
-    for (int found = 0; (found = ::getopt_long(argc, argv, "", kOptions, nullptr)) !=
-                        -1;) { /* NOLINT(concurrency-mt-unsafe) */
+    int found = 0;
+    // NOLINTNEXTLINE(concurrency-mt-unsafe): there is one thread
+    while ((found = ::getopt_long(argc, argv, "", kOptions, nullptr)) != -1) {
         switch (found) {
             case kModem:
                 request->modem = true;

@@ -35,7 +35,7 @@ std::string encrypted(const Examination &that) {
 constexpr char kContent[] = "the content of a file";
 
 std::string encrypted_file(const Examination &that) {
-    const std::string path = that.file("file", kContent);
+    std::string path = that.file("file", kContent);
     that.expect(CALL(that, zn_encrypt_file_ex)(path.c_str()) == 1,
                 "can't be tried: zn_encrypt_file_ex fails");
     return path;
