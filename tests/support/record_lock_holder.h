@@ -18,3 +18,12 @@ inline pid_t record_lock_holder(const char *path) {
     const bool whole = lock.l_type == F_WRLCK && lock.l_start == 0 && lock.l_len == 0;
     return result == 0 && whole ? lock.l_pid : 0;
 }
+
+/* Takes a read lock on the whole file until the process ends. Returns whether that succeeded. */
+inline bool hold_read_lock(const char *path) {
+    const int fd = open(path, O_RDONLY | O_CLOEXEC);
+    struct flock lock = {};
+    lock.l_type = F_RDLCK;
+    lock.l_whence = SEEK_SET;
+    return fcntl(fd, F_SETLK, &lock) == 0;
+}

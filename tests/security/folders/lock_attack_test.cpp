@@ -130,6 +130,24 @@ TEST_F(LockAttackByAnotherUser, AFileThatSomebodyElseHoldsALockOnIsSetAside) {
     EXPECT_EQ("ret=0", wlan.ask("sub link"));
 }
 
+TEST_F(LockAttackByAnotherUser, AReadLockFromBeforeTheFileWasNarrowedKeepsNobodyOut) {
+    ASSERT_EQ(0, ::mkdir(kLockFolder, 0755));
+    for (const char *file : {kInstanceLock, kSubscribeLock}) {
+        ASSERT_TRUE(write_text(file, ""));
+        ASSERT_EQ(0, ::chmod(file, 0644));
+    }
+    const LockHolder at_start(kInstanceLock, F_RDLCK);
+    const LockHolder at_subscribing(kSubscribeLock, F_RDLCK);
+    ModuleProcess wlan(kWlan);
+    EXPECT_EQ(std::to_string(wlan.pid()), file_text(kInstanceLock)) << wlan.process().errors();
+    EXPECT_EQ("ret=0", wlan.ask("sub link"));
+    EXPECT_EQ(std::string::npos, wlan.process().errors().find("busy, will try lock again..."));
+    EXPECT_TRUE(
+        wlan.process().wait_for_error(std::string(kInstanceLock) + " was read-locked (owner 0, mode "));
+    EXPECT_EQ(0600u, mode_of(kInstanceLock));
+    EXPECT_EQ(0600u, mode_of(kSubscribeLock));
+}
+
 TEST_F(LockAttack, ALinkOfTheDevicesOwnIsNotFollowed) {
     ASSERT_EQ(0, ::mkdir(kLockFolder, 0755));
     ASSERT_EQ(0, ::symlink(kVictim, kInstanceLock));

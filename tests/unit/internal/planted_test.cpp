@@ -3,8 +3,11 @@
  */
 #include "internal/planted.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <unistd.h>
+
+#include "support/unique_fd.h"
 
 namespace {
 
@@ -54,4 +57,12 @@ TEST(PlantedFile, WithoutAFolderIsAStrangers) {
 TEST(PlantedFile, ThatIsNotThereIsNotSetAside) {
     EXPECT_FALSE(set_aside_planted("/m_data/none/file", FolderOwner::kTrusted));
     EXPECT_FALSE(set_aside_planted("/m_data/usr", FolderOwner::kTrusted));
+}
+
+TEST(PlantedFile, WhosePathAnotherOneHasTakenStaysThere) {
+    const UniqueFd open_file(::open("/dev/null", O_RDONLY | O_CLOEXEC));
+    EXPECT_FALSE(set_aside_open("/m_data/usr", open_file.get(), "read-locked"));
+    EXPECT_FALSE(set_aside_open("/m_data/none/file", open_file.get(), "read-locked"));
+    EXPECT_FALSE(set_aside_open("/m_data/usr", -1, "read-locked"));
+    EXPECT_EQ(0, ::access("/m_data/usr", F_OK));
 }

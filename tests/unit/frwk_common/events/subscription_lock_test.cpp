@@ -107,6 +107,16 @@ TEST_F(SubscriptionLockTest, WaitsForAnotherProcessAndGoesOn) {
     events::unlock_subscriptions();
 }
 
+TEST_F(SubscriptionLockTest, SetsAFileAsideThatSomebodyHoldsAReadLockOn) {
+    write_file(kSubscribeLockFile, "");
+    const LockHolder reader([] { EXPECT_TRUE(hold_read_lock(kSubscribeLockFile)); });
+    EXPECT_TRUE(events::lock_subscriptions());
+    EXPECT_EQ(holder(), getpid());
+    events::unlock_subscriptions();
+    EXPECT_EQ(base::os_msleep.calls(), 0u);
+    EXPECT_EQ(log_.count("was read-locked (owner"), 1u);
+}
+
 TEST_F(SubscriptionLockTest, HoldsNoFileWhileItWaits) {
     Holder other;
     const size_t before = open_descriptors();

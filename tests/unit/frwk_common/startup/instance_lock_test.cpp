@@ -129,6 +129,24 @@ TEST_F(InstanceLockTest, EndsASecondProcess) {
     expect_ended(take(), "the 'wlan' is already running!\n");
 }
 
+TEST_F(InstanceLockTest, SetsAFileAsideThatSomebodyHoldsAReadLockOn) {
+    write_file(kFile, "123");
+    const LockHolder reader([] { EXPECT_TRUE(hold_read_lock(kFile)); });
+    const ChildEnd end = take([] { return read_file(kFile) == std::to_string(getpid()) ? "same" : "other"; });
+    EXPECT_EQ(end.status, 0) << end.errors;
+    EXPECT_EQ(end.report, "same");
+}
+
+TEST_F(InstanceLockTest, EndsTheProcessWhenAReadLockedFileCanNotBeSetAside) {
+    write_file(kFile, "123");
+    const LockHolder reader([] { EXPECT_TRUE(hold_read_lock(kFile)); });
+    libc::rename.stand_in([](const char *, const char *) {
+        errno = EROFS;
+        return -1;
+    });
+    expect_ended(take(), "the 'wlan' is already running!\n");
+}
+
 TEST_F(InstanceLockTest, KeepsOtherModulesApart) {
     const Holder first;
     const ChildEnd other = run_in_child([] {

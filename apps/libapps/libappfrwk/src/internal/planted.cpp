@@ -126,6 +126,13 @@ bool set_aside_misplaced(const char *path, mode_t type) {
     return (found.st_mode & S_IFMT) != type && set_aside(path, found, "of another type");
 }
 
+bool set_aside_open(const char *path, int fd, const char *what) {
+    struct stat held = {};
+    struct stat found = {};
+    return ::fstat(fd, &held) == 0 && ::lstat(path, &found) == 0 && held.st_dev == found.st_dev &&
+           held.st_ino == found.st_ino && set_aside(path, found, what);
+}
+
 bool narrow_rights(int fd, const struct stat &found, mode_t most) {
     const mode_t excess = found.st_mode & kRights & ~most;
     if (excess == 0 || found.st_uid != ::geteuid()) {

@@ -57,6 +57,13 @@ bool set_aside_planted(const char *path, FolderOwner folder_owner);
 bool set_aside_misplaced(const char *path, mode_t type);
 
 /*
+ * Renames an open file in the same way, whoever it belongs to, unless another one has taken its path.
+ *
+ * what: what is wrong with it, for the log.
+ */
+bool set_aside_open(const char *path, int fd, const char *what);
+
+/*
  * Removes permissions beyond the given ones from an open file of this process's user; ignores files of other
  * users. Returns false, with errno set, on failure.
  */

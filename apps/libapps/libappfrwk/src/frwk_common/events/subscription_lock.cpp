@@ -60,6 +60,9 @@ bool lock_subscriptions() {
             return true;
         }
 
+        if (set_aside_read_locked(paths::kSubscribeLock, file.get())) {
+            continue;
+        }
         FRWK_WARN(log_name::kIpcSubscribeLock, "busy, will try lock again...");
         file.reset();
         frwk_sleep(kRetryPauseMs);

@@ -27,6 +27,14 @@ std::FILE *g_s_instance_lock_file = nullptr;
     std::exit(-1);  // NOLINT(concurrency-mt-unsafe): there are no other threads yet
 }
 
+UniqueFile open_or_die(const char *path) {
+    UniqueFile file = open_lock_file(path);
+    if (!file) {
+        die("can't open %s\n", path);
+    }
+    return file;
+}
+
 }  // namespace
 
 void take_instance_lock(const char *module_name) {
@@ -34,12 +42,12 @@ void take_instance_lock(const char *module_name) {
 
     char path[kLockPathSize];
     (void)std::snprintf(path, sizeof(path), "%s/%s", paths::kLockFolder, module_name);
-    UniqueFile file = open_lock_file(path);
-    if (!file) {
-        die("can't open %s\n", path);
+    UniqueFile file = open_or_die(path);
+    RecordLock lock = lock_whole_file(file.get());
+    if (lock == RecordLock::kHeldElsewhere && set_aside_read_locked(path, file.get())) {
+        file = open_or_die(path);
+        lock = lock_whole_file(file.get());
     }
-
-    const RecordLock lock = lock_whole_file(file.get());
     if (lock == RecordLock::kHeldElsewhere) {
         file.reset();
         die("the '%s' is already running!\n", module_name);

@@ -20,6 +20,18 @@ UniqueFile open_file(const char *path) {
     return open_guarded_stream(path, O_RDWR | O_CREAT | O_TRUNC, kLockFileMode, Planted::kSetAside, "w+");
 }
 
+struct flock whole_file() {
+    struct flock whole = {};
+    whole.l_type = F_WRLCK;
+    whole.l_whence = SEEK_SET;
+    return whole;
+}
+
+bool is_read_locked(std::FILE *file) {
+    struct flock held = whole_file();
+    return ::fcntl(::fileno(file), F_GETLK, &held) == 0 && held.l_type == F_RDLCK;
+}
+
 }  // namespace
 
 UniqueFile open_lock_file(const char *path) {
@@ -29,11 +41,13 @@ UniqueFile open_lock_file(const char *path) {
 }
 
 RecordLock lock_whole_file(std::FILE *file) {
-    struct flock whole = {};
-    whole.l_type = F_WRLCK;
-    whole.l_whence = SEEK_SET;
+    struct flock whole = whole_file();
     if (::fcntl(::fileno(file), F_SETLK, &whole) >= 0) {
         return RecordLock::kHeld;
     }
     return errno == EAGAIN || errno == EACCES ? RecordLock::kHeldElsewhere : RecordLock::kFailed;
+}
+
+bool set_aside_read_locked(const char *path, std::FILE *file) {
+    return is_read_locked(file) && set_aside_open(path, ::fileno(file), "read-locked");
 }

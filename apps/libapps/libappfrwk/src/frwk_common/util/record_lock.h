@@ -24,3 +24,12 @@ UniqueFile open_lock_file(const char *path);
 
 /* Tries to take the write lock of a file, without waiting. */
 RecordLock lock_whole_file(std::FILE *file);
+
+/*
+ * Sets a lock file aside if somebody holds a read lock on it. No module does: they take write locks. It is
+ * another user who opened the file while everybody could read it, as files of earlier versions, and who could
+ * hold the lock without limit. While a module has the file locked, nobody can hold a read lock on it.
+ *
+ * file: the open lock file. Returns true if the path is free for a new file.
+ */
+bool set_aside_read_locked(const char *path, std::FILE *file);
