@@ -19,7 +19,7 @@ enum class Verdict : char {
 
 struct Finding {
     Verdict verdict;
-    std::string text; /* the reason; "" where there is none */
+    std::string text; /* the reason, or "" */
 };
 
 /* In the process of the examination. Every function that ends it reports a finding first. */
@@ -31,7 +31,7 @@ class Examination {
     /* The address of a function. Ends the examination if the library doesn't have it. See CALL. */
     void *demand(const char *name) const;
 
-    const LoadedLibrary &library() const { return library_; }
+    const LoadedLibrary &loaded() const { return library_; }
 
     /* Ends the examination as wrong unless the condition holds. otherwise: what the function did. */
     void expect(bool holds, const std::string &otherwise) const {

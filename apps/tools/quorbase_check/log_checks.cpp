@@ -22,7 +22,7 @@ bool shows(const std::string &path, const std::string &text) {
 
 int *int_word(const Examination &that, const char *name) {
     void *const word = that.demand(name);
-    const size_t size = that.library().variable_size(name);
+    const size_t size = that.loaded().variable_size(name);
     that.expect(size >= sizeof(int), std::string(name) + " is no int variable");
     return static_cast<int *>(word);
 }

@@ -41,7 +41,7 @@ constexpr char kHelp[] =
     "loaded.\n";
 
 struct Request {
-    std::string library;
+    std::string path; /* of the library */
     bool modem = false;
     unsigned limit = 10;
 };
@@ -91,7 +91,7 @@ void print_row(const ContractRow &row, const Finding &finding) {
 Totals examine_all(const Request &request) {
     Totals totals;
     for (const ContractRow &row : contract_rows(request.modem)) {
-        const Finding finding = examine(request.library, row.check, request.limit);
+        const Finding finding = examine(request.path, row.check, request.limit);
         print_row(row, finding);
         totals.count(row, finding.verdict);
     }
@@ -99,9 +99,9 @@ Totals examine_all(const Request &request) {
 }
 
 int check_library(const Request &request) {
-    const Finding loading = examine(request.library, {nullptr, nullptr}, request.limit);
+    const Finding loading = examine(request.path, {nullptr, nullptr}, request.limit);
     if (loading.verdict != Verdict::kRight) {
-        (void)std::fprintf(stderr, "quorbase-check: %s: %s\n", request.library.c_str(), loading.text.c_str());
+        (void)std::fprintf(stderr, "quorbase-check: %s: %s\n", request.path.c_str(), loading.text.c_str());
         return kNotLoaded;
     }
     const Totals totals = examine_all(request);
@@ -182,6 +182,6 @@ int main(int argc, char **argv) {
     if (optind + 1 < argc) {
         return refuse(std::string("unexpected argument '") + argv[optind + 1] + "'");
     }
-    request.library = argv[optind];
+    request.path = argv[optind];
     return check_library(request);
 }

@@ -74,7 +74,7 @@ void checks::check_strsncpy(const Examination &that) {
     std::array<char, 8> text = {'x', 'x', 'x', 'x', 'x', 'x', 'x', 'x'};
     that.expect(copy(text.data(), "abcdef", 3) == text.data(), "does not return the destination");
     that.expect(std::memcmp(text.data(), "abc", 4) == 0, "does not write a NUL after the characters");
-    that.expect(text[4] == 'x', "writes behind the NUL");
+    that.expect(text[4] == 'x', "writes past the NUL");
     (void)copy(text.data(), "a", 3);
     that.expect(std::strcmp(text.data(), "a") == 0, "does not end at the source's NUL");
 }

@@ -73,7 +73,7 @@ void expect_no_entity(const Examination &that) {
  * for it. */
 const json_item *member(const Examination &that, const char *name) {
     const auto find = CALL(that, json_get_object_item);
-    if (that.library().address("json_parse") == nullptr) {
+    if (that.loaded().address("json_parse") == nullptr) {
         that.end(Verdict::kNotCalled, "needs a document, and the library has no json_parse");
     }
     const json_item *const root =
