@@ -11,6 +11,7 @@
 #include <cerrno>
 #include <cstdint>
 #include <cstring>
+#include <filesystem>
 
 #include "doubles/base_doubles.h"
 #include "doubles/libc_doubles.h"
@@ -34,11 +35,19 @@ class InstanceLockTest : public testing::Test {
         doubles::restore_all();
         (void)mkdir("/tmp/m_tmp", 0755);
         (void)mkdir(kFolder, 0755);
-        remove_node(kFile);
+        clear();
     }
     ~InstanceLockTest() override {
         doubles::restore_all();
-        remove_node(kFile);
+        clear();
+    }
+
+    /* Removes the lock, and files that were set aside. */
+    static void clear() {
+        std::error_code ignored;
+        for (const auto &entry : std::filesystem::directory_iterator(kFolder, ignored)) {
+            std::filesystem::remove(entry.path(), ignored);
+        }
     }
 
     /* Takes the lock in a separate process, which then reports. */
@@ -154,7 +163,6 @@ TEST_F(InstanceLockTest, KeepsOtherModulesApart) {
         return std::string("held");
     });
     EXPECT_EQ(other.report, "held");
-    remove_node("/tmp/m_tmp/lock/router");
 }
 
 TEST_F(InstanceLockTest, IsFreeWhenTheFirstProcessHasEnded) {
