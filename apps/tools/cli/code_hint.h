@@ -7,5 +7,5 @@
 
 #include "apps_err.h"
 
-/* "; HINT" for a code with which a module refused a request, or "" if there is none. */
+/* "; HINT" for a code with which a module refused a request, or "" for a code without a hint. */
 std::string code_hint(apps_err_e_type code);

@@ -2,17 +2,22 @@
  * The folders of PATH that commands inherit.
  */
 #include <gtest/gtest.h>
-#include <sys/mount.h>
+#include <linux/magic.h>
 #include <sys/stat.h>
+#include <sys/vfs.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <climits>
 #include <cstdlib>
 #include <filesystem>
 #include <string>
 
+#include "doubles/libc_doubles.h"
 #include "os/tool_path.h"
 #include "support/other_user.h"
+
+namespace libc = doubles::libc;
 
 namespace {
 
@@ -32,7 +37,10 @@ std::string safe(const std::string &path) {
 class ToolPath : public testing::Test {
   protected:
     ToolPath() { make(""); }
-    ~ToolPath() override { std::filesystem::remove_all(kRoom); }
+    ~ToolPath() override {
+        doubles::restore_all();
+        std::filesystem::remove_all(kRoom);
+    }
 
     /* Makes a folder below the room, and returns its path. */
     static std::string make(const std::string &name, mode_t mode = 0755) {
@@ -175,17 +183,32 @@ TEST_F(ToolPath, AFolderByTheNameOfAProcessIsDropped) {
     EXPECT_EQ(a, safe("/proc/self/cwd:/./proc/self/root/usr/bin:" + link + ":" + a));
 }
 
-/* Another file system of processes than the one at /proc. */
-TEST_F(ToolPath, AFolderByTheNameOfAProcessIsDroppedWhereverThatIsMounted) {
+/* The kind of the file system counts, wherever it is mounted. */
+TEST_F(ToolPath, ALinkInAnyFileSystemOfProcessesIsDropped) {
     const std::string a = make("/a");
     const std::string processes = make("/processes");
-    if (mount("proc", processes.c_str(), "proc", 0, nullptr) != 0) {
-        GTEST_SKIP() << "the kernel lets only root mount this: run the tests as root";
-    }
-    const std::string link = std::string(kRoom) + "/working_folder";
-    EXPECT_EQ(0, symlink((processes + "/self/cwd").c_str(), link.c_str()));
-    EXPECT_EQ(a, safe(processes + "/self/cwd:" + processes + "/self/root/usr/bin:" + link + ":" + a));
-    EXPECT_EQ(0, umount(processes.c_str()));
+    const std::string link = processes + "/working_folder";
+    ASSERT_EQ(0, symlink(a.c_str(), link.c_str()));
+    EXPECT_EQ(link + ":" + a, safe(link + ":" + a));
+    libc::statfs.stand_in([&processes](const char *path, struct ::statfs *found) {
+        const int result = libc::statfs.real(path, found);
+        if (std::string(path).rfind(processes, 0) == 0) {
+            found->f_type = PROC_SUPER_MAGIC;
+        }
+        return result;
+    });
+    EXPECT_EQ(a, safe(link + ":" + a));
+}
+
+TEST_F(ToolPath, ALinkInAnUnknownFileSystemIsDropped) {
+    const std::string a = make("/a");
+    const std::string link = std::string(kRoom) + "/link";
+    ASSERT_EQ(0, symlink(a.c_str(), link.c_str()));
+    libc::statfs.stand_in([](const char *, struct ::statfs *) {
+        errno = EIO;
+        return -1;
+    });
+    EXPECT_EQ(a, safe(link + ":" + a));
 }
 
 TEST_F(ToolPath, TheDevicesOwnFoldersAreSafe) {

@@ -126,7 +126,7 @@ TEST(DatabaseTextStop, IsANul) {
     EXPECT_EQ("2 at 5: a NUL ends the text", stop_of(std::string("a=1\n \0", 6)));
 }
 
-/* The line at which a restore would stop, "line: reason"; "" if there is none. */
+/* The line at which a restore would stop, "line: reason"; "" if it reads the whole text. */
 std::string difference_of(const std::string &text) {
     const database_text::Difference found = database_text::find_difference(text);
     return found.reason == nullptr ? "" : std::to_string(found.line) + ": " + found.reason;

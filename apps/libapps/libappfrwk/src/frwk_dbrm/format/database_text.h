@@ -52,7 +52,7 @@ Stop find_stop(char *text, size_t length);
 
 /* The first line that the database and a restore read differently. */
 struct Difference {
-    const char *reason = nullptr; /* null if there is none */
+    const char *reason = nullptr; /* null if both read the same */
     unsigned line = 0;
 };
 
