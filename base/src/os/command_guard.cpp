@@ -6,11 +6,13 @@
 #include <poll.h>
 #include <sys/prctl.h>
 #include <sys/socket.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <charconv>
 #include <csignal>
 #include <cstring>
+#include <ctime>
 
 #include "os_log.h"
 #include "shell_child.h"
@@ -21,6 +23,7 @@ namespace {
 
 constexpr char kName[] = "quor-guard"; /* so that a search for the module's name doesn't find the guard */
 constexpr int kAskerEnded = SIGHUP;
+constexpr timespec kLookAgain = {1, 0};
 
 /*
  * Closes the inherited descriptors: when the module ends, its peers must see their connections closed and the
@@ -50,27 +53,36 @@ void take_no_signals(sigset_t *while_waiting) {
     sigdelset(while_waiting, kAskerEnded);
 }
 
+bool is_alive(const GuardAsker &asker) {
+    return getppid() == asker.process && syscall(SYS_tgkill, asker.process, asker.thread, 0) == 0;
+}
+
 /*
  * Waits for a byte from the asker, or for its end. Other forks of its process may hold its end of the socket
  * open, so the guard also waits for a signal, which the kernel sends as soon as the thread ends, even if the
- * process continues.
+ * process continues. The thread may have ended before the guard asked for this signal, or be about to, so the
+ * guard also looks whether it is there, now and each second.
  */
-bool is_dismissed(const sigset_t &while_waiting) {
+bool is_dismissed(const GuardAsker &asker, const sigset_t &while_waiting) {
     pollfd call = {STDIN_FILENO, POLLIN, 0};
     char word = 0;
-    return ppoll(&call, 1, nullptr, &while_waiting) > 0 && recv(STDIN_FILENO, &word, 1, MSG_DONTWAIT) == 1;
+    int ready = 0;
+    while (ready == 0 && is_alive(asker)) {
+        ready = ppoll(&call, 1, &kLookAgain, &while_waiting);
+    }
+    return ready > 0 && recv(STDIN_FILENO, &word, 1, MSG_DONTWAIT) == 1;
 }
 
 }  // namespace
 
-void guard_commands(int call, pid_t asker, void (*act)()) {
+void guard_commands(int call, const GuardAsker &asker, void (*act)()) {
     sigset_t while_waiting;
     take_no_signals(&while_waiting);
     (void)setsid(); /* a kill of the asker's process group, or by its terminal, must not end the guard */
     (void)prctl(PR_SET_NAME, kName);
     (void)prctl(PR_SET_PDEATHSIG, kAskerEnded);
     keep_only(call);
-    if (getppid() != asker || !is_dismissed(while_waiting)) {
+    if (!is_dismissed(asker, while_waiting)) {
         act();
     }
 }
@@ -83,7 +95,7 @@ void CommandGuard::start(void (*act)()) {
     }
     UniqueFd call(ends[0]);
     const UniqueFd guards_end(ends[1]);
-    const pid_t asker = getpid();
+    const GuardAsker asker = {getpid(), static_cast<pid_t>(syscall(SYS_gettid))};
     const pid_t guard = fork();
     if (guard == 0) {
         guard_commands(ends[1], asker, act);  // GCOVR_EXCL_LINE: in a process that writes no counters

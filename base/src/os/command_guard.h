@@ -28,10 +28,16 @@ class CommandGuard {
     pid_t guard_ = -1;
 };
 
+/* The thread that started a guard. */
+struct GuardAsker {
+    pid_t process; /* the guard's parent */
+    pid_t thread;  /* the kernel's id */
+};
+
 /*
  * The main function of the guard's process: returns when it was dismissed, or has called act. Closes all
  * descriptors except call.
  *
- * call: socket to the thread that started the guard. asker: that thread's process, the parent.
+ * call: socket to the asker.
  */
-void guard_commands(int call, pid_t asker, void (*act)());
+void guard_commands(int call, const GuardAsker &asker, void (*act)());

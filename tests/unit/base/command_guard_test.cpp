@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 #include <sys/prctl.h>
 #include <sys/socket.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -98,18 +99,32 @@ void note_guard() {
 enum class Asker {
     kDismisses,
     kEnds,
-    kHasEnded
+    kHasEnded,
+    kThreadHasEnded /* but the process lives, and its end of the socket is open */
 };
+
+pid_t thread_id() {
+    return static_cast<pid_t>(syscall(SYS_gettid));
+}
+
+GuardAsker ids_of(Asker asker) {
+    GuardAsker ids = {asker == Asker::kHasEnded ? 1 : getpid(), thread_id()};
+    if (asker == Asker::kThreadHasEnded) {
+        std::thread([&ids] { ids.thread = thread_id(); }).join();
+    }
+    return ids;
+}
 
 /* Does the guard's work in a separate process, whose asker does this. */
 void guard_for(Asker asker) {
     int calls[2];
     ASSERT_EQ(0, socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, calls));
-    const pid_t parent = asker == Asker::kHasEnded ? 1 : getpid();
+    const bool is_open = asker == Asker::kHasEnded || asker == Asker::kThreadHasEnded;
+    const GuardAsker ids = ids_of(asker);
     const pid_t guard = fork();
     if (guard == 0) {
         close(calls[0]);
-        guard_commands(calls[1], parent, note_guard);
+        guard_commands(calls[1], ids, note_guard);
         child_detail::write_counters();
         _exit(0);
     }
@@ -117,11 +132,11 @@ void guard_for(Asker asker) {
     if (asker == Asker::kDismisses) {
         EXPECT_EQ(1, send(calls[0], "", 1, MSG_NOSIGNAL));
     }
-    if (asker != Asker::kHasEnded) {
+    if (!is_open) {
         close(calls[0]);
     }
     EXPECT_EQ(guard, waitpid(guard, nullptr, 0));
-    if (asker == Asker::kHasEnded) {
+    if (is_open) {
         close(calls[0]);
     }
 }
@@ -215,6 +230,23 @@ TEST_F(CommandGuardTest, ActsWhenItsAskerEndsUnderItsOwnNameWithoutTheModulesDes
 
 TEST_F(CommandGuardTest, ActsForAnAskerThatHadEndedBefore) {
     guard_for(Asker::kHasEnded);
+    EXPECT_EQ("quor-guard 0", file_text(kActed));
+}
+
+/* On a busy machine a thread can end before its guard has asked the kernel for a signal. */
+TEST_F(CommandGuardTest, ActsForAThreadThatHadEndedBeforeAndWhoseProcessLives) {
+    guard_for(Asker::kThreadHasEnded);
+    EXPECT_EQ("quor-guard 0", file_text(kActed));
+}
+
+/* The thread ends at the worst moment: the kernel has no one to signal yet, and the thread can still be seen.
+ */
+TEST_F(CommandGuardTest, LooksAgainWhetherItsAskerIsThere) {
+    libc::ppoll.stand_in([](pollfd *, nfds_t, const timespec *, const sigset_t *) {
+        libc::ppoll.restore();
+        return 0;
+    });
+    guard_for(Asker::kEnds);
     EXPECT_EQ("quor-guard 0", file_text(kActed));
 }
 
