@@ -10,6 +10,7 @@
 #include <sys/un.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <ctime>
 #include <iterator>
@@ -101,10 +102,17 @@ LogSocket::Sent LogSocket::send(const LogText &line) const {
     return sent < 0 && errno == EAGAIN ? Sent::kNoRoom : Sent::kBroken;
 }
 
+/* Returns false if there is no room. A wait that the budget cut short doesn't show that the daemon stalls. */
 bool LogSocket::wait_for_room() {
+    const int limit = stalled_ ? 0 : std::min(kPatienceMs, budget_.begin_wait());
+    if (limit == 0) {
+        return false;
+    }
     pollfd room = {fd_, POLLOUT, 0};
-    stalled_ = stalled_ || poll(&room, 1, kPatienceMs) == 0;
-    return !stalled_;
+    const bool timed_out = poll(&room, 1, limit) == 0;
+    budget_.end_wait();
+    stalled_ = timed_out && limit == kPatienceMs;
+    return !timed_out;
 }
 
 bool LogSocket::deliver(int level, const LogText &line) {

@@ -2,10 +2,11 @@
  * The connection to the system's log daemon: sends lines in the format of syslog(3) to "/dev/log".
  *
  * Unlike syslog(3), it doesn't block every thread that logs while the daemon is stopped: a line waits at most
- * 100 ms for a daemon that accepts nothing, and the next lines don't wait until it accepts one again. Lines
- * that the daemon does not accept are counted, and the count is sent before the next line that it accepts.
- * The socket is created for the first line, and again after a restart of the daemon. Uses no heap memory. One
- * thread at a time.
+ * 100 ms for a daemon that accepts nothing, and the next lines don't wait until it accepts one again. All
+ * lines together wait at most a second, and a tenth of the time after that, so that a slow daemon doesn't
+ * block them either. Lines that the daemon does not accept are counted, and the count is sent before the next
+ * line that it accepts. The socket is created for the first line, and again after a restart of the daemon.
+ * Uses no heap memory. One thread at a time.
  */
 #pragma once
 
@@ -14,6 +15,7 @@
 #include <syslog.h>
 
 #include "log_text.h"
+#include "wait_budget.h"
 
 class LogSocket {
   public:
@@ -59,6 +61,7 @@ class LogSocket {
     dev_t device_ = 0; /* device and inode show whether the descriptor is still this socket */
     ino_t inode_ = 0;
     bool stalled_ = false; /* the last wait for the daemon timed out */
+    WaitBudget budget_;
 
     long losses_ = 0;
     pid_t lost_by_ = 0; /* the process that counted the losses */

@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <cstdlib>
 #include <regex>
 #include <string>
@@ -196,17 +197,67 @@ TEST_F(LogSocketTest, WhatAStoppedDaemonDidNotTakeIsCountedOnceItTakesLinesAgain
     EXPECT_EQ(Texts{"the next"}, texts_of(daemon));
 }
 
-TEST_F(LogSocketTest, ADaemonThatIsSlowLosesNothing) {
-    const LogDaemon daemon;
-    Texts taken;
-    libc::poll.stand_in([&](pollfd *fds, nfds_t count, int limit) {
-        const Texts texts = texts_of(daemon);
-        taken.insert(taken.end(), texts.begin(), texts.end());
-        return libc::poll.real(fds, count, limit);
-    });
+namespace {
+
+/* A daemon that reads all lines whenever somebody waits for it, which takes it so long. */
+class SlowDaemon {
+  public:
+    explicit SlowDaemon(std::chrono::milliseconds pause) {
+        libc::clock_gettime.stand_in([this](clockid_t clock, timespec *now) {
+            (void)libc::clock_gettime.real(clock, now);
+            if (clock == CLOCK_MONOTONIC) {
+                *now = {now_.count() / 1000, now_.count() % 1000 * 1'000'000};
+            }
+            return 0;
+        });
+        libc::poll.stand_in([this, pause](pollfd *fds, nfds_t count, int limit) {
+            waited_ += std::min(pause, std::chrono::milliseconds(limit));
+            pass(std::min(pause, std::chrono::milliseconds(limit)));
+            if (pause.count() > limit) {
+                return 0;
+            }
+            (void)read();
+            return libc::poll.real(fds, count, limit);
+        });
+    }
+
+    void pass(std::chrono::milliseconds time) { now_ += time; }
+
+    size_t read() {
+        for (const std::string &text : texts_of(daemon_)) {
+            lines_ += text.find("line ") == 0 ? 1 : 0;
+        }
+        return lines_;
+    }
+
+    std::chrono::milliseconds waited() const { return waited_; }
+
+  private:
+    const LogDaemon daemon_;
+    size_t lines_ = 0;
+    std::chrono::milliseconds now_{1'000'000};
+    std::chrono::milliseconds waited_{0};
+};
+
+}  // namespace
+
+TEST_F(LogSocketTest, ADaemonThatIsBusyLosesNothing) {
+    SlowDaemon daemon(std::chrono::milliseconds(1));
     log_many(1000);
-    const Texts rest = texts_of(daemon);
-    EXPECT_EQ(1000u, taken.size() + rest.size());
+    EXPECT_EQ(1000u, daemon.read());
+}
+
+TEST_F(LogSocketTest, ASlowDaemonHoldsAllLinesUpForASecondAndATenthOfTheTime) {
+    using std::chrono::milliseconds;
+    SlowDaemon daemon(milliseconds(90));
+    log_many(1000);
+    EXPECT_GT(daemon.waited(), milliseconds(900));
+    EXPECT_LE(daemon.waited(), milliseconds(1000 * 10 / 9)); /* a tenth of the wait itself comes back */
+    const milliseconds before = daemon.waited();
+    daemon.pass(milliseconds(2000));
+    log_many(1000);
+    EXPECT_GT(daemon.waited(), before);
+    EXPECT_LE(daemon.waited(), before + milliseconds(2000 / 10 * 10 / 9));
 }
 
 TEST_F(LogSocketTest, ASignalEndsTheWaitButNotTheNextOne) {
