@@ -187,6 +187,29 @@ TEST(QuorbaseCheck, RefusesAWrongCommandLine) {
     }
 }
 
+TEST(QuorbaseCheck, NamesAWrongOption) {
+    const auto errors_of = [](const std::vector<std::string> &words) {
+        const std::string errors = check(words).errors;
+        return errors.substr(0, errors.find('\n'));
+    };
+    EXPECT_EQ("quorbase-check: unrecognized option '--wrong'", errors_of({"--wrong"}));
+    EXPECT_EQ("quorbase-check: unrecognized option '-x'", errors_of({"-x"}));
+    EXPECT_EQ("quorbase-check: option '--limit' requires an argument", errors_of({"--limit"}));
+    EXPECT_EQ("quorbase-check: option '--modem' doesn't allow an argument", errors_of({"--modem=one"}));
+}
+
+TEST(QuorbaseCheck, EscapesWhatATerminalWouldCarryOut) {
+    const std::string name =
+        "/tmp/\x1b]0;evil\x07\x9b"
+        "31m\xe2\x80\xae";
+    for (const std::vector<std::string> &words : std::vector<std::vector<std::string>>{
+             {name}, {"--" + name}, {"--modem=" + name}, {"one", name}, {"--limit", name, "one"}}) {
+        const std::string errors = check(words).errors;
+        EXPECT_EQ(std::string::npos, errors.find_first_of("\x1b\x07\x9b\xe2")) << errors;
+    }
+    EXPECT_NE(std::string::npos, check({name}).errors.find("\\x1b]0;evil\\x07\\x9b31m\\xe2\\x80\\xae"));
+}
+
 TEST(QuorbaseCheck, PrintsHelpAndVersion) {
     const ToolEnd help = check({"--help"});
     EXPECT_EQ(0, help.status);

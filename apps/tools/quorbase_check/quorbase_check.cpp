@@ -9,6 +9,7 @@
 #include <string>
 
 #include "contract_table.h"
+#include "output/spelt_text.h"
 #include "support/product_version.h"
 
 namespace {
@@ -62,6 +63,11 @@ const char *word_of(Verdict verdict) {
     return "wrong";
 }
 
+/* Names and texts come from the command line and from the library: they may hold anything. */
+void complain(const std::string &problem) {
+    (void)std::fprintf(stderr, "quorbase-check: %s\n", spelt_out(problem).c_str());
+}
+
 /* What the table says at its end. */
 struct Totals {
     unsigned right = 0;
@@ -83,7 +89,7 @@ struct Totals {
 void print_row(const ContractRow &row, const Finding &finding) {
     const char *const gap = finding.text.empty() ? "" : ": ";
     (void)std::printf("%-25s %-9s %s%s%s\n", row.check.name, row.origin.data(), word_of(finding.verdict), gap,
-                      finding.text.c_str());
+                      spelt_out(finding.text).c_str());
     (void)std::fflush(stdout);
 }
 
@@ -101,7 +107,7 @@ Totals examine_all(const Request &request) {
 int check_library(const Request &request) {
     const Finding loading = examine(request.path, {nullptr, nullptr}, request.limit);
     if (loading.verdict != Verdict::kRight) {
-        (void)std::fprintf(stderr, "quorbase-check: %s: %s\n", request.path.c_str(), loading.text.c_str());
+        complain(request.path + ": " + loading.text);
         return kNotLoaded;
     }
     const Totals totals = examine_all(request);
@@ -110,15 +116,20 @@ int check_library(const Request &request) {
     return totals.missing + totals.wrong == 0 ? kDone : kNotConforming;
 }
 
-/* The parser of the options has named the problem already. */
-int refuse_option() {
+int refuse(const std::string &problem) {
+    complain(problem);
     (void)std::fputs("Try 'quorbase-check --help'.\n", stderr);
     return kUsage;
 }
 
-int refuse(const std::string &problem) {
-    (void)std::fprintf(stderr, "quorbase-check: %s\n", problem.c_str());
-    return refuse_option();
+/* found: what getopt_long returned for a wrong option. word: the argument that it read last. */
+int refuse_option(int found, const std::string &word) {
+    if (found == ':') {
+        return refuse("option '" + word + "' requires an argument");
+    }
+    return refuse(optopt != 0 && word.find('=') != std::string::npos
+                      ? "option '" + word.substr(0, word.find('=')) + "' doesn't allow an argument"
+                      : "unrecognized option '" + word + "'");
 }
 
 /* Seconds from 1 to 600; 0 for anything else. */
@@ -145,9 +156,10 @@ int read_options(int argc, char **argv, Request *request) {
                                    {"help", no_argument, nullptr, kHelpOption},
                                    {"version", no_argument, nullptr, kVersion},
                                    {nullptr, 0, nullptr, 0}};
+    opterr = 0;
     int found = 0;
     // NOLINTNEXTLINE(concurrency-mt-unsafe): there is one thread
-    while ((found = ::getopt_long(argc, argv, "", kOptions, nullptr)) != -1) {
+    while ((found = ::getopt_long(argc, argv, ":", kOptions, nullptr)) != -1) {
         switch (found) {
             case kModem:
                 request->modem = true;
@@ -162,7 +174,7 @@ int read_options(int argc, char **argv, Request *request) {
                 (void)std::printf("quorbase-check %s\n", product_version());
                 return kDone;
             default:
-                return refuse_option();
+                return refuse_option(found, argv[optind - 1]);
         }
     }
     return request->limit == 0 ? refuse("--limit takes 1 to 600 seconds") : kGoOn;
