@@ -57,6 +57,7 @@ inline constexpr char kSubnetFolder[] = "/m_webui/usr/db/subnet";
 
 /* ---- between processes ---- */
 
+inline constexpr char kSharedTempFolder[] = "/tmp";
 inline constexpr char kTempFolder[] = "/tmp/m_tmp";
 
 /* A module's lock and its socket have its name. */

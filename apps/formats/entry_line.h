@@ -13,6 +13,9 @@
 /* The longest line, its end not included. */
 inline constexpr size_t kEntryLineMax = ZNDB_KEY_LEN - 1 + 1 + ZNDB_VALUE_LEN - 1;
 
+/* The maximum number of keys that a store accepts from its file or from clients. */
+inline constexpr size_t kStoreKeysMax = 16384;
+
 /* A key and its value; the text is someone else's. */
 struct Entry {
     std::string_view key;

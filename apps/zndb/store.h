@@ -10,9 +10,7 @@
 #include <string>
 #include <string_view>
 
-/* The maximum number of keys that a store accepts from its file or from clients. The journal can add more:
- * see overfull. */
-inline constexpr size_t kStoreKeysMax = 16384;
+#include "formats/entry_line.h"
 
 /*
  * The maximum number of unsaved changed keys, so that no client can exhaust the memory. Limit: every key of a

@@ -20,9 +20,10 @@ extern "C" {
 
 /*
  * Another user means anybody except the caller and root. If another user owns, or can write to, the file or a
- * folder above it, both functions keep unencrypted data in a private folder in "/tmp/m_tmp", or in
- * "/m_data/usr" if the former has no space for the backup twice, and follow no link of such a user.
- * docs/backup-format.md has the details.
+ * folder above it, both functions keep unencrypted data in a private folder in "/tmp/m_tmp", "/tmp" or
+ * "/m_data/usr", the first one that is safe and has space for the backup twice, and follow no link of such a
+ * user. They don't follow such links to the files in the backup either. docs/backup-format.md has the
+ * details.
  */
 
 /*

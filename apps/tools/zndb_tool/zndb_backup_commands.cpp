@@ -241,7 +241,7 @@ ExitCode restore(const ZndbOptions &options) {
         return code;
     }
     RestoreFacts facts = facts_after(options.file, copy.path(), product, before);
-    facts.lacks_space = ret == E_APPS_ERR_NOSPACE;
+    facts.lacks_space = ret == E_APPS_ERR_NOSPACE || ret == E_APPS_ERR_MALLOC;
     return complain_about_restore(ret, facts);
 }
 

@@ -17,6 +17,7 @@ using backup_bytes::packed;
 using backup_bytes::record;
 
 constexpr uint64_t kBlock = 4096;
+constexpr size_t kTooLong = size_t{64} << 20;
 const std::string kFolder = "/m_data/usr/db";
 const std::string kJournalFolder = "/tmp/m_tmp/zndb";
 const std::string kJournal = kJournalFolder + "/journal";
@@ -48,7 +49,7 @@ class RestoreRoom : public DbrmTest {
 
     bool has_room(const std::string &body = record(2, kUserData, kText)) {
         write(kBackup, body);
-        return backup::has_room_for_settings(kBackup);
+        return backup::check_room_for_settings(kBackup) == E_APPS_ERR_SUCCESS;
     }
 
     void expect_missing(const std::string &text) {
@@ -128,7 +129,7 @@ TEST_F(RestoreRoom, IsNotNeededWithoutSettings) {
     EXPECT_TRUE(has_room(record(2, kUserData, "")));
     EXPECT_TRUE(has_room(record(1, kDataManager, kText)));
     EXPECT_TRUE(has_room(""));
-    EXPECT_TRUE(backup::has_room_for_settings("/m_data/usr/missing"));
+    EXPECT_EQ(E_APPS_ERR_SUCCESS, backup::check_room_for_settings("/m_data/usr/missing"));
 }
 
 /* The restore reports it. */
@@ -139,7 +140,22 @@ TEST_F(RestoreRoom, IsCountedToTheEndOfAShortBackup) {
         errno = EIO;
         return -1;
     });
-    EXPECT_TRUE(backup::has_room_for_settings(kBackup));
+    EXPECT_EQ(E_APPS_ERR_SUCCESS, backup::check_room_for_settings(kBackup));
+}
+
+TEST_F(RestoreRoom, IsMissingInMemoryForATextOf64MiB) {
+    EXPECT_TRUE(has_room(record(2, kUserData, std::string(kTooLong - 1, '#'))));
+    EXPECT_TRUE(has_room(header(2, kUserData, kTooLong) + "cut short"));
+    write(kBackup, record(2, kUserData, std::string(kTooLong, '#')));
+    EXPECT_EQ(E_APPS_ERR_MALLOC, backup::check_room_for_settings(kBackup));
+    expect_missing("the settings have 67108864 bytes, 67108863 can be restored!");
+}
+
+TEST_F(RestoreRoom, InMemoryIsLookedAtBeforeTheSettingsAreReset) {
+    write(kBackup, packed(record(2, kUserData, std::string(kTooLong, '#')), kMagic));
+    EXPECT_EQ(E_APPS_ERR_MALLOC, frwk_dbrm_restore(kBackup));
+    EXPECT_EQ((std::vector<std::string>{"zndb_get"}), requests());
+    EXPECT_TRUE(exists(kBackup));
 }
 
 TEST_F(RestoreRoom, IsLookedAtBeforeTheSettingsAreReset) {

@@ -12,6 +12,7 @@
 
 #include <cerrno>
 #include <filesystem>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -24,6 +25,7 @@
 namespace {
 
 constexpr char kTmp[] = "/tmp/m_tmp";
+constexpr char kShared[] = "/tmp";
 constexpr char kDisk[] = "/m_data/usr";
 constexpr char kLeftover[] = "/tmp/m_tmp/backup.private.aB3dE6";
 constexpr uint64_t kRoom = 1 << 20;
@@ -34,7 +36,9 @@ class PrivateFolders : public testing::Test {
         doubles::restore_all();
         for (const char *parent : {kTmp, kDisk}) {
             std::filesystem::create_directories(parent);
-            EXPECT_EQ(0, ::chmod(parent, 0755));
+        }
+        set_modes();
+        for (const char *parent : {kTmp, kShared, kDisk}) {
             for (const std::string &name : folders_in(parent)) {
                 std::filesystem::remove_all(std::string(parent) + "/" + name);
             }
@@ -42,9 +46,13 @@ class PrivateFolders : public testing::Test {
     }
     ~PrivateFolders() override {
         doubles::restore_all();
-        for (const char *parent : {kTmp, kDisk}) {
-            EXPECT_EQ(0, ::chmod(parent, 0755));
-        }
+        set_modes();
+    }
+
+    static void set_modes(mode_t temp = 0755, mode_t shared = 01777, mode_t disk = 0755) {
+        EXPECT_EQ(0, ::chmod(kTmp, temp));
+        EXPECT_EQ(0, ::chmod(kShared, shared));
+        EXPECT_EQ(0, ::chmod(kDisk, disk));
     }
 
     static std::vector<std::string> folders_in(const char *parent) {
@@ -58,7 +66,9 @@ class PrivateFolders : public testing::Test {
         return names;
     }
 
-    static size_t folders() { return folders_in(kTmp).size() + folders_in(kDisk).size(); }
+    static size_t folders() {
+        return folders_in(kTmp).size() + folders_in(kShared).size() + folders_in(kDisk).size();
+    }
 
     static bool is_in(const PrivateFolder &folder, const std::string &parent) {
         return std::string(folder.file()).find(parent + "/backup.private.") == 0;
@@ -69,11 +79,11 @@ class PrivateFolders : public testing::Test {
         EXPECT_TRUE(write_text(std::string(kLeftover) + "/backup", "in the clear"));
     }
 
-    /* Lets a file system have so few bytes left, where the parent is it or none is named. */
-    static void fill_disk(const std::string &full, uint64_t left) {
-        doubles::libc::statvfs.stand_in([full, left](const char *path, struct statvfs *info) {
+    /* Lets the parents' file systems have so few bytes left. */
+    static void fill(const std::set<std::string> &parents, uint64_t left) {
+        doubles::libc::statvfs.stand_in([parents, left](const char *path, struct statvfs *info) {
             const int result = doubles::libc::statvfs.real(path, info);
-            if (full.empty() || full == path) {
+            if (parents.count(path) != 0) {
                 info->f_frsize = 1;
                 info->f_bavail = static_cast<fsblkcnt_t>(left);
             }
@@ -125,16 +135,31 @@ TEST_F(PrivateFolders, StandSideBySide) {
 }
 
 TEST_F(PrivateFolders, AreOnTheDiskWhereTmpfsHasNoRoom) {
-    fill_disk(kTmp, kRoom - 1);
+    fill({kTmp, kShared}, kRoom - 1);
     PrivateFolder folder;
     ASSERT_TRUE(folder.make(kRoom));
     EXPECT_TRUE(is_in(folder, kDisk));
 }
 
+/* Root's on a device whose modules run as another user. */
+TEST_F(PrivateFolders, AreInTheSharedFolderWhereAnotherOwnsTheDevices) {
+    give_to_another_user({kTmp, kDisk});
+    PrivateFolder folder;
+    ASSERT_TRUE(folder.make(kRoom));
+    EXPECT_TRUE(is_in(folder, kShared));
+}
+
+TEST_F(PrivateFolders, AreMadeInAStickyFolder) {
+    set_modes(01777);
+    PrivateFolder folder;
+    ASSERT_TRUE(folder.make(kRoom));
+    EXPECT_TRUE(is_in(folder, kTmp));
+}
+
 TEST_F(PrivateFolders, NeedTheirRoomAndNoMore) {
-    fill_disk("", kRoom - 1);
+    fill({kTmp, kShared, kDisk}, kRoom - 1);
     expect_none(ENOSPC);
-    fill_disk("", kRoom);
+    fill({kTmp, kShared, kDisk}, kRoom);
     EXPECT_TRUE(PrivateFolder().make(kRoom));
 }
 
@@ -147,19 +172,19 @@ TEST_F(PrivateFolders, OnADiskOfUnknownSizeAreNone) {
 }
 
 TEST_F(PrivateFolders, AreNotMadeWhereAnotherCouldMoveThem) {
-    EXPECT_EQ(0, ::chmod(kTmp, 0777));
+    set_modes(0777, 0777);
     {
         PrivateFolder folder;
         ASSERT_TRUE(folder.make(kRoom));
         EXPECT_TRUE(is_in(folder, kDisk));
     }
-    EXPECT_EQ(0, ::chmod(kDisk, 01777));
+    set_modes(0777, 0777, 0777);
     expect_none(EPERM);
 }
 
 TEST_F(PrivateFolders, NeedAFolderToBeMadeIn) {
     std::filesystem::rename(kDisk, "/m_data/elsewhere");
-    fill_disk(kTmp, 0);
+    fill({kTmp, kShared}, 0);
     PrivateFolder folder;
     EXPECT_FALSE(folder.make(kRoom));
     EXPECT_EQ(ENOENT, errno);
@@ -262,7 +287,7 @@ TEST_F(PrivateFolders, AlwaysTakenForLeftoversAreGivenUp) {
         return made;
     });
     expect_none(EAGAIN);
-    EXPECT_EQ(20u, doubles::libc::mkdtemp.calls());
+    EXPECT_EQ(30u, doubles::libc::mkdtemp.calls());
 }
 
 TEST_F(PrivateFolders, AnInterruptedLockIsTriedAgain) {

@@ -161,6 +161,24 @@ TEST_F(TrustedPath, IsClosedWhereNobodyElseWrites) {
     }
 }
 
+TEST_F(TrustedPath, KeepsTheCallersFilesInAStickyFolder) {
+    for (const mode_t mode : {0755u, 01777u}) {
+        set_mode(in("a"), mode);
+        ASSERT_TRUE(find(in("a/name")));
+        EXPECT_TRUE(place_.keeps_ours);
+    }
+    set_mode(in("a"), 0777);
+    ASSERT_TRUE(find(in("a/name")));
+    EXPECT_FALSE(place_.keeps_ours);
+    set_mode(in("a"), 01777);
+    give_to_another_user({in("a")});
+    ASSERT_TRUE(find(in("a/name")));
+    EXPECT_FALSE(place_.keeps_ours);
+    give_to_another_user({kFolder});
+    ASSERT_TRUE(find(in("a/name")));
+    EXPECT_FALSE(place_.keeps_ours);
+}
+
 TEST_F(TrustedPath, IsNotClosedInOrBelowAnothersFolder) {
     give_to_another_user({in("a")});
     expect_closed(false, in("a/name"));

@@ -7,6 +7,7 @@
 
 #include "frwk_dbrm/format/backup_format.h"
 #include "frwk_dbrm/format/backup_io.h"
+#include "unit/frwk_dbrm/another_user.h"
 #include "unit/frwk_dbrm/dbrm_fixture.h"
 
 namespace {
@@ -141,6 +142,16 @@ TEST_F(BackupRecord, ASourceThatCanNotBeOpenedIsAnIoErrorBehindItsHeader) {
     refuse_to_open(kSource, "rbe", EACCES);
     expect_failure(E_APPS_ERR_IO, "open backup file error!", EACCES);
     EXPECT_EQ(header(1, kSource, 4), file_text(kBackup));
+}
+
+TEST_F(BackupRecord, ASourceBehindAnotherUsersLinkIsAnIoError) {
+    write("/m_data/usr/secret", "secret");
+    std::filesystem::remove(kSource);
+    std::filesystem::create_symlink("/m_data/usr/secret", kSource);
+    give_to_another_user({std::filesystem::path(kSource).parent_path()});
+    expect_failure(E_APPS_ERR_IO, "open backup file error!", ELOOP);
+    std::filesystem::remove(kSource);
+    std::filesystem::remove("/m_data/usr/secret");
 }
 
 TEST_F(BackupRecord, ASourceThatBecameShorterIsAReadError) {

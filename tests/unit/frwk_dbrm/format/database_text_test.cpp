@@ -8,6 +8,8 @@
 #include <string>
 #include <vector>
 
+#include "formats/entry_line.h"
+
 namespace {
 
 using database_text::Found;
@@ -164,6 +166,16 @@ TEST(DatabaseTextDifference, IsReportedBesideAStopAfterIt) {
     const database_text::Losses losses = database_text::find_losses(text.data(), text.size());
     EXPECT_EQ(2u, losses.difference.line);
     EXPECT_EQ(3u, losses.stop.line);
+}
+
+TEST(DatabaseTextStop, IsTheFirstKeyThatAStoreHasNoPlaceFor) {
+    std::string text = "# comment\n";
+    for (size_t i = 0; i < kStoreKeysMax; ++i) {
+        text += "k" + std::to_string(i) + "=\n";
+    }
+    EXPECT_EQ("", stop_of(text));
+    EXPECT_EQ("16386 at " + std::to_string(text.size()) + ": there are more keys than a store holds",
+              stop_of(text + "one=more\n"));
 }
 
 TEST(DatabaseTextStop, IsWhatTheDatabaseDoesNotTake) {

@@ -11,6 +11,7 @@
 
 #include "doubles/dirty_memory.h"
 #include "frwk_dbrm/format/backup_io.h"
+#include "unit/frwk_dbrm/another_user.h"
 #include "unit/frwk_dbrm/dbrm_fixture.h"
 
 namespace {
@@ -202,6 +203,31 @@ TEST_F(RestoreFile, AFolderThatDoesNotFitTheCommandIsNotMade) {
     EXPECT_EQ(E_APPS_ERR_IO, restore_file(name, "data"));
     EXPECT_TRUE(commands_.empty());
     expect_warning("frwk_dbrm_restore_file", with_errno("create file error!", ENOENT));
+}
+
+TEST_F(RestoreFile, BelowAnotherUsersLinkIsNeitherMadeNorWritten) {
+    constexpr char kBelow[] = "/m_data/usr/www/link/made/target";
+    std::filesystem::create_symlink("/m_data/usr", "/m_data/usr/www/link");
+    give_to_another_user({"/m_data/usr/www"});
+    record_commands();
+    EXPECT_EQ(E_APPS_ERR_IO, restore_file(kBelow, "data"));
+    EXPECT_TRUE(commands_.empty());
+    expect_warning("frwk_dbrm_restore_file",
+                   "create file error! errno=" + std::to_string(ELOOP) + ", cause: " + std::strerror(ELOOP));
+    std::filesystem::remove("/m_data/usr/www/link");
+}
+
+TEST_F(RestoreFile, GivesItsNewFolderToTheOwnerOfTheOneAbove) {
+    std::vector<uid_t> owners;
+    give_to_another_user({"/m_data/usr/www"});
+    doubles::libc::fchown.stand_in([&owners](int, uid_t user, gid_t) {
+        owners.push_back(user);
+        return 0;
+    });
+    EXPECT_EQ(E_APPS_ERR_SUCCESS, restore_file("/m_data/usr/www/new/target", "data"));
+    EXPECT_EQ(std::vector<uid_t>{kAnotherUser}, owners);
+    EXPECT_EQ(E_APPS_ERR_SUCCESS, restore_file("/m_data/usr/www/new/target", "data"));
+    EXPECT_EQ(1u, owners.size());
 }
 
 TEST_F(RestoreFile, ThatCanNotBeCreatedIsAnIoError) {

@@ -79,8 +79,9 @@ apps_err_e_type restore_from(BackupFile *source) {
         FRWK_WARN(log_name::kDbrmRestore, "decompression failed!");
         return ret;
     }
-    if (!backup::has_room_for_settings(source->file())) {
-        return E_APPS_ERR_NOSPACE;
+    ret = backup::check_room_for_settings(source->file());
+    if (ret != E_APPS_ERR_SUCCESS) {
+        return ret;
     }
     if (zndb_reset() != E_ZNDB_RET_SUCCESS || zndb_save() != E_ZNDB_RET_SUCCESS) {
         FRWK_WARN(log_name::kDbrmRestore, "zndb reset user data failed!");

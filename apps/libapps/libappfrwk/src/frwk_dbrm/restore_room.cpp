@@ -9,6 +9,7 @@
 #include "formats/device_paths.h"
 #include "frwk_dbrm/format/backup_format.h"
 #include "internal/frwk_log.h"
+#include "os_mem.h"
 #include "support/file_io.h"
 
 using backup_format::RecordHeader;
@@ -82,18 +83,32 @@ uint64_t count_line_ends(int fd, uint64_t length) {
     return found;
 }
 
+/* Whether a body has all bytes of its first record: the restore itself reports one that is cut short. */
+bool has_all_bytes(int fd, const RecordHeader &record) {
+    struct stat found = {};
+    return ::fstat(fd, &found) == 0 &&
+           static_cast<uint64_t>(found.st_size) >= sizeof(RecordHeaderBytes) + uint64_t{record.length};
+}
+
 }  // namespace
 
-bool backup::has_room_for_settings(const char *path) {
+apps_err_e_type backup::check_room_for_settings(const char *path) {
     const UniqueFd fd(file_io::open_for_reading(path));
     RecordHeaderBytes bytes;
     size_t count = 0;
     if (!fd || !file_io::read_up_to(fd.get(), bytes.data(), bytes.size(), &count) || count < bytes.size()) {
-        return true;
+        return E_APPS_ERR_SUCCESS;
     }
     const RecordHeader record = backup_format::record_header_from(bytes);
     if (record.type != FRWK_DBRM_DATA_DB || record.length == 0) {
-        return true;
+        return E_APPS_ERR_SUCCESS;
     }
-    return has_room_for_text(record.length, count_line_ends(fd.get(), record.length) + 1);
+    if (record.length >= OS_MEM_BLOCK_MAX && has_all_bytes(fd.get(), record)) {
+        FRWK_WARN(log_name::kDbrmRestore, "the settings have %u bytes, %u can be restored!", record.length,
+                  OS_MEM_BLOCK_MAX - 1);
+        return E_APPS_ERR_MALLOC;
+    }
+    return has_room_for_text(record.length, count_line_ends(fd.get(), record.length) + 1)
+               ? E_APPS_ERR_SUCCESS
+               : E_APPS_ERR_NOSPACE;
 }

@@ -1,8 +1,10 @@
 /*
- * Checks before a restore whether the settings of a backup would fill a disk: the restore would stop
- * half-way, with the old settings discarded. One thread at a time.
+ * Checks before a restore whether the settings of a backup would fill a disk or the memory: the restore would
+ * stop half-way, with the old settings discarded. One thread at a time.
  */
 #pragma once
+
+#include "apps_err.h"
 
 namespace backup {
 
@@ -13,8 +15,9 @@ namespace backup {
  * itself logs what it can't read.
  *
  * path: a checked body.
- * Returns false, and logs the file, if there is not enough space.
+ * Returns E_APPS_ERR_SUCCESS, or, after logging the cause, E_APPS_ERR_NOSPACE if a disk has too little space,
+ * E_APPS_ERR_MALLOC if the text is larger than any block of memory.
  */
-bool has_room_for_settings(const char *path);
+apps_err_e_type check_room_for_settings(const char *path);
 
 }  // namespace backup

@@ -18,8 +18,9 @@
 
 namespace {
 
-/* The parents in which the folder may be created, in order of preference. */
-constexpr const char *kParents[] = {paths::kTempFolder, paths::kUserFolder};
+/* The parents in which the folder may be created, in order of preference. The second one is for root on a
+ * device whose modules run as another user, who owns the other two. */
+constexpr const char *kParents[] = {paths::kTempFolder, paths::kSharedTempFolder, paths::kUserFolder};
 
 constexpr char kPrefix[] = "backup.private.";
 constexpr char kRandom[] = "XXXXXX";
@@ -79,10 +80,10 @@ bool is_safe(const char *path) {
     if (!find_place(path, LastLink::kKeep, &place)) {
         return false;
     }
-    if (!place.is_closed) {
+    if (!place.keeps_ours) {
         errno = EPERM;
     }
-    return place.is_closed;
+    return place.keeps_ours;
 }
 
 }  // namespace

@@ -20,8 +20,8 @@ class PrivateFolder {
 
     /*
      * Creates the folder on tmpfs, so that unencrypted data never reaches a disk. If that has less than room
-     * bytes left, creates it on the device's disk, where the settings are unencrypted anyway. Returns false,
-     * with errno set, on failure.
+     * bytes left, creates it on the device's disk, where the settings are unencrypted anyway. Skips a parent
+     * in which another user could rename or remove the folder. Returns false, with errno set, on failure.
      */
     bool make(uint64_t room);
 

@@ -33,10 +33,14 @@ bool is_closed(const struct stat &folder) {
     return is_trusted(folder.st_uid) && (folder.st_mode & kOthersWrite) == 0;
 }
 
+/* Whether no other user can rename or remove the caller's entries of a folder. */
+bool keeps_ours(const struct stat &folder) {
+    return is_closed(folder) || (is_trusted(folder.st_uid) && (folder.st_mode & S_ISVTX) != 0);
+}
+
 /* Whether no other user can replace an entry. In a sticky folder the entry's owner can. */
 bool is_steady(const struct stat &folder, const struct stat &entry) {
-    const bool is_kept = (folder.st_mode & S_ISVTX) != 0 && is_trusted(entry.st_uid);
-    return is_closed(folder) || (is_trusted(folder.st_uid) && is_kept);
+    return is_closed(folder) || (keeps_ours(folder) && is_trusted(entry.st_uid));
 }
 
 bool is_same(const struct stat &one, const struct stat &other) {
@@ -87,6 +91,7 @@ class Walk {
                 return false;
             }
             if (*rest_ == '\0') {
+                keeps_ours_ = is_closed_ && keeps_ours(folder_.info);
                 is_closed_ = is_closed_ && is_closed(folder_.info);
                 if (last == LastLink::kKeep || !is_closed_ || !is_a_link()) {
                     return true;
@@ -103,6 +108,7 @@ class Walk {
         place->folder = std::move(folder_.fd);
         std::memcpy(place->name, part_, sizeof(part_));
         place->is_closed = is_closed_;
+        place->keeps_ours = keeps_ours_;
         place->is_behind_a_link = is_behind_a_link_;
     }
 
@@ -176,6 +182,7 @@ class Walk {
     Entry folder_;
     int links_ = 0;
     bool is_closed_ = false;
+    bool keeps_ours_ = false;
     bool is_behind_a_link_ = false;
 };
 

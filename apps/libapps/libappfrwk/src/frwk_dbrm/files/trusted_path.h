@@ -18,9 +18,10 @@ enum class LastLink {
 
 /* The result of resolving a path. */
 struct Place {
-    UniqueFd folder;               /* opened with O_PATH */
-    char name[NAME_MAX + 1] = "";  /* in the folder; the file need not exist */
-    bool is_closed = false;        /* no other user can change the folder or a folder above it */
+    UniqueFd folder;              /* opened with O_PATH */
+    char name[NAME_MAX + 1] = ""; /* in the folder; the file need not exist */
+    bool is_closed = false;       /* no other user can change the folder or a folder above it */
+    bool keeps_ours = false; /* no other user can rename or remove what the caller creates in the folder */
     bool is_behind_a_link = false; /* the last component was a link, which was followed */
 };
 

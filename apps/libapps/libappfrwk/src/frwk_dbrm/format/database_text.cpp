@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "formats/entry_line.h"
 #include "frwk_common.h"
 #include "zndb.h"
 
@@ -37,15 +38,19 @@ Found split_line(char *text, Line *line) {
     return Found::kPair;
 }
 
-/* The reason why the database would refuse a key and its value; null if it would accept them. */
-const char *objection_to(const Line &line) {
+/* The reason why the database would refuse a key and its value; null if it would accept them. keys: their
+ * number with this one, since the database writes each key once. */
+const char *objection_to(const Line &line, size_t keys) {
     if (*line.key == '\0') {
         return "the key is empty";
     }
     if (std::strlen(line.key) >= ZNDB_KEY_LEN) {
         return "the key is too long";
     }
-    return std::strlen(line.value) >= ZNDB_VALUE_LEN ? "the value is too long" : nullptr;
+    if (std::strlen(line.value) >= ZNDB_VALUE_LEN) {
+        return "the value is too long";
+    }
+    return keys > kStoreKeysMax ? "there are more keys than a store holds" : nullptr;
 }
 
 /* Why the database and a restore read a line differently; null if they don't. line: without its LF. */
@@ -82,13 +87,13 @@ size_t passed(const char *text, Found last, const char *at, const Line &line) {
 Stop find_stop(char *text, size_t length) {
     char *at = text;
     Line line;
-    for (;;) {
+    for (size_t keys = 1;; ++keys) {
         const Found found = next_line(&at, &line);
         const size_t bytes = passed(text, found, at, line);
         if (found == Found::kEnd) {
             return bytes == length ? Stop() : Stop{"a NUL ends the text", line.next, bytes};
         }
-        const char *reason = found == Found::kOther ? "there is no '='" : objection_to(line);
+        const char *reason = found == Found::kOther ? "there is no '='" : objection_to(line, keys);
         if (reason != nullptr) {
             return {reason, line.number, bytes};
         }

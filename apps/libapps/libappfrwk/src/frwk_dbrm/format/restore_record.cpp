@@ -1,11 +1,11 @@
 #include "frwk_dbrm/format/restore_record.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
+#include <unistd.h>
 
 #include <cstring>
 #include <utility>
 
+#include "frwk_dbrm/files/guarded_file.h"
 #include "frwk_dbrm/format/backup_io.h"
 #include "frwk_dbrm/format/database_text.h"
 #include "internal/frwk_log.h"
@@ -41,15 +41,23 @@ void make_folder_of(const char *name) {
     std::memcpy(folder, name, static_cast<size_t>(separator - name));
     ShellCommand<kCommandSize> command;
     command.add("mkdir -p ").add_word(folder);
-    if (command.complete()) {
-        (void)run_shell(command.text());
+    if (!command.complete()) {
+        return;
+    }
+    const bool is_new = ::access(folder, F_OK) != 0;
+    (void)run_shell(command.text());
+    if (is_new) {
+        guarded_file::give_new_folder_away(folder);
     }
 }
 
-/* Opens a file and truncates it. An existing file keeps its mode; a new one gets 0600, since it may contain
- * secrets. */
+/* Opens a file to be restored. mkdir would create folders wherever another user's link leads. */
 UniqueFd open_target(const char *name) {
-    return UniqueFd(::open(name, O_RDWR | O_CREAT | O_TRUNC | O_CLOEXEC, S_IRUSR | S_IWUSR));
+    if (guarded_file::is_behind_strange_link(name)) {
+        return UniqueFd();
+    }
+    make_folder_of(name);
+    return guarded_file::open_target(name);
 }
 
 /* Fills a file from the backup. */
@@ -132,11 +140,10 @@ apps_err_e_type restore_file(std::FILE *backup, const RecordHeader &record) {
     FRWK_DEBUG(log_name::kDbrmRestoreFile, "restore file '%s' coming...", record.name);
     if (record.length == 0) {
         FRWK_DEBUG(log_name::kDbrmRestoreFile, "remove empty file.");
-        (void)std::remove(record.name);
+        guarded_file::remove_target(record.name);
         return E_APPS_ERR_SUCCESS;
     }
 
-    make_folder_of(record.name);
     UniqueFd target = open_target(record.name);
     if (!target) {
         FRWK_WARN_ERRNO(log_name::kDbrmRestoreFile, "create file error!");
@@ -145,7 +152,7 @@ apps_err_e_type restore_file(std::FILE *backup, const RecordHeader &record) {
 
     const apps_err_e_type ret = fill(backup, std::move(target), record.length);
     if (ret != E_APPS_ERR_SUCCESS) {
-        (void)std::remove(record.name);
+        guarded_file::remove_target(record.name);
     }
     return ret;
 }

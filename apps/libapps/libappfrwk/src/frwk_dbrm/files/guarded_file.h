@@ -1,0 +1,37 @@
+/*
+ * The files that a backup reads and a restore writes, opened by name. If another user can change a folder of
+ * the path, no link of that user is followed, and no file is used that may also have a name elsewhere: so
+ * another user can't make root read or write a file that it can't access itself.
+ *
+ * All functions leave the cause of a failure in errno. Any thread.
+ */
+#pragma once
+
+#include "support/unique_fd.h"
+
+namespace guarded_file {
+
+/* Opens a file for reading. Fails with ELOOP for another user's link, with EPERM for a file that has a second
+ * name where another user could have given it one. */
+UniqueFile open_source(const char *path);
+
+/*
+ * Opens a file for reading and writing, and truncates it. An existing file keeps its mode; a new one gets
+ * 0600, since it may contain secrets.
+ *
+ * If another user can change the folder, anything but that folder's own file is replaced by a new file, which
+ * belongs to the folder's owner if the caller is root: the modules that run as this user need it.
+ */
+UniqueFd open_target(const char *path);
+
+/* Gives a new folder to the owner of the folder that contains it, if the caller is root. A failure is
+ * ignored. */
+void give_new_folder_away(const char *path);
+
+/* Removes a file. A failure is ignored. */
+void remove_target(const char *path);
+
+/* Whether another user's link is on the path. */
+bool is_behind_strange_link(const char *path);
+
+}  // namespace guarded_file

@@ -1,0 +1,263 @@
+/*
+ * The files that a backup reads and a restore writes, in folders of the caller and of another user.
+ */
+#include "frwk_dbrm/files/guarded_file.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <filesystem>
+#include <set>
+#include <string>
+
+#include "doubles/libc_doubles.h"
+#include "support/wait_until.h"
+#include "unit/frwk_dbrm/another_user.h"
+
+namespace {
+
+constexpr char kFolder[] = "/m_data/usr/guarded";
+constexpr char kFile[] = "/m_data/usr/guarded/file";
+constexpr char kElsewhere[] = "/m_data/usr/elsewhere";
+constexpr char kPrecious[] = "/m_data/usr/elsewhere/precious";
+
+class GuardedFile : public testing::Test {
+  protected:
+    GuardedFile() {
+        doubles::restore_all();
+        for (const char *folder : {kFolder, kElsewhere}) {
+            std::filesystem::remove_all(folder);
+            std::filesystem::create_directories(folder);
+        }
+        EXPECT_TRUE(write_text(kPrecious, "precious"));
+    }
+    ~GuardedFile() override {
+        doubles::restore_all();
+        EXPECT_EQ("precious", file_text(kPrecious));
+        std::filesystem::remove_all(kFolder);
+        std::filesystem::remove_all(kElsewhere);
+    }
+
+    static void give_folder_away() { give_to_another_user({kFolder}); }
+
+    static std::string source_text() {
+        char text[32] = "";
+        const UniqueFile file = guarded_file::open_source(kFile);
+        return file && std::fgets(text, sizeof(text), file.get()) != nullptr ? text : "";
+    }
+
+    static bool write_target(const std::string &text) {
+        const UniqueFd fd = guarded_file::open_target(kFile);
+        return fd && ::write(fd.get(), text.data(), text.size()) == static_cast<ssize_t>(text.size());
+    }
+
+    static struct stat info_of(const char *path) {
+        struct stat info = {};
+        EXPECT_EQ(0, ::lstat(path, &info)) << path;
+        return info;
+    }
+};
+
+TEST_F(GuardedFile, IsReadWhoeverOwnsTheFolder) {
+    ASSERT_TRUE(write_text(kFile, "text"));
+    EXPECT_EQ("text", source_text());
+    give_folder_away();
+    EXPECT_EQ("text", source_text());
+}
+
+TEST_F(GuardedFile, ThatIsMissingIsNotRead) {
+    EXPECT_FALSE(guarded_file::open_source(kFile));
+    EXPECT_EQ(ENOENT, errno);
+    give_folder_away();
+    EXPECT_FALSE(guarded_file::open_source(kFile));
+    EXPECT_EQ(ENOENT, errno);
+}
+
+TEST_F(GuardedFile, IsReadThroughTheCallersLinkOnly) {
+    std::filesystem::create_symlink(kPrecious, kFile);
+    EXPECT_EQ("precious", source_text());
+    give_folder_away();
+    EXPECT_FALSE(guarded_file::open_source(kFile));
+    EXPECT_EQ(ELOOP, errno);
+}
+
+TEST_F(GuardedFile, BelowAnothersLinkIsNeitherReadNorWrittenNorRemoved) {
+    const std::string below = std::string(kFolder) + "/link/precious";
+    std::filesystem::create_symlink(kElsewhere, std::string(kFolder) + "/link");
+    give_folder_away();
+    EXPECT_TRUE(guarded_file::is_behind_strange_link(below.c_str()));
+    EXPECT_FALSE(guarded_file::open_source(below.c_str()));
+    EXPECT_EQ(ELOOP, errno);
+    EXPECT_FALSE(guarded_file::open_target(below.c_str()));
+    EXPECT_EQ(ELOOP, errno);
+    guarded_file::remove_target(below.c_str());
+}
+
+TEST_F(GuardedFile, BehindTheCallersLinkIsNotStrange) {
+    std::filesystem::create_symlink(kElsewhere, std::string(kFolder) + "/link");
+    EXPECT_FALSE(guarded_file::is_behind_strange_link((std::string(kFolder) + "/link/precious").c_str()));
+}
+
+TEST_F(GuardedFile, WithASecondNameIsNotReadFromAnothersFolder) {
+    std::filesystem::create_hard_link(kPrecious, kFile);
+    EXPECT_EQ("precious", source_text());
+    give_folder_away();
+    EXPECT_FALSE(guarded_file::open_source(kFile));
+    EXPECT_EQ(EPERM, errno);
+}
+
+TEST_F(GuardedFile, ThatIsAPipeIsNotWaitedForInAnothersFolder) {
+    ASSERT_EQ(0, ::mkfifo(kFile, 0600));
+    give_folder_away();
+    EXPECT_FALSE(guarded_file::open_source(kFile));
+    EXPECT_EQ(EINVAL, errno);
+    EXPECT_TRUE(write_target("new"));
+    EXPECT_EQ("new", file_text(kFile));
+}
+
+TEST_F(GuardedFile, IsWrittenAnewForItsOwnerOnly) {
+    for (const bool is_given : {false, true}) {
+        std::filesystem::remove(kFile);
+        if (is_given) {
+            give_folder_away();
+        }
+        EXPECT_TRUE(write_target("new"));
+        EXPECT_EQ("new", file_text(kFile));
+        EXPECT_EQ(0600u, info_of(kFile).st_mode & 07777u);
+    }
+}
+
+TEST_F(GuardedFile, KeepsItsModeAndItsNumberWhenItIsWritten) {
+    for (const bool is_given : {false, true}) {
+        ASSERT_TRUE(write_text(kFile, "an older text"));
+        ASSERT_EQ(0, ::chmod(kFile, 0640));
+        const struct stat before = info_of(kFile);
+        if (is_given) {
+            give_to_another_user({kFolder, kFile});
+        }
+        EXPECT_TRUE(write_target("new"));
+        EXPECT_EQ("new", file_text(kFile));
+        EXPECT_EQ(before.st_ino, info_of(kFile).st_ino);
+        EXPECT_EQ(0640u, info_of(kFile).st_mode & 07777u);
+    }
+}
+
+TEST_F(GuardedFile, ReplacesALinkInAnothersFolder) {
+    std::filesystem::create_symlink(kPrecious, kFile);
+    give_folder_away();
+    EXPECT_TRUE(write_target("new"));
+    EXPECT_TRUE(S_ISREG(info_of(kFile).st_mode));
+}
+
+TEST_F(GuardedFile, ReplacesAFileWithASecondNameInAnothersFolder) {
+    std::filesystem::create_hard_link(kPrecious, kFile);
+    give_folder_away();
+    EXPECT_TRUE(write_target("new"));
+    EXPECT_EQ("new", file_text(kFile));
+}
+
+TEST_F(GuardedFile, ReplacesAStrangersFileInAFolderForEverybody) {
+    ASSERT_EQ(0, ::chmod(kFolder, 01777));
+    ASSERT_TRUE(write_text(kFile, "planted"));
+    const struct stat before = info_of(kFile);
+    give_to_another_user({kFile});
+    EXPECT_TRUE(write_target("new"));
+    EXPECT_NE(before.st_ino, info_of(kFile).st_ino);
+    EXPECT_EQ(0600u, info_of(kFile).st_mode & 07777u);
+}
+
+TEST_F(GuardedFile, IsNotWrittenInThePlaceOfAFolder) {
+    std::filesystem::create_directory(kFile);
+    give_folder_away();
+    EXPECT_FALSE(guarded_file::open_target(kFile));
+    EXPECT_EQ(EEXIST, errno);
+}
+
+TEST_F(GuardedFile, GoesToTheOwnerOfTheFolder) {
+    give_folder_away();
+    uid_t owner = 0;
+    doubles::libc::fchown.stand_in([&owner](int, uid_t user, gid_t) {
+        owner = user;
+        errno = EPERM;
+        return -1;
+    });
+    EXPECT_TRUE(write_target("new"));
+    EXPECT_EQ(kAnotherUser, owner);
+}
+
+TEST_F(GuardedFile, IsNotWrittenInAFolderOfWhichNothingIsKnown) {
+    int looks = 0;
+    doubles::libc::fstat.stand_in([&looks](int fd, struct stat *info) {
+        const int result = doubles::libc::fstat.real(fd, info);
+        std::error_code error;
+        if (std::filesystem::read_symlink("/proc/self/fd/" + std::to_string(fd), error) != kFolder) {
+            return result;
+        }
+        info->st_uid = kAnotherUser;
+        errno = EIO;
+        return ++looks == 1 ? result : -1;
+    });
+    EXPECT_FALSE(guarded_file::open_target(kFile));
+    EXPECT_EQ(EIO, errno);
+}
+
+TEST_F(GuardedFile, ThatCanNotBeEmptiedIsReplaced) {
+    ASSERT_TRUE(write_text(kFile, "an older text"));
+    give_to_another_user({kFolder, kFile});
+    doubles::libc::ftruncate.stand_in([](int, off_t) {
+        errno = EPERM;
+        return -1;
+    });
+    EXPECT_TRUE(write_target("new"));
+    EXPECT_EQ("new", file_text(kFile));
+}
+
+TEST_F(GuardedFile, IsRemovedWhoeverOwnsTheFolder) {
+    for (const bool is_given : {false, true}) {
+        ASSERT_TRUE(write_text(kFile, "text"));
+        if (is_given) {
+            give_folder_away();
+        }
+        guarded_file::remove_target(kFile);
+        EXPECT_FALSE(std::filesystem::exists(kFile));
+    }
+}
+
+TEST_F(GuardedFile, ThatIsMissingIsRemovedAlready) {
+    guarded_file::remove_target(kFile);
+    guarded_file::remove_target("/m_data/usr/missing/file");
+    EXPECT_FALSE(std::filesystem::exists(kFile));
+}
+
+class GivenFolder : public GuardedFile {
+  protected:
+    static std::set<uid_t> owners_after_making(const char *path) {
+        std::set<uid_t> owners;
+        doubles::libc::fchown.stand_in([&owners](int, uid_t user, gid_t) {
+            owners.insert(user);
+            return 0;
+        });
+        guarded_file::give_new_folder_away(path);
+        return owners;
+    }
+};
+
+TEST_F(GivenFolder, BelongsToTheOwnerOfTheOneAbove) {
+    std::filesystem::create_directory(kFile);
+    EXPECT_TRUE(owners_after_making(kFile).empty());
+    give_folder_away();
+    EXPECT_EQ(std::set<uid_t>{kAnotherUser}, owners_after_making(kFile));
+}
+
+TEST_F(GivenFolder, ThatIsALinkOrMissingGoesToNobody) {
+    give_folder_away();
+    EXPECT_TRUE(owners_after_making(kFile).empty());
+    std::filesystem::create_symlink(kElsewhere, kFile);
+    EXPECT_TRUE(owners_after_making(kFile).empty());
+    EXPECT_TRUE(owners_after_making("/m_data/usr/missing/folder").empty());
+}
+
+}  // namespace
