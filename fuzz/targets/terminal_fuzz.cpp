@@ -14,6 +14,7 @@
 #include "cli/complaint.h"
 #include "cli/input_line.h"
 #include "logtool/log_output.h"
+#include "logtool/log_time.h"
 #include "os/log_text.h"
 #include "output/field_list.h"
 #include "output/json_output.h"
@@ -146,6 +147,13 @@ void print_as_json(const std::string &name, const std::string &text) {
     });
 }
 
+/* As a word of the command line, and as the time of a line. */
+void read_times(const std::string &text) {
+    constexpr std::time_t kNow = 1795000000;
+    std::time_t time = 0;
+    (void)read_time_word(text, kNow, &time);
+}
+
 void print_logs(const std::string &name, const std::string &text) {
     for (const bool json : {false, true}) {
         expect_text(0, [&] {
@@ -209,6 +217,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     run_command_lines(name.c_str(), text.c_str());
     print_as_json(name, text);
     print_logs(name, text);
+    read_times(text);
     draw(name, text);
     show_progress(text);
     log_line(text.c_str());

@@ -4,6 +4,7 @@
  */
 #include <algorithm>
 
+#include "apptest/answer_type.h"
 #include "cli/command_line_tool.h"
 #include "cli/name_lookup.h"
 #include "cli/text_match.h"
@@ -13,7 +14,7 @@ namespace {
 
 constexpr ToolWords kWords = {"apptest",
                               "Sends messages to the device's modules, receives them, and plays a module.",
-                              "apptest call wlan sys_status --room 4 --dump\n"
+                              "apptest call wlan sys_status --as uint\n"
                               "apptest subscribe E_APPS_MSG_SYS_LANGUAGE_CHANGE\n"
                               "apptest serve wlan --answer '0 text=hello'\n"};
 
@@ -30,6 +31,7 @@ void declare(CommandLineTool &tool) {
     tool.complete("MODULE", module_names);
     tool.complete_with("MESSAGE", [](const TypedWords &typed) { return message_names_like(typed.word); });
     tool.complete_with("EVENT", events_like);
+    tool.complete("TYPE", answer_type_names);
 }
 
 }  // namespace

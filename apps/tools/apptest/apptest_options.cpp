@@ -10,6 +10,7 @@
 namespace {
 
 constexpr uint32_t kMostRoom = 64u * 1024 * 1024;
+constexpr uint32_t kLongestTimeout = 3600;
 constexpr double kLongestRun = 7 * 24 * 3600;
 
 ExitCode take(const Named &named, int64_t *number) {
@@ -53,7 +54,17 @@ void AppTestOptions::add_body(const Command &command) {
 }
 
 void AppTestOptions::add_timeout(const Command &command) {
-    command.add("--timeout", timeout, "Seconds for the module to accept it (3)").value("S").within(0, 3600);
+    command.add("--timeout", timeout, "Seconds for the module to accept it (3)")
+        .value("S")
+        .within(0, kLongestTimeout);
+}
+
+void AppTestOptions::add_whole_limit(const Command &command) {
+    command
+        .add("--timeout", whole_limit,
+             "Seconds for the whole call; default: 3 to accept the request, no limit for the answer")
+        .value("S")
+        .within_real(0, kLongestTimeout);
 }
 
 void AppTestOptions::add_room(const Command &command) {
@@ -78,6 +89,10 @@ CommandLineTool::Run AppTestOptions::runs(ExitCode (*command)(const AppTestOptio
 
 CommandLineTool::Run AppTestOptions::runs_as_is(ExitCode (*command)(const AppTestOptions &options)) const {
     return [this, command] { return command(*this); };
+}
+
+std::string request_words(const char *command, const Envelope &envelope) {
+    return std::string(command) + " " + module_text(envelope.module) + " " + message_text(envelope.msgid);
 }
 
 ExitCode read_module(const AppTestOptions &options, Envelope *envelope) {

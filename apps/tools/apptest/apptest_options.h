@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "cli/command_line_tool.h"
+#include "cli/request_outcome.h"
 
 /* Bytes of an answer, unless --room says otherwise. */
 inline constexpr uint32_t kDefaultRoom = 1024;
@@ -28,8 +29,10 @@ struct AppTestOptions {
     bool numbers = false;
     bool nul = false;
 
-    uint32_t timeout = 3;         /* seconds for a module to accept a message */
-    std::optional<uint32_t> room; /* bytes of the answer; nothing: the default */
+    uint32_t timeout = kRequestSeconds; /* for a module to accept a message */
+    std::optional<double> whole_limit;  /* seconds for all of a call; 0 or nothing: none */
+    std::optional<uint32_t> room;       /* bytes of the answer; nothing: the default */
+    std::string type;                   /* of the answer; "" to print it as what it looks like */
     bool dump = false;
     bool json = false;
 
@@ -48,6 +51,7 @@ struct AppTestOptions {
     CommandOption add_message(const Command &command);
     void add_body(const Command &command);
     void add_timeout(const Command &command);
+    void add_whole_limit(const Command &command);
     void add_room(const Command &command);
     void add_limits(const Command &command, const std::string &what);
     void add_json(const Command &command, const std::string &what);
@@ -65,6 +69,9 @@ struct Envelope {
     int32_t msgid = 0;
     std::string body;
 };
+
+/* "call wlan 6 E_APPS_MSG_SYS_STATUS", for messages about the request. */
+std::string request_words(const char *command, const Envelope &envelope);
 
 /* Each reads one part from the command line, and reports a problem. */
 ExitCode read_module(const AppTestOptions &options, Envelope *envelope);

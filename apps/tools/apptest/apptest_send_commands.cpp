@@ -1,28 +1,18 @@
 /*
- * The commands of apptest that send one message.
+ * The commands of apptest that send one message and wait for no answer.
  */
-#include <chrono>
-#include <cstdio>
 
-#include "apptest/answer_room.h"
 #include "apptest/apptest_options.h"
-#include "apptest/body_text.h"
 #include "cli/command_line_tool.h"
 #include "cli/complaint.h"
 #include "cli/name_lookup.h"
 #include "cli/request_outcome.h"
-#include "cli/wait_notice.h"
 #include "device/event_key.h"
 #include "device/module_words.h"
 #include "frwk_common.h"
 #include "output/field_list.h"
-#include "output/json_output.h"
-#include "output/terminal.h"
-#include "output/text_table.h"
 
 namespace {
-
-using Clock = std::chrono::steady_clock;
 
 const void *data_of(const std::string &body) {
     return body.empty() ? nullptr : body.data();
@@ -30,47 +20,6 @@ const void *data_of(const std::string &body) {
 
 uint32_t length_of(const std::string &body) {
     return static_cast<uint32_t>(body.size());
-}
-
-/* Whether the answer is nothing but zeros: a number, if the caller knows how many bytes to expect. */
-bool is_zero_number(const AppTestOptions &options, const std::string &answer) {
-    return options.room && !answer.empty() && without_nuls(answer).empty();
-}
-
-void print_answer(const AppTestOptions &options, const RequestOutcome &outcome, const std::string &answer) {
-    if (options.dump || !is_text(answer) || (outcome.done() && is_zero_number(options, answer))) {
-        (void)std::fputs(hex_dump(answer, output_width()).c_str(), stdout);
-    } else if (!without_nuls(answer).empty()) {
-        (void)std::puts(shown_text(Stream::kOutput, without_nuls(answer)).c_str());
-    }
-}
-
-/* Adds all bytes of the answer, also a text if it is one, and a value if the text is JSON. */
-void add_answer(const Json &object, const std::string &answer) {
-    const std::string text = without_nuls(answer);
-    add_member(object, "length", json_number(static_cast<int64_t>(answer.size())));
-    add_member(object, "hex", json_text(hex_of(answer)));
-    if (!is_text(answer)) {
-        return;
-    }
-    add_member(object, "text", json_text(text));
-    Json value = json_parsed(text);
-    if (value != nullptr) {
-        add_member(object, "value", std::move(value));
-    }
-}
-
-void print_json_answer(apps_err_e_type result, int64_t microseconds, const std::string &answer) {
-    const Json object = json_members();
-    add_member(object, "result", json_number(result));
-    add_member(object, "name", json_text(code_name(result)));
-    add_member(object, "microseconds", json_number(microseconds));
-    add_answer(object, answer);
-    print_json(object);
-}
-
-std::string what(const char *command, const Envelope &envelope) {
-    return std::string(command) + " " + module_text(envelope.module) + " " + message_text(envelope.msgid);
 }
 
 /* send and notify differ only in the time limit. */
@@ -81,7 +30,7 @@ ExitCode deliver(const char *command, const AppTestOptions &options, uint32_t se
         return code;
     }
     const RequestOutcome outcome = send_message(envelope.module, envelope.msgid, envelope.body, seconds);
-    return report_outcome(outcome, envelope.module, what(command, envelope));
+    return report_outcome(outcome, envelope.module, request_words(command, envelope));
 }
 
 /* To whom an event goes. */
@@ -118,28 +67,6 @@ void report_audience(const std::string &event, const Audience &audience) {
 ExitCode read_message_and_body(const AppTestOptions &options, Envelope *envelope) {
     const ExitCode code = read_message(options, envelope);
     return code == ExitCode::kDone ? read_body(options, envelope) : code;
-}
-
-ExitCode call_module(const AppTestOptions &options) {
-    Envelope envelope;
-    const ExitCode code = read_envelope(options, &envelope);
-    if (code != ExitCode::kDone) {
-        return code;
-    }
-    const uint32_t room = options.room.value_or(kDefaultRoom);
-    std::string answer(room, '\0');
-    const WaitNotice notice(envelope.module);
-    const auto begin = Clock::now();
-    const RequestOutcome outcome =
-        send_request(envelope.module, envelope.msgid, envelope.body, &answer, options.timeout);
-    const auto took = std::chrono::duration_cast<std::chrono::microseconds>(Clock::now() - begin);
-    if (outcome.delivered() && options.json) {
-        print_json_answer(outcome.result, took.count(), answer);
-    } else if (outcome.delivered()) {
-        print_answer(options, outcome, answer);
-    }
-    return report_outcome(outcome, envelope.module, what("call", envelope),
-                          room_hint(outcome.result, envelope.msgid, room));
 }
 
 ExitCode send_to_module(const AppTestOptions &options) {
@@ -181,20 +108,6 @@ ExitCode publish_event(const AppTestOptions &options) {
 AppTestOptions g_options;
 
 void declare(CommandLineTool &tool) {
-    Command call = tool.add("call", "Send a request and print the answer",
-                            "apptest call wlan sys_status --room 4 --dump\n"
-                            "apptest call zndb zndb_get --nul lan_ip\n"
-                            "apptest call router 3004 --hex '01 00 00 00'\n"
-                            "apptest call device 9000 --file request.json --json\n",
-                            g_options.runs(call_module));
-    g_options.add_module(call);
-    g_options.add_message(call).required();
-    g_options.add_body(call);
-    g_options.add_timeout(call);
-    g_options.add_room(call);
-    call.flag("--dump", g_options.dump, "Print the answer's bytes, even if it is a text");
-    g_options.add_json(call, "Print result, time and answer as JSON");
-
     Command send = tool.add("send", "Send a message without an answer",
                             "apptest send --timeout 10 router 3004 text\n", g_options.runs(send_to_module));
     g_options.add_module(send);

@@ -86,6 +86,8 @@ template CommandOption Command::add(const char *name, std::optional<uint32_t> &v
                                     const std::string &purpose) const;
 template CommandOption Command::add(const char *name, uint64_t &value, const std::string &purpose) const;
 template CommandOption Command::add(const char *name, double &value, const std::string &purpose) const;
+template CommandOption Command::add(const char *name, std::optional<double> &value,
+                                    const std::string &purpose) const;
 
 CommandGroup::CommandGroup(int place, Declare declare) noexcept
     : place_(place), declare_(declare), next_(nullptr) {

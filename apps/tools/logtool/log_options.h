@@ -12,10 +12,14 @@
 
 struct LogOptions {
     std::vector<std::string> modules;
+    std::vector<std::string> programs; /* other than modules */
+    std::string since;                 /* "" for the beginning */
+    std::string until;                 /* "" for the end */
     std::string level;
     std::string text;
     std::string file; /* "" for the default */
     bool journal = false;
+    bool ring = false;
     bool follow = false;
     size_t lines = 0; /* number of last lines; 0 for all */
     bool json = false;

@@ -11,6 +11,7 @@ namespace {
 
 constexpr int kErrorLevel = 3;
 constexpr int kWarningLevel = 4;
+constexpr int kNoticeLevel = 5;
 constexpr int kDebugLevel = 7;
 
 Style style_of(int level) {
@@ -19,6 +20,7 @@ Style style_of(int level) {
     }
     return level <= kErrorLevel     ? Style::kAlert
            : level <= kWarningLevel ? Style::kWarning
+           : level == kNoticeLevel  ? Style::kStrong
            : level >= kDebugLevel   ? Style::kFaint
                                     : Style::kPlain;
 }
@@ -31,7 +33,8 @@ std::string part(Style style, const std::string &text) {
 void print_plain(const LogRecord &line) {
     const std::string process = line.process.empty() ? "" : "[" + line.process + "]";
     const std::string module = line.module.empty() ? "" : line.module + process + ":";
-    const std::string text = shown_text(Stream::kOutput, line.text);
+    const std::string text =
+        styled(Stream::kOutput, style_of(line.level), shown_text(Stream::kOutput, line.text));
     const std::string whole = part(Style::kFaint, line.time) +
                               part(style_of(line.level), level_name(line.level)) +
                               part(Style::kStrong, module) + text + "\n";
@@ -61,7 +64,8 @@ LogOutput::LogOutput(LogFilter filter, size_t last, bool json)
 
 bool LogOutput::take(const LogRecord &line) {
     ++taken_;
-    if (!filter_.concerns(line)) {
+    const bool timely = period_.takes(line.time);
+    if (!timely || !filter_.concerns(line)) {
         return error_ == 0;
     }
     if (!filter_.wants_level_of(line)) {

@@ -7,11 +7,15 @@
 #include <deque>
 
 #include "logtool/log_filter.h"
+#include "logtool/log_period.h"
 
 class LogOutput {
   public:
     /* last: number of last lines that flush prints; 0 prints each line at once. json: print objects. */
     LogOutput(LogFilter filter, size_t last, bool json);
+
+    /* Leaves out lines of other times from now on. */
+    void limit_to(const LogPeriod &period) { period_ = period; }
 
     /* Takes a line. Returns whether the output still works. */
     bool take(const LogRecord &line);
@@ -33,6 +37,7 @@ class LogOutput {
     bool print(const LogRecord &line);
 
     const LogFilter filter_;
+    LogPeriod period_;
     size_t last_;
     const bool json_;
     std::deque<LogRecord> kept_;

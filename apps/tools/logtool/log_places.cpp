@@ -7,47 +7,76 @@
 #include "device/text_file.h"
 #include "formats/device_paths.h"
 #include "logtool/log_file.h"
+#include "logtool/program_reader.h"
 
 namespace {
 
+constexpr char kJournalProgram[] = "journalctl";
+
+/* "of these modules" */
+std::string selection(const LogOptions &options) {
+    if (!options.since.empty() || !options.until.empty()) {
+        return " of this time";
+    }
+    return !options.programs.empty() ? " of these programs"
+           : options.modules.empty() ? ""
+                                     : " of these modules";
+}
+
 std::string journal_emptiness(const LogOptions &options) {
-    const std::string whose = options.modules.empty() ? "" : " of these modules";
     const std::string rights =
         ::geteuid() == 0 ? "" : ", or none that this user may read; try 'sudo logtool show'";
-    return "the journal has no lines" + whose + rights;
+    const std::string ring = is_program(kRingProgram) ? "; --logread reads the ring buffer" : "";
+    return "the journal has no lines" + selection(options) + rights + ring;
+}
+
+/* Whether the user leaves the choice of the source to the tool. */
+bool is_free(const LogOptions &options) {
+    return options.file.empty() && !options.journal && !options.ring;
 }
 
 }  // namespace
 
 std::string chosen_log_file(const LogOptions &options) {
-    if (!options.file.empty() || options.journal) {
-        return options.file;
+    return is_free(options) ? first_file(paths::kLogFiles, std::size(paths::kLogFiles)) : options.file;
+}
+
+LogSource chosen_source(const LogOptions &options) {
+    if (!chosen_log_file(options).empty()) {
+        return LogSource::kFile;
     }
-    return first_file(paths::kLogFiles, std::size(paths::kLogFiles));
+    const bool only_ring = is_free(options) && !is_program(kJournalProgram) && is_program(kRingProgram);
+    return options.ring || only_ring ? LogSource::kRing : LogSource::kJournal;
 }
 
 std::string log_place(const LogOptions &options) {
-    const std::string file = chosen_log_file(options);
-    return file == kStandardStream ? "standard input" : file.empty() ? "the journal" : file;
+    switch (chosen_source(options)) {
+        case LogSource::kJournal:
+            return "the journal";
+        case LogSource::kRing:
+            return "the ring buffer";
+        default:
+            return options.file == kStandardStream ? "standard input" : chosen_log_file(options);
+    }
 }
 
 std::string empty_places(const LogOptions &options) {
     const std::string missing = missing_files(options);
     const std::string before = missing.empty() ? "" : missing.substr(sizeof("; ") - 1) + "; ";
-    const std::string file = chosen_log_file(options);
-    return before + (file.empty() ? journal_emptiness(options) : log_place(options) + " is empty");
+    const bool journal = chosen_source(options) == LogSource::kJournal;
+    return before + (journal ? journal_emptiness(options) : log_place(options) + " is empty");
 }
 
 std::string missing_files(const LogOptions &options) {
     std::string all;
-    if (!options.file.empty() || options.journal) {
+    if (!is_free(options)) {
         return all;
     }
     for (const char *path : paths::kLogFiles) {
         if (file_exists(path)) {
-            break;
+            return all;
         }
         all += std::string("; ") + path + " is missing";
     }
-    return all;
+    return all + (is_program(kJournalProgram) || is_program(kRingProgram) ? "" : "; there is no logread");
 }

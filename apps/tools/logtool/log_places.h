@@ -7,7 +7,22 @@
 
 #include "logtool/log_options.h"
 
-/* The log file that is read: the given one, or the first of the system's that exists; "" for the journal. */
+/* The program that prints the ring buffer of a log daemon without a file. */
+inline constexpr char kRingProgram[] = "logread";
+
+enum class LogSource {
+    kFile,
+    kJournal,
+    kRing
+};
+
+/*
+ * The wanted source, or else the first of the system's log files that exists, the journal, or the ring
+ * buffer: the journal also if neither can be had.
+ */
+LogSource chosen_source(const LogOptions &options);
+
+/* The log file that is read; "" if another source is. */
 std::string chosen_log_file(const LogOptions &options);
 
 /* The place that is read, as in "none of the lines of PLACE". */

@@ -4,6 +4,7 @@
 #include "cli/command_line_tool.h"
 #include "cli/name_lookup.h"
 #include "logtool/log_options.h"
+#include "logtool/log_time.h"
 #include "support/log_line.h"
 
 namespace {
@@ -17,6 +18,7 @@ void declare(CommandLineTool &tool) {
     tool.complete("MODULE", module_names);
     tool.complete("LEVEL", level_names);
     tool.complete("STATE", LogOptions::states);
+    tool.complete("TIME", time_words);
     tool.complete("KEEP", LogOptions::ways_to_keep);
 }
 

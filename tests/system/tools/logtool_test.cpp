@@ -13,6 +13,7 @@
 #include "support/module_process.h"
 #include "support/other_user.h"
 #include "support/wait_until.h"
+#include "system/tools/log_fixture.h"
 #include "system/tools/tool_checks.h"
 #include "system/zndb/zndb_process.h"
 
@@ -22,57 +23,7 @@ namespace fs = std::filesystem;
 
 const ToolChecks kTool("logtool");
 
-const std::string kLog = "/tmp/device.log";
-const std::string kFakes = "/tmp/fakes"; /* programs that stand in for the system's */
-
-void append(const std::string &path, const std::string &text) {
-    std::ofstream(path, std::ios::app) << text;
-}
-
-/* Runs a shell command with a /var/log of its own. */
-ToolEnd with_own_logs(const std::string &command) {
-    const std::string user = geteuid() == 0 ? "" : "--map-root-user ";
-    return run_shell("unshare --mount " + user + "bash -c 'mount -t tmpfs tmpfs /var/log && " + command +
-                     "'");
-}
-
-/* Puts a journalctl before the system's in the PATH. */
-void fake_journalctl(const std::string &script) {
-    fs::create_directories(kFakes);
-    ASSERT_TRUE(write_text(kFakes + "/journalctl", "#!/bin/bash\n" + script));
-    fs::permissions(kFakes + "/journalctl", fs::perms::owner_all);
-}
-
-std::string with_fakes() {
-    return "PATH=" + kFakes + ":$PATH ";
-}
-
 // ---- show ----
-
-class LogShow : public testing::Test {
-  protected:
-    LogShow() {
-        fs::remove_all(kFakes);
-        EXPECT_TRUE(
-            write_text(kLog,
-                       "Nov 21 04:40:00 box local7.warn wlan[7]: a.cpp f:1 ipc accept error! errno=24\n"
-                       "Nov 21 04:40:01 box local7.debug wlan[7]: a.cpp f:2 polling\n"
-                       "Nov 21 04:40:02 box local7.err router[8]: b.cpp g:3 no route\n"
-                       "Nov 21 04:40:03 box kernel: link is up\n"
-                       "no form at all"));
-    }
-
-    /* logtool in the background, following the log. */
-    static std::unique_ptr<ChildProcess> follow(std::vector<std::string> words) {
-        words.insert(words.begin(), {tool_path("logtool"), "show", "--follow"});
-        return std::make_unique<ChildProcess>(
-            words, std::vector<std::string>{"QUOR_DEBUG=0", "PATH=" + kFakes + ":/usr/bin:/bin"});
-    }
-};
-
-std::string line_from(const std::unique_ptr<ChildProcess> &process) {
-    return process->read_line().value_or("no line");
-}
 
 TEST_F(LogShow, ShowsAFile) {
     EXPECT_EQ(
@@ -127,8 +78,10 @@ TEST_F(LogShow, ReadsWhatAModuleWrote) {
 TEST_F(LogShow, ColoursAndSpeltOutControlsAreForTerminalsOnly) {
     ASSERT_TRUE(write_text(kLog, "Nov 21 04:40:00 box local7.warn wlan[7]: \033[2Jgone\n"));
     EXPECT_EQ("Nov 21 04:40:00 warning wlan[7]: \033[2Jgone\n", kTool.output_of({"show", "--file", kLog}));
-    EXPECT_EQ("\033[2mNov 21 04:40:00\033[0m \033[33mwarning\033[0m \033[1mwlan[7]:\033[0m \\x1b[2Jgone\r\n",
-              run_on_terminal({"logtool", "show", "--file", kLog}, {}).output);
+    EXPECT_EQ(
+        "\033[2mNov 21 04:40:00\033[0m \033[33mwarning\033[0m \033[1mwlan[7]:\033[0m "
+        "\033[33m\\x1b[2Jgone\033[0m\r\n",
+        run_on_terminal({"logtool", "show", "--file", kLog}, {}).output);
 }
 
 TEST_F(LogShow, AnInformationHasNoColourOnATerminal) {
@@ -172,7 +125,7 @@ TEST_F(LogShow, AJournalThatCannotBeHadIsSaidSo) {
     EXPECT_EQ("logtool: can't run journalctl: No such file or directory\n", missing.errors);
     EXPECT_EQ(
         "logtool: can't run journalctl: No such file or directory; /var/log/messages is missing; "
-        "/var/log/syslog is missing\n",
+        "/var/log/syslog is missing; there is no logread\n",
         with_own_logs("PATH= $TOOLS/logtool show").errors);
 }
 

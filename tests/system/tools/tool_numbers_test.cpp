@@ -23,7 +23,7 @@ void PrintTo(const NumberCase &shown, std::ostream *out) {
 }
 
 const NumberCase kCases[] = {
-    {"CallTimeout", {"apptest", "call", "wlan", "6", "--timeout"}, "whole number from 0 to 3600"},
+    {"CallTimeout", {"apptest", "call", "wlan", "6", "--timeout"}, "number from 0 to 3600"},
     {"CallRoom", {"apptest", "call", "wlan", "6", "--room"}, "whole number from 0 to 67108864"},
     {"LoadCount", {"apptest", "load", "wlan", "6", "--count"}, "whole number of 1 or more"},
     {"LoadSeconds", {"apptest", "load", "wlan", "6", "--seconds"}, "number from 0.001 to 604800"},

@@ -53,6 +53,16 @@ TEST_P(ToolPapers, TheManPageHasEveryCommandAndEveryOption) {
     }
 }
 
+TEST(ToolPage, OfApptestHasEveryTypeOfAnAnswer) {
+    const std::string page = file_text(TOOLS_SOURCE "/man/apptest.1");
+    std::istringstream types(run_tool({"apptest", "--complete", "call", "wlan", "6", "--as", ""}).output);
+    for (std::string type; types >> type;) {
+        const bool listed = page.find(" " + type + " ") != std::string::npos ||
+                            page.find(" " + type + "\n") != std::string::npos;
+        EXPECT_TRUE(listed) << type;
+    }
+}
+
 /* Words that a user of other tools expects. */
 TEST(ToolHelp, UsesPlainWords) {
     const auto expect_line = [](const char *command, const char *words) {

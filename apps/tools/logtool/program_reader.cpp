@@ -1,4 +1,4 @@
-#include "logtool/journal_reader.h"
+#include "logtool/program_reader.h"
 
 #include <fcntl.h>
 #include <spawn.h>
@@ -7,13 +7,16 @@
 
 #include <cerrno>
 #include <csignal>
+#include <cstdlib>
+#include <sstream>
 #include <utility>
 
 #include "cli/complaint.h"
 
 namespace {
 
-constexpr char kProgram[] = "journalctl";
+/* Where a program is looked for without a PATH. */
+constexpr char kUsualPath[] = "/bin:/usr/bin";
 
 /* The posix_spawn settings: output to a pipe, and default signals. */
 class SpawnSettings {
@@ -39,14 +42,14 @@ class SpawnSettings {
     SpawnSettings &operator=(const SpawnSettings &) = delete;
 
     /* Returns 0 or an errno value. */
-    int start(std::vector<std::string> words, pid_t *pid) const {
+    int start(std::vector<std::string> &words, pid_t *pid) const {
         std::vector<char *> arguments;
         arguments.reserve(words.size() + 1);
         for (std::string &word : words) {
             arguments.push_back(word.data());
         }
         arguments.push_back(nullptr);
-        return ::posix_spawnp(pid, kProgram, &actions_, &attributes_, arguments.data(), environ);
+        return ::posix_spawnp(pid, arguments[0], &actions_, &attributes_, arguments.data(), environ);
     }
 
   private:
@@ -54,45 +57,30 @@ class SpawnSettings {
     posix_spawn_file_actions_t actions_;
 };
 
-std::vector<std::string> command(const std::vector<std::string> &modules, const std::string &after,
-                                 bool follow) {
-    std::vector<std::string> words = {kProgram, "--no-pager", "--quiet", "--output=json"};
-    if (follow) {
-        words.insert(words.end(), {"--follow", "--no-tail"});
-    }
-    if (!after.empty()) {
-        words.push_back("--after-cursor=" + after);
-    }
-    for (const std::string &module : modules) {
-        words.push_back("SYSLOG_IDENTIFIER=" + module);
-    }
-    return words;
-}
-
 }  // namespace
 
-JournalReader::JournalReader(const std::vector<std::string> &modules, const std::string &after, bool follow) {
+ProgramReader::ProgramReader(std::vector<std::string> words) : name_(words[0]) {
     int ends[2] = {-1, -1};
     int error = ::pipe2(ends, O_CLOEXEC) == 0 ? 0 : errno;
     if (error == 0) {
         output_.reset(ends[0]);
         const UniqueFd programs_end(ends[1]);
-        error = SpawnSettings(programs_end.get()).start(command(modules, after, follow), &pid_);
+        error = SpawnSettings(programs_end.get()).start(words, &pid_);
     }
     if (error != 0) {
         pid_ = -1;
-        problem_ = errno_text(std::string("can't run ") + kProgram, error);
+        problem_ = errno_text("can't run " + name_, error);
     }
 }
 
-JournalReader::~JournalReader() {
+ProgramReader::~ProgramReader() {
     if (pid_ > 0) {
         (void)::kill(pid_, SIGTERM);
         (void)::waitpid(pid_, nullptr, 0);
     }
 }
 
-void JournalReader::read(const SignalWatch &watch, const LineTaker &take) {
+void ProgramReader::read(const SignalWatch &watch, const LineTaker &take) {
     LineSplitter lines;
     char piece[65536];
     bool wanted = true;
@@ -108,9 +96,20 @@ void JournalReader::read(const SignalWatch &watch, const LineTaker &take) {
     }
 }
 
-std::string JournalReader::end() {
+std::string ProgramReader::end() {
     int status = 0;
     (void)::waitpid(std::exchange(pid_, -1), &status, 0);
     const bool fine = WIFEXITED(status) && WEXITSTATUS(status) == 0;
-    return fine ? "" : std::string(kProgram) + " failed";
+    return fine ? "" : name_ + " failed";
+}
+
+bool is_program(const std::string &name) {
+    const char *path = std::getenv("PATH");
+    std::istringstream folders(path != nullptr ? path : kUsualPath);
+    for (std::string folder; std::getline(folders, folder, ':');) {
+        if (::access((folder + "/" + name).c_str(), X_OK) == 0) {
+            return true;
+        }
+    }
+    return false;
 }
