@@ -23,6 +23,10 @@ write_basic_package_version_file(${PROJECT_BINARY_DIR}/quorappsConfigVersion.cma
 install(FILES ${PROJECT_BINARY_DIR}/quorappsConfig.cmake ${PROJECT_BINARY_DIR}/quorappsConfigVersion.cmake
   DESTINATION ${quor_package_dir})
 
+# Functions for the tests of modules, and the script that runs such a test.
+install(FILES testkit/ctest/QuorappsTesting.cmake DESTINATION ${quor_package_dir})
+install(PROGRAMS testkit/ctest/device-test DESTINATION ${quor_package_dir})
+
 # The pkg-config files derive their prefix from their own location.
 file(RELATIVE_PATH quor_prefix_from_pkgconfig /prefix/${quor_pkgconfig_dir} /prefix)
 foreach(name IN ITEMS quorapps quorbase mal)

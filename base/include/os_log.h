@@ -95,27 +95,34 @@ void os_log_assert(const char *file, const char *function, int line, int conditi
     (__atomic_load_n(&g_debug_log_enable, __ATOMIC_RELAXED) && os_mask_check(level))
 #define OS_LOG_TO_SYSTEM(level) (__atomic_load_n(&g_syslog_level, __ATOMIC_RELAXED) >= (level))
 
+/* The name of the source file without its folders; compilers before g++ 12 have no macro for it. */
+#ifdef __FILE_NAME__
+#define OS_LOG_FILE __FILE_NAME__
+#else
+#define OS_LOG_FILE (__builtin_strrchr("/" __FILE__, '/') + 1)
+#endif
+
 /* Logs a message on the debug channel only. */
-#define OS_LOG_QUIET(level, ...)                                                     \
-    do {                                                                             \
-        if (OS_LOG_TO_DEBUG(level)) {                                                \
-            const int os_log_errno = errno;                                          \
-            os_debug_print((level), __FILE_NAME__, __func__, __LINE__, __VA_ARGS__); \
-            errno = os_log_errno;                                                    \
-        }                                                                            \
+#define OS_LOG_QUIET(level, ...)                                                   \
+    do {                                                                           \
+        if (OS_LOG_TO_DEBUG(level)) {                                              \
+            const int os_log_errno = errno;                                        \
+            os_debug_print((level), OS_LOG_FILE, __func__, __LINE__, __VA_ARGS__); \
+            errno = os_log_errno;                                                  \
+        }                                                                          \
     } while (0)
 
 /* Logs a message under the name of another function, for steps that several functions share. */
-#define OS_LOG_AS(function, level, ...)                                                \
-    do {                                                                               \
-        const int os_log_errno = errno;                                                \
-        if (OS_LOG_TO_DEBUG(level)) {                                                  \
-            os_debug_print((level), __FILE_NAME__, (function), __LINE__, __VA_ARGS__); \
-        }                                                                              \
-        if (OS_LOG_TO_SYSTEM(level)) {                                                 \
-            os_trace_print((level), __FILE_NAME__, (function), __LINE__, __VA_ARGS__); \
-        }                                                                              \
-        errno = os_log_errno;                                                          \
+#define OS_LOG_AS(function, level, ...)                                              \
+    do {                                                                             \
+        const int os_log_errno = errno;                                              \
+        if (OS_LOG_TO_DEBUG(level)) {                                                \
+            os_debug_print((level), OS_LOG_FILE, (function), __LINE__, __VA_ARGS__); \
+        }                                                                            \
+        if (OS_LOG_TO_SYSTEM(level)) {                                               \
+            os_trace_print((level), OS_LOG_FILE, (function), __LINE__, __VA_ARGS__); \
+        }                                                                            \
+        errno = os_log_errno;                                                        \
     } while (0)
 
 /* Logs a message: OS_LOG(level, format, arguments...). */
@@ -131,7 +138,7 @@ void os_log_assert(const char *file, const char *function, int line, int conditi
 
 /* Logs a violated condition; execution continues. text and message: see os_log_assert. */
 #define OS_LOG_ASSERT(condition, text, message) \
-    os_log_assert(__FILE_NAME__, __func__, __LINE__, (condition) ? 1 : 0, (text), (message))
+    os_log_assert(OS_LOG_FILE, __func__, __LINE__, (condition) ? 1 : 0, (text), (message))
 
 #pragma GCC visibility pop
 #ifdef __cplusplus

@@ -14,7 +14,7 @@ set -eu -o pipefail
 
 page=$(readlink -f "$1")
 write=${2-}
-cd "$(mktemp -d /tmp/m_tmp/walk.XXXXXX)"
+cd "$(mktemp -d /tmp/walk.XXXXXX)"
 
 PAGE=$page WRITE=$write exec python3 - << 'PYTHON'
 import os, re, subprocess, sys

@@ -1,6 +1,6 @@
 #!/bin/bash
 # Tests of the device-tree launcher: device_tree_test.sh LAUNCHER CASE. A case is one of the functions below;
-# it fails with the first command that does.
+# it fails with the first command that does. TOOLS is the folder of the product's programs.
 set -eu
 
 launcher=$1
@@ -79,8 +79,70 @@ RunsTheHostsPrograms() {
     [ "$("$launcher" -- awk 'BEGIN { print 6 * 7 }')" = 42 ]
 }
 
-HasNoLogSocket() {
-    "$launcher" -- test ! -e /dev/log
+HasNoLogSocketWhereNoneIsWanted() {
+    "$launcher" --no-log -- sh -c 'test ! -e /dev/log && test ! -e /var/log/messages'
+}
+
+HasALogThatIsFresh() {
+    "$launcher" -- sh -ec 'test -S /dev/log; test ! -s /var/log/messages; test "$(ls /var/log)" = messages'
+    "$launcher" -- sh -ec 'test -d /var/lib'
+}
+
+# logged COMMAND: what the tree's log has after it, once it has a line
+logged() {
+    "$launcher" -- sh -ec "$1"'
+        until [ -s /var/log/messages ]; do sleep 0.01; done; cat /var/log/messages'
+}
+
+KeepsMessagesAsALogDaemonDoes() {
+    local line
+    line=$(logged 'logger -p local7.warning -t wlan "the text"')
+    grep -qE "^[A-Z][a-z]{2} [ 0-9][0-9] [0-9:]{8} [^ ]+ local7[.]warn wlan(\[[0-9]+\])?: the text\$" <<< "$line" || fail "$line"
+}
+
+# send TEXT: as one message
+send='import os, socket, sys
+log = socket.socket(socket.AF_UNIX, socket.SOCK_DGRAM)
+log.sendto(os.fsencode(sys.argv[1]), "/dev/log")'
+
+GivesMessagesATimeAndALevelWhereTheyHaveNone() {
+    local line text
+    for text in "plain text" "<999>plain text" "<>plain text" "<-1>plain text"; do
+        line=$(logged "python3 -c '$send' '$text'")
+        grep -qE "^[A-Z][a-z]{2} [ 0-9][0-9] [0-9:]{8} [^ ]+ user[.]notice .*plain text\$" <<< "$line" || fail "$line"
+    done
+}
+
+KeepsAMessageInOneLine() {
+    local line
+    line=$(logged "python3 -c '$send' '<188>Nov  5 07:02:09 wlan[17]: one
+two	three
+'")
+    grep -qE '^Nov  5 07:02:09 [^ ]+ local7[.]warn wlan\[17\]: one two three$' <<< "$line" || fail "$line"
+}
+
+BeginsANewLogFileWhenOneIsLarge() {
+    "$launcher" -- sh -ec 'head -c 16M /dev/zero >> /var/log/messages; logger -t wlan "one more"
+        until grep -q "wlan.*one more" /var/log/messages; do sleep 0.01; done
+        test "$(stat -c %s /var/log/messages.0)" -ge 16777216'
+}
+
+PrintsItsLogWhereAsked() {
+    local text
+    text=$(mktemp)
+    # shellcheck disable=SC2094 # the command waits for what the launcher prints
+    "$launcher" --print-log -- sh -ec 'logger -t wlan "the text"
+        until grep -q "wlan.*the text" "$1"; do sleep 0.01; done' sh "$text" 2> "$text"
+    rm "$text"
+}
+
+ShowsTheWarningOfAModuleInsideTheTree() {
+    # A module warns that others could write to its folder. The tool would close the folder too, so it comes later.
+    local shown
+    shown=$(PATH=$TOOLS:$PATH "$launcher" -- sh -ec 'chmod 777 /tmp/m_tmp; zndb > /dev/null 2>&1 &
+        until grep -q "zndb.*working folder" /var/log/messages; do sleep 0.05; done
+        logtool show --module zndb --level warning')
+    grep -q 'zndb.*others could write the working folder /tmp/m_tmp' <<< "$shown" || fail "$shown"
 }
 
 HasThePlainDevices() {
@@ -124,7 +186,25 @@ Returns126ForAProgramThatCannotRun() {
 Returns2ForAWrongUsage() {
     expect_status 2 "$launcher" 2>/dev/null
     expect_status 2 "$launcher" -- 2>/dev/null
-    expect_status 2 "$launcher" --help 2>/dev/null
+    expect_status 2 "$launcher" --wrong true 2>/dev/null
+    expect_status 2 "$launcher" --no-log 2>/dev/null
+    expect_status 2 "$launcher" --help true 2>/dev/null
+}
+
+ManPageShowsEveryOptionAndIsWellFormed() {
+    local page option count=0
+    page=$(dirname "$0")/../../testkit/device_tree/device-tree.1
+    [ -z "$(groff -man -Tascii -ww -z "$page" 2>&1)" ] || fail "groff complains"
+    for option in $("$launcher" --help | grep -o '^  --[a-z-]*'); do
+        sed 's,[\\],,g' "$page" | grep -qx -e "[.]B $option" || fail "the man page lacks $option"
+        count=$((count + 1))
+    done
+    [ "$count" -eq 4 ] || fail "$count options"
+}
+
+PrintsHelpAndVersion() {
+    "$launcher" --help | grep -q '^usage: device-tree .*COMMAND'
+    "$launcher" --version | grep -qE '^device-tree [0-9]+[.][0-9]+[.][0-9]+$'
 }
 
 # second_user LAUNCHER...: becomes the second user, and the third, in the tree
@@ -166,6 +246,36 @@ PassesSigtermOnToTheCommand() {
     expect_status 7 wait $!
     grep -q told "$out"
     rm "$out"
+}
+
+# ends_on SIGNAL: the command, a module beside it and a daemon with a session of its own
+ends_on() {
+    local out pid pids=()
+    out=$(mktemp)
+    # The shell's children ignore SIGINT and SIGQUIT.
+    "$launcher" -- python3 -c 'import os, signal, subprocess, sys, time
+for number in (signal.SIGHUP, signal.SIGINT, signal.SIGQUIT):
+    signal.signal(number, signal.SIG_DFL)
+module = subprocess.Popen(["sleep", "600"])
+daemon = subprocess.Popen(["sleep", "600"], start_new_session=True)
+print(os.getpid(), module.pid, daemon.pid, flush=True)
+time.sleep(600)' > "$out" &
+    wait_until grep -q ' ' "$out"
+    kill "-$1" $!
+    expect_status "$2" wait $!
+    read -ra pids < "$out"
+    for pid in "${pids[@]}"; do
+        gone "$pid" || fail "process $pid is still there"
+    done
+    rm "$out"
+}
+
+EndsTheCommandAndAllItStartedOnSighup() {
+    ends_on HUP 129
+}
+
+EndsTheCommandAndAllItStartedOnSigterm() {
+    ends_on TERM 143
 }
 
 EndsTheCommandWhenItIsKilledItself() {

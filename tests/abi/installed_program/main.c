@@ -43,7 +43,7 @@ static apps_err_e_type handle(uint32_t src, apps_message_id_e_type msgid, const 
     printf("message %d of %s: %.*s\n", (int)msgid, frwk_module_name((int32_t)src), (int)data_len,
            (const char *)data);
     if (rsp != NULL && rsp_size > 0) {
-        strsncpy(rsp, "an answer", rsp_size - 1);
+        strsncpy((char *)rsp, "an answer", rsp_size - 1);
     }
     if (msgid == NEWS) {
         os_sem_post(g_news_came);

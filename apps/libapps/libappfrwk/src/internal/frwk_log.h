@@ -18,13 +18,13 @@
 #define FRWK_VERBOSE(name, ...) FRWK_LOG(name, OS_LOG_VERBOSE, __VA_ARGS__)
 
 /* Logs on the debug channel only, whatever the system log takes. */
-#define FRWK_DEBUG_QUIET(name, ...)                                                                          \
-    do {                                                                                                     \
-        if (OS_LOG_TO_DEBUG(OS_LOG_DEBUG)) {                                                                 \
-            const int frwk_log_errno = errno;                                                                \
-            os_debug_print(OS_LOG_DEBUG, __FILE_NAME__, LogName(name).function(), __LINE__, "" __VA_ARGS__); \
-            errno = frwk_log_errno;                                                                          \
-        }                                                                                                    \
+#define FRWK_DEBUG_QUIET(name, ...)                                                                        \
+    do {                                                                                                   \
+        if (OS_LOG_TO_DEBUG(OS_LOG_DEBUG)) {                                                               \
+            const int frwk_log_errno = errno;                                                              \
+            os_debug_print(OS_LOG_DEBUG, OS_LOG_FILE, LogName(name).function(), __LINE__, "" __VA_ARGS__); \
+            errno = frwk_log_errno;                                                                        \
+        }                                                                                                  \
     } while (0)
 
 /* Logs, as a warning, a failure that left its cause in errno. */
@@ -35,7 +35,7 @@
  * use this only for conditions that start-up and the service thread require.
  */
 #define FRWK_ASSERT(name, condition, text, message) \
-    os_log_assert(__FILE_NAME__, LogName(name).function(), __LINE__, (condition) ? 1 : 0, (text), (message))
+    os_log_assert(OS_LOG_FILE, LogName(name).function(), __LINE__, (condition) ? 1 : 0, (text), (message))
 
 /* Logs a failed check with the text of an assertion. The caller made a mistake; the process continues. */
 #define FRWK_WARN_FAILED(name, text, message) FRWK_WARN(name, "ASSERT(%s) %s", (text), (message))

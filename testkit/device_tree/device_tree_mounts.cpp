@@ -5,8 +5,9 @@
 //   /tmp/m_tmp          fresh and empty
 //   /etc, /usr/bin,     fresh folders of symbolic links to a read-only view of the host's; entries may be
 //   /usr/sbin           added, replaced and removed, the host's configuration of modules is not among them
-//   /dev                fresh, with the plain devices bound in and terminals of its own; there is no log
+//   /dev                fresh, with the plain devices bound in and terminals of its own; not the host's log
 //                       socket, so that nothing reaches the host's system log
+//   /var/log            fresh and empty
 //
 // Folders are bound recursively: in a user namespace the kernel refuses to show a folder without the mounts
 // that the host has below it. Trees may be nested.
@@ -241,8 +242,17 @@ void build_device_folders() {
     make_folder("/m_webui/usr/db");
 }
 
+void build_var() {
+    make_folder("/var");
+    const std::string host = std::string(kHost) + "/var/";
+    if (access(host.c_str(), X_OK) == 0) {
+        for_each_entry(host, {"log"}, [&](const std::string &name) { show(host + name, "/var/" + name); });
+    }
+    make_folder("/var/log");
+}
+
 void show_host_folders() {
-    for_each_entry(kHost, {"m_data", "m_webui", "tmp", "dev", "etc", "usr"},
+    for_each_entry(kHost, {"m_data", "m_webui", "tmp", "dev", "etc", "usr", "var"},
                    [](const std::string &name) { show(std::string(kHost) + "/" + name, "/" + name); });
 }
 
@@ -300,6 +310,7 @@ void enter_private_root() {
     build_writable_folders();
     build_tmp();
     build_dev();
+    build_var();
     build_device_folders();
     umask(before);
 

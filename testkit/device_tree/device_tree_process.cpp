@@ -1,11 +1,13 @@
 // Starts the command, passes signals on, and clears up after it. The launcher adopts every orphan below it,
-// so that a daemon which a test left running can't outlive the test.
+// so that a daemon which a test left running can't outlive the test. Meanwhile it is the tree's log daemon.
 
 #include "device_tree_process.h"
 
 #include <dirent.h>
 #include <fcntl.h>
+#include <poll.h>
 #include <sys/prctl.h>
+#include <sys/signalfd.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -14,10 +16,13 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <iterator>
 #include <memory>
 #include <string>
 
+#include "device_tree_log.h"
 #include "device_tree_mounts.h"
+#include "support/unique_fd.h"
 
 namespace device_tree {
 namespace {
@@ -26,16 +31,16 @@ struct CloseFolder {
     void operator()(DIR *folder) const { closedir(folder); }
 };
 
-struct CloseFile {
-    void operator()(FILE *file) const { (void)fclose(file); }
-};
+// What asks the launcher to end, as a terminal that is closed does. The command decides what to do about it.
+constexpr int kPassedOn[] = {SIGTERM, SIGINT, SIGHUP, SIGQUIT};
 
 sigset_t watched_signals() {
     sigset_t set;
     sigemptyset(&set);
     sigaddset(&set, SIGCHLD);
-    sigaddset(&set, SIGTERM);
-    sigaddset(&set, SIGINT);
+    for (const int number : kPassedOn) {
+        sigaddset(&set, number);
+    }
     return set;
 }
 
@@ -66,13 +71,24 @@ bool reap(pid_t command, int *status) {
     return ended;
 }
 
-int wait_for(pid_t command, const sigset_t &signals) {
+// Passes on each signal that has come.
+void pass_signals(int signals, pid_t command) {
+    signalfd_siginfo info{};
+    while (read(signals, &info, sizeof(info)) == static_cast<ssize_t>(sizeof(info))) {
+        if (info.ssi_signo != SIGCHLD) {
+            kill(command, static_cast<int>(info.ssi_signo));
+        }
+    }
+}
+
+int wait_for(pid_t command, int signals, TreeLog *log) {
     int status = 0;
+    pollfd readable[] = {{signals, POLLIN, 0}, {log != nullptr ? log->fd() : -1, POLLIN, 0}};
     while (!reap(command, &status)) {
-        int number = 0;
-        sigwait(&signals, &number);
-        if (number == SIGTERM || number == SIGINT) {
-            kill(command, number);
+        (void)poll(readable, std::size(readable), -1);
+        pass_signals(signals, command);
+        if (log != nullptr) {
+            log->take_messages();
         }
     }
     return status;
@@ -81,7 +97,7 @@ int wait_for(pid_t command, const sigset_t &signals) {
 // The parent of a process; 0 if unknown. The program's name may contain blanks and parentheses, so
 // the fields are counted from the last one.
 pid_t parent_of(const char *pid) {
-    const std::unique_ptr<FILE, CloseFile> file(fopen((std::string("/proc/") + pid + "/stat").c_str(), "re"));
+    const UniqueFile file(fopen((std::string("/proc/") + pid + "/stat").c_str(), "re"));
     char text[512];
     const size_t length = file ? fread(text, 1, sizeof(text) - 1, file.get()) : 0;
     text[length] = '\0';
@@ -116,11 +132,15 @@ void kill_leftovers() {
 
 }  // namespace
 
-int run_command(char **command) {
-    const sigset_t signals = watched_signals();
+int run_command(char **command, TreeLog *log) {
+    const sigset_t watched = watched_signals();
     sigset_t before;
     (void)signal(SIGCHLD, SIG_DFL);
-    sigprocmask(SIG_BLOCK, &signals, &before);
+    sigprocmask(SIG_BLOCK, &watched, &before);
+    const UniqueFd signals(signalfd(-1, &watched, SFD_CLOEXEC | SFD_NONBLOCK));
+    if (!signals) {
+        refuse("watch", "signals");
+    }
     prctl(PR_SET_CHILD_SUBREAPER, 1);
 
     const pid_t launcher = getpid();
@@ -132,8 +152,12 @@ int run_command(char **command) {
         become_command(command, before, launcher);
     }
 
-    const int status = wait_for(child, signals);
+    (void)signal(SIGPIPE, SIG_IGN);  // lines of the log that nobody reads any more
+    const int status = wait_for(child, signals.get(), log);
     kill_leftovers();
+    if (log != nullptr) {
+        log->take_messages();
+    }
     return WIFSIGNALED(status) ? 128 + WTERMSIG(status) : WEXITSTATUS(status);
 }
 
