@@ -43,3 +43,6 @@ inline constexpr int32_t kIpcReceiveLimitSeconds = 3;
 
 /* The time limit of notifications and status queries. */
 inline constexpr uint32_t kIpcNotifyLimitSeconds = 3;
+
+/* The status word of a module whose handler is registered, the answer to E_APPS_MSG_SYS_STATUS. */
+inline constexpr uint32_t kIpcStatusServing = 1;

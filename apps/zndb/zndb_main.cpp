@@ -11,10 +11,12 @@
 #include "database.h"
 #include "formats/device_paths.h"
 #include "frwk_common.h"
+#include "health_report.h"
 #include "os_log.h"
 #include "os_thread.h"
 #include "os_time.h"
 #include "own_files.h"
+#include "service_manager.h"
 #include "zndb_handler.h"
 #include "zndb_words.h"
 
@@ -25,6 +27,9 @@ constexpr uint32_t kLookPauseMs = 10000;
 /* The lock and the socket of this process. Created after these files exist; never freed, like the database.
  */
 std::atomic<const OwnFiles *> g_s_own_files{nullptr};
+
+/* Created after the library has prepared the log; never freed, like the database. */
+std::atomic<const ServiceManager *> g_s_manager{nullptr};
 
 /*
  * Loaded by the first caller: the service thread may receive a message before the main thread gets here.
@@ -69,10 +74,18 @@ bool is_worth_a_look(apps_message_id_e_type msgid) {
     return looked_at.exchange(now) != now || !is_reading(msgid);
 }
 
+void report_end() {
+    const ServiceManager *manager = g_s_manager;
+    if (manager != nullptr) {
+        manager->report("STOPPING=1");
+    }
+}
+
 /* Ends the process. Only the first thread that calls it does so. */
 [[noreturn]] void end_superseded() {
     static std::mutex ending;
     ending.lock();
+    report_end();
     std::exit(EXIT_FAILURE);  // NOLINT(concurrency-mt-unsafe): only one thread reaches this
 }
 
@@ -104,6 +117,7 @@ bool ends_the_device(apps_message_id_e_type msgid) {
  * service. */
 void before_exit(apps_message_id_e_type msgid) {
     OS_LOG(OS_LOG_NOTICE, "ending because of message %d", msgid);
+    report_end();
     if (ends_the_device(msgid) && !is_superseded()) {
         (void)database().save_before_power_off(); /* a failure is only logged */
     }
@@ -121,6 +135,8 @@ int main(int argc, char **argv) {
     os_thread_t watcher = 0;
     (void)os_thread_create(&watcher, nullptr, watch_own_files,
                            nullptr); /* after a failure only requests check */
+    g_s_manager = new ServiceManager;
+    start_health_report(*g_s_manager);
     frwk_ipc_service(answer_message);
     return 1;  // GCOVR_EXCL_LINE: there is no service thread
 }

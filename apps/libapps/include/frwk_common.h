@@ -248,8 +248,8 @@ uint16_t frwk_ipc_port(uint32_t module);
  * end only with frwk_ipc_msg_unsub or frwk_ipc_init_sub.
  *
  * event: the key, such as the name of the event's message. It is used as a file name, so it must not be
- * empty,
- * "." or "..", nor contain "/". It is cut after 105 characters, 108 in the folder of frwk_ipc_init_sub_ex.
+ * empty, "." or "..", nor contain "/". It is cut after 105 characters, 108 in the folder of
+ * frwk_ipc_init_sub_ex.
  *
  * All of these may be called from any thread. Subscribing and unsubscribing wait, without limit, while
  * another thread or process of the device does the same.
@@ -261,7 +261,7 @@ uint16_t frwk_ipc_port(uint32_t module);
  */
 void frwk_ipc_init_sub(void);
 
-/* The same for the fallback folder, which is used while the first one is missing. */
+/* As frwk_ipc_init_sub, for the fallback folder, which is used while the first one is missing. */
 void frwk_ipc_init_sub_ex(void);
 
 /*
@@ -365,10 +365,10 @@ int32_t frwk_module_disable(int32_t module);
 
 /* ---- Waiting and threads --------------------------------------------------------------------------- */
 
-/* Blocks the calling thread for milliseconds; 0 returns at once. */
+/* Blocks the calling thread, which may be any thread, for milliseconds; 0 returns at once. */
 void frwk_sleep(uint32_t ms);
 
-/* Blocks the calling thread until the process ends: it never returns. */
+/* Blocks the calling thread, which may be any thread, until the process ends: it never returns. */
 void frwk_keep_running(void);
 
 /*
@@ -492,7 +492,7 @@ typedef struct frwk_cpustate {
  */
 void frwk_get_cpustate_top(frwk_cpustate *state);
 
-/* The same from "mpstat -u 1 1", averaged over the second that the call takes. */
+/* As frwk_get_cpustate_top, from "mpstat -u 1 1", averaged over the second that the call takes. */
 void frwk_get_cpustate_mpstat(frwk_cpustate *state);
 
 /* Calls frwk_get_cpustate_mpstat. */
@@ -525,8 +525,9 @@ void frwk_get_hardware_id(char *buffer, uint32_t size);
  * pid: 0 or less means the calling process.
  * buffer: receives the name, truncated to size - 1 bytes, and a NUL; unchanged if the process doesn't exist
  * or its name can't be read. Null means a buffer of 64 bytes that all threads of the process share: it is
- * empty if the process doesn't exist, and only one thread at a time may use it. size: size of buffer in
- * bytes. Returns the buffer, or null if no command can be run.
+ * empty if the process doesn't exist, and only one thread at a time may use it.
+ * size: size of buffer in bytes.
+ * Returns the buffer, or null if no command can be run.
  */
 const char *frwk_get_process_name(int32_t pid, char *buffer, uint32_t size);
 
@@ -535,6 +536,7 @@ const char *frwk_get_process_name(int32_t pid, char *buffer, uint32_t size);
  * number.
  *
  * max: 0 means a random upper bound; 0x80000000 and above mean 0x7FFFFFFF.
+ *
  * It calls srand and rand, which affects other threads that use rand.
  */
 uint32_t frwk_random(uint32_t max);

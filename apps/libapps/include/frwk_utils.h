@@ -40,7 +40,7 @@ void frwk_utils_special_char_transform(const char *src, const char *specials, ch
  */
 uint32_t frwk_check_ipv4_addr_range_valid(const char *start, const char *end);
 
-/* The same for IPv6; an invalid address counts as ::. */
+/* As frwk_check_ipv4_addr_range_valid, for IPv6; an invalid address counts as ::. */
 uint32_t frwk_check_ipv6_addr_range_valid(const char *start, const char *end);
 
 /* An item of a parsed JSON text, as returned by the base library's json_parse. */
@@ -195,10 +195,11 @@ bool frwk_zndb_get_bool(const char *key);
  * most 1023 characters and converts it as frwk_str_to_value does.
  * out: receives the bytes, followed by a NUL if there is room for it.
  * size: size of out in bytes. It should be one more than the longest expected text, to have room for the NUL.
- * 0 or below has no room. Returns E_APPS_ERR_SUCCESS, also for an empty stored value, which is an empty text;
- * E_APPS_ERR_FORMAT if the stored value was encoded in another way or on another device, or was altered;
- * E_APPS_ERR_OUTOFBUF if there are more than size bytes; E_APPS_ERR_FAILURE for a null argument; otherwise
- * the request's result. On failure out is unchanged.
+ * 0 or below has no room.
+ * Returns E_APPS_ERR_SUCCESS, also for an empty stored value, which is an empty text; E_APPS_ERR_FORMAT if
+ * the stored value was encoded in another way or on another device, or was altered; E_APPS_ERR_OUTOFBUF if
+ * there are more than size bytes; E_APPS_ERR_FAILURE for a null argument; otherwise the request's result. On
+ * failure out is unchanged.
  */
 apps_err_e_type frwk_zndb_get_key_value_decrypt(const char *key, int32_t type, void *out, int32_t size);
 
@@ -351,7 +352,7 @@ int32_t frwk_debug_mode_set(int32_t enable, const char *mode);
 int32_t frwk_language_change(const char *language);
 
 /*
- * The same for the language of the user agreement: the settings "webs_usragree_language" and
+ * As frwk_language_change, for the language of the user agreement: the settings "webs_usragree_language" and
  * "webs_usragree_lang_support", and the event E_APPS_MSG_SYS_USRAGREE_LANGUAGE_CHANGE.
  */
 int32_t frwk_user_agreement_language_change(const char *language);
@@ -389,6 +390,7 @@ int32_t frwk_utils_is_softap_support(void);
  *
  * type: 0 for a check at run time, which never reboots; anything else for the adaptation at boot, which
  * requests a reboot with reason 801 from the monitor if it changed something.
+ *
  * It sleeps on the calling thread: up to 10 seconds for the SIM, at run time up to 19 if failures
  * alternate with a SIM that waits for its PIN; 20 for its PLMN; 2 before a reboot; without limit while the
  * modem side is not up. So it must not be called from a message handler.

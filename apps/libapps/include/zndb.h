@@ -1,8 +1,8 @@
 /*
  * Client of the configuration database, the module zndb: text values under text keys.
  *
- * Every call sends one request to that module and keeps no state. Any thread may call; each call waits for
- * the answer as frwk_ipc_send_sync does, with a limit of 3 seconds.
+ * Every call sends one request to that module and keeps no state. It returns a zndb_ret_e_type. Any thread may
+ * call; each call waits for the answer as frwk_ipc_send_sync does, with a limit of 3 seconds.
  */
 #ifndef QUOR_ZNDB_H
 #define QUOR_ZNDB_H
@@ -35,6 +35,7 @@ typedef enum zndb_ret_e_type {
  *
  * key: 1 to 31 characters without CR, LF and '='; the first is neither '#', blank nor tab.
  * value: up to 1023 characters without CR and LF.
+ *
  * The database refuses other texts with E_ZNDB_RET_FAILURE and changes nothing.
  */
 int zndb_set(const char *key, const char *value);

@@ -14,9 +14,6 @@ namespace {
 
 constexpr int32_t kNoAnswer = -1000;
 
-/* The database logs what it refuses to its standard error. */
-const std::vector<std::string> kEnvironment = {"QUOR_DEBUG=1"};
-
 constexpr char kStartHook[] = "/usr/bin/apps_init";
 const std::string kGate = "/tmp/m_tmp/gate";
 
@@ -52,6 +49,12 @@ HeldStart::~HeldStart() {
     std::filesystem::remove(kGate);
 }
 
+std::unique_ptr<ChildProcess> ZndbTest::run(const std::vector<std::string> &command) const {
+    std::vector<std::string> environment = environment_;
+    environment.emplace_back("QUOR_DEBUG=1");  // it logs what it refuses to its standard error
+    return std::make_unique<ChildProcess>(command, environment);
+}
+
 ZndbTest::ZndbTest() {
     become_module();
     for (const char *folder : {"/m_data/usr/db", "/m_data/usr_permanent/db", "/tmp/m_tmp/zndb"}) {
@@ -64,12 +67,12 @@ ZndbTest::ZndbTest() {
 }
 
 void ZndbTest::start() {
-    zndb_ = std::make_unique<ChildProcess>(std::vector<std::string>{ZNDB_PROGRAM}, kEnvironment);
+    zndb_ = run({ZNDB_PROGRAM});
     ASSERT_TRUE(wait_until(serves)) << zndb_->errors();
 }
 
 void ZndbTest::start_held() {
-    zndb_ = std::make_unique<ChildProcess>(std::vector<std::string>{ZNDB_PROGRAM}, kEnvironment);
+    zndb_ = run({ZNDB_PROGRAM});
     ASSERT_TRUE(wait_until([] { return ask_zndb(E_APPS_MSG_SYS_PROBE, "") == 0; })) << zndb_->errors();
 }
 
@@ -83,7 +86,7 @@ void ZndbTest::start_after(const std::string &command) {
          {std::string("sh"), std::string("-c"), command + " && exec " ZNDB_PROGRAM}) {
         words.push_back(word);
     }
-    zndb_ = std::make_unique<ChildProcess>(words, kEnvironment);
+    zndb_ = run(words);
     ASSERT_TRUE(wait_until(serves)) << zndb_->errors();
 }
 

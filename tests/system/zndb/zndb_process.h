@@ -7,6 +7,7 @@
 
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "formats/device_paths.h"
 #include "support/child_process.h"
@@ -54,6 +55,11 @@ class ZndbTest : public testing::Test {
     std::string file_of_zndb(const std::string &path) const;
 
     std::unique_ptr<ChildProcess> zndb_;
+    std::vector<std::string>
+        environment_; /* "NAME=value": what it is started with besides the debug channel */
+
+  private:
+    std::unique_ptr<ChildProcess> run(const std::vector<std::string> &command) const;
 };
 
 /* The value that a get finds, or "ret N". */

@@ -33,9 +33,6 @@ namespace ipc {
 
 namespace {
 
-/* The status word of a module whose handler is registered. */
-constexpr uint32_t kStatusServing = 1;
-
 using IpcBuffer = SmallBuffer<kIpcFixedBuffer>;
 
 /*
@@ -224,7 +221,7 @@ void frwk_ipc_service_ex(frwk_ipc_handler_t handler, int32_t wait) {
     if (g_s_ipc_thread == 0 || g_s_ipcs_fd < 0) {
         ipc::start_service();
     }
-    frwk_set_module_status(ipc::kStatusServing);
+    frwk_set_module_status(kIpcStatusServing);
     if (wait != 0 && g_s_ipc_thread != 0) {
         os_thread_join(g_s_ipc_thread);
     }
