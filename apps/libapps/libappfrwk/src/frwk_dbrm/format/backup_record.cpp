@@ -5,7 +5,7 @@
 #include <cerrno>
 #include <cstring>
 
-#include "frwk_dbrm/files/guarded_file.h"
+#include "frwk_dbrm/files/backed_up_file.h"
 #include "frwk_dbrm/format/backup_format.h"
 #include "frwk_dbrm/format/backup_io.h"
 #include "internal/frwk_log.h"
@@ -25,7 +25,7 @@ apps_err_e_type write_header(std::FILE *out, uint32_t type, const char *path, ui
 }
 
 apps_err_e_type write_data(std::FILE *out, const char *path, uint32_t length) {
-    const UniqueFile source = guarded_file::open_source(path);
+    const UniqueFile source = backed_up_file::open_source(path);
     if (!source) {
         FRWK_WARN_ERRNO(log_name::kDbrmBackupFile, "open backup file error!");
         return E_APPS_ERR_IO;

@@ -5,7 +5,7 @@
 #include <cstring>
 #include <utility>
 
-#include "frwk_dbrm/files/guarded_file.h"
+#include "frwk_dbrm/files/backed_up_file.h"
 #include "frwk_dbrm/format/backup_io.h"
 #include "frwk_dbrm/format/database_text.h"
 #include "internal/frwk_log.h"
@@ -47,17 +47,17 @@ void make_folder_of(const char *name) {
     const bool is_new = ::access(folder, F_OK) != 0;
     (void)run_shell(command.text());
     if (is_new) {
-        guarded_file::give_new_folder_away(folder);
+        backed_up_file::give_new_folder_away(folder);
     }
 }
 
 /* Opens a file to be restored. mkdir would create folders wherever another user's link leads. */
 UniqueFd open_target(const char *name) {
-    if (guarded_file::is_behind_strange_link(name)) {
+    if (backed_up_file::is_behind_strange_link(name)) {
         return UniqueFd();
     }
     make_folder_of(name);
-    return guarded_file::open_target(name);
+    return backed_up_file::open_target(name);
 }
 
 /* Fills a file from the backup. */
@@ -140,7 +140,7 @@ apps_err_e_type restore_file(std::FILE *backup, const RecordHeader &record) {
     FRWK_DEBUG(log_name::kDbrmRestoreFile, "restore file '%s' coming...", record.name);
     if (record.length == 0) {
         FRWK_DEBUG(log_name::kDbrmRestoreFile, "remove empty file.");
-        guarded_file::remove_target(record.name);
+        backed_up_file::remove_target(record.name);
         return E_APPS_ERR_SUCCESS;
     }
 
@@ -152,7 +152,7 @@ apps_err_e_type restore_file(std::FILE *backup, const RecordHeader &record) {
 
     const apps_err_e_type ret = fill(backup, std::move(target), record.length);
     if (ret != E_APPS_ERR_SUCCESS) {
-        guarded_file::remove_target(record.name);
+        backed_up_file::remove_target(record.name);
     }
     return ret;
 }

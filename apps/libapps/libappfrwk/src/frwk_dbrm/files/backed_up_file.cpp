@@ -1,4 +1,4 @@
-#include "frwk_dbrm/files/guarded_file.h"
+#include "frwk_dbrm/files/backed_up_file.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -11,7 +11,7 @@
 #include "frwk_dbrm/files/trusted_path.h"
 #include "support/file_io.h"
 
-namespace guarded_file {
+namespace backed_up_file {
 
 namespace {
 
@@ -115,4 +115,4 @@ bool is_behind_strange_link(const char *path) {
     return !find_place(path, LastLink::kFollow, &place) && errno == ELOOP;
 }
 
-}  // namespace guarded_file
+}  // namespace backed_up_file

@@ -1,7 +1,7 @@
 /*
  * The files that a backup reads and a restore writes, in folders of the caller and of another user.
  */
-#include "frwk_dbrm/files/guarded_file.h"
+#include "frwk_dbrm/files/backed_up_file.h"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -24,9 +24,9 @@ constexpr char kFile[] = "/m_data/usr/guarded/file";
 constexpr char kElsewhere[] = "/m_data/usr/elsewhere";
 constexpr char kPrecious[] = "/m_data/usr/elsewhere/precious";
 
-class GuardedFile : public testing::Test {
+class BackedUpFile : public testing::Test {
   protected:
-    GuardedFile() {
+    BackedUpFile() {
         doubles::restore_all();
         for (const char *folder : {kFolder, kElsewhere}) {
             std::filesystem::remove_all(folder);
@@ -34,7 +34,7 @@ class GuardedFile : public testing::Test {
         }
         EXPECT_TRUE(write_text(kPrecious, "precious"));
     }
-    ~GuardedFile() override {
+    ~BackedUpFile() override {
         doubles::restore_all();
         EXPECT_EQ("precious", file_text(kPrecious));
         std::filesystem::remove_all(kFolder);
@@ -45,12 +45,12 @@ class GuardedFile : public testing::Test {
 
     static std::string source_text() {
         char text[32] = "";
-        const UniqueFile file = guarded_file::open_source(kFile);
+        const UniqueFile file = backed_up_file::open_source(kFile);
         return file && std::fgets(text, sizeof(text), file.get()) != nullptr ? text : "";
     }
 
     static bool write_target(const std::string &text) {
-        const UniqueFd fd = guarded_file::open_target(kFile);
+        const UniqueFd fd = backed_up_file::open_target(kFile);
         return fd && ::write(fd.get(), text.data(), text.size()) == static_cast<ssize_t>(text.size());
     }
 
@@ -61,64 +61,64 @@ class GuardedFile : public testing::Test {
     }
 };
 
-TEST_F(GuardedFile, IsReadWhoeverOwnsTheFolder) {
+TEST_F(BackedUpFile, IsReadWhoeverOwnsTheFolder) {
     ASSERT_TRUE(write_text(kFile, "text"));
     EXPECT_EQ("text", source_text());
     give_folder_away();
     EXPECT_EQ("text", source_text());
 }
 
-TEST_F(GuardedFile, ThatIsMissingIsNotRead) {
-    EXPECT_FALSE(guarded_file::open_source(kFile));
+TEST_F(BackedUpFile, ThatIsMissingIsNotRead) {
+    EXPECT_FALSE(backed_up_file::open_source(kFile));
     EXPECT_EQ(ENOENT, errno);
     give_folder_away();
-    EXPECT_FALSE(guarded_file::open_source(kFile));
+    EXPECT_FALSE(backed_up_file::open_source(kFile));
     EXPECT_EQ(ENOENT, errno);
 }
 
-TEST_F(GuardedFile, IsReadThroughTheCallersLinkOnly) {
+TEST_F(BackedUpFile, IsReadThroughTheCallersLinkOnly) {
     std::filesystem::create_symlink(kPrecious, kFile);
     EXPECT_EQ("precious", source_text());
     give_folder_away();
-    EXPECT_FALSE(guarded_file::open_source(kFile));
+    EXPECT_FALSE(backed_up_file::open_source(kFile));
     EXPECT_EQ(ELOOP, errno);
 }
 
-TEST_F(GuardedFile, BelowAnothersLinkIsNeitherReadNorWrittenNorRemoved) {
+TEST_F(BackedUpFile, BelowAnothersLinkIsNeitherReadNorWrittenNorRemoved) {
     const std::string below = std::string(kFolder) + "/link/precious";
     std::filesystem::create_symlink(kElsewhere, std::string(kFolder) + "/link");
     give_folder_away();
-    EXPECT_TRUE(guarded_file::is_behind_strange_link(below.c_str()));
-    EXPECT_FALSE(guarded_file::open_source(below.c_str()));
+    EXPECT_TRUE(backed_up_file::is_behind_strange_link(below.c_str()));
+    EXPECT_FALSE(backed_up_file::open_source(below.c_str()));
     EXPECT_EQ(ELOOP, errno);
-    EXPECT_FALSE(guarded_file::open_target(below.c_str()));
+    EXPECT_FALSE(backed_up_file::open_target(below.c_str()));
     EXPECT_EQ(ELOOP, errno);
-    guarded_file::remove_target(below.c_str());
+    backed_up_file::remove_target(below.c_str());
 }
 
-TEST_F(GuardedFile, BehindTheCallersLinkIsNotStrange) {
+TEST_F(BackedUpFile, BehindTheCallersLinkIsNotStrange) {
     std::filesystem::create_symlink(kElsewhere, std::string(kFolder) + "/link");
-    EXPECT_FALSE(guarded_file::is_behind_strange_link((std::string(kFolder) + "/link/precious").c_str()));
+    EXPECT_FALSE(backed_up_file::is_behind_strange_link((std::string(kFolder) + "/link/precious").c_str()));
 }
 
-TEST_F(GuardedFile, WithASecondNameIsNotReadFromAnothersFolder) {
+TEST_F(BackedUpFile, WithASecondNameIsNotReadFromAnothersFolder) {
     std::filesystem::create_hard_link(kPrecious, kFile);
     EXPECT_EQ("precious", source_text());
     give_folder_away();
-    EXPECT_FALSE(guarded_file::open_source(kFile));
+    EXPECT_FALSE(backed_up_file::open_source(kFile));
     EXPECT_EQ(EPERM, errno);
 }
 
-TEST_F(GuardedFile, ThatIsAPipeIsNotWaitedForInAnothersFolder) {
+TEST_F(BackedUpFile, ThatIsAPipeIsNotWaitedForInAnothersFolder) {
     ASSERT_EQ(0, ::mkfifo(kFile, 0600));
     give_folder_away();
-    EXPECT_FALSE(guarded_file::open_source(kFile));
+    EXPECT_FALSE(backed_up_file::open_source(kFile));
     EXPECT_EQ(EINVAL, errno);
     EXPECT_TRUE(write_target("new"));
     EXPECT_EQ("new", file_text(kFile));
 }
 
-TEST_F(GuardedFile, IsWrittenAnewForItsOwnerOnly) {
+TEST_F(BackedUpFile, IsWrittenAnewForItsOwnerOnly) {
     for (const bool is_given : {false, true}) {
         std::filesystem::remove(kFile);
         if (is_given) {
@@ -130,7 +130,7 @@ TEST_F(GuardedFile, IsWrittenAnewForItsOwnerOnly) {
     }
 }
 
-TEST_F(GuardedFile, KeepsItsModeAndItsNumberWhenItIsWritten) {
+TEST_F(BackedUpFile, KeepsItsModeAndItsNumberWhenItIsWritten) {
     for (const bool is_given : {false, true}) {
         ASSERT_TRUE(write_text(kFile, "an older text"));
         ASSERT_EQ(0, ::chmod(kFile, 0640));
@@ -145,21 +145,21 @@ TEST_F(GuardedFile, KeepsItsModeAndItsNumberWhenItIsWritten) {
     }
 }
 
-TEST_F(GuardedFile, ReplacesALinkInAnothersFolder) {
+TEST_F(BackedUpFile, ReplacesALinkInAnothersFolder) {
     std::filesystem::create_symlink(kPrecious, kFile);
     give_folder_away();
     EXPECT_TRUE(write_target("new"));
     EXPECT_TRUE(S_ISREG(info_of(kFile).st_mode));
 }
 
-TEST_F(GuardedFile, ReplacesAFileWithASecondNameInAnothersFolder) {
+TEST_F(BackedUpFile, ReplacesAFileWithASecondNameInAnothersFolder) {
     std::filesystem::create_hard_link(kPrecious, kFile);
     give_folder_away();
     EXPECT_TRUE(write_target("new"));
     EXPECT_EQ("new", file_text(kFile));
 }
 
-TEST_F(GuardedFile, ReplacesAStrangersFileInAFolderForEverybody) {
+TEST_F(BackedUpFile, ReplacesAStrangersFileInAFolderForEverybody) {
     ASSERT_EQ(0, ::chmod(kFolder, 01777));
     ASSERT_TRUE(write_text(kFile, "planted"));
     const struct stat before = info_of(kFile);
@@ -169,14 +169,14 @@ TEST_F(GuardedFile, ReplacesAStrangersFileInAFolderForEverybody) {
     EXPECT_EQ(0600u, info_of(kFile).st_mode & 07777u);
 }
 
-TEST_F(GuardedFile, IsNotWrittenInThePlaceOfAFolder) {
+TEST_F(BackedUpFile, IsNotWrittenInThePlaceOfAFolder) {
     std::filesystem::create_directory(kFile);
     give_folder_away();
-    EXPECT_FALSE(guarded_file::open_target(kFile));
+    EXPECT_FALSE(backed_up_file::open_target(kFile));
     EXPECT_EQ(EEXIST, errno);
 }
 
-TEST_F(GuardedFile, GoesToTheOwnerOfTheFolder) {
+TEST_F(BackedUpFile, GoesToTheOwnerOfTheFolder) {
     give_folder_away();
     uid_t owner = 0;
     doubles::libc::fchown.stand_in([&owner](int, uid_t user, gid_t) {
@@ -188,7 +188,7 @@ TEST_F(GuardedFile, GoesToTheOwnerOfTheFolder) {
     EXPECT_EQ(kAnotherUser, owner);
 }
 
-TEST_F(GuardedFile, IsNotWrittenInAFolderOfWhichNothingIsKnown) {
+TEST_F(BackedUpFile, IsNotWrittenInAFolderOfWhichNothingIsKnown) {
     int looks = 0;
     doubles::libc::fstat.stand_in([&looks](int fd, struct stat *info) {
         const int result = doubles::libc::fstat.real(fd, info);
@@ -200,11 +200,11 @@ TEST_F(GuardedFile, IsNotWrittenInAFolderOfWhichNothingIsKnown) {
         errno = EIO;
         return ++looks == 1 ? result : -1;
     });
-    EXPECT_FALSE(guarded_file::open_target(kFile));
+    EXPECT_FALSE(backed_up_file::open_target(kFile));
     EXPECT_EQ(EIO, errno);
 }
 
-TEST_F(GuardedFile, ThatCanNotBeEmptiedIsReplaced) {
+TEST_F(BackedUpFile, ThatCanNotBeEmptiedIsReplaced) {
     ASSERT_TRUE(write_text(kFile, "an older text"));
     give_to_another_user({kFolder, kFile});
     doubles::libc::ftruncate.stand_in([](int, off_t) {
@@ -215,24 +215,24 @@ TEST_F(GuardedFile, ThatCanNotBeEmptiedIsReplaced) {
     EXPECT_EQ("new", file_text(kFile));
 }
 
-TEST_F(GuardedFile, IsRemovedWhoeverOwnsTheFolder) {
+TEST_F(BackedUpFile, IsRemovedWhoeverOwnsTheFolder) {
     for (const bool is_given : {false, true}) {
         ASSERT_TRUE(write_text(kFile, "text"));
         if (is_given) {
             give_folder_away();
         }
-        guarded_file::remove_target(kFile);
+        backed_up_file::remove_target(kFile);
         EXPECT_FALSE(std::filesystem::exists(kFile));
     }
 }
 
-TEST_F(GuardedFile, ThatIsMissingIsRemovedAlready) {
-    guarded_file::remove_target(kFile);
-    guarded_file::remove_target("/m_data/usr/missing/file");
+TEST_F(BackedUpFile, ThatIsMissingIsRemovedAlready) {
+    backed_up_file::remove_target(kFile);
+    backed_up_file::remove_target("/m_data/usr/missing/file");
     EXPECT_FALSE(std::filesystem::exists(kFile));
 }
 
-class GivenFolder : public GuardedFile {
+class GivenFolder : public BackedUpFile {
   protected:
     static std::set<uid_t> owners_after_making(const char *path) {
         std::set<uid_t> owners;
@@ -240,7 +240,7 @@ class GivenFolder : public GuardedFile {
             owners.insert(user);
             return 0;
         });
-        guarded_file::give_new_folder_away(path);
+        backed_up_file::give_new_folder_away(path);
         return owners;
     }
 };

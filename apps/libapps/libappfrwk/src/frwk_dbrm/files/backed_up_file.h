@@ -9,7 +9,7 @@
 
 #include "support/unique_fd.h"
 
-namespace guarded_file {
+namespace backed_up_file {
 
 /* Opens a file for reading. Fails with ELOOP for another user's link, with EPERM for a file that has a second
  * name where another user could have given it one. */
@@ -34,4 +34,4 @@ void remove_target(const char *path);
 /* Whether another user's link is on the path. */
 bool is_behind_strange_link(const char *path);
 
-}  // namespace guarded_file
+}  // namespace backed_up_file
