@@ -44,7 +44,7 @@ lacking result '^(\\fB(void [^*]|extern )|[.]SH RETURN VALUE$)' "$pages"/man3/*
 # A reference leads to a page of ours, or to one of the system.
 while read -r page; do
     case "$page" in
-        head.1 | journalctl.1 | syslog.3 | systemd.service.5) ;;
+        head.1 | journalctl.1 | logread.1 | syslog.3 | systemd.service.5) ;;
         *) ls "$pages"/man?/"$page" > /dev/null 2>&1 || complain "no page $page" ;;
     esac
 done < <(cat "$pages"/man?/* | sed -n 's/^[.]BR \([a-z_.-]*\) (\([135]\)).*/\1.\2/p' | sort -u)
