@@ -8,6 +8,7 @@
 #include <cerrno>
 #include <mutex>
 
+#include "support/uncancelled.h"
 #include "support/uninterrupted.h"
 
 namespace {
@@ -40,6 +41,7 @@ bool sodium_ready() {
     if (!has_random_bytes()) {
         return false;
     }
+    const Uncancelled uncancelled;
     const std::lock_guard<std::mutex> lock(g_sodium.mutex);
     return sodium_init() >= 0;
 }

@@ -23,6 +23,7 @@
 #include "log_text.h"
 #include "support/held_over_forks.h"
 #include "support/log_line.h"
+#include "support/uncancelled.h"
 #include "text_copy.h"
 
 int g_debug_log_enable = 0;
@@ -106,6 +107,7 @@ void print(LogFold *channel, int level, const char *file, const char *function, 
     }
     drop_line_ends(text);
 
+    const Uncancelled uncancelled;
     const std::lock_guard<std::mutex> lock(g_log.mutex);
     LogText &body = g_log.body;
     body.clear();
@@ -134,8 +136,8 @@ __attribute__((constructor)) void read_environment_at_load() {
 }
 
 /*
- * Reports the remaining repeats before the process ends. The objects of this file outlive all destructors. A
- * thread that was cancelled while writing a line still holds the lock, so this doesn't wait for the lock.
+ * Reports the remaining repeats before the process ends. The objects of this file outlive all destructors. If
+ * exit is called by a signal handler, the interrupted thread may hold the lock, so this doesn't wait for it.
  */
 __attribute__((destructor)) void tell_last_counts_at_exit() {
     const std::unique_lock<std::mutex> lock(g_log.mutex, std::try_to_lock);

@@ -241,6 +241,32 @@ class SlowDaemon {
 
 }  // namespace
 
+/* The line is written to its end, and the next line of another thread finds the lock free. */
+TEST_F(LogSocketTest, AThreadThatIsCancelledWhileItLogsFreezesNobody) {
+    const LogDaemon daemon;
+    libc::sendmsg.stand_in([](int fd, const msghdr *message, int flags) -> ssize_t {
+        libc::sendmsg.restore();
+        (void)pthread_cancel(pthread_self());
+        pthread_testcancel();
+        return libc::sendmsg.real(fd, message, flags);
+    });
+    pthread_t thread{};
+    ASSERT_EQ(0, pthread_create(
+                     &thread, nullptr,
+                     [](void *) -> void * {
+                         log("cancelled");
+                         pthread_testcancel();
+                         log("not reached");
+                         return nullptr;
+                     },
+                     nullptr));
+    void *end = nullptr;
+    ASSERT_EQ(0, pthread_join(thread, &end));
+    EXPECT_EQ(PTHREAD_CANCELED, end);
+    log("the next");
+    EXPECT_EQ((Texts{"cancelled", "the next"}), texts_of(daemon));
+}
+
 TEST_F(LogSocketTest, ADaemonThatIsBusyLosesNothing) {
     SlowDaemon daemon(std::chrono::milliseconds(1));
     log_many(1000);

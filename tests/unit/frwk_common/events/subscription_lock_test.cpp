@@ -68,6 +68,34 @@ TEST_F(SubscriptionLockTest, IsReleasedByClosingTheStream) {
     EXPECT_EQ(holder(), 0);
 }
 
+TEST_F(SubscriptionLockTest, IsReleasedByAThreadThatIsCancelledMeanwhile) {
+    pthread_t thread{};
+    ASSERT_EQ(0, pthread_create(
+                     &thread, nullptr,
+                     [](void *) -> void * {
+                         (void)events::lock_subscriptions();
+                         (void)pthread_cancel(pthread_self());
+                         pthread_testcancel();
+                         events::unlock_subscriptions();
+                         pthread_testcancel();
+                         return nullptr;
+                     },
+                     nullptr));
+    void *end = nullptr;
+    ASSERT_EQ(0, pthread_join(thread, &end));
+    EXPECT_EQ(PTHREAD_CANCELED, end);
+    ASSERT_TRUE(events::lock_subscriptions());
+    events::unlock_subscriptions();
+}
+
+TEST_F(SubscriptionLockTest, ThatFailsLeavesTheThreadCancellable) {
+    refuse_lock(EIO, 1);
+    EXPECT_FALSE(events::lock_subscriptions());
+    int state = PTHREAD_CANCEL_DISABLE;
+    EXPECT_EQ(0, pthread_setcancelstate(PTHREAD_CANCEL_ENABLE, &state));
+    EXPECT_EQ(PTHREAD_CANCEL_ENABLE, state);
+}
+
 TEST_F(SubscriptionLockTest, EmptiesItsFile) {
     write_file(kSubscribeLockFile, "something");
     ASSERT_TRUE(events::lock_subscriptions());

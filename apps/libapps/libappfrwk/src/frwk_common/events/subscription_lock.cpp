@@ -24,6 +24,9 @@ constexpr uint32_t kRetryPauseMs = 100;
 
 std::mutex g_s_sub_lock_mutex;
 
+/* Of the thread that holds the mutex, before it took it: it can't be cancelled meanwhile. */
+int g_s_sub_lock_cancel_state = PTHREAD_CANCEL_ENABLE;
+
 /*
  * The thread that holds the mutex doesn't exist in the child, and the record lock is not inherited. A fork
  * must not wait for this mutex, as it does for others: its owner may be waiting for another process.
@@ -39,7 +42,10 @@ __attribute__((constructor)) void open_lock_in_children() {
 
 }  // namespace
 
-bool lock_subscriptions() {
+namespace {
+
+/* Takes the lock, and keeps it if it returns true. */
+bool take_lock() {
     std::unique_lock<std::mutex> threads(g_s_sub_lock_mutex);
 
     for (;;) {
@@ -69,9 +75,24 @@ bool lock_subscriptions() {
     }
 }
 
+}  // namespace
+
+bool lock_subscriptions() {
+    int before = PTHREAD_CANCEL_ENABLE;
+    (void)::pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &before);
+    if (!take_lock()) {
+        (void)::pthread_setcancelstate(before, nullptr);
+        return false;
+    }
+    g_s_sub_lock_cancel_state = before;
+    return true;
+}
+
 void unlock_subscriptions() {
+    const int before = g_s_sub_lock_cancel_state;
     UniqueFile(g_s_sub_lock_file.exchange(nullptr)).reset();
     g_s_sub_lock_mutex.unlock();
+    (void)::pthread_setcancelstate(before, nullptr);
 }
 
 }  // namespace events
