@@ -24,6 +24,7 @@ namespace {
 constexpr char kName[] = "quor-guard"; /* so that a search for the module's name doesn't find the guard */
 constexpr int kAskerEnded = SIGHUP;
 constexpr timespec kLookAgain = {1, 0};
+constexpr int kStartOfAShellMs = 1000;
 
 /*
  * Closes the inherited descriptors: when the module ends, its peers must see their connections closed and the
@@ -73,6 +74,15 @@ bool is_dismissed(const GuardAsker &asker, const sigset_t &while_waiting) {
     return ready > 0 && recv(STDIN_FILENO, &word, 1, MSG_DONTWAIT) == 1;
 }
 
+/*
+ * A shell that was about to start when the asker ended may not have its mark yet, but it has a copy of the
+ * asker's end of the socket until then. The limit is for other copies, which forks of the process hold.
+ */
+void wait_for_shells_that_start() {
+    pollfd call = {STDIN_FILENO, POLLIN, 0};
+    (void)poll(&call, 1, kStartOfAShellMs);
+}
+
 }  // namespace
 
 void guard_commands(int call, const GuardAsker &asker, void (*act)()) {
@@ -82,9 +92,12 @@ void guard_commands(int call, const GuardAsker &asker, void (*act)()) {
     (void)prctl(PR_SET_NAME, kName);
     (void)prctl(PR_SET_PDEATHSIG, kAskerEnded);
     keep_only(call);
-    if (!is_dismissed(asker, while_waiting)) {
-        act();
+    if (is_dismissed(asker, while_waiting)) {
+        return;
     }
+    act();
+    wait_for_shells_that_start();
+    act();
 }
 
 void CommandGuard::start(void (*act)()) {

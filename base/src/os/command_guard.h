@@ -16,7 +16,8 @@ class CommandGuard {
      * Starts the guard for the calling thread. A failure is logged, and the commands then run without a
      * guard.
      *
-     * act: called in the guard's process, which has no other thread, after the calling thread has ended.
+     * act: called twice in the guard's process, which has no other thread, after the calling thread has
+     * ended. The second call is for commands that were about to start then.
      */
     void start(void (*act)());
 
@@ -35,8 +36,8 @@ struct GuardAsker {
 };
 
 /*
- * The main function of the guard's process: returns when it was dismissed, or has called act. Closes all
- * descriptors except call.
+ * The main function of the guard's process: returns when it was dismissed, or has called act twice. Closes
+ * all descriptors except call.
  *
  * call: socket to the asker.
  */

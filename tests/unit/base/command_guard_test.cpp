@@ -33,6 +33,7 @@ namespace {
 
 constexpr char kPid[] = "/m_data/usr/command_pid";
 constexpr char kActed[] = "/m_data/usr/acted";
+constexpr char kActedAgain[] = "/m_data/usr/acted_again";
 
 class CommandGuardTest : public FaultsTest {
   protected:
@@ -81,6 +82,7 @@ class CommandGuardTest : public FaultsTest {
     static void remove_files() {
         unlink(kPid);
         unlink(kActed);
+        unlink(kActedAgain);
     }
 };
 
@@ -93,7 +95,7 @@ void note_guard() {
     for (int fd = 0; fd < 256; ++fd) {
         text += fcntl(fd, F_GETFD) >= 0 ? " " + std::to_string(fd) : "";
     }
-    (void)write_text(kActed, text);
+    (void)write_text(std::filesystem::exists(kActed) ? kActedAgain : kActed, text);
 }
 
 enum class Asker {
@@ -113,6 +115,11 @@ GuardAsker ids_of(Asker asker) {
         std::thread([&ids] { ids.thread = thread_id(); }).join();
     }
     return ids;
+}
+
+/* Ends the guard's wait for shells that start. */
+void end_wait_for_shells() {
+    libc::poll.stand_in([](pollfd *, nfds_t, int) { return std::filesystem::exists(kActed) ? 0 : -1; });
 }
 
 /* Does the guard's work in a separate process, whose asker does this. */
@@ -229,14 +236,32 @@ TEST_F(CommandGuardTest, ActsWhenItsAskerEndsUnderItsOwnNameWithoutTheModulesDes
 }
 
 TEST_F(CommandGuardTest, ActsForAnAskerThatHadEndedBefore) {
+    end_wait_for_shells();
     guard_for(Asker::kHasEnded);
     EXPECT_EQ("quor-guard 0", file_text(kActed));
 }
 
 /* On a busy machine a thread can end before its guard has asked the kernel for a signal. */
 TEST_F(CommandGuardTest, ActsForAThreadThatHadEndedBeforeAndWhoseProcessLives) {
+    end_wait_for_shells();
     guard_for(Asker::kThreadHasEnded);
     EXPECT_EQ("quor-guard 0", file_text(kActed));
+}
+
+/* A shell that is about to start has no mark yet, but a copy of the asker's socket. */
+TEST_F(CommandGuardTest, ActsAgainOnceNoShellIsAboutToStart) {
+    guard_for(Asker::kEnds);
+    EXPECT_EQ("quor-guard 0", file_text(kActedAgain));
+}
+
+TEST_F(CommandGuardTest, WaitsForStartingShellsForASecond) {
+    libc::poll.stand_in([](pollfd *fds, nfds_t, int limit) {
+        (void)write_text(kActed, std::to_string(fds->fd) + " for " + std::to_string(limit));
+        return 0;
+    });
+    guard_for(Asker::kThreadHasEnded);
+    EXPECT_EQ("0 for 1000", file_text(kActed));
+    EXPECT_EQ("quor-guard 0", file_text(kActedAgain));
 }
 
 /* The thread ends at the worst moment: the kernel has no one to signal yet, and the thread can still be seen.
