@@ -8,6 +8,7 @@
 #include "damaged_file.h"
 #include "file_steps.h"
 #include "formats/entry_line.h"
+#include "formats/store_line.h"
 #include "os_log.h"
 #include "skipped_lines.h"
 #include "successor_file.h"
@@ -17,27 +18,11 @@ namespace {
 
 constexpr char kStoreIsFull[] = "the store is full";
 
-/* Returns null, or why a comment or an empty line is damage: a restore of a backup would read it differently.
- */
-const char *problem_without_entry(const Line &line) {
-    const bool is_comment = !line.text.empty() && line.text[0] == '#';
-    if (!is_comment) {
-        return line.number == 1 ? "the file begins with an empty line" : nullptr;
-    }
-    return line.is_broken ? kBrokenComment : comment_problem(line.text);
-}
-
 /* Adds one line to the store. Returns null, or the reason why it is skipped. */
 const char *load_line(const Line &line, Store &store) {
-    const std::string_view text = entry_text(line.text);
-    if (text.empty()) {
-        return problem_without_entry(line);
-    }
-    if (!line.fits) {
-        return "it is too long";
-    }
     Entry entry;
-    if (const char *problem = parse_entry(text, entry)) {
+    const char *problem = read_store_line(line, entry);
+    if (problem != nullptr || entry.key.empty()) {
         return problem;
     }
     if (!store.has_room_for(entry.key)) {

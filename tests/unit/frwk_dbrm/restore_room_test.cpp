@@ -21,6 +21,8 @@ constexpr size_t kTooLong = size_t{64} << 20;
 const std::string kFolder = "/m_data/usr/db";
 const std::string kJournalFolder = "/tmp/m_tmp/zndb";
 const std::string kJournal = kJournalFolder + "/journal";
+const std::string kPermFolder = "/m_data/usr_permanent/db";
+const std::string kPermFile = kPermFolder + "/perm_data.txt";
 const std::string kText = std::string(2000, 'a') + "\n" + std::string(2000, 'b') + "\r\n"; /* 4003 bytes */
 
 class RestoreRoom : public DbrmTest {
@@ -87,10 +89,37 @@ TEST_F(RestoreRoom, IsSharedByFileAndJournalOnOneDisk) {
 /* The reset empties it before the settings come. */
 TEST_F(RestoreRoom, IncludesThatOfThePresentFile) {
     limit({{kFolder, 0}, {kJournalFolder, 9}});
-    write(kUserData, std::string(5000, 'x'));
+    write(kUserData, std::string(5000, '#'));
     EXPECT_TRUE(has_room());
     std::filesystem::create_hard_link(kUserData, std::string(kUserData) + ".kept");
     EXPECT_FALSE(has_room());
+}
+
+TEST_F(RestoreRoom, DoesNotIncludeThatOfADamagedFileWhichTheDatabaseKeeps) {
+    limit({{kFolder, 0}, {kJournalFolder, 9}});
+    write(kUserData, "a=1\nbad\n" + std::string(5000, '#') + "\n");
+    EXPECT_FALSE(has_room());
+}
+
+/* The perm store is saved together with the emptied settings. */
+TEST_F(RestoreRoom, IsLessByTheCopyOfADamagedPermStoreOnTheSameDisk) {
+    limit({{kFolder, 1}, {kJournalFolder, 9}});
+    std::filesystem::create_directories(kPermFolder);
+    write(kPermFile, "a=1\n");
+    doubles::libc::stat.stand_in([](const char *path, struct stat *found) {
+        const int result = doubles::libc::stat.real(path, found);
+        found->st_dev = path == kJournalFolder ? 1 : 0;
+        return result;
+    });
+    EXPECT_TRUE(has_room());
+    write(kPermFile, "bad\n");
+    EXPECT_FALSE(has_room());
+    write(kPermFile, "a=1\n");
+    write(kJournal, "M+a=2\nP+a=3\n");
+    EXPECT_FALSE(has_room());
+    write(kJournal, "P+a=3\n");
+    EXPECT_TRUE(has_room());
+    std::filesystem::remove_all(kPermFolder);
 }
 
 TEST_F(RestoreRoom, IsMoreForRootWhereBlocksAreReserved) {

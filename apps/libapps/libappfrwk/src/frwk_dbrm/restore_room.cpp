@@ -8,6 +8,7 @@
 
 #include "formats/device_paths.h"
 #include "frwk_dbrm/format/backup_format.h"
+#include "frwk_dbrm/saved_store.h"
 #include "internal/frwk_log.h"
 #include "os_mem.h"
 #include "support/file_io.h"
@@ -32,11 +33,28 @@ struct Space {
     uint64_t rounded(uint64_t size) const { return (size + block - 1) / block * block; }
 };
 
-/* The space that is free when a file is empty. */
+/* The space of a file on its disk. */
+uint64_t space_of(const struct stat &file) {
+    return static_cast<uint64_t>(file.st_blocks) * kBlockUnit;
+}
+
+/* The space that is free when a file is empty. The database keeps a damaged file. */
 uint64_t freed_by(const char *file) {
     struct stat found = {};
     const bool is_freed = ::lstat(file, &found) == 0 && S_ISREG(found.st_mode) && found.st_nlink == 1;
-    return is_freed ? static_cast<uint64_t>(found.st_blocks) * kBlockUnit : 0;
+    return is_freed && !backup::is_damaged(file) ? space_of(found) : 0;
+}
+
+/* What the perm store, which is saved with the emptied settings, may add to its disk. */
+uint64_t growth_of_perm_store() {
+    struct stat found = {};
+    const bool is_kept = ::stat(paths::kPermFile, &found) == 0 && backup::is_damaged(paths::kPermFile);
+    return (is_kept ? space_of(found) : 0) + backup::unsaved_bytes(StoreId::kPerm);
+}
+
+bool is_on(const Space &space, const char *folder) {
+    struct stat place = {};
+    return space.block != 0 && ::stat(folder, &place) == 0 && place.st_dev == space.device;
 }
 
 Space space_for(const char *file, const char *folder) {
@@ -60,7 +78,10 @@ bool has_room(const char *file, const Space &space, uint64_t size) {
 
 /* length: bytes of the database's text, and lines: at most as many lines. */
 bool has_room_for_text(uint64_t length, uint64_t lines) {
-    const Space file = space_for(paths::kPlainFile, paths::kUserDatabaseFolder);
+    Space file = space_for(paths::kPlainFile, paths::kUserDatabaseFolder);
+    if (is_on(file, paths::kPermanentDatabaseFolder)) {
+        file.free -= std::min(file.free, file.rounded(growth_of_perm_store()));
+    }
     const Space journal = space_for(paths::kJournalFile, paths::kJournalFolder);
     const uint64_t journal_size = length + lines * kJournalExtra;
     if (file.block != 0 && file.device == journal.device) {
