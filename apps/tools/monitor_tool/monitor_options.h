@@ -32,7 +32,7 @@ struct MonitorOptions {
     CommandOption add_modules(const Command &command, const std::string &what);
     void add_timeout(const Command &command);
     void add_json(const Command &command);
-    void add_order(const Command &command, const std::string &first);
+    void add_order(const Command &command, const std::string &first, const KnownWords &columns);
 
     /* Carries out a command as the module monitor_tool. */
     CommandLineTool::Run runs(ExitCode (*command)(const MonitorOptions &options)) const;

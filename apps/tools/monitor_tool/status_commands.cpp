@@ -9,8 +9,8 @@
 #include "cli/name_lookup.h"
 #include "device/module_words.h"
 #include "frwk_common.h"
+#include "monitor_tool/module_columns.h"
 #include "monitor_tool/module_list.h"
-#include "monitor_tool/module_report.h"
 #include "monitor_tool/monitor_options.h"
 #include "output/field_list.h"
 #include "output/human_units.h"
@@ -112,8 +112,8 @@ ExitCode show_status(const MonitorOptions &options) {
     if (code != ExitCode::kDone) {
         return code;
     }
-    const ModuleReport report = {module_facts(static_cast<int32_t>(modules[0])),
-                                 survey_module(modules[0], options.limit())};
+    const ModuleReport report =
+        report_of(module_facts(static_cast<int32_t>(modules[0])), survey_module(modules[0], options.limit()));
     if (options.json) {
         print_json(report_as_json(report));
     } else {
@@ -175,7 +175,7 @@ void declare(CommandLineTool &tool) {
                             "monitor_tool list --running --sort memory\n"
                             "monitor_tool list --json | jq '.[].name'\n",
                             g_options.runs(list_modules));
-    g_options.add_order(list, "id");
+    g_options.add_order(list, "trouble first, then id", column_names);
     g_options.add_timeout(list);
     g_options.add_json(list);
 
