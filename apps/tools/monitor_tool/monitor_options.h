@@ -20,6 +20,7 @@ struct MonitorOptions {
     bool reverse = false;
     bool running = false; /* only modules that run */
     double interval = 2;  /* seconds between two updates */
+    uint32_t lines = 5;   /* last log lines of a module */
     uint32_t reason = 0;
     bool yes = false;
     bool json = false;
