@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <string>
 
+#include "support/unprivileged.h"
 #include "support/wait_until.h"
 #include "system/tools/log_fixture.h"
 #include "system/tools/monitor_fixture.h"
@@ -135,6 +136,13 @@ TEST_F(MonitorStatus, ALogThatCannotBeReadIsNoFailure) {
     const ToolEnd failed = without_file("wlan");
     EXPECT_EQ(0, failed.status) << failed.errors;
     EXPECT_TRUE(has(failed, "\n  log               logread failed\n")) << failed.output;
+    const ToolEnd forbidden = with_own_logs("touch /var/log/messages && chmod 0 /var/log/messages && " +
+                                            modes_hold() + "$TOOLS/monitor_tool status wlan");
+    EXPECT_EQ(0, forbidden.status) << forbidden.errors;
+    EXPECT_TRUE(has(forbidden,
+                    "\n  log               can't read /var/log/messages: no access to /var/log/messages "
+                    "(owner "))
+        << forbidden.output;
     const ToolEnd endless = with_own_logs(
         "touch /var/log/messages && mount --bind /dev/full /var/log/messages && $TOOLS/monitor_tool "
         "status wlan");
