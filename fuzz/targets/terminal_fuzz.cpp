@@ -14,7 +14,7 @@
 #include "cli/complaint.h"
 #include "cli/input_line.h"
 #include "logtool/log_output.h"
-#include "logtool/log_time.h"
+#include "log/log_time.h"
 #include "os/log_text.h"
 #include "output/field_list.h"
 #include "output/json_output.h"

@@ -1,7 +1,7 @@
 #include "logtool/file_show.h"
 
 #include "cli/complaint.h"
-#include "logtool/log_file.h"
+#include "log/log_file.h"
 #include "support/log_line.h"
 
 namespace {

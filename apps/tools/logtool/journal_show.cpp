@@ -1,10 +1,10 @@
 #include "logtool/journal_show.h"
 
 #include "cli/complaint.h"
-#include "logtool/journal_command.h"
-#include "logtool/journal_line.h"
+#include "log/journal_command.h"
+#include "log/journal_line.h"
+#include "log/program_reader.h"
 #include "logtool/log_places.h"
-#include "logtool/program_reader.h"
 #include "logtool/program_show.h"
 
 namespace {

@@ -4,26 +4,11 @@
 #include <cstdio>
 #include <utility>
 
+#include "log/record_output.h"
 #include "output/json_output.h"
 #include "output/terminal.h"
 
 namespace {
-
-constexpr int kErrorLevel = 3;
-constexpr int kWarningLevel = 4;
-constexpr int kNoticeLevel = 5;
-constexpr int kDebugLevel = 7;
-
-Style style_of(int level) {
-    if (level == kNoLevel) {
-        return Style::kPlain;
-    }
-    return level <= kErrorLevel     ? Style::kAlert
-           : level <= kWarningLevel ? Style::kWarning
-           : level == kNoticeLevel  ? Style::kStrong
-           : level >= kDebugLevel   ? Style::kFaint
-                                    : Style::kPlain;
-}
 
 /* Adds a blank after the text, unless it is empty. */
 std::string part(Style style, const std::string &text) {
@@ -34,27 +19,11 @@ void print_plain(const LogRecord &line) {
     const std::string process = line.process.empty() ? "" : "[" + line.process + "]";
     const std::string module = line.module.empty() ? "" : line.module + process + ":";
     const std::string text =
-        styled(Stream::kOutput, style_of(line.level), shown_text(Stream::kOutput, line.text));
+        styled(Stream::kOutput, style_of_level(line.level), shown_text(Stream::kOutput, line.text));
     const std::string whole = part(Style::kFaint, line.time) +
-                              part(style_of(line.level), level_name(line.level)) +
+                              part(style_of_level(line.level), level_name(line.level)) +
                               part(Style::kStrong, module) + text + "\n";
     (void)std::fwrite(whole.data(), 1, whole.size(), stdout);
-}
-
-void add_if_known(const Json &object, const char *name, const std::string &text) {
-    if (!text.empty()) {
-        add_member(object, name, json_text(text));
-    }
-}
-
-void print_object(const LogRecord &line) {
-    const Json object = json_members();
-    add_if_known(object, "time", line.time);
-    add_if_known(object, "module", line.module);
-    add_if_known(object, "process", line.process);
-    add_if_known(object, "level", level_name(line.level));
-    add_member(object, "text", json_text(line.text));
-    print_json_line(object);
 }
 
 }  // namespace
@@ -101,7 +70,7 @@ bool LogOutput::print(const LogRecord &line) {
         return false;
     }
     if (json_) {
-        print_object(line);
+        print_json_line(record_as_json(line));
     } else {
         print_plain(line);
     }

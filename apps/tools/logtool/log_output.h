@@ -6,8 +6,8 @@
 #include <cstddef>
 #include <deque>
 
+#include "log/log_period.h"
 #include "logtool/log_filter.h"
-#include "logtool/log_period.h"
 
 class LogOutput {
   public:

@@ -2,16 +2,11 @@
 
 #include <unistd.h>
 
-#include <iterator>
-
 #include "device/text_file.h"
 #include "formats/device_paths.h"
-#include "logtool/log_file.h"
-#include "logtool/program_reader.h"
+#include "log/program_reader.h"
 
 namespace {
-
-constexpr char kJournalProgram[] = "journalctl";
 
 /* "of these modules" */
 std::string selection(const LogOptions &options) {
@@ -38,26 +33,19 @@ bool is_free(const LogOptions &options) {
 }  // namespace
 
 std::string chosen_log_file(const LogOptions &options) {
-    return is_free(options) ? first_file(paths::kLogFiles, std::size(paths::kLogFiles)) : options.file;
+    return is_free(options) ? system_log_file() : options.file;
 }
 
 LogSource chosen_source(const LogOptions &options) {
-    if (!chosen_log_file(options).empty()) {
-        return LogSource::kFile;
+    if (is_free(options)) {
+        return system_log_source();
     }
-    const bool only_ring = is_free(options) && !is_program(kJournalProgram) && is_program(kRingProgram);
-    return options.ring || only_ring ? LogSource::kRing : LogSource::kJournal;
+    return options.journal ? LogSource::kJournal : options.ring ? LogSource::kRing : LogSource::kFile;
 }
 
 std::string log_place(const LogOptions &options) {
-    switch (chosen_source(options)) {
-        case LogSource::kJournal:
-            return "the journal";
-        case LogSource::kRing:
-            return "the ring buffer";
-        default:
-            return options.file == kStandardStream ? "standard input" : chosen_log_file(options);
-    }
+    return options.file == kStandardStream ? "standard input"
+                                           : source_text(chosen_source(options), chosen_log_file(options));
 }
 
 std::string empty_places(const LogOptions &options) {

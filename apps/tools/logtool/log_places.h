@@ -5,16 +5,8 @@
 
 #include <string>
 
+#include "log/log_source.h"
 #include "logtool/log_options.h"
-
-/* The program that prints the ring buffer of a log daemon without a file. */
-inline constexpr char kRingProgram[] = "logread";
-
-enum class LogSource {
-    kFile,
-    kJournal,
-    kRing
-};
 
 /*
  * The wanted source, or else the first of the system's log files that exists, the journal, or the ring

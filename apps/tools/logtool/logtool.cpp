@@ -3,8 +3,8 @@
  */
 #include "cli/command_line_tool.h"
 #include "cli/name_lookup.h"
+#include "log/log_time.h"
 #include "logtool/log_options.h"
-#include "logtool/log_time.h"
 #include "support/log_line.h"
 
 namespace {

@@ -3,8 +3,8 @@
 #include <optional>
 
 #include "cli/complaint.h"
+#include "log/program_reader.h"
 #include "logtool/log_places.h"
-#include "logtool/program_reader.h"
 #include "logtool/program_show.h"
 #include "logtool/ring_overlap.h"
 #include "support/log_line.h"

@@ -9,11 +9,11 @@
 #include "cli/name_lookup.h"
 #include "cli/spelling_hint.h"
 #include "device/text_file.h"
+#include "log/log_time.h"
 #include "logtool/file_show.h"
 #include "logtool/journal_show.h"
 #include "logtool/log_places.h"
 #include "logtool/log_request.h"
-#include "logtool/log_time.h"
 #include "logtool/ring_show.h"
 #include "support/log_line.h"
 

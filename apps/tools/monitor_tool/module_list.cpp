@@ -1,6 +1,6 @@
 #include "monitor_tool/module_list.h"
 
-#include "monitor_tool/module_report.h"
+#include "monitor_tool/module_columns.h"
 
 namespace {
 
@@ -20,6 +20,9 @@ ExitCode list_modules(const MonitorOptions &options) {
         keep_running(reports);
     }
     sort_reports(reports, options.sort, options.reverse);
+    if (options.sort.empty() && !options.reverse) {
+        put_trouble_first(reports);
+    }
     if (options.json) {
         print_json_reports(reports);
     } else {

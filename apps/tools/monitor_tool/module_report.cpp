@@ -1,120 +1,11 @@
 #include "monitor_tool/module_report.h"
 
 #include <algorithm>
-#include <iterator>
+#include <cstdio>
 
-#include "device/module_words.h"
 #include "frwk_common.h"
-#include "output/human_units.h"
-#include "output/text_table.h"
 
 namespace {
-
-constexpr double kUnknown = -1;
-
-const char *yes_or_no(bool value) {
-    return value ? "yes" : "no";
-}
-
-bool in_startup_list(const ModuleReport &report) {
-    return (report.facts.flags & FRWK_FLAG_RUN) != 0;
-}
-
-// ---- cells ----
-
-std::string id_cell(const ModuleReport &report) {
-    return std::to_string(report.facts.id);
-}
-
-std::string name_cell(const ModuleReport &report) {
-    return report.facts.name;
-}
-
-std::string alias_cell(const ModuleReport &report) {
-    return report.facts.alias;
-}
-
-std::string state_cell(const ModuleReport &report) {
-    return state_of(report);
-}
-
-std::string status_cell(const ModuleReport &report) {
-    return report.result.status ? std::to_string(*report.result.status) : "";
-}
-
-std::string memory_cell(const ModuleReport &report) {
-    return report.result.memory ? short_bytes(report.result.memory->live_bytes) : "";
-}
-
-std::string time_cell(const ModuleReport &report) {
-    return is_running(report) ? milliseconds_text(static_cast<double>(report.result.microseconds)) : "";
-}
-
-std::string enabled_cell(const ModuleReport &report) {
-    return yes_or_no(report.facts.enabled);
-}
-
-std::string startup_cell(const ModuleReport &report) {
-    return yes_or_no(in_startup_list(report));
-}
-
-std::string flags_cell(const ModuleReport &report) {
-    return joined(flag_words(report.facts.flags));
-}
-
-// ---- what a column of numbers is sorted by ----
-
-double minus_id(const ModuleReport &report) {
-    return -report.facts.id;
-}
-
-double status_weight(const ModuleReport &report) {
-    return report.result.status ? *report.result.status : kUnknown;
-}
-
-double time_weight(const ModuleReport &report) {
-    return is_running(report) ? static_cast<double>(report.result.microseconds) : kUnknown;
-}
-
-double memory_weight(const ModuleReport &report) {
-    return report.result.memory ? report.result.memory->live_bytes : kUnknown;
-}
-
-struct Column {
-    const char *name;
-    const char *heading;
-    std::string (*cell)(const ModuleReport &report);
-    double (*weight)(const ModuleReport &report); /* null: compare the texts */
-};
-
-constexpr Column kColumns[] = {
-    {"id", "ID", id_cell, minus_id},
-    {"name", "NAME", name_cell, nullptr},
-    {"alias", "ALIAS", alias_cell, nullptr},
-    {"state", "STATE", state_cell, nullptr},
-    {"status", "STATUS", status_cell, status_weight},
-    {"memory", "MEMORY", memory_cell, memory_weight},
-    {"time", "TIME", time_cell, time_weight},
-    {"enabled", "ENABLED", enabled_cell, nullptr},
-    {"startup", "STARTUP", startup_cell, nullptr},
-    {"flags", "FLAGS", flags_cell, nullptr},
-};
-
-/* Left out on a narrow terminal: alias, flags, startup, enabled, id. */
-std::vector<size_t> spare_columns() {
-    return {2, 9, 8, 7, 0};
-}
-
-const Column &column_named(const std::string &name) {
-    const auto *found = std::find_if(std::begin(kColumns), std::end(kColumns),
-                                     [&](const Column &column) { return name == column.name; });
-    return found != std::end(kColumns) ? *found : kColumns[0];
-}
-
-bool comes_first(const Column &column, const ModuleReport &left, const ModuleReport &right) {
-    return column.weight != nullptr ? column.weight(left) > column.weight(right)
-                                    : column.cell(left) < column.cell(right);
-}
 
 Json texts_as_json(const std::vector<std::string> &texts) {
     Json items = json_items();
@@ -122,6 +13,22 @@ Json texts_as_json(const std::vector<std::string> &texts) {
         add_item(items, json_text(text));
     }
     return items;
+}
+
+std::string one_decimal(double number) {
+    char text[32];
+    (void)std::snprintf(text, sizeof(text), "%.1f", number);
+    return text;
+}
+
+void add_process(const Json &object, const ModuleReport &report) {
+    if (report.process) {
+        add_member(object, "processor_percent", json_word(one_decimal(report.processor)));
+        add_member(object, "resident_bytes",
+                   json_number(static_cast<int64_t>(report.process->resident_bytes)));
+        add_member(object, "threads", json_number(report.process->threads));
+        add_member(object, "uptime_seconds", json_number(static_cast<int64_t>(report.uptime)));
+    }
 }
 
 void add_signs(const Json &object, const ModuleReport &report) {
@@ -138,6 +45,10 @@ void add_signs(const Json &object, const ModuleReport &report) {
 
 }  // namespace
 
+bool in_startup_list(const ModuleReport &report) {
+    return (report.facts.flags & FRWK_FLAG_RUN) != 0;
+}
+
 std::vector<ModuleReport> report_all(std::chrono::milliseconds limit) {
     return with_facts(survey_modules(modules_to_ask(), limit));
 }
@@ -152,11 +63,21 @@ std::vector<uint32_t> modules_to_ask() {
     return modules;
 }
 
+ModuleReport report_of(const ModuleFacts &facts, const ProbeResult &result) {
+    ModuleReport report = {facts, result, process_facts(facts.process), 0, 0, 0};
+    if (report.process) {
+        const double now = seconds_since_boot();
+        report.processor = processor_percent(*report.process, now);
+        report.uptime = std::max(0.0, now - report.process->started);
+    }
+    return report;
+}
+
 std::vector<ModuleReport> with_facts(const std::map<uint32_t, ProbeResult> &results) {
     std::vector<ModuleReport> reports;
     for (const ModuleFacts &facts : all_module_facts()) {
         const auto found = results.find(static_cast<uint32_t>(facts.id));
-        reports.push_back({facts, found != results.end() ? found->second : ProbeResult()});
+        reports.push_back(report_of(facts, found != results.end() ? found->second : ProbeResult()));
     }
     return reports;
 }
@@ -175,6 +96,38 @@ const char *state_of(const ModuleReport &report) {
         return "not accepting";
     }
     return is_service(report.facts) ? "stopped" : "-";
+}
+
+Trouble trouble_of(const ModuleReport &report) {
+    const ModuleFacts &facts = report.facts;
+    if (is_running(report)) {
+        return Trouble::kNone;
+    }
+    if (report.result.forbidden) {
+        return Trouble::kUnknown;
+    }
+    const bool hangs = report.result.probe.sent == E_APPS_ERR_TIMEOUT || facts.process != 0;
+    const bool dead = is_service(facts) && in_startup_list(report) && facts.enabled;
+    return hangs ? Trouble::kHangs : dead ? Trouble::kDead : Trouble::kNone;
+}
+
+Style style_of(Trouble trouble) {
+    switch (trouble) {
+        case Trouble::kHangs:
+        case Trouble::kDead:
+            return Style::kAlert;
+        case Trouble::kUnknown:
+            return Style::kWarning;
+        case Trouble::kNone:
+            break;
+    }
+    return Style::kPlain;
+}
+
+void put_trouble_first(std::vector<ModuleReport> &reports) {
+    std::stable_sort(reports.begin(), reports.end(), [](const ModuleReport &left, const ModuleReport &right) {
+        return trouble_of(left) < trouble_of(right);
+    });
 }
 
 bool is_running(const ModuleReport &report) {
@@ -214,41 +167,6 @@ Json report_as_json(const ModuleReport &report) {
         add_member(object, "process", json_number(facts.process));
     }
     add_signs(object, report);
+    add_process(object, report);
     return object;
-}
-
-std::vector<std::string> column_names() {
-    std::vector<std::string> names;
-    for (const Column &column : kColumns) {
-        names.emplace_back(column.name);
-    }
-    return names;
-}
-
-void sort_reports(std::vector<ModuleReport> &reports, const std::string &column, bool reverse) {
-    const Column &by = column_named(column);
-    std::stable_sort(reports.begin(), reports.end(),
-                     [&](const ModuleReport &left, const ModuleReport &right) {
-                         return reverse ? comes_first(by, right, left) : comes_first(by, left, right);
-                     });
-}
-
-std::string cell_of(const ModuleReport &report, const std::string &column) {
-    return column_named(column).cell(report);
-}
-
-void print_reports(const std::vector<ModuleReport> &reports) {
-    std::vector<std::string> header;
-    for (const Column &column : kColumns) {
-        header.emplace_back(column.heading);
-    }
-    TextTable table(header, spare_columns());
-    for (const ModuleReport &report : reports) {
-        std::vector<std::string> cells;
-        for (const Column &column : kColumns) {
-            cells.push_back(column.cell(report));
-        }
-        table.add(cells);
-    }
-    table.print();
 }

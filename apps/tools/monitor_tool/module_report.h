@@ -8,12 +8,39 @@
 
 #include "device/module_facts.h"
 #include "device/module_survey.h"
+#include "device/process_facts.h"
 #include "output/json_output.h"
+#include "output/terminal.h"
 
 struct ModuleReport {
     ModuleFacts facts;
     ProbeResult result;
+    std::optional<ProcessFacts> process; /* nothing without a process, or if it can't be read */
+    double processor;  /* percent of one processor, since the process started or another moment */
+    double uptime;     /* seconds */
+    uint32_t restarts; /* seen by this tool */
 };
+
+/* What is wrong with a module, the worst first. */
+enum class Trouble {
+    kHangs,   /* its process doesn't answer, or accepts no messages */
+    kDead,    /* it has no process, but is enabled and in the start-up list */
+    kUnknown, /* this user may not ask it */
+    kNone
+};
+
+Trouble trouble_of(const ModuleReport &report);
+
+/* The colour of a line about it. */
+Style style_of(Trouble trouble);
+
+/* Keeps the order otherwise. */
+void put_trouble_first(std::vector<ModuleReport> &reports);
+
+/* A module's report with the facts about its process. */
+ModuleReport report_of(const ModuleFacts &facts, const ProbeResult &result);
+
+bool in_startup_list(const ModuleReport &report);
 
 /* Queries all services, and returns a report for every module of the table. */
 std::vector<ModuleReport> report_all(std::chrono::milliseconds limit);
@@ -40,15 +67,3 @@ Json memory_as_json(const os_mem_usage_t &memory);
 
 /* Everything about a module as JSON; unknown values are left out. */
 Json report_as_json(const ModuleReport &report);
-
-/* The names of the columns that a list can be sorted by. */
-std::vector<std::string> column_names();
-
-/* Sorts by a column: numbers with the largest first, except ids, and texts alphabetically. */
-void sort_reports(std::vector<ModuleReport> &reports, const std::string &column, bool reverse);
-
-/* The content of a column; "" if unknown. */
-std::string cell_of(const ModuleReport &report, const std::string &column);
-
-/* Prints the list as a table. */
-void print_reports(const std::vector<ModuleReport> &reports);

@@ -7,18 +7,23 @@
 #include <vector>
 
 #include "monitor_tool/module_report.h"
+#include "monitor_tool/top_view.h"
+#include "output/live_screen.h"
 
 struct ScreenSize {
     size_t columns;
     size_t rows;
 };
 
+/* The number of modules that fit the screen. */
+size_t page_of(const ScreenSize &size);
+
 /*
- * A summary, a heading, one line per module with bars for its memory and its response time, relative to the
- * largest, and the key help. No line is longer than the screen's width: bars and key
- * help shrink and go.
+ * A summary, a heading, one line per selected module with bars for its processor share and its resident
+ * memory, relative to the largest, and the key help or the filter that is being typed; or the page of keys.
+ * No line is longer than the screen's width: columns leave by their importance.
  *
- * sort: the column that they are sorted by.
+ * reports: of all modules. view: its selection is applied here.
  */
-std::vector<std::string> screen_lines(const std::vector<ModuleReport> &reports, const std::string &sort,
-                                      const ScreenSize &size);
+std::vector<ScreenLine> screen_lines(const std::vector<ModuleReport> &reports, const TopView &view,
+                                     const ScreenSize &size);

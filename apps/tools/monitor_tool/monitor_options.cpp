@@ -2,7 +2,6 @@
 
 #include "device/module_identity.h"
 #include "frwk_module.h"
-#include "monitor_tool/module_report.h"
 
 namespace {
 
@@ -28,10 +27,10 @@ void MonitorOptions::add_json(const Command &command) {
     command.flag("--json", json, "Print JSON");
 }
 
-void MonitorOptions::add_order(const Command &command, const std::string &first) {
+void MonitorOptions::add_order(const Command &command, const std::string &first, const KnownWords &columns) {
     command.add("--sort", sort, "The column to sort by (" + first + ")")
         .value("COLUMN")
-        .one_of("column", column_names);
+        .one_of("column", columns);
     command.flag("--reverse", reverse, "Reverse the order");
     command.flag("--running", running, "Leave out modules that don't run");
 }

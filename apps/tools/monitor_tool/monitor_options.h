@@ -20,6 +20,7 @@ struct MonitorOptions {
     bool reverse = false;
     bool running = false; /* only modules that run */
     double interval = 2;  /* seconds between two updates */
+    uint32_t lines = 5;   /* last log lines of a module */
     uint32_t reason = 0;
     bool yes = false;
     bool json = false;
@@ -32,7 +33,7 @@ struct MonitorOptions {
     CommandOption add_modules(const Command &command, const std::string &what);
     void add_timeout(const Command &command);
     void add_json(const Command &command);
-    void add_order(const Command &command, const std::string &first);
+    void add_order(const Command &command, const std::string &first, const KnownWords &columns);
 
     /* Carries out a command as the module monitor_tool. */
     CommandLineTool::Run runs(ExitCode (*command)(const MonitorOptions &options)) const;

@@ -5,7 +5,7 @@
  */
 #include "cli/command_line_tool.h"
 #include "cli/name_lookup.h"
-#include "monitor_tool/module_report.h"
+#include "monitor_tool/module_columns.h"
 
 namespace {
 
@@ -15,9 +15,13 @@ constexpr ToolWords kWords = {"monitor_tool",
                               "monitor_tool status wlan\n"
                               "monitor_tool top\n"};
 
+std::vector<std::string> columns_for(const TypedWords &typed) {
+    return typed.before.front() == "top" ? top_column_names() : column_names();
+}
+
 void declare(CommandLineTool &tool) {
     tool.complete("MODULE", module_names);
-    tool.complete("COLUMN", column_names);
+    tool.complete_with("COLUMN", columns_for);
 }
 
 }  // namespace

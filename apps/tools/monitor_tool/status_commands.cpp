@@ -3,14 +3,18 @@
  */
 #include <algorithm>
 #include <cstdio>
+#include <optional>
+#include <set>
 
 #include "cli/command_line_tool.h"
 #include "cli/complaint.h"
 #include "cli/name_lookup.h"
 #include "device/module_words.h"
 #include "frwk_common.h"
+#include "log/log_tail.h"
+#include "monitor_tool/module_columns.h"
 #include "monitor_tool/module_list.h"
-#include "monitor_tool/module_report.h"
+#include "monitor_tool/module_status.h"
 #include "monitor_tool/monitor_options.h"
 #include "output/field_list.h"
 #include "output/human_units.h"
@@ -19,35 +23,11 @@
 
 namespace {
 
+constexpr uint32_t kMostLines = 10000;
+
 /* Reports why a module did not answer, if it did not. */
 ExitCode report_missing(const ProbeResult &result, const char *command, uint32_t module) {
     return report_outcome(result.probe, module, std::string(command) + " " + module_text(module));
-}
-
-// ---- status ----
-
-std::string memory_line(const ModuleReport &report) {
-    if (!report.result.memory) {
-        return "";
-    }
-    const os_mem_usage_t &memory = *report.result.memory;
-    return std::to_string(memory.live_bytes) + " bytes in " + std::to_string(memory.live_blocks) +
-           " blocks, peak " + std::to_string(memory.peak_bytes) + " bytes";
-}
-
-void print_status(const ModuleReport &report) {
-    const ModuleFacts &facts = report.facts;
-    print_title(facts.name);
-    for (const char *column : {"id", "alias", "flags", "enabled", "startup", "state"}) {
-        print_field(column, cell_of(report, column));
-    }
-    print_field("process", facts.process != 0 ? std::to_string(facts.process) : "");
-    print_field("status", cell_of(report, "status"));
-    print_field("memory", memory_line(report));
-    print_field("time", cell_of(report, "time"));
-    print_field("start delay", std::to_string(g_modules_info[facts.id].delay) + " ms");
-    print_field("log facility", std::to_string(g_modules_info[facts.id].facility));
-    print_field("arguments", frwk_module_cmd(facts.id));
 }
 
 // ---- probe ----
@@ -106,20 +86,62 @@ void print_memory_json(const std::map<uint32_t, ProbeResult> &all) {
     print_json(items);
 }
 
+/* The reports of some modules, each once, those in trouble first. */
+std::vector<ModuleReport> report_some(const std::vector<uint32_t> &modules, std::chrono::milliseconds limit) {
+    const std::map<uint32_t, ProbeResult> results = survey_modules(modules, limit);
+    std::set<uint32_t> done;
+    std::vector<ModuleReport> reports;
+    for (const uint32_t module : modules) {
+        if (done.insert(module).second) {
+            reports.push_back(report_of(module_facts(static_cast<int32_t>(module)), results.at(module)));
+        }
+    }
+    put_trouble_first(reports);
+    return reports;
+}
+
+std::optional<LogTail> log_of(const std::vector<ModuleReport> &reports, uint32_t lines) {
+    std::vector<std::string> names;
+    for (const ModuleReport &report : reports) {
+        names.push_back(report.facts.name);
+    }
+    return lines > 0 ? std::optional<LogTail>(read_log_tail(names, lines)) : std::nullopt;
+}
+
+/* One module is an object, several are an array. */
+void print_statuses_json(const std::vector<ModuleReport> &reports, const LogTail *log) {
+    const Json items = json_items();
+    for (const ModuleReport &report : reports) {
+        add_item(items, status_as_json(report, log));
+    }
+    print_json(reports.size() == 1 ? status_as_json(reports[0], log) : Json(json_object_get(items.get())));
+}
+
+void print_statuses(const std::vector<ModuleReport> &reports, const LogTail *log) {
+    for (const ModuleReport &report : reports) {
+        (void)std::fputs(&report == &reports.front() ? "" : "\n", stdout);
+        print_status(report, log);
+    }
+}
+
 ExitCode show_status(const MonitorOptions &options) {
     std::vector<uint32_t> modules;
-    const ExitCode code = read_modules({options.module}, &modules);
+    ExitCode code = read_modules(options.modules, &modules);
     if (code != ExitCode::kDone) {
         return code;
     }
-    const ModuleReport report = {module_facts(static_cast<int32_t>(modules[0])),
-                                 survey_module(modules[0], options.limit())};
+    const std::vector<ModuleReport> reports = report_some(modules, options.limit());
+    const std::optional<LogTail> log = log_of(reports, options.lines);
     if (options.json) {
-        print_json(report_as_json(report));
+        print_statuses_json(reports, log ? &*log : nullptr);
     } else {
-        print_status(report);
+        print_statuses(reports, log ? &*log : nullptr);
     }
-    return report_missing(report.result, "status", modules[0]);
+    for (const ModuleReport &report : reports) {
+        const auto module = static_cast<uint32_t>(report.facts.id);
+        code = std::max(code, report_missing(report.result, "status", module));
+    }
+    return code;
 }
 
 ExitCode probe_modules(const MonitorOptions &options) {
@@ -175,13 +197,18 @@ void declare(CommandLineTool &tool) {
                             "monitor_tool list --running --sort memory\n"
                             "monitor_tool list --json | jq '.[].name'\n",
                             g_options.runs(list_modules));
-    g_options.add_order(list, "id");
+    g_options.add_order(list, "trouble first, then id", column_names);
     g_options.add_timeout(list);
     g_options.add_json(list);
 
-    Command status = tool.add("status", "Show everything about a module", "monitor_tool status wlan\n",
+    Command status = tool.add("status", "Show everything about modules, and the last lines of their logs",
+                              "monitor_tool status wlan\n"
+                              "monitor_tool status wlan sms -n 20\n",
                               g_options.runs(show_status));
-    g_options.add_module(status);
+    g_options.add_modules(status, "Names, aliases or ids of modules").required();
+    status.add("-n,--lines", g_options.lines, "Number of log lines of each module, 0 for none (5)")
+        .value("N")
+        .within(0, kMostLines);
     g_options.add_timeout(status);
     g_options.add_json(status);
 

@@ -1,15 +1,15 @@
 /*
  * The command of monitor_tool that shows the list of modules, refreshed.
  */
-#include <algorithm>
 #include <cerrno>
-#include <utility>
 
 #include "cli/command_line_tool.h"
+#include "monitor_tool/module_columns.h"
 #include "monitor_tool/module_list.h"
-#include "monitor_tool/module_report.h"
 #include "monitor_tool/module_screen.h"
 #include "monitor_tool/monitor_options.h"
+#include "monitor_tool/process_trend.h"
+#include "monitor_tool/top_view.h"
 #include "output/live_screen.h"
 #include "output/output_failure.h"
 #include "output/terminal.h"
@@ -29,10 +29,7 @@ enum class Next {
 class Top {
   public:
     explicit Top(const MonitorOptions &options)
-        : options_(options),
-          sort_(options.sort.empty() ? kFirstColumn : options.sort),
-          reverse_(options.reverse),
-          survey_(modules_to_ask(), options.limit()) {}
+        : options_(options), view_(view_of(options)), survey_(modules_to_ask(), options.limit()) {}
 
     /* Returns 0, or the errno value of a failed output. */
     int run() {
@@ -52,24 +49,22 @@ class Top {
     }
 
   private:
-    void look() {
-        reports_ = with_facts(survey_.results());
-        if (options_.running) {
-            keep_running(reports_);
-        }
+    static TopView view_of(const MonitorOptions &options) {
+        TopView view;
+        view.sort = options.sort.empty() ? kFirstColumn : options.sort;
+        view.reverse = options.reverse;
+        view.running = options.running;
+        return view;
     }
 
-    bool draw(const LiveScreen &screen) {
-        sort_reports(reports_, sort_, reverse_);
-        std::vector<ScreenLine> lines;
-        for (const std::string &text :
-             screen_lines(reports_, sort_, {columns_of(Stream::kOutput), rows_of(Stream::kOutput)})) {
-            lines.push_back({text, Style::kPlain});
-        }
-        lines[1].style = Style::kStrong;
-        lines.back().style = Style::kFaint;
-        return screen.draw(lines);
+    void look() {
+        reports_ = with_facts(survey_.results());
+        trend_.add(reports_, seconds_since_boot());
     }
+
+    static ScreenSize size() { return {columns_of(Stream::kOutput), rows_of(Stream::kOutput)}; }
+
+    bool draw(const LiveScreen &screen) { return screen.draw(screen_lines(reports_, view_, size())); }
 
     /* Handles keys until the next update. */
     Next wait(LiveScreen &screen) {
@@ -77,32 +72,21 @@ class Top {
                                             std::chrono::duration<double>(options_.interval));
         while (SignalWatch::caught() == 0 && Clock::now() < end) {
             const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(end - Clock::now());
-            const char key = screen.wait_for_key(static_cast<int>(left.count()) + 1);
-            if (key == 'q' || (obey(key) && !draw(screen))) {
+            const int key = screen.wait_for_key(static_cast<int>(left.count()) + 1);
+            const size_t count = view_.selected(reports_).size();
+            const TopReaction reaction = obey(view_, key, count, page_of(size()));
+            if (reaction == TopReaction::kQuit || (reaction == TopReaction::kRedraw && !draw(screen))) {
                 return Next::kQuit;
             }
         }
         return Next::kLook;
     }
 
-    /* Handles a key. Returns whether to redraw. */
-    bool obey(char key) {
-        reverse_ = key == 'r' ? !reverse_ : reverse_;
-        sort_ = key == 's' ? next_column() : sort_;
-        return key == 'r' || key == 's';
-    }
-
-    std::string next_column() const {
-        const std::vector<std::string> names = column_names();
-        const auto at = std::find(names.begin(), names.end(), sort_) - names.begin();
-        return names[(static_cast<size_t>(at) + 1) % names.size()];
-    }
-
     const MonitorOptions &options_;
-    std::string sort_;
-    bool reverse_;
+    TopView view_;
     const SignalWatch watch_; /* must be created before the survey's threads */
     ModuleSurvey survey_;
+    ProcessTrend trend_;
     std::vector<ModuleReport> reports_;
 };
 
@@ -125,7 +109,7 @@ MonitorOptions g_options;
 void declare(CommandLineTool &tool) {
     Command top = tool.add("top", "Show the modules, refreshed, until q or Ctrl-C",
                            "monitor_tool top --interval 0.5 --sort time\n", g_options.runs(watch_modules));
-    g_options.add_order(top, "memory");
+    g_options.add_order(top, "memory", top_column_names);
     top.add("--interval", g_options.interval, "Seconds between two updates (2)")
         .value("S")
         .within_real(MonitorOptions::kShortestTime, kLongestInterval);

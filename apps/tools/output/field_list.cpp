@@ -21,8 +21,8 @@ void print_sentence(const std::string &sentence, Style style) {
     (void)std::puts(styled(Stream::kOutput, style, lines).c_str());
 }
 
-void print_title(const std::string &title) {
-    print_sentence(title, Style::kStrong);
+void print_title(const std::string &title, Style style) {
+    print_sentence(title, style);
 }
 
 void print_field(const std::string &name, const std::string &value) {

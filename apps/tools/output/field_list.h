@@ -13,8 +13,8 @@ size_t output_width();
 /* Prints a sentence, wrapped. */
 void print_sentence(const std::string &sentence, Style style = Style::kPlain);
 
-/* Prints a title in bold. */
-void print_title(const std::string &title);
+/* Prints a title, in bold or another style. */
+void print_title(const std::string &title, Style style = Style::kStrong);
 
 /* Prints a line below it; an empty value is a dash. */
 void print_field(const std::string &name, const std::string &value);

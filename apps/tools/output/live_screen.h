@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "cli/user_signals.h"
+#include "output/key_decoder.h"
 #include "output/terminal.h"
 #include "output/terminal_mode.h"
 
@@ -32,11 +33,12 @@ class LiveScreen {
      * terminal is gone. */
     bool draw(const std::vector<ScreenLine> &lines) const;
 
-    /* Waits for a key, a signal or the time limit. Returns the key, or 0. */
-    char wait_for_key(int milliseconds);
+    /* Waits for a key, a signal or the time limit. Returns the key, or kNoKey. */
+    int wait_for_key(int milliseconds);
 
   private:
     const SignalWatch &watch_;
     const TerminalMode keys_;
     bool has_keys_;
+    KeyDecoder decoder_;
 };

@@ -81,9 +81,11 @@ std::vector<size_t> narrowed(std::vector<size_t> widths, size_t columns) {
 
 TextTable::TextTable(std::vector<std::string> header, std::vector<size_t> spare) : spare_(std::move(spare)) {
     rows_.push_back(std::move(header));
+    styles_.push_back(Style::kStrong);
 }
 
-void TextTable::add(std::vector<std::string> cells) {
+void TextTable::add(std::vector<std::string> cells, Style style) {
+    styles_.push_back(style);
     for (std::string &cell : cells) {
         cell = shown_text(Stream::kOutput, cell);
     }
@@ -102,9 +104,14 @@ std::string TextTable::text(size_t columns) const {
 }
 
 void TextTable::print() const {
-    const std::string all = text(is_terminal(Stream::kOutput) ? columns_of(Stream::kOutput) : 0);
-    const size_t header_end = all.find('\n');
-    const std::string shown =
-        styled(Stream::kOutput, Style::kStrong, all.substr(0, header_end)) + all.substr(header_end);
+    const bool terminal = is_terminal(Stream::kOutput);
+    const std::string all = text(terminal ? columns_of(Stream::kOutput) : 0);
+    std::string shown;
+    size_t row = 0;
+    size_t at = 0;
+    for (size_t end = 0; terminal && (end = all.find('\n', at)) != std::string::npos; at = end + 1) {
+        shown += styled(Stream::kOutput, styles_[row++], all.substr(at, end - at)) + "\n";
+    }
+    shown += all.substr(at);
     (void)std::fwrite(shown.data(), 1, shown.size(), stdout);
 }

@@ -8,13 +8,15 @@
 #include <string>
 #include <vector>
 
+#include "output/terminal.h"
+
 class TextTable {
   public:
     /* spare: numbers of the columns that may be left out, in this order. */
     explicit TextTable(std::vector<std::string> header, std::vector<size_t> spare = {});
 
-    /* cells: one for each column of the header. */
-    void add(std::vector<std::string> cells);
+    /* cells: one for each column of the header. style: of the row on a terminal. */
+    void add(std::vector<std::string> cells, Style style = Style::kPlain);
 
     /* The lines, each with its line end. columns: maximum characters of a line, 0 for no limit. */
     std::string text(size_t columns) const;
@@ -24,5 +26,6 @@ class TextTable {
 
   private:
     std::vector<std::vector<std::string>> rows_;
+    std::vector<Style> styles_; /* of the rows, the header included */
     std::vector<size_t> spare_;
 };

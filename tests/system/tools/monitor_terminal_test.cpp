@@ -74,11 +74,22 @@ TEST_F(MonitorAtATerminal, TheListFitsATerminalOf40Columns) {
     narrow.columns = 40;
     const ToolEnd end = run_on_terminal({"monitor_tool", "list"}, narrow);
     EXPECT_EQ(0, end.status);
-    EXPECT_NE(std::string::npos, end.output.find("STATUS  MEMORY  TIME\033[0m\r\n")) << end.output;
+    EXPECT_NE(std::string::npos, end.output.find("  CPU%  RSS\033[0m\r\n")) << end.output;
     const std::vector<std::string> lines = lines_of(end.output);
     for (size_t i = 1; i < lines.size(); ++i) {
         EXPECT_LE(lines[i].size(), 41u) << lines[i];
     }
+}
+
+TEST_F(MonitorAtATerminal, ModulesInTroubleAreRedInTheList) {
+    ASSERT_TRUE(write_text("/etc/quor_apps_startup", "lcd\n"));
+    forget_module("lcd");
+    hang_wlan();
+    const ToolEnd end = run_on_terminal({"monitor_tool", "list", "--timeout", "2"}, {});
+    const std::vector<std::string> lines = lines_of(end.output);
+    EXPECT_EQ(0u, lines.at(1).find("\033[1;31mwlan ")) << end.output;
+    EXPECT_EQ(0u, lines.at(2).find("\033[1;31mlcd ")) << end.output;
+    EXPECT_EQ(0u, lines.at(3).find("tool ")) << end.output;
 }
 
 TEST_F(MonitorAtATerminal, AsksAtATerminal) {
@@ -106,10 +117,11 @@ TEST_F(MonitorAtATerminal, TopDrawsUntilQAndLeavesTheTerminalAsItWas) {
     const ToolEnd end = run_on_terminal({"monitor_tool", "top", "--interval", "60", "--running"}, typing);
     EXPECT_EQ(0, end.status);
     const std::string screen = screen_of(end.output);
-    EXPECT_NE(std::string::npos, screen.find("\033[H1 of 1 modules running, sorted by memory\033[K\r\n"))
+    EXPECT_NE(std::string::npos, screen.find("\033[H1 of 46 modules running, sorted by memory\033[K\r\n"))
         << screen;
-    EXPECT_NE(std::string::npos, screen.find("\r\nwlan     running      0 ")) << screen;
-    EXPECT_NE(std::string::npos, screen.find("\033[H1 of 1 modules running, sorted by time\033[K\r\n"))
+    EXPECT_NE(std::string::npos, screen.find("\r\nwlan     running ")) << screen;
+    EXPECT_NE(std::string::npos, screen.find(" " + std::to_string(wlan_.pid()) + " ")) << screen;
+    EXPECT_NE(std::string::npos, screen.find("\033[H1 of 46 modules running, sorted by time\033[K\r\n"))
         << screen;
 }
 
@@ -117,7 +129,7 @@ TEST_F(MonitorAtATerminal, TopLooksAgainAndEndsWithCtrlC) {
     hang_wlan();
     TerminalOptions typing;
     typing.columns = 40;
-    typing.type_after = "\033[H0 of 1 modules running, sorted by time";
+    typing.type_after = "\033[H0 of 46 modules running, 1 in trouble";
     typing.typed = "\003";
     const ToolEnd end = run_on_terminal(
         {"monitor_tool", "top", "--interval", "0.01", "--running", "--sort", "time", "--timeout", "0.05"},
@@ -125,8 +137,86 @@ TEST_F(MonitorAtATerminal, TopLooksAgainAndEndsWithCtrlC) {
     EXPECT_EQ(0, end.status);
     for (std::string line : lines_of(screen_of(end.output))) {
         line.erase(line.find("\033[K"));
-        EXPECT_LE(line.size(), 40u + sizeof("\033[H") + sizeof("\033[1m\033[0m")) << line;
+        EXPECT_LE(line.size(), 40u + sizeof("\033[H") + sizeof("\033[1;31m\033[0m")) << line;
     }
+}
+
+/* The screen of top that shows a text after some keys, without what moves the cursor. */
+std::string top_after(const std::string &keys, const std::string &shown, unsigned short columns = 80) {
+    TerminalOptions typing;
+    typing.columns = columns;
+    typing.type_after = "q quits";
+    typing.typed = keys + "q";
+    const ToolEnd end = run_on_terminal({"monitor_tool", "top", "--interval", "60", "--sort", "id"}, typing);
+    EXPECT_EQ(0, end.status);
+    const std::string output = screen_of(end.output);
+    EXPECT_NE(std::string::npos, output.find(shown)) << output;
+    const size_t begin = output.rfind("\033[H", output.find(shown));
+    return output.substr(begin, output.find("\033[H", begin + 1) - begin);
+}
+
+TEST_F(MonitorAtATerminal, TopScrolls) {
+    EXPECT_NE(std::string::npos, top_after("\033[6~", ", 22-42 of 46").find("\r\natfwd_daemon "));
+    (void)top_after("\033[B\033[B\033[A", ", 2-22 of 46");
+    (void)top_after("G", ", 26-46 of 46");
+    EXPECT_NE(std::string::npos, top_after("\033[F\033[H", ", 1-21 of 46").find("\r\ntool "));
+}
+
+TEST_F(MonitorAtATerminal, TopFilters) {
+    const std::string typed = top_after("/wl\033", "filter: wl_");
+    EXPECT_NE(std::string::npos, typed.find("\r\nwlan ")) << typed;
+    EXPECT_EQ(std::string::npos, typed.find("\r\nzndb ")) << typed;
+    const std::string kept = top_after("/wlx\177\r", ", with 'wl'\033[K\r\n");
+    EXPECT_NE(std::string::npos, kept.find("\r\nwlan ")) << kept;
+}
+
+TEST_F(MonitorAtATerminal, TopExplainsItsKeys) {
+    const std::string help = top_after("h.", "Keys of monitor_tool top", 40);
+    for (const char *line : {"\r\n  q, Ctrl-C      quit", "\r\n  PgUp, PgDn     scroll by a page"}) {
+        EXPECT_NE(std::string::npos, help.find(line)) << help;
+    }
+}
+
+TEST_F(MonitorAtATerminal, TopSortsByItsKeys) {
+    (void)top_after("c", "sorted by cpu");
+    (void)top_after("u", "sorted by uptime");
+    EXPECT_EQ(0u, lines_of(top_after("n", "sorted by name,")).at(2).find("apptest "));
+    EXPECT_EQ(0u, lines_of(top_after("nr", "sorted by name reversed")).at(2).find("zndb_tool "));
+}
+
+TEST_F(MonitorAtATerminal, TopHasTroubleFirstAndRed) {
+    ASSERT_TRUE(write_text("/etc/quor_apps_startup", "lcd\n"));
+    forget_module("lcd");
+    hang_wlan();
+    TerminalOptions typing;
+    typing.type_after = "q quits";
+    typing.typed = "q";
+    const ToolEnd end = run_on_terminal(
+        {"monitor_tool", "top", "--interval", "60", "--sort", "name", "--timeout", "0.05"}, typing);
+    const std::vector<std::string> lines = lines_of(screen_of(end.output));
+    EXPECT_EQ("\033[H0 of 46 modules running, 2 in trouble, sorted by name, 1-21 of 46\033[K\r", lines.at(0));
+    EXPECT_EQ(0u, lines.at(2).find("\033[1;31mwlan ")) << lines.at(2);
+    EXPECT_EQ(0u, lines.at(3).find("\033[1;31mlcd ")) << lines.at(3);
+    EXPECT_EQ(0u, lines.at(4).find("apptest ")) << lines.at(4);
+}
+
+TEST_F(MonitorAtATerminal, TopCountsRestarts) {
+    std::unique_ptr<ModuleProcess> router = std::make_unique<ModuleProcess>(E_APPS_MODULE_ROUTER);
+    const std::string before = " " + std::to_string(router->pid()) + " ";
+    TerminalOptions typing;
+    typing.columns = 60;
+    typing.type_after = before;
+    typing.before_typing = [&] {
+        router.reset();
+        router = std::make_unique<ModuleProcess>(E_APPS_MODULE_ROUTER);
+    };
+    typing.typed = "x";
+    typing.then_type_after = "  1 ";
+    typing.then_typed = "q";
+    const ToolEnd end = run_on_terminal(
+        {"monitor_tool", "top", "--interval", "0.05", "--running", "--sort", "restarts"}, typing);
+    EXPECT_EQ(0, end.status);
+    EXPECT_NE(std::string::npos, end.output.find(" " + std::to_string(router->pid()) + " ")) << end.output;
 }
 
 TEST_F(MonitorAtATerminal, TopPrintsOnceWhereNothingCanBeDrawn) {

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <regex>
 #include <sstream>
 #include <string>
 
@@ -20,6 +21,17 @@ namespace fs = std::filesystem;
 
 const ToolChecks kTool("monitor_tool");
 
+std::string pid_of(const ModuleProcess &module) {
+    return std::to_string(module.pid());
+}
+
+/* A row without what follows the process id, which varies. */
+std::string until_pid(const std::string &row, const ModuleProcess &module) {
+    const std::string pid = " " + pid_of(module) + " ";
+    const size_t at = row.find(pid);
+    return at == std::string::npos ? row : row.substr(0, at + pid.size() - 1);
+}
+
 // ---- list ----
 
 TEST_F(MonitorTool, ListsEveryModuleOfTheTable) {
@@ -28,8 +40,10 @@ TEST_F(MonitorTool, ListsEveryModuleOfTheTable) {
     ASSERT_TRUE(write_text("/m_data/factor/apps_disable/lcd", ""));
     const std::string list = kTool.output_of({"list"});
     EXPECT_EQ(47u, lines_of(list).size());
-    EXPECT_EQ("ID NAME ALIAS STATE STATUS MEMORY TIME ENABLED STARTUP FLAGS", row_of(list, "NAME"));
-    EXPECT_EQ("5 wlan WLAN running 1 0 T ms yes yes MONITORED RUN ADMIN PSEUDO 0x1000", row_of(list, "wlan"));
+    EXPECT_EQ("ID NAME ALIAS STATE STATUS MEMORY TIME ENABLED STARTUP FLAGS PID CPU% RSS THREADS UPTIME",
+              row_of(list, "NAME"));
+    EXPECT_EQ("5 wlan WLAN running 1 0 T ms yes yes MONITORED RUN ADMIN PSEUDO 0x1000 " + pid_of(wlan_),
+              until_pid(row_of(list, "wlan"), wlan_));
     EXPECT_EQ("20 lcd LCD stopped no yes MONITORED RUN POWEROFF PRESTART", row_of(list, "lcd"));
     EXPECT_EQ("38 qmi_shutdown_modem QMI_SHUTDOWN_MODEM stopped yes no 0x4000",
               row_of(list, "qmi_shutdown_modem"));
@@ -42,21 +56,24 @@ TEST_F(MonitorTool, AModuleThatHangsDoesNotHangTheList) {
     hang_wlan();
     const std::string list = kTool.output_of({"list", "--running", "--timeout", "2"});
     EXPECT_EQ(3u, lines_of(list).size());
-    EXPECT_EQ("5 wlan WLAN no answer yes no MONITORED ADMIN PSEUDO 0x1000", row_of(list, "wlan"));
-    EXPECT_EQ("3 router ROUTER running 1 0 T ms yes no MONITORED 0x1000", row_of(list, "router"));
+    EXPECT_EQ("5 wlan WLAN no answer yes no MONITORED ADMIN PSEUDO 0x1000 " + pid_of(wlan_),
+              until_pid(row_of(list, "wlan"), wlan_));
+    EXPECT_EQ("3 router ROUTER running 1 0 T ms yes no MONITORED 0x1000 " + pid_of(router),
+              until_pid(row_of(list, "router"), router));
 }
 
 TEST_F(MonitorTool, AProcessThatTakesNoMessagesIsSilent) {
     fs::remove("/tmp/m_tmp/ipc/wlan");
-    EXPECT_EQ("5 wlan WLAN not accepting yes no MONITORED ADMIN PSEUDO 0x1000",
-              row_of(kTool.output_of({"list"}), "wlan"));
+    EXPECT_EQ("5 wlan WLAN not accepting yes no MONITORED ADMIN PSEUDO 0x1000 " + pid_of(wlan_),
+              until_pid(row_of(kTool.output_of({"list"}), "wlan"), wlan_));
     EXPECT_EQ(2u, lines_of(kTool.output_of({"list", "--running"})).size());
 }
 
 TEST_F(MonitorTool, AModuleThatMayNotBeAskedIsNotSilent) {
     fs::permissions("/tmp/m_tmp/ipc/wlan", fs::perms::none);
     const ToolEnd end = run_shell(modes_hold() + "$TOOLS/monitor_tool list --running");
-    EXPECT_EQ("5 wlan WLAN no access yes no MONITORED ADMIN PSEUDO 0x1000", row_of(end.output, "wlan"));
+    EXPECT_EQ("5 wlan WLAN no access yes no MONITORED ADMIN PSEUDO 0x1000 " + pid_of(wlan_),
+              until_pid(row_of(end.output, "wlan"), wlan_));
 }
 
 TEST_F(MonitorTool, ALockThatNobodyHoldsIsNoProcess) {
@@ -84,6 +101,41 @@ TEST_F(MonitorTool, SortsByAColumn) {
     EXPECT_EQ("lcd", second({"list", "--running", "--sort", "memory", "--timeout", "2"}));
 }
 
+TEST_F(MonitorTool, ListsTheProcesses) {
+    const std::string row = row_of(kTool.output_of({"list"}), "wlan");
+    const std::string pid = " " + pid_of(wlan_) + " ";
+    std::istringstream words(row.substr(std::min(row.size(), row.find(pid) + pid.size())));
+    std::string share, resident, threads, uptime, more;
+    words >> share >> resident >> threads >> uptime;
+    EXPECT_EQ("T", share) << row; /* of a number with a fraction */
+    EXPECT_TRUE(resident == "T" || resident.find_first_of("KMG") == resident.size() - 1) << row;
+    EXPECT_GE(std::stoi(threads), 2) << row;
+    EXPECT_NE(std::string::npos, uptime.find_last_of("sm")) << row;
+    EXPECT_FALSE(words >> more) << row;
+}
+
+TEST_F(MonitorTool, ModulesInTroubleAreListedFirst) {
+    ASSERT_TRUE(write_text("/etc/quor_apps_startup", "wlan lcd\n"));
+    const ModuleProcess router(E_APPS_MODULE_ROUTER);
+    forget_module("lcd");
+    hang_wlan();
+    const std::vector<std::string> lines = lines_of(kTool.output_of({"list", "--timeout", "2"}));
+    EXPECT_EQ("5 wlan", row_of(lines.at(1), "wlan").substr(0, 6));
+    EXPECT_EQ("20 lcd", row_of(lines.at(2), "lcd").substr(0, 6));
+    EXPECT_EQ("0 tool", row_of(lines.at(3), "tool").substr(0, 6));
+    const std::string sorted = lines_of(kTool.output_of({"list", "--sort", "id", "--timeout", "2"})).at(1);
+    EXPECT_EQ("0 tool", row_of(sorted, "tool").substr(0, 6));
+}
+
+TEST_F(MonitorTool, SortsByTheProcess) {
+    const ModuleProcess router(E_APPS_MODULE_ROUTER);
+    for (const char *column : {"pid", "cpu", "rss", "threads", "uptime"}) {
+        EXPECT_NE("no row", row_of(kTool.output_of({"list", "--running", "--sort", column}), "router"));
+    }
+    const std::string older = lines_of(kTool.output_of({"list", "--running", "--sort", "pid"})).at(1);
+    EXPECT_EQ(wlan_.pid() < router.pid(), older.find(" wlan ") != std::string::npos) << older;
+}
+
 TEST_F(MonitorTool, ListsAsJson) {
     const std::string output = kTool.output_of({"list", "--json", "--running"});
     const std::string begin =
@@ -94,6 +146,10 @@ TEST_F(MonitorTool, ListsAsJson) {
     EXPECT_EQ(begin, output.substr(0, begin.size()));
     EXPECT_NE(std::string::npos, output.find(",\n    \"status\": 1,\n    \"memory\": {\n"
                                              "      \"live_bytes\": 0,\n"))
+        << output;
+    EXPECT_TRUE(std::regex_search(
+        output, std::regex("    \\},\n    \"processor_percent\": [0-9.]+,\n    \"resident_bytes\": [0-9]+,\n"
+                           "    \"threads\": [0-9]+,\n    \"uptime_seconds\": [0-9]+\n  \\}\n")))
         << output;
     EXPECT_NE(std::string::npos,
               kTool.output_of({"list", "--json"}).find("\"name\": \"lcd\",\n    \"alias\": \"LCD\",\n"));
@@ -316,6 +372,8 @@ TEST_F(MonitorTool, CompletesModulesAndColumns) {
     EXPECT_EQ("wlan\n", kTool.output_of({"--complete", "status", "wl"}));
     EXPECT_EQ("webserver\n", kTool.output_of({"--complete", "probe", "wlan", "we"}));
     EXPECT_EQ("state\nstatus\nstartup\n", kTool.output_of({"--complete", "list", "--sort", "st"}));
+    EXPECT_EQ("rss\n", kTool.output_of({"--complete", "list", "--sort", "r"}));
+    EXPECT_EQ("rss\nrestarts\n", kTool.output_of({"--complete", "top", "--sort", "r"}));
 }
 
 TEST_F(MonitorTool, SaysWhatItDoesWhenTheDebugChannelIsOn) {

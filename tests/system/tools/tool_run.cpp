@@ -11,6 +11,7 @@
 #include <chrono>
 #include <cstdlib>
 #include <cstring>
+#include <utility>
 
 #include "support/child_process.h"
 
@@ -49,18 +50,22 @@ ToolEnd run_to_end(const std::vector<std::string> &command, const std::string &i
     ::_exit(127);
 }
 
-/* The tool's output until it ends. The typed text is sent once. */
+/* The tool's output until it ends. Each typed text is sent once. */
 std::string talk(int terminal, TerminalOptions options) {
     std::string shown;
+    size_t from = 0; /* where the awaited text may begin */
     char piece[4096];
     for (;;) {
-        if (!options.typed.empty() && shown.find(options.type_after) != std::string::npos) {
+        if (!options.typed.empty() && shown.find(options.type_after, from) != std::string::npos) {
             if (options.before_typing) {
                 options.before_typing();
             }
             EXPECT_EQ(static_cast<ssize_t>(options.typed.size()),
                       ::write(terminal, options.typed.data(), options.typed.size()));
-            options.typed.clear();
+            options.typed = std::exchange(options.then_typed, "");
+            options.type_after = options.then_type_after;
+            options.before_typing = nullptr;
+            from = shown.size();
         }
         pollfd readable = {terminal, POLLIN, 0};
         const int ready =

@@ -28,6 +28,8 @@ struct TerminalOptions {
     std::string typed;      /* once the screen shows the text below; Ctrl-C is "\003" */
     std::string type_after; /* "" for at once */
     std::function<void()> before_typing;
+    std::string then_typed; /* once the screen shows the next text after that */
+    std::string then_type_after;
     std::vector<std::string> environment; /* "NAME=value" */
 };
 

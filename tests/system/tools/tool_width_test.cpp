@@ -21,7 +21,8 @@ constexpr char kEvents[] = "/m_data/usr/subscribe";
 /* The lines of a screen without what moves the cursor or colours. */
 std::vector<std::string> lines_on_screen(const std::string &output) {
     static const std::regex sequences("\033\\[[0-9;?]*[A-Za-z]");
-    std::istringstream text(std::regex_replace(output, sequences, ""));
+    static const std::regex home("\033\\[H");
+    std::istringstream text(std::regex_replace(std::regex_replace(output, home, "\n"), sequences, ""));
     std::vector<std::string> lines;
     for (std::string line; std::getline(text, line);) {
         line.erase(line.find_last_not_of('\r') + 1);
@@ -101,10 +102,26 @@ TEST_P(ToolWidth, HoldsTheScreenOfTop) {
     const std::vector<std::string> words = {"monitor_tool", "top", "--interval", "60"};
     const std::string output = shown(words, "q", "q quits");
     expect_to_fit(words, output);
-    EXPECT_NE(std::string::npos,
-              output.find(GetParam() == 40 ? "q quits, s sorts, r reverses\033"
-                                           : "q quits, s sorts by the next column, r reverses the order\033"))
+    EXPECT_NE(
+        std::string::npos,
+        output.find(GetParam() == 40   ? "q quits, h helps, s sorts, / filters\033"
+                    : GetParam() == 80 ? "q quits, h helps, s sorts, r reverses, / filters, arrows scroll\033"
+                                       : "r reverses, / filters, arrows scroll\033"))
         << output;
+}
+
+TEST_P(ToolWidth, HoldsTheKeysOfTop) {
+    const std::vector<std::string> words = {"monitor_tool", "top", "--interval", "60"};
+    expect_to_fit(words, shown(words, "h.q", "q quits"));
+}
+
+TEST_P(ToolWidth, HoldsTheScreenOfTopWithTrouble) {
+    EXPECT_TRUE(write_text("/etc/quor_apps_startup", "lcd qmi_shutdown_modem\n"));
+    wlan_.process().stop();
+    const std::vector<std::string> words = {"monitor_tool", "top", "--interval", "60", "--timeout", "0.05"};
+    expect_to_fit(words, shown(words, "/wlan\nq", "q quits"));
+    expect_to_fit({"monitor_tool", "list"}, shown({"monitor_tool", "list", "--timeout", "0.05"}));
+    std::filesystem::remove("/etc/quor_apps_startup");
 }
 
 TEST_P(ToolWidth, HoldsRequestsToTheMonitor) {

@@ -10,7 +10,7 @@
 #include <string>
 
 #include "cli/user_signals.h"
-#include "logtool/line_splitter.h"
+#include "log/line_splitter.h"
 #include "support/unique_fd.h"
 
 /* Receives a line; returns whether to continue. */

@@ -1,4 +1,4 @@
-#include "logtool/program_reader.h"
+#include "log/program_reader.h"
 
 #include <fcntl.h>
 #include <spawn.h>

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "logtool/log_period.h"
+#include "log/log_period.h"
 
 struct JournalQuery {
     std::vector<std::string> modules;  /* only lines of these names; */

@@ -1,4 +1,4 @@
-#include "logtool/line_splitter.h"
+#include "log/line_splitter.h"
 
 #include <gtest/gtest.h>
 

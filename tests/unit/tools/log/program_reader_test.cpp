@@ -1,4 +1,4 @@
-#include "logtool/program_reader.h"
+#include "log/program_reader.h"
 
 #include <gtest/gtest.h>
 #include <sys/resource.h>

@@ -1,8 +1,8 @@
-#include "logtool/log_period.h"
+#include "log/log_period.h"
 
 #include <gtest/gtest.h>
 
-#include "logtool/log_time.h"
+#include "log/log_time.h"
 
 namespace {
 

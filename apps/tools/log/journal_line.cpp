@@ -1,4 +1,4 @@
-#include "logtool/journal_line.h"
+#include "log/journal_line.h"
 
 #include <cstdlib>
 #include <ctime>

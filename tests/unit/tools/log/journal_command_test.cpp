@@ -1,4 +1,4 @@
-#include "logtool/journal_command.h"
+#include "log/journal_command.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
-#include "logtool/log_period.h"
+#include "log/log_period.h"
 
-#include "logtool/log_time.h"
+#include "log/log_time.h"
 
 bool LogPeriod::takes(const std::string &time) {
     if (!is_limited()) {

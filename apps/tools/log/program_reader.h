@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "logtool/log_file.h"
+#include "log/log_file.h"
 #include "support/unique_fd.h"
 
 class ProgramReader {

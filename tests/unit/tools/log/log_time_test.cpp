@@ -1,4 +1,4 @@
-#include "logtool/log_time.h"
+#include "log/log_time.h"
 
 #include <gtest/gtest.h>
 
