@@ -2,6 +2,8 @@
  * quorbase-check, run on libraries that conform and on libraries that don't.
  */
 #include <gtest/gtest.h>
+#include <sys/prctl.h>
+#include <sys/wait.h>
 
 #include <map>
 #include <set>
@@ -94,6 +96,21 @@ TEST(QuorbaseCheck, FindsNothingWrongInAMakersLibraryWithoutTheOptionalFunctions
 }
 #endif
 
+TEST(QuorbaseCheck, RunsTheCallsOfJsonOnTheDocumentOfTheMakersParser) {
+    const std::set<std::string> calls = {"json_get_object_item", "json_is_string", "json_get_string",
+                                         "json_get_int64", "json_get_double"};
+    const Rows rows = rows_of(check({"--json-parse", "maker_json_read", MAKER_JSON}).output);
+    EXPECT_EQ("ok", rows.at("json_get_object_item"));
+    EXPECT_EQ("ok", rows.at("json_get_string"));
+    EXPECT_EQ("ok", rows.at("json_is_string"));
+    EXPECT_EQ("wrong: gives another number", rows.at("json_get_int64"));
+    EXPECT_EQ("wrong: gives another number", rows.at("json_get_double"));
+    EXPECT_EQ(calls, with_result(rows_of(check({MAKER_JSON}).output),
+                                 "not called: needs a document, and the library has no json_parse"));
+    EXPECT_EQ(calls, with_result(rows_of(check({"--json-parse", "maker_json_fail", MAKER_JSON}).output),
+                                 "wrong: can't be tried: maker_json_fail gives no document"));
+}
+
 TEST(QuorbaseCheck, FindsEveryFunctionWrongThatDoesNothing) {
     const ToolEnd end = check({"--limit", "5", IDLE_BASE});
     EXPECT_EQ(1, end.status) << end.errors;
@@ -133,6 +150,14 @@ TEST(QuorbaseCheck, SurvivesFunctionsThatAProcessDoesNotSurvive) {
     EXPECT_EQ("wrong: ends the process with status 5", rows["os_file_size"]);
     EXPECT_EQ("wrong: does not return within 5 s", rows["os_msleep"]);
     EXPECT_EQ("ok", rows["os_uptime_sec"]);
+}
+
+TEST(QuorbaseCheck, TakesAProcessThatNobodyWaitsForAsEnded) {
+    ASSERT_EQ(0, prctl(PR_SET_CHILD_SUBREAPER, 1)); /* orphans become children of this process, and stay */
+    const Rows rows = rows_of(check({OUR_BASE}).output);
+    EXPECT_EQ("ok", rows.at("os_command_scope_close"));
+    EXPECT_EQ("ok", rows.at("os_command_scope_open"));
+    EXPECT_GT(waitpid(-1, nullptr, 0), 0);
 }
 
 TEST(QuorbaseCheck, NamesWhatKeepsALibraryFromLoading) {
@@ -237,7 +262,7 @@ TEST(QuorbaseCheck, SaysThatItHasNoFolder) {
 TEST(QuorbaseCheck, HasAManPageThatIsWellFormedAndHasEveryOption) {
     EXPECT_EQ("", run_shell("groff -man -Tascii -ww -z " MAN_PAGE " 2>&1").output);
     const std::string page = file_text(MAN_PAGE);
-    for (const char *option : {"modem", "limit", "help", "version"}) {
+    for (const char *option : {"modem", "limit", "json\\-parse", "help", "version"}) {
         EXPECT_NE(std::string::npos, page.find(std::string("\\fB\\-\\-") + option + "\\fP")) << option;
     }
 }
