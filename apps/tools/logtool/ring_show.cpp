@@ -37,13 +37,13 @@ class RingShow {
 
     /* Until Ctrl-C. */
     ExitCode follow() {
-        if (!follower_->problem().empty()) {
-            return complain(ExitCode::kRefused, follower_->problem());
+        const bool started = follower_->problem().empty();
+        if (started) {
+            follower_->read(watch_, [this](const std::string &line) {
+                return overlap_.repeats(line) || output_.take(parse_log_line(line));
+            });
         }
-        follower_->read(watch_, [this](const std::string &line) {
-            return overlap_.repeats(line) || output_.take(parse_log_line(line));
-        });
-        return ended() ? check_output(output_) : report(follower_->end());
+        return ended() ? check_output(output_) : report(started ? follower_->end() : follower_->problem());
     }
 
   private:

@@ -42,7 +42,7 @@ std::string start_text(const ModuleReport &report) {
 /* Without a process, the texts are empty. */
 void print_process(const ModuleReport &report) {
     const bool known = report.process.has_value();
-    print_field("processor", known ? cell_of(report, "cpu") + " % of one, since it started" : "");
+    print_field("processor", known ? cell_of(report, "cpu") + " % of a processor, since its start" : "");
     print_field("resident memory", cell_of(report, "rss"));
     print_field("threads", cell_of(report, "threads"));
     print_field("uptime", known ? cell_of(report, "uptime") + ", since " + start_text(report) : "");

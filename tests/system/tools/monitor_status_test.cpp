@@ -136,6 +136,8 @@ TEST_F(MonitorStatus, ALogThatCannotBeReadIsNoFailure) {
     const ToolEnd failed = without_file("wlan");
     EXPECT_EQ(0, failed.status) << failed.errors;
     EXPECT_TRUE(has(failed, "\n  log               logread failed\n")) << failed.output;
+    std::filesystem::remove_all(kFakes);
+    EXPECT_TRUE(has(without_file("wlan"), "journalctl")) << "the place that was tried last";
     const ToolEnd forbidden = with_own_logs("touch /var/log/messages && chmod 0 /var/log/messages && " +
                                             modes_hold() + "$TOOLS/monitor_tool status wlan");
     EXPECT_EQ(0, forbidden.status) << forbidden.errors;
@@ -172,7 +174,7 @@ TEST_F(MonitorStatus, ColoursTroubleAndTheLinesOfTheLog) {
     const ToolEnd end = run_on_terminal(
         {"/usr/bin/unshare", "--mount", geteuid() == 0 ? "--fork" : "--map-root-user", "bash", "-c",
          "mount -t tmpfs tmpfs /var/log && cp /tmp/status.log /var/log/messages && exec " +
-             tool_path("monitor_tool") + " status wlan --timeout 0.5"},
+             tool_path("monitor_tool") + " status wlan --timeout 2"},
         narrow);
     EXPECT_EQ(0u, end.output.find("\033[1;31mwlan\033[0m\r\n")) << end.output;
     EXPECT_TRUE(has(end, "\033[1;31m    Nov 21 04:40:00 error a.cpp f:1\r\n    first\033[0m\r\n"))

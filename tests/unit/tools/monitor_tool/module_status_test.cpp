@@ -43,7 +43,7 @@ TEST(ModuleStatus, PrintsProcessAndLog) {
     const LogTail tail = tail_with(log_with({"7", "812"}));
     const std::string text = printed(busy("wlan", 12.5, 3u << 20), &tail);
     expect_part(
-        "  processor         12.5 % of one, since it started\n"
+        "  processor         12.5 % of a processor, since its start\n"
         "  resident memory   3.0M\n"
         "  threads           3\n"
         "  uptime            1h02m, since 20",
