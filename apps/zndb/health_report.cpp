@@ -77,7 +77,10 @@ void report_health(const ServiceManager &manager, const char *socket_path) {
         frwk_sleep(kRetryMs);
     }
     const uint32_t pause = manager.watchdog_pause_ms();
-    while (pause != 0) {
+    if (pause == 0) {
+        return;
+    }
+    for (;;) {
         frwk_sleep(report_if_serving("WATCHDOG=1") ? pause : std::min(pause, kRetryMs));
     }
 }

@@ -1,8 +1,8 @@
 /*
  * Client of the configuration database, the module zndb: text values under text keys.
  *
- * Every call sends one request to that module and keeps no state. It returns a zndb_ret_e_type. Any thread may
- * call; each call waits for the answer as frwk_ipc_send_sync does, with a limit of 3 seconds.
+ * Every call sends one request to that module and keeps no state. It returns a zndb_ret_e_type. Any thread
+ * may call; each call waits for the answer as frwk_ipc_send_sync does, with a limit of 3 seconds.
  */
 #ifndef QUOR_ZNDB_H
 #define QUOR_ZNDB_H
