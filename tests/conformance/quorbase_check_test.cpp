@@ -94,6 +94,21 @@ TEST(QuorbaseCheck, FindsNothingWrongInAMakersLibraryWithoutTheOptionalFunctions
 }
 #endif
 
+TEST(QuorbaseCheck, RunsTheCallsOfJsonOnTheDocumentOfTheMakersParser) {
+    const std::set<std::string> calls = {"json_get_object_item", "json_is_string", "json_get_string",
+                                         "json_get_int64", "json_get_double"};
+    const Rows rows = rows_of(check({"--json-parse", "maker_json_read", MAKER_JSON}).output);
+    EXPECT_EQ("ok", rows.at("json_get_object_item"));
+    EXPECT_EQ("ok", rows.at("json_get_string"));
+    EXPECT_EQ("ok", rows.at("json_is_string"));
+    EXPECT_EQ("wrong: gives another number", rows.at("json_get_int64"));
+    EXPECT_EQ("wrong: gives another number", rows.at("json_get_double"));
+    EXPECT_EQ(calls, with_result(rows_of(check({MAKER_JSON}).output),
+                                 "not called: needs a document, and the library has no json_parse"));
+    EXPECT_EQ(calls, with_result(rows_of(check({"--json-parse", "maker_json_fail", MAKER_JSON}).output),
+                                 "wrong: can't be tried: maker_json_fail gives no document"));
+}
+
 TEST(QuorbaseCheck, FindsEveryFunctionWrongThatDoesNothing) {
     const ToolEnd end = check({"--limit", "5", IDLE_BASE});
     EXPECT_EQ(1, end.status) << end.errors;
@@ -237,7 +252,7 @@ TEST(QuorbaseCheck, SaysThatItHasNoFolder) {
 TEST(QuorbaseCheck, HasAManPageThatIsWellFormedAndHasEveryOption) {
     EXPECT_EQ("", run_shell("groff -man -Tascii -ww -z " MAN_PAGE " 2>&1").output);
     const std::string page = file_text(MAN_PAGE);
-    for (const char *option : {"modem", "limit", "help", "version"}) {
+    for (const char *option : {"modem", "limit", "json\\-parse", "help", "version"}) {
         EXPECT_NE(std::string::npos, page.find(std::string("\\fB\\-\\-") + option + "\\fP")) << option;
     }
 }

@@ -69,12 +69,12 @@ void start_memory(const LoadedLibrary &library) {
 }
 
 /* In the child: examines, and doesn't come back. */
-[[noreturn]] void examine_here(const std::string &path, const NamedCheck &check, const WorkFolder &folder,
+[[noreturn]] void examine_here(const Subject &subject, const NamedCheck &check, const WorkFolder &folder,
                                UniqueFd report) {
     (void)::prctl(PR_SET_PDEATHSIG, SIGKILL);
     silence_output();
-    const LoadedLibrary library(path);
-    const Examination examination(library, folder.path(), std::move(report));
+    const LoadedLibrary library(subject.path);
+    const Examination examination(subject, library, folder.path(), std::move(report));
     if (!library.problem().empty()) {
         examination.end(Verdict::kWrong, library.problem());
     }
@@ -178,7 +178,7 @@ std::string Examination::content(const std::string &path) {
     return read;
 }
 
-Finding examine(const std::string &library, const NamedCheck &check, unsigned limit) {
+Finding examine(const Subject &subject, const NamedCheck &check) {
     const WorkFolder folder;
     int ends[2] = {-1, -1};
     if (!folder.made() || ::pipe2(ends, O_CLOEXEC) != 0) {
@@ -188,8 +188,8 @@ Finding examine(const std::string &library, const NamedCheck &check, unsigned li
     UniqueFd to_report(ends[1]);
     const pid_t child = ::fork();
     if (child == 0) {
-        examine_here(library, check, folder, std::move(to_report));
+        examine_here(subject, check, folder, std::move(to_report));
     }
     to_report.reset();
-    return child > 0 ? collect(child, report.get(), limit) : no_process();
+    return child > 0 ? collect(child, report.get(), subject.limit) : no_process();
 }

@@ -22,15 +22,23 @@ struct Finding {
     std::string text; /* the reason, or "" */
 };
 
+/* What is examined, and how. */
+struct Subject {
+    std::string path; /* of the library; without a slash, the loader searches its folders */
+    std::string json_parse = "json_parse"; /* the library's call that makes a document of a JSON text */
+    unsigned limit = 10;                   /* seconds until a function that doesn't return is ended */
+};
+
 /* In the process of the examination. Every function that ends it reports a finding first. */
 class Examination {
   public:
-    Examination(const LoadedLibrary &library, std::string folder, UniqueFd report)
-        : library_(library), folder_(std::move(folder)), report_(std::move(report)) {}
+    Examination(const Subject &subject, const LoadedLibrary &library, std::string folder, UniqueFd report)
+        : subject_(subject), library_(library), folder_(std::move(folder)), report_(std::move(report)) {}
 
     /* The address of a function. Ends the examination if the library doesn't have it. See CALL. */
     void *demand(const char *name) const;
 
+    const Subject &subject() const { return subject_; }
     const LoadedLibrary &loaded() const { return library_; }
 
     /* Ends the examination as wrong unless the condition holds. otherwise: what the function did. */
@@ -52,6 +60,7 @@ class Examination {
     static std::string content(const std::string &path);
 
   private:
+    const Subject &subject_;
     const LoadedLibrary &library_;
     std::string folder_;
     UniqueFd report_;
@@ -69,9 +78,8 @@ struct NamedCheck {
 };
 
 /*
- * Loads the library in a child process and runs a check there.
+ * Loads the library in a child process, which is killed at the limit, and runs a check there.
  *
- * limit: seconds until a child that doesn't end is killed.
  * Returns kRight if the check came to its end; kMissing if the library doesn't have the function.
  */
-Finding examine(const std::string &library, const NamedCheck &check, unsigned limit);
+Finding examine(const Subject &subject, const NamedCheck &check);

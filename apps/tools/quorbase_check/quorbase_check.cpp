@@ -27,10 +27,12 @@ constexpr char kHelp[] =
     "Check a device maker's libquorbase, or libmal with --modem: load it with all symbols bound,\n"
     "list the functions that are missing, and run each of the others against its contract.\n"
     "\n"
-    "  --modem          LIBRARY is the modem client (libmal)\n"
-    "  --limit SECONDS  End a function that does not return for so long (1 to 600; default 10)\n"
-    "  --help           Print this help\n"
-    "  --version        Print the version\n"
+    "  --modem            LIBRARY is the modem client (libmal)\n"
+    "  --limit SECONDS    End a function that does not return for so long (1 to 600; default 10)\n"
+    "  --json-parse NAME  The library's function that makes a document of a JSON text (default:\n"
+    "                     json_parse); without one the calls of json.h can't be run\n"
+    "  --help             Print this help\n"
+    "  --version          Print the version\n"
     "\n"
     "Each function runs in a process of its own, in a private folder. A path without a slash is searched\n"
     "for in the loader's folders. Run it on the device, as the user of the modules: the checks of the\n"
@@ -42,9 +44,8 @@ constexpr char kHelp[] =
     "loaded.\n";
 
 struct Request {
-    std::string path; /* of the library */
+    Subject subject;
     bool modem = false;
-    unsigned limit = 10;
 };
 
 const char *word_of(Verdict verdict) {
@@ -97,7 +98,7 @@ void print_row(const ContractRow &row, const Finding &finding) {
 Totals examine_all(const Request &request) {
     Totals totals;
     for (const ContractRow &row : contract_rows(request.modem)) {
-        const Finding finding = examine(request.path, row.check, request.limit);
+        const Finding finding = examine(request.subject, row.check);
         print_row(row, finding);
         totals.count(row, finding.verdict);
     }
@@ -105,9 +106,9 @@ Totals examine_all(const Request &request) {
 }
 
 int check_library(const Request &request) {
-    const Finding loading = examine(request.path, {nullptr, nullptr}, request.limit);
+    const Finding loading = examine(request.subject, {nullptr, nullptr});
     if (loading.verdict != Verdict::kRight) {
-        complain(request.path + ": " + loading.text);
+        complain(request.subject.path + ": " + loading.text);
         return kNotLoaded;
     }
     const Totals totals = examine_all(request);
@@ -148,11 +149,13 @@ int read_options(int argc, char **argv, Request *request) {
     enum {
         kModem = 1,
         kLimit,
+        kJsonParse,
         kHelpOption,
         kVersion
     };
     constexpr option kOptions[] = {{"modem", no_argument, nullptr, kModem},
                                    {"limit", required_argument, nullptr, kLimit},
+                                   {"json-parse", required_argument, nullptr, kJsonParse},
                                    {"help", no_argument, nullptr, kHelpOption},
                                    {"version", no_argument, nullptr, kVersion},
                                    {nullptr, 0, nullptr, 0}};
@@ -165,7 +168,10 @@ int read_options(int argc, char **argv, Request *request) {
                 request->modem = true;
                 break;
             case kLimit:
-                request->limit = limit_in(optarg);
+                request->subject.limit = limit_in(optarg);
+                break;
+            case kJsonParse:
+                request->subject.json_parse = optarg;
                 break;
             case kHelpOption:
                 (void)std::fputs(kHelp, stdout);
@@ -177,7 +183,7 @@ int read_options(int argc, char **argv, Request *request) {
                 return refuse_option(found, argv[optind - 1]);
         }
     }
-    return request->limit == 0 ? refuse("--limit takes 1 to 600 seconds") : kGoOn;
+    return request->subject.limit == 0 ? refuse("--limit takes 1 to 600 seconds") : kGoOn;
 }
 
 }  // namespace
@@ -194,6 +200,6 @@ int main(int argc, char **argv) {
     if (optind + 1 < argc) {
         return refuse(std::string("unexpected argument '") + argv[optind + 1] + "'");
     }
-    request.path = argv[optind];
+    request.subject.path = argv[optind];
     return check_library(request);
 }

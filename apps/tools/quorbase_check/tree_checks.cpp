@@ -69,16 +69,19 @@ void expect_no_entity(const Examination &that) {
 
 /* ---- JSON ------------------------------------------------------------------------------------------ */
 
-/* The member of an object. The contract has no call that makes a document, so a library needs our json_parse
- * for it. */
+/* The member of an object. The contract has no call that makes a document: it is our json_parse, or the call
+ * that the command line names. */
 const json_item *member(const Examination &that, const char *name) {
     const auto find = CALL(that, json_get_object_item);
-    if (that.loaded().address("json_parse") == nullptr) {
-        that.end(Verdict::kNotCalled, "needs a document, and the library has no json_parse");
+    const std::string &name_of_parse = that.subject().json_parse;
+    void *const address = that.loaded().address(name_of_parse.c_str());
+    if (address == nullptr) {
+        that.end(Verdict::kNotCalled,
+                 "needs a document, and the library has no " + name_of_parse + " (see --json-parse)");
     }
-    const json_item *const root =
-        CALL(that, json_parse)(R"({"text": "seven", "number": -7000000000, "half": 0.5})");
-    that.expect(root != nullptr, "can't be tried: json_parse gives no document");
+    const auto parse = reinterpret_cast<decltype(&json_parse)>(address);
+    const json_item *const root = parse(R"({"text": "seven", "number": -7000000000, "half": 0.5})");
+    that.expect(root != nullptr, "can't be tried: " + name_of_parse + " gives no document");
     return find(root, name);
 }
 
