@@ -2,6 +2,8 @@
  * quorbase-check, run on libraries that conform and on libraries that don't.
  */
 #include <gtest/gtest.h>
+#include <sys/prctl.h>
+#include <sys/wait.h>
 
 #include <map>
 #include <set>
@@ -148,6 +150,14 @@ TEST(QuorbaseCheck, SurvivesFunctionsThatAProcessDoesNotSurvive) {
     EXPECT_EQ("wrong: ends the process with status 5", rows["os_file_size"]);
     EXPECT_EQ("wrong: does not return within 5 s", rows["os_msleep"]);
     EXPECT_EQ("ok", rows["os_uptime_sec"]);
+}
+
+TEST(QuorbaseCheck, TakesAProcessThatNobodyWaitsForAsEnded) {
+    ASSERT_EQ(0, prctl(PR_SET_CHILD_SUBREAPER, 1)); /* orphans become children of this process, and stay */
+    const Rows rows = rows_of(check({OUR_BASE}).output);
+    EXPECT_EQ("ok", rows.at("os_command_scope_close"));
+    EXPECT_EQ("ok", rows.at("os_command_scope_open"));
+    EXPECT_GT(waitpid(-1, nullptr, 0), 0);
 }
 
 TEST(QuorbaseCheck, NamesWhatKeepsALibraryFromLoading) {
