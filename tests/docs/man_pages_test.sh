@@ -1,7 +1,7 @@
 #!/bin/bash
 # man_pages_test.sh SOURCE PAGES VERSION: checks the man pages that the build has made.
 #
-# SOURCE: the project's folder. PAGES: the folder with man1, man3 and man5. VERSION: of the project.
+# SOURCE: the project's folder. PAGES: the folder with man1, man3, man5 and man7. VERSION: of the project.
 set -eu -o pipefail
 
 source=$1
@@ -32,7 +32,7 @@ lacking() {
     done < <(grep -ELe "$pattern" "$@")
 }
 
-lacking "date or version" "^[.]TH [^ ]+ [135] \"[0-9]{4}-[0-9]{2}-[0-9]{2}\" \"quorapps $version\" " "$pages"/man?/*
+lacking "date or version" "^[.]TH [^ ]+ [1357] \"[0-9]{4}-[0-9]{2}-[0-9]{2}\" \"quorapps $version\" " "$pages"/man?/*
 for section in NAME DESCRIPTION 'SEE ALSO'; do
     lacking "section $section" "^[.]SH \"?$section\"?\$" "$pages"/man?/*
 done
@@ -44,8 +44,8 @@ lacking result '^(\\fB(void [^*]|extern )|[.]SH RETURN VALUE$)' "$pages"/man3/*
 # A reference leads to a page of ours, or to one of the system.
 while read -r page; do
     case "$page" in
-        head.1 | journalctl.1 | logread.1 | syslog.3 | systemd.service.5) ;;
+        head.1 | journalctl.1 | logread.1 | ps.1 | syslog.3 | systemd.service.5) ;;
         *) ls "$pages"/man?/"$page" > /dev/null 2>&1 || complain "no page $page" ;;
     esac
-done < <(cat "$pages"/man?/* | sed -n 's/^[.]BR \([a-z_.-]*\) (\([135]\)).*/\1.\2/p' | sort -u)
+done < <(cat "$pages"/man?/* | sed -n 's/^[.]BR \([a-z_.-]*\) (\([1357]\)).*/\1.\2/p' | sort -u)
 exit "$status"
