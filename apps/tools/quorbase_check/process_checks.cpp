@@ -7,6 +7,7 @@
 #include <cstdlib>
 
 #include "checks.h"
+#include "formats/device_paths.h"
 #include "os_process.h"
 
 namespace {
@@ -32,7 +33,8 @@ pid_t leave_process(const Examination &that) {
 
 /* A process that has ended keeps its id until its parent takes notice, which may be never. */
 bool runs(pid_t process) {
-    const std::string facts = Examination::content("/proc/" + std::to_string(process) + "/stat");
+    const std::string folder = std::string(paths::kProcessFolder) + "/" + std::to_string(process);
+    const std::string facts = Examination::content(folder + "/stat");
     const size_t end_of_name = facts.rfind(") ");
     return end_of_name != std::string::npos && facts.compare(end_of_name, 3, ") Z") != 0;
 }
