@@ -44,7 +44,7 @@ UniqueFd create_new(const Place &place, const struct stat &folder) {
     (void)::unlinkat(place.folder.get(), place.name, 0);
     UniqueFd fd(::openat(place.folder.get(), place.name, kOpenNew, kOwnerOnly));
     if (fd && folder.st_uid != ::geteuid()) {
-        (void)::fchown(fd.get(), folder.st_uid, folder.st_gid); /* root only */
+        (void)!::fchown(fd.get(), folder.st_uid, folder.st_gid); /* root only */
     }
     return fd;
 }
@@ -94,7 +94,7 @@ void give_new_folder_away(const char *path) {
     }
     const UniqueFd folder(::openat(place.folder.get(), place.name, kOpenFolder));
     if (folder) {
-        (void)::fchown(folder.get(), parent.st_uid, parent.st_gid);
+        (void)!::fchown(folder.get(), parent.st_uid, parent.st_gid);
     }
 }
 
