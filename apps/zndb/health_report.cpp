@@ -80,7 +80,7 @@ void report_health(const ServiceManager &manager, const char *socket_path) {
     if (pause == 0) {
         return;
     }
-    for (;;) {
+    for (;;) {  // NOLINT(bugprone-infinite-loop): as long as the process lives
         frwk_sleep(report_if_serving("WATCHDOG=1") ? pause : std::min(pause, kRetryMs));
     }
 }

@@ -1,6 +1,7 @@
 #include "apptest/answer_type.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -126,7 +127,7 @@ std::string real_text(const std::string &bytes) {
     for (int digits = 1; digits <= kMostDigits; ++digits) {
         (void)std::snprintf(text, sizeof(text), "%.*g", digits, static_cast<double>(number));
         const auto again = static_cast<Real>(std::strtod(text, nullptr));
-        if (std::memcmp(&again, &number, sizeof(number)) == 0) {
+        if (std::isnan(number) || again == number) {
             break;
         }
     }

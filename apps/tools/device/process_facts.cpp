@@ -30,6 +30,7 @@ std::optional<ProcessStatus> parse_process_status(const std::string &text) {
     uint64_t user = 0;
     uint64_t system = 0;
     ProcessStatus status = {};
+    // NOLINTBEGIN(cert-err34-c): the kernel writes numbers that fit
     const int count =
         name_end == std::string::npos
             ? 0
@@ -37,6 +38,7 @@ std::optional<ProcessStatus> parse_process_status(const std::string &text) {
                           " %*c %*s %*s %*s %*s %*s %*s %*s %*s %*s %*s %" SCNu64 " %" SCNu64
                           " %*s %*s %*s %*s %" SCNu32 " %*s %" SCNu64 " %*s %" SCNu64,
                           &user, &system, &status.threads, &status.start_ticks, &status.resident_pages);
+    // NOLINTEND(cert-err34-c)
     status.ticks = user + system;
     return count == 5 ? std::optional<ProcessStatus>(status) : std::nullopt;
 }

@@ -16,7 +16,8 @@ void add_period(Words &words, const JournalQuery &query) {
 
 void add_matches(Words &words, const std::string &field, const Words &names) {
     for (const std::string &name : names) {
-        words.push_back(field + "=" + name);
+        words.push_back(field);
+        words.back().append("=").append(name);
     }
 }
 

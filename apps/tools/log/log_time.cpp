@@ -115,6 +115,7 @@ bool read_clock(const std::string &text, std::tm *parts) {
     int minute = 0;
     int second = 0;
     const std::string whole = text.substr(0, text.find('.'));
+    // NOLINTNEXTLINE(cert-err34-c): two digits fit
     const int count = std::sscanf(whole.c_str(), "%2d:%2d:%2d", &hour, &minute, &second);
     const auto colons = std::count(whole.begin(), whole.end(), ':');
     const bool fraction = whole.size() < text.size();
@@ -133,6 +134,7 @@ bool read_clock(const std::string &text, std::tm *parts) {
 bool read_date(const std::string &text, std::tm *parts) {
     std::tm date = {};
     if (text.size() != kDateLength || !has_only(text, "0123456789-") ||
+        // NOLINTNEXTLINE(cert-err34-c): four digits fit
         std::sscanf(text.c_str(), "%4d-%2d-%2d", &date.tm_year, &date.tm_mon, &date.tm_mday) != 3) {
         return false;
     }
@@ -270,6 +272,7 @@ Time without_year(const std::string &text, std::time_t now) {
     std::tm parts = {};
     char month[4] = "";
     int clock = 0;
+    // NOLINTNEXTLINE(cert-err34-c): two digits fit
     if (std::sscanf(text.c_str(), "%3[A-Za-z] %2d %n", month, &parts.tm_mday, &clock) != 2 ||
         !read_clock(text.substr(static_cast<size_t>(clock)), &parts)) {
         return std::nullopt;
@@ -299,9 +302,11 @@ std::optional<int64_t> take_zone(std::string *clock) {
         return std::nullopt;
     }
     const std::string zone = clock->substr(sign + 1);
+    // NOLINTBEGIN(cert-err34-c): two digits fit
     if (std::sscanf(zone.c_str(), "%2d:%2d", &hours, &minutes) < 2) {
         (void)std::sscanf(zone.c_str(), "%2d%2d", &hours, &minutes);
     }
+    // NOLINTEND(cert-err34-c)
     const int64_t seconds = hours * kHour + minutes * kMinute;
     const bool west = (*clock)[sign] == '-';
     clock->erase(sign);

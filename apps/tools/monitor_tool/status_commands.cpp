@@ -102,6 +102,7 @@ std::vector<ModuleReport> report_some(const std::vector<uint32_t> &modules, std:
 
 std::optional<LogTail> log_of(const std::vector<ModuleReport> &reports, uint32_t lines) {
     std::vector<std::string> names;
+    names.reserve(reports.size());
     for (const ModuleReport &report : reports) {
         names.push_back(report.facts.name);
     }

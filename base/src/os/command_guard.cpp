@@ -24,7 +24,7 @@ namespace {
 constexpr char kName[] = "quor-guard"; /* so that a search for the module's name doesn't find the guard */
 constexpr int kAskerEnded = SIGHUP;
 constexpr timespec kLookAgain = {1, 0};
-constexpr int kStartOfAShellMs = 1000;
+constexpr int kStartMs = 1000; /* of the guard, and of a shell */
 
 /*
  * Closes the inherited descriptors: when the module ends, its peers must see their connections closed and the
@@ -80,7 +80,13 @@ bool is_dismissed(const GuardAsker &asker, const sigset_t &while_waiting) {
  */
 void wait_for_shells_that_start() {
     pollfd call = {STDIN_FILENO, POLLIN, 0};
-    (void)poll(&call, 1, kStartOfAShellMs);
+    (void)poll(&call, 1, kStartMs);
+}
+
+/* Waits until a kill of the module's process group would not end the guard, or a second has passed. */
+void wait_until_guarded(int call) {
+    pollfd ready = {call, POLLIN, 0};
+    (void)poll(&ready, 1, kStartMs);
 }
 
 }  // namespace
@@ -92,6 +98,7 @@ void guard_commands(int call, const GuardAsker &asker, void (*act)()) {
     (void)prctl(PR_SET_NAME, kName);
     (void)prctl(PR_SET_PDEATHSIG, kAskerEnded);
     keep_only(call);
+    (void)send(STDIN_FILENO, "", 1, MSG_NOSIGNAL);
     if (is_dismissed(asker, while_waiting)) {
         return;
     }
@@ -107,7 +114,7 @@ void CommandGuard::start(void (*act)()) {
         return;
     }
     UniqueFd call(ends[0]);
-    const UniqueFd guards_end(ends[1]);
+    UniqueFd guards_end(ends[1]);
     const GuardAsker asker = {getpid(), static_cast<pid_t>(syscall(SYS_gettid))};
     const pid_t guard = fork();
     if (guard == 0) {
@@ -120,6 +127,8 @@ void CommandGuard::start(void (*act)()) {
     }
     guard_ = guard;
     call_ = call.take();
+    guards_end.reset();
+    wait_until_guarded(call_);
 }
 
 void CommandGuard::dismiss() {

@@ -18,6 +18,7 @@
 #include <functional>
 #include <string>
 #include <thread>
+#include <vector>
 
 #include "doubles/faults_test_fixture.h"
 #include "doubles/libc_doubles.h"
@@ -225,6 +226,20 @@ TEST_F(CommandGuardTest, NothingIsLeftOfAScopeThatIsOpenedAfresh) {
 TEST_F(CommandGuardTest, AScopeWithoutACommandHasNone) {
     os_command_scope_open();
     EXPECT_FALSE(has_children());
+    EXPECT_EQ(0, os_command_scope_close());
+}
+
+/* A kill of the whole group right after the start of a command must not end the guard. */
+TEST_F(CommandGuardTest, ACommandStartsOnceTheGuardHasLeftTheGroup) {
+    std::vector<int> ready;
+    libc::poll.stand_in([&ready](pollfd *fds, nfds_t count, int limit) {
+        ready.push_back(libc::poll.real(fds, count, limit));
+        EXPECT_NE(0, access(kPid, F_OK)); /* the command has not run */
+        return ready.back();
+    });
+    os_command_scope_open();
+    EXPECT_EQ(0, os_system("echo $$ > /m_data/usr/command_pid"));
+    EXPECT_EQ(std::vector<int>{1}, ready);
     EXPECT_EQ(0, os_command_scope_close());
 }
 

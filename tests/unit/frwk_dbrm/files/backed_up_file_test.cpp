@@ -43,6 +43,20 @@ class BackedUpFile : public testing::Test {
 
     static void give_folder_away() { give_to_another_user({kFolder}); }
 
+    /* The folder belongs to another user at the first look, and can't be looked at again. */
+    static void fail_second_look_at_folder() {
+        doubles::libc::fstat.stand_in([looks = 0](int fd, struct stat *info) mutable {
+            const int result = doubles::libc::fstat.real(fd, info);
+            std::error_code error;
+            if (std::filesystem::read_symlink("/proc/self/fd/" + std::to_string(fd), error) != kFolder) {
+                return result;
+            }
+            info->st_uid = kAnotherUser;
+            errno = EIO;
+            return ++looks == 1 ? result : -1;
+        });
+    }
+
     static std::string source_text() {
         char text[32] = "";
         const UniqueFile file = backed_up_file::open_source(kFile);
@@ -107,6 +121,38 @@ TEST_F(BackedUpFile, WithASecondNameIsNotReadFromAnothersFolder) {
     give_folder_away();
     EXPECT_FALSE(backed_up_file::open_source(kFile));
     EXPECT_EQ(EPERM, errno);
+}
+
+/* The folder's owner may have moved it there from any folder of theirs. */
+TEST_F(BackedUpFile, OfRootsOwnIsNotReadFromAnothersFolder) {
+    ASSERT_TRUE(write_text(kFile, "text"));
+    ASSERT_EQ(0, ::chmod(kFile, 0600));
+    EXPECT_EQ("text", source_text());
+    give_folder_away();
+    EXPECT_FALSE(backed_up_file::open_source(kFile));
+    EXPECT_EQ(EPERM, errno);
+    ASSERT_EQ(0, ::chmod(kFile, 0604));
+    EXPECT_EQ("text", source_text());
+}
+
+TEST_F(BackedUpFile, OfRootsOwnIsReplacedInAnothersFolderByOneOfTheSameMode) {
+    ASSERT_TRUE(write_text(kFile, "precious"));
+    ASSERT_EQ(0, ::chmod(kFile, 04755));
+    const UniqueFd before(::open(kFile, O_RDONLY | O_CLOEXEC));
+    give_folder_away();
+    EXPECT_TRUE(write_target("new"));
+    EXPECT_EQ("new", file_text(kFile));
+    EXPECT_EQ(0755u, info_of(kFile).st_mode & 07777u);
+    char text[16] = "";
+    EXPECT_EQ(8, ::pread(before.get(), text, sizeof(text), 0));
+    EXPECT_STREQ("precious", text);
+}
+
+TEST_F(BackedUpFile, IsNotReadFromAFolderOfWhichNothingIsKnown) {
+    ASSERT_TRUE(write_text(kFile, "text"));
+    fail_second_look_at_folder();
+    EXPECT_FALSE(backed_up_file::open_source(kFile));
+    EXPECT_EQ(EIO, errno);
 }
 
 TEST_F(BackedUpFile, ThatIsAPipeIsNotWaitedForInAnothersFolder) {
@@ -189,17 +235,7 @@ TEST_F(BackedUpFile, GoesToTheOwnerOfTheFolder) {
 }
 
 TEST_F(BackedUpFile, IsNotWrittenInAFolderOfWhichNothingIsKnown) {
-    int looks = 0;
-    doubles::libc::fstat.stand_in([&looks](int fd, struct stat *info) {
-        const int result = doubles::libc::fstat.real(fd, info);
-        std::error_code error;
-        if (std::filesystem::read_symlink("/proc/self/fd/" + std::to_string(fd), error) != kFolder) {
-            return result;
-        }
-        info->st_uid = kAnotherUser;
-        errno = EIO;
-        return ++looks == 1 ? result : -1;
-    });
+    fail_second_look_at_folder();
     EXPECT_FALSE(backed_up_file::open_target(kFile));
     EXPECT_EQ(EIO, errno);
 }
@@ -250,6 +286,14 @@ TEST_F(GivenFolder, BelongsToTheOwnerOfTheOneAbove) {
     EXPECT_TRUE(owners_after_making(kFile).empty());
     give_folder_away();
     EXPECT_EQ(std::set<uid_t>{kAnotherUser}, owners_after_making(kFile));
+}
+
+/* One that was moved to the name of the new folder. */
+TEST_F(GivenFolder, ThatIsNotEmptyGoesToNobody) {
+    std::filesystem::create_directory(kFile);
+    ASSERT_TRUE(write_text(std::string(kFile) + "/precious", "precious"));
+    give_folder_away();
+    EXPECT_TRUE(owners_after_making(kFile).empty());
 }
 
 TEST_F(GivenFolder, ThatIsALinkOrMissingGoesToNobody) {

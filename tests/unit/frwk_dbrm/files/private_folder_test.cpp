@@ -208,6 +208,14 @@ TEST_F(PrivateFolders, OfAKilledProcessAreRemovedWhereverTheyAre) {
     EXPECT_FALSE(std::filesystem::exists(on_disk));
 }
 
+/* Another user may have given the name to any folder there. */
+TEST_F(PrivateFolders, AreNoLeftoversWhereAnotherCouldHaveRenamedThem) {
+    leave_folder();
+    set_modes(0777);
+    EXPECT_TRUE(PrivateFolder().make(kRoom));
+    EXPECT_TRUE(std::filesystem::exists(std::string(kLeftover) + "/backup"));
+}
+
 TEST_F(PrivateFolders, OfALivingProcessStay) {
     leave_folder();
     const int living = ::open(kLeftover, O_RDONLY | O_DIRECTORY | O_CLOEXEC);

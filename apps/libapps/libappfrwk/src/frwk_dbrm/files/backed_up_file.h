@@ -11,8 +11,10 @@
 
 namespace backed_up_file {
 
-/* Opens a file for reading. Fails with ELOOP for another user's link, with EPERM for a file that has a second
- * name where another user could have given it one. */
+/*
+ * Opens a file for reading. Fails with ELOOP for another user's link; with EPERM, where another user can
+ * change the folder, for a file that has a second name or that the folder's owner may not read.
+ */
 UniqueFile open_source(const char *path);
 
 /*
@@ -24,7 +26,7 @@ UniqueFile open_source(const char *path);
  */
 UniqueFd open_target(const char *path);
 
-/* Gives a new folder to the owner of the folder that contains it, if the caller is root. A failure is
+/* Gives a new, empty folder to the owner of the folder that contains it, if the caller is root. A failure is
  * ignored. */
 void give_new_folder_away(const char *path);
 

@@ -158,7 +158,10 @@ PrivateFolder::~PrivateFolder() {
 
 bool PrivateFolder::make(uint64_t room) {
     for (const char *parent : kParents) {
-        remove_leftovers(parent);
+        set_path(parent);
+        if (is_safe(path_)) { /* elsewhere, another user may have given the name to any folder */
+            remove_leftovers(parent);
+        }
     }
     for (const char *parent : kParents) {
         if (make_in(parent, room)) {
