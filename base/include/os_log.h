@@ -16,7 +16,8 @@
  * stopped daemon doesn't block a module. A line waits for the daemon for 100 ms at most, and the lines after
  * one that waited in vain don't wait until the daemon accepts a line again. While the daemon is slow, the
  * lines of a process together wait for one second at most, and for a tenth of the time after that. Lines that
- * the daemon doesn't accept are lost; their number is logged before the next line that it accepts, or at exit.
+ * the daemon doesn't accept are lost; their number is logged before the next line that it accepts, or at
+ * exit.
  *
  * Every function and macro may be used from any thread. In a forked child all may be used except os_log_init,
  * even if other threads of the parent were writing a line. A fork waits until no other thread is writing a

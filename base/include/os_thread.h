@@ -46,8 +46,8 @@ int32_t os_thread_join(os_thread_t thread);
 /*
  * Cancels a thread, which ends at its next cancellation point, such as a wait. The call doesn't wait for
  * that, and the thread's resources are not released: locks of its own stay locked. While the thread writes to
- * the log, encrypts, or changes a subscription it is not cancelled, since others need those locks: these calls
- * are no cancellation points, so a thread that makes no other calls is never cancelled. The C library
+ * the log, encrypts, or changes a subscription it is not cancelled, since others need those locks: these
+ * calls are no cancellation points, so a thread that makes no other calls is never cancelled. The C library
  * allocates memory for the first call of a process, and ends the process if that fails.
  *
  * thread: a thread that has not been joined or released; 0 gives ESRCH.
