@@ -61,7 +61,7 @@ class ModulesUser : public SharedFolder {
     }
 
     static void give_to(uid_t user) {
-        for (const char *path : {"/tmp/m_tmp", "/m_data/usr", kPages, kAccounts, "/m_data/usr/exchange"}) {
+        for (const char *path : {"/tmp/m_tmp", "/m_data/usr", "/m_data/usr/db", kPages, kAccounts, kFolder}) {
             (void)::lchown(path, user, user);
         }
     }

@@ -19,6 +19,8 @@
 
 namespace {
 
+using backed_up_file::Source;
+
 constexpr char kFolder[] = "/m_data/usr/guarded";
 constexpr char kFile[] = "/m_data/usr/guarded/file";
 constexpr char kElsewhere[] = "/m_data/usr/elsewhere";
@@ -57,9 +59,13 @@ class BackedUpFile : public testing::Test {
         });
     }
 
+    static UniqueFile open_source(Source source = Source::kOfFolderOwner) {
+        return backed_up_file::open_source(kFile, source);
+    }
+
     static std::string source_text() {
         char text[32] = "";
-        const UniqueFile file = backed_up_file::open_source(kFile);
+        const UniqueFile file = open_source();
         return file && std::fgets(text, sizeof(text), file.get()) != nullptr ? text : "";
     }
 
@@ -83,10 +89,10 @@ TEST_F(BackedUpFile, IsReadWhoeverOwnsTheFolder) {
 }
 
 TEST_F(BackedUpFile, ThatIsMissingIsNotRead) {
-    EXPECT_FALSE(backed_up_file::open_source(kFile));
+    EXPECT_FALSE(open_source());
     EXPECT_EQ(ENOENT, errno);
     give_folder_away();
-    EXPECT_FALSE(backed_up_file::open_source(kFile));
+    EXPECT_FALSE(open_source());
     EXPECT_EQ(ENOENT, errno);
 }
 
@@ -94,7 +100,7 @@ TEST_F(BackedUpFile, IsReadThroughTheCallersLinkOnly) {
     std::filesystem::create_symlink(kPrecious, kFile);
     EXPECT_EQ("precious", source_text());
     give_folder_away();
-    EXPECT_FALSE(backed_up_file::open_source(kFile));
+    EXPECT_FALSE(open_source());
     EXPECT_EQ(ELOOP, errno);
 }
 
@@ -103,7 +109,7 @@ TEST_F(BackedUpFile, BelowAnothersLinkIsNeitherReadNorWrittenNorRemoved) {
     std::filesystem::create_symlink(kElsewhere, std::string(kFolder) + "/link");
     give_folder_away();
     EXPECT_TRUE(backed_up_file::is_behind_strange_link(below.c_str()));
-    EXPECT_FALSE(backed_up_file::open_source(below.c_str()));
+    EXPECT_FALSE(backed_up_file::open_source(below.c_str(), Source::kOfFolderOwner));
     EXPECT_EQ(ELOOP, errno);
     EXPECT_FALSE(backed_up_file::open_target(below.c_str()));
     EXPECT_EQ(ELOOP, errno);
@@ -119,7 +125,7 @@ TEST_F(BackedUpFile, WithASecondNameIsNotReadFromAnothersFolder) {
     std::filesystem::create_hard_link(kPrecious, kFile);
     EXPECT_EQ("precious", source_text());
     give_folder_away();
-    EXPECT_FALSE(backed_up_file::open_source(kFile));
+    EXPECT_FALSE(open_source());
     EXPECT_EQ(EPERM, errno);
 }
 
@@ -129,8 +135,9 @@ TEST_F(BackedUpFile, OfRootsOwnIsNotReadFromAnothersFolder) {
     ASSERT_EQ(0, ::chmod(kFile, 0600));
     EXPECT_EQ("text", source_text());
     give_folder_away();
-    EXPECT_FALSE(backed_up_file::open_source(kFile));
+    EXPECT_FALSE(open_source());
     EXPECT_EQ(EPERM, errno);
+    EXPECT_TRUE(open_source(Source::kOfAnybody));
     ASSERT_EQ(0, ::chmod(kFile, 0604));
     EXPECT_EQ("text", source_text());
 }
@@ -151,14 +158,14 @@ TEST_F(BackedUpFile, OfRootsOwnIsReplacedInAnothersFolderByOneOfTheSameMode) {
 TEST_F(BackedUpFile, IsNotReadFromAFolderOfWhichNothingIsKnown) {
     ASSERT_TRUE(write_text(kFile, "text"));
     fail_second_look_at_folder();
-    EXPECT_FALSE(backed_up_file::open_source(kFile));
+    EXPECT_FALSE(open_source());
     EXPECT_EQ(EIO, errno);
 }
 
 TEST_F(BackedUpFile, ThatIsAPipeIsNotWaitedForInAnothersFolder) {
     ASSERT_EQ(0, ::mkfifo(kFile, 0600));
     give_folder_away();
-    EXPECT_FALSE(backed_up_file::open_source(kFile));
+    EXPECT_FALSE(open_source());
     EXPECT_EQ(EINVAL, errno);
     EXPECT_TRUE(write_target("new"));
     EXPECT_EQ("new", file_text(kFile));

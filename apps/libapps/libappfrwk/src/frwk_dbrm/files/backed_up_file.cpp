@@ -94,7 +94,7 @@ bool is_empty(int folder) {
 
 }  // namespace
 
-UniqueFile open_source(const char *path) {
+UniqueFile open_source(const char *path, Source source) {
     Place place;
     if (!find_place(path, LastLink::kFollow, &place)) {
         return UniqueFile();
@@ -108,7 +108,7 @@ UniqueFile open_source(const char *path) {
     if (!fd || ::fstat(place.folder.get(), &folder) != 0) {
         return UniqueFile();
     }
-    if (!has_one_name(found) || !is_readable_there(found, folder)) {
+    if (!has_one_name(found) || (source == Source::kOfFolderOwner && !is_readable_there(found, folder))) {
         errno = EPERM;
         return UniqueFile();
     }

@@ -11,11 +11,17 @@
 
 namespace backed_up_file {
 
+/* Which file may be read where another user can change the folder. */
+enum class Source {
+    kOfFolderOwner, /* one that the folder's owner may read: that user may have moved any file there */
+    kOfAnybody      /* also root's: the settings, which a database that runs as root writes */
+};
+
 /*
  * Opens a file for reading. Fails with ELOOP for another user's link; with EPERM, where another user can
- * change the folder, for a file that has a second name or that the folder's owner may not read.
+ * change the folder, for a file that has a second name or that is no such source.
  */
-UniqueFile open_source(const char *path);
+UniqueFile open_source(const char *path, Source source);
 
 /*
  * Opens a file for reading and writing, and truncates it. An existing file keeps its mode; a new one gets

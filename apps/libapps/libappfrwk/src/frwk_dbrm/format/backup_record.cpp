@@ -24,8 +24,13 @@ apps_err_e_type write_header(std::FILE *out, uint32_t type, const char *path, ui
     return E_APPS_ERR_SUCCESS;
 }
 
-apps_err_e_type write_data(std::FILE *out, const char *path, uint32_t length) {
-    const UniqueFile source = backed_up_file::open_source(path);
+backed_up_file::Source source_of(uint32_t type) {
+    return type == FRWK_DBRM_DATA_DB ? backed_up_file::Source::kOfAnybody
+                                     : backed_up_file::Source::kOfFolderOwner;
+}
+
+apps_err_e_type write_data(std::FILE *out, const char *path, uint32_t type, uint32_t length) {
+    const UniqueFile source = backed_up_file::open_source(path, source_of(type));
     if (!source) {
         FRWK_WARN_ERRNO(log_name::kDbrmBackupFile, "open backup file error!");
         return E_APPS_ERR_IO;
@@ -88,5 +93,5 @@ apps_err_e_type backup::append_record(std::FILE *out, const char *path, uint32_t
         FRWK_DEBUG(log_name::kDbrmBackupFile, "file '%s' is empty!", path);
         return E_APPS_ERR_SUCCESS;
     }
-    return write_data(out, path, *length);
+    return write_data(out, path, type, *length);
 }
