@@ -293,7 +293,7 @@ Time without_year(const std::string &text, std::time_t now) {
 std::optional<int64_t> take_zone(std::string *clock) {
     int hours = 0;
     int minutes = 0;
-    if (clock->find('Z') + 1 == clock->size()) {
+    if (!clock->empty() && clock->back() == 'Z') {
         clock->pop_back();
         return 0;
     }

@@ -74,10 +74,24 @@ int log_descriptor() {
     return -1;
 }
 
+/* The time that waits are measured by. It stands still, so that a slow machine makes no difference, and goes
+ * on from test to test, which share the process. */
+std::chrono::milliseconds g_now = std::chrono::hours(100'000);
+
 class LogSocketTest : public FaultsTest {
   protected:
     /* Reports the lines that other tests could not log. */
-    LogSocketTest() {
+    void SetUp() override {
+        FaultsTest::SetUp();
+        g_now += std::chrono::hours(1);
+        libc::clock_gettime.stand_in([](clockid_t clock, timespec *now) {
+            const int result = libc::clock_gettime.real(clock, now);
+            if (clock == CLOCK_MONOTONIC) {
+                *now = {static_cast<time_t>(g_now.count() / 1000),
+                        static_cast<long>(g_now.count() % 1000) * 1'000'000};
+            }
+            return result;
+        });
         os_log_init("sockmod", kLocal7);
         const LogDaemon daemon;
         log("first");
@@ -203,13 +217,6 @@ namespace {
 class SlowDaemon {
   public:
     explicit SlowDaemon(std::chrono::milliseconds pause) {
-        libc::clock_gettime.stand_in([this](clockid_t clock, timespec *now) {
-            (void)libc::clock_gettime.real(clock, now);
-            if (clock == CLOCK_MONOTONIC) {
-                *now = {now_.count() / 1000, now_.count() % 1000 * 1'000'000};
-            }
-            return 0;
-        });
         libc::poll.stand_in([this, pause](pollfd *fds, nfds_t count, int limit) {
             waited_ += std::min(pause, std::chrono::milliseconds(limit));
             pass(std::min(pause, std::chrono::milliseconds(limit)));
@@ -221,7 +228,7 @@ class SlowDaemon {
         });
     }
 
-    void pass(std::chrono::milliseconds time) { now_ += time; }
+    static void pass(std::chrono::milliseconds time) { g_now += time; }
 
     size_t read() {
         for (const std::string &text : texts_of(daemon_)) {
@@ -235,7 +242,6 @@ class SlowDaemon {
   private:
     const LogDaemon daemon_;
     size_t lines_ = 0;
-    std::chrono::milliseconds now_{1'000'000};
     std::chrono::milliseconds waited_{0};
 };
 
