@@ -103,14 +103,14 @@ TEST_F(ZndbManager, ItReportsItsEndWhenAnotherInstanceMayServe) {
 }
 
 TEST_F(ZndbManager, WithoutAManagerNothingRunsForIt) {
-    start();
-    EXPECT_EQ("READY=1", socket_.next());
+    start_with_watchdog();
+    const size_t with_manager = threads_of(zndb_->pid());
     end_by(E_APPS_MSG_SYS_EXIT);
-    EXPECT_EQ("STOPPING=1", socket_.next());
+    socket_.drain();
 
     environment_ = {"WATCHDOG_USEC=100000"};
     start();
-    EXPECT_EQ(3u, threads_of(zndb_->pid()));
+    EXPECT_EQ(with_manager - 1, threads_of(zndb_->pid()));
     end_by(E_APPS_MSG_SYS_EXIT);
     EXPECT_EQ("", socket_.next(0ms));
 }
