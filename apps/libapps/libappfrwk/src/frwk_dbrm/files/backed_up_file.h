@@ -1,7 +1,8 @@
 /*
  * The files that a backup reads and a restore writes, opened by name. If another user can change a folder of
- * the path, no link of that user is followed, and no file is used that may also have a name elsewhere: so
- * another user can't make root read or write a file that it can't access itself.
+ * the path, no link of that user is followed, and no file is used that may also have a name elsewhere: so the
+ * owner of a folder can't make root read or write a file that this user can't access. A folder of root's that
+ * others can write to is not covered.
  *
  * All functions leave the cause of a failure in errno. Any thread.
  */
