@@ -1,5 +1,6 @@
 /*
- * Many modules that change one event's file at random while others publish the event.
+ * Many modules that change one event's file at random while others publish the event. A publisher takes no lock:
+ * it may read a line in part while a subscriber rewrites the file, and ignores it. The file itself stays whole.
  */
 #include <gtest/gtest.h>
 
@@ -10,7 +11,6 @@
 
 #include "event_files.h"
 #include "support/module_process.h"
-#include "support/system_log.h"
 
 namespace {
 
@@ -75,7 +75,6 @@ class SubscriptionChurn : public EventFiles {
     std::vector<Module> publishing_;
     Module staying_ = start(kStaying);
     std::vector<std::string> subscribed_;
-    SystemLog log_;
 };
 
 TEST_F(SubscriptionChurn, LeavesAWellFormedFileAfterTenThousandOperations) {
@@ -87,7 +86,6 @@ TEST_F(SubscriptionChurn, LeavesAWellFormedFileAfterTenThousandOperations) {
     EXPECT_EQ(staying_.name, listed.front());
     std::sort(listed.begin(), listed.end());
     EXPECT_EQ(expected, listed);
-    EXPECT_EQ(0u, log_.count("ignore invalid subscriber module")) << log_.text();
 
     EXPECT_EQ("done", publishing_[0].process->ask("pub link 9002 -"));
     EXPECT_TRUE(staying_.process->wait_for_message("33 9002 0 -"));
