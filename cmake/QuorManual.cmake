@@ -21,6 +21,11 @@ function(quor_man_pages section)
   endforeach()
 endfunction()
 
+# quor_completion(FILE PROGRAM): what bash completes the program's words with, where it looks for it.
+function(quor_completion file program)
+  install(FILES ${file} DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions RENAME ${program})
+endfunction()
+
 # Section 3: a page of each exported function, made of the comments of the public headers.
 function(quor_function_pages)
   set(exports apps/libapps/libquorapps.map base/libquorbase.map modem/libmal.map)

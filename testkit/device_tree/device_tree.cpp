@@ -9,7 +9,8 @@
 // then used for every such program in the tree.
 //
 // The status is the command's, or 128 and the number of the signal that ended it; 126 or 127 when it can't
-// be run. Where the tree can't be made, as where namespaces are not allowed, and for a wrong usage, it is 2.
+// be run. Where the tree can't be made, as where namespaces are not allowed, for a wrong usage, and where the
+// help can't be written, it is 2.
 
 #include <unistd.h>
 
@@ -48,7 +49,8 @@ constexpr char kHelp[] =
     "  --version    print the version\n"
     "\n"
     "Exit status: the command's, 128 and the number of the signal that ended it, 127 if there is\n"
-    "no such program, 126 if it can't be run, 2 if the tree can't be made or the usage is wrong.\n";
+    "no such program, 126 if it can't be run, 2 if the tree can't be made, the usage is wrong or the\n"
+    "help can't be written.\n";
 
 struct Arguments {
     bool log = true;
@@ -93,6 +95,9 @@ bool print_requested(const char *word) {
 
 int main(int argc, char **argv) {
     if (argc == 2 && print_requested(argv[1])) {
+        if (fflush(stdout) != 0) {
+            device_tree::refuse("write", "the output");
+        }
         return 0;
     }
     const Arguments arguments = read_arguments(argv + 1);

@@ -17,6 +17,7 @@
 
 #include "device_tree_mounts.h"
 #include "formats/device_paths.h"
+#include "output/spelt_text.h"
 #include "support/log_line.h"
 
 namespace device_tree {
@@ -91,13 +92,16 @@ std::string time_now() {
     return std::string(text, strftime(text, sizeof(text), "%b %e %H:%M:%S ", &parts));
 }
 
-void replace_controls(std::string &text) {
+// One line that is safe on a terminal: C0 controls become blanks, as log daemons do it, and what else would
+// control a terminal or change the direction of the text is escaped.
+std::string safe_line(std::string text) {
     while (!text.empty() && (text.back() == '\n' || text.back() == '\0')) {
         text.pop_back();
     }
     for (char &each : text) {
         each = static_cast<unsigned char>(each) < ' ' ? ' ' : each;
     }
+    return spelt_out(text);
 }
 
 }  // namespace
@@ -105,7 +109,7 @@ void replace_controls(std::string &text) {
 std::string log_file_line(const std::string &message, const std::string &host) {
     std::string text = message;
     const int priority = take_priority(text);
-    replace_controls(text);
+    text = safe_line(text);
     if (!has_time(text)) {
         text.insert(0, time_now());
     }

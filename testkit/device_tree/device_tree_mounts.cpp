@@ -14,7 +14,6 @@
 
 #include "device_tree_mounts.h"
 
-#include <dirent.h>
 #include <fcntl.h>
 #include <sched.h>
 #include <sys/mount.h>
@@ -29,11 +28,12 @@
 #include <cstdlib>
 #include <cstring>
 #include <initializer_list>
-#include <memory>
 #include <string>
 
 #include "device_tree_emulator.h"
 #include "device_tree_users.h"
+#include "output/spelt_text.h"
+#include "support/folder_stream.h"
 
 namespace device_tree {
 namespace {
@@ -41,11 +41,6 @@ namespace {
 // While the root is being built: the host's root, and the folder that keeps the originals.
 const char kHost[] = "/.host";
 const char kOriginals[] = "/.originals";
-
-struct CloseFolder {
-    void operator()(DIR *folder) const { closedir(folder); }
-};
-using Folder = std::unique_ptr<DIR, CloseFolder>;
 
 using Names = std::initializer_list<const char *>;
 
@@ -56,12 +51,13 @@ bool contains(Names names, const std::string &name) {
 // Calls visit with the name of each entry of a folder but those in the skip list.
 template <typename Visit>
 void for_each_entry(const std::string &path, Names skip, Visit visit) {
-    const Folder folder(opendir(path.c_str()));
+    // The folder itself may be a link, as /usr/sbin is on some systems.
+    const UniqueFolderStream folder = open_folder_stream(AT_FDCWD, (path + "/.").c_str());
     if (!folder) {
         refuse("read", path.c_str());
     }
-    while (const dirent *entry = readdir(folder.get())) {
-        const std::string name = entry->d_name;
+    while (const char *entry = next_name(folder)) {
+        const std::string name = entry;
         if (name != "." && name != ".." && !contains(skip, name)) {
             visit(name);
         }
@@ -290,8 +286,9 @@ void drop_host() {
 }  // namespace
 
 void refuse(const char *what, const char *detail) {
-    (void)fprintf(stderr, "device-tree: %s %s: %s\n", what, detail, strerror(errno));
-    exit(2);
+    const std::string cause = strerror(errno);  // NOLINT(concurrency-mt-unsafe)
+    (void)fprintf(stderr, "device-tree: %s %s: %s\n", what, spelt_out(detail).c_str(), cause.c_str());
+    exit(2);  // NOLINT(concurrency-mt-unsafe): there is one thread
 }
 
 void enter_private_root() {

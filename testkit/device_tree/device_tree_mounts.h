@@ -4,7 +4,8 @@
 
 namespace device_tree {
 
-// Prints one line, "device-tree: WHAT DETAIL: CAUSE" with the cause from errno, and ends with status 2.
+// Prints one line, "device-tree: WHAT DETAIL: CAUSE" with the cause from errno, and ends with status 2. The
+// detail may come from outside: what would control a terminal is escaped.
 [[noreturn]] void refuse(const char *what, const char *detail);
 
 // Moves the calling process, which must have one thread, into a mount namespace of its own and makes the

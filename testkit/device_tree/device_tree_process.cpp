@@ -3,7 +3,6 @@
 
 #include "device_tree_process.h"
 
-#include <dirent.h>
 #include <fcntl.h>
 #include <poll.h>
 #include <sys/prctl.h>
@@ -17,19 +16,16 @@
 #include <cstdlib>
 #include <cstring>
 #include <iterator>
-#include <memory>
 #include <string>
 
 #include "device_tree_log.h"
 #include "device_tree_mounts.h"
+#include "output/spelt_text.h"
+#include "support/folder_stream.h"
 #include "support/unique_fd.h"
 
 namespace device_tree {
 namespace {
-
-struct CloseFolder {
-    void operator()(DIR *folder) const { closedir(folder); }
-};
 
 // What asks the launcher to end, as a terminal that is closed does. The command decides what to do about it.
 constexpr int kPassedOn[] = {SIGTERM, SIGINT, SIGHUP, SIGQUIT};
@@ -50,11 +46,12 @@ sigset_t watched_signals() {
         _exit(2);
     }
 
-    sigprocmask(SIG_SETMASK, &mask, nullptr);
+    sigprocmask(SIG_SETMASK, &mask, nullptr);  // NOLINT(concurrency-mt-unsafe): there is one thread
     execvp(command[0], command);
-    const int status = errno == ENOENT ? 127 : 126;
-    (void)fprintf(stderr, "device-tree: run %s: %s\n", command[0], strerror(errno));
-    _exit(status);
+    const int cause = errno;
+    (void)fprintf(stderr, "device-tree: run %s: %s\n", spelt_out(command[0]).c_str(),
+                  strerror(cause));  // NOLINT(concurrency-mt-unsafe)
+    _exit(cause == ENOENT ? 127 : 126);
 }
 
 // Reaps whatever has ended. Returns true once the command is among it, with its status.
@@ -101,22 +98,21 @@ pid_t parent_of(const char *pid) {
     char text[512];
     const size_t length = file ? fread(text, 1, sizeof(text) - 1, file.get()) : 0;
     text[length] = '\0';
+    constexpr char kFieldsBefore[] = ") S ";
     const char *fields = strrchr(text, ')');
-    int parent = 0;
-    if (fields == nullptr || sscanf(fields, ") %*c %d", &parent) != 1) {
-        return 0;
-    }
-    return parent;
+    return fields == nullptr || strlen(fields) < sizeof(kFieldsBefore)
+               ? 0
+               : static_cast<pid_t>(strtol(fields + sizeof(kFieldsBefore) - 1, nullptr, 10));
 }
 
 void kill_children() {
-    const std::unique_ptr<DIR, CloseFolder> folder(opendir("/proc"));
+    const UniqueFolderStream folder = open_folder_stream(AT_FDCWD, "/proc");
     if (!folder) {
         refuse("read", "/proc");
     }
-    while (const dirent *entry = readdir(folder.get())) {
-        const int pid = atoi(entry->d_name);
-        if (pid > 0 && parent_of(entry->d_name) == getpid()) {
+    while (const char *name = next_name(folder)) {
+        const auto pid = static_cast<pid_t>(strtol(name, nullptr, 10));
+        if (pid > 0 && parent_of(name) == getpid()) {
             kill(pid, SIGKILL);
         }
     }
@@ -136,7 +132,7 @@ int run_command(char **command, TreeLog *log) {
     const sigset_t watched = watched_signals();
     sigset_t before;
     (void)signal(SIGCHLD, SIG_DFL);
-    sigprocmask(SIG_BLOCK, &watched, &before);
+    sigprocmask(SIG_BLOCK, &watched, &before);  // NOLINT(concurrency-mt-unsafe): there is one thread
     const UniqueFd signals(signalfd(-1, &watched, SFD_CLOEXEC | SFD_NONBLOCK));
     if (!signals) {
         refuse("watch", "signals");

@@ -244,6 +244,26 @@ TEST(QuorbaseCheck, PrintsHelpAndVersion) {
     EXPECT_EQ(0u, version.output.find("quorbase-check "));
 }
 
+TEST(QuorbaseCheck, EndsWithTheStatusOfAllFunctionsWhenItsReaderHasLeft) {
+    const std::string command = "head -n 1; echo ${PIPESTATUS[0]}";
+    const ToolEnd right =
+        run_shell(std::string("$TOOLS/quorbase-check --modem ") + OUR_MODEM + " | " + command);
+    EXPECT_NE(std::string::npos, right.output.find("\n0\n")) << right.output;
+    EXPECT_EQ("", right.errors);
+    const ToolEnd wrong =
+        run_shell(std::string("$TOOLS/quorbase-check --modem ") + IDLE_MODEM + " | " + command);
+    EXPECT_NE(std::string::npos, wrong.output.find("\n1\n")) << wrong.output;
+    EXPECT_EQ("", wrong.errors);
+}
+
+TEST(QuorbaseCheck, SaysThatItsOutputCanNotBeWritten) {
+    for (const std::string words : {"--help", "--version", "--modem " OUR_MODEM}) {
+        const ToolEnd end = run_shell("$TOOLS/quorbase-check " + words + " > /dev/full");
+        EXPECT_EQ(1, end.status) << words;
+        EXPECT_EQ("quorbase-check: can't write the output: No space left on device\n", end.errors);
+    }
+}
+
 TEST(QuorbaseCheck, LeavesNoFolder) {
     const TempFolder folder;
     const ToolEnd end =

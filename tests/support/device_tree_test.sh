@@ -121,6 +121,16 @@ two	three
     grep -qE '^Nov  5 07:02:09 [^ ]+ local7[.]warn wlan\[17\]: one two three$' <<< "$line" || fail "$line"
 }
 
+# DEL, the 8-bit CSI as a character and as a byte, and a mark that turns the direction of the text.
+unsafe=$(printf 'a\177b\302\233c\233d\342\200\256e')
+unsafe_escaped='a\x7fb\xc2\x9bc\x9bd\xe2\x80\xaee'
+
+EscapesWhatWouldControlATerminalInItsLog() {
+    local line
+    line=$(logged "python3 -c '$send' '<188>Nov  5 07:02:09 wlan[17]: $unsafe Größe'")
+    grep -qF "wlan[17]: $unsafe_escaped Größe" <<< "$line" || fail "$line"
+}
+
 BeginsANewLogFileWhenOneIsLarge() {
     "$launcher" -- sh -ec 'head -c 16M /dev/zero >> /var/log/messages; logger -t wlan "one more"
         until grep -q "wlan.*one more" /var/log/messages; do sleep 0.01; done
@@ -183,6 +193,24 @@ Returns126ForAProgramThatCannotRun() {
     expect_status 126 "$launcher" -- /etc/passwd 2>/dev/null
 }
 
+# shows_escaped STATUS PROGRAM: what is said about a program that can't be run
+shows_escaped() {
+    local text
+    text=$(expect_status "$1" "$launcher" -- "$2" 2>&1)
+    grep -qF "device-tree: run $(dirname "$2")/$(printf '%s' '\x1b')]0;$unsafe_escaped: " <<< "$text" ||
+        fail "$(od -c <<< "$text")"
+}
+
+EscapesTheNameOfAProgramThatCannotRun() {
+    local folder name
+    folder=$(mktemp -d)
+    name=$folder/$(printf '\033')"]0;$unsafe"
+    shows_escaped 127 "$name"
+    touch "$name"
+    shows_escaped 126 "$name"
+    rm -r "$folder"
+}
+
 Returns2ForAWrongUsage() {
     expect_status 2 "$launcher" 2>/dev/null
     expect_status 2 "$launcher" -- 2>/dev/null
@@ -205,6 +233,14 @@ ManPageShowsEveryOptionAndIsWellFormed() {
 PrintsHelpAndVersion() {
     "$launcher" --help | grep -q '^usage: device-tree .*COMMAND'
     "$launcher" --version | grep -qE '^device-tree [0-9]+[.][0-9]+[.][0-9]+$'
+}
+
+SaysThatItsHelpCannotBeWritten() {
+    local option text
+    for option in --help --version; do
+        text=$(expect_status 2 "$launcher" "$option" 2>&1 > /dev/full)
+        [ "$text" = "device-tree: write the output: No space left on device" ] || fail "$option: $text"
+    done
 }
 
 # second_user LAUNCHER...: becomes the second user, and the third, in the tree

@@ -95,12 +95,17 @@ ExitCode publish_event(const AppTestOptions &options) {
     }
     Envelope envelope;
     const ExitCode code = read_message_and_body(completed, &envelope);
-    if (code == ExitCode::kDone) {
-        const Audience audience = audience_of(event);
-        frwk_ipc_msg_pub(event.c_str(), envelope.msgid, data_of(envelope.body), length_of(envelope.body));
-        report_audience(event, audience);
+    if (code != ExitCode::kDone) {
+        return code;
     }
-    return code;
+    const std::string problem = listeners_problem(event);
+    if (!problem.empty()) {
+        return complain(ExitCode::kRefused, "publish '" + event + "' failed: " + problem);
+    }
+    const Audience audience = audience_of(event);
+    frwk_ipc_msg_pub(event.c_str(), envelope.msgid, data_of(envelope.body), length_of(envelope.body));
+    report_audience(event, audience);
+    return ExitCode::kDone;
 }
 
 // ---- the command line ----

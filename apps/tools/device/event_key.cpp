@@ -21,10 +21,20 @@ std::vector<std::string> listeners_of(const std::string &event) {
     return {};
 }
 
+std::string listeners_problem(const std::string &event) {
+    for (const EventListeners &listeners : read_event_listeners()) {
+        const bool is_meant = listeners.event.empty() || listeners.event == event;
+        if (listeners.used && is_meant && !listeners.problem.empty()) {
+            return listeners.problem;
+        }
+    }
+    return "";
+}
+
 std::vector<std::string> known_events() {
     std::vector<std::string> events;
     for (const EventListeners &listeners : read_event_listeners()) {
-        if (listeners.used) {
+        if (listeners.used && !listeners.event.empty()) {
             events.push_back(listeners.event);
         }
     }

@@ -15,5 +15,8 @@ std::string event_key(const std::string &word);
 /* The names listed for an event in the folder that publishers use, of modules or not. */
 std::vector<std::string> listeners_of(const std::string &event);
 
+/* Why the listeners of an event can't be read; "" if they can. */
+std::string listeners_problem(const std::string &event);
+
 /* The keys of all events that exist. */
 std::vector<std::string> known_events();

@@ -5,6 +5,7 @@
 #include <string_view>
 #include <system_error>
 
+#include "device/access_words.h"
 #include "device/text_file.h"
 #include "formats/device_paths.h"
 #include "formats/subscription_line.h"
@@ -16,13 +17,14 @@ namespace fs = std::filesystem;
 /* The second one is used while the first is missing. */
 constexpr const char *kFolders[] = {paths::kSubscribeFolder, paths::kSubscribeFolderEx};
 
-/* The regular files of a folder. Other nodes are not events, and opening them might block. */
-std::vector<std::string> file_names(const char *folder) {
-    std::error_code error;
+/* The regular files of a folder. Other nodes are not events, and opening them might block. error: why the
+ * folder can't be read. */
+std::vector<std::string> file_names(const char *folder, std::error_code &error) {
     std::vector<std::string> names;
     fs::directory_iterator entry(folder, error);
     while (!error && entry != fs::directory_iterator()) {
-        if (entry->is_regular_file(error)) {
+        std::error_code other;
+        if (entry->is_regular_file(other)) {
             names.push_back(entry->path().filename().string());
         }
         entry.increment(error);
@@ -37,6 +39,10 @@ void take_name(SubscriptionLine &line, std::vector<std::string> &names) {
         names.emplace_back(name);
     }
     line.clear();
+}
+
+std::string folder_problem(const std::string &folder, int error) {
+    return failure_text("can't read " + folder, folder, error);
 }
 
 EventListeners read_event(const char *folder, bool used, const std::string &event) {
@@ -64,9 +70,12 @@ std::vector<EventListeners> read_event_listeners() {
     bool used = true;
     for (const char *folder : kFolders) {
         std::error_code error;
-        const bool exists = fs::exists(folder, error);
-        for (const std::string &event : file_names(folder)) {
+        for (const std::string &event : file_names(folder, error)) {
             all.push_back(read_event(folder, used, event));
+        }
+        const bool exists = error != std::errc::no_such_file_or_directory;
+        if (error && exists) {
+            all.push_back({"", folder, used, {}, folder_problem(folder, error.value())});
         }
         used = used && !exists;
     }

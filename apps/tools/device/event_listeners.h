@@ -6,13 +6,13 @@
 #include <string>
 #include <vector>
 
-/* An event and the lines of its file. */
+/* An event and the lines of its file; or a folder that can't be read. */
 struct EventListeners {
-    std::string event;
+    std::string event; /* "" for a folder */
     std::string folder;
     bool used;                      /* the folder is the one in use */
     std::vector<std::string> names; /* in the order of subscription, of modules or not */
-    std::string problem;            /* the problem if its file can't be read, or "" */
+    std::string problem;            /* why it can't be read, or "" */
 };
 
 /* The names in the text of a subscription file. Pure. */

@@ -10,6 +10,7 @@
 #include "cli/complaint.h"
 #include "cli/name_lookup.h"
 #include "device/module_words.h"
+#include "device/service_socket.h"
 #include "frwk_common.h"
 #include "log/log_tail.h"
 #include "monitor_tool/module_columns.h"
@@ -168,6 +169,19 @@ ExitCode probe_modules(const MonitorOptions &options) {
     return code;
 }
 
+/* Modules that nobody named are missing only if they may not be asked. A file or folder that is closed is
+ * named once. */
+ExitCode report_closed(const std::map<uint32_t, ProbeResult> &all) {
+    std::set<std::string> reported;
+    ExitCode code = ExitCode::kDone;
+    for (const auto &[module, result] : all) {
+        if (result.forbidden && reported.insert(absence_words(module)).second) {
+            code = report_missing(result, "memory", module);
+        }
+    }
+    return code;
+}
+
 ExitCode show_memory(const MonitorOptions &options) {
     std::vector<uint32_t> modules;
     ExitCode code = read_modules(options.modules, &modules);
@@ -182,8 +196,11 @@ ExitCode show_memory(const MonitorOptions &options) {
     } else {
         print_memory(all);
     }
+    if (every) {
+        return report_closed(all);
+    }
     for (const auto &[module, result] : all) {
-        code = every ? code : std::max(code, report_missing(result, "memory", module));
+        code = std::max(code, report_missing(result, "memory", module));
     }
     return code;
 }

@@ -72,6 +72,7 @@ void start_memory(const LoadedLibrary &library) {
 [[noreturn]] void examine_here(const Subject &subject, const NamedCheck &check, const WorkFolder &folder,
                                UniqueFd report) {
     (void)::prctl(PR_SET_PDEATHSIG, SIGKILL);
+    (void)::signal(SIGPIPE, SIG_DFL); /* ignored by quorbase-check; commands would inherit that */
     silence_output();
     const LoadedLibrary library(subject.path);
     const Examination examination(subject, library, folder.path(), std::move(report));

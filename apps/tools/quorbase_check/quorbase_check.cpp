@@ -4,11 +4,15 @@
  */
 #include <getopt.h>
 
+#include <cerrno>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <string>
 
 #include "contract_table.h"
+#include "output/output_reader.h"
 #include "output/spelt_text.h"
 #include "support/product_version.h"
 
@@ -40,8 +44,8 @@ constexpr char kHelp[] =
     "\n"
     "Results: ok; called (it returned, and its effect can't be seen from here); not called;\n"
     "missing; wrong, with the reason.\n"
-    "Exit status: 0 conforming, 1 functions are missing or wrong, 2 wrong usage, 3 the library can't be "
-    "loaded.\n";
+    "Exit status: 0 conforming, 1 functions are missing or wrong or the table can't be written, 2 wrong\n"
+    "usage, 3 the library can't be loaded.\n";
 
 struct Request {
     Subject subject;
@@ -86,6 +90,17 @@ struct Totals {
         ++total;
     }
 };
+
+/* The status, or the one of a failure if what was printed can't be written. A reader that has had enough,
+ * such as head, is none: the status is that of all functions. */
+int finish_output(int status) {
+    if ((std::fflush(stdout) == 0 && std::ferror(stdout) == 0) || has_reader_left(errno)) {
+        return status;
+    }
+    complain(std::string("can't write the output: ") +
+             std::strerror(errno));  // NOLINT(concurrency-mt-unsafe)
+    return kNotConforming;
+}
 
 void print_row(const ContractRow &row, const Finding &finding) {
     const char *const gap = finding.text.empty() ? "" : ": ";
@@ -192,7 +207,7 @@ int main(int argc, char **argv) {
     Request request;
     const int status = read_options(argc, argv, &request);
     if (status != kGoOn) {
-        return status;
+        return finish_output(status);
     }
     if (optind == argc) {
         return refuse("the library's path is missing");
@@ -201,5 +216,6 @@ int main(int argc, char **argv) {
         return refuse(std::string("unexpected argument '") + argv[optind + 1] + "'");
     }
     request.subject.path = argv[optind];
-    return check_library(request);
+    (void)std::signal(SIGPIPE, SIG_IGN);
+    return finish_output(check_library(request));
 }

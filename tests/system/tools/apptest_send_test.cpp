@@ -8,6 +8,7 @@
 
 #include "frwk_module.h"
 #include "support/module_process.h"
+#include "support/unprivileged.h"
 #include "support/wait_until.h"
 #include "system/tools/tool_checks.h"
 
@@ -170,6 +171,23 @@ TEST_F(AppTestSend, PublishingCountsTheListeners) {
     EXPECT_EQ("weather has 2 listeners: wlan lcd\n",
               kAppTest.output_of({"publish", "--message", "5004", "weather"}));
     EXPECT_EQ("traffic has 0 listeners\n", kAppTest.output_of({"publish", "--message", "5004", "traffic"}));
+}
+
+TEST_F(AppTestSend, AnEventWhoseListenersCannotBeReadIsNotPublished) {
+    namespace fs = std::filesystem;
+    const fs::path folder = "/m_data/usr/subscribe";
+    fs::create_directories(folder);
+    ASSERT_TRUE(write_text(folder / "weather", "wlan\n"));
+    for (const fs::path &closed : {folder / "weather", folder}) {
+        fs::permissions(closed, fs::perms::none);
+        const ToolEnd end = run_shell(modes_hold() + "$TOOLS/apptest publish --message 9 weather");
+        fs::permissions(closed, fs::perms::owner_all);
+        EXPECT_EQ(1, end.status);
+        EXPECT_EQ("", end.output);
+        EXPECT_EQ(0u, end.errors.find("apptest: publish 'weather' failed: can't read " + closed.string() +
+                                      ": no access to " + closed.string() + " (owner "))
+            << end.errors;
+    }
 }
 
 TEST_F(AppTestSend, AnEventThatExistsIsNotTakenForAMessage) {

@@ -241,6 +241,21 @@ TEST_F(MonitorTool, ShowsTheMemoryOfModules) {
               kTool.run({"memory", "lcd", "wlan"}).errors);
 }
 
+TEST_F(MonitorTool, MemoryNamesTheModulesThatMayNotBeAsked) {
+    fs::permissions("/tmp/m_tmp/ipc/wlan", fs::perms::none);
+    const ToolEnd end = run_shell(modes_hold() + "$TOOLS/monitor_tool memory");
+    EXPECT_EQ(3, end.status);
+    EXPECT_EQ(0u, end.errors.find("monitor_tool: memory wlan failed: wlan can't be reached: no access to "
+                                  "/tmp/m_tmp/ipc/wlan (owner "))
+        << end.errors;
+    fs::permissions("/tmp/m_tmp/ipc", fs::perms::none);
+    const ToolEnd closed = run_shell(modes_hold() + "$TOOLS/monitor_tool memory");
+    fs::permissions("/tmp/m_tmp/ipc", fs::perms::all);
+    EXPECT_EQ(3, closed.status);
+    EXPECT_EQ(1u, lines_of(closed.errors).size());
+    EXPECT_NE(std::string::npos, closed.errors.find("no access to /tmp/m_tmp/ipc (owner ")) << closed.errors;
+}
+
 // ---- events ----
 
 TEST_F(MonitorTool, ShowsWhoListensToWhat) {
@@ -289,6 +304,19 @@ TEST_F(MonitorTool, AnEventThatCannotBeReadIsSaidSo) {
     EXPECT_EQ(1, end.status);
     EXPECT_EQ("# /m_data/usr/subscribe\n  weather     wlan\n", end.output);
     EXPECT_EQ("monitor_tool: can't read /m_data/usr/subscribe/wide: File too large\n", end.errors);
+}
+
+TEST_F(MonitorTool, AFolderOfEventsThatCannotBeReadIsSaidSo) {
+    fs::create_directories(kEvents);
+    ASSERT_TRUE(write_text(std::string(kEvents) + "/weather", "wlan\n"));
+    fs::permissions(kEvents, fs::perms::none);
+    const ToolEnd end = run_shell(modes_hold() + "$TOOLS/monitor_tool events");
+    fs::permissions(kEvents, fs::perms::all);
+    EXPECT_EQ(1, end.status);
+    EXPECT_EQ("", end.output);
+    EXPECT_EQ(0u, end.errors.find("monitor_tool: can't read /m_data/usr/subscribe: no access to "
+                                  "/m_data/usr/subscribe (owner "))
+        << end.errors;
 }
 
 TEST_F(MonitorTool, NothingButFilesIsAnEvent) {

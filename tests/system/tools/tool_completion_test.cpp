@@ -20,6 +20,8 @@ class ToolCompletion : public ZndbTest {
         std::filesystem::remove_all(kEvents);
         EXPECT_TRUE(write_text(kStart, "PATH=" TOOLS_FOLDER ":$PATH\n"
                                        ". " TOOLS_SOURCE "/completion/tool_completion.bash\n"
+                                       ". " TOOLS_SOURCE "/completion/option_completion.bash\n"
+                                       ". " DEVICE_TREE_SOURCE "/device_tree_completion.bash\n"
                                        "bind 'set enable-bracketed-paste off'\n"
                                        "bind 'set bell-style none'\n"
                                        "bind 'set page-completions off'\n"
@@ -83,6 +85,40 @@ TEST_F(ToolCompletion, OffersTheKeysOfTheStoreThatIsMeant) {
     EXPECT_EQ("lan_mac\n", completions({"zndb_tool", "del", "--perm", ""}));
     EXPECT_EQ("lan_ip\nlan_mtu\n", completions({"zndb_tool", "del", ""}));
     EXPECT_EQ("lan_ip\nlan_name\n", completions({"zndb_tool", "get", "--default", ""}));
+}
+
+TEST_F(ToolCompletion, OffersTheOptionsOfProgramsThatHaveOnlyOptions) {
+    expect_shown("quorbase-check --modem ", "quorbase-check --mo");
+    expect_shown("quorbase-check --limit ", "quorbase-check --li");
+    expect_shown("zndb --version ", "zndb --v");
+    ASSERT_TRUE(write_text("/tmp/maker_library.so", ""));
+    expect_shown("quorbase-check /tmp/maker_library.so ", "quorbase-check /tmp/maker_l");
+}
+
+TEST_F(ToolCompletion, CompletesTheOptionsOfDeviceTree) {
+    expect_shown("device-tree --print-log ", "device-tree --pr");
+    expect_shown("device-tree --print-log --no-log ", "device-tree --print-log --no");
+}
+
+TEST_F(ToolCompletion, CompletesTheCommandOfDeviceTreeAndItsWords) {
+    expect_shown("device-tree logtool ", "device-tree logto");
+    expect_shown("device-tree --no-log -- logtool ", "device-tree --no-log -- logto");
+    expect_shown("device-tree apptest call wlan sys_status ", "device-tree apptest call wlan sys_stat");
+    expect_shown("device-tree --print-log -- zndb_tool get --type=ushort ",
+                 "device-tree --print-log -- zndb_tool get --type=us");
+    ASSERT_TRUE(write_text("/tmp/my_module", ""));
+    expect_shown("device-tree cat /tmp/my_module ", "device-tree cat /tmp/my_mod");
+    expect_shown("device-tree /tmp/my_module ", "device-tree /tmp/my_mod");
+}
+
+/* A program's name is no command for the shell. */
+TEST_F(ToolCompletion, QuotesTheNameOfAProgram) {
+    const std::string program = "/usr/bin/named_$(touch named)";
+    ASSERT_TRUE(write_text(program, ""));
+    std::filesystem::permissions(program, std::filesystem::perms::owner_exec,
+                                 std::filesystem::perm_options::add);
+    expect_shown(R"(device-tree named_\$\(touch\ named\) )", "device-tree named_");
+    std::filesystem::remove(program);
 }
 
 TEST_F(ToolCompletion, OffersTheEventsThatExist) {
