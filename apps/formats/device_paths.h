@@ -27,6 +27,7 @@ inline constexpr char kFactoryFile[] = "/m_data/factor/factor_data.txt";
 inline constexpr char kJournalFolder[] = "/tmp/m_tmp/zndb";
 inline constexpr char kJournalFile[] = "/tmp/m_tmp/zndb/journal";
 inline constexpr char kJournalName[] = "journal";
+inline constexpr char kBatchFile[] = "/tmp/m_tmp/zndb/journal.batch";
 
 /* Added to a file's path while its successor is being written. */
 inline constexpr char kTemporarySuffix[] = ".tmp";

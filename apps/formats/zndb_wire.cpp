@@ -2,19 +2,7 @@
 
 #include <cstring>
 
-namespace {
-
-/* The text of a field that must hold a NUL. Returns false when it doesn't. */
-bool field_text(const char *field, size_t size, std::string_view &text) {
-    const void *end = std::memchr(field, '\0', size);
-    if (end == nullptr) {
-        return false;
-    }
-    text = {field, static_cast<size_t>(static_cast<const char *>(end) - field)};
-    return true;
-}
-
-}  // namespace
+#include "formats/text_field.h"
 
 zndb_kv_t set_body(const Entry &entry) {
     zndb_kv_t body = {};

@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "database_steps.h"
 #include "formats/device_paths.h"
 #include "formats/entry_line.h"
 #include "os_log.h"
@@ -19,35 +20,9 @@ using Change = JournalRecord::Change;
 /* The journal is rewritten only if at least one part in this many is outdated. */
 constexpr uint64_t kOutdatedPart = 8;
 
-class Lock {
-  public:
-    explicit Lock(os_mutex *mutex) : mutex_(mutex) { os_mutex_lock(mutex_); }
-    Lock(const Lock &) = delete;
-    Lock &operator=(const Lock &) = delete;
-    ~Lock() { os_mutex_unlock(mutex_); }
-
-  private:
-    os_mutex *const mutex_;
-};
-
-apps_err_e_type refuse_text(std::string_view key, const char *problem) {
-    OS_LOG(OS_LOG_WARNING, "'%s' refused: %s", std::string(key).c_str(), problem);
-    return E_APPS_ERR_ZNDB_ARG;
-}
-
 apps_err_e_type report_missing(std::string_view key) {
     OS_LOG(OS_LOG_VERBOSE, "'%s' is missing", std::string(key).c_str());
     return E_APPS_ERR_ZNDB_NO_FOUND;
-}
-
-apps_err_e_type check_texts(std::string_view key, std::string_view value) {
-    if (const char *problem = key_problem(key)) {
-        return refuse_text(key, problem);
-    }
-    if (const char *problem = value_problem(value)) {
-        return refuse_text(key, problem);
-    }
-    return E_APPS_ERR_SUCCESS;
 }
 
 /* Ends the process without memory: a database without its lock would lose data silently. */
@@ -121,7 +96,8 @@ apps_err_e_type result_of_errno(int error) {
 Database::Database()
     : mutex_(make_mutex()),
       held_{{paths::kPlainFile}, {paths::kPermFile}, {paths::kFactoryFile}},
-      journal_(paths::kJournalFile) {}
+      journal_(paths::kJournalFile),
+      batch_(paths::kBatchFile) {}
 
 Database::~Database() {
     os_mutex_close(mutex_);
@@ -181,7 +157,11 @@ apps_err_e_type Database::get(StoreId id, std::string_view key, char *buffer, ui
  * the same result as replaying it at the start.
  */
 apps_err_e_type Database::open_journal() {
-    return result_of_errno(journal_.open([this](const JournalRecord &record) { repeat(record); }));
+    int error = journal_.open([this](const JournalRecord &record) { repeat(record); });
+    if (error == 0) {
+        error = batch_.recover([this](const auto &records) { return recover_batch(records); });
+    }
+    return result_of_errno(error);
 }
 
 void Database::apply(const JournalRecord &record) {
@@ -240,16 +220,27 @@ void Database::shorten_overgrown_journal() {
     (void)shorten_journal();
 }
 
-apps_err_e_type Database::change(const JournalRecord &record) {
-    const int error = journal_.append(record);
-    if (error != 0) {
-        return result_of_errno(error);
-    }
+void Database::note_change(const JournalRecord &record) {
     apply(record);
     OS_LOG(OS_LOG_VERBOSE, "'%s' changed", std::string(record.key).c_str());
+}
+
+void Database::shorten_if_overgrown() {
     if (journal_.overgrown() || deletes_ > kStoreKeysMax) {
         shorten_overgrown_journal();
     }
+}
+
+apps_err_e_type Database::change(const JournalRecord &record) {
+    int error = settle_batch();
+    if (error == 0) {
+        error = journal_of(record.store).append(record);
+    }
+    if (error != 0) {
+        return result_of_errno(error);
+    }
+    note_change(record);
+    shorten_if_overgrown();
     return E_APPS_ERR_SUCCESS;
 }
 

@@ -8,9 +8,13 @@
 
 #include <cstdint>
 #include <string_view>
+#include <vector>
 
 #include "apps_err.h"
+#include "batch_file.h"
 #include "formats/journal_record.h"
+#include "formats/zndb_batch_wire.h"
+#include "formats/zndb_list_wire.h"
 #include "formats/zndb_wire.h"
 #include "journal.h"
 #include "os_thread.h"
@@ -48,6 +52,19 @@ class Database {
      * file is unreadable, the delete is recorded nevertheless. Otherwise as set.
      */
     apps_err_e_type erase(StoreId id, std::string_view key);
+
+    /*
+     * Carries out a batch: all of its changes or none, also if the process is killed.
+     *
+     * Returns 0; E_APPS_ERR_ZNDB_AVL if an expectation does not hold; otherwise as set.
+     * answer: receives the verdict, and the item that decided it.
+     */
+    apps_err_e_type apply_batch(const ZndbBatchItems &items, BatchAnswer &answer);
+
+    /*
+     * Adds the keys of a list to a page, in the order of their bytes, until it is full. Returns 0.
+     */
+    apps_err_e_type list(const ListRequest &request, ListPage &page);
 
     /*
      * Empties the plain store; as set. Refused, with the value of result_of_errno, if the store's file can't
@@ -112,8 +129,21 @@ class Database {
     apps_err_e_type open_journal();
     void apply(const JournalRecord &record);
     void repeat(const JournalRecord &record);
+    void note_change(const JournalRecord &record);
+    void shorten_if_overgrown();
     apps_err_e_type change(const JournalRecord &record);
+    apps_err_e_type change_all(const std::vector<JournalRecord> &records);
     apps_err_e_type change_key(const JournalRecord &record);
+    Journal &journal_of(StoreId) { return journal_; }
+    int append_batch(const std::vector<JournalRecord> &records);
+    int append_to_journals(const std::vector<JournalRecord> &records);
+    int settle_batch();
+    int recover_batch(const std::vector<JournalRecord> &records);
+    bool is_change(const JournalRecord &record) const;
+    std::vector<JournalRecord> changes_of(const ZndbBatchItems &items) const;
+    bool has_room_for_all(StoreId id, const std::vector<JournalRecord> &records) const;
+    apps_err_e_type check_room(const std::vector<JournalRecord> &records) const;
+    uint32_t conflict_of(const ZndbBatchItems &items) const;
     static apps_err_e_type check_resettable(const Held &held);
     static void look_for_file(Held &held);
     apps_err_e_type save_one(StoreId id);
@@ -128,6 +158,7 @@ class Database {
     Store defaults_;
     UntilReboot until_reboot_;
     Journal journal_;
+    BatchFile batch_;
     size_t deletes_ = 0; /* since the journal was last rewritten; a start would replay all of them */
 };
 

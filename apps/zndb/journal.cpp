@@ -98,12 +98,11 @@ int Journal::open(const Replay &replay) {
     return 0;
 }
 
-int Journal::append(const JournalRecord &record) {
-    const std::string line = format_record(record);
+int Journal::append_lines(const std::string &lines) {
     int error = cut_torn_line();
     if (error == 0) {
         tail_ = Tail::kTorn;
-        error = file_io::write_all(fd_.get(), line.data(), line.size()) ? 0 : errno;
+        error = file_io::write_all(fd_.get(), lines.data(), lines.size()) ? 0 : errno;
     }
     if (error != 0) {
         (void)cut_torn_line(); /* retried before the next record */
@@ -111,8 +110,21 @@ int Journal::append(const JournalRecord &record) {
     }
 
     tail_ = Tail::kNone;
-    size_ += line.size();
+    size_ += lines.size();
     return 0;
+}
+
+int Journal::cut_back(uint64_t size) {
+    if (size != size_) {
+        size_ = size;
+        tail_ = Tail::kTorn;
+    }
+    return drop_tail();
+}
+
+int Journal::drop_tail() {
+    const int error = cut_torn_line();
+    return error == 0 ? 0 : report("can't cut", error);
 }
 
 int Journal::empty() {

@@ -36,7 +36,19 @@ class Journal {
      * Appends a record, completely or not at all. Only when open.
      * Returns 0, or an errno value, which is logged.
      */
-    int append(const JournalRecord &record);
+    int append(const JournalRecord &record) { return append_lines(format_record(record)); }
+
+    /* The same for records of which a part may be left by a kill. lines: those of format_record. */
+    int append_lines(const std::string &lines);
+
+    /* Takes the records off again that were appended after the journal had this size. As drop_tail. */
+    int cut_back(uint64_t size);
+
+    /*
+     * Removes what doesn't count at the end, as every append does before it writes. Returns 0, or an errno
+     * value, which is logged.
+     */
+    int drop_tail();
 
     /*
      * Atomically replaces all records by those of a source. Only when open.

@@ -3,6 +3,8 @@
 #include <cstring>
 #include <string_view>
 
+#include "formats/zndb_batch_wire.h"
+#include "formats/zndb_list_wire.h"
 #include "formats/zndb_wire.h"
 #include "os_log.h"
 
@@ -71,6 +73,34 @@ apps_err_e_type answer_reset(Database &database, StoreId, const ZndbMessage &mes
     return message.data_len > 0 ? refuse_body(message) : database.reset();
 }
 
+/* Returns the verdict if the answer's buffer has room for it. */
+apps_err_e_type answer_batch(Database &database, StoreId, const ZndbMessage &message) {
+    ZndbBatchItems items;
+    if (!read_batch_body(message.data, message.data_len, items)) {
+        return refuse_body(message);
+    }
+    BatchAnswer answer = {};
+    const apps_err_e_type result = database.apply_batch(items, answer);
+    if (message.rsp != nullptr && message.rsp_size >= sizeof(answer)) {
+        std::memcpy(message.rsp, &answer, sizeof(answer));
+    }
+    return result;
+}
+
+apps_err_e_type answer_list(Database &database, StoreId, const ZndbMessage &message) {
+    ListRequest request = {};
+    if (!read_list_body(message.data, message.data_len, request)) {
+        return refuse_body(message);
+    }
+    if (message.rsp == nullptr || message.rsp_size < kListPageMin) {
+        OS_LOG(OS_LOG_WARNING, "message %d of module %u refused: a page of a list doesn't fit %u bytes",
+               message.msgid, message.src, message.rsp_size);
+        return E_APPS_ERR_OUTOFBUF;
+    }
+    ListPage page(message.rsp, message.rsp_size);
+    return database.list(request, page);
+}
+
 /* The body of the monitor's notice is ignored. */
 apps_err_e_type answer_power_off(Database &database, StoreId, const ZndbMessage &) {
     return database.save_before_power_off();
@@ -89,6 +119,8 @@ constexpr Row kRows[] = {
     {E_APPS_MSG_ZNDB_DEL_PERM, StoreId::kPerm, answer_del},
     {E_APPS_MSG_ZNDB_SAVE_RAM, StoreId::kPlain, answer_save_ram},
     {E_APPS_MSG_ZNDB_RESET, StoreId::kPlain, answer_reset},
+    {kZndbBatchMessage, StoreId::kPlain, answer_batch},
+    {kZndbListMessage, StoreId::kPlain, answer_list},
     {E_APPS_MSG_MONITOR_FPWROFF_NOTIFY, StoreId::kPlain, answer_power_off},
 };
 

@@ -64,7 +64,7 @@ bool is_superseded() {
 
 bool is_reading(apps_message_id_e_type msgid) {
     return msgid == E_APPS_MSG_ZNDB_GET || msgid == E_APPS_MSG_ZNDB_GET_PERM ||
-           msgid == E_APPS_MSG_ZNDB_GET_DEF;
+           msgid == E_APPS_MSG_ZNDB_GET_DEF || msgid == kZndbListMessage;
 }
 
 /* Messages that change nothing are checked at most once a second. */

@@ -225,7 +225,7 @@ def see_also(book, entry):
     neighbours = [one.name for one in entry.header.declarations if one.section is entry.section and one.kind != "type"]
     names = [word for word in dict.fromkeys(mentioned + neighbours) if word in book.pages and word != entry.name]
     others = [f"\\fB{name}\\fP(3)" for name in sorted(names[:12])]
-    tool = "\\fBzndb_tool\\fP(1)" if entry.header.name in ("zndb.h", "frwk_dbrm.h") else "\\fBapptest\\fP(1)"
+    tool = "\\fBzndb_tool\\fP(1)" if entry.header.name in ("zndb.h", "zndb_ext.h", "frwk_dbrm.h") else "\\fBapptest\\fP(1)"
     yield ",\n".join(others + [tool])
 
 

@@ -9,6 +9,7 @@
 #include "support/key_files.h"
 #include "support/wait_until.h"
 #include "zndb.h"
+#include "zndb_ext.h"
 
 namespace faults {
 
@@ -119,6 +120,107 @@ std::vector<Scenario> reading() {
     };
 }
 
+zndb_batch *g_batch = nullptr;
+std::string g_listed;
+
+void free_batch() {
+    zndb_batch_free(g_batch);
+    g_batch = nullptr;
+}
+
+/* An empty batch for the call. */
+void make_batch() {
+    free_batch();
+    g_batch = zndb_batch_new();
+}
+
+/* One with a change in each of two stores, so that it makes a difference. */
+void make_changes() {
+    make_batch();
+    const char *value = stored("key") == "1" ? "2" : "1";
+    zndb_batch_set(g_batch, ZNDB_STORE_PLAIN, "key", value);
+    zndb_batch_set(g_batch, ZNDB_STORE_PERM, "key", value);
+}
+
+bool is_whole() {
+    return stored("key") == stored_perm("key");
+}
+
+int note_key(const char *key, const char *value, void *) {
+    g_listed += std::string(key) + "=" + value + " ";
+    return 0;
+}
+
+int g_sent = 0;
+
+/* What was added to a batch is sent by the test, to see it. */
+void send_batch() {
+    g_sent = zndb_batch_apply(g_batch);
+    free_batch();
+}
+
+std::vector<Scenario> batches() {
+    return {
+        Scenario("zndb_batch_new")
+            .prepared(free_batch)
+            .called([] {
+                g_batch = zndb_batch_new();
+                return g_batch != nullptr ? 0 : 1;
+            })
+            .released(free_batch)
+            .failing({1}),
+        Scenario("zndb_batch_set")
+            .prepared([] {
+                zndb_del("key");
+                make_batch();
+            })
+            .called([] { return zndb_batch_set(g_batch, ZNDB_STORE_PLAIN, "key", "value"); })
+            .verified([] { return g_sent == 0 && stored("key") == "value"; })
+            .released(send_batch)
+            .failing({E_ZNDB_RET_FAILURE}),
+        Scenario("zndb_batch_delete")
+            .prepared([] {
+                zndb_set("key", "value");
+                make_batch();
+            })
+            .called([] { return zndb_batch_delete(g_batch, ZNDB_STORE_PLAIN, "key"); })
+            .verified([] { return g_sent == 0 && stored("key").empty(); })
+            .released(send_batch)
+            .failing({E_ZNDB_RET_FAILURE}),
+        Scenario("zndb_batch_expect")
+            .prepared([] {
+                zndb_set("key", "value");
+                make_batch();
+            })
+            .called([] { return zndb_batch_expect(g_batch, ZNDB_STORE_PLAIN, "key", "other"); })
+            .verified([] { return g_sent == E_ZNDB_RET_CONFLICT; })
+            .released(send_batch)
+            .failing({E_ZNDB_RET_FAILURE}),
+        Scenario("zndb_batch_apply")
+            .prepared(make_changes)
+            .called([] { return zndb_batch_apply(g_batch); })
+            .verified(is_whole)
+            .unchanged(is_whole)
+            .released(free_batch)
+            .failing(kNoAnswer),
+        Scenario("zndb_compare_and_set")
+            .prepared([] { zndb_del("key"); })
+            .called([] { return zndb_compare_and_set(ZNDB_STORE_PLAIN, "key", nullptr, "value"); })
+            .verified([] { return stored("key") == "value"; })
+            .failing(kNoAnswer),
+        Scenario("zndb_list")
+            .prepared([] {
+                zndb_set("key", "value");
+                g_listed.clear();
+                g_listed.reserve(100);
+            })
+            .called([] { return zndb_list(ZNDB_STORE_PLAIN, "ke", note_key, nullptr); })
+            .verified([] { return g_listed == "key=value "; })
+            .unchanged([] { return g_listed.empty(); })
+            .failing(kNoAnswer),
+    };
+}
+
 std::vector<Scenario> typed() {
     return {
         Scenario("frwk_zndb_get_key_value")
@@ -201,6 +303,11 @@ TEST_F(DatabaseFaults, Reading) {
     put_text(kDefaultsFile, "default=of the image\n");
     start_database();
     run_scenarios(reading());
+}
+
+TEST_F(DatabaseFaults, BatchesAndLists) {
+    start_database();
+    run_scenarios(batches());
 }
 
 TEST_F(DatabaseFaults, TypedSettings) {

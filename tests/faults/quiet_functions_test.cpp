@@ -23,6 +23,7 @@
 #include "text_copy.h"
 #include "xml.h"
 #include "zndb.h"
+#include "zndb_ext.h"
 
 namespace faults {
 
@@ -40,6 +41,7 @@ char g_profile[] = "name,user,password,apn,none,ipv4,0";
 frwk_profile_t g_profile_record;
 frwk_codec_buf_t g_codec = {sizeof(g_text), 0, g_text};
 json_item *g_json = nullptr;
+zndb_batch *g_batch = nullptr;
 
 constexpr int32_t kInt = FRWK_DATA_TYPE_INT;
 constexpr char kDocument[] = "/m_data/usr/doc.xml";
@@ -153,6 +155,7 @@ const QuietFunction kFunctions[] = {
     {"zn_enum_to_str_apps_message_id_e_type", [] { zn_enum_to_str_apps_message_id_e_type(2002); }},
     {"zn_str_to_enum_apps_err_e_type", [] { zn_str_to_enum_apps_err_e_type("E_APPS_ERR_SUCCESS"); }},
     {"zn_str_to_enum_apps_message_id_e_type", [] { zn_str_to_enum_apps_message_id_e_type("E"); }},
+    {"zndb_batch_free", [] { zndb_batch_free(g_batch); }},
 };
 
 /* In an order in which they may be called. */
@@ -223,6 +226,8 @@ using QuietFunctions = FaultyDevice;
 
 TEST_F(QuietFunctions, OfTheFrameworkMakeNoCallThatCouldFail) {
     g_json = json_parse("{\"key\": 17}");
+    g_batch = zndb_batch_new();
+    zndb_batch_set(g_batch, ZNDB_STORE_PLAIN, "key", "value");
     expect_quiet(kFunctions);
     json_free(g_json);
 }

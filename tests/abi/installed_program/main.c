@@ -27,6 +27,7 @@
 #include "text_copy.h"
 #include "xml.h"
 #include "zndb.h"
+#include "zndb_ext.h"
 
 #include <stdio.h>
 

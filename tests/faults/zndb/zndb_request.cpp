@@ -9,6 +9,7 @@
 #include "faults/log_tap.h"
 #include "faults/zndb/flaw.h"
 #include "formats/device_paths.h"
+#include "formats/zndb_batch_wire.h"
 
 namespace faults {
 
@@ -155,13 +156,19 @@ class Run {
     bool perm_has_failed_ = false;
 };
 
+/* The service keeps its journal and the batch file open once they were needed. */
+size_t kept_descriptors(const ZndbRequest &request) {
+    const bool has_batch = request.msgid == kZndbBatchMessage || request.files.count(paths::kBatchFile) != 0;
+    return (request.late_journal ? 1 : 0) + (has_batch ? 1 : 0);
+}
+
 long run_faulty(const ZndbRequest &request) {
     const Unwatched own;
     Run run(request);
     Database database;
     run.start(database);
 
-    const size_t descriptors = holdings().descriptors + (request.late_journal ? 1 : 0);
+    const size_t descriptors = holdings().descriptors + kept_descriptors(request);
     const int lines = warnings();
     const long result = own.watched([&] { return run.ask(database); });
     const bool done = result == 0;

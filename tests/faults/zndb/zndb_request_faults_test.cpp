@@ -6,6 +6,8 @@
 #include <algorithm>
 
 #include "faults/zndb/zndb_request_table.h"
+#include "formats/zndb_batch_wire.h"
+#include "formats/zndb_list_wire.h"
 
 namespace faults {
 
@@ -44,7 +46,11 @@ TEST(ZndbFaults, EveryMessageOfTheServiceIsTried) {
     for (const auto &requests : {zndb_changes(), zndb_saves(), zndb_other_saves(), zndb_readings()}) {
         tried.insert(tried.end(), requests.begin(), requests.end());
     }
+    std::vector<int> messages = {kZndbBatchMessage, kZndbListMessage};
     for (int id = E_APPS_MSG_ZNDB_MIN + 1; id <= E_APPS_MSG_ZNDB_RESET; ++id) {
+        messages.push_back(id);
+    }
+    for (const int id : messages) {
         const auto is_it = [id](const ZndbRequest &request) { return request.msgid == id; };
         EXPECT_TRUE(std::any_of(tried.begin(), tried.end(), is_it)) << id;
     }

@@ -1,11 +1,14 @@
 #include "faults/zndb/zndb_request_table.h"
 
 #include "formats/device_paths.h"
+#include "formats/zndb_batch_wire.h"
+#include "formats/zndb_list_wire.h"
 
 namespace faults {
 
 namespace {
 
+using paths::kBatchFile;
 using paths::kFactoryFile;
 using paths::kJournalFile;
 using paths::kPermFile;
@@ -82,6 +85,22 @@ ZndbRequest del(const char *name) {
     return {name, E_APPS_MSG_ZNDB_DEL, "shared", "", {{"plain shared", "f"}}};
 }
 
+ZndbRequest batch(const char *name) {
+    return {
+        name,
+        kZndbBatchMessage,
+        "key",
+        "hidden",
+        {{"plain key", "hidden"}, {"perm key", "hidden"}, {"default key", "hidden"}, {"plain shared", "f"}}};
+}
+
+/* With the batch of a service that was killed. */
+ZndbRequest after_batch(ZndbRequest request) {
+    request.files[kBatchFile] = "P+other=b\nM-kept\n=2\n";
+    request.refusals.push_back(E_APPS_ERR_ZNDB_READ_ONLY);
+    return request;
+}
+
 ZndbRequest reset(const char *name) {
     return {name,
             E_APPS_MSG_ZNDB_RESET,
@@ -135,6 +154,15 @@ std::vector<ZndbRequest> zndb_changes() {
         del("zndb: delete, plain"),
         {"zndb: delete, perm", E_APPS_MSG_ZNDB_DEL_PERM, "kept", "", {{"perm kept", kMissing}}},
         late(del("zndb: delete, journal opened late")),
+        batch("zndb: batch"),
+        on(without_stores(), {"zndb: batch, no file",
+                              kZndbBatchMessage,
+                              "key",
+                              "hidden",
+                              {{"plain key", "hidden"}, {"perm key", "hidden"}, {"default key", "hidden"}}}),
+        on(with_journal(overgrown_journal()), batch("zndb: batch, overgrown journal")),
+        late(batch("zndb: batch, journal opened late")),
+        after_batch(late(set("zndb: set, after a batch, journal opened late"))),
         reset("zndb: reset"),
         beside(leftovers(), reset("zndb: reset, beside leftovers")),
         on(without_stores(),
@@ -185,6 +213,7 @@ std::vector<ZndbRequest> zndb_readings() {
         without_memory(get("zndb: get, plain", E_APPS_MSG_ZNDB_GET, "key")),
         without_memory(get("zndb: get, perm", E_APPS_MSG_ZNDB_GET_PERM, "key")),
         without_memory(get("zndb: get, default", E_APPS_MSG_ZNDB_GET_DEF, "image")),
+        get("zndb: list", kZndbListMessage, "ke"),
     };
 }
 

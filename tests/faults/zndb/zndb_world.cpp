@@ -7,6 +7,8 @@
 
 #include "faults/faulty_device.h"
 #include "formats/device_paths.h"
+#include "formats/zndb_batch_wire.h"
+#include "formats/zndb_list_wire.h"
 #include "formats/zndb_wire.h"
 #include "support/wait_until.h"
 
@@ -34,6 +36,39 @@ constexpr Reading kReadings[] = {{"plain ", E_APPS_MSG_ZNDB_GET},
 bool carries_value(apps_message_id_e_type msgid) {
     return msgid == E_APPS_MSG_ZNDB_SET || msgid == E_APPS_MSG_ZNDB_SET_PERM ||
            msgid == E_APPS_MSG_ZNDB_FACTOR_SET;
+}
+
+/* A batch that sets a key in all stores, and deletes another one. */
+std::string batch_of(const std::string &key, const std::string &value) {
+    std::string body;
+    for (const ZndbItem &item : {ZndbItem{ItemKind::kExpectMissing, StoreId::kPlain, "no such key", {}},
+                                 ZndbItem{ItemKind::kSet, StoreId::kPlain, key, value},
+                                 ZndbItem{ItemKind::kDelete, StoreId::kPlain, "shared", {}},
+                                 ZndbItem{ItemKind::kSet, StoreId::kPerm, key, value},
+                                 ZndbItem{ItemKind::kSet, StoreId::kFactory, key, value}}) {
+        std::string bytes(item_size(item), '\0');
+        write_item(bytes.data(), item);
+        body += bytes;
+    }
+    return body;
+}
+
+template <typename Record>
+std::string bytes_of(const Record &record) {
+    return {reinterpret_cast<const char *>(&record), sizeof(record)};
+}
+
+std::string body_of(apps_message_id_e_type msgid, const std::string &key, const std::string &value) {
+    if (msgid == kZndbBatchMessage) {
+        return batch_of(key, value);
+    }
+    if (msgid == kZndbListMessage) {
+        return bytes_of(list_body({StoreId::kPlain, Listed::kValues, key, {}}));
+    }
+    if (carries_value(msgid)) {
+        return bytes_of(set_body({key, value}));
+    }
+    return key.empty() ? "" : key + '\0';
 }
 
 std::string answer_for(Database &database, apps_message_id_e_type msgid, const std::string &key) {
@@ -120,13 +155,10 @@ void remove_kept_files() {
 
 long send(Database &database, apps_message_id_e_type msgid, const std::string &key,
           const std::string &value) {
-    zndb_kv_t body = {};
-    std::strcpy(body.key, key.c_str());
-    std::strcpy(body.value, value.c_str());
-    const size_t length = carries_value(msgid) ? sizeof(body) : key.empty() ? 0 : key.size() + 1;
-    char answer[ZNDB_VALUE_LEN];
-    return zndb_handle(database, {0, msgid, length > 0 ? &body : nullptr, static_cast<int32_t>(length),
-                                  answer, sizeof(answer)});
+    const std::string body = body_of(msgid, key, value);
+    char answer[kListPageMin];
+    return zndb_handle(database, {0, msgid, body.empty() ? nullptr : body.data(),
+                                  static_cast<int32_t>(body.size()), answer, sizeof(answer)});
 }
 
 Answers answers_of(Database &database) {

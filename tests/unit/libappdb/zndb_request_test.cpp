@@ -9,93 +9,17 @@
 #include <string>
 #include <vector>
 
-#include "doubles/log_capture.h"
-#include "os_log.h"
+#include "unit/libappdb/fake_transport.h"
 #include "zndb.h"
 
 namespace {
 
-using Bytes = std::vector<unsigned char>;
-
-/* What the client asked the transport for, and what the transport does. */
-struct Transport {
-    int requests = 0;
-    uint32_t module = 0;
-    int32_t msgid = 0;
-    bool has_body = false;
-    Bytes body;
-    void *answer = nullptr;
-    uint32_t answer_size = 0;
-    uint32_t timeout = 0;
-    bool has_result = false;
-    int32_t result_before = -1;
-
-    int32_t returns = 0;
-    int32_t result = 0;
-    std::string value; /* the answer of a get */
-};
-
-Transport g_transport;
-
-Bytes bytes_of(const void *data, size_t size) {
-    const auto *first = static_cast<const unsigned char *>(data);
-    return first != nullptr ? Bytes(first, first + size) : Bytes();
-}
-
-}  // namespace
-
-/* Takes the place of the framework's call. */
-extern "C" int32_t frwk_ipc_send_sync(uint32_t module, int32_t msgid, const void *req, uint32_t req_len,
-                                      void *rsp, uint32_t rsp_size, uint32_t timeout, int32_t *result) {
-    Transport &seen = g_transport;
-    ++seen.requests;
-    seen.module = module;
-    seen.msgid = msgid;
-    seen.has_body = req != nullptr;
-    seen.body = bytes_of(req, req_len);
-    seen.answer = rsp;
-    seen.answer_size = rsp_size;
-    seen.timeout = timeout;
-    seen.has_result = result != nullptr;
-    if (result != nullptr) {
-        seen.result_before = *result;
-    }
-    if (seen.returns != 0) {
-        return seen.returns;
-    }
-
-    if (result != nullptr) {
-        *result = seen.result;
-    }
-    if (rsp != nullptr && seen.result == 0) {
-        std::memcpy(rsp, seen.value.c_str(), std::min<size_t>(seen.value.size() + 1, rsp_size));
-    }
-    return 0;
-}
-
-namespace {
-
-class ZndbRequest : public testing::Test {
+class ZndbRequest : public ClientTest {
   protected:
-    ZndbRequest() { g_transport = Transport(); }
-
     static int get(const char *key) {
         char value[64];
         return zndb_get(key, value, sizeof(value));
     }
-
-    /* Expects one message, at the warning level, in both channels. */
-    void expect_logged(const char *function, const std::string &text) const {
-        for (const auto &lines : {log_.debug_lines(), log_.system_lines()}) {
-            ASSERT_EQ(1u, lines.size()) << log_.text();
-            EXPECT_EQ(OS_LOG_WARNING, lines[0].level);
-            EXPECT_EQ(function, lines[0].function);
-            EXPECT_EQ(text, lines[0].text);
-        }
-    }
-    void expect_nothing_logged() const { EXPECT_EQ("", log_.text()); }
-
-    LogCapture log_;
 };
 
 /* A record as it travels: the key at 0, the value at 32, 1056 bytes, zero elsewhere. */
@@ -104,22 +28,6 @@ Bytes record(const std::string &key, const std::string &value) {
     std::copy(key.begin(), key.end(), bytes.begin());
     std::copy(value.begin(), value.end(), bytes.begin() + 32);
     return bytes;
-}
-
-void expect_request(int32_t msgid, const Bytes &body) {
-    EXPECT_EQ(1, g_transport.requests);
-    EXPECT_EQ(2u, g_transport.module);
-    EXPECT_EQ(msgid, g_transport.msgid);
-    EXPECT_EQ(body, g_transport.body);
-    EXPECT_EQ(!body.empty(), g_transport.has_body);
-    EXPECT_EQ(3u, g_transport.timeout);
-    EXPECT_TRUE(g_transport.has_result);
-    EXPECT_EQ(0, g_transport.result_before);
-}
-
-void expect_no_answer_buffer() {
-    EXPECT_EQ(nullptr, g_transport.answer);
-    EXPECT_EQ(0u, g_transport.answer_size);
 }
 
 const std::string k31(31, 'k');

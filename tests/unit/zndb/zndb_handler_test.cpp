@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "unit/formats/item_bytes.h"
 #include "unit/zndb/database_fixture.h"
 
 namespace {
@@ -238,6 +239,62 @@ TEST_F(ZndbHandler, UnknownMessagesAreUnsupported) {
                   warnings(log_));
     }
     EXPECT_EQ("", content_of(kJournalFile));
+}
+
+/* ---- batches and lists ---- */
+
+TEST_F(ZndbHandler, ABatchIsAnsweredWithItsVerdict) {
+    uint32_t answer[] = {9, 9};
+    EXPECT_EQ(0, send(2100, item_bytes(0, 0, "k", "v") + item_bytes(0, 1, "k", "w"), answer, sizeof(answer)));
+    EXPECT_EQ(0u, answer[0]);
+    EXPECT_EQ(UINT32_MAX, answer[1]);
+    EXPECT_EQ("v", fetch(2002, "k"));
+    EXPECT_EQ("w", fetch(2007, "k"));
+    EXPECT_EQ(2002, send(2100, item_bytes(3, 0, "k", ""), answer, sizeof(answer)));
+    EXPECT_EQ(6u, answer[0]);
+    EXPECT_EQ(0u, answer[1]);
+}
+
+TEST_F(ZndbHandler, ABatchNeedsNoRoomForItsVerdict) {
+    char answer[] = "1234567";
+    EXPECT_EQ(0, send(2100, item_bytes(0, 0, "k", "v"), answer, 7));
+    EXPECT_STREQ("1234567", answer);
+    EXPECT_EQ(0, send(2100, item_bytes(0, 0, "k", "w")));
+    EXPECT_EQ("w", fetch(2002, "k"));
+}
+
+TEST_F(ZndbHandler, AMalformedBatchIsRefused) {
+    expect_refused(2100, "");
+    expect_refused(2100, item_bytes(0, 0, "k", "v") + "x");
+    expect_refused(2100, item_bytes(0, 3, "k", "v"));
+    std::string many;
+    for (int i = 0; i < 65; ++i) {
+        many += item_bytes(0, 0, "k", "v");
+    }
+    expect_refused(2100, many);
+}
+
+TEST_F(ZndbHandler, AListIsAnsweredWithAPage) {
+    send(2001, record("k", "v"));
+    std::string page(2000, '\0');
+    EXPECT_EQ(0, send(2101, std::string(72, '\0'), page.data(), static_cast<uint32_t>(page.size())));
+    const std::string expected = word(1) + word(0) + item_bytes(0, 0, "k", "v");
+    EXPECT_EQ(expected, page.substr(0, expected.size()));
+}
+
+TEST_F(ZndbHandler, AListNeedsRoomForTheLongestEntry) {
+    std::string page(1069, '#');
+    EXPECT_EQ(9, send(2101, std::string(72, '\0'), page.data(), 1069));
+    EXPECT_EQ(std::string(1069, '#'), page);
+    EXPECT_EQ(9, send(2101, std::string(72, '\0')));
+    page += '#';
+    EXPECT_EQ(0, send(2101, std::string(72, '\0'), page.data(), 1070));
+}
+
+TEST_F(ZndbHandler, AMalformedListIsRefused) {
+    expect_refused(2101, "");
+    expect_refused(2101, std::string(71, '\0'));
+    expect_refused(2101, word(3) + std::string(68, '\0'));
 }
 
 }  // namespace

@@ -6,6 +6,7 @@
 
 #include <cstring>
 
+#include "database_call.h"
 #include "formats/zndb_wire.h"
 #include "frwk_common.h"
 #include "internal/frwk_log.h"
@@ -13,49 +14,10 @@
 
 namespace {
 
-/* One request; caller is the function name in its log lines. */
-struct Request {
-    LogName caller;
-    apps_message_id_e_type msg;
-    const void *body;
-    size_t body_len;
-    char *answer;
-    uint32_t answer_size;
-};
-
-int check_arguments(LogName caller, bool all_given, const char *key) {
-    if (!all_given) {
-        FRWK_WARN(caller, "Parameter error!");
-        return E_ZNDB_RET_FAILURE;
-    }
-    if (std::strlen(key) >= ZNDB_KEY_LEN) {
-        FRWK_WARN(caller, "KEY len >= %d error!", ZNDB_KEY_LEN);
-        return E_ZNDB_RET_KEY_LEN;
-    }
-    return E_ZNDB_RET_SUCCESS;
-}
-
-/* Sends a request. result: receives the database's result if the call returns success. */
-int send_request(const Request &request, int32_t *result) {
-    *result = E_APPS_ERR_SUCCESS;
-    const apps_err_e_type sent = frwk_ipc_send_sync(E_APPS_MODULE_ZNDB, request.msg, request.body,
-                                                    static_cast<uint32_t>(request.body_len), request.answer,
-                                                    request.answer_size, kZndbTimeoutSeconds, result);
-    if (sent != E_APPS_ERR_SUCCESS) {
-        FRWK_WARN(request.caller, "IPC error:%d!", sent);
-        return E_ZNDB_RET_IPC;
-    }
-    return E_ZNDB_RET_SUCCESS;
-}
-
-/* Converts an answer to success or failure. */
-int plain_outcome(LogName caller, int32_t result) {
-    if (result != E_APPS_ERR_SUCCESS) {
-        FRWK_WARN(caller, "IPC module error:%d!", result);
-        return E_ZNDB_RET_FAILURE;
-    }
-    return E_ZNDB_RET_SUCCESS;
-}
+using zndb::check_arguments;
+using zndb::plain_outcome;
+using zndb::Request;
+using zndb::send_request;
 
 /* Converts an answer to success, failure or a missing key. */
 int outcome_for_key(LogName caller, const char *key, int32_t result) {
@@ -75,13 +37,12 @@ int request_plain_outcome(const Request &request) {
 
 /* Sends a key and a value. */
 int set_value(apps_message_id_e_type msg, const char *key, const char *value) {
-    const int ret = check_arguments(log_name::kZndbSetRequest, key != nullptr && value != nullptr, key);
+    int ret = check_arguments(log_name::kZndbSetRequest, key != nullptr && value != nullptr, key);
+    if (ret == E_ZNDB_RET_SUCCESS) {
+        ret = zndb::check_value(log_name::kZndbSetRequest, value);
+    }
     if (ret != E_ZNDB_RET_SUCCESS) {
         return ret;
-    }
-    if (std::strlen(value) >= ZNDB_VALUE_LEN) {
-        FRWK_WARN(log_name::kZndbSetRequest, "VALUE len >= %d error!", ZNDB_VALUE_LEN);
-        return E_ZNDB_RET_VALUE_LEN;
     }
 
     const zndb_kv_t record = set_body({key, value});
