@@ -22,6 +22,14 @@ void print_entry_lines(const Entries &entries) {
     (void)std::fwrite(text.data(), 1, text.size(), stdout);
 }
 
+Json json_of_entries(const Entries &entries) {
+    Json members = json_members();
+    for (const auto &[key, value] : entries) {
+        add_member(members, key, json_text(value));
+    }
+    return members;
+}
+
 void print_words(const std::string &prefix, const std::vector<std::string> &words) {
     for (const std::string &word : words) {
         (void)std::puts(shown_text(Stream::kOutput, prefix + word).c_str());

@@ -17,6 +17,8 @@ struct ZndbOptions {
     std::string file = "-";
     bool perm = false;
     bool defaults = false;
+    bool factory = false; /* the overlay alone */
+    std::string pattern = {};
     std::string type = "string";
     bool secret = false;
     bool list = false;

@@ -39,14 +39,6 @@ bool is_wanted(const ZndbOptions &options, Store store) {
     return !one_is_chosen(options) || options.store() == store;
 }
 
-Json json_of(const Entries &entries) {
-    Json members = json_members();
-    for (const auto &[key, value] : entries) {
-        add_member(members, key, json_text(value));
-    }
-    return members;
-}
-
 ExitCode read_or_complain(Store store, Entries *entries) {
     const std::string problem = read_store(store, entries);
     return problem.empty() ? ExitCode::kDone : complain(ExitCode::kRefused, problem);
@@ -92,7 +84,7 @@ ExitCode dump_stores(const ZndbOptions &options) {
             return ExitCode::kRefused;
         }
         if (options.json) {
-            add_member(members, store_name(store), json_of(entries));
+            add_member(members, store_name(store), json_of_entries(entries));
         } else {
             print_entries(std::string("# ") + store_name(store) + ": " + store_paths(store), entries);
         }
