@@ -11,7 +11,7 @@ std::string last_line(size_t count) {
 std::string format_batch(const std::vector<JournalRecord> &changes) {
     std::string text;
     for (const JournalRecord &change : changes) {
-        text += format_record(change);
+        append_record(text, change);
     }
     return text + last_line(changes.size());
 }

@@ -27,16 +27,20 @@ const char *parse_texts(std::string_view text, JournalRecord &record) {
 
 }  // namespace
 
+void append_record(std::string &text, const JournalRecord &record) {
+    text += kStoreLetters[static_cast<size_t>(record.store)];
+    text += kChangeSigns[static_cast<size_t>(record.change)];
+    if (record.change == JournalRecord::Change::kSet) {
+        append_entry(text, {record.key, record.value});
+    } else {
+        text += record.key;
+        text += '\n';
+    }
+}
+
 std::string format_record(const JournalRecord &record) {
     std::string line;
-    line += kStoreLetters[static_cast<size_t>(record.store)];
-    line += kChangeSigns[static_cast<size_t>(record.change)];
-    if (record.change == JournalRecord::Change::kSet) {
-        append_entry(line, {record.key, record.value});
-    } else {
-        line += record.key;
-        line += '\n';
-    }
+    append_record(line, record);
     return line;
 }
 

@@ -44,6 +44,9 @@ inline constexpr size_t kRecordLineMax = 2 + kEntryLineMax;
 /* Returns the record's line, its LF included. The texts must be such as a line can hold. */
 std::string format_record(const JournalRecord &record);
 
+/* Adds the same line to a text. */
+void append_record(std::string &text, const JournalRecord &record);
+
 /* Returns the length of that line. */
 size_t record_size(const JournalRecord &record);
 

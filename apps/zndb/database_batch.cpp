@@ -16,6 +16,9 @@ namespace {
 
 using Change = JournalRecord::Change;
 
+/* In the order of StoreId. */
+constexpr const char *kNames[] = {"plain", "perm", "factory"};
+
 bool is_expectation(const ZndbItem &item) {
     return item.kind == ItemKind::kExpect || item.kind == ItemKind::kExpectMissing;
 }
@@ -54,7 +57,7 @@ std::string lines_of(StoreId id, const std::vector<JournalRecord> &records) {
     std::string lines;
     for (const JournalRecord &record : records) {
         if (record.store == id) {
-            lines += format_record(record);
+            append_record(lines, record);
         }
     }
     return lines;
@@ -109,11 +112,11 @@ bool Database::has_room_for_all(StoreId id, const std::vector<JournalRecord> &re
 }
 
 apps_err_e_type Database::check_room(const std::vector<JournalRecord> &records) const {
-    for (const JournalRecord &record : records) {
-        if (!has_room_for_all(record.store, records)) {
+    for (const StoreId id : kStoreIds) {
+        if (!has_room_for_all(id, records)) {
             OS_LOG(OS_LOG_WARNING,
-                   "a batch with '%s' refused: the store is full, or too many keys have changed",
-                   std::string(record.key).c_str());
+                   "a batch refused: the %s store is full, or too many of its keys have changed",
+                   kNames[static_cast<size_t>(id)]);
             return E_APPS_ERR_ZNDB_MEM;
         }
     }

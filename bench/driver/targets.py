@@ -106,6 +106,10 @@ def database(figures):
     yield judge("configuration get", "at most 1.15 × the floor's round trip; faster than Redis with a connection "
                 "a message", [(median, ("<=", 1.15), own), (versus, ("<", 1.0), own)],
                 f"{times(median)}; {amount(versus, '× Redis with a connection a message')}")
+    one = figures.find("configuration", "16 to 64 B", "one core", "zndb set")
+    batch = figures.find("configuration", "16 to 64 B", "one core", "zndb batch of 32 sets")
+    ratio = batch.ratio("median_us", one) if batch and one else None
+    yield judge("batch of 32 sets", "at most 2 × one set", [(ratio, ("<=", 2.0), batch)], times(ratio))
 
 
 def best_queue_peer(figures, case):

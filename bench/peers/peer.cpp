@@ -20,8 +20,9 @@ const Entry kEntries[] = {
     {"floor", make_floor},
     {"naive", make_naive},
     {"quorapps", make_quorapps},
-    {"zndb get", [] { return make_zndb(false); }},
-    {"zndb set", [] { return make_zndb(true); }},
+    {"zndb get", [] { return make_zndb(ZndbCall::kGet); }},
+    {"zndb set", [] { return make_zndb(ZndbCall::kSet); }},
+    {"zndb batch of 32 sets", [] { return make_zndb(ZndbCall::kBatch); }},
 #ifdef HAVE_SDBUS
     {"sd-bus, dbus-broker", [] { return make_sdbus("broker"); }},
     {"sd-bus, dbus-daemon", [] { return make_sdbus("daemon"); }},

@@ -69,7 +69,15 @@ std::vector<std::string> peer_names();
 std::unique_ptr<Peer> make_floor();
 std::unique_ptr<Peer> make_naive();
 std::unique_ptr<Peer> make_quorapps();
-std::unique_ptr<Peer> make_zndb(bool sets);
+
+/* What a client of the database calls. */
+enum class ZndbCall {
+    kGet,
+    kSet,
+    kBatch
+};
+
+std::unique_ptr<Peer> make_zndb(ZndbCall call);
 std::unique_ptr<Peer> make_sdbus(const char *bus);
 std::unique_ptr<Peer> make_zeromq(bool persistent);
 std::unique_ptr<Peer> make_nng(bool persistent);

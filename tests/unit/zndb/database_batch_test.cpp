@@ -186,7 +186,7 @@ TEST_F(DatabaseBatch, ThatDoesNotFitAFullStoreChangesNothing) {
     expect_answer(E_ZNDB_RET_FAILURE, kNoItem);
     EXPECT_EQ(kMissing, perm("a"));
     EXPECT_EQ((std::vector<std::string>{
-                  "a batch with 'new' refused: the store is full, or too many keys have changed"}),
+                  "a batch refused: the plain store is full, or too many of its keys have changed"}),
               warnings(log_));
 }
 
