@@ -25,8 +25,12 @@ inline constexpr char kFactoryFile[] = "/m_data/factor/factor_data.txt";
 
 /* On tmpfs: outlives the service, not the power. */
 inline constexpr char kJournalFolder[] = "/tmp/m_tmp/zndb";
-inline constexpr char kJournalFile[] = "/tmp/m_tmp/zndb/journal";
-inline constexpr char kJournalName[] = "journal";
+inline constexpr char kPlainJournal[] = "/tmp/m_tmp/zndb/journal.plain";
+inline constexpr char kPermJournal[] = "/tmp/m_tmp/zndb/journal.perm";
+inline constexpr char kFactoryJournal[] = "/tmp/m_tmp/zndb/journal.factory";
+
+/* Of a service that had one journal for all stores. */
+inline constexpr char kOldJournal[] = "/tmp/m_tmp/zndb/journal";
 
 /* Added to a file's path while its successor is being written. */
 inline constexpr char kTemporarySuffix[] = ".tmp";

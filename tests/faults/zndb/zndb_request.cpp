@@ -30,13 +30,13 @@ class Run {
     }
 
     void start(Database &database) const {
-        const std::string journal = paths::kJournalFile;
-        if (request_.late_journal) {
+        const std::string &journal = request_.late_journal;
+        if (!journal.empty()) {
             fs::rename(journal, journal + ".aside");
             fs::create_directory(journal);
         }
         database.load();
-        if (request_.late_journal) {
+        if (!journal.empty()) {
             fs::remove(journal);
             fs::rename(journal + ".aside", journal);
         }
@@ -161,7 +161,7 @@ long run_faulty(const ZndbRequest &request) {
     Database database;
     run.start(database);
 
-    const size_t descriptors = holdings().descriptors + (request.late_journal ? 1 : 0);
+    const size_t descriptors = holdings().descriptors + (request.late_journal.empty() ? 0 : 1);
     const int lines = warnings();
     const long result = own.watched([&] { return run.ask(database); });
     const bool done = result == 0;
