@@ -77,6 +77,19 @@ TEST_P(ToolWidth, HoldsHelp) {
     }
 }
 
+TEST_P(ToolWidth, HoldsTheHelpOfProgramsWithoutCommands) {
+    for (const char *program : {"device-tree", "quorbase-check"}) {
+        expect_to_fit({program, "--help"}, shown({program, "--help"}));
+    }
+}
+
+TEST_P(ToolWidth, HoldsTheTableOfQuorbaseCheck) {
+    const std::vector<std::string> words = {"quorbase-check", "--modem", IDLE_MODEM};
+    const std::string table = shown(words);
+    EXPECT_NE(std::string::npos, table.find(" wrong: ")) << table;
+    expect_to_fit(words, table);
+}
+
 TEST_P(ToolWidth, HoldsTablesAndLists) {
     const std::vector<std::vector<std::string>> all = {
         {"monitor_tool", "list"},
