@@ -10,7 +10,7 @@
 #include <vector>
 
 /*
- * Reads "2026-11-22 10:00", "2026-11-22", "10:00", "yesterday 10:00", "-1h", "5 min ago", "@1795000000", the
+ * Reads "2026-11-22 10:00", "2026-11-22", "10:00", "yesterday 10:00", "-1h", "5 min ago", "boot", "@1795000000", the
  * time of a log line, and the like.
  *
  * Returns "" or the problem.
