@@ -123,6 +123,15 @@ TEST_P(ToolWidth, HoldsTheScreenOfTop) {
         << output;
 }
 
+TEST_P(ToolWidth, CutsNoWordOfTheSummaryOfTop) {
+    const std::string output = shown({"monitor_tool", "top", "--interval", "60"}, "q", "q quits");
+    const std::string running = "\033[H2 of 46 modules running";
+    EXPECT_NE(std::string::npos,
+              output.find(GetParam() == 40 ? running + ", 1-21 of 46\033"
+                                           : running + ", sorted by memory, 1-21 of 46\033"))
+        << output;
+}
+
 TEST_P(ToolWidth, HoldsTheKeysOfTop) {
     const std::vector<std::string> words = {"monitor_tool", "top", "--interval", "60"};
     expect_to_fit(words, shown(words, "h.q", "q quits"));
