@@ -126,7 +126,7 @@ ExitCode show_log(const LogOptions &given) {
 LogOptions g_options;
 
 std::string check_level(const std::string &word) {
-    return level_named(word) != kNoLevel ? "" : unknown_name("level", word, level_names());
+    return level_named(word) != kNoLevel ? "" : unknown_choice("level", word, level_names());
 }
 
 std::string check_time(const std::string &word) {
