@@ -23,6 +23,7 @@
 #include "device_tree_log.h"
 #include "device_tree_mounts.h"
 #include "device_tree_process.h"
+#include "output/program_help.h"
 
 namespace {
 
@@ -40,17 +41,17 @@ void enter_folder(const std::string &path) {
 
 constexpr char kUsage[] = "usage: device-tree [--no-log|--print-log] [--] COMMAND [ARG...]\n";
 
-constexpr char kHelp[] =
-    "Run a command in a private copy of the device's file tree.\n"
-    "\n"
-    "  --no-log     without a log: no log socket, no log file\n"
-    "  --print-log  print what is logged in the tree to standard error too\n"
-    "  --help       print this help\n"
-    "  --version    print the version\n"
-    "\n"
-    "Exit status: the command's, 128 and the number of the signal that ended it, 127 if there is\n"
-    "no such program, 126 if it can't be run, 2 if the tree can't be made, the usage is wrong or the\n"
-    "help can't be written.\n";
+std::string help() {
+    return program_help(
+        kUsage, "Run a command in a private copy of the device's file tree.",
+        {{"--no-log", "without a log: no log socket, no log file"},
+         {"--print-log", "print what is logged in the tree to standard error too"},
+         {"--help", "print this help"},
+         {"--version", "print the version"}},
+        "Exit status: the command's, 128 and the number of the signal that ended it, 127 if there is no such "
+        "program, 126 if it can't be run, 2 if the tree can't be made, the usage is wrong or the help can't "
+        "be written.\n");
+}
 
 struct Arguments {
     bool log = true;
@@ -81,7 +82,7 @@ Arguments read_arguments(char **words) {
 // Prints help or version if the word asks for it; returns false for any other word.
 bool print_requested(const char *word) {
     if (strcmp(word, "--help") == 0) {
-        (void)printf("%s%s", kUsage, kHelp);
+        (void)fputs(help().c_str(), stdout);
         return true;
     }
     if (strcmp(word, "--version") == 0) {

@@ -36,6 +36,9 @@ std::vector<std::string> message_names();
  * E_APPS_MSG_, in upper or lower case. */
 std::vector<std::string> message_names_like(const std::string &begun);
 
+/* The complete names that a shell's pattern matches, with or without E_APPS_MSG_, in upper or lower case. */
+std::vector<std::string> message_names_matching(const std::string &pattern);
+
 /* "wlan", or the number of a module that has no name. */
 std::string module_text(uint32_t module);
 
