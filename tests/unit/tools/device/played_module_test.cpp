@@ -53,6 +53,14 @@ TEST_F(PlayedModule, NeedsTheRightToMakeItsLock) {
     EXPECT_EQ("no access to /tmp/m_tmp/lock", beginning(missing_right(E_APPS_MODULE_WLAN)));
 }
 
+/* A lock is written to, so the right to replace it is not enough. */
+TEST_F(PlayedModule, NeedsTheRightToWriteALockThatIsThere) {
+    ASSERT_TRUE(write_text("/tmp/m_tmp/lock/wlan", ""));
+    fs::permissions("/tmp/m_tmp/lock/wlan", fs::perms::owner_read);
+    const ModesHold unprivileged;
+    EXPECT_EQ("no access to /tmp/m_tmp/lock/wlan", beginning(missing_right(E_APPS_MODULE_WLAN)));
+}
+
 TEST_F(PlayedModule, NeedsNoRightToReplaceALockThatIsThere) {
     ASSERT_TRUE(write_text("/tmp/m_tmp/lock/wlan", ""));
     fs::permissions("/tmp/m_tmp/lock", fs::perms::owner_read | fs::perms::owner_exec);
