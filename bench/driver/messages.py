@@ -108,7 +108,7 @@ class Messages:
         return start
 
     def fan_out(self):
-        """The library publishes an event; the others send to each subscriber in turn."""
+        """The library publishes an event; the other peers send to each subscriber in turn."""
         events = 2000 if not self.run.quick else 200
         in_turn = [name for name in self.peers if name in ("floor", "naive", "ZeroMQ", "nng")]
         for placement in self.run.placements:
@@ -118,7 +118,7 @@ class Messages:
             self.hold("fan-out", f"{SUBSCRIBERS} subscribers", placement, entries)
 
     def system_calls(self):
-        """Of the hand-written ones and the library on one core."""
+        """The hand-written peers and the library, on one core."""
         self.run.figures.machine["calls_counted_by"] = counter()
         for sizes in SIZES:
             self.hold("system calls", case_name(*sizes), "one core",

@@ -1,4 +1,4 @@
-"""Runs peers in turn, round by round, so that what disturbs one disturbs all."""
+"""Runs the peers in turn, round by round, so that a disturbance affects all of them."""
 
 from figures import Figure
 from machine import LoadMeter, PLACEMENTS
@@ -6,7 +6,7 @@ from processes import Broken
 
 
 class Contest:
-    """One case in one placement. A peer that can't be started or breaks is left out, with a line."""
+    """One case in one placement. A peer that can't be started, or fails, is left out with a message."""
 
     def __init__(self, run, measure, case, placement):
         self.run = run
@@ -18,7 +18,7 @@ class Contest:
     def enter(self, peer, start, once, server=None):
         """start(cores) returns the servers; once(servers, cores) returns the values of one round.
 
-        Peers that name the same server share it: it is started for the first of them.
+        Peers that name the same server share it: the first of them starts it.
         """
         try:
             servers = self.shared[server] if server in self.shared else start(self.cores)

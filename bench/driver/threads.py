@@ -1,4 +1,4 @@
-"""Queues between threads, and what stays inside one process."""
+"""Queues between threads, and calls inside one process."""
 
 import json
 import os
@@ -39,7 +39,7 @@ class Queues:
 
 
 def in_process(run):
-    """Conversions and names: one run of the program is a round of all of its cases."""
+    """Conversions and names. A run of the program is a round of all its cases."""
     program = run.programs.path("inprocess-bench")
     if not os.path.exists(program):
         run.figures.leave_out("conversions and names, as Google Benchmark is not installed")

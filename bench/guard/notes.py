@@ -1,11 +1,11 @@
 #!/usr/bin/env python3
-"""Whether each growth of the record is told of. script/bench-guard runs it.
+"""Checks that the changelog mentions each growth of the record. Run by script/bench-guard.
 
   notes.py FOLDER
 
-A path may take what it took at the least since the last release that has a record, in any version of
-bench/guard.txt that was committed. Where the record allows it more, or has lost the path, the changelog needs a line
-that begins with "- guard: PATH" in its first section, the one of what is not released yet.
+The limit of a path is its lowest cost in any version of bench/guard.txt committed since the last release that has a
+record. If the current record allows more, or lacks the path, the first section of the changelog (the unreleased
+version) needs a line that begins with "- guard: PATH".
 """
 
 import os
@@ -23,7 +23,7 @@ def first_section(changelog):
 
 
 def lowest(versions, toolchain):
-    """The least that each path took. Instructions count only where the same toolchain made them."""
+    """The lowest cost of each path. Instruction counts of other toolchains are ignored."""
     least = {}
     for text in versions:
         same = recorded_for(text) == toolchain
@@ -34,7 +34,7 @@ def lowest(versions, toolchain):
 
 
 def untold(record, versions, changelog):
-    """What the changelog doesn't tell of, as {path: words}."""
+    """The growths that the changelog doesn't mention, as {path: text}."""
     told = re.findall(r"^- guard: ([\w-]+)", first_section(changelog), flags=re.MULTILINE)
     base, now = lowest(versions, recorded_for(record)), parse(record)
     found = growth({path: counts for path, counts in now.items() if path in base}, base)
@@ -47,7 +47,7 @@ def record_of(*rows, toolchain="here"):
 
 
 def check_itself():
-    """What was won once may not be given back in silence, nor may a path go."""
+    """Checks that neither a growth nor a removed path goes unmentioned."""
     base = [record_of("a 100 5.0", "b 200 9.0", "gone 1 1.0"), record_of("a 150 5.0", "b 100 5.0"),
             record_of("a 10 5.0", "b 10 5.0", toolchain="elsewhere")]
     record = record_of("a 106 5.0", "b 100 6.0", "new 1 1.0")

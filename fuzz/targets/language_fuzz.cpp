@@ -31,7 +31,7 @@ bool is_listed(std::string_view list, const std::string &language) {
     return false;
 }
 
-/* A language of the list is stored and announced, any other one leaves all as it is. */
+/* A language of the list is stored and announced; any other one changes nothing. */
 void check(int32_t (*change)(const char *), const char *language, bool listed, std::string_view key,
            apps_message_id_e_type news) {
     std::vector<std::string> stored;

@@ -2,8 +2,8 @@
 //
 // Runs a command in a private copy of the device's file tree: the fixed paths that modules use (/m_data,
 // /m_webui, /tmp/m_tmp, /etc/quor_*, /usr/bin/apps_init) are fresh and writable there, and nothing of the
-// host is touched. What is logged there goes to a log of the tree's own, /var/log/messages. For module
-// developers, tests and the demo; not a sandbox, since all other files are the host's own.
+// host is touched. Its programs log to the tree's own /var/log/messages. For module developers, tests and
+// the demo; not a sandbox, since all other files are the host's own.
 //
 // QUOR_EMULATOR in the environment names a program that runs what is built for 32-bit ARM (qemu-arm); it is
 // then used for every such program in the tree.
@@ -55,10 +55,10 @@ constexpr char kHelp[] =
 struct Arguments {
     bool log = true;
     bool print_log = false;
-    char **command = nullptr;  // null for a wrong usage
+    char **command = nullptr;  // null for wrong usage
 };
 
-// Whether the word is an option of the log.
+// Whether the word is an option for the log.
 bool take_log_option(const char *word, Arguments *arguments) {
     const bool off = strcmp(word, "--no-log") == 0;
     const bool printed = strcmp(word, "--print-log") == 0;
@@ -78,7 +78,7 @@ Arguments read_arguments(char **words) {
     return arguments;
 }
 
-// Prints what a word asks for; returns false for any other word.
+// Prints help or version if the word asks for it; returns false for any other word.
 bool print_requested(const char *word) {
     if (strcmp(word, "--help") == 0) {
         (void)printf("%s%s", kUsage, kHelp);
