@@ -119,10 +119,6 @@ std::vector<std::string> module_names() {
     return names;
 }
 
-std::vector<std::string> message_names() {
-    return names_of(g_enum_apps_message_id_e_type, APPS_MESSAGE_ID_COUNT, "");
-}
-
 std::vector<std::string> message_names_like(const std::string &begun) {
     const bool complete = starts_like(kMessagePrefix, begun) || starts_like(begun, kMessagePrefix);
     const bool lower = std::any_of(begun.begin(), begun.end(),
