@@ -7,7 +7,7 @@ import time
 
 from figures import Figure
 from processes import FOLDER
-from rounds import Contest
+from rounds import Comparison
 
 IDLE_IDS = range(1, 53)
 ROUTER_ID = 3
@@ -22,9 +22,9 @@ def start_up(run):
     programs = run.programs
     command = [programs.path("startup-bench"), programs.path("idle-module"), "20" if not run.quick else "5"]
     for placement in run.placements:
-        contest = Contest(run, "start-up", "exec to answer", placement)
-        contest.enter("quorapps", lambda _: [], lambda _, cores: programs.run(command, cores))
-        contest.hold(run.rounds)
+        comparison = Comparison(run, "start-up", "exec to answer", placement)
+        comparison.add("quorapps", lambda _: [], lambda _, cores: programs.run(command, cores))
+        comparison.repeat(run.rounds)
 
 
 def memory(run):
@@ -40,9 +40,9 @@ def memory(run):
 
 
 def weigh_modules(run, case, ids):
-    contest = Contest(run, "memory", case, "free")
-    contest.enter("quorapps", lambda cores: idle_modules(run, cores, ids), weigh)
-    contest.hold(run.rounds)
+    comparison = Comparison(run, "memory", case, "free")
+    comparison.add("quorapps", lambda cores: idle_modules(run, cores, ids), weigh)
+    comparison.repeat(run.rounds)
 
 
 def idle_modules(run, cores, ids):

@@ -129,7 +129,7 @@ def serving_name(peer):
     return "zndb" if peer.startswith("zndb") else peer.split(", connection")[0]
 
 
-def start_peer(programs, peer, cores, told=False, index=0, counters=None, counted=()):
+def start_peer(programs, peer, cores, one_way=False, index=0, counters=None, counted=()):
     """Starts the servers of a peer and returns them, or raises Broken.
 
     counted: words to put before the command of one of our own servers.
@@ -144,7 +144,7 @@ def start_peer(programs, peer, cores, told=False, index=0, counters=None, counte
     if name.startswith("sd-bus"):
         servers.append(start_bus(programs, name.split("dbus-")[1], cores))
     command = [*counted, programs.path("message-bench"), "serve", name, "--index", str(index)]
-    command += ["--told"] if told else []
+    command += ["--one-way"] if one_way else []
     command += ["--counters", counters] if counters else []
     servers.append(programs.start(command, cores, ready="ready", quiet=bool(counted)))
     return servers

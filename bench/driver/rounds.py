@@ -5,7 +5,7 @@ from machine import LoadMeter, PLACEMENTS
 from processes import Broken
 
 
-class Contest:
+class Comparison:
     """One case in one placement. A peer that can't be started, or fails, is left out with a message."""
 
     def __init__(self, run, measure, case, placement):
@@ -15,7 +15,7 @@ class Contest:
         self.entries = []
         self.shared = {}
 
-    def enter(self, peer, start, once, server=None):
+    def add(self, peer, start, once, server=None):
         """start(cores) returns the servers; once(servers, cores) returns the values of one round.
 
         Peers that name the same server share it: the first of them starts it.
@@ -31,7 +31,7 @@ class Contest:
         meter = LoadMeter(self.cores, self.run.programs.live_cpu_seconds)
         self.entries.append((figure, meter, servers, once))
 
-    def hold(self, rounds):
+    def repeat(self, rounds):
         entries = list(self.entries)
         for number in range(rounds):
             shift = number % max(1, len(entries))

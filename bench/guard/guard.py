@@ -199,7 +199,7 @@ def complaints(found, text, here):
     grown = {**growth(found, record, same), **uncounted(found, record)}
     words = [f"{path}: {grown[path]}" for path in grown]
     if words:
-        words.append("if it must be so, run script/bench-guard --record and tell why in CHANGELOG.md")
+        words.append("if it must be so, run script/bench-guard --record and give the reason in CHANGELOG.md")
     if not same:
         words.append(f"the record is for {recorded_for(text)} and this is {here}, so instructions can't be compared: "
                      "run script/bench-guard --record and commit bench/guard.txt")

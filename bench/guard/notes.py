@@ -33,13 +33,13 @@ def lowest(versions, toolchain):
     return least
 
 
-def untold(record, versions, changelog):
+def unmentioned(record, versions, changelog):
     """The growths that the changelog doesn't mention, as {path: text}."""
-    told = re.findall(r"^- guard: ([\w-]+)", first_section(changelog), flags=re.MULTILINE)
+    mentioned = re.findall(r"^- guard: ([\w-]+)", first_section(changelog), flags=re.MULTILINE)
     base, now = lowest(versions, recorded_for(record)), parse(record)
     found = growth({path: counts for path, counts in now.items() if path in base}, base)
     found.update({path: "counted before, not now" for path in base if path not in now})
-    return {path: words for path, words in found.items() if path not in told}
+    return {path: words for path, words in found.items() if path not in mentioned}
 
 
 def record_of(*rows, toolchain="here"):
@@ -53,8 +53,8 @@ def check_itself():
     record = record_of("a 106 5.0", "b 100 6.0", "new 1 1.0")
     silent, some, full = "## 1\n", "## 1\n- guard: a, for x\n## 0\n- guard: b\n", "".join(
         f"{line}\n" for line in ("## 1", "- guard: a", "- guard: b", "- guard: gone"))
-    found = [sorted(untold(record, base, text)) for text in (silent, some, full)]
-    if found != [["a", "b", "gone"], ["b", "gone"], []] or untold(base[0], base[:1], silent):
+    found = [sorted(unmentioned(record, base, text)) for text in (silent, some, full)]
+    if found != [["a", "b", "gone"], ["b", "gone"], []] or unmentioned(base[0], base[:1], silent):
         sys.exit("guard: notes are not looked for")
 
 
@@ -81,7 +81,7 @@ def main():
         versions = earlier_records(folder)
     except history.NoHistory as missing:
         sys.exit(f"guard: earlier records can't be read: {missing}")
-    missing = untold(read(RECORD), versions, read(os.path.join(folder, "CHANGELOG.md")))
+    missing = unmentioned(read(RECORD), versions, read(os.path.join(folder, "CHANGELOG.md")))
     for path, words in missing.items():
         print(f"guard: {path}: {words}, and CHANGELOG.md has no line '- guard: {path}' about it")
     sys.exit(1 if missing else 0)

@@ -35,9 +35,8 @@ class TreeLog {
 //
 //   <188>Nov  5 07:02:09 wlan[17]: TEXT          Nov  5 07:02:09 HOST local7.warn wlan[17]: TEXT
 //
-// The time is added where it is missing. The ASCII control characters below the blank become blanks; other
-// characters that control a terminal, marks that change the direction of the text, and bytes that are not
-// UTF-8 are escaped.
+// A missing time is added. The ASCII control characters below the blank become blanks; other characters that
+// control a terminal, marks that change the direction of the text, and bytes that are not UTF-8 are escaped.
 std::string log_file_line(const std::string &message, const std::string &host);
 
 }  // namespace device_tree

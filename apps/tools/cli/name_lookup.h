@@ -30,7 +30,6 @@ std::string complete_message_name(const std::string &word);
 Named find_code(const std::string &word);
 
 std::vector<std::string> module_names();
-std::vector<std::string> message_names();
 
 /* The names that may complete the beginning of one, in the notation in which it was begun: with or without
  * E_APPS_MSG_, in upper or lower case. */

@@ -137,9 +137,6 @@ TEST_F(MarkerFile, OccupiesItsPathWhateverItIs) {
 }
 
 TEST_F(MarkerFile, IsTakenForThereWhenThatIsUnknown) {
-    libc::lstat.stand_in([](const char *, struct stat *) {
-        errno = EIO;
-        return -1;
-    });
+    libc::lstat.fail(EIO);
     EXPECT_TRUE(is_occupied(kMarker));
 }

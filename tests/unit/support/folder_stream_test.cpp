@@ -63,10 +63,7 @@ TEST_F(FolderStream, OpensOnlyAFolder) {
 }
 
 TEST_F(FolderStream, WithoutAStreamClosesTheDescriptor) {
-    doubles::libc::fdopendir.stand_in([](int) -> DIR * {
-        errno = ENOMEM;
-        return nullptr;
-    });
+    doubles::libc::fdopendir.fail(ENOMEM);
     expect_none(ENOMEM, folder_.path());
 }
 

@@ -142,10 +142,7 @@ TEST(OpenStream, OwnsTheDescriptorFromThenOn) {
 
 TEST(OpenStream, ClosesADescriptorThatGetsNoStream) {
     const int fd = open_null();
-    doubles::libc::fdopen.stand_in([](int, const char *) -> FILE * {
-        errno = ENOMEM;
-        return nullptr;
-    });
+    doubles::libc::fdopen.fail(ENOMEM);
     EXPECT_FALSE(open_stream(UniqueFd(fd), "re"));
     EXPECT_EQ(errno, ENOMEM);
     EXPECT_FALSE(is_open(fd));

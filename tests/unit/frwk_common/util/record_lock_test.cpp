@@ -110,10 +110,7 @@ TEST_F(RecordLockTest, IsHeldByOneProcess) {
 
 TEST_F(RecordLockTest, IsNotHeldElsewhereWhenTheSystemFails) {
     const UniqueFile file = open_lock_file(kFile);
-    libc::fcntl.stand_in([](int, int, void *) {
-        errno = ENOLCK;
-        return -1;
-    });
+    libc::fcntl.fail(ENOLCK);
     EXPECT_EQ(RecordLock::kFailed, lock_whole_file(file.get()));
     EXPECT_EQ(ENOLCK, errno);
 }

@@ -96,10 +96,7 @@ TEST_F(BackupToRestore, IsACopyWhereTheFileSystemKeepsNoPermissions) {
 
 TEST_F(BackupToRestore, ThatCanNotBeCopiedIsNotOpened) {
     give_to_another_user({kFolder});
-    doubles::libc::write.stand_in([](int, const void *, size_t) -> ssize_t {
-        errno = ENOSPC;
-        return -1;
-    });
+    doubles::libc::write.fail(ENOSPC);
     BackupFile backup(kBackup);
     EXPECT_FALSE(backup.open());
     EXPECT_EQ(ENOSPC, errno);

@@ -106,10 +106,7 @@ TEST_F(NewBackup, IsNotDeliveredToAFullDisk) {
     {
         BackupTarget target(kTarget);
         write_body(target.create(body_size));
-        doubles::libc::write.stand_in([](int, const void *, size_t) -> ssize_t {
-            errno = ENOSPC;
-            return -1;
-        });
+        doubles::libc::write.fail(ENOSPC);
         EXPECT_FALSE(target.deliver());
         EXPECT_EQ(ENOSPC, errno);
     }

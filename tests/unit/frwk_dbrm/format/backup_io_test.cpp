@@ -125,13 +125,7 @@ TEST_F(BackupIo, CopiesBetweenDescriptorsExactlyALength) {
 }
 
 TEST_F(BackupIo, AnInterruptedCopyGoesOn) {
-    doubles::libc::read.stand_in([](int fd, void *bytes, size_t size) -> ssize_t {
-        if (doubles::libc::read.calls() == 1) {
-            errno = EINTR;
-            return -1;
-        }
-        return doubles::libc::read.real(fd, bytes, size);
-    });
+    doubles::libc::read.fail_call(1, EINTR);
     EXPECT_EQ("12345", copied_bytes("12345", 5));
 }
 
@@ -159,10 +153,7 @@ TEST_F(BackupIo, AFileIsFinishedWhenEveryByteWasWritten) {
 TEST_F(BackupIo, AFileThatCanNotBeSyncedIsNotFinishedOnTheDisk) {
     EXPECT_TRUE(backup_io::finish_on_disk(writer()));
     EXPECT_EQ(1u, doubles::libc::fsync.calls());
-    doubles::libc::fsync.stand_in([](int) {
-        errno = EIO;
-        return -1;
-    });
+    doubles::libc::fsync.fail(EIO);
     EXPECT_FALSE(backup_io::finish_on_disk(writer()));
     EXPECT_EQ(EIO, errno);
 }
