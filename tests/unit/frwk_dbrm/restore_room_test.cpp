@@ -146,10 +146,7 @@ TEST_F(RestoreRoom, OfADiskWithoutALimitIsThere) {
 
 TEST_F(RestoreRoom, ThatIsUnknownIsThere) {
     limit({{kFolder, 0}, {kJournalFolder, 0}});
-    doubles::libc::statvfs.stand_in([](const char *, struct statvfs *) {
-        errno = EIO;
-        return -1;
-    });
+    doubles::libc::statvfs.fail(EIO);
     EXPECT_TRUE(has_room());
     std::filesystem::remove_all(kFolder);
     std::filesystem::remove_all(kJournalFolder);
@@ -168,10 +165,7 @@ TEST_F(RestoreRoom, IsNotNeededWithoutSettings) {
 TEST_F(RestoreRoom, IsCountedToTheEndOfAShortBackup) {
     limit({{kFolder, 1}, {kJournalFolder, 1}});
     EXPECT_TRUE(has_room(header(2, kUserData, 4000) + "a=1\n"));
-    doubles::libc::read.stand_in([](int, void *, size_t) -> ssize_t {
-        errno = EIO;
-        return -1;
-    });
+    doubles::libc::read.fail(EIO);
     EXPECT_EQ(E_APPS_ERR_SUCCESS, backup::check_room_for_settings(kBackup));
 }
 
