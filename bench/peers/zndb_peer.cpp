@@ -58,7 +58,7 @@ class ZndbBatchClient : public Client {
         require(zndb_batch_apply(batch_) == E_ZNDB_RET_SUCCESS, "zndb_batch_apply");
     }
 
-    bool tell(const Bytes &) override { give_up("a batch has an answer"); }
+    bool send(const Bytes &) override { give_up("a batch has an answer"); }
 
   private:
     static constexpr int kSets = 32;
