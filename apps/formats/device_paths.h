@@ -29,6 +29,9 @@ inline constexpr char kJournalFile[] = "/tmp/m_tmp/zndb/journal";
 inline constexpr char kJournalName[] = "journal";
 inline constexpr char kBatchFile[] = "/tmp/m_tmp/zndb/journal.batch";
 
+/* All settings in shared memory: mapped by the service, and by clients to read. */
+inline constexpr char kViewFile[] = "/tmp/m_tmp/zndb/view";
+
 /* Added to a file's path while its successor is being written. */
 inline constexpr char kTemporarySuffix[] = ".tmp";
 

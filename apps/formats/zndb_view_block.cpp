@@ -29,20 +29,20 @@ uint32_t mask_of(size_t characters) {
 
 }  // namespace
 
-bool Block::is_block(const void *bytes, size_t size) {
-    if (size < sizeof(Head) || size > INT32_MAX || size % kWord != 0) {
-        return false;
+std::optional<Block> Block::open(const void *bytes, size_t size) {
+    if (size < sizeof(Head) + kTailSize || size > INT32_MAX || size % kWord != 0) {
+        return std::nullopt;
     }
-    const Block block(bytes, static_cast<uint32_t>(size), 0);
-    const uint32_t chains = block.head(offsetof(Head, chains));
-    return block.head(offsetof(Head, magic)) == kMagic && block.head(offsetof(Head, format)) == kFormat &&
-           block.head(offsetof(Head, size)) == size && is_power_of_two(chains) &&
-           chains <= (size - sizeof(Head)) / kWord;
+    const Block head_only(bytes, static_cast<uint32_t>(size), 0);
+    const uint32_t chains = head_only.head(offsetof(Head, chains));
+    const bool is_block = head_only.is_whole() && head_only.head(offsetof(Head, format)) == kFormat &&
+                          head_only.head(offsetof(Head, size)) == size && is_power_of_two(chains) &&
+                          chains <= (size - sizeof(Head) - kTailSize) / kWord;
+    return is_block ? std::optional(Block(bytes, static_cast<uint32_t>(size), chains)) : std::nullopt;
 }
 
-Block::Block(const void *bytes) : words_(static_cast<const uint32_t *>(bytes)), size_(0), chains_(0) {
-    size_ = head(offsetof(Head, size));
-    chains_ = head(offsetof(Head, chains));
+bool Block::is_whole() const {
+    return head(offsetof(Head, magic)) == kMagic && load(records_end()) == kMagic;
 }
 
 /* FNV-1a. */
@@ -59,7 +59,7 @@ uint32_t Block::load(uint32_t offset) const {
 }
 
 bool Block::read(uint32_t offset, Record &record) const {
-    if (offset % kWord != 0 || offset < records_begin() || offset > size_ - sizeof(RecordHead)) {
+    if (offset % kWord != 0 || offset < records_begin() || offset > records_end() - sizeof(RecordHead)) {
         return false;
     }
     const uint32_t form = load(offset + static_cast<uint32_t>(offsetof(RecordHead, form)));
@@ -71,7 +71,7 @@ bool Block::read(uint32_t offset, Record &record) const {
               form & 0xff,
               form >> 16};
     return record.key_length < ZNDB_KEY_LEN && record.value_length < ZNDB_VALUE_LEN &&
-           record.after() <= size_ && record.kind <= Kind::kDead && record.place <= Place::kDefaults;
+           record.after() <= records_end() && record.kind <= Kind::kDead && record.place <= Place::kDefaults;
 }
 
 bool Block::has_prefix(const Record &record, std::string_view text) const {

@@ -15,6 +15,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string_view>
 
 #include "formats/journal_record.h"
@@ -48,6 +49,9 @@ inline constexpr uint32_t kMagic = 0x5645495a;
 inline constexpr uint32_t kFormat = 1;
 inline constexpr uint32_t kFresh = 0x46524553; /* no value that a block of zeros has */
 inline constexpr uint32_t kStale = 0x5354414c; /* another block has taken its place */
+
+/* The last word of the block is the magic word too: a block that was cut lacks it. */
+inline constexpr uint32_t kTailSize = sizeof(uint32_t);
 
 /* The words before a record's key and value, each of which is filled with zeros to whole words. */
 struct RecordHead {
@@ -110,17 +114,21 @@ struct Record {
  */
 class Block {
   public:
-    /* Whether these bytes begin as a block does, and are all of it. bytes: aligned to a word. */
-    static bool is_block(const void *bytes, size_t size);
+    /*
+     * Uses these bytes, if they begin as a block does and are all of it. bytes: aligned to a word; they may
+     * change at any time afterwards, but not go.
+     */
+    static std::optional<Block> open(const void *bytes, size_t size);
 
     Block(const void *bytes, uint32_t size, uint32_t chains)
         : words_(static_cast<const uint32_t *>(bytes)), size_(size), chains_(chains) {}
 
-    /* bytes: a block, as is_block has found. They may change at any time, but not go. */
-    explicit Block(const void *bytes);
-
     uint32_t size() const { return size_; }
+    uint32_t records_end() const { return size_ - kTailSize; }
     uint32_t chains() const { return chains_; }
+
+    /* Whether nobody has cut it, or written something else over it. */
+    bool is_whole() const;
 
     /* The first word of a chain that has the key, and that of the first record. */
     uint32_t chain_of(std::string_view key) const;
@@ -130,6 +138,8 @@ class Block {
 
     /* offset: below size, a multiple of four. */
     uint32_t load(uint32_t offset) const;
+
+    const uint32_t *word(uint32_t offset) const { return &words_[offset / sizeof(uint32_t)]; }
 
     /* A member of the head, by its offset. */
     uint32_t head(size_t member) const { return load(static_cast<uint32_t>(member)); }

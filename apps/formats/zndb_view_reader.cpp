@@ -27,18 +27,13 @@ bool is_watched(Place place) {
 
 }  // namespace
 
-const uint32_t *Reader::serial_word() const {
-    return static_cast<const uint32_t *>(bytes_) + offsetof(Head, serial) / sizeof(uint32_t);
-}
-
 uint32_t Reader::begin() const {
-    const auto *words = static_cast<const uint32_t *>(bytes_);
-    return __atomic_load_n(words + offsetof(Head, sequence) / sizeof(uint32_t), __ATOMIC_ACQUIRE);
+    return __atomic_load_n(block_.word(offsetof(Head, sequence)), __ATOMIC_ACQUIRE);
 }
 
 bool Reader::is_unchanged(uint32_t sequence) const {
     order_loads();
-    return block_.head(offsetof(Head, sequence)) == sequence;
+    return block_.head(offsetof(Head, sequence)) == sequence && block_.is_whole();
 }
 
 Found Reader::copy_value(const Record &record, char *value, uint32_t size) const {
@@ -75,7 +70,7 @@ Found Reader::look_up(StoreId store, std::string_view key, char *value, uint32_t
 Found Reader::get(StoreId store, std::string_view key, char *value, uint32_t size) const {
     for (int attempt = 0; attempt < kAttempts; ++attempt) {
         const uint32_t sequence = begin();
-        if (sequence % 2 != 0) {
+        if (!is_even(sequence)) {
             continue;
         }
         const Found found = look_up(store, key, value, size);
@@ -94,7 +89,7 @@ Position Reader::now() const {
 bool Reader::start(Position &position) const {
     const uint32_t sequence = begin();
     const Position here = now();
-    if (sequence % 2 != 0 || !is_unchanged(sequence)) {
+    if (!is_even(sequence) || !is_unchanged(sequence)) {
         return false;
     }
     position = here;
@@ -156,8 +151,8 @@ Next Reader::next(std::string_view prefix, Position &position, Change &change) c
     for (int attempt = 0; attempt < kAttempts;) {
         const uint32_t sequence = begin();
         Position here = position;
-        const Next found = sequence % 2 == 0 ? look_on(prefix, here, change) : Next::kBusy;
-        if (sequence % 2 != 0 || !is_unchanged(sequence)) {
+        const Next found = is_even(sequence) ? look_on(prefix, here, change) : Next::kBusy;
+        if (!is_even(sequence) || !is_unchanged(sequence)) {
             ++attempt;
             continue;
         }

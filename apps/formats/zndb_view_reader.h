@@ -43,8 +43,7 @@ enum class Next {
 
 class Reader {
   public:
-    /* bytes: a block, as Block::is_block has found. They may change at any time, but not go. */
-    explicit Reader(const void *bytes) : bytes_(bytes), block_(bytes) {}
+    explicit Reader(const Block &block) : block_(block) {}
 
     /*
      * Looks a key up as a get does: a plain one in the plain store, the factory overlay and the defaults, any
@@ -55,15 +54,15 @@ class Reader {
      */
     Found get(StoreId store, std::string_view key, char *value, uint32_t size) const;
 
-    /* Whether no other block has taken its place. */
-    bool is_fresh() const { return block_.head(offsetof(Head, state)) == kFresh; }
+    /* Whether it is whole, and no other block has taken its place. */
+    bool is_fresh() const { return block_.head(offsetof(Head, state)) == kFresh && block_.is_whole(); }
 
     uint32_t serial() const { return block_.head(offsetof(Head, serial)); }
     uint32_t instance() const { return block_.head(offsetof(Head, instance)); }
     uint32_t owner() const { return block_.head(offsetof(Head, owner)); }
 
     /* Changes with each change, and when the block becomes stale. */
-    const uint32_t *serial_word() const;
+    const uint32_t *serial_word() const { return block_.word(offsetof(Head, serial)); }
 
     /* Everything up to now counts as told. Returns false during a change. */
     bool start(Position &position) const;
@@ -78,6 +77,7 @@ class Reader {
 
   private:
     uint32_t begin() const;
+    static bool is_even(uint32_t sequence) { return sequence % 2 == 0 && sequence != 0; }
     bool is_unchanged(uint32_t sequence) const;
     Found look_up(StoreId store, std::string_view key, char *value, uint32_t size) const;
     Found copy_value(const Record &record, char *value, uint32_t size) const;
@@ -86,7 +86,6 @@ class Reader {
     Next read_on(std::string_view prefix, Position &position, Change &change) const;
     Next tell(const Record &record, Change &change) const;
 
-    const void *bytes_;
     Block block_;
 };
 

@@ -16,6 +16,8 @@ constexpr size_t kRoomPart = 8;
 /* Moving is worth it if so large a part of the block is garbage; otherwise the block is too small. */
 constexpr uint32_t kGarbagePart = 16;
 
+constexpr uint32_t kFirstSequence = 2;
+
 /* Deletes are kept in so large a part of the block. */
 constexpr uint32_t kDeletesPart = 16;
 
@@ -48,7 +50,7 @@ uint32_t chains_for(size_t keys) {
 
 size_t size_for(size_t keys, size_t records) {
     const size_t room = records / kRoomPart + record_size(ZNDB_KEY_LEN, ZNDB_VALUE_LEN);
-    const size_t least = sizeof(Head) + size_t{chains_for(keys)} * kWord + records + room;
+    const size_t least = sizeof(Head) + size_t{chains_for(keys)} * kWord + records + room + kTailSize;
     return (least + kPage - 1) / kPage * kPage;
 }
 
@@ -75,11 +77,13 @@ Writer::Writer(void *bytes, size_t size, size_t keys, uint32_t instance, uint32_
     store_head(offsetof(Head, format), kFormat);
     store_head(offsetof(Head, size), block_.size());
     store_head(offsetof(Head, chains), block_.chains());
+    store_head(offsetof(Head, sequence), kFirstSequence);
     store_head(offsetof(Head, serial), serial);
     store_head(offsetof(Head, instance), instance);
     store_head(offsetof(Head, end), end_);
     store_head(offsetof(Head, reset), serial);
     store_head(offsetof(Head, forgotten), serial);
+    store(block_.records_end(), kMagic);
 }
 
 void Writer::store(uint32_t offset, uint32_t word) {
@@ -95,12 +99,13 @@ void Writer::begin() {
     order_stores();
 }
 
-/* A serial of 0 would look like no view. */
+/* A serial of 0 would look like no view, and a sequence of 0 like a block of zeros. */
 void Writer::end() {
     serial_ = serial_ == 0 ? 1 : serial_;
+    const uint32_t sequence = block_.head(offsetof(Head, sequence)) + 1;
     store_head(offsetof(Head, end), end_);
     store_head(offsetof(Head, serial), serial_);
-    __atomic_store_n(&words_[offsetof(Head, sequence) / kWord], block_.head(offsetof(Head, sequence)) + 1,
+    __atomic_store_n(&words_[offsetof(Head, sequence) / kWord], sequence == 0 ? kFirstSequence : sequence,
                      __ATOMIC_RELEASE);
 }
 
@@ -150,7 +155,7 @@ void Writer::bury(const Record &record) {
 }
 
 bool Writer::replace(Place place, Kind kind, std::string_view key, std::string_view value) {
-    if (record_size(key.size(), value.size()) > block_.size() - end_) {
+    if (record_size(key.size(), value.size()) > block_.records_end() - end_) {
         return false;
     }
     Record old;
@@ -164,7 +169,7 @@ bool Writer::replace(Place place, Kind kind, std::string_view key, std::string_v
 }
 
 bool Writer::add(Place place, std::string_view key, std::string_view value) {
-    if (record_size(key.size(), value.size()) > block_.size() - end_) {
+    if (record_size(key.size(), value.size()) > block_.records_end() - end_) {
         return false;
     }
     append(place, Kind::kValue, key, value, serial_);
@@ -254,7 +259,7 @@ bool Writer::keep_from(const Block &from, uint32_t begin, uint32_t end) {
         if (goes) {
             continue;
         }
-        if (record.after() - record.offset > block_.size() - end_) {
+        if (record.after() - record.offset > block_.records_end() - end_) {
             return false;
         }
         copy(from, record);

@@ -47,6 +47,9 @@ class Writer {
     /* Between begin and end: moves the records together, without those that nobody needs. */
     bool compact();
 
+    /* Whether nobody else has cut the block or written over it. */
+    bool is_whole() const { return block_.is_whole(); }
+
     /* Whether compact would make enough room to be worth it. */
     bool has_garbage() const;
 

@@ -114,6 +114,12 @@ void Database::load() {
     drop_leftover(paths::kJournalFile);
 }
 
+void Database::observe(ChangeObserver &observer) {
+    const Lock lock(mutex_);
+    observer.began({store(StoreId::kPlain), store(StoreId::kPerm), store(StoreId::kFactory), defaults_});
+    observer_ = &observer;
+}
+
 void Database::load_one(Held &held) {
     drop_leftover(held.path);
     const LoadedFile loaded = load_store(held.path, held.store);
@@ -177,6 +183,9 @@ void Database::apply(const JournalRecord &record) {
         case Change::kClear:
             changed.clear();
             break;
+    }
+    if (observer_ != nullptr) {
+        observer_->changed(record);
     }
 }
 

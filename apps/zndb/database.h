@@ -12,6 +12,7 @@
 
 #include "apps_err.h"
 #include "batch_file.h"
+#include "change_observer.h"
 #include "formats/journal_record.h"
 #include "formats/zndb_batch_wire.h"
 #include "formats/zndb_list_wire.h"
@@ -31,6 +32,10 @@ class Database {
 
     /* Reads the files and the journal. Must be the first call; call it once. */
     void load();
+
+    /* Shows the present content, and each change from now on, to an observer. It must outlive the database.
+     */
+    void observe(ChangeObserver &observer);
 
     /*
      * Reads a value. kPlain falls back to kFactory, and that to the defaults; kPerm has no fallback.
@@ -159,6 +164,7 @@ class Database {
     UntilReboot until_reboot_;
     Journal journal_;
     BatchFile batch_;
+    ChangeObserver *observer_ = nullptr;
     size_t deletes_ = 0; /* since the journal was last rewritten; a start would replay all of them */
 };
 

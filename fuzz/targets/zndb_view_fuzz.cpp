@@ -62,11 +62,13 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
         words[0] = view::kMagic;
         words[1] = view::kFormat;
         words[2] = static_cast<uint32_t>(words.size() * sizeof(uint32_t));
+        words.back() = view::kMagic;
     }
-    if (!view::Block::is_block(words.data(), words.size() * sizeof(uint32_t))) {
+    const std::optional<view::Block> block = view::Block::open(words.data(), words.size() * sizeof(uint32_t));
+    if (!block) {
         return 0;
     }
-    const view::Reader reader(words.data());
+    const view::Reader reader(*block);
     get_all(reader, key);
     watch(reader, key, position);
     view::Position now;

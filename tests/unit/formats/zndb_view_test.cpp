@@ -64,9 +64,13 @@ std::string line_of(Next next, const Change &change) {
     }
 }
 
+view::Reader reader_of(const Words &words) {
+    return view::Reader(view::Block::open(words.data(), words.size() * 4).value());
+}
+
 class ZndbView : public testing::Test {
   protected:
-    ZndbView() : words_(view::size_for(10, 400) / 4), writer_(make()), reader_(words_.data()) {}
+    ZndbView() : words_(view::size_for(10, 400) / 4), writer_(make()), reader_(reader_of(words_)) {}
 
     view::Writer make() {
         view::Writer writer(words_.data(), words_.size() * 4, 10, kInstance, kFirstSerial);
@@ -122,7 +126,7 @@ class ZndbView : public testing::Test {
 
 TEST_F(ZndbView, TheBytesAreThese) {
     set(M, "key", "value");
-    const uint32_t head[] = {0x5645495a,       1, 4096, 16, 2, 101, 0x46524553, 77, 0,
+    const uint32_t head[] = {0x5645495a,       1, 4096, 16, 4, 101, 0x46524553, 77, 0,
                              128 + 12 + 4 + 8, 0, 100,  100};
     for (size_t i = 0; i < std::size(head); ++i) {
         EXPECT_EQ(head[i], words_[i]) << i;
@@ -131,6 +135,7 @@ TEST_F(ZndbView, TheBytesAreThese) {
     EXPECT_EQ(0u, words_[32]);
     EXPECT_EQ(101u, words_[33]);
     EXPECT_EQ(3u | 1u << 8 | 0u << 12 | 5u << 16, words_[34]);
+    EXPECT_EQ(0x5645495au, words_.back());
     EXPECT_EQ(0, std::memcmp(&words_[35], "key\0value\0\0\0", 12));
 }
 
@@ -246,8 +251,8 @@ TEST_F(ZndbView, AnotherBlockTakesTheRecordsOver) {
     view::Writer larger(more.data(), more.size() * 4, 100, kInstance, 1);
     ASSERT_TRUE(larger.take_over(writer_));
     larger.publish();
-    ASSERT_TRUE(view::Block::is_block(more.data(), more.size() * 4));
-    const view::Reader reader(more.data());
+    ASSERT_TRUE(view::Block::open(more.data(), more.size() * 4));
+    const view::Reader reader = reader_of(more);
     EXPECT_EQ("2", get(reader, P, "a"));
     EXPECT_EQ("3", get(reader, M, "b"));
     EXPECT_EQ(reader_.serial(), reader.serial());
@@ -367,24 +372,48 @@ TEST_F(ZndbView, ASerialIsNever0) {
     writer.begin();
     EXPECT_TRUE(writer.set(P, "k", "v"));
     writer.end();
-    EXPECT_EQ(1u, view::Reader(words.data()).serial());
+    EXPECT_EQ(1u, reader_of(words).serial());
     EXPECT_TRUE(view::is_later(1, UINT32_MAX));
     EXPECT_FALSE(view::is_later(UINT32_MAX, 1));
 }
 
 TEST_F(ZndbView, BytesThatAreNoBlockAreRefused) {
     const size_t size = words_.size() * 4;
-    EXPECT_TRUE(view::Block::is_block(words_.data(), size));
-    EXPECT_FALSE(view::Block::is_block(words_.data(), size - 4));
-    EXPECT_FALSE(view::Block::is_block(words_.data(), size - 1));
-    EXPECT_FALSE(view::Block::is_block(words_.data(), 60));
-    EXPECT_FALSE(view::Block::is_block(words_.data(), 0));
+    EXPECT_TRUE(view::Block::open(words_.data(), size));
+    EXPECT_FALSE(view::Block::open(words_.data(), size - 4));
+    EXPECT_FALSE(view::Block::open(words_.data(), size - 1));
+    EXPECT_FALSE(view::Block::open(words_.data(), 60));
+    EXPECT_FALSE(view::Block::open(words_.data(), 0));
     for (const auto &[word, value] :
          {std::pair<size_t, uint32_t>{0, 0}, {1, 2}, {2, 4092}, {3, 0}, {3, 3}, {3, 4096}, {3, 1u << 31}}) {
         Words other = words_;
         other[word] = value;
-        EXPECT_FALSE(view::Block::is_block(other.data(), size)) << word << ": " << value;
+        EXPECT_FALSE(view::Block::open(other.data(), size)) << word << ": " << value;
     }
+}
+
+/* A file that is cut leaves zeros, at least up to the end of its last page. */
+TEST_F(ZndbView, ABlockThatIsCutWhileItIsReadIsNotRead) {
+    set(P, "k", "v");
+    ASSERT_TRUE(reader_.start(position_));
+    const Words sound = words_;
+    for (const size_t left : {0, 1, 5, 20, 34, 1023}) {
+        words_ = sound;
+        std::fill(words_.begin() + static_cast<std::ptrdiff_t>(left), words_.end(), 0);
+        EXPECT_FALSE(reader_.is_fresh()) << left;
+        EXPECT_FALSE(writer_.is_whole()) << left;
+        EXPECT_EQ("busy", plain("k")) << left;
+        EXPECT_EQ("busy", plain("none")) << left;
+        EXPECT_EQ("busy,", told()) << left;
+        EXPECT_FALSE(reader_.start(position_)) << left;
+    }
+}
+
+TEST_F(ZndbView, ASequenceIsNever0) {
+    words_[4] = UINT32_MAX - 1;
+    set(P, "k", "v");
+    EXPECT_EQ(2u, words_[4]);
+    EXPECT_EQ("v", plain("k"));
 }
 
 TEST_F(ZndbView, ACircleOfRecordsIsDamage) {
@@ -432,7 +461,7 @@ TEST_F(ZndbView, WhateverTheBytesAreAReaderEnds) {
         for (int flips = 0; flips < 8; ++flips) {
             words_[4 + random() % 200] = round % 2 == 0 ? random() : random() % 1100 * 4;
         }
-        words_[4] &= ~1u;
+        words_[4] = (words_[4] & ~1u) + 2;
         (void)plain("key" + std::to_string(random() % 10));
         Position position = {0, 0, random() % 2, random() % 5000};
         Change change;

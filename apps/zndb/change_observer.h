@@ -1,0 +1,30 @@
+/*
+ * Whoever shows the database's content somewhere else. The database calls it with its lock held, so an
+ * observer must not call the database.
+ */
+#pragma once
+
+#include "formats/journal_record.h"
+#include "store.h"
+
+/* The stores, valid as long as the database; to be read during calls of the observer only. */
+struct Contents {
+    const Store &plain;
+    const Store &perm;
+    const Store &factory;
+    const Store &defaults;
+};
+
+class ChangeObserver {
+  public:
+    ChangeObserver() = default;
+    ChangeObserver(const ChangeObserver &) = delete;
+    ChangeObserver &operator=(const ChangeObserver &) = delete;
+    virtual ~ChangeObserver() = default;
+
+    /* The database's content before the first change. */
+    virtual void began(const Contents &contents) = 0;
+
+    /* A change, which the stores already have, before it is answered. */
+    virtual void changed(const JournalRecord &change) = 0;
+};
