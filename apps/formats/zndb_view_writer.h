@@ -53,8 +53,9 @@ class Writer {
     /* Whether compact would make enough room to be worth it. */
     bool has_garbage() const;
 
-    uint32_t serial() const { return block_.head(offsetof(Head, serial)); }
-    uint32_t instance() const { return block_.head(offsetof(Head, instance)); }
+    /* The head's, whatever somebody has done to the block. */
+    uint32_t serial() const { return serial_; }
+
     uint32_t *serial_word() { return &words_[offsetof(Head, serial) / sizeof(uint32_t)]; }
     uint32_t *owner_word() { return &words_[offsetof(Head, owner) / sizeof(uint32_t)]; }
 

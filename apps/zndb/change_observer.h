@@ -15,6 +15,15 @@ struct Contents {
     const Store &defaults;
 };
 
+/* Changes that are made as one. */
+struct Changes {
+    const JournalRecord *first;
+    size_t count;
+
+    const JournalRecord *begin() const { return first; }
+    const JournalRecord *end() const { return first + count; }
+};
+
 class ChangeObserver {
   public:
     ChangeObserver() = default;
@@ -25,6 +34,6 @@ class ChangeObserver {
     /* The database's content before the first change. */
     virtual void began(const Contents &contents) = 0;
 
-    /* A change, which the stores already have, before it is answered. */
-    virtual void changed(const JournalRecord &change) = 0;
+    /* Changes that the stores already have, before they are answered. */
+    virtual void changed(const Changes &changes) = 0;
 };

@@ -184,8 +184,11 @@ void Database::apply(const JournalRecord &record) {
             changed.clear();
             break;
     }
+}
+
+void Database::show(const JournalRecord *changes, size_t count) {
     if (observer_ != nullptr) {
-        observer_->changed(record);
+        observer_->changed({changes, count});
     }
 }
 
@@ -196,6 +199,7 @@ void Database::apply(const JournalRecord &record) {
 void Database::repeat(const JournalRecord &record) {
     apply(record);
     store(record.store).assume_in_file(record.key);
+    show(&record, 1);
 }
 
 bool Database::file_may_differ(StoreId id, std::string_view key) const {
@@ -249,6 +253,7 @@ apps_err_e_type Database::change(const JournalRecord &record) {
         return result_of_errno(error);
     }
     note_change(record);
+    show(&record, 1);
     shorten_if_overgrown();
     return E_APPS_ERR_SUCCESS;
 }

@@ -134,6 +134,7 @@ class Database {
     apps_err_e_type open_journal();
     void apply(const JournalRecord &record);
     void repeat(const JournalRecord &record);
+    void show(const JournalRecord *changes, size_t count);
     void note_change(const JournalRecord &record);
     void shorten_if_overgrown();
     apps_err_e_type change(const JournalRecord &record);

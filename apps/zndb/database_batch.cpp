@@ -192,6 +192,7 @@ apps_err_e_type Database::change_all(const std::vector<JournalRecord> &records) 
     for (const JournalRecord &record : records) {
         note_change(record);
     }
+    show(records.data(), records.size());
     shorten_if_overgrown();
     return E_APPS_ERR_SUCCESS;
 }

@@ -14,6 +14,7 @@
 #include "os_time.h"
 #include "support/atomic_file.h"
 #include "support/futex.h"
+#include "support/uninterrupted.h"
 
 namespace {
 
@@ -113,14 +114,18 @@ bool ViewFile::write(view::Writer &writer, const JournalRecord &change) {
     }
 }
 
-/* Returns false if the file has no room. */
-bool ViewFile::update(const JournalRecord &change) {
+/* Returns false if the file has no room; then only some of the changes may have been written. */
+bool ViewFile::update(const Changes &changes) {
     view::Writer &writer = *present_.writer;
+    bool written = true;
     writer.begin();
-    const bool written =
-        write(writer, change) || (writer.has_garbage() && writer.compact() && write(writer, change));
-    writer.end();
-    serial_ = writer.serial();
+    for (const JournalRecord &change : changes) {
+        written = written && (write(writer, change) ||
+                              (writer.has_garbage() && writer.compact() && write(writer, change)));
+    }
+    if (written) {
+        writer.end();
+    }
     return written;
 }
 
@@ -141,7 +146,7 @@ bool ViewFile::is_lost() {
            found.st_ino != present_.number;
 }
 
-void ViewFile::changed(const JournalRecord &change) {
+void ViewFile::changed(const Changes &changes) {
     int error = 0;
     if (!present_.writer) {
         const uint32_t now = os_uptime_sec();
@@ -152,8 +157,8 @@ void ViewFile::changed(const JournalRecord &change) {
     } else if (!present_.writer->is_whole() || is_lost()) {
         OS_LOG(OS_LOG_WARNING, "%s was removed or changed by somebody, it is written again", path_.c_str());
         error = make_anew();
-    } else if (!update(change)) {
-        error = make_larger(change);
+    } else if (!update(changes)) {
+        error = make_larger(changes);
     } else if (is_too_large()) {
         error = make_smaller();
     }
@@ -182,11 +187,12 @@ int ViewFile::settle(int fd, Made &made) const {
 template <typename Fill>
 int ViewFile::make(size_t keys, size_t records, Fill fill) {
     const size_t size = view::size_for(keys, records);
+    serial_ = present_.writer ? present_.writer->serial() : serial_;
     AtomicFile file(AT_FDCWD, path_.c_str());
     Made made;
     /* All memory is taken now: a page that can't be had later would kill the service, or a reader. */
     if (!file.create_beside(paths::kTemporarySuffix) ||
-        ::fallocate(file.fd(), 0, 0, static_cast<off_t>(size)) != 0 ||
+        uninterrupted([&] { return ::fallocate(file.fd(), 0, 0, static_cast<off_t>(size)); }) != 0 ||
         !made.memory.map(file.fd(), size, PROT_READ | PROT_WRITE)) {
         return errno;
     }
@@ -211,7 +217,6 @@ void ViewFile::replace(Made made) {
     if (mark_ != nullptr) {
         mark_->move_to(made.writer->owner_word());
     }
-    serial_ = made.writer->serial();
     std::swap(present_, made);
     if (made.memory) {
         futex_wake_all(view::retire(made.memory.data()));
@@ -219,13 +224,18 @@ void ViewFile::replace(Made made) {
 }
 
 /* Those who watch go on where they are. */
-int ViewFile::make_larger(const JournalRecord &change) {
+int ViewFile::make_larger(const Changes &changes) {
     const view::Writer &old = *present_.writer;
-    const size_t more = view::record_size(change.key.size(), change.value.size());
-    const int error = make(old.keys() + 1, old.used() + more, [&](view::Writer &writer) {
-        const bool taken = writer.take_over(old);
+    size_t more = 0;
+    for (const JournalRecord &change : changes) {
+        more += view::record_size(change.key.size(), change.value.size());
+    }
+    const int error = make(old.keys() + changes.count, old.used() + more, [&](view::Writer &writer) {
+        bool written = writer.take_over(old);
         writer.begin();
-        const bool written = taken && write(writer, change);
+        for (const JournalRecord &change : changes) {
+            written = written && write(writer, change);
+        }
         writer.end();
         return written;
     });
@@ -251,7 +261,7 @@ void ViewFile::give_up(int error) {
     OS_LOG_ERRNO(("no view for readers: can't write " + path_).c_str());
     if (present_.memory) {
         futex_wake_all(view::retire(present_.memory.data()));
-        serial_ += 1;
+        serial_ = present_.writer ? present_.writer->serial() + 1 : serial_ + 1;
     }
     if (mark_ != nullptr) {
         mark_->forget();

@@ -25,7 +25,7 @@ class ViewFile : public ChangeObserver {
     /* Replaces the file of an earlier service, whose serial goes on. */
     void began(const Contents &contents) override;
 
-    void changed(const JournalRecord &change) override;
+    void changed(const Changes &changes) override;
 
   private:
     struct Made {
@@ -36,12 +36,12 @@ class ViewFile : public ChangeObserver {
     };
 
     static bool write(view::Writer &writer, const JournalRecord &change);
-    bool update(const JournalRecord &change);
+    bool update(const Changes &changes);
     bool is_too_large() const;
     bool is_lost();
     template <typename Fill>
     int make(size_t keys, size_t records, Fill fill);
-    int make_larger(const JournalRecord &change);
+    int make_larger(const Changes &changes);
     int make_smaller();
     int make_anew();
     int settle(int fd, Made &made) const;
