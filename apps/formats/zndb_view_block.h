@@ -15,6 +15,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <optional>
 #include <string_view>
 
@@ -110,6 +111,55 @@ struct Record {
     uint32_t after() const { return value_offset() + text_size(value_length); }
 };
 
+#ifdef __SANITIZE_THREAD__
+/* g++'s thread sanitizer doesn't know fences. */
+inline constexpr int kLoad = __ATOMIC_ACQUIRE;
+inline constexpr int kStore = __ATOMIC_RELEASE;
+inline void order_loads() {}
+inline void order_stores() {}
+#else
+inline constexpr int kLoad = __ATOMIC_RELAXED;
+inline constexpr int kStore = __ATOMIC_RELAXED;
+/* Orders what was loaded before with what is loaded after; the same for stores. */
+inline void order_loads() {
+    __atomic_thread_fence(__ATOMIC_ACQUIRE);
+}
+inline void order_stores() {
+    __atomic_thread_fence(__ATOMIC_RELEASE);
+}
+#endif
+
+inline constexpr uint32_t kWord = sizeof(uint32_t);
+inline constexpr char kAllBytes[] = "\xff\xff\xff\xff";
+
+/* Four characters as they stand in a word. */
+inline uint32_t whole_word(const char *text) {
+    uint32_t word = 0;
+    std::memcpy(&word, text, kWord);
+    return word;
+}
+
+/* The same for one to three characters, with zeros after them. */
+inline uint32_t part_word(const char *text, size_t length) {
+    uint32_t word = 0;
+    std::memcpy(&word, text, length & 3);
+    return word;
+}
+
+/* Of the words of a text, the last one filled with zeros, and its length. */
+inline uint32_t hash_of(std::string_view text) {
+    constexpr uint32_t kFactor = 0x9e3779b1;
+    auto hash = static_cast<uint32_t>(text.size());
+    const char *from = text.data();
+    size_t left = text.size();
+    for (; left >= kWord; left -= kWord, from += kWord) {
+        hash = (hash ^ whole_word(from)) * kFactor;
+        hash ^= hash >> 15;
+    }
+    hash = (hash ^ part_word(from, left)) * kFactor;
+    return hash ^ hash >> 15;
+}
+
 /* The block as both sides read it. Copies of the size and the number of chains are kept: these never change.
  */
 class Block {
@@ -128,16 +178,18 @@ class Block {
     uint32_t chains() const { return chains_; }
 
     /* Whether nobody has cut it, or written something else over it. */
-    bool is_whole() const;
+    bool is_whole() const { return head(offsetof(Head, magic)) == kMagic && load(records_end()) == kMagic; }
 
     /* The first word of a chain that has the key, and that of the first record. */
-    uint32_t chain_of(std::string_view key) const;
+    uint32_t chain_of(std::string_view key) const {
+        return static_cast<uint32_t>(sizeof(Head)) + (hash_of(key) & (chains_ - 1)) * kWord;
+    }
     uint32_t records_begin() const {
         return static_cast<uint32_t>(sizeof(Head) + size_t{chains_} * sizeof(uint32_t));
     }
 
     /* offset: below size, a multiple of four. */
-    uint32_t load(uint32_t offset) const;
+    uint32_t load(uint32_t offset) const { return __atomic_load_n(&words_[offset / kWord], kLoad); }
 
     const uint32_t *word(uint32_t offset) const { return &words_[offset / sizeof(uint32_t)]; }
 
@@ -145,42 +197,62 @@ class Block {
     uint32_t head(size_t member) const { return load(static_cast<uint32_t>(member)); }
 
     /* Whether a record can begin there and is inside the block. record: undefined otherwise. */
-    bool read(uint32_t offset, Record &record) const;
+    bool read(uint32_t offset, Record &record) const {
+        if (offset % kWord != 0 || offset < records_begin() || offset > records_end() - sizeof(RecordHead)) {
+            return false;
+        }
+        const uint32_t form = load(offset + static_cast<uint32_t>(offsetof(RecordHead, form)));
+        record = {offset,
+                  load(offset),
+                  load(offset + static_cast<uint32_t>(offsetof(RecordHead, serial))),
+                  static_cast<Kind>(form >> 12 & 0xf),
+                  static_cast<Place>(form >> 8 & 0xf),
+                  form & 0xff,
+                  form >> 16};
+        return record.key_length < ZNDB_KEY_LEN && record.value_length < ZNDB_VALUE_LEN &&
+               record.after() <= records_end() && record.kind <= Kind::kDead &&
+               record.place <= Place::kDefaults;
+    }
 
     /* Whether the record's key begins with the text. text: at most 31 characters. */
-    bool has_prefix(const Record &record, std::string_view text) const;
+    bool has_prefix(const Record &record, std::string_view text) const {
+        return text.size() <= record.key_length && has_text(record.key_offset(), text);
+    }
     bool has_key(const Record &record, std::string_view key) const {
-        return record.key_length == key.size() && has_prefix(record, key);
+        return record.key_length == key.size() && has_text(record.key_offset(), key);
     }
 
     /* Copies a text of a record. */
-    void copy_text(uint32_t offset, uint32_t length, char *to) const;
+    void copy_text(uint32_t offset, uint32_t length, char *to) const {
+        for (; length >= kWord; length -= kWord, offset += kWord, to += kWord) {
+            const uint32_t word = load(offset);
+            std::memcpy(to, &word, kWord);
+        }
+        if (length > 0) {
+            const uint32_t word = load(offset);
+            std::memcpy(to, &word, length);
+        }
+    }
 
     /* More records than this are not in the block: a chain that has more is a circle. */
     uint32_t most_records() const { return size_ / static_cast<uint32_t>(sizeof(RecordHead)); }
 
   private:
+    /* Whether these characters are there. */
+    bool has_text(uint32_t offset, std::string_view text) const {
+        const char *from = text.data();
+        size_t left = text.size();
+        for (; left >= kWord; left -= kWord, offset += kWord, from += kWord) {
+            if (load(offset) != whole_word(from)) {
+                return false;
+            }
+        }
+        return left == 0 || (load(offset) & part_word(kAllBytes, left)) == part_word(from, left);
+    }
+
     const uint32_t *words_;
     uint32_t size_;
     uint32_t chains_;
 };
-
-#ifdef __SANITIZE_THREAD__
-/* g++'s thread sanitizer doesn't know fences. */
-inline constexpr int kLoad = __ATOMIC_ACQUIRE;
-inline constexpr int kStore = __ATOMIC_RELEASE;
-inline void order_loads() {}
-inline void order_stores() {}
-#else
-inline constexpr int kLoad = __ATOMIC_RELAXED;
-inline constexpr int kStore = __ATOMIC_RELAXED;
-/* Orders what was loaded before with what is loaded after; the same for stores. */
-inline void order_loads() {
-    __atomic_thread_fence(__ATOMIC_ACQUIRE);
-}
-inline void order_stores() {
-    __atomic_thread_fence(__ATOMIC_RELEASE);
-}
-#endif
 
 }  // namespace view

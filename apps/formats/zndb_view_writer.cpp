@@ -7,7 +7,6 @@ namespace view {
 
 namespace {
 
-constexpr uint32_t kWord = sizeof(uint32_t);
 constexpr size_t kPage = 4096;
 
 /* A block has room for changes of so large a part of its records: then they are moved together. */
@@ -42,7 +41,7 @@ constexpr uint32_t offset_of_form(uint32_t record) {
 
 uint32_t chains_for(size_t keys) {
     uint32_t chains = 16;
-    while (chains <= keys / 2) {
+    while (chains < keys - keys / 4) {
         chains *= 2;
     }
     return chains;
