@@ -119,7 +119,7 @@ expect 'lan_ip=192.168.0.1' cat /m_data/usr/db/user_data.txt
 echo "  kill -KILL $zndb"
 { kill -KILL "$zndb" && wait "$zndb"; } 2> /dev/null || true
 expect 'not read: E_APPS_ERR_BUSY' ask get lan_ip
-rm /tmp/m_tmp/zndb/journal # as a power cut would: only what was saved is left
+rm /tmp/m_tmp/zndb/journal.* # as a power cut would: only what was saved is left
 start zndb 1
 expect '192.168.0.1' ask get lan_ip
 

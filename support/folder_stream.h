@@ -16,7 +16,8 @@ struct FolderStreamTraits {
 
 using UniqueFolderStream = Owned<FolderStreamTraits>;
 
-/* Opens a folder for listing. Owns nothing, with errno set, on failure; ELOOP for a symbolic link. */
+/* Opens a folder for listing. Owns nothing, with errno set, on failure; ENOTDIR for a
+ * symbolic link. */
 inline UniqueFolderStream open_folder_stream(int in, const char *name) {
     UniqueFd fd(::openat(in, name, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
     UniqueFolderStream names(fd ? ::fdopendir(fd.get()) : nullptr);

@@ -25,9 +25,15 @@ inline constexpr char kFactoryFile[] = "/m_data/factor/factor_data.txt";
 
 /* On tmpfs: outlives the service, not the power. */
 inline constexpr char kJournalFolder[] = "/tmp/m_tmp/zndb";
-inline constexpr char kJournalFile[] = "/tmp/m_tmp/zndb/journal";
-inline constexpr char kJournalName[] = "journal";
+inline constexpr char kPlainJournal[] = "/tmp/m_tmp/zndb/journal.plain";
+inline constexpr char kPermJournal[] = "/tmp/m_tmp/zndb/journal.perm";
+inline constexpr char kFactoryJournal[] = "/tmp/m_tmp/zndb/journal.factory";
+
+/* The batch that is being carried out. */
 inline constexpr char kBatchFile[] = "/tmp/m_tmp/zndb/journal.batch";
+
+/* Of a service that had one journal for all stores. */
+inline constexpr char kOldJournal[] = "/tmp/m_tmp/zndb/journal";
 
 /* All settings in shared memory: mapped by the service, and by clients to read. */
 inline constexpr char kViewFile[] = "/tmp/m_tmp/zndb/view";

@@ -9,6 +9,7 @@
 #include "database_steps.h"
 #include "formats/device_paths.h"
 #include "formats/entry_line.h"
+#include "old_journal.h"
 #include "os_log.h"
 #include "store_file.h"
 #include "successor_file.h"
@@ -43,11 +44,18 @@ void list_pending_of(StoreId id, const Store &store, const Journal::Replay &add)
     for (const auto &change : store.changes()) {
         const std::string &key = change.first;
         if (const std::string *value = store.find(key)) {
-            add({id, Change::kSet, key, *value});
+            add(set_record(id, key, *value));
         } else {
             add({id, Change::kErase, key, {}});
         }
     }
+}
+
+/* The total size of the records of these changes. */
+uint64_t pending_size(StoreId id, const Store &store) {
+    uint64_t size = 0;
+    list_pending_of(id, store, [&size](const JournalRecord &record) { size += record_size(record); });
+    return size;
 }
 
 /* Checks that the store has everything of its file, and that the next start can read the new file. */
@@ -95,8 +103,7 @@ apps_err_e_type result_of_errno(int error) {
 
 Database::Database()
     : mutex_(make_mutex()),
-      held_{{paths::kPlainFile}, {paths::kPermFile}, {paths::kFactoryFile}},
-      journal_(paths::kJournalFile),
+      held_{Held(StoreId::kPlain), Held(StoreId::kPerm), Held(StoreId::kFactory)},
       batch_(paths::kBatchFile) {}
 
 Database::~Database() {
@@ -110,8 +117,11 @@ void Database::load() {
         load_one(held);
     }
     until_reboot_.note_saved(store(StoreId::kPlain));
-    (void)open_journal(); /* or at the first request */
-    drop_leftover(paths::kJournalFile);
+    for (const Held &held : held_) {
+        (void)open_journal(held.id); /* or at the first request */
+        drop_leftover(paths_of(held.id).journal);
+    }
+    drop_leftover(paths::kOldJournal);
 }
 
 void Database::observe(ChangeObserver &observer) {
@@ -142,7 +152,7 @@ const std::string *Database::find(StoreId id, std::string_view key) const {
 
 apps_err_e_type Database::get(StoreId id, std::string_view key, char *buffer, uint32_t size) {
     const Lock lock(mutex_);
-    (void)open_journal(); /* after a failure, answer from the files only */
+    open_journals_of(id);
     const std::string *value = find(id, key);
     if (value == nullptr) {
         return report_missing(key);
@@ -158,30 +168,50 @@ apps_err_e_type Database::get(StoreId id, std::string_view key, char *buffer, ui
 }
 
 /*
- * Every request retries this, so that a journal that was unreadable at the start is used as soon as it can be
- * read. It is replayed completely or not at all, and changes are refused until then, so replaying it late has
- * the same result as replaying it at the start.
+ * Every request about the store retries this, so that a journal that was unreadable at the start is used as
+ * soon as it can be read. It is replayed completely or not at all, and changes of the store are refused until
+ * then, so replaying it late has the same result as replaying it at the start.
  */
-apps_err_e_type Database::open_journal() {
-    int error = journal_.open([this](const JournalRecord &record) { repeat(record); });
+int Database::open_own_journal(StoreId id) {
+    if (!old_journal_gone_) {
+        const int error = take_over_old_journal();
+        if (error != 0) {
+            return error;
+        }
+        old_journal_gone_ = true;
+    }
+    return held(id).journal.open([this](const JournalRecord &record) { repeat(record); });
+}
+
+apps_err_e_type Database::open_journal(StoreId id) {
+    int error = open_own_journal(id);
     if (error == 0) {
         error = batch_.recover([this](const auto &records) { return recover_batch(records); });
     }
     return result_of_errno(error);
 }
 
+/* Opens the journals of all stores in which a get looks. After a failure it is answered from the file only.
+ */
+void Database::open_journals_of(StoreId id) {
+    (void)open_journal(id);
+    if (id == StoreId::kPlain) {
+        (void)open_journal(StoreId::kFactory);
+    }
+}
+
 void Database::apply(const JournalRecord &record) {
-    Store &changed = store(record.store);
+    Held &changed = held(record.store);
     switch (record.change) {
         case Change::kSet:
-            changed.set(record.key, record.value);
+            changed.store.set(record.key, value_of(record));
             break;
         case Change::kErase:
-            changed.erase(record.key);
-            ++deletes_;
+            changed.store.erase(record.key);
+            ++changed.deletes;
             break;
         case Change::kClear:
-            changed.clear();
+            changed.store.clear();
             break;
     }
 }
@@ -207,30 +237,21 @@ bool Database::file_may_differ(StoreId id, std::string_view key) const {
            store(id).changes().count(key) == 0;
 }
 
-void Database::list_pending(const Journal::Replay &add) const {
-    for (const StoreId id : kStoreIds) {
-        list_pending_of(id, store(id), add);
-    }
-}
-
-uint64_t Database::pending_size() const {
-    uint64_t size = 0;
-    list_pending([&size](const JournalRecord &record) { size += record_size(record); });
-    return size;
-}
-
-int Database::shorten_journal() {
-    deletes_ = 0;
-    return journal_.rewrite([this](const Journal::Replay &add) { list_pending(add); }, pending_size());
+int Database::shorten_journal(Held &held) {
+    held.deletes = 0;
+    return held.journal.rewrite(
+        [&held](const Journal::Replay &add) { list_pending_of(held.id, held.store, add); },
+        pending_size(held.id, held.store));
 }
 
 /* If little of the journal is outdated, a rewrite would only use space. */
-void Database::shorten_overgrown_journal() {
-    if (deletes_ <= kStoreKeysMax && journal_.size() - pending_size() < journal_.size() / kOutdatedPart) {
-        journal_.postpone();
+void Database::shorten_overgrown_journal(Held &held) {
+    const uint64_t size = held.journal.size();
+    if (held.deletes <= kStoreKeysMax && size - pending_size(held.id, held.store) < size / kOutdatedPart) {
+        held.journal.postpone();
         return;
     }
-    (void)shorten_journal();
+    (void)shorten_journal(held);
 }
 
 void Database::note_change(const JournalRecord &record) {
@@ -238,9 +259,10 @@ void Database::note_change(const JournalRecord &record) {
     OS_LOG(OS_LOG_VERBOSE, "'%s' changed", std::string(record.key).c_str());
 }
 
-void Database::shorten_if_overgrown() {
-    if (journal_.overgrown() || deletes_ > kStoreKeysMax) {
-        shorten_overgrown_journal();
+void Database::shorten_if_overgrown(StoreId id) {
+    Held &changed = held(id);
+    if (changed.journal.overgrown() || changed.deletes > kStoreKeysMax) {
+        shorten_overgrown_journal(changed);
     }
 }
 
@@ -254,7 +276,7 @@ apps_err_e_type Database::change(const JournalRecord &record) {
     }
     note_change(record);
     show(&record, 1);
-    shorten_if_overgrown();
+    shorten_if_overgrown(record.store);
     return E_APPS_ERR_SUCCESS;
 }
 
@@ -271,7 +293,7 @@ apps_err_e_type Database::set(StoreId id, std::string_view key, std::string_view
     const Lock lock(mutex_);
     apps_err_e_type result = check_texts(key, value);
     if (result == E_APPS_ERR_SUCCESS) {
-        result = open_journal();
+        result = open_journal(id);
     }
     if (result != E_APPS_ERR_SUCCESS) {
         return result;
@@ -290,7 +312,7 @@ apps_err_e_type Database::set(StoreId id, std::string_view key, std::string_view
 
 apps_err_e_type Database::erase(StoreId id, std::string_view key) {
     const Lock lock(mutex_);
-    apps_err_e_type result = open_journal();
+    apps_err_e_type result = open_journal(id);
     if (result != E_APPS_ERR_SUCCESS) {
         return result;
     }
@@ -314,9 +336,9 @@ apps_err_e_type Database::check_resettable(const Held &held) {
 
 apps_err_e_type Database::reset() {
     const Lock lock(mutex_);
-    apps_err_e_type result = open_journal();
+    apps_err_e_type result = open_journal(StoreId::kPlain);
     if (result == E_APPS_ERR_SUCCESS) {
-        result = check_resettable(held_[static_cast<size_t>(StoreId::kPlain)]);
+        result = check_resettable(held(StoreId::kPlain));
     }
     return result == E_APPS_ERR_SUCCESS ? change({StoreId::kPlain, Change::kClear, {}, {}}) : result;
 }
@@ -330,15 +352,7 @@ void Database::look_for_file(Held &held) {
     }
 }
 
-apps_err_e_type Database::save_one(StoreId id) {
-    Held &held = held_[static_cast<size_t>(id)];
-    if (!held.changed()) {
-        return E_APPS_ERR_SUCCESS;
-    }
-    const apps_err_e_type refused = check_replaceable(held.path, held.store);
-    if (refused != E_APPS_ERR_SUCCESS) {
-        return refused;
-    }
+apps_err_e_type Database::replace_file(Held &held) {
     const bool damaged = held.file == FileState::kDamaged;
     const SavedFile saved = save_store(held.path, held.store, held.folders, held.old_file());
     if (saved.error != 0) {
@@ -350,59 +364,77 @@ apps_err_e_type Database::save_one(StoreId id) {
     held.folders = Folders::kOnDisk;
     held.file = FileState::kSound;
     held.store.mark_saved();
-    if (id == StoreId::kPlain) {
+    if (held.id == StoreId::kPlain) {
         until_reboot_.note_saved(held.store);
     }
     return E_APPS_ERR_SUCCESS;
 }
 
-apps_err_e_type Database::save(SaveResults *each) {
-    const Lock lock(mutex_);
-    const apps_err_e_type opened = open_journal();
-    if (opened != E_APPS_ERR_SUCCESS) {
+apps_err_e_type Database::save_one(StoreId id, apps_err_e_type opened) {
+    Held &saved = held(id);
+    if (opened != E_APPS_ERR_SUCCESS || !saved.changed()) {
         return opened;
     }
-    look_for_file(held_[static_cast<size_t>(StoreId::kPlain)]);
-    look_for_file(held_[static_cast<size_t>(StoreId::kPerm)]);
-    const bool perm_alone = changed(StoreId::kPerm) && !changed(StoreId::kPlain);
-    const SaveResults results = {save_one(StoreId::kPlain), save_one(StoreId::kPerm)};
-    (void)
-        shorten_journal(); /* after a failure, replaying records that the files already contain is harmless */
+    const apps_err_e_type refused = check_replaceable(saved.path, saved.store);
+    return refused == E_APPS_ERR_SUCCESS ? replace_file(saved) : refused;
+}
+
+/* Removes what the files now contain. After a failure, replaying such records is harmless. */
+void Database::shorten_journals(std::initializer_list<StoreId> ids) {
+    for (const StoreId id : ids) {
+        if (held(id).journal.is_open()) {
+            (void)shorten_journal(held(id));
+        }
+    }
+}
+
+apps_err_e_type Database::save(SaveResults *each) {
+    const Lock lock(mutex_);
+    const apps_err_e_type plain_opened = open_journal(StoreId::kPlain);
+    const apps_err_e_type perm_opened = open_journal(StoreId::kPerm);
+    look_for_file(held(StoreId::kPlain));
+    look_for_file(held(StoreId::kPerm));
+    const bool nothing_of_plain = plain_opened == E_APPS_ERR_SUCCESS && !changed(StoreId::kPlain);
+    const SaveResults results = {save_one(StoreId::kPlain, plain_opened),
+                                 save_one(StoreId::kPerm, perm_opened)};
+    shorten_journals({StoreId::kPlain, StoreId::kPerm});
     if (each != nullptr) {
         *each = results;
     }
-    return perm_alone ? results.perm : results.plain;
+    return nothing_of_plain ? results.perm : results.plain;
 }
 
 apps_err_e_type Database::save_factory() {
     const Lock lock(mutex_);
-    const apps_err_e_type opened = open_journal();
-    if (opened != E_APPS_ERR_SUCCESS) {
-        return opened;
-    }
-    const apps_err_e_type result = save_one(StoreId::kFactory);
-    (void)shorten_journal();
+    const apps_err_e_type result = save_one(StoreId::kFactory, open_journal(StoreId::kFactory));
+    shorten_journals({StoreId::kFactory});
     return result;
 }
 
 apps_err_e_type Database::save_before_power_off() {
     const Lock lock(mutex_);
-    apps_err_e_type first_failure = open_journal();
-    if (first_failure != E_APPS_ERR_SUCCESS) {
-        return first_failure;
-    }
+    const apps_err_e_type opened[] = {open_journal(StoreId::kPlain), open_journal(StoreId::kPerm),
+                                      open_journal(StoreId::kFactory)};
     until_reboot_.take_out(store(StoreId::kPlain));
+    apps_err_e_type first_failure = E_APPS_ERR_SUCCESS;
     for (const StoreId id : kStoreIds) {
-        const apps_err_e_type result = save_one(id);
+        const apps_err_e_type result = save_one(id, opened[static_cast<size_t>(id)]);
         first_failure = first_failure != E_APPS_ERR_SUCCESS ? first_failure : result;
     }
     until_reboot_.put_back(store(StoreId::kPlain));
-    (void)shorten_journal();
+    shorten_journals({StoreId::kPlain, StoreId::kPerm, StoreId::kFactory});
     return first_failure;
 }
 
 apps_err_e_type Database::save_ram() {
     const Lock lock(mutex_);
-    const apps_err_e_type opened = open_journal();
-    return opened == E_APPS_ERR_SUCCESS ? result_of_errno(shorten_journal()) : opened;
+    apps_err_e_type first_failure = E_APPS_ERR_SUCCESS;
+    for (const StoreId id : kStoreIds) {
+        apps_err_e_type result = open_journal(id);
+        if (result == E_APPS_ERR_SUCCESS) {
+            result = result_of_errno(shorten_journal(held(id)));
+        }
+        first_failure = first_failure != E_APPS_ERR_SUCCESS ? first_failure : result;
+    }
+    return first_failure;
 }

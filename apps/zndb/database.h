@@ -1,12 +1,14 @@
 /*
- * The database: its stores, their files and the journal. Does not handle messages.
+ * The database: its stores, their files and journals. Does not handle messages.
  *
  * Every function may be called from any thread. Results are those that a client receives. Every refusal is
  * logged; values are never logged.
  */
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
+#include <initializer_list>
 #include <string_view>
 #include <vector>
 
@@ -14,6 +16,7 @@
 #include "batch_file.h"
 #include "change_observer.h"
 #include "formats/journal_record.h"
+#include "formats/store_values.h"
 #include "formats/zndb_batch_wire.h"
 #include "formats/zndb_list_wire.h"
 #include "formats/zndb_wire.h"
@@ -30,7 +33,7 @@ class Database {
     Database &operator=(const Database &) = delete;
     ~Database();
 
-    /* Reads the files and the journal. Must be the first call; call it once. */
+    /* Reads the files and the journals. Must be the first call; call it once. */
     void load();
 
     /* Shows the present content, and each change from now on, to an observer. It must outlive the database.
@@ -80,19 +83,19 @@ class Database {
 
     /*
      * Writes the plain and the perm file if they have changed, or somebody has removed them: a backup would
-     * then be one without settings. A failure of one doesn't stop the other.
+     * then be one without settings. A failure of one doesn't stop the other, be it of its file or journal.
      *
-     * Returns the plain store's result, or the perm store's if only that had changes. A result is 0,
-     * E_APPS_ERR_ZNDB_OTHER for an unreadable file, E_APPS_ERR_ZNDB_MEM for a store with more keys than
-     * a file may have, or the value of result_of_errno. Logs each failure. each: receives both results; may
-     * be null.
+     * Returns the plain store's result, or the perm store's if nothing of the plain store was to be saved. A
+     * result is 0, E_APPS_ERR_ZNDB_OTHER for an unreadable file, E_APPS_ERR_ZNDB_MEM for a store with more
+     * keys than a file may have, or the value of result_of_errno. Logs each failure. each: receives both
+     * results; may be null.
      */
     apps_err_e_type save(SaveResults *each = nullptr);
 
     /* Writes the file of the factory overlay if it has changed; as save. */
     apps_err_e_type save_factory();
 
-    /* Writes the journal in its shortest form. */
+    /* Writes the journals in their shortest form. Tries all; returns the first failure. */
     apps_err_e_type save_ram();
 
     /*
@@ -108,9 +111,16 @@ class Database {
         kPerhapsNotOnDisk /* somebody removed it; or a power cut may bring back the damaged one before it */
     };
 
+    /* A store with its file and its journal. */
     struct Held {
-        const char *path;
+        explicit Held(StoreId store_id)
+            : id(store_id), path(paths_of(store_id).file), journal(paths_of(store_id).journal, store_id) {}
+
+        const StoreId id;
+        const char *const path;
         Store store = {};
+        Journal journal;
+        size_t deletes = 0; /* since the journal was last rewritten; a start would replay all of them */
         Folders folders = Folders::kPerhapsNew;
         FileState file = FileState::kSound;
 
@@ -125,22 +135,26 @@ class Database {
         OldFile old_file() const { return file == FileState::kDamaged ? OldFile::kIsKept : OldFile::kGoes; }
     };
 
-    const Store &store(StoreId id) const { return held_[static_cast<size_t>(id)].store; }
-    Store &store(StoreId id) { return held_[static_cast<size_t>(id)].store; }
+    const Held &held(StoreId id) const { return held_[static_cast<size_t>(id)]; }
+    Held &held(StoreId id) { return held_[static_cast<size_t>(id)]; }
+    const Store &store(StoreId id) const { return held(id).store; }
+    Store &store(StoreId id) { return held(id).store; }
     const std::string *find(StoreId id, std::string_view key) const;
     /* Whether the file is unreadable and may contain another value of an unchanged key. */
     bool file_may_differ(StoreId id, std::string_view key) const;
     void load_one(Held &held);
-    apps_err_e_type open_journal();
+    int open_own_journal(StoreId id);
+    apps_err_e_type open_journal(StoreId id);
+    void open_journals_of(StoreId id);
     void apply(const JournalRecord &record);
     void repeat(const JournalRecord &record);
     void show(const JournalRecord *changes, size_t count);
     void note_change(const JournalRecord &record);
-    void shorten_if_overgrown();
+    void shorten_if_overgrown(StoreId id);
     apps_err_e_type change(const JournalRecord &record);
     apps_err_e_type change_all(const std::vector<JournalRecord> &records);
     apps_err_e_type change_key(const JournalRecord &record);
-    Journal &journal_of(StoreId) { return journal_; }
+    Journal &journal_of(StoreId id) { return held(id).journal; }
     int append_batch(const std::vector<JournalRecord> &records);
     int append_to_journals(const std::vector<JournalRecord> &records);
     int settle_batch();
@@ -150,23 +164,24 @@ class Database {
     bool has_room_for_all(StoreId id, const std::vector<JournalRecord> &records) const;
     apps_err_e_type check_room(const std::vector<JournalRecord> &records) const;
     uint32_t conflict_of(const ZndbBatchItems &items) const;
+    apps_err_e_type open_journals_of_all(const ZndbBatchItems &items);
     static apps_err_e_type check_resettable(const Held &held);
     static void look_for_file(Held &held);
-    apps_err_e_type save_one(StoreId id);
-    bool changed(StoreId id) const { return held_[static_cast<size_t>(id)].changed(); }
-    void list_pending(const Journal::Replay &add) const;
-    uint64_t pending_size() const;
-    int shorten_journal();
-    void shorten_overgrown_journal();
+    /* Saves a store, if there is something to save. opened: the result of opening its journal. */
+    apps_err_e_type save_one(StoreId id, apps_err_e_type opened);
+    apps_err_e_type replace_file(Held &held);
+    void shorten_journals(std::initializer_list<StoreId> ids);
+    bool changed(StoreId id) const { return held(id).changed(); }
+    static int shorten_journal(Held &held);
+    static void shorten_overgrown_journal(Held &held);
 
     os_mutex *const mutex_; /* protects everything below */
     Held held_[3];          /* by StoreId */
     Store defaults_;
     UntilReboot until_reboot_;
-    Journal journal_;
     BatchFile batch_;
     ChangeObserver *observer_ = nullptr;
-    size_t deletes_ = 0; /* since the journal was last rewritten; a start would replay all of them */
+    bool old_journal_gone_ = false;
 };
 
 /*

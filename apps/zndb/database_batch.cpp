@@ -170,6 +170,12 @@ int Database::append_batch(const std::vector<JournalRecord> &records) {
 /* Also in memory, so that gets are right even if the journals can't be written yet. */
 int Database::recover_batch(const std::vector<JournalRecord> &records) {
     for (const JournalRecord &record : records) {
+        const int error = open_own_journal(record.store);
+        if (error != 0) {
+            return error;
+        }
+    }
+    for (const JournalRecord &record : records) {
         repeat(record);
     }
     return append_to_journals(records);
@@ -193,7 +199,19 @@ apps_err_e_type Database::change_all(const std::vector<JournalRecord> &records) 
         note_change(record);
     }
     show(records.data(), records.size());
-    shorten_if_overgrown();
+    for (const StoreId id : kStoreIds) {
+        shorten_if_overgrown(id);
+    }
+    return E_APPS_ERR_SUCCESS;
+}
+
+apps_err_e_type Database::open_journals_of_all(const ZndbBatchItems &items) {
+    for (const ZndbItem &item : items) {
+        const apps_err_e_type result = open_journal(item.store);
+        if (result != E_APPS_ERR_SUCCESS) {
+            return result;
+        }
+    }
     return E_APPS_ERR_SUCCESS;
 }
 
@@ -207,7 +225,7 @@ uint32_t Database::conflict_of(const ZndbBatchItems &items) const {
 apps_err_e_type Database::apply_batch(const ZndbBatchItems &items, BatchAnswer &answer) {
     const Lock lock(mutex_);
     answer = {E_ZNDB_RET_FAILURE, find_item(items, has_bad_text)};
-    apps_err_e_type result = answer.item != kNoItem ? E_APPS_ERR_ZNDB_ARG : open_journal();
+    apps_err_e_type result = answer.item != kNoItem ? E_APPS_ERR_ZNDB_ARG : open_journals_of_all(items);
     if (result != E_APPS_ERR_SUCCESS) {
         return result;
     }

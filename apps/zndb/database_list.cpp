@@ -27,7 +27,7 @@ void walk(const Map &map, const ListRequest &request, const Add &add) {
 
 apps_err_e_type Database::list(const ListRequest &request, ListPage &page) {
     const Lock lock(mutex_);
-    (void)open_journal(); /* after a failure, list what the files have, as a get */
+    (void)open_journal(request.store); /* after a failure, list what the files have, as a get */
     const Store &listed = store(request.store);
     if (request.listed == Listed::kValues) {
         walk(listed.values(), request, [&request, &page](const auto &entry) {

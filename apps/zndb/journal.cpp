@@ -7,27 +7,10 @@
 #include <cerrno>
 
 #include "journal_file.h"
+#include "journal_lines.h"
 #include "os_log.h"
-#include "skipped_lines.h"
 #include "successor_file.h"
 #include "support/file_io.h"
-#include "support/line_reader.h"
-
-namespace {
-
-static_assert(kLineMax >= kRecordLineMax);
-
-/* Returns null, or why the line is skipped. */
-const char *take_line(const Line &line, JournalContent &content) {
-    if (!line.fits) {
-        return "it is too long";
-    }
-    JournalRecord record = {};
-    const char *problem = parse_record(line.text, record);
-    return problem != nullptr ? problem : content.take(record);
-}
-
-}  // namespace
 
 int Journal::report(const char *what, int error) const {
     errno = error;
@@ -36,31 +19,11 @@ int Journal::report(const char *what, int error) const {
 }
 
 int Journal::read_lines(int fd, JournalContent &content) {
-    LineReader reader(fd);
-    SkippedLines skipped(path_);
-    Line line = {};
-    size_ = 0;
-    tail_ = Tail::kNone;
-    while (reader.next(line)) {
-        if (!line.ended) {
-            tail_ = Tail::kTorn;
-            break;
-        }
-        size_ = line.end;
-        if (const char *problem = take_line(line, content)) {
-            skipped.report(line.number, problem);
-        }
-    }
-    if (reader.error() == 0) {
-        skipped.report_rest();
-    }
-    return reader.error();
-}
-
-void Journal::report_torn_line() const {
-    if (tail_ == Tail::kTorn) {
-        OS_LOG(OS_LOG_WARNING, "%s: the last line was cut off and is dropped", path_.c_str());
-    }
+    const JournalLines read =
+        read_journal(fd, path_, [&content](const JournalRecord &record) { return content.take(record); });
+    size_ = read.size;
+    tail_ = read.is_torn ? Tail::kTorn : Tail::kNone;
+    return read.error;
 }
 
 int Journal::cut_torn_line() {
@@ -80,7 +43,7 @@ int Journal::open(const Replay &replay) {
     }
 
     UniqueFd fd;
-    JournalContent content;
+    JournalContent content(store_);
     int error = make_journal_folder(path_);
     if (error == 0) {
         error = open_journal_file(path_, O_RDWR | O_APPEND | O_CREAT, fd);
@@ -93,7 +56,6 @@ int Journal::open(const Replay &replay) {
     }
 
     fd_ = std::move(fd);
-    report_torn_line();
     content.hand_out(replay);
     return 0;
 }
@@ -128,6 +90,9 @@ int Journal::drop_tail() {
 }
 
 int Journal::empty() {
+    if (size_ == 0 && tail_ == Tail::kNone) {
+        return 0;
+    }
     if (::ftruncate(fd_.get(), 0) != 0) {
         return errno;
     }

@@ -1,6 +1,6 @@
 /*
- * The journal: every change since the files were last written, on tmpfs, so that a crash of the service
- * loses no answered change. It does not survive a power cut. One thread at a time.
+ * The journal of a store: every change since its file was last written, on tmpfs, so that a crash of the
+ * service loses no answered change. It does not survive a power cut. One thread at a time.
  */
 #pragma once
 
@@ -22,10 +22,10 @@ class Journal {
     /* Calls its argument with each record in turn; the same records in every call. */
     using Source = std::function<void(const Replay &add)>;
 
-    explicit Journal(std::string path) : path_(std::move(path)) {}
+    Journal(std::string path, StoreId store) : path_(std::move(path)), store_(store) {}
 
     /*
-     * Opens the journal and passes the last change of each key to replay, store by store. Creates a missing
+     * Opens the journal and passes the last change of each key to replay. Creates a missing
      * journal. Reports and skips damaged lines; removes an incomplete last line, which was never answered.
      * Does nothing after it has succeeded. Returns 0, or an errno value, which is logged; then replay was not
      * called, since the first records without the last ones would give outdated values.
@@ -57,6 +57,8 @@ class Journal {
      */
     int rewrite(const Source &source, uint64_t size);
 
+    bool is_open() const { return static_cast<bool>(fd_); }
+
     /* The size of the valid records in bytes. */
     uint64_t size() const { return size_; }
 
@@ -75,13 +77,13 @@ class Journal {
     };
 
     int read_lines(int fd, JournalContent &content);
-    void report_torn_line() const;
     int cut_torn_line();
     int empty();
     int replace(const Source &source);
     int report(const char *what, int error) const;
 
     const std::string path_;
+    const StoreId store_;
     UniqueFd fd_;
     uint64_t size_ = 0; /* of the records that count */
     Tail tail_ = Tail::kNone;

@@ -1,10 +1,9 @@
 /*
- * The content of a journal while it is read: the last record of each key. So the memory needed depends on the
- * number of keys, not of lines. Does not access files. One thread at a time.
+ * The content of a store's journal while it is read: the last record of each key. So the memory needed
+ * depends on the number of keys, not of lines. Does not access files. One thread at a time.
  */
 #pragma once
 
-#include <array>
 #include <cstddef>
 #include <functional>
 #include <map>
@@ -19,19 +18,16 @@ inline constexpr size_t kJournalKeysMax = 2 * kChangedKeysMax;
 
 class JournalContent {
   public:
+    explicit JournalContent(StoreId store) : store_(store) {}
+
     /* Takes the next record. Returns null, or the reason why it is skipped. */
     const char *take(const JournalRecord &record);
 
-    /* Passes all records to receive, store by store, and removes them. */
+    /* Passes all records to receive, and removes them. */
     void hand_out(const std::function<void(const JournalRecord &record)> &receive);
 
   private:
-    struct Changes {
-        Basis basis = Basis::kFile;                                               /* of the keys */
-        std::map<std::string, std::optional<std::string>, std::less<>> keys = {}; /* no value: deleted */
-    };
-
-    Changes &changes(StoreId id) { return stores_[static_cast<size_t>(id)]; }
-
-    std::array<Changes, std::size(kStoreIds)> stores_;
+    const StoreId store_;
+    Basis basis_ = Basis::kFile;                                         /* of the keys */
+    std::map<std::string, std::optional<StoreValue>, std::less<>> keys_; /* no value: deleted */
 };

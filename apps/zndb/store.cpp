@@ -1,6 +1,8 @@
 #include "store.h"
 
-const std::string *Store::find(std::string_view key) const {
+#include <utility>
+
+const StoreValue *Store::find(std::string_view key) const {
     const auto found = values_.find(key);
     return found != values_.end() ? &found->second : nullptr;
 }
@@ -20,13 +22,13 @@ Savable Store::savable() const {
     return values_.size() > kStoreKeysMax ? Savable::kOverfull : Savable::kYes;
 }
 
-void Store::load(std::string_view key, std::string_view value) {
-    values_.insert_or_assign(std::string(key), std::string(value));
+void Store::load(std::string_view key, StoreValue value) {
+    values_.insert_or_assign(std::string(key), std::move(value));
 }
 
-void Store::set(std::string_view key, std::string_view value) {
+void Store::set(std::string_view key, StoreValue value) {
     const bool perhaps = basis_ == Basis::kPartOfFile || find(key) != nullptr;
-    load(key, value);
+    load(key, std::move(value));
     changes_.try_emplace(std::string(key), perhaps ? InFile::kPerhaps : InFile::kNo);
 }
 
@@ -48,7 +50,7 @@ void Store::clear() {
     basis_ = Basis::kNothing;
 }
 
-void Store::revert(std::string_view key, const std::string *saved) {
+void Store::revert(std::string_view key, const StoreValue *saved) {
     if (saved != nullptr) {
         load(key, *saved);
     } else {

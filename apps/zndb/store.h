@@ -11,6 +11,7 @@
 #include <string_view>
 
 #include "formats/entry_line.h"
+#include "formats/store_values.h"
 
 /*
  * The maximum number of unsaved changed keys, so that no client can exhaust the memory. Limit: every key of a
@@ -42,11 +43,11 @@ enum class Savable {
 
 class Store {
   public:
-    using Values = std::map<std::string, std::string, std::less<>>;
+    using Values = StoreValues;
     using Changes = std::map<std::string, InFile, std::less<>>;
 
     /* Returns the key's value, or null if it is missing; valid until the next change. */
-    const std::string *find(std::string_view key) const;
+    const StoreValue *find(std::string_view key) const;
 
     /* Whether the key can be set: it exists, or the store is not full. */
     bool has_room_for(std::string_view key) const;
@@ -57,10 +58,10 @@ class Store {
     Savable savable() const;
 
     /* Adds a key of the file; not a change. */
-    void load(std::string_view key, std::string_view value);
+    void load(std::string_view key, StoreValue value);
 
     /* Sets a value. The caller has checked that there is room. */
-    void set(std::string_view key, std::string_view value);
+    void set(std::string_view key, StoreValue value);
 
     /*
      * Deletes a key. A missing key counts as changed too, since the file may contain it. A key that was added
@@ -72,7 +73,7 @@ class Store {
     void clear();
 
     /* Reverts a key's change. saved: the file's value, or null for none. */
-    void revert(std::string_view key, const std::string *saved);
+    void revert(std::string_view key, const StoreValue *saved);
 
     /* Marks the present values as saved. */
     void mark_saved();

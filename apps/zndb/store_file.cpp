@@ -28,7 +28,7 @@ const char *load_line(const Line &line, Store &store) {
     if (!store.has_room_for(entry.key)) {
         return kStoreIsFull;
     }
-    store.load(entry.key, entry.value);
+    store.load(entry.key, StoreValue(entry.value));
     return nullptr;
 }
 

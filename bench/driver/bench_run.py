@@ -15,7 +15,7 @@ from threads import Queues, in_process
 
 
 class Run:
-    """What the measures share."""
+    """What all measurements share."""
 
     def __init__(self, options):
         self.quick = options.quick
@@ -45,7 +45,7 @@ MEASURES = {
 
 
 def results(figures):
-    """What goes into the file: the figures, one to a line, and what they say to the targets."""
+    """The content of the file: the figures, one per line, and the verdict on each target."""
     targets = [{"verdict": target.verdict(), "what": target.what, "figure": target.figure, "target": target.target, "other_load": target.load}
             for target in all_targets(figures)]
     parts = {**figures.as_json(), "targets": targets}
@@ -53,7 +53,7 @@ def results(figures):
 
 
 def lines(part):
-    """JSON with each member of a list of objects on its own line."""
+    """JSON in which each object of a list has its own line."""
     if isinstance(part, list) and part:
         return "[\n" + ",\n".join(json.dumps(each, ensure_ascii=False) for each in part) + "\n]"
     return json.dumps(part, ensure_ascii=False)

@@ -1,4 +1,4 @@
-"""The figures of a run: what was measured round by round, and the medians and ratios of it."""
+"""The figures of a run: the values of each round, and their medians and ratios."""
 
 import statistics
 import sys
@@ -13,7 +13,7 @@ class Figure:
         self.placement = placement
         self.peer = peer
         self.rounds = {}
-        self.other_load = None  # not asked, as for what no load disturbs
+        self.other_load = None  # not measured: other load does not affect the figure
 
     def add(self, values):
         for metric, value in values.items():
@@ -24,11 +24,11 @@ class Figure:
         return statistics.median(values) if values else None
 
     def worst(self, metric):
-        """The value farthest from nothing: fewer than none are lost when the messages of one round come in the next."""
+        """The value with the largest magnitude. A loss is negative if messages of one round arrive in the next."""
         return max(self.rounds[metric], key=abs) if self.rounds.get(metric) else None
 
     def ratio(self, metric, base):
-        """The median of the ratios, round by round, to another peer of the same rounds."""
+        """The median of the per-round ratios to another peer of the same rounds."""
         own, other = self.rounds.get(metric), base.rounds.get(metric) if base else None
         if not own or not other:
             return None
@@ -58,7 +58,7 @@ class Figures:
         self.quick = quick
         self.seconds = 0.0
         self.all = []
-        self.left_out = []  # what could not be measured, in words
+        self.left_out = []  # what could not be measured, as texts
 
     def leave_out(self, words):
         print(f"left out: {words}", file=sys.stderr)

@@ -1,4 +1,4 @@
-"""How soon a module serves, and what it weighs: memory of idle modules, size of the libraries."""
+"""Start-up time of a module, memory of idle modules, and size of the libraries."""
 
 import os
 import shutil
@@ -7,14 +7,14 @@ import time
 
 from figures import Figure
 from processes import FOLDER
-from rounds import Contest
+from rounds import Comparison
 
 IDLE_IDS = range(1, 53)
 ROUTER_ID = 3
 MODULE_CONFIG = "/etc/quor_apps_cfg.xml"
 SOCKETS = "/tmp/m_tmp/ipc"
 
-# The rows of the module table that are free for a device's own modules: without a name they could not serve.
+# The spare rows of the module table, for a device's own modules. A module needs a name to serve.
 SPARE_NAMES = [f"spare{number}" for number in range(7)]
 
 
@@ -22,13 +22,13 @@ def start_up(run):
     programs = run.programs
     command = [programs.path("startup-bench"), programs.path("idle-module"), "20" if not run.quick else "5"]
     for placement in run.placements:
-        contest = Contest(run, "start-up", "exec to answer", placement)
-        contest.enter("quorapps", lambda _: [], lambda _, cores: programs.run(command, cores))
-        contest.hold(run.rounds)
+        comparison = Comparison(run, "start-up", "exec to answer", placement)
+        comparison.add("quorapps", lambda _: [], lambda _, cores: programs.run(command, cores))
+        comparison.repeat(run.rounds)
 
 
 def memory(run):
-    """An idle module alone, then 52 of them together, the spare rows of the module table among them."""
+    """One idle module, then 52 at once, including the spare rows of the module table."""
     weigh_modules(run, "1 module", [ROUTER_ID])
     rows = "".join(f"<{name}><flag>FRWK_FLAG_MONITORED</flag></{name}>" for name in SPARE_NAMES)
     with open(MODULE_CONFIG, "w", encoding="ascii") as file:
@@ -40,13 +40,13 @@ def memory(run):
 
 
 def weigh_modules(run, case, ids):
-    contest = Contest(run, "memory", case, "free")
-    contest.enter("quorapps", lambda cores: idle_modules(run, cores, ids), weigh)
-    contest.hold(run.rounds)
+    comparison = Comparison(run, "memory", case, "free")
+    comparison.add("quorapps", lambda cores: idle_modules(run, cores, ids), weigh)
+    comparison.repeat(run.rounds)
 
 
 def idle_modules(run, cores, ids):
-    """Servers that were killed leave their sockets behind, which the modules of the same names would not take."""
+    """Starts idle modules. First removes the sockets of killed servers, which modules would not replace."""
     for name in os.listdir(SOCKETS) if os.path.isdir(SOCKETS) else []:
         os.unlink(os.path.join(SOCKETS, name))
     servers = []
@@ -58,7 +58,7 @@ def idle_modules(run, cores, ids):
 
 
 def await_sleep(stat_file):
-    """A module that has started sleeps; one that starts does so at most for a moment."""
+    """Waits until a module sleeps. One that is still starting sleeps only briefly."""
     calm = 0
     while calm < 5:
         with open(stat_file, encoding="ascii") as file:
@@ -82,7 +82,7 @@ def rollup(pid):
 
 
 def library_size(run):
-    """The sections of the stripped libraries, for the build and, where it is built, for 32-bit ARM."""
+    """The section sizes of the stripped libraries, of this build and of the one for 32-bit ARM if it exists."""
     for target, build, prefix in (("x86-64", run.build, ""), ("armhf", run.arm_build, "arm-linux-gnueabihf-")):
         if build is None or shutil.which(prefix + "size") is None:
             run.figures.leave_out(f"the size of the libraries for {target}, which are not built")

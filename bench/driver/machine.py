@@ -1,4 +1,4 @@
-"""What the machine does beside the benchmark: which cores there are, and how busy others keep them."""
+"""The machine: its cores, and the load on them from other processes."""
 
 import os
 import platform
@@ -7,7 +7,7 @@ import resource
 import time
 
 TICK = os.sysconf("SC_CLK_TCK")
-LEAST_METERED = 1.0  # seconds; in less the ticks of /proc/stat weigh more than what they count
+LEAST_METERED = 1.0  # seconds; a shorter time is too short for the ticks of /proc/stat
 BUSY_FIELDS = (0, 1, 2, 5, 6, 7)  # user, nice, system, irq, softirq, steal
 
 ALL_CORES = sorted(os.sched_getaffinity(0))
@@ -16,7 +16,7 @@ PLACEMENTS = {"one core": ONE_CORE, "free": ALL_CORES}
 
 
 def pid_cpu_seconds(pid):
-    """The processor time of a live process with all its threads, or 0 when it is gone."""
+    """The processor time of a live process with all its threads, or 0 if it has ended."""
     try:
         return time.clock_gettime((~pid << 3) | 2)  # the clock that clock_getcpuclockid(3) would name
     except OSError:
@@ -24,7 +24,7 @@ def pid_cpu_seconds(pid):
 
 
 def busy_seconds(cores):
-    """The time since boot that the cores were not idle."""
+    """The time since boot in which the cores were busy."""
     busy = 0
     with open("/proc/stat", encoding="ascii") as stat:
         for line in stat:
@@ -43,11 +43,11 @@ def own_seconds():
 
 
 class LoadMeter:
-    """How busy others kept the cores while somebody was inside of it. Enter it as often as needed."""
+    """Measures the load of other processes while it is entered. It may be entered repeatedly."""
 
     def __init__(self, cores, live_cpu_seconds):
         self.cores = cores
-        self.live_cpu_seconds = live_cpu_seconds  # of what was started and is not waited for yet
+        self.live_cpu_seconds = live_cpu_seconds  # of started processes that were not waited for yet
         self.other = 0.0
         self.wall = 0.0
 
@@ -64,14 +64,14 @@ class LoadMeter:
         self.wall += time.monotonic() - now
 
     def share(self):
-        """0 for a machine of our own, 1 where others would take all there is, None where it was too short to say."""
+        """0: no other load; 1: others would use all cores; None: measured for too short a time."""
         if self.wall < LEAST_METERED:
             return None
         return min(1.0, max(0.0, self.other / (self.wall * len(self.cores))))
 
 
 def describe():
-    """The machine, for the head of the report."""
+    """Describes the machine for the head of the report."""
     model = platform.machine()
     with open("/proc/cpuinfo", encoding="utf-8", errors="replace") as info:
         for line in info:

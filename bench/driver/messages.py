@@ -3,7 +3,7 @@
 import subprocess
 
 from processes import FOLDER, serving_name, start_peer
-from rounds import Contest
+from rounds import Comparison
 from syscalls import calls_a_round_trip, counter
 
 SIZES = [(16, 64), (1000, 1000), (65536, 65536)]
@@ -45,11 +45,11 @@ class Messages:
             return values
         return once
 
-    def hold(self, measure, case, placement, entries):
-        contest = Contest(self.run, measure, case, placement)
+    def compare(self, measure, case, placement, entries):
+        comparison = Comparison(self.run, measure, case, placement)
         for peer, start, once in entries:
-            contest.enter(peer, start, once, server=serving_name(peer))
-        contest.hold(self.run.rounds)
+            comparison.add(peer, start, once, server=serving_name(peer))
+        comparison.repeat(self.run.rounds)
 
     def round_trips(self):
         for peer in PEERS:
@@ -58,31 +58,31 @@ class Messages:
         peers = [name for name in self.peers if not is_database(name)]
         for request, answer in SIZES:
             for placement in self.run.placements:
-                self.hold("round trip", case_name(request, answer), placement,
+                self.compare("round trip", case_name(request, answer), placement,
                           [(name, self.serve(name), self.ask(name, request, answer)) for name in peers])
 
     def curve(self):
         for size in CURVE if not self.run.quick else CURVE[::5]:
             for placement in self.run.placements:
-                self.hold("body size", str(size), placement,
+                self.compare("body size", str(size), placement,
                           [(name, self.serve(name), self.ask(name, size, size)) for name in WIRE])
 
     def many_clients(self):
         names = WIRE + [name for name in self.peers if name.startswith("Redis, ")]
         for clients in CLIENTS if not self.run.quick else CLIENTS[::3]:
             for placement in self.run.placements:
-                self.hold("clients", str(clients), placement,
+                self.compare("clients", str(clients), placement,
                           [(name, self.serve(name), self.ask(name, 16, 64, clients)) for name in names])
 
     def configuration(self):
         names = ["floor"] + [name for name in self.peers if is_database(name) or "Redis" in name]
         for placement in self.run.placements:
-            self.hold("configuration", case_name(16, 64), placement,
+            self.compare("configuration", case_name(16, 64), placement,
                       [(name, self.serve(name), self.ask(name, 16, 64)) for name in names])
 
-    def tell(self, peer, count, servers=1, publish=False):
+    def send(self, peer, count, servers=1, publish=False):
         counters = self.counters(peer, publish)
-        command = [self.program, "tell", peer, "--size", "64", "--count", str(count),
+        command = [self.program, "send", peer, "--size", "64", "--count", str(count),
                    "--servers", str(servers), "--counters", counters] + (["--publish"] if publish else [])
         return lambda _, cores: self.run.programs.run(command, cores)
 
@@ -94,34 +94,34 @@ class Messages:
         peers = [name for name in self.peers
                        if not name.startswith(silent) and "connection a message" not in name]
         for placement in self.run.placements:
-            self.hold("one way", f"burst of {BURST}", placement, [
-                (name, self.serve(name, told=True, counters=self.counters(name)), self.tell(name, BURST))
+            self.compare("one way", f"burst of {BURST}", placement, [
+                (name, self.serve(name, one_way=True, counters=self.counters(name)), self.send(name, BURST))
                 for name in peers])
 
     def subscribers(self, peer, publish=False):
         def start(cores):
             servers = []
             for index in range(SUBSCRIBERS):
-                servers += start_peer(self.run.programs, peer, cores, told=True, index=index,
+                servers += start_peer(self.run.programs, peer, cores, one_way=True, index=index,
                                             counters=self.counters(peer, publish))
             return servers
         return start
 
     def fan_out(self):
-        """The library publishes an event; the others send to each subscriber in turn."""
+        """The library publishes an event; the other peers send to each subscriber in turn."""
         events = 2000 if not self.run.quick else 200
         in_turn = [name for name in self.peers if name in ("floor", "naive", "ZeroMQ", "nng")]
         for placement in self.run.placements:
-            entries = [(name, self.subscribers(name), self.tell(name, events, SUBSCRIBERS)) for name in in_turn]
+            entries = [(name, self.subscribers(name), self.send(name, events, SUBSCRIBERS)) for name in in_turn]
             entries.append(("quorapps", self.subscribers("quorapps", True),
-                            self.tell("quorapps", events, SUBSCRIBERS, publish=True)))
-            self.hold("fan-out", f"{SUBSCRIBERS} subscribers", placement, entries)
+                            self.send("quorapps", events, SUBSCRIBERS, publish=True)))
+            self.compare("fan-out", f"{SUBSCRIBERS} subscribers", placement, entries)
 
     def system_calls(self):
-        """Of the hand-written ones and the library on one core."""
+        """The hand-written peers and the library, on one core."""
         self.run.figures.machine["calls_counted_by"] = counter()
         for sizes in SIZES:
-            self.hold("system calls", case_name(*sizes), "one core",
+            self.compare("system calls", case_name(*sizes), "one core",
                       [(name, lambda _: [], self.count_calls(name, sizes)) for name in WIRE])
 
     def count_calls(self, peer, sizes):

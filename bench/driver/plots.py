@@ -1,4 +1,4 @@
-"""Which plots the report has. Each is made where its measure was."""
+"""The plots of the report. A plot is drawn if its figures were measured."""
 
 from svg import bar_chart, line_chart
 
@@ -10,7 +10,7 @@ def unique(values):
 
 
 def bars_of(figures, measure, title, axis, value, by_case=True, doubling=False, mark=None):
-    """One group a peer; in it one bar a case, or where by_case is not set one a placement."""
+    """A group for each peer, with a bar for each case (by_case) or for each placement."""
     rows = [row for row in figures.of(measure) if row.placement == ONE_CORE or not by_case]
     values = {(row.peer, row.case if by_case else row.placement): value(row) for row in rows}
     values = {place: number for place, number in values.items() if number is not None}

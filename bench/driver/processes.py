@@ -12,7 +12,7 @@ import machine
 
 FOLDER = "/tmp/m_tmp/bench"
 READY_SECONDS = 10
-RUN_SECONDS = 30  # more than any one run takes
+RUN_SECONDS = 30  # longer than any run
 
 BUS_CONFIG = """<busconfig>
   <type>session</type>
@@ -28,21 +28,21 @@ BUS_CONFIG = """<busconfig>
 
 
 class Broken(Exception):
-    """A process did not do what it was started for."""
+    """A process failed or did not answer in time."""
 
 
 def words(command):
-    """A command for a message, without the folders of this machine."""
+    """A command line for a message, without the folders of this machine."""
     return " ".join(os.path.basename(word) for word in command)
 
 
 class Programs:
-    """Starts the programs of one build folder, and knows what still runs."""
+    """Starts the programs of a build folder, and keeps track of those that run."""
 
     def __init__(self, build):
         self.bin = os.path.join(build, "bin")
         self.servers = []
-        self.adopted = 0.0  # processor time of ended processes that nobody here can wait for
+        self.adopted = 0.0  # processor time of ended processes that are not our children
         os.makedirs(FOLDER, exist_ok=True)
 
     def path(self, program):
@@ -70,7 +70,7 @@ class Programs:
         return json.loads(out.splitlines()[-1])
 
     def start(self, command, cores, ready=None, socket=None, quiet=False):
-        """Starts a server and waits until it prints a line that begins with ready, or has made its socket."""
+        """Starts a server and waits until it prints a line that begins with ready, or its socket exists."""
         if socket and os.path.exists(socket):
             os.unlink(socket)
         out = subprocess.PIPE if ready else subprocess.DEVNULL
@@ -90,7 +90,7 @@ class Programs:
 
 
 class Server:
-    """One server process, for some peers with a helper process."""
+    """A server process; some peers also need a helper process."""
 
     def __init__(self, programs, process):
         self.programs = programs
@@ -125,12 +125,12 @@ class Server:
 
 
 def serving_name(peer):
-    """Over one connection or many, the server is the same, as it is for a get and a set."""
+    """The server of a peer: the same for one connection and for many, and for get and set."""
     return "zndb" if peer.startswith("zndb") else peer.split(", connection")[0]
 
 
-def start_peer(programs, peer, cores, told=False, index=0, counters=None, counted=()):
-    """Starts all that serves a peer and returns the servers, or raises Broken.
+def start_peer(programs, peer, cores, one_way=False, index=0, counters=None, counted=()):
+    """Starts the servers of a peer and returns them, or raises Broken.
 
     counted: words to put before the command of one of our own servers.
     """
@@ -144,7 +144,7 @@ def start_peer(programs, peer, cores, told=False, index=0, counters=None, counte
     if name.startswith("sd-bus"):
         servers.append(start_bus(programs, name.split("dbus-")[1], cores))
     command = [*counted, programs.path("message-bench"), "serve", name, "--index", str(index)]
-    command += ["--told"] if told else []
+    command += ["--one-way"] if one_way else []
     command += ["--counters", counters] if counters else []
     servers.append(programs.start(command, cores, ready="ready", quiet=bool(counted)))
     return servers
@@ -172,6 +172,6 @@ def start_bus(programs, kind, cores):
     config = f"{path}.conf"
     with open(config, "w", encoding="ascii") as file:
         file.write(BUS_CONFIG.format(path=path))
-    # It complains of the number of descriptors that it may not raise, and then works.
+    # It warns that it can't raise the limit of descriptors, and then works.
     return programs.start([program, f"--config-file={config}", "--nofork", "--nopidfile"], cores, socket=path,
                           quiet=True)

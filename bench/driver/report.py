@@ -24,7 +24,7 @@ def as_text(table):
 
 
 def bars_as_text(table):
-    """A target's words are long, so it has a line of its own for them."""
+    """Puts each target on a separate line, since its text is long."""
     lines = [table.title]
     for verdict, what, figure, target, load in table.rows:
         lines += [f"  {verdict:12}  {what}: {figure} (other load {load})", f"  {'':12}  target: {target}"]

@@ -1,12 +1,12 @@
-"""Runs peers in turn, round by round, so that what disturbs one disturbs all."""
+"""Runs the peers in turn, round by round, so that a disturbance affects all of them."""
 
 from figures import Figure
 from machine import LoadMeter, PLACEMENTS
 from processes import Broken
 
 
-class Contest:
-    """One case in one placement. A peer that can't be started or breaks is left out, with a line."""
+class Comparison:
+    """One case in one placement. A peer that can't be started, or fails, is left out with a message."""
 
     def __init__(self, run, measure, case, placement):
         self.run = run
@@ -15,10 +15,10 @@ class Contest:
         self.entries = []
         self.shared = {}
 
-    def enter(self, peer, start, once, server=None):
+    def add(self, peer, start, once, server=None):
         """start(cores) returns the servers; once(servers, cores) returns the values of one round.
 
-        Peers that name the same server share it: it is started for the first of them.
+        Peers that name the same server share it: the first of them starts it.
         """
         try:
             servers = self.shared[server] if server in self.shared else start(self.cores)
@@ -31,7 +31,7 @@ class Contest:
         meter = LoadMeter(self.cores, self.run.programs.live_cpu_seconds)
         self.entries.append((figure, meter, servers, once))
 
-    def hold(self, rounds):
+    def repeat(self, rounds):
         entries = list(self.entries)
         for number in range(rounds):
             shift = number % max(1, len(entries))

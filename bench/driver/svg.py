@@ -1,4 +1,4 @@
-"""Draws the two kinds of plot that the report has, as SVG: bars beside words, and lines over a doubling scale."""
+"""Draws the two kinds of plot of the report as SVG: labelled bars, and lines over a logarithmic scale."""
 
 import math
 from xml.sax.saxutils import escape
@@ -11,7 +11,7 @@ TOP, BOTTOM, RIGHT = 64, 48, 70
 
 
 class Drawing:
-    """Collects elements on a white sheet."""
+    """An SVG image with a white background."""
 
     def __init__(self, height, title):
         self.height = height
@@ -48,7 +48,7 @@ class Drawing:
 
 
 def short(value):
-    """A number for an axis or a bar's end."""
+    """A number as the label of an axis or a bar."""
     for limit, unit in ((1e6, " M"), (1e4, " k")):
         if value >= limit:
             return f"{value / (1e6 if unit == ' M' else 1e3):.3g}{unit}"
@@ -56,7 +56,7 @@ def short(value):
 
 
 def even_steps(most):
-    """Four to ten round steps from nothing to most."""
+    """Four to ten round steps from zero to the maximum."""
     step = 10 ** math.floor(math.log10(most))
     while most / step < 4:
         step /= 2
@@ -64,7 +64,7 @@ def even_steps(most):
 
 
 def doublings(least, most):
-    """Powers of two, of thousands where all is large, at most a dozen of them."""
+    """At most a dozen powers of two, times a thousand if all values are large."""
     unit = 1000 if least >= 1000 else 1
     low, high = math.floor(math.log2(least / unit)), math.ceil(math.log2(most / unit))
     stride = max(1, (high - low) // 10)
@@ -72,7 +72,7 @@ def doublings(least, most):
 
 
 def upright_grid(drawing, ticks, place, axis):
-    """Lines down the sheet with their numbers below, and what they count."""
+    """Draws the vertical lines of an axis, their numbers, and its title."""
     end = drawing.height - BOTTOM
     for tick in ticks:
         drawing.line(place(tick), TOP, place(tick), end)
@@ -81,7 +81,7 @@ def upright_grid(drawing, ticks, place, axis):
 
 
 def bar_chart(title, axis, groups, series, values, doubling=False, mark=None):
-    """values[(group, series)]: a number. mark: where to draw a line, such as at the floor."""
+    """values[(group, series)]: a number. mark: the value at which to draw a line, such as that of the floor."""
     left, thick = 230, 13
     tall = thick * len(series) + 10
     drawing = Drawing(TOP + tall * len(groups) + BOTTOM, title)
@@ -110,7 +110,7 @@ def bar_chart(title, axis, groups, series, values, doubling=False, mark=None):
 
 
 def line_chart(title, across, up, lines, mark=None):
-    """lines: {name: [(x, y), ...]}; x on a doubling scale, y from nothing on an even one."""
+    """lines: {name: [(x, y), ...]}; x is logarithmic, y linear from zero."""
     left, top, height = 80, TOP + 20, 460
     drawing = Drawing(height, title)
     drawing.legend(list(lines))

@@ -1,8 +1,8 @@
 """Counts the system calls of a round trip, on both sides.
 
-The kernel counts them for perf, which disturbs nothing. Where perf may not ask it, as for most ordinary users, strace
-stops both sides at each call; nothing is timed meanwhile. Either counts whole processes, start and all, so a short
-run is taken from a long one.
+perf lets the kernel count them, which disturbs nothing. Most ordinary users may not use perf; then strace counts them.
+It stops both sides at each call, so nothing is timed meanwhile. Both tools count complete processes with their start,
+so the count of a short run is subtracted from that of a long one.
 """
 
 import os
@@ -26,12 +26,12 @@ def perf_may_count():
 
 
 def counter():
-    """Who counts here."""
+    """The tool that counts on this machine."""
     return "perf" if perf_may_count() else "strace"
 
 
 def counting(file):
-    """The words before a command that write what it called into a file once it has ended."""
+    """The prefix of a command that makes the tool write the counts to a file when the command ends."""
     if counter() == "perf":
         return ["perf", "stat", "-x,", "-e", "raw_syscalls:sys_enter", "-o", file]
     if shutil.which("strace") is None:
@@ -40,7 +40,7 @@ def counting(file):
 
 
 def counted(file):
-    """Reads what either of them wrote; waits for it to be written."""
+    """Waits for the file of either tool, and reads it."""
     end = time.monotonic() + RUN_SECONDS
     while time.monotonic() < end:
         with open(file, encoding="ascii") as output:
@@ -52,7 +52,7 @@ def counted(file):
 
 
 def count_run(programs, peer, cores, sizes, trips):
-    """The calls of a client and of its server in one life of both."""
+    """The calls of a client and its server from their start to their end."""
     files = [f"{FOLDER}/calls.{side}" for side in ("client", "server")]
     for file in files:
         with open(file, "w", encoding="ascii"):
@@ -68,7 +68,7 @@ def count_run(programs, peer, cores, sizes, trips):
 
 
 def end_child(server):
-    """Ends what is counted, so that the one who counts says how much it was."""
+    """Ends the counted process, so that the tool writes its counts."""
     with open(f"/proc/{server.process.pid}/task/{server.process.pid}/children", encoding="ascii") as children:
         for pid in children.read().split():
             os.kill(int(pid), signal.SIGKILL)
@@ -76,7 +76,7 @@ def end_child(server):
 
 
 def calls_a_round_trip(programs, peer, cores, sizes):
-    """sizes: of the request and of its answer."""
+    """sizes: bytes of the request and of the answer."""
     short = count_run(programs, peer, cores, sizes, SHORT)
     long = count_run(programs, peer, cores, sizes, LONG)
     client, server = ((many - few) / (LONG - SHORT) for few, many in zip(short, long))

@@ -1,4 +1,4 @@
-"""The figures as tables of texts: the head of the report, a table for each measure, and the targets."""
+"""The figures as tables of texts: the head of the report, a table for each measurement, and the targets."""
 
 from targets import all_targets
 
@@ -28,7 +28,7 @@ HEADINGS = {
     "data_bytes": "data B", "bss_bytes": "bss B", "file_bytes": "file B",
 }
 
-# What a peer is measured against.
+# The peer that another one is compared with.
 BASES = {"queue rate": "mutex and semaphore", "queue wake": "mutex and semaphore"}
 RATIOS = ("median_us", "p99_us", "rate")
 
@@ -39,7 +39,7 @@ EXPLANATION = (
 
 
 class Table:
-    """A title, column headings, and rows of texts; the first so many columns are words."""
+    """A title, column headings, and rows of texts. The first columns are words, the others numbers."""
 
     def __init__(self, title, words, columns, rows):
         self.title, self.words, self.columns, self.rows = title, words, columns, rows

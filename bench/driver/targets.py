@@ -1,4 +1,4 @@
-"""The targets that the library is held to, and what a run says to each."""
+"""The targets of the library, and whether a run meets them."""
 
 import operator
 
@@ -8,7 +8,7 @@ QUEUE_PEERS = ("GAsyncQueue", "moodycamel", "Boost lock-free")
 
 
 class Target:
-    """One target: its words, the figure, and whether that is enough. met is None where something was not measured."""
+    """A target: its text, the figure, and whether it is met; None if something was not measured."""
 
     def __init__(self, what, target, figure, met, load):
         self.what, self.target, self.figure, self.met, self.load = what, target, figure, met, load
@@ -22,11 +22,11 @@ def amount(value, unit, digits=2):
 
 
 def times(value):
-    return amount(value, "×", 3)  # a target may lie between 1.05 and 1.051
+    return amount(value, "×", 3)  # tells 1.05 from 1.051
 
 
 def judge(what, target, parts, words):
-    """parts: of (value, limit, figure); a limit such as ("<=", x), of those in HOLDS. All of them must hold."""
+    """parts: tuples (value, limit, figure); a limit is such as ("<=", x), with a key of HOLDS. All must hold."""
     met = None if any(value is None for value, _, _ in parts) else all(
         HOLDS[limit[0]](value, limit[1]) for value, limit, _ in parts)
     loads = [figure.other_load for _, _, figure in parts if figure and figure.other_load is not None]
@@ -50,7 +50,7 @@ def round_trip(figures):
 
 
 def system_calls(figures):
-    """A mean, so a little above six is six: at times a server wakes before its client has written and looks again."""
+    """The mean may be slightly above six: sometimes a server wakes before its client has written, and polls again."""
     parts, words = [], []
     for case in SIZES:
         own = figures.find("system calls", case, "one core", "quorapps")
@@ -61,7 +61,7 @@ def system_calls(figures):
 
 
 def body_sizes(figures):
-    """Every size must have been measured, and the least of them counts."""
+    """The smallest ratio of all sizes, each of which must have been measured."""
     sizes = [figure.case for figure in figures.of("body size")
              if figure.peer == "floor" and figure.placement == "one core"]
     ratios = [(SIZES[2], *versus_floor(figures, "round trip", SIZES[2], "rate"))]
@@ -84,7 +84,7 @@ def one_way(figures):
 
 
 def fan_out(figures):
-    """Nobody learns whether a publication was refused, so that counts as lost."""
+    """A refused publication counts as lost, since its sender is not informed."""
     rate, own = versus_floor(figures, "fan-out", "16 subscribers", "rate")
     lost = own.worst("lost") if own else None
     yield judge("fan-out to 16", "at least 1.3 × the plain floor, nothing lost",
@@ -113,7 +113,7 @@ def database(figures):
 
 
 def best_queue_peer(figures, case):
-    """The fastest of the peers, where all of them were measured."""
+    """The fastest peer, if all were measured."""
     found = [figures.find("queue rate", case, "one core", peer) for peer in QUEUE_PEERS]
     return None if None in found else max(found, key=lambda peer: peer.median("rate"))
 

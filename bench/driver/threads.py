@@ -1,4 +1,4 @@
-"""Queues between threads, and what stays inside one process."""
+"""Queues between threads, and calls inside one process."""
 
 import json
 import os
@@ -8,7 +8,7 @@ from targets import QUEUE_PEERS
 from figures import Figure
 from machine import ONE_CORE, LoadMeter
 from processes import RUN_SECONDS, Broken
-from rounds import Contest
+from rounds import Comparison
 
 MESSAGES = "1000000"
 
@@ -20,13 +20,13 @@ class Queues:
         names = subprocess.run([self.program, "list"], check=True, capture_output=True, text=True).stdout
         self.names = names.splitlines()
 
-    def hold(self, measure, case, placement, *arguments):
-        contest = Contest(self.run, measure, case, placement)
+    def compare(self, measure, case, placement, *arguments):
+        comparison = Comparison(self.run, measure, case, placement)
         for name in self.names:
             command = [self.program, measure.split()[1], name, *arguments]
-            contest.enter(name, lambda _: [],
+            comparison.add(name, lambda _: [],
                           lambda _, cores, command=command: self.run.programs.run(command, cores))
-        contest.hold(self.run.rounds)
+        comparison.repeat(self.run.rounds)
 
     def all(self):
         for peer in QUEUE_PEERS:
@@ -34,12 +34,12 @@ class Queues:
                 self.run.figures.leave_out(f"{peer}, whose library is not installed")
         for placement in self.run.placements:
             for senders, words in (("1", "one sender"), ("4", "four senders")):
-                self.hold("queue rate", words, placement, senders, MESSAGES)
-            self.hold("queue wake", "asleep", placement, "1000" if not self.run.quick else "100")
+                self.compare("queue rate", words, placement, senders, MESSAGES)
+            self.compare("queue wake", "asleep", placement, "1000" if not self.run.quick else "100")
 
 
 def in_process(run):
-    """Conversions and names: one run of the program is a round of all of its cases."""
+    """Conversions and names. A run of the program is a round of all its cases."""
     program = run.programs.path("inprocess-bench")
     if not os.path.exists(program):
         run.figures.leave_out("conversions and names, as Google Benchmark is not installed")

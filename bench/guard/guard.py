@@ -1,12 +1,11 @@
 #!/usr/bin/env python3
-"""Counts what the library's hot paths take, and holds that against the record. script/bench-guard runs it.
+"""Counts the cost of the library's hot paths and compares it with the record. Run by script/bench-guard.
 
   guard.py BUILD [--record]
 
-A path is gone a few times and then many more times; the difference is what it takes, without the start of the
-program. Instructions are counted by callgrind, system calls by strace. Both are the same each time, to three in a
-hundred for the queue, however busy the machine is. Runs in a device tree of its own, where it plays the modules on
-the other side.
+A path is run a few times, and then many times; the difference is its cost without the start of the program. callgrind
+counts instructions, strace counts system calls. The counts don't depend on other load: they are the same each time,
+for the queue to within three per cent. The guard runs in a private device tree, in which it plays the other modules.
 """
 
 import os
@@ -24,11 +23,11 @@ SOCKETS = "/tmp/m_tmp/ipc"
 EVENT_FILE = "/m_data/usr/subscribe/guard"
 HEADER = struct.Struct("=IiIIIi")
 FEW, MANY = 20, 100
-MANY_QUEUED = 2000  # the start of the queue's thread is not the same each time, so it is shared by many
+MANY_QUEUED = 2000  # many, since the cost of the queue's thread start varies and is divided by this number
 SLACK = 1.05
 PEERS = ["wlan", "zndb"]
 SERVER = "router"
-# Sizes of the request and of its answer. valgrind counts a fill byte by byte, so that of a large answer hides all else.
+# Sizes of request and answer. valgrind counts a fill byte by byte, so that of a large answer would hide the rest.
 SERVED = {"serve": (64, 64), "serve-64k": (65536, 0), "serve-64k-answer": (64, 65536)}
 PATHS = ["sync", "sync-64k", "async", "config-get", "publish", *SERVED, "queue", "text-to-number", "number-to-text",
          "names"]
@@ -62,7 +61,7 @@ def serve(listener):
 
 
 def play_peers():
-    """The modules that the paths send to. Their queues hold all that is sent, so that nobody waits for a place."""
+    """The modules that the paths send to. Their queues hold all messages, so that no sender blocks."""
     os.makedirs(SOCKETS, exist_ok=True)
     for name in PEERS:
         listener = socket.socket(socket.AF_UNIX)
@@ -83,7 +82,7 @@ def request(message, size, answer_size):
 
 
 def ask_server(child, sizes, count):
-    """Its first request waits until the others are in its queue. The last message ends it."""
+    """Sends requests to a module whose first one waits until all others are queued. The last message ends it."""
     if child.stdout.readline().strip() != b"ready":
         return
     held = [request(5001, 64, 64)] + [request(5001, *sizes) for _ in range(count)] + [request(1, 0, 0)]
@@ -119,7 +118,7 @@ def system_calls(program, path, count):
 
 
 def each(count, program, path):
-    """The first run makes the device's folders, so it doesn't count."""
+    """The cost of one run of a path. The very first run, which creates the device's folders, is not used."""
     many = MANY_QUEUED if path == "queue" else MANY
     count(program, path, FEW)
     return (count(program, path, many) - count(program, path, FEW)) / (many - FEW)
@@ -135,7 +134,7 @@ def measure(program):
 
 
 def toolchain():
-    """What instruction counts depend on: a patch release of the compiler changes them by little."""
+    """The toolchain, as far as instruction counts depend on it. A patch release of the compiler changes them little."""
     compiler = subprocess.run(["g++", "-dumpversion"], check=True, capture_output=True, text=True)
     return f"{platform.machine()}, g++ {compiler.stdout.split('.')[0].strip()}, {' '.join(platform.libc_ver())}"
 
@@ -146,12 +145,12 @@ def parse(text):
 
 
 def recorded_for(text):
-    """The toolchain of a record; older ones name the compiler's patch release, too."""
+    """The toolchain of a record. Older records also contain the compiler's patch release."""
     return re.sub(r"(g\+\+ \d+)[.\d]*", r"\1", re.search(r"^# for (.*)$", text, re.MULTILINE).group(1))
 
 
 def growth(found, record, compare_instructions=True):
-    """What found takes more of than record allows, as {path: words}."""
+    """The paths in found that cost more than record allows, as {path: text}."""
     grown = {}
     for path, (count, calls) in found.items():
         if path not in record:
@@ -164,7 +163,7 @@ def growth(found, record, compare_instructions=True):
 
 
 def uncounted(found, record):
-    """What the record has and nobody counts."""
+    """The paths of the record that are no longer counted."""
     return {path: "is in the record and is not counted" for path in record if path not in found}
 
 
@@ -195,12 +194,12 @@ def write_record(found):
 
 
 def complaints(found, text, here):
-    """All that is wrong with what was found here, in words. Another toolchain needs a record of its own."""
+    """All problems with the counts, as texts. Each toolchain needs its own record."""
     record, same = parse(text), recorded_for(text) == here
     grown = {**growth(found, record, same), **uncounted(found, record)}
     words = [f"{path}: {grown[path]}" for path in grown]
     if words:
-        words.append("if it must be so, run script/bench-guard --record and tell why in CHANGELOG.md")
+        words.append("if it must be so, run script/bench-guard --record and give the reason in CHANGELOG.md")
     if not same:
         words.append(f"the record is for {recorded_for(text)} and this is {here}, so instructions can't be compared: "
                      "run script/bench-guard --record and commit bench/guard.txt")

@@ -9,11 +9,11 @@ NAME = "bench/guard.txt"
 
 
 class NoHistory(Exception):
-    """There are no commits to read, with git's words about it."""
+    """The history can't be read; with git's message."""
 
 
 class History:
-    """What git knows of the project in a folder."""
+    """The git repository of the project in a folder."""
 
     def __init__(self, folder):
         self.folder = folder
@@ -31,7 +31,7 @@ class History:
         return done.stdout
 
     def version(self, commit):
-        """The record of a commit, or nothing where it has none."""
+        """The record of a commit, or None."""
         try:
             return self.git("show", f"{commit}:{NAME}")
         except NoHistory:
@@ -41,12 +41,12 @@ class History:
         return self.git("rev-parse", "--is-shallow-repository").strip() == "true"
 
     def release(self):
-        """The last release with a record, or nothing."""
+        """The last release with a record, or None."""
         tags = self.git("tag", "--merged", "HEAD", "--sort=-creatordate").split()
         return next((tag for tag in tags if self.version(tag)), "")
 
     def versions(self):
-        """Each record that was committed since that release, its own among them; without one, all there are."""
+        """All records committed since that release, including its own; all records if there is no release."""
         release = self.release()
         since = f"{release}..HEAD" if release else "HEAD"
         commits = self.git("log", "--full-history", "--format=%H", since, "--", NAME).split()
@@ -55,7 +55,7 @@ class History:
 
 
 class Trial(History):
-    """A project of three commits and tags, to see what is found in it."""
+    """A repository with a few commits and tags, to check the search in it."""
 
     def commit(self, text, tag=None):
         path = os.path.join(self.folder, NAME)

@@ -45,7 +45,7 @@ void ask() {
             "frwk_ipc_send_sync");
 }
 
-void tell() {
+void send_async() {
     require(frwk_ipc_send_async(kPeer, kMessage, g_data, sizeof(g_data), kTimeout) == E_APPS_ERR_ASYNC,
             "frwk_ipc_send_async");
 }
@@ -150,7 +150,7 @@ struct Path {
 constexpr Path kPaths[] = {
     {"sync", ask},
     {"sync-64k", ask_large},
-    {"async", tell},
+    {"async", send_async},
     {"config-get", get_setting},
     {"publish", publish},
     {"text-to-number", read_numbers},

@@ -1,11 +1,11 @@
 #!/usr/bin/env python3
-"""Whether each growth of the record is told of. script/bench-guard runs it.
+"""Checks that the changelog mentions each growth of the record. Run by script/bench-guard.
 
   notes.py FOLDER
 
-A path may take what it took at the least since the last release that has a record, in any version of
-bench/guard.txt that was committed. Where the record allows it more, or has lost the path, the changelog needs a line
-that begins with "- guard: PATH" in its first section, the one of what is not released yet.
+The limit of a path is its lowest cost in any version of bench/guard.txt committed since the last release that has a
+record. If the current record allows more, or lacks the path, the first section of the changelog (the unreleased
+version) needs a line that begins with "- guard: PATH".
 """
 
 import os
@@ -23,7 +23,7 @@ def first_section(changelog):
 
 
 def lowest(versions, toolchain):
-    """The least that each path took. Instructions count only where the same toolchain made them."""
+    """The lowest cost of each path. Instruction counts of other toolchains are ignored."""
     least = {}
     for text in versions:
         same = recorded_for(text) == toolchain
@@ -33,13 +33,13 @@ def lowest(versions, toolchain):
     return least
 
 
-def untold(record, versions, changelog):
-    """What the changelog doesn't tell of, as {path: words}."""
-    told = re.findall(r"^- guard: ([\w-]+)", first_section(changelog), flags=re.MULTILINE)
+def unmentioned(record, versions, changelog):
+    """The growths that the changelog doesn't mention, as {path: text}."""
+    mentioned = re.findall(r"^- guard: ([\w-]+)", first_section(changelog), flags=re.MULTILINE)
     base, now = lowest(versions, recorded_for(record)), parse(record)
     found = growth({path: counts for path, counts in now.items() if path in base}, base)
     found.update({path: "counted before, not now" for path in base if path not in now})
-    return {path: words for path, words in found.items() if path not in told}
+    return {path: words for path, words in found.items() if path not in mentioned}
 
 
 def record_of(*rows, toolchain="here"):
@@ -47,14 +47,14 @@ def record_of(*rows, toolchain="here"):
 
 
 def check_itself():
-    """What was won once may not be given back in silence, nor may a path go."""
+    """Checks that neither a growth nor a removed path goes unmentioned."""
     base = [record_of("a 100 5.0", "b 200 9.0", "gone 1 1.0"), record_of("a 150 5.0", "b 100 5.0"),
             record_of("a 10 5.0", "b 10 5.0", toolchain="elsewhere")]
     record = record_of("a 106 5.0", "b 100 6.0", "new 1 1.0")
     silent, some, full = "## 1\n", "## 1\n- guard: a, for x\n## 0\n- guard: b\n", "".join(
         f"{line}\n" for line in ("## 1", "- guard: a", "- guard: b", "- guard: gone"))
-    found = [sorted(untold(record, base, text)) for text in (silent, some, full)]
-    if found != [["a", "b", "gone"], ["b", "gone"], []] or untold(base[0], base[:1], silent):
+    found = [sorted(unmentioned(record, base, text)) for text in (silent, some, full)]
+    if found != [["a", "b", "gone"], ["b", "gone"], []] or unmentioned(base[0], base[:1], silent):
         sys.exit("guard: notes are not looked for")
 
 
@@ -81,7 +81,7 @@ def main():
         versions = earlier_records(folder)
     except history.NoHistory as missing:
         sys.exit(f"guard: earlier records can't be read: {missing}")
-    missing = untold(read(RECORD), versions, read(os.path.join(folder, "CHANGELOG.md")))
+    missing = unmentioned(read(RECORD), versions, read(os.path.join(folder, "CHANGELOG.md")))
     for path, words in missing.items():
         print(f"guard: {path}: {words}, and CHANGELOG.md has no line '- guard: {path}' about it")
     sys.exit(1 if missing else 0)

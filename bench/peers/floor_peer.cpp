@@ -42,7 +42,7 @@ class FloorClient : public Client {
         (void)::close(fd);
     }
 
-    bool tell(const Bytes &message) override {
+    bool send(const Bytes &message) override {
         (void)::close(send(message, true));
         return true;
     }

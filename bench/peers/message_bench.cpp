@@ -2,9 +2,9 @@
  * message-bench: runs one of the processes of the message benchmarks. The driver starts them.
  *
  *   message-bench list
- *   message-bench serve PEER [--index N] [--told] [--counters FILE]
+ *   message-bench serve PEER [--index N] [--one-way] [--counters FILE]
  *   message-bench ask PEER [--request N] [--answer N] [--seconds S | --count N] [--clients N]
- *   message-bench tell PEER --counters FILE [--size N] [--count N] [--servers N] [--publish]
+ *   message-bench send PEER --counters FILE [--size N] [--count N] [--servers N] [--publish]
  */
 #include <cstdio>
 #include <cstdlib>
@@ -21,7 +21,7 @@ class Options {
     Options(int argc, char **argv) {
         for (int i = 3; i < argc; ++i) {
             const std::string option = argv[i];
-            const bool is_word = option == "--told" || option == "--publish";
+            const bool is_word = option == "--one-way" || option == "--publish";
             values_[option] = is_word || i + 1 >= argc ? "1" : argv[++i];
         }
     }
@@ -56,7 +56,7 @@ void serve(const std::string &peer, const Options &options) {
         (void)std::puts("ready");
         (void)std::fflush(stdout);
     };
-    find_peer(peer)->serve(service, options.has("--told"));
+    find_peer(peer)->serve(service, options.has("--one-way"));
 }
 
 void ask(const std::string &peer, const Options &options) {
@@ -70,7 +70,7 @@ void ask(const std::string &peer, const Options &options) {
     measure_round_trips(plan);
 }
 
-void tell(const std::string &peer, const Options &options) {
+void send_all(const std::string &peer, const Options &options) {
     OneWay plan;
     plan.peer = peer;
     plan.counters = options.text("--counters");
@@ -93,10 +93,10 @@ int main(int argc, char **argv) {
         serve(peer, options);
     } else if (command == "ask") {
         ask(peer, options);
-    } else if (command == "tell") {
-        tell(peer, options);
+    } else if (command == "send") {
+        send_all(peer, options);
     } else {
-        (void)std::fprintf(stderr, "usage: message-bench list|serve|ask|tell [PEER] [OPTION...]\n");
+        (void)std::fprintf(stderr, "usage: message-bench list|serve|ask|send [PEER] [OPTION...]\n");
         return 2;
     }
     return 0;

@@ -50,7 +50,7 @@ class NaiveClient : public Client {
         (void)::close(fd);
     }
 
-    bool tell(const Bytes &message) override {
+    bool send(const Bytes &message) override {
         (void)::close(send(message, true));
         return true;
     }

@@ -32,8 +32,8 @@ std::string endpoint(unsigned index) {
 
 class NngClient : public Client {
   public:
-    NngClient(unsigned index, bool tells, bool persistent)
-        : endpoint_(endpoint(index)), tells_(tells), persistent_(persistent) {
+    NngClient(unsigned index, bool one_way, bool persistent)
+        : endpoint_(endpoint(index)), one_way_(one_way), persistent_(persistent) {
         if (persistent_) {
             socket_ = connect();
         }
@@ -55,7 +55,7 @@ class NngClient : public Client {
         finish(socket);
     }
 
-    bool tell(const Bytes &message) override {
+    bool send(const Bytes &message) override {
         const nng_socket socket = persistent_ ? socket_ : connect();
         send(socket, message);
         finish(socket);
@@ -65,8 +65,8 @@ class NngClient : public Client {
   private:
     nng_socket connect() const {
         nng_socket socket = NNG_SOCKET_INITIALIZER;
-        check(tells_ ? nng_push0_open(&socket) : nng_req0_open(&socket), "open");
-        if (!tells_) {
+        check(one_way_ ? nng_push0_open(&socket) : nng_req0_open(&socket), "open");
+        if (!one_way_) {
             check(nng_socket_set_ms(socket, NNG_OPT_RECVTIMEO, kPatienceMs), "time limit");
         }
         check(nng_dial(socket, endpoint_.c_str(), nullptr, 0), "nng_dial");
@@ -82,7 +82,7 @@ class NngClient : public Client {
     }
 
     const std::string endpoint_;
-    const bool tells_;
+    const bool one_way_;
     const bool persistent_;
     nng_socket socket_ = NNG_SOCKET_INITIALIZER;
 };
@@ -91,9 +91,9 @@ class Nng : public Peer {
   public:
     explicit Nng(bool persistent) : persistent_(persistent) {}
 
-    [[noreturn]] void serve(const Service &service, bool told) override {
+    [[noreturn]] void serve(const Service &service, bool one_way) override {
         nng_socket socket = NNG_SOCKET_INITIALIZER;
-        check(told ? nng_pull0_open(&socket) : nng_rep0_open(&socket), "open");
+        check(one_way ? nng_pull0_open(&socket) : nng_rep0_open(&socket), "open");
         check(nng_socket_set_size(socket, NNG_OPT_RECVMAXSZ, 0), "size limit");
         (void)::unlink(socket_path(service.index).c_str());
         check(nng_listen(socket, endpoint(service.index).c_str(), nullptr, 0), "nng_listen");
@@ -103,7 +103,7 @@ class Nng : public Peer {
             void *message = nullptr;
             size_t size = 0;
             check(nng_recv(socket, &message, &size, NNG_FLAG_ALLOC), "nng_recv");
-            if (!told) {
+            if (!one_way) {
                 answer.resize(wanted_answer(message, size));
                 check(nng_send(socket, answer.data(), answer.size(), 0), "nng_send");
             }
@@ -112,8 +112,8 @@ class Nng : public Peer {
         }
     }
 
-    std::unique_ptr<Client> open(unsigned index, bool tells) override {
-        return std::make_unique<NngClient>(index, tells, persistent_);
+    std::unique_ptr<Client> open(unsigned index, bool one_way) override {
+        return std::make_unique<NngClient>(index, one_way, persistent_);
     }
 
   private:

@@ -64,7 +64,7 @@ class Sender {
                 continue;
             }
             for (const auto &client : clients_) {
-                failed += client->tell(message_) ? 0 : 1;
+                failed += client->send(message_) ? 0 : 1;
             }
         }
         return failed;

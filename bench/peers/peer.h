@@ -45,18 +45,18 @@ class Client {
     virtual void ask(const Bytes &request, Bytes *answer) = 0;
 
     /* Sends without an answer; returns whether that succeeded. */
-    virtual bool tell(const Bytes &message) = 0;
+    virtual bool send(const Bytes &message) = 0;
 };
 
 class Peer {
   public:
     virtual ~Peer() = default;
 
-    /* Serves requests, or messages without an answer if told is set, until the process is killed. */
-    [[noreturn]] virtual void serve(const Service &service, bool told) = 0;
+    /* Serves requests, or messages without an answer if one_way is set, until the process is killed. */
+    [[noreturn]] virtual void serve(const Service &service, bool one_way) = 0;
 
     /* A client of the server with this index. */
-    virtual std::unique_ptr<Client> open(unsigned index, bool tells) = 0;
+    virtual std::unique_ptr<Client> open(unsigned index, bool one_way) = 0;
 };
 
 /* The peer with this name, such as "floor"; ends the process for an unknown name. */

@@ -32,7 +32,7 @@ class QuorappsClient : public Client {
         require(sent == E_APPS_ERR_SUCCESS && result == E_APPS_ERR_SUCCESS, "frwk_ipc_send_sync");
     }
 
-    bool tell(const Bytes &message) override {
+    bool send(const Bytes &message) override {
         return frwk_ipc_send_async(module_, kMessage, message.data(), static_cast<uint32_t>(message.size()),
                                    3) == E_APPS_ERR_ASYNC;
     }

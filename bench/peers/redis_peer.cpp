@@ -54,7 +54,7 @@ class RedisClient : public Client {
         }
     }
 
-    bool tell(const Bytes &) override { give_up("Redis has no messages without an answer"); }
+    bool send(const Bytes &) override { give_up("Redis has no messages without an answer"); }
 
   private:
     void store(const Bytes &key, const Bytes &value) {

@@ -81,7 +81,7 @@ class SdbusClient : public Client {
         sd_bus_message_unref(call);
     }
 
-    bool tell(const Bytes &message) override {
+    bool send(const Bytes &message) override {
         sd_bus_message *call = make_call(message);
         check(sd_bus_message_set_expect_reply(call, 0), "no reply");
         const int sent = sd_bus_send(bus_, call, nullptr);

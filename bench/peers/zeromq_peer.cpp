@@ -20,9 +20,9 @@ void close_socket(void *socket) {
 
 class ZeromqClient : public Client {
   public:
-    ZeromqClient(unsigned index, bool tells, bool persistent)
+    ZeromqClient(unsigned index, bool one_way, bool persistent)
         : endpoint_(endpoint(index)),
-          kind_(tells ? ZMQ_PUSH : ZMQ_REQ),
+          kind_(one_way ? ZMQ_PUSH : ZMQ_REQ),
           persistent_(persistent),
           context_(zmq_ctx_new()) {
         if (persistent_) {
@@ -46,7 +46,7 @@ class ZeromqClient : public Client {
         finish(socket);
     }
 
-    bool tell(const Bytes &message) override {
+    bool send(const Bytes &message) override {
         void *socket = persistent_ ? socket_ : connect();
         const bool sent = zmq_send(socket, message.data(), message.size(), 0) >= 0;
         finish(socket);
@@ -79,16 +79,16 @@ class Zeromq : public Peer {
   public:
     explicit Zeromq(bool persistent) : persistent_(persistent) {}
 
-    [[noreturn]] void serve(const Service &service, bool told) override {
+    [[noreturn]] void serve(const Service &service, bool one_way) override {
         void *context = zmq_ctx_new();
-        void *socket = zmq_socket(context, told ? ZMQ_PULL : ZMQ_REP);
+        void *socket = zmq_socket(context, one_way ? ZMQ_PULL : ZMQ_REP);
         require(socket != nullptr && zmq_bind(socket, endpoint(service.index).c_str()) == 0, "zmq_bind");
         service.when_ready();
         Bytes answer;
         zmq_msg_t message;
         for (;;) {
             require(zmq_msg_init(&message) == 0 && zmq_msg_recv(&message, socket, 0) >= 0, "zmq_msg_recv");
-            if (!told) {
+            if (!one_way) {
                 answer.resize(wanted_answer(zmq_msg_data(&message), zmq_msg_size(&message)));
                 require(zmq_send(socket, answer.data(), answer.size(), 0) >= 0, "zmq_send");
             }
@@ -97,8 +97,8 @@ class Zeromq : public Peer {
         }
     }
 
-    std::unique_ptr<Client> open(unsigned index, bool tells) override {
-        return std::make_unique<ZeromqClient>(index, tells, persistent_);
+    std::unique_ptr<Client> open(unsigned index, bool one_way) override {
+        return std::make_unique<ZeromqClient>(index, one_way, persistent_);
     }
 
   private:

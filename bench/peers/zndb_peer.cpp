@@ -23,7 +23,7 @@ class ZndbGetClient : public Client {
         require(result == E_ZNDB_RET_SUCCESS && std::strcmp(text, kValue) == 0, "zndb_get");
     }
 
-    bool tell(const Bytes &) override { give_up("a get has an answer"); }
+    bool send(const Bytes &) override { give_up("a get has an answer"); }
 };
 
 class ZndbSetClient : public Client {
@@ -33,7 +33,7 @@ class ZndbSetClient : public Client {
         require(zndb_set(kKey, value.c_str()) == E_ZNDB_RET_SUCCESS, "zndb_set");
     }
 
-    bool tell(const Bytes &) override { give_up("a set has an answer"); }
+    bool send(const Bytes &) override { give_up("a set has an answer"); }
 
   private:
     uint64_t count_ = 0;

@@ -103,7 +103,7 @@ bool is_digest_of(const uint8_t (&digest)[backup_format::kDigestSize], std::stri
     return std::equal(std::begin(digest), std::end(digest), std::begin(right), std::end(right));
 }
 
-/* Nothing changes unless the trailer is this product's, counts the bytes and has their digest. */
+/* Nothing changes unless the trailer has this product's magic, the length and the digest. */
 void check_forged(std::string_view bytes) {
     put_file(kBackup, bytes);
     const size_t changes = database_changes();
@@ -123,7 +123,8 @@ void check_forged(std::string_view bytes) {
     FUZZ_CHECK(is_digest_of(trailer.md5, bytes.substr(0, trailer.body_length)));
 }
 
-/* A sealed backup is walked; when every record was brought back, the files hold what the records do. */
+/* A backup with a valid trailer is read record by record. After a successful restore the files have the
+ * records' data. */
 void check_sealed(std::string_view records) {
     put_file(kBackup, records);
     FUZZ_CHECK(backup::append_trailer(kBackup) == E_APPS_ERR_SUCCESS);
@@ -132,7 +133,7 @@ void check_sealed(std::string_view records) {
     }
 }
 
-/* What was backed up comes back, unless the database refuses a line of its own file. */
+/* A restore brings back what was backed up, unless the database refuses a line of its own file. */
 void check_written(FuzzInput *input) {
     std::map<std::string, std::string> files;
     for (const char *source : kSources) {
@@ -169,7 +170,7 @@ extern "C" std::FILE *__wrap_fopen64(const char *path, const char *mode) {
 
 extern "C" int __real_open64(const char *path, int flags, ...);
 
-/* Nothing is made outside. Files that are only looked at are the cipher's key and folders. */
+/* Refuses to create files outside the folder. Only the cipher's key and folders are read there. */
 extern "C" int __wrap_open64(const char *path, int flags, ...) {
     mode_t mode = 0;
     if ((flags & O_CREAT) != 0) {

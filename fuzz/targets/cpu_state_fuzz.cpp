@@ -11,7 +11,7 @@ namespace {
 
 constexpr uint32_t kUntouched = 0x5A5A5A5A;
 
-/* Whether the state is as it was, or what is used follows from what is not. */
+/* Whether the state is unchanged, or its used share is the rest of the idle one. */
 void check(void (*get)(frwk_cpustate *), const char *command) {
     frwk_cpustate state = {kUntouched, kUntouched, kUntouched, kUntouched, kUntouched};
     get(&state);

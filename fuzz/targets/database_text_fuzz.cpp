@@ -13,7 +13,7 @@ namespace {
 
 using database_text::Found;
 
-/* The text that is left, read without touching it. */
+/* The rest of the text, read without changing it. */
 class Reader {
   public:
     explicit Reader(std::string_view text) : left_(text) {}
@@ -40,7 +40,7 @@ class Reader {
     std::string_view left_;
 };
 
-/* Whether a restore would set every line of a text, which holds a NUL where it does not fill its bytes. */
+/* Whether a restore would set every line of a text. A text shorter than its bytes ends with a NUL. */
 bool is_read_whole(std::string_view bytes, bool has_nul) {
     Reader reader(bytes);
     std::string key;
@@ -54,7 +54,7 @@ bool is_read_whole(std::string_view bytes, bool has_nul) {
 
 using Settings = std::map<std::string, std::string>;
 
-/* What the database reads of a file. */
+/* The settings that the database reads from a file. */
 Settings read_by_the_database(std::string_view bytes) {
     Settings settings;
     while (!bytes.empty()) {
@@ -68,7 +68,7 @@ Settings read_by_the_database(std::string_view bytes) {
     return settings;
 }
 
-/* What a restore reads of a text to its end. */
+/* The settings that a restore reads from a complete text. */
 Settings read_by_a_restore(std::string_view bytes) {
     Settings settings;
     Reader reader(bytes);

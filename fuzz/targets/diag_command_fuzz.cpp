@@ -13,7 +13,7 @@ constexpr char kPath[] = "/tmp/m_tmp/diag.txt";
 constexpr std::string_view kRedirection = " > /tmp/m_tmp/diag.txt 2>&1";
 constexpr int32_t kTypes = 4;
 
-/* What a type's command has to begin with, and the host that it has to name. */
+/* The required beginning of a type's command, and the host that it must contain. */
 struct Expected {
     std::vector<std::string> tool;
     std::string host;
@@ -37,7 +37,8 @@ bool has(const std::vector<std::string> &words, const std::string &word) {
     return std::find(words.begin(), words.end(), word) != words.end();
 }
 
-/* Takes an accepted request's command apart: its texts ended and are words of it, none of them an option. */
+/* Checks the command of an accepted request: the request's texts have a NUL, and each is a word, not an
+ * option. */
 void check_command(int32_t type, const frwk_diag_req &req, std::string_view command) {
     FUZZ_CHECK(command.size() > kRedirection.size());
     FUZZ_CHECK(command.substr(command.size() - kRedirection.size()) == kRedirection);

@@ -24,7 +24,7 @@ struct FreeBlock {
 };
 using Block = std::unique_ptr<void, FreeBlock>;
 
-/* What was encoded comes back; altered in one character it never does. */
+/* An encoded value decodes to the original, and with one altered character never does. */
 void check_alteration(bool cipher, std::string_view bytes, size_t place, char mask) {
     const auto count = static_cast<uint32_t>(bytes.size());
     const Block encoded(cipher ? zn_encrypt_data(bytes.data(), count) : base64_encrypt(bytes.data(), count));
@@ -47,7 +47,7 @@ void check_alteration(bool cipher, std::string_view bytes, size_t place, char ma
     }
 }
 
-/* A stored base64 text is read, or refused without a trace. */
+/* A stored base64 text is read, or refused with the output unchanged. */
 void check_stored(int32_t type, std::string_view stored, uint32_t size) {
     answer_gets_with(stored);
     const std::unique_ptr<char[]> out(new char[size]);

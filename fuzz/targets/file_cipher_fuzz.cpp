@@ -2,7 +2,7 @@
  * Fuzzes the decryption of files: a file that was not encrypted, or was altered, truncated or extended since,
  * is left unchanged; any other is decrypted.
  *
- * The input is a byte that chooses how the file came about (see Origin), a place (2 bytes) and a mask to
+ * The input is a byte that chooses how the file is made (see Origin), a place (2 bytes) and a mask to
  * alter it, and its bytes.
  */
 #include "cipher.h"

@@ -47,14 +47,15 @@ bool untouched_from(const std::vector<char> &rsp, size_t begin) {
                        [](char byte) { return byte == kUntouchedByte; });
 }
 
-/* How many bytes of a failed answer may be in the sender's buffer: a large one is read directly into it. */
+/* How many bytes of a failed answer may be in the sender's buffer: large answers are read directly into it.
+ */
 size_t left_by_failure(std::string_view answer, uint32_t rsp_size) {
     frwk_ipc_rsp_header header;
     const bool cut_in_data = answer.size() > sizeof(header) && expected(answer, rsp_size) == E_APPS_ERR_READ;
     return cut_in_data && rsp_size > kIpcFixedBuffer ? answer.size() - sizeof(header) : 0;
 }
 
-/* Checks what a request that was answered left in the sender's variables. */
+/* Checks the sender's variables after an answered request. */
 void check_delivered(std::string_view answer, const std::vector<char> &rsp, int32_t result) {
     frwk_ipc_rsp_header header;
     std::memcpy(&header, answer.data(), sizeof(header));
@@ -64,7 +65,7 @@ void check_delivered(std::string_view answer, const std::vector<char> &rsp, int3
     FUZZ_CHECK(untouched_from(rsp, length));
 }
 
-/* Checks that the peer got the request that was to be sent. */
+/* Checks that the peer received the request. */
 void check_request(int peer, const std::vector<char> &request, uint32_t rsp_size) {
     frwk_ipc_header header;
     std::vector<char> body(request.size());

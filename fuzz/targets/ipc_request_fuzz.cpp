@@ -80,7 +80,7 @@ bool is_served() {
            header.rsp_size <= OS_MEM_BLOCK_MAX - kAnswerHeaderSize;
 }
 
-/* The answer that the peer finds; none of it is still to come. */
+/* The complete answer that the peer reads. */
 std::string received(int fd) {
     std::string bytes(kAnswerHeaderSize + kAnswerMax + 1, '\0');
     size_t taken = 0;
@@ -130,7 +130,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     FUZZ_CHECK(sent == static_cast<ssize_t>(g_request.bytes.size()));
     FUZZ_CHECK(::shutdown(peer.get(), SHUT_WR) == 0);
 
-    // An answer that the socket does not hold goes to a peer that has gone away.
+    // An answer that is too large for the socket's buffer meets a closed peer.
     const bool stays = g_request.header.rsp_size <= kAnswerMax;
     if (!stays) {
         peer.reset();

@@ -1,7 +1,7 @@
 /*
  * Fuzzes files of key=value lines: the operator's, the product's, and the one of the simulated modem.
  *
- * The input is a key that the modem is asked for, with a NUL, and the file.
+ * The input is the key that the modem's client reads, with a NUL, and the file.
  */
 #include <climits>
 
@@ -36,7 +36,7 @@ void check_pairs(const char *path, CommentPlace place) {
     FUZZ_CHECK(characters <= std::filesystem::file_size(path));
 }
 
-/* What reaches the database has been checked by its client: a key and a value of a size that it holds. */
+/* The client has checked the sizes of each key and value that reach the database. */
 void check_adaptation() {
     size_t sets = 0;
     on_set([&sets](std::string_view key, std::string_view value) {

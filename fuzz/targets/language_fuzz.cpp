@@ -16,7 +16,7 @@
 
 namespace {
 
-std::vector<apps_message_id_e_type> g_news;
+std::vector<apps_message_id_e_type> g_published;
 
 /* Whether an item of the list is the language, or begins with it and a '#'. */
 bool is_listed(std::string_view list, const std::string &language) {
@@ -31,18 +31,18 @@ bool is_listed(std::string_view list, const std::string &language) {
     return false;
 }
 
-/* A language of the list is stored and announced, any other one leaves all as it is. */
+/* A language of the list is stored and announced; any other one changes nothing. */
 void check(int32_t (*change)(const char *), const char *language, bool listed, std::string_view key,
-           apps_message_id_e_type news) {
+           apps_message_id_e_type event) {
     std::vector<std::string> stored;
     on_set([&](std::string_view set, std::string_view value) {
         FUZZ_CHECK(set == key);
         stored.emplace_back(value);
     });
-    g_news.clear();
+    g_published.clear();
     FUZZ_CHECK(change(language) == (listed ? 1 : 0));
     FUZZ_CHECK(stored == (listed ? std::vector<std::string>{language} : std::vector<std::string>{}));
-    FUZZ_CHECK(g_news == (listed ? std::vector{news} : std::vector<apps_message_id_e_type>{}));
+    FUZZ_CHECK(g_published == (listed ? std::vector{event} : std::vector<apps_message_id_e_type>{}));
     on_set(nullptr);
 }
 
@@ -51,7 +51,7 @@ void check(int32_t (*change)(const char *), const char *language, bool listed, s
 extern "C" void __wrap_frwk_ipc_msg_pub(const char *event, apps_message_id_e_type msgid, const void *,
                                         uint32_t len) {
     FUZZ_CHECK(std::strcmp(event, zn_enum_to_str_apps_message_id_e_type(msgid)) == 0 && len == 0);
-    g_news.push_back(msgid);
+    g_published.push_back(msgid);
 }
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {

@@ -16,12 +16,12 @@ constexpr uint32_t kNamedFlags = 0x03FF;
 constexpr uint32_t kFacilityMax = 20;
 constexpr int32_t kSpareEnd = FRWK_MODULE_ROWS;
 
-/* Reads a text to its end, so that the sanitizer sees one that has none. */
+/* Reads a text up to its NUL, so that the sanitizer detects a missing one. */
 bool is_text(const char *text) {
     return text != nullptr && std::strlen(text) < SIZE_MAX;
 }
 
-/* Only the slots from the first spare one get names; each text is whole, each word one of its list. */
+/* Only spare slots get names. Each text has a NUL; each flag and facility is a known one. */
 void check_row(int32_t id, const frwk_module_info &row, const frwk_module_info &before) {
     if (id < FRWK_MODULE_SPARE_FIRST || id >= kSpareEnd) {
         FUZZ_CHECK(row.name == before.name);

@@ -42,7 +42,7 @@ std::string text_of(const char *bytes, size_t size) {
 
 const std::string kFolder = std::string(paths::kSubnetFolder) + "/";
 
-/* Whether a path is one of the operators' folder, or of a folder in that one. */
+/* Whether a path is in the operators' folder, or in a folder directly below it. */
 bool is_confined(const std::string &path) {
     return path.size() < sim::kSubnetPathSize && path.compare(0, kFolder.size(), kFolder) == 0 &&
            path.find("..") == std::string::npos &&
@@ -55,7 +55,7 @@ bool exists(const std::string &path) {
     return (g_sim.bits & (is_of_all_names ? kPlmnHasFile : kNameHasFile)) != 0;
 }
 
-/* The answer to the device's question, read off its rules. */
+/* The expected decision, by the rules of the adaptation. */
 std::string expected_path(const std::string &plmn, const std::string &name) {
     const auto can_name_a_file = [](const std::string &text) {
         return text.find('/') == std::string::npos && text.find("..") == std::string::npos;
@@ -68,7 +68,7 @@ std::string expected_path(const std::string &plmn, const std::string &name) {
     return can_name_a_file(plmn) && exists(of_plmn) ? of_plmn : kFolder + "custom_data.txt";
 }
 
-/* What is kept of the SIM: the texts as they are, up to the sizes that they may have. */
+/* The stored copy of the SIM's data: its texts, truncated to their sizes. */
 void check_info(const sim::SimInfo &info, std::string_view database) {
     FUZZ_CHECK(ends(info.plmn) && ends(info.spn));
     if (!sim::is_usable_sim(info.sim_status)) {
@@ -93,7 +93,7 @@ std::string check_path(const sim::SimInfo &info) {
     return path;
 }
 
-/* What is written down is who the SIM is and the path that was chosen. */
+/* The database has the identity of the SIM and the chosen path. */
 void check_adaptation(const sim::SimInfo &info, const std::string &path) {
     on_set([&](std::string_view key, std::string_view value) {
         FUZZ_CHECK(key != subnet_settings::kPlmn || value == info.plmn);

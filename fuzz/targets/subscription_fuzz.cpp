@@ -19,7 +19,7 @@ constexpr char kOwnName[] = "monitor";
 
 std::vector<uint32_t> g_notified;
 
-/* The file without the first place that has the calling module's name, up to the end of that line. */
+/* The file without the first occurrence of the calling module's name and the rest of that line. */
 std::string without_own_name(const std::string &file) {
     const size_t found = file.find(kOwnName);
     if (found == std::string::npos) {

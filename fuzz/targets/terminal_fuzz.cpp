@@ -99,7 +99,7 @@ void ask(const std::string &prompt) {
     });
 }
 
-/* The words that a tool offers and knows, and those that it was given. */
+/* The words that a tool knows, and those of the command line. */
 std::vector<std::string> g_words;
 std::string g_key;
 std::string g_type;
@@ -181,7 +181,7 @@ void draw(const std::string &name, const std::string &text) {
     });
 }
 
-/* The bar wipes its line, by a carriage return and a sequence, before it draws and at its end. */
+/* The bar erases its line, with a carriage return and a sequence, before each drawing and at its end. */
 void show_progress(const std::string &text) {
     std::string shown = printed_by([&] { ProgressBar().show(0.5, text); });
     for (size_t at = 0; (at = shown.find("\r\033[K", at)) != std::string::npos;) {

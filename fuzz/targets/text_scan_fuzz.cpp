@@ -13,7 +13,7 @@ namespace {
 
 constexpr uint32_t kBufferMax = 128;
 
-/* A copied text: where the call succeeded it is a part of the text, else nothing is left of it. */
+/* A copied text is a part of the input after a success, and empty after a failure. */
 void check_copy(int32_t ret, const std::vector<char> &out, std::string_view text) {
     FUZZ_CHECK(ret == 0 || ret == 1);
     if (out.empty()) {
@@ -41,7 +41,7 @@ void check_picking(FuzzInput *input) {
     FUZZ_CHECK(ret == 0 || std::strstr(text.get(), first.get()) != nullptr);
 }
 
-/* Walks a text token by token; every step goes on, and the last one ends it. */
+/* Walks a text token by token. Every step advances, and the last one reaches the end. */
 void check_walking(std::string_view bytes) {
     const ExactText text(bytes);
     const char *at = frwk_skip_space(text.get());

@@ -15,7 +15,7 @@ namespace {
 constexpr uint32_t kBufferMax = 128;
 constexpr char kFill = '#';
 
-/* The command that reads a column has one word from outside, and that word is the name. */
+/* The only word from outside in the command that reads a column is the name. */
 void check_partition(const char *name, std::string_view output) {
     tools_print(output);
     int32_t result = INT32_MIN;
@@ -29,7 +29,7 @@ void check_partition(const char *name, std::string_view output) {
     }
 }
 
-/* The name is a text of at most the buffer's size; without room nothing is written. */
+/* The name fits the buffer with its NUL; a buffer of size 0 is not written. */
 void check_process(uint32_t size) {
     const std::unique_ptr<char[]> buffer(new char[size + 1]);
     std::fill_n(buffer.get(), size + 1, kFill);
@@ -42,7 +42,7 @@ void check_process(uint32_t size) {
     FUZZ_CHECK(std::strlen(shared) < 64);
 }
 
-/* Only a command that prints nothing is run again; that is not waited for here. */
+/* Skips a command that prints nothing, since the library would run it again after a wait. */
 void check_command(std::string_view output, int32_t size) {
     if (size == 0 || output.empty() || output[0] == '\0') {
         return;

@@ -2,8 +2,8 @@
  * Fuzzes the database's files and its journal: the loaded values survive a crash and, after a save, a power
  * cut.
  *
- * The input is the plain file, the perm file, the defaults, the factory overlay and the journal, each
- * followed by a NUL.
+ * The input is the plain file, the perm file, the defaults, the factory overlay, the journal of an older
+ * service and those of the three stores, each followed by a NUL.
  */
 #include <filesystem>
 #include <set>
@@ -16,8 +16,9 @@
 
 namespace {
 
-constexpr const char *kFiles[] = {paths::kPlainFile, paths::kPermFile, paths::kDefaultsFile,
-                                  paths::kFactoryFile, paths::kJournalFile};
+constexpr const char *kFiles[] = {paths::kPlainFile,   paths::kPermFile,      paths::kDefaultsFile,
+                                  paths::kFactoryFile, paths::kOldJournal,    paths::kPlainJournal,
+                                  paths::kPermJournal, paths::kFactoryJournal};
 
 bool make_folders() {
     bool made = true;
@@ -86,7 +87,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     FUZZ_CHECK(answers_after_start(keys) == first);
     save_everything();
     FUZZ_CHECK(answers_after_start(keys) == first);
-    (void)std::filesystem::remove(paths::kJournalFile);
+    for (const StoreId id : kStoreIds) {
+        (void)std::filesystem::remove(paths_of(id).journal);
+    }
     FUZZ_CHECK(answers_after_start(keys) == first);
     return 0;
 }

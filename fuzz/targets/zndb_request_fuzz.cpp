@@ -193,7 +193,8 @@ void check_request(Database *database, Model *model, FuzzInput *input) {
 }
 
 void remove_files() {
-    for (const char *file : {paths::kPlainFile, paths::kPermFile, paths::kFactoryFile, paths::kJournalFile}) {
+    for (const char *file : {paths::kPlainFile, paths::kPermFile, paths::kFactoryFile, paths::kPlainJournal,
+                             paths::kPermJournal, paths::kFactoryJournal, paths::kOldJournal}) {
         std::error_code ignored;
         std::filesystem::remove(file, ignored);
     }

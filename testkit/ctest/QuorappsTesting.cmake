@@ -7,15 +7,15 @@
 # quorapps_add_device_test(NAME COMMAND PROGRAM [ARGUMENT...]
 #                          [MODULES MODULE=PROGRAM...] [PEERS MODULE=SCRIPT...]
 #                          [FILES SOURCE=PATH...] [DATABASE] [TIMEOUT SECONDS])
-#     Runs a command in a private device tree of its own and passes if it ends with 0.
-#     MODULES: are started one after the other, each once the one before serves. PROGRAM is a target or a path. They
-#              must serve as long as the command runs, and must end with 0 when they are asked to end, so that a
-#              module that crashes, or in which a sanitizer finds something, fails the test.
-#     PEERS: modules that apptest serve plays, with a script of answers.
-#     FILES: copies into the tree, made before anything starts; PATH is one of the device, such as
+#     Runs a command in a private device tree and passes if it ends with 0.
+#     MODULES: started in this order, each as soon as the previous one serves. PROGRAM is a target or a path. They must
+#              serve until the command ends, and exit with 0 when they are asked to end. So a crash, or a finding of a
+#              sanitizer, fails the test.
+#     PEERS: modules played by apptest serve, with a script of answers.
+#     FILES: copied into the tree before anything starts. PATH is a path of the device, such as
 #            /etc/quor_apps_cfg.xml.
 #     DATABASE: starts zndb.
-#     TIMEOUT: of the whole test; 60 seconds without it.
+#     TIMEOUT: for the complete test, in seconds; 60 by default.
 #     The modules are in the device's start-up list, unless FILES has another. QUORAPPS_MODULE_WRAPPER in the environment
 #     of ctest is the beginning of each module's command line, such as "valgrind -q --error-exitcode=9".
 #     Relative paths are in the current source folder. The command may be a target too; it runs in the current binary
@@ -23,7 +23,7 @@
 
 include_guard(GLOBAL)
 
-# The tools lie beside the package; a package for another processor brings none that run here.
+# The tools are installed beside the package. Those of a package for another processor do not run here.
 find_program(QUORAPPS_DEVICE_TREE device-tree HINTS "${QUORAPPS_PREFIX}/bin")
 find_program(QUORAPPS_APPTEST apptest HINTS "${QUORAPPS_PREFIX}/bin")
 mark_as_advanced(QUORAPPS_DEVICE_TREE QUORAPPS_APPTEST)
@@ -36,14 +36,14 @@ function(quorapps_require_program name variable package)
   endif()
 endfunction()
 
-# What the tools need where the package lies in a prefix of its own.
+# The environment of the tools if the package is installed in a separate prefix.
 function(quorapps_set_test_environment name)
   get_filename_component(tools "${QUORAPPS_APPTEST}" DIRECTORY)
   set_property(TEST ${name} APPEND PROPERTY ENVIRONMENT_MODIFICATION
     "PATH=path_list_prepend:${tools}" "LD_LIBRARY_PATH=path_list_append:${QUORAPPS_TEST_LIBRARIES}")
 endfunction()
 
-# The program of a target; any other word as it is, or with its folder where it is a file of the project.
+# The program of a target, or the absolute path of a file of the project; any other word unchanged.
 function(quorapps_program_path word result)
   set(path "${word}")
   if(TARGET ${word})
@@ -54,8 +54,8 @@ function(quorapps_program_path word result)
   set(${result} "${path}" PARENT_SCOPE)
 endfunction()
 
-# Adds "--OPTION LEFT=RIGHT" for each pair to the list RESULT. The project's file is the right side, but of --file the
-# left one.
+# Adds "--OPTION LEFT=RIGHT" for each pair to the list RESULT. The project's file is on the right side, for --file on
+# the left.
 function(quorapps_add_pairs option result)
   set(words ${${result}})
   foreach(pair IN LISTS ARGN)

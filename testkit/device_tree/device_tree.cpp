@@ -2,8 +2,8 @@
 //
 // Runs a command in a private copy of the device's file tree: the fixed paths that modules use (/m_data,
 // /m_webui, /tmp/m_tmp, /etc/quor_*, /usr/bin/apps_init) are fresh and writable there, and nothing of the
-// host is touched. What is logged there goes to a log of the tree's own, /var/log/messages. For module
-// developers, tests and the demo; not a sandbox, since all other files are the host's own.
+// host is touched. Its programs log to the tree's own /var/log/messages. For module developers, tests and
+// the demo; not a sandbox, since all other files are the host's own.
 //
 // QUOR_EMULATOR in the environment names a program that runs what is built for 32-bit ARM (qemu-arm); it is
 // then used for every such program in the tree.
@@ -23,6 +23,7 @@
 #include "device_tree_log.h"
 #include "device_tree_mounts.h"
 #include "device_tree_process.h"
+#include "output/program_help.h"
 
 namespace {
 
@@ -40,25 +41,25 @@ void enter_folder(const std::string &path) {
 
 constexpr char kUsage[] = "usage: device-tree [--no-log|--print-log] [--] COMMAND [ARG...]\n";
 
-constexpr char kHelp[] =
-    "Run a command in a private copy of the device's file tree.\n"
-    "\n"
-    "  --no-log     without a log: no log socket, no log file\n"
-    "  --print-log  print what is logged in the tree to standard error too\n"
-    "  --help       print this help\n"
-    "  --version    print the version\n"
-    "\n"
-    "Exit status: the command's, 128 and the number of the signal that ended it, 127 if there is\n"
-    "no such program, 126 if it can't be run, 2 if the tree can't be made, the usage is wrong or the\n"
-    "help can't be written.\n";
+std::string help() {
+    return program_help(
+        kUsage, "Run a command in a private copy of the device's file tree.",
+        {{"--no-log", "without a log: no log socket, no log file"},
+         {"--print-log", "print what is logged in the tree to standard error too"},
+         {"--help", "print this help"},
+         {"--version", "print the version"}},
+        "Exit status: the command's, 128 and the number of the signal that ended it, 127 if there is no such "
+        "program, 126 if it can't be run, 2 if the tree can't be made, the usage is wrong or the help can't "
+        "be written.\n");
+}
 
 struct Arguments {
     bool log = true;
     bool print_log = false;
-    char **command = nullptr;  // null for a wrong usage
+    char **command = nullptr;  // null for wrong usage
 };
 
-// Whether the word is an option of the log.
+// Whether the word is an option for the log.
 bool take_log_option(const char *word, Arguments *arguments) {
     const bool off = strcmp(word, "--no-log") == 0;
     const bool printed = strcmp(word, "--print-log") == 0;
@@ -78,10 +79,10 @@ Arguments read_arguments(char **words) {
     return arguments;
 }
 
-// Prints what a word asks for; returns false for any other word.
+// Prints help or version if the word asks for it; returns false for any other word.
 bool print_requested(const char *word) {
     if (strcmp(word, "--help") == 0) {
-        (void)printf("%s%s", kUsage, kHelp);
+        (void)fputs(help().c_str(), stdout);
         return true;
     }
     if (strcmp(word, "--version") == 0) {

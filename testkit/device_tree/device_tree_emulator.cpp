@@ -16,8 +16,8 @@ namespace {
 
 const char kFormats[] = "/proc/sys/fs/binfmt_misc";
 
-// What a program's file begins with: ELF, 32 bits, little-endian, executable or shared object, ARM. In the
-// mask, the bits that don't count are 0.
+// The first bytes of a program's file: ELF, 32 bits, little-endian, executable or shared object, ARM. The
+// mask has 0 for ignored bits.
 const char kArmProgram[] =
     R"(\x7f\x45\x4c\x46\x01\x01\x01\x00\x00\x00\x00\x00\x00\x00\x00\x00\x02\x00\x28\x00)";
 const char kArmMask[] = R"(\xff\xff\xff\xff\xff\xff\xff\x00\xff\xff\xff\xff\xff\xff\xff\xff\xfe\xff\xff\xff)";
@@ -29,7 +29,7 @@ void register_emulator(const std::string &emulator) {
         refuse("mount", kFormats);
     }
 
-    // F: the emulator is opened now, so that it need not lie in the private root.
+    // F: the kernel opens the emulator now, so that it need not be in the private root.
     const std::string entry =
         std::string(":device:M::") + kArmProgram + ":" + kArmMask + ":" + emulator + ":F";
     const std::string control = std::string(kFormats) + "/register";

@@ -26,7 +26,7 @@ namespace {
 constexpr sockaddr_un kLogSocket = {AF_UNIX, "/dev/log"};
 constexpr size_t kLongestMessage = 65536;
 
-// Then a new file is begun, as the tree lies in memory.
+// At this size a new file is begun, since the tree is in memory.
 constexpr off_t kLongestFile = 16L * 1024 * 1024;
 
 constexpr const char *kFacilities[] = {"kern",   "user",     "mail",    "daemon", "auth",     "syslog",
@@ -58,7 +58,7 @@ UniqueFd open_file() {
     return UniqueFd(open(file_path(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0644));
 }
 
-// Takes "<188>" off the front.
+// Removes "<188>" from the beginning.
 int take_priority(std::string &text) {
     const size_t end = text.find_first_not_of("0123456789", 1);
     if (text[0] != '<' || end == std::string::npos || end < 2 || end > 4 || text[end] != '>') {

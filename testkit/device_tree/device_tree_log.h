@@ -8,17 +8,18 @@
 
 namespace device_tree {
 
-// Receives what the programs of the tree log, and keeps it as a device's log daemon does.
+// Receives the log messages of the tree's programs and writes them to the file, as a device's log daemon
+// does.
 class TreeLog {
   public:
     // Makes the socket and the file, which every user of the tree may write to and read. Refuses on failure.
     // print: whether each line also goes to standard error.
     explicit TreeLog(bool print);
 
-    // For poll(2): readable when a message has come.
+    // For poll(2): readable when there are messages.
     int fd() const { return socket_.get(); }
 
-    // Keeps the messages that have come; never waits.
+    // Writes the received messages to the file; never blocks.
     void take_messages();
 
   private:
@@ -30,13 +31,12 @@ class TreeLog {
     UniqueFd file_;
 };
 
-// The line that is kept of a message in the format of syslog(3), with a line feed:
+// The line of the file for a message in the format of syslog(3), with a line feed:
 //
 //   <188>Nov  5 07:02:09 wlan[17]: TEXT          Nov  5 07:02:09 HOST local7.warn wlan[17]: TEXT
 //
-// The time is added where it is missing. The ASCII control characters below the blank become blanks; other
-// characters that control a terminal, marks that change the direction of the text, and bytes that are not
-// UTF-8 are escaped.
+// A missing time is added. The ASCII control characters below the blank become blanks; other characters that
+// control a terminal, marks that change the direction of the text, and bytes that are not UTF-8 are escaped.
 std::string log_file_line(const std::string &message, const std::string &host);
 
 }  // namespace device_tree

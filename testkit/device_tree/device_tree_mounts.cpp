@@ -1,6 +1,6 @@
 // Builds the private root folder. Every entry of "/" shows the host's, except:
 //
-//   /m_data, /m_webui   fresh and empty but for the folders that the device's image brings along
+//   /m_data, /m_webui   fresh, with the empty folders of the device's image
 //   /tmp                fresh; the host's entries are bound in, so that a build folder there stays in reach
 //   /tmp/m_tmp          fresh and empty
 //   /etc, /usr/bin,     fresh folders of symbolic links to a read-only view of the host's; entries may be
@@ -48,7 +48,7 @@ bool contains(Names names, const std::string &name) {
     return std::find(names.begin(), names.end(), name) != names.end();
 }
 
-// Calls visit with the name of each entry of a folder but those in the skip list.
+// Calls visit with the name of each entry of a folder, except those in the skip list.
 template <typename Visit>
 void for_each_entry(const std::string &path, Names skip, Visit visit) {
     // The folder itself may be a link, as /usr/sbin is on some systems.
@@ -128,8 +128,8 @@ void copy_link(const std::string &from, const std::string &to) {
     }
 }
 
-// Shows one host entry at a path that doesn't exist yet. An entry that is gone by now, or that can't be
-// bound, is left out.
+// Binds one host entry to a path that doesn't exist yet. Leaves out an entry that has vanished, or that can't
+// be bound.
 void show(const std::string &from, const std::string &to) {
     struct stat info {};
     if (lstat(from.c_str(), &info) != 0) {
@@ -150,7 +150,7 @@ void show(const std::string &from, const std::string &to) {
     }
 }
 
-// Where the originals of /etc and /usr stay: a name that an outer tree hasn't taken.
+// The folder of the originals of /etc and /usr: a name that no outer tree uses.
 std::string originals_folder() {
     std::string path = kOriginals;
     while (access((kHost + path).c_str(), F_OK) == 0) {
@@ -160,7 +160,7 @@ std::string originals_folder() {
     return path;
 }
 
-// Lays a fresh folder of links over a path; original is the read-only folder that the links point into.
+// Mounts a new folder of links over a path. original: the read-only folder that the links point into.
 void mount_stand_in(const std::string &path, const std::string &original, Names skip) {
     mount_fresh(path);
     for_each_entry(original, skip,
@@ -180,7 +180,7 @@ void build_usr(const std::string &original) {
     mount_stand_in("/usr/sbin", original + "/sbin", {});
 }
 
-// All of /usr is kept, not only /usr/bin, since some programs look for their files beside themselves.
+// Keeps all of /usr, not only /usr/bin, since some programs search for their files relative to themselves.
 void build_writable_folders() {
     const std::string originals = originals_folder();
     bind_read_only(std::string(kHost) + "/etc", originals + "/etc");
@@ -200,7 +200,7 @@ void build_tmp() {
     make_folder("/tmp/m_tmp");
 }
 
-// Terminals of the tree's own: the host's can't be opened where they are bound in.
+// The tree has its own terminals, since bind-mounted ones of the host can't be opened.
 void build_terminals() {
     make_folder("/dev/pts");
     if (mount("devpts", "/dev/pts", "devpts", MS_NOSUID | MS_NOEXEC, "newinstance,ptmxmode=0666,mode=0620") !=

@@ -27,7 +27,7 @@
 namespace device_tree {
 namespace {
 
-// What asks the launcher to end, as a terminal that is closed does. The command decides what to do about it.
+// Signals that ask the launcher to end, such as SIGHUP of a closed terminal. The command handles them.
 constexpr int kPassedOn[] = {SIGTERM, SIGINT, SIGHUP, SIGQUIT};
 
 sigset_t watched_signals() {
@@ -54,7 +54,7 @@ sigset_t watched_signals() {
     _exit(cause == ENOENT ? 127 : 126);
 }
 
-// Reaps whatever has ended. Returns true once the command is among it, with its status.
+// Reaps all ended processes. Returns true, with the status, once the command is one of them.
 bool reap(pid_t command, int *status) {
     bool ended = false;
     int any_status = 0;
@@ -68,7 +68,7 @@ bool reap(pid_t command, int *status) {
     return ended;
 }
 
-// Passes on each signal that has come.
+// Passes on the received signals.
 void pass_signals(int signals, pid_t command) {
     signalfd_siginfo info{};
     while (read(signals, &info, sizeof(info)) == static_cast<ssize_t>(sizeof(info))) {
@@ -148,7 +148,7 @@ int run_command(char **command, TreeLog *log) {
         become_command(command, before, launcher);
     }
 
-    (void)signal(SIGPIPE, SIG_IGN);  // lines of the log that nobody reads any more
+    (void)signal(SIGPIPE, SIG_IGN);  // from printing the log after its reader has gone
     const int status = wait_for(child, signals.get(), log);
     kill_leftovers();
     if (log != nullptr) {

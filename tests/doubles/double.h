@@ -4,20 +4,22 @@
  * A program that links doubles_libc or doubles_base calls each function listed there through a Double.
  * Without a stand-in the Double calls the real function:
  *
- *     doubles::libc::socket.stand_in([](int, int, int) { errno = EMFILE; return -1; });
+ *     doubles::libc::socket.fail(EMFILE);
  *     ...
  *     EXPECT_EQ(1u, doubles::libc::socket.calls());
  *     doubles::restore_all();
  *
- * A stand-in may call the real function: doubles::libc::recv.real(fd, buf, len, flags). Only calls from
- * object files that are linked into the program go through a Double, not those between functions of
- * one source file or inside shared libraries. Every function here may be called from any thread; a
- * stand-in must allow concurrent calls and may still be running when restore() returns.
+ * stand_in takes any function, which may call the real one: doubles::libc::recv.real(fd, buf, len, flags).
+ * Only calls from object files that are linked into the program go through a Double, not those between
+ * functions of one source file or inside shared libraries. Every function here may be called from any thread;
+ * a stand-in must allow concurrent calls and may still be running when restore() returns.
  */
 #pragma once
 
 #include <atomic>
+#include <cerrno>
 #include <functional>
+#include <type_traits>
 #include <utility>
 
 namespace doubles {
@@ -76,6 +78,25 @@ class Double<Result(Args...)> : public AnyDouble {
         current_.store(keep(std::move(function)), std::memory_order_release);
     }
 
+    /* Makes every call fail with this errno value: it returns null or -1. */
+    void fail(int error) {
+        stand_in([error](Args...) {
+            errno = error;
+            return failure();
+        });
+    }
+
+    /* Makes one call fail, counted from the last restore_all: 1 for the first. */
+    void fail_call(unsigned which, int error) {
+        stand_in([this, which, error](Args... args) {
+            if (calls() != which) {
+                return real_(args...);
+            }
+            errno = error;
+            return failure();
+        });
+    }
+
     /* The real function, bypassing any test double; not counted. */
     Result real(Args... args) const { return real_(args...); }
 
@@ -86,6 +107,14 @@ class Double<Result(Args...)> : public AnyDouble {
     }
 
   private:
+    static constexpr Result failure() {
+        if constexpr (std::is_pointer_v<Result>) {
+            return nullptr;
+        } else {
+            return static_cast<Result>(-1);
+        }
+    }
+
     struct Kept {
         Function function;
         Kept *next;

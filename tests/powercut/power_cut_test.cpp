@@ -131,7 +131,7 @@ PowerCut saving_after_a_kill() {
         const std::string old = lines_with("o");
         put_text(path, old);
         put_text(successor, old.substr(old.find('\n') + 1));
-        put_text(paths::kJournalFile, "M-key0\n");
+        put_text(paths::kPermJournal, "M-key0\n");
     };
     again.call = [path, successor] {
         std::filesystem::rename(successor, path);

@@ -114,10 +114,38 @@ std::string subscriber_words(uint32_t module) {
            "; --as MODULE subscribes as another module";
 }
 
-std::vector<std::string> event_keys(const std::vector<std::string> &words) {
-    std::vector<std::string> keys(words.size());
-    std::transform(words.begin(), words.end(), keys.begin(), event_key);
-    return keys;
+/* Each is a file of the device while the subscription lasts. */
+constexpr size_t kMostOfAPattern = 64;
+
+/* The events that a word means: one, or all that a pattern matches. */
+ExitCode read_event(const std::string &word, std::vector<std::string> *events) {
+    if (!is_event_pattern(word)) {
+        events->push_back(event_key(word));
+        return ExitCode::kDone;
+    }
+    const std::vector<std::string> matching = event_keys_like(word);
+    if (matching.empty()) {
+        return complain(ExitCode::kUsage, "no event and no message matches '" + word + "'");
+    }
+    if (matching.size() > kMostOfAPattern) {
+        return complain(ExitCode::kUsage, "'" + word + "' matches " + std::to_string(matching.size()) +
+                                              " events and messages, the most is " +
+                                              std::to_string(kMostOfAPattern));
+    }
+    for (const std::string &event : matching) {
+        if (std::find(events->begin(), events->end(), event) == events->end()) {
+            events->push_back(event);
+        }
+    }
+    return ExitCode::kDone;
+}
+
+ExitCode read_events(const std::vector<std::string> &words, std::vector<std::string> *events) {
+    ExitCode code = ExitCode::kDone;
+    for (size_t i = 0; i < words.size() && code == ExitCode::kDone; ++i) {
+        code = read_event(words[i], events);
+    }
+    return code;
 }
 
 // ---- serve ----
@@ -142,7 +170,11 @@ ExitCode read_script(const AppTestOptions &options) {
 /* Subscribes to events and prints the messages; ends the subscriptions afterwards. */
 ExitCode subscribe_to_events(const AppTestOptions &options) {
     const SignalWatch watch; /* must be created before threads */
+    std::vector<std::string> events;
     ExitCode code = read_identity(options, &g_identity);
+    if (code == ExitCode::kDone) {
+        code = read_events(options.events, &events);
+    }
     if (code != ExitCode::kDone) {
         return code;
     }
@@ -156,7 +188,7 @@ ExitCode subscribe_to_events(const AppTestOptions &options) {
     if (code != ExitCode::kDone) {
         return code;
     }
-    code = g_subscriptions->begin(event_keys(options.events));
+    code = g_subscriptions->begin(events);
     if (code == ExitCode::kDone) {
         code = g_arrivals->wait(watch);
     }
@@ -196,9 +228,13 @@ void declare(CommandLineTool &tool) {
     Command subscribe = tool.add("subscribe", "Subscribe to events and print what arrives, until Ctrl-C",
                                  "apptest subscribe E_APPS_MSG_SYS_LANGUAGE_CHANGE\n"
                                  "apptest subscribe --as sms sys_language_change\n"
+                                 "apptest subscribe 'sys_*_change' --seconds 60\n"
                                  "apptest subscribe --count 1 --seconds 10 --json wlan_clients\n",
                                  g_options.runs_as_is(subscribe_to_events));
-    subscribe.add("EVENT", g_options.events, "Keys of events, with or without E_APPS_MSG_").required();
+    subscribe
+        .add("EVENT", g_options.events,
+             "Keys of events, with or without E_APPS_MSG_, or patterns such as 'wlan_*'")
+        .required();
     subscribe.add("--as", g_options.identity, "The module to subscribe as; it must not run (apptest)")
         .value("MODULE");
     g_options.add_limits(subscribe, "messages");

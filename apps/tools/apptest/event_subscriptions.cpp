@@ -1,7 +1,5 @@
 #include "apptest/event_subscriptions.h"
 
-#include <unistd.h>
-
 #include <algorithm>
 
 #include "cli/complaint.h"
@@ -18,14 +16,6 @@ namespace {
 std::string subscription_folder() {
     const bool first = file_exists(paths::kSubscribeFolder) || !file_exists(paths::kSubscribeFolderEx);
     return first ? paths::kSubscribeFolder : paths::kSubscribeFolderEx;
-}
-
-/* Why this process can't write to a file; "" if it can, or if the cause is another one. */
-std::string write_problem(const std::string &path) {
-    if (!file_exists(path)) {
-        return creation_problem(path);
-    }
-    return ::access(path.c_str(), W_OK) == 0 ? "" : access_words(path);
 }
 
 /* The cause of a failed subscription, which the library's two codes don't name. */

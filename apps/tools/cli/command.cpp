@@ -50,7 +50,7 @@ const CommandOption &CommandOption::one_of(const std::string &kind, const KnownW
             return name.size() == word.size() && starts_like(name, word);
         });
         if (found == known.end()) {
-            return unknown_name(kind, word, known);
+            return unknown_choice(kind, word, known);
         }
         word = *found;
         return std::string();

@@ -119,8 +119,14 @@ std::vector<std::string> module_names() {
     return names;
 }
 
-std::vector<std::string> message_names() {
-    return names_of(g_enum_apps_message_id_e_type, APPS_MESSAGE_ID_COUNT, "");
+std::vector<std::string> message_names_matching(const std::string &pattern) {
+    std::vector<std::string> matching;
+    for (const std::string &name : names_of(g_enum_apps_message_id_e_type, APPS_MESSAGE_ID_COUNT, "")) {
+        if (matches_pattern(name, pattern) || matches_pattern(name, kMessagePrefix + pattern)) {
+            matching.push_back(name);
+        }
+    }
+    return matching;
 }
 
 std::vector<std::string> message_names_like(const std::string &begun) {

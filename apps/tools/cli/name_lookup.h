@@ -30,11 +30,13 @@ std::string complete_message_name(const std::string &word);
 Named find_code(const std::string &word);
 
 std::vector<std::string> module_names();
-std::vector<std::string> message_names();
 
 /* The names that may complete the beginning of one, in the notation in which it was begun: with or without
  * E_APPS_MSG_, in upper or lower case. */
 std::vector<std::string> message_names_like(const std::string &begun);
+
+/* The complete names that a shell's pattern matches, with or without E_APPS_MSG_, in upper or lower case. */
+std::vector<std::string> message_names_matching(const std::string &pattern);
 
 /* "wlan", or the number of a module that has no name. */
 std::string module_text(uint32_t module);

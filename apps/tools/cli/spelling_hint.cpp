@@ -67,3 +67,14 @@ std::string unknown_name(const std::string &kind, const std::string &word,
                          const std::vector<std::string> &names) {
     return "unknown " + kind + " '" + word + "'" + did_you_mean(word, names);
 }
+
+std::string unknown_choice(const std::string &kind, const std::string &word,
+                           const std::vector<std::string> &names) {
+    std::string text = unknown_name(kind, word, names);
+    if (nearest_name(word, names).empty()) {
+        for (const std::string &name : names) {
+            text += (&name == &names.front() ? "; one of: " : ", ") + name;
+        }
+    }
+    return text;
+}

@@ -23,3 +23,7 @@ std::string did_you_mean(std::string_view word, const std::vector<std::string> &
 /* "unknown KIND 'WORD'", and did_you_mean. */
 std::string unknown_name(const std::string &kind, const std::string &word,
                          const std::vector<std::string> &names);
+
+/* The same for a word out of a short list: if no name is near, all are listed. */
+std::string unknown_choice(const std::string &kind, const std::string &word,
+                           const std::vector<std::string> &names);

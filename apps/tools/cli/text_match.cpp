@@ -1,5 +1,7 @@
 #include "cli/text_match.h"
 
+#include <fnmatch.h>
+
 #include <algorithm>
 #include <cctype>
 
@@ -14,4 +16,8 @@ bool starts_like(std::string_view text, std::string_view part) {
 bool contains_like(std::string_view text, std::string_view part) {
     return part.empty() ||
            std::search(text.begin(), text.end(), part.begin(), part.end(), same_letter) != text.end();
+}
+
+bool matches_pattern(const std::string &text, const std::string &pattern) {
+    return ::fnmatch(pattern.c_str(), text.c_str(), FNM_CASEFOLD) == 0;
 }

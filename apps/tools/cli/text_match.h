@@ -3,6 +3,7 @@
  */
 #pragma once
 
+#include <string>
 #include <string_view>
 
 bool same_letter(char left, char right);
@@ -12,3 +13,6 @@ bool starts_like(std::string_view text, std::string_view part);
 
 /* Whether a text contains a part; any text contains "". */
 bool contains_like(std::string_view text, std::string_view part);
+
+/* Whether a text as a whole matches a shell's pattern. */
+bool matches_pattern(const std::string &text, const std::string &pattern);

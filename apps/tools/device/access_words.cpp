@@ -84,6 +84,11 @@ std::string creation_problem(const std::string &path) {
     return is_closed && errno == EACCES ? access_words(path, Access::kCreate) : "";
 }
 
+std::string write_problem(const std::string &path) {
+    const bool is_missing = ::access(path.c_str(), F_OK) != 0;
+    return is_missing ? creation_problem(path) : allows(path, W_OK) ? "" : access_words(path);
+}
+
 std::string failure_text(const std::string &what, const std::string &path, int error, Access access) {
     return error == EACCES ? what + ": " + access_words(path, access) : errno_text(what, error);
 }

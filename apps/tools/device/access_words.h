@@ -20,6 +20,9 @@ std::string access_words(const std::string &path, Access access = Access::kUse);
 /* The same if this process can't create or replace the file, and "" if it can. */
 std::string creation_problem(const std::string &path);
 
+/* The same for writing to a file; one that is missing would be created. */
+std::string write_problem(const std::string &path);
+
 /*
  * The failed operation and its cause: access_words for EACCES, the system's text for other errno values.
  * what: the operation, with the path, such as "can't read x".

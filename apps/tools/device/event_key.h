@@ -12,6 +12,16 @@
  */
 std::string event_key(const std::string &word);
 
+/* Whether a word stands for several events: it has a character of a shell's pattern, and no event has this
+ * key. */
+bool is_event_pattern(const std::string &word);
+
+/*
+ * The keys that a pattern matches, in upper or lower case: of the events that exist, and of the messages,
+ * with or without E_APPS_MSG_. In alphabetical order.
+ */
+std::vector<std::string> event_keys_like(const std::string &pattern);
+
 /* The names listed for an event in the folder that publishers use, of modules or not. */
 std::vector<std::string> listeners_of(const std::string &event);
 

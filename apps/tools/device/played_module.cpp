@@ -1,12 +1,9 @@
 #include "device/played_module.h"
 
-#include <unistd.h>
-
 #include "cli/name_lookup.h"
 #include "device/access_words.h"
 #include "device/module_facts.h"
 #include "device/service_socket.h"
-#include "device/text_file.h"
 #include "formats/device_paths.h"
 #include "formats/module_flags.h"
 #include "frwk_module.h"
@@ -15,14 +12,6 @@ namespace {
 
 std::string path_in(const char *folder, uint32_t module) {
     return std::string(folder) + "/" + module_text(module);
-}
-
-/* An existing lock file is written to, not replaced. */
-std::string lock_problem(const std::string &path) {
-    if (!file_exists(path)) {
-        return creation_problem(path);
-    }
-    return ::access(path.c_str(), W_OK) == 0 ? "" : access_words(path);
 }
 
 }  // namespace
@@ -39,6 +28,6 @@ std::string running_words(uint32_t module) {
 
 std::string missing_right(uint32_t module) {
     const bool has_lock = (g_modules_info[module].flag & kSingleInstanceFlags) != 0;
-    const std::string problem = has_lock ? lock_problem(path_in(paths::kLockFolder, module)) : "";
+    const std::string problem = has_lock ? write_problem(path_in(paths::kLockFolder, module)) : "";
     return problem.empty() ? creation_problem(path_in(paths::kIpcFolder, module)) : problem;
 }

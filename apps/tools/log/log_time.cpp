@@ -258,6 +258,13 @@ Time now_itself(const std::string &text, std::time_t now) {
     return same_word(text, "now") ? Time(now) : std::nullopt;
 }
 
+/* "boot": the start of the device, by the clock of now, rounded down. */
+Time start_of_device(const std::string &text, std::time_t now) {
+    timespec running = {};
+    const bool fits = same_word(text, "boot") && ::clock_gettime(CLOCK_BOOTTIME, &running) == 0;
+    return fits ? Time(shifted(now, -static_cast<int64_t>(running.tv_sec) - 1)) : std::nullopt;
+}
+
 /* "@1795000000" */
 Time seconds_of_epoch(const std::string &text, std::time_t) {
     const bool fits = text[0] == '@' && has_only(text.substr(1), "0123456789");
@@ -325,8 +332,8 @@ Time zoned(const std::string &text) {
 }
 
 using Form = Time (*)(const std::string &text, std::time_t now);
-constexpr Form kForms[] = {now_itself, clock_of_today,   day_and_clock, signed_span,
-                           span_ago,   seconds_of_epoch, time_of_line};
+constexpr Form kForms[] = {now_itself,  start_of_device, clock_of_today,   day_and_clock,
+                           signed_span, span_ago,        seconds_of_epoch, time_of_line};
 
 }  // namespace
 
@@ -343,7 +350,7 @@ std::string read_time_word(const std::string &word, std::time_t now, std::time_t
 }
 
 std::vector<std::string> time_words() {
-    return {"now", "today", "yesterday", "-10min", "-1h", "-1d"};
+    return {"now", "boot", "today", "yesterday", "-10min", "-1h", "-1d"};
 }
 
 std::optional<std::time_t> time_of_line(const std::string &text, std::time_t now) {

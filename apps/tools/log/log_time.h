@@ -10,8 +10,8 @@
 #include <vector>
 
 /*
- * Reads "2026-11-22 10:00", "2026-11-22", "10:00", "yesterday 10:00", "-1h", "5 min ago", "@1795000000", the
- * time of a log line, and the like.
+ * Reads "2026-11-22 10:00", "2026-11-22", "10:00", "yesterday 10:00", "-1h", "5 min ago", "boot",
+ * "@1795000000", the time of a log line, and the like.
  *
  * Returns "" or the problem.
  */

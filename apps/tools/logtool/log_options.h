@@ -15,6 +15,7 @@ struct LogOptions {
     std::vector<std::string> programs; /* other than modules */
     std::string since;                 /* "" for the beginning */
     std::string until;                 /* "" for the end */
+    bool boot = false;                 /* since the start of the device */
     std::string level;
     std::string text;
     std::string file; /* "" for the default */

@@ -100,7 +100,9 @@ ExitCode show_chosen_log(const LogRequest &request) {
                                       : show_file(request, chosen_log_file(request.options));
 }
 
-ExitCode show_log(const LogOptions &options) {
+ExitCode show_log(const LogOptions &given) {
+    LogOptions options = given;
+    options.since = given.boot ? "boot" : given.since;
     if (options.follow && options.file == kStandardStream) {
         return complain(ExitCode::kUsage, "standard input can't be followed");
     }
@@ -124,7 +126,7 @@ ExitCode show_log(const LogOptions &options) {
 LogOptions g_options;
 
 std::string check_level(const std::string &word) {
-    return level_named(word) != kNoLevel ? "" : unknown_name("level", word, level_names());
+    return level_named(word) != kNoLevel ? "" : unknown_choice("level", word, level_names());
 }
 
 std::string check_time(const std::string &word) {
@@ -137,6 +139,7 @@ void add_selection(const Command &show) {
         .value("TIME")
         .check(check_time);
     show.add("-U,--until", g_options.until, "Only lines up to this time").value("TIME").check(check_time);
+    show.flag("-b,--boot", g_options.boot, "Only lines since the device was started").excludes("--since");
     show.add("--module", g_options.modules, "Only lines of this module; may be given several times")
         .value("MODULE")
         .repeated();
@@ -165,6 +168,7 @@ void declare(CommandLineTool &tool) {
                                   "logtool show --module wlan --level warning\n"
                                   "logtool show --since '10 min ago' --program kernel\n"
                                   "logtool show --since yesterday --until today -n 50\n"
+                                  "logtool show --boot --level error\n"
                                   "logtool show -f --text 'errno='\n"
                                   "logtool show --file /var/log/messages.0 --json\n",
                                   g_options.runs(show_log));

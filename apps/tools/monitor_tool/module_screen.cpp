@@ -184,21 +184,42 @@ std::string footer(const TopView &view, size_t columns) {
     return "";
 }
 
-std::string summary(const std::vector<ModuleReport> &reports, const TopView &view) {
+/* "3-20 of 46", if not all fit. */
+std::string position(size_t first, size_t end, size_t count) {
+    return end - first == count
+               ? ""
+               : std::to_string(first + 1) + "-" + std::to_string(end) + " of " + std::to_string(count);
+}
+
+/* From left to right; "" for a part that there is nothing to say of. */
+std::vector<std::string> summary_parts(const std::vector<ModuleReport> &reports, const TopView &view) {
     const auto running = std::count_if(reports.begin(), reports.end(), is_running);
     const auto troubled = std::count_if(reports.begin(), reports.end(), [](const ModuleReport &report) {
         return trouble_of(report) < Trouble::kUnknown;
     });
-    return std::to_string(running) + " of " + std::to_string(reports.size()) + " modules running, " +
-           (troubled > 0 ? std::to_string(troubled) + " in trouble, " : "") + "sorted by " + view.sort +
-           (view.reverse ? " reversed" : "") + (view.filter.empty() ? "" : ", with '" + view.filter + "'");
+    return {std::to_string(running) + " of " + std::to_string(reports.size()) + " modules running",
+            troubled > 0 ? std::to_string(troubled) + " in trouble" : "",
+            "sorted by " + view.sort + (view.reverse ? " reversed" : ""),
+            view.filter.empty() ? "" : "with '" + view.filter + "'"};
 }
 
-/* "3-20 of 46", if not all fit. */
-std::string position(size_t first, size_t shown, size_t count) {
-    return shown == count ? ""
-                          : ", " + std::to_string(first + 1) + "-" + std::to_string(first + shown) + " of " +
-                                std::to_string(count);
+std::string joined_sentence(const std::vector<std::string> &parts) {
+    std::string line;
+    for (const std::string &part : parts) {
+        line += (line.empty() || part.empty() ? "" : ", ") + part;
+    }
+    return line;
+}
+
+/* On a narrow screen the sorting leaves first, then the place, the filter and the modules in trouble. */
+std::string summary(std::vector<std::string> parts, size_t columns) {
+    constexpr size_t kLeaving[] = {2, 4, 3, 1};
+    for (const size_t part : kLeaving) {
+        if (joined_sentence(parts).size() > columns) {
+            parts[part].clear();
+        }
+    }
+    return joined_sentence(parts);
 }
 
 std::vector<ScreenLine> help_lines(const ScreenSize &size) {
@@ -230,8 +251,9 @@ std::vector<ScreenLine> screen_lines(const std::vector<ModuleReport> &reports, c
     const double largest = largest_resident(selected);
     const size_t first = first_shown(view, selected.size(), page_of(size));
     const size_t end = std::min(selected.size(), first + page_of(size));
-    const std::string top = summary(reports, view) + position(first, end - first, selected.size());
-    std::vector<ScreenLine> lines = {{fitted(top, size.columns), Style::kPlain},
+    std::vector<std::string> parts = summary_parts(reports, view);
+    parts.push_back(position(first, end, selected.size()));
+    std::vector<ScreenLine> lines = {{fitted(summary(parts, size.columns), size.columns), Style::kPlain},
                                      {heading(layout), Style::kStrong}};
     for (size_t i = first; i < end; ++i) {
         lines.push_back({module_line(selected[i], layout, largest), style_of(trouble_of(selected[i]))});

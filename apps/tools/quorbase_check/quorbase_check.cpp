@@ -4,6 +4,7 @@
  */
 #include <getopt.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
@@ -13,7 +14,10 @@
 
 #include "contract_table.h"
 #include "output/output_reader.h"
+#include "output/program_help.h"
 #include "output/spelt_text.h"
+#include "output/terminal.h"
+#include "output/text_wrap.h"
 #include "support/product_version.h"
 
 namespace {
@@ -26,26 +30,28 @@ enum {
     kNotLoaded = 3
 };
 
-constexpr char kHelp[] =
-    "Usage: quorbase-check [OPTION]... LIBRARY\n"
-    "Check a device maker's libquorbase, or libmal with --modem: load it with all symbols bound,\n"
-    "list the functions that are missing, and run each of the others against its contract.\n"
-    "\n"
-    "  --modem            LIBRARY is the modem client (libmal)\n"
-    "  --limit SECONDS    End a function that does not return for so long (1 to 600; default 10)\n"
-    "  --json-parse NAME  The library's function that makes a document of a JSON text (default:\n"
-    "                     json_parse); without one the calls of json.h can't be run\n"
-    "  --help             Print this help\n"
-    "  --version          Print the version\n"
-    "\n"
-    "Each function runs in a process of its own, in a private folder. A path without a slash is searched\n"
-    "for in the loader's folders. Run it on the device, as the user of the modules: the checks of the\n"
-    "cipher need the product's key, or make the device's own.\n"
-    "\n"
-    "Results: ok; called (it returned, and its effect can't be seen from here); not called;\n"
-    "missing; wrong, with the reason.\n"
-    "Exit status: 0 conforming, 1 functions are missing or wrong or the table can't be written, 2 wrong\n"
-    "usage, 3 the library can't be loaded.\n";
+std::string help() {
+    return program_help(
+        "Usage: quorbase-check [OPTION]... LIBRARY",
+        "Check a device maker's libquorbase, or libmal with --modem: load it with all symbols bound, list "
+        "the "
+        "functions that are missing, and run each of the others against its contract.",
+        {{"--modem", "LIBRARY is the modem client (libmal)"},
+         {"--limit SECONDS", "End a function that does not return for so long (1 to 600; default 10)"},
+         {"--json-parse NAME",
+          "The library's function that makes a document of a JSON text (default: json_parse); without one "
+          "the calls of json.h can't be run"},
+         {"--help", "Print this help"},
+         {"--version", "Print the version"}},
+        "Each function runs in a process of its own, in a private folder. A path without a slash is searched "
+        "for in the loader's folders. Run it on the device, as the user of the modules: the checks of the "
+        "cipher need the product's key, or make the device's own.\n"
+        "\n"
+        "Results: ok; called (it returned, and its effect can't be seen from here); not called; missing; "
+        "wrong, with the reason.\n"
+        "Exit status: 0 conforming, 1 functions are missing or wrong or the table can't be written, 2 wrong "
+        "usage, 3 the library can't be loaded.\n");
+}
 
 struct Request {
     Subject subject;
@@ -89,6 +95,14 @@ struct Totals {
                                                          : missing;
         ++total;
     }
+
+    std::string text() const {
+        const std::string line = std::to_string(right) + " ok, " + std::to_string(unseen) +
+                                 " not seen from here, " + std::to_string(absent) +
+                                 " optional ones missing, " + std::to_string(missing) + " missing, " +
+                                 std::to_string(wrong) + " wrong";
+        return is_terminal(Stream::kOutput) ? wrapped(line, columns_of(Stream::kOutput), 0) : line + "\n";
+    }
 };
 
 /* The status, or the one of a failure if what was printed can't be written. A reader that has had enough,
@@ -102,10 +116,25 @@ int finish_output(int status) {
     return kNotConforming;
 }
 
+/* A row that is too long for the terminal is wrapped. */
+std::string row_text(const ContractRow &row, const std::string &result) {
+    constexpr int kNameWidth = 25;
+    constexpr int kOriginWidth = 9;
+    std::string text(row.check.name);
+    text.resize(std::max<size_t>(text.size(), kNameWidth), ' ');
+    text += " " + std::string(row.origin);
+    text.resize(std::max<size_t>(text.size(), kNameWidth + 1 + kOriginWidth), ' ');
+    text += " " + result;
+    const size_t width = columns_of(Stream::kOutput);
+    const bool fits = text.size() <= width || !is_terminal(Stream::kOutput);
+    return fits ? text + "\n"
+                : wrapped_pair(row.check.name, std::string(row.origin) + " " + result, width, kNameWidth + 1);
+}
+
 void print_row(const ContractRow &row, const Finding &finding) {
     const char *const gap = finding.text.empty() ? "" : ": ";
-    (void)std::printf("%-25s %-9s %s%s%s\n", row.check.name, row.origin.data(), word_of(finding.verdict), gap,
-                      spelt_out(finding.text).c_str());
+    const std::string result = word_of(finding.verdict) + (gap + spelt_out(finding.text));
+    (void)std::fputs(row_text(row, result).c_str(), stdout);
     (void)std::fflush(stdout);
 }
 
@@ -127,8 +156,7 @@ int check_library(const Request &request) {
         return kNotLoaded;
     }
     const Totals totals = examine_all(request);
-    (void)std::printf("\n%u ok, %u not seen from here, %u optional ones missing, %u missing, %u wrong\n",
-                      totals.right, totals.unseen, totals.absent, totals.missing, totals.wrong);
+    (void)std::fputs(("\n" + totals.text()).c_str(), stdout);
     return totals.missing + totals.wrong == 0 ? kDone : kNotConforming;
 }
 
@@ -189,7 +217,7 @@ int read_options(int argc, char **argv, Request *request) {
                 request->subject.json_parse = optarg;
                 break;
             case kHelpOption:
-                (void)std::fputs(kHelp, stdout);
+                (void)std::fputs(help().c_str(), stdout);
                 return kDone;
             case kVersion:
                 (void)std::printf("quorbase-check %s\n", product_version());

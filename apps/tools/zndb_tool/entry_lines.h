@@ -5,11 +5,12 @@
  */
 #pragma once
 
-#include <map>
 #include <string>
 #include <vector>
 
-using Entries = std::map<std::string, std::string>;
+#include "formats/store_values.h"
+
+using Entries = StoreValues;
 
 struct EntryLine {
     size_t number; /* from 1 */

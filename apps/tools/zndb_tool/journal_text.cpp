@@ -13,8 +13,8 @@
 
 namespace {
 
-std::string cant_read(int error) {
-    return failure_text(std::string("can't read ") + paths::kJournalFile, paths::kJournalFile, error);
+std::string cant_read(const std::string &path, int error) {
+    return failure_text("can't read " + path, path, error);
 }
 
 bool is_missing(int error) {
@@ -37,36 +37,37 @@ std::string stranger(const std::string &path, const struct stat &found) {
 /* The problem with an open file or folder. */
 std::string problem_of(int fd, const std::string &path) {
     struct stat found = {};
-    return ::fstat(fd, &found) == 0 ? stranger(path, found) : cant_read(errno);
+    return ::fstat(fd, &found) == 0 ? stranger(path, found) : cant_read(path, errno);
 }
 
 /* Whether the journal is a link that the device itself created. */
-bool is_own_link(int folder) {
+bool is_own_link(int folder, const char *name) {
     struct stat found = {};
-    return ::fstatat(folder, paths::kJournalName, &found, AT_SYMLINK_NOFOLLOW) == 0 &&
-           S_ISLNK(found.st_mode) && is_the_databases(found);
+    return ::fstatat(folder, name, &found, AT_SYMLINK_NOFOLLOW) == 0 && S_ISLNK(found.st_mode) &&
+           is_the_databases(found);
 }
 
 /* Does not block if the file is a pipe. */
-std::string read_in(int folder, std::string *text) {
-    const bool follows = is_own_link(folder);
+std::string read_in(int folder, const std::string &path, std::string *text) {
+    const std::string name = path.substr(path.rfind('/') + 1);
+    const bool follows = is_own_link(folder, name.c_str());
     const int flags = O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK | (follows ? 0 : O_NOFOLLOW);
-    const UniqueFd file(::openat(folder, paths::kJournalName, flags));
+    const UniqueFd file(::openat(folder, name.c_str(), flags));
     if (!file) {
-        return is_missing(errno) ? "" : cant_read(errno);
+        return is_missing(errno) ? "" : cant_read(path, errno);
     }
-    const std::string problem = follows ? "" : problem_of(file.get(), paths::kJournalFile);
-    return problem.empty() ? read_open_file(file.get(), paths::kJournalFile, text) : problem;
+    const std::string problem = follows ? "" : problem_of(file.get(), path);
+    return problem.empty() ? read_open_file(file.get(), path, text) : problem;
 }
 
 }  // namespace
 
-std::string read_journal_text(std::string *text) {
+std::string read_journal_text(const char *path, std::string *text) {
     text->clear();
     const UniqueFd folder(::open(paths::kJournalFolder, O_PATH | O_DIRECTORY | O_CLOEXEC));
     if (!folder) {
-        return is_missing(errno) ? "" : cant_read(errno);
+        return is_missing(errno) ? "" : cant_read(path, errno);
     }
     std::string problem = problem_of(folder.get(), paths::kJournalFolder);
-    return problem.empty() ? read_in(folder.get(), text) : problem;
+    return problem.empty() ? read_in(folder.get(), path, text) : problem;
 }

@@ -4,9 +4,8 @@
 #include <vector>
 
 #include "device/text_file.h"
-#include "formats/device_paths.h"
 #include "formats/entry_line.h"
-#include "formats/journal_record.h"
+#include "formats/store_values.h"
 #include "zndb_tool/journal_text.h"
 
 namespace {
@@ -39,27 +38,13 @@ void apply_lines(const std::string &text, Entries &entries) {
     }
 }
 
-void apply_record(const JournalRecord &record, Entries &entries) {
-    switch (record.change) {
-        case JournalRecord::Change::kSet:
-            entries[std::string(record.key)] = record.value;
-            break;
-        case JournalRecord::Change::kErase:
-            entries.erase(std::string(record.key));
-            break;
-        case JournalRecord::Change::kClear:
-            entries.clear();
-            break;
-    }
-}
-
 /* A last line without its end was never answered and doesn't count. */
 void apply_journal(const std::string &journal, StoreId store, Entries &entries) {
     std::istringstream lines(journal.substr(0, journal.rfind('\n') + 1));
     for (std::string line; std::getline(lines, line);) {
         JournalRecord record = {};
         if (parse_record(line, record) == nullptr && record.store == store) {
-            apply_record(record, entries);
+            apply_record(entries, record);
         }
     }
 }
@@ -82,6 +67,19 @@ std::string read_files(const StoreFiles &files, Entries &entries) {
     return "";
 }
 
+/* The journals that concern a store. The one of an older service, if there is one, has the last word. */
+struct Journals {
+    std::string own;
+    std::string old;
+
+    bool operator==(const Journals &other) const { return own == other.own && old == other.old; }
+};
+
+std::string read_journals(StoreId store, Journals *journals) {
+    const std::string problem = read_journal_text(paths_of(store).journal, &journals->own);
+    return problem.empty() ? read_journal_text(paths::kOldJournal, &journals->old) : problem;
+}
+
 }  // namespace
 
 const char *store_name(Store store) {
@@ -97,17 +95,19 @@ std::string store_paths(Store store) {
 }
 
 std::string read_store(Store store, Entries *entries) {
-    std::string journal;
-    std::string problem = read_journal_text(&journal);
+    const StoreId changed = files_of(store).changed;
+    Journals journal;
+    std::string problem = read_journals(changed, &journal);
     for (int attempt = 0; attempt < kAttempts && problem.empty(); ++attempt) {
         Entries read;
-        std::string after;
+        Journals after;
         problem = read_files(files_of(store), read);
         if (problem.empty()) {
-            problem = read_journal_text(&after);
+            problem = read_journals(changed, &after);
         }
         if (problem.empty() && after == journal) {
-            apply_journal(journal, files_of(store).changed, read);
+            apply_journal(journal.own, changed, read);
+            apply_journal(journal.old, changed, read);
             *entries = std::move(read);
             return "";
         }

@@ -1,5 +1,5 @@
 /*
- * Reads the content of a store from the database's files and its journal, since no message lists the keys.
+ * Reads the content of a store from the database's files and journals, since no message lists the keys.
  * The result equals the database's content, whether it runs or not.
  */
 #pragma once

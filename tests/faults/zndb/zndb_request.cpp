@@ -31,13 +31,13 @@ class Run {
     }
 
     void start(Database &database) const {
-        const std::string journal = paths::kJournalFile;
-        if (request_.late_journal) {
+        const std::string &journal = request_.late_journal;
+        if (!journal.empty()) {
             fs::rename(journal, journal + ".aside");
             fs::create_directory(journal);
         }
         database.load();
-        if (request_.late_journal) {
+        if (!journal.empty()) {
             fs::remove(journal);
             fs::rename(journal + ".aside", journal);
         }
@@ -159,7 +159,7 @@ class Run {
 /* The service keeps its journal and the batch file open once they were needed. */
 size_t kept_descriptors(const ZndbRequest &request) {
     const bool has_batch = request.msgid == kZndbBatchMessage || request.files.count(paths::kBatchFile) != 0;
-    return (request.late_journal ? 1 : 0) + (has_batch ? 1 : 0);
+    return (request.late_journal.empty() ? 0 : 1) + (has_batch ? 1 : 0);
 }
 
 long run_faulty(const ZndbRequest &request) {

@@ -20,10 +20,10 @@ struct ZndbRequest {
     Answers changes = {}; /* what is answered otherwise once it is done */
     Files saved = {};     /* the files that it replaces, and their new texts */
 
-    Files files = all_files(); /* before it */
-    Files unfinished = {};     /* beside them */
-    bool late_journal = false; /* the service could not open the journal when it started */
-    bool damaged = false;      /* the plain file has a damaged line, and is kept once it is replaced */
+    Files files = all_files();     /* before it */
+    Files unfinished = {};         /* beside them */
+    std::string late_journal = {}; /* the service could not open the journal when it started */
+    bool damaged = false;          /* the plain file has a damaged line, and is kept once it is replaced */
     bool takes_memory = true;
     std::vector<long> refusals = {E_APPS_ERR_NOSPACE, E_APPS_ERR_ZNDB_OTHER};
 };

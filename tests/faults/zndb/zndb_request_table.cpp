@@ -10,7 +10,6 @@ namespace {
 
 using paths::kBatchFile;
 using paths::kFactoryFile;
-using paths::kJournalFile;
 using paths::kPermFile;
 using paths::kPlainFile;
 
@@ -18,9 +17,7 @@ const std::string kMissing = "result 2001";
 
 /* The files with another journal. */
 Files with_journal(const std::string &text) {
-    Files files = all_files();
-    files[kJournalFile] = text;
-    return files;
+    return with_journals(all_files(), text);
 }
 
 /* Those of a device that has never saved anything. */
@@ -57,8 +54,8 @@ ZndbRequest beside(const Files &unfinished, ZndbRequest request) {
     return request;
 }
 
-ZndbRequest late(ZndbRequest request) {
-    request.late_journal = true;
+ZndbRequest late(ZndbRequest request, const char *journal = paths::kPlainJournal) {
+    request.late_journal = journal;
     request.refusals.push_back(E_APPS_ERR_ZNDB_READ_ONLY); /* its rights can't be narrowed */
     return request;
 }
@@ -198,11 +195,10 @@ std::vector<ZndbRequest> zndb_other_saves() {
                               {},
                               {{kFactoryFile, "answered=j\n"}}}),
         beside(leftovers(), factory_save("zndb: factory save, beside leftovers")),
-        late(factory_save("zndb: factory save, journal opened late")),
+        late(factory_save("zndb: factory save, journal opened late"), paths::kFactoryJournal),
         power_off("zndb: power-off notice"),
         late(power_off("zndb: power-off notice, journal opened late")),
         save_ram("zndb: save-ram"),
-        without_memory(on(with_journal(""), save_ram("zndb: save-ram, no change"))),
         beside(leftovers(), save_ram("zndb: save-ram, beside leftovers")),
         late(save_ram("zndb: save-ram, journal opened late")),
     };

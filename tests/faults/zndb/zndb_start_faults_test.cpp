@@ -67,8 +67,8 @@ void change_and_save(Database &database, Answers &expected) {
 
 /* The start that is watched must be the first: an earlier one has made the journal and its folder. */
 void check_journal_is_of(const Files &files) {
-    const bool has_one = files.count(paths::kJournalFile) != 0;
-    const bool has_folder = fs::exists(fs::path(paths::kJournalFile).parent_path());
+    const bool has_one = files.count(paths::kPlainJournal) + files.count(paths::kOldJournal) != 0;
+    const bool has_folder = fs::exists(fs::path(paths::kPlainJournal).parent_path());
     note_flaw_unless(has_folder == has_one, "finds what an earlier start has made");
 }
 
@@ -134,8 +134,9 @@ TEST(ZndbStartFaults, Files) {
     run_scenarios({
         start("zndb: start", all_files()),
         start("zndb: start, the first", only_defaults()),
-        start("zndb: start, torn journal", with(all_files(), paths::kJournalFile, "P+answered=j\nP+key=ha")),
+        start("zndb: start, torn journal", with(all_files(), paths::kPlainJournal, "P+answered=j\nP+key=ha")),
         start("zndb: start, with leftovers", with_leftovers()),
+        start("zndb: start, an older service's journal", with_old_journal()),
     });
 }
 

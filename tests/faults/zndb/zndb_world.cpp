@@ -2,11 +2,13 @@
 
 #include <cstring>
 #include <filesystem>
+#include <sstream>
 #include <system_error>
 #include <vector>
 
 #include "faults/faulty_device.h"
 #include "formats/device_paths.h"
+#include "formats/store_values.h"
 #include "formats/zndb_batch_wire.h"
 #include "formats/zndb_list_wire.h"
 #include "formats/zndb_wire.h"
@@ -18,8 +20,11 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr const char *kPaths[] = {paths::kPlainFile, paths::kPermFile, paths::kFactoryFile,
-                                  paths::kDefaultsFile, paths::kJournalFile};
+constexpr const char *kPaths[] = {paths::kPlainFile,      paths::kPermFile,     paths::kFactoryFile,
+                                  paths::kDefaultsFile,   paths::kPlainJournal, paths::kPermJournal,
+                                  paths::kFactoryJournal, paths::kOldJournal};
+
+constexpr char kAllRecords[] = "P+answered=j\nM+answered=j\nF+answered=j\nM-deleted\n";
 
 constexpr const char *kKeys[] = {"answered", "deleted", "factory", "image", "kept",  "key",
                                  "long10",   "long27",  "next",    "other", "shared"};
@@ -101,12 +106,36 @@ std::string long_lines() {
     return lines;
 }
 
+Files with_journals(Files files, const std::string &lines) {
+    for (const StoreId id : kStoreIds) {
+        files[paths_of(id).journal] = "";
+    }
+    std::istringstream all(lines);
+    for (std::string line; std::getline(all, line);) {
+        const StoreId id = line[0] == 'P'   ? StoreId::kPlain
+                           : line[0] == 'M' ? StoreId::kPerm
+                                            : StoreId::kFactory;
+        files[paths_of(id).journal] += line + (all.eof() ? "" : "\n");
+    }
+    return files;
+}
+
 Files all_files() {
-    return {{paths::kDefaultsFile, "image=d\nshared=d\n"},
-            {paths::kFactoryFile, "factory=f\nshared=f\n"},
-            {paths::kPlainFile, "# made by hand\nshared=p\n" + long_lines() + "kept=p\nkey=old\n"},
-            {paths::kPermFile, "deleted=m\nkept=m\nkey=old\n"},
-            {paths::kJournalFile, "P+answered=j\nM+answered=j\nF+answered=j\nM-deleted\n"}};
+    const Files stores = {
+        {paths::kDefaultsFile, "image=d\nshared=d\n"},
+        {paths::kFactoryFile, "factory=f\nshared=f\n"},
+        {paths::kPlainFile, "# made by hand\nshared=p\n" + long_lines() + "kept=p\nkey=old\n"},
+        {paths::kPermFile, "deleted=m\nkept=m\nkey=old\n"}};
+    return with_journals(stores, kAllRecords);
+}
+
+Files with_old_journal() {
+    Files files = all_files();
+    for (const StorePaths &store : kStorePaths) {
+        files.erase(store.journal);
+    }
+    files[paths::kOldJournal] = kAllRecords;
+    return files;
 }
 
 void put_files(const Files &files) {

@@ -24,6 +24,12 @@ using Answers = std::map<std::string, std::string>;
  */
 Files all_files();
 
+/* The files with these records in the stores' journals, and no others. */
+Files with_journals(Files files, const std::string &lines);
+
+/* Those of all_files where an older service has written one journal for all stores. */
+Files with_old_journal();
+
 /* The plain store's long values, in order of their keys, as lines. */
 std::string long_lines();
 

@@ -48,7 +48,7 @@ TEST_F(RubbishJournal, TakesNeitherMemoryNorTheLog) {
     ASSERT_GT(before, 0u);
     for (const std::string &line : {std::string("\n"), std::string("rubbish\n"), "P+k=" + kBig + "\n"}) {
         zndb_->kill();
-        ASSERT_TRUE(write_text("/tmp/m_tmp/zndb/journal", journal_of(line) + "P+last=1\n"));
+        ASSERT_TRUE(write_text("/tmp/m_tmp/zndb/journal.plain", journal_of(line) + "P+last=1\n"));
         start();
         EXPECT_EQ("1", plain("last"));
         EXPECT_LT(peak_memory(zndb_->pid()), before + kHeldBack);

@@ -22,7 +22,16 @@ namespace fs = std::filesystem;
 const std::string kPlainFile = "/m_data/usr/db/user_data.txt";
 const std::string kPermFile = "/m_data/usr_permanent/db/perm_data.txt";
 const std::string kFactoryFile = "/m_data/factor/factor_data.txt";
-const std::string kJournalFile = "/tmp/m_tmp/zndb/journal";
+const std::string kJournals[] = {"/tmp/m_tmp/zndb/journal.plain", "/tmp/m_tmp/zndb/journal.perm",
+                                 "/tmp/m_tmp/zndb/journal.factory"};
+
+std::string journals() {
+    std::string all;
+    for (const std::string &journal : kJournals) {
+        all += file_text(journal);
+    }
+    return all;
+}
 const std::string kWords = " is not the one of this process any more: ending, nothing is saved\n";
 
 ino_t number_of(const char *path) {
@@ -88,17 +97,17 @@ TEST_F(ZndbSuccessor, ItsFilesAreNotOverwrittenByASaveOfTheFirst) {
     EXPECT_EQ(0, zndb_save());
     expect_end(E_APPS_MSG_ZNDB_SAVE);
     EXPECT_EQ("k=second\n", file_text(kPlainFile));
-    EXPECT_EQ("F+k=first\n", file_text(kJournalFile));
+    EXPECT_EQ("F+k=first\n", journals());
 }
 
 TEST_F(ZndbSuccessor, NothingIsSavedByTheFirstBeforeIt) {
     start_first();
     start_second();
     EXPECT_EQ(0, zndb_set("k", "second"));
-    const std::string journal = file_text(kJournalFile);
+    const std::string journal = journals();
     expect_end(E_APPS_MSG_ZNDB_SAVE);
     EXPECT_FALSE(fs::exists(kPlainFile));
-    EXPECT_EQ(journal, file_text(kJournalFile));
+    EXPECT_EQ(journal, journals());
     EXPECT_EQ(0, zndb_save());
     EXPECT_EQ("k=second\n", file_text(kPlainFile));
     EXPECT_EQ("k=first\n", file_text(kPermFile));
@@ -124,12 +133,14 @@ TEST_F(ZndbSuccessor, NoRequestToTheFirstChangesItsJournalOrItsFiles) {
         start_first();
         start_second();
         EXPECT_EQ(0, zndb_set("k", "second"));
-        const std::string journal = file_text(kJournalFile);
+        const std::string journal = journals();
         expect_end(request.msgid, request.body);
-        EXPECT_EQ(journal, file_text(kJournalFile)) << request.msgid;
+        EXPECT_EQ(journal, journals()) << request.msgid;
         EXPECT_FALSE(fs::exists(kPlainFile) || fs::exists(kPermFile) || fs::exists(kFactoryFile));
         zndb_->kill();
-        fs::remove(kJournalFile);
+        for (const std::string &each : kJournals) {
+            fs::remove(each);
+        }
         fs::remove(kFirstSocket);
     }
 }

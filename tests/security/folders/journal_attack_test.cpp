@@ -16,7 +16,8 @@ namespace {
 
 constexpr char kTempFolder[] = "/tmp/m_tmp";
 constexpr char kFolder[] = "/tmp/m_tmp/zndb";
-constexpr char kJournal[] = "/tmp/m_tmp/zndb/journal";
+constexpr char kJournal[] = "/tmp/m_tmp/zndb/journal.plain";
+constexpr char kOldJournal[] = "/tmp/m_tmp/zndb/journal";
 constexpr char kTheirs[] = "/tmp/theirs";
 constexpr char kHacked[] = "P+admin_password=hacked\n";
 
@@ -69,6 +70,16 @@ TEST_F(JournalAttackByAnotherUser, WhatStandsInTheJournalsPlaceIsNotBelieved) {
     }
 }
 
+TEST_F(JournalAttackByAnotherUser, WhatStandsInThePlaceOfAnOlderServicesJournalIsNotTakenOver) {
+    for (const Plant what : kAllPlants) {
+        clean_device();
+        open_to_all(kFolder);
+        plant(what, kOldJournal, kHacked);
+        expect_unharmed(name_of(what));
+        expect_closed(name_of(what));
+    }
+}
+
 TEST_F(JournalAttackByAnotherUser, WhatStandsInItsSuccessorsPlaceMakesWay) {
     for (const Plant what : kAllPlants) {
         clean_device();
@@ -112,16 +123,16 @@ TEST_F(JournalAttackByAnotherUser, ALinkToAFolderOfAnotherUserIsNotFollowed) {
     ASSERT_EQ(0, as_other_user([] {
                   const bool made = ::mkdir(kTheirs, 0755) == 0 && ::symlink(kTheirs, kFolder) == 0;
                   return made && write_text(kJournal, kHacked) &&
-                                 write_text("/tmp/theirs/journal.tmp", "theirs")
+                                 write_text("/tmp/theirs/journal.plain.tmp", "theirs")
                              ? 0
                              : 1;
               }));
     expect_unharmed("a link to a folder with a journal");
     expect_closed("a link to a folder with a journal");
-    EXPECT_EQ(kHacked, file_text("/tmp/theirs/journal"));
-    EXPECT_EQ("theirs", file_text("/tmp/theirs/journal.tmp"));
-    (void)::unlink("/tmp/theirs/journal");
-    (void)::unlink("/tmp/theirs/journal.tmp");
+    EXPECT_EQ(kHacked, file_text("/tmp/theirs/journal.plain"));
+    EXPECT_EQ("theirs", file_text("/tmp/theirs/journal.plain.tmp"));
+    (void)::unlink("/tmp/theirs/journal.plain");
+    (void)::unlink("/tmp/theirs/journal.plain.tmp");
     (void)::rmdir(kTheirs);
 }
 

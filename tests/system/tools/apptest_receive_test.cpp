@@ -77,6 +77,37 @@ TEST_F(AppTestReceive, PrintsWhatArrivesUntilThereIsEnough) {
     EXPECT_EQ("", subscriber.process().errors());
 }
 
+TEST_F(AppTestReceive, SubscribesToWhatAPatternMatches) {
+    ASSERT_TRUE(write_text(std::string(kEvents) + "/wlan_weather", "router\n"));
+    ASSERT_TRUE(write_text(std::string(kEvents) + "/traffic", "router\n"));
+    Serving subscriber({"subscribe", "--count", "2", "*weather", "SYS_language_*", "*_LANGUAGE_change"});
+    ASSERT_TRUE(is_subscribed("E_APPS_MSG_SYS_LANGUAGE_CHANGE"));
+    EXPECT_EQ("router\napptest\n", file_text(std::string(kEvents) + "/wlan_weather"));
+    EXPECT_EQ("router\n", file_text(std::string(kEvents) + "/traffic"));
+    EXPECT_EQ("ret=15", router_.ask("async 49 9 3 -"));
+    EXPECT_EQ("router 9 E_APPS_MSG_SYS_LANGUAGE_CHANGE 0 bytes", subscriber.line());
+    EXPECT_EQ(0, subscriber.interrupt());
+    EXPECT_EQ("router\n", file_text(std::string(kEvents) + "/wlan_weather"));
+    EXPECT_FALSE(std::filesystem::exists(std::string(kEvents) + "/E_APPS_MSG_SYS_LANGUAGE_CHANGE"));
+}
+
+TEST_F(AppTestReceive, APatternThatMatchesNothingOrTooMuchIsWrongUsage) {
+    kAppTest.expect_failure(2, "no event and no message matches 'snow*'", {"subscribe", "snow*"});
+    const ToolEnd all = run_tool({"apptest", "subscribe", "weather", "*"});
+    EXPECT_EQ(2, all.status);
+    EXPECT_EQ(0u, all.errors.find("apptest: '*' matches ")) << all.errors;
+    EXPECT_NE(std::string::npos, all.errors.find(" events and messages, the most is 64\n")) << all.errors;
+    EXPECT_TRUE(std::filesystem::is_empty(kEvents));
+}
+
+TEST_F(AppTestReceive, AnEventWithTheNameOfAPatternIsThatEvent) {
+    ASSERT_TRUE(write_text(std::string(kEvents) + "/wea*", "router\n"));
+    ASSERT_TRUE(write_text(std::string(kEvents) + "/weather", "router\n"));
+    Serving subscriber({"subscribe", "wea*"});
+    EXPECT_TRUE(wait_until([] { return file_text(std::string(kEvents) + "/wea*") == "router\napptest\n"; }));
+    EXPECT_EQ("router\n", file_text(std::string(kEvents) + "/weather"));
+}
+
 TEST_F(AppTestReceive, PrintsJsonOneObjectALine) {
     Serving subscriber({"subscribe", "--json", "weather"});
     ASSERT_TRUE(is_subscribed("weather"));

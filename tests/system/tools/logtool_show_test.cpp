@@ -62,6 +62,17 @@ TEST_F(LogShowPeriod, MayBeginBeforeNow) {
     }
 }
 
+TEST_F(LogShowPeriod, MayBeginWithTheStartOfTheDevice) {
+    ASSERT_TRUE(write_text(kLog, "1999-11-20T10:00:00Z box wlan[7]: old\n"));
+    append(kLog, run_shell("date -u +'%FT%TZ box wlan[7]: new'").output);
+    EXPECT_EQ("new \n", shown("--since boot"));
+    EXPECT_EQ("new \n", shown("--boot"));
+    EXPECT_EQ("new \n", shown("-b --module wlan"));
+    EXPECT_EQ("old \n", shown("--until boot"));
+    EXPECT_EQ(0u, words_for_journalctl("-b").find("--since=@"));
+    kTool.expect_usage("--since and --boot can't be given together", {"show", "--since", "now", "--boot"});
+}
+
 TEST_F(LogShowPeriod, ThatSelectsNothingIsSaidSo) {
     kTool.expect_failure(0, "none of the 5 lines of " + kLog + " is selected by the options",
                          {"show", "--file", kLog, "--until", "2001-11-19"});

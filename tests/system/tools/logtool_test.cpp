@@ -340,6 +340,12 @@ TEST_F(LogDebugMode, ADatabaseThatRefusesIsSaidSo) {
 }
 
 TEST_F(LogDebugMode, WrongWordsGetTheNearestRightOne) {
+    kTool.expect_usage("STATE: unknown state 'maybe'; one of: on, off", {"debug", "maybe"});
+    kTool.expect_usage(
+        "--level: unknown level 'loud'; one of: emergency, alert, critical, error, warning, notice, info, "
+        "debug, "
+        "verbose",
+        {"show", "--level", "loud"});
     kTool.expect_usage("STATE: unknown state 'onn'; did you mean 'on'?", {"debug", "onn"});
     kTool.expect_usage("--keep: unknown way to keep it 'rmo'; did you mean 'rom'?",
                        {"debug", "on", "--keep", "rmo"});

@@ -77,6 +77,19 @@ TEST_P(ToolWidth, HoldsHelp) {
     }
 }
 
+TEST_P(ToolWidth, HoldsTheHelpOfProgramsWithoutCommands) {
+    for (const char *program : {"device-tree", "quorbase-check"}) {
+        expect_to_fit({program, "--help"}, shown({program, "--help"}));
+    }
+}
+
+TEST_P(ToolWidth, HoldsTheTableOfQuorbaseCheck) {
+    const std::vector<std::string> words = {"quorbase-check", "--modem", IDLE_MODEM};
+    const std::string table = shown(words);
+    EXPECT_NE(std::string::npos, table.find(" wrong: ")) << table;
+    expect_to_fit(words, table);
+}
+
 TEST_P(ToolWidth, HoldsTablesAndLists) {
     const std::vector<std::vector<std::string>> all = {
         {"monitor_tool", "list"},
@@ -107,6 +120,15 @@ TEST_P(ToolWidth, HoldsTheScreenOfTop) {
         output.find(GetParam() == 40   ? "q quits, h helps, s sorts, / filters\033"
                     : GetParam() == 80 ? "q quits, h helps, s sorts, r reverses, / filters, arrows scroll\033"
                                        : "r reverses, / filters, arrows scroll\033"))
+        << output;
+}
+
+TEST_P(ToolWidth, CutsNoWordOfTheSummaryOfTop) {
+    const std::string output = shown({"monitor_tool", "top", "--interval", "60"}, "q", "q quits");
+    const std::string running = "\033[H2 of 46 modules running";
+    EXPECT_NE(std::string::npos,
+              output.find(GetParam() == 40 ? running + ", 1-21 of 46\033"
+                                           : running + ", sorted by memory, 1-21 of 46\033"))
         << output;
 }
 

@@ -254,7 +254,7 @@ TEST_F(ZndbTool, SaveRamShortensTheJournal) {
     EXPECT_EQ(0, zndb_set("k", "1"));
     EXPECT_EQ(0, zndb_set("k", "2"));
     EXPECT_EQ("", kTool.output_of({"save", "--ram"}));
-    EXPECT_EQ("P+k=2\n", file_text("/tmp/m_tmp/zndb/journal"));
+    EXPECT_EQ("P+k=2\n", file_text("/tmp/m_tmp/zndb/journal.plain"));
 }
 
 TEST_F(ZndbTool, ASaveThatFailsShowsTheDatabasesCode) {

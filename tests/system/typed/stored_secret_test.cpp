@@ -147,7 +147,7 @@ TEST_F(StoredSecret, ComesBackToTheModuleAfterAPowerCut) {
 TEST_F(StoredSecret, IsInNoFileOfTheDeviceBeforeASaveNorAfter) {
     start();
     EXPECT_EQ(E_APPS_ERR_SUCCESS, put(kSecret));
-    EXPECT_NE("", file_text("/tmp/m_tmp/zndb/journal"));
+    EXPECT_NE("", file_text("/tmp/m_tmp/zndb/journal.plain"));
     EXPECT_EQ(std::vector<std::string>{}, files_that_show(kSecret));
 
     EXPECT_EQ(0, zndb_save());
@@ -162,7 +162,7 @@ TEST_F(StoredSecret, IsInNoFileOfTheDeviceBeforeASaveNorAfter) {
 TEST_F(StoredSecret, WouldBeFoundIfItWereStoredAsATextOrAsBase64) {
     start();
     EXPECT_EQ(E_APPS_ERR_SUCCESS, frwk_zndb_set_key_value("k", FRWK_DATA_TYPE_STRING, kSecret));
-    EXPECT_EQ(std::vector<std::string>{"/tmp/m_tmp/zndb/journal"}, files_that_show(kSecret));
+    EXPECT_EQ(std::vector<std::string>{"/tmp/m_tmp/zndb/journal.plain"}, files_that_show(kSecret));
     EXPECT_EQ(E_APPS_ERR_SUCCESS,
               frwk_zndb_set_key_value_encrypt("k", FRWK_DATA_TYPE_BASE64, kSecret, sizeof(kSecret) - 1));
     EXPECT_EQ(0, zndb_save());

@@ -101,7 +101,7 @@ TEST_F(ZndbCrash, SaveRamSurvivesSigkill) {
     EXPECT_EQ(0, zndb_set("k", "1"));
     EXPECT_EQ(0, zndb_set("k", "2"));
     EXPECT_EQ(0, zndb_save_ram());
-    EXPECT_EQ("P+k=2\n", file_text("/tmp/m_tmp/zndb/journal"));
+    EXPECT_EQ("P+k=2\n", file_text("/tmp/m_tmp/zndb/journal.plain"));
     restart();
     EXPECT_EQ("2", plain("k"));
 }

@@ -16,7 +16,7 @@ namespace {
 const std::string kPlainFile = "/m_data/usr/db/user_data.txt";
 const std::string kPermFile = "/m_data/usr_permanent/db/perm_data.txt";
 const std::string kFactoryFile = "/m_data/factor/factor_data.txt";
-const std::string kJournalFile = "/tmp/m_tmp/zndb/journal";
+const std::string kJournalFile = "/tmp/m_tmp/zndb/journal.plain";
 constexpr char kDebugKey[] = "device_debug_mode";
 
 class ZndbPowerOff : public ZndbTest {
@@ -77,7 +77,9 @@ TEST_F(ZndbPowerOff, AnExitLeavesTheFilesAloneAndTheChangesInTheJournal) {
     end_by(E_APPS_MSG_SYS_EXIT);
     EXPECT_EQ("# by hand\nk=old\n", file_text(kPlainFile));
     EXPECT_FALSE(std::filesystem::exists(kPermFile));
-    EXPECT_EQ("P+k=v\nM+pk=pv\nF+fk=fv\n", file_text(kJournalFile));
+    EXPECT_EQ("P+k=v\n", file_text(kJournalFile));
+    EXPECT_EQ("M+pk=pv\n", file_text("/tmp/m_tmp/zndb/journal.perm"));
+    EXPECT_EQ("F+fk=fv\n", file_text("/tmp/m_tmp/zndb/journal.factory"));
     start();
     expect_all();
 }

@@ -60,7 +60,7 @@ TEST_F(ZndbRequests, SaveWritesTheFiles) {
     EXPECT_EQ(0, zndb_save());
     EXPECT_EQ("a=1\nb= two = 2 \n", file_text("/m_data/usr/db/user_data.txt"));
     EXPECT_EQ("p=3\n", file_text("/m_data/usr_permanent/db/perm_data.txt"));
-    EXPECT_EQ("", file_text("/tmp/m_tmp/zndb/journal"));
+    EXPECT_EQ("", file_text("/tmp/m_tmp/zndb/journal.plain"));
 }
 
 TEST_F(ZndbRequests, ResetEmptiesThePlainStore) {
@@ -134,7 +134,7 @@ TEST_F(ZndbRequests, ARequestBeforeTheFilesAreLoadedWaitsForThem) {
 TEST_F(ZndbRequests, WhatCantBeStoredGetsACodeALogLineAndChangesNothing) {
     start();
     EXPECT_EQ(0, zndb_set("k", "old"));
-    const std::string journal = file_text("/tmp/m_tmp/zndb/journal");
+    const std::string journal = file_text("/tmp/m_tmp/zndb/journal.plain");
     const struct {
         std::string key, value, line;
     } cases[] = {
@@ -152,7 +152,7 @@ TEST_F(ZndbRequests, WhatCantBeStoredGetsACodeALogLineAndChangesNothing) {
         EXPECT_EQ(2004, ask_zndb(E_APPS_MSG_ZNDB_FACTOR_SET, set_body(each.key, each.value)));
     }
     EXPECT_EQ("old", plain("k"));
-    EXPECT_EQ(journal, file_text("/tmp/m_tmp/zndb/journal"));
+    EXPECT_EQ(journal, file_text("/tmp/m_tmp/zndb/journal.plain"));
 }
 
 TEST_F(ZndbRequests, BodiesOfTheWrongFormAreRefusedAndServiceGoesOn) {

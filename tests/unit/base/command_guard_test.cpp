@@ -299,10 +299,7 @@ TEST_F(CommandGuardTest, DoesNotActWhenItIsDismissed) {
 
 TEST_F(CommandGuardTest, WithoutAGuardACommandRunsAllTheSameAndThatIsLogged) {
     const LogDaemon daemon;
-    libc::socketpair.stand_in([](int, int, int, int *) {
-        errno = EMFILE;
-        return -1;
-    });
+    libc::socketpair.fail(EMFILE);
     os_command_scope_open();
     EXPECT_EQ(0, os_system("true"));
     EXPECT_EQ(0, os_command_scope_close());

@@ -200,10 +200,7 @@ TEST_F(CommandScope, CommandsSeeTheModulesOwnEnvironment) {
 }
 
 TEST_F(CommandScope, WithoutMemoryNoCommandIsStarted) {
-    doubles::libc::calloc.stand_in([](size_t, size_t) -> void * {
-        errno = ENOMEM;
-        return nullptr;
-    });
+    doubles::libc::calloc.fail(ENOMEM);
     EXPECT_EQ(-1, os_system("true"));
     EXPECT_EQ(ENOMEM, errno);
     EXPECT_EQ(0u, doubles::libc::posix_spawn.calls());

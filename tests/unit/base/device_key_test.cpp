@@ -187,10 +187,7 @@ TEST_F(DeviceKey, AnUnreadableProductKeyIsRefused) {
 
 TEST_F(DeviceKey, AFailedReadIsRefused) {
     write_key_file(kProductKeyPath, some_key());
-    doubles::libc::read.stand_in([](int, void *, size_t) -> ssize_t {
-        errno = EIO;
-        return -1;
-    });
+    doubles::libc::read.fail(EIO);
     expect_refused("can't read the key file /etc/quor_product.key, errno=5");
 }
 
@@ -211,10 +208,7 @@ TEST_F(DeviceKey, InterruptedAndShortReadsAreContinued) {
 
 /* libsodium would end the process where it asks for them itself. */
 TEST_F(DeviceKey, WithoutRandomBytesThereIsNoKey) {
-    doubles::libc::getrandom.stand_in([](void *, size_t, unsigned) -> ssize_t {
-        errno = EIO;
-        return -1;
-    });
+    doubles::libc::getrandom.fail(EIO);
     expect_refused("can't get random bytes, errno=5, cause: Input/output error");
     write_key_file(kProductKeyPath, some_key());
     EXPECT_FALSE(derived());
@@ -259,10 +253,7 @@ TEST_F(DeviceKey, AFolderThatIsThereKeepsItsRights) {
 
 TEST_F(DeviceKey, WhereTheFolderCannotBeMadeThereIsNoKey) {
     const FreshDevice device;
-    doubles::libc::mkdir.stand_in([](const char *, mode_t) {
-        errno = EROFS;
-        return -1;
-    });
+    doubles::libc::mkdir.fail(EROFS);
     EXPECT_FALSE(derived());
     EXPECT_EQ(1u, log().count("can't make the key file /m_data/usr_permanent/device.key, errno=2"))
         << log().text();
@@ -299,10 +290,7 @@ TEST_F(DeviceKey, AFailedWriteLeavesNoKeyFile) {
 }
 
 TEST_F(DeviceKey, AFailedSyncLeavesNoKeyFile) {
-    doubles::libc::fsync.stand_in([](int) {
-        errno = EIO;
-        return -1;
-    });
+    doubles::libc::fsync.fail(EIO);
     expect_refused("can't make the key file /m_data/usr_permanent/device.key, errno=5");
     EXPECT_TRUE(permanent_files().empty());
     doubles::libc::fsync.restore();
@@ -310,10 +298,7 @@ TEST_F(DeviceKey, AFailedSyncLeavesNoKeyFile) {
 }
 
 TEST_F(DeviceKey, AKeyFileThatCannotBeProtectedIsNotKept) {
-    doubles::libc::fchmod.stand_in([](int, mode_t) {
-        errno = EPERM;
-        return -1;
-    });
+    doubles::libc::fchmod.fail(EPERM);
     expect_refused("can't make the key file /m_data/usr_permanent/device.key, errno=1");
     EXPECT_TRUE(permanent_files().empty());
 }

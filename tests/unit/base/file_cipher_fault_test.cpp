@@ -74,10 +74,7 @@ TEST_P(FileCipherFaults, WithoutAFaultTheFileIsReplaced) {
 }
 
 TEST_P(FileCipherFaults, APathThatCannotBeResolved) {
-    doubles::libc::realpath.stand_in([](const char *, char *) -> char * {
-        errno = EACCES;
-        return nullptr;
-    });
+    doubles::libc::realpath.fail(EACCES);
     expect_failure("13");
 }
 
@@ -131,13 +128,7 @@ TEST_P(FileCipherFaults, ATemporaryFileThatCannotBeLocked) {
 TEST_P(FileCipherFaults, EveryReadThatFails) {
     for (unsigned which = 3; which <= 6; ++which) {
         doubles::restore_all();
-        doubles::libc::read.stand_in([which](int fd, void *buffer, size_t size) -> ssize_t {
-            if (doubles::libc::read.calls() == which) {
-                errno = EIO;
-                return -1;
-            }
-            return doubles::libc::read.real(fd, buffer, size);
-        });
+        doubles::libc::read.fail_call(which, EIO);
         expect_failure("5");
         EXPECT_EQ(which, doubles::libc::read.calls());
     }
@@ -271,13 +262,7 @@ TEST_P(FileCipherFaults, AFolderThatCannotBeSyncedIsAWarning) {
 TEST_P(FileCipherFaults, EveryLackOfMemory) {
     for (unsigned which = 1; which <= 2; ++which) {
         doubles::restore_all();
-        doubles::base::os_mem_malloc.stand_in([which](size_t size) -> void * {
-            if (doubles::base::os_mem_malloc.calls() == which) {
-                errno = ENOMEM;
-                return nullptr;
-            }
-            return doubles::base::os_mem_malloc.real(size);
-        });
+        doubles::base::os_mem_malloc.fail_call(which, ENOMEM);
         expect_failure("12, cause: Cannot allocate memory");
     }
     doubles::restore_all();

@@ -294,10 +294,7 @@ TEST_F(LogSocketTest, ASlowDaemonHoldsAllLinesUpForASecondAndATenthOfTheTime) {
 
 TEST_F(LogSocketTest, ASignalEndsTheWaitButNotTheNextOne) {
     const LogDaemon daemon;
-    libc::poll.stand_in([](pollfd *, nfds_t, int) {
-        errno = EINTR;
-        return -1;
-    });
+    libc::poll.fail(EINTR);
     log_many(1000);
     EXPECT_GT(libc::poll.calls(), 1u);
 }
@@ -324,10 +321,7 @@ TEST_F(LogSocketTest, ADaemonThatWasStartedAnewGetsTheNextLine) {
 
 TEST_F(LogSocketTest, WithoutADescriptorALineIsCounted) {
     const LogDaemon daemon;
-    libc::socket.stand_in([](int, int, int) {
-        errno = EMFILE;
-        return -1;
-    });
+    libc::socket.fail(EMFILE);
     log("lost");
     libc::socket.restore();
     log("text");

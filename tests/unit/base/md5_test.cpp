@@ -112,13 +112,7 @@ TEST_F(Md5, AFailedReadGivesNoDigestOfAPart) {
     const std::string path = folder_.file("file", std::string(3 * kPiece, 'x'));
     for (unsigned which = 1; which <= 4; ++which) {
         doubles::restore_all();
-        doubles::libc::read.stand_in([which](int fd, void *buffer, size_t size) -> ssize_t {
-            if (doubles::libc::read.calls() == which) {
-                errno = EIO;
-                return -1;
-            }
-            return doubles::libc::read.real(fd, buffer, size);
-        });
+        doubles::libc::read.fail_call(which, EIO);
         uint8_t digest[MD5_DIGEST_SIZE];
         EXPECT_EQ(0, md5_encrypt_file(path.c_str(), digest)) << which;
     }

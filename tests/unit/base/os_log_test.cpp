@@ -196,10 +196,7 @@ TEST_F(OsLog, WritesAgainAfterASignal) {
 }
 
 TEST_F(OsLog, GivesUpALineThatCannotBeWrittenAndKeepsErrno) {
-    doubles::libc::write.stand_in([](int, const void *, size_t) -> ssize_t {
-        errno = EIO;
-        return -1;
-    });
+    doubles::libc::write.fail(EIO);
     doubles::libc::write.forget_calls();
     errno = EPIPE;
     print_debug("text");
@@ -208,10 +205,7 @@ TEST_F(OsLog, GivesUpALineThatCannotBeWrittenAndKeepsErrno) {
 }
 
 TEST_F(OsLog, KeepsErrnoInEveryCall) {
-    doubles::libc::sendmsg.stand_in([](int, const msghdr *, int) -> ssize_t {
-        errno = ECONNREFUSED;
-        return -1;
-    });
+    doubles::libc::sendmsg.fail(ECONNREFUSED);
     set_channels(1, OS_LOG_VERBOSE);
     errno = ENOENT;
     print_system(OS_LOG_WARNING, "text");

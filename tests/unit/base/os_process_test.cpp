@@ -145,10 +145,7 @@ TEST_F(OsProcess, ClosesItsPipesOnExec) {
 }
 
 TEST_F(OsProcess, PassesOnThatNoPipeCanBeHad) {
-    doubles::libc::pipe2.stand_in([](int *, int) {
-        errno = EMFILE;
-        return -1;
-    });
+    doubles::libc::pipe2.fail(EMFILE);
     EXPECT_EQ(nullptr, os_popen("true", "r"));
     EXPECT_EQ(EMFILE, errno);
 }
@@ -161,18 +158,12 @@ TEST_F(OsProcess, AFailedPipeLeavesNothingOpen) {
     EXPECT_EQ(EAGAIN, errno);
     doubles::libc::posix_spawn.restore();
 
-    doubles::libc::fdopen.stand_in([](int, const char *) -> FILE * {
-        errno = ENOMEM;
-        return nullptr;
-    });
+    doubles::libc::fdopen.fail(ENOMEM);
     EXPECT_EQ(nullptr, os_popen("true", "r"));
     EXPECT_EQ(ENOMEM, errno);
     doubles::libc::fdopen.restore();
 
-    doubles::libc::calloc.stand_in([](size_t, size_t) -> void * {
-        errno = ENOMEM;
-        return nullptr;
-    });
+    doubles::libc::calloc.fail(ENOMEM);
     EXPECT_EQ(nullptr, os_popen("true", "r"));
     doubles::libc::calloc.restore();
 

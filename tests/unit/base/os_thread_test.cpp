@@ -294,10 +294,7 @@ TEST_F(OsSem, WaitsOnAfterASignal) {
 
 TEST_F(OsSem, PassesOnAWaitThatFails) {
     os_sem *sem = os_sem_create(1);
-    doubles::libc::sem_wait.stand_in([](sem_t *) {
-        errno = EINVAL;
-        return -1;
-    });
+    doubles::libc::sem_wait.fail(EINVAL);
     EXPECT_EQ(EINVAL, os_sem_wait(sem));
     os_sem_close(sem);
 }
@@ -306,10 +303,7 @@ TEST_F(OsSem, PassesOnAWaitThatFails) {
 TEST_F(OsSem, PassesOnAPostThatFails) {
     os_sem *sem = os_sem_create(SEM_VALUE_MAX);
     ASSERT_NE(nullptr, sem);
-    doubles::libc::sem_wait.stand_in([](sem_t *) {
-        errno = EINVAL;
-        return -1;
-    });
+    doubles::libc::sem_wait.fail(EINVAL);
     EXPECT_EQ(EINVAL, os_sem_wait(sem));
     EXPECT_EQ(EOVERFLOW, os_sem_post(sem));
     os_sem_close(sem);

@@ -270,19 +270,13 @@ TEST_F(Xml, OpensItsFileForItselfOnlyAndClosesIt) {
 }
 
 TEST_F(Xml, RefusesAFileThatCannotBeOpened) {
-    doubles::libc::open.stand_in([](const char *, int, mode_t) {
-        errno = EMFILE;
-        return -1;
-    });
+    doubles::libc::open.fail(EMFILE);
     EXPECT_TRUE(is_refused("<r/>"));
     EXPECT_EQ(0u, doubles::libc::close.calls());
 }
 
 TEST_F(Xml, RefusesAFileThatCannotBeRead) {
-    doubles::libc::read.stand_in([](int, void *, size_t) -> ssize_t {
-        errno = EIO;
-        return -1;
-    });
+    doubles::libc::read.fail(EIO);
     EXPECT_TRUE(is_refused("<r/>"));
     EXPECT_EQ(1u, doubles::libc::close.calls());
 }

@@ -23,7 +23,10 @@ TEST(DevicePaths, StoresAndJournalAreThese) {
     EXPECT_STREQ("/m_data/usr_permanent/db/perm_data.txt", paths::kPermFile);
     EXPECT_STREQ("/m_webui/usr/db/default_data.txt", paths::kDefaultsFile);
     EXPECT_STREQ("/m_data/factor/factor_data.txt", paths::kFactoryFile);
-    EXPECT_STREQ("/tmp/m_tmp/zndb/journal", paths::kJournalFile);
+    EXPECT_STREQ("/tmp/m_tmp/zndb/journal.plain", paths::kPlainJournal);
+    EXPECT_STREQ("/tmp/m_tmp/zndb/journal.perm", paths::kPermJournal);
+    EXPECT_STREQ("/tmp/m_tmp/zndb/journal.factory", paths::kFactoryJournal);
+    EXPECT_STREQ("/tmp/m_tmp/zndb/journal", paths::kOldJournal);
     EXPECT_STREQ(".tmp", paths::kTemporarySuffix);
 }
 
@@ -72,5 +75,8 @@ TEST(DevicePaths, FilesLieInTheFoldersThatAreGuardedForThem) {
     EXPECT_TRUE(lies_in(paths::kIpcFolder, paths::kZndbSocket));
     EXPECT_TRUE(lies_in(paths::kTraceFolder, paths::kTraceSwitch));
     EXPECT_TRUE(lies_in(paths::kTraceMaskFolder, paths::kTraceMask));
-    EXPECT_EQ(std::string(paths::kJournalFolder) + "/" + paths::kJournalName, paths::kJournalFile);
+    for (const char *journal :
+         {paths::kPlainJournal, paths::kPermJournal, paths::kFactoryJournal, paths::kOldJournal}) {
+        EXPECT_TRUE(lies_in(paths::kJournalFolder, journal)) << journal;
+    }
 }

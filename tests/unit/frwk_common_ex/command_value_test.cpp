@@ -97,10 +97,7 @@ TEST_F(CommandValue, ABufferThatWasNotZeroedLooksLikeAValue) {
 }
 
 TEST_F(CommandValue, AFailedPipeIsLoggedAndTriedAgain) {
-    doubles::base::os_popen.stand_in([](const char *, const char *) -> FILE * {
-        errno = EMFILE;
-        return nullptr;
-    });
+    doubles::base::os_popen.fail(EMFILE);
     char buffer[4] = "";
     EXPECT_EQ(-1, frwk_get_popen_value_ex("echo 1", buffer, sizeof(buffer)));
     EXPECT_EQ(half_seconds(10), pauses_ms_);

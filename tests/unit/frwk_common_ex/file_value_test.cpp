@@ -165,10 +165,7 @@ TEST_F(FileValue, AFileThatMayOnlyBeReadGivesNoValue) {
 
 TEST_F(FileValue, AFailedReadIsLogged) {
     write_file("1");
-    doubles::libc::read.stand_in([](int, void *, size_t) -> ssize_t {
-        errno = EIO;
-        return -1;
-    });
+    doubles::libc::read.fail(EIO);
     char buffer[4];
     EXPECT_EQ(-1, frwk_get_file_value(kPath, buffer, 4));
     EXPECT_EQ(1u, log_.count("read /m_data/usr/value fialed! ret is -1, errno is 5")) << log_.text();

@@ -138,10 +138,7 @@ TEST_F(Backup, OutlastsAPowerCutUnderItsName) {
 }
 
 TEST_F(Backup, InAFolderThatCanNotBeSyncedIsABackup) {
-    doubles::libc::fsync.stand_in([](int) {
-        errno = EINVAL;
-        return -1;
-    });
+    doubles::libc::fsync.fail(EINVAL);
     EXPECT_EQ(E_APPS_ERR_SUCCESS, frwk_dbrm_backup(kBackup));
     EXPECT_EQ(packed(user_record() + manager_record(), kMagic), file_text(kBackup));
 }
@@ -231,10 +228,7 @@ TEST_F(Backup, EndsWithTheCodeOfTheRecordThatFailed) {
 }
 
 TEST_F(Backup, ThatCanNotBeClosedIsAWriteError) {
-    doubles::libc::fflush.stand_in([](FILE *) {
-        errno = EIO;
-        return EOF;
-    });
+    doubles::libc::fflush.fail(EIO);
     expect_failure(E_APPS_ERR_WRITE);
     expect_warning("frwk_dbrm_backup_process", with_errno("write backup target file error!", EIO));
     expect_warning("frwk_dbrm_backup", "backup process failed!");
@@ -254,10 +248,7 @@ TEST_F(Backup, ThatCanNotBeEncipheredIsAnInternalError) {
 }
 
 TEST_F(Backup, ThatCanNotTakeItsNameIsAnIoError) {
-    doubles::libc::renameat.stand_in([](int, const char *, int, const char *) {
-        errno = EROFS;
-        return -1;
-    });
+    doubles::libc::renameat.fail(EROFS);
     expect_failure(E_APPS_ERR_IO);
     expect_warning("frwk_dbrm_backup", with_errno("create backup file error!", EROFS));
 }

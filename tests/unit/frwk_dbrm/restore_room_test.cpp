@@ -20,7 +20,8 @@ constexpr uint64_t kBlock = 4096;
 constexpr size_t kTooLong = size_t{64} << 20;
 const std::string kFolder = "/m_data/usr/db";
 const std::string kJournalFolder = "/tmp/m_tmp/zndb";
-const std::string kJournal = kJournalFolder + "/journal";
+const std::string kJournal = kJournalFolder + "/journal.plain";
+const std::string kPermJournal = kJournalFolder + "/journal.perm";
 const std::string kPermFolder = "/m_data/usr_permanent/db";
 const std::string kPermFile = kPermFolder + "/perm_data.txt";
 const std::string kText = std::string(2000, 'a') + "\n" + std::string(2000, 'b') + "\r\n"; /* 4003 bytes */
@@ -76,7 +77,8 @@ TEST_F(RestoreRoom, IsMissingWhereTheJournalDoesNotFit) {
     limit({{kFolder, 9}, {kJournalFolder, 1}});
     EXPECT_TRUE(has_room(record(2, kUserData, kText + std::string(4096 - 4003 - 8, 'c'))));
     EXPECT_FALSE(has_room(record(2, kUserData, kText + std::string(4096 - 4003 - 7, 'c'))));
-    expect_missing("no space for the settings: '/tmp/m_tmp/zndb/journal' needs 4097 bytes, 4096 are free!");
+    expect_missing(
+        "no space for the settings: '/tmp/m_tmp/zndb/journal.plain' needs 4097 bytes, 4096 are free!");
 }
 
 TEST_F(RestoreRoom, IsSharedByFileAndJournalOnOneDisk) {
@@ -115,8 +117,9 @@ TEST_F(RestoreRoom, IsLessByTheCopyOfADamagedPermStoreOnTheSameDisk) {
     write(kPermFile, "bad\n");
     EXPECT_FALSE(has_room());
     write(kPermFile, "a=1\n");
-    write(kJournal, "M+a=2\nP+a=3\n");
+    write(kPermJournal, "M+a=2\n");
     EXPECT_FALSE(has_room());
+    write(kPermJournal, "");
     write(kJournal, "P+a=3\n");
     EXPECT_TRUE(has_room());
     std::filesystem::remove_all(kPermFolder);
@@ -143,10 +146,7 @@ TEST_F(RestoreRoom, OfADiskWithoutALimitIsThere) {
 
 TEST_F(RestoreRoom, ThatIsUnknownIsThere) {
     limit({{kFolder, 0}, {kJournalFolder, 0}});
-    doubles::libc::statvfs.stand_in([](const char *, struct statvfs *) {
-        errno = EIO;
-        return -1;
-    });
+    doubles::libc::statvfs.fail(EIO);
     EXPECT_TRUE(has_room());
     std::filesystem::remove_all(kFolder);
     std::filesystem::remove_all(kJournalFolder);
@@ -165,10 +165,7 @@ TEST_F(RestoreRoom, IsNotNeededWithoutSettings) {
 TEST_F(RestoreRoom, IsCountedToTheEndOfAShortBackup) {
     limit({{kFolder, 1}, {kJournalFolder, 1}});
     EXPECT_TRUE(has_room(header(2, kUserData, 4000) + "a=1\n"));
-    doubles::libc::read.stand_in([](int, void *, size_t) -> ssize_t {
-        errno = EIO;
-        return -1;
-    });
+    doubles::libc::read.fail(EIO);
     EXPECT_EQ(E_APPS_ERR_SUCCESS, backup::check_room_for_settings(kBackup));
 }
 

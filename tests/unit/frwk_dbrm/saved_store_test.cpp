@@ -8,7 +8,7 @@
 namespace {
 
 constexpr char kJournalFolder[] = "/tmp/m_tmp/zndb";
-constexpr char kJournal[] = "/tmp/m_tmp/zndb/journal";
+constexpr char kJournal[] = "/tmp/m_tmp/zndb/journal.perm";
 
 class SavedStore : public DbrmTest {
   protected:

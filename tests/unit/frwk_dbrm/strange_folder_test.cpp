@@ -73,12 +73,7 @@ class StrangeFolder : public DbrmTest {
     }
 
     /* Lets no private folder be made. */
-    static void refuse_private_folder(int error) {
-        doubles::libc::mkdtemp.stand_in([error](char *) -> char * {
-            errno = error;
-            return nullptr;
-        });
-    }
+    static void refuse_private_folder(int error) { doubles::libc::mkdtemp.fail(error); }
 
     template <typename Result, typename... Args>
     static void refuse(doubles::Double<Result(Args...)> *function, int error) {
@@ -480,10 +475,7 @@ TEST_F(StrangeRestore, WhoseCopyCanNotBeMadeIsRefused) {
 
 TEST_F(StrangeRestore, OfAnOwnFileWhosePathCanNotBeResolvedIsRefused) {
     set_mode(kFolder, 0755);
-    doubles::libc::realpath.stand_in([](const char *, char *) -> char * {
-        errno = ENOMEM;
-        return nullptr;
-    });
+    doubles::libc::realpath.fail(ENOMEM);
     expect_refused(ENOMEM);
 }
 

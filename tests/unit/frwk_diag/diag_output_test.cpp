@@ -33,30 +33,21 @@ TEST_F(DiagOutput, AMissingOutputIsReported) {
 }
 
 TEST_F(DiagOutput, WithoutItsFileNothingIsRun) {
-    libc::open.stand_in([](const char *, int, mode_t) {
-        errno = EMFILE;
-        return -1;
-    });
+    libc::open.fail(EMFILE);
     EXPECT_EQ(E_APPS_ERR_IO, ping());
     EXPECT_TRUE(logged_once(log_, kWarningLevel, with_errno("open diag log file error!", EMFILE)));
     EXPECT_EQ(0u, base::os_system.calls());
 }
 
 TEST_F(DiagOutput, AFileThatCanNotBeMarkedIsReported) {
-    libc::ftruncate.stand_in([](int, off_t) {
-        errno = EIO;
-        return -1;
-    });
+    libc::ftruncate.fail(EIO);
     EXPECT_EQ(E_APPS_ERR_IO, ping());
     EXPECT_TRUE(logged_once(log_, kWarningLevel, with_errno("open diag log file error!", EIO)));
     EXPECT_EQ(0u, base::os_system.calls());
 }
 
 TEST_F(DiagOutput, AnOutputWithoutAStreamIsReported) {
-    libc::fdopen.stand_in([](int, const char *) -> FILE * {
-        errno = ENOMEM;
-        return nullptr;
-    });
+    libc::fdopen.fail(ENOMEM);
     EXPECT_EQ(E_APPS_ERR_IO, ping());
     EXPECT_TRUE(logged_once(log_, kWarningLevel, with_errno("open diag log file error!", ENOMEM)));
     EXPECT_EQ(nullptr, context_.fp);
@@ -77,10 +68,7 @@ TEST_F(DiagOutput, AStoppedOutputSaysSoAtItsEnd) {
 
 TEST_F(DiagOutput, AStoppedOutputThatCanNotSaySoIsLoggedAndGiven) {
     base::os_system.stand_in(leave_stopped_output);
-    libc::pwrite.stand_in([](int, const void *, size_t, off_t) {
-        errno = EIO;
-        return ssize_t{-1};
-    });
+    libc::pwrite.fail(EIO);
     EXPECT_EQ(E_APPS_ERR_SUCCESS, ping());
     EXPECT_TRUE(logged_once(log_, kWarningLevel, "frwk_diag_exec",
                             with_errno("mark a stopped diag output error!", EIO)));

@@ -143,20 +143,14 @@ TEST_F(GuardedFile, IsNotEmptiedBeforeItWasLookedAt) {
 
 TEST_F(GuardedFile, AFileThatCanNotBeEmptiedIsNotOpened) {
     write_file(kFile, "old");
-    libc::ftruncate.stand_in([](int, off_t) {
-        errno = EIO;
-        return -1;
-    });
+    libc::ftruncate.fail(EIO);
     EXPECT_EQ(EIO, open(kRewrite, 0644));
 }
 
 TEST_F(GuardedFile, AFileThatCanNotBeNarrowedIsNotOpened) {
     write_file(kFile, "old");
     ASSERT_EQ(0, ::chmod(kFile, 0666));
-    libc::fchmod.stand_in([](int, mode_t) {
-        errno = EROFS;
-        return -1;
-    });
+    libc::fchmod.fail(EROFS);
     EXPECT_EQ(EROFS, open(kRewrite, 0600));
     EXPECT_EQ("old", read_file(kFile));
 }
@@ -182,10 +176,7 @@ TEST_F(GuardedFile, OneWithASecondNameIsRefused) {
 
 TEST_F(GuardedFile, OneThatCanNotBeSetAsideIsRefused) {
     put_second_name();
-    libc::rename.stand_in([](const char *, const char *) {
-        errno = EROFS;
-        return -1;
-    });
+    libc::rename.fail(EROFS);
     EXPECT_EQ(EPERM, open(kRewrite, 0600));
     EXPECT_EQ("precious", read_file(kFile));
     EXPECT_EQ(1u, log_.count("can't be set aside! errno=30, cause: Read-only file system")) << log_.text();
@@ -200,10 +191,7 @@ TEST_F(GuardedFile, AStreamReadsAndWrites) {
 }
 
 TEST_F(GuardedFile, AStreamThatCanNotBeHadLeavesNoDescriptor) {
-    libc::fdopen.stand_in([](int, const char *) -> FILE * {
-        errno = ENOMEM;
-        return nullptr;
-    });
+    libc::fdopen.fail(ENOMEM);
     EXPECT_FALSE(open_guarded_stream(kFile, kRewrite, 0600, Planted::kSetAside, "w+"));
     EXPECT_EQ(ENOMEM, errno);
     EXPECT_FALSE(open_guarded_stream(kFolder, kRewrite, 0600, Planted::kSetAside, "w+"));

@@ -39,12 +39,7 @@ class GuardedFolder : public ModuleTest {
         struct stat info = {};
         return ::stat(path, &info) == 0 ? info.st_mode & 07777 : 0;
     }
-    static void refuse_mode() {
-        libc::fchmod.stand_in([](int, mode_t) {
-            errno = EROFS;
-            return -1;
-        });
-    }
+    static void refuse_mode() { libc::fchmod.fail(EROFS); }
 
     LogCapture log_;
 
@@ -77,10 +72,7 @@ TEST_F(GuardedFolder, IsMadeWithAModeOfItsOwnAndSynced) {
 
 TEST_F(GuardedFolder, IsMadeByTheShellWhereTheFolderAboveCanNotBeMade) {
     ASSERT_EQ(0, ::rmdir(kTempFolder));
-    libc::mkdir.stand_in([](const char *, mode_t) {
-        errno = EIO;
-        return -1;
-    });
+    libc::mkdir.fail(EIO);
     make_guarded_temp_folder(kFolder);
     EXPECT_EQ(0755u, mode_of(kFolder));
 }

@@ -164,13 +164,7 @@ TEST_F(AtomicFiles, TakeThePlaceOfWhatAKilledWriterLeft) {
 
 TEST_F(AtomicFiles, TryTwiceToRemoveWhatAKilledWriterLeft) {
     folder_.file("target.part", "left");
-    doubles::libc::unlinkat.stand_in([](int folder, const char *name, int flags) {
-        if (doubles::libc::unlinkat.calls() == 1) {
-            errno = EIO;
-            return -1;
-        }
-        return doubles::libc::unlinkat.real(folder, name, flags);
-    });
+    doubles::libc::unlinkat.fail_call(1, EIO);
     {
         AtomicFile file(held_.get(), "target");
         EXPECT_FALSE(file.create_beside(kSuffix));
@@ -268,10 +262,7 @@ TEST_F(AtomicFiles, NeedRoomForTheirNames) {
 }
 
 TEST_F(AtomicFiles, KeepTheCauseOfAFailureWhenTheyAreRemoved) {
-    doubles::libc::unlinkat.stand_in([](int, const char *, int) {
-        errno = EIO;
-        return -1;
-    });
+    doubles::libc::unlinkat.fail(EIO);
     {
         AtomicFile file(held_.get(), "target");
         ASSERT_TRUE(file.create_beside(kSuffix));
@@ -281,26 +272,17 @@ TEST_F(AtomicFiles, KeepTheCauseOfAFailureWhenTheyAreRemoved) {
 }
 
 TEST_F(AtomicFiles, ThatCannotBeSyncedReplaceNothing) {
-    doubles::libc::fsync.stand_in([](int) {
-        errno = EIO;
-        return -1;
-    });
+    doubles::libc::fsync.fail(EIO);
     expect_not_in_place(EIO);
 }
 
 TEST_F(AtomicFiles, ThatCannotBeRenamedReplaceNothing) {
-    doubles::libc::renameat.stand_in([](int, const char *, int, const char *) {
-        errno = EBUSY;
-        return -1;
-    });
+    doubles::libc::renameat.fail(EBUSY);
     expect_not_in_place(EBUSY);
 }
 
 TEST_F(AtomicFiles, ThatCannotBeSyncedDoNotBecomeTheTarget) {
-    doubles::libc::fsync.stand_in([](int) {
-        errno = EIO;
-        return -1;
-    });
+    doubles::libc::fsync.fail(EIO);
     AtomicFile file(held_.get(), "target");
     ASSERT_TRUE(file.create_beside(kSuffix));
     EXPECT_EQ(Placed::kNo, file.become_target());
@@ -308,10 +290,7 @@ TEST_F(AtomicFiles, ThatCannotBeSyncedDoNotBecomeTheTarget) {
 }
 
 TEST_F(AtomicFiles, ThatCannotBeLinkedDoNotBecomeTheTarget) {
-    doubles::libc::linkat.stand_in([](int, const char *, int, const char *, int) {
-        errno = EMLINK;
-        return -1;
-    });
+    doubles::libc::linkat.fail(EMLINK);
     {
         AtomicFile file(held_.get(), "target");
         ASSERT_TRUE(file.create_beside(kSuffix));
@@ -350,10 +329,7 @@ INSTANTIATE_TEST_SUITE_P(Causes, AtomicFilesFolder, testing::Values(EIO, EINVAL)
 TEST_F(AtomicFiles, AFolderThatCannotBeOpenedForSyncingIsNoted) {
     AtomicFile file(held_.get(), "target");
     ASSERT_TRUE(file.create_beside(kSuffix));
-    doubles::libc::openat.stand_in([](int, const char *, int, mode_t) {
-        errno = EMFILE;
-        return -1;
-    });
+    doubles::libc::openat.fail(EMFILE);
     EXPECT_EQ(Placed::kUnsynced, file.replace_target(Sync::kNames));
     EXPECT_EQ(EMFILE, errno);
     EXPECT_FALSE(file.sync_folder());

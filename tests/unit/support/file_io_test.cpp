@@ -58,18 +58,12 @@ TEST_F(FileIo, TakesAWriteOfNothingForAFullDisk) {
 }
 
 TEST_F(FileIo, AFileSystemThatKeepsNamesByItselfIsNoFailure) {
-    libc::fsync.stand_in([](int) {
-        errno = EINVAL;
-        return -1;
-    });
+    libc::fsync.fail(EINVAL);
     EXPECT_TRUE(file_io::sync_folder(AT_FDCWD, "/tmp"));
 }
 
 TEST_F(FileIo, AFolderThatCantBeSyncedIs) {
-    libc::fsync.stand_in([](int) {
-        errno = EIO;
-        return -1;
-    });
+    libc::fsync.fail(EIO);
     EXPECT_FALSE(file_io::sync_folder(AT_FDCWD, "/tmp"));
     EXPECT_EQ(EIO, errno);
     EXPECT_FALSE(file_io::sync_folder(AT_FDCWD, "/nowhere"));

@@ -71,10 +71,7 @@ TEST_F(FolderListTest, TheEndLeavesErrnoAndAReadErrorSetsIt) {
     EXPECT_EQ(0, errno);
 
     FolderList broken(kFolder);
-    doubles::libc::getdents64.stand_in([](int, void *, size_t) {
-        errno = EIO;
-        return ssize_t{-1};
-    });
+    doubles::libc::getdents64.fail(EIO);
     EXPECT_EQ(nullptr, broken.next());
     EXPECT_EQ(EIO, errno);
 }

@@ -249,21 +249,12 @@ TEST_F(LockedFiles, HaveNamesOfTheirOwn) {
 }
 
 TEST_F(LockedFiles, AreMadeThoughTheFolderCanNotBeListed) {
-    doubles::libc::fdopendir.stand_in([](int) -> DIR * {
-        errno = ENOMEM;
-        return nullptr;
-    });
+    doubles::libc::fdopendir.fail(ENOMEM);
     EXPECT_TRUE(LockedFile(held_.get()).fd);
 }
 
 TEST_F(LockedFiles, AnInterruptedLockIsTriedAgain) {
-    doubles::libc::flock.stand_in([](int fd, int operation) {
-        if (doubles::libc::flock.calls() == 1) {
-            errno = EINTR;
-            return -1;
-        }
-        return doubles::libc::flock.real(fd, operation);
-    });
+    doubles::libc::flock.fail_call(1, EINTR);
     EXPECT_TRUE(LockedFile(held_.get()).fd);
     EXPECT_EQ(2u, doubles::libc::flock.calls());
 }
@@ -283,26 +274,17 @@ TEST_F(LockedFiles, WithoutADescriptorThereIsNone) {
 }
 
 TEST_F(LockedFiles, ThatCannotBeLockedAreRemoved) {
-    doubles::libc::flock.stand_in([](int, int) {
-        errno = ENOLCK;
-        return -1;
-    });
+    doubles::libc::flock.fail(ENOLCK);
     expect_none(ENOLCK);
 }
 
 TEST_F(LockedFiles, ThatCannotBeProtectedAreRemoved) {
-    doubles::libc::fchmod.stand_in([](int, mode_t) {
-        errno = EPERM;
-        return -1;
-    });
+    doubles::libc::fchmod.fail(EPERM);
     expect_none(EPERM);
 }
 
 TEST_F(LockedFiles, OfWhichNothingIsKnownAreRemoved) {
-    doubles::libc::fstat.stand_in([](int, struct stat *) {
-        errno = EIO;
-        return -1;
-    });
+    doubles::libc::fstat.fail(EIO);
     expect_none(EIO);
 }
 

@@ -8,6 +8,8 @@
 
 namespace {
 
+/* How the names of all files in the journals' folder begin. */
+const std::string kJournals = "/tmp/m_tmp/zndb/journal";
 const std::string kBatchFile = "/tmp/m_tmp/zndb/journal.batch";
 
 ZndbItem set(StoreId store, std::string_view key, std::string_view value) {
@@ -73,7 +75,7 @@ class DatabaseBatch : public DatabaseFixture {
 
     static std::string journals() {
         std::string text;
-        for (const std::string &file : files_beginning(kJournalFile)) {
+        for (const std::string &file : files_beginning(kJournals)) {
             text += content_of(file);
         }
         return text;

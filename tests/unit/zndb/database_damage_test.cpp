@@ -42,7 +42,7 @@ class DatabaseDamage : public DatabaseFixture {
         EXPECT_EQ(kDamaged, content_of(kPlainFile));
         EXPECT_TRUE(kept_of(kPlainFile).empty());
         EXPECT_FALSE(exists(kPlainFile + ".tmp"));
-        EXPECT_EQ("", content_of(kJournalFile));
+        EXPECT_EQ("", journals());
     }
 
     /* Expects the cleaned file, the damaged one beside it, and one warning. */

@@ -14,7 +14,15 @@ inline const std::string kPlainFile = "/m_data/usr/db/user_data.txt";
 inline const std::string kPermFile = "/m_data/usr_permanent/db/perm_data.txt";
 inline const std::string kDefaultsFile = "/m_webui/usr/db/default_data.txt";
 inline const std::string kFactoryFile = "/m_data/factor/factor_data.txt";
-inline const std::string kJournalFile = "/tmp/m_tmp/zndb/journal";
+inline const std::string kPlainJournal = "/tmp/m_tmp/zndb/journal.plain";
+inline const std::string kPermJournal = "/tmp/m_tmp/zndb/journal.perm";
+inline const std::string kFactoryJournal = "/tmp/m_tmp/zndb/journal.factory";
+inline const std::string kOldJournal = "/tmp/m_tmp/zndb/journal";
+
+/* The content of the journals, store by store. */
+inline std::string journals() {
+    return content_of(kPlainJournal) + content_of(kPermJournal) + content_of(kFactoryJournal);
+}
 
 /* The stores by the letters that the journal knows them by, and the answer of a key that is in none. */
 inline constexpr StoreId P = StoreId::kPlain;

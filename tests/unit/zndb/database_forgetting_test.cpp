@@ -33,9 +33,9 @@ class DatabaseForgetting : public DatabaseFixture {
 
 TEST_F(DatabaseForgetting, KeysThatComeAndGoLeaveNothing) {
     set_and_delete_many();
-    EXPECT_LE(std::filesystem::file_size(kJournalFile), kJournalSmall + 2000);
+    EXPECT_LE(std::filesystem::file_size(kPlainJournal), kJournalSmall + 2000);
     EXPECT_EQ(0, database_->save_ram());
-    EXPECT_EQ("", content_of(kJournalFile));
+    EXPECT_EQ("", journals());
     EXPECT_EQ(0, database_->save());
     EXPECT_FALSE(exists(kPlainFile));
 }
@@ -49,7 +49,7 @@ TEST_F(DatabaseForgetting, ASuccessorIsNotHandedMoreDeletesThanAStoreHasKeys) {
     set_and_delete_many();
     restart();
     EXPECT_EQ(0, database_->save_ram());
-    const std::string journal = content_of(kJournalFile);
+    const std::string journal = journals();
     size_t deletes = 0;
     for (size_t at = journal.find("P-"); at != std::string::npos; at = journal.find("P-", at + 1)) {
         ++deletes;
@@ -65,12 +65,12 @@ TEST_F(DatabaseForgetting, KeysThatComeAndGoAfterASaveOrAResetLeaveNothing) {
     EXPECT_EQ(0, database_->save());
     set_and_delete_many();
     EXPECT_EQ(0, database_->save_ram());
-    EXPECT_EQ("", content_of(kJournalFile));
+    EXPECT_EQ("", journals());
 
     EXPECT_EQ(0, database_->reset());
     set_and_delete_many();
     EXPECT_EQ(0, database_->save_ram());
-    EXPECT_EQ("P!\n", content_of(kJournalFile));
+    EXPECT_EQ("P!\n", journals());
 }
 
 /* The most changes that there can be while the file is known: none of them may be refused. */
@@ -93,7 +93,7 @@ TEST_F(DatabaseForgetting, AKeyOfTheFileStaysDeleted) {
     EXPECT_EQ(0, database_->set(P, "k", "new"));
     EXPECT_EQ(0, database_->erase(P, "k"));
     EXPECT_EQ(0, database_->save_ram());
-    EXPECT_EQ("P-k\n", content_of(kJournalFile));
+    EXPECT_EQ("P-k\n", journals());
     restart();
     EXPECT_EQ(kMissing, plain("k"));
 }
@@ -104,7 +104,7 @@ TEST_F(DatabaseForgetting, AKeyThatAFailedSavePutInTheFileStaysDeleted) {
     EXPECT_EQ("k=v\n", content_of(kPlainFile));
     EXPECT_EQ(0, database_->erase(P, "k"));
     EXPECT_EQ(0, database_->save_ram());
-    EXPECT_EQ("P-k\n", content_of(kJournalFile));
+    EXPECT_EQ("P-k\n", journals());
     restart();
     EXPECT_EQ(kMissing, plain("k"));
     EXPECT_EQ(0, database_->save());
@@ -116,7 +116,7 @@ TEST_F(DatabaseForgetting, KeysThatComeAndGoAfterAFailedSaveLeaveNothing) {
     save_without_folder_sync();
     set_and_delete_many();
     EXPECT_EQ(0, database_->save_ram());
-    EXPECT_EQ("P+k=v\n", content_of(kJournalFile));
+    EXPECT_EQ("P+k=v\n", journals());
 }
 
 /*
@@ -128,14 +128,14 @@ TEST_F(DatabaseForgetting, AKeyThatCameAndWentBeforeACrashIsSavedByTheSuccessor)
     EXPECT_EQ(0, database_->set(P, "k", "v"));
     save_without_folder_sync();
     EXPECT_EQ(0, database_->erase(P, "k"));
-    const std::string journal = content_of(kJournalFile);
+    const std::string journal = journals();
     EXPECT_EQ("P+k=v\nP-k\n", journal);
     save_without_folder_sync();
     EXPECT_EQ("", content_of(kPlainFile));
-    put_file(kJournalFile, journal);
+    put_file(kPlainJournal, journal);
     restart();
     expect_saved_again();
-    EXPECT_EQ("", content_of(kJournalFile));
+    EXPECT_EQ("", journals());
 }
 
 }  // namespace

@@ -17,20 +17,20 @@ TEST_F(DatabaseJournal, EveryChangeIsInTheJournalBeforeItIsAnswered) {
     database_->set(F, "k", "v");
     database_->erase(P, "k");
     database_->reset();
-    EXPECT_EQ("P+k=v\nM+k=v\nF+k=v\nP-k\nP!\n", content_of(kJournalFile));
+    EXPECT_EQ("P+k=v\nP-k\nP!\nM+k=v\nF+k=v\n", journals());
 }
 
 TEST_F(DatabaseJournal, SettingThePresentValueCostsNoRecord) {
     database_->set(P, "k", "v");
     EXPECT_EQ(0, database_->set(P, "k", "v"));
-    EXPECT_EQ("P+k=v\n", content_of(kJournalFile));
+    EXPECT_EQ("P+k=v\n", journals());
 }
 
 TEST_F(DatabaseJournal, SettingTheDefaultsValueIsAChange) {
     put_file(kDefaultsFile, "k=v\n");
     restart();
     EXPECT_EQ(0, database_->set(P, "k", "v"));
-    EXPECT_EQ("P+k=v\n", content_of(kJournalFile));
+    EXPECT_EQ("P+k=v\n", journals());
 }
 
 TEST_F(DatabaseJournal, ACrashLosesNothing) {
@@ -74,7 +74,7 @@ TEST_F(DatabaseJournal, APowerCutLosesWhatWasNotSaved) {
 
 TEST_F(DatabaseJournal, ATornRecordIsAsIfItHadNotBeenSet) {
     database_->set(P, "k", "old");
-    std::ofstream(kJournalFile, std::ios::app) << "P+k=ne";
+    std::ofstream(kPlainJournal, std::ios::app) << "P+k=ne";
     restart();
     EXPECT_EQ("old", plain("k"));
     EXPECT_EQ(0, database_->set(P, "j", "1"));
@@ -91,7 +91,7 @@ TEST_F(DatabaseJournal, AFullJournalRefusesEveryChangeAndReadingGoesOn) {
     EXPECT_EQ(6, database_->erase(P, "k"));
     EXPECT_EQ(6, database_->reset());
     EXPECT_EQ("old", plain("k"));
-    EXPECT_EQ("P+k=old\n", content_of(kJournalFile));
+    EXPECT_EQ("P+k=old\n", journals());
     EXPECT_EQ(3u, warnings(log_).size()) << log_.text();
     end_faults();
     EXPECT_EQ(0, database_->set(P, "k", "new"));
@@ -101,14 +101,13 @@ TEST_F(DatabaseJournal, AFullJournalRefusesEveryChangeAndReadingGoesOn) {
 
 TEST_F(DatabaseJournal, WithoutItsJournalItReadsButChangesNothing) {
     put_file(kPlainFile, "k=v\n");
-    fail_open(kJournalFile, EACCES);
+    fail_open(kPlainJournal, EACCES);
     restart();
     EXPECT_EQ("v", plain("k"));
     EXPECT_EQ(2006, database_->set(P, "k", "new"));
     EXPECT_EQ(2006, database_->erase(P, "k"));
     EXPECT_EQ(2006, database_->reset());
     EXPECT_EQ(2006, database_->save());
-    EXPECT_EQ(2006, database_->save_factory());
     EXPECT_EQ(2006, database_->save_ram());
     EXPECT_EQ("v", plain("k"));
     EXPECT_EQ("k=v\n", content_of(kPlainFile));
@@ -116,24 +115,24 @@ TEST_F(DatabaseJournal, WithoutItsJournalItReadsButChangesNothing) {
 
 TEST_F(DatabaseJournal, AJournalThatComesBackIsReadBeforeTheNextChange) {
     database_->set(P, "a", "1");
-    fail_open(kJournalFile, EMFILE);
+    fail_open(kPlainJournal, EMFILE);
     restart();
     EXPECT_EQ(kMissing, plain("a"));
     EXPECT_EQ(2007, database_->set(P, "b", "2"));
     end_faults();
     EXPECT_EQ(0, database_->set(P, "b", "2"));
     EXPECT_EQ("1", plain("a"));
-    EXPECT_EQ("P+a=1\nP+b=2\n", content_of(kJournalFile));
+    EXPECT_EQ("P+a=1\nP+b=2\n", journals());
 }
 
 TEST_F(DatabaseJournal, AJournalThatComesBackIsReadBeforeTheNextAnswer) {
     put_file(kPlainFile, "a=saved\n");
     restart();
     database_->set(P, "a", "1");
-    fail_open(kJournalFile, EMFILE);
+    fail_open(kPlainJournal, EMFILE);
     restart();
     EXPECT_EQ("saved", plain("a"));
-    EXPECT_TRUE(log_.contains("can't open " + kJournalFile)) << log_.text();
+    EXPECT_TRUE(log_.contains("can't open " + kPlainJournal)) << log_.text();
     end_faults();
     EXPECT_EQ("1", plain("a"));
 }
@@ -141,7 +140,7 @@ TEST_F(DatabaseJournal, AJournalThatComesBackIsReadBeforeTheNextAnswer) {
 /* The first part of the journal has an outdated value. */
 TEST_F(DatabaseJournal, AJournalThatIsReadHalfWayIsInNoAnswer) {
     put_file(kPlainFile, "a=saved\n");
-    put_file(kJournalFile, "P+a=1\n" + some_blocks_of_records() + "P+a=2\n");
+    put_file(kPlainJournal, "P+a=1\n" + some_blocks_of_records() + "P+a=2\n");
     fail_read_behind(10000);
     restart();
     EXPECT_EQ("saved", plain("a"));
@@ -161,7 +160,7 @@ TEST_F(DatabaseJournal, SaveRamLeavesTheLastStateOfEachChangedKey) {
     }
     database_->erase(P, "gone");
     EXPECT_EQ(0, database_->save_ram());
-    EXPECT_EQ("P-gone\nP+k=3\nM+pk=3\nF+fk=3\n", content_of(kJournalFile));
+    EXPECT_EQ("P-gone\nP+k=3\nM+pk=3\nF+fk=3\n", journals());
     restart();
     EXPECT_EQ("3", plain("k"));
     EXPECT_EQ("1", plain("same"));
@@ -175,7 +174,7 @@ TEST_F(DatabaseJournal, SaveRamKeepsAReset) {
     database_->reset();
     database_->set(P, "b", "2");
     EXPECT_EQ(0, database_->save_ram());
-    EXPECT_EQ("P!\nP+b=2\n", content_of(kJournalFile));
+    EXPECT_EQ("P!\nP+b=2\n", journals());
     restart();
     EXPECT_EQ(kMissing, plain("old"));
     EXPECT_EQ("2", plain("b"));
@@ -186,7 +185,7 @@ TEST_F(DatabaseJournal, AFailedSaveRamIsAnsweredAndLosesNothing) {
     database_->set(P, "k", "2");
     limit_disk(0);
     EXPECT_EQ(6, database_->save_ram());
-    EXPECT_EQ("P+k=1\nP+k=2\n", content_of(kJournalFile));
+    EXPECT_EQ("P+k=1\nP+k=2\n", journals());
     restart();
     EXPECT_EQ("2", plain("k"));
 }
@@ -196,7 +195,7 @@ TEST_F(DatabaseJournal, AJournalOfWhichNearlyAllCountsIsNotRewritten) {
     const std::string value(1000, 'v');
     for (int i = 0; i < 2000; ++i) {
         ASSERT_EQ(0, database_->set(P, std::to_string(i), value));
-        ASSERT_FALSE(exists(kJournalFile + ".tmp"));
+        ASSERT_FALSE(exists(kPlainJournal + ".tmp"));
     }
     fail_rename(EIO);
     for (int i = 0; i < 100; ++i) {
@@ -210,10 +209,10 @@ TEST_F(DatabaseJournal, OfALargeJournalAtMostAThirdIsOutdated) {
     for (int i = 0; i < 4000; ++i) {
         ASSERT_EQ(0, database_->set(P, std::to_string(i), value));
     }
-    const auto all_counts = std::filesystem::file_size(kJournalFile);
+    const auto all_counts = std::filesystem::file_size(kPlainJournal);
     for (int i = 0; i < 20000; ++i) {
         ASSERT_EQ(0, database_->set(P, std::to_string(i % 4000), value + std::to_string(i)));
-        ASSERT_LE(std::filesystem::file_size(kJournalFile), all_counts * 3 / 2) << i;
+        ASSERT_LE(std::filesystem::file_size(kPlainJournal), all_counts * 3 / 2) << i;
     }
 }
 
@@ -222,7 +221,7 @@ TEST_F(DatabaseJournal, TheJournalOfAValueThatChangesForEverStaysSmall) {
     for (int i = 0; i < 2000; ++i) {
         ASSERT_EQ(0, database_->set(P, "counter", value + std::to_string(i)));
     }
-    EXPECT_LE(std::filesystem::file_size(kJournalFile), kJournalSmall + 2000);
+    EXPECT_LE(std::filesystem::file_size(kPlainJournal), kJournalSmall + 2000);
     restart();
     EXPECT_EQ(value + "1999", plain("counter"));
 }

@@ -7,6 +7,8 @@
 
 namespace {
 
+const std::string kJournals = "/tmp/m_tmp/zndb/journal"; /* how the names of all of them begin */
+
 class DatabaseList : public DatabaseFixture {
   protected:
     /* One page as text. */
@@ -124,7 +126,7 @@ TEST_F(DatabaseList, OfChangesSaysThatTheStoreWasReset) {
 
 TEST_F(DatabaseList, AnswersFromTheFilesWhileTheJournalCantBeRead) {
     put_file(kPlainFile, "a=1\n");
-    fail_opens([](const std::string &path) { return path.rfind(kJournalFile, 0) == 0 ? EIO : 0; });
+    fail_opens([](const std::string &path) { return path.rfind(kJournals, 0) == 0 ? EIO : 0; });
     restart();
     EXPECT_EQ("a=1 ", values(P));
 }

@@ -21,7 +21,7 @@ TEST_F(DatabasePowerOff, EveryStoreIsSaved) {
     EXPECT_EQ("k=v\n", content_of(kPlainFile));
     EXPECT_EQ("pk=pv\n", content_of(kPermFile));
     EXPECT_EQ("fk=fv\n", content_of(kFactoryFile));
-    EXPECT_EQ("", content_of(kJournalFile));
+    EXPECT_EQ("", journals());
 }
 
 TEST_F(DatabasePowerOff, WithoutChangesNothingIsWritten) {
@@ -40,7 +40,7 @@ TEST_F(DatabasePowerOff, OneStoresFailureStopsNoOther) {
     EXPECT_EQ(2006, database_->save_before_power_off());
     EXPECT_EQ("k=v\n", content_of(kPlainFile));
     EXPECT_EQ("fk=fv\n", content_of(kFactoryFile));
-    EXPECT_EQ("M+pk=pv\n", content_of(kJournalFile));
+    EXPECT_EQ("M+pk=pv\n", journals());
     EXPECT_TRUE(log_.contains("can't save " + kPermFile)) << log_.text();
 }
 
@@ -54,7 +54,7 @@ TEST_F(DatabasePowerOff, TheFirstFailureIsTheAnswer) {
 }
 
 TEST_F(DatabasePowerOff, WithoutItsJournalNothingIsSaved) {
-    fail_open(kJournalFile, EACCES);
+    fail_open(kPlainJournal, EACCES);
     restart();
     EXPECT_EQ(2006, database_->save_before_power_off());
 }
@@ -66,7 +66,7 @@ TEST_F(DatabasePowerOff, DebugModeStaysInTheJournalAlone) {
     database_->set(P, kDebugKey, "true");
     EXPECT_EQ(0, database_->save_before_power_off());
     EXPECT_EQ("device_debug_mode=false\nk=v\n", content_of(kPlainFile));
-    EXPECT_EQ("P+device_debug_mode=true\n", content_of(kJournalFile));
+    EXPECT_EQ("P+device_debug_mode=true\n", journals());
     EXPECT_EQ("true", plain(kDebugKey));
     restart();
     EXPECT_EQ("true", plain(kDebugKey));
@@ -81,7 +81,7 @@ TEST_F(DatabasePowerOff, DebugModeAloneIsNothingToWrite) {
     database_->set(P, kDebugKey, "true");
     EXPECT_EQ(0, database_->save_before_power_off());
     EXPECT_EQ("# by hand\nk=v\n", content_of(kPlainFile));
-    EXPECT_EQ("P+device_debug_mode=true\n", content_of(kJournalFile));
+    EXPECT_EQ("P+device_debug_mode=true\n", journals());
 }
 
 TEST_F(DatabasePowerOff, DebugModeThatAClientSavedIsTheFilesFromThenOn) {
@@ -102,7 +102,7 @@ TEST_F(DatabasePowerOff, DebugModeOutlivesASaveThatFails) {
     end_faults();
     EXPECT_EQ("true", plain(kDebugKey));
     EXPECT_EQ(0, database_->save_ram());
-    EXPECT_EQ("P+device_debug_mode=true\nP+k=v\n", content_of(kJournalFile));
+    EXPECT_EQ("P+device_debug_mode=true\nP+k=v\n", journals());
 }
 
 }  // namespace

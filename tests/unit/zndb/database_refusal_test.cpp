@@ -19,7 +19,7 @@ class Refused : public DatabaseFixture {
         log_.clear();
         EXPECT_EQ(2004, database_->set(id, key, value)) << key;
         EXPECT_EQ((std::vector<std::string>{"'" + key + "' refused: " + why}), warnings(log_));
-        EXPECT_EQ("", content_of(kJournalFile));
+        EXPECT_EQ("", journals());
         EXPECT_EQ(kMissing, get(id, key));
     }
 };
@@ -64,7 +64,7 @@ TEST_F(Refused, NewKeysOfAFullStore) {
     restart();
     EXPECT_EQ(2003, database_->set(P, "one more", "v"));
     EXPECT_EQ((std::vector<std::string>{"'one more' refused: the store is full"}), warnings(log_));
-    EXPECT_EQ("", content_of(kJournalFile));
+    EXPECT_EQ("", journals());
     EXPECT_EQ(0, database_->set(P, "7", "v"));
     EXPECT_EQ(0, database_->set(M, "one more", "v"));
 }

@@ -33,7 +33,7 @@ class DatabaseReset : public DatabaseFixture {
         EXPECT_EQ(result, database_->reset());
         end_faults();
         EXPECT_EQ("v", plain("k"));
-        EXPECT_EQ("P+k=v\n", content_of(kJournalFile));
+        EXPECT_EQ("P+k=v\n", journals());
         EXPECT_FALSE(exists(kPlainFile + ".tmp"));
         ASSERT_EQ(1u, warnings(log_).size()) << log_.text();
         EXPECT_EQ(0u, warnings(log_)[0].find("reset refused, since it could not be saved: can't replace " +

@@ -60,7 +60,7 @@ TEST_F(DatabaseStart, ADeleteOfAKeyThatOnlyTheUnreadFileHasLasts) {
     start_with_broken(kPermFile, "deleted=1\nkept=1\n");
     EXPECT_EQ(2001, database_->erase(M, "deleted"));
     EXPECT_EQ(2001, database_->erase(M, "deleted"));
-    EXPECT_EQ("M-deleted\n", content_of(kJournalFile));
+    EXPECT_EQ("M-deleted\n", journals());
     restart();
     EXPECT_EQ(kMissing, perm("deleted"));
     EXPECT_EQ("1", perm("kept"));
@@ -83,7 +83,7 @@ TEST_F(DatabaseStart, ADeleteOfAKeyThatNoFileCanHoldIsNotWrittenDown) {
     for (const char *key : {"", "a=b", "a\nM!"}) {
         EXPECT_EQ(2001, database_->erase(M, key)) << key;
     }
-    EXPECT_EQ("", content_of(kJournalFile));
+    EXPECT_EQ("", journals());
 }
 
 /* Of two lines with one key the last holds, and may be the one that was not read. */
@@ -95,7 +95,7 @@ TEST_F(DatabaseStart, ASetOfTheValueThatAHalfReadFileBeganWithLasts) {
     EXPECT_EQ("1", plain("k"));
     EXPECT_EQ(0, database_->set(P, "k", "1"));
     EXPECT_EQ(0, database_->set(P, "k", "1"));
-    EXPECT_EQ("P+k=1\n", content_of(kJournalFile));
+    EXPECT_EQ("P+k=1\n", journals());
     restart();
     EXPECT_EQ("1", plain("k"));
 }
@@ -162,7 +162,7 @@ TEST_F(DatabaseStart, DeletesOfKeysThatAnUnreadFileMayHoldAreLimited) {
     for (size_t i = 0; i < kChangedKeysMax; ++i) {
         ASSERT_EQ(2001, database_->erase(P, std::to_string(i)));
     }
-    const auto journal_size = std::filesystem::file_size(kJournalFile);
+    const auto journal_size = std::filesystem::file_size(kPlainJournal);
     log_.clear();
     EXPECT_EQ(2003, database_->erase(P, "one more"));
     EXPECT_EQ(2003, database_->set(P, "one more", "v"));
@@ -170,7 +170,7 @@ TEST_F(DatabaseStart, DeletesOfKeysThatAnUnreadFileMayHoldAreLimited) {
         << log_.text();
     EXPECT_EQ(2u, warnings(log_).size()) << log_.text();
     EXPECT_EQ(kMissing, plain("one more"));
-    EXPECT_EQ(journal_size, std::filesystem::file_size(kJournalFile));
+    EXPECT_EQ(journal_size, std::filesystem::file_size(kPlainJournal));
 
     EXPECT_EQ(0, database_->set(P, "7", "v"));
     EXPECT_EQ(0, database_->erase(P, "7"));
@@ -190,7 +190,7 @@ TEST_F(DatabaseStart, AStoreThatTheJournalOverfillsIsNotSavedUntilItFits) {
                   kPlainFile + " is not replaced: its store has 16385 keys, and a file may have 16384"}),
               warnings(log_));
     EXPECT_TRUE(full_file() == content_of(kPlainFile));
-    EXPECT_EQ("P+one more=v\n", content_of(kJournalFile));
+    EXPECT_EQ("P+one more=v\n", journals());
     restart();
     EXPECT_EQ("v", plain("one more"));
 
@@ -205,7 +205,8 @@ TEST_F(DatabaseStart, AStoreThatTheJournalOverfillsIsNotSavedUntilItFits) {
 /* ---- What a killed save left ----------------------------------------------------------------------- */
 
 TEST_F(DatabaseStart, HalfWrittenSuccessorsAreRemoved) {
-    const std::vector<std::string> paths = {kPlainFile, kPermFile, kFactoryFile, kJournalFile};
+    const std::vector<std::string> paths = {kPlainFile,    kPermFile,    kFactoryFile,
+                                            kPlainJournal, kPermJournal, kFactoryJournal};
     for (const std::string &path : paths) {
         put_file(path + ".tmp", "k=half");
     }
@@ -246,10 +247,10 @@ TEST_F(DatabaseStart, ADeleteWhoseFolderWasNotSyncedIsSavedByTheSuccessor) {
     end_faults();
     EXPECT_EQ("kept=1\n", content_of(kPermFile));
     restart();
-    EXPECT_EQ("M-deleted\n", content_of(kJournalFile));
+    EXPECT_EQ("M-deleted\n", journals());
     expect_saved_again();
     EXPECT_EQ("kept=1\n", content_of(kPermFile));
-    EXPECT_EQ("", content_of(kJournalFile));
+    EXPECT_EQ("", journals());
 }
 
 TEST_F(DatabaseStart, ASetOrResetWhoseFolderWasNotSyncedIsSavedByTheSuccessor) {
@@ -276,7 +277,7 @@ TEST_F(DatabaseStart, ADeleteThatIsNotSavedStaysInTheJournalOfTheSuccessor) {
     end_faults();
     restart();
     EXPECT_EQ(0, database_->save_ram());
-    EXPECT_EQ("M-deleted\n", content_of(kJournalFile));
+    EXPECT_EQ("M-deleted\n", journals());
 }
 
 /* ---- Folders whose names may not be on the disk ---------------------------------------------------- */
@@ -320,7 +321,7 @@ TEST_F(DatabaseStart, AFolderWhoseNameCouldNotBeSyncedIsSyncedByTheNextSave) {
     EXPECT_TRUE(log_.contains("can't save " + kPermFile + " errno=5")) << log_.text();
     (void)synced_by_save(*database_, 2007, "/m_data/usr_permanent");
     EXPECT_EQ(kAll, synced_by_save(*database_, 0));
-    EXPECT_EQ("", content_of(kJournalFile));
+    EXPECT_EQ("", journals());
 }
 
 TEST_F(DatabaseStart, AFolderThatIsTakenAwayMeanwhileIsSyncedAgain) {

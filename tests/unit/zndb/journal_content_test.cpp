@@ -24,7 +24,7 @@ class JournalContentTest : public testing::Test {
         return all;
     }
 
-    JournalContent content_;
+    JournalContent content_{StoreId::kPlain};
 };
 
 TEST_F(JournalContentTest, NothingSaysNothing) {
@@ -36,15 +36,18 @@ TEST_F(JournalContentTest, OfAKeyTheLastRecordHolds) {
 }
 
 TEST_F(JournalContentTest, TheStoresAreApart) {
-    EXPECT_EQ("P+k=1\nM-k\nF+k=3\n", in_the_end({"F+k=3", "M-k", "P+k=1"}));
+    for (const char *line : {"F+k=3", "M-k", "M!"}) {
+        EXPECT_STREQ("it is of another store", take(line));
+    }
+    EXPECT_EQ("P+k=1\n", in_the_end({"P+k=1"}));
 }
 
 TEST_F(JournalContentTest, ResetsEndWhatCameBefore) {
-    EXPECT_EQ("P!\nP+b=2\nP-c\nM+k=1\n", in_the_end({"P+a=1", "M+k=1", "P!", "P+b=1", "P!", "P+b=2", "P-c"}));
+    EXPECT_EQ("P!\nP+b=2\nP-c\n", in_the_end({"P+a=1", "P!", "P+b=1", "P!", "P+b=2", "P-c"}));
 }
 
 TEST_F(JournalContentTest, HandingOutForgets) {
-    EXPECT_EQ("P!\nM+k=1\n", in_the_end({"P!", "M+k=1"}));
+    EXPECT_EQ("P!\nP+k=1\n", in_the_end({"P!", "P+k=1"}));
     EXPECT_EQ("", in_the_end({}));
 }
 
@@ -56,7 +59,6 @@ TEST_F(JournalContentTest, TheKeysOfAStoreAreLimited) {
     EXPECT_STREQ("there are too many keys", take("P+one more=1"));
     EXPECT_STREQ("there are too many keys", take("P-one more"));
     EXPECT_EQ(nullptr, take("P+7=1"));
-    EXPECT_EQ(nullptr, take("M+one more=1"));
     EXPECT_EQ(nullptr, take("P!"));
     EXPECT_EQ(nullptr, take("P+one more=1"));
 }

@@ -16,11 +16,11 @@ namespace {
 using Change = JournalRecord::Change;
 
 const std::string kFolder = "/tmp/m_tmp/zndb";
-const std::string kPath = kFolder + "/journal";
+const std::string kPath = kFolder + "/journal.plain";
 const std::string kTemporary = kPath + ".tmp";
 
 const JournalRecord kSetA = {StoreId::kPlain, Change::kSet, "a", "1"};
-const JournalRecord kSetB = {StoreId::kPerm, Change::kSet, "b", "2"};
+const JournalRecord kSetB = {StoreId::kPlain, Change::kSet, "b", "2"};
 
 class JournalTest : public DiskTest {
   protected:
@@ -47,7 +47,7 @@ class JournalTest : public DiskTest {
 /* ---- Opening --------------------------------------------------------------------------------------- */
 
 TEST_F(JournalTest, MakesItsFolderAndAFileThatOnlyTheOwnerReads) {
-    Journal journal(kPath);
+    Journal journal(kPath, StoreId::kPlain);
     EXPECT_EQ(0, open(journal));
     EXPECT_EQ("", content_of(kPath));
     EXPECT_EQ(0600u, mode_of(kPath));
@@ -56,25 +56,33 @@ TEST_F(JournalTest, MakesItsFolderAndAFileThatOnlyTheOwnerReads) {
 }
 
 TEST_F(JournalTest, HandsOutWhatItSaysInTheEnd) {
-    put_file(kPath, "P+a=1\nM-b\nF+c= = \nP!\nP+a=2\nP+a=3\n");
-    Journal journal(kPath);
+    put_file(kPath, "P+a=1\nP-b\nP!\nP+a=2\nP+c= = \nP-d\nP+a=3\n");
+    Journal journal(kPath, StoreId::kPlain);
     EXPECT_EQ(0, open(journal));
-    EXPECT_EQ("P!\nP+a=3\nM-b\nF+c= = \n", replayed_);
+    EXPECT_EQ("P!\nP+a=3\nP+c= = \nP-d\n", replayed_);
+}
+
+TEST_F(JournalTest, ARecordOfAnotherStoreIsReportedAndPassedOver) {
+    put_file(kPath, "M+a=1\nP+b=2\n");
+    Journal journal(kPath, StoreId::kPlain);
+    EXPECT_EQ(0, open(journal));
+    EXPECT_EQ("P+b=2\n", replayed_);
+    EXPECT_EQ(std::vector<std::string>{kPath + " line 1 skipped: it is of another store"}, warnings(log_));
 }
 
 TEST_F(JournalTest, OpeningTwiceHandsOutOnce) {
     put_file(kPath, "P+a=1\n");
-    Journal journal(kPath);
+    Journal journal(kPath, StoreId::kPlain);
     EXPECT_EQ(0, open(journal));
     EXPECT_EQ(0, open(journal));
     EXPECT_EQ("P+a=1\n", replayed_);
 }
 
 TEST_F(JournalTest, ADamagedLineIsReportedAndPassedOver) {
-    put_file(kPath, "P+a=1\nrubbish\nP+k=" + std::string(5000, 'v') + "\nM+b=2\n");
-    Journal journal(kPath);
+    put_file(kPath, "P+a=1\nrubbish\nP+k=" + std::string(5000, 'v') + "\nP+b=2\n");
+    Journal journal(kPath, StoreId::kPlain);
     EXPECT_EQ(0, open(journal));
-    EXPECT_EQ("P+a=1\nM+b=2\n", replayed_);
+    EXPECT_EQ("P+a=1\nP+b=2\n", replayed_);
     EXPECT_EQ((std::vector<std::string>{kPath + " line 2 skipped: store or change is unknown",
                                         kPath + " line 3 skipped: it is too long"}),
               warnings(log_));
@@ -86,7 +94,7 @@ TEST_F(JournalTest, OfRubbishTheFirstLinesAreReportedSinglyAndTheOthersCounted) 
         content += "rubbish " + std::to_string(i) + "\n";
     }
     put_file(kPath, "P+a=1\n" + content + "P+b=2\n");
-    Journal journal(kPath);
+    Journal journal(kPath, StoreId::kPlain);
     EXPECT_EQ(0, open(journal));
     EXPECT_EQ("P+a=1\nP+b=2\n", replayed_);
     EXPECT_EQ(21u, warnings(log_).size());
@@ -96,28 +104,28 @@ TEST_F(JournalTest, OfRubbishTheFirstLinesAreReportedSinglyAndTheOthersCounted) 
 
 TEST_F(JournalTest, ATornLastLineIsDroppedAndCutOffBeforeTheNextRecord) {
     put_file(kPath, "P+a=1\nP+b=tor");
-    Journal journal(kPath);
+    Journal journal(kPath, StoreId::kPlain);
     EXPECT_EQ(0, open(journal));
     EXPECT_EQ("P+a=1\n", replayed_);
     EXPECT_EQ((std::vector<std::string>{kPath + ": the last line was cut off and is dropped"}),
               warnings(log_));
     EXPECT_EQ(0, journal.append(kSetB));
-    EXPECT_EQ("P+a=1\nM+b=2\n", content_of(kPath));
+    EXPECT_EQ("P+a=1\nP+b=2\n", content_of(kPath));
 }
 
 TEST_F(JournalTest, ALineWithoutItsEndIsTornHoweverWholeItLooks) {
     put_file(kPath, "P+a=1");
-    Journal journal(kPath);
+    Journal journal(kPath, StoreId::kPlain);
     EXPECT_EQ(0, open(journal));
     EXPECT_EQ("", replayed_);
     EXPECT_EQ(0, journal.append(kSetB));
-    EXPECT_EQ("M+b=2\n", content_of(kPath));
+    EXPECT_EQ("P+b=2\n", content_of(kPath));
 }
 
 TEST_F(JournalTest, AFileThatCantBeOpenedIsReportedAndTriedAgain) {
     put_file(kPath, "P+a=1\n");
     fail_open(kPath, EMFILE);
-    Journal journal(kPath);
+    Journal journal(kPath, StoreId::kPlain);
     EXPECT_EQ(EMFILE, open(journal));
     EXPECT_TRUE(log_.contains("can't open " + kPath + " errno=24")) << log_.text();
     end_faults();
@@ -131,7 +139,7 @@ TEST_F(JournalTest, AFailedReadIsReportedAndTriedAgain) {
         errno = EIO;
         return -1;
     });
-    Journal journal(kPath);
+    Journal journal(kPath, StoreId::kPlain);
     EXPECT_EQ(EIO, open(journal));
     doubles::libc::read.restore();
     EXPECT_EQ(0, open(journal));
@@ -141,7 +149,7 @@ TEST_F(JournalTest, AFailedReadIsReportedAndTriedAgain) {
 TEST_F(JournalTest, OfAJournalThatIsReadHalfWayNothingIsHandedOut) {
     put_file(kPath, "P+a=1\nrubbish\n" + some_blocks_of_records() + "P+a=2\n");
     fail_read_behind(10000);
-    Journal journal(kPath);
+    Journal journal(kPath, StoreId::kPlain);
     EXPECT_EQ(EIO, open(journal));
     EXPECT_EQ(EIO, open(journal));
     EXPECT_EQ("", replayed_);
@@ -152,14 +160,14 @@ TEST_F(JournalTest, OfAJournalThatIsReadHalfWayNothingIsHandedOut) {
 
 TEST_F(JournalTest, AFolderInItsPlaceIsAnError) {
     std::filesystem::create_directories(kPath);
-    Journal journal(kPath);
+    Journal journal(kPath, StoreId::kPlain);
     EXPECT_EQ(EISDIR, open(journal));
 }
 
 TEST_F(JournalTest, APipeInItsPlaceIsAnError) {
     std::filesystem::create_directories(kFolder);
     ASSERT_EQ(0, ::mkfifo(kPath.c_str(), 0600));
-    Journal journal(kPath);
+    Journal journal(kPath, StoreId::kPlain);
     EXPECT_EQ(EINVAL, open(journal));
 }
 
@@ -168,7 +176,7 @@ TEST_F(JournalTest, ALinkInItsPlaceIsNotFollowed) {
     put_file(victim, "precious");
     std::filesystem::create_directories(kFolder);
     ASSERT_EQ(0, ::symlink(victim.c_str(), kPath.c_str()));
-    Journal journal(kPath);
+    Journal journal(kPath, StoreId::kPlain);
     EXPECT_EQ(ELOOP, open(journal));
     EXPECT_EQ("precious", content_of(victim));
 }
@@ -176,7 +184,7 @@ TEST_F(JournalTest, ALinkInItsPlaceIsNotFollowed) {
 TEST_F(JournalTest, AFileWithASecondNameIsSetAside) {
     put_file(kFolder + "/other", "P+a=1\n");
     ASSERT_EQ(0, ::link((kFolder + "/other").c_str(), kPath.c_str()));
-    Journal journal(kPath);
+    Journal journal(kPath, StoreId::kPlain);
     EXPECT_EQ(0, open(journal));
     EXPECT_EQ("", replayed_);
     EXPECT_EQ(0, journal.append(kSetB));
@@ -191,7 +199,7 @@ TEST_F(JournalTest, AFileWithASecondNameThatStaysIsRefused) {
         errno = EROFS;
         return -1;
     });
-    Journal journal(kPath);
+    Journal journal(kPath, StoreId::kPlain);
     EXPECT_EQ(EPERM, open(journal));
     EXPECT_EQ("", replayed_);
     doubles::libc::rename.restore();
@@ -202,7 +210,7 @@ TEST_F(JournalTest, FolderAndFileThatWereOpenToAllAreNarrowed) {
     put_file(kPath, "P+a=1\n");
     ASSERT_EQ(0, ::chmod(kFolder.c_str(), 0777));
     ASSERT_EQ(0, ::chmod(kPath.c_str(), 0666));
-    Journal journal(kPath);
+    Journal journal(kPath, StoreId::kPlain);
     EXPECT_EQ(0, open(journal));
     EXPECT_EQ("P+a=1\n", replayed_);
     EXPECT_EQ(0755u, mode_of(kFolder));
@@ -216,7 +224,7 @@ TEST_F(JournalTest, AFolderThatCanNotBeNarrowedIsAnError) {
         errno = EROFS;
         return -1;
     });
-    Journal journal(kPath);
+    Journal journal(kPath, StoreId::kPlain);
     EXPECT_EQ(EROFS, open(journal));
     doubles::libc::fchmod.restore();
     EXPECT_EQ(0, open(journal));
@@ -232,14 +240,14 @@ class OpenJournal : public JournalTest {
         ASSERT_EQ(0, journal_.append(kSetA));
     }
 
-    Journal journal_{kPath};
+    Journal journal_{kPath, StoreId::kPlain};
 };
 
 TEST_F(OpenJournal, EachRecordIsOneWriteToTheFilesEnd) {
     EXPECT_EQ(1u, doubles::libc::write.calls());
     EXPECT_EQ(0, journal_.append(kSetB));
     EXPECT_EQ(2u, doubles::libc::write.calls());
-    EXPECT_EQ("P+a=1\nM+b=2\n", content_of(kPath));
+    EXPECT_EQ("P+a=1\nP+b=2\n", content_of(kPath));
 }
 
 TEST_F(OpenJournal, TheFileIsOpenForAppending) {
@@ -248,14 +256,14 @@ TEST_F(OpenJournal, TheFileIsOpenForAppending) {
         seen = flags;
         return doubles::libc::open.real(path, flags, mode);
     });
-    Journal other(kPath);
+    Journal other(kPath, StoreId::kPlain);
     EXPECT_EQ(0, open(other));
     EXPECT_NE(0, seen & O_APPEND);
     EXPECT_NE(0, seen & O_CLOEXEC);
 }
 
 TEST_F(OpenJournal, ARecordOutlivesTheProcessThatWroteIt) {
-    Journal next(kPath);
+    Journal next(kPath, StoreId::kPlain);
     EXPECT_EQ(0, open(next));
     EXPECT_EQ("P+a=1\n", replayed_);
 }
@@ -267,7 +275,7 @@ TEST_F(OpenJournal, AFullDiskRefusesTheRecordAndKeepsNoHalfLine) {
     EXPECT_TRUE(log_.contains("can't write " + kPath + " errno=28")) << log_.text();
     end_faults();
     EXPECT_EQ(0, journal_.append(kSetB));
-    EXPECT_EQ("P+a=1\nM+b=2\n", content_of(kPath));
+    EXPECT_EQ("P+a=1\nP+b=2\n", content_of(kPath));
 }
 
 TEST_F(OpenJournal, AHalfLineThatCantBeCutOffIsCutBeforeTheNextRecord) {
@@ -277,13 +285,13 @@ TEST_F(OpenJournal, AHalfLineThatCantBeCutOffIsCutBeforeTheNextRecord) {
         return -1;
     });
     EXPECT_EQ(ENOSPC, journal_.append(kSetB));
-    EXPECT_EQ("P+a=1\nM+b", content_of(kPath));
+    EXPECT_EQ("P+a=1\nP+b", content_of(kPath));
     doubles::libc::write.restore();
     EXPECT_EQ(EIO, journal_.append(kSetB));
-    EXPECT_EQ("P+a=1\nM+b", content_of(kPath));
+    EXPECT_EQ("P+a=1\nP+b", content_of(kPath));
     doubles::libc::ftruncate.restore();
     EXPECT_EQ(0, journal_.append(kSetB));
-    EXPECT_EQ("P+a=1\nM+b=2\n", content_of(kPath));
+    EXPECT_EQ("P+a=1\nP+b=2\n", content_of(kPath));
 }
 
 TEST_F(OpenJournal, ARecordInTwoShortWritesIsWhole) {
@@ -291,7 +299,7 @@ TEST_F(OpenJournal, ARecordInTwoShortWritesIsWhole) {
         return doubles::libc::write.real(fd, data, (size + 1) / 2);
     });
     EXPECT_EQ(0, journal_.append(kSetB));
-    EXPECT_EQ("P+a=1\nM+b=2\n", content_of(kPath));
+    EXPECT_EQ("P+a=1\nP+b=2\n", content_of(kPath));
 }
 
 TEST_F(OpenJournal, NoLogLineHoldsAValue) {
@@ -304,7 +312,7 @@ TEST_F(OpenJournal, NoLogLineHoldsAValue) {
 
 TEST_F(OpenJournal, RewritingReplacesAllRecords) {
     EXPECT_EQ(0, rewrite(journal_, {kSetB}));
-    EXPECT_EQ("M+b=2\n", content_of(kPath));
+    EXPECT_EQ("P+b=2\n", content_of(kPath));
     EXPECT_EQ(0600u, mode_of(kPath));
     EXPECT_FALSE(exists(kTemporary));
 }
@@ -312,7 +320,7 @@ TEST_F(OpenJournal, RewritingReplacesAllRecords) {
 TEST_F(OpenJournal, RecordsGoToTheRewrittenFile) {
     EXPECT_EQ(0, rewrite(journal_, {kSetB}));
     EXPECT_EQ(0, journal_.append(kSetA));
-    EXPECT_EQ("M+b=2\nP+a=1\n", content_of(kPath));
+    EXPECT_EQ("P+b=2\nP+a=1\n", content_of(kPath));
 }
 
 TEST_F(OpenJournal, AFailedRewriteLeavesTheJournalAsItWas) {
@@ -322,7 +330,7 @@ TEST_F(OpenJournal, AFailedRewriteLeavesTheJournalAsItWas) {
     EXPECT_EQ("P+a=1\n", content_of(kPath));
     EXPECT_FALSE(exists(kTemporary));
     EXPECT_EQ(0, journal_.append(kSetB));
-    EXPECT_EQ("P+a=1\nM+b=2\n", content_of(kPath));
+    EXPECT_EQ("P+a=1\nP+b=2\n", content_of(kPath));
 }
 
 TEST_F(OpenJournal, AFullDiskLeavesTheJournalAsItWas) {
@@ -338,7 +346,14 @@ TEST_F(OpenJournal, EmptyingTakesNoRoom) {
     EXPECT_EQ("", content_of(kPath));
     end_faults();
     EXPECT_EQ(0, journal_.append(kSetB));
-    EXPECT_EQ("M+b=2\n", content_of(kPath));
+    EXPECT_EQ("P+b=2\n", content_of(kPath));
+}
+
+TEST_F(OpenJournal, EmptyingTwiceIsDoneOnce) {
+    doubles::libc::ftruncate.forget_calls();
+    EXPECT_EQ(0, rewrite(journal_, {}));
+    EXPECT_EQ(0, rewrite(journal_, {}));
+    EXPECT_EQ(1u, doubles::libc::ftruncate.calls());
 }
 
 TEST_F(OpenJournal, AFailedEmptyingLeavesTheJournalAsItWas) {

@@ -44,7 +44,7 @@ class ZndbHandler : public DatabaseFixture {
                                             " of module 3 refused: its body of " +
                                             std::to_string(body.size()) + " bytes is malformed"}),
                   warnings(log_));
-        EXPECT_EQ("", content_of(kJournalFile));
+        EXPECT_EQ("", journals());
     }
 };
 
@@ -52,7 +52,7 @@ TEST_F(ZndbHandler, SetAndGetUseThePlainStore) {
     EXPECT_EQ(0, send(2001, record("k", "v")));
     EXPECT_EQ("v", fetch(2002, "k"));
     EXPECT_EQ("result 2001", fetch(2007, "k"));
-    EXPECT_EQ("P+k=v\n", content_of(kJournalFile));
+    EXPECT_EQ("P+k=v\n", journals());
 }
 
 TEST_F(ZndbHandler, SetPermAndGetPermUseThePermStore) {
@@ -135,7 +135,7 @@ TEST_F(ZndbHandler, SaveRamShortensTheJournal) {
     send(2001, record("k", "1"));
     send(2001, record("k", "2"));
     EXPECT_EQ(0, send(2011, ""));
-    EXPECT_EQ("P+k=2\n", content_of(kJournalFile));
+    EXPECT_EQ("P+k=2\n", journals());
 }
 
 TEST_F(ZndbHandler, ResetEmptiesThePlainStore) {
@@ -238,7 +238,7 @@ TEST_F(ZndbHandler, UnknownMessagesAreUnsupported) {
                                             " of module 3 refused: it is unknown"}),
                   warnings(log_));
     }
-    EXPECT_EQ("", content_of(kJournalFile));
+    EXPECT_EQ("", journals());
 }
 
 /* ---- batches and lists ---- */

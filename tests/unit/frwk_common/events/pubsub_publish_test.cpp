@@ -168,10 +168,7 @@ TEST_F(PublishTest, ReportsAFileThatMayNotBeOpened) {
 
 TEST_F(PublishTest, EndsWhereTheFileCanNotBeReadFurther) {
     write_file(kLinkFile, "wlan\n");
-    libc::read.stand_in([](int, void *, size_t) -> ssize_t {
-        errno = EIO;
-        return -1;
-    });
+    libc::read.fail(EIO);
     frwk_ipc_msg_pub("link", 3001, "up", 2);
     libc::read.restore();
     EXPECT_TRUE(logged_once(log_, kWarningLevel, "frwk_ipc_msg_pub",

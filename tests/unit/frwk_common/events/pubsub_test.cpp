@@ -95,10 +95,7 @@ TEST_F(SubscribeTest, FailsWithoutAnyFolder) {
 
 TEST_F(SubscribeTest, FailsWhenTheNameCanNotBeWritten) {
     write_file(kLinkFile, "wlan\n");
-    libc::writev.stand_in([](int, const iovec *, int) -> ssize_t {
-        errno = EDQUOT;
-        return -1;
-    });
+    libc::writev.fail(EDQUOT);
     EXPECT_EQ(frwk_ipc_msg_sub("link"), 12);
     EXPECT_TRUE(logged_once(log_, kWarningLevel, kSub, with_errno(kNotOpened, EDQUOT)));
     EXPECT_FALSE(log_.contains(kSubscribed));
@@ -123,10 +120,7 @@ TEST_F(SubscribeTest, LeavesNoPartOfALineThatCanNotBeWrittenWhole) {
 TEST_F(SubscribeTest, TellsAPartOfALineThatStaysFromAFullDisk) {
     write_file(kLinkFile, "wlan\n");
     libc::writev.stand_in([](int fd, const iovec *line, int) { return libc::writev.real(fd, line, 1); });
-    libc::ftruncate.stand_in([](int, off_t) {
-        errno = EFBIG;
-        return -1;
-    });
+    libc::ftruncate.fail(EFBIG);
     EXPECT_EQ(frwk_ipc_msg_sub("link"), 12);
     EXPECT_TRUE(logged_once(log_, kWarningLevel, kSub, with_errno(kNotOpened, EIO)));
     EXPECT_EQ(read_file(kLinkFile), "wlan\nrouter");

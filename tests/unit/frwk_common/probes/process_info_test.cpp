@@ -157,10 +157,7 @@ TEST_F(HardwareId, WithoutACommandLineNothingIsRead) {
 }
 
 TEST_F(HardwareId, ACommandLineThatCanNotBeOpenedIsLogged) {
-    libc::fopen.stand_in([](const char *, const char *) -> FILE * {
-        errno = EACCES;
-        return nullptr;
-    });
+    libc::fopen.fail(EACCES);
     Marked buffer;
     frwk_get_hardware_id(buffer.bytes, sizeof(buffer.bytes));
     EXPECT_TRUE(buffer.untouched_from(0));

@@ -107,10 +107,7 @@ TEST_F(RebootReason, WithoutAFileThereIsNoReason) {
 
 TEST_F(RebootReason, AFileThatCanNotBeOpenedIsLogged) {
     write_file(kReason, "12");
-    libc::open.stand_in([](const char *, int, mode_t) {
-        errno = EMFILE;
-        return -1;
-    });
+    libc::open.fail(EMFILE);
     EXPECT_EQ(0, frwk_reboot_reason_get());
     EXPECT_TRUE(logged_once(log_, kWarningLevel, "frwk_reboot_reason_get",
                             with_errno("fopen reboot reason file error!", EMFILE)));

@@ -105,10 +105,7 @@ TEST_F(InstanceLockTest, HoldsTheProcessIdWithoutALineEnd) {
 TEST_F(InstanceLockTest, IsHeldWithoutItsProcessIdOnAFullDisk) {
     const ChildEnd end = run_in_child([] {
         const LogCapture log;
-        libc::fflush.stand_in([](FILE *) {
-            errno = ENOSPC;
-            return EOF;
-        });
+        libc::fflush.fail(ENOSPC);
         take_instance_lock("wlan");
         return log.text();
     });
@@ -149,10 +146,7 @@ TEST_F(InstanceLockTest, SetsAFileAsideThatSomebodyHoldsAReadLockOn) {
 TEST_F(InstanceLockTest, EndsTheProcessWhenAReadLockedFileCanNotBeSetAside) {
     write_file(kFile, "123");
     const LockHolder reader([] { EXPECT_TRUE(hold_read_lock(kFile)); });
-    libc::rename.stand_in([](const char *, const char *) {
-        errno = EROFS;
-        return -1;
-    });
+    libc::rename.fail(EROFS);
     expect_ended(take(), "the 'wlan' is already running!\n");
 }
 
@@ -199,10 +193,7 @@ TEST_F(InstanceLockTest, EndsTheProcessWhenTheFileCanNotBeOpened) {
 }
 
 TEST_F(InstanceLockTest, EndsTheProcessWhenTheFileHasNoStream) {
-    libc::fdopen.stand_in([](int, const char *) -> FILE * {
-        errno = ENOMEM;
-        return nullptr;
-    });
+    libc::fdopen.fail(ENOMEM);
     expect_ended(take(), "can't open /tmp/m_tmp/lock/wlan\n");
 }
 

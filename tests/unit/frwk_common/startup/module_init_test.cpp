@@ -254,10 +254,7 @@ TEST_F(ModuleInitTest, EndsWhenItsLockCanNotBeHad) {
 TEST_F(ModuleInitTest, GoesOnWithoutASocket) {
     const std::string report = run_in_child([] {
                                    const LogCapture log;
-                                   libc::socket.stand_in([](int, int, int) {
-                                       errno = EMFILE;
-                                       return -1;
-                                   });
+                                   libc::socket.fail(EMFILE);
                                    frwk_module_init(E_APPS_MODULE_WLAN, nullptr);
                                    return log.text();
                                }).report;

@@ -171,10 +171,7 @@ TEST_F(StartProcess, AStandardDescriptorThatCannotBeOpenedIsLoggedAndTheStartGoe
     const std::string report = run_in_child([] {
                                    const LogCapture log;
                                    close_all({0});
-                                   libc::open.stand_in([](const char *, int, mode_t) {
-                                       errno = ENOENT;
-                                       return -1;
-                                   });
+                                   libc::open.fail(ENOENT);
                                    frwk_module_init(E_APPS_MODULE_TOOL, nullptr);
                                    return log.text();
                                }).report;

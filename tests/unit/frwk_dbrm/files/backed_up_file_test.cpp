@@ -250,10 +250,7 @@ TEST_F(BackedUpFile, IsNotWrittenInAFolderOfWhichNothingIsKnown) {
 TEST_F(BackedUpFile, ThatCanNotBeEmptiedIsReplaced) {
     ASSERT_TRUE(write_text(kFile, "an older text"));
     give_to_another_user({kFolder, kFile});
-    doubles::libc::ftruncate.stand_in([](int, off_t) {
-        errno = EPERM;
-        return -1;
-    });
+    doubles::libc::ftruncate.fail(EPERM);
     EXPECT_TRUE(write_target("new"));
     EXPECT_EQ("new", file_text(kFile));
 }

@@ -164,10 +164,7 @@ TEST_F(PrivateFolders, NeedTheirRoomAndNoMore) {
 }
 
 TEST_F(PrivateFolders, OnADiskOfUnknownSizeAreNone) {
-    doubles::libc::statvfs.stand_in([](const char *, struct statvfs *) {
-        errno = EIO;
-        return -1;
-    });
+    doubles::libc::statvfs.fail(EIO);
     expect_none(EIO);
 }
 
@@ -299,38 +296,23 @@ TEST_F(PrivateFolders, AlwaysTakenForLeftoversAreGivenUp) {
 }
 
 TEST_F(PrivateFolders, AnInterruptedLockIsTriedAgain) {
-    doubles::libc::flock.stand_in([](int fd, int operation) {
-        if (doubles::libc::flock.calls() == 1) {
-            errno = EINTR;
-            return -1;
-        }
-        return doubles::libc::flock.real(fd, operation);
-    });
+    doubles::libc::flock.fail_call(1, EINTR);
     EXPECT_TRUE(PrivateFolder().make(kRoom));
     EXPECT_EQ(2u, doubles::libc::flock.calls());
 }
 
 TEST_F(PrivateFolders, ThatCanNotBeMadeAreNone) {
-    doubles::libc::mkdtemp.stand_in([](char *) -> char * {
-        errno = EROFS;
-        return nullptr;
-    });
+    doubles::libc::mkdtemp.fail(EROFS);
     expect_none(EROFS);
 }
 
 TEST_F(PrivateFolders, ThatCanNotBeOpenedAreRemoved) {
-    doubles::libc::open.stand_in([](const char *, int, mode_t) {
-        errno = EMFILE;
-        return -1;
-    });
+    doubles::libc::open.fail(EMFILE);
     expect_none(EMFILE);
 }
 
 TEST_F(PrivateFolders, ThatCanNotBeLockedAreRemoved) {
-    doubles::libc::flock.stand_in([](int, int) {
-        errno = ENOLCK;
-        return -1;
-    });
+    doubles::libc::flock.fail(ENOLCK);
     expect_none(ENOLCK);
 }
 

@@ -236,31 +236,19 @@ TEST_F(TrustedPath, InAWorkingFolderOfWhichNothingIsKnownIsNotClosed) {
     std::filesystem::current_path(in("a"));
     for (const unsigned which : {1u, 2u}) {
         doubles::restore_all();
-        doubles::libc::openat.stand_in([which](int folder, const char *name, int flags, mode_t mode) {
-            if (doubles::libc::openat.calls() == which) {
-                errno = EIO;
-                return -1;
-            }
-            return doubles::libc::openat.real(folder, name, flags, mode);
-        });
+        doubles::libc::openat.fail_call(which, EIO);
         expect_closed(false, "name");
     }
 }
 
 TEST_F(TrustedPath, OfWhichNothingIsKnownIsNone) {
-    doubles::libc::fstat.stand_in([](int, struct stat *) {
-        errno = EIO;
-        return -1;
-    });
+    doubles::libc::fstat.fail(EIO);
     expect_no_place(EIO, in("name"));
 }
 
 TEST_F(TrustedPath, WithALinkThatCannotBeReadIsNone) {
     link("a", "linked");
-    doubles::libc::readlinkat.stand_in([](int, const char *, char *, size_t) -> ssize_t {
-        errno = EIO;
-        return -1;
-    });
+    doubles::libc::readlinkat.fail(EIO);
     expect_no_place(EIO, in("linked/name"));
 }
 

@@ -82,10 +82,7 @@ TEST_F(BackupRecord, ASourceThatCantBeLookedAtIsNoEmptyOne) {
     write(kSource, "data");
     doubles::base::os_file_size.stand_in([](const char *) { return uint64_t{0}; });
     EXPECT_EQ(E_APPS_ERR_IO, append(kSource)); /* it can be by now */
-    doubles::libc::stat.stand_in([](const char *, struct stat *) {
-        errno = EACCES;
-        return -1;
-    });
+    doubles::libc::stat.fail(EACCES);
     EXPECT_EQ(E_APPS_ERR_IO, append(kSource));
     EXPECT_EQ("", file_text(kBackup));
     EXPECT_TRUE(logged_once(log(), kWarningLevel, "frwk_dbrm_backup_file",

@@ -205,10 +205,7 @@ TEST_F(BackupTrailer, IsNotTakenForTheLengthModulo4GiB) {
 }
 
 TEST_F(BackupTrailer, ThatCanNotBeCutOffIsAnIoError) {
-    doubles::libc::truncate.stand_in([](const char *, off_t) {
-        errno = EROFS;
-        return -1;
-    });
+    doubles::libc::truncate.fail(EROFS);
     expect_refused(packed(kBody, kMagic), E_APPS_ERR_IO,
                    with_errno("truncate restore file hdr error!", EROFS));
 }

@@ -57,12 +57,7 @@ class RestoreRecord : public DbrmTest {
         });
     }
 
-    static void sync_fails_with(int error) {
-        doubles::libc::fsync.stand_in([error](int) {
-            errno = error;
-            return -1;
-        });
-    }
+    static void sync_fails_with(int error) { doubles::libc::fsync.fail(error); }
 
     void expect_warning(const char *function, const std::string &text) {
         EXPECT_TRUE(logged_once(log(), kWarningLevel, function, text));
@@ -238,10 +233,7 @@ TEST_F(RestoreFile, ThatCanNotBeCreatedIsAnIoError) {
 
 TEST_F(RestoreFile, WithoutMemoryForItsStreamLeavesNoEmptyFile) {
     write(kTarget, "old");
-    doubles::libc::fdopen.stand_in([](int, const char *) -> std::FILE * {
-        errno = ENOMEM;
-        return nullptr;
-    });
+    doubles::libc::fdopen.fail(ENOMEM);
     EXPECT_EQ(E_APPS_ERR_IO, restore_file(kTarget, "data"));
     EXPECT_FALSE(exists(kTarget));
     expect_warning("frwk_dbrm_restore_file", with_errno("create file error!", ENOMEM));
@@ -270,10 +262,7 @@ TEST_F(RestoreFile, OnAFullDiskLeavesNoHalfFile) {
 }
 
 TEST_F(RestoreFile, ThatIsLostOnClosingLeavesNoHalfFile) {
-    doubles::libc::fflush.stand_in([](FILE *) {
-        errno = EIO;
-        return EOF;
-    });
+    doubles::libc::fflush.fail(EIO);
     EXPECT_EQ(E_APPS_ERR_WRITE, restore_file(kTarget, "data"));
     EXPECT_FALSE(exists(kTarget));
     expect_warning("frwk_dbrm_restore_file", with_errno("write restore target file error!", EIO));

@@ -193,10 +193,7 @@ TEST_F(Sysinfo, CountsOfA64BitKernelKeepTheirLow32Bits) {
 
 TEST_F(Sysinfo, WithoutAnAnswerOfTheKernelTheRecordIsLeftAlone) {
     LogCapture log;
-    doubles::libc::sysinfo.stand_in([](struct sysinfo *) {
-        errno = EFAULT;
-        return -1;
-    });
+    doubles::libc::sysinfo.fail(EFAULT);
     store(kOffset, "100");
     frwk_sysinfo info;
     frwk_sysinfo before;

@@ -148,9 +148,6 @@ TEST_F(TraceMaskFileTest, ReportsAShortWrite) {
 
 TEST_F(TraceMaskFileTest, ReportsAFullDisk) {
     leave_mask("old");
-    libc::fflush.stand_in([](FILE *) {
-        errno = ENOSPC;
-        return EOF;
-    });
+    libc::fflush.fail(ENOSPC);
     expect_failure(with_errno(kWriteError, ENOSPC));
 }

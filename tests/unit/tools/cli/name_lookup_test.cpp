@@ -67,7 +67,7 @@ TEST(NameLookup, ShowsWhatHasNoNameAsItsNumber) {
 }
 
 TEST(NameLookup, ListsWhatCanBeCompleted) {
-    EXPECT_EQ(549u, message_names().size());
+    EXPECT_EQ(549u, message_names_like("E_APPS_MSG_").size());
     EXPECT_EQ(45u, module_names().size());
 }
 

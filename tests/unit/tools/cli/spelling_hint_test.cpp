@@ -40,6 +40,11 @@ TEST(SpellingHint, SaysWhatIsUnknownAndWhatWasProbablyMeant) {
     EXPECT_EQ("unknown module 'xyz'", unknown_name("module", "xyz", {"wlan"}));
 }
 
+TEST(SpellingHint, ListsAShortListWhereNothingIsNear) {
+    EXPECT_EQ("unknown state 'of'; did you mean 'off'?", unknown_choice("state", "of", {"on", "off"}));
+    EXPECT_EQ("unknown state 'maybe'; one of: on, off", unknown_choice("state", "maybe", {"on", "off"}));
+}
+
 TEST(SpellingHint, AnotherShortNameIsNoSuggestion) {
     EXPECT_EQ("", nearest_name("b", {"a"}));
     EXPECT_EQ("", nearest_name("a", {"ab"}));

@@ -23,4 +23,12 @@ TEST(TextMatch, FindsNoPartThatIsNotThere) {
     EXPECT_FALSE(contains_like("wlan", "wan"));
 }
 
+TEST(TextMatch, MatchesThePatternsOfAShell) {
+    EXPECT_TRUE(matches_pattern("SYS_LANGUAGE_CHANGE", "sys_*_change"));
+    EXPECT_TRUE(matches_pattern("weather", "weathe[a-z]"));
+    EXPECT_TRUE(matches_pattern("weather", "weat?er"));
+    EXPECT_FALSE(matches_pattern("weather", "wea"));
+    EXPECT_FALSE(matches_pattern("weather", "*rain*"));
+}
+
 }  // namespace

@@ -63,6 +63,16 @@ TEST(AccessWords, AreNoneWhereAFileCanBeCreated) {
     EXPECT_EQ("", creation_problem("/no_such_folder_of_the_root_folder_/../../tmp/x"));
 }
 
+TEST(AccessWords, NameTheFileThatCanNotBeWritten) {
+    const TempFolder folder;
+    const std::string path = folder.file("closed", "");
+    fs::permissions(path, fs::perms::owner_read);
+    const ModesHold unprivileged;
+    EXPECT_EQ(own_place(path, "0400"), write_problem(path));
+    EXPECT_EQ("", write_problem(folder.file("open", "")));
+    EXPECT_EQ("", write_problem(folder.path("new")));
+}
+
 TEST(AccessWords, OfAFileThatIsGoneNameItAlone) {
     EXPECT_EQ("no access to /no/file", access_words("/no/file"));
     EXPECT_EQ("no access to no_file_here", access_words("no_file_here"));

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <ctime>
 
 namespace {
 
@@ -176,6 +177,20 @@ TEST(LogTimeZone, ADayIsADayAlsoWhenClocksChange) {
     const Zone zone("CET-1CEST,M11.4.0,M11.3.0/3"); /* the change to summer was this morning */
     EXPECT_EQ("2026-11-21 23:00:00", read("today"));
     EXPECT_EQ("2026-11-20 23:00:00", read("yesterday"));
+}
+
+std::time_t uptime() {
+    timespec running = {};
+    EXPECT_EQ(0, ::clock_gettime(CLOCK_BOOTTIME, &running));
+    return running.tv_sec;
+}
+
+TEST(LogTimeWords, KnowTheStartOfTheDevice) {
+    std::time_t time = 0;
+    const std::time_t before = uptime();
+    EXPECT_EQ("", read_time_word("Boot", kNow, &time));
+    EXPECT_GE(kNow - before, time);
+    EXPECT_LE(kNow - uptime() - 1, time);
 }
 
 TEST(LogTimeWords, AreTimes) {

@@ -116,6 +116,20 @@ TEST(ModuleScreen, Scrolls) {
     EXPECT_EQ(0u, page_of({50, 2}));
 }
 
+TEST(ModuleScreen, TheSummaryLeavesOutWhatDoesNotFit) {
+    const std::vector<ModuleReport> reports = {dead("lcd"), stopped("wlan"), stopped("wlans"),
+                                               stopped("wlanx")};
+    TopView view = sorted_by("name");
+    view.filter = "wl";
+    const auto summary = [&](size_t columns) { return screen_lines(reports, view, {columns, 5})[0].text; };
+    EXPECT_EQ("0 of 4 modules running, 1 in trouble, sorted by name, with 'wl', 1-2 of 3", summary(73));
+    EXPECT_EQ("0 of 4 modules running, 1 in trouble, with 'wl', 1-2 of 3", summary(72));
+    EXPECT_EQ("0 of 4 modules running, 1 in trouble, with 'wl'", summary(56));
+    EXPECT_EQ("0 of 4 modules running, 1 in trouble", summary(40));
+    EXPECT_EQ("0 of 4 modules running", summary(30));
+    EXPECT_EQ("0 of 4 modules runni", summary(20));
+}
+
 TEST(ModuleScreen, ShowsTheFilterWhileItIsTyped) {
     TopView view = sorted_by("name");
     view.reverse = true;

@@ -10,7 +10,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr char kJournal[] = "/tmp/m_tmp/zndb/journal";
+constexpr char kJournal[] = "/tmp/m_tmp/zndb/journal.plain";
 
 class StoreFiles : public testing::Test {
   protected:
@@ -50,6 +50,12 @@ TEST_F(StoreFiles, ALastLineOfTheJournalWithoutItsEndDoesNotCount) {
     EXPECT_EQ("a=1\n", plain());
 }
 
+TEST_F(StoreFiles, TheJournalOfAnOlderServiceHasTheLastWord) {
+    ASSERT_TRUE(write_text(kJournal, "P+a=1\nP+b=2\nP+c"));
+    ASSERT_TRUE(write_text("/tmp/m_tmp/zndb/journal", "M+a=3\nP+b=4\nP+d"));
+    EXPECT_EQ("a=1\nb=4\n", plain());
+}
+
 TEST_F(StoreFiles, AJournalThatNeverHoldsStillIsSaidSo) {
     fs::create_symlink("/proc/sys/kernel/random/uuid", kJournal); /* another text at each look */
     EXPECT_EQ("the database changes faster than it can be read", plain());
@@ -57,7 +63,7 @@ TEST_F(StoreFiles, AJournalThatNeverHoldsStillIsSaidSo) {
 
 TEST_F(StoreFiles, AJournalThatCannotBeReadIsSaidSo) {
     fs::create_directory(kJournal);
-    EXPECT_EQ("can't read /tmp/m_tmp/zndb/journal: Is a directory", plain());
+    EXPECT_EQ("can't read /tmp/m_tmp/zndb/journal.plain: Is a directory", plain());
 }
 
 }  // namespace

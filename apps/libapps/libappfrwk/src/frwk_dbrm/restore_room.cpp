@@ -82,12 +82,12 @@ bool has_room_for_text(uint64_t length, uint64_t lines) {
     if (is_on(file, paths::kPermanentDatabaseFolder)) {
         file.free -= std::min(file.free, file.rounded(growth_of_perm_store()));
     }
-    const Space journal = space_for(paths::kJournalFile, paths::kJournalFolder);
+    const Space journal = space_for(paths::kPlainJournal, paths::kJournalFolder);
     const uint64_t journal_size = length + lines * kJournalExtra;
     if (file.block != 0 && file.device == journal.device) {
         return has_room(paths::kPlainFile, file, file.rounded(length) + journal_size);
     }
-    return has_room(paths::kPlainFile, file, length) && has_room(paths::kJournalFile, journal, journal_size);
+    return has_room(paths::kPlainFile, file, length) && has_room(paths::kPlainJournal, journal, journal_size);
 }
 
 /* Counts the line ends in the next bytes of a file. */

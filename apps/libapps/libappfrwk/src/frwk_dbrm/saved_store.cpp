@@ -2,8 +2,8 @@
 
 #include <sys/stat.h>
 
-#include "formats/device_paths.h"
 #include "formats/store_line.h"
+#include "formats/store_values.h"
 #include "support/file_io.h"
 #include "support/unique_fd.h"
 
@@ -30,7 +30,7 @@ bool backup::is_damaged(const char *path) {
 }
 
 uint64_t backup::unsaved_bytes(StoreId store) {
-    const UniqueFd fd = open_file(paths::kJournalFile);
+    const UniqueFd fd = open_file(paths_of(store).journal);
     LineReader reader(fd.get());
     Line line = {};
     JournalRecord record = {};

@@ -98,10 +98,7 @@ TEST_F(AnswerWaitTest, AStormOfSignalsNeitherEndsTheWaitNorStartsTheClockAnew) {
 }
 
 TEST_F(AnswerWaitTest, ReportsAWaitThatFails) {
-    libc::poll.stand_in([](pollfd *, nfds_t, int) {
-        errno = ENOMEM;
-        return -1;
-    });
+    libc::poll.fail(ENOMEM);
     EXPECT_EQ(wait(), ipc::Waited::kFailed);
     EXPECT_EQ(errno, ENOMEM);
     EXPECT_EQ(log_.text(), "");

@@ -42,10 +42,7 @@ class IpcConnectTest : public ModuleTest {
         libc::socket.stand_in([this](int family, int type, int protocol) {
             return made_ = libc::socket.real(family, type, protocol);
         });
-        libc::connect.stand_in([error](int, const sockaddr *, socklen_t) {
-            errno = error;
-            return -1;
-        });
+        libc::connect.fail(error);
     }
     /* Answers the wait for the connection. */
     void wait_gives(int result, int error = 0) {
@@ -137,10 +134,7 @@ TEST_F(IpcConnectTest, HandsOverTheWholeAddress) {
 }
 
 TEST_F(IpcConnectTest, ReportsASocketThatCanNotBeMade) {
-    libc::socket.stand_in([](int, int, int) {
-        errno = ENFILE;
-        return -1;
-    });
+    libc::socket.fail(ENFILE);
     EXPECT_FALSE(Connection::open(kWlan, 3));
     EXPECT_TRUE(logged_once(log_, kWarningLevel, with_errno("socket create error!", ENFILE)));
     EXPECT_EQ(libc::connect.calls(), 0u);
@@ -286,18 +280,12 @@ TEST_F(IpcConnectTest, WaitsAtAFullQueueForTheRestOfTheLimitAfterASignal) {
 }
 
 TEST_F(IpcConnectTest, GivesUpAFullQueueWhenTheSocketCanNotBeMadeToWait) {
-    libc::fcntl.stand_in([](int, int, void *) {
-        errno = EIO;
-        return -1;
-    });
+    libc::fcntl.fail(EIO);
     expect_no_wait_at_a_full_queue();
 }
 
 TEST_F(IpcConnectTest, GivesUpAFullQueueWhenTheWaitCanNotBeLimited) {
-    libc::setsockopt.stand_in([](int, int, int, const void *, socklen_t) {
-        errno = EDOM;
-        return -1;
-    });
+    libc::setsockopt.fail(EDOM);
     expect_no_wait_at_a_full_queue();
 }
 

@@ -321,10 +321,7 @@ TEST_F(IpcSyncTest, NeedsOneWaitAndOneReadForASmallAnswer) {
 
 TEST_F(IpcSyncTest, ReportsAnAnswerThatCanNotBeWaitedFor) {
     const TestListener wlan("wlan");
-    libc::poll.stand_in([](pollfd *, nfds_t, int) {
-        errno = ENOMEM;
-        return -1;
-    });
+    libc::poll.fail(ENOMEM);
     EXPECT_EQ(ask(), 19);
     EXPECT_TRUE(logged_once(log_, kWarningLevel, with_errno("select recv error!", ENOMEM)));
     EXPECT_TRUE(logged_once(log_, kWarningLevel, "ipc recv rsp header failed!"));

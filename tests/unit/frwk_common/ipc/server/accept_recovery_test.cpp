@@ -87,10 +87,7 @@ TEST_F(AcceptRecoveryTest, NothingIsSaidWithoutADrop) {
 }
 
 TEST_F(AcceptRecoveryTest, AConnectionThatCouldNotBeTakenIsNotCounted) {
-    libc::accept4.stand_in([](int, sockaddr *, socklen_t *, int) {
-        errno = EMFILE;
-        return -1;
-    });
+    libc::accept4.fail(EMFILE);
     drop(1);
     recovery_.after_success();
     EXPECT_EQ(lines(), 0u);

@@ -180,10 +180,7 @@ TEST_F(ExchangeWatchTest, ASignalEndsTheWaitForARequest) {
 
 TEST_F(ExchangeWatchTest, ReportsAWaitForAReaderThatFails) {
     peer_writes(request(4 * 1024 * 1024));
-    libc::poll.stand_in([](pollfd *, nfds_t, int) {
-        errno = ENOMEM;
-        return -1;
-    });
+    libc::poll.fail(ENOMEM);
     serve();
     EXPECT_TRUE(logged_once(log_, kWarningLevel, with_errno("ipc send error!", ENOMEM)));
     EXPECT_TRUE(logged_once(log_, kWarningLevel, "send ipc rsp error!"));
@@ -201,10 +198,7 @@ TEST_F(ExchangeWatchTest, NamesNoModuleForASenderThatIsNone) {
 }
 
 TEST_F(ExchangeWatchTest, TellsOfAPeerThatTheKernelDoesNotKnow) {
-    libc::getsockopt.stand_in([](int, int, int, void *, socklen_t *) {
-        errno = ENOBUFS;
-        return -1;
-    });
+    libc::getsockopt.fail(ENOBUFS);
     handler_takes(2000);
     peer_writes(request(0));
     serve();

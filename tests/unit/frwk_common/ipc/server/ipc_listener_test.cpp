@@ -171,10 +171,7 @@ TEST_F(IpcListenerTest, ReplacesAPlainFile) {
 }
 
 TEST_F(IpcListenerTest, ReportsASocketThatCanNotBeMade) {
-    libc::socket.stand_in([](int, int, int) {
-        errno = EMFILE;
-        return -1;
-    });
+    libc::socket.fail(EMFILE);
     EXPECT_EQ(make(), -1);
     EXPECT_TRUE(
         logged_once(log_, kWarningLevel, "frwk_ipc_socket", with_errno("create ipc socket error!", EMFILE)));
@@ -182,10 +179,7 @@ TEST_F(IpcListenerTest, ReportsASocketThatCanNotBeMade) {
 }
 
 TEST_F(IpcListenerTest, IgnoresARefusedReuseOfTheAddress) {
-    libc::setsockopt.stand_in([](int, int, int, const void *, socklen_t) {
-        errno = ENOPROTOOPT;
-        return -1;
-    });
+    libc::setsockopt.fail(ENOPROTOOPT);
     ASSERT_GE(make(), 0);
     EXPECT_TRUE(logged_once(log_, kWarningLevel, "frwk_ipc_socket",
                             with_errno("set socket reuse address error!", ENOPROTOOPT)));
@@ -210,10 +204,7 @@ TEST_F(IpcListenerTest, HasItsModeBeforeItHasAFile) {
 
 TEST_F(IpcListenerTest, ReportsAModeThatCanNotBeSetAndClosesTheSocket) {
     watch_socket();
-    libc::fchmod.stand_in([](int, mode_t) {
-        errno = EPERM;
-        return -1;
-    });
+    libc::fchmod.fail(EPERM);
     EXPECT_EQ(make(), -1);
     EXPECT_TRUE(
         logged_once(log_, kWarningLevel, "frwk_ipc_socket", with_errno("set ipc socket mode error!", EPERM)));
@@ -231,10 +222,7 @@ TEST_F(IpcListenerTest, AFolderOfItsOwnInItsPlaceIsLeftAlone) {
 
 TEST_F(IpcListenerTest, ReportsAFailedBindAndClosesTheSocket) {
     watch_socket();
-    libc::bind.stand_in([](int, const sockaddr *, socklen_t) {
-        errno = EACCES;
-        return -1;
-    });
+    libc::bind.fail(EACCES);
     EXPECT_EQ(make(), -1);
     EXPECT_TRUE(
         logged_once(log_, kWarningLevel, "frwk_ipc_socket", with_errno("socket bind error!", EACCES)));
@@ -252,10 +240,7 @@ TEST_F(IpcListenerTest, ReportsAFolderThatCanNotBeMade) {
 
 TEST_F(IpcListenerTest, ReportsAFailedListenAndClosesTheSocket) {
     watch_socket();
-    libc::listen.stand_in([](int, int) {
-        errno = EADDRINUSE;
-        return -1;
-    });
+    libc::listen.fail(EADDRINUSE);
     EXPECT_EQ(make(), -1);
     EXPECT_TRUE(
         logged_once(log_, kWarningLevel, "frwk_ipc_socket", with_errno("socket listen error!", EADDRINUSE)));

@@ -250,10 +250,7 @@ TEST_F(IpcAcceptTest, DoesNotSpinWithoutAListener) {
         }
         std::this_thread::sleep_for(std::chrono::hours(1));
     });
-    libc::accept4.stand_in([](int, sockaddr *, socklen_t *, int) {
-        errno = EBADF;
-        return -1;
-    });
+    libc::accept4.fail(EBADF);
     std::thread(ipc::run_service, nullptr).detach();
     paused.get_future().wait();
     EXPECT_EQ(libc::accept4.calls(), 1u);
@@ -292,12 +289,7 @@ class IpcStartTest : public IpcServiceTest {
             return result;
         });
     }
-    static void sockets_fail() {
-        libc::socket.stand_in([](int, int, int) {
-            errno = EMFILE;
-            return -1;
-        });
-    }
+    static void sockets_fail() { libc::socket.fail(EMFILE); }
 
     static constexpr os_thread_t kThread = 4711;
     static constexpr int kSomeDescriptor = 1000000;

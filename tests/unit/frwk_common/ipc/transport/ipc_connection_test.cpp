@@ -330,10 +330,7 @@ TEST_F(IpcRecvTest, ReportsAStreamThatBreaksOff) {
 }
 
 TEST_F(IpcRecvTest, ReadsAStreamOnADescriptorThatCanNotBlock) {
-    libc::setsockopt.stand_in([](int, int, int, const void *, socklen_t) {
-        errno = EDOM;
-        return -1;
-    });
+    libc::setsockopt.fail(EDOM);
     libc::setsockopt.forget_calls();
     expect_to_read_a_stream(time_limit_was_tried);
     EXPECT_GT(wait_.waits(), 0u);
@@ -348,10 +345,7 @@ TEST_F(IpcSendTest, WritesMoreThanTheQueueHoldsWhileThePeerReads) {
 
 TEST_F(IpcSendTest, WritesAStreamOnADescriptorThatCanNotBlock) {
     reconnect(Mode::kNonBlocking);
-    libc::fcntl.stand_in([](int, int, void *) {
-        errno = EBADF;
-        return -1;
-    });
+    libc::fcntl.fail(EBADF);
     libc::fcntl.forget_calls();
     expect_to_write_a_stream(blocking_was_tried);
     EXPECT_GT(wait_.waits(), 0u);

@@ -11,13 +11,13 @@
 
 namespace {
 
-constexpr char kNews[] = "3 9 0 -";           /* E_APPS_MSG_SYS_LANGUAGE_CHANGE of module 3 */
-constexpr char kAgreementNews[] = "3 10 0 -"; /* E_APPS_MSG_SYS_USRAGREE_LANGUAGE_CHANGE */
+constexpr char kEvent[] = "3 9 0 -";           /* E_APPS_MSG_SYS_LANGUAGE_CHANGE of module 3 */
+constexpr char kAgreementEvent[] = "3 10 0 -"; /* E_APPS_MSG_SYS_USRAGREE_LANGUAGE_CHANGE */
 
 /* Module 3 changes the language, module 5 subscribed to the event, module 20 did not. */
-class LanguageNews : public ZndbTest {
+class LanguageEvent : public ZndbTest {
   protected:
-    LanguageNews() {
+    LanguageEvent() {
         std::filesystem::remove_all("/m_data/usr/subscribe");
         std::filesystem::create_directories("/m_data/usr/subscribe");
     }
@@ -43,10 +43,10 @@ class LanguageNews : public ZndbTest {
     ModuleProcess stranger_{20};
 };
 
-TEST_F(LanguageNews, ReachTheSubscriberAndNobodyElse) {
+TEST_F(LanguageEvent, ReachesTheSubscriberAndNobodyElse) {
     start_with_list("en#English,zh#Chinese");
     EXPECT_EQ("ret=1", changer_.ask("language ZH"));
-    EXPECT_TRUE(subscriber_.wait_for_message(kNews));
+    EXPECT_TRUE(subscriber_.wait_for_message(kEvent));
 
     EXPECT_EQ("ret=15", changer_.ask("async 20 77 3 -"));
     EXPECT_TRUE(stranger_.wait_for_message("3 77 0 -"));
@@ -55,26 +55,26 @@ TEST_F(LanguageNews, ReachTheSubscriberAndNobodyElse) {
     EXPECT_TRUE(changer_.messages().empty());
 }
 
-TEST_F(LanguageNews, TheLanguageSurvivesAPowerCutOnceTheyAreOut) {
+TEST_F(LanguageEvent, ComesAfterTheLanguageIsSafeFromAPowerCut) {
     start_with_list("en#English,zh#Chinese");
     EXPECT_EQ("ret=1", changer_.ask("language ZH"));
-    EXPECT_TRUE(subscriber_.wait_for_message(kNews));
+    EXPECT_TRUE(subscriber_.wait_for_message(kEvent));
     cut_power();
     EXPECT_EQ("ZH", plain("webs_language"));
 }
 
-TEST_F(LanguageNews, OfTheUserAgreementAreAnotherEvent) {
+TEST_F(LanguageEvent, OfTheUserAgreementIsAnotherOne) {
     start_with_list("en");
     ASSERT_EQ(0, zndb_set("webs_usragree_lang_support", "de,fr"));
     EXPECT_EQ("ret=0", stranger_.ask("sub E_APPS_MSG_SYS_USRAGREE_LANGUAGE_CHANGE"));
     EXPECT_EQ("ret=1", changer_.ask("agreement fr"));
-    EXPECT_TRUE(stranger_.wait_for_message(kAgreementNews));
+    EXPECT_TRUE(stranger_.wait_for_message(kAgreementEvent));
     EXPECT_EQ("fr", plain("webs_usragree_language"));
     EXPECT_EQ("ret 3", plain("webs_language"));
     EXPECT_TRUE(subscriber_.messages().empty());
 }
 
-TEST_F(LanguageNews, AreNotSpreadOfALanguageThatIsNotSupported) {
+TEST_F(LanguageEvent, IsNotPublishedForALanguageThatIsNotSupported) {
     start_with_list("en, zh");
     EXPECT_EQ("ret=0", changer_.ask("language zh"));
     EXPECT_TRUE(changer_.process().wait_for_error("frwk_language_change")) << changer_.process().errors();
@@ -83,21 +83,21 @@ TEST_F(LanguageNews, AreNotSpreadOfALanguageThatIsNotSupported) {
     expect_no_news();
 }
 
-TEST_F(LanguageNews, AreNotSpreadWithAListOf1023CharactersWithoutAComma) {
+TEST_F(LanguageEvent, IsNotPublishedWithAListOf1023CharactersWithoutAComma) {
     start_with_list(std::string(1023, 'x'));
     EXPECT_EQ("ret=0", changer_.ask("language en"));
     EXPECT_TRUE(changer_.process().wait_for_error("invalid language=en")) << changer_.process().errors();
     expect_no_news();
 }
 
-TEST_F(LanguageNews, AreNotSpreadWithoutADatabase) {
+TEST_F(LanguageEvent, IsNotPublishedWithoutADatabase) {
     EXPECT_EQ("ret=0", changer_.ask("language en"));
     EXPECT_TRUE(changer_.process().wait_for_error("zndb get supported language failed!"))
         << changer_.process().errors();
     expect_no_news();
 }
 
-TEST_F(LanguageNews, AreNotSpreadWhenTheLanguageCannotBeSaved) {
+TEST_F(LanguageEvent, IsNotPublishedWhenTheLanguageCannotBeSaved) {
     start_after("mount -t tmpfs -o ro tmpfs /m_data/usr/db");
     ASSERT_EQ(0, zndb_set("webs_language_support", "en"));
     ASSERT_EQ("ret=0", subscriber_.ask("sub E_APPS_MSG_SYS_LANGUAGE_CHANGE"));

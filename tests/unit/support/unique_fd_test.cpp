@@ -1,8 +1,6 @@
 /*
- * The owners of descriptors, streams and blocks.
+ * The owners of descriptors and streams.
  */
-#include "internal/unique_pipe.h"
-#include "support/owned_block.h"
 #include "support/unique_fd.h"
 
 #include <fcntl.h>
@@ -11,7 +9,7 @@
 #include <string>
 #include <type_traits>
 
-#include "support/memory_usage.h"
+#include "doubles/libc_doubles.h"
 
 namespace {
 
@@ -132,20 +130,27 @@ TEST(UniqueFile, ClosesItsStream) {
     EXPECT_FALSE(is_open(fd));
 }
 
-TEST(UniquePipe, WaitsForItsCommand) {
-    std::FILE *stream = os_popen("exec cat >/dev/null", "w");
-    ASSERT_NE(stream, nullptr);
-    const int fd = fileno(stream);
-    { const UniquePipe owner(stream); }
+TEST(OpenStream, OwnsTheDescriptorFromThenOn) {
+    const int fd = open_null();
+    {
+        const UniqueFile file = open_stream(UniqueFd(fd), "re");
+        ASSERT_TRUE(file);
+        EXPECT_EQ(fileno(file.get()), fd);
+    }
     EXPECT_FALSE(is_open(fd));
 }
 
-TEST(OwnedBlock, FreesItsBlock) {
-    const uint32_t before = live_blocks();
-    {
-        const OwnedBlock owner(os_mem_malloc(10));
-        ASSERT_TRUE(owner);
-        EXPECT_EQ(live_blocks(), before + 1);
-    }
-    EXPECT_EQ(live_blocks(), before);
+TEST(OpenStream, ClosesADescriptorThatGetsNoStream) {
+    const int fd = open_null();
+    doubles::libc::fdopen.fail(ENOMEM);
+    EXPECT_FALSE(open_stream(UniqueFd(fd), "re"));
+    EXPECT_EQ(errno, ENOMEM);
+    EXPECT_FALSE(is_open(fd));
+    doubles::restore_all();
+}
+
+TEST(OpenStream, MakesNoStreamOfNothing) {
+    doubles::restore_all();
+    EXPECT_FALSE(open_stream(UniqueFd(), "re"));
+    EXPECT_EQ(doubles::libc::fdopen.calls(), 0u);
 }
