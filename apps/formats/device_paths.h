@@ -35,6 +35,9 @@ inline constexpr char kBatchFile[] = "/tmp/m_tmp/zndb/journal.batch";
 /* Of a service that had one journal for all stores. */
 inline constexpr char kOldJournal[] = "/tmp/m_tmp/zndb/journal";
 
+/* All settings in shared memory: mapped by the service, and by clients to read. */
+inline constexpr char kViewFile[] = "/tmp/m_tmp/zndb/view";
+
 /* Added to a file's path while its successor is being written. */
 inline constexpr char kTemporarySuffix[] = ".tmp";
 

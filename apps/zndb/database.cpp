@@ -124,6 +124,12 @@ void Database::load() {
     drop_leftover(paths::kOldJournal);
 }
 
+void Database::observe(ChangeObserver &observer) {
+    const Lock lock(mutex_);
+    observer.began({store(StoreId::kPlain), store(StoreId::kPerm), store(StoreId::kFactory), defaults_});
+    observer_ = &observer;
+}
+
 void Database::load_one(Held &held) {
     drop_leftover(held.path);
     const LoadedFile loaded = load_store(held.path, held.store);
@@ -210,6 +216,12 @@ void Database::apply(const JournalRecord &record) {
     }
 }
 
+void Database::show(const JournalRecord *changes, size_t count) {
+    if (observer_ != nullptr) {
+        observer_->changed({changes, count});
+    }
+}
+
 /*
  * Earlier saves may have added the key to the file and removed it again without syncing either file. A power
  * cut could then bring back either file, so the file may still contain the key, whatever was read.
@@ -217,6 +229,7 @@ void Database::apply(const JournalRecord &record) {
 void Database::repeat(const JournalRecord &record) {
     apply(record);
     store(record.store).assume_in_file(record.key);
+    show(&record, 1);
 }
 
 bool Database::file_may_differ(StoreId id, std::string_view key) const {
@@ -262,6 +275,7 @@ apps_err_e_type Database::change(const JournalRecord &record) {
         return result_of_errno(error);
     }
     note_change(record);
+    show(&record, 1);
     shorten_if_overgrown(record.store);
     return E_APPS_ERR_SUCCESS;
 }

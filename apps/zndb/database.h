@@ -14,6 +14,7 @@
 
 #include "apps_err.h"
 #include "batch_file.h"
+#include "change_observer.h"
 #include "formats/journal_record.h"
 #include "formats/store_values.h"
 #include "formats/zndb_batch_wire.h"
@@ -34,6 +35,10 @@ class Database {
 
     /* Reads the files and the journals. Must be the first call; call it once. */
     void load();
+
+    /* Shows the present content, and each change from now on, to an observer. It must outlive the database.
+     */
+    void observe(ChangeObserver &observer);
 
     /*
      * Reads a value. kPlain falls back to kFactory, and that to the defaults; kPerm has no fallback.
@@ -143,6 +148,7 @@ class Database {
     void open_journals_of(StoreId id);
     void apply(const JournalRecord &record);
     void repeat(const JournalRecord &record);
+    void show(const JournalRecord *changes, size_t count);
     void note_change(const JournalRecord &record);
     void shorten_if_overgrown(StoreId id);
     apps_err_e_type change(const JournalRecord &record);
@@ -174,6 +180,7 @@ class Database {
     Store defaults_;
     UntilReboot until_reboot_;
     BatchFile batch_;
+    ChangeObserver *observer_ = nullptr;
     bool old_journal_gone_ = false;
 };
 

@@ -198,6 +198,7 @@ apps_err_e_type Database::change_all(const std::vector<JournalRecord> &records) 
     for (const JournalRecord &record : records) {
         note_change(record);
     }
+    show(records.data(), records.size());
     for (const StoreId id : kStoreIds) {
         shorten_if_overgrown(id);
     }

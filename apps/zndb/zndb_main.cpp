@@ -16,7 +16,10 @@
 #include "os_thread.h"
 #include "os_time.h"
 #include "own_files.h"
+#include "owner_mark.h"
 #include "service_manager.h"
+#include "view_access.h"
+#include "view_file.h"
 #include "zndb_handler.h"
 #include "zndb_words.h"
 
@@ -31,6 +34,9 @@ std::atomic<const OwnFiles *> g_s_own_files{nullptr};
 /* Created after the library has prepared the log; never freed, like the database. */
 std::atomic<const ServiceManager *> g_s_manager{nullptr};
 
+/* The main thread's, which lives as long as the process. */
+OwnerMark g_s_owner_mark;
+
 /*
  * Loaded by the first caller: the service thread may receive a message before the main thread gets here.
  * Never freed, since a message may end the process on any thread.
@@ -39,6 +45,7 @@ Database &database() {
     static Database *const loaded = [] {
         auto *made = new Database;
         made->load();
+        made->observe(*new ViewFile(paths::kViewFile, view_access(), &g_s_owner_mark));
         return made;
     }();
     return *loaded;
@@ -129,6 +136,7 @@ int main(int argc, char **argv) {
     if (const std::optional<int> status = answer_command_line(argc, argv)) {
         return *status;
     }
+    g_s_owner_mark.begin();
     frwk_module_init(E_APPS_MODULE_ZNDB, before_exit);
     g_s_own_files = new OwnFiles({paths::kZndbLock, paths::kZndbSocket});
     (void)database();

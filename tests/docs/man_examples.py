@@ -15,7 +15,7 @@ import time
 PATIENCE = 50
 SETTINGS = "lan_ip=192.168.0.1\nmtu=1500\n"
 LOG = "Nov  5 07:02:09 router wlan[17]: warning wlan.c main:1 ipc connect to module [sms] failed!\n"
-ENDLESS = re.compile(r"^apptest (subscribe|serve)\b|^logtool .*(--follow|-\w*f\b)|^(QUOR_\S+ )?zndb$")
+ENDLESS = re.compile(r"^apptest (subscribe|serve)\b|^logtool .*(--follow|-\w*f\b)|^zndb_tool watch\b|^(QUOR_\S+ )?zndb$")
 
 # The modules that run before a page's examples are typed; a page that plays one needs it absent.
 MODULES = {"apptest": ["monitor", "router"], "zndb": []}

@@ -1,8 +1,10 @@
 /*
  * The client of the database and the typed settings on top of it.
  */
+#include <atomic>
 #include <cstring>
 #include <filesystem>
+#include <utility>
 
 #include "faults/faulty_device.h"
 #include "frwk_utils.h"
@@ -221,6 +223,70 @@ std::vector<Scenario> batches() {
     };
 }
 
+/* Finds the view mapped. */
+void prepare_view() {
+    clear_value();
+    zndb_set("key", "value");
+    zndb_set_perm_data("key", "value");
+    (void)zndb_view_serial();
+}
+
+zndb_watcher *g_watcher = nullptr;
+std::atomic<int> g_told{0};
+
+void note_change(const zndb_change *, void *) {
+    ++g_told;
+}
+
+void end_watcher() {
+    if (g_watcher != nullptr) {
+        zndb_unwatch(g_watcher);
+    }
+    g_watcher = nullptr;
+}
+
+bool is_told() {
+    const int before = g_told;
+    zndb_set("key", stored("key") == "1" ? "2" : "1");
+    return wait_until([before] { return g_told > before; });
+}
+
+std::vector<Scenario> viewing() {
+    return {
+        Scenario("zndb_view_get")
+            .prepared(prepare_view)
+            .called([] { return zndb_view_get("key", g_value, sizeof(g_value)); })
+            .verified([] { return got("value"); })
+            .quiet(),
+        Scenario("zndb_view_get_perm")
+            .prepared(prepare_view)
+            .called([] { return zndb_view_get_perm("key", g_value, sizeof(g_value)); })
+            .verified([] { return got("value"); })
+            .quiet(),
+        Scenario("zndb_view_serial")
+            .prepared(prepare_view)
+            .called([] { return zndb_view_serial() != 0 ? 0 : 1; })
+            .quiet(),
+        Scenario("zndb_watch")
+            .prepared([] {
+                end_watcher();
+                prepare_view();
+            })
+            .called([] { return zndb_watch("key", note_change, nullptr, &g_watcher); })
+            .verified(is_told)
+            .unchanged([] { return g_watcher == nullptr; })
+            .keeping()
+            .failing({E_ZNDB_RET_FAILURE}),
+        Scenario("zndb_unwatch")
+            .prepared([] {
+                end_watcher();
+                zndb_watch("key", note_change, nullptr, &g_watcher);
+            })
+            .called([] { return zndb_unwatch(std::exchange(g_watcher, nullptr)); })
+            .quiet(),
+    };
+}
+
 std::vector<Scenario> typed() {
     return {
         Scenario("frwk_zndb_get_key_value")
@@ -308,6 +374,11 @@ TEST_F(DatabaseFaults, Reading) {
 TEST_F(DatabaseFaults, BatchesAndLists) {
     start_database();
     run_scenarios(batches());
+}
+
+TEST_F(DatabaseFaults, ViewAndWatch) {
+    start_database();
+    run_scenarios(viewing());
 }
 
 TEST_F(DatabaseFaults, TypedSettings) {

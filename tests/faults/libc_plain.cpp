@@ -6,6 +6,7 @@
 #include <pthread.h>
 #include <semaphore.h>
 #include <spawn.h>
+#include <sys/mman.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/statvfs.h>

@@ -1,6 +1,6 @@
 /*
- * More of the configuration database's client: several changes as one, compare and set, and lists of keys.
- * zndb.h has the ordinary calls.
+ * More of the configuration database's client: several changes as one, compare and set, lists of keys,
+ * reading without a request, and watching for changes. zndb.h has the ordinary calls.
  *
  * Every call that asks the database sends requests to the module zndb, keeps no state, and waits for each
  * answer as frwk_ipc_send_sync does, with a limit of 3 seconds. It returns a zndb_ret_e_type, or one of the
@@ -117,6 +117,88 @@ typedef int (*zndb_list_handler)(const char *key, const char *value, void *conte
  * may have been passed to the handler.
  */
 int zndb_list(zndb_store store, const char *prefix, zndb_list_handler handler, void *context);
+
+/* ---- reading without a request ---- */
+
+/*
+ * The database keeps all settings in shared memory too, /tmp/m_tmp/zndb/view. These calls read it without a
+ * lock, a request or a system call. Without it (an older database, or no right to read the file) they send
+ * the request that zndb.h has for it. A change is there when its call has returned, whoever made it.
+ */
+
+/*
+ * Reads a value of the plain store, or its default.
+ *
+ * value: receives the NUL-terminated text; undefined on failure. size: its bytes, the NUL included.
+ *
+ * Returns as zndb_get. While the database is not running, the last values are still read. Any thread may
+ * call, and a forked child as well.
+ */
+int zndb_view_get(const char *key, char *value, uint32_t size);
+
+/* Reads a value of the perm store, without defaults; otherwise as zndb_view_get. */
+int zndb_view_get_perm(const char *key, char *value, uint32_t size);
+
+/*
+ * Returns a number that grows with every change of any store, also when the database is started anew; 0 if
+ * this process can't read the view. As long as it is the same, so is every value. It wraps, without the 0.
+ * Any thread may call.
+ */
+uint32_t zndb_view_serial(void);
+
+/* ---- watching for changes ---- */
+
+/* What has happened to a key, or to a store. */
+typedef enum zndb_change_kind {
+    ZNDB_CHANGE_SET = 0,
+    ZNDB_CHANGE_DELETED = 1,
+    ZNDB_CHANGE_RESET = 2, /* the whole plain store was emptied; the key is "" */
+    ZNDB_CHANGE_RESYNC = 3 /* changes may have been missed, for example since the database was started anew:
+                              read again; the key is "" */
+} zndb_change_kind;
+
+/* A change. */
+typedef struct zndb_change {
+    zndb_store store; /* plain or perm; plain for a reset or resync */
+    zndb_change_kind kind;
+    const char *key;   /* valid during the call */
+    const char *value; /* the value at the time of the call; null unless kind is ZNDB_CHANGE_SET */
+} zndb_change;
+
+/* Receives the changes, one at a time. context: that of zndb_watch. */
+typedef void (*zndb_watch_handler)(const zndb_change *change, void *context);
+
+/* A watcher, made by zndb_watch. */
+typedef struct zndb_watcher zndb_watcher;
+
+/*
+ * Calls a handler for each change, after this call, of a key of the plain or the perm store that begins with
+ * a prefix. Of several changes of a key in a row at least the last one is told. A reset of the plain store,
+ * and a resync, is told to every watcher once; after it no older value of that store is told. Setting a key
+ * to the value that it has is no change.
+ *
+ * The handler runs on a thread of its watcher, with a stack of 256 KiB, so one that takes long holds up no
+ * other watcher. It may call the database, this call and zndb_unwatch. A process that can't read the view of
+ * the database, see zndb_view_get, is told nothing until it can. Without a database the call succeeds too: a
+ * resync tells when it has come. A forked child is told nothing by its parent's watchers.
+ *
+ * prefix: up to 31 characters, copied; "" for all keys. context: passed to the handler, may be null. watcher:
+ * receives the watcher, which the caller ends with zndb_unwatch; unchanged on failure.
+ *
+ * Returns 0; E_ZNDB_RET_FAILURE for a null prefix, handler or watcher, or without memory or a thread;
+ * E_ZNDB_RET_KEY_LEN for a prefix of 32 or more characters. Any thread may call.
+ */
+int zndb_watch(const char *prefix, zndb_watch_handler handler, void *context, zndb_watcher **watcher);
+
+/*
+ * Ends a watcher and frees it. After it has returned, no call of the handler begins. It waits for a call in
+ * progress, unless it is made inside of that call.
+ *
+ * watcher: may not be used any more.
+ *
+ * Returns 0, or E_ZNDB_RET_FAILURE for null. Any thread may call, once.
+ */
+int zndb_unwatch(zndb_watcher *watcher);
 
 #pragma GCC visibility pop
 #ifdef __cplusplus

@@ -452,7 +452,7 @@ TEST_F(ZndbTool, WrongUsageIsExplained) {
 TEST_F(ZndbTool, ShowsHelpWithExamples) {
     const std::string help = kTool.output_of({"--help"});
     for (const char *command :
-         {"get", "set", "del", "save", "reset", "dump", "export", "import", "backup", "restore"}) {
+         {"get", "set", "del", "save", "reset", "dump", "export", "import", "backup", "restore", "watch"}) {
         EXPECT_NE(std::string::npos, help.find(std::string("\n  ") + command + " ")) << command;
         const std::string own = kTool.output_of({command, "--help"});
         EXPECT_NE(std::string::npos, own.find(std::string("\n  zndb_tool ") + command)) << own;
