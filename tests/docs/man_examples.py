@@ -15,10 +15,13 @@ import time
 PATIENCE = 50
 SETTINGS = "lan_ip=192.168.0.1\nmtu=1500\n"
 LOG = "Nov  5 07:02:09 router wlan[17]: warning wlan.c main:1 ipc connect to module [sms] failed!\n"
-ENDLESS = re.compile(r"^apptest (subscribe|serve)\b|^logtool .*(--follow|-\w*f\b)|^zndb_tool watch\b|^(QUOR_\S+ )?zndb$")
+ENDLESS = re.compile(
+    r"^apptest (subscribe|serve)\b|^logtool .*(--follow|-\w*f\b)|^zndb_tool watch\b"
+    r"|^(QUOR_\S+ )?zndb$|^device-tree .*zndb$"
+)
 
 # The modules that run before a page's examples are typed; a page that plays one needs it absent.
-MODULES = {"apptest": ["monitor", "router"], "zndb": []}
+MODULES = {"apptest": ["monitor", "router"], "device-tree": [], "zndb": []}
 ALL_MODULES = ["monitor", "router", "wlan", "voice"]
 
 
@@ -100,6 +103,8 @@ def pattern(expected):
 
 
 def socket_of(command):
+    if command.startswith("device-tree "):
+        return None  # it listens in a tree of its own
     played = re.search(r"^apptest serve (\w+)", command)
     return played.group(1) if played else "zndb" if "zndb" in command else None
 
