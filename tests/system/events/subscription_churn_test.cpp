@@ -1,6 +1,7 @@
 /*
- * Many modules that change one event's file at random while others publish the event. A publisher takes no lock:
- * it may read a line in part while a subscriber rewrites the file, and ignores it. The file itself stays whole.
+ * Many modules that change one event's file at random while others publish the event. A publisher takes no
+ * lock: it may read a line in part while a subscriber rewrites the file, and ignores it. The file itself
+ * stays whole.
  */
 #include <gtest/gtest.h>
 
