@@ -36,4 +36,8 @@ class ChangeObserver {
 
     /* Changes that the stores already have, before they are answered. */
     virtual void changed(const Changes &changes) = 0;
+
+    /* Frees what the observer takes of the journals' file system, which is full. Returns whether it had any.
+     */
+    virtual bool free_room() = 0;
 };

@@ -269,7 +269,7 @@ void Database::shorten_if_overgrown(StoreId id) {
 apps_err_e_type Database::change(const JournalRecord &record) {
     int error = settle_batch();
     if (error == 0) {
-        error = journal_of(record.store).append(record);
+        error = with_room([&] { return journal_of(record.store).append(record); });
     }
     if (error != 0) {
         return result_of_errno(error);

@@ -6,6 +6,7 @@
  */
 #pragma once
 
+#include <cerrno>
 #include <cstddef>
 #include <cstdint>
 #include <initializer_list>
@@ -155,6 +156,12 @@ class Database {
     apps_err_e_type change_all(const std::vector<JournalRecord> &records);
     apps_err_e_type change_key(const JournalRecord &record);
     Journal &journal_of(StoreId id) { return held(id).journal; }
+    /* Writes to a journal, twice if its file system is full and the observer can free room in it. */
+    template <typename Append>
+    int with_room(Append append) {
+        const int error = append();
+        return error == ENOSPC && observer_ != nullptr && observer_->free_room() ? append() : error;
+    }
     int append_batch(const std::vector<JournalRecord> &records);
     int append_to_journals(const std::vector<JournalRecord> &records);
     int settle_batch();

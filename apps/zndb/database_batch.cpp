@@ -188,10 +188,10 @@ apps_err_e_type Database::change_all(const std::vector<JournalRecord> &records) 
     if (records.size() == 1) {
         return change(records[0]);
     }
-    int error = settle_batch();
-    if (error == 0) {
-        error = append_batch(records);
-    }
+    const int error = with_room([&] {
+        const int unsettled = settle_batch();
+        return unsettled != 0 ? unsettled : append_batch(records);
+    });
     if (error != 0) {
         return result_of_errno(error);
     }

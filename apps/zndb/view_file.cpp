@@ -169,6 +169,16 @@ void ViewFile::changed(const Changes &changes) {
     }
 }
 
+/* A change that is not in a journal is lost in a crash; readers without a view ask the service. */
+bool ViewFile::free_room() {
+    const bool has_file = static_cast<bool>(present_.memory);
+    if (has_file) {
+        looked_at_ = os_uptime_sec();
+        give_up(ENOSPC);
+    }
+    return has_file;
+}
+
 /* Gives a new file its owner and mode. Returns 0 or an errno value. */
 int ViewFile::settle(int fd, Made &made) const {
     if (access_.group != static_cast<gid_t>(-1) && ::fchown(fd, static_cast<uid_t>(-1), access_.group) != 0) {

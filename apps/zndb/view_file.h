@@ -27,6 +27,8 @@ class ViewFile : public ChangeObserver {
 
     void changed(const Changes &changes) override;
 
+    bool free_room() override;
+
   private:
     struct Made {
         MappedFile memory;

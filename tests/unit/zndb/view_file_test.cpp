@@ -51,6 +51,17 @@ class ViewFileTest : public DatabaseFixture {
         doubles::libc::fchmod.restore();
         doubles::libc::fchown.restore();
         doubles::libc::fstat.restore();
+        doubles::libc::write.restore();
+    }
+
+    static void let_the_view_fill_the_disk() {
+        doubles::libc::write.stand_in([](int fd, const void *data, size_t size) -> ssize_t {
+            if (::access(kViewFile.c_str(), F_OK) == 0) {
+                errno = ENOSPC;
+                return -1;
+            }
+            return doubles::libc::write.real(fd, data, size);
+        });
     }
 
     void show() {
@@ -153,6 +164,27 @@ TEST_F(ViewFileTest, WithoutMemoryForALargerOneItIsRemovedAndComesBack) {
     EXPECT_EQ(plain("k"), viewed("k"));
     EXPECT_EQ(std::string(1000, 'l'), viewed("long9"));
     EXPECT_LT(serial, Client(kViewFile).serial());
+}
+
+TEST_F(ViewFileTest, AJournalOnAFullDiskTakesItsRoom) {
+    show();
+    let_the_view_fill_the_disk();
+    EXPECT_EQ(0, database_->set(P, "k", "1"));
+    EXPECT_EQ("1", plain("k"));
+    EXPECT_EQ("P+k=1\n", content_of("/tmp/m_tmp/zndb/journal.plain"));
+    EXPECT_TRUE(log_.contains("no view for readers: can't write " + kViewFile)) << log_.text();
+}
+
+TEST_F(ViewFileTest, ABatchOnAFullDiskTakesItsRoom) {
+    show();
+    let_the_view_fill_the_disk();
+    ZndbBatchItems batch;
+    EXPECT_TRUE(batch.add({ItemKind::kSet, P, "a", "1"}));
+    EXPECT_TRUE(batch.add({ItemKind::kSet, StoreId::kPerm, "b", "2"}));
+    BatchAnswer answer = {};
+    EXPECT_EQ(0, database_->apply_batch(batch, answer));
+    EXPECT_EQ("1", plain("a"));
+    EXPECT_EQ("2", perm("b"));
 }
 
 TEST_F(ViewFileTest, EachFailedStepRemovesWhatItMade) {
