@@ -119,7 +119,8 @@ TEST_F(ZndbToolList, PrintsWhatAFileHasOtherwise) {
 
 TEST_F(ZndbToolList, RefusesAFileThatItCannotRead) {
     start();
-    kTool.expect_failure(2, "can't read /tmp/missing.txt: No such file or directory", {"diff", "/tmp/missing.txt"});
+    kTool.expect_failure(2, "can't read /tmp/missing.txt: No such file or directory",
+                         {"diff", "/tmp/missing.txt"});
     ASSERT_TRUE(write_text(kFile, "a=1\nno equals\n"));
     kTool.expect_failure(2, kFile + ":2: there is no '='", {"diff", kFile});
 }
