@@ -71,7 +71,8 @@ void pass_on(int signal, siginfo_t *info, void *context) {
 
 void handle(int signal, siginfo_t *info, void *context) {
     const int kept = errno;
-    if (!replace_map_with(reinterpret_cast<uintptr_t>(info->si_addr))) {
+    const bool replaced = replace_map_with(reinterpret_cast<uintptr_t>(info->si_addr));
+    if (!replaced) {
         pass_on(signal, info, context);
     }
     errno = kept;

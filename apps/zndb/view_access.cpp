@@ -32,6 +32,7 @@ std::optional<unsigned long> number_of(const char *text, int base, unsigned long
 }
 
 std::optional<unsigned long> group_of(const char *name) {
+    // cppcheck-suppress getgrnamCalled ; called once
     const group *found = ::getgrnam(name);  // NOLINT(concurrency-mt-unsafe): called once
     return found != nullptr ? std::optional<unsigned long>(found->gr_gid) : number_of(name, 10, INT32_MAX);
 }
