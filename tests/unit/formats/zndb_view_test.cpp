@@ -397,7 +397,7 @@ TEST_F(ZndbView, ABlockThatIsCutWhileItIsReadIsNotRead) {
     set(P, "k", "v");
     ASSERT_TRUE(reader_.start(position_));
     const Words sound = words_;
-    for (const size_t left : {0, 1, 5, 20, 34, 1023}) {
+    for (const size_t left : {size_t{0}, size_t{1}, size_t{5}, size_t{20}, size_t{34}, size_t{1023}}) {
         words_ = sound;
         std::fill(words_.begin() + static_cast<std::ptrdiff_t>(left), words_.end(), 0);
         EXPECT_FALSE(reader_.is_fresh()) << left;
@@ -505,7 +505,7 @@ TEST_F(ZndbView, AReaderNeverSeesAHalfChange) {
 }
 
 TEST(ZndbViewSize, IsAtMostThreeTimesThatOfTheTextsOfAThousandKeys) {
-    for (const size_t value : {10, 20, 100, 1000}) {
+    for (const size_t value : {size_t{10}, size_t{20}, size_t{100}, size_t{1000}}) {
         const size_t key = 10;
         const size_t size = view::size_for(1000, 1000 * view::record_size(key, value));
         EXPECT_LE(size, 3 * 1000 * (key + value)) << value;
