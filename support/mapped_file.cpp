@@ -45,7 +45,7 @@ void forget(void *data) {
     }
 }
 
-/* Puts zeros in the place of the map that has the address. Returns false if there is none. */
+/* Replaces the map that has the address by zeros. Returns false if no map has it. */
 bool replace_map_with(uintptr_t address) {
     for (const Range &range : g_ranges) {
         const uintptr_t begin = range.begin;

@@ -20,7 +20,7 @@ int BatchFile::open(int flags) {
     return fd_ ? 0 : open_journal_file(path_, O_RDWR | O_APPEND | flags, fd_);
 }
 
-/* One byte more than a batch can have shows that the text is none. */
+/* A text with one byte more than a batch can have is not a batch. */
 int BatchFile::read(std::string &text) const {
     text.resize(kBatchTextMax + 1);
     size_t count = 0;

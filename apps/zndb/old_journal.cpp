@@ -28,7 +28,7 @@ int report(const char *what, int error) {
     return error;
 }
 
-/* Returns 0 or an errno value; ENOENT if there is none. */
+/* Returns 0 or an errno value; ENOENT without an old journal. */
 int read_old_journal(OldContent &content) {
     UniqueFd fd;
     int error = make_journal_folder(paths::kOldJournal);

@@ -105,8 +105,8 @@ struct Totals {
     }
 };
 
-/* The status, or the one of a failure if what was printed can't be written. A reader that has had enough,
- * such as head, is none: the status is that of all functions. */
+/* The status, or the one of a failure if what was printed can't be written. A reader that has left,
+ * such as head, is no failure: the status is that of all functions. */
 int finish_output(int status) {
     if ((std::fflush(stdout) == 0 && std::ferror(stdout) == 0) || has_reader_left(errno)) {
         return status;

@@ -128,7 +128,7 @@ bool is_usable(const Map &map) {
     return reader_of(map).is_fresh() && (!is_owner_gone(map) || has_its_name(map));
 }
 
-/* Counts the caller as a user of the present map. Returns null if there is none. */
+/* Counts the caller as a user of the present map. Returns null without a present map. */
 Map *use_present() {
     for (;;) {
         Map *map = g_s_present.load();

@@ -36,7 +36,7 @@ class Pinned {
 };
 
 /*
- * Returns the present view; nothing if there is none that this process may read and trust. Without a system
+ * Returns the present view; nothing if this process may not read or trust it. Without a system
  * call as long as the view has not been replaced and its service lives.
  */
 Pinned pin();

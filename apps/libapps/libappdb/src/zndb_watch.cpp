@@ -103,7 +103,7 @@ bool start_with(zndb_watcher &watcher, const view::Reader &reader) {
     return true;
 }
 
-/* Reads the next change. Waits for one if there is none, while the view stays mapped. */
+/* Waits for the next change and reads it. The view stays mapped meanwhile. */
 view::Next read_next(zndb_watcher &watcher, view::Change &change) {
     const zndb_view::Pinned view = zndb_view::pin();
     if (!view) {
