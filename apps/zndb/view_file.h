@@ -1,7 +1,7 @@
 /*
  * The service's view in shared memory: all settings, for clients that read them without a request. Keeps the
- * file up to date, replaces it when it is too small, and tells its readers. Without memory for it there is no
- * file, and clients ask the service.
+ * file up to date, replaces it when it is too small, and tells its readers. Without memory for it, or when a
+ * journal needs its room, there is no file, and clients ask the service.
  *
  * One thread at a time: the database calls it with its lock held.
  */
