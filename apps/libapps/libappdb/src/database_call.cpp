@@ -4,16 +4,10 @@
 
 #include "formats/zndb_wire.h"
 #include "frwk_common.h"
-#include "internal/frwk_log.h"
-#include "zndb.h"
 
 namespace zndb {
 
-int check_arguments(LogName caller, bool all_given, const char *key) {
-    if (!all_given) {
-        FRWK_WARN(caller, "Parameter error!");
-        return E_ZNDB_RET_FAILURE;
-    }
+int check_key(LogName caller, const char *key) {
     if (std::strlen(key) >= ZNDB_KEY_LEN) {
         FRWK_WARN(caller, "KEY len >= %d error!", ZNDB_KEY_LEN);
         return E_ZNDB_RET_KEY_LEN;

@@ -7,7 +7,9 @@
 #include <cstdint>
 
 #include "apps_message.h"
+#include "internal/frwk_log.h"
 #include "internal/log_name.h"
+#include "zndb.h"
 
 namespace zndb {
 
@@ -21,8 +23,20 @@ struct Request {
     uint32_t answer_size;
 };
 
-/* Checks that all pointers were given, and the key's length. Returns 0 or the call's result. */
-int check_arguments(LogName caller, bool all_given, const char *key);
+/* Checks the key's length. Returns 0 or the call's result. */
+int check_key(LogName caller, const char *key);
+
+/*
+ * Checks that all pointers were given, and the key's length. Returns 0 or the call's result.
+ * It is inline so that a static analyzer sees that no null pointer gets past it.
+ */
+inline int check_arguments(LogName caller, bool all_given, const char *key) {
+    if (!all_given) {
+        FRWK_WARN(caller, "Parameter error!");
+        return E_ZNDB_RET_FAILURE;
+    }
+    return check_key(caller, key);
+}
 
 /* Checks the value's length. Returns 0 or the call's result. */
 int check_value(LogName caller, const char *value);

@@ -174,7 +174,7 @@ zndb_watcher *make_watcher(const char *prefix, zndb_watch_handler handler, void 
     static std::atomic<uint32_t> made{0};
     auto *watcher = new (std::nothrow) zndb_watcher();
     if (watcher != nullptr) {
-        std::strcpy(watcher->prefix, prefix);
+        std::memcpy(watcher->prefix, prefix, std::strlen(prefix) + 1);
         watcher->handler = handler;
         watcher->context = context;
         watcher->process = ::getpid();
