@@ -55,6 +55,9 @@ class CommandOption {
     /* May be given several times, each time with one value. */
     const CommandOption &repeated() const;
 
+    /* The help ends with the value that its variable has now: "Seconds to wait (2)". */
+    const CommandOption &shows_default() const;
+
   private:
     CLI::Option *option_;
 };
