@@ -8,6 +8,7 @@
 #include <iterator>
 
 #include "apptest/body_text.h"
+#include "cli/command.h"
 #include "device/module_words.h"
 
 namespace {
@@ -92,29 +93,18 @@ Number number_in(const std::string &bytes) {
     return number;
 }
 
-std::string signed_text(const std::string &bytes) {
+/* The types are those with 1, 2, 4 and 8 bytes. */
+template <typename One, typename Two, typename Four, typename Eight>
+std::string whole_text(const std::string &bytes) {
     switch (bytes.size()) {
-        case sizeof(int8_t):
-            return std::to_string(number_in<int8_t>(bytes));
-        case sizeof(int16_t):
-            return std::to_string(number_in<int16_t>(bytes));
-        case sizeof(int32_t):
-            return std::to_string(number_in<int32_t>(bytes));
+        case sizeof(One):
+            return std::to_string(number_in<One>(bytes));
+        case sizeof(Two):
+            return std::to_string(number_in<Two>(bytes));
+        case sizeof(Four):
+            return std::to_string(number_in<Four>(bytes));
         default:
-            return std::to_string(number_in<int64_t>(bytes));
-    }
-}
-
-std::string unsigned_text(const std::string &bytes) {
-    switch (bytes.size()) {
-        case sizeof(uint8_t):
-            return std::to_string(number_in<uint8_t>(bytes));
-        case sizeof(uint16_t):
-            return std::to_string(number_in<uint16_t>(bytes));
-        case sizeof(uint32_t):
-            return std::to_string(number_in<uint32_t>(bytes));
-        default:
-            return std::to_string(number_in<uint64_t>(bytes));
+            return std::to_string(number_in<Eight>(bytes));
     }
 }
 
@@ -137,9 +127,9 @@ std::string real_text(const std::string &bytes) {
 std::string number_text(Kind kind, const std::string &bytes) {
     switch (kind) {
         case Kind::kSigned:
-            return signed_text(bytes);
+            return whole_text<int8_t, int16_t, int32_t, int64_t>(bytes);
         case Kind::kUnsigned:
-            return unsigned_text(bytes);
+            return whole_text<uint8_t, uint16_t, uint32_t, uint64_t>(bytes);
         case Kind::kTruth:
             return without_nuls(bytes).empty() ? "false" : "true";
         default:
@@ -181,11 +171,7 @@ AnswerValue json_value(const std::string &bytes) {
 }  // namespace
 
 std::vector<std::string> answer_type_names() {
-    std::vector<std::string> names;
-    for (const Type &type : kTypes) {
-        names.emplace_back(type.name);
-    }
-    return names;
+    return names_of(kTypes);
 }
 
 uint32_t default_room(const std::string &type, uint32_t otherwise) {

@@ -192,9 +192,10 @@ void declare(CommandLineTool &tool) {
     g_options.add_timeout(load);
     g_options.add_room(load);
     g_options.add_limits(load, "requests");
-    load.add("--clients", g_options.clients, "Number of concurrent clients (1)")
+    load.add("--clients", g_options.clients, "Number of concurrent clients")
         .value("N")
-        .within(1, kMostClients);
+        .within(1, kMostClients)
+        .shows_default();
     load.add("--rate", g_options.rate, "Total request rate, per second (default: unlimited)")
         .value("N")
         .within_real(0.01, kHighestRate);

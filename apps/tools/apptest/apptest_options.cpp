@@ -54,21 +54,26 @@ void AppTestOptions::add_body(const Command &command) {
 }
 
 void AppTestOptions::add_timeout(const Command &command) {
-    command.add("--timeout", timeout, "Seconds for the module to accept it (3)")
+    command.add("--timeout", timeout, "Seconds for the module to accept it")
         .value("S")
+        .shows_default()
         .within(0, kLongestTimeout);
 }
 
 void AppTestOptions::add_whole_limit(const Command &command) {
     command
         .add("--timeout", whole_limit,
-             "Seconds for the whole call; default: 3 to accept the request, no limit for the answer")
+             "Seconds for the whole call; default: " + std::to_string(kRequestSeconds) +
+                 " to accept the request, no limit for the answer")
         .value("S")
         .within_real(0, kLongestTimeout);
 }
 
 void AppTestOptions::add_room(const Command &command) {
-    command.add("--room", room, "Maximum bytes of the answer (1024)").value("N").within(0, kMostRoom);
+    const std::string usual = std::to_string(kDefaultRoom);
+    command.add("--room", room, "Maximum bytes of the answer (" + usual + ")")
+        .value("N")
+        .within(0, kMostRoom);
 }
 
 void AppTestOptions::add_limits(const Command &command, const std::string &what) {

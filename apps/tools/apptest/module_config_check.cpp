@@ -8,6 +8,7 @@
 #include <pugixml.hpp>
 #include <set>
 
+#include "cli/command.h"
 #include "cli/name_lookup.h"
 #include "cli/spelling_hint.h"
 #include "formats/module_facility.h"
@@ -129,14 +130,6 @@ const Element *find_element(const std::string &name) {
     return found != std::end(kElements) ? found : nullptr;
 }
 
-Words element_names() {
-    Words names;
-    for (const Element &element : kElements) {
-        names.emplace_back(element.name);
-    }
-    return names;
-}
-
 /* ---- The file -------------------------------------------------------------------------------------- */
 
 class Checker {
@@ -229,7 +222,7 @@ class Checker {
     void check_element(const pugi::xml_node &element, bool first) {
         const Element *const known = find_element(element.name());
         if (known == nullptr) {
-            add(element, unknown_name("element", element.name(), element_names()) + ": ignored");
+            add(element, unknown_name("element", element.name(), names_of(kElements)) + ": ignored");
         } else if (!first) {
             add(element, "a second " + quoted(element.name()) + " of the same module is ignored");
         } else if (const std::string text = text_of(element); text.empty()) {

@@ -69,6 +69,11 @@ const CommandOption &CommandOption::repeated() const {
     return *this;
 }
 
+const CommandOption &CommandOption::shows_default() const {
+    option_->capture_default_str();
+    return *this;
+}
+
 CommandOption Command::flag(const char *name, bool &value, const std::string &purpose) const {
     return CommandOption(app_->add_flag(name, value, purpose));
 }

@@ -20,6 +20,16 @@ class CommandLineTool;
 /* Returns the possible words for a value. */
 using KnownWords = std::function<std::vector<std::string>()>;
 
+/* Such words: the names of a table's rows, in their order. */
+template <typename Table>
+std::vector<std::string> names_of(const Table &table) {
+    std::vector<std::string> names;
+    for (const auto &row : table) {
+        names.emplace_back(row.name);
+    }
+    return names;
+}
+
 /* The command line when a word of it is to be completed. */
 struct TypedWords {
     std::vector<std::string> before; /* the command, and all between it and the word */
@@ -54,6 +64,9 @@ class CommandOption {
 
     /* May be given several times, each time with one value. */
     const CommandOption &repeated() const;
+
+    /* The help ends with the value that its variable has now: "Seconds to wait (2)". */
+    const CommandOption &shows_default() const;
 
   private:
     CLI::Option *option_;

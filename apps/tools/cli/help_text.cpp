@@ -31,6 +31,11 @@ std::string option_name(const CLI::Option *option) {
     return option->get_name(false, true) + (has_value ? " " + value_name(*option) : "");
 }
 
+std::string purpose_of(const CLI::Option *option) {
+    const std::string &value = option->get_default_str();
+    return option->get_description() + (value.empty() ? "" : " (" + value + ")");
+}
+
 std::string usage(const CLI::App *app, const std::string &name, size_t width) {
     std::string line = (name.empty() ? app->get_name() : name) + " [OPTIONS]";
     for (const CLI::Option *option : app->get_options()) {
@@ -46,7 +51,7 @@ std::string options(const CLI::App *app, bool positional, size_t width) {
     for (const CLI::Option *option : app->get_options()) {
         if (option->get_positional() == positional && is_shown(option)) {
             const std::string name = positional ? option->get_name(true) : option_name(option);
-            lines += wrapped_pair(name, option->get_description(), width, kNameColumns);
+            lines += wrapped_pair(name, purpose_of(option), width, kNameColumns);
         }
     }
     return lines.empty() ? "" : (positional ? "\nArguments:\n" : "\nOptions:\n") + lines;

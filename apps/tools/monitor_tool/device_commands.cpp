@@ -114,9 +114,10 @@ void add_device_command(CommandLineTool &tool, const char *name, const char *pur
         std::string("monitor_tool ") + name + "\n" + "monitor_tool " + name + " --yes --reason 801\n",
         g_options.runs(command));
     added.flag("--yes", g_options.yes, "Don't ask");
-    added.add("--reason", g_options.reason, "A reason code for the monitor (0)")
+    added.add("--reason", g_options.reason, "A reason code for the monitor")
         .value("N")
-        .within(0, UINT32_MAX);
+        .within(0, UINT32_MAX)
+        .shows_default();
     g_options.add_timeout(added);
 }
 

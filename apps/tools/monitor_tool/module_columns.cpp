@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <iterator>
 
+#include "cli/command.h"
 #include "device/module_words.h"
 #include "frwk_module.h"
 #include "output/human_units.h"
@@ -181,11 +182,7 @@ bool comes_first(const Column &column, const ModuleReport &left, const ModuleRep
 }  // namespace
 
 std::vector<std::string> column_names() {
-    std::vector<std::string> names;
-    for (const Column &column : kColumns) {
-        names.emplace_back(column.name);
-    }
-    return names;
+    return names_of(kColumns);
 }
 
 std::vector<std::string> top_column_names() {

@@ -18,8 +18,9 @@ CommandOption MonitorOptions::add_modules(const Command &command, const std::str
 }
 
 void MonitorOptions::add_timeout(const Command &command) {
-    command.add("--timeout", timeout, "Seconds to wait for a module's answer (2)")
+    command.add("--timeout", timeout, "Seconds to wait for a module's answer")
         .value("S")
+        .shows_default()
         .within_real(kShortestTime, kLongestTimeout);
 }
 

@@ -224,9 +224,10 @@ void declare(CommandLineTool &tool) {
                               "monitor_tool status wlan sms -n 20\n",
                               g_options.runs(show_status));
     g_options.add_modules(status, "Names, aliases or ids of modules").required();
-    status.add("-n,--lines", g_options.lines, "Number of log lines of each module, 0 for none (5)")
+    status.add("-n,--lines", g_options.lines, "Number of log lines of each module, 0 for none")
         .value("N")
-        .within(0, kMostLines);
+        .within(0, kMostLines)
+        .shows_default();
     g_options.add_timeout(status);
     g_options.add_json(status);
 

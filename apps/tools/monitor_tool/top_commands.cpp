@@ -110,9 +110,10 @@ void declare(CommandLineTool &tool) {
     Command top = tool.add("top", "Show the modules, refreshed, until q or Ctrl-C",
                            "monitor_tool top --interval 0.5 --sort time\n", g_options.runs(watch_modules));
     g_options.add_order(top, "memory", top_column_names);
-    top.add("--interval", g_options.interval, "Seconds between two updates (2)")
+    top.add("--interval", g_options.interval, "Seconds between two updates")
         .value("S")
-        .within_real(MonitorOptions::kShortestTime, kLongestInterval);
+        .within_real(MonitorOptions::kShortestTime, kLongestInterval)
+        .shows_default();
     g_options.add_timeout(top);
 }
 

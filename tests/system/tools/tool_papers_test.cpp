@@ -3,7 +3,9 @@
  */
 #include <gtest/gtest.h>
 
+#include <regex>
 #include <string>
+#include <vector>
 
 #include "formats/module_facility.h"
 #include "formats/module_flags.h"
@@ -27,6 +29,22 @@ class ToolPapers : public testing::TestWithParam<const char *> {
         return all;
     }
 };
+
+/* An option whose help ends "(2)", and the 2. */
+struct Default {
+    std::string option;
+    std::string value;
+};
+
+std::vector<Default> defaults_in(const std::string &help) {
+    static const std::regex kValue("\\(([0-9.]+)\\)\n");
+    std::vector<Default> all;
+    for (std::sregex_iterator at(help.begin(), help.end(), kValue), end; at != end; ++at) {
+        const size_t option = help.rfind("--", static_cast<size_t>(at->position()));
+        all.push_back({help.substr(option, help.find(' ', option) - option), at->str(1)});
+    }
+    return all;
+}
 
 std::string escaped(std::string name) {
     for (size_t at = 0; (at = name.find('-', at)) != std::string::npos; at += 2) {
@@ -52,6 +70,32 @@ TEST_P(ToolPapers, TheManPageHasEveryCommandAndEveryOption) {
         }
     }
 }
+
+/* The paragraph of an option that has a value. */
+std::string paragraph_of(const std::string &page, const std::string &option) {
+    const size_t begin = page.find(escaped(option) + " \"");
+    return begin == std::string::npos ? "" : page.substr(begin, page.find("\n.TP", begin) - begin);
+}
+
+class ToolDefaults : public ToolPapers {};
+
+TEST_P(ToolDefaults, OfTheHelpAreInTheManPage) {
+    const std::string text = file_text(page());
+    size_t found = 0;
+    for (const std::string &command : completions("''")) {
+        const ToolEnd help = run_tool({GetParam(), command, "--help"});
+        for (const Default &each : defaults_in(help.output)) {
+            const std::string paragraph = paragraph_of(text, each.option);
+            EXPECT_TRUE(std::regex_search(paragraph, std::regex("default " + each.value + "[.,]")))
+                << paragraph;
+            ++found;
+        }
+    }
+    EXPECT_LT(0u, found);
+}
+
+INSTANTIATE_TEST_SUITE_P(, ToolDefaults, testing::Values("apptest", "monitor_tool"),
+                         [](const auto &param) { return std::string(param.param); });
 
 TEST(ToolPage, OfApptestHasEveryTypeOfAnAnswer) {
     const std::string page = file_text(TOOLS_SOURCE "/man/apptest.1");

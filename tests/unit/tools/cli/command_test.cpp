@@ -34,4 +34,23 @@ TEST(Command, GroupsAreDeclaredByPlaceWhateverTheirOrderInTheProgram) {
     EXPECT_EQ("first\nmiddle\nlast\n", testing::internal::GetCapturedStdout());
 }
 
+TEST(Command, TheHelpShowsTheDefaultsThatAnOptionsVariableHas) {
+    CommandLineTool tool(kWords);
+    double seconds = 2.5;
+    uint32_t lines = 0;
+    std::string text;
+    const Command act = tool.add("act", "", "tool act\n", [] { return ExitCode::kDone; });
+    act.add("--seconds", seconds, "Seconds to wait").value("S").within_real(0, 9).shows_default();
+    act.add("--lines", lines, "Lines").value("N").shows_default();
+    act.add("--text", text, "A text").value("TEXT");
+    std::string words[] = {"tool", "act", "--help"};
+    char *argv[] = {words[0].data(), words[1].data(), words[2].data(), nullptr};
+    testing::internal::CaptureStdout();
+    EXPECT_EQ(ExitCode::kDone, tool.run(3, argv));
+    const std::string help = testing::internal::GetCapturedStdout();
+    EXPECT_NE(std::string::npos, help.find("Seconds to wait (2.5)\n")) << help;
+    EXPECT_NE(std::string::npos, help.find("Lines (0)\n")) << help;
+    EXPECT_NE(std::string::npos, help.find("A text\n")) << help;
+}
+
 }  // namespace
