@@ -97,6 +97,18 @@ TEST_F(RestoreRoom, IncludesThatOfThePresentFile) {
     EXPECT_FALSE(has_room());
 }
 
+/* The database gives the file before the last save up for want of space. */
+TEST_F(RestoreRoom, IncludesThatOfThePreviousFile) {
+    limit({{kFolder, 0}, {kJournalFolder, 9}});
+    const std::string previous = std::string(kUserData) + ".previous";
+    write(previous, std::string(5000, '#'));
+    EXPECT_TRUE(has_room());
+    std::filesystem::create_hard_link(previous, previous + ".kept");
+    EXPECT_FALSE(has_room());
+    std::filesystem::remove(previous);
+    std::filesystem::remove(previous + ".kept");
+}
+
 TEST_F(RestoreRoom, DoesNotIncludeThatOfADamagedFileWhichTheDatabaseKeeps) {
     limit({{kFolder, 0}, {kJournalFolder, 9}});
     write(kUserData, "a=1\nbad\n" + std::string(5000, '#') + "\n");
