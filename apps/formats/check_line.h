@@ -34,6 +34,10 @@ bool is_zndb_comment(std::string_view line);
 /* The beginning of a check line. */
 inline constexpr std::string_view kCheckLineBegin = "#zndb format=";
 
+/* What the check line adds to a file at most, its LF included. */
+inline constexpr size_t kCheckLineRoom =
+    std::string_view("#zndb format=1 generation=18446744073709551615 check=0123abcd\n").size();
+
 /* Whether it is a check line, or what is left of one. */
 bool begins_check_line(std::string_view line);
 

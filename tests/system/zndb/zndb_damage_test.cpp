@@ -31,6 +31,7 @@ class ZndbDamage : public ZndbTest {
 
 TEST_F(ZndbDamage, IsToldByAWarningAndAnEventAndThePreviousFileIsUsed) {
     RawServer listener("sms");
+    std::filesystem::create_directories("/m_data/usr/subscribe");
     ASSERT_TRUE(write_text("/m_data/usr/subscribe/ZNDB_STORE_DAMAGED", "sms\n"));
     save_twice();
     ASSERT_TRUE(write_text(kPlainFile, "k=3\n" + file_text(kPlainFile).substr(4)));

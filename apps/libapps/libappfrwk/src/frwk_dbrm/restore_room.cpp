@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cstdio>
 
+#include "formats/check_line.h"
 #include "formats/device_paths.h"
 #include "frwk_dbrm/format/backup_format.h"
 #include "frwk_dbrm/saved_store.h"
@@ -95,11 +96,13 @@ bool has_room_for_text(uint64_t length, uint64_t lines) {
         file.free -= std::min(file.free, file.rounded(growth_of_perm_store()));
     }
     const Space journal = space_for(paths::kPlainJournal, paths::kJournalFolder);
+    const uint64_t file_size = length + kCheckLineRoom;
     const uint64_t journal_size = length + lines * kJournalExtra;
     if (file.block != 0 && file.device == journal.device) {
-        return has_room(paths::kPlainFile, file, file.rounded(length) + journal_size);
+        return has_room(paths::kPlainFile, file, file.rounded(file_size) + journal_size);
     }
-    return has_room(paths::kPlainFile, file, length) && has_room(paths::kPlainJournal, journal, journal_size);
+    return has_room(paths::kPlainFile, file, file_size) &&
+           has_room(paths::kPlainJournal, journal, journal_size);
 }
 
 /* Counts the line ends in the next bytes of a file. */
