@@ -115,7 +115,7 @@ expect 'not read: E_APPS_ERR_NOTFOUND' ask get lan_ip
 expect 'E_APPS_ERR_SUCCESS' ask set lan_ip 192.168.0.1
 expect '192.168.0.1' ask get lan_ip
 expect 'E_APPS_ERR_SUCCESS' ask save
-expect 'lan_ip=192.168.0.1' cat /m_data/usr/db/user_data.txt
+expect 'lan_ip=192.168.0.1' grep -v '^#' /m_data/usr/db/user_data.txt
 echo "  kill -KILL $zndb"
 { kill -KILL "$zndb" && wait "$zndb"; } 2> /dev/null || true
 expect 'not read: E_APPS_ERR_BUSY' ask get lan_ip

@@ -41,6 +41,10 @@ inline constexpr char kViewFile[] = "/tmp/m_tmp/zndb/view";
 /* Added to a file's path while its successor is being written. */
 inline constexpr char kTemporarySuffix[] = ".tmp";
 
+/* Added to the path of a store's file: the file before the last save, and those that were set aside. */
+inline constexpr char kPreviousSuffix[] = ".previous";
+inline constexpr char kDamagedMark[] = ".damaged-";
+
 /* ---- what users set, and what outlives their reset ---- */
 
 inline constexpr char kDataFolder[] = "/m_data";

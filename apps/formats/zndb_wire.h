@@ -9,11 +9,19 @@
 #include <string_view>
 
 #include "apps_err.h"
+#include "apps_message.h"
 #include "formats/entry_line.h"
 #include "zndb.h"
 
 /* The module's limit for each request, in seconds. */
 inline constexpr unsigned kZndbTimeoutSeconds = 3;
+
+/*
+ * The event of a store's file that was damaged, with the name under which it was set aside as its body, a
+ * text with its NUL. Its identifier is none of the public ones.
+ */
+inline constexpr char kStoreDamagedEvent[] = "ZNDB_STORE_DAMAGED";
+inline constexpr apps_message_id_e_type kStoreDamagedMessage = 2103;
 
 /* The body of a set: both texts are NUL-terminated, the rest of each field is zero. */
 struct zndb_kv_t {

@@ -130,10 +130,22 @@ void Database::observe(ChangeObserver &observer) {
     observer_ = &observer;
 }
 
+Database::FileState Database::state_of(const LoadedStore &loaded) {
+    if (loaded.is_file_damaged && !loaded.set_aside.empty()) {
+        return FileState::kSetAside;
+    }
+    return loaded.is_file_damaged || loaded.lines == Lines::kSomeSkipped ? FileState::kDamaged
+                                                                         : FileState::kSound;
+}
+
 void Database::load_one(Held &held) {
     drop_leftover(held.path);
-    const LoadedFile loaded = load_store(held.path, held.store);
-    held.file = loaded.lines == Lines::kSomeSkipped ? FileState::kDamaged : FileState::kSound;
+    const LoadedStore loaded = load_newest(held.path, held.store);
+    held.file = state_of(loaded);
+    held.generation = loaded.generation;
+    if (!loaded.set_aside.empty()) {
+        set_aside_.push_back(loaded.set_aside);
+    }
     if (loaded.error != 0) {
         held.store.mark_partly_read();
         OS_LOG(OS_LOG_WARNING, "%s unreadable: loaded %zu keys, will not be overwritten", held.path,
@@ -353,8 +365,10 @@ void Database::look_for_file(Held &held) {
 }
 
 apps_err_e_type Database::replace_file(Held &held) {
-    const bool damaged = held.file == FileState::kDamaged;
-    const SavedFile saved = save_store(held.path, held.store, held.folders, held.old_file());
+    const bool damaged = held.file == FileState::kDamaged || held.file == FileState::kSetAside;
+    const SavedFile saved =
+        save_store(held.path, held.store, held.folders, held.old_file(), held.generation + 1);
+    held.generation += saved.in_place ? 1 : 0;
     if (saved.error != 0) {
         held.folders = Folders::kPerhapsNew;
         held.file = damaged && saved.in_place ? FileState::kPerhapsNotOnDisk : held.file;

@@ -10,6 +10,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <initializer_list>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -24,7 +25,7 @@
 #include "journal.h"
 #include "os_thread.h"
 #include "store.h"
-#include "store_file.h"
+#include "store_recovery.h"
 #include "until_reboot.h"
 
 class Database {
@@ -40,6 +41,9 @@ class Database {
     /* Shows the present content, and each change from now on, to an observer. It must outlive the database.
      */
     void observe(ChangeObserver &observer);
+
+    /* The damaged files that load has set aside, by their new names. */
+    const std::vector<std::string> &set_aside() const { return set_aside_; }
 
     /*
      * Reads a value. kPlain falls back to kFactory, and that to the defaults; kPerm has no fallback.
@@ -108,7 +112,8 @@ class Database {
   private:
     enum class FileState {
         kSound,
-        kDamaged,         /* lines of it were skipped */
+        kDamaged,         /* lines of it were skipped, or it could not be set aside */
+        kSetAside,        /* it is damaged, and has a second name */
         kPerhapsNotOnDisk /* somebody removed it; or a power cut may bring back the damaged one before it */
     };
 
@@ -124,6 +129,7 @@ class Database {
         size_t deletes = 0; /* since the journal was last rewritten; a start would replay all of them */
         Folders folders = Folders::kPerhapsNew;
         FileState file = FileState::kSound;
+        uint64_t generation = 0; /* of the file */
 
         /* Whether a save has something to write. */
         bool changed() const { return store.changed() || needs_cleaning(); }
@@ -133,7 +139,11 @@ class Database {
             return file != FileState::kSound && store.basis() != Basis::kPartOfFile;
         }
 
-        OldFile old_file() const { return file == FileState::kDamaged ? OldFile::kIsKept : OldFile::kGoes; }
+        OldFile old_file() const {
+            return file == FileState::kDamaged    ? OldFile::kIsKept
+                   : file == FileState::kSetAside ? OldFile::kWasKept
+                                                  : OldFile::kBecomesPrevious;
+        }
     };
 
     const Held &held(StoreId id) const { return held_[static_cast<size_t>(id)]; }
@@ -145,6 +155,7 @@ class Database {
     bool file_may_differ(StoreId id, std::string_view key) const;
     void load_one(Held &held);
     int open_own_journal(StoreId id);
+    static FileState state_of(const LoadedStore &loaded);
     apps_err_e_type open_journal(StoreId id);
     void open_journals_of(StoreId id);
     void apply(const JournalRecord &record);
@@ -188,6 +199,7 @@ class Database {
     UntilReboot until_reboot_;
     BatchFile batch_;
     ChangeObserver *observer_ = nullptr;
+    std::vector<std::string> set_aside_;
     bool old_journal_gone_ = false;
 };
 

@@ -26,6 +26,15 @@ void Store::load(std::string_view key, StoreValue value) {
     values_.insert_or_assign(std::string(key), std::move(value));
 }
 
+bool Store::carry(std::string line) {
+    if (line.size() >= kCarriedMax - carried_size_) {
+        return false;
+    }
+    carried_size_ += line.size() + 1;
+    carried_.push_back(std::move(line));
+    return true;
+}
+
 void Store::set(std::string_view key, StoreValue value) {
     const bool perhaps = basis_ == Basis::kPartOfFile || find(key) != nullptr;
     load(key, std::move(value));
@@ -47,6 +56,8 @@ void Store::erase(std::string_view key) {
 void Store::clear() {
     values_.clear();
     changes_.clear();
+    carried_.clear();
+    carried_size_ = 0;
     basis_ = Basis::kNothing;
 }
 

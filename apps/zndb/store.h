@@ -9,6 +9,7 @@
 #include <map>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "formats/entry_line.h"
 #include "formats/store_values.h"
@@ -41,6 +42,9 @@ enum class Savable {
     kOverfull  /* the store has more keys than a file may have */
 };
 
+/* The maximum bytes of the lines that a store carries along. */
+inline constexpr size_t kCarriedMax = 65536;
+
 class Store {
   public:
     using Values = StoreValues;
@@ -60,6 +64,13 @@ class Store {
     /* Adds a key of the file; not a change. */
     void load(std::string_view key, StoreValue value);
 
+    /*
+     * Keeps a line of the file that this service doesn't understand, so that the next save writes it again.
+     * Returns false if there are too many.
+     */
+    bool carry(std::string line);
+    const std::vector<std::string> &carried() const { return carried_; }
+
     /* Sets a value. The caller has checked that there is room. */
     void set(std::string_view key, StoreValue value);
 
@@ -69,7 +80,8 @@ class Store {
      */
     void erase(std::string_view key);
 
-    /* Deletes all keys. The file's content becomes irrelevant, even if the file was unreadable. */
+    /* Deletes all keys and what is carried along. The file's content becomes irrelevant, even if the file was
+     * unreadable. */
     void clear();
 
     /* Reverts a key's change. saved: the file's value, or null for none. */
@@ -97,5 +109,7 @@ class Store {
   private:
     Values values_;
     Changes changes_;
+    std::vector<std::string> carried_;
+    size_t carried_size_ = 0;
     Basis basis_ = Basis::kFile;
 };

@@ -1,11 +1,14 @@
 /*
- * The file of a store: lines of key=value sorted by key. Lines that begin with '#' and empty lines are
- * ignored, and lost when the file is rewritten. One thread at a time.
+ * The file of a store: lines of key=value sorted by key, and the check line. Comments and empty lines are
+ * ignored, and lost when the file is rewritten, but for what services have written: a line of a newer one is
+ * carried along. One thread at a time.
  */
 #pragma once
 
+#include <cstdint>
 #include <string>
 
+#include "file_check.h"
 #include "store.h"
 
 enum class Lines {
@@ -20,8 +23,16 @@ struct LoadedFile {
 };
 
 /*
- * Loads a file into a store. Malformed lines are reported and skipped. A missing file counts as empty.
+ * Loads a file into a store. Malformed lines are reported and skipped; of a sound file they are carried
+ * along. A missing file counts as empty. check: that of the file; one that is damaged is
+ * loaded all the same, as far as it can be read.
  */
+LoadedFile read_store_file(const std::string &path, const FileCheck &check, Store &store);
+
+/* Logs that a file could not be read. */
+void report_unreadable(const std::string &path, int error);
+
+/* The same for a file that is checked, and logged if it can't be read. */
 LoadedFile load_store(const std::string &path, Store &store);
 
 /* The result of a save. */
@@ -38,18 +49,22 @@ enum class Folders {
 
 /* What happens to the old file. */
 enum class OldFile {
-    kGoes,
-    kIsKept /* beside the new one, as it is damaged */
+    kBecomesPrevious,
+    kIsKept, /* beside the new one, as lines of it were skipped */
+    kWasKept /* it is damaged, and was set aside when it was read */
 };
 
 /*
  * Replaces a file by the content of the store, atomically and durably. Creates missing folders. Fails, and
- * changes nothing, if the old file must be kept and can't be.
+ * changes nothing, if the old file must be kept and can't be. On a full disk the previous file makes room.
+ * generation: that of the new file.
  */
-SavedFile save_store(const std::string &path, const Store &store, Folders folders, OldFile old_file);
+SavedFile save_store(const std::string &path, const Store &store, Folders folders, OldFile old_file,
+                     uint64_t generation);
 
 /*
  * Tries whether the store could be saved empty, and then with its present values again: does all that these
- * saves would do, except to replace the file, and leaves nothing. Returns 0 or an errno value; logs nothing.
+ * saves would do, except to replace the file, and leaves nothing. On a full disk it gives the previous file
+ * up, as the saves would do. Returns 0 or an errno value; logs nothing else.
  */
 int rehearse_emptying(const std::string &path, const Store &store, Folders folders, OldFile old_file);

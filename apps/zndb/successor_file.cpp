@@ -71,9 +71,16 @@ void SuccessorFile::add(std::string_view text) {
     }
 }
 
-int SuccessorFile::discard() {
+int SuccessorFile::sync() {
     flush();
-    if (error_ == 0 && (::fsync(file_.fd()) != 0 || !file_.discard() || !file_.sync_folder())) {
+    if (error_ == 0 && ::fsync(file_.fd()) != 0) {
+        error_ = errno;
+    }
+    return error_;
+}
+
+int SuccessorFile::discard() {
+    if (sync() == 0 && (!file_.discard() || !file_.sync_folder())) {
         error_ = errno;
     }
     return error_;

@@ -40,6 +40,9 @@ class SuccessorFile {
      */
     int discard();
 
+    /* Writes and syncs all content, so that put_in_place with Sync::kNames follows. Returns 0 or errno. */
+    int sync();
+
     /*
      * Replaces the file by the new content. Returns 0, or the errno value of the first failure; then
      * the file has its old content, unless only its folder could not be synced.

@@ -69,6 +69,14 @@ bool is_superseded() {
     return true;
 }
 
+/* Tells the subscribers of each damaged file. Not where requests wait, since a subscriber may hang. */
+void publish_damage() {
+    for (const std::string &path : database().set_aside()) {
+        frwk_ipc_msg_pub(kStoreDamagedEvent, kStoreDamagedMessage, path.c_str(),
+                         static_cast<uint32_t>(path.size() + 1));
+    }
+}
+
 bool is_reading(apps_message_id_e_type msgid) {
     return msgid == E_APPS_MSG_ZNDB_GET || msgid == E_APPS_MSG_ZNDB_GET_PERM ||
            msgid == E_APPS_MSG_ZNDB_GET_DEF || msgid == kZndbListMessage;
@@ -97,13 +105,18 @@ void report_end() {
 }
 
 /* Checks regularly, since a database that has lost its socket receives no more requests. */
-void *watch_own_files(void *) {
+[[noreturn]] void watch_own_files() {
     for (;;) {
         frwk_sleep(kLookPauseMs);
         if (is_superseded()) {
             end_superseded();
         }
     }
+}
+
+void *run_beside(void *) {
+    publish_damage();
+    watch_own_files();
 }
 
 apps_err_e_type answer_message(uint32_t src, apps_message_id_e_type msgid, const void *data, int32_t data_len,
@@ -141,8 +154,7 @@ int main(int argc, char **argv) {
     g_s_own_files = new OwnFiles({paths::kZndbLock, paths::kZndbSocket});
     (void)database();
     os_thread_t watcher = 0;
-    (void)os_thread_create(&watcher, nullptr, watch_own_files,
-                           nullptr); /* after a failure only requests check */
+    (void)os_thread_create(&watcher, nullptr, run_beside, nullptr); /* after a failure only requests check */
     g_s_manager = new ServiceManager;
     start_health_report(*g_s_manager);
     frwk_ipc_service(answer_message);

@@ -80,6 +80,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     FuzzInput input(data, size);
     for (const char *file : kFiles) {
         put_file(file, input.text());
+        (void)std::filesystem::remove(std::string(file) + paths::kPreviousSuffix);
     }
     const std::set<std::string> keys = possible_keys({reinterpret_cast<const char *>(data), size});
 

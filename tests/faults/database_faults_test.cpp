@@ -8,6 +8,7 @@
 
 #include "faults/faulty_device.h"
 #include "frwk_utils.h"
+#include "support/checked_file.h"
 #include "support/key_files.h"
 #include "support/wait_until.h"
 #include "zndb.h"
@@ -52,7 +53,8 @@ std::function<void()> with(const char *value) {
 }
 
 /* The service may have saved, and its answer got lost. */
-bool is_old_or_new(const std::string &saved) {
+bool is_old_or_new(const std::string &content) {
+    const std::string saved = checked_lines(content);
     return saved.empty() || saved == "key=" + stored("key") + "\n";
 }
 
@@ -89,7 +91,7 @@ std::vector<Scenario> writing() {
                 zndb_set("key", stored("key") == "1" ? "2" : "1");
             })
             .called([] { return zndb_save(); })
-            .verified([] { return file_text(kSavedFile) == "key=" + stored("key") + "\n"; })
+            .verified([] { return checked_lines(file_text(kSavedFile)) == "key=" + stored("key") + "\n"; })
             .unchanged([] { return is_old_or_new(file_text(kSavedFile)); })
             .failing(kNoAnswer),
         Scenario("zndb_save_ram").called([] { return zndb_save_ram(); }).failing(kNoAnswer),

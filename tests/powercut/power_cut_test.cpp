@@ -16,6 +16,7 @@
 #include "frwk_dbrm.h"
 #include "frwk_utils.h"
 #include "os_mem.h"
+#include "support/checked_file.h"
 #include "support/key_files.h"
 #include "support/random_bytes.h"
 #include "support/wait_until.h"
@@ -96,6 +97,35 @@ PowerCut saving_of_a_damaged_file() {
     };
     damaged.read = [] { return read_store(StoreId::kPlain) + (rubbish_is_kept() ? ", rubbish kept" : ""); };
     return damaged;
+}
+
+/* What flash has done to the last save is found at the start; the file before it and a save follow. */
+PowerCut saving_after_damage() {
+    PowerCut damaged =
+        saving("the plain store, after damage to its file", StoreId::kPlain, paths::kPlainFile);
+    damaged.prepare = [] {
+        std::filesystem::remove_all(kJournalFolder);
+        std::filesystem::remove_all(std::filesystem::path(paths::kPlainFile).parent_path());
+        put_text(std::string(paths::kPlainFile) + paths::kPreviousSuffix, saved_file(lines_with("o"), 1));
+        put_text(paths::kPlainFile, lines_with("x") + "#zndb format=1 generation=2 check=00000000\n");
+    };
+    return damaged;
+}
+
+/* The file before the last save is at no moment less than a whole one. */
+PowerCut replacing_the_previous_file() {
+    PowerCut third =
+        saving("the plain store, whose file is damaged later", StoreId::kPlain, paths::kPlainFile);
+    third.prepare = [] {
+        std::filesystem::remove_all(kJournalFolder);
+        put_text(std::string(paths::kPlainFile) + paths::kPreviousSuffix, saved_file(lines_with("p"), 1));
+        put_text(paths::kPlainFile, saved_file(lines_with("o"), 2));
+    };
+    third.read = [] {
+        put_text(paths::kPlainFile, "damaged later");
+        return read_store(StoreId::kPlain);
+    };
+    return third;
 }
 
 PowerCut first_saving() {
@@ -411,6 +441,8 @@ TEST_F(PowerCuts, LeaveTheDatabaseOldOrNew) {
     check_power_cuts(saving("the perm store", StoreId::kPerm, paths::kPermFile));
     check_power_cuts(saving("the factory overlay", StoreId::kFactory, paths::kFactoryFile));
     check_power_cuts(saving_of_a_damaged_file());
+    check_power_cuts(saving_after_damage());
+    check_power_cuts(replacing_the_previous_file());
     check_power_cuts(first_saving());
     check_power_cuts(first_saving_after_a_kill());
     check_power_cuts(saving_after_a_kill());

@@ -10,6 +10,7 @@
 #include "faults/zndb/flaw.h"
 #include "formats/device_paths.h"
 #include "formats/zndb_batch_wire.h"
+#include "support/checked_file.h"
 
 namespace faults {
 
@@ -101,7 +102,9 @@ class Run {
         for (const char *path :
              {paths::kPlainFile, paths::kPermFile, paths::kFactoryFile, paths::kDefaultsFile}) {
             const std::string text = text_of(path);
-            const bool is_new = text == text_in(request_.saved, path, text_before(path));
+            const auto saved = request_.saved.find(path);
+            const bool is_new = saved != request_.saved.end() ? checked_lines(text) == saved->second
+                                                              : text == text_before(path);
             note_flaw_unless(is_new || (may_be_old(path, done) && text == text_before(path)),
                              "leaves another content in " + std::string(path));
         }
@@ -145,7 +148,8 @@ class Run {
     }
 
     bool is_trial(const std::string &text) const {
-        return request_.msgid == E_APPS_MSG_ZNDB_RESET && met().way != Fault::Way::kNone && text.empty();
+        return request_.msgid == E_APPS_MSG_ZNDB_RESET && met().way != Fault::Way::kNone &&
+               checked_lines(text).empty();
     }
 
     std::string text_before(const std::string &path) const { return text_in(request_.files, path, "(none)"); }

@@ -3,6 +3,7 @@
 #include "formats/device_paths.h"
 #include "formats/zndb_batch_wire.h"
 #include "formats/zndb_list_wire.h"
+#include "support/checked_file.h"
 
 namespace faults {
 
@@ -36,6 +37,15 @@ std::string overgrown_journal() {
         text += "P+other=" + std::string(1000, 'o') + "\n";
     }
     return text + "P+answered=j\nM+answered=j\nF+answered=j\n";
+}
+
+/* Those of a device that has saved more than once. */
+Files with_previous_files() {
+    Files files = all_files();
+    for (const char *path : {kPlainFile, kPermFile}) {
+        files[std::string(path) + paths::kPreviousSuffix] = saved_file("key=older\n", 1);
+    }
+    return files;
 }
 
 const std::string kPlainRead = "kept=p\nkey=old\n" + long_lines() + "shared=p\n";
@@ -162,6 +172,7 @@ std::vector<ZndbRequest> zndb_changes() {
         after_batch(late(set("zndb: set, after a batch, journal opened late"))),
         reset("zndb: reset"),
         beside(leftovers(), reset("zndb: reset, beside leftovers")),
+        on(with_previous_files(), reset("zndb: reset, a previous file")),
         on(without_stores(),
            {"zndb: reset, no file", E_APPS_MSG_ZNDB_RESET, "", "", {{"plain answered", "j"}}}),
         late(reset("zndb: reset, journal opened late")),
@@ -179,6 +190,7 @@ std::vector<ZndbRequest> zndb_saves() {
         on(without_stores(),
            save_of("zndb: save, the first", {{kPlainFile, "answered=j\n"}, {kPermFile, "answered=j\n"}})),
         beside(leftovers(), save("zndb: save, beside leftovers")),
+        on(with_previous_files(), save("zndb: save, previous files")),
         late(save("zndb: save, journal opened late")),
         damaged(save("zndb: save, a damaged file")),
         damaged(on(with_journal(""), save_of("zndb: save, nothing but damage", {{kPlainFile, kPlainRead}}))),

@@ -12,6 +12,7 @@
 #include "faults/zndb/flaw.h"
 #include "faults/zndb/zndb_request.h"
 #include "formats/device_paths.h"
+#include "support/checked_file.h"
 
 namespace faults {
 
@@ -118,6 +119,17 @@ Files with_leftovers() {
     return files;
 }
 
+/* The files of a device that has saved, the perm and the plain one damaged by flash since. */
+Files damaged_files() {
+    Files files = all_files();
+    for (const char *path : {paths::kPlainFile, paths::kPermFile}) {
+        const std::string saved = saved_file(files[path], 1);
+        files[std::string(path) + paths::kPreviousSuffix] = saved;
+        files[path] += "#zndb format=1 generation=2 check=00000000\n";
+    }
+    return files;
+}
+
 /* In a child. */
 long make_database() {
     const long status = end_if_starved([] {
@@ -137,6 +149,7 @@ TEST(ZndbStartFaults, Files) {
         start("zndb: start, torn journal", with(all_files(), paths::kPlainJournal, "P+answered=j\nP+key=ha")),
         start("zndb: start, with leftovers", with_leftovers()),
         start("zndb: start, an older service's journal", with_old_journal()),
+        start("zndb: start, damaged files", damaged_files()),
     });
 }
 

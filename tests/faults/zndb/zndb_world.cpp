@@ -180,6 +180,9 @@ void remove_kept_files() {
     for (const fs::path &path : all_kept_files()) {
         fs::remove(path);
     }
+    for (const StorePaths &store : kStorePaths) {
+        fs::remove(std::string(store.file) + paths::kPreviousSuffix);
+    }
 }
 
 long send(Database &database, apps_message_id_e_type msgid, const std::string &key,

@@ -47,6 +47,7 @@ Files unfinished_files();
 
 /* The number of kept damaged files. */
 size_t kept_files();
+/* Removes these, and the files before the last save. */
 void remove_kept_files();
 
 /* Sends a message to the service as its module would; the value is for the messages that carry one. */

@@ -11,6 +11,7 @@
 #include <string>
 
 #include "frwk_common.h"
+#include "support/checked_file.h"
 #include "support/wait_until.h"
 #include "system/messaging/raw_peer.h"
 #include "system/zndb/zndb_process.h"
@@ -96,7 +97,7 @@ TEST_F(ZndbSuccessor, ItsFilesAreNotOverwrittenByASaveOfTheFirst) {
     EXPECT_EQ(0, zndb_set("k", "second"));
     EXPECT_EQ(0, zndb_save());
     expect_end(E_APPS_MSG_ZNDB_SAVE);
-    EXPECT_EQ("k=second\n", file_text(kPlainFile));
+    EXPECT_EQ("k=second\n", checked_lines(file_text(kPlainFile)));
     EXPECT_EQ("F+k=first\n", journals());
 }
 
@@ -109,8 +110,8 @@ TEST_F(ZndbSuccessor, NothingIsSavedByTheFirstBeforeIt) {
     EXPECT_FALSE(fs::exists(kPlainFile));
     EXPECT_EQ(journal, journals());
     EXPECT_EQ(0, zndb_save());
-    EXPECT_EQ("k=second\n", file_text(kPlainFile));
-    EXPECT_EQ("k=first\n", file_text(kPermFile));
+    EXPECT_EQ("k=second\n", checked_lines(file_text(kPlainFile)));
+    EXPECT_EQ("k=first\n", checked_lines(file_text(kPermFile)));
     EXPECT_EQ("second", plain("k"));
 }
 

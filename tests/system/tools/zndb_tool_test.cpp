@@ -7,6 +7,7 @@
 #include <filesystem>
 #include <string>
 
+#include "support/checked_file.h"
 #include "system/tools/tool_checks.h"
 #include "system/zndb/zndb_process.h"
 
@@ -173,7 +174,7 @@ TEST_F(ZndbTool, ReportsEveryMissingKeyAndGoesOn) {
         {"del", "--save", "a", "nokey", "none", "b"});
     EXPECT_EQ("ret 3", plain("a"));
     EXPECT_EQ("ret 3", plain("b"));
-    EXPECT_EQ("", file_text("/m_data/usr/db/user_data.txt"));
+    EXPECT_EQ("", checked_lines(file_text("/m_data/usr/db/user_data.txt")));
     kTool.expect_failure(
         2, "'': the key is empty\nzndb_tool: get 'none'" + missing.substr(0, missing.size() - 1),
         {"get", "", "none"});
@@ -270,9 +271,9 @@ TEST_F(ZndbTool, APermStoreThatCantBeSavedIsNamed) {
     EXPECT_EQ(0, zndb_set("k", "v"));
     const std::string words = "save of the perm store failed: 2006 E_APPS_ERR_ZNDB_READ_ONLY" + kReadOnlyHint;
     kTool.expect_failure(1, words, {"save"});
-    EXPECT_EQ("k=v\n", file_text("/m_data/usr/db/user_data.txt"));
+    EXPECT_EQ("k=v\n", checked_lines(file_text("/m_data/usr/db/user_data.txt")));
     kTool.expect_failure(0, "warning: " + words, {"set", "--save", "k", "new"});
-    EXPECT_EQ("k=new\n", file_text("/m_data/usr/db/user_data.txt"));
+    EXPECT_EQ("k=new\n", checked_lines(file_text("/m_data/usr/db/user_data.txt")));
     EXPECT_EQ(0, zndb_set("k", "v"));
     kTool.expect_failure(1, words, {"set", "--perm", "--save", "p", "new"});
 }
@@ -376,7 +377,7 @@ TEST_F(ZndbTool, ImportsWhatItExported) {
     EXPECT_EQ("", kTool.output_of({"import", "--save", kExported}));
     EXPECT_EQ("1", plain("a"));
     EXPECT_EQ("", plain("b"));
-    EXPECT_EQ("a=1\nb=\n", file_text("/m_data/usr/db/user_data.txt"));
+    EXPECT_EQ("a=1\nb=\n", checked_lines(file_text("/m_data/usr/db/user_data.txt")));
 }
 
 TEST_F(ZndbTool, ImportsItsInputIntoAnotherStore) {

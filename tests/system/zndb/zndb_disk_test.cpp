@@ -6,6 +6,7 @@
 #include <string>
 
 #include "frwk_common.h"
+#include "support/checked_file.h"
 #include "system/zndb/zndb_process.h"
 
 namespace {
@@ -34,7 +35,7 @@ TEST_F(ZndbDisk, OnAFullDiskASaveFailsTheOldFileStaysAndReadingGoesOn) {
     start_after(mount_on("/m_data/usr/db", "size=64k"));
     EXPECT_EQ(0, zndb_set("k", "saved"));
     EXPECT_EQ(0, zndb_save());
-    EXPECT_EQ("k=saved\n", file_of_zndb("/m_data/usr/db/user_data.txt"));
+    EXPECT_EQ("k=saved\n", checked_lines(file_of_zndb("/m_data/usr/db/user_data.txt")));
 
     for (int i = 0; i < 100; ++i) {
         ASSERT_EQ(0, set(i, kBig));
@@ -42,7 +43,7 @@ TEST_F(ZndbDisk, OnAFullDiskASaveFailsTheOldFileStaysAndReadingGoesOn) {
     EXPECT_EQ(1, zndb_save());
     EXPECT_EQ(kNoSpace, save());
     EXPECT_TRUE(zndb_->wait_for_error("can't save /m_data/usr/db/user_data.txt errno=28")) << zndb_->errors();
-    EXPECT_EQ("k=saved\n", file_of_zndb("/m_data/usr/db/user_data.txt"));
+    EXPECT_EQ("k=saved\n", checked_lines(file_of_zndb("/m_data/usr/db/user_data.txt")));
     EXPECT_EQ("", file_of_zndb("/m_data/usr/db/user_data.txt.tmp"));
     EXPECT_EQ("saved", plain("k"));
     EXPECT_EQ(kBig, plain("key99"));
@@ -52,7 +53,7 @@ TEST_F(ZndbDisk, OnAFullDiskASaveFailsTheOldFileStaysAndReadingGoesOn) {
     }
     EXPECT_EQ(0, zndb_set("k", "new"));
     EXPECT_EQ(0, zndb_save());
-    EXPECT_EQ("k=new\n", file_of_zndb("/m_data/usr/db/user_data.txt"));
+    EXPECT_EQ("k=new\n", checked_lines(file_of_zndb("/m_data/usr/db/user_data.txt")));
 }
 
 TEST_F(ZndbDisk, WhatAFullDiskRefusedIsStillInTheJournal) {

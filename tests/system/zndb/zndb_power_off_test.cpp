@@ -8,6 +8,7 @@
 
 #include "frwk_common.h"
 #include "frwk_utils.h"
+#include "support/checked_file.h"
 #include "support/wait_until.h"
 #include "system/zndb/zndb_process.h"
 
@@ -52,9 +53,9 @@ TEST_F(ZndbPowerOff, ThePowerOffNoticeIsAnsweredWhenEveryStoreIsSaved) {
     start();
     change_all();
     EXPECT_EQ(0, ask_zndb(E_APPS_MSG_MONITOR_FPWROFF_NOTIFY, ""));
-    EXPECT_EQ("k=v\n", file_text(kPlainFile));
-    EXPECT_EQ("pk=pv\n", file_text(kPermFile));
-    EXPECT_EQ("fk=fv\n", file_text(kFactoryFile));
+    EXPECT_EQ("k=v\n", checked_lines(file_text(kPlainFile)));
+    EXPECT_EQ("pk=pv\n", checked_lines(file_text(kPermFile)));
+    EXPECT_EQ("fk=fv\n", checked_lines(file_text(kFactoryFile)));
     EXPECT_EQ(0, zndb_set("k", "later")) << "the device may stay on after all";
     cut_power();
     expect_all();
@@ -89,8 +90,8 @@ TEST_F(ZndbPowerOff, ASaveThatFailsBeforeARebootIsLoggedAndTheServiceEnds) {
     change_all();
     end_by(E_APPS_MSG_SYS_REBOOT);
     EXPECT_TRUE(zndb_->wait_for_error("can't save /m_data/usr/db/user_data.txt errno=30")) << zndb_->errors();
-    EXPECT_EQ("pk=pv\n", file_text(kPermFile));
-    EXPECT_EQ("fk=fv\n", file_text(kFactoryFile));
+    EXPECT_EQ("pk=pv\n", checked_lines(file_text(kPermFile)));
+    EXPECT_EQ("fk=fv\n", checked_lines(file_text(kFactoryFile)));
 }
 
 /* The service thread takes the message while the main thread is in the start hook. */
@@ -100,7 +101,7 @@ TEST_F(ZndbPowerOff, ARebootBeforeTheServiceHasLoadedItsFilesSavesTheJournal) {
     ASSERT_TRUE(write_text(kJournalFile, "P+k=v\n"));
     start_held();
     end_by(E_APPS_MSG_SYS_REBOOT);
-    EXPECT_EQ("k=v\n", file_text(kPlainFile));
+    EXPECT_EQ("k=v\n", checked_lines(file_text(kPlainFile)));
 }
 
 /* ---- Debug mode, which lasts until the reboot ------------------------------------------------------- */

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "frwk_common.h"
+#include "support/checked_file.h"
 #include "system/zndb/zndb_process.h"
 
 namespace {
@@ -58,8 +59,8 @@ TEST_F(ZndbRequests, SaveWritesTheFiles) {
     EXPECT_EQ(0, zndb_set("a", "1"));
     EXPECT_EQ(0, zndb_set_perm_data("p", "3"));
     EXPECT_EQ(0, zndb_save());
-    EXPECT_EQ("a=1\nb= two = 2 \n", file_text("/m_data/usr/db/user_data.txt"));
-    EXPECT_EQ("p=3\n", file_text("/m_data/usr_permanent/db/perm_data.txt"));
+    EXPECT_EQ("a=1\nb= two = 2 \n", checked_lines(file_text("/m_data/usr/db/user_data.txt")));
+    EXPECT_EQ("p=3\n", checked_lines(file_text("/m_data/usr_permanent/db/perm_data.txt")));
     EXPECT_EQ("", file_text("/tmp/m_tmp/zndb/journal.plain"));
 }
 
@@ -81,7 +82,7 @@ TEST_F(ZndbRequests, TheOverlayIsSetAndSavedByItsOwnMessages) {
     EXPECT_EQ("02:00", def("mac"));
     EXPECT_EQ("02:00", plain("mac"));
     EXPECT_EQ(0, ask_zndb(E_APPS_MSG_ZNDB_FACTOR_SAVE, ""));
-    EXPECT_EQ("mac=02:00\n", file_text("/m_data/factor/factor_data.txt"));
+    EXPECT_EQ("mac=02:00\n", checked_lines(file_text("/m_data/factor/factor_data.txt")));
 }
 
 TEST_F(ZndbRequests, TheLongestKeyAndValueMakeTheWholeWay) {

@@ -7,6 +7,7 @@
 
 #include <map>
 
+#include "formats/check_line.h"
 #include "frwk_dbrm.h"
 #include "unit/frwk_dbrm/dbrm_fixture.h"
 
@@ -69,7 +70,14 @@ TEST_F(RestoreRoom, IsThereWhereTheFileAndTheJournalFit) {
 TEST_F(RestoreRoom, IsMissingWhereTheFileDoesNotFit) {
     limit({{kFolder, 0}, {kJournalFolder, 9}});
     EXPECT_FALSE(has_room());
-    expect_missing("no space for the settings: '/m_data/usr/db/user_data.txt' needs 4003 bytes, 0 are free!");
+    expect_missing("no space for the settings: '/m_data/usr/db/user_data.txt' needs 4065 bytes, 0 are free!");
+}
+
+/* The database adds it to the settings. */
+TEST_F(RestoreRoom, IncludesThatOfTheCheckLine) {
+    limit({{kFolder, 1}, {kJournalFolder, 9}});
+    EXPECT_TRUE(has_room(record(2, kUserData, std::string(4096 - kCheckLineRoom, 'a'))));
+    EXPECT_FALSE(has_room(record(2, kUserData, std::string(4097 - kCheckLineRoom, 'a'))));
 }
 
 /* Each line of the journal is longer by two bytes, and a CR may end one. */
@@ -95,6 +103,18 @@ TEST_F(RestoreRoom, IncludesThatOfThePresentFile) {
     EXPECT_TRUE(has_room());
     std::filesystem::create_hard_link(kUserData, std::string(kUserData) + ".kept");
     EXPECT_FALSE(has_room());
+}
+
+/* The database gives the file before the last save up for want of space. */
+TEST_F(RestoreRoom, IncludesThatOfThePreviousFile) {
+    limit({{kFolder, 0}, {kJournalFolder, 9}});
+    const std::string previous = std::string(kUserData) + ".previous";
+    write(previous, std::string(5000, '#'));
+    EXPECT_TRUE(has_room());
+    std::filesystem::create_hard_link(previous, previous + ".kept");
+    EXPECT_FALSE(has_room());
+    std::filesystem::remove(previous);
+    std::filesystem::remove(previous + ".kept");
 }
 
 TEST_F(RestoreRoom, DoesNotIncludeThatOfADamagedFileWhichTheDatabaseKeeps) {

@@ -283,8 +283,8 @@ TEST_F(DatabaseBatch, CountsAsUnsavedAfterItWasCompleted) {
     put_file(kBatchFile, "P+k=1\nM+k=1\n=2\n");
     restart();
     EXPECT_EQ(0, database_->save());
-    EXPECT_EQ("k=1\n", content_of(kPlainFile));
-    EXPECT_EQ("k=1\n", content_of(kPermFile));
+    EXPECT_EQ("k=1\n", saved_lines(kPlainFile));
+    EXPECT_EQ("k=1\n", saved_lines(kPermFile));
 }
 
 TEST_F(DatabaseBatch, WhoseFileCantBeWrittenChangesNothing) {

@@ -3,6 +3,7 @@
  */
 #include <gtest/gtest.h>
 
+#include <cstdio>
 #include <string>
 #include <vector>
 
@@ -47,7 +48,7 @@ class DatabaseDamage : public DatabaseFixture {
 
     /* Expects the cleaned file, the damaged one beside it, and one warning. */
     void expect_cleaned(const std::string &path, const std::string &content = "k=v\n") {
-        EXPECT_EQ(content, content_of(path));
+        EXPECT_EQ(content, saved_lines(path));
         ASSERT_EQ(1u, kept_of(path).size());
         EXPECT_EQ(kDamaged, content_of(kept_of(path)[0]));
         EXPECT_EQ(
@@ -155,7 +156,7 @@ TEST_F(DatabaseDamage, ACleaningWhoseFolderWasNotSyncedIsSyncedByTheNextSave) {
     fail_folder_sync();
     EXPECT_EQ(2007, database_->save());
     end_faults();
-    EXPECT_EQ("k=v\n", content_of(kPlainFile));
+    EXPECT_EQ("k=v\n", saved_lines(kPlainFile));
     expect_saved_again();
     EXPECT_EQ(1u, kept_of(kPlainFile).size());
     doubles::libc::fsync.forget_calls();
@@ -178,7 +179,7 @@ TEST_F(DatabaseDamage, AFileWithTooManyKeysIsKeptWhenAResetReplacesIt) {
     restart();
     EXPECT_EQ(0, database_->reset());
     EXPECT_EQ(0, database_->save());
-    EXPECT_EQ("", content_of(kPlainFile));
+    EXPECT_EQ("", saved_lines(kPlainFile));
     ASSERT_EQ(1u, kept_of(kPlainFile).size());
     EXPECT_TRUE(content == content_of(kept_of(kPlainFile)[0]));
 }
@@ -188,6 +189,215 @@ TEST_F(DatabaseDamage, DamagedDefaultsAreNeverWritten) {
     restart();
     EXPECT_EQ(0, database_->save_before_power_off());
     EXPECT_EQ(kDamaged, content_of(kDefaultsFile));
+}
+
+/* ---- The check line, and the file before the last save ---------------------------------------------- */
+
+class DatabaseGenerations : public DatabaseDamage {
+  protected:
+    void save(const char *value) {
+        EXPECT_EQ(0, database_->set(P, "k", value));
+        EXPECT_EQ(0, database_->save());
+    }
+
+    static void damage(const std::string &path) {
+        std::string content = content_of(path);
+        content[0] = static_cast<char>(content[0] ^ 1);
+        put_file(path, content);
+    }
+};
+
+TEST_F(DatabaseGenerations, GrowWithEachSaveAndTheOneBeforeIsKept) {
+    save("1");
+    EXPECT_EQ(saved_file("k=1\n", 1), content_of(kPlainFile));
+    EXPECT_FALSE(exists(kPlainPrevious));
+    save("2");
+    EXPECT_EQ(saved_file("k=2\n", 2), content_of(kPlainFile));
+    EXPECT_EQ(saved_file("k=1\n", 1), content_of(kPlainPrevious));
+    restart();
+    save("3");
+    EXPECT_EQ(saved_file("k=3\n", 3), content_of(kPlainFile));
+    EXPECT_EQ(saved_file("k=2\n", 2), content_of(kPlainPrevious));
+    EXPECT_FALSE(exists(kPlainPrevious + ".tmp"));
+}
+
+TEST_F(DatabaseGenerations, EachStoresFileEndsInItsCheckLine) {
+    for (const StoreId id : kStoreIds) {
+        database_->set(id, "k", "v");
+    }
+    EXPECT_EQ(0, database_->save());
+    EXPECT_EQ(0, database_->save_factory());
+    for (const std::string &path : {kPlainFile, kPermFile, kFactoryFile}) {
+        EXPECT_EQ(saved_file("k=v\n", 1), content_of(path));
+    }
+}
+
+TEST_F(DatabaseGenerations, ADamagedFileLosesOneSaveAndNoUnsavedChange) {
+    save("1");
+    save("2");
+    EXPECT_EQ(0, database_->set(P, "unsaved", "1"));
+    damage(kPlainFile);
+    restart();
+    EXPECT_EQ("1", plain("k"));
+    EXPECT_EQ("1", plain("unsaved"));
+    ASSERT_EQ(1u, database_->set_aside().size());
+    EXPECT_EQ(kept_of(kPlainFile), database_->set_aside());
+    EXPECT_EQ(0, database_->save());
+    EXPECT_EQ(saved_file("k=1\nunsaved=1\n", 3), content_of(kPlainFile));
+    EXPECT_EQ(saved_file("k=1\n", 1), content_of(kPlainPrevious));
+}
+
+TEST_F(DatabaseGenerations, ADamagedFileOfEachStoreIsReplaced) {
+    for (const char *value : {"1", "2"}) {
+        for (const StoreId id : kStoreIds) {
+            database_->set(id, "k", value);
+        }
+        EXPECT_EQ(0, database_->save_before_power_off());
+    }
+    for (const std::string &path : {kPlainFile, kPermFile, kFactoryFile}) {
+        damage(path);
+    }
+    restart();
+    EXPECT_EQ("1", plain("k"));
+    EXPECT_EQ("1", perm("k"));
+    EXPECT_EQ("1", def("k"));
+    EXPECT_EQ(3u, database_->set_aside().size());
+}
+
+/* The next save replaces it, and neither copy of it is lost nor taken for the file before the save. */
+TEST_F(DatabaseGenerations, ADamagedFileWithoutAPreviousOneIsCleanedByTheNextSave) {
+    put_file(kPlainFile, "k=v\n#zndb format=1 generation=7 check=00000000\n");
+    restart();
+    EXPECT_EQ("v", plain("k"));
+    EXPECT_EQ(0, database_->save());
+    EXPECT_EQ(saved_file("k=v\n", 8), content_of(kPlainFile));
+    EXPECT_EQ(1u, kept_of(kPlainFile).size());
+    EXPECT_FALSE(exists(kPlainPrevious));
+    EXPECT_EQ(0, database_->save());
+    EXPECT_EQ(saved_file("k=v\n", 8), content_of(kPlainFile));
+}
+
+TEST_F(DatabaseGenerations, ADamagedFileThatCouldNotBeSetAsideIsKeptByTheSaveThatReplacesIt) {
+    const std::string content = "k=v\n#zndb format=1 generation=7 check=00000000\n";
+    put_file(kPlainFile, content);
+    fail_link(EROFS);
+    fail_opens([](const std::string &path) { return path.find(".damaged-") != path.npos ? EROFS : 0; });
+    doubles::libc::rename.stand_in([](const char *, const char *) {
+        errno = EROFS;
+        return -1;
+    });
+    restart();
+    end_faults();
+    EXPECT_TRUE(kept_of(kPlainFile).empty());
+    EXPECT_EQ(0, database_->save());
+    ASSERT_EQ(1u, kept_of(kPlainFile).size());
+    EXPECT_EQ(content, content_of(kept_of(kPlainFile)[0]));
+}
+
+TEST_F(DatabaseGenerations, ASaveIsDoneWhereThePreviousFileCantBeKept) {
+    save("1");
+    save("2");
+    fail_link(EPERM);
+    fail_open(kPlainFile, EIO);
+    log_.clear();
+    save("3");
+    end_faults();
+    EXPECT_EQ(saved_file("k=3\n", 3), content_of(kPlainFile));
+    EXPECT_EQ(saved_file("k=1\n", 1), content_of(kPlainPrevious));
+    EXPECT_EQ(
+        (std::vector<std::string>{"can't keep " + kPlainPrevious + " errno=5, cause: Input/output error"}),
+        warnings(log_));
+}
+
+TEST_F(DatabaseGenerations, WithoutLinksThePreviousFileIsACopy) {
+    save("1");
+    fail_link(EPERM);
+    save("2");
+    EXPECT_EQ(saved_file("k=1\n", 1), content_of(kPlainPrevious));
+}
+
+/* ---- Lines of newer services ------------------------------------------------------------------------ */
+
+class DatabaseNewerLines : public DatabaseGenerations {
+  protected:
+    /* A file that a newer service has saved. */
+    static std::string newer_file(const std::string &lines) {
+        const std::string text = lines + "#zndb format=2 generation=5 more=1 ";
+        Crc32 crc;
+        crc.add(text);
+        char check[16];
+        (void)std::snprintf(check, sizeof(check), "check=%08x\n", crc.value());
+        return text + check;
+    }
+};
+
+TEST_F(DatabaseNewerLines, AreCarriedAlong) {
+    put_file(kPlainFile, newer_file("# a comment\na=1\n@new syntax\n=x\nno sign\n#zndb new\n\n"));
+    log_.clear();
+    restart();
+    EXPECT_TRUE(warnings(log_).empty()) << log_.text();
+    EXPECT_EQ("1", plain("a"));
+    const std::string carried =
+        "# a comment\n#zndb line @new syntax\n#zndb line =x\n#zndb line no sign\n#zndb new\n";
+    for (const int generation : {6, 7}) {
+        database_->set(P, "b", std::to_string(generation));
+        EXPECT_EQ(0, database_->save());
+        EXPECT_EQ(saved_file("a=1\nb=" + std::to_string(generation) + "\n" + carried,
+                             static_cast<uint64_t>(generation)),
+                  content_of(kPlainFile));
+        restart();
+    }
+}
+
+TEST_F(DatabaseNewerLines, AreSettingsForAServiceThatUnderstandsThem) {
+    put_file(kPlainFile, saved_file("a=1\n#zndb line b=2\n", 5));
+    restart();
+    EXPECT_EQ("2", plain("b"));
+    database_->set(P, "a", "2");
+    EXPECT_EQ(0, database_->save());
+    EXPECT_EQ("a=2\nb=2\n", saved_lines(kPlainFile));
+}
+
+/* Who edits the file by hand removes the check line alone. */
+TEST_F(DatabaseNewerLines, AreCarriedAlongWithoutACheckLineToo) {
+    put_file(kPlainFile, "# a comment\na=1\n#zndb line @new\n");
+    restart();
+    database_->set(P, "a", "2");
+    EXPECT_EQ(0, database_->save());
+    EXPECT_EQ("a=2\n#zndb line @new\n", saved_lines(kPlainFile));
+}
+
+TEST_F(DatabaseNewerLines, ThatCantBeCarriedAreReportedAndTheFileIsKept) {
+    const std::string content = newer_file("a=1\n@" + std::string(2000, 'x') + "\n#b\rc\n@\rd\n");
+    put_file(kPlainFile, content);
+    restart();
+    EXPECT_TRUE(log_.contains(kPlainFile + " line 2 skipped: it is too long")) << log_.text();
+    EXPECT_TRUE(log_.contains(kPlainFile + " line 3 skipped: the comment holds a CR or NUL")) << log_.text();
+    EXPECT_EQ(0, database_->save());
+    ASSERT_EQ(1u, kept_of(kPlainFile).size());
+    EXPECT_EQ(content, content_of(kept_of(kPlainFile)[0]));
+}
+
+TEST_F(DatabaseNewerLines, AreLimited) {
+    std::string lines;
+    while (lines.size() < 2 * kCarriedMax) {
+        lines += "#" + std::string(1000, 'x') + "\n";
+    }
+    put_file(kPlainFile, newer_file(lines));
+    restart();
+    EXPECT_TRUE(log_.contains("skipped: there are too many lines of a newer service")) << log_.text();
+    EXPECT_EQ(0, database_->save());
+    EXPECT_LE(std::filesystem::file_size(kPlainFile), kCarriedMax + 100);
+    EXPECT_EQ(1u, kept_of(kPlainFile).size());
+}
+
+TEST_F(DatabaseNewerLines, AreEmptiedByAReset) {
+    put_file(kPlainFile, newer_file("a=1\n@new\n"));
+    restart();
+    EXPECT_EQ(0, database_->reset());
+    EXPECT_EQ(0, database_->save());
+    EXPECT_EQ("", saved_lines(kPlainFile));
+    EXPECT_EQ(newer_file("a=1\n@new\n"), content_of(kPlainPrevious));
 }
 
 }  // namespace

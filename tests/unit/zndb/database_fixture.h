@@ -14,6 +14,7 @@ inline const std::string kPlainFile = "/m_data/usr/db/user_data.txt";
 inline const std::string kPermFile = "/m_data/usr_permanent/db/perm_data.txt";
 inline const std::string kDefaultsFile = "/m_webui/usr/db/default_data.txt";
 inline const std::string kFactoryFile = "/m_data/factor/factor_data.txt";
+inline const std::string kPlainPrevious = kPlainFile + ".previous";
 inline const std::string kPlainJournal = "/tmp/m_tmp/zndb/journal.plain";
 inline const std::string kPermJournal = "/tmp/m_tmp/zndb/journal.perm";
 inline const std::string kFactoryJournal = "/tmp/m_tmp/zndb/journal.factory";
@@ -45,6 +46,7 @@ class DatabaseFixture : public DiskTest {
         for (const std::string &path : {kPlainFile, kPermFile, kDefaultsFile, kFactoryFile}) {
             std::filesystem::remove_all(path);
             std::filesystem::remove_all(path + ".tmp");
+            std::filesystem::remove_all(path + ".previous");
         }
         std::filesystem::remove_all("/tmp/m_tmp/zndb");
         restart();

@@ -101,14 +101,14 @@ TEST_F(DatabaseForgetting, AKeyOfTheFileStaysDeleted) {
 TEST_F(DatabaseForgetting, AKeyThatAFailedSavePutInTheFileStaysDeleted) {
     EXPECT_EQ(0, database_->set(P, "k", "v"));
     save_without_folder_sync();
-    EXPECT_EQ("k=v\n", content_of(kPlainFile));
+    EXPECT_EQ("k=v\n", saved_lines(kPlainFile));
     EXPECT_EQ(0, database_->erase(P, "k"));
     EXPECT_EQ(0, database_->save_ram());
     EXPECT_EQ("P-k\n", journals());
     restart();
     EXPECT_EQ(kMissing, plain("k"));
     EXPECT_EQ(0, database_->save());
-    EXPECT_EQ("", content_of(kPlainFile));
+    EXPECT_EQ("", saved_lines(kPlainFile));
 }
 
 TEST_F(DatabaseForgetting, KeysThatComeAndGoAfterAFailedSaveLeaveNothing) {
@@ -131,7 +131,7 @@ TEST_F(DatabaseForgetting, AKeyThatCameAndWentBeforeACrashIsSavedByTheSuccessor)
     const std::string journal = journals();
     EXPECT_EQ("P+k=v\nP-k\n", journal);
     save_without_folder_sync();
-    EXPECT_EQ("", content_of(kPlainFile));
+    EXPECT_EQ("", saved_lines(kPlainFile));
     put_file(kPlainJournal, journal);
     restart();
     expect_saved_again();

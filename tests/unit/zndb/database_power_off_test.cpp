@@ -18,9 +18,9 @@ TEST_F(DatabasePowerOff, EveryStoreIsSaved) {
     database_->set(M, "pk", "pv");
     database_->set(F, "fk", "fv");
     EXPECT_EQ(0, database_->save_before_power_off());
-    EXPECT_EQ("k=v\n", content_of(kPlainFile));
-    EXPECT_EQ("pk=pv\n", content_of(kPermFile));
-    EXPECT_EQ("fk=fv\n", content_of(kFactoryFile));
+    EXPECT_EQ("k=v\n", saved_lines(kPlainFile));
+    EXPECT_EQ("pk=pv\n", saved_lines(kPermFile));
+    EXPECT_EQ("fk=fv\n", saved_lines(kFactoryFile));
     EXPECT_EQ("", journals());
 }
 
@@ -38,8 +38,8 @@ TEST_F(DatabasePowerOff, OneStoresFailureStopsNoOther) {
     database_->set(F, "fk", "fv");
     fail_open(kPermFile + ".tmp", EROFS);
     EXPECT_EQ(2006, database_->save_before_power_off());
-    EXPECT_EQ("k=v\n", content_of(kPlainFile));
-    EXPECT_EQ("fk=fv\n", content_of(kFactoryFile));
+    EXPECT_EQ("k=v\n", saved_lines(kPlainFile));
+    EXPECT_EQ("fk=fv\n", saved_lines(kFactoryFile));
     EXPECT_EQ("M+pk=pv\n", journals());
     EXPECT_TRUE(log_.contains("can't save " + kPermFile)) << log_.text();
 }
@@ -65,7 +65,7 @@ TEST_F(DatabasePowerOff, DebugModeStaysInTheJournalAlone) {
     database_->set(P, "k", "v");
     database_->set(P, kDebugKey, "true");
     EXPECT_EQ(0, database_->save_before_power_off());
-    EXPECT_EQ("device_debug_mode=false\nk=v\n", content_of(kPlainFile));
+    EXPECT_EQ("device_debug_mode=false\nk=v\n", saved_lines(kPlainFile));
     EXPECT_EQ("P+device_debug_mode=true\n", journals());
     EXPECT_EQ("true", plain(kDebugKey));
     restart();
@@ -91,7 +91,7 @@ TEST_F(DatabasePowerOff, DebugModeThatAClientSavedIsTheFilesFromThenOn) {
     database_->set(P, kDebugKey, "true");
     database_->set(P, "k", "v");
     EXPECT_EQ(0, database_->save_before_power_off());
-    EXPECT_EQ("device_debug_mode=true\nk=v\n", content_of(kPlainFile));
+    EXPECT_EQ("device_debug_mode=true\nk=v\n", saved_lines(kPlainFile));
 }
 
 TEST_F(DatabasePowerOff, DebugModeOutlivesASaveThatFails) {

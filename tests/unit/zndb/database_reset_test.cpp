@@ -136,14 +136,33 @@ TEST_F(DatabaseReset, IsRefusedWhereTheFoldersAboveCantBeSynced) {
     expect_refused(2007, EIO);
 }
 
-/* The save makes room itself. */
-TEST_F(DatabaseReset, IsDoneOnAFullDisk) {
-    put_file(kPlainFile, "k=v\n");
+/* From now on the disk takes nothing while there is a file. */
+void fill_disk_with(const std::string &path) {
+    doubles::libc::write.stand_in([path](int fd, const void *data, size_t size) -> ssize_t {
+        if (exists(path)) {
+            errno = ENOSPC;
+            return -1;
+        }
+        return doubles::libc::write.real(fd, data, size);
+    });
+}
+
+/* The save makes room itself: it gives the file before the last save up. */
+TEST_F(DatabaseReset, IsDoneOnAFullDiskWithAPreviousFile) {
+    const std::string previous = kPlainFile + ".previous";
     EXPECT_EQ(0, database_->save());
-    fill_disk_of("/m_data/usr/db");
+    put_file(previous, "k=older\n");
+    fill_disk_with(previous);
     EXPECT_EQ(0, database_->reset());
     EXPECT_EQ(0, database_->save());
-    EXPECT_EQ("", content_of(kPlainFile));
+    EXPECT_EQ("", saved_lines(kPlainFile));
+    EXPECT_TRUE(log_.contains("the disk is full: " + previous + " was removed to save " + kPlainFile))
+        << log_.text();
+}
+
+TEST_F(DatabaseReset, IsRefusedOnAFullDiskWithoutAPreviousFile) {
+    fill_disk_of("/m_data/usr/db");
+    expect_refused(6, ENOSPC);
 }
 
 TEST_F(DatabaseReset, IsDoneOnceTheFileCanBeReplaced) {
@@ -159,7 +178,7 @@ TEST_F(DatabaseReset, IsDoneWhereThePermFileCantBeReplaced) {
     fail_open(kPermFile + ".tmp", EROFS);
     EXPECT_EQ(0, database_->reset());
     EXPECT_EQ(0, database_->save());
-    EXPECT_EQ("", content_of(kPlainFile));
+    EXPECT_EQ("", saved_lines(kPlainFile));
 }
 
 }  // namespace

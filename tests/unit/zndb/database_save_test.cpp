@@ -15,8 +15,8 @@ TEST_F(DatabaseSave, SaveWritesPlainAndPermAndDropsThemFromTheJournal) {
     database_->set(P, "k", "v");
     database_->set(M, "pk", "pv");
     EXPECT_EQ(0, database_->save());
-    EXPECT_EQ("k=v\n", content_of(kPlainFile));
-    EXPECT_EQ("pk=pv\n", content_of(kPermFile));
+    EXPECT_EQ("k=v\n", saved_lines(kPlainFile));
+    EXPECT_EQ("pk=pv\n", saved_lines(kPermFile));
     EXPECT_EQ("", journals());
     cut_power();
     EXPECT_EQ("v", plain("k"));
@@ -37,7 +37,7 @@ TEST_F(DatabaseSave, FactorSaveWritesTheOverlayAndKeepsTheOthersChanges) {
     database_->set(F, "fk", "fv");
     database_->set(P, "k", "v");
     EXPECT_EQ(0, database_->save_factory());
-    EXPECT_EQ("fk=fv\n", content_of(kFactoryFile));
+    EXPECT_EQ("fk=fv\n", saved_lines(kFactoryFile));
     EXPECT_EQ("P+k=v\n", journals());
     EXPECT_FALSE(exists(kPlainFile));
     cut_power();
@@ -50,7 +50,7 @@ TEST_F(DatabaseSave, FilesWithoutChangesAreNotWritten) {
     database_->set(M, "pk", "pv");
     EXPECT_EQ(0, database_->save());
     EXPECT_EQ("# a comment\nk=v\n", content_of(kPlainFile));
-    EXPECT_EQ("pk=pv\n", content_of(kPermFile));
+    EXPECT_EQ("pk=pv\n", saved_lines(kPermFile));
     EXPECT_EQ(0, database_->save_factory());
     EXPECT_FALSE(exists(kFactoryFile));
 }
@@ -59,7 +59,7 @@ TEST_F(DatabaseSave, ChangesOfAnEarlierRunAreSaved) {
     database_->set(P, "k", "v");
     restart();
     EXPECT_EQ(0, database_->save());
-    EXPECT_EQ("k=v\n", content_of(kPlainFile));
+    EXPECT_EQ("k=v\n", saved_lines(kPlainFile));
 }
 
 TEST_F(DatabaseSave, ASavedResetSurvivesAPowerCut) {
@@ -68,7 +68,7 @@ TEST_F(DatabaseSave, ASavedResetSurvivesAPowerCut) {
     EXPECT_EQ(0, database_->reset());
     EXPECT_EQ("old=1\n", content_of(kPlainFile));
     EXPECT_EQ(0, database_->save());
-    EXPECT_EQ("", content_of(kPlainFile));
+    EXPECT_EQ("", saved_lines(kPlainFile));
     cut_power();
     EXPECT_EQ(kMissing, plain("old"));
 }
@@ -89,7 +89,7 @@ TEST_F(DatabaseSave, ACrashBetweenTheRenameAndTheJournalsCutIsHarmless) {
     EXPECT_EQ("2", plain("b"));
     EXPECT_EQ(kMissing, plain("c"));
     EXPECT_EQ(0, database_->save());
-    EXPECT_EQ("b=2\n", content_of(kPlainFile));
+    EXPECT_EQ("b=2\n", saved_lines(kPlainFile));
 }
 
 TEST_F(DatabaseSave, AJournalThatCantBeCutDoesNotFailTheSave) {
@@ -99,7 +99,7 @@ TEST_F(DatabaseSave, AJournalThatCantBeCutDoesNotFailTheSave) {
         return -1;
     });
     EXPECT_EQ(0, database_->save());
-    EXPECT_EQ("k=1\n", content_of(kPlainFile));
+    EXPECT_EQ("k=1\n", saved_lines(kPlainFile));
     EXPECT_EQ("P+k=1\n", journals());
     EXPECT_EQ(1u, warnings(log_).size()) << log_.text();
     end_faults();
@@ -119,7 +119,7 @@ TEST_F(DatabaseSave, AFullJournalStaysFullUntilItsStoreIsSaved) {
     EXPECT_EQ("fv", def("fk"));
 
     EXPECT_EQ(0, database_->save_factory());
-    EXPECT_EQ("fk=fv\n", content_of(kFactoryFile));
+    EXPECT_EQ("fk=fv\n", saved_lines(kFactoryFile));
     EXPECT_EQ("", journals());
 }
 
@@ -136,7 +136,7 @@ TEST_F(DatabaseSave, AFullJournalLosesNothingAndTakesChangesOnceThereIsRoom) {
     EXPECT_EQ(0, database_->set(P, "later", "v"));
     EXPECT_EQ(0, database_->save());
     EXPECT_EQ("F+fk=fv\n", journals());
-    EXPECT_EQ("k=v\nlater=v\n", content_of(kPlainFile));
+    EXPECT_EQ("k=v\nlater=v\n", saved_lines(kPlainFile));
 }
 
 TEST_F(DatabaseSave, AFullDiskFailsTheSaveAndNothingElse) {
@@ -151,7 +151,7 @@ TEST_F(DatabaseSave, AFullDiskFailsTheSaveAndNothingElse) {
     EXPECT_EQ("new", plain("k"));
     end_faults();
     EXPECT_EQ(0, database_->save());
-    EXPECT_EQ("k=new\n", content_of(kPlainFile));
+    EXPECT_EQ("k=new\n", saved_lines(kPlainFile));
 }
 
 TEST_F(DatabaseSave, OneStoresFailureDoesNotStopTheOther) {
@@ -159,14 +159,14 @@ TEST_F(DatabaseSave, OneStoresFailureDoesNotStopTheOther) {
     database_->set(M, "pk", "pv");
     fail_open(kPlainFile + ".tmp", ENOSPC);
     EXPECT_EQ(6, database_->save());
-    EXPECT_EQ("pk=pv\n", content_of(kPermFile));
+    EXPECT_EQ("pk=pv\n", saved_lines(kPermFile));
     EXPECT_EQ("P+k=v\n", journals());
 
     end_faults();
     database_->set(M, "pk", "new");
     fail_open(kPermFile + ".tmp", EROFS);
     EXPECT_EQ(0, database_->save());
-    EXPECT_EQ("k=v\n", content_of(kPlainFile));
+    EXPECT_EQ("k=v\n", saved_lines(kPlainFile));
     EXPECT_EQ("M+pk=new\n", journals());
 }
 
@@ -271,7 +271,7 @@ TEST_F(DatabaseSave, WritesAFileAgainThatSomebodyRemoved) {
         std::filesystem::remove(path);
         log_.clear();
         EXPECT_EQ(0, database_->save());
-        EXPECT_EQ("k=v\n", content_of(path));
+        EXPECT_EQ("k=v\n", saved_lines(path));
         EXPECT_EQ((std::vector<std::string>{path + " was removed by somebody, it is written again"}),
                   warnings(log_));
         EXPECT_EQ(0, database_->save());

@@ -83,12 +83,14 @@ using ReplacementByAnotherUser = ByAnotherUser<Replacement>;
 TEST_F(ReplacementByAnotherUser, InAStickyFolderIsImpossible) {
     put_file(kPath, kContent);
     ASSERT_EQ(0, ::chmod(kFolder.c_str(), 01777));
-    EXPECT_EQ(EPERM, as_other_user(
-                         [] { return rehearse_emptying(kPath, Store(), Folders::kOnDisk, OldFile::kGoes); }));
+    EXPECT_EQ(EPERM, as_other_user([] {
+                  return rehearse_emptying(kPath, Store(), Folders::kOnDisk, OldFile::kBecomesPrevious);
+              }));
     EXPECT_EQ(kContent, content_of(kPath));
     ASSERT_EQ(0, ::chown(kPath.c_str(), kOtherUser, kOtherUser));
-    EXPECT_EQ(
-        0, as_other_user([] { return rehearse_emptying(kPath, Store(), Folders::kOnDisk, OldFile::kGoes); }));
+    EXPECT_EQ(0, as_other_user([] {
+                  return rehearse_emptying(kPath, Store(), Folders::kOnDisk, OldFile::kBecomesPrevious);
+              }));
     EXPECT_EQ(std::vector<std::string>{kPath}, files_beginning(kPath));
 }
 

@@ -19,11 +19,17 @@
 #include "doubles/libc_doubles.h"
 #include "doubles/log_capture.h"
 #include "os_log.h"
+#include "support/checked_file.h"
 
 /* The content; "" without a file. */
 inline std::string content_of(const std::string &path) {
     std::ifstream file(path, std::ios::binary);
     return std::string(std::istreambuf_iterator<char>(file), {});
+}
+
+/* The lines of a file that the service has saved; see checked_lines. */
+inline std::string saved_lines(const std::string &path) {
+    return checked_lines(content_of(path));
 }
 
 /* Writes a file and the folders that it takes. */
@@ -161,6 +167,7 @@ inline void end_faults() {
     doubles::libc::read.restore();
     doubles::libc::open.restore();
     doubles::libc::openat.restore();
+    doubles::libc::rename.restore();
     doubles::libc::renameat.restore();
     doubles::libc::fsync.restore();
     doubles::libc::mkdir.restore();

@@ -82,8 +82,8 @@ TEST_F(ZndbHandler, SaveWritesPlainAndPerm) {
     send(2006, record("p", "v"));
     send(2004, record("f", "v"));
     EXPECT_EQ(0, send(2003, ""));
-    EXPECT_EQ("k=v\n", content_of(kPlainFile));
-    EXPECT_EQ("p=v\n", content_of(kPermFile));
+    EXPECT_EQ("k=v\n", saved_lines(kPlainFile));
+    EXPECT_EQ("p=v\n", saved_lines(kPermFile));
     EXPECT_FALSE(exists(kFactoryFile));
 }
 
@@ -108,7 +108,7 @@ TEST_F(ZndbHandler, FactorSaveWritesTheOverlay) {
     send(2001, record("k", "v"));
     send(2004, record("f", "v"));
     EXPECT_EQ(0, send(2005, ""));
-    EXPECT_EQ("f=v\n", content_of(kFactoryFile));
+    EXPECT_EQ("f=v\n", saved_lines(kFactoryFile));
     EXPECT_FALSE(exists(kPlainFile));
 }
 
@@ -119,9 +119,9 @@ TEST_F(ZndbHandler, ThePowerOffNoticeSavesEveryStoreWhateverItCarries) {
         send(2006, record("p", value));
         send(2004, record("f", value));
         EXPECT_EQ(0, send(1009, body));
-        EXPECT_EQ("k=" + value + "\n", content_of(kPlainFile));
-        EXPECT_EQ("p=" + value + "\n", content_of(kPermFile));
-        EXPECT_EQ("f=" + value + "\n", content_of(kFactoryFile));
+        EXPECT_EQ("k=" + value + "\n", saved_lines(kPlainFile));
+        EXPECT_EQ("p=" + value + "\n", saved_lines(kPermFile));
+        EXPECT_EQ("f=" + value + "\n", saved_lines(kFactoryFile));
     }
 }
 

@@ -5,7 +5,9 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cstdio>
 
+#include "formats/check_line.h"
 #include "formats/device_paths.h"
 #include "frwk_dbrm/format/backup_format.h"
 #include "frwk_dbrm/saved_store.h"
@@ -20,6 +22,7 @@ namespace {
 
 constexpr uint64_t kBlockUnit = 512; /* of st_blocks, whatever the file system's own is */
 constexpr size_t kPieceSize = 4096;
+constexpr size_t kPathRoom = 128; /* the longest one has 40 characters */
 
 /* What a line of the journal has more than one of the file: the letter of the store and the change. */
 constexpr uint64_t kJournalExtra = 2;
@@ -38,11 +41,21 @@ uint64_t space_of(const struct stat &file) {
     return static_cast<uint64_t>(file.st_blocks) * kBlockUnit;
 }
 
-/* The space that is free when a file is empty. The database keeps a damaged file. */
-uint64_t freed_by(const char *file) {
+/* The space of a file that has no other name. */
+uint64_t space_of_last_name(const char *path) {
     struct stat found = {};
-    const bool is_freed = ::lstat(file, &found) == 0 && S_ISREG(found.st_mode) && found.st_nlink == 1;
-    return is_freed && !backup::is_damaged(file) ? space_of(found) : 0;
+    const bool is_last = ::lstat(path, &found) == 0 && S_ISREG(found.st_mode) && found.st_nlink == 1;
+    return is_last ? space_of(found) : 0;
+}
+
+/*
+ * The space that is free when a file is empty: the database keeps a damaged file, and gives up the file
+ * before the last save for want of space.
+ */
+uint64_t freed_by(const char *file) {
+    char previous[kPathRoom];
+    (void)std::snprintf(previous, sizeof(previous), "%s%s", file, paths::kPreviousSuffix);
+    return space_of_last_name(previous) + (backup::is_damaged(file) ? 0 : space_of_last_name(file));
 }
 
 /* What the perm store, which is saved with the emptied settings, may add to its disk. */
@@ -83,11 +96,13 @@ bool has_room_for_text(uint64_t length, uint64_t lines) {
         file.free -= std::min(file.free, file.rounded(growth_of_perm_store()));
     }
     const Space journal = space_for(paths::kPlainJournal, paths::kJournalFolder);
+    const uint64_t file_size = length + kCheckLineRoom;
     const uint64_t journal_size = length + lines * kJournalExtra;
     if (file.block != 0 && file.device == journal.device) {
-        return has_room(paths::kPlainFile, file, file.rounded(length) + journal_size);
+        return has_room(paths::kPlainFile, file, file.rounded(file_size) + journal_size);
     }
-    return has_room(paths::kPlainFile, file, length) && has_room(paths::kPlainJournal, journal, journal_size);
+    return has_room(paths::kPlainFile, file, file_size) &&
+           has_room(paths::kPlainJournal, journal, journal_size);
 }
 
 /* Counts the line ends in the next bytes of a file. */
