@@ -17,7 +17,8 @@ const std::string kExported = "/tmp/exported.txt";
 const ToolChecks kTool("zndb_tool");
 
 const std::string kReadOnlyHint =
-    "; the store's file can't be replaced; check its folder with ls -l and mount";
+    "; the store's file can't be replaced; check its folder with ls -l and mount. The factory overlay may be "
+    "written by root and by some modules only";
 
 class ZndbTool : public ZndbTest {
   protected:
