@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <utility>
 
 #include "database_steps.h"
 #include "formats/device_paths.h"
@@ -136,6 +137,11 @@ Database::FileState Database::state_of(const LoadedStore &loaded) {
     }
     return loaded.is_file_damaged || loaded.lines == Lines::kSomeSkipped ? FileState::kDamaged
                                                                          : FileState::kSound;
+}
+
+void Database::limit(Shares shares) {
+    const Lock lock(mutex_);
+    shares_ = std::move(shares);
 }
 
 void Database::load_one(Held &held) {
@@ -298,7 +304,20 @@ apps_err_e_type Database::change_key(const JournalRecord &record) {
                std::string(record.key).c_str());
         return E_APPS_ERR_ZNDB_MEM;
     }
-    return change(record);
+    Store &changed = store(record.store);
+    if (changed.changes().count(record.key) != 0) {
+        return change(record);
+    }
+
+    const SentBy by = shares_.sender();
+    if (!shares_.allows(record.store, changed, by, 1)) {
+        return E_APPS_ERR_ZNDB_MEM;
+    }
+    const apps_err_e_type result = change(record);
+    if (result == E_APPS_ERR_SUCCESS) {
+        changed.charge(record.key, by.sender);
+    }
+    return result;
 }
 
 apps_err_e_type Database::set(StoreId id, std::string_view key, std::string_view value) {

@@ -24,6 +24,7 @@
 #include "formats/zndb_wire.h"
 #include "journal.h"
 #include "os_thread.h"
+#include "shares.h"
 #include "store.h"
 #include "store_recovery.h"
 #include "until_reboot.h"
@@ -45,6 +46,9 @@ class Database {
     /* The damaged files that load has set aside, by their new names. */
     const std::vector<std::string> &set_aside() const { return set_aside_; }
 
+    /* Limits how many changed keys each sender may have, from now on. Restored changes are nobody's. */
+    void limit(Shares shares);
+
     /*
      * Reads a value. kPlain falls back to kFactory, and that to the defaults; kPerm has no fallback.
      *
@@ -55,8 +59,8 @@ class Database {
 
     /*
      * Sets a value in a store. Returns 0 when the change is in the journal. Otherwise nothing has changed:
-     * E_APPS_ERR_ZNDB_ARG for a text that a line can't contain, E_APPS_ERR_ZNDB_MEM if the store is full or
-     * too many keys have changed, or the value of result_of_errno.
+     * E_APPS_ERR_ZNDB_ARG for a text that a line can't contain, E_APPS_ERR_ZNDB_MEM if the store is full,
+     * too many keys have changed, or the sender has used up its share, or the value of result_of_errno.
      */
     apps_err_e_type set(StoreId id, std::string_view key, std::string_view value);
 
@@ -181,6 +185,9 @@ class Database {
     std::vector<JournalRecord> changes_of(const ZndbBatchItems &items) const;
     bool has_room_for_all(StoreId id, const std::vector<JournalRecord> &records) const;
     apps_err_e_type check_room(const std::vector<JournalRecord> &records) const;
+    std::vector<const JournalRecord *> new_changes(const std::vector<JournalRecord> &records) const;
+    bool share_allows(const std::vector<const JournalRecord *> &records, const SentBy &by);
+    apps_err_e_type change_all_in_share(const std::vector<JournalRecord> &records, BatchAnswer &answer);
     uint32_t conflict_of(const ZndbBatchItems &items) const;
     apps_err_e_type open_journals_of_all(const ZndbBatchItems &items);
     static apps_err_e_type check_resettable(const Held &held);
@@ -198,6 +205,7 @@ class Database {
     Store defaults_;
     UntilReboot until_reboot_;
     BatchFile batch_;
+    Shares shares_;
     ChangeObserver *observer_ = nullptr;
     std::vector<std::string> set_aside_;
     bool old_journal_gone_ = false;

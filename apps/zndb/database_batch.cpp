@@ -16,9 +16,6 @@ namespace {
 
 using Change = JournalRecord::Change;
 
-/* In the order of StoreId. */
-constexpr const char *kNames[] = {"plain", "perm", "factory"};
-
 bool is_expectation(const ZndbItem &item) {
     return item.kind == ItemKind::kExpect || item.kind == ItemKind::kExpectMissing;
 }
@@ -116,11 +113,47 @@ apps_err_e_type Database::check_room(const std::vector<JournalRecord> &records) 
         if (!has_room_for_all(id, records)) {
             OS_LOG(OS_LOG_WARNING,
                    "a batch refused: the %s store is full, or too many of its keys have changed",
-                   kNames[static_cast<size_t>(id)]);
+                   name_of(id));
             return E_APPS_ERR_ZNDB_MEM;
         }
     }
     return E_APPS_ERR_SUCCESS;
+}
+
+std::vector<const JournalRecord *> Database::new_changes(const std::vector<JournalRecord> &records) const {
+    std::vector<const JournalRecord *> found;
+    for (const JournalRecord &record : records) {
+        if (store(record.store).changes().count(record.key) == 0) {
+            found.push_back(&record);
+        }
+    }
+    return found;
+}
+
+bool Database::share_allows(const std::vector<const JournalRecord *> &records, const SentBy &by) {
+    return std::all_of(std::begin(kStoreIds), std::end(kStoreIds), [&](StoreId id) {
+        const auto more = std::count_if(records.begin(), records.end(),
+                                        [id](const JournalRecord *record) { return record->store == id; });
+        return more == 0 || shares_.allows(id, store(id), by, static_cast<size_t>(more));
+    });
+}
+
+apps_err_e_type Database::change_all_in_share(const std::vector<JournalRecord> &records,
+                                              BatchAnswer &answer) {
+    const std::vector<const JournalRecord *> added = new_changes(records);
+    const SentBy by = added.empty() ? SentBy{kNobody, 0} : shares_.sender();
+    if (!share_allows(added, by)) {
+        answer.verdict = E_ZNDB_RET_REFUSED;
+        return E_APPS_ERR_ZNDB_MEM;
+    }
+    const apps_err_e_type result = change_all(records);
+    if (result == E_APPS_ERR_SUCCESS) {
+        answer.verdict = E_ZNDB_RET_SUCCESS;
+        for (const JournalRecord *record : added) {
+            store(record->store).charge(record->key, by.sender);
+        }
+    }
+    return result;
 }
 
 /* All of these lines, or none. */
@@ -238,9 +271,5 @@ apps_err_e_type Database::apply_batch(const ZndbBatchItems &items, BatchAnswer &
 
     const std::vector<JournalRecord> changes = changes_of(items);
     result = check_room(changes);
-    if (result == E_APPS_ERR_SUCCESS) {
-        result = change_all(changes);
-    }
-    answer.verdict = result == E_APPS_ERR_SUCCESS ? E_ZNDB_RET_SUCCESS : E_ZNDB_RET_FAILURE;
-    return result;
+    return result == E_APPS_ERR_SUCCESS ? change_all_in_share(changes, answer) : result;
 }

@@ -7,6 +7,9 @@
 
 namespace {
 
+/* In the order of StoreId. */
+constexpr const char *kNames[] = {"plain", "perm", "factory"};
+
 apps_err_e_type refuse_text(std::string_view key, const char *problem) {
     OS_LOG(OS_LOG_WARNING, "'%s' refused: %s", std::string(key).c_str(), problem);
     return E_APPS_ERR_ZNDB_ARG;
@@ -22,4 +25,8 @@ apps_err_e_type check_texts(std::string_view key, std::string_view value) {
         return refuse_text(key, problem);
     }
     return E_APPS_ERR_SUCCESS;
+}
+
+const char *name_of(StoreId id) {
+    return kNames[static_cast<size_t>(id)];
 }

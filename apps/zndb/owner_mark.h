@@ -20,6 +20,9 @@ class OwnerMark {
      */
     void begin();
 
+    /* Whether the kernel notes the end of the process. */
+    bool is_available() const { return thread_ != 0; }
+
     /* Chooses the word, instead of the last one. Only one thread at a time; the word must stay mapped. */
     void move_to(uint32_t *word);
 

@@ -22,6 +22,32 @@ Savable Store::savable() const {
     return values_.size() > kStoreKeysMax ? Savable::kOverfull : Savable::kYes;
 }
 
+void Store::forget(Changes::iterator change) {
+    const auto share = shares_.find(change->second.by);
+    if (share != shares_.end() && --share->second == 0) {
+        shares_.erase(share);
+    }
+    changes_.erase(change);
+}
+
+void Store::forget_all() {
+    changes_.clear();
+    shares_.clear();
+}
+
+void Store::charge(std::string_view key, Sender by) {
+    const auto change = changes_.find(key);
+    if (change != changes_.end() && change->second.by == kNobody && by != kNobody) {
+        change->second.by = by;
+        ++shares_[by];
+    }
+}
+
+size_t Store::changes_of(Sender by) const {
+    const auto share = shares_.find(by);
+    return share != shares_.end() ? share->second : 0;
+}
+
 void Store::load(std::string_view key, StoreValue value) {
     values_.insert_or_assign(std::string(key), std::move(value));
 }
@@ -38,7 +64,7 @@ bool Store::carry(std::string line) {
 void Store::set(std::string_view key, StoreValue value) {
     const bool perhaps = basis_ == Basis::kPartOfFile || find(key) != nullptr;
     load(key, std::move(value));
-    changes_.try_emplace(std::string(key), perhaps ? InFile::kPerhaps : InFile::kNo);
+    changes_.try_emplace(std::string(key), Changed{perhaps ? InFile::kPerhaps : InFile::kNo});
 }
 
 void Store::erase(std::string_view key) {
@@ -47,15 +73,15 @@ void Store::erase(std::string_view key) {
         values_.erase(found);
     }
 
-    const auto change = changes_.try_emplace(std::string(key), InFile::kPerhaps).first;
-    if (basis_ == Basis::kNothing || change->second == InFile::kNo) {
-        changes_.erase(change);
+    const auto change = changes_.try_emplace(std::string(key), Changed{InFile::kPerhaps}).first;
+    if (basis_ == Basis::kNothing || change->second.in_file == InFile::kNo) {
+        forget(change);
     }
 }
 
 void Store::clear() {
     values_.clear();
-    changes_.clear();
+    forget_all();
     carried_.clear();
     carried_size_ = 0;
     basis_ = Basis::kNothing;
@@ -67,23 +93,26 @@ void Store::revert(std::string_view key, const StoreValue *saved) {
     } else {
         values_.erase(std::string(key));
     }
-    changes_.erase(std::string(key));
+    const auto change = changes_.find(key);
+    if (change != changes_.end()) {
+        forget(change);
+    }
 }
 
 void Store::mark_saved() {
-    changes_.clear();
+    forget_all();
     basis_ = Basis::kFile;
 }
 
 void Store::assume_in_file(std::string_view key) {
     const auto change = changes_.find(key);
     if (change != changes_.end()) {
-        change->second = InFile::kPerhaps;
+        change->second.in_file = InFile::kPerhaps;
     }
 }
 
 void Store::assume_all_in_file() {
     for (auto &change : changes_) {
-        change.second = InFile::kPerhaps;
+        change.second.in_file = InFile::kPerhaps;
     }
 }

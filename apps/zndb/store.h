@@ -13,6 +13,7 @@
 
 #include "formats/entry_line.h"
 #include "formats/store_values.h"
+#include "sender.h"
 
 /*
  * The maximum number of unsaved changed keys, so that no client can exhaust the memory. Limit: every key of a
@@ -35,6 +36,14 @@ enum class InFile {
     kPerhaps
 };
 
+/* What is known of a changed key. */
+struct Changed {
+    InFile in_file;
+    Sender by = kNobody; /* whose share it is of */
+
+    bool operator==(const Changed &other) const { return in_file == other.in_file && by == other.by; }
+};
+
 /* Whether a store may replace its file. */
 enum class Savable {
     kYes,
@@ -48,7 +57,7 @@ inline constexpr size_t kCarriedMax = 65536;
 class Store {
   public:
     using Values = StoreValues;
-    using Changes = std::map<std::string, InFile, std::less<>>;
+    using Changes = std::map<std::string, Changed, std::less<>>;
 
     /* Returns the key's value, or null if it is missing; valid until the next change. */
     const StoreValue *find(std::string_view key) const;
@@ -90,6 +99,12 @@ class Store {
     /* Marks the present values as saved. */
     void mark_saved();
 
+    /* Charges a key to a sender's share, if it is a changed one and charged to nobody. */
+    void charge(std::string_view key, Sender by);
+
+    /* How many changed keys are charged to a sender. */
+    size_t changes_of(Sender by) const;
+
     /* Declares that the file was not read whole. */
     void mark_partly_read() { basis_ = Basis::kPartOfFile; }
 
@@ -107,9 +122,13 @@ class Store {
     const Changes &changes() const { return changes_; }
 
   private:
+    void forget(Changes::iterator change);
+    void forget_all();
+
     Values values_;
     Changes changes_;
     std::vector<std::string> carried_;
     size_t carried_size_ = 0;
+    std::map<Sender, size_t> shares_; /* of those who have any */
     Basis basis_ = Basis::kFile;
 };

@@ -97,10 +97,20 @@ void ViewFile::began(const Contents &contents) {
     MappedFile old = error == 0 ? predecessor() : MappedFile();
     serial_ = old ? view::Reader(*view::Block::open(old.data(), old.size())).serial() : 0;
     present_.memory = std::move(old);
-    error = error == 0 ? make_anew() : error;
+    if (error == 0) {
+        error = end_is_noted() ? make_anew() : EOPNOTSUPP;
+    }
     if (error != 0) {
         give_up(error);
     }
+}
+
+/*
+ * Without that, readers of a service that was killed and whose file was removed would never know. They ask
+ * the service instead.
+ */
+bool ViewFile::end_is_noted() const {
+    return mark_ == nullptr || mark_->is_available();
 }
 
 bool ViewFile::write(view::Writer &writer, const JournalRecord &change) {
@@ -148,6 +158,9 @@ bool ViewFile::is_lost() {
 
 void ViewFile::changed(const Changes &changes) {
     int error = 0;
+    if (!end_is_noted()) {
+        return;
+    }
     if (!present_.writer) {
         const uint32_t now = os_uptime_sec();
         if (std::exchange(looked_at_, now) == now) {

@@ -18,7 +18,10 @@
 
 class ViewFile : public ChangeObserver {
   public:
-    /* mark: notes in the file when the process ends; may be null. */
+    /*
+     * mark: notes in the file when the process ends; null if nobody has to know. Where the kernel can't do
+     * that, no file is made.
+     */
     ViewFile(std::string path, ViewAccess access, OwnerMark *mark);
     ~ViewFile() override;
 
@@ -39,6 +42,7 @@ class ViewFile : public ChangeObserver {
 
     static bool write(view::Writer &writer, const JournalRecord &change);
     bool update(const Changes &changes);
+    bool end_is_noted() const;
     bool is_too_large() const;
     bool is_lost();
     template <typename Fill>

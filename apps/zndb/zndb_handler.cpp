@@ -25,12 +25,18 @@ apps_err_e_type refuse_body(const ZndbMessage &message) {
     return E_APPS_ERR_ZNDB_ARG;
 }
 
+bool is_refused_factory(StoreId id, const ZndbMessage &message) {
+    return id == StoreId::kFactory && message.may_write_factory != nullptr &&
+           !message.may_write_factory(message);
+}
+
 apps_err_e_type answer_set(Database &database, StoreId id, const ZndbMessage &message) {
     Entry entry;
     if (!read_set_body(message.data, message.data_len, entry)) {
         return refuse_body(message);
     }
-    return database.set(id, entry.key, entry.value);
+    return is_refused_factory(id, message) ? E_APPS_ERR_ZNDB_READ_ONLY
+                                           : database.set(id, entry.key, entry.value);
 }
 
 apps_err_e_type answer_get(Database &database, StoreId id, const ZndbMessage &message) {
@@ -61,8 +67,11 @@ apps_err_e_type answer_save(Database &database, StoreId, const ZndbMessage &mess
     return result;
 }
 
-apps_err_e_type answer_save_factory(Database &database, StoreId, const ZndbMessage &message) {
-    return message.data_len > 0 ? refuse_body(message) : database.save_factory();
+apps_err_e_type answer_save_factory(Database &database, StoreId id, const ZndbMessage &message) {
+    if (message.data_len > 0) {
+        return refuse_body(message);
+    }
+    return is_refused_factory(id, message) ? E_APPS_ERR_ZNDB_READ_ONLY : database.save_factory();
 }
 
 apps_err_e_type answer_save_ram(Database &database, StoreId, const ZndbMessage &message) {
@@ -73,6 +82,27 @@ apps_err_e_type answer_reset(Database &database, StoreId, const ZndbMessage &mes
     return message.data_len > 0 ? refuse_body(message) : database.reset();
 }
 
+/* The first change of the overlay, or kNoItem. An expectation only reads. */
+uint32_t factory_change_in(const ZndbBatchItems &items) {
+    for (size_t i = 0; i < items.size(); ++i) {
+        if (items[i].store == StoreId::kFactory &&
+            (items[i].kind == ItemKind::kSet || items[i].kind == ItemKind::kDelete)) {
+            return static_cast<uint32_t>(i);
+        }
+    }
+    return kNoItem;
+}
+
+apps_err_e_type apply_if_allowed(Database &database, const ZndbMessage &message, const ZndbBatchItems &items,
+                                 BatchAnswer &answer) {
+    const uint32_t change = factory_change_in(items);
+    if (change != kNoItem && is_refused_factory(StoreId::kFactory, message)) {
+        answer = {E_ZNDB_RET_REFUSED, change};
+        return E_APPS_ERR_ZNDB_READ_ONLY;
+    }
+    return database.apply_batch(items, answer);
+}
+
 /* Returns the verdict if the answer's buffer has room for it. */
 apps_err_e_type answer_batch(Database &database, StoreId, const ZndbMessage &message) {
     ZndbBatchItems items;
@@ -80,7 +110,7 @@ apps_err_e_type answer_batch(Database &database, StoreId, const ZndbMessage &mes
         return refuse_body(message);
     }
     BatchAnswer answer = {};
-    const apps_err_e_type result = database.apply_batch(items, answer);
+    const apps_err_e_type result = apply_if_allowed(database, message, items, answer);
     if (message.rsp != nullptr && message.rsp_size >= sizeof(answer)) {
         std::memcpy(message.rsp, &answer, sizeof(answer));
     }

@@ -17,13 +17,17 @@ struct ZndbMessage {
     int32_t data_len;
     void *rsp; /* null for an asynchronous message */
     uint32_t rsp_size;
+
+    /* Whether it may change the factory overlay; asked if it would, and logs a refusal. Null: it may. */
+    bool (*may_write_factory)(const ZndbMessage &message) = nullptr;
 };
 
 /*
  * Answers one message. Any thread. Logs refusals that the database doesn't log.
  *
- * Returns the database's result, E_APPS_ERR_ZNDB_ARG for a malformed body, or
- * E_APPS_ERR_UNSUPPORTED for an unknown message. The answer's buffer is written by a successful get, and by a
- * save: with the results of the plain and the perm store, if it has room for both.
+ * Returns the database's result, E_APPS_ERR_ZNDB_ARG for a malformed body, E_APPS_ERR_ZNDB_READ_ONLY for a
+ * change of the factory overlay by somebody who may not, or E_APPS_ERR_UNSUPPORTED for an unknown message.
+ * The answer's buffer is written by a successful get, by a list and a batch, and by a save: with the results
+ * of the plain and the perm store, if it has room for both.
  */
 apps_err_e_type zndb_handle(Database &database, const ZndbMessage &message);

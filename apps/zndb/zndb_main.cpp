@@ -9,15 +9,19 @@
 #include <string>
 
 #include "database.h"
+#include "factory_access.h"
 #include "formats/device_paths.h"
 #include "frwk_common.h"
 #include "health_report.h"
+#include "internal/service_calls.h"
 #include "os_log.h"
 #include "os_thread.h"
 #include "os_time.h"
 #include "own_files.h"
 #include "owner_mark.h"
+#include "sender.h"
 #include "service_manager.h"
+#include "shares.h"
 #include "view_access.h"
 #include "view_file.h"
 #include "zndb_handler.h"
@@ -37,6 +41,25 @@ std::atomic<const ServiceManager *> g_s_manager{nullptr};
 /* The main thread's, which lives as long as the process. */
 OwnerMark g_s_owner_mark;
 
+/* The process that has sent the message; the database's own messages have none. */
+std::optional<frwk_ipc_peer_t> peer_of_message() {
+    frwk_ipc_peer_t peer = {};
+    return frwk_ipc_peer(&peer) != 0 ? std::optional(peer) : std::nullopt;
+}
+
+/* Called with the database's lock held. */
+SentBy sent_by() {
+    static SenderFinder finder;
+    const auto peer = peer_of_message();
+    return peer ? SentBy{finder.find(peer->process), peer->process} : SentBy{kNobody, 0};
+}
+
+bool may_write_overlay(const ZndbMessage &message) {
+    static const FactoryAccess access = factory_access();
+    const auto peer = peer_of_message();
+    return may_write_factory(access, peer ? &*peer : nullptr, message.src, message.msgid);
+}
+
 /*
  * Loaded by the first caller: the service thread may receive a message before the main thread gets here.
  * Never freed, since a message may end the process on any thread.
@@ -45,6 +68,7 @@ Database &database() {
     static Database *const loaded = [] {
         auto *made = new Database;
         made->load();
+        made->limit(Shares(sent_by, share_limit()));
         made->observe(*new ViewFile(paths::kViewFile, view_access(), &g_s_owner_mark));
         return made;
     }();
@@ -124,7 +148,7 @@ apps_err_e_type answer_message(uint32_t src, apps_message_id_e_type msgid, const
     if (is_worth_a_look(msgid) && is_superseded()) {
         end_superseded();
     }
-    return zndb_handle(database(), {src, msgid, data, data_len, rsp, rsp_size});
+    return zndb_handle(database(), {src, msgid, data, data_len, rsp, rsp_size, may_write_overlay});
 }
 
 /* After these messages the device's RAM is lost. A reset is not one of them: it discards the user's settings.

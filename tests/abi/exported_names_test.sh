@@ -2,7 +2,8 @@
 # exported_names_test.sh CASE NM LIBRARY MAP INCLUDE_FOLDER COMPILER [FLAG...]
 #
 # Compares three lists, each both ways: the names that a library exports, those in its linker map, and the
-# functions and objects that its public headers declare.
+# functions and objects that its public headers declare. What the map lists as ..._PRIVATE is for programs of the same
+# build: no public header declares it.
 set -eu -o pipefail
 
 test_case=$1 nm=$2 library=$3 map=$4 include=$5
@@ -14,8 +15,21 @@ exported() {
         awk '$2 != "A" { sub(/@.*/, "", $1); print $1 }' | sort
 }
 
+# mapped_in NODES: the names in the map's nodes whose own names match.
+mapped_in() {
+    awk -v nodes="$1" '
+        /{$/ { wanted = $1 ~ nodes }
+        /local:/ || /^}/ { inside = 0 }
+        inside { sub(/;.*/, ""); print $1 }
+        /global:/ { inside = wanted }' "$map" | sort
+}
+
 mapped() {
-    awk '/local:/ { inside = 0 } inside { sub(/;.*/, ""); print $1 } /global:/ { inside = 1 }' "$map" | sort
+    mapped_in .
+}
+
+public() {
+    comm -23 <(mapped) <(mapped_in '_PRIVATE$')
 }
 
 # The preprocessor removes comments and names the file of each part; what lies in braces declares no name.
@@ -56,7 +70,7 @@ ExportsWhatItsMapLists() {
 }
 
 MapListsWhatItsHeadersDeclare() {
-    compare mapped declared
+    compare public declared
 }
 
 "$test_case"

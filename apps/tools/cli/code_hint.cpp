@@ -14,7 +14,10 @@ constexpr Hint kHints[] = {
     {E_APPS_ERR_BUSY, "try again later"},
     {E_APPS_ERR_ZNDB_ARG,
      "a setting must be one line, and a key must not contain '=' or begin with '#' or a blank"},
-    {E_APPS_ERR_ZNDB_READ_ONLY, "the store's file can't be replaced; check its folder with ls -l and mount"},
+    {E_APPS_ERR_ZNDB_MEM, "the store is full, or too many settings have changed since the last save"},
+    {E_APPS_ERR_ZNDB_READ_ONLY,
+     "the store's file can't be replaced; check its folder with ls -l and mount. The factory overlay may be "
+     "written by root and by some modules only"},
 };
 
 }  // namespace

@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "device/text_file.h"
+#include "formats/batch_text.h"
 #include "formats/entry_line.h"
 #include "formats/store_values.h"
 #include "zndb_tool/journal_text.h"
@@ -55,8 +56,8 @@ std::string read_if_there(const std::string &path, std::string *text) {
     return file_exists(path) ? read_text_file(path, text) : "";
 }
 
-std::string read_files(const StoreFiles &files, Entries &entries) {
-    for (const std::string &path : files.paths) {
+std::string read_files(const std::vector<std::string> &paths, Entries &entries) {
+    for (const std::string &path : paths) {
         std::string text;
         std::string problem = read_if_there(path, &text);
         if (!problem.empty()) {
@@ -67,17 +68,39 @@ std::string read_files(const StoreFiles &files, Entries &entries) {
     return "";
 }
 
-/* The journals that concern a store. The one of an older service, if there is one, has the last word. */
+/* A batch that its last line shows to be complete is repeated by the next start of the database. */
+void apply_batch(const std::string &batch, StoreId store, Entries &entries) {
+    std::vector<JournalRecord> changes;
+    if (!parse_batch(batch, changes)) {
+        return;
+    }
+    for (const JournalRecord &change : changes) {
+        if (change.store == store) {
+            apply_record(entries, change);
+        }
+    }
+}
+
+/*
+ * The journals that concern a store, in the order in which a start of the database reads them: its own, the
+ * one of an older service, and a batch that was interrupted.
+ */
 struct Journals {
     std::string own;
     std::string old;
+    std::string batch;
 
-    bool operator==(const Journals &other) const { return own == other.own && old == other.old; }
+    bool operator==(const Journals &other) const {
+        return own == other.own && old == other.old && batch == other.batch;
+    }
 };
 
 std::string read_journals(StoreId store, Journals *journals) {
-    const std::string problem = read_journal_text(paths_of(store).journal, &journals->own);
-    return problem.empty() ? read_journal_text(paths::kOldJournal, &journals->old) : problem;
+    std::string problem = read_journal_text(paths_of(store).journal, &journals->own);
+    if (problem.empty()) {
+        problem = read_journal_text(paths::kOldJournal, &journals->old);
+    }
+    return problem.empty() ? read_journal_text(paths::kBatchFile, &journals->batch) : problem;
 }
 
 }  // namespace
@@ -94,24 +117,34 @@ std::string store_paths(Store store) {
     return all;
 }
 
-std::string read_store(Store store, Entries *entries) {
+std::string read_store_files(Store store, Entries *entries) {
     const StoreId changed = files_of(store).changed;
     Journals journal;
     std::string problem = read_journals(changed, &journal);
     for (int attempt = 0; attempt < kAttempts && problem.empty(); ++attempt) {
         Entries read;
         Journals after;
-        problem = read_files(files_of(store), read);
+        problem = read_files(files_of(store).paths, read);
         if (problem.empty()) {
             problem = read_journals(changed, &after);
         }
         if (problem.empty() && after == journal) {
             apply_journal(journal.own, changed, read);
             apply_journal(journal.old, changed, read);
+            apply_batch(journal.batch, changed, read);
             *entries = std::move(read);
             return "";
         }
         journal = std::move(after);
     }
     return problem.empty() ? "the database changes faster than it can be read" : problem;
+}
+
+std::string read_image_defaults(Entries *entries) {
+    Entries read;
+    std::string problem = read_files({paths::kDefaultsFile}, read);
+    if (problem.empty()) {
+        *entries = std::move(read);
+    }
+    return problem;
 }

@@ -1,6 +1,6 @@
 /*
- * Reads the content of a store from the database's files and journals, since no message lists the keys.
- * The result equals the database's content, whether it runs or not.
+ * Reads the content of a store from the database's files and journals, without the database. The result
+ * equals the database's content, whether it runs or not.
  */
 #pragma once
 
@@ -14,4 +14,7 @@ const char *store_name(Store store);
 std::string store_paths(Store store);
 
 /* Reads a store. Returns "" or the problem; entries is then unchanged. */
-std::string read_store(Store store, Entries *entries);
+std::string read_store_files(Store store, Entries *entries);
+
+/* The same for the defaults of the image alone. */
+std::string read_image_defaults(Entries *entries);

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "cli/limited_request.h"
 #include "cli/wait_notice.h"
 #include "formats/entry_line.h"
 #include "frwk_module.h"
@@ -32,18 +33,19 @@ bool goes_on(const std::string &bytes) {
     return ListedPage(bytes.data(), bytes.size()).goes_on();
 }
 
-}  // namespace
-
-/* Requests larger and larger pages until one has everything: several pages could be of different moments. */
-RequestOutcome list_store(StoreId store, Listed listed, const std::string &prefix, StoreListing *listing) {
-    const zndb_list_request body = list_body({store, listed, prefix, {}});
+/*
+ * Requests larger and larger pages until one has everything: several pages could be of different moments.
+ * ask: sends the request for a page.
+ */
+template <typename Ask>
+RequestOutcome list_with(const Ask &ask, const ListRequest &request, StoreListing *listing) {
+    const zndb_list_request body = list_body(request);
     const std::string bytes(reinterpret_cast<const char *>(&body), sizeof(body));
-    const WaitNotice notice(E_APPS_MODULE_ZNDB);
     std::string page;
     RequestOutcome outcome = {};
     for (size_t size = kFirstPage;; size = std::min(size * 4, kLastPage)) {
         page.assign(size, '\0');
-        outcome = send_request(E_APPS_MODULE_ZNDB, kZndbListMessage, bytes, &page);
+        outcome = ask(bytes, &page);
         if (!outcome.done() || !goes_on(page) || size == kLastPage) {
             break;
         }
@@ -52,4 +54,24 @@ RequestOutcome list_store(StoreId store, Listed listed, const std::string &prefi
         outcome.result = E_APPS_ERR_FORMAT;
     }
     return outcome;
+}
+
+}  // namespace
+
+RequestOutcome list_store(StoreId store, Listed listed, const std::string &prefix, StoreListing *listing) {
+    const WaitNotice notice(E_APPS_MODULE_ZNDB);
+    return list_with(
+        [](const std::string &body, std::string *page) {
+            return send_request(E_APPS_MODULE_ZNDB, kZndbListMessage, body, page);
+        },
+        {store, listed, prefix, {}}, listing);
+}
+
+RequestOutcome list_store_within(std::chrono::milliseconds limit, StoreId store, Listed listed,
+                                 const std::string &prefix, StoreListing *listing) {
+    return list_with(
+        [limit](const std::string &body, std::string *page) {
+            return send_request_within(limit, E_APPS_MODULE_ZNDB, kZndbListMessage, body, page);
+        },
+        {store, listed, prefix, {}}, listing);
 }

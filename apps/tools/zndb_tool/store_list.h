@@ -3,6 +3,7 @@
  */
 #pragma once
 
+#include <chrono>
 #include <string>
 #include <vector>
 
@@ -27,3 +28,7 @@ struct StoreListing {
  * listing: set on success. The result is E_APPS_ERR_FORMAT for an answer that can't be read.
  */
 RequestOutcome list_store(StoreId store, Listed listed, const std::string &prefix, StoreListing *listing);
+
+/* The same with a limit for each page; after it the outcome is E_APPS_ERR_TIMEOUT, not delivered. */
+RequestOutcome list_store_within(std::chrono::milliseconds limit, StoreId store, Listed listed,
+                                 const std::string &prefix, StoreListing *listing);

@@ -23,6 +23,7 @@
 #include "support/unique_fd.h"
 #include "zndb.h"
 #include "zndb_tool/restore_advice.h"
+#include "zndb_tool/store_content.h"
 #include "zndb_tool/store_files.h"
 #include "zndb_tool/store_request.h"
 #include "zndb_tool/store_saving.h"

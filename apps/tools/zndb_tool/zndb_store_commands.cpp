@@ -8,6 +8,7 @@
 #include "frwk_module.h"
 #include "output/json_output.h"
 #include "zndb_tool/entry_output.h"
+#include "zndb_tool/store_content.h"
 #include "zndb_tool/store_files.h"
 #include "zndb_tool/store_saving.h"
 #include "zndb_tool/zndb_options.h"

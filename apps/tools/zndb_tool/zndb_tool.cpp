@@ -5,7 +5,7 @@
 #include <algorithm>
 
 #include "cli/command_line_tool.h"
-#include "zndb_tool/store_files.h"
+#include "zndb_tool/store_content.h"
 #include "zndb_tool/typed_word.h"
 
 namespace {

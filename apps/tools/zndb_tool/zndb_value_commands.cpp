@@ -15,7 +15,7 @@
 #include "zndb.h"
 #include "zndb_tool/entry_lines.h"
 #include "zndb_tool/entry_output.h"
-#include "zndb_tool/store_files.h"
+#include "zndb_tool/store_content.h"
 #include "zndb_tool/store_saving.h"
 #include "zndb_tool/typed_word.h"
 #include "zndb_tool/value_list.h"

@@ -18,7 +18,8 @@ const std::string kExported = "/tmp/exported.txt";
 const ToolChecks kTool("zndb_tool");
 
 const std::string kReadOnlyHint =
-    "; the store's file can't be replaced; check its folder with ls -l and mount";
+    "; the store's file can't be replaced; check its folder with ls -l and mount. The factory overlay may be "
+    "written by root and by some modules only";
 
 class ZndbTool : public ZndbTest {
   protected:
@@ -341,10 +342,51 @@ TEST_F(ZndbTool, DumpsAResetStoreAndOneWhoseDatabaseIsGone) {
     EXPECT_EQ("new=2\n", kTool.output_of({"export"}));
 }
 
+/* A service that was killed in the middle of a batch has perhaps only this file of it. */
+TEST_F(ZndbTool, ExportsABatchThatWasInterrupted) {
+    EXPECT_EQ(0, zndb_set("a", "1"));
+    zndb_->kill();
+    ASSERT_TRUE(write_text("/tmp/m_tmp/zndb/journal.batch", "P+a=2\nP+b=3\n=2\n"));
+    EXPECT_EQ("a=2\nb=3\n", kTool.output_of({"export"}));
+    start();
+    EXPECT_EQ("a=2\nb=3\n", kTool.output_of({"export"}));
+}
+
+/* Only the database knows what it has; its files may be anybody's. */
+TEST_F(ZndbTool, AsksTheDatabaseForWhatItPrintsAndCompletes) {
+    ASSERT_TRUE(write_text("/m_webui/usr/db/default_data.txt", "image=1\n"));
+    EXPECT_EQ(0, zndb_set("key_known", "1"));
+    EXPECT_EQ("", kTool.output_of({"set", "--default", "made", "2"}));
+    ASSERT_TRUE(write_text("/m_data/usr/db/user_data.txt", "key_unknown=2\n"));
+    ASSERT_TRUE(write_text("/tmp/m_tmp/zndb/journal.plain", "P+key_unread=3\n"));
+    EXPECT_EQ("key_known=1\n", kTool.output_of({"export"}));
+    EXPECT_EQ(
+        "# default: /m_webui/usr/db/default_data.txt, /m_data/factor/factor_data.txt\nimage=1\nmade=2\n",
+        kTool.output_of({"dump", "--default"}));
+    EXPECT_EQ("key_known\n", kTool.output_of({"--complete", "get", "key_"}));
+}
+
+TEST_F(ZndbTool, ReadsTheFilesWhereTheDatabaseDoesNotAnswer) {
+    EXPECT_EQ(0, zndb_set("k", "v"));
+    zndb_->stop();
+    EXPECT_EQ("k=v\n", kTool.output_of({"export"}));
+    EXPECT_EQ("k\n", kTool.output_of({"--complete", "get", "k"}));
+    zndb_->send_signal(SIGCONT);
+}
+
+TEST_F(ZndbTool, DefaultsThatCannotBeReadAreSaidSo) {
+    ASSERT_EQ(0, ::mkdir("/m_webui/usr/db/default_data.txt", 0700));
+    kTool.expect_failure(1, "can't read /m_webui/usr/db/default_data.txt: Is a directory",
+                         {"dump", "--default"});
+    std::filesystem::remove("/m_webui/usr/db/default_data.txt");
+}
+
 TEST_F(ZndbTool, AStoreThatCannotBeReadIsSaidSo) {
+    zndb_->kill();
     ASSERT_EQ(0, ::mkdir("/m_data/usr/db/user_data.txt", 0700));
     kTool.expect_failure(1, "can't read /m_data/usr/db/user_data.txt: Is a directory", {"dump"});
     kTool.expect_failure(1, "can't read /m_data/usr/db/user_data.txt: Is a directory", {"export"});
+    start();
     kTool.expect_failure(1, "get 'k' failed: 2001 E_APPS_ERR_ZNDB_NO_FOUND", {"get", "k"});
 }
 

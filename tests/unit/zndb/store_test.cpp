@@ -31,7 +31,7 @@ TEST(Store, SettingAndDeletingAreChanges) {
     store.set("a", "v");
     store.erase("b");
     EXPECT_EQ(nullptr, store.find("b"));
-    EXPECT_EQ((Changes{{"a", InFile::kNo}, {"b", InFile::kPerhaps}}), store.changes());
+    EXPECT_EQ((Changes{{"a", {InFile::kNo}}, {"b", {InFile::kPerhaps}}}), store.changes());
     EXPECT_TRUE(store.changed());
     EXPECT_EQ(Basis::kFile, store.basis());
 }
@@ -41,7 +41,7 @@ TEST(Store, DeletingAMissingKeyIsAChangeForItsFile) {
     store.erase("k");
     EXPECT_EQ(nullptr, store.find("k"));
     EXPECT_TRUE(store.changed());
-    EXPECT_EQ((Changes{{"k", InFile::kPerhaps}}), store.changes());
+    EXPECT_EQ((Changes{{"k", {InFile::kPerhaps}}}), store.changes());
 }
 
 TEST(Store, ClearingForgetsEarlierChanges) {
@@ -54,7 +54,7 @@ TEST(Store, ClearingForgetsEarlierChanges) {
     EXPECT_TRUE(store.changes().empty());
     EXPECT_TRUE(store.changed());
     store.set("c", "v");
-    EXPECT_EQ((Changes{{"c", InFile::kNo}}), store.changes());
+    EXPECT_EQ((Changes{{"c", {InFile::kNo}}}), store.changes());
 }
 
 TEST(Store, SavingEndsAllChanges) {
@@ -76,7 +76,7 @@ TEST(Store, ARevertedKeyIsNoChange) {
     store.revert("file", &saved);
     store.revert("new", nullptr);
     EXPECT_EQ((Store::Values{{"file", "1"}, {"kept", "2"}}), store.values());
-    EXPECT_EQ((Changes{{"kept", InFile::kNo}}), store.changes());
+    EXPECT_EQ((Changes{{"kept", {InFile::kNo}}}), store.changes());
 }
 
 TEST(Store, AFullStoreHasRoomForItsOwnKeysOnly) {
@@ -116,7 +116,7 @@ TEST(Store, AKeyOfTheFileIsNotForgottenHoweverOftenItComesAndGoes) {
     for (const char *key : {"set first", "deleted first"}) {
         store.erase(key);
     }
-    EXPECT_EQ((Changes{{"deleted first", InFile::kPerhaps}, {"set first", InFile::kPerhaps}}),
+    EXPECT_EQ((Changes{{"deleted first", {InFile::kPerhaps}}, {"set first", {InFile::kPerhaps}}}),
               store.changes());
 }
 
@@ -128,7 +128,7 @@ TEST(Store, AnUnreadFileMayHoldEveryKey) {
     EXPECT_EQ(Savable::kNotWhole, store.savable());
     store.set("k", "v");
     store.erase("k");
-    EXPECT_EQ((Changes{{"k", InFile::kPerhaps}}), store.changes());
+    EXPECT_EQ((Changes{{"k", {InFile::kPerhaps}}}), store.changes());
 }
 
 TEST(Store, AClearedStoreForgetsEveryDeletedKeyAndItsUnreadFile) {
@@ -155,7 +155,7 @@ TEST(Store, ASuspectedKeyIsNotForgotten) {
     for (const char *key : {"a", "b"}) {
         store.erase(key);
     }
-    EXPECT_EQ((Changes{{"a", InFile::kPerhaps}}), store.changes());
+    EXPECT_EQ((Changes{{"a", {InFile::kPerhaps}}}), store.changes());
 }
 
 TEST(Store, OfAllSuspectedKeysNoneIsForgottenUntilTheyAreSaved) {
@@ -167,7 +167,7 @@ TEST(Store, OfAllSuspectedKeysNoneIsForgottenUntilTheyAreSaved) {
     for (const char *key : {"a", "b", "later"}) {
         store.erase(key);
     }
-    EXPECT_EQ((Changes{{"a", InFile::kPerhaps}, {"b", InFile::kPerhaps}}), store.changes());
+    EXPECT_EQ((Changes{{"a", {InFile::kPerhaps}}, {"b", {InFile::kPerhaps}}}), store.changes());
     store.mark_saved();
     store.set("a", "v");
     store.erase("a");
@@ -184,6 +184,53 @@ TEST(Store, ChangedKeysAreLimited) {
     EXPECT_TRUE(store.has_room_for_change_of("0"));
     store.clear();
     EXPECT_TRUE(store.has_room_for_change_of("one more"));
+}
+
+/* ---- whose changes they are ---- */
+
+TEST(Store, CountsTheChangesThatAreChargedToASender) {
+    Store store;
+    store.load("saved", "v");
+    for (const char *key : {"a", "b"}) {
+        store.set(key, "v");
+        store.charge(key, 3);
+    }
+    store.erase("saved");
+    store.charge("saved", 4);
+    EXPECT_EQ(2u, store.changes_of(3));
+    EXPECT_EQ(1u, store.changes_of(4));
+    EXPECT_EQ(0u, store.changes_of(5));
+    EXPECT_EQ((Changes{{"a", {InFile::kNo, 3}}, {"b", {InFile::kNo, 3}}, {"saved", {InFile::kPerhaps, 4}}}),
+              store.changes());
+}
+
+TEST(Store, AChangeStaysWithWhomItWasChargedToFirst) {
+    Store store;
+    store.set("k", "v");
+    store.charge("k", 3);
+    store.charge("k", 4);
+    store.charge("unchanged", 4);
+    store.charge("k", kNobody);
+    EXPECT_EQ(1u, store.changes_of(3));
+    EXPECT_EQ(0u, store.changes_of(4));
+}
+
+TEST(Store, AChangeThatIsForgottenIsChargedToNobody) {
+    Store store;
+    for (const char *key : {"erased", "reverted", "kept"}) {
+        store.set(key, "v");
+        store.charge(key, 3);
+    }
+    store.erase("erased");
+    store.revert("reverted", nullptr);
+    store.revert("unchanged", nullptr);
+    EXPECT_EQ(1u, store.changes_of(3));
+    store.mark_saved();
+    EXPECT_EQ(0u, store.changes_of(3));
+    store.set("k", "v");
+    store.charge("k", 3);
+    store.clear();
+    EXPECT_EQ(0u, store.changes_of(3));
 }
 
 }  // namespace

@@ -53,7 +53,7 @@ TEST_F(UntilRebootTest, WhatWasPutBackCountsAsUnsavedAndIsTakenOutAgain) {
     load("false");
     store_.set(kKey, "true");
     (void)written_and_kept();
-    EXPECT_EQ((Store::Changes{{kKey, InFile::kPerhaps}}), store_.changes());
+    EXPECT_EQ((Store::Changes{{kKey, {InFile::kPerhaps}}}), store_.changes());
     EXPECT_EQ("false, true", written_and_kept());
 }
 
@@ -68,7 +68,7 @@ TEST_F(UntilRebootTest, AnotherValueIsWritten) {
     load("true");
     store_.set(kKey, "false");
     EXPECT_EQ("false, false", written_and_kept());
-    EXPECT_EQ((Store::Changes{{kKey, InFile::kPerhaps}}), store_.changes());
+    EXPECT_EQ((Store::Changes{{kKey, {InFile::kPerhaps}}}), store_.changes());
 }
 
 TEST_F(UntilRebootTest, ASavedSettingStays) {
@@ -103,7 +103,7 @@ TEST_F(UntilRebootTest, OtherKeysAreLeftAlone) {
     store_.set("other", "true");
     store_.set("new", "true");
     (void)written_and_kept();
-    EXPECT_EQ((Store::Changes{{"new", InFile::kNo}, {"other", InFile::kPerhaps}}), store_.changes());
+    EXPECT_EQ((Store::Changes{{"new", {InFile::kNo}}, {"other", {InFile::kPerhaps}}}), store_.changes());
 }
 
 }  // namespace

@@ -135,6 +135,25 @@ TEST_F(ViewFileTest, AFileWithASecondNameIsSetAside) {
     EXPECT_TRUE(log_.contains("set aside as")) << log_.text();
 }
 
+TEST_F(ViewFileTest, WhereTheKernelNotesNoEndOfAProcessThereIsNoView) {
+    show();
+    EXPECT_EQ(0, database_->set(P, "k", "1"));
+    const Client old(kViewFile);
+    restart();
+    OwnerMark unavailable;
+    ViewFile none(kViewFile, access_, &unavailable);
+    log_.clear();
+    database_->observe(none);
+    EXPECT_FALSE(old.is_fresh());
+    EXPECT_FALSE(exists(kViewFile));
+    EXPECT_EQ(0, database_->set(P, "k", "2"));
+    EXPECT_FALSE(exists(kViewFile));
+    EXPECT_EQ(1u, warnings(log_).size()) << log_.text();
+    EXPECT_TRUE(log_.contains("no view for readers: can't write " + kViewFile)) << log_.text();
+    EXPECT_FALSE(none.free_room());
+    database_.reset();
+}
+
 TEST_F(ViewFileTest, WithoutMemoryThereIsNoView) {
     fill_memory();
     show();

@@ -241,6 +241,84 @@ TEST_F(ZndbHandler, UnknownMessagesAreUnsupported) {
     EXPECT_EQ("", journals());
 }
 
+/* ---- who may change the overlay ---- */
+
+int g_asked = 0;
+
+bool nobody_may(const ZndbMessage &) {
+    ++g_asked;
+    return false;
+}
+
+bool everybody_may(const ZndbMessage &) {
+    ++g_asked;
+    return true;
+}
+
+class ZndbHandlerOverlay : public ZndbHandler {
+  protected:
+    ZndbHandlerOverlay() { g_asked = 0; }
+
+    int32_t send_as(bool (*rule)(const ZndbMessage &), int32_t msgid, const std::string &body,
+                    void *rsp = nullptr, uint32_t rsp_size = 0) {
+        const void *data = body.empty() ? nullptr : body.data();
+        return zndb_handle(*database_,
+                           {3, msgid, data, static_cast<int32_t>(body.size()), rsp, rsp_size, rule});
+    }
+};
+
+TEST_F(ZndbHandlerOverlay, IsSetAndSavedByThoseWhoMay) {
+    EXPECT_EQ(0, send_as(everybody_may, 2004, record("f", "v")));
+    EXPECT_EQ(0, send_as(everybody_may, 2005, ""));
+    EXPECT_EQ(0, send_as(everybody_may, 2100, item_bytes(0, 2, "b", "v")));
+    EXPECT_EQ(3, g_asked);
+    EXPECT_EQ("v", fetch(2008, "b"));
+}
+
+TEST_F(ZndbHandlerOverlay, IsReadOnlyForOthers) {
+    send(2004, record("f", "v"));
+    EXPECT_EQ(2006, send_as(nobody_may, 2004, record("f", "new")));
+    EXPECT_EQ(2006, send_as(nobody_may, 2005, ""));
+    EXPECT_EQ("v", fetch(2008, "f"));
+    EXPECT_FALSE(exists(kFactoryFile));
+    EXPECT_EQ(2, g_asked);
+}
+
+TEST_F(ZndbHandlerOverlay, RefusesABatchWithAChangeOfItAsAWhole) {
+    const std::string plain = item_bytes(0, 0, "k", "v");
+    for (const int kind : {0, 1}) {
+        uint32_t answer[] = {9, 9};
+        EXPECT_EQ(2006, send_as(nobody_may, 2100, plain + item_bytes(kind, 2, "f", kind == 0 ? "v" : ""),
+                                answer, sizeof(answer)));
+        EXPECT_EQ(7u, answer[0]);
+        EXPECT_EQ(1u, answer[1]);
+    }
+    EXPECT_EQ("", journals());
+}
+
+TEST_F(ZndbHandlerOverlay, IsReadListedAndExpectedByEverybody) {
+    send(2004, record("f", "v"));
+    char value[1024] = "";
+    EXPECT_EQ(0, send_as(nobody_may, 2008, key_bytes("f"), value, sizeof(value)));
+    std::string page(2000, '\0');
+    EXPECT_EQ(0, send_as(nobody_may, 2101, word(2) + std::string(68, '\0'), page.data(), 2000));
+    EXPECT_EQ(0, send_as(nobody_may, 2100, item_bytes(2, 2, "f", "v") + item_bytes(0, 0, "k", "v")));
+    EXPECT_EQ(0, g_asked);
+}
+
+TEST_F(ZndbHandlerOverlay, DoesNotMatterToChangesOfOtherStores) {
+    EXPECT_EQ(0, send_as(nobody_may, 2001, record("k", "v")));
+    EXPECT_EQ(0, send_as(nobody_may, 2006, record("k", "v")));
+    EXPECT_EQ(0, send_as(nobody_may, 2003, ""));
+    EXPECT_EQ(0, g_asked);
+}
+
+TEST_F(ZndbHandlerOverlay, MalformedBodiesAreRefusedAsSuch) {
+    EXPECT_EQ(2004, send_as(nobody_may, 2004, "x"));
+    EXPECT_EQ(2004, send_as(nobody_may, 2005, "x"));
+    EXPECT_EQ(0, g_asked);
+}
+
 /* ---- batches and lists ---- */
 
 TEST_F(ZndbHandler, ABatchIsAnsweredWithItsVerdict) {

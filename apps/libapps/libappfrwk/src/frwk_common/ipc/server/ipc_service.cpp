@@ -20,6 +20,7 @@
 #include "frwk_common/ipc/server/inherited_sockets.h"
 #include "frwk_common/ipc/server/ipc_dispatch.h"
 #include "frwk_common/ipc/server/ipc_listener.h"
+#include "frwk_common/ipc/server/served_peer.h"
 #include "frwk_common/ipc/transport/ipc_connection.h"
 #include "frwk_common/ipc/transport/ipc_trace.h"
 #include "internal/frwk_log.h"
@@ -141,6 +142,7 @@ void send_answer(Connection &connection, const frwk_ipc_header &header, apps_err
 void close_service_in_child() {
     close_inherited_sockets(g_s_ipcs_fd.exchange(-1));
     g_s_ipc_thread = 0;
+    end_serving();
 }
 
 __attribute__((constructor)) void close_service_in_children() {
@@ -164,6 +166,7 @@ bool start_service_thread() {
 }  // namespace
 
 void serve(Connection &connection) {
+    note_served(connection.fd());
     ExchangeWatch watch(connection);
     Request request;
     if (!request.receive_header(connection, watch)) {
@@ -186,6 +189,7 @@ void serve(Connection &connection) {
 }
 
 void *run_service(void *) {
+    begin_serving();
     AcceptRecovery recovery;
     for (;;) {
         const int listener = g_s_ipcs_fd;
