@@ -138,6 +138,13 @@ Database::FileState Database::state_of(const LoadedStore &loaded) {
                                                                          : FileState::kSound;
 }
 
+void Database::retry_observer() {
+    const Lock lock(mutex_);
+    if (observer_ != nullptr) {
+        observer_->retry();
+    }
+}
+
 void Database::load_one(Held &held) {
     drop_leftover(held.path);
     const LoadedStore loaded = load_newest(held.path, held.store);

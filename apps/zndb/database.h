@@ -45,6 +45,9 @@ class Database {
     /* The damaged files that load has set aside, by their new names. */
     const std::vector<std::string> &set_aside() const { return set_aside_; }
 
+    /* Lets the observer repeat what has failed. */
+    void retry_observer();
+
     /*
      * Reads a value. kPlain falls back to kFactory, and that to the defaults; kPerm has no fallback.
      *
