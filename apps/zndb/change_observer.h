@@ -40,4 +40,7 @@ class ChangeObserver {
     /* Frees what the observer takes of the journals' file system, which is full. Returns whether it had any.
      */
     virtual bool free_room() = 0;
+
+    /* Repeats what has failed. Called now and then, also where nothing changes. */
+    virtual void retry() = 0;
 };

@@ -144,6 +144,13 @@ void Database::limit(Shares shares) {
     shares_ = std::move(shares);
 }
 
+void Database::retry_observer() {
+    const Lock lock(mutex_);
+    if (observer_ != nullptr) {
+        observer_->retry();
+    }
+}
+
 void Database::load_one(Held &held) {
     drop_leftover(held.path);
     const LoadedStore loaded = load_newest(held.path, held.store);

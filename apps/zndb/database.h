@@ -49,6 +49,9 @@ class Database {
     /* Limits how many changed keys each sender may have, from now on. Restored changes are nobody's. */
     void limit(Shares shares);
 
+    /* Lets the observer repeat what has failed. */
+    void retry_observer();
+
     /*
      * Reads a value. kPlain falls back to kFactory, and that to the defaults; kPerm has no fallback.
      *

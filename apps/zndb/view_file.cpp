@@ -23,6 +23,17 @@ using view::Place;
 /* Somebody has written to the present file. */
 constexpr int kDamaged = EILSEQ;
 
+/*
+ * The first serial where there is no earlier file, since it may have been removed to make room: readers have
+ * seen a smaller one, unless there were a thousand changes in each second since the device was started.
+ */
+uint32_t first_serial() {
+    long seconds = 0;
+    long nanoseconds = 0;
+    os_uptime(&seconds, &nanoseconds);
+    return static_cast<uint32_t>(seconds) * 1000U + static_cast<uint32_t>(nanoseconds / 1000000);
+}
+
 /* A service that is started again gets another number, even at once. */
 uint32_t new_instance() {
     long seconds = 0;
@@ -95,7 +106,7 @@ void ViewFile::began(const Contents &contents) {
     contents_.emplace(contents);
     int error = make_journal_folder(path_);
     MappedFile old = error == 0 ? predecessor() : MappedFile();
-    serial_ = old ? view::Reader(*view::Block::open(old.data(), old.size())).serial() : 0;
+    serial_ = old ? view::Reader(*view::Block::open(old.data(), old.size())).serial() : first_serial();
     present_.memory = std::move(old);
     if (error == 0) {
         error = end_is_noted() ? make_anew() : EOPNOTSUPP;
@@ -179,6 +190,12 @@ void ViewFile::changed(const Changes &changes) {
         give_up(error);
     } else {
         futex_wake_all(present_.writer->serial_word());
+    }
+}
+
+void ViewFile::retry() {
+    if (!present_.writer) {
+        changed({nullptr, 0});
     }
 }
 

@@ -32,6 +32,9 @@ class ViewFile : public ChangeObserver {
 
     bool free_room() override;
 
+    /* Without it, those who watch would hear of the last changes only with the next one. */
+    void retry() override;
+
   private:
     struct Made {
         MappedFile memory;

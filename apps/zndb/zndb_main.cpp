@@ -128,13 +128,15 @@ void report_end() {
     std::exit(EXIT_FAILURE);  // NOLINT(concurrency-mt-unsafe): only one thread reaches this
 }
 
-/* Checks regularly, since a database that has lost its socket receives no more requests. */
+/* Checks regularly, since a database that has lost its socket receives no more requests; and those who watch
+ * wait for a view that could not be written. */
 [[noreturn]] void watch_own_files() {
     for (;;) {
         frwk_sleep(kLookPauseMs);
         if (is_superseded()) {
             end_superseded();
         }
+        database().retry_observer();
     }
 }
 

@@ -12,8 +12,6 @@
 
 namespace {
 
-constexpr int32_t kNoAnswer = -1000;
-
 constexpr char kStartHook[] = "/usr/bin/apps_init";
 const std::string kGate = "/tmp/m_tmp/gate";
 
@@ -102,7 +100,7 @@ void ZndbTest::cut_power() {
 }
 
 void ZndbTest::end_by(int32_t msgid) {
-    EXPECT_EQ(kNoAnswer, ask_zndb(msgid, ""));
+    EXPECT_EQ(kZndbNoAnswer, ask_zndb(msgid, ""));
     EXPECT_EQ(0, zndb_->exit_status()) << zndb_->errors();
 }
 
@@ -132,7 +130,7 @@ std::string def(const std::string &key) {
 }
 
 int32_t ask_zndb(int32_t msgid, const std::string &body) {
-    int32_t result = kNoAnswer;
+    int32_t result = kZndbNoAnswer;
     const void *data = body.empty() ? nullptr : body.data();
     (void)frwk_ipc_msg_set(E_APPS_MODULE_ZNDB, msgid, data, static_cast<uint32_t>(body.size()), 3, &result);
     return result;

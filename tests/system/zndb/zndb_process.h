@@ -67,7 +67,10 @@ std::string plain(const std::string &key);
 std::string perm(const std::string &key);
 std::string def(const std::string &key);
 
-/* Sends a request past the client. Returns the database's result, or -1000 when there was no answer. */
+/* The result of ask_zndb when there was no answer. */
+inline constexpr int32_t kZndbNoAnswer = -1000;
+
+/* Sends a request past the client. Returns the database's result, or kZndbNoAnswer. */
 int32_t ask_zndb(int32_t msgid, const std::string &body);
 
 /* The body of a set request. */

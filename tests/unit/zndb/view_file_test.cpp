@@ -194,6 +194,32 @@ TEST_F(ViewFileTest, AJournalOnAFullDiskTakesItsRoom) {
     EXPECT_TRUE(log_.contains("no view for readers: can't write " + kViewFile)) << log_.text();
 }
 
+TEST_F(ViewFileTest, ComesBackWithoutAFurtherChange) {
+    show();
+    fill_memory();
+    for (char key = 'a'; key <= 'j'; ++key) {
+        set_long(std::string(1, key));
+    }
+    EXPECT_EQ("none", viewed("j"));
+    doubles::libc::fallocate.restore();
+    EXPECT_TRUE(wait_until([this] {
+        database_->retry_observer();
+        return viewed("j") == std::string(1000, 'l');
+    }));
+}
+
+TEST_F(ViewFileTest, ItsSerialGrowsAlsoWhereTheFileWasRemovedWithTheService) {
+    show();
+    EXPECT_EQ(0, database_->set(P, "k", "1"));
+    const uint32_t serial = Client(kViewFile).serial();
+    view_.reset();
+    EXPECT_EQ(0, ::unlink(kViewFile.c_str()));
+    ::usleep(10000); /* the start of a service takes as long */
+    restart();
+    show();
+    EXPECT_LT(serial, Client(kViewFile).serial());
+}
+
 TEST_F(ViewFileTest, ABatchOnAFullDiskTakesItsRoom) {
     show();
     let_the_view_fill_the_disk();
