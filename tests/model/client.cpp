@@ -35,6 +35,8 @@ Outcome carry_out(ClientCalls &calls, uint32_t number, const std::vector<Operati
             return ClientCalls::wait_until_served();
         case kAskWhetherServed:
             return ClientCalls::ask_whether_served();
+        case kSaveAll:
+            return ClientCalls::save_all();
         case kListAll:
             return ClientCalls::list_all();
         default:

@@ -17,6 +17,7 @@ namespace model {
 /* Numbers that are none of an operation. */
 inline constexpr uint32_t kWaitUntilServed = 0xFFFFFFFF;
 inline constexpr uint32_t kAskWhetherServed = 0xFFFFFFFE;
+inline constexpr uint32_t kSaveAll = 0xFFFFFFFC; /* the words are the results of both saves */
 inline constexpr uint32_t kListAll = 0xFFFFFFFD; /* in the form of ReferenceModel::take_lists */
 
 class Client {

@@ -4,6 +4,7 @@
 #include <iterator>
 
 #include "apps_message.h"
+#include "formats/zndb_list_wire.h"
 #include "frwk_common.h"
 #include "frwk_utils.h"
 #include "system/zndb/zndb_process.h"
@@ -14,7 +15,9 @@ namespace model {
 
 namespace {
 
-constexpr int kListTries = 20; /* each waits for seconds if nobody answers */
+constexpr uint32_t kLimit = 3;     /* seconds */
+constexpr size_t kWordsMax = 1000; /* pages that never end */
+constexpr int kListTries = 20;     /* each waits for seconds if nobody answers */
 
 zndb_store store_of(Store store) {
     return static_cast<zndb_store>(store);
@@ -80,6 +83,37 @@ Outcome list_store(Store store, const std::string &prefix) {
 
 Outcome list(const Operation &operation) {
     return list_store(operation.store, operation.key);
+}
+
+/* Appends the keys of a page. Returns whether there is another one; after: its last key. */
+bool take_page(const std::string &bytes, std::string &after, std::vector<std::string> &words) {
+    ListedPage page(bytes.data(), bytes.size());
+    ZndbItem item = {};
+    while (page.next(item)) {
+        words.emplace_back(item.key);
+        words.emplace_back(item.value);
+        after = std::string(item.key);
+    }
+    return page.goes_on();
+}
+
+Outcome list_pages(const Operation &operation) {
+    Outcome outcome;
+    std::string after;
+    for (bool goes_on = true; goes_on && outcome.result == 0;) {
+        const zndb_list_request body =
+            list_body({static_cast<StoreId>(operation.store), Listed::kValues, operation.key, after});
+        std::string page(kListPageMin, '\0');
+        int32_t result = 0;
+        const int32_t ret =
+            frwk_ipc_send_sync(E_APPS_MODULE_ZNDB, kZndbListMessage, &body, sizeof(body), page.data(),
+                               static_cast<uint32_t>(page.size()), kLimit, &result);
+        outcome.result = ret != 0 ? kNoAnswer : result;
+        goes_on = outcome.result == 0 && take_page(page, after, outcome.words);
+        goes_on = goes_on && outcome.words.size() < kWordsMax;
+    }
+    outcome.words.emplace_back();
+    return outcome;
 }
 
 int add_item(zndb_batch *batch, const Item &item) {
@@ -157,6 +191,7 @@ constexpr Row kRows[] = {
     {Kind::kGetDefault, get_default},
     {Kind::kViewGet, view_get},
     {Kind::kList, list},
+    {Kind::kListPages, list_pages},
     {Kind::kBatch, batch},
     {Kind::kCompareAndSet, compare_and_set},
     {Kind::kReset, reset},
@@ -227,6 +262,10 @@ Outcome ClientCalls::list_all() {
         all.words.insert(all.words.end(), listed.words.begin(), listed.words.end());
     }
     return all;
+}
+
+Outcome ClientCalls::save_all() {
+    return {0, {std::to_string(save({}).result), std::to_string(save_factory({}).result)}};
 }
 
 Outcome ClientCalls::watch(const Operation &operation) {

@@ -22,6 +22,7 @@ class ClientCalls {
     static Outcome wait_until_served();
     static Outcome ask_whether_served();
     static Outcome list_all();
+    static Outcome save_all();
 
   private:
     Outcome watch(const Operation &operation);

@@ -1,7 +1,7 @@
 /*
- * zndb-model --service PROGRAM [--runs N] [--seed S] [--steps]: random runs of the whole database service,
- * each judged by the reference model. Run number I has the seed S + I; --runs 1 --seed S repeats one. Runs in
- * its own device tree; see docs/testing.md.
+ * zndb-model --service PROGRAM [--runs N] [--seed S] [--steps] [--no-shrinking]: random runs of the whole
+ * database service, each judged by the reference model. Run number I has the seed S + I; --runs 1 --seed S
+ * repeats one. Runs in its own device tree; see docs/testing.md.
  *
  * The status is 0 when every promise was kept, 1 when one was broken, and 2 for wrong arguments. --steps
  * prints each operation and its outcome.
@@ -28,6 +28,7 @@ struct Options {
     uint64_t runs = 1;
     uint64_t seed = 1;
     bool steps = false;
+    bool shrinks = true;
 };
 
 bool read_options(int argc, char **argv, Options &options) {
@@ -36,6 +37,10 @@ bool read_options(int argc, char **argv, Options &options) {
         const char *value = at + 1 < argc ? argv[at + 1] : nullptr;
         if (name == "--steps") {
             options.steps = true;
+            continue;
+        }
+        if (name == "--no-shrinking") {
+            options.shrinks = false;
             continue;
         }
         if (value == nullptr) {
@@ -61,12 +66,15 @@ void print(const std::vector<Operation> &operations) {
     }
 }
 
-/* Says what broke, and which few operations suffice. */
-void report(const Options &options, uint64_t seed, const std::vector<Operation> &operations,
-            const model::Broken &broken) {
+void report(uint64_t seed, const std::vector<Operation> &operations, const model::Broken &broken) {
     std::cout << "zndb-model: FAILED with --seed " << seed << ", at operation " << broken.number << " of "
               << operations.size() << "\n  " << model::describe(operations[broken.number]) << "\n  "
               << broken.what << std::endl;
+}
+
+/* Prints few operations that break a promise too, and the log of the service. */
+void report_shrunk(const Options &options, const std::vector<Operation> &operations,
+                   const model::Broken &broken) {
     std::vector<Operation> fewer(operations.begin(),
                                  operations.begin() + static_cast<std::ptrdiff_t>(broken.number) + 1);
     const auto end = std::chrono::steady_clock::now() + kShrinkingTime;
@@ -88,7 +96,7 @@ void report(const Options &options, uint64_t seed, const std::vector<Operation> 
 int main(int argc, char **argv) {
     Options options;
     if (!read_options(argc, argv, options)) {
-        std::cerr << "usage: zndb-model --service PROGRAM [--runs N] [--seed S] [--steps]\n";
+        std::cerr << "usage: zndb-model --service PROGRAM [--runs N] [--seed S] [--steps] [--no-shrinking]\n";
         return 2;
     }
     const auto begin = std::chrono::steady_clock::now();
@@ -97,7 +105,10 @@ int main(int argc, char **argv) {
         const std::vector<Operation> operations = model::plan_of(seed);
         count += operations.size();
         if (const auto broken = model::try_service(operations, {options.service, false, options.steps})) {
-            report(options, seed, operations, *broken);
+            report(seed, operations, *broken);
+            if (options.shrinks) {
+                report_shrunk(options, operations, *broken);
+            }
             return 1;
         }
     }

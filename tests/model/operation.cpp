@@ -1,6 +1,7 @@
 #include "model/operation.h"
 
 #include <cstring>
+#include <iterator>
 
 namespace model {
 
@@ -12,6 +13,7 @@ constexpr const char *kKindNames[] = {"set",
                                       "get default",
                                       "view get",
                                       "list",
+                                      "list pages",
                                       "batch",
                                       "compare and set",
                                       "reset",
@@ -27,8 +29,10 @@ constexpr const char *kKindNames[] = {"set",
                                       "end",
                                       "power cut",
                                       "damage journal",
+                                      "damage file",
                                       "refuse writes",
                                       "allow writes"};
+static_assert(std::size(kKindNames) == static_cast<size_t>(Kind::kAllowWrites) + 1);
 constexpr const char *kItemNames[] = {"set", "delete", "expect", "expect missing", "save"};
 constexpr const char *kStoreNames[] = {"plain", "perm", "factory"};
 constexpr size_t kShown = 24; /* characters of a text */

@@ -19,6 +19,7 @@ enum class Kind {
     kGetDefault,
     kViewGet,
     kList,
+    kListPages, /* the smallest that there are */
     kBatch,
     kCompareAndSet,
     kReset,
@@ -36,6 +37,7 @@ enum class Kind {
     kEnd, /* by message `number`, or SIGTERM for 0 */
     kPowerCut,
     kDamageJournal,
+    kDamageFile,
     kRefuseWrites,
     kAllowWrites
 };

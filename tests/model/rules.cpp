@@ -151,11 +151,15 @@ using Save = void (State::*)(Store);
 std::vector<State> half_saved(const State &state, const std::vector<Store> &stores, Save save) {
     std::vector<State> states = {state};
     for (const Store store : stores) {
+        states.front().of(store).is_history_exact = false;
+    }
+    for (const Store store : stores) {
         const std::vector<State> before = states;
         for (const State &each : before) {
             State saved = each;
             (saved.*save)(store);
             saved.of(store).history = each.of(store).history; /* the journal may not be empty yet */
+            saved.of(store).is_history_exact = false;
             states.push_back(saved);
             if (saved.of(store).kept_mode != each.of(store).kept_mode) {
                 saved.of(store).kept_mode = each.of(store).kept_mode;
@@ -230,6 +234,14 @@ Ends end_of_language(const Operation &operation, const State &state, const Outco
     return ends;
 }
 
+std::set<std::string> keys_of(const Values &values) {
+    std::set<std::string> keys;
+    for (const auto &[key, value] : values) {
+        keys.insert(key);
+    }
+    return keys;
+}
+
 /* What a damaged journal may still give for a key. */
 bool may_be_left(const StoreState &store, const std::string &key, const Value &found) {
     if (found == value_in(store.now, key)) {
@@ -241,19 +253,48 @@ bool may_be_left(const StoreState &store, const std::string &key, const Value &f
                              (history != store.history.end() && history->second.count(found) > 0));
 }
 
+/*
+ * The words are the store's list, from an earlier file with the unsaved changes on top: no value that no save
+ * has left, and no unsaved change is lost.
+ */
+bool may_be_earlier(const StoreState &store, const std::string &key, const Value &found) {
+    if (found == value_in(store.now, key)) {
+        return true;
+    }
+    const auto ever = store.ever.find(key);
+    const auto history = store.history.find(key);
+    const bool is_unsaved = history != store.history.end() || store.emptied;
+    return (!is_unsaved || !store.is_history_exact) &&
+           (!found || (ever != store.ever.end() && ever->second.count(found) > 0) ||
+            (history != store.history.end() && history->second.count(found) > 0));
+}
+
+Ends end_of_damaged_file(const Operation &operation, const State &state, const Outcome &outcome) {
+    State after = state;
+    StoreState &store = after.of(operation.store);
+    Values found;
+    for (size_t i = 0; i + 1 < outcome.words.size(); i += 2) {
+        found[outcome.words[i]] = outcome.words[i + 1];
+    }
+    std::set<std::string> keys = keys_of(found);
+    keys.merge(keys_of(store.now));
+    const bool may_be = std::all_of(keys.begin(), keys.end(), [&](const std::string &key) {
+        return may_be_earlier(store, key, value_in(found, key));
+    });
+    store.now = found;
+    return may_be ? Ends{{kDone, after}} : Ends{};
+}
+
 /* The words are the store's list. */
 Ends end_of_damage(const Operation &operation, const State &state, const Outcome &outcome) {
     State after = state;
     StoreState &store = after.of(operation.store);
-    std::set<std::string> keys;
     Values found;
     for (size_t i = 0; i + 1 < outcome.words.size(); i += 2) {
         found[outcome.words[i]] = outcome.words[i + 1];
-        keys.insert(outcome.words[i]);
     }
-    for (const auto &[key, value] : store.now) {
-        keys.insert(key);
-    }
+    std::set<std::string> keys = keys_of(found);
+    keys.merge(keys_of(store.now));
     const bool may_be = std::all_of(keys.begin(), keys.end(), [&](const std::string &key) {
         return may_be_left(store, key, value_in(found, key));
     });
@@ -299,6 +340,7 @@ constexpr Row kRows[] = {
     {Kind::kGetDefault, end_of_get_default},
     {Kind::kViewGet, end_of_get},
     {Kind::kList, end_of_list},
+    {Kind::kListPages, end_of_list},
     {Kind::kBatch, end_of_batch},
     {Kind::kCompareAndSet, end_of_compare_and_set},
     {Kind::kReset, end_of_reset},
@@ -310,6 +352,7 @@ constexpr Row kRows[] = {
     {Kind::kStorm, end_of_storm},
     {Kind::kEnd, end_of_end},
     {Kind::kDamageJournal, end_of_damage},
+    {Kind::kDamageFile, end_of_damaged_file},
 };
 
 }  // namespace

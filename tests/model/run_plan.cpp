@@ -119,6 +119,12 @@ Operation list(Draw &draw) {
     return operation;
 }
 
+Operation list_pages(Draw &draw) {
+    Operation operation = list(draw);
+    operation.kind = Kind::kListPages;
+    return operation;
+}
+
 Item item(Draw &draw) {
     constexpr ItemKind kMostly[] = {ItemKind::kSet, ItemKind::kSet, ItemKind::kSet, ItemKind::kDelete};
     Item drawn = {draw.of(kMostly), draw.store(), draw.of(kKeys), draw.of(kValues)};
@@ -242,6 +248,12 @@ Operation damage_journal(Draw &draw) {
     return operation;
 }
 
+Operation damage_file(Draw &draw) {
+    Operation operation = damage_journal(draw);
+    operation.kind = Kind::kDamageFile;
+    return operation;
+}
+
 Operation refuse_writes(Draw &draw) {
     Operation operation = plain(Kind::kRefuseWrites, draw);
     constexpr uint32_t kRefusing[] = {kPlainDisk, kPermDisk, kFactoryDisk, kPlainDisk | kPermDisk, kJournals};
@@ -265,7 +277,8 @@ constexpr Row kRows[] = {
     {6, get},
     {3, get_default},
     {5, view_get},
-    {3, list},
+    {2, list},
+    {2, list_pages},
     {10, batch},
     {4, compare_and_set},
     {2, reset},
@@ -281,6 +294,7 @@ constexpr Row kRows[] = {
     {1, end},
     {3, power_cut},
     {1, damage_journal},
+    {1, damage_file},
     {2, refuse_writes},
     {3, allow_writes},
 };

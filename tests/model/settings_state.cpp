@@ -56,9 +56,15 @@ void State::reset() {
 
 void State::save(Store store) {
     StoreState &saved = of(store);
+    for (const Values *values : {&saved.disk, &saved.now}) {
+        for (const auto &[key, value] : *values) {
+            saved.ever[key].insert({value, value_in(saved.now, key), value_in(saved.disk, key)});
+        }
+    }
     saved.disk = saved.now;
     saved.history.clear();
     saved.emptied = false;
+    saved.is_history_exact = true;
     saved.kept_mode = value_in(saved.now, kDebugMode);
 }
 
@@ -69,12 +75,13 @@ void State::save_before_power_off(Store store) {
         put(of(store).disk, kDebugMode, before.kept_mode);
         of(store).kept_mode = before.kept_mode;
     }
+    of(store).is_history_exact = false;
     of(store).history = before.history; /* the debug mode's record stays, and others may */
 }
 
 void State::cut_power() {
     for (StoreState &each : stores_) {
-        each = {each.disk, each.disk, {}, false, value_in(each.disk, kDebugMode)};
+        each = {each.disk, each.disk, {}, each.ever, false, true, value_in(each.disk, kDebugMode)};
     }
 }
 

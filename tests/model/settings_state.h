@@ -33,14 +33,17 @@ struct StoreState {
 
     /* Every value that a key has had since the last save, for each key that has changed. */
     std::map<std::string, std::set<Value>> history = {};
-    bool emptied = false; /* by a reset since the last save */
+    std::map<std::string, std::set<Value>> ever = {}; /* every value that a save has left in the file */
+    bool emptied = false;                             /* by a reset since the last save */
+    bool is_history_exact = true;                     /* or some of it may have been saved */
 
     /* What the file keeps of the debug mode if the present one lasts until the reboot. */
     Value kept_mode = {};
 
     bool operator==(const StoreState &other) const {
-        return now == other.now && disk == other.disk && history == other.history &&
-               emptied == other.emptied && kept_mode == other.kept_mode;
+        return now == other.now && disk == other.disk && history == other.history && ever == other.ever &&
+               is_history_exact == other.is_history_exact && emptied == other.emptied &&
+               kept_mode == other.kept_mode;
     }
 };
 

@@ -153,6 +153,8 @@ std::vector<Possible> end_of_storm(const Operation &operation, const State &stat
         for (State end : ends) {
             for (const Store store : kStores) {
                 end.of(store).disk = disk.of(store).disk;
+                end.of(store).ever = disk.of(store).ever;
+                end.of(store).is_history_exact = false;
                 end.of(store).emptied = disk.of(store).emptied;
                 end.of(store).kept_mode = disk.of(store).kept_mode;
             }

@@ -7,7 +7,7 @@
 
 #include "formats/device_paths.h"
 #include "model/client.h"
-#include "model/journal_damage.h"
+#include "model/damage.h"
 #include "model/reference_model.h"
 #include "model/run_plan.h"
 #include "model/service_on_trial.h"
@@ -266,7 +266,33 @@ class Trial {
     Complaint damage_journal(const Operation &operation) {
         service_.kill();
         service_.refuse(0, 0);
-        damage(operation.store, operation.number);
+        model::damage_journal(operation.store, operation.number);
+        return start_and_list(operation);
+    }
+
+    /*
+     * The damaged file is kept, whatever is loaded instead. What was loaded is saved, so that the model knows
+     * the disk.
+     */
+    Complaint damage_file(const Operation &operation) {
+        service_.kill();
+        service_.refuse(0, 0);
+        const std::string text = damage_settings(operation.store, operation.number);
+        begin_shadow();
+        Complaint complaint = start_and_list(operation);
+        const Outcome saved = complaint ? Outcome{} : clients_[0]->ask(kSaveAll);
+        for (size_t i = 0; !complaint && i < saved.words.size(); ++i) {
+            Operation save = {};
+            save.kind = i == 0 ? Kind::kSave : Kind::kSaveFactory;
+            complaint = judge(save, {std::stoi(saved.words[i])});
+        }
+        if (!complaint && !text.empty() && !is_kept(operation.store, text)) {
+            complaint = "the damaged file is gone";
+        }
+        return complaint;
+    }
+
+    Complaint start_and_list(const Operation &operation) {
         service_.start();
         if (clients_[0]->ask(kWaitUntilServed).result != 0) {
             return "the service does not start";
@@ -326,6 +352,7 @@ const Trial::Row Trial::kRows[] = {
     {Kind::kEnd, &Trial::end},
     {Kind::kPowerCut, &Trial::power_cut},
     {Kind::kDamageJournal, &Trial::damage_journal},
+    {Kind::kDamageFile, &Trial::damage_file},
     {Kind::kRefuseWrites, &Trial::refuse_writes},
     {Kind::kAllowWrites, &Trial::allow_writes},
     {Kind::kSet, nullptr},

@@ -1,5 +1,6 @@
-#include "model/journal_damage.h"
+#include "model/damage.h"
 
+#include <filesystem>
 #include <string>
 
 #include "formats/device_paths.h"
@@ -10,6 +11,7 @@ namespace model {
 namespace {
 
 constexpr const char *kJournals[] = {paths::kPlainJournal, paths::kPermJournal, paths::kFactoryJournal};
+constexpr const char *kFiles[] = {paths::kPlainFile, paths::kPermFile, paths::kFactoryFile};
 constexpr uint32_t kWays = 5;
 
 /* The begin of the line in which a byte is. */
@@ -20,7 +22,7 @@ size_t line_at(const std::string &text, size_t at) {
 
 }  // namespace
 
-void damage(Store store, uint32_t kind) {
+void damage_journal(Store store, uint32_t kind) {
     const char *path = kJournals[static_cast<size_t>(store)];
     std::string text = file_text(path);
     const size_t at = text.empty() ? 0 : (kind / kWays * 7919) % text.size();
@@ -42,6 +44,32 @@ void damage(Store store, uint32_t kind) {
             break;
     }
     (void)write_text(path, text);
+}
+
+std::string damage_settings(Store store, uint32_t kind) {
+    const char *path = kFiles[static_cast<size_t>(store)];
+    std::string text = file_text(path);
+    if (text.empty()) {
+        return text;
+    }
+    const size_t line = line_at(text, kind / 2 * 7919 % text.size());
+    if (kind % 2 == 0) {
+        text.insert(line, "?\n");
+    } else {
+        text = text.substr(0, line) + "cut";
+    }
+    (void)write_text(path, text);
+    return text;
+}
+
+bool is_kept(Store store, const std::string &text) {
+    const std::filesystem::path path = kFiles[static_cast<size_t>(store)];
+    for (const auto &entry : std::filesystem::directory_iterator(path.parent_path())) {
+        if (file_text(entry.path()) == text) {
+            return true;
+        }
+    }
+    return false;
 }
 
 }  // namespace model
