@@ -22,6 +22,7 @@
 #include "doubles/libc_doubles.h"
 #include "doubles/log_capture.h"
 #include "os_log.h"
+#include "support/file_info.h"
 #include "support/key_files.h"
 #include "support/open_descriptors.h"
 #include "unit/base/secret_doubles.h"
@@ -122,9 +123,7 @@ TEST_F(DeviceKey, AMadeKeyBelongsToItsOwnerWhateverTheUmask) {
         EXPECT_TRUE(derived());
         umask(before);
 
-        struct stat info = {};
-        ASSERT_EQ(0, stat(kDeviceKeyPath, &info));
-        EXPECT_EQ(0600u, info.st_mode & 07777u);
+        EXPECT_EQ(0600u, mode_of(kDeviceKeyPath));
     }
 }
 
@@ -224,12 +223,6 @@ class FreshDevice {
     FreshDevice(const FreshDevice &) = delete;
     FreshDevice &operator=(const FreshDevice &) = delete;
 };
-
-mode_t mode_of(const char *path) {
-    struct stat info = {};
-    EXPECT_EQ(0, stat(path, &info)) << path;
-    return info.st_mode & 07777u;
-}
 
 TEST_F(DeviceKey, AMissingFolderIsMadeWhateverTheUmask) {
     for (const mode_t mask : {0u, 077u}) {

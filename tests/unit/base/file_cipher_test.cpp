@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "doubles/log_capture.h"
+#include "support/file_info.h"
 #include "unit/base/file_cipher_fixture.h"
 
 namespace {
@@ -293,11 +294,7 @@ TEST_F(FileCipher, AFileInTheRootFolderIsChanged) {
 
 class FileCipherAccess : public FileCipherTest, public testing::WithParamInterface<mode_t> {
   protected:
-    mode_t mode() const {
-        struct stat info = {};
-        EXPECT_EQ(0, stat(path().c_str(), &info));
-        return info.st_mode & 07777u;
-    }
+    mode_t mode() const { return mode_of(path()); }
 };
 
 TEST_P(FileCipherAccess, StaysWhateverTheUmask) {

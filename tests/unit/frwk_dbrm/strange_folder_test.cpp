@@ -7,6 +7,7 @@
 
 #include "doubles/libc_doubles.h"
 #include "frwk_dbrm.h"
+#include "support/file_info.h"
 #include "unit/frwk_dbrm/another_user.h"
 #include "unit/frwk_dbrm/dbrm_fixture.h"
 
@@ -39,12 +40,6 @@ class StrangeFolder : public DbrmTest {
     }
 
     static void set_mode(const std::string &path, mode_t mode) { EXPECT_EQ(0, ::chmod(path.c_str(), mode)); }
-
-    static mode_t mode_of(const std::string &path) {
-        struct stat info = {};
-        EXPECT_EQ(0, ::stat(path.c_str(), &info)) << path;
-        return info.st_mode & 07777u;
-    }
 
     static bool private_folder_is_left() {
         for (const auto &entry : std::filesystem::directory_iterator("/tmp/m_tmp")) {
