@@ -15,7 +15,6 @@
 #include <cstring>
 #include <optional>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "doubles/faults_test_fixture.h"
@@ -25,6 +24,7 @@
 #include "support/file_info.h"
 #include "support/key_files.h"
 #include "support/open_descriptors.h"
+#include "support/threads.h"
 #include "unit/base/secret_doubles.h"
 
 namespace {
@@ -418,13 +418,7 @@ TEST_F(DeviceKey, ProcessesThatMakeTheKeyAtOnceEndWithOneKey) {
 
 TEST_F(DeviceKey, ThreadsThatMakeTheKeyAtOnceEndWithOneKey) {
     std::vector<std::optional<std::string>> keys(8);
-    std::vector<std::thread> threads;
-    for (auto &key : keys) {
-        threads.emplace_back([&key] { key = derived(); });
-    }
-    for (std::thread &thread : threads) {
-        thread.join();
-    }
+    run_in_threads(keys.size(), [&keys](size_t i) { keys[i] = derived(); });
 
     ASSERT_TRUE(keys.front());
     for (const auto &key : keys) {
@@ -436,7 +430,7 @@ TEST_F(DeviceKey, ThreadsThatMakeTheKeyAtOnceEndWithOneKey) {
 
 TEST_F(DeviceKey, NoDescriptorStaysOpen) {
     derived();
-    const int before = open_descriptors();
+    const size_t before = open_descriptors();
     remove_key_files();
     derived();
     derived();

@@ -17,6 +17,7 @@
 #include "support/file_info.h"
 #include "support/files.h"
 #include "support/log_checks.h"
+#include "support/open_descriptors.h"
 #include "unit/frwk_common/module_fixture.h"
 
 namespace libc = doubles::libc;
