@@ -68,13 +68,7 @@ int __wrap_open64(const char *path, int flags, ...) {
     return doubles::libc::open(path, flags, mode);
 }
 
-int __wrap_open(const char *path, int flags, ...) {
-    va_list rest;
-    va_start(rest, flags);
-    const mode_t mode = mode_of(flags, rest);
-    va_end(rest);
-    return doubles::libc::open(path, flags, mode);
-}
+int __wrap_open(const char *path, int flags, ...) __attribute__((alias("__wrap_open64")));
 
 int __wrap_openat64(int folder, const char *path, int flags, ...) {
     va_list rest;
@@ -92,13 +86,7 @@ int __wrap_fcntl64(int fd, int command, ...) {
     return doubles::libc::fcntl(fd, command, argument);
 }
 
-int __wrap_fcntl(int fd, int command, ...) {
-    va_list rest;
-    va_start(rest, command);
-    void *argument = va_arg(rest, void *);
-    va_end(rest);
-    return doubles::libc::fcntl(fd, command, argument);
-}
+int __wrap_fcntl(int fd, int command, ...) __attribute__((alias("__wrap_fcntl64")));
 
 FILE *__wrap_fopen(const char *path, const char *mode) {
     return doubles::libc::fopen(path, mode);

@@ -20,46 +20,41 @@ using faults::transfer;
 
 namespace {
 
-bool takes_mode(int flags) {
-    return (flags & (O_CREAT | __O_TMPFILE)) != 0;
+/* The mode that a call with these flags has been given. */
+mode_t mode_of(int flags, va_list rest) {
+    return (flags & (O_CREAT | __O_TMPFILE)) != 0 ? va_arg(rest, mode_t) : 0;
+}
+
+/* The outcome of a call that opens a file. */
+template <typename Open>
+int opened(Call call, const Open &open) {
+    const Fault fault = faults::take(call);
+    if (fault.way != Fault::Way::kNone) {
+        return faults::refuse(fault, -1);
+    }
+    const int fd = open();
+    faults::carried_out(call, -1);
+    return fd;
 }
 
 }  // namespace
 
 QUOR_IN_FRONT(int, open64, (const char *path, int flags, ...)) {
     static const auto real = faults::real_function<int (*)(const char *, int, ...)>("open64");
-    mode_t mode = 0;
-    if (takes_mode(flags)) {
-        va_list rest;
-        va_start(rest, flags);
-        mode = va_arg(rest, mode_t);
-        va_end(rest);
-    }
-    const Fault fault = faults::take(Call::open64);
-    if (fault.way != Fault::Way::kNone) {
-        return faults::refuse(fault, -1);
-    }
-    const int fd = real(path, flags, mode);
-    faults::carried_out(Call::open64, -1);
-    return fd;
+    va_list rest;
+    va_start(rest, flags);
+    const mode_t mode = mode_of(flags, rest);
+    va_end(rest);
+    return opened(Call::open64, [=] { return real(path, flags, mode); });
 }
 
 QUOR_IN_FRONT(int, openat64, (int folder, const char *path, int flags, ...)) {
     static const auto real = faults::real_function<int (*)(int, const char *, int, ...)>("openat64");
-    mode_t mode = 0;
-    if (takes_mode(flags)) {
-        va_list rest;
-        va_start(rest, flags);
-        mode = va_arg(rest, mode_t);
-        va_end(rest);
-    }
-    const Fault fault = faults::take(Call::openat64);
-    if (fault.way != Fault::Way::kNone) {
-        return faults::refuse(fault, -1);
-    }
-    const int fd = real(folder, path, flags, mode);
-    faults::carried_out(Call::openat64, -1);
-    return fd;
+    va_list rest;
+    va_start(rest, flags);
+    const mode_t mode = mode_of(flags, rest);
+    va_end(rest);
+    return opened(Call::openat64, [=] { return real(folder, path, flags, mode); });
 }
 
 QUOR_IN_FRONT(ssize_t, read, (int fd, void *to, size_t size)) {

@@ -2,14 +2,12 @@
 
 #include <gtest/gtest.h>
 #include <sched.h>
-#include <sys/mman.h>
 #include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <csignal>
 #include <cstdlib>
-#include <new>
 
 #include "support/other_user.h"
 #include "support/wait_until.h"
@@ -32,9 +30,6 @@ int attack_rounds() {
 }
 
 Attacker::Attacker(As user, std::function<void()> move) {
-    void *page = ::mmap(nullptr, sizeof(Shared), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
-    EXPECT_NE(MAP_FAILED, page);
-    shared_ = new (page) Shared;
     pid_ = ::fork();
     if (pid_ != 0) {
         EXPECT_LT(0, pid_);
@@ -54,7 +49,6 @@ Attacker::~Attacker() {
     shared_->is_over = true;
     EXPECT_EQ(pid_, ::waitpid(pid_, nullptr, 0));
     EXPECT_FALSE(shared_->has_failed);
-    (void)::munmap(shared_, sizeof(Shared));
 }
 
 void Attacker::wait_for_a_move() {

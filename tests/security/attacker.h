@@ -10,6 +10,8 @@
 #include <functional>
 #include <ostream>
 
+#include "support/shared_memory.h"
+
 /* The attacker. The same user can play another one in folders and files that everybody may write to. */
 enum class As {
     kTheSameUser,
@@ -44,6 +46,6 @@ class Attacker {
         std::atomic<bool> has_failed{false};
     };
 
-    Shared *shared_;
+    SharedMemory<Shared> shared_;
     pid_t pid_;
 };

@@ -3,7 +3,6 @@
  */
 #pragma once
 
-#include <dirent.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -31,17 +30,4 @@ inline void remove_node(const std::string &path) {
     if (unlink(path.c_str()) != 0) {
         (void)rmdir(path.c_str());
     }
-}
-
-/* The number of open descriptors of this process, including the one used for counting. */
-inline size_t open_descriptors() {
-    size_t count = 0;
-    DIR *folder = opendir("/proc/self/fd");
-    while (folder != nullptr && readdir(folder) != nullptr) {
-        ++count;
-    }
-    if (folder != nullptr) {
-        (void)closedir(folder);
-    }
-    return count;
 }

@@ -3,12 +3,19 @@
  */
 #pragma once
 
-#include <fcntl.h>
+#include <dirent.h>
 
-inline int open_descriptors() {
-    int count = 0;
-    for (int fd = 0; fd < 256; ++fd) {
-        count += fcntl(fd, F_GETFD) >= 0 ? 1 : 0;
+#include <cstddef>
+
+/* The one used for counting is included. */
+inline size_t open_descriptors() {
+    size_t count = 0;
+    DIR *folder = opendir("/proc/self/fd");
+    while (folder != nullptr && readdir(folder) != nullptr) {
+        ++count;
+    }
+    if (folder != nullptr) {
+        (void)closedir(folder);
     }
     return count;
 }

@@ -3,7 +3,6 @@
  * the device's key, no other file is encrypted, and no unencrypted data can be read.
  */
 #include <fcntl.h>
-#include <sys/mman.h>
 
 #include <atomic>
 #include <cstring>
@@ -19,12 +18,7 @@ constexpr char kAside[] = "/m_data/usr/shared/aside";
 
 class BackupSwap : public SharedFolder {
   protected:
-    void SetUp() override {
-        SharedFolder::SetUp();
-        if (!IsSkipped()) {
-            put_attackers_file(kForged, forged_body());
-        }
-    }
+    void prepare() override { put_attackers_file(kForged, forged_body()); }
 
     void back_up_under_attack(Attacker *attacker) {
         for (int round = 0; round < attack_rounds() && !HasFatalFailure(); ++round) {
@@ -82,22 +76,16 @@ TEST_P(BackupSwap, FollowsNoLinkUnderTheBackupsName) {
 
 /* The attacker writes to whatever file of the backup's lets itself be opened, and reads it. */
 TEST_P(BackupSwap, LeavesNothingToReadInTheClear) {
-    struct Seen {
-        std::atomic<bool> settings{false};
-    };
-    auto *seen = static_cast<Seen *>(
-        ::mmap(nullptr, sizeof(Seen), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0));
-    Attacker attacker(GetParam(), [seen] {
+    const SharedMemory<std::atomic<bool>> seen;
+    Attacker attacker(GetParam(), [&seen] {
         char bytes[512];
         const int fd = ::open(kUnfinished, O_RDONLY | O_CLOEXEC);
         const ssize_t size = fd >= 0 ? ::read(fd, bytes, sizeof(bytes)) : 0;
-        seen->settings =
-            seen->settings || (size > 0 && ::memmem(bytes, static_cast<size_t>(size), "ssid", 4));
+        *seen = *seen || (size > 0 && ::memmem(bytes, static_cast<size_t>(size), "ssid", 4));
         ::close(fd);
     });
     back_up_under_attack(&attacker);
-    EXPECT_FALSE(seen->settings);
-    (void)::munmap(seen, sizeof(Seen));
+    EXPECT_FALSE(*seen);
 }
 
 QUOR_ATTACKED(BackupSwap);

@@ -5,6 +5,7 @@
 #include <fcntl.h>
 
 #include "security/backup/shared_folder.h"
+#include "support/file_info.h"
 #include "system/tools/tool_run.h"
 
 namespace {
@@ -39,10 +40,8 @@ TEST_P(ExportSwap, IsHiddenFromWhoHoldsTheOldFileOpen) {
     char byte = 0;
     EXPECT_EQ(0, ::read(reader, &byte, 1));
     ::close(reader);
-    struct stat info = {};
-    ASSERT_EQ(0, ::stat(kExport, &info));
-    EXPECT_EQ(0600u, info.st_mode & 07777u);
-    EXPECT_EQ(::geteuid(), info.st_uid);
+    EXPECT_EQ(0600u, mode_of(kExport));
+    EXPECT_EQ(::geteuid(), owner_of(kExport));
 }
 
 TEST_P(ExportSwap, WritesToNoOtherFile) {

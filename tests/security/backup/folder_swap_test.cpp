@@ -17,11 +17,7 @@ constexpr char kOwnPart[] = "/m_data/usr/own/backup.bin.part";
 
 class FolderSwap : public SharedFolder {
   protected:
-    void SetUp() override {
-        SharedFolder::SetUp();
-        if (IsSkipped()) {
-            return;
-        }
+    void prepare() override {
         std::filesystem::create_directories(kOwnFolder);
         ASSERT_EQ(E_APPS_ERR_SUCCESS, frwk_dbrm_backup(kOwnFile));
         own_ = file_text(kOwnFile);

@@ -5,6 +5,7 @@
 #include <set>
 
 #include "security/backup/shared_folder.h"
+#include "support/file_info.h"
 
 namespace {
 
@@ -15,12 +16,6 @@ constexpr char kPages[] = "/m_data/usr/www";
 constexpr char kPagesAside[] = "/m_data/usr/www.aside";
 constexpr char kLink[] = "/m_data/usr/link";
 constexpr char kAccountsOfRoot[] = "/etc/cron.d/auth.txt";
-
-uid_t owner_of(const char *path) {
-    struct stat found = {};
-    EXPECT_EQ(0, ::stat(path, &found)) << path;
-    return found.st_uid;
-}
 
 /* The keys of private folders that are left anywhere. */
 std::set<std::string> private_folders() {
@@ -37,11 +32,7 @@ std::set<std::string> private_folders() {
 
 class ModulesUser : public SharedFolder {
   protected:
-    void SetUp() override {
-        SharedFolder::SetUp();
-        if (IsSkipped()) {
-            return;
-        }
+    void prepare() override {
         write_file(kAccounts, "admin:secret");
         write_file(kSecret, kSecretText);
         ASSERT_EQ(0, ::chmod(kSecret, 0600));

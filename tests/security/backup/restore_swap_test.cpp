@@ -18,11 +18,7 @@ constexpr char kAside[] = "/m_data/usr/shared/aside";
 
 class RestoreSwap : public SharedFolder {
   protected:
-    void SetUp() override {
-        SharedFolder::SetUp();
-        if (IsSkipped()) {
-            return;
-        }
+    void prepare() override {
         ASSERT_EQ(E_APPS_ERR_SUCCESS, frwk_dbrm_backup(kBackup));
         genuine_ = file_text(kBackup);
         forged_ = backup_bytes::packed(forged_body(), magic());
@@ -30,12 +26,12 @@ class RestoreSwap : public SharedFolder {
         put_attackers_file(kForged, forged_);
     }
 
-    /* Restores again and again. prepare: puts the upload there. Returns how often a restore succeeded. */
-    template <typename Prepare>
-    int restore_under_attack(Attacker *attacker, const char *upload, Prepare prepare) {
+    /* Restores again and again. put_upload: puts it there. Returns how often a restore succeeded. */
+    template <typename PutUpload>
+    int restore_under_attack(Attacker *attacker, const char *upload, PutUpload put_upload) {
         int restored = 0;
         for (int round = 0; round < attack_rounds() && !HasFatalFailure(); ++round) {
-            prepare();
+            put_upload();
             attacker->wait_for_a_move();
             const apps_err_e_type ret = frwk_dbrm_restore(upload);
             restored += ret == E_APPS_ERR_SUCCESS ? 1 : 0;

@@ -35,7 +35,7 @@ inline ino_t number_of(const char *path) {
 
 class SharedFolder : public BackupSystem, public testing::WithParamInterface<As> {
   protected:
-    void SetUp() override {
+    void SetUp() final {
         if (GetParam() == As::kAnotherUser) {
             skip_without_other_user();
         }
@@ -51,7 +51,11 @@ class SharedFolder : public BackupSystem, public testing::WithParamInterface<As>
         write_file(paths::kDefaultsFile, std::string("device_product_name=") + kProduct + "\n");
         write_file(kUserData, "ssid=home\n");
         start();
+        prepare();
     }
+
+    /* What the tests of a suite need besides. */
+    virtual void prepare() {}
 
     void TearDown() override {
         for (const char *path : {kShared, "/etc/cron.d", kPrecious}) {

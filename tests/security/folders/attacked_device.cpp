@@ -2,14 +2,12 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
-#include <sys/mman.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
 #include <unistd.h>
 
 #include <filesystem>
-#include <new>
 
 #include "support/other_user.h"
 #include "support/wait_until.h"
@@ -44,15 +42,6 @@ bool make(Plant what, const std::string &path, const std::string &text) {
             return make_socket(path);
     }
     return false;
-}
-
-struct stat info_of(const std::string &path) {
-    struct stat info = {};
-    if (::lstat(path.c_str(), &info) != 0) {
-        info.st_mode = ~mode_t{0};
-        info.st_uid = ~uid_t{0};
-    }
-    return info;
 }
 
 }  // namespace
@@ -94,22 +83,6 @@ void plant(Plant what, const std::string &path, const std::string &text) {
         return make(what, path, text) ? 0 : 1;
     });
     ASSERT_EQ(0, status) << name_of(what) << " at " << path;
-}
-
-mode_t mode_of(const std::string &path) {
-    return info_of(path).st_mode & 07777;
-}
-
-uid_t owner_of(const std::string &path) {
-    return info_of(path).st_uid;
-}
-
-SharedCount::SharedCount()
-    : count_(new (::mmap(nullptr, sizeof(*count_), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0))
-                 std::atomic<unsigned long>(0)) {}
-
-SharedCount::~SharedCount() {
-    (void)::munmap(count_, sizeof(*count_));
 }
 
 Umask::Umask(mode_t mask) : before_(::umask(mask)) {}

@@ -9,6 +9,9 @@
 #include <string>
 #include <vector>
 
+#include "support/file_info.h"
+#include "support/shared_memory.h"
+
 /* The kinds of nodes that an attacker puts in the place of a file, socket or folder. */
 enum class Plant {
     kFile,       /* one that all may read and write, with a text */
@@ -38,24 +41,8 @@ void open_to_all(const std::string &folder);
 /* Puts something there as the other user. text: that of a file. */
 void plant(Plant what, const std::string &path, const std::string &text = "planted");
 
-/* The mode of a file, folder or socket, and its owner; all ones if it doesn't exist. Links are not followed.
- */
-mode_t mode_of(const std::string &path);
-uid_t owner_of(const std::string &path);
-
-/* Counters that the processes of a test share. */
-class SharedCount {
-  public:
-    SharedCount();
-    ~SharedCount();
-    SharedCount(const SharedCount &) = delete;
-    SharedCount &operator=(const SharedCount &) = delete;
-
-    std::atomic<unsigned long> &operator*() const { return *count_; }
-
-  private:
-    std::atomic<unsigned long> *const count_;
-};
+/* Incremented by all processes of a test. */
+using SharedCount = SharedMemory<std::atomic<unsigned long>>;
 
 /* Sets the umask until the end of the scope. */
 class Umask {

@@ -10,6 +10,7 @@
 #include <string>
 
 #include "security/attacker.h"
+#include "support/file_info.h"
 #include "support/module_process.h"
 #include "support/other_user.h"
 
@@ -77,7 +78,5 @@ TEST(OpenUmask, AResetsFlagIsNotForOthersToWrite) {
         (void)router.ask("reset 1");
     }
     umask(before);
-    struct stat info = {};
-    ASSERT_EQ(0, stat("/m_data/usr_permanent/reset_flag", &info));
-    EXPECT_EQ(0644u, info.st_mode & 07777u);
+    EXPECT_EQ(0644u, mode_of("/m_data/usr_permanent/reset_flag"));
 }

@@ -4,14 +4,15 @@
 #pragma once
 
 #include <filesystem>
-#include <random>
 #include <string>
 #include <vector>
 
 #include "cipher.h"
 #include "frwk_dbrm.h"
 #include "support/backup_bytes.h"
+#include "support/folder_names.h"
 #include "support/key_files.h"
+#include "support/random_bytes.h"
 #include "system/zndb/zndb_process.h"
 
 inline constexpr char kUserData[] = "/m_data/usr/db/user_data.txt";
@@ -21,24 +22,6 @@ inline constexpr char kDataManager[] = "/m_data/usr/dbm/database.db";
 inline constexpr char kBackup[] = "/m_data/usr/exchange/backup.bin";
 inline constexpr char kFolder[] = "/m_data/usr/exchange";
 inline constexpr char kProduct[] = "QR-100";
-
-/* Any bytes, the same for the same seed. */
-inline std::string random_bytes(size_t size, unsigned seed) {
-    std::mt19937 random(seed);
-    std::string bytes(size, '\0');
-    for (char &byte : bytes) {
-        byte = static_cast<char>(random());
-    }
-    return bytes;
-}
-
-inline std::vector<std::string> names_in(const std::string &folder) {
-    std::vector<std::string> names;
-    for (const auto &entry : std::filesystem::directory_iterator(folder)) {
-        names.push_back(entry.path().filename());
-    }
-    return names;
-}
 
 /* The files of a device, without its database. */
 inline void make_device_files() {

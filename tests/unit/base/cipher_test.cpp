@@ -8,13 +8,13 @@
 #include <random>
 #include <set>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "doubles/base_doubles.h"
 #include "doubles/log_capture.h"
 #include "os_mem.h"
 #include "support/key_files.h"
+#include "support/threads.h"
 #include "unit/base/product_key_fixture.h"
 
 namespace {
@@ -222,13 +222,8 @@ TEST_F(Cipher, TheLogNeverHoldsASecret) {
 
 TEST_F(Cipher, ThreadsMayEncipherAtOnce) {
     std::vector<std::string> back(8);
-    std::vector<std::thread> threads;
-    for (size_t i = 0; i < back.size(); ++i) {
-        threads.emplace_back([&back, i] { back[i] = deciphered(enciphered("secret " + std::to_string(i))); });
-    }
-    for (std::thread &thread : threads) {
-        thread.join();
-    }
+    run_in_threads(back.size(),
+                   [&back](size_t i) { back[i] = deciphered(enciphered("secret " + std::to_string(i))); });
     for (size_t i = 0; i < back.size(); ++i) {
         EXPECT_EQ("secret " + std::to_string(i), back[i]);
     }

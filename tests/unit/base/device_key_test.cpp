@@ -15,15 +15,16 @@
 #include <cstring>
 #include <optional>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "doubles/faults_test_fixture.h"
 #include "doubles/libc_doubles.h"
 #include "doubles/log_capture.h"
 #include "os_log.h"
+#include "support/file_info.h"
 #include "support/key_files.h"
 #include "support/open_descriptors.h"
+#include "support/threads.h"
 #include "unit/base/secret_doubles.h"
 
 namespace {
@@ -122,9 +123,7 @@ TEST_F(DeviceKey, AMadeKeyBelongsToItsOwnerWhateverTheUmask) {
         EXPECT_TRUE(derived());
         umask(before);
 
-        struct stat info = {};
-        ASSERT_EQ(0, stat(kDeviceKeyPath, &info));
-        EXPECT_EQ(0600u, info.st_mode & 07777u);
+        EXPECT_EQ(0600u, mode_of(kDeviceKeyPath));
     }
 }
 
@@ -224,12 +223,6 @@ class FreshDevice {
     FreshDevice(const FreshDevice &) = delete;
     FreshDevice &operator=(const FreshDevice &) = delete;
 };
-
-mode_t mode_of(const char *path) {
-    struct stat info = {};
-    EXPECT_EQ(0, stat(path, &info)) << path;
-    return info.st_mode & 07777u;
-}
 
 TEST_F(DeviceKey, AMissingFolderIsMadeWhateverTheUmask) {
     for (const mode_t mask : {0u, 077u}) {
@@ -425,13 +418,7 @@ TEST_F(DeviceKey, ProcessesThatMakeTheKeyAtOnceEndWithOneKey) {
 
 TEST_F(DeviceKey, ThreadsThatMakeTheKeyAtOnceEndWithOneKey) {
     std::vector<std::optional<std::string>> keys(8);
-    std::vector<std::thread> threads;
-    for (auto &key : keys) {
-        threads.emplace_back([&key] { key = derived(); });
-    }
-    for (std::thread &thread : threads) {
-        thread.join();
-    }
+    run_in_threads(keys.size(), [&keys](size_t i) { keys[i] = derived(); });
 
     ASSERT_TRUE(keys.front());
     for (const auto &key : keys) {
@@ -443,7 +430,7 @@ TEST_F(DeviceKey, ThreadsThatMakeTheKeyAtOnceEndWithOneKey) {
 
 TEST_F(DeviceKey, NoDescriptorStaysOpen) {
     derived();
-    const int before = open_descriptors();
+    const size_t before = open_descriptors();
     remove_key_files();
     derived();
     derived();

@@ -16,6 +16,7 @@
 #include "doubles/base_doubles.h"
 #include "doubles/libc_doubles.h"
 #include "doubles/log_capture.h"
+#include "support/file_info.h"
 #include "unit/base/file_cipher_fixture.h"
 #include "unit/base/secret_doubles.h"
 
@@ -208,9 +209,7 @@ TEST_P(FileCipherFaults, AnOwnerThatCannotBeKeptLeavesTheFileToTheCallerAlone) {
     ASSERT_EQ(0, chmod(path().c_str(), 0664));
     fail_chosen(&doubles::libc::fchown, EPERM, [](int, uid_t, gid_t) { return true; });
     expect_success();
-    struct stat info = {};
-    ASSERT_EQ(0, stat(path().c_str(), &info));
-    EXPECT_EQ(0600u, info.st_mode & 07777u);
+    EXPECT_EQ(0600u, mode_of(path()));
     EXPECT_EQ(1u, doubles::libc::fchown.calls());
 }
 

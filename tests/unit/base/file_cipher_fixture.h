@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "cipher.h"
+#include "support/folder_names.h"
 #include "support/open_descriptors.h"
 #include "support/temp_folder.h"
 #include "unit/base/product_key_fixture.h"
@@ -77,18 +78,12 @@ class FileCipherTest : public ProductKeyTest {
     }
 
     /* The names in the file's folder. */
-    std::vector<std::string> names() const {
-        std::vector<std::string> names;
-        for (const auto &entry : std::filesystem::directory_iterator(folder_.path())) {
-            names.push_back(entry.path().filename());
-        }
-        return names;
-    }
+    std::vector<std::string> names() const { return names_in(folder_.path()); }
 
     bool stands_alone() const { return names() == std::vector<std::string>{"file"}; }
 
     const TempFolder folder_;
 
   private:
-    int descriptors_before_ = 0;
+    size_t descriptors_before_ = 0;
 };

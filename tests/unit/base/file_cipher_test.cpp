@@ -8,10 +8,11 @@
 #include <climits>
 #include <random>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "doubles/log_capture.h"
+#include "support/file_info.h"
+#include "support/threads.h"
 #include "unit/base/file_cipher_fixture.h"
 
 namespace {
@@ -293,11 +294,7 @@ TEST_F(FileCipher, AFileInTheRootFolderIsChanged) {
 
 class FileCipherAccess : public FileCipherTest, public testing::WithParamInterface<mode_t> {
   protected:
-    mode_t mode() const {
-        struct stat info = {};
-        EXPECT_EQ(0, stat(path().c_str(), &info));
-        return info.st_mode & 07777u;
-    }
+    mode_t mode() const { return mode_of(path()); }
 };
 
 TEST_P(FileCipherAccess, StaysWhateverTheUmask) {
@@ -338,21 +335,15 @@ TEST_F(FileCipher, TheLogTellsWhatIsRefusedAndNeverTheContent) {
 
 TEST_F(FileCipher, ThreadsMayChangeFilesOfOneFolderAtOnce) {
     std::vector<std::string> back(8);
-    std::vector<std::thread> threads;
-    for (size_t i = 0; i < back.size(); ++i) {
-        threads.emplace_back([this, &back, i] {
-            const std::string name = std::to_string(i);
-            const std::string file = folder_.file(name, "content " + name);
-            for (int round = 0; round < 10; ++round) {
-                EXPECT_EQ(1, zn_encrypt_file_ex(file.c_str()));
-                EXPECT_EQ(1, zn_decrypt_file_ex(file.c_str()));
-            }
-            back[i] = key_file_bytes(file.c_str());
-        });
-    }
-    for (std::thread &thread : threads) {
-        thread.join();
-    }
+    run_in_threads(back.size(), [this, &back](size_t i) {
+        const std::string name = std::to_string(i);
+        const std::string file = folder_.file(name, "content " + name);
+        for (int round = 0; round < 10; ++round) {
+            EXPECT_EQ(1, zn_encrypt_file_ex(file.c_str()));
+            EXPECT_EQ(1, zn_decrypt_file_ex(file.c_str()));
+        }
+        back[i] = key_file_bytes(file.c_str());
+    });
     for (size_t i = 0; i < back.size(); ++i) {
         EXPECT_EQ("content " + std::to_string(i), back[i]);
     }

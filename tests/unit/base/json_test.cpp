@@ -14,6 +14,8 @@
 #include <string>
 #include <vector>
 
+#include "unit/base/repeated_text.h"
+
 struct json_tokener;
 
 namespace {
@@ -51,15 +53,6 @@ std::string string_of(const std::string &text) {
     EXPECT_NE(nullptr, root) << text;
     const char *string = json_get_string(root.get());
     return string != nullptr ? string : "(none)";
-}
-
-std::string repeated(const std::string &text, size_t count) {
-    std::string all;
-    all.reserve(text.size() * count);
-    for (size_t i = 0; i < count; ++i) {
-        all += text;
-    }
-    return all;
 }
 
 std::string nested(const std::string &open, const std::string &close, size_t depth) {

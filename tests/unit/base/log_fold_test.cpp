@@ -4,9 +4,9 @@
 #include <algorithm>
 #include <chrono>
 #include <cstdlib>
-#include <thread>
 
 #include "os_log.h"
+#include "support/threads.h"
 #include "unit/base/log_channels_fixture.h"
 
 namespace {
@@ -270,14 +270,7 @@ TEST_F(OsLogFold, TellsItsCountBeforeTheProcessIsNamedAnew) {
 }
 
 TEST_F(OsLogFold, LosesNoRepeatOfManyThreads) {
-    std::vector<std::thread> threads;
-    threads.reserve(8);
-    for (int i = 0; i < 8; ++i) {
-        threads.emplace_back([] { log("a", 200); });
-    }
-    for (std::thread &thread : threads) {
-        thread.join();
-    }
+    run_in_threads(8, [](size_t) { log("a", 200); });
     log("b");
     const Texts found = texts();
     ASSERT_EQ(static_cast<size_t>(kShown) + 5, found.size());

@@ -14,7 +14,6 @@
 #include <cstdlib>
 #include <regex>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "doubles/faults_test_fixture.h"
@@ -22,6 +21,7 @@
 #include "os_log.h"
 #include "support/foreign_locale.h"
 #include "support/log_daemon.h"
+#include "support/threads.h"
 
 namespace libc = doubles::libc;
 
@@ -180,13 +180,7 @@ TEST_F(LogSocketTest, AChildThatLosesLinesCountsThemAlone) {
 
 TEST_F(LogSocketTest, AStoppedDaemonHoldsNobodyUp) {
     const LogDaemon daemon;
-    std::vector<std::thread> threads;
-    for (int i = 0; i < 4; ++i) {
-        threads.emplace_back([] { log_many(500); });
-    }
-    for (std::thread &thread : threads) {
-        thread.join();
-    }
+    run_in_threads(4, [](size_t) { log_many(500); });
     EXPECT_LT(daemon.lines().size(), 2000u);
 }
 

@@ -137,7 +137,7 @@ TEST_F(Md5, NoDescriptorStaysOpenOrReachesAShellsChild) {
         all = all && (flags & O_CLOEXEC) != 0;
         return doubles::libc::open.real(name, flags, mode);
     });
-    const int before = open_descriptors();
+    const size_t before = open_descriptors();
     text_of(path);
     text_of(folder_.path());
     EXPECT_EQ(before, open_descriptors());

@@ -6,8 +6,8 @@
 #include <cerrno>
 #include <regex>
 #include <set>
-#include <thread>
 
+#include "support/threads.h"
 #include "unit/base/log_channels_fixture.h"
 #include "utf8_text.h"
 
@@ -387,15 +387,9 @@ TEST_F(OsLog, IgnoresGarbageInTheEnvironment) {
 
 TEST_F(OsLog, KeepsLinesOfManyThreadsWhole) {
     set_channels(1, OS_LOG_WARNING);
-    std::vector<std::thread> threads;
-    threads.reserve(9);
-    for (int thread = 0; thread < 8; ++thread) {
-        threads.emplace_back(log_250_lines, thread);
-    }
-    threads.emplace_back(set_up_again_and_again);
-    for (std::thread &thread : threads) {
-        thread.join();
-    }
+    run_in_threads(9, [](size_t thread) {
+        thread < 8 ? log_250_lines(static_cast<int>(thread)) : set_up_again_and_again();
+    });
 
     const std::vector<std::string> lines = debug_lines();
     EXPECT_EQ(2000u, std::set<std::string>(lines.begin(), lines.end()).size());

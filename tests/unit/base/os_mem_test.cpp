@@ -4,8 +4,8 @@
 #include <cerrno>
 #include <cstddef>
 #include <cstring>
-#include <thread>
 
+#include "support/threads.h"
 #include "unit/base/log_channels_fixture.h"
 
 namespace {
@@ -66,17 +66,6 @@ class OsMem : public LogChannelsTest {
 
     os_mem_usage_t before_{};
 };
-
-void run_in_threads(int count, void (*work)()) {
-    std::vector<std::thread> threads;
-    threads.reserve(static_cast<size_t>(count));
-    for (int i = 0; i < count; ++i) {
-        threads.emplace_back(work);
-    }
-    for (std::thread &thread : threads) {
-        thread.join();
-    }
-}
 
 }  // namespace
 
@@ -330,7 +319,7 @@ TEST_F(OsMem, CopiesNoTextWithoutMemoryOrWithoutText) {
 }
 
 TEST_F(OsMem, CountsRightFromManyThreads) {
-    run_in_threads(8, [] {
+    run_in_threads(8, [](size_t) {
         for (size_t i = 0; i < 100'000; ++i) {  // enough for two of them to count at the same moment
             void *block = os_mem_malloc(i % 64);
             os_mem_free(block);
@@ -349,7 +338,7 @@ TEST_F(OsMem, HoldsItsLimitAgainstManyThreads) {
     settings.refuse_at = before_.peak_bytes + 1000;
     settings.warn_at = before_.peak_bytes;
     os_mem_init(&settings);
-    run_in_threads(8, [] {
+    run_in_threads(8, [](size_t) {
         void *blocks[200] = {};
         for (void *&block : blocks) {
             block = os_mem_malloc(100);

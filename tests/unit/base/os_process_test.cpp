@@ -7,12 +7,12 @@
 #include <atomic>
 #include <cerrno>
 #include <fstream>
-#include <thread>
 #include <vector>
 
 #include "doubles/faults_test_fixture.h"
 #include "doubles/libc_doubles.h"
 #include "support/temp_folder.h"
+#include "support/threads.h"
 
 namespace {
 
@@ -192,20 +192,15 @@ TEST_F(OsProcess, PipesMayBeClosedInAnyOrder) {
 
 TEST_F(OsProcess, ThreadsMayRunCommandsAtTheSameTime) {
     std::atomic<int> right{0};
-    std::vector<std::thread> threads;
-    for (int id = 0; id < 8; ++id) {
-        threads.emplace_back([id, &right] {
-            const std::string command = "exit " + std::to_string(id);
-            for (int round = 0; round < 5; ++round) {
-                FILE *stream = os_popen(command.c_str(), round % 2 == 0 ? "r" : "w");
-                right += WEXITSTATUS(os_system(command.c_str())) == id ? 1 : 0;
-                right += WEXITSTATUS(os_pclose(stream)) == id ? 1 : 0;
-            }
-        });
-    }
-    for (std::thread &thread : threads) {
-        thread.join();
-    }
+    run_in_threads(8, [&right](size_t number) {
+        const int id = static_cast<int>(number);
+        const std::string command = "exit " + std::to_string(id);
+        for (int round = 0; round < 5; ++round) {
+            FILE *stream = os_popen(command.c_str(), round % 2 == 0 ? "r" : "w");
+            right += WEXITSTATUS(os_system(command.c_str())) == id ? 1 : 0;
+            right += WEXITSTATUS(os_pclose(stream)) == id ? 1 : 0;
+        }
+    });
     EXPECT_EQ(80, right);
 }
 

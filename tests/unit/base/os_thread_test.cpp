@@ -10,6 +10,7 @@
 
 #include "doubles/faults_test_fixture.h"
 #include "doubles/libc_doubles.h"
+#include "support/threads.h"
 
 namespace {
 
@@ -253,25 +254,14 @@ TEST_F(OsSem, KeepsPostsThatNobodyWaitsForYet) {
 }
 
 TEST_F(OsSem, LetsThroughAsManyWaitsAsPostsAmongManyThreads) {
-    constexpr int kThreads = 4;
+    constexpr size_t kPairs = 4;
     constexpr int kRounds = 5000;
     os_sem *sem = os_sem_create(3);
-    std::vector<std::thread> threads;
-    for (int i = 0; i < kThreads; ++i) {
-        threads.emplace_back([sem] {
-            for (int round = 0; round < kRounds; ++round) {
-                EXPECT_EQ(0, os_sem_wait(sem));
-            }
-        });
-        threads.emplace_back([sem] {
-            for (int round = 0; round < kRounds; ++round) {
-                EXPECT_EQ(0, os_sem_post(sem));
-            }
-        });
-    }
-    for (std::thread &thread : threads) {
-        thread.join();
-    }
+    run_in_threads(2 * kPairs, [sem](size_t number) {
+        for (int round = 0; round < kRounds; ++round) {
+            EXPECT_EQ(0, number % 2 == 0 ? os_sem_wait(sem) : os_sem_post(sem));
+        }
+    });
     for (int left = 0; left < 3; ++left) {
         EXPECT_EQ(0, os_sem_wait(sem));
     }

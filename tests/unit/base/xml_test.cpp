@@ -12,6 +12,7 @@
 #include "doubles/libc_doubles.h"
 #include "os_thread.h"
 #include "support/temp_folder.h"
+#include "unit/base/repeated_text.h"
 
 namespace {
 
@@ -39,15 +40,6 @@ class Xml : public FaultsTest {
 
     TempFolder folder_;
 };
-
-std::string repeated(const std::string &text, size_t times) {
-    std::string all;
-    all.reserve(text.size() * times);
-    for (size_t i = 0; i < times; ++i) {
-        all += text;
-    }
-    return all;
-}
 
 size_t depth_of(xml_node *node) {
     size_t depth = 0;

@@ -214,7 +214,7 @@ TEST_F(FileValue, DescriptorZeroIsAFailureToOpen) {
 }
 
 TEST_F(FileValue, NoDescriptorStaysOpen) {
-    const int before = open_descriptors();
+    const size_t before = open_descriptors();
     char buffer[4];
     frwk_set_file_value(kPath, "1", 1);
     frwk_get_file_value(kPath, buffer, 4);

@@ -8,6 +8,7 @@
 
 #include "doubles/libc_doubles.h"
 #include "frwk_dbrm.h"
+#include "support/open_descriptors.h"
 #include "unit/frwk_dbrm/dbrm_fixture.h"
 
 namespace {
@@ -254,16 +255,13 @@ TEST_F(Backup, ThatCanNotTakeItsNameIsAnIoError) {
 }
 
 TEST_F(Backup, LeavesNoDescriptorOpenWhateverFails) {
-    const auto open_files = [] {
-        return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {});
-    };
-    const auto before = open_files();
+    const size_t before = open_descriptors();
     for (unsigned writes = 0; writes < 6; ++writes) {
         fill_disk_after(writes);
         (void)frwk_dbrm_backup(kBackup);
     }
     doubles::libc::fwrite.restore();
-    EXPECT_EQ(before, open_files());
+    EXPECT_EQ(before, open_descriptors());
 }
 
 }  // namespace

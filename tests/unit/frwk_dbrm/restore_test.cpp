@@ -2,6 +2,7 @@
  * Complete restores: the requests to the database and their order, and the state after a failure.
  */
 #include "frwk_dbrm.h"
+#include "support/open_descriptors.h"
 #include "unit/frwk_dbrm/dbrm_fixture.h"
 
 namespace {
@@ -251,10 +252,7 @@ TEST_F(Restore, OfALengthThatWrapsTheRestOfTheBodyIsAReadError) {
 }
 
 TEST_F(Restore, LeavesNoDescriptorOpenWhateverFails) {
-    const auto open_files = [] {
-        return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {});
-    };
-    const auto before = open_files();
+    const size_t before = open_descriptors();
     const std::string bodies[] = {header(9, "/x", 0), header(1, kFile, 9), header(2, kFile, 9), "x",
                                   record(1, kFile, "bytes")};
     for (const std::string &body : bodies) {
@@ -262,7 +260,7 @@ TEST_F(Restore, LeavesNoDescriptorOpenWhateverFails) {
         store("device_product_name", "a");
         (void)frwk_dbrm_restore(kBackup);
     }
-    EXPECT_EQ(before, open_files());
+    EXPECT_EQ(before, open_descriptors());
 }
 
 }  // namespace

@@ -7,6 +7,8 @@
 
 #include "doubles/libc_doubles.h"
 #include "frwk_dbrm.h"
+#include "support/file_info.h"
+#include "support/folder_names.h"
 #include "unit/frwk_dbrm/another_user.h"
 #include "unit/frwk_dbrm/dbrm_fixture.h"
 
@@ -40,12 +42,6 @@ class StrangeFolder : public DbrmTest {
 
     static void set_mode(const std::string &path, mode_t mode) { EXPECT_EQ(0, ::chmod(path.c_str(), mode)); }
 
-    static mode_t mode_of(const std::string &path) {
-        struct stat info = {};
-        EXPECT_EQ(0, ::stat(path.c_str(), &info)) << path;
-        return info.st_mode & 07777u;
-    }
-
     static bool private_folder_is_left() {
         for (const auto &entry : std::filesystem::directory_iterator("/tmp/m_tmp")) {
             if (entry.path().filename().string().find("backup.private") == 0) {
@@ -60,13 +56,7 @@ class StrangeFolder : public DbrmTest {
                mode_of(std::filesystem::path(path).parent_path()) == 0700 && mode_of(path) == 0600;
     }
 
-    static std::vector<std::string> names() {
-        std::vector<std::string> all;
-        for (const auto &entry : std::filesystem::directory_iterator(kFolder)) {
-            all.push_back(entry.path().filename());
-        }
-        return all;
-    }
+    static std::vector<std::string> names() { return names_in(kFolder); }
 
     void expect_warning(const char *function, const std::string &text) {
         EXPECT_TRUE(logged_once(log(), kWarningLevel, function, text));

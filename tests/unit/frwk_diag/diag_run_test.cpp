@@ -4,6 +4,7 @@
 #include <climits>
 
 #include "support/memory_usage.h"
+#include "support/open_descriptors.h"
 #include "unit/frwk_diag/diag_fixture.h"
 
 namespace base = doubles::base;

@@ -14,8 +14,10 @@
 #include "doubles/base_doubles.h"
 #include "doubles/libc_doubles.h"
 #include "doubles/log_capture.h"
+#include "support/file_info.h"
 #include "support/files.h"
 #include "support/log_checks.h"
+#include "support/open_descriptors.h"
 #include "unit/frwk_common/module_fixture.h"
 
 namespace libc = doubles::libc;
@@ -48,10 +50,7 @@ class GuardedFile : public ModuleTest {
         const UniqueFd fd = open_guarded(kFile, flags, mode, planted);
         return fd ? 0 : errno;
     }
-    static mode_t mode() {
-        struct stat info = {};
-        return ::lstat(kFile, &info) == 0 ? info.st_mode & 07777 : 0;
-    }
+    static mode_t mode() { return mode_of(kFile); }
     static void put_second_name() {
         write_file(kOther, "precious");
         ASSERT_EQ(0, ::link(kOther, kFile));

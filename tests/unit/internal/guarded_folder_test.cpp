@@ -13,6 +13,7 @@
 #include "doubles/base_doubles.h"
 #include "doubles/libc_doubles.h"
 #include "doubles/log_capture.h"
+#include "support/file_info.h"
 #include "support/files.h"
 #include "support/log_checks.h"
 #include "unit/frwk_common/module_fixture.h"
@@ -35,10 +36,6 @@ class GuardedFolder : public ModuleTest {
         clean();
     }
 
-    static mode_t mode_of(const char *path) {
-        struct stat info = {};
-        return ::stat(path, &info) == 0 ? info.st_mode & 07777 : 0;
-    }
     static void refuse_mode() { libc::fchmod.fail(EROFS); }
 
     LogCapture log_;

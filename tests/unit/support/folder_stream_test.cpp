@@ -13,6 +13,7 @@
 #include "doubles/faults_test_fixture.h"
 #include "doubles/libc_doubles.h"
 #include "support/files.h"
+#include "support/open_descriptors.h"
 #include "support/temp_folder.h"
 
 namespace {

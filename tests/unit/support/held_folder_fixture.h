@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "doubles/faults_test_fixture.h"
+#include "support/folder_names.h"
 #include "support/open_descriptors.h"
 #include "support/temp_folder.h"
 #include "support/unique_fd.h"
@@ -29,18 +30,11 @@ class HeldFolderTest : public FaultsTest {
     }
 
     /* The names in the folder, sorted. */
-    std::vector<std::string> names() const {
-        std::vector<std::string> names;
-        for (const auto &entry : std::filesystem::directory_iterator(folder_.path())) {
-            names.push_back(entry.path().filename());
-        }
-        std::sort(names.begin(), names.end());
-        return names;
-    }
+    std::vector<std::string> names() const { return names_in(folder_.path()); }
 
     const TempFolder folder_;
     const UniqueFd held_{::open(folder_.path().c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC)};
 
   private:
-    int descriptors_before_ = 0;
+    size_t descriptors_before_ = 0;
 };

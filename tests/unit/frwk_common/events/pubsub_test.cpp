@@ -5,9 +5,9 @@
 
 #include <cerrno>
 #include <string>
-#include <thread>
 #include <vector>
 
+#include "support/threads.h"
 #include "unit/frwk_common/events/subscription_fixture.h"
 
 namespace base = doubles::base;
@@ -156,20 +156,14 @@ TEST_F(SubscribeTest, AModuleWithoutANameTouchesNobodysLine) {
 }
 
 TEST_F(SubscribeTest, ThreadsThatSubscribeAtOnceAddOneLine) {
-    std::vector<std::thread> threads;
-    for (int i = 0; i < 8; ++i) {
-        threads.emplace_back([i] {
-            const std::string own = "event" + std::to_string(i);
-            for (int round = 0; round < 50; ++round) {
-                EXPECT_EQ(frwk_ipc_msg_sub("link"), 0);
-                EXPECT_EQ(frwk_ipc_msg_sub(own.c_str()), 0);
-                EXPECT_EQ(frwk_ipc_msg_unsub(own.c_str()), 0);
-            }
-        });
-    }
-    for (std::thread &thread : threads) {
-        thread.join();
-    }
+    run_in_threads(8, [](size_t i) {
+        const std::string own = "event" + std::to_string(i);
+        for (int round = 0; round < 50; ++round) {
+            EXPECT_EQ(frwk_ipc_msg_sub("link"), 0);
+            EXPECT_EQ(frwk_ipc_msg_sub(own.c_str()), 0);
+            EXPECT_EQ(frwk_ipc_msg_unsub(own.c_str()), 0);
+        }
+    });
     EXPECT_EQ(read_file(kLinkFile), "router\n");
     EXPECT_FALSE(exists("/m_data/usr/subscribe/event0"));
 }

@@ -15,6 +15,7 @@
 #include "support/files.h"
 #include "support/log_checks.h"
 #include "support/memory_usage.h"
+#include "support/open_descriptors.h"
 #include "unit/frwk_common/module_fixture.h"
 
 inline constexpr char kSubscribeFolder[] = "/m_data/usr/subscribe";

@@ -12,7 +12,9 @@
 
 #include "support/child.h"
 #include "support/lock_holder.h"
+#include "support/open_descriptors.h"
 #include "support/record_lock_holder.h"
+#include "support/threads.h"
 #include "unit/frwk_common/events/subscription_fixture.h"
 
 namespace base = doubles::base;
@@ -224,19 +226,13 @@ TEST_F(SubscriptionLockTest, FailsWithoutItsFolder) {
 TEST_F(SubscriptionLockTest, KeepsTheThreadsOfAProcessApart) {
     std::atomic<int> inside{0};
     std::atomic<int> most{0};
-    std::vector<std::thread> threads;
-    for (int i = 0; i < 8; ++i) {
-        threads.emplace_back([&] {
-            for (int round = 0; round < 200; ++round) {
-                const events::SubscriptionLock lock;
-                most = std::max(most.load(), ++inside);
-                --inside;
-            }
-        });
-    }
-    for (std::thread &thread : threads) {
-        thread.join();
-    }
+    run_in_threads(8, [&](size_t) {
+        for (int round = 0; round < 200; ++round) {
+            const events::SubscriptionLock lock;
+            most = std::max(most.load(), ++inside);
+            --inside;
+        }
+    });
     EXPECT_EQ(most, 1);
 }
 

@@ -9,6 +9,7 @@
 
 #include "doubles/libc_doubles.h"
 #include "frwk_common.h"
+#include "support/open_descriptors.h"
 #include "unit/frwk_common/probes/tool_fixture.h"
 
 namespace base = doubles::base;

@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "support/open_descriptors.h"
 #include "unit/frwk_common/probes/tool_fixture.h"
 
 namespace {

@@ -5,8 +5,8 @@
 #include <atomic>
 #include <cerrno>
 #include <condition_variable>
-#include <thread>
 
+#include "support/threads.h"
 #include "unit/frwk_common/queue/itc_fixture.h"
 
 namespace base = doubles::base;
@@ -16,17 +16,6 @@ namespace {
 constexpr uint32_t kSenders = 8;
 constexpr uint32_t kMessages = 10000;
 constexpr int kQueues = 20;
-
-/* Starts threads 0 to count - 1 and waits for all. */
-void run_threads(uint32_t count, const std::function<void(uint32_t)> &body) {
-    std::vector<std::thread> threads;
-    for (uint32_t i = 0; i < count; ++i) {
-        threads.emplace_back(body, i);
-    }
-    for (std::thread &thread : threads) {
-        thread.join();
-    }
-}
 
 /* The messages that a handler received from each sender. The message identifies the sender, its data is the
  * number. */
@@ -121,7 +110,8 @@ class ItcThreadsTest : public ItcTest {
 TEST_F(ItcThreadsTest, TenThousandMessagesFromEachOfEightThreadsArriveOnceAndInOrder) {
     ASSERT_EQ(0, frwk_itc_create(name_.c_str(), nullptr, count_message));
     const uint32_t blocks = live_blocks();
-    run_threads(kSenders, [this](uint32_t sender) {
+    run_in_threads(kSenders, [this](size_t number) {
+        const auto sender = static_cast<uint32_t>(number);
         for (uint32_t i = 0; i < kMessages; ++i) {
             ASSERT_EQ(0, frwk_itc_send(name_.c_str(), sender, &i, sizeof(i)));
         }
@@ -146,7 +136,7 @@ TEST_F(ItcThreadsTest, HandlersOfTwoQueuesRunAtOnce) {
 TEST_F(ItcThreadsTest, OfManyCreatorsOfANameOneSucceeds) {
     std::atomic<uint32_t> created{0};
     std::atomic<uint32_t> busy{0};
-    run_threads(kSenders, [&](uint32_t) {
+    run_in_threads(kSenders, [&](size_t) {
         for (int i = 0; i < kQueues; ++i) {
             const apps_err_e_type ret = frwk_itc_create(queue(i).c_str(), nullptr, count_delivery);
             created += ret == E_APPS_ERR_SUCCESS ? 1u : 0u;
@@ -162,7 +152,7 @@ TEST_F(ItcThreadsTest, WhatIsTakenWhileQueuesAreCreatedArrives) {
     g_delivered = 0;
     std::atomic<bool> created{false};
     std::atomic<uint32_t> taken{0};
-    run_threads(5, [&](uint32_t thread) {
+    run_in_threads(5, [&](size_t thread) {
         if (thread != 0) {
             taken += send_everywhere(created);
             return;
@@ -180,7 +170,7 @@ TEST_F(ItcThreadsTest, QueuesThatGetNoThreadVanishUnderTheirSenders) {
     const uint32_t blocks = live_blocks();
     std::atomic<bool> created{false};
     refuse_some_threads();
-    run_threads(5, [&](uint32_t thread) {
+    run_in_threads(5, [&](size_t thread) {
         if (thread != 0) {
             (void)send_everywhere(created);
             return;

@@ -16,6 +16,7 @@
 #include "doubles/base_doubles.h"
 #include "doubles/libc_doubles.h"
 #include "support/child.h"
+#include "support/file_info.h"
 #include "support/files.h"
 #include "support/lock_holder.h"
 #include "support/log_checks.h"
@@ -200,11 +201,7 @@ TEST_F(InstanceLockTest, EndsTheProcessWhenTheFileHasNoStream) {
 TEST_F(InstanceLockTest, IsItsOwnersAlone) {
     write_file(kFile, "old");
     ASSERT_EQ(chmod(kFile, 0666), 0);
-    const ChildEnd end = take([] {
-        struct stat info = {};
-        (void)stat(kFile, &info);
-        return std::to_string(info.st_mode & 07777);
-    });
+    const ChildEnd end = take([] { return std::to_string(mode_of(kFile)); });
     EXPECT_EQ(end.report, std::to_string(0600));
 }
 

@@ -14,6 +14,7 @@
 #include <string>
 
 #include "doubles/libc_doubles.h"
+#include "support/file_info.h"
 #include "support/wait_until.h"
 #include "unit/frwk_dbrm/another_user.h"
 
@@ -72,12 +73,6 @@ class BackedUpFile : public testing::Test {
     static bool write_target(const std::string &text) {
         const UniqueFd fd = backed_up_file::open_target(kFile);
         return fd && ::write(fd.get(), text.data(), text.size()) == static_cast<ssize_t>(text.size());
-    }
-
-    static struct stat info_of(const char *path) {
-        struct stat info = {};
-        EXPECT_EQ(0, ::lstat(path, &info)) << path;
-        return info;
     }
 };
 
@@ -149,7 +144,7 @@ TEST_F(BackedUpFile, OfRootsOwnIsReplacedInAnothersFolderByOneOfTheSameMode) {
     give_folder_away();
     EXPECT_TRUE(write_target("new"));
     EXPECT_EQ("new", file_text(kFile));
-    EXPECT_EQ(0755u, info_of(kFile).st_mode & 07777u);
+    EXPECT_EQ(0755u, mode_of(kFile));
     char text[16] = "";
     EXPECT_EQ(8, ::pread(before.get(), text, sizeof(text), 0));
     EXPECT_STREQ("precious", text);
@@ -179,7 +174,7 @@ TEST_F(BackedUpFile, IsWrittenAnewForItsOwnerOnly) {
         }
         EXPECT_TRUE(write_target("new"));
         EXPECT_EQ("new", file_text(kFile));
-        EXPECT_EQ(0600u, info_of(kFile).st_mode & 07777u);
+        EXPECT_EQ(0600u, mode_of(kFile));
     }
 }
 
@@ -194,7 +189,7 @@ TEST_F(BackedUpFile, KeepsItsModeAndItsNumberWhenItIsWritten) {
         EXPECT_TRUE(write_target("new"));
         EXPECT_EQ("new", file_text(kFile));
         EXPECT_EQ(before.st_ino, info_of(kFile).st_ino);
-        EXPECT_EQ(0640u, info_of(kFile).st_mode & 07777u);
+        EXPECT_EQ(0640u, mode_of(kFile));
     }
 }
 
@@ -219,7 +214,7 @@ TEST_F(BackedUpFile, ReplacesAStrangersFileInAFolderForEverybody) {
     give_to_another_user({kFile});
     EXPECT_TRUE(write_target("new"));
     EXPECT_NE(before.st_ino, info_of(kFile).st_ino);
-    EXPECT_EQ(0600u, info_of(kFile).st_mode & 07777u);
+    EXPECT_EQ(0600u, mode_of(kFile));
 }
 
 TEST_F(BackedUpFile, IsNotWrittenInThePlaceOfAFolder) {

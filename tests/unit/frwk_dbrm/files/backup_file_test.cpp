@@ -13,6 +13,7 @@
 
 #include "doubles/libc_doubles.h"
 #include "doubles/log_capture.h"
+#include "support/file_info.h"
 #include "support/log_checks.h"
 #include "support/wait_until.h"
 #include "unit/frwk_dbrm/another_user.h"
@@ -41,10 +42,6 @@ class BackupToRestore : public testing::Test {
     }
 
     static void set_mode(mode_t mode) { EXPECT_EQ(0, ::chmod(kBackup, mode)); }
-    static mode_t mode_of(const char *path) {
-        struct stat info = {};
-        return ::stat(path, &info) == 0 ? info.st_mode & 07777 : 0;
-    }
 };
 
 TEST_F(BackupToRestore, IsTheFileItselfClosedToOthers) {

@@ -13,6 +13,7 @@
 #include <string>
 
 #include "doubles/libc_doubles.h"
+#include "support/file_info.h"
 #include "support/wait_until.h"
 #include "unit/frwk_dbrm/another_user.h"
 
@@ -44,10 +45,6 @@ class NewBackup : public testing::Test {
     static void write_body(UniqueFile file) {
         ASSERT_TRUE(file);
         EXPECT_EQ(6u, std::fwrite("sealed", 1, 6, file.get()));
-    }
-    static mode_t mode_of(const char *path) {
-        struct stat info = {};
-        return ::stat(path, &info) == 0 ? info.st_mode & 07777 : 0;
     }
     static void expect_none(int error, const char *path) {
         EXPECT_FALSE(BackupTarget(path).create(body_size));

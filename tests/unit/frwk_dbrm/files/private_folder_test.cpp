@@ -18,6 +18,7 @@
 
 #include "doubles/libc_doubles.h"
 #include "doubles/log_capture.h"
+#include "support/file_info.h"
 #include "support/log_checks.h"
 #include "support/wait_until.h"
 #include "unit/frwk_dbrm/another_user.h"
@@ -104,10 +105,9 @@ TEST_F(PrivateFolders, LetNobodyElseIn) {
     PrivateFolder folder;
     ASSERT_TRUE(folder.make(kRoom));
     EXPECT_TRUE(is_in(folder, kTmp));
-    struct stat info = {};
-    ASSERT_EQ(0, ::stat(std::filesystem::path(folder.file()).parent_path().c_str(), &info));
-    EXPECT_EQ(0700u, info.st_mode & 07777u);
-    EXPECT_EQ(::geteuid(), info.st_uid);
+    const std::string path = std::filesystem::path(folder.file()).parent_path();
+    EXPECT_EQ(0700u, mode_of(path));
+    EXPECT_EQ(::geteuid(), owner_of(path));
 }
 
 TEST_F(PrivateFolders, AreGoneInTheEndWithAllThatIsInThem) {

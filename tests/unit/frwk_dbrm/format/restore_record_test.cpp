@@ -11,6 +11,7 @@
 
 #include "doubles/dirty_memory.h"
 #include "frwk_dbrm/format/backup_io.h"
+#include "support/file_info.h"
 #include "unit/frwk_dbrm/another_user.h"
 #include "unit/frwk_dbrm/dbrm_fixture.h"
 
@@ -102,18 +103,14 @@ TEST_F(RestoreFile, ReplacesAnotherContent) {
 
 TEST_F(RestoreFile, ThatWasMissingIsReadableForItsOwnerOnly) {
     EXPECT_EQ(E_APPS_ERR_SUCCESS, restore_file(kTarget, "secret"));
-    struct stat info = {};
-    ASSERT_EQ(0, ::stat(kTarget, &info));
-    EXPECT_EQ(0600u, info.st_mode & 07777u);
+    EXPECT_EQ(0600u, mode_of(kTarget));
 }
 
 TEST_F(RestoreFile, KeepsTheModeOfTheOneThatItReplaces) {
     write(kTarget, "old");
     ASSERT_EQ(0, ::chmod(kTarget, 0640));
     EXPECT_EQ(E_APPS_ERR_SUCCESS, restore_file(kTarget, "secret"));
-    struct stat info = {};
-    ASSERT_EQ(0, ::stat(kTarget, &info));
-    EXPECT_EQ(0640u, info.st_mode & 07777u);
+    EXPECT_EQ(0640u, mode_of(kTarget));
 }
 
 TEST_F(RestoreFile, TakesNoMoreThanItsLength) {

@@ -8,6 +8,7 @@
 
 #include "support/child.h"
 #include "support/log_checks.h"
+#include "support/open_descriptors.h"
 #include "unit/frwk_utils/settings/trace_mask_fixture.h"
 
 namespace base = doubles::base;

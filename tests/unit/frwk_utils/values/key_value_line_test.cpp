@@ -13,6 +13,7 @@
 #include "doubles/log_capture.h"
 #include "support/files.h"
 #include "support/log_checks.h"
+#include "support/open_descriptors.h"
 #include "support/random_bytes.h"
 
 using namespace std::string_literals;

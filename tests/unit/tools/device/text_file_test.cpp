@@ -9,6 +9,7 @@
 
 #include <csignal>
 
+#include "support/file_info.h"
 #include "support/wait_until.h"
 
 namespace {
@@ -64,11 +65,7 @@ class PrivateFile : public testing::Test {
         }
     }
 
-    static mode_t mode() {
-        struct stat info = {};
-        EXPECT_EQ(0, ::lstat(kPath, &info));
-        return info.st_mode & 07777u;
-    }
+    static mode_t mode() { return mode_of(kPath); }
 };
 
 TEST_F(PrivateFile, IsReadableForItsOwnerOnlyWhateverWasThere) {

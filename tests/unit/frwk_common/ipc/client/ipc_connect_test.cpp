@@ -16,6 +16,7 @@
 #include "doubles/libc_doubles.h"
 #include "support/files.h"
 #include "support/log_checks.h"
+#include "support/open_descriptors.h"
 #include "unit/frwk_common/ipc/test_peer.h"
 #include "unit/frwk_common/module_fixture.h"
 

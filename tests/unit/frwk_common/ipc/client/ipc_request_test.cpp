@@ -5,6 +5,7 @@
 #include "doubles/base_doubles.h"
 #include "doubles/libc_doubles.h"
 #include "support/files.h"
+#include "support/open_descriptors.h"
 #include "unit/frwk_common/ipc/client/request_fixture.h"
 
 namespace base = doubles::base;

@@ -15,6 +15,7 @@
 #include "doubles/libc_doubles.h"
 #include "frwk_common/ipc/server/ipc_listener.h"
 #include "support/files.h"
+#include "support/open_descriptors.h"
 #include "unit/frwk_common/ipc/server/service_fixture.h"
 #include "unit/frwk_common/ipc/test_peer.h"
 
