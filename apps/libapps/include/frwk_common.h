@@ -218,8 +218,8 @@ apps_err_e_type frwk_ipc_msg_notify(uint32_t module, apps_message_id_e_type msgi
                                     uint32_t len);
 
 /*
- * Notifies every monitored module except the caller, in the order of their ids. Skips modules that can't be
- * reached.
+ * Notifies every monitored module except the caller, in the order of their ids. Modules whose backlog is full
+ * come last: they share one limit of 3 seconds. Skips modules that can't be reached.
  */
 void frwk_ipc_msg_broadcast(apps_message_id_e_type msgid, const void *data, uint32_t len);
 
@@ -283,8 +283,9 @@ apps_err_e_type frwk_ipc_msg_sub(const char *event);
 apps_err_e_type frwk_ipc_msg_unsub(const char *event);
 
 /*
- * Sends a message to every subscriber of an event except the calling module, each with frwk_ipc_msg_notify.
- * Skips subscribers that can't be reached.
+ * Notifies every subscriber of an event except the calling module, in the order of their subscriptions.
+ * Subscribers whose backlog is full come last: they share one limit of 3 seconds. Skips subscribers that
+ * can't be reached.
  *
  * data, len: the body and its length in bytes; null and 0 for none. The buffer belongs to the caller.
  */

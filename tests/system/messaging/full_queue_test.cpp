@@ -5,6 +5,7 @@
 
 #include <chrono>
 #include <cstdio>
+#include <memory>
 #include <string>
 #include <utility>
 #include <vector>
@@ -84,6 +85,61 @@ TEST_F(FullQueue, AWaitingSenderLeavesNoDescriptorBehind) {
     EXPECT_EQ("ret=1", timed("async 3 9 1 -"));
     EXPECT_EQ("ret=1", timed("async 3 9 0 -"));
     EXPECT_EQ(before, wlan_.process().descriptors());
+}
+
+/* Ten monitored modules that listen but accept no connection; the test has filled their queues. */
+class TenFullQueues : public testing::Test {
+  protected:
+    TenFullQueues() {
+        for (const char *name :
+             {"zndb", "router", "mnet", "ble", "dialup", "dmp", "device", "voice", "sms", "dbm"}) {
+            servers_.push_back(std::make_unique<RawServer>(name, 2));
+            queue_of_last_.clear();
+            while (RawConnection waiting = RawConnection::try_to(name)) {
+                queue_of_last_.push_back(std::move(waiting));
+            }
+        }
+    }
+
+    /* Reads the backlog of the last one up to a message. The test's own connections were closed. */
+    std::string next_message_of_last() {
+        std::string message;
+        for (RawConnection next = servers_.back()->accept(); next && message.empty();
+             next = servers_.back()->accept()) {
+            message = next.receive_rest();
+        }
+        return message;
+    }
+
+    ModuleProcess wlan_{5};
+    ModuleProcess statistics_{13};
+    std::vector<std::unique_ptr<RawServer>> servers_;
+    std::vector<RawConnection> queue_of_last_; /* the others' connections wait, closed, in their backlogs */
+};
+
+TEST_F(TenFullQueues, ShareOneTimeLimitOfABroadcast) {
+    const auto start = Clock::now();
+    EXPECT_EQ("done", wlan_.ask("broadcast 9 text:de"));
+    const auto took = Clock::now() - start;
+    EXPECT_GE(took, 3s);
+    EXPECT_LT(took, 15s);  // with a limit for each it would be 30 s
+    EXPECT_TRUE(statistics_.wait_for_message("5 9 2 6465"));
+    EXPECT_TRUE(wlan_.process().wait_for_error("ipc connect to module [zndb] failed!"));
+    EXPECT_TRUE(wlan_.process().wait_for_error("ipc connect to module [dbm] failed!"));
+}
+
+TEST_F(TenFullQueues, HoldUpNobodyWhoHasRoom) {
+    wlan_.tell("broadcast 9 text:de");
+    ASSERT_TRUE(statistics_.wait_for_message("5 9 2 6465"));
+    EXPECT_EQ("done", wlan_.reply());
+}
+
+TEST_F(TenFullQueues, OneThatGetsRoomIsReachedWhileTheOthersStayFull) {
+    wlan_.tell("broadcast 9 text:de");
+    ASSERT_TRUE(statistics_.wait_for_message("5 9 2 6465"));
+    queue_of_last_.clear();
+    EXPECT_EQ(words({5, 9, 1, 3, 0, 2}) + "de", next_message_of_last());
+    EXPECT_EQ("done", wlan_.reply());
 }
 
 TEST(Burst, TwoHundredMessagesToASleepingModuleAllArriveInOrder) {

@@ -9,6 +9,7 @@
 #include "frwk_common/core/process_state.h"
 #include "frwk_common/events/subscription_file.h"
 #include "frwk_common/events/subscription_lock.h"
+#include "frwk_common/ipc/client/fan_out.h"
 #include "internal/frwk_log.h"
 #include "internal/guarded_folder.h"
 #include "internal/planted.h"
@@ -110,6 +111,7 @@ void frwk_ipc_msg_pub(const char *event, apps_message_id_e_type msgid, const voi
         return;
     }
 
+    ipc::FanOut receivers({msgid, data, len});
     while (const char *name = lines.next()) {
         if (*name == '\0') {
             continue;
@@ -118,9 +120,10 @@ void frwk_ipc_msg_pub(const char *event, apps_message_id_e_type msgid, const voi
         if (id <= E_APPS_MODULE_MIN) {
             FRWK_WARN(__func__, "ignore invalid subscriber module(%s)!", name);
         } else if (id != g_s_module_id) {
-            (void)frwk_ipc_msg_notify(static_cast<uint32_t>(id), msgid, data, len);
+            receivers.send(static_cast<uint32_t>(id));
         }
     }
+    receivers.wait_for_stragglers();
     if (lines.error() != 0) {
         FRWK_WARN(__func__, "read event key(%s) file failed!", file.path());
     }

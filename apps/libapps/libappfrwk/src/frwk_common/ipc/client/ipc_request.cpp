@@ -5,6 +5,8 @@
  * copy would take half as long as the transfer. A block for the copy is still allocated, but not used, so
  * that a module's memory limits apply to messages that it sends.
  */
+#include <cerrno>
+#include <chrono>
 #include <cstddef>
 #include <cstring>
 #include <optional>
@@ -14,6 +16,8 @@
 #include "frwk_common.h"
 #include "frwk_common/core/process_state.h"
 #include "frwk_common/ipc/client/answer_wait.h"
+#include "frwk_common/ipc/client/fan_out.h"
+#include "frwk_common/ipc/client/one_way.h"
 #include "frwk_common/ipc/server/ipc_dispatch.h"
 #include "frwk_common/ipc/server/own_messages.h"
 #include "frwk_common/ipc/transport/ipc_connection.h"
@@ -77,12 +81,16 @@ apps_err_e_type check_request(LogName caller, uint32_t module, const Body &body,
     return E_APPS_ERR_SUCCESS;
 }
 
-/* Opens a connection; none, logged, when the module can't be reached. */
+void log_unreachable(LogName caller, uint32_t module) {
+    const char *name = frwk_module_name(static_cast<int32_t>(module));
+    FRWK_WARN(caller, "ipc connect to module [%s] failed!", name != nullptr ? name : "");
+}
+
+/* Opens a connection; none, logged, when the module can't be reached. timeout: seconds. */
 Connection connect_to(LogName caller, uint32_t module, uint32_t timeout) {
     Connection connection = Connection::open(module, timeout);
     if (!connection) {
-        const char *name = frwk_module_name(static_cast<int32_t>(module));
-        FRWK_WARN(caller, "ipc connect to module [%s] failed!", name != nullptr ? name : "");
+        log_unreachable(caller, module);
     }
     return connection;
 }
@@ -200,7 +208,47 @@ apps_err_e_type handle_on_own_thread(const frwk_ipc_header &header, const Body &
     return E_APPS_ERR_ASYNC;
 }
 
+/* Checks the arguments of a one-way message and traces it. Returns 0, or the result of the send. */
+apps_err_e_type check_one_way(uint32_t module, apps_message_id_e_type msgid, const Body &body) {
+    const apps_err_e_type refused = check_request(log_name::kIpcSendAsync, module, body, nullptr, 0);
+    if (refused == E_APPS_ERR_SUCCESS) {
+        ipc::trace(ipc::Way::kOneWay, -1, static_cast<int32_t>(module), msgid);
+    }
+    return refused;
+}
+
+/* Writes a one-way message. Returns the result of the send. */
+apps_err_e_type write_one_way(Connection &connection, uint32_t module, const frwk_ipc_header &header,
+                              const Body &body) {
+    AnswerWait wait(log_name::kIpcSendAsync, module, header.msgid);
+    const apps_err_e_type sent = write_request(log_name::kIpcSendAsync, connection, header, body, wait);
+    return sent == E_APPS_ERR_SUCCESS ? E_APPS_ERR_ASYNC : sent;
+}
+
 }  // namespace
+
+bool ipc::may_send(const Notice &notice, uint32_t module) {
+    return check_one_way(module, notice.msgid, {notice.data, notice.len}) == E_APPS_ERR_SUCCESS;
+}
+
+bool ipc::send_if_room(const Notice &notice, uint32_t module, std::chrono::milliseconds timeout) {
+    Connection connection = Connection::open_within(module, timeout);
+    if (!connection && errno == EAGAIN) {
+        return false;
+    }
+    if (!connection) {
+        log_unreachable(log_name::kIpcSendAsync, module);
+        return true;
+    }
+    const Body body = {notice.data, notice.len};
+    const frwk_ipc_header header = make_header(notice.msgid, true, kIpcNotifyLimitSeconds, 0, notice.len);
+    (void)write_one_way(connection, module, header, body);
+    return true;
+}
+
+void ipc::give_up(uint32_t module) {
+    log_unreachable(log_name::kIpcSendAsync, module);
+}
 
 apps_err_e_type frwk_ipc_send_sync(uint32_t module, apps_message_id_e_type msgid, const void *req,
                                    uint32_t req_len, void *rsp, uint32_t rsp_size, uint32_t timeout,
@@ -241,24 +289,17 @@ apps_err_e_type frwk_ipc_send_sync(uint32_t module, apps_message_id_e_type msgid
 apps_err_e_type frwk_ipc_send_async(uint32_t module, apps_message_id_e_type msgid, const void *data,
                                     uint32_t len, uint32_t timeout) {
     const Body body = {data, len};
-    const apps_err_e_type refused = check_request(log_name::kIpcSendAsync, module, body, nullptr, 0);
+    const apps_err_e_type refused = check_one_way(module, msgid, body);
     if (refused != E_APPS_ERR_SUCCESS) {
         return refused;
     }
-    ipc::trace(ipc::Way::kOneWay, -1, static_cast<int32_t>(module), msgid);
-
     const frwk_ipc_header header = make_header(msgid, true, timeout, 0, len);
     if (is_self(module)) {
         return handle_on_own_thread(header, body);
     }
 
     Connection connection = connect_to(log_name::kIpcSendAsync, module, timeout);
-    if (!connection) {
-        return E_APPS_ERR_MODULE;
-    }
-    AnswerWait wait(log_name::kIpcSendAsync, module, msgid);
-    const apps_err_e_type sent = write_request(log_name::kIpcSendAsync, connection, header, body, wait);
-    return sent == E_APPS_ERR_SUCCESS ? E_APPS_ERR_ASYNC : sent;
+    return connection ? write_one_way(connection, module, header, body) : E_APPS_ERR_MODULE;
 }
 
 apps_err_e_type frwk_ipc_msg_get(uint32_t module, apps_message_id_e_type msgid, void *rsp, uint32_t rsp_size,
@@ -277,12 +318,14 @@ apps_err_e_type frwk_ipc_msg_notify(uint32_t module, apps_message_id_e_type msgi
 }
 
 void frwk_ipc_msg_broadcast(apps_message_id_e_type msgid, const void *data, uint32_t len) {
+    ipc::FanOut receivers({msgid, data, len});
     for (int32_t id = E_APPS_MODULE_MIN + 1; id < E_APPS_MODULE_MAX; ++id) {
         const auto module = static_cast<uint32_t>(id);
         if (frwk_module_feature(id, FRWK_FLAG_MONITORED) != 0 && !is_self(module)) {
-            (void)frwk_ipc_msg_notify(module, msgid, data, len);
+            receivers.send(module);
         }
     }
+    receivers.wait_for_stragglers();
 }
 
 uint32_t frwk_get_module_status(uint32_t module) {

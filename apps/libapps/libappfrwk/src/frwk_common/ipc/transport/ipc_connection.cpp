@@ -23,15 +23,13 @@ namespace ipc {
 
 namespace {
 
-constexpr uint32_t kMillisecondsPerSecond = 1000;
-
-/* Converts seconds for poll, clamped to its maximum. */
-int poll_limit(uint32_t seconds) {
-    constexpr uint32_t kMost = INT_MAX / kMillisecondsPerSecond;
-    return static_cast<int>(std::min(seconds, kMost) * kMillisecondsPerSecond);
-}
-
 using Clock = std::chrono::steady_clock;
+using std::chrono::milliseconds;
+
+/* Converts a time limit for poll, clamped to its maximum. */
+int poll_limit(milliseconds limit) {
+    return static_cast<int>(std::min<int64_t>(limit.count(), INT_MAX));
+}
 
 /* Sets the time limit of a blocking call on the socket. option: SO_SNDTIMEO or SO_RCVTIMEO. */
 bool set_limit(int fd, int option, Clock::duration limit) {
@@ -44,7 +42,7 @@ bool set_limit(int fd, int option, Clock::duration limit) {
 }
 
 /* Waits for a connect in progress. The first read or write reports its failure. */
-bool connect_in_progress(int fd, uint32_t timeout) {
+bool connect_in_progress(int fd, milliseconds timeout) {
     pollfd writable = {fd, POLLOUT, 0};
     return ::poll(&writable, 1, poll_limit(timeout)) > 0;
 }
@@ -128,14 +126,18 @@ bool Connection::try_to_reach(const Address &address) {
  * Waits while the receiver's backlog is full. A blocking connect is woken when a place is free; poll doesn't
  * report that for a socket that is not connected.
  */
-bool Connection::reach_when_free(const Address &address, uint32_t timeout) {
+bool Connection::reach_when_free(const Address &address, milliseconds timeout) {
     if (!make_blocking()) {
         return false;
     }
-    const auto deadline = Clock::now() + std::chrono::seconds(timeout);
+    const auto deadline = Clock::now() + timeout;
     do {
         const auto left = deadline - Clock::now();
-        if (left < std::chrono::microseconds(1) || !set_limit(fd_.get(), SO_SNDTIMEO, left)) {
+        if (left < std::chrono::microseconds(1)) {
+            errno = EAGAIN;
+            return false;
+        }
+        if (!set_limit(fd_.get(), SO_SNDTIMEO, left)) {
             return false;
         }
         if (try_to_reach(address)) {
@@ -146,11 +148,11 @@ bool Connection::reach_when_free(const Address &address, uint32_t timeout) {
 }
 
 /* Tries to connect at once, then waits up to the limit. */
-bool Connection::reach(const Address &address, uint32_t timeout) {
+bool Connection::reach(const Address &address, milliseconds timeout) {
     if (try_to_reach(address)) {
         return true;
     }
-    if (errno == EAGAIN && timeout > 0) {
+    if (errno == EAGAIN && timeout.count() > 0) {
         // Yield first: a receiver that runs now drains its whole backlog. If we block instead, it is woken
         // once per slot.
         (void)::sched_yield();
@@ -164,7 +166,7 @@ bool Connection::reach(const Address &address, uint32_t timeout) {
     return errno == EINPROGRESS && connect_in_progress(fd_.get(), timeout);
 }
 
-Connection Connection::open(uint32_t module, uint32_t timeout) {
+Connection Connection::open_within(uint32_t module, milliseconds timeout) {
     Connection made(UniqueFd(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0)),
                     Mode::kNonBlocking);
     if (!made) {

@@ -6,6 +6,7 @@
  */
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 
 #include "frwk_common/ipc/transport/ipc_address.h"
@@ -31,10 +32,16 @@ class Connection {
     Connection(UniqueFd fd, Mode mode) : fd_(std::move(fd)), mode_(mode) {}
 
     /*
-     * Opens a connection to a module's socket. module: 1 to 52. timeout: seconds to wait while the receiver's
-     * backlog is full. Returns no connection on failure.
+     * Opens a connection to a module's socket. module: 1 to 52. timeout: how long to wait while the
+     * receiver's backlog is full. Returns no connection on failure; errno is EAGAIN if the backlog stayed
+     * full.
      */
-    static Connection open(uint32_t module, uint32_t timeout);
+    static Connection open_within(uint32_t module, std::chrono::milliseconds timeout);
+
+    /* The same with a timeout in seconds. */
+    static Connection open(uint32_t module, uint32_t timeout) {
+        return open_within(module, std::chrono::seconds(timeout));
+    }
 
     /* Accepts a listener's next connection. Returns none, with errno set, on failure. */
     static Connection accept(int listener);
@@ -72,9 +79,9 @@ class Connection {
         kStreaming /* may block for a moment if much is left */
     };
 
-    bool reach(const Address &address, uint32_t timeout);
+    bool reach(const Address &address, std::chrono::milliseconds timeout);
     bool try_to_reach(const Address &address);
-    bool reach_when_free(const Address &address, uint32_t timeout);
+    bool reach_when_free(const Address &address, std::chrono::milliseconds timeout);
     bool make_blocking();
     bool may_block(uint32_t left, int option);
     int32_t read_at_least(void *buf, uint32_t least, uint32_t most, Reading reading, Wait &wait);
