@@ -11,6 +11,7 @@ from figures import Figures
 from footprint import library_size, memory, start_up
 from messages import Messages
 from processes import Programs
+from settings import Settings
 from threads import Queues, in_process
 
 
@@ -34,6 +35,7 @@ MEASURES = {
     "one-way": lambda run: Messages(run).one_way(),
     "fan-out": lambda run: Messages(run).fan_out(),
     "configuration": lambda run: Messages(run).configuration(),
+    "settings": lambda run: Settings(run).all(),
     "clients": lambda run: Messages(run).many_clients(),
     "sizes": lambda run: Messages(run).curve(),
     "queues": lambda run: Queues(run).all(),

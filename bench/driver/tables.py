@@ -6,6 +6,8 @@ METRICS = {
     "round trip": ["median_us", "p99_us", "client_cpu_us", "server_cpu_us"],
     "system calls": ["client_calls", "server_calls"],
     "configuration": ["median_us", "p99_us", "client_cpu_us", "server_cpu_us"],
+    "settings read": ["ns"],
+    "settings watch": ["median_us"],
     "body size": ["rate", "median_us", "p99_us"],
     "clients": ["rate", "median_us", "p99_us"],
     "one way": ["rate", "lost", "failed"],
@@ -29,7 +31,8 @@ HEADINGS = {
 }
 
 # The peer that another one is compared with.
-BASES = {"queue rate": "mutex and semaphore", "queue wake": "mutex and semaphore"}
+BASES = {"queue rate": "mutex and semaphore", "queue wake": "mutex and semaphore",
+         "settings read": "zndb_get", "settings watch": "bare futex"}
 RATIOS = ("median_us", "p99_us", "rate")
 
 EXPLANATION = (

@@ -112,6 +112,31 @@ def database(figures):
     yield judge("batch of 32 sets", "at most 2 × one set", [(ratio, ("<=", 2.0), batch)], times(ratio))
 
 
+SETTINGS = "1,000 settings"
+
+
+def reads(figures):
+    own = figures.find("settings read", SETTINGS, "one core", "zndb_view_get")
+    value = own.median("ns") if own else None
+    floor = figures.find("round trip", "16 to 64 B", "one core", "floor")
+    share = value / (1000 * floor.median("median_us")) if own and floor else None
+    parts, words = [(value, ("<=", 150), own), (share, ("<=", 0.01), own)], []
+    for peer in ("LMDB, a transaction each", "LMDB, one transaction", "Redis, connection kept"):
+        other = figures.find("settings read", SETTINGS, "one core", peer)
+        ratio = own.ratio("ns", other) if own and other else None
+        parts.append((ratio, ("<", 1.0), own))
+        words.append(f"{amount(ratio, '×', 3)} {peer}")
+    yield judge("a setting from the view", "at most 150 ns and 0.01 × the floor's round trip; ahead of LMDB and of Redis "
+                "kept connected", parts, f"{amount(value, 'ns', 1)}, {amount(share, '×', 4)} the floor; " + "; ".join(words))
+
+
+def watches(figures):
+    own = figures.find("settings watch", SETTINGS, "one core", "zndb_watch")
+    bare = figures.find("settings watch", SETTINGS, "one core", "bare futex")
+    ratio = own.ratio("median_us", bare) if own and bare else None
+    yield judge("a change told", "within 3 × the wake-up of a bare futex", [(ratio, ("<=", 3.0), own)], times(ratio))
+
+
 def best_queue_peer(figures, case):
     """The fastest peer, if all were measured."""
     found = [figures.find("queue rate", case, "one core", peer) for peer in QUEUE_PEERS]
@@ -170,6 +195,6 @@ def library(figures):
 
 
 def all_targets(figures):
-    groups = (round_trip, system_calls, body_sizes, one_way, fan_out, clients, database, queues, conversions,
+    groups = (round_trip, system_calls, body_sizes, one_way, fan_out, clients, database, reads, watches, queues, conversions,
               start_up, memory, library)
     return [target for group in groups for target in group(figures)]

@@ -133,7 +133,8 @@ void leave(const std::string &folder, Unsynced unsynced) {
 void note_synced(int fd) {
     char path[PATH_MAX] = "";
     const std::string name = "/proc/self/fd/" + std::to_string(fd);
-    if (::readlink(name.c_str(), path, sizeof(path) - 1) > 0) {
+    /* Another file system may have the same numbers. */
+    if (::readlink(name.c_str(), path, sizeof(path) - 1) > 0 && std::string(path).rfind("/m_data", 0) == 0) {
         note_path(path);
     }
 }

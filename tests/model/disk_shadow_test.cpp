@@ -71,6 +71,19 @@ TEST_F(DiskShadow, AllMayBeThere) {
     EXPECT_EQ("new", file_text(kFile));
 }
 
+TEST_F(DiskShadow, ASyncOfAnotherFileSystemChangesNothing) {
+    const fs::path elsewhere = "/tmp/m_tmp/shadow";
+    fs::create_directories(elsewhere);
+    for (int i = 0; i < 3000; ++i) { /* some have the number of a file of the settings */
+        const std::string path = elsewhere / std::to_string(i);
+        EXPECT_TRUE(write_text(path, "another"));
+        sync(path);
+    }
+    replace_file(true, false);
+    leave_after_power_cut(Unsynced::kLost);
+    EXPECT_EQ("old", file_text(kFile));
+}
+
 TEST_F(DiskShadow, AFolderWhoseNameIsNotSyncedIsLostWithItsFiles) {
     fs::create_directories("/m_data/usr_permanent/db");
     EXPECT_TRUE(write_text("/m_data/usr_permanent/db/perm_data.txt", "new"));

@@ -298,6 +298,7 @@ Ends end_of_damage(const Operation &operation, const State &state, const Outcome
     const bool may_be = std::all_of(keys.begin(), keys.end(), [&](const std::string &key) {
         return may_be_left(store, key, value_in(found, key));
     });
+    store.is_history_exact = false;
     for (const std::string &key : keys) {
         after.change(operation.store, key, value_in(found, key));
     }
