@@ -96,6 +96,7 @@ class Database {
     /*
      * Writes the plain and the perm file if they have changed, or somebody has removed them: a backup would
      * then be one without settings. A failure of one doesn't stop the other, be it of its file or journal.
+     * While a disk is slow, other calls than saves and resets go on; what they change stays unsaved.
      *
      * Returns the plain store's result, or the perm store's if nothing of the plain store was to be saved. A
      * result is 0, E_APPS_ERR_ZNDB_OTHER for an unreadable file, E_APPS_ERR_ZNDB_MEM for a store with more
@@ -163,7 +164,7 @@ class Database {
     };
     using Snapshots = std::array<Snapshot, 3>; /* by StoreId */
 
-    static const Snapshot &of(const Snapshots &taken, StoreId id) { return taken[static_cast<size_t>(id)]; }
+    static Snapshot &of(Snapshots &taken, StoreId id) { return taken[static_cast<size_t>(id)]; }
     const Held &held(StoreId id) const { return held_[static_cast<size_t>(id)]; }
     Held &held(StoreId id) { return held_[static_cast<size_t>(id)]; }
     const Store &store(StoreId id) const { return held(id).store; }
@@ -209,7 +210,7 @@ class Database {
     /* The save of a store, if there is something to save. opened: the result of opening its journal. */
     Snapshot begin_save(StoreId id, apps_err_e_type opened);
     /* Writes the file without mutex_, and ends the save. */
-    apps_err_e_type finish_save(StoreId id, const Snapshot &taken);
+    apps_err_e_type finish_save(StoreId id, Snapshot &taken);
     apps_err_e_type end_save(StoreId id, const SavedFile &saved);
     void note_saved(Held &held);
     static void note_unsaved(Held &held, bool in_place);

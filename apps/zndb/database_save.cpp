@@ -112,10 +112,11 @@ void Database::shorten_after_save(Held &held) {
     }
 }
 
-apps_err_e_type Database::finish_save(StoreId id, const Snapshot &taken) {
+apps_err_e_type Database::finish_save(StoreId id, Snapshot &taken) {
     SavedFile saved = {0, false};
     if (taken.is_new) {
         saved = save_store(held(id).path, taken.text, taken.folders, taken.old_file);
+        taken.text = std::string(); /* its memory is free for the next store */
     }
     const Lock lock(mutex_);
     const apps_err_e_type result = taken.is_new ? end_save(id, saved) : taken.result;
@@ -136,7 +137,7 @@ Database::Snapshots Database::begin_requested_save(bool &nothing_of_plain) {
 apps_err_e_type Database::save(SaveResults *each) {
     const Lock one_at_a_time(saving_);
     bool nothing_of_plain = false;
-    const Snapshots taken = begin_requested_save(nothing_of_plain);
+    Snapshots taken = begin_requested_save(nothing_of_plain);
     const SaveResults results = {finish_save(StoreId::kPlain, of(taken, StoreId::kPlain)),
                                  finish_save(StoreId::kPerm, of(taken, StoreId::kPerm))};
     if (each != nullptr) {
@@ -152,10 +153,11 @@ Database::Snapshot Database::begin_factory_save() {
 
 apps_err_e_type Database::save_factory() {
     const Lock one_at_a_time(saving_);
-    return finish_save(StoreId::kFactory, begin_factory_save());
+    Snapshot taken = begin_factory_save();
+    return finish_save(StoreId::kFactory, taken);
 }
 
-/* The settings that last until the reboot are put back behind the snapshot, so that they stay unsaved. */
+/* The settings that last until the reboot are put back after the snapshot, so that they stay unsaved. */
 Database::Snapshots Database::begin_last_save() {
     const Lock lock(mutex_);
     const apps_err_e_type opened[] = {open_journal(StoreId::kPlain), open_journal(StoreId::kPerm),
@@ -171,7 +173,7 @@ Database::Snapshots Database::begin_last_save() {
 
 apps_err_e_type Database::save_before_power_off() {
     const Lock one_at_a_time(saving_);
-    const Snapshots taken = begin_last_save();
+    Snapshots taken = begin_last_save();
     apps_err_e_type first_failure = E_APPS_ERR_SUCCESS;
     for (const StoreId id : kStoreIds) {
         const apps_err_e_type result = finish_save(id, of(taken, id));

@@ -89,6 +89,19 @@ LoadedFile load_lines(int fd, const std::string &path, Integrity integrity, Stor
     return {overflowed ? EOVERFLOW : reader.error(), skipped.any() ? Lines::kSomeSkipped : Lines::kAllTaken};
 }
 
+/* The size of a store's text, or a bit more: a full store takes megabytes, which growing would double. */
+size_t room_for(const Store &store) {
+    constexpr size_t kLineExtra = 2; /* '=' and LF */
+    size_t size = kCheckLineRoom;
+    for (const auto &[key, value] : store.values()) {
+        size += key.size() + value.size() + kLineExtra;
+    }
+    for (const std::string &carried : store.carried()) {
+        size += carried.size() + 1;
+    }
+    return size;
+}
+
 /* Has the new file take the old one's place; the old one keeps the name kept, if any. */
 int replace(const std::string &path, SuccessorFile &file, Folders folders, OldFile old_file,
             std::string &kept) {
@@ -181,6 +194,7 @@ LoadedFile load_store(const std::string &path, Store &store) {
 
 std::string text_of_store(const Store &store, uint64_t generation) {
     std::string text;
+    text.reserve(room_for(store));
     for (const auto &[key, value] : store.values()) {
         append_entry(text, {key, value});
     }
@@ -189,7 +203,8 @@ std::string text_of_store(const Store &store, uint64_t generation) {
     }
     Crc32 crc;
     crc.add(text);
-    return text + check_line(generation, crc);
+    text += check_line(generation, crc);
+    return text;
 }
 
 SavedFile save_store(const std::string &path, std::string_view text, Folders folders, OldFile old_file) {

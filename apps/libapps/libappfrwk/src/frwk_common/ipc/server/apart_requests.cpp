@@ -42,8 +42,8 @@ __attribute__((constructor)) void forget_threads_in_children() {
 
 struct Exchange {
     Connection connection;
-    frwk_ipc_header header;
-    Finish finish;
+    frwk_ipc_header header = {};
+    Finish finish = nullptr;
 };
 
 bool begin() {
@@ -70,10 +70,12 @@ void *run(void *argument) {
 
 /* On failure the connection is the caller's again. */
 bool start(Connection &connection, const frwk_ipc_header &header, Finish finish) {
-    std::unique_ptr<Exchange> exchange(new (std::nothrow) Exchange{Connection(), header, finish});
+    std::unique_ptr<Exchange> exchange(new (std::nothrow) Exchange);
     if (exchange == nullptr) {
         return false;
     }
+    exchange->header = header;
+    exchange->finish = finish;
     exchange->connection = std::move(connection);
     os_thread_t thread = 0;
     if (os_thread_create(&thread, nullptr, run, exchange.get()) != 0) {
