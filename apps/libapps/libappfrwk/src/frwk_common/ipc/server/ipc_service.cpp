@@ -150,6 +150,7 @@ void finish(Connection &connection, const frwk_ipc_header &header, const void *b
 }
 
 void finish_without_body(Connection &connection, const frwk_ipc_header &header) {
+    note_served_apart(connection.fd());
     ExchangeWatch watch(connection);
     finish(connection, header, nullptr, watch);
 }
