@@ -1,7 +1,5 @@
 #include "database.h"
 
-#include <unistd.h>
-
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
@@ -59,22 +57,6 @@ uint64_t pending_size(StoreId id, const Store &store) {
     return size;
 }
 
-/* Checks that the store has everything of its file, and that the next start can read the new file. */
-apps_err_e_type check_replaceable(const char *path, const Store &store) {
-    switch (store.savable()) {
-        case Savable::kNotWhole:
-            OS_LOG(OS_LOG_WARNING, "%s could not be read and is not replaced", path);
-            return E_APPS_ERR_ZNDB_OTHER;
-        case Savable::kOverfull:
-            OS_LOG(OS_LOG_WARNING, "%s is not replaced: its store has %zu keys, and a file may have %zu",
-                   path, store.values().size(), kStoreKeysMax);
-            return E_APPS_ERR_ZNDB_MEM;
-        case Savable::kYes:
-            break;
-    }
-    return E_APPS_ERR_SUCCESS;
-}
-
 void drop_leftover(const char *path) {
     if (remove_leftover(path)) {
         OS_LOG(OS_LOG_NOTICE, "removed the incomplete temporary file of %s", path);
@@ -103,12 +85,14 @@ apps_err_e_type result_of_errno(int error) {
 }
 
 Database::Database()
-    : mutex_(make_mutex()),
+    : saving_(make_mutex()),
+      mutex_(make_mutex()),
       held_{Held(StoreId::kPlain), Held(StoreId::kPerm), Held(StoreId::kFactory)},
       batch_(paths::kBatchFile) {}
 
 Database::~Database() {
     os_mutex_close(mutex_);
+    os_mutex_close(saving_);
 }
 
 void Database::load() {
@@ -117,7 +101,8 @@ void Database::load() {
     for (Held &held : held_) {
         load_one(held);
     }
-    until_reboot_.note_saved(store(StoreId::kPlain));
+    until_reboot_.note_written(store(StoreId::kPlain));
+    until_reboot_.note_saved();
     for (const Held &held : held_) {
         (void)open_journal(held.id); /* or at the first request */
         drop_leftover(paths_of(held.id).journal);
@@ -359,111 +344,6 @@ apps_err_e_type Database::erase(StoreId id, std::string_view key) {
         result = change_key({id, Change::kErase, key, {}});
     }
     return is_missing && result == E_APPS_ERR_SUCCESS ? report_missing(key) : result;
-}
-
-/* A reset that can't be saved would empty the settings of the running device, and nothing else. */
-apps_err_e_type Database::check_resettable(const Held &held) {
-    const int error = rehearse_emptying(held.path, held.store, held.folders, held.old_file());
-    if (error != 0) {
-        errno = error;
-        OS_LOG_ERRNO(
-            ("reset refused, since it could not be saved: can't replace " + std::string(held.path)).c_str());
-    }
-    return result_of_errno(error);
-}
-
-apps_err_e_type Database::reset() {
-    const Lock lock(mutex_);
-    apps_err_e_type result = open_journal(StoreId::kPlain);
-    if (result == E_APPS_ERR_SUCCESS) {
-        result = check_resettable(held(StoreId::kPlain));
-    }
-    return result == E_APPS_ERR_SUCCESS ? change({StoreId::kPlain, Change::kClear, {}, {}}) : result;
-}
-
-void Database::look_for_file(Held &held) {
-    const bool is_expected = held.file == FileState::kSound && held.store.basis() == Basis::kFile &&
-                             !held.store.changed() && !held.store.values().empty();
-    if (is_expected && ::access(held.path, F_OK) != 0 && errno == ENOENT) {
-        OS_LOG(OS_LOG_WARNING, "%s was removed by somebody, it is written again", held.path);
-        held.file = FileState::kPerhapsNotOnDisk;
-    }
-}
-
-apps_err_e_type Database::replace_file(Held &held) {
-    const bool damaged = held.file == FileState::kDamaged || held.file == FileState::kSetAside;
-    const SavedFile saved =
-        save_store(held.path, held.store, held.folders, held.old_file(), held.generation + 1);
-    held.generation += saved.in_place ? 1 : 0;
-    if (saved.error != 0) {
-        held.folders = Folders::kPerhapsNew;
-        held.file = damaged && saved.in_place ? FileState::kPerhapsNotOnDisk : held.file;
-        held.store.assume_all_in_file();
-        return result_of_errno(saved.error);
-    }
-    held.folders = Folders::kOnDisk;
-    held.file = FileState::kSound;
-    held.store.mark_saved();
-    if (held.id == StoreId::kPlain) {
-        until_reboot_.note_saved(held.store);
-    }
-    return E_APPS_ERR_SUCCESS;
-}
-
-apps_err_e_type Database::save_one(StoreId id, apps_err_e_type opened) {
-    Held &saved = held(id);
-    if (opened != E_APPS_ERR_SUCCESS || !saved.changed()) {
-        return opened;
-    }
-    const apps_err_e_type refused = check_replaceable(saved.path, saved.store);
-    return refused == E_APPS_ERR_SUCCESS ? replace_file(saved) : refused;
-}
-
-/* Removes what the files now contain. After a failure, replaying such records is harmless. */
-void Database::shorten_journals(std::initializer_list<StoreId> ids) {
-    for (const StoreId id : ids) {
-        if (held(id).journal.is_open()) {
-            (void)shorten_journal(held(id));
-        }
-    }
-}
-
-apps_err_e_type Database::save(SaveResults *each) {
-    const Lock lock(mutex_);
-    const apps_err_e_type plain_opened = open_journal(StoreId::kPlain);
-    const apps_err_e_type perm_opened = open_journal(StoreId::kPerm);
-    look_for_file(held(StoreId::kPlain));
-    look_for_file(held(StoreId::kPerm));
-    const bool nothing_of_plain = plain_opened == E_APPS_ERR_SUCCESS && !changed(StoreId::kPlain);
-    const SaveResults results = {save_one(StoreId::kPlain, plain_opened),
-                                 save_one(StoreId::kPerm, perm_opened)};
-    shorten_journals({StoreId::kPlain, StoreId::kPerm});
-    if (each != nullptr) {
-        *each = results;
-    }
-    return nothing_of_plain ? results.perm : results.plain;
-}
-
-apps_err_e_type Database::save_factory() {
-    const Lock lock(mutex_);
-    const apps_err_e_type result = save_one(StoreId::kFactory, open_journal(StoreId::kFactory));
-    shorten_journals({StoreId::kFactory});
-    return result;
-}
-
-apps_err_e_type Database::save_before_power_off() {
-    const Lock lock(mutex_);
-    const apps_err_e_type opened[] = {open_journal(StoreId::kPlain), open_journal(StoreId::kPerm),
-                                      open_journal(StoreId::kFactory)};
-    until_reboot_.take_out(store(StoreId::kPlain));
-    apps_err_e_type first_failure = E_APPS_ERR_SUCCESS;
-    for (const StoreId id : kStoreIds) {
-        const apps_err_e_type result = save_one(id, opened[static_cast<size_t>(id)]);
-        first_failure = first_failure != E_APPS_ERR_SUCCESS ? first_failure : result;
-    }
-    until_reboot_.put_back(store(StoreId::kPlain));
-    shorten_journals({StoreId::kPlain, StoreId::kPerm, StoreId::kFactory});
-    return first_failure;
 }
 
 apps_err_e_type Database::save_ram() {

@@ -6,10 +6,10 @@
  */
 #pragma once
 
+#include <array>
 #include <cerrno>
 #include <cstddef>
 #include <cstdint>
-#include <initializer_list>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -96,6 +96,7 @@ class Database {
     /*
      * Writes the plain and the perm file if they have changed, or somebody has removed them: a backup would
      * then be one without settings. A failure of one doesn't stop the other, be it of its file or journal.
+     * While a disk is slow, other calls than saves and resets go on; what they change stays unsaved.
      *
      * Returns the plain store's result, or the perm store's if nothing of the plain store was to be saved. A
      * result is 0, E_APPS_ERR_ZNDB_OTHER for an unreadable file, E_APPS_ERR_ZNDB_MEM for a store with more
@@ -153,6 +154,17 @@ class Database {
         }
     };
 
+    /* What a save writes, and the place for it. */
+    struct Snapshot {
+        apps_err_e_type result = E_APPS_ERR_SUCCESS; /* the save's, if nothing is to be written */
+        bool is_new = false;                         /* whether something is */
+        std::string text = {};
+        Folders folders = Folders::kPerhapsNew;
+        OldFile old_file = OldFile::kBecomesPrevious;
+    };
+    using Snapshots = std::array<Snapshot, 3>; /* by StoreId */
+
+    static Snapshot &of(Snapshots &taken, StoreId id) { return taken[static_cast<size_t>(id)]; }
     const Held &held(StoreId id) const { return held_[static_cast<size_t>(id)]; }
     Held &held(StoreId id) { return held_[static_cast<size_t>(id)]; }
     const Store &store(StoreId id) const { return held(id).store; }
@@ -193,18 +205,27 @@ class Database {
     apps_err_e_type change_all_in_share(const std::vector<JournalRecord> &records, BatchAnswer &answer);
     uint32_t conflict_of(const ZndbBatchItems &items) const;
     apps_err_e_type open_journals_of_all(const ZndbBatchItems &items);
-    static apps_err_e_type check_resettable(const Held &held);
     static void look_for_file(Held &held);
-    /* Saves a store, if there is something to save. opened: the result of opening its journal. */
-    apps_err_e_type save_one(StoreId id, apps_err_e_type opened);
-    apps_err_e_type replace_file(Held &held);
-    void shorten_journals(std::initializer_list<StoreId> ids);
+    static Snapshot snapshot_of(const Held &held);
+    /* The save of a store, if there is something to save. opened: the result of opening its journal. */
+    Snapshot begin_save(StoreId id, apps_err_e_type opened);
+    /* Writes the file without mutex_, and ends the save. */
+    apps_err_e_type finish_save(StoreId id, Snapshot &taken);
+    apps_err_e_type end_save(StoreId id, const SavedFile &saved);
+    void note_saved(Held &held);
+    static void note_unsaved(Held &held, bool in_place);
+    static void shorten_after_save(Held &held);
+    Snapshots begin_requested_save(bool &nothing_of_plain);
+    Snapshot begin_factory_save();
+    Snapshots begin_last_save();
+    Snapshot begin_reset();
     bool changed(StoreId id) const { return held(id).changed(); }
     static int shorten_journal(Held &held);
     static void shorten_overgrown_journal(Held &held);
 
-    os_mutex *const mutex_; /* protects everything below */
-    Held held_[3];          /* by StoreId */
+    os_mutex *const saving_; /* held by the one that writes the stores' files; locked before mutex_ */
+    os_mutex *const mutex_;  /* protects everything below */
+    Held held_[3];           /* by StoreId */
     Store defaults_;
     UntilReboot until_reboot_;
     BatchFile batch_;

@@ -1,5 +1,6 @@
 #include "store.h"
 
+#include <iterator>
 #include <utility>
 
 const StoreValue *Store::find(std::string_view key) const {
@@ -61,10 +62,18 @@ bool Store::carry(std::string line) {
     return true;
 }
 
+/* in_file: whether the file may hold the key, if it has not changed before. */
+Store::Changes::iterator Store::note_change(std::string_view key, InFile in_file) {
+    const auto change = changes_.try_emplace(std::string(key), Changed{in_file}).first;
+    InFile &noted = change->second.in_file;
+    noted = noted == InFile::kBeingWritten ? InFile::kPerhaps : noted;
+    return change;
+}
+
 void Store::set(std::string_view key, StoreValue value) {
     const bool perhaps = basis_ == Basis::kPartOfFile || find(key) != nullptr;
     load(key, std::move(value));
-    changes_.try_emplace(std::string(key), Changed{perhaps ? InFile::kPerhaps : InFile::kNo});
+    (void)note_change(key, perhaps ? InFile::kPerhaps : InFile::kNo);
 }
 
 void Store::erase(std::string_view key) {
@@ -73,8 +82,9 @@ void Store::erase(std::string_view key) {
         values_.erase(found);
     }
 
-    const auto change = changes_.try_emplace(std::string(key), Changed{InFile::kPerhaps}).first;
-    if (basis_ == Basis::kNothing || change->second.in_file == InFile::kNo) {
+    const Changes::iterator change = note_change(key, InFile::kPerhaps);
+    const bool is_in_no_file = change->second.in_file == InFile::kNo;
+    if (is_in_no_file || (basis_ == Basis::kNothing && !is_saving_)) {
         forget(change);
     }
 }
@@ -85,6 +95,7 @@ void Store::clear() {
     carried_.clear();
     carried_size_ = 0;
     basis_ = Basis::kNothing;
+    is_saving_ = false;
 }
 
 void Store::revert(std::string_view key, const StoreValue *saved) {
@@ -99,20 +110,39 @@ void Store::revert(std::string_view key, const StoreValue *saved) {
     }
 }
 
+void Store::begin_save() {
+    for (auto &change : changes_) {
+        change.second.in_file = InFile::kBeingWritten;
+    }
+    is_saving_ = true;
+}
+
 void Store::mark_saved() {
-    forget_all();
+    if (!is_saving_) {
+        return; /* everything was deleted meanwhile, what the file has now included */
+    }
+    for (auto change = changes_.begin(); change != changes_.end();) {
+        const auto next = std::next(change);
+        if (change->second.in_file == InFile::kBeingWritten) {
+            forget(change);
+        }
+        change = next;
+    }
     basis_ = Basis::kFile;
+    is_saving_ = false;
+}
+
+void Store::mark_unsaved() {
+    for (auto &change : changes_) {
+        InFile &noted = change.second.in_file;
+        noted = noted == InFile::kBeingWritten ? InFile::kPerhaps : noted;
+    }
+    is_saving_ = false;
 }
 
 void Store::assume_in_file(std::string_view key) {
     const auto change = changes_.find(key);
     if (change != changes_.end()) {
         change->second.in_file = InFile::kPerhaps;
-    }
-}
-
-void Store::assume_all_in_file() {
-    for (auto &change : changes_) {
-        change.second.in_file = InFile::kPerhaps;
     }
 }

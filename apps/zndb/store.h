@@ -33,7 +33,8 @@ enum class Basis {
 /* Whether the file may hold a key that has changed since it was last read or written. */
 enum class InFile {
     kNo,
-    kPerhaps
+    kPerhaps,
+    kBeingWritten /* perhaps, and the save in progress writes what the store has of the key */
 };
 
 /* What is known of a changed key. */
@@ -96,8 +97,17 @@ class Store {
     /* Reverts a key's change. saved: the file's value, or null for none. */
     void revert(std::string_view key, const StoreValue *saved);
 
-    /* Marks the present values as saved. */
+    /*
+     * Begins a save of the present values. Until it ends, they may change: the changes that the save knows
+     * are told from later ones.
+     */
+    void begin_save();
+
+    /* Marks the values that the save has written as saved, and no later change. */
     void mark_saved();
+
+    /* Ends a save that failed: nothing is saved, but it may have put its file in place. */
+    void mark_unsaved();
 
     /* Charges a key to a sender's share, if it is a changed one and charged to nobody. */
     void charge(std::string_view key, Sender by);
@@ -111,9 +121,6 @@ class Store {
     /* Declares that the file may hold the key, if it is a changed one. */
     void assume_in_file(std::string_view key);
 
-    /* The same for all changed keys: a save that fails may have put its file in place. */
-    void assume_all_in_file();
-
     const Values &values() const { return values_; }
 
     /* What lies between the file and the present values: first what they rest on, then these keys. */
@@ -124,6 +131,7 @@ class Store {
   private:
     void forget(Changes::iterator change);
     void forget_all();
+    Changes::iterator note_change(std::string_view key, InFile in_file);
 
     Values values_;
     Changes changes_;
@@ -131,4 +139,5 @@ class Store {
     size_t carried_size_ = 0;
     std::map<Sender, size_t> shares_; /* of those who have any */
     Basis basis_ = Basis::kFile;
+    bool is_saving_ = false; /* and the file will have all values that were there at its beginning */
 };

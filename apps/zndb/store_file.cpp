@@ -89,23 +89,17 @@ LoadedFile load_lines(int fd, const std::string &path, Integrity integrity, Stor
     return {overflowed ? EOVERFLOW : reader.error(), skipped.any() ? Lines::kSomeSkipped : Lines::kAllTaken};
 }
 
-void add_lines(const Store &store, uint64_t generation, SuccessorFile &file) {
-    Crc32 crc;
-    std::string line;
-    const auto add = [&] {
-        crc.add(line);
-        file.add(line);
-        line.clear();
-    };
+/* The size of a store's text, or a bit more: a full store takes megabytes, which growing would double. */
+size_t room_for(const Store &store) {
+    constexpr size_t kLineExtra = 2; /* '=' and LF */
+    size_t size = kCheckLineRoom;
     for (const auto &[key, value] : store.values()) {
-        append_entry(line, {key, value});
-        add();
+        size += key.size() + value.size() + kLineExtra;
     }
     for (const std::string &carried : store.carried()) {
-        line = carried + "\n";
-        add();
+        size += carried.size() + 1;
     }
-    file.add(check_line(generation, crc));
+    return size;
 }
 
 /* Has the new file take the old one's place; the old one keeps the name kept, if any. */
@@ -140,25 +134,24 @@ void settle_damaged(const std::string &path, const std::string &kept, bool in_pl
     forget_old_damaged(path, kept);
 }
 
-SavedFile try_to_save(const std::string &path, const Store &store, Folders folders, OldFile old_file,
-                      uint64_t generation) {
+SavedFile try_to_save(const std::string &path, std::string_view text, Folders folders, OldFile old_file) {
     SuccessorFile file(path);
-    add_lines(store, generation, file);
+    file.add(text);
     std::string kept;
     const int error = replace(path, file, folders, old_file, kept);
     settle_damaged(path, kept, file.in_place());
     return {error, file.in_place()};
 }
 
-int try_to_rehearse(const std::string &path, const Store &store, Folders folders, OldFile old_file) {
+int try_to_rehearse(const std::string &path, std::string_view text, Folders folders, OldFile old_file) {
     SuccessorFile file(path);
     std::string kept;
     int error = 0;
     if (old_file == OldFile::kIsKept) {
-        add_lines(store, 0, file); /* the room of the old file is not going to be free */
+        file.add(text); /* the room of the old file is not going to be free */
         error = keep_damaged(path, kept);
     } else {
-        add_lines(Store(), 0, file);
+        file.add(text_of_store(Store(), 0));
     }
     error = error == 0 ? file.discard() : error;
     if (error == 0 && folders == Folders::kPerhapsNew) {
@@ -199,11 +192,25 @@ LoadedFile load_store(const std::string &path, Store &store) {
     return loaded;
 }
 
-SavedFile save_store(const std::string &path, const Store &store, Folders folders, OldFile old_file,
-                     uint64_t generation) {
-    SavedFile saved = try_to_save(path, store, folders, old_file, generation);
+std::string text_of_store(const Store &store, uint64_t generation) {
+    std::string text;
+    text.reserve(room_for(store));
+    for (const auto &[key, value] : store.values()) {
+        append_entry(text, {key, value});
+    }
+    for (const std::string &carried : store.carried()) {
+        text += carried + "\n";
+    }
+    Crc32 crc;
+    crc.add(text);
+    text += check_line(generation, crc);
+    return text;
+}
+
+SavedFile save_store(const std::string &path, std::string_view text, Folders folders, OldFile old_file) {
+    SavedFile saved = try_to_save(path, text, folders, old_file);
     if (!saved.in_place && may_give_up(old_file) && give_previous_up(path, saved.error)) {
-        saved = try_to_save(path, store, folders, old_file, generation);
+        saved = try_to_save(path, text, folders, old_file);
     }
     if (saved.error != 0) {
         errno = saved.error;
@@ -212,14 +219,14 @@ SavedFile save_store(const std::string &path, const Store &store, Folders folder
     return saved;
 }
 
-int rehearse_emptying(const std::string &path, const Store &store, Folders folders, OldFile old_file) {
+int rehearse_emptying(const std::string &path, std::string_view text, Folders folders, OldFile old_file) {
     int error = replacement_obstacle(path);
     if (error != 0) {
         return error; /* before there is a temporary file, which could perhaps not be removed either */
     }
-    error = try_to_rehearse(path, store, folders, old_file);
+    error = try_to_rehearse(path, text, folders, old_file);
     if (may_give_up(old_file) && give_previous_up(path, error)) {
-        error = try_to_rehearse(path, store, folders, old_file);
+        error = try_to_rehearse(path, text, folders, old_file);
     }
     return error;
 }

@@ -7,6 +7,7 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 
 #include "file_check.h"
 #include "store.h"
@@ -54,17 +55,20 @@ enum class OldFile {
     kWasKept /* it is damaged, and was set aside when it was read */
 };
 
-/*
- * Replaces a file by the content of the store, atomically and durably. Creates missing folders. Fails, and
- * changes nothing, if the old file must be kept and can't be. On a full disk the previous file makes room.
- * generation: that of the new file.
+/* The content of a file that has what the store has, its check line included. generation: that of the file.
  */
-SavedFile save_store(const std::string &path, const Store &store, Folders folders, OldFile old_file,
-                     uint64_t generation);
+std::string text_of_store(const Store &store, uint64_t generation);
 
 /*
- * Tries whether the store could be saved empty, and then with its present values again: does all that these
+ * Replaces a file by a text of text_of_store, atomically and durably. Creates missing folders. Fails, and
+ * changes nothing, if the old file must be kept and can't be. On a full disk the previous file makes room.
+ */
+SavedFile save_store(const std::string &path, std::string_view text, Folders folders, OldFile old_file);
+
+/*
+ * Tries whether a store could be saved empty, and then, if the old file is kept, with the values of a text of
+ * text_of_store: does all that these
  * saves would do, except to replace the file, and leaves nothing. On a full disk it gives the previous file
  * up, as the saves would do. Returns 0 or an errno value; logs nothing else.
  */
-int rehearse_emptying(const std::string &path, const Store &store, Folders folders, OldFile old_file);
+int rehearse_emptying(const std::string &path, std::string_view text, Folders folders, OldFile old_file);

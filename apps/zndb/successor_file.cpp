@@ -64,10 +64,14 @@ void SuccessorFile::flush() {
 }
 
 void SuccessorFile::add(std::string_view text) {
-    buffer_.append(text);
     size_ += text.size();
-    if (buffer_.size() >= kBufferSize) {
-        flush();
+    while (!text.empty()) {
+        const std::string_view piece = text.substr(0, kBufferSize);
+        buffer_.append(piece);
+        text.remove_prefix(piece.size());
+        if (buffer_.size() >= kBufferSize) {
+            flush();
+        }
     }
 }
 

@@ -24,11 +24,17 @@ bool is_unsaved(const Store &plain, const Setting &setting) {
 
 }  // namespace
 
-void UntilReboot::note_saved(const Store &plain) {
+void UntilReboot::note_written(const Store &plain) {
     static_assert(std::size(kSettings) == kCount);
     for (size_t i = 0; i < kCount; ++i) {
         const std::string *value = plain.find(kSettings[i].key);
-        states_[i].saved = value != nullptr ? std::optional(*value) : std::nullopt;
+        states_[i].written = value != nullptr ? std::optional(*value) : std::nullopt;
+    }
+}
+
+void UntilReboot::note_saved() {
+    for (State &state : states_) {
+        state.saved = state.written;
     }
 }
 

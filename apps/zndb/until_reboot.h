@@ -15,9 +15,11 @@
 
 class UntilReboot {
   public:
-    /* Records the plain file's values. Call it when the store equals the file, after reading or writing it.
-     */
-    void note_saved(const Store &plain);
+    /* Records the values that the plain file has if it has those of the store. */
+    void note_written(const Store &plain);
+
+    /* The file is there: has been read, or was written. */
+    void note_saved();
 
     /* Replaces the unsaved values of these settings by the values that the file will have. */
     void take_out(Store &plain);
@@ -34,7 +36,8 @@ class UntilReboot {
     };
 
     struct State {
-        std::optional<std::string> saved = {}; /* the file's value, if it has the key */
+        std::optional<std::string> written = {}; /* what the last save wrote, whether it ended well or not */
+        std::optional<std::string> saved = {};   /* the file's value, if it has the key */
         Place place = Place::kStore;
     };
     std::array<State, kCount> states_; /* in the order of kSettings */

@@ -12,6 +12,7 @@
 #include "factory_access.h"
 #include "formats/device_paths.h"
 #include "frwk_common.h"
+#include "frwk_ipc_ext.h"
 #include "health_report.h"
 #include "internal/service_calls.h"
 #include "os_log.h"
@@ -169,6 +170,14 @@ void before_exit(apps_message_id_e_type msgid) {
     }
 }
 
+/* What writes a file may wait for the disk. */
+void handle_saves_apart() {
+    for (const apps_message_id_e_type msgid :
+         {E_APPS_MSG_ZNDB_SAVE, E_APPS_MSG_ZNDB_FACTOR_SAVE, E_APPS_MSG_ZNDB_RESET}) {
+        (void)frwk_ipc_handle_apart(msgid);
+    }
+}
+
 }  // namespace
 
 int main(int argc, char **argv) {
@@ -176,6 +185,7 @@ int main(int argc, char **argv) {
         return *status;
     }
     g_s_owner_mark.begin();
+    handle_saves_apart();
     frwk_module_init(E_APPS_MODULE_ZNDB, before_exit);
     g_s_own_files = new OwnFiles({paths::kZndbLock, paths::kZndbSocket});
     (void)database();

@@ -12,6 +12,7 @@
 #include "faults/faulty_device.h"
 #include "faults/injector.h"
 #include "frwk_common.h"
+#include "frwk_ipc_ext.h"
 #include "frwk_utils.h"
 #include "json.h"
 #include "list.h"
@@ -136,6 +137,7 @@ const QuietFunction kFunctions[] = {
     {"frwk_module_unset", [] { frwk_module_unset(3, FRWK_FLAG_RUN); }},
     {"frwk_parse_profile_str", [] { frwk_parse_profile_str(g_profile, &g_profile_record); }},
     {"frwk_random", [] { frwk_random(6); }},
+    {"frwk_ipc_handle_apart", [] { frwk_ipc_handle_apart(E_APPS_MSG_ZNDB_SAVE); }},
     {"frwk_set_module_status", [] { frwk_set_module_status(1); }},
     {"frwk_skip_next_space", [] { frwk_skip_next_space("a b"); }},
     {"frwk_skip_space", [] { frwk_skip_space(" a"); }},

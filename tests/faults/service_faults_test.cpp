@@ -11,6 +11,7 @@
 #include "faults/faulty_device.h"
 #include "formats/ipc_wire.h"
 #include "frwk_common.h"
+#include "frwk_ipc_ext.h"
 
 namespace faults {
 
@@ -19,6 +20,8 @@ namespace {
 using ServiceFaults = FaultyDevice;
 
 constexpr char kSocket[] = "/tmp/m_tmp/ipc/monitor_tool";
+
+constexpr apps_message_id_e_type kApart = 3002;
 
 /* The result of a sequence of requests. */
 enum Outcome : long {
@@ -82,8 +85,26 @@ long exchange_twice() {
     return first && second ? kAllAnswered : kOneLost;
 }
 
+/* A request without a body, whose message is registered for it. */
+long exchange_apart() {
+    const frwk_ipc_header request = {E_APPS_MODULE_SMS, kApart, 0, 3, sizeof(uint32_t), 0};
+    frwk_ipc_rsp_header answer = {-1, 0};
+    const int fd = connect_to_service();
+    (void)::send(fd, &request, sizeof(request), MSG_NOSIGNAL);
+    char bytes[sizeof(answer) + sizeof(uint32_t) + 1] = "";
+    const size_t size = receive_all(fd, bytes, sizeof(bytes));
+    (void)::close(fd);
+    std::memcpy(&answer, bytes, sizeof(answer));
+    return size == sizeof(bytes) - 1 && answer.result == E_APPS_ERR_SUCCESS ? kAllAnswered : kOneLost;
+}
+
 std::vector<Scenario> serving() {
     return {
+        Scenario("the service, requests that are handled apart")
+            .called(exchange_apart)
+            .failing({kOneLost})
+            .on_other_threads()
+            .varying(),
         Scenario("the service, small requests")
             .called(exchange_twice<16>)
             .failing({kOneLost})
@@ -100,6 +121,7 @@ std::vector<Scenario> serving() {
 }  // namespace
 
 TEST_F(ServiceFaults, Requests) {
+    ASSERT_EQ(E_APPS_ERR_SUCCESS, frwk_ipc_handle_apart(kApart));
     frwk_ipc_service_ex(echo, 0);
     run_scenarios(serving());
 }

@@ -105,7 +105,8 @@ int32_t frwk_module_disabled(int32_t id, char *path, uint32_t size);
  * It runs on the service thread for messages from other modules, one at a time; on the caller's thread
  * for a synchronous request of the module to itself; and on a separate thread for each asynchronous message
  * of the module to itself. All three may run concurrently. While it handles a message from another module,
- * the other senders wait; a call that takes longer than a second is logged. Messages 1 to 8 never reach it.
+ * the other senders wait; a call that takes longer than a second is logged. frwk_ipc_handle_apart is for
+ * messages that nobody should wait for. Messages 1 to 8 never reach the handler.
  *
  * src: id of the sender, not verified. msgid: any number.
  * data: the body, valid during the call; null if data_len is 0 or less. data_len: bytes.

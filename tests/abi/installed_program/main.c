@@ -12,6 +12,7 @@
 #include "frwk_common_ex.h"
 #include "frwk_dbrm.h"
 #include "frwk_diag.h"
+#include "frwk_ipc_ext.h"
 #include "frwk_module.h"
 #include "frwk_utils.h"
 #include "json.h"

@@ -29,7 +29,7 @@ class StoreFile : public DiskTest {
 
     static SavedFile save(const Store &store, const std::string &path = kPath,
                           Folders folders = Folders::kPerhapsNew) {
-        return save_store(path, store, folders, OldFile::kBecomesPrevious, 5);
+        return save_store(path, text_of_store(store, 5), folders, OldFile::kBecomesPrevious);
     }
 
     int error_ = -1;

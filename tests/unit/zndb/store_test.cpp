@@ -61,6 +61,7 @@ TEST(Store, SavingEndsAllChanges) {
     Store store;
     store.clear();
     store.set("k", "v");
+    store.begin_save();
     store.mark_saved();
     EXPECT_FALSE(store.changed());
     EXPECT_EQ("v", *store.find("k"));
@@ -162,16 +163,81 @@ TEST(Store, OfAllSuspectedKeysNoneIsForgottenUntilTheyAreSaved) {
     Store store;
     store.set("a", "v");
     store.set("b", "v");
-    store.assume_all_in_file();
+    store.begin_save();
+    store.mark_unsaved();
     store.set("later", "v");
     for (const char *key : {"a", "b", "later"}) {
         store.erase(key);
     }
     EXPECT_EQ((Changes{{"a", {InFile::kPerhaps}}, {"b", {InFile::kPerhaps}}}), store.changes());
+    store.begin_save();
     store.mark_saved();
     store.set("a", "v");
     store.erase("a");
     EXPECT_FALSE(store.changed());
+}
+
+/* ---- Changes during a save -------------------------------------------------------------------------- */
+
+TEST(StoreDuringASave, OfAKeyStayUnsaved) {
+    Store store;
+    store.load("file", "1");
+    for (const char *key : {"set", "deleted", "saved"}) {
+        store.set(key, "1");
+    }
+    store.begin_save();
+    store.set("set", "2");
+    store.erase("deleted");
+    store.erase("file");
+    store.set("new", "2");
+    store.mark_saved();
+    EXPECT_EQ((Changes{{"deleted", {InFile::kPerhaps}},
+                       {"file", {InFile::kPerhaps}},
+                       {"new", {InFile::kNo}},
+                       {"set", {InFile::kPerhaps}}}),
+              store.changes());
+    EXPECT_EQ(Basis::kFile, store.basis());
+}
+
+TEST(StoreDuringASave, OfASaveThatFailsStayLikeAllOthers) {
+    Store store;
+    store.set("before", "1");
+    store.begin_save();
+    store.set("meanwhile", "1");
+    store.erase("before");
+    store.mark_unsaved();
+    EXPECT_EQ((Changes{{"before", {InFile::kPerhaps}}, {"meanwhile", {InFile::kNo}}}), store.changes());
+}
+
+TEST(StoreDuringASave, AKeyThatComesAndGoesLeavesNothing) {
+    Store store;
+    store.begin_save();
+    store.set("k", "1");
+    store.erase("k");
+    store.mark_saved();
+    EXPECT_FALSE(store.changed());
+}
+
+/* The file gets the key, whatever the one before it had. */
+TEST(StoreDuringASave, ADeleteCountsAfterAResetToo) {
+    Store store;
+    store.clear();
+    store.set("k", "1");
+    store.begin_save();
+    store.erase("k");
+    store.mark_saved();
+    EXPECT_EQ((Changes{{"k", {InFile::kPerhaps}}}), store.changes());
+}
+
+TEST(StoreDuringASave, AResetLeavesNothingOfTheSave) {
+    Store store;
+    store.set("k", "1");
+    store.begin_save();
+    store.clear();
+    store.set("k", "2");
+    store.mark_saved();
+    EXPECT_EQ(Basis::kNothing, store.basis());
+    EXPECT_EQ((Changes{{"k", {InFile::kNo}}}), store.changes());
 }
 
 TEST(Store, ChangedKeysAreLimited) {
@@ -225,6 +291,7 @@ TEST(Store, AChangeThatIsForgottenIsChargedToNobody) {
     store.revert("reverted", nullptr);
     store.revert("unchanged", nullptr);
     EXPECT_EQ(1u, store.changes_of(3));
+    store.begin_save();
     store.mark_saved();
     EXPECT_EQ(0u, store.changes_of(3));
     store.set("k", "v");

@@ -73,7 +73,7 @@ TEST_F(Replacement, ThatCantBeRehearsedLeavesNothing) {
         errno = EPERM;
         return -1;
     });
-    EXPECT_EQ(EPERM, rehearse_emptying(kPath, Store(), Folders::kOnDisk, OldFile::kIsKept));
+    EXPECT_EQ(EPERM, rehearse_emptying(kPath, "", Folders::kOnDisk, OldFile::kIsKept));
     doubles::libc::rmdir.restore();
     EXPECT_EQ(std::vector<std::string>{kPath}, files_beginning(kPath));
 }
@@ -84,12 +84,12 @@ TEST_F(ReplacementByAnotherUser, InAStickyFolderIsImpossible) {
     put_file(kPath, kContent);
     ASSERT_EQ(0, ::chmod(kFolder.c_str(), 01777));
     EXPECT_EQ(EPERM, as_other_user([] {
-                  return rehearse_emptying(kPath, Store(), Folders::kOnDisk, OldFile::kBecomesPrevious);
+                  return rehearse_emptying(kPath, "", Folders::kOnDisk, OldFile::kBecomesPrevious);
               }));
     EXPECT_EQ(kContent, content_of(kPath));
     ASSERT_EQ(0, ::chown(kPath.c_str(), kOtherUser, kOtherUser));
     EXPECT_EQ(0, as_other_user([] {
-                  return rehearse_emptying(kPath, Store(), Folders::kOnDisk, OldFile::kBecomesPrevious);
+                  return rehearse_emptying(kPath, "", Folders::kOnDisk, OldFile::kBecomesPrevious);
               }));
     EXPECT_EQ(std::vector<std::string>{kPath}, files_beginning(kPath));
 }

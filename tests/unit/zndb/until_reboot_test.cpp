@@ -22,7 +22,8 @@ class UntilRebootTest : public testing::Test {
         if (value != "none") {
             store_.load(kKey, value);
         }
-        until_reboot_.note_saved(store_);
+        until_reboot_.note_written(store_);
+        until_reboot_.note_saved();
     }
 
     /* What a save before a reboot would write, and then what is in memory again. */

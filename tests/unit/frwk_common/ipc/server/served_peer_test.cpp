@@ -11,6 +11,7 @@
 
 #include "doubles/libc_doubles.h"
 #include "frwk_common/ipc/server/ipc_service.h"
+#include "frwk_ipc_ext.h"
 #include "support/child.h"
 #include "unit/frwk_common/ipc/server/service_fixture.h"
 #include "unit/frwk_common/ipc/test_peer.h"
@@ -54,6 +55,20 @@ TEST_F(ServedPeer, IsTheProcessThatHasConnected) {
     const ChildEnd end = run_in_child([] {
         const bool is_child =
             ask_module("router", request(8)) == answer(true, static_cast<uint32_t>(::getpid()), ::geteuid());
+        return std::string(is_child ? "the child" : "another");
+    });
+    EXPECT_EQ("the child", end.report);
+}
+
+/* The service thread may have another connection by then. */
+TEST_F(ServedPeer, OfARequestThatIsHandledApartIsTheOneThatHasSentIt) {
+    constexpr int32_t kApartMessage = 3100;
+    ASSERT_EQ(0, frwk_ipc_handle_apart(kApartMessage));
+    const Bytes apart = words({5, kApartMessage, 0, 3, 8, 0});
+    EXPECT_EQ(ask_module("router", apart), answer(true, static_cast<uint32_t>(::getpid()), ::geteuid()));
+    const ChildEnd end = run_in_child([&apart] {
+        const Bytes found = ask_module("router", apart);
+        const bool is_child = found == answer(true, static_cast<uint32_t>(::getpid()), ::geteuid());
         return std::string(is_child ? "the child" : "another");
     });
     EXPECT_EQ("the child", end.report);

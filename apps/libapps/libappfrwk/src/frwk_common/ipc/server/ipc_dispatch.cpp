@@ -10,6 +10,7 @@
 #include "formats/ipc_wire.h"
 #include "frwk_common.h"
 #include "frwk_common/core/process_state.h"
+#include "frwk_common/ipc/server/apart_requests.h"
 #include "frwk_common/ipc/server/own_messages.h"
 #include "internal/frwk_log.h"
 #include "os_mem.h"
@@ -54,6 +55,7 @@ apps_err_e_type answer(const Message &m, const void *words, uint32_t size) {
     if (ending.test_and_set()) {
         frwk_keep_running();
     }
+    wait_for_apart();
     const frwk_exit_handler_t exit_handler = g_s_exit_handler;
     if (exit_handler != nullptr) {
         exit_handler(m.msgid);

@@ -1,5 +1,6 @@
 /*
- * The service thread: accepts one connection at a time and answers its request.
+ * The service thread: accepts one connection at a time and answers its request, or has another thread finish
+ * it.
  *
  * The listening socket and the thread exist until the process ends.
  */
@@ -16,6 +17,7 @@
 #include "frwk_common.h"
 #include "frwk_common/core/process_state.h"
 #include "frwk_common/ipc/server/accept_recovery.h"
+#include "frwk_common/ipc/server/apart_requests.h"
 #include "frwk_common/ipc/server/exchange_watch.h"
 #include "frwk_common/ipc/server/inherited_sockets.h"
 #include "frwk_common/ipc/server/ipc_dispatch.h"
@@ -135,6 +137,24 @@ void send_answer(Connection &connection, const frwk_ipc_header &header, apps_err
     }
 }
 
+void finish(Connection &connection, const frwk_ipc_header &header, const void *body, ExchangeWatch &watch) {
+    IpcBuffer answer;
+    if (!prepare_answer(header, &answer)) {
+        return;
+    }
+    unsigned char *rsp = answer.data() + sizeof(frwk_ipc_rsp_header);
+    const apps_err_e_type result = handle_request(header, body, rsp, watch);
+    if (header.async == 0) {
+        send_answer(connection, header, result, answer.data(), watch);
+    }
+}
+
+void finish_without_body(Connection &connection, const frwk_ipc_header &header) {
+    note_served_apart(connection.fd());
+    ExchangeWatch watch(connection);
+    finish(connection, header, nullptr, watch);
+}
+
 /*
  * A forked child does not serve. If it kept its copies of the listening socket and of a connection open,
  * peers would not notice the end of the module.
@@ -176,15 +196,12 @@ void serve(Connection &connection) {
     const frwk_ipc_header &header = request.header();
     trace(Way::kAnswered, static_cast<int32_t>(header.src), -1, header.msgid);
 
-    IpcBuffer answer;
-    if (!request.receive_body(connection, watch) || !prepare_answer(header, &answer)) {
+    if (!request.receive_body(connection, watch)) {
         return;
     }
-
-    unsigned char *rsp = answer.data() + sizeof(frwk_ipc_rsp_header);
-    const apps_err_e_type result = handle_request(header, request.body(), rsp, watch);
-    if (header.async == 0) {
-        send_answer(connection, header, result, answer.data(), watch);
+    const bool is_finished_apart = is_apart(header) && finish_apart(connection, header, finish_without_body);
+    if (!is_finished_apart) {
+        finish(connection, header, request.body(), watch);
     }
 }
 

@@ -13,7 +13,7 @@ void start_service();
 /* Entry of the service thread; never returns. */
 void *run_service(void *unused);
 
-/* Serves the request of a connection. */
+/* Serves the request of a connection, or has another thread do so, which then owns the connection. */
 void serve(Connection &connection);
 
 }  // namespace ipc

@@ -21,6 +21,9 @@ inline void note_served(int fd) {
     g_served_fd.store(fd, std::memory_order_relaxed);
 }
 
+/* Notes the connection of the exchange that the calling thread finishes apart from the service thread. */
+void note_served_apart(int fd);
+
 /* In a forked child, which serves nobody. */
 void end_serving();
 
