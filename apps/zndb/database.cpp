@@ -451,7 +451,7 @@ apps_err_e_type Database::save_factory() {
     return result;
 }
 
-apps_err_e_type Database::save_before_power_off() {
+apps_err_e_type Database::save_before_power_off(apps_err_e_type *each) {
     const Lock lock(mutex_);
     const apps_err_e_type opened[] = {open_journal(StoreId::kPlain), open_journal(StoreId::kPerm),
                                       open_journal(StoreId::kFactory)};
@@ -460,6 +460,9 @@ apps_err_e_type Database::save_before_power_off() {
     for (const StoreId id : kStoreIds) {
         const apps_err_e_type result = save_one(id, opened[static_cast<size_t>(id)]);
         first_failure = first_failure != E_APPS_ERR_SUCCESS ? first_failure : result;
+        if (each != nullptr) {
+            each[static_cast<size_t>(id)] = result;
+        }
     }
     until_reboot_.put_back(store(StoreId::kPlain));
     shorten_journals({StoreId::kPlain, StoreId::kPerm, StoreId::kFactory});
