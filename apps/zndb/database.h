@@ -220,6 +220,7 @@ class Database {
     /* All checks of a batch. changes: receives what it changes; their texts point into the items. */
     apps_err_e_type check_batch(ZndbItemSpan items, BatchAnswer &answer, std::vector<JournalRecord> &changes);
     apps_err_e_type open_all_journals();
+    static bool has_lost_file(const Held &held, const Store &saved);
     static apps_err_e_type read_saved(const Held &held, Store &saved);
     static void note_undone(Held &held);
     static apps_err_e_type check_resettable(const Held &held);

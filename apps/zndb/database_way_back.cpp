@@ -11,6 +11,7 @@
 
 #include "database.h"
 #include "database_steps.h"
+#include "file_check.h"
 #include "file_steps.h"
 #include "os_log.h"
 
@@ -135,20 +136,30 @@ apps_err_e_type Database::put_back(const WayBack &way_back) {
     return change_all(records);
 }
 
-/* Reads what a save has written last. Fails for a file that is unreadable or gone. */
+/* Whether the store has keys that are neither unsaved nor in its file, which is empty or missing. */
+bool Database::has_lost_file(const Held &held, const Store &saved) {
+    const Store &store = held.store;
+    return saved.values().empty() && store.basis() == Basis::kFile &&
+           std::any_of(store.values().begin(), store.values().end(),
+                       [&store](const auto &entry) { return store.changes().count(entry.first) == 0; });
+}
+
+/* Reads what a save has written last. Fails for a file that is unreadable, damaged or gone. */
 apps_err_e_type Database::read_saved(const Held &held, Store &saved) {
-    const apps_err_e_type unreadable =
-        held.store.basis() == Basis::kPartOfFile ? E_APPS_ERR_ZNDB_OTHER : E_APPS_ERR_SUCCESS;
-    const LoadedFile loaded = unreadable == E_APPS_ERR_SUCCESS ? load_store(held.path, saved) : LoadedFile{};
-    const bool is_gone =
-        saved.values().empty() && held.store.basis() == Basis::kFile &&
-        std::any_of(held.store.values().begin(), held.store.values().end(),
-                    [&held](const auto &entry) { return held.store.changes().count(entry.first) == 0; });
-    if (unreadable != E_APPS_ERR_SUCCESS || loaded.error != 0 || is_gone) {
-        OS_LOG(OS_LOG_WARNING, "no way back to the last save: %s can't be read, or was removed", held.path);
-        return loaded.error != 0 ? result_of_errno(loaded.error) : E_APPS_ERR_ZNDB_OTHER;
+    const FileCheck check = check_file(held.path);
+    int error = check.error == ENOENT ? 0 : check.error;
+    if (check.integrity == Integrity::kWrong || check.integrity == Integrity::kCut ||
+        held.store.basis() == Basis::kPartOfFile) {
+        error = EIO;
     }
-    return E_APPS_ERR_SUCCESS;
+    error = error == 0 ? load_store(held.path, saved).error : error;
+    if (error == 0 && has_lost_file(held, saved)) {
+        error = EIO;
+    }
+    if (error != 0) {
+        OS_LOG(OS_LOG_WARNING, "no way back to the last save: %s can't be read, or was removed", held.path);
+    }
+    return result_of_errno(error);
 }
 
 /* If the file can't be synced, its values go on counting as unsaved. */

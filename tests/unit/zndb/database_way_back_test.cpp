@@ -191,6 +191,19 @@ TEST_F(DatabaseWayBack, WithAnUnreadableFileThereIsNoLastSave) {
     EXPECT_EQ("2", plain("b"));
 }
 
+TEST_F(DatabaseWayBack, ADamagedFileIsNoLastSave) {
+    ASSERT_EQ(0, database_->set(P, "a", "1"));
+    ASSERT_EQ(0, database_->save());
+    ASSERT_EQ(0, database_->set(P, "b", "2"));
+    const std::string sound = content_of(kPlainFile);
+    put_file(kPlainFile, "a=3" + sound.substr(3));
+    EXPECT_EQ(2007, undo_result());
+    put_file(kPlainFile, sound.substr(0, 2));
+    EXPECT_EQ(2007, undo_result());
+    EXPECT_EQ("1", plain("a"));
+    EXPECT_EQ("2", plain("b"));
+}
+
 TEST_F(DatabaseWayBack, AFileThatBecameUnreadableIsNoLastSave) {
     ASSERT_EQ(0, database_->set(P, "a", "1"));
     ASSERT_EQ(0, database_->save());
