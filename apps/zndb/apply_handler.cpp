@@ -6,6 +6,26 @@
 
 namespace {
 
+/* The page's first change of the overlay that the sender may not make, or kNoItem. */
+uint32_t refused_in(const ApplyRequest &request, const ZndbMessage &message) {
+    ZndbBatchItems items;
+    if (request.action != ApplyAction::kAdd ||
+        !read_batch_body(request.page, static_cast<int32_t>(request.page_size), items)) {
+        return kNoItem;
+    }
+    return refused_factory_change(items.span(), message);
+}
+
+/* Going back to the last save changes the overlay too. */
+bool may_act(const ApplyRequest &request, const ZndbMessage &message, BatchAnswer &answer) {
+    const uint32_t refused = refused_in(request, message);
+    const bool may =
+        refused == kNoItem && (request.action != ApplyAction::kUndo || message.may_write_factory == nullptr ||
+                               message.may_write_factory(message));
+    answer = {may ? E_ZNDB_RET_SUCCESS : E_ZNDB_RET_REFUSED, refused};
+    return may;
+}
+
 apps_err_e_type answer_apply(Trial &trial, const ZndbMessage &message) {
     ApplyRequest request = {};
     if (!read_apply_body(message.data, message.data_len, request)) {
@@ -14,7 +34,8 @@ apps_err_e_type answer_apply(Trial &trial, const ZndbMessage &message) {
         return E_APPS_ERR_ZNDB_ARG;
     }
     ApplyAnswer answer = {};
-    const apps_err_e_type result = trial.handle(request, answer);
+    const apps_err_e_type result =
+        may_act(request, message, answer.batch) ? trial.handle(request, answer) : E_APPS_ERR_ZNDB_READ_ONLY;
     if (message.rsp != nullptr && message.rsp_size >= sizeof(answer)) {
         std::memcpy(message.rsp, &answer, sizeof(answer));
     }

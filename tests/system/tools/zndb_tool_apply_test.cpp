@@ -119,15 +119,15 @@ TEST_F(ZndbToolApply, ChangesTheStoreThatIsChosen) {
 
 TEST_F(ZndbToolApply, OfThousandsOfSettingsIsWhole) {
     std::string lines;
-    for (int i = 0; i < 5000; ++i) {
+    for (int i = 0; i < 4000; ++i) {
         lines += "k" + std::to_string(i) + "=" + std::string(50, 'v') + "\n";
     }
     ASSERT_TRUE(write_text(kFile, lines));
-    EXPECT_NE(std::string::npos, kTool.output_of({"apply", kFile}).find("\n5000 settings applied;"));
-    EXPECT_EQ(std::string(50, 'v'), plain("k4999"));
+    EXPECT_NE(std::string::npos, kTool.output_of({"apply", kFile}).find("\n4000 settings applied;"));
+    EXPECT_EQ(std::string(50, 'v'), plain("k3999"));
     restart();
     EXPECT_EQ("ret 3", plain("k0"));
-    EXPECT_EQ("ret 3", plain("k4999"));
+    EXPECT_EQ("ret 3", plain("k3999"));
 }
 
 TEST_F(ZndbToolApply, RefusesAFileThatItCannotRead) {
@@ -219,4 +219,34 @@ TEST_F(ZndbToolApply, OriginIsTheStoreThatAnswers) {
 TEST_F(ZndbToolApply, OriginIsOfTheKeyAndNotOfALongerOne) {
     EXPECT_EQ(0, zndb_set("image_size", "1"));
     EXPECT_EQ("default d\n", kTool.output_of({"get", "--origin", "image"}));
+}
+
+// ---- history ----
+
+TEST_F(ZndbToolApply, HistoryHasTheGenerationsAndWhatWasSetAside) {
+    EXPECT_EQ(0, zndb_set("a", "1"));
+    EXPECT_EQ(0, zndb_save());
+    EXPECT_EQ(0, zndb_set("a", "2"));
+    EXPECT_EQ(0, zndb_save());
+    ASSERT_TRUE(write_text("/m_data/usr/db/user_data.txt.damaged-20260102-030405", "a"));
+    const std::string all = kTool.output_of({"history"});
+    EXPECT_NE(std::string::npos, all.find("plain    present   2           /m_data/usr/db/user_data.txt\n"))
+        << all;
+    EXPECT_NE(std::string::npos, all.find("plain    previous  1 ")) << all;
+    EXPECT_NE(std::string::npos, all.find("plain    damaged   - ")) << all;
+    EXPECT_NE(std::string::npos, all.find("factory  present   - ")) << all;
+    EXPECT_NE(std::string::npos, kTool.output_of({"history", "--json"}).find("\"generation\": 2,"));
+}
+
+TEST_F(ZndbToolApply, HistoryFindsAFileThatWasChangedSince) {
+    EXPECT_EQ(0, zndb_set("a", "1"));
+    EXPECT_EQ(0, zndb_save());
+    const std::string file = "/m_data/usr/db/user_data.txt";
+    ASSERT_TRUE(write_text(file, "b=2\n" + file_text(file)));
+    const std::string all = kTool.output_of({"history"});
+    EXPECT_NE(std::string::npos, all.find("present   1 (wrong check)")) << all;
+    std::filesystem::remove(file);
+    std::filesystem::create_directory(file);
+    kTool.expect_failure(1, "can't read " + file + ": Is a directory", {"history"});
+    std::filesystem::remove(file);
 }

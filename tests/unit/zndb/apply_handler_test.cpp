@@ -9,10 +9,11 @@ class ApplyHandler : public TrialFixture {
     int32_t send(int32_t msgid, const std::string &body, void *rsp = nullptr, uint32_t rsp_size = 0) {
         return zndb_handle(*database_, *trial_,
                            {3, msgid, body.empty() ? nullptr : body.data(), static_cast<int32_t>(body.size()),
-                            rsp, rsp_size});
+                            rsp, rsp_size, may_write_factory_});
     }
 
     ApplyAnswer rsp_ = {};
+    bool (*may_write_factory_)(const ZndbMessage &message) = nullptr;
 };
 
 }  // namespace
@@ -61,4 +62,20 @@ TEST_F(ApplyHandler, PassesAllElseToTheDatabase) {
     char value[1024] = "";
     EXPECT_EQ(0, send(E_APPS_MSG_ZNDB_GET, std::string("a\0", 2), value, sizeof(value)));
     EXPECT_STREQ("1", value);
+}
+
+TEST_F(ApplyHandler, TheOverlayIsForThoseWhoMayChangeIt) {
+    may_write_factory_ = [](const ZndbMessage &) { return false; };
+    EXPECT_EQ(0, send(2102, apply_bytes(1), &rsp_, sizeof(rsp_)));
+    const uint32_t number = rsp_.number;
+    const std::string own = item_bytes(0, 0, "a", "1") + item_bytes(2, 2, "f", "1");
+    EXPECT_EQ(0, send(2102, apply_bytes(2, number, 0, own)));
+    EXPECT_EQ(2006,
+              send(2102, apply_bytes(2, number, 0, own + item_bytes(0, 2, "f", "2")), &rsp_, sizeof(rsp_)));
+    EXPECT_EQ(E_ZNDB_RET_REFUSED, rsp_.batch.verdict);
+    EXPECT_EQ(2u, rsp_.batch.item);
+    EXPECT_EQ(2006, send(2102, apply_bytes(9)));
+    may_write_factory_ = [](const ZndbMessage &) { return true; };
+    EXPECT_EQ(0, send(2102, apply_bytes(2, number, 0, own + item_bytes(0, 2, "f", "2"))));
+    EXPECT_EQ(0, send(2102, apply_bytes(9)));
 }
