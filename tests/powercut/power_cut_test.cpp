@@ -155,20 +155,23 @@ void try_new_values(Database &database, Trial &trial) {
     EXPECT_EQ(0, database.save());
 }
 
-/* A start reverts what was not confirmed, and saves. */
+/* A start reverts what was not confirmed, and saves. What others have saved stays. */
 std::string read_after_trial() {
+    std::string other = ", others saved";
     {
         std::filesystem::remove_all(kJournalFolder);
         Database database;
         database.load();
         Trial(database).recover();
+        char value[ZNDB_VALUE_LEN] = "";
+        other = database.get(StoreId::kPlain, "other", value, sizeof(value)) == 0 ? other : "";
     }
     const bool is_settled = !std::filesystem::exists(paths::kWayBackFile);
-    return read_store(StoreId::kPlain) + (is_settled ? "" : ", unsettled");
+    return read_store(StoreId::kPlain) + other + (is_settled ? "" : ", unsettled");
 }
 
 /* then: what is asked after the new values are on the disk. */
-PowerCut trying(const char *name, ApplyAction then) {
+PowerCut trying(const char *name, ApplyAction then, const std::set<std::string> &also = {}) {
     PowerCut trial = saving(name, StoreId::kPlain, paths::kPlainFile);
     trial.prepare = [] {
         std::filesystem::remove_all(kJournalFolder);
@@ -182,8 +185,11 @@ PowerCut trying(const char *name, ApplyAction then) {
         on_trial.recover();
         try_new_values(database, on_trial);
         (void)ask(on_trial, then);
+        EXPECT_EQ(0, database.set(StoreId::kPlain, "other", "1"));
+        EXPECT_EQ(0, database.save());
     };
     trial.read = read_after_trial;
+    trial.also = also;
     return trial;
 }
 
@@ -509,7 +515,7 @@ TEST_F(PowerCuts, LeaveTheDatabaseOldOrNew) {
 
 TEST_F(PowerCuts, LeaveSettingsOnTrialOldUnlessTheyAreConfirmed) {
     check_power_cuts(trying("settings that nobody confirms", ApplyAction::kStatus));
-    check_power_cuts(trying("settings that are confirmed", ApplyAction::kConfirm));
+    check_power_cuts(trying("settings that are confirmed", ApplyAction::kConfirm, {std::string(12, 'n')}));
     check_power_cuts(trying("settings that are reverted", ApplyAction::kRevert));
 }
 
