@@ -18,10 +18,10 @@ std::string format_batch(const std::vector<JournalRecord> &changes) {
 
 bool parse_batch(std::string_view text, std::vector<JournalRecord> &changes) {
     changes.clear();
-    while (text != last_line(changes.size())) {
+    while (text.empty() || text.front() != '=' || text != last_line(changes.size())) {
         const size_t end = text.find('\n');
         JournalRecord change = {};
-        if (end == std::string_view::npos || changes.size() == ZNDB_BATCH_MAX ||
+        if (end == std::string_view::npos || changes.size() == kBatchChangesMax ||
             parse_record(text.substr(0, end), change) != nullptr) {
             return false;
         }

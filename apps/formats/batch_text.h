@@ -16,12 +16,17 @@
 #include <vector>
 
 #include "formats/journal_record.h"
-#include "zndb_ext.h"
+
+/*
+ * The most changes of a batch. One request has up to ZNDB_BATCH_MAX, but a revert to the last save may change
+ * in each of the three stores every key of a full file, and as many others.
+ */
+inline constexpr size_t kBatchChangesMax = 6 * kStoreKeysMax;
 
 /* The longest text. */
-inline constexpr size_t kBatchTextMax = ZNDB_BATCH_MAX * (kRecordLineMax + 1) + sizeof("=64");
+inline constexpr size_t kBatchTextMax = kBatchChangesMax * (kRecordLineMax + 1) + sizeof("=98304");
 
-/* Returns the text of changes, 1 to ZNDB_BATCH_MAX. Their texts must be such as a line can hold. */
+/* Returns the text of changes, 1 to kBatchChangesMax. Their texts must be such as a line can hold. */
 std::string format_batch(const std::vector<JournalRecord> &changes);
 
 /*

@@ -23,6 +23,9 @@ inline constexpr char kPermFile[] = "/m_data/usr_permanent/db/perm_data.txt";
 inline constexpr char kDefaultsFile[] = "/m_webui/usr/db/default_data.txt";
 inline constexpr char kFactoryFile[] = "/m_data/factor/factor_data.txt";
 
+/* The way back from settings that are not confirmed, and, with a dot and a number, copies of other files. */
+inline constexpr char kWayBackFile[] = "/m_data/usr/db/way_back.txt";
+
 /* On tmpfs: outlives the service, not the power. */
 inline constexpr char kJournalFolder[] = "/tmp/m_tmp/zndb";
 inline constexpr char kPlainJournal[] = "/tmp/m_tmp/zndb/journal.plain";

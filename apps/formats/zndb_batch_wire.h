@@ -22,6 +22,7 @@ class ZndbBatchItems {
     const ZndbItem *end() const { return items_.data() + count_; }
     size_t size() const { return count_; }
     const ZndbItem &operator[](size_t index) const { return items_[index]; }
+    ZndbItemSpan span() const { return {items_.data(), count_}; }
 
     /* Returns false if there are ZNDB_BATCH_MAX items. */
     bool add(const ZndbItem &item);

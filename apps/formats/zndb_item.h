@@ -27,6 +27,17 @@ struct ZndbItem {
     std::string_view value; /* at most 1023 bytes; kSet and kExpect only */
 };
 
+/* Items in a row, borrowed. */
+struct ZndbItemSpan {
+    const ZndbItem *first;
+    size_t count;
+
+    const ZndbItem *begin() const { return first; }
+    const ZndbItem *end() const { return first + count; }
+    size_t size() const { return count; }
+    const ZndbItem &operator[](size_t index) const { return first[index]; }
+};
+
 /* The bytes before the texts. */
 struct zndb_item_head {
     uint8_t kind;

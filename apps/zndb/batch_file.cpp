@@ -1,8 +1,10 @@
 #include "batch_file.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 
 #include "formats/batch_text.h"
@@ -22,7 +24,12 @@ int BatchFile::open(int flags) {
 
 /* A text with one byte more than a batch can have is not a batch. */
 int BatchFile::read(std::string &text) const {
-    text.resize(kBatchTextMax + 1);
+    struct stat found = {};
+    if (::fstat(fd_.get(), &found) != 0) {
+        return errno;
+    }
+    text.resize(static_cast<size_t>(std::min<uint64_t>(static_cast<uint64_t>(found.st_size), kBatchTextMax)) +
+                1);
     size_t count = 0;
     if (!file_io::read_up_to(fd_.get(), text.data(), text.size(), &count)) {
         return errno;

@@ -19,6 +19,7 @@
 #include "change_observer.h"
 #include "formats/journal_record.h"
 #include "formats/store_values.h"
+#include "formats/way_back_text.h"
 #include "formats/zndb_batch_wire.h"
 #include "formats/zndb_list_wire.h"
 #include "formats/zndb_wire.h"
@@ -79,7 +80,29 @@ class Database {
      * Returns 0; E_APPS_ERR_ZNDB_AVL if an expectation does not hold; otherwise as set.
      * answer: receives the verdict, and the item that decided it.
      */
-    apps_err_e_type apply_batch(const ZndbBatchItems &items, BatchAnswer &answer);
+    apps_err_e_type apply_batch(ZndbItemSpan items, BatchAnswer &answer);
+    apps_err_e_type apply_batch(const ZndbBatchItems &items, BatchAnswer &answer) {
+        return apply_batch(items.span(), answer);
+    }
+
+    /*
+     * The same, but changes nothing.
+     * changes: receives what the batch would change, with the values that are there now.
+     */
+    apps_err_e_type preview_batch(ZndbItemSpan items, BatchAnswer &answer, std::vector<KeyChange> &changes);
+
+    /* Copies the values of a store. Returns 0, or the result of opening its journal. */
+    apps_err_e_type copy_values(StoreId id, StoreValues &values);
+
+    /* Makes the changes that lead back, as one batch; as set, without a check of the room. */
+    apps_err_e_type put_back(const WayBack &way_back);
+
+    /*
+     * Makes all stores what their files are, as one batch. dropped: receives the number of keys that
+     * differed. Returns 0, the value of result_of_errno, or E_APPS_ERR_ZNDB_OTHER if a file is unreadable or
+     * gone; then nothing has changed.
+     */
+    apps_err_e_type undo_unsaved(uint32_t &dropped);
 
     /*
      * Adds the keys of a list to a page, in the order of their bytes, until it is full. Returns 0.
@@ -113,9 +136,10 @@ class Database {
 
     /*
      * Writes every file whose store has changed, before a reboot or power-off. Does not save settings that
-     * last until the reboot. Tries all files; returns the first failure.
+     * last until the reboot. Tries all files; returns the first failure. each: receives the result of each
+     * store, in the order of StoreId; may be null.
      */
-    apps_err_e_type save_before_power_off();
+    apps_err_e_type save_before_power_off(apps_err_e_type *each = nullptr);
 
   private:
     enum class FileState {
@@ -197,14 +221,20 @@ class Database {
     int settle_batch();
     int recover_batch(const std::vector<JournalRecord> &records);
     bool is_change(const JournalRecord &record) const;
-    std::vector<JournalRecord> changes_of(const ZndbBatchItems &items) const;
+    std::vector<JournalRecord> changes_of(ZndbItemSpan items) const;
     bool has_room_for_all(StoreId id, const std::vector<JournalRecord> &records) const;
     apps_err_e_type check_room(const std::vector<JournalRecord> &records) const;
     std::vector<const JournalRecord *> new_changes(const std::vector<JournalRecord> &records) const;
     bool share_allows(const std::vector<const JournalRecord *> &records, const SentBy &by);
     apps_err_e_type change_all_in_share(const std::vector<JournalRecord> &records, BatchAnswer &answer);
-    uint32_t conflict_of(const ZndbBatchItems &items) const;
-    apps_err_e_type open_journals_of_all(const ZndbBatchItems &items);
+    uint32_t conflict_of(ZndbItemSpan items) const;
+    apps_err_e_type open_journals_of_all(ZndbItemSpan items);
+    /* All checks of a batch. changes: receives what it changes; their texts point into the items. */
+    apps_err_e_type check_batch(ZndbItemSpan items, BatchAnswer &answer, std::vector<JournalRecord> &changes);
+    apps_err_e_type open_all_journals();
+    static bool has_lost_file(const Held &held, const Store &saved);
+    static apps_err_e_type read_saved(const Held &held, Store &saved);
+    static void note_undone(Held &held);
     static void look_for_file(Held &held);
     static Snapshot snapshot_of(const Held &held);
     /* The save of a store, if there is something to save. opened: the result of opening its journal. */

@@ -6,7 +6,9 @@
  * all.
  */
 #include <algorithm>
+#include <numeric>
 #include <string>
+#include <tuple>
 
 #include "database.h"
 #include "database_steps.h"
@@ -32,14 +34,24 @@ bool is_same_key(const JournalRecord &record, const JournalRecord &other) {
     return record.store == other.store && record.key == other.key;
 }
 
-/* Adds a change in front of those after it, unless one of them is of the same key. */
-void add_earlier(const JournalRecord &record, std::vector<JournalRecord> &later) {
-    const bool is_outdated = std::any_of(later.begin(), later.end(), [&record](const JournalRecord &other) {
-        return is_same_key(record, other);
+/* Of several changes of a key, leaves the last one. Keeps the order of the others. */
+void drop_outdated(std::vector<JournalRecord> &changes) {
+    std::vector<size_t> order(changes.size());
+    std::iota(order.begin(), order.end(), size_t{0});
+    std::sort(order.begin(), order.end(), [&changes](size_t one, size_t other) {
+        const JournalRecord &first = changes[one];
+        const JournalRecord &second = changes[other];
+        return std::tie(first.store, first.key, other) < std::tie(second.store, second.key, one);
     });
-    if (!is_outdated) {
-        later.push_back(record);
+    const auto end = std::unique(order.begin(), order.end(), [&changes](size_t one, size_t other) {
+        return is_same_key(changes[one], changes[other]);
+    });
+    std::sort(order.begin(), end);
+    size_t kept = 0;
+    for (auto each = order.begin(); each != end; ++each) {
+        changes[kept++] = changes[*each];
     }
+    changes.resize(kept);
 }
 
 bool holds(const ZndbItem &expectation, const std::string *value) {
@@ -62,7 +74,7 @@ std::string lines_of(StoreId id, const std::vector<JournalRecord> &records) {
 
 /* Returns the first item for which find is true, or kNoItem. */
 template <typename Find>
-uint32_t find_item(const ZndbBatchItems &items, const Find &find) {
+uint32_t find_item(ZndbItemSpan items, const Find &find) {
     const ZndbItem *found = std::find_if(items.begin(), items.end(), find);
     return found != items.end() ? static_cast<uint32_t>(found - items.begin()) : kNoItem;
 }
@@ -77,15 +89,15 @@ bool Database::is_change(const JournalRecord &record) const {
     return !is_there || file_may_differ(record.store, record.key);
 }
 
-std::vector<JournalRecord> Database::changes_of(const ZndbBatchItems &items) const {
+std::vector<JournalRecord> Database::changes_of(ZndbItemSpan items) const {
     std::vector<JournalRecord> changes;
     changes.reserve(items.size());
-    for (size_t i = items.size(); i > 0; --i) {
-        if (!is_expectation(items[i - 1])) {
-            add_earlier(record_of(items[i - 1]), changes);
+    for (const ZndbItem &item : items) {
+        if (!is_expectation(item)) {
+            changes.push_back(record_of(item));
         }
     }
-    std::reverse(changes.begin(), changes.end());
+    drop_outdated(changes);
     changes.erase(std::remove_if(changes.begin(), changes.end(),
                                  [this](const JournalRecord &record) { return !is_change(record); }),
                   changes.end());
@@ -238,7 +250,7 @@ apps_err_e_type Database::change_all(const std::vector<JournalRecord> &records) 
     return E_APPS_ERR_SUCCESS;
 }
 
-apps_err_e_type Database::open_journals_of_all(const ZndbBatchItems &items) {
+apps_err_e_type Database::open_journals_of_all(ZndbItemSpan items) {
     for (const ZndbItem &item : items) {
         const apps_err_e_type result = open_journal(item.store);
         if (result != E_APPS_ERR_SUCCESS) {
@@ -249,16 +261,16 @@ apps_err_e_type Database::open_journals_of_all(const ZndbBatchItems &items) {
 }
 
 /* Returns the first expectation that does not hold, or kNoItem. */
-uint32_t Database::conflict_of(const ZndbBatchItems &items) const {
+uint32_t Database::conflict_of(ZndbItemSpan items) const {
     return find_item(items, [this](const ZndbItem &item) {
         return is_expectation(item) && !holds(item, store(item.store).find(item.key));
     });
 }
 
-apps_err_e_type Database::apply_batch(const ZndbBatchItems &items, BatchAnswer &answer) {
-    const Lock lock(mutex_);
+apps_err_e_type Database::check_batch(ZndbItemSpan items, BatchAnswer &answer,
+                                      std::vector<JournalRecord> &changes) {
     answer = {E_ZNDB_RET_FAILURE, find_item(items, has_bad_text)};
-    apps_err_e_type result = answer.item != kNoItem ? E_APPS_ERR_ZNDB_ARG : open_journals_of_all(items);
+    const apps_err_e_type result = answer.item != kNoItem ? E_APPS_ERR_ZNDB_ARG : open_journals_of_all(items);
     if (result != E_APPS_ERR_SUCCESS) {
         return result;
     }
@@ -268,8 +280,13 @@ apps_err_e_type Database::apply_batch(const ZndbBatchItems &items, BatchAnswer &
         answer = {E_ZNDB_RET_CONFLICT, conflict};
         return E_APPS_ERR_ZNDB_AVL;
     }
+    changes = changes_of(items);
+    return check_room(changes);
+}
 
-    const std::vector<JournalRecord> changes = changes_of(items);
-    result = check_room(changes);
+apps_err_e_type Database::apply_batch(ZndbItemSpan items, BatchAnswer &answer) {
+    const Lock lock(mutex_);
+    std::vector<JournalRecord> changes;
+    const apps_err_e_type result = check_batch(items, answer, changes);
     return result == E_APPS_ERR_SUCCESS ? change_all_in_share(changes, answer) : result;
 }

@@ -171,13 +171,16 @@ Database::Snapshots Database::begin_last_save() {
     return taken;
 }
 
-apps_err_e_type Database::save_before_power_off() {
+apps_err_e_type Database::save_before_power_off(apps_err_e_type *each) {
     const Lock one_at_a_time(saving_);
     Snapshots taken = begin_last_save();
     apps_err_e_type first_failure = E_APPS_ERR_SUCCESS;
     for (const StoreId id : kStoreIds) {
         const apps_err_e_type result = finish_save(id, of(taken, id));
         first_failure = first_failure != E_APPS_ERR_SUCCESS ? first_failure : result;
+        if (each != nullptr) {
+            each[static_cast<size_t>(id)] = result;
+        }
     }
     return first_failure;
 }

@@ -83,7 +83,7 @@ apps_err_e_type answer_reset(Database &database, StoreId, const ZndbMessage &mes
 }
 
 /* The first change of the overlay, or kNoItem. An expectation only reads. */
-uint32_t factory_change_in(const ZndbBatchItems &items) {
+uint32_t factory_change_in(ZndbItemSpan items) {
     for (size_t i = 0; i < items.size(); ++i) {
         if (items[i].store == StoreId::kFactory &&
             (items[i].kind == ItemKind::kSet || items[i].kind == ItemKind::kDelete)) {
@@ -95,9 +95,9 @@ uint32_t factory_change_in(const ZndbBatchItems &items) {
 
 apps_err_e_type apply_if_allowed(Database &database, const ZndbMessage &message, const ZndbBatchItems &items,
                                  BatchAnswer &answer) {
-    const uint32_t change = factory_change_in(items);
-    if (change != kNoItem && is_refused_factory(StoreId::kFactory, message)) {
-        answer = {E_ZNDB_RET_REFUSED, change};
+    const uint32_t refused = refused_factory_change(items.span(), message);
+    if (refused != kNoItem) {
+        answer = {E_ZNDB_RET_REFUSED, refused};
         return E_APPS_ERR_ZNDB_READ_ONLY;
     }
     return database.apply_batch(items, answer);
@@ -155,6 +155,11 @@ constexpr Row kRows[] = {
 };
 
 }  // namespace
+
+uint32_t refused_factory_change(ZndbItemSpan items, const ZndbMessage &message) {
+    const uint32_t change = factory_change_in(items);
+    return change != kNoItem && is_refused_factory(StoreId::kFactory, message) ? change : kNoItem;
+}
 
 apps_err_e_type zndb_handle(Database &database, const ZndbMessage &message) {
     for (const Row &row : kRows) {

@@ -31,3 +31,6 @@ struct ZndbMessage {
  * of the plain and the perm store, if it has room for both.
  */
 apps_err_e_type zndb_handle(Database &database, const ZndbMessage &message);
+
+/* The first change of the factory overlay that the message may not make, or kNoItem. Logs a refusal. */
+uint32_t refused_factory_change(ZndbItemSpan items, const ZndbMessage &message);

@@ -2,12 +2,14 @@
  * The module zndb: the configuration database as a process.
  */
 #include <atomic>
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <mutex>
 #include <optional>
 #include <string>
 
+#include "apply_handler.h"
 #include "database.h"
 #include "factory_access.h"
 #include "formats/device_paths.h"
@@ -25,12 +27,11 @@
 #include "shares.h"
 #include "view_access.h"
 #include "view_file.h"
-#include "zndb_handler.h"
 #include "zndb_words.h"
 
 namespace {
 
-constexpr uint32_t kLookPauseMs = 10000;
+constexpr auto kLookPause = std::chrono::seconds(10);
 
 /* The lock and the socket of this process. Created after these files exist; never freed, like the database.
  */
@@ -74,6 +75,16 @@ Database &database() {
         return made;
     }();
     return *loaded;
+}
+
+/* As the database: before the first answer, what was not confirmed is reverted. */
+Trial &trial() {
+    static Trial *const recovered = [] {
+        auto *made = new Trial(database());
+        made->recover();
+        return made;
+    }();
+    return *recovered;
 }
 
 /*
@@ -129,21 +140,24 @@ void report_end() {
     std::exit(EXIT_FAILURE);  // NOLINT(concurrency-mt-unsafe): only one thread reaches this
 }
 
-/* Checks regularly, since a database that has lost its socket receives no more requests; and those who watch
- * wait for a view that could not be written. */
-[[noreturn]] void watch_own_files() {
+/*
+ * Checks regularly, since a database that has lost its socket receives no more requests; and those who watch
+ * wait for a view that could not be written. Reverts in time what was not confirmed.
+ */
+[[noreturn]] void watch() {
     for (;;) {
-        frwk_sleep(kLookPauseMs);
+        trial().wait(kLookPause);
         if (is_superseded()) {
             end_superseded();
         }
+        trial().act_if_due();
         database().retry_observer();
     }
 }
 
 void *run_beside(void *) {
     publish_damage();
-    watch_own_files();
+    watch();
 }
 
 apps_err_e_type answer_message(uint32_t src, apps_message_id_e_type msgid, const void *data, int32_t data_len,
@@ -151,7 +165,7 @@ apps_err_e_type answer_message(uint32_t src, apps_message_id_e_type msgid, const
     if (is_worth_a_look(msgid) && is_superseded()) {
         end_superseded();
     }
-    return zndb_handle(database(), {src, msgid, data, data_len, rsp, rsp_size, may_write_overlay});
+    return zndb_handle(database(), trial(), {src, msgid, data, data_len, rsp, rsp_size, may_write_overlay});
 }
 
 /* After these messages the device's RAM is lost. A reset is not one of them: it discards the user's settings.
@@ -188,9 +202,11 @@ int main(int argc, char **argv) {
     handle_saves_apart();
     frwk_module_init(E_APPS_MODULE_ZNDB, before_exit);
     g_s_own_files = new OwnFiles({paths::kZndbLock, paths::kZndbSocket});
-    (void)database();
+    (void)trial();
     os_thread_t watcher = 0;
-    (void)os_thread_create(&watcher, nullptr, run_beside, nullptr); /* after a failure only requests check */
+    if (os_thread_create(&watcher, nullptr, run_beside, nullptr) != 0) {
+        trial().declare_unwatched(); /* now only requests check */
+    }
     g_s_manager = new ServiceManager;
     start_health_report(*g_s_manager);
     frwk_ipc_service(answer_message);

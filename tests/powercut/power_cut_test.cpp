@@ -20,6 +20,7 @@
 #include "support/key_files.h"
 #include "support/random_bytes.h"
 #include "support/wait_until.h"
+#include "trial.h"
 #include "zndb.h"
 
 namespace powercut {
@@ -126,6 +127,70 @@ PowerCut replacing_the_previous_file() {
         return read_store(StoreId::kPlain);
     };
     return third;
+}
+
+/* ---- Settings on trial ---- */
+
+/* Asks as a client does. Returns the number of a new stage. */
+uint32_t ask(Trial &trial, ApplyAction action, uint32_t number = 0, const std::string &page = "",
+             size_t count = 0) {
+    ApplyAnswer answer = {};
+    const uint32_t seconds = action == ApplyAction::kCommit ? 3600 : 0;
+    EXPECT_EQ(0, trial.handle({action, number, seconds, page.data(), page.size(), count}, answer));
+    return answer.number;
+}
+
+/* Changes all values; somebody saves meanwhile. */
+void try_new_values(Database &database, Trial &trial) {
+    const uint32_t number = ask(trial, ApplyAction::kBegin);
+    for (int i = 0; i < 12; ++i) {
+        const std::string key = "key" + std::to_string(i);
+        const std::string value(900, 'n');
+        const ZndbItem item = {ItemKind::kSet, StoreId::kPlain, key, value};
+        std::string page(item_size(item), '\0');
+        write_item(page.data(), item);
+        (void)ask(trial, ApplyAction::kAdd, number, page, 1);
+    }
+    (void)ask(trial, ApplyAction::kCommit, number);
+    EXPECT_EQ(0, database.save());
+}
+
+/* A start reverts what was not confirmed, and saves. What others have saved stays. */
+std::string read_after_trial() {
+    std::string other = ", others saved";
+    {
+        std::filesystem::remove_all(kJournalFolder);
+        Database database;
+        database.load();
+        Trial(database).recover();
+        char value[ZNDB_VALUE_LEN] = "";
+        other = database.get(StoreId::kPlain, "other", value, sizeof(value)) == 0 ? other : "";
+    }
+    const bool is_settled = !std::filesystem::exists(paths::kWayBackFile);
+    return read_store(StoreId::kPlain) + other + (is_settled ? "" : ", unsettled");
+}
+
+/* then: what is asked after the new values are on the disk. */
+PowerCut trying(const char *name, ApplyAction then, const std::set<std::string> &also = {}) {
+    PowerCut trial = saving(name, StoreId::kPlain, paths::kPlainFile);
+    trial.prepare = [] {
+        std::filesystem::remove_all(kJournalFolder);
+        std::filesystem::remove_all(std::filesystem::path(paths::kPlainFile).parent_path());
+        put_text(paths::kPlainFile, saved_file(lines_with("o"), 1));
+    };
+    trial.call = [then] {
+        Database database;
+        database.load();
+        Trial on_trial(database);
+        on_trial.recover();
+        try_new_values(database, on_trial);
+        (void)ask(on_trial, then);
+        EXPECT_EQ(0, database.set(StoreId::kPlain, "other", "1"));
+        EXPECT_EQ(0, database.save());
+    };
+    trial.read = read_after_trial;
+    trial.also = also;
+    return trial;
 }
 
 PowerCut first_saving() {
@@ -446,6 +511,12 @@ TEST_F(PowerCuts, LeaveTheDatabaseOldOrNew) {
     check_power_cuts(first_saving());
     check_power_cuts(first_saving_after_a_kill());
     check_power_cuts(saving_after_a_kill());
+}
+
+TEST_F(PowerCuts, LeaveSettingsOnTrialOldUnlessTheyAreConfirmed) {
+    check_power_cuts(trying("settings that nobody confirms", ApplyAction::kStatus));
+    check_power_cuts(trying("settings that are confirmed", ApplyAction::kConfirm, {std::string(12, 'n')}));
+    check_power_cuts(trying("settings that are reverted", ApplyAction::kRevert));
 }
 
 TEST_F(PowerCuts, LeaveAFileEncipheredOrNot) {

@@ -75,3 +75,10 @@ RequestOutcome list_store_within(std::chrono::milliseconds limit, StoreId store,
         },
         {store, listed, prefix, {}}, listing);
 }
+
+RequestOutcome look_for_key(StoreId store, const std::string &key, bool *has_key) {
+    StoreListing listing;
+    const RequestOutcome outcome = list_store(store, Listed::kValues, key, &listing);
+    *has_key = !listing.settings.empty() && listing.settings.front().key == key;
+    return outcome;
+}

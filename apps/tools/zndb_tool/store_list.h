@@ -32,3 +32,6 @@ RequestOutcome list_store(StoreId store, Listed listed, const std::string &prefi
 /* The same with a limit for each page; after it the outcome is E_APPS_ERR_TIMEOUT, not delivered. */
 RequestOutcome list_store_within(std::chrono::milliseconds limit, StoreId store, Listed listed,
                                  const std::string &prefix, StoreListing *listing);
+
+/* Whether the store itself has a key of at most 31 characters. has_key: set on success. */
+RequestOutcome look_for_key(StoreId store, const std::string &key, bool *has_key);

@@ -5,9 +5,11 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdio>
 #include <cstdlib>
 #include <string>
 
+#include "cli/code_hint.h"
 #include "cli/command_line_tool.h"
 #include "cli/complaint.h"
 #include "cli/request_outcome.h"
@@ -23,10 +25,12 @@
 #include "support/unique_fd.h"
 #include "zndb.h"
 #include "zndb_tool/restore_advice.h"
+#include "zndb_tool/store_apply.h"
 #include "zndb_tool/store_content.h"
 #include "zndb_tool/store_files.h"
 #include "zndb_tool/store_request.h"
 #include "zndb_tool/store_saving.h"
+#include "zndb_tool/trial_words.h"
 #include "zndb_tool/zndb_options.h"
 
 namespace {
@@ -147,6 +151,51 @@ ExitCode save_before_restore(const std::string &file) {
                           "; nothing has changed");
 }
 
+/*
+ * Has the database keep the present configuration. Without a time limit a restore goes on where that is
+ * impossible, as on a full disk, but not while something else awaits confirmation.
+ */
+ExitCode keep_configuration(const ZndbOptions &options, bool *is_kept) {
+    const ApplyOutcome outcome = control_apply(ApplyAction::kKeep, options.confirm_within);
+    *is_kept = outcome.request.done();
+    const bool is_refused = options.confirm_within > 0 || outcome.request.result == E_APPS_ERR_BUSY;
+    if (*is_kept || is_refused || !outcome.request.delivered()) {
+        return report_store_outcome(outcome.request, "restore of " + options.file, keep_hint(outcome));
+    }
+    const apps_err_e_type result = outcome.request.result;
+    const std::string hint = keep_hint(outcome);
+    return complain(ExitCode::kDone, "warning: the present configuration can't be kept: " +
+                                         code_text(result) + (hint.empty() ? code_hint(result) : hint));
+}
+
+/* A restore that changed nothing leaves nothing to go back to. */
+void forget_configuration(const ZndbOptions &options) {
+    (void)control_apply(options.confirm_within > 0 ? ApplyAction::kRevert : ApplyAction::kConfirm);
+}
+
+/* After a failure that a time limit was given for, the configuration from before is back at once. */
+ExitCode revert_restore(const ZndbOptions &options, apps_err_e_type ret) {
+    const ApplyOutcome outcome = control_apply(ApplyAction::kRevert);
+    return complain(ExitCode::kRefused,
+                    "restore of " + options.file + " failed: " + code_text(ret) +
+                        (outcome.request.done() ? "; the configuration from before is back"
+                                                : "; the configuration from before comes back later: " +
+                                                      code_text(outcome.request.result)));
+}
+
+ExitCode finish_restore(const ZndbOptions &options) {
+    if (options.confirm_within == 0) {
+        return ExitCode::kDone;
+    }
+    const ApplyOutcome outcome = control_apply(ApplyAction::kRestored);
+    const ExitCode code =
+        report_store_outcome(outcome.request, "restore of " + options.file, keep_hint(outcome));
+    if (code == ExitCode::kDone) {
+        (void)std::puts(restore_notice(options.confirm_within).c_str());
+    }
+    return code;
+}
+
 /* Creates a copy that only its owner can read. path: receives its name. Returns "" or the problem. */
 std::string copy_privately(const std::string &from, std::string *path) {
     std::string name = std::string(paths::kTempFolder) + kCopyName;
@@ -214,6 +263,27 @@ ExitCode back_up(const ZndbOptions &options) {
     return ExitCode::kDone;
 }
 
+ExitCode replace_configuration(const ZndbOptions &options, const std::string &copy, bool is_kept) {
+    const std::string product = product_name();
+    const Settings before;
+    if (product_is_a_setting()) {
+        (void)complain(ExitCode::kDone, product_warning(product));
+    }
+    const apps_err_e_type ret = frwk_dbrm_restore(copy.c_str());
+    if (ret == E_APPS_ERR_SUCCESS) {
+        return finish_restore(options);
+    }
+    RestoreFacts facts = facts_after(options.file, copy, product, before);
+    facts.lacks_space = ret == E_APPS_ERR_NOSPACE || ret == E_APPS_ERR_MALLOC;
+    const bool changed_nothing = facts.was_refused && !facts.has_changed;
+    if (is_kept && changed_nothing) {
+        forget_configuration(options);
+    } else if (is_kept && options.confirm_within > 0) {
+        return revert_restore(options, ret);
+    }
+    return complain_about_restore(ret, facts);
+}
+
 /* The file is kept: the library consumes a copy. */
 ExitCode restore(const ZndbOptions &options) {
     ExitCode code = check_database("restore");
@@ -232,18 +302,9 @@ ExitCode restore(const ZndbOptions &options) {
         return code;
     }
 
-    const std::string product = product_name();
-    const Settings before;
-    if (product_is_a_setting()) {
-        (void)complain(code, product_warning(product));
-    }
-    const apps_err_e_type ret = frwk_dbrm_restore(copy.path().c_str());
-    if (ret == E_APPS_ERR_SUCCESS) {
-        return code;
-    }
-    RestoreFacts facts = facts_after(options.file, copy.path(), product, before);
-    facts.lacks_space = ret == E_APPS_ERR_NOSPACE || ret == E_APPS_ERR_MALLOC;
-    return complain_about_restore(ret, facts);
+    bool is_kept = false;
+    code = keep_configuration(options, &is_kept);
+    return code == ExitCode::kDone ? replace_configuration(options, copy.path(), is_kept) : code;
 }
 
 // ---- the command line ----
@@ -260,8 +321,11 @@ void declare(CommandLineTool &tool) {
         .excludes("--save");
 
     Command restored = tool.add("restore", "Replace the user configuration with a backup",
-                                "zndb_tool restore /tmp/router.bak\n", g_options.runs(restore));
+                                "zndb_tool restore /tmp/router.bak\n"
+                                "zndb_tool restore --confirm-within 300 /tmp/router.bak\n",
+                                g_options.runs(restore));
     restored.add("FILE", g_options.file, "The backup, of this device or one of its kind").required();
+    g_options.add_confirm_within(restored, "Seconds until it is reverted unless confirmed");
 }
 
 const CommandGroup kCommands(3, declare);

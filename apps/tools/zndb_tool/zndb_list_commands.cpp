@@ -4,12 +4,11 @@
 #include <cstdio>
 
 #include "cli/command_line_tool.h"
-#include "cli/complaint.h"
-#include "device/text_file.h"
 #include "output/json_output.h"
 #include "output/terminal.h"
 #include "zndb_tool/entry_output.h"
 #include "zndb_tool/key_pattern.h"
+#include "zndb_tool/store_difference.h"
 #include "zndb_tool/store_list.h"
 #include "zndb_tool/store_saving.h"
 #include "zndb_tool/zndb_options.h"
@@ -18,10 +17,6 @@ namespace {
 
 /* In the order of StoreId. */
 constexpr const char *kStoreNames[] = {"plain", "perm", "factory"};
-
-StoreId chosen_store(const ZndbOptions &options) {
-    return options.perm ? StoreId::kPerm : options.factory ? StoreId::kFactory : StoreId::kPlain;
-}
 
 void print_line(const std::string &line) {
     (void)std::puts(shown_text(Stream::kOutput, line).c_str());
@@ -90,60 +85,16 @@ ExitCode list_changes(const ZndbOptions &) {
 
 // ---- diff ----
 
-/* The settings of the file; of a key that is there twice, the last one counts. */
-ExitCode read_entries(const std::string &file, Entries *entries) {
-    std::string text;
-    const std::string problem = read_text_file(file, &text);
-    if (!problem.empty()) {
-        return complain(ExitCode::kUsage, problem);
-    }
-    ExitCode code = ExitCode::kDone;
-    for (const EntryLine &line : parse_entry_lines(text)) {
-        if (!line.problem.empty()) {
-            code = complain(ExitCode::kUsage, file + ":" + std::to_string(line.number) + ": " + line.problem);
-        }
-        (*entries)[line.key] = line.value;
-    }
-    return code;
-}
-
-/* One line for what is there, one for what the file has. */
-void print_difference(const Entries &present, const std::string &key, const std::string &value) {
-    const auto found = present.find(key);
-    if (found != present.end() && found->second == value) {
-        return;
-    }
-    if (found != present.end()) {
-        print_line("-" + key + "=" + found->second);
-    }
-    print_line("+" + key + "=" + value);
-}
-
 ExitCode show_difference(const ZndbOptions &options) {
-    Entries wanted;
-    ExitCode code = read_entries(options.file, &wanted);
-    if (code != ExitCode::kDone) {
-        return code;
-    }
-    Entries present;
-    code = read_matching(options, &present);
-    if (code == ExitCode::kDone) {
-        for (const auto &[key, value] : wanted) {
-            print_difference(present, key, value);
-        }
-    }
+    std::vector<SettingDifference> differences;
+    const ExitCode code = find_differences(options, &differences);
+    print_differences(differences);
     return code;
 }
 
 // ---- the command line ----
 
 ZndbOptions g_options;  // NOLINT(cert-err58-cpp): nothing here needs memory, so nothing throws
-
-void add_stores(const Command &command) {
-    g_options.add_store(command, false);
-    command.flag("--factory", g_options.factory, "The factory overlay, without the defaults of the image")
-        .excludes("--perm");
-}
 
 void declare(CommandLineTool &tool) {
     Command list = tool.add("list", "Print the settings of a store, without their defaults",
@@ -152,7 +103,7 @@ void declare(CommandLineTool &tool) {
                             "zndb_tool list --perm --json\n",
                             g_options.runs(list_settings));
     list.add("PATTERN", g_options.pattern, "Of the keys, with * and ?; without them, the keys' beginning");
-    add_stores(list);
+    g_options.add_own_store(list);
     g_options.add_json(list);
 
     tool.add("changes", "Print what is not saved yet", "zndb_tool changes\n", g_options.runs(list_changes));
@@ -160,7 +111,7 @@ void declare(CommandLineTool &tool) {
     Command diff = tool.add("diff", "Print the settings of a file that a store has otherwise or lacks",
                             "zndb_tool diff settings.txt\n", g_options.runs(show_difference));
     diff.add("FILE", g_options.file, "Lines of key=value, - for standard input").required();
-    add_stores(diff);
+    g_options.add_own_store(diff);
 }
 
 const CommandGroup kCommands(4, declare);

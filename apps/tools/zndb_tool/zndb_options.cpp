@@ -1,6 +1,7 @@
 #include "zndb_tool/zndb_options.h"
 
 #include "device/module_identity.h"
+#include "formats/zndb_apply_wire.h"
 #include "frwk_module.h"
 #include "zndb_tool/typed_word.h"
 
@@ -14,6 +15,16 @@ void ZndbOptions::add_store(const Command &command, bool with_defaults) {
         command.flag("--default", defaults, "The defaults; changes go to the factory overlay")
             .excludes("--perm");
     }
+}
+
+void ZndbOptions::add_own_store(const Command &command) {
+    add_store(command, false);
+    command.flag("--factory", factory, "The factory overlay, without the defaults of the image")
+        .excludes("--perm");
+}
+
+void ZndbOptions::add_confirm_within(const Command &command, const char *purpose) {
+    command.add("--confirm-within", confirm_within, purpose).value("SECONDS").within(1, kConfirmSecondsMax);
 }
 
 void ZndbOptions::add_value_form(const Command &command) {

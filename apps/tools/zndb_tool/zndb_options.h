@@ -27,11 +27,16 @@ struct ZndbOptions {
     bool save = false;
     bool no_save = false; /* only for backup, which saves by default */
     bool ram = false;
-    bool yes = false; /* don't ask */
+    bool yes = false;            /* don't ask */
+    uint32_t confirm_within = 0; /* in seconds */
+    bool origin = false;
+    bool restored = false; /* what was kept before a restore */
 
     /* What several commands take. */
     void add_keys(const Command &command);
     void add_store(const Command &command, bool with_defaults);
+    void add_own_store(const Command &command); /* without fallback: also the factory overlay alone */
+    void add_confirm_within(const Command &command, const char *purpose);
     void add_value_form(const Command &command);
     void add_json(const Command &command);
     void add_save(const Command &command);

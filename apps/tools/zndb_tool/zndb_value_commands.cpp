@@ -16,6 +16,7 @@
 #include "zndb_tool/entry_lines.h"
 #include "zndb_tool/entry_output.h"
 #include "zndb_tool/store_content.h"
+#include "zndb_tool/store_list.h"
 #include "zndb_tool/store_saving.h"
 #include "zndb_tool/typed_word.h"
 #include "zndb_tool/value_list.h"
@@ -83,6 +84,27 @@ ExitCode pick_item(const ZndbOptions &options, const std::string &key, Words *it
         return complain(ExitCode::kRefused, "'" + key + "' has " + std::to_string(items->size()) + " items");
     }
     *items = {(*items)[options.item - 1]};
+    return ExitCode::kDone;
+}
+
+/* The name of the store that answers a get of the key, which was found. */
+ExitCode find_origin(const ZndbOptions &options, const std::string &key, std::string *origin) {
+    if (options.perm) {
+        *origin = "perm";
+        return ExitCode::kDone;
+    }
+    for (const StoreId id : {StoreId::kPlain, StoreId::kFactory}) {
+        if (id == StoreId::kPlain && options.defaults) {
+            continue;
+        }
+        bool has_key = false;
+        const RequestOutcome outcome = look_for_key(id, key, &has_key);
+        if (!outcome.done() || has_key) {
+            *origin = id == StoreId::kPlain ? "plain" : "factory";
+            return report_store_outcome(outcome, quoted("get the origin of", key));
+        }
+    }
+    *origin = "default";
     return ExitCode::kDone;
 }
 
@@ -200,6 +222,30 @@ ExitCode delete_key(const ZndbOptions &options, const std::string &key) {
     return report_store_outcome(outcome, quoted("del", key), key_hint(options.store(), key, outcome.result));
 }
 
+/* Prints or adds one setting. */
+ExitCode put_value(const ZndbOptions &options, const Json &members, const std::string &key,
+                   const Words &words) {
+    std::string origin;
+    const ExitCode code = options.origin ? find_origin(options, key, &origin) : ExitCode::kDone;
+    if (code != ExitCode::kDone) {
+        return code;
+    }
+    if (!options.json) {
+        const std::string store = options.origin ? origin + " " : "";
+        print_words(store + (options.keys.size() > 1 ? key + "=" : ""), words);
+        return code;
+    }
+    Json value = json_of_words(options, words);
+    if (options.origin) {
+        Json both = json_members();
+        add_member(both, "store", json_text(origin));
+        add_member(both, "value", std::move(value));
+        value = std::move(both);
+    }
+    add_member(members, key, std::move(value));
+    return code;
+}
+
 /* Goes on after a failure, so that every wrong key is reported, but not without the database. Returns the
  * worst code. */
 ExitCode for_each_key(const Words &keys, const std::function<ExitCode(const std::string &key)> &act) {
@@ -215,12 +261,7 @@ ExitCode get_values(const ZndbOptions &options) {
     const ExitCode code = for_each_key(options.keys, [&](const std::string &key) {
         Words words;
         const ExitCode read = read_words(options, key, &words);
-        if (read == ExitCode::kDone && options.json) {
-            add_member(members, key, json_of_words(options, words));
-        } else if (read == ExitCode::kDone) {
-            print_words(options.keys.size() > 1 ? key + "=" : "", words);
-        }
-        return read;
+        return read == ExitCode::kDone ? put_value(options, members, key, words) : read;
     });
     if (options.json && (code == ExitCode::kDone || json_object_object_length(members.get()) > 0)) {
         print_json(members);
@@ -263,11 +304,13 @@ void declare(CommandLineTool &tool) {
     Command get = tool.add("get", "Print settings",
                            "zndb_tool get lan_ip\n"
                            "zndb_tool get --type uint --json mtu\n"
-                           "zndb_tool get --list dns_servers\n",
+                           "zndb_tool get --list dns_servers\n"
+                           "zndb_tool get --origin lan_ip\n",
                            g_options.runs(get_values));
     g_options.add_keys(get);
     g_options.add_store(get, true);
     g_options.add_value_form(get);
+    get.flag("--origin", g_options.origin, "Print which store answers, before the value");
     g_options.add_json(get);
 
     Command set = tool.add("set", "Change a setting",

@@ -44,14 +44,17 @@ TEST(BatchText, OfAnotherFormIsDropped) {
     EXPECT_EQ("dropped", parsed("garbage\nP+a=1\n=2\n"));
 }
 
-TEST(BatchText, HasAtMost64LinesOfTheLongestTexts) {
+TEST(BatchText, HasAtMostTheChangesOfThreeStores) {
+    std::vector<JournalRecord> changes(kBatchChangesMax, {StoreId::kPlain, Change::kSet, "k", "v"});
+    const std::string text = format_batch(changes);
+    EXPECT_NE("dropped", parsed(text));
+    changes.push_back(changes[0]);
+    EXPECT_EQ("dropped", parsed(format_batch(changes)));
+}
+
+TEST(BatchText, WithTheLongestTextsIsTheLongestText) {
     const std::string key(31, 'k');
     const std::string value(1023, 'v');
-    const std::vector<JournalRecord> most(64, {StoreId::kPlain, Change::kSet, key, value});
-    const std::string text = format_batch(most);
-    EXPECT_EQ(kBatchTextMax, text.size());
-    EXPECT_NE("dropped", parsed(text));
-    std::vector<JournalRecord> more = most;
-    more.push_back(most[0]);
-    EXPECT_EQ("dropped", parsed(format_batch(more)));
+    const size_t line = format_batch({{StoreId::kPlain, Change::kSet, key, value}}).size() - 3;
+    EXPECT_EQ(kBatchTextMax, kBatchChangesMax * line + 7);
 }

@@ -80,7 +80,9 @@ TEST_F(DatabaseSlowSave, GetsAndSetsAreAnsweredWhileTheDiskSyncs) {
     database_->set(P, "k", "1");
     database_->set(M, "k", "1");
     database_->set(F, "k", "1");
-    for (auto save : {&Database::save_factory, &Database::save_before_power_off}) {
+    const auto last_save = [](Database &database) { return database.save_before_power_off(); };
+    const auto factory_save = [](Database &database) { return database.save_factory(); };
+    for (apps_err_e_type (*save)(Database &) : {+factory_save, +last_save}) {
         during_the_sync([this] {
             for (const StoreId id : kStoreIds) {
                 EXPECT_EQ("1", get(id, "k"));
@@ -94,7 +96,7 @@ TEST_F(DatabaseSlowSave, GetsAndSetsAreAnsweredWhileTheDiskSyncs) {
             EXPECT_EQ(0, database_->list(request, page));
             EXPECT_EQ(0, database_->save_ram());
         });
-        EXPECT_EQ(0, (database_.get()->*save)());
+        EXPECT_EQ(0, save(*database_));
     }
 }
 
