@@ -228,6 +228,7 @@ template <typename Fill>
 int ViewFile::make(size_t keys, size_t records, Fill fill) {
     const size_t size = view::size_for(keys, records);
     serial_ = present_.writer ? present_.writer->serial() : serial_;
+    (void)set_aside_planted((path_ + paths::kTemporarySuffix).c_str(), FolderOwner::kStranger);
     AtomicFile file(AT_FDCWD, path_.c_str());
     Made made;
     /* All memory is taken now: a page that can't be had later would kill the service, or a reader. */
