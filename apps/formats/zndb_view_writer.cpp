@@ -10,10 +10,10 @@ namespace {
 constexpr size_t kPage = 4096;
 
 /* A block has room for changes of so large a part of its records: then they are moved together. */
-constexpr size_t kRoomPart = 8;
+constexpr size_t kRoomPart = 16;
 
 /* Moving is worth it if so large a part of the block is garbage; otherwise the block is too small. */
-constexpr uint32_t kGarbagePart = 16;
+constexpr uint32_t kGarbagePart = 32;
 
 constexpr uint32_t kFirstSequence = 2;
 
@@ -43,7 +43,7 @@ constexpr uint32_t offset_of_form(uint32_t record) {
 
 uint32_t chains_for(size_t keys) {
     uint32_t chains = 16;
-    while (chains < keys - keys / 4) {
+    while (chains < keys / 2) {
         chains *= 2;
     }
     return chains;

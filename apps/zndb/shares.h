@@ -34,7 +34,7 @@ class Shares {
     Shares(Source source, size_t limit) : source_(std::move(source)), limit_(limit) {}
 
     /* Whom the next new changed keys are charged to. */
-    SentBy sender() const { return source_ ? source_() : SentBy{kNobody, 0}; }
+    SentBy sender() const { return source_ && limit_ != 0 ? source_() : SentBy{kNobody, 0}; }
 
     /*
      * Whether a sender may have so many more changed keys in a store. Logs refusals, of a sender one a

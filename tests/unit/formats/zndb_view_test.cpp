@@ -504,12 +504,23 @@ TEST_F(ZndbView, AReaderNeverSeesAHalfChange) {
     }
 }
 
-TEST(ZndbViewSize, IsAtMostThreeTimesThatOfTheTextsOfAThousandKeys) {
-    for (const size_t value : {size_t{10}, size_t{20}, size_t{100}, size_t{1000}}) {
-        const size_t key = 10;
-        const size_t size = view::size_for(1000, 1000 * view::record_size(key, value));
-        EXPECT_LE(size, 3 * 1000 * (key + value)) << value;
-        EXPECT_EQ(0u, size % 4096);
+/* From a thousand keys on, of any length that names have, and with values of a single character too. */
+TEST(ZndbViewSize, IsAtMostThreeTimesThatOfTheTexts) {
+    for (const size_t keys : {1000u, 1025u, 1367u, 1500u, 2049u, 4097u, 8193u, 16384u}) {
+        for (size_t key = 12; key < ZNDB_KEY_LEN; ++key) {
+            for (const size_t value : {1u, 2u, 3u, 5u, 9u, 100u, 1023u}) {
+                const size_t size = view::size_for(keys, keys * view::record_size(key, value));
+                EXPECT_LE(size, 3 * keys * (key + value)) << keys << " " << key << " " << value;
+                EXPECT_EQ(0u, size % 4096);
+            }
+        }
+    }
+}
+
+TEST(ZndbViewSize, IsAtMostThreeTimesThatOfShortKeysWithLongerValues) {
+    for (const size_t value : {10u, 20u, 100u, 1000u}) {
+        EXPECT_LE(view::size_for(1000, 1000 * view::record_size(10, value)), 3 * 1000 * (10 + value))
+            << value;
     }
 }
 

@@ -93,6 +93,17 @@ TEST_F(ModuleLocks, WhereTheKernelDoesNotSayThereIsNone) {
     EXPECT_EQ(0u, modules_of(device.pid()));
 }
 
+TEST_F(ModuleLocks, AFileThatCantBeOpenedMakesNoModule) {
+    const LockHolder device = holder_of("device");
+    doubles::libc::open.stand_in([](const char *, int, mode_t) {
+        errno = EMFILE;
+        return -1;
+    });
+    EXPECT_EQ(0u, modules_of(device.pid()));
+    doubles::libc::open.restore();
+    EXPECT_EQ(module_bit(E_APPS_MODULE_DEVICE), modules_of(device.pid()));
+}
+
 class ModuleLocksByAnotherUser : public ByAnotherUser<ModuleLocks> {};
 
 TEST_F(ModuleLocksByAnotherUser, OfFilesOfTheirsDoNotCount) {
