@@ -3,7 +3,6 @@
 #include <chrono>
 
 #include "cli/complaint.h"
-#include "formats/journal_record.h"
 #include "zndb_tool/store_files.h"
 #include "zndb_tool/store_list.h"
 
@@ -11,13 +10,6 @@ namespace {
 
 /* Somebody waits for the completion of a word, and a database that saves to a slow disk changes nothing. */
 constexpr std::chrono::milliseconds kPatience(1000);
-
-/* The store that can change; the defaults of the image can't. */
-StoreId listed_as(Store store) {
-    return store == Store::kPlain  ? StoreId::kPlain
-           : store == Store::kPerm ? StoreId::kPerm
-                                   : StoreId::kFactory;
-}
 
 /* Whether no database answers, or one that is older than lists. */
 bool cant_list(const RequestOutcome &outcome) {
@@ -42,7 +34,7 @@ std::string take_listing(Store store, const StoreListing &listing, Entries *entr
 std::string read_store(Store store, Entries *entries) {
     StoreListing listing;
     const RequestOutcome outcome =
-        list_store_within(kPatience, listed_as(store), Listed::kValues, "", &listing);
+        list_store_within(kPatience, changeable(store), Listed::kValues, "", &listing);
     if (cant_list(outcome)) {
         return read_store_files(store, entries);
     }

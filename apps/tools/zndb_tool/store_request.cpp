@@ -36,6 +36,11 @@ std::string key_body(const std::string &key) {
 
 }  // namespace
 
+StoreId changeable(Store store) {
+    constexpr StoreId kIds[] = {StoreId::kPlain, StoreId::kPerm, StoreId::kFactory};
+    return kIds[static_cast<size_t>(store)];
+}
+
 RequestOutcome set_in_store(Store store, const std::string &key, const std::string &value) {
     const zndb_kv_t body = set_body({key, value});
     return ask(messages_of(store).set, {reinterpret_cast<const char *>(&body), sizeof(body)});

@@ -7,6 +7,7 @@
 #include <string>
 
 #include "cli/request_outcome.h"
+#include "formats/journal_record.h"
 
 /* kDefault: the defaults with the factory overlay; writes go to the overlay. */
 enum class Store {
@@ -14,6 +15,9 @@ enum class Store {
     kPerm,
     kDefault
 };
+
+/* The store that can change: of the defaults, the overlay. */
+StoreId changeable(Store store);
 
 /* key: at most 31 characters. value: at most 1023. */
 RequestOutcome set_in_store(Store store, const std::string &key, const std::string &value);

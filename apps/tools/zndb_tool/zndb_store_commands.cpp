@@ -8,9 +8,11 @@
 #include "frwk_module.h"
 #include "output/json_output.h"
 #include "zndb_tool/entry_output.h"
+#include "zndb_tool/store_apply.h"
 #include "zndb_tool/store_content.h"
 #include "zndb_tool/store_files.h"
 #include "zndb_tool/store_saving.h"
+#include "zndb_tool/trial_words.h"
 #include "zndb_tool/zndb_options.h"
 
 namespace {
@@ -58,20 +60,43 @@ ExitCode check_lines(const std::string &file, const std::vector<EntryLine> &line
     return code == ExitCode::kDone ? code : complain(code, "nothing was imported");
 }
 
-ExitCode set_lines(const ZndbOptions &options, const std::vector<EntryLine> &lines) {
-    size_t done = 0;
+std::vector<ZndbItem> items_of(StoreId store, const std::vector<EntryLine> &lines) {
+    std::vector<ZndbItem> items;
+    items.reserve(lines.size());
     for (const EntryLine &line : lines) {
-        const RequestOutcome outcome = set_in_store(options.store(), line.key, line.value);
-        if (!outcome.done()) {
-            report_outcome(outcome, E_APPS_MODULE_ZNDB,
-                           options.file + ":" + std::to_string(line.number) + ": set '" + line.key + "'");
-            return complain(
-                exit_code_of(outcome),
-                std::to_string(done) + " of " + std::to_string(lines.size()) + " settings were imported");
-        }
-        ++done;
+        items.push_back({ItemKind::kSet, store, line.key, line.value});
     }
-    return ExitCode::kDone;
+    return items;
+}
+
+/* The line at which the database stopped, if it was one. */
+std::string refused_part(const ZndbOptions &options, const std::vector<EntryLine> &lines,
+                         const ApplyOutcome &outcome) {
+    const BatchAnswer &answer = outcome.answer.batch;
+    if (!outcome.request.delivered() || answer.verdict == E_ZNDB_RET_SUCCESS || answer.item >= lines.size()) {
+        return "import";
+    }
+    const EntryLine &line = lines[answer.item];
+    return options.file + ":" + std::to_string(line.number) + ": set '" + line.key + "'";
+}
+
+/* After a request without an answer nobody knows. */
+const char *import_state(const RequestOutcome &request) {
+    const bool is_known = request.delivered() || request.sent == E_APPS_ERR_MODULE;
+    return is_known ? "nothing was imported" : "either everything was imported or nothing";
+}
+
+ExitCode set_lines(const ZndbOptions &options, const std::vector<EntryLine> &lines) {
+    if (lines.empty()) {
+        return ExitCode::kDone;
+    }
+    const std::vector<ZndbItem> items = items_of(changeable(options.store()), lines);
+    const ApplyOutcome outcome = apply_items(items, 0);
+    if (outcome.request.done()) {
+        return ExitCode::kDone;
+    }
+    report_store_outcome(outcome.request, refused_part(options, lines, outcome), apply_hint(outcome, items));
+    return complain(exit_code_of(outcome.request), import_state(outcome.request));
 }
 
 ExitCode dump_stores(const ZndbOptions &options) {
@@ -109,7 +134,7 @@ ExitCode export_store(const ZndbOptions &options) {
     return problem.empty() ? ExitCode::kDone : complain(ExitCode::kUsage, problem);
 }
 
-/* Checks every line before it sets the first key. */
+/* Checks every line, and sets all keys as one batch. */
 ExitCode import_store(const ZndbOptions &options) {
     std::string text;
     const std::string problem = read_text_file(options.file, &text);

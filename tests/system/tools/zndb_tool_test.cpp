@@ -436,14 +436,44 @@ TEST_F(ZndbTool, ImportsNothingOfAFileWithABadLine) {
     EXPECT_EQ("ret 3", plain("good"));
 }
 
-TEST_F(ZndbTool, SaysHowFarAnImportCameWhenTheDatabaseRefuses) {
+TEST_F(ZndbTool, ImportsNothingWhenTheDatabaseRefusesALine) {
     ASSERT_TRUE(write_text(kExported, "good=1\n bad=1\nlater=1\n"));
     kTool.expect_failure(1,
                          kExported +
                              ":2: set ' bad' failed: 2004 E_APPS_ERR_ZNDB_ARG; a setting must be one " +
                              "line, and a key must not contain '=' or begin with '#' or a blank\n" +
-                             "zndb_tool: 1 of 3 settings were imported",
+                             "zndb_tool: nothing was imported",
                          {"import", kExported});
+    EXPECT_EQ("ret 3", plain("good"));
+}
+
+/* The last line of many pages is refused. */
+TEST_F(ZndbTool, ImportsAllOfALargeFileOrNothing) {
+    std::string lines;
+    for (int i = 0; i < 1000; ++i) {
+        lines += "key" + std::to_string(i) + "=" + std::to_string(i) + "\n";
+    }
+    ASSERT_TRUE(write_text(kExported, lines + " bad=1\n"));
+    const ToolEnd end = run_tool({"zndb_tool", "import", kExported});
+    EXPECT_EQ(1, end.status);
+    EXPECT_NE(std::string::npos, end.errors.find(kExported + ":1001: set ' bad' failed: 2004")) << end.errors;
+    EXPECT_EQ("", kTool.output_of({"export"}));
+    ASSERT_TRUE(write_text(kExported, lines + "key0=last\n"));
+    EXPECT_EQ("", kTool.output_of({"import", kExported}));
+    EXPECT_EQ("last", plain("key0"));
+    EXPECT_EQ("999", plain("key999"));
+}
+
+TEST_F(ZndbTool, ImportsNothingWithoutADatabase) {
+    ASSERT_TRUE(write_text(kExported, "a=1\n"));
+    zndb_->kill();
+    const ToolEnd end = run_tool({"zndb_tool", "import", kExported});
+    EXPECT_EQ(3, end.status);
+    EXPECT_NE(std::string::npos, end.errors.find("import failed: zndb is not running any more"))
+        << end.errors;
+    EXPECT_NE(std::string::npos, end.errors.find("zndb_tool: nothing was imported\n")) << end.errors;
+    ASSERT_TRUE(write_text(kExported, "# nothing\n"));
+    EXPECT_EQ("", kTool.output_of({"import", kExported}));
 }
 
 TEST_F(ZndbTool, FilesThatCannotBeUsedAreWrongUsage) {
@@ -467,8 +497,7 @@ TEST_F(ZndbTool, ADatabaseThatDoesNotRunIsNotReachable) {
     kTool.expect_failure(3, "del 'k'" + rest, {"del", "k"});
     kTool.expect_failure(3, "save" + rest, {"save"});
     kTool.expect_failure(3, "reset" + rest, {"reset"});
-    kTool.expect_failure(3, "-:1: set 'k'" + rest + "\nzndb_tool: 0 of 1 settings were imported",
-                         {"import", "-"}, "k=v");
+    kTool.expect_failure(3, "import" + rest + "\nzndb_tool: nothing was imported", {"import", "-"}, "k=v");
 }
 
 TEST_F(ZndbTool, WrongNamesGetTheNearestRightOne) {
