@@ -184,10 +184,12 @@ void before_exit(apps_message_id_e_type msgid) {
     }
 }
 
-/* What writes a file may wait for the disk. */
+/*
+ * A save may wait for the disk. A reset is not handled apart: sets that arrive after it must not be lost to
+ * it, also when its sender no longer waits for the answer.
+ */
 void handle_saves_apart() {
-    for (const apps_message_id_e_type msgid :
-         {E_APPS_MSG_ZNDB_SAVE, E_APPS_MSG_ZNDB_FACTOR_SAVE, E_APPS_MSG_ZNDB_RESET}) {
+    for (const apps_message_id_e_type msgid : {E_APPS_MSG_ZNDB_SAVE, E_APPS_MSG_ZNDB_FACTOR_SAVE}) {
         (void)frwk_ipc_handle_apart(msgid);
     }
 }

@@ -18,7 +18,7 @@ bool cant_list(const RequestOutcome &outcome) {
 
 std::string take_listing(Store store, const StoreListing &listing, Entries *entries) {
     Entries read;
-    const std::string problem = store == Store::kDefault ? read_image_defaults(&read) : "";
+    std::string problem = store == Store::kDefault ? read_image_defaults(&read) : "";
     if (!problem.empty()) {
         return problem;
     }
