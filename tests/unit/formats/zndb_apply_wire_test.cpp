@@ -28,7 +28,8 @@ TEST(ZndbApplyWire, TheMessageIs2102) {
 
 TEST(ZndbApplyWire, ABodyIsItsHeadAndAPage) {
     ApplyRequest request = {};
-    ASSERT_TRUE(reads(apply_bytes(2, 7, 0, kItem + kItem), request));
+    const std::string body = apply_bytes(2, 7, 0, kItem + kItem); /* the request's page points into it */
+    ASSERT_TRUE(reads(body, request));
     EXPECT_EQ(ApplyAction::kAdd, request.action);
     EXPECT_EQ(7u, request.number);
     EXPECT_EQ(2u, request.page_count);

@@ -15,13 +15,12 @@
 
 namespace ipc {
 
+std::atomic<int32_t> g_apart_messages[8];
+
 namespace {
 
 constexpr uint32_t kAtOnce = 16;
 constexpr uint32_t kWaitMs = 1000;
-
-/* The messages that are handled apart. 0 is a free place; after it there are only free ones. */
-std::atomic<int32_t> g_messages[8];
 
 /* The number of exchanges that are being finished apart. */
 std::atomic<uint32_t> g_finishing{0};
@@ -87,7 +86,7 @@ bool start(Connection &connection, const frwk_ipc_header &header, Finish finish)
 }
 
 bool is_registered(int32_t msgid) {
-    for (const std::atomic<int32_t> &each : g_messages) {
+    for (const std::atomic<int32_t> &each : g_apart_messages) {
         const int32_t message = each;
         if (message == msgid || message == 0) {
             return message != 0;
@@ -98,7 +97,7 @@ bool is_registered(int32_t msgid) {
 
 }  // namespace
 
-bool is_apart(const frwk_ipc_header &header) {
+bool is_registered_apart(const frwk_ipc_header &header) {
     return header.data_len <= 0 && header.async == 0 && is_registered(header.msgid);
 }
 
@@ -126,7 +125,7 @@ int32_t frwk_ipc_handle_apart(apps_message_id_e_type msgid) {
     if (msgid <= E_APPS_MSG_SYS_MEMORY) {
         return E_APPS_ERR_PARAM;
     }
-    for (std::atomic<int32_t> &each : ipc::g_messages) {
+    for (std::atomic<int32_t> &each : ipc::g_apart_messages) {
         int32_t message = 0;
         if (each.compare_exchange_strong(message, msgid) || message == msgid) {
             return E_APPS_ERR_SUCCESS;
