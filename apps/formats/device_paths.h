@@ -35,6 +35,9 @@ inline constexpr char kFactoryJournal[] = "/tmp/m_tmp/zndb/journal.factory";
 /* The batch that is being carried out. */
 inline constexpr char kBatchFile[] = "/tmp/m_tmp/zndb/journal.batch";
 
+/* There while everything on trial is put back, but the way back is not removed yet. */
+inline constexpr char kPutBackMark[] = "/tmp/m_tmp/zndb/put_back";
+
 /* Of a service that had one journal for all stores. */
 inline constexpr char kOldJournal[] = "/tmp/m_tmp/zndb/journal";
 

@@ -5,8 +5,16 @@
 
 #include "os_log.h"
 
+namespace {
+
+/* A stage gives way after so many times the patience, however often its client is heard of. */
+constexpr int kLongest = 3;
+
+}  // namespace
+
 bool ApplyStage::is_open() const {
-    return number_ != 0 && Clock::now() - used_ < patience_;
+    const Clock::time_point now = Clock::now();
+    return number_ != 0 && now - used_ < patience_ && now - begun_ < kLongest * patience_;
 }
 
 void ApplyStage::drop() {
@@ -31,7 +39,8 @@ apps_err_e_type ApplyStage::begin(uint32_t &number) {
     drop();
     last_number_ = std::max(last_number_ + 1, 1U);
     number_ = last_number_;
-    used_ = Clock::now();
+    begun_ = Clock::now();
+    used_ = begun_;
     number = number_;
     return E_APPS_ERR_SUCCESS;
 }

@@ -1,7 +1,7 @@
 /*
  * Changes and expectations that a client sends in pages, until it commits them as one batch. There is one
- * stage at a time; one whose client has not been heard of for a while gives way to the next one. One thread
- * at a time.
+ * stage at a time; one whose client has not been heard of for a while, or that takes too long, gives way to
+ * the next one. One thread at a time.
  */
 #pragma once
 
@@ -22,7 +22,7 @@ class ApplyStage {
   public:
     using Clock = std::chrono::steady_clock;
 
-    /* patience: how long a stage stays without a request about it. */
+    /* patience: how long a stage stays without a request about it; it stays three times as long at most. */
     explicit ApplyStage(Clock::duration patience) : patience_(patience) {}
 
     /* Begins an empty stage. number: receives its number. Returns 0, or E_APPS_ERR_BUSY, which is logged. */
@@ -51,6 +51,7 @@ class ApplyStage {
     const Clock::duration patience_;
     uint32_t last_number_ = 0;
     uint32_t number_ = 0; /* 0: there is no stage */
+    Clock::time_point begun_;
     Clock::time_point used_;
     std::string bytes_;
     size_t count_ = 0;

@@ -1,8 +1,14 @@
 #include "trial.h"
 
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <algorithm>
+#include <cerrno>
+#include <string>
 #include <utility>
 
+#include "file_steps.h"
 #include "formats/device_paths.h"
 #include "os_log.h"
 
@@ -23,6 +29,34 @@ ZndbItemSpan span_of(const std::vector<ZndbItem> &items) {
 ZndbItem expectation_of(const KeyChange &change) {
     return change.before ? ZndbItem{ItemKind::kExpect, change.store, change.key, *change.before}
                          : ZndbItem{ItemKind::kExpectMissing, change.store, change.key, {}};
+}
+
+/* Logs a failure with the mark. Returns the error. */
+int report(const char *what, int error) {
+    if (error != 0) {
+        errno = error;
+        OS_LOG_ERRNO((std::string(what) + " " + paths::kPutBackMark).c_str());
+    }
+    return error;
+}
+
+/*
+ * What is put back is in the journals. A service that is killed before the way back is removed must not put
+ * it back once more, over what was set since. A power cut takes the mark and the journals away together.
+ */
+void mark_put_back() {
+    UniqueFd fd;
+    (void)report("can't make", open_file(paths::kPutBackMark, O_WRONLY | O_CREAT, fd));
+}
+
+bool is_marked_put_back() {
+    return ::access(paths::kPutBackMark, F_OK) == 0;
+}
+
+/* Returns 0 or an errno value, which is logged. */
+int remove_put_back_mark() {
+    const bool is_gone = ::unlink(paths::kPutBackMark) == 0 || errno == ENOENT;
+    return report("can't remove", is_gone ? 0 : errno);
 }
 
 const char *word_of(ApplyEnd end) {
@@ -104,6 +138,9 @@ apps_err_e_type Trial::put_all_back() {
         result = result_of_errno(kept_files_.put_back(way_back_.files));
     }
     is_put_back_ = result == E_APPS_ERR_SUCCESS;
+    if (is_put_back_) {
+        mark_put_back();
+    }
     return result;
 }
 
@@ -148,6 +185,7 @@ void Trial::recover() {
     } else if (way_back_.is_kept) {
         change_state(ApplyState::kKept, {});
     } else {
+        is_put_back_ = is_marked_put_back();
         (void)revert(ApplyEnd::kRevertedAtStart);
     }
 }
@@ -203,7 +241,8 @@ apps_err_e_type Trial::give_up_kept() {
 
 apps_err_e_type Trial::begin(WayBack way_back) {
     way_back_ = std::move(way_back);
-    const int error = file_.write(way_back_);
+    int error = remove_put_back_mark();
+    error = error == 0 ? file_.write(way_back_) : error;
     if (error != 0) {
         withdraw();
     }

@@ -7,14 +7,13 @@
 #include <algorithm>
 #include <cerrno>
 
+#include "damaged_file.h"
 #include "file_steps.h"
 #include "os_log.h"
 #include "successor_file.h"
 #include "support/file_io.h"
 
 namespace {
-
-constexpr char kDamagedSuffix[] = ".damaged";
 
 /* A text with one byte more than the longest one is not a way back. */
 int read_text(int fd, std::string &text) {
@@ -39,11 +38,16 @@ int WayBackFile::report(const char *what, int error) const {
 }
 
 void WayBackFile::set_aside() const {
-    const std::string name = path_ + kDamagedSuffix;
+    std::string name;
+    const int error = keep_damaged(path_, name);
+    if (error != 0) {
+        (void)report("can't keep a copy of", error);
+        return;
+    }
     OS_LOG(OS_LOG_WARNING, "%s is damaged and becomes %s: unconfirmed settings stay", path_.c_str(),
            name.c_str());
-    if (::rename(path_.c_str(), name.c_str()) != 0) {
-        (void)report("can't rename", errno);
+    if (::unlink(path_.c_str()) != 0) {
+        (void)report("can't remove", errno);
     }
 }
 

@@ -1,11 +1,12 @@
 #include "zndb_tool/store_apply.h"
 
 #include <algorithm>
+#include <chrono>
 #include <cstring>
 #include <string>
 
 #include "cli/wait_notice.h"
-#include "frwk_module.h"
+#include "frwk_common.h"
 
 namespace {
 
@@ -34,11 +35,25 @@ std::string page_from(const std::vector<ZndbItem> &items, size_t first) {
     return page;
 }
 
+/* Another client's stage is there for a moment only, or gives way to the next one after 30 seconds. */
+ApplyOutcome begin_stage() {
+    constexpr std::chrono::seconds kPatience(31);
+    constexpr uint32_t kPauseMs = 20;
+    const auto deadline = std::chrono::steady_clock::now() + kPatience;
+    ApplyOutcome outcome = ask(head_of(ApplyAction::kBegin, 0, 0));
+    while (outcome.request.delivered() && outcome.request.result == E_APPS_ERR_BUSY &&
+           std::chrono::steady_clock::now() < deadline) {
+        frwk_sleep(kPauseMs);
+        outcome = ask(head_of(ApplyAction::kBegin, 0, 0));
+    }
+    return outcome;
+}
+
 }  // namespace
 
 ApplyOutcome apply_items(const std::vector<ZndbItem> &items, uint32_t seconds) {
     const WaitNotice notice(E_APPS_MODULE_ZNDB);
-    ApplyOutcome outcome = ask(head_of(ApplyAction::kBegin, 0, 0));
+    ApplyOutcome outcome = begin_stage();
     const uint32_t number = outcome.answer.number;
     for (size_t first = 0; first < items.size() && outcome.request.done(); first += ZNDB_BATCH_MAX) {
         outcome = ask(head_of(ApplyAction::kAdd, number, 0), page_from(items, first));

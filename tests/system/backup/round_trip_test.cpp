@@ -71,6 +71,22 @@ class RoundTrip : public BackupSystem {
     }
 };
 
+/* More than the database lets one sender change without a save. */
+TEST_F(RoundTrip, BringsBack5000Settings) {
+    std::string text = "webs_backup_account=true\n";
+    for (int i = 0; i < 5000; ++i) {
+        text += key_of(i) + "=1\n";
+    }
+    start_with(text);
+    ASSERT_EQ(E_APPS_ERR_SUCCESS, frwk_dbrm_backup(kBackup));
+    wipe();
+    ASSERT_EQ(E_APPS_ERR_SUCCESS, frwk_dbrm_restore(kBackup));
+    for (int i = 0; i < 5000; ++i) {
+        ASSERT_EQ("1", plain(key_of(i)));
+    }
+    EXPECT_EQ("ret 3", plain("made_since"));
+}
+
 TEST_F(RoundTrip, BringsBackEveryKeyAndEveryByte) {
     fill();
     ASSERT_EQ(E_APPS_ERR_SUCCESS, frwk_dbrm_backup(kBackup));

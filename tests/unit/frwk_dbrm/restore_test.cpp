@@ -32,6 +32,14 @@ class Restore : public DbrmTest {
         EXPECT_FALSE(exists(kBackup));
     }
 
+    static std::string pairs(int count) {
+        std::string text;
+        for (int i = 0; i < count; ++i) {
+            text += "key_" + std::to_string(i) + "=1\n";
+        }
+        return text;
+    }
+
     Requests with(Requests more) {
         Requests all = kUpToReset;
         all.insert(all.end(), more.begin(), more.end());
@@ -48,6 +56,31 @@ TEST_F(Restore, EmptiesTheDatabaseAndAppliesEveryRecordInOrder) {
     EXPECT_EQ("bytes", file_text(kFile));
     EXPECT_FALSE(exists(kBackup));
     EXPECT_FALSE(exists(kUserData));
+}
+
+/* The database would refuse the 4,097th unsaved setting of one sender. */
+TEST_F(Restore, SavesAfterEach4000Settings) {
+    write(kBackup, packed(record(2, kUserData, pairs(8001)), kMagic));
+    EXPECT_EQ(E_APPS_ERR_SUCCESS, frwk_dbrm_restore(kBackup));
+    const std::vector<std::string> all = requests();
+    ASSERT_EQ(kUpToReset.size() + 8001 + 3, all.size());
+    EXPECT_EQ("zndb_save", all[kUpToReset.size() + 4000]);
+    EXPECT_EQ("zndb_save", all[kUpToReset.size() + 8001]);
+    EXPECT_EQ("zndb_save", all.back());
+}
+
+TEST_F(Restore, Of4000SettingsSavesOnce) {
+    write(kBackup, packed(record(2, kUserData, pairs(4000)), kMagic));
+    EXPECT_EQ(E_APPS_ERR_SUCCESS, frwk_dbrm_restore(kBackup));
+    EXPECT_EQ(kUpToReset.size() + 4000 + 1, requests().size());
+}
+
+TEST_F(Restore, EndsWhereASaveBetweenSettingsFails) {
+    database().result = E_ZNDB_RET_FAILURE;
+    database().spared = kUpToReset.size() + 4000;
+    expect_walk_failure(record(2, kUserData, pairs(4001)), E_APPS_ERR_PROCESS);
+    expect_warning("frwk_dbrm_restore_db", "zndb save db data error!");
+    EXPECT_EQ(kUpToReset.size() + 4000 + 1, requests().size());
 }
 
 TEST_F(Restore, OfABackupWithoutRecordsEmptiesTheDatabase) {

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "support/wait_until.h"
 #include "unit/formats/item_bytes.h"
 
 namespace {
@@ -55,6 +56,18 @@ TEST_F(ApplyStageTest, OnlyOneIsFilledAtATime) {
     EXPECT_EQ(0u, other);
     EXPECT_EQ(0, stage.abandon(number));
     EXPECT_NE(number, begin(stage));
+}
+
+TEST_F(ApplyStageTest, ThatTakesTooLongGivesWayAlthoughSomebodyFillsIt) {
+    using std::chrono::milliseconds;
+    ApplyStage stage(milliseconds(100));
+    const uint32_t slow = begin(stage);
+    uint32_t next = 0;
+    EXPECT_TRUE(wait_until([&] {
+        (void)stage.add(page_of(slow, one_, 1));
+        return stage.begin(next) == 0;
+    }));
+    EXPECT_NE(slow, next);
 }
 
 TEST_F(ApplyStageTest, ThatNobodyFillsGivesWay) {

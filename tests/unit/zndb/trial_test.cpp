@@ -207,6 +207,60 @@ TEST_F(TrialTest, ARevertThatCanNotBeSavedIsTriedAgain) {
     EXPECT_EQ("set since", plain("a"));
 }
 
+TEST_F(TrialTest, ARevertThatCouldNotBeSavedIsNotMadeAgainByAStart) {
+    set_saved_a();
+    apply_two();
+    ASSERT_EQ(0, database_->save());
+    fill_flash();
+    EXPECT_EQ(E_APPS_ERR_NOSPACE, revert());
+    ASSERT_EQ(0, database_->set(P, "a", "set since"));
+    end_faults();
+    restart_all();
+    expect_ended(ApplyEnd::kRevertedAtStart);
+    EXPECT_EQ("set since", plain("a"));
+    EXPECT_EQ(kMissing, perm("m"));
+}
+
+TEST_F(TrialTest, ARevertThatCouldNotBeSavedIsMadeAgainAfterAPowerCut) {
+    set_saved_a();
+    apply_two();
+    ASSERT_EQ(0, database_->save());
+    fill_flash();
+    EXPECT_EQ(E_APPS_ERR_NOSPACE, revert());
+    end_faults();
+    cut_power_all();
+    expect_back();
+    expect_ended(ApplyEnd::kRevertedAtStart);
+}
+
+TEST_F(TrialTest, TheEndOfAnEarlierRevertDoesNotCountForTheNextTrial) {
+    set_saved_a();
+    apply_two();
+    EXPECT_EQ(0, revert());
+    apply_two();
+    restart_all();
+    expect_back();
+    expect_ended(ApplyEnd::kRevertedAtStart);
+}
+
+TEST_F(TrialTest, NothingIsAppliedWhileTheMarkOfAnEarlierRevertStays) {
+    set_saved_a();
+    std::filesystem::create_directories("/tmp/m_tmp/zndb/put_back/in_the_way");
+    EXPECT_EQ(E_APPS_ERR_ZNDB_OTHER, apply(item_bytes(0, 0, "a", "2")));
+    EXPECT_EQ("1", plain("a"));
+    std::filesystem::remove_all("/tmp/m_tmp/zndb/put_back");
+}
+
+TEST_F(TrialTest, ARevertWhoseMarkCanNotBeMadeIsARevertNevertheless) {
+    set_saved_a();
+    apply_two();
+    fail_open("/tmp/m_tmp/zndb/put_back", ENOSPC);
+    EXPECT_EQ(0, revert());
+    end_faults();
+    expect_back();
+    EXPECT_EQ(1u, log_.count("can't make /tmp/m_tmp/zndb/put_back"));
+}
+
 TEST_F(TrialTest, ARevertThatTheJournalCanNotTakeIsTriedAgain) {
     times_.retry = milliseconds(0);
     begin_trial();
@@ -232,7 +286,7 @@ TEST_F(TrialTest, AMalformedWayBackIsSetAside) {
     put_file(kWayBackFile, "garbage");
     begin_trial();
     expect_state(ApplyState::kNone);
-    EXPECT_TRUE(exists(kWayBackFile + ".damaged"));
+    EXPECT_EQ(1u, files_beginning(kWayBackFile + ".damaged-").size());
 }
 
 /* ---- only one at a time ---- */
@@ -314,9 +368,12 @@ TEST_F(TrialTest, AWayBackThatCanNotBeWithdrawnIsRemovedLater) {
     begin_trial();
     set_saved_a();
     fill_disk_of("/tmp/m_tmp");
-    doubles::libc::unlink.stand_in([](const char *) {
-        errno = EIO;
-        return -1;
+    doubles::libc::unlink.stand_in([](const char *path) {
+        if (path == kWayBackFile) {
+            errno = EIO;
+            return -1;
+        }
+        return doubles::libc::unlink.real(path);
     });
     EXPECT_EQ(E_APPS_ERR_NOSPACE, apply(item_bytes(0, 0, "a", "2")));
     end_faults();

@@ -64,18 +64,43 @@ TEST_F(WayBackFileTest, ThatWasNeverWrittenIsGone) {
 TEST_F(WayBackFileTest, MalformedIsSetAside) {
     put_file(kFile, text_.substr(1));
     EXPECT_EQ("none", read());
-    EXPECT_EQ(text_.substr(1), content_of(kFile + ".damaged"));
     EXPECT_FALSE(exists(kFile));
-    EXPECT_EQ(1u, warnings(log_).size());
+    put_file(kFile, text_.substr(2));
+    EXPECT_EQ("none", read());
+    std::vector<std::string> kept;
+    for (const std::string &file : files_beginning(kFile + ".damaged-")) {
+        kept.push_back(content_of(file));
+    }
+    std::sort(kept.begin(), kept.end(), [](const auto &a, const auto &b) { return a.size() < b.size(); });
+    EXPECT_EQ((std::vector<std::string>{text_.substr(2), text_.substr(1)}), kept);
+    EXPECT_EQ(2u, warnings(log_).size());
 }
 
 TEST_F(WayBackFileTest, ThatCanNotBeSetAsideIsReplacedByTheNextOne) {
     put_file(kFile, "garbage");
-    put_file(kFile + ".damaged/in_the_way", "");
+    doubles::libc::link.stand_in([](const char *, const char *) {
+        errno = EROFS;
+        return -1;
+    });
+    limit_disk(0);
     EXPECT_EQ("none", read(file_));
-    EXPECT_EQ(2u, warnings(log_).size());
+    EXPECT_EQ(1u, warnings(log_).size());
+    end_faults();
     EXPECT_EQ(0, file_.write(way_back_));
     EXPECT_EQ(text_, read());
+}
+
+TEST_F(WayBackFileTest, ThatCanNotBeRemovedAfterItIsKeptIsReported) {
+    put_file(kFile, "garbage");
+    doubles::libc::unlink.stand_in([](const char *path) {
+        if (path == kFile) {
+            errno = EROFS;
+            return -1;
+        }
+        return doubles::libc::unlink.real(path);
+    });
+    EXPECT_EQ("none", read(file_));
+    EXPECT_EQ(2u, warnings(log_).size());
 }
 
 TEST_F(WayBackFileTest, UnreadableIsReported) {

@@ -24,6 +24,9 @@ namespace {
 
 constexpr size_t kCommandSize = 256;
 
+/* The database lets a sender have 4,096 unsaved settings. A save gives them back. */
+constexpr size_t kPairsPerSave = 4000;
+
 /* Creates the folder of a file if it is missing. A failure shows when the file is opened. */
 void make_folder_of(const char *name) {
     const char *separator = std::strrchr(name, '/');
@@ -105,13 +108,31 @@ bool set_pair(const Line &line) {
     return true;
 }
 
+/*
+ * Saves between the settings of a large backup. The old configuration is gone from the file already, so a
+ * power cut after such a save leaves no less than one before it. count: settings since the last save.
+ */
+bool save_if_many(size_t *count) {
+    if (*count < kPairsPerSave) {
+        return true;
+    }
+    *count = 0;
+    if (zndb_save() != E_ZNDB_RET_SUCCESS) {
+        FRWK_WARN(log_name::kDbrmRestoreDb, "zndb save db data error!");
+        return false;
+    }
+    return true;
+}
+
 /* Sets every key of a text. length: bytes of the text. */
 apps_err_e_type set_pairs(char *text, uint32_t length) {
     char *at = text;
     Line line;
     Found found = next_pair(&at, &line);
+    size_t unsaved = 0;
     bool is_set = true;
-    while (found == Found::kPair && (is_set = set_pair(line))) {
+    while (found == Found::kPair && (is_set = save_if_many(&unsaved) && set_pair(line))) {
+        ++unsaved;
         found = next_pair(&at, &line);
     }
     warn_of_the_rest(database_text::passed(text, found, at, line), length);
