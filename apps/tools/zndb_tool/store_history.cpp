@@ -81,7 +81,7 @@ std::string add_store(StoreId id, std::vector<StoreGeneration> *generations) {
 
 std::string find_generations(std::vector<StoreGeneration> *generations) {
     for (const StoreId id : kStoreIds) {
-        const std::string problem = add_store(id, generations);
+        std::string problem = add_store(id, generations);
         if (!problem.empty()) {
             return problem;
         }
